@@ -1,0 +1,42 @@
+/** What people type into the address field, and what is shown of an address. */
+
+const PASSED = /^(https?|local|file|data|about|blob):/i;
+const LOOPBACK = /^(localhost|127(\.\d+){3}|\[::1\])(?=[:/?#]|$)/i;
+const SCHEME = /^([a-z][a-z0-9+.-]*):(?!\d+(?:[/?#]|$))/i;
+
+/**
+ * @param {string} typed
+ * @returns {{url: string} | {hint: string}} where to go, or why not
+ */
+export function resolveAddress(typed) {
+  const text = typed.trim();
+  if (!text) return { hint: 'Type an address, for example example.org' };
+  if (PASSED.test(text)) return checked(text);
+  if (text.startsWith('/')) return checked(`file://${text}`);
+  if (/\s/.test(text)) return { hint: 'An address has no spaces. This field opens addresses; it does not search.' };
+
+  const scheme = SCHEME.exec(text)?.[1];
+  if (scheme) return { hint: `Addresses that begin with “${scheme}:” cannot be opened here.` };
+  // A server on one's own machine rarely has a certificate.
+  return checked(`${LOOPBACK.test(text) ? 'http' : 'https'}://${text}`);
+}
+
+function checked(url) {
+  try {
+    return { url: new URL(url).href };
+  } catch {
+    return { hint: `“${url}” is not a complete address.` };
+  }
+}
+
+/** A short name for a page that has no title (yet). */
+export function labelFor(url) {
+  if (!url || url === 'about:blank') return 'New tab';
+  try {
+    const { protocol, host, pathname } = new URL(url);
+    if (protocol === 'data:') return 'Data page';
+    return host || decodeURIComponent(pathname.split('/').filter(Boolean).pop() ?? url);
+  } catch {
+    return url;
+  }
+}

@@ -1,0 +1,33 @@
+/**
+ * Messages, in the strip below the page: native web views cover anything that
+ * is drawn above the page's own area. While one shows, the page is a bit smaller.
+ */
+
+const SHOWN_FOR = 8000;
+const byId = (id) => document.getElementById(id);
+let timer;
+
+/**
+ * @param {string} text
+ * @param {{label: string, run: () => void}} [action]
+ */
+export function showToast(text, action) {
+  byId('toast-text').textContent = text;
+  const button = byId('toast-action');
+  button.hidden = !action;
+  button.textContent = action?.label ?? '';
+  button.onclick = () => {
+    hideToast();
+    action.run();
+  };
+  byId('toast-close').onclick = hideToast;
+  byId('toast').hidden = false;
+  clearTimeout(timer);
+  // What offers a way on stays until it is answered.
+  if (!action) timer = setTimeout(hideToast, SHOWN_FOR);
+}
+
+export function hideToast() {
+  clearTimeout(timer);
+  byId('toast').hidden = true;
+}

@@ -1,0 +1,28 @@
+# What every target of ours is compiled with.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+find_program(PAGEHOST_CCACHE ccache)
+if(PAGEHOST_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${PAGEHOST_CCACHE})
+endif()
+
+set(PAGEHOST_SANITIZER "" CACHE STRING "address, thread or empty")
+
+add_library(pagehost_compiler INTERFACE)
+target_compile_options(pagehost_compiler INTERFACE -Wall -Wextra -Wconversion -Werror)
+if(PAGEHOST_SANITIZER STREQUAL "address")
+  set(flags -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+elseif(PAGEHOST_SANITIZER STREQUAL "thread")
+  set(flags -fsanitize=thread -fno-omit-frame-pointer)
+elseif(NOT PAGEHOST_SANITIZER STREQUAL "")
+  message(FATAL_ERROR "PAGEHOST_SANITIZER is '${PAGEHOST_SANITIZER}': it takes address, thread or nothing")
+endif()
+if(flags)
+  target_compile_options(pagehost_compiler INTERFACE ${flags})
+  target_link_options(pagehost_compiler INTERFACE ${flags})
+endif()

@@ -1,0 +1,119 @@
+// The program's end of the page link: one per web process.
+//
+// Nobody owns the reading. Whoever waits, the main loop or a thread inside callFunction, reads
+// whatever has arrived and hands each frame to whom it concerns: answers to their waiters,
+// questions to the main thread. So a native call reaches the idle main thread, and an answer its
+// caller, without a hop over a reader thread.
+#pragma once
+
+#include "engine/webkit/link/Frame.h"
+#include "engine/webkit/link/LinkSocket.h"
+#include "platform/UniqueFd.h"
+#include "platform/messages/MainThreadWait.h"
+
+#include <glib.h>
+#include <sys/types.h>
+
+#include <chrono>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+class PageLink;
+
+// Answers the questions of web processes. Main thread. The link may be closed, and pages deleted,
+// inside every one of these.
+class PageLinkDelegate {
+ public:
+  virtual ~PageLinkDelegate() = default;
+  // A page was made in the link's web process; false for a page that is not ours.
+  virtual bool pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t page,
+                           link_protocol::PageSetup& setup) = 0;
+  virtual Tessel::Platform::String nativeCall(std::uint64_t page,
+                                              const link_protocol::NativeArguments& arguments) = 0;
+  virtual link_protocol::DialogAnswer dialog(std::uint64_t page,
+                                             const link_protocol::DialogQuestion& question) = 0;
+  virtual void linkClosed(PageLink& link) = 0;
+};
+
+class PageLink final : public std::enable_shared_from_this<PageLink>,
+                       private Tessel::Platform::MainThreadWait::Party {
+ public:
+  using FunctionResult = std::optional<JavaScriptVariant>;
+
+  // How long callFunction waits, the serving of native calls not counted.
+  static constexpr std::chrono::milliseconds callLimit{5000};
+
+  // The link serves its socket from the default main context until it is closed. The peer must
+  // show the token before anything else is listened to. Main thread.
+  static std::shared_ptr<PageLink> open(Tessel::Platform::UniqueFd socket, pid_t peer,
+                                        std::string token, PageLinkDelegate& delegate);
+  ~PageLink() override;
+
+  pid_t peerPid() const { return peer_; }
+
+  // Serve this link in every wait of the main thread: whoever is waited for may need its page.
+  // Main thread.
+  void serveInEveryWait();
+  // Main thread.
+  void changeSetup(std::uint64_t page, const link_protocol::PageSetup& setup);
+  // Nothing arrives any more, and every wait on the link ends. Twice is fine. Main thread.
+  void close();
+
+  // Any thread.
+  void postFunction(std::uint64_t page, const FunctionCall& call);
+  // Nothing when the link ended or the time was over. Any thread.
+  FunctionResult callFunction(std::uint64_t page, const FunctionCall& call,
+                              std::chrono::milliseconds limit = callLimit);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  struct Waiter;
+  class ServingScope;
+
+  PageLink(Tessel::Platform::UniqueFd socket, pid_t peer, std::string token,
+           PageLinkDelegate& delegate);
+
+  void appendPollDescriptors(std::vector<pollfd>& descriptors) const override;
+  void serve() override;
+
+  void send(link_protocol::FrameKind kind, std::uint32_t id, std::uint64_t page,
+            std::string_view payload);
+  void exchange(bool onMainThread);
+  void sort(link_protocol::Frame&& frame, bool onMainThread);
+  bool answerQuestion(const link_protocol::Frame& question);
+  void waitOnMainThread(Waiter& waiter);
+  void waitElsewhere(Waiter& waiter);
+  // Whether the wait is over: answered, without hope, or out of time.
+  bool isOver(const Waiter& waiter) const;
+  std::chrono::milliseconds timeLeft(const Waiter& waiter) const;
+  void breakLocked();
+  void wakeMainLocked();
+  void watchSocketLocked();
+  short interestLocked() const;
+
+  const std::thread::id mainThread_ = std::this_thread::get_id();
+  const pid_t peer_;
+  const std::string token_;
+  PageLinkDelegate& delegate_;
+  GSource* source_ = nullptr;  // main thread; null once closed
+  bool inEveryWait_ = false;   // main thread
+  bool greeted_ = false;       // main thread
+  unsigned int serving_ = 0;   // main thread: questions being answered, one inside the other
+
+  mutable std::mutex mutex_;  // guards what follows
+  link_protocol::LinkSocket socket_;
+  std::deque<link_protocol::Frame> arrived_;
+  std::deque<link_protocol::Frame> questions_;
+  std::vector<Waiter*> waiters_;
+  std::uint32_t lastId_ = 0;
+  bool broken_ = false;
+  // Brings the main thread out of a poll when another thread has read something for it.
+  Tessel::Platform::UniqueFd mainWake_;
+  bool mainWoken_ = false;
+  gpointer socketTag_ = nullptr;
+  bool watchingWritable_ = false;
+};

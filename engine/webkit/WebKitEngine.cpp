@@ -1,0 +1,69 @@
+// The WebKitGTK engine of a process. Main thread.
+#include "engine/webkit/WebKitEngine.h"
+
+#include "engine/webkit/LocalScheme.h"
+#include "engine/webkit/WebKitPage.h"
+#include "platform/Log.h"
+
+#include <cerrno>
+#include <cstring>
+
+using Tessel::Platform::claimDataFolder;
+using Tessel::Platform::logAlways;
+using Tessel::Platform::LogNotice;
+using Tessel::Platform::runtimeFolder;
+using Tessel::Platform::Graphics::Window;
+
+std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::string& problem) {
+  std::unique_ptr<WebKitEngine> engine(new WebKitEngine);
+  const std::string module = places.moduleFolder + "/" PAGEHOST_PAGE_MODULE;
+  if (!g_file_test(module.c_str(), G_FILE_TEST_IS_REGULAR)) {
+    problem = "The page module " + module +
+              " is missing: build it, install it, or point PAGEHOST_MODULE_PATH at its folder.";
+    return nullptr;
+  }
+  const std::string folder = runtimeFolder();
+  if (!folder.empty()) engine->links_ = std::make_unique<WebProcessLinks>(folder);
+  if (!engine->links_ || !engine->links_->isListening()) {
+    problem = std::string("There is no run-time folder to listen in (") + std::strerror(errno) +
+              "): set XDG_RUNTIME_DIR to a folder of yours with mode 0700.";
+    return nullptr;
+  }
+  engine->moduleFolder_ = places.moduleFolder;
+
+  WebKitWebsiteDataManager* data = nullptr;
+  engine->dataFolder_ = claimDataFolder(places.dataName);
+  if (engine->dataFolder_.lock.get() >= 0) {
+    data = webkit_website_data_manager_new("base-data-directory", engine->dataFolder_.data.c_str(),
+                                           "base-cache-directory",
+                                           engine->dataFolder_.cache.c_str(), nullptr);
+  } else {
+    logAlways(LogNotice, "Nothing will be kept after this run: %s cannot be used (%s).",
+              engine->dataFolder_.data.c_str(), std::strerror(errno));
+    data = webkit_website_data_manager_new_ephemeral();
+  }
+  engine->context_ = WEBKIT_WEB_CONTEXT(
+      g_object_new(WEBKIT_TYPE_WEB_CONTEXT, "website-data-manager", data, nullptr));
+  g_object_unref(data);
+  g_signal_connect(engine->context_, "initialize-web-extensions", G_CALLBACK(onInitializeModules),
+                   engine.get());
+  serveLocalScheme(engine->context_, places.localRoot);
+  return engine;
+}
+
+WebKitEngine::~WebKitEngine() {
+  if (context_) g_signal_handlers_disconnect_by_data(context_, this);
+  g_clear_object(&context_);
+}
+
+void WebKitEngine::onInitializeModules(WebKitWebContext* context, gpointer data) {
+  const auto* self = static_cast<WebKitEngine*>(data);
+  webkit_web_context_set_web_extensions_directory(context, self->moduleFolder_.c_str());
+  webkit_web_context_set_web_extensions_initialization_user_data(
+      context,
+      g_variant_new("(ss)", self->links_->address().c_str(), self->links_->token().c_str()));
+}
+
+std::shared_ptr<Page> WebKitEngine::createPage(PageClient& client, Window& window) {
+  return std::make_shared<WebKitPage>(*this, client, window);
+}

@@ -1,0 +1,42 @@
+// The WebKitGTK engine of a process: its context, its data folder and the links to its web
+// processes. Main thread.
+#pragma once
+
+#include "engine/Page.h"
+#include "engine/webkit/WebProcessLinks.h"
+#include "platform/Folders.h"
+
+#include <webkit2/webkit2.h>
+
+#include <memory>
+#include <string>
+
+class WebKitEngine final : public PageFactory {
+ public:
+  struct Places {
+    std::string moduleFolder;  // holds the page module, an absolute path
+    std::string localRoot;     // what local: addresses are files of, an absolute path
+    std::string dataName;      // of the folder for cookies, caches and the like
+  };
+
+  // Starts the engine; GTK must be running. On failure null, and problem says in a sentence what
+  // is wrong and what to do about it.
+  static std::unique_ptr<WebKitEngine> create(const Places& places, std::string& problem);
+  ~WebKitEngine() override;
+
+  std::shared_ptr<Page> createPage(PageClient& client,
+                                   Tessel::Platform::Graphics::Window& window) override;
+
+  WebKitWebContext* context() const { return context_; }
+  WebProcessLinks& links() { return *links_; }
+
+ private:
+  WebKitEngine() = default;
+
+  static void onInitializeModules(WebKitWebContext* context, gpointer self);
+
+  std::string moduleFolder_;
+  Tessel::Platform::ClaimedFolder dataFolder_;
+  std::unique_ptr<WebProcessLinks> links_;
+  WebKitWebContext* context_ = nullptr;
+};

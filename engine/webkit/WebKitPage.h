@@ -1,0 +1,77 @@
+// One page of the WebKitGTK engine. Main thread, but for the calls of page functions.
+#pragma once
+
+#include "engine/Page.h"
+#include "engine/webkit/WebProcessLinks.h"
+
+#include <webkit2/webkit2.h>
+
+#include <atomic>
+#include <memory>
+
+class WebKitEngine;
+
+// The engine's view is made when the first thing is loaded: until then it could still become
+// something else, a window that a page opens above all.
+class WebKitPage final : public Page,
+                         public LinkedPage,
+                         public std::enable_shared_from_this<WebKitPage> {
+ public:
+  WebKitPage(WebKitEngine& engine, PageClient& client, Tessel::Platform::Graphics::Window& window);
+  ~WebKitPage() override;
+
+  void close() override;
+  void load(const String& url) override;
+  void loadText(const String& text, const String& mimeType, const String& baseURL) override;
+  void reload() override;
+  void stop() override;
+  void goBack() override;
+  void goForward() override;
+  std::vector<OrvWebHistoryItem> history() override;
+  void settingChanged(WebViewSetting setting) override;
+  void setRequestHeaders(const std::vector<OrvWebHeader>& headers) override;
+  void setCallbackObjectEnabled(bool enabled) override;
+  void setDrivesApplication(const String& loadFailureHint) override;
+  void postFunction(const FunctionCall& call) override;
+  JavaScriptVariant callFunction(const FunctionCall& call) override;
+
+  void linkReady(std::shared_ptr<PageLink> link) override;
+  link_protocol::PageSetup setup() const override { return setup_; }
+  String nativeCall(const link_protocol::NativeArguments& arguments) override;
+  link_protocol::DialogAnswer dialog(const link_protocol::DialogQuestion& question) override;
+
+ private:
+  static void onTitle(WebKitWebView*, GParamSpec*, WebKitPage* self);
+  static void onLocation(WebKitWebView*, GParamSpec*, WebKitPage* self);
+  static void onProgress(WebKitWebView*, GParamSpec*, WebKitPage* self);
+  static void onHistory(WebKitBackForwardList*, WebKitBackForwardListItem*, gpointer,
+                        WebKitPage* self);
+  static void onPointedAt(WebKitWebView*, WebKitHitTestResult* hit, guint, WebKitPage* self);
+  static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, WebKitPage* self);
+  static gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent, const gchar* uri, GError* error,
+                               WebKitPage* self);
+  static gboolean onTlsFailed(WebKitWebView*, const gchar* uri, GTlsCertificate*,
+                              GTlsCertificateFlags, WebKitPage* self);
+  static void onProcessEnded(WebKitWebView*, WebKitWebProcessTerminationReason reason,
+                             WebKitPage* self);
+
+  // Null once the page is closed, or where the window cannot show it.
+  WebKitWebView* view();
+  void raise(OrvWebEvent::Type type);
+  void applySetting(WebKitSettings* settings, WebViewSetting setting) const;
+  void sendSetup();
+  void showFailure(const String& uri, const String& reason);
+  void redrawAfterLoad();
+
+  WebKitEngine& engine_;
+  PageClient* client_;  // null once closed
+  Tessel::Platform::Graphics::Window& window_;
+  WebKitWebView* view_ = nullptr;
+  link_protocol::PageSetup setup_;
+  String loadFailureHint_;
+  bool showingFailure_ = false;
+
+  // What other threads need to call the page's functions.
+  std::atomic<std::uint64_t> number_ = 0;
+  std::atomic<std::shared_ptr<PageLink>> link_;
+};

@@ -1,0 +1,59 @@
+// Where the modules of web processes connect: the listening socket, the links, and which page of
+// which process belongs to which page of ours. Main thread.
+#pragma once
+
+#include "engine/webkit/PageLink.h"
+#include "platform/UniqueFd.h"
+
+#include <map>
+#include <memory>
+#include <string>
+
+class WebProcessLinks;
+
+// A page that is reached over a link. Main thread.
+class LinkedPage {
+ public:
+  virtual ~LinkedPage() = default;
+  // The page exists in its web process now.
+  virtual void linkReady(std::shared_ptr<PageLink> link) = 0;
+  virtual link_protocol::PageSetup setup() const = 0;
+  // Only called while the page's setup lets it call native functions.
+  virtual Tessel::Platform::String nativeCall(const link_protocol::NativeArguments& arguments) = 0;
+  virtual link_protocol::DialogAnswer dialog(const link_protocol::DialogQuestion& question) = 0;
+};
+
+class WebProcessLinks final : private PageLinkDelegate {
+ public:
+  // Listens at a name in the folder; throws nothing, isListening() tells.
+  explicit WebProcessLinks(const std::string& folder);
+  ~WebProcessLinks() override;
+
+  bool isListening() const { return listener_.get() >= 0; }
+  // What a module must be given to connect.
+  const std::string& address() const { return address_; }
+  const std::string& token() const { return token_; }
+
+  // The page answers for the engine's page of that number until it is forgotten.
+  void registerPage(std::uint64_t number, std::shared_ptr<LinkedPage> page);
+  void forgetPage(std::uint64_t number);
+
+ private:
+  static gboolean onConnection(gint fd, GIOCondition condition, gpointer self);
+  std::shared_ptr<LinkedPage> pageFor(std::uint64_t number) const;
+
+  bool pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t page,
+                   link_protocol::PageSetup& setup) override;
+  Tessel::Platform::String nativeCall(std::uint64_t page,
+                                      const link_protocol::NativeArguments& arguments) override;
+  link_protocol::DialogAnswer dialog(std::uint64_t page,
+                                     const link_protocol::DialogQuestion& question) override;
+  void linkClosed(PageLink& link) override;
+
+  Tessel::Platform::UniqueFd listener_;
+  guint listenerSource_ = 0;
+  std::string address_;
+  std::string token_;
+  std::map<std::uint64_t, std::weak_ptr<LinkedPage>> pages_;
+  std::map<PageLink*, std::shared_ptr<PageLink>> links_;
+};

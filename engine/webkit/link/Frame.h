@@ -1,0 +1,94 @@
+// The page link's frames: what passes between the program and its module in a web process.
+// Compiled into both. Any thread: plain values.
+//
+// A frame is a fixed header in the machine's byte order and a payload. The other end is not
+// trusted: whatever is read is checked, and a frame that does not decode ends its link.
+#pragma once
+
+#include "engine/JavaScriptVariant.h"
+#include "engine/Records.h"
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace link_protocol {
+
+enum class FrameKind : std::uint32_t {
+  // From the module.
+  Hello,        // first frame of a link: the token that its module was given
+  PageCreated,  // asks for the page's PageSetup
+  NativeCall,   // asks for the text that a native function returns
+  Dialog,       // asks for a dialog's DialogAnswer
+  Log,          // a text for the program's log
+  // From the program.
+  PostFunction,  // run it when no native call is going on
+  CallFunction,  // run it now; asks for its value
+  SetupChanged,  // the page's PageSetup has changed
+  // From both.
+  Answer,  // to the frame with the same id
+};
+inline constexpr std::uint32_t frameKindCount = static_cast<std::uint32_t>(FrameKind::Answer) + 1;
+
+struct FrameHeader {
+  std::uint32_t size;  // bytes of the payload
+  std::uint32_t kind;
+  std::uint32_t id;  // of a question and its answer; each end counts its own questions
+  std::uint32_t reserved;
+  std::uint64_t page;  // the engine's number of the page, 0 for none
+};
+static_assert(sizeof(FrameHeader) == 24);
+
+// Larger ones are refused at both ends: a page that builds one gets an exception, a link that
+// sends one is closed. It bounds what one page can make the program allocate.
+inline constexpr std::uint32_t maximumPayload = 64u << 20;
+inline constexpr std::size_t maximumArguments = 65536;
+
+struct Frame {
+  FrameKind kind = FrameKind::Answer;
+  std::uint32_t id = 0;
+  std::uint64_t page = 0;
+  std::string payload;
+};
+
+// What the module must know about a page before its first document.
+struct PageSetup {
+  bool callbackObject = false;     // its documents may call native functions
+  bool drivesApplication = false;  // its dialogs come over the link
+  std::vector<OrvWebHeader> requestHeaders;
+};
+
+enum class DialogKind : std::uint8_t { Alert, Confirm, Prompt, Print };
+
+struct DialogQuestion {
+  DialogKind kind = DialogKind::Alert;
+  Tessel::Platform::String message;
+  Tessel::Platform::String initialText;
+};
+
+struct DialogAnswer {
+  bool confirmed = false;
+  Tessel::Platform::String text;
+};
+
+// A native call's arguments; nothing stands for null and undefined.
+using NativeArguments = std::vector<std::optional<std::string>>;
+
+std::string encode(const FunctionCall& call);
+std::string encode(const JavaScriptVariant& value);
+std::string encode(const PageSetup& setup);
+std::string encode(const DialogQuestion& question);
+std::string encode(const DialogAnswer& answer);
+std::string encode(const NativeArguments& arguments);
+
+// False when the payload is malformed; the result is then of no use.
+bool decode(std::string_view payload, FunctionCall& call);
+bool decode(std::string_view payload, JavaScriptVariant& value);
+bool decode(std::string_view payload, PageSetup& setup);
+bool decode(std::string_view payload, DialogQuestion& question);
+bool decode(std::string_view payload, DialogAnswer& answer);
+bool decode(std::string_view payload, NativeArguments& arguments);
+
+}  // namespace link_protocol

@@ -1,0 +1,115 @@
+// One end of a page link: frames over a stream socket.
+#include "engine/webkit/link/LinkSocket.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/uio.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+namespace link_protocol {
+
+namespace {
+
+constexpr std::size_t maximumUnsent = 64u << 20;
+constexpr std::size_t readChunk = 64u << 10;
+
+bool wouldBlock() {
+  return errno == EAGAIN || errno == EWOULDBLOCK;
+}
+
+}  // namespace
+
+bool LinkSocket::send(FrameKind kind, std::uint32_t id, std::uint64_t page,
+                      std::string_view payload) {
+  if (payload.size() > maximumPayload) return false;
+  FrameHeader header{};
+  header.size = static_cast<std::uint32_t>(payload.size());
+  header.kind = static_cast<std::uint32_t>(kind);
+  header.id = id;
+  header.page = page;
+  const std::string_view head(reinterpret_cast<const char*>(&header), sizeof header);
+
+  std::size_t sent = 0;
+  if (unsent_.empty()) {
+    std::array<iovec, 2> parts{{{const_cast<char*>(head.data()), head.size()},
+                                {const_cast<char*>(payload.data()), payload.size()}}};
+    msghdr message{};
+    message.msg_iov = parts.data();
+    message.msg_iovlen = parts.size();
+    ssize_t count = 0;
+    do {
+      count = ::sendmsg(socket_.get(), &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+    } while (count < 0 && errno == EINTR);
+    if (count < 0 && !wouldBlock()) return false;
+    if (count > 0) sent = static_cast<std::size_t>(count);
+    if (sent == head.size() + payload.size()) return true;
+  } else if (unsent_.size() + payload.size() > maximumUnsent) {
+    return false;
+  }
+  if (sent < head.size()) {
+    unsent_.append(head.substr(sent));
+    unsent_.append(payload);
+  } else {
+    unsent_.append(payload.substr(sent - head.size()));
+  }
+  return true;
+}
+
+bool LinkSocket::flush() {
+  std::size_t sent = 0;
+  while (sent < unsent_.size()) {
+    const ssize_t count = ::send(socket_.get(), unsent_.data() + sent, unsent_.size() - sent,
+                                 MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0 && wouldBlock()) break;
+    if (count < 0) return false;
+    sent += static_cast<std::size_t>(count);
+  }
+  unsent_.erase(0, sent);
+  return true;
+}
+
+bool LinkSocket::flushAll() {
+  while (flush()) {
+    if (unsent_.empty()) return true;
+    pollfd writable{socket_.get(), POLLOUT, 0};
+    if (::poll(&writable, 1, -1) < 0 && errno != EINTR) return false;
+  }
+  return false;
+}
+
+bool LinkSocket::receive(std::deque<Frame>& frames, Mode mode) {
+  std::array<char, readChunk> chunk;
+  int flags = mode == Mode::Wait ? 0 : MSG_DONTWAIT;
+  for (;;) {
+    const ssize_t count = ::recv(socket_.get(), chunk.data(), chunk.size(), flags);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0 && wouldBlock()) return true;
+    if (count <= 0) return false;
+    received_.append(chunk.data(), static_cast<std::size_t>(count));
+    if (!parse(frames)) return false;
+    // A chunk that was not filled emptied the socket.
+    if (static_cast<std::size_t>(count) < chunk.size()) return true;
+    flags = MSG_DONTWAIT;
+  }
+}
+
+bool LinkSocket::parse(std::deque<Frame>& frames) {
+  std::size_t at = 0;
+  while (received_.size() - at >= sizeof(FrameHeader)) {
+    FrameHeader header;
+    std::memcpy(&header, received_.data() + at, sizeof header);
+    if (header.size > maximumPayload || header.kind >= frameKindCount) return false;
+    if (received_.size() - at - sizeof header < header.size) break;
+    frames.push_back({static_cast<FrameKind>(header.kind), header.id, header.page,
+                      received_.substr(at + sizeof header, header.size)});
+    at += sizeof header + header.size;
+  }
+  received_.erase(0, at);
+  return true;
+}
+
+}  // namespace link_protocol

@@ -1,0 +1,174 @@
+// The module's end of the page link. Web process, main thread only.
+#include "engine/webkit/page/HostLink.h"
+
+#include "platform/UniqueFd.h"
+
+#include <glib-unix.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+using link_protocol::decode;
+using link_protocol::encode;
+using link_protocol::Frame;
+using link_protocol::FrameKind;
+using link_protocol::LinkSocket;
+using Tessel::Platform::UniqueFd;
+
+std::unique_ptr<HostLink> HostLink::connect(const std::string& address, const std::string& token,
+                                            HostLinkDelegate& delegate) {
+  sockaddr_un name{};
+  name.sun_family = AF_UNIX;
+  if (address.size() >= sizeof name.sun_path) return nullptr;
+  std::memcpy(name.sun_path, address.c_str(), address.size());
+  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (socket.get() < 0 ||
+      ::connect(socket.get(), reinterpret_cast<sockaddr*>(&name), sizeof name) != 0) {
+    return nullptr;
+  }
+  std::unique_ptr<HostLink> link(new HostLink(LinkSocket(std::move(socket)), delegate));
+  link->tell(FrameKind::Hello, 0, token);
+  return link;
+}
+
+HostLink::HostLink(LinkSocket socket, HostLinkDelegate& delegate)
+    : socket_(std::move(socket)),
+      delegate_(delegate),
+      readSource_(g_unix_fd_add(socket_.fd(), G_IO_IN, onReadable, this)) {}
+
+HostLink::~HostLink() {
+  breakLink();
+}
+
+void HostLink::breakLink() {
+  broken_ = true;
+  if (readSource_ != 0) g_source_remove(readSource_);
+  if (idleSource_ != 0) g_source_remove(idleSource_);
+  readSource_ = idleSource_ = 0;
+}
+
+gboolean HostLink::onReadable(gint, GIOCondition, gpointer data) {
+  auto* self = static_cast<HostLink*>(data);
+  const bool alive = self->socket_.receive(self->arrived_, LinkSocket::Mode::Poll);
+  self->serveArrived();
+  if (alive) return G_SOURCE_CONTINUE;
+  self->readSource_ = 0;
+  self->breakLink();
+  return G_SOURCE_REMOVE;
+}
+
+gboolean HostLink::onIdle(gpointer data) {
+  auto* self = static_cast<HostLink*>(data);
+  self->idleSource_ = 0;
+  self->serveArrived();
+  return G_SOURCE_REMOVE;
+}
+
+// From the main loop: no question is open, so everything may run, in order.
+void HostLink::serveArrived() {
+  runPosts();
+  while (!arrived_.empty()) {
+    Frame frame = std::move(arrived_.front());
+    arrived_.pop_front();
+    if (frame.kind == FrameKind::PostFunction) {
+      posts_.push_back(std::move(frame));
+      runPosts();
+    } else if (frame.kind == FrameKind::CallFunction) {
+      serveCall(frame);
+    } else if (frame.kind == FrameKind::SetupChanged) {
+      applySetup(frame);
+    }
+  }
+}
+
+void HostLink::runPosts() {
+  while (!posts_.empty()) {
+    const Frame frame = std::move(posts_.front());
+    posts_.pop_front();
+    FunctionCall call;
+    if (decode(frame.payload, call)) delegate_.callFunction(frame.page, call);
+  }
+}
+
+void HostLink::serveCall(const Frame& frame) {
+  // A call that is waited for does not overtake what was posted before it.
+  runPosts();
+  FunctionCall call;
+  JavaScriptVariant value;
+  if (decode(frame.payload, call)) value = delegate_.callFunction(frame.page, call);
+  if (broken_) return;
+  if (!socket_.send(FrameKind::Answer, frame.id, frame.page, encode(value)) ||
+      !socket_.flushAll()) {
+    breakLink();
+  }
+}
+
+void HostLink::applySetup(const Frame& frame) {
+  link_protocol::PageSetup setup;
+  if (decode(frame.payload, setup)) delegate_.setupChanged(frame.page, setup);
+}
+
+std::optional<std::string> HostLink::ask(FrameKind kind, std::uint64_t page,
+                                         std::string_view payload) {
+  const std::uint32_t id = ++lastId_;
+  if (broken_) return std::nullopt;
+  if (!socket_.send(kind, id, page, payload) || !socket_.flushAll()) {
+    breakLink();
+    return std::nullopt;
+  }
+
+  ++openQuestions_;
+  std::optional<std::string> answer;
+  while (!answer) {
+    const auto early = std::find_if(earlyAnswers_.begin(), earlyAnswers_.end(),
+                                    [&](const Frame& frame) { return frame.id == id; });
+    if (early != earlyAnswers_.end()) {
+      answer = std::move(early->payload);
+      earlyAnswers_.erase(early);
+      break;
+    }
+    if (arrived_.empty()) {
+      if (broken_) break;
+      if (!socket_.receive(arrived_, LinkSocket::Mode::Wait)) breakLink();
+      continue;
+    }
+    Frame frame = std::move(arrived_.front());
+    arrived_.pop_front();
+    switch (frame.kind) {
+      case FrameKind::Answer:
+        if (frame.id == id) {
+          answer = std::move(frame.payload);
+        } else {
+          earlyAnswers_.push_back(std::move(frame));
+        }
+        break;
+      case FrameKind::CallFunction:
+        serveCall(frame);
+        break;
+      case FrameKind::PostFunction:
+        posts_.push_back(std::move(frame));
+        break;
+      case FrameKind::SetupChanged:
+        applySetup(frame);
+        break;
+      default:
+        break;
+    }
+  }
+  if (--openQuestions_ == 0) serveLater();
+  return answer;
+}
+
+// What came in behind the answer is in our hands already: the socket will not tell of it again.
+void HostLink::serveLater() {
+  if (broken_ || idleSource_ != 0 || (arrived_.empty() && posts_.empty())) return;
+  idleSource_ = g_idle_add_full(G_PRIORITY_DEFAULT, onIdle, this, nullptr);
+}
+
+void HostLink::tell(FrameKind kind, std::uint64_t page, std::string_view payload) {
+  if (broken_) return;
+  if (!socket_.send(kind, 0, page, payload) || !socket_.flushAll()) breakLink();
+}

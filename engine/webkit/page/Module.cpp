@@ -1,0 +1,242 @@
+// The module that the engine loads into each web process. It connects to the program, gives pages
+// the object through which they call native functions, runs the program's calls of page
+// functions, and adds the extra headers of requests. Web process, main thread only.
+#include "engine/webkit/page/HostLink.h"
+#include "engine/webkit/page/ObjectPointer.h"
+#include "engine/webkit/page/PageScripts.h"
+
+#include <jsc/jsc.h>
+#include <libsoup/soup.h>
+#include <webkit2/webkit-web-extension.h>
+
+#include <map>
+#include <memory>
+
+using link_protocol::decode;
+using link_protocol::DialogAnswer;
+using link_protocol::DialogKind;
+using link_protocol::DialogQuestion;
+using link_protocol::encode;
+using link_protocol::FrameKind;
+using link_protocol::NativeArguments;
+using link_protocol::PageSetup;
+using Tessel::Platform::String;
+
+namespace {
+
+struct PageRecord {
+  PageSetup setup;
+  ObjectPointer<WebKitFrame> mainFrame;
+};
+
+class Module final : public HostLinkDelegate {
+ public:
+  void start(WebKitWebExtension* extension, const std::string& address, const std::string& token);
+
+  JavaScriptVariant callFunction(std::uint64_t page, const FunctionCall& call) override;
+  void setupChanged(std::uint64_t page, const PageSetup& setup) override;
+
+  JSCValue* callNative(std::uint64_t page, GPtrArray* arguments);
+  JSCValue* runDialog(std::uint64_t page, DialogKind kind, GPtrArray* arguments);
+
+ private:
+  static void onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer self);
+  static void onPageGone(gpointer number, GObject* page);
+  static void onWindowObjectCleared(WebKitScriptWorld*, WebKitWebPage* page, WebKitFrame* frame,
+                                    gpointer self);
+  static gboolean onSendRequest(WebKitWebPage* page, WebKitURIRequest* request,
+                                WebKitURIResponse* redirect, gpointer self);
+
+  std::unique_ptr<HostLink> link_;
+  std::map<std::uint64_t, PageRecord> pages_;
+};
+
+// One per web process; it lives as long as the process.
+Module& module() {
+  static auto* instance = new Module;
+  return *instance;
+}
+
+// What a function object of a page remembers.
+struct NativeFunction {
+  std::uint64_t page;
+  DialogKind dialog;  // unused by callNative
+};
+
+void freeNativeFunction(gpointer function) {
+  delete static_cast<NativeFunction*>(function);
+}
+
+JSCValue* onCallNative(GPtrArray* arguments, gpointer function) {
+  return module().callNative(static_cast<NativeFunction*>(function)->page, arguments);
+}
+
+JSCValue* onDialog(GPtrArray* arguments, gpointer data) {
+  const auto* function = static_cast<NativeFunction*>(data);
+  return module().runDialog(function->page, function->dialog, arguments);
+}
+
+using VariadicCallback = JSCValue* (*)(GPtrArray*, gpointer);
+
+void defineFunction(JSCContext* context, JSCValue* holder, const char* name,
+                    VariadicCallback callback, const NativeFunction& function) {
+  const ObjectPointer<JSCValue> value(jsc_value_new_function_variadic(
+      context, name, G_CALLBACK(callback), new NativeFunction(function), freeNativeFunction,
+      JSC_TYPE_VALUE));
+  jsc_value_object_set_property(holder, name, value.get());
+}
+
+void exposeNativeFunctions(JSCContext* context, std::uint64_t page) {
+  const ObjectPointer<JSCValue> object(jsc_value_new_object(context, nullptr, nullptr));
+  defineFunction(context, object.get(), "callNative", onCallNative, {page, DialogKind::Alert});
+  jsc_context_set_value(context, "orv", object.get());
+}
+
+void replaceDialogs(JSCContext* context, std::uint64_t page) {
+  // The engine's own dialogs hold the page and wait for the program's main loop. This page is
+  // called while that loop does not run, so its dialogs go over the link.
+  const ObjectPointer<JSCValue> global(jsc_context_get_global_object(context));
+  const std::pair<const char*, DialogKind> dialogs[] = {{"alert", DialogKind::Alert},
+                                                        {"confirm", DialogKind::Confirm},
+                                                        {"prompt", DialogKind::Prompt},
+                                                        {"print", DialogKind::Print}};
+  for (const auto& [name, kind] : dialogs) {
+    defineFunction(context, global.get(), name, onDialog, {page, kind});
+  }
+}
+
+void Module::start(WebKitWebExtension* extension, const std::string& address,
+                   const std::string& token) {
+  link_ = HostLink::connect(address, token, *this);
+  if (!link_) {
+    g_warning("The application does not answer at %s: its pages work without it.", address.c_str());
+    return;
+  }
+  g_signal_connect(extension, "page-created", G_CALLBACK(onPageCreated), this);
+  g_signal_connect(webkit_script_world_get_default(), "window-object-cleared",
+                   G_CALLBACK(onWindowObjectCleared), this);
+}
+
+void Module::onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer data) {
+  auto* self = static_cast<Module*>(data);
+  const std::uint64_t number = webkit_web_page_get_id(page);
+  PageRecord& record = self->pages_[number];
+  g_object_weak_ref(G_OBJECT(page), onPageGone, GSIZE_TO_POINTER(number));
+  g_signal_connect(page, "send-request", G_CALLBACK(onSendRequest), self);
+  // Before the page's first document: it must find its functions.
+  const auto answer = self->link_->ask(FrameKind::PageCreated, number, std::string_view());
+  if (answer) decode(*answer, record.setup);
+}
+
+void Module::onPageGone(gpointer number, GObject*) {
+  module().pages_.erase(GPOINTER_TO_SIZE(number));
+}
+
+void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page,
+                                   WebKitFrame* frame, gpointer data) {
+  // Frames inside a page may be anybody's: only the page itself reaches native functions.
+  if (!webkit_frame_is_main_frame(frame)) return;
+  auto* self = static_cast<Module*>(data);
+  const std::uint64_t number = webkit_web_page_get_id(page);
+  PageRecord& record = self->pages_[number];
+  record.mainFrame.reset(WEBKIT_FRAME(g_object_ref(frame)));
+  const ObjectPointer<JSCContext> context(
+      webkit_frame_get_js_context_for_script_world(frame, world));
+  if (record.setup.callbackObject) exposeNativeFunctions(context.get(), number);
+  if (record.setup.drivesApplication) replaceDialogs(context.get(), number);
+}
+
+JSCValue* Module::callNative(std::uint64_t page, GPtrArray* arguments) {
+  JSCContext* context = jsc_context_get_current();
+  if (arguments->len > link_protocol::maximumArguments) {
+    jsc_context_throw_with_name(context, "RangeError", "Too many arguments for a native call.");
+    return jsc_value_new_undefined(context);
+  }
+  NativeArguments texts(arguments->len);
+  for (guint i = 0; i < arguments->len; ++i) {
+    auto* value = static_cast<JSCValue*>(g_ptr_array_index(arguments, i));
+    if (jsc_value_is_null(value) || jsc_value_is_undefined(value)) continue;
+    // What the conversion threw is pending and reaches the caller.
+    if (!textOf(value, texts[i].emplace())) return jsc_value_new_undefined(context);
+  }
+  const std::string payload = encode(texts);
+  if (payload.size() > link_protocol::maximumPayload) {
+    jsc_context_throw_with_name(context, "RangeError",
+                                "The arguments of a native call are too large together.");
+    return jsc_value_new_undefined(context);
+  }
+  const auto result = link_->ask(FrameKind::NativeCall, page, payload);
+  if (!result) {
+    jsc_context_throw(context, "The application does not answer any more.");
+    return jsc_value_new_undefined(context);
+  }
+  return toScript(context, String(std::string_view(*result)));
+}
+
+JSCValue* Module::runDialog(std::uint64_t page, DialogKind kind, GPtrArray* arguments) {
+  JSCContext* context = jsc_context_get_current();
+  DialogQuestion question;
+  question.kind = kind;
+  std::string texts[2];
+  for (guint i = 0; i < std::min<guint>(arguments->len, 2); ++i) {
+    auto* value = static_cast<JSCValue*>(g_ptr_array_index(arguments, i));
+    if (jsc_value_is_undefined(value)) continue;
+    if (!textOf(value, texts[i])) return jsc_value_new_undefined(context);
+  }
+  question.message = texts[0];
+  question.initialText = texts[1];
+  DialogAnswer answer;
+  if (const auto reply = link_->ask(FrameKind::Dialog, page, encode(question))) {
+    decode(*reply, answer);
+  }
+  switch (kind) {
+    case DialogKind::Confirm:
+      return jsc_value_new_boolean(context, answer.confirmed);
+    case DialogKind::Prompt:
+      return answer.confirmed ? toScript(context, answer.text) : jsc_value_new_null(context);
+    default:
+      return jsc_value_new_undefined(context);
+  }
+}
+
+JavaScriptVariant Module::callFunction(std::uint64_t page, const FunctionCall& call) {
+  const auto found = pages_.find(page);
+  if (found == pages_.end() || !found->second.mainFrame) return {};
+  const ObjectPointer<JSCContext> context(
+      webkit_frame_get_js_context(found->second.mainFrame.get()));
+  if (!context) return {};
+  std::string problem;
+  JavaScriptVariant value = callPageFunction(context.get(), call, problem);
+  if (!problem.empty()) link_->tell(FrameKind::Log, page, problem);
+  return value;
+}
+
+void Module::setupChanged(std::uint64_t page, const PageSetup& setup) {
+  const auto found = pages_.find(page);
+  if (found != pages_.end()) found->second.setup = setup;
+}
+
+gboolean Module::onSendRequest(WebKitWebPage* page, WebKitURIRequest* request, WebKitURIResponse*,
+                               gpointer data) {
+  const auto& pages = static_cast<Module*>(data)->pages_;
+  const auto found = pages.find(webkit_web_page_get_id(page));
+  if (found == pages.end() || found->second.setup.requestHeaders.empty()) return FALSE;
+  // Not every scheme's requests have headers.
+  if (SoupMessageHeaders* headers = webkit_uri_request_get_http_headers(request)) {
+    for (const OrvWebHeader& header : found->second.setup.requestHeaders) {
+      soup_message_headers_replace(headers, header.key().utf8(), header.value().utf8());
+    }
+  }
+  return FALSE;
+}
+
+}  // namespace
+
+extern "C" G_MODULE_EXPORT void webkit_web_extension_initialize_with_user_data(
+    WebKitWebExtension* extension, GVariant* data) {
+  if (!data || !g_variant_is_of_type(data, G_VARIANT_TYPE("(ss)"))) return;
+  const char* address = nullptr;
+  const char* token = nullptr;
+  g_variant_get(data, "(&s&s)", &address, &token);
+  module().start(extension, address, token);
+}

@@ -1,0 +1,9 @@
+// The end of a process that cannot go on. Any thread.
+#pragma once
+
+namespace Tessel::Platform {
+
+// Writes source, line, function and a backtrace to standard error, then aborts.
+[[noreturn]] void platformCrash(const char* source, int line, const char* function);
+
+}  // namespace Tessel::Platform

@@ -1,0 +1,26 @@
+// The folders of the user that the program writes to. Any thread.
+#pragma once
+
+#include "platform/UniqueFd.h"
+
+#include <string>
+
+namespace Tessel::Platform {
+
+// The user's run-time folder of the program, for sockets: below $XDG_RUNTIME_DIR, or in /tmp where
+// there is none. It is made if need be, with mode 0700. Empty, with errno set, when it cannot be
+// made or is somebody else's.
+std::string runtimeFolder();
+
+// A folder that holds what one process keeps between its runs, and the claim on it.
+struct ClaimedFolder {
+  std::string data;
+  std::string cache;
+  UniqueFd lock;  // other processes keep out while it is open
+};
+
+// The data and cache folders of that name, or, while another process has them, of that name with
+// "-2", "-3" and so on. On failure the lock is -1 and errno tells.
+ClaimedFolder claimDataFolder(const std::string& name);
+
+}  // namespace Tessel::Platform

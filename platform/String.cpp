@@ -1,0 +1,44 @@
+// The text type and the texts of numbers. Any thread.
+#include "platform/String.h"
+
+#include <charconv>
+#include <system_error>
+
+namespace Tessel::Platform {
+
+namespace {
+
+std::shared_ptr<const std::string> shared(std::string&& text) {
+  // All empty strings are the same null: they are the common case and cost nothing.
+  return text.empty() ? nullptr : std::make_shared<const std::string>(std::move(text));
+}
+
+}  // namespace
+
+String::String(const char* utf8) : String(utf8 ? std::string_view(utf8) : std::string_view()) {}
+
+String::String(std::string_view utf8) : text_(shared(std::string(utf8))) {}
+
+String::String(std::string utf8) : text_(shared(std::move(utf8))) {}
+
+String String::fromUnsignedInteger(unsigned long long value) {
+  return String(std::to_string(value));
+}
+
+String String::fromSignedInteger(long long value) {
+  return String(std::to_string(value));
+}
+
+String String::fromNumber(double value) {
+  return String(formatNumberText(value));
+}
+
+std::string formatNumberText(double value) {
+  // to_chars knows no locale, unlike printf: the decimal point stays a point.
+  char text[23];
+  const auto [end, error] =
+      std::to_chars(std::begin(text), std::end(text), value, std::chars_format::general, 6);
+  return error == std::errc() ? std::string(text, end) : std::string();
+}
+
+}  // namespace Tessel::Platform

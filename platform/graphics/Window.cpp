@@ -1,0 +1,140 @@
+// Windows, their groups and their registry of handles. UI thread.
+#include "platform/graphics/Window.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <map>
+
+namespace Tessel::Platform::Graphics {
+
+namespace {
+
+struct Registry {
+  int lastHandle = 0;
+  std::map<int, Window*> byHandle;
+  std::map<String, Window*> topLevels;
+};
+
+Registry& registry() {
+  static auto* instance = new Registry;
+  return *instance;
+}
+
+String identifierFor(int handle) {
+  return concat("window-", String::fromSignedInteger(getpid()), "-",
+                String::fromSignedInteger(handle));
+}
+
+String groupFor(const Window* topLevel, const String& asked, int handle) {
+  if (topLevel) return topLevel->windowGroup();
+  return asked.isEmpty() ? concat("group-", identifierFor(handle)) : asked;
+}
+
+}  // namespace
+
+Window::Window(WindowType type, Window* parent, const IntRect& windowRect,
+               const IntRect& viewportRect, IntSize, int, bool, const String& group)
+    : handle_(++registry().lastHandle),
+      identifier_(identifierFor(handle_)),
+      topLevel_(type == WindowType::Application ? this
+                : parent                        ? parent->topLevel_
+                                                : topLevelOf(group)),
+      group_(groupFor(topLevel_ == this ? nullptr : topLevel_, group, handle_)),
+      viewportRect_(viewportRect) {
+  state_.rect = windowRect;
+  state_.fillsParent = windowRect == IntRect();
+  // A child of no group has nowhere to be shown.
+  if (!topLevel_) return;
+  registry().byHandle.emplace(handle_, this);
+  if (topLevel_ == this) {
+    state_.fillsParent = false;
+    registry().topLevels.emplace(group_, this);
+    surface_ = WindowSystem::current().createSurface(*this, nullptr);
+  } else {
+    surface_ = WindowSystem::current().createSurface(*this, topLevel_->surface());
+  }
+  if (surface_) surface_->update(state_);
+  if (topLevel_ != this) topLevel_->addChildWindow(this);
+}
+
+Window::~Window() {
+  auto& windows = registry().byHandle;
+  windows.erase(handle_);
+  if (topLevel_ == this) {
+    registry().topLevels.erase(group_);
+    // Children that outlive their top-level window live on unseen.
+    for (auto& [handle, window] : windows) {
+      if (window->topLevel_ == this) window->surface_.reset();
+    }
+  } else if (topLevel_ && topLevelOf(group_) == topLevel_) {
+    topLevel_->removeChildWindow(this);
+  }
+}
+
+Window* Window::topLevelOf(const String& group) {
+  const auto found = registry().topLevels.find(group);
+  return found == registry().topLevels.end() ? nullptr : found->second;
+}
+
+Window* Window::fromPlatformHandle(int handle) {
+  const auto found = registry().byHandle.find(handle);
+  return found == registry().byHandle.end() ? nullptr : found->second;
+}
+
+template <typename Value>
+void Window::change(Value WindowState::*field, Value value) {
+  if (state_.*field == value) return;
+  state_.*field = value;
+  if (surface_) surface_->update(state_);
+}
+
+void Window::setWindowRectangle(const IntRect& rect) {
+  state_.fillsParent = false;
+  change(&WindowState::rect, rect);
+}
+
+void Window::setZOrder(int zOrder) {
+  change(&WindowState::zOrder, zOrder);
+}
+void Window::setVisible(bool visible) {
+  change(&WindowState::visible, visible);
+}
+void Window::setGlobalAlpha(int alpha) {
+  change(&WindowState::globalAlpha, std::clamp(alpha, 0, 255));
+}
+void Window::setSensitivity(Sensitivity sensitivity) {
+  change(&WindowState::sensitivity, sensitivity);
+}
+void Window::setTransparency(int type) {
+  change(&WindowState::transparency, type);
+}
+void Window::setOrientation(int degrees) {
+  change(&WindowState::orientation, degrees);
+}
+
+void Window::post(const IntRect& area) {
+  if (surface_) surface_->post(area);
+}
+
+void clearBuffer(Window& window, Color color) {
+  if (window.surface()) window.surface()->clear(color);
+}
+
+bool setGroupKeyboardFocus(int platformHandle, int value) {
+  Window* window = Window::fromPlatformHandle(platformHandle);
+  if (!window) {
+    errno = EINVAL;
+    return false;
+  }
+  Window* topLevel = Window::topLevelOf(window->windowGroup());
+  if (!topLevel || !topLevel->surface()) {
+    errno = ENODEV;
+    return false;
+  }
+  if (value != 0) topLevel->surface()->requestKeyboardFocus();
+  return true;
+}
+
+}  // namespace Tessel::Platform::Graphics

@@ -1,0 +1,92 @@
+// Windows, their groups and their registry of handles. UI thread.
+//
+// A group is one top-level window with all its children; the chrome names groups by text and
+// windows by handle.
+#pragma once
+
+#include "platform/Geometry.h"
+#include "platform/GuardedPointer.h"
+#include "platform/String.h"
+#include "platform/graphics/WindowSystem.h"
+
+#include <memory>
+
+namespace Tessel::Platform::Graphics {
+
+enum class WindowType : int { Application = 1, Child = 2 };
+
+// Told what the person at the screen does to a top-level window.
+class WindowListener {
+ public:
+  virtual ~WindowListener() = default;
+  virtual void windowResized(IntSize size) = 0;
+  virtual void windowCloseRequested() = 0;
+};
+
+class Window : public GuardedPointerBase {
+ public:
+  // A child needs a parent, or the group name of one; an application window without a group name
+  // gets a group of its own. A child whose rectangle is empty covers its parent until it is
+  // placed. Usage and flag are kept for systems that allocate by them.
+  Window(WindowType type, Window* parent, const IntRect& windowRect, const IntRect& viewportRect,
+         IntSize size, int usage, bool flag, const String& group);
+  ~Window() override;
+
+  // Called when a window joins or leaves this window's group.
+  virtual void addChildWindow(Window* child) { static_cast<void>(child); }
+  virtual void removeChildWindow(Window* child) { static_cast<void>(child); }
+
+  // The top-level window of a group; null when there is none.
+  static Window* topLevelOf(const String& group);
+  // Null for numbers that name no living window.
+  static Window* fromPlatformHandle(int handle);
+
+  const String& windowGroup() const { return group_; }
+  // Text that names this window among all windows of all processes of the program.
+  const String& identifier() const { return identifier_; }
+  // A small number, never reused in a process and never 0.
+  int platformHandle() const { return handle_; }
+  // False when the window system had no room for the window; everything else then does nothing.
+  bool hasBuffer() const { return surface_ != nullptr; }
+  WindowSurface* surface() const { return surface_.get(); }
+  IntSize surfaceSize() const { return surface_ ? surface_->size() : IntSize(); }
+  const WindowState& state() const { return state_; }
+
+  void setWindowRectangle(const IntRect& rect);
+  // The part of the surface that is shown; kept, surfaces here are as large as their windows.
+  void setViewportRectangle(const IntRect& rect) { viewportRect_ = rect; }
+  void setZOrder(int zOrder);
+  void setVisible(bool visible);
+  void setGlobalAlpha(int alpha);  // 0 to 255; what lies outside is brought to the nearer end
+  void setSensitivity(Sensitivity sensitivity);
+  void setTransparency(int type);
+  void setOrientation(int degrees);
+  void post(const IntRect& area);
+
+  // Not owned; null takes it away.
+  void setListener(WindowListener* listener) { listener_ = listener; }
+  // For the window system.
+  WindowListener* listener() const { return listener_; }
+
+ private:
+  template <typename Value>
+  void change(Value WindowState::*field, Value value);
+
+  const int handle_;
+  const String identifier_;
+  Window* const topLevel_;  // itself for a top-level window
+  const String group_;
+  WindowState state_;
+  IntRect viewportRect_;
+  WindowListener* listener_ = nullptr;
+  std::unique_ptr<WindowSurface> surface_;
+};
+
+// Fills a window's buffer; shown by the next post.
+void clearBuffer(Window& window, Color color);
+
+// Gives a window's group the keyboard (1) or leaves it where it is (0). False with errno set when
+// the handle names no window (EINVAL) or the window is not on a screen (ENODEV).
+bool setGroupKeyboardFocus(int platformHandle, int value);
+
+}  // namespace Tessel::Platform::Graphics

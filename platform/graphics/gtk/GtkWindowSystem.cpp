@@ -1,0 +1,204 @@
+// Windows on a real screen, by GTK. UI thread.
+#include "platform/graphics/gtk/GtkWindowSystem.h"
+
+#include "platform/graphics/Window.h"
+#include "platform/graphics/gtk/StackContainer.h"
+
+#include <gtk/gtk.h>
+
+namespace Tessel::Platform::Graphics {
+
+namespace {
+
+void drawColor(cairo_t* cairo, const Color& color) {
+  cairo_set_source_rgba(cairo, color.red / 255.0, color.green / 255.0, color.blue / 255.0,
+                        color.alpha / 255.0);
+  cairo_paint(cairo);
+}
+
+// What a surface was cleared to. Shown only from the next post on, as on a real double buffer.
+struct Fill {
+  bool cleared = false;
+  Color pending;
+  Color shown{0, 0, 0, 0};
+
+  void clear(Color color) {
+    cleared = true;
+    pending = color;
+  }
+  void post() {
+    if (cleared) shown = pending;
+  }
+};
+
+class TopLevelSurface final : public WindowSurface {
+ public:
+  explicit TopLevelSurface(Window& owner)
+      : owner_(owner), window_(gtk_window_new(GTK_WINDOW_TOPLEVEL)), stack_(stackContainerNew()) {
+    const IntRect& rect = owner.state().rect;
+    gtk_window_set_title(GTK_WINDOW(window_), g_get_prgname() ? g_get_prgname() : "pagehost");
+    gtk_window_set_default_size(GTK_WINDOW(window_), std::max(rect.width, 1),
+                                std::max(rect.height, 1));
+    requested_ = {rect.width, rect.height};
+    gtk_widget_set_app_paintable(window_, TRUE);
+    g_signal_connect(window_, "draw", G_CALLBACK(onDraw), this);
+    g_signal_connect(window_, "delete-event", G_CALLBACK(onDelete), this);
+    g_signal_connect(window_, "size-allocate", G_CALLBACK(onAllocate), this);
+    gtk_container_add(GTK_CONTAINER(window_), stack_);
+    gtk_widget_show(stack_);
+  }
+
+  ~TopLevelSurface() override {
+    g_signal_handlers_disconnect_by_data(window_, this);
+    gtk_widget_destroy(window_);
+  }
+
+  GtkWidget* stack() const { return stack_; }
+
+  void update(const WindowState& state) override {
+    const IntSize size{state.rect.width, state.rect.height};
+    if (size != requested_ && size.width > 0 && size.height > 0) {
+      requested_ = size;
+      gtk_window_resize(GTK_WINDOW(window_), size.width, size.height);
+    }
+    gtk_widget_set_opacity(window_, state.globalAlpha / 255.0);
+    gtk_widget_set_visible(window_, state.visible);
+  }
+
+  IntSize size() const override {
+    IntSize size;
+    gtk_window_get_size(GTK_WINDOW(window_), &size.width, &size.height);
+    return size;
+  }
+
+  void clear(Color color) override { fill_.clear(color); }
+  void post(const IntRect& area) override {
+    fill_.post();
+    gtk_widget_queue_draw_area(window_, area.x, area.y, area.width, area.height);
+  }
+  void requestKeyboardFocus() override { gtk_window_present(GTK_WINDOW(window_)); }
+
+ private:
+  static gboolean onDraw(GtkWidget*, cairo_t* cairo, gpointer self) {
+    drawColor(cairo, static_cast<TopLevelSurface*>(self)->fill_.shown);
+    return FALSE;
+  }
+
+  // The program decides what closing the window means; nobody listening means nothing happens.
+  static gboolean onDelete(GtkWidget*, GdkEvent*, gpointer self) {
+    WindowListener* listener = static_cast<TopLevelSurface*>(self)->owner_.listener();
+    if (listener) listener->windowCloseRequested();
+    return TRUE;
+  }
+
+  static void onAllocate(GtkWidget*, GdkRectangle*, gpointer data) {
+    auto* self = static_cast<TopLevelSurface*>(data);
+    const IntSize size = self->size();
+    if (size == self->allocated_) return;
+    self->allocated_ = size;
+    if (WindowListener* listener = self->owner_.listener()) listener->windowResized(size);
+  }
+
+  Window& owner_;
+  GtkWidget* window_;
+  GtkWidget* stack_;
+  IntSize requested_;
+  IntSize allocated_;
+  Fill fill_;
+};
+
+// A child shows one widget: at first one that paints the colour the surface was cleared to, later
+// perhaps what was embedded.
+class ChildSurface final : public WindowSurface {
+ public:
+  ChildSurface(Window& owner, TopLevelSurface& parent)
+      : owner_(owner), stack_(GTK_WIDGET(g_object_ref(parent.stack()))), widget_(nullptr) {
+    GtkWidget* painter = gtk_event_box_new();
+    // No input window of its own: clicks fall through to what lies below.
+    gtk_widget_set_has_window(painter, FALSE);
+    gtk_widget_set_app_paintable(painter, TRUE);
+    g_signal_connect(painter, "draw", G_CALLBACK(onDraw), this);
+    show(painter);
+  }
+
+  ~ChildSurface() override {
+    drop();
+    g_object_unref(stack_);
+  }
+
+  void show(GtkWidget* widget) {
+    drop();
+    widget_ = GTK_WIDGET(g_object_ref_sink(widget));
+    stackContainerPut(stack_, widget_, owner_.state());
+  }
+
+  void update(const WindowState& state) override { stackContainerUpdate(stack_, widget_, state); }
+
+  IntSize size() const override {
+    const WindowState& state = owner_.state();
+    if (!state.fillsParent) return {state.rect.width, state.rect.height};
+    return {gtk_widget_get_allocated_width(stack_), gtk_widget_get_allocated_height(stack_)};
+  }
+
+  void clear(Color color) override { fill_.clear(color); }
+  void post(const IntRect&) override {
+    fill_.post();
+    gtk_widget_queue_draw(widget_);
+  }
+  void requestKeyboardFocus() override { gtk_widget_grab_focus(widget_); }
+
+ private:
+  static gboolean onDraw(GtkWidget*, cairo_t* cairo, gpointer self) {
+    drawColor(cairo, static_cast<ChildSurface*>(self)->fill_.shown);
+    return FALSE;
+  }
+
+  void drop() {
+    if (!widget_) return;
+    g_signal_handlers_disconnect_by_data(widget_, this);
+    gtk_widget_destroy(widget_);
+    g_object_unref(widget_);
+    widget_ = nullptr;
+  }
+
+  Window& owner_;
+  GtkWidget* stack_;
+  GtkWidget* widget_;
+  Fill fill_;
+};
+
+}  // namespace
+
+std::unique_ptr<GtkWindowSystem> GtkWindowSystem::create() {
+  // One display protocol is supported and tested; the other has no placing of child windows that
+  // input can be forwarded to.
+  gdk_set_allowed_backends("x11");
+  if (!gtk_init_check(nullptr, nullptr)) return nullptr;
+  return std::make_unique<GtkWindowSystem>();
+}
+
+std::unique_ptr<WindowSurface> GtkWindowSystem::createSurface(Window& window,
+                                                              WindowSurface* parent) {
+  if (!parent) return std::make_unique<TopLevelSurface>(window);
+  auto* topLevel = dynamic_cast<TopLevelSurface*>(parent);
+  if (!topLevel) return nullptr;
+  return std::make_unique<ChildSurface>(window, *topLevel);
+}
+
+void GtkWindowSystem::flush(bool wait) {
+  GdkDisplay* display = gdk_display_get_default();
+  if (wait) {
+    gdk_display_sync(display);
+  } else {
+    gdk_display_flush(display);
+  }
+}
+
+bool GtkWindowSystem::embed(Window& window, GtkWidget* widget) {
+  auto* surface = dynamic_cast<ChildSurface*>(window.surface());
+  if (!surface) return false;
+  surface->show(widget);
+  return true;
+}
+
+}  // namespace Tessel::Platform::Graphics

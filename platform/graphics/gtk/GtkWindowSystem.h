@@ -1,0 +1,24 @@
+// Windows on a real screen, by GTK. UI thread.
+#pragma once
+
+#include "platform/graphics/WindowSystem.h"
+
+typedef struct _GtkWidget GtkWidget;
+
+namespace Tessel::Platform::Graphics {
+
+class GtkWindowSystem final : public WindowSystem {
+ public:
+  // Starts GTK. Null when there is no display that can be opened.
+  static std::unique_ptr<GtkWindowSystem> create();
+
+  std::unique_ptr<WindowSurface> createSurface(Window& window, WindowSurface* parent) override;
+  void flush(bool wait) override;
+
+  // Shows a widget as the content of a child window made by this system; the window's place,
+  // order, alpha and visibility become the widget's. The widget belongs to the window from now on
+  // and is destroyed with it. False, and the widget is left alone, for any other window.
+  static bool embed(Window& window, GtkWidget* widget);
+};
+
+}  // namespace Tessel::Platform::Graphics

@@ -1,0 +1,89 @@
+// Message loops: a queue of messages on a GLib main context, which one thread runs.
+#pragma once
+
+#include "platform/messages/Message.h"
+
+#include <memory>
+#include <thread>
+
+struct _GMainContext;
+
+namespace Tessel::Platform {
+
+// Receives the plain messages of a client, on the client's thread.
+class MessageHandler {
+ public:
+  virtual ~MessageHandler() = default;
+  virtual void handleMessage(Message& message) = 0;
+};
+
+// Messages are delivered one at a time, in the order of their dispatch, by the loop of the
+// client's thread. While that thread is inside a wait (MainThreadWait) nothing is delivered, even
+// if the wait runs the loop: deferred work must not run in the middle of somebody's call. Outside
+// a wait, a message whose delivery runs the loop itself (a modal dialog) lets later ones through.
+//
+// A client is destroyed by its thread, and not from within its own loop.
+class MessageClient {
+ public:
+  virtual ~MessageClient();
+  MessageClient(const MessageClient&) = delete;
+  MessageClient& operator=(const MessageClient&) = delete;
+
+  // Queues the message. Executable messages run when their turn comes; others go to the installed
+  // handlers, in the order of installation. Never blocks. Any thread. A message whose turn has not
+  // come when the loop ends, or that is dispatched later, is destroyed with the client.
+  void dispatchMessage(std::unique_ptr<Message> message);
+
+  // Runs the message on the client's thread and returns afterwards: at once when this is that
+  // thread, else through the queue. False when the loop ended before its turn came. Any thread.
+  bool dispatchSyncMessage(std::unique_ptr<ExecutableMessage> message);
+
+  // Queues the message for the client that the thread made. False when that thread has none, or
+  // none any more; the message is destroyed then. Any thread.
+  static bool dispatchToThread(std::thread::id thread, std::unique_ptr<Message> message);
+
+  // The handler is not owned and must be removed before it dies. Client's thread.
+  void installMessageHandler(MessageHandler* handler);
+  void removeMessageHandler(MessageHandler* handler);
+
+  // Runs the loop until exit() is called; the result is what exit() was given. Called once, by
+  // the thread that made the client.
+  virtual int run();
+  // Ends the loop after the message that is being delivered. Also before run(), which then
+  // returns at once. The first status stands. Any thread.
+  void exit(int status);
+
+  bool isCurrentThread() const;
+
+ protected:
+  struct State;
+  // The context is referenced; null means one of the client's own.
+  explicit MessageClient(_GMainContext* context);
+  State& state() const { return *state_; }
+
+ private:
+  std::shared_ptr<State> state_;
+};
+
+// The client of a process's main thread, on the default GLib main context. One per process; it
+// must be made by the main thread.
+class MainMessageClient final : public MessageClient {
+ public:
+  // Priority of its thread (0 leaves it; others are for systems with priorities to give), and the
+  // channel to listen on (-1 for a channel of its own).
+  MainMessageClient(int priority, int channel);
+  ~MainMessageClient() override;
+
+  // Null before it is made and after it is gone.
+  static MainMessageClient* instance();
+};
+
+// The client of the user-interface thread: the main client. Null while there is none.
+MessageClient* userInterfaceThreadMessageClient();
+
+// The client of the web-engine thread, which serves what must be answered while the main thread
+// is waiting. Thread and client start with the first call, from any thread, and last as long as
+// the process.
+MessageClient* webKitThreadMessageClient();
+
+}  // namespace Tessel::Platform

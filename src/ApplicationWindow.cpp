@@ -1,0 +1,163 @@
+// The one top-level window of the application. UI thread.
+#include "ApplicationWindow.h"
+
+#include "bindings/BindingManager.h"
+#include "platform/Log.h"
+#include "platform/Settings.h"
+#include "platform/graphics/Screen.h"
+#include "webview/WebView.h"
+#include "webview/WebViewManager.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+using Tessel::Platform::IntRect;
+using Tessel::Platform::IntSize;
+using Tessel::Platform::logAlways;
+using Tessel::Platform::LogError;
+using Tessel::Platform::Settings;
+using Tessel::Platform::Graphics::Screen;
+using Tessel::Platform::Graphics::ScreenContext;
+using Tessel::Platform::Graphics::Window;
+using Tessel::Platform::Graphics::WindowType;
+
+namespace {
+
+constexpr int opaqueTransparency = 5;
+
+struct {
+  const char* name;
+  int degrees;
+} constexpr rotations[] = {{"top_up", 0}, {"left_up", 90}, {"right_up", 270}};
+
+int rotationNamed(const char* name) {
+  for (const auto& rotation : rotations) {
+    if (std::strcmp(rotation.name, name) == 0) return rotation.degrees;
+  }
+  return 0;
+}
+
+int numberFrom(const char* text) {
+  return text ? static_cast<int>(std::strtoul(text, nullptr, 10)) : 0;
+}
+
+// What the launch asked for, before there is a window.
+IntSize launchedSize() {
+  int rotation = 0;
+  if (const char* name = std::getenv("ROTATION")) {
+    rotation = rotationNamed(name);
+    Screen::primaryScreen().setRotation(rotation);
+  }
+  const int width = numberFrom(std::getenv("WIDTH"));
+  const int height = numberFrom(std::getenv("HEIGHT"));
+  if (width != 0 && height != 0) {
+    ApplicationWindow::setApplicationSize(width, height, rotation);
+  }
+  return Settings::instance().applicationSize();
+}
+
+const char* argument(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
+  const char* text = event.args()[index];
+  return text ? text : "";
+}
+
+bool wrongCount(const OrvWebJavaScriptCallbackEvent& event, int required, const char* name) {
+  return BindingManager::checkArgumentCount(static_cast<int>(event.numArgs()), required, name, -1);
+}
+
+void jsSetVisible(OrvWebJavaScriptCallbackEvent* event) {
+  if (wrongCount(*event, 2, "jsSetVisible")) return;
+  ApplicationWindow::instance().setVisible(std::strcmp(argument(*event, 1), "true") == 0);
+  ApplicationWindow::instance().present();
+}
+
+void jsFlushContext(OrvWebJavaScriptCallbackEvent* event) {
+  if (wrongCount(*event, 1, "jsFlushContext")) return;
+  ScreenContext::sharedContext().flush(false);
+}
+
+void jsSetSize(OrvWebJavaScriptCallbackEvent* event) {
+  if (wrongCount(*event, 4, "jsSetSize")) return;
+  const auto number = [&](unsigned int index) {
+    return static_cast<int>(std::strtol(argument(*event, index), nullptr, 10));
+  };
+  ApplicationWindow::instance().resize(number(1), number(2), number(3));
+}
+
+}  // namespace
+
+ApplicationWindow& ApplicationWindow::instance() {
+  static auto* window = new ApplicationWindow(launchedSize());
+  return *window;
+}
+
+ApplicationWindow::ApplicationWindow(IntSize size)
+    : Window(WindowType::Application, nullptr, {0, 0, size.width, size.height},
+             {0, 0, size.width, size.height}, {1, 1}, 0, false, Tessel::Platform::String()) {
+  setListener(this);
+  setZOrder(0);
+  setTransparency(opaqueTransparency);
+  clearBuffer(*this, {255, 255, 255, 255});
+  present();
+  WebView::installWindowLookup([](const std::string& identifier) {
+    return ApplicationWindow::instance().windowHandleFor(identifier);
+  });
+  BindingManager& bindings = BindingManager::instance();
+  bindings.registerBinding("applicationWindow.setVisible", jsSetVisible);
+  bindings.registerBinding("applicationWindow.flushContext", jsFlushContext);
+  bindings.registerBinding("applicationWindow.setSize", jsSetSize);
+}
+
+void ApplicationWindow::setApplicationSize(int width, int height, int rotation) {
+  const bool sideways = std::abs(rotation % 180) == 90;
+  Settings::instance().setApplicationSize(sideways ? IntSize{height, width}
+                                                   : IntSize{width, height});
+}
+
+void ApplicationWindow::resize(int width, int height, int rotation) {
+  setApplicationSize(width, height, rotation);
+  const IntRect rect{0, 0, width, height};
+  setWindowRectangle(rect);
+  setViewportRectangle(rect);
+  setOrientation(rotation);
+  present();
+}
+
+void ApplicationWindow::present() {
+  const IntSize size = surfaceSize();
+  if (size.width >= 1 && size.height >= 1) {
+    post({0, 0, size.width, size.height});
+  } else {
+    ScreenContext::sharedContext().flush(false);
+  }
+}
+
+int ApplicationWindow::windowHandleFor(const std::string& identifier) const {
+  const auto found = children_.find(identifier);
+  return found == children_.end() ? 0 : found->second->platformHandle();
+}
+
+void ApplicationWindow::addChildWindow(Window* child) {
+  children_.emplace(child->identifier().toStdString(), child);
+}
+
+void ApplicationWindow::removeChildWindow(Window* child) {
+  children_.erase(child->identifier().toStdString());
+}
+
+void ApplicationWindow::setKeyboardFocus(int value) {
+  if (!Tessel::Platform::Graphics::setGroupKeyboardFocus(platformHandle(), value)) {
+    logAlways(LogError, "Failed to get window group: %s (%d)", std::strerror(errno), errno);
+    return;
+  }
+  ScreenContext::sharedContext().flush(false);
+}
+
+void ApplicationWindow::windowResized(IntSize size) {
+  Settings::instance().setApplicationSize(size);
+}
+
+void ApplicationWindow::windowCloseRequested() {
+  WebViewManager::instance().shutdown();
+}

@@ -1,0 +1,38 @@
+// The one top-level window of the application, in whose group all its web views live. UI thread.
+#pragma once
+
+#include "platform/graphics/Window.h"
+
+#include <map>
+#include <string>
+
+class ApplicationWindow final : public Tessel::Platform::Graphics::Window,
+                                private Tessel::Platform::Graphics::WindowListener {
+ public:
+  // Created on first use, with the size and rotation that WIDTH, HEIGHT and ROTATION give; never
+  // destroyed. Registers the applicationWindow.* functions.
+  static ApplicationWindow& instance();
+
+  // Stores the application's size; width and height change places for a sideways rotation.
+  static void setApplicationSize(int width, int height, int rotation);
+
+  // The platform handle of the child window with that identifier, 0 when there is none.
+  int windowHandleFor(const std::string& identifier) const;
+  // Gives the window's group the keyboard (1), or leaves it where it is (0).
+  void setKeyboardFocus(int value);
+  // Shows what has been drawn.
+  void present();
+  // Resizes and turns the window.
+  void resize(int width, int height, int rotation);
+
+  void addChildWindow(Window* child) override;
+  void removeChildWindow(Window* child) override;
+
+ private:
+  explicit ApplicationWindow(Tessel::Platform::IntSize size);
+
+  void windowResized(Tessel::Platform::IntSize size) override;
+  void windowCloseRequested() override;
+
+  std::map<std::string, Window*> children_;
+};

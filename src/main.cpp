@@ -1,0 +1,30 @@
+// The program's entry: what every role shares, and the choice of role by the name that the
+// program was started under. Main thread.
+#include "PagehostMain.h"
+#include "bindings/BindingManager.h"
+#include "platform/Log.h"
+#include "webview/commands/CommandTable.h"
+
+#include <fontconfig/fontconfig.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+
+extern const char* __progname;
+
+int main(int argc, char** argv) {
+  // A peer that closed its end is an error of the write, not the end of the process.
+  std::signal(SIGPIPE, SIG_IGN);
+  const bool isApplication = std::strcmp(__progname, "pagehost") == 0;
+  Tessel::Platform::setupApplicationLogging(__progname);
+  registerCommands(BindingManager::instance());
+  FcInit();
+  if (isApplication) pagehost_main(argc, argv);
+  Tessel::Platform::logAlways(
+      Tessel::Platform::LogError,
+      "Started as \"%s\", this would be the launcher server, which is not part of this build yet. "
+      "Start it as \"pagehost\" to run the application.",
+      __progname);
+  std::exit(EXIT_FAILURE);
+}

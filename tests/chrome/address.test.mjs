@@ -1,0 +1,39 @@
+import assert from 'node:assert/strict';
+import test from 'node:test';
+import { labelFor, resolveAddress } from '../../chrome/address.js';
+
+test('addresses that open', () => {
+  for (const [typed, url] of [
+    ['example.org', 'https://example.org/'],
+    ['  example.org:8443/a?b#c ', 'https://example.org:8443/a?b#c'],
+    ['intranet', 'https://intranet/'],
+    ['müller.example', 'https://xn--mller-kva.example/'],
+    ['localhost:8080', 'http://localhost:8080/'],
+    ['[::1]:9/x', 'http://[::1]:9/x'],
+    ['localhost.example.org', 'https://localhost.example.org/'],
+    ['HTTP://Example.org', 'http://example.org/'],
+    ['local:///chrome/samples/start.html', 'local:///chrome/samples/start.html'],
+    ['data:text/html,<p>a b', 'data:text/html,<p>a b'],
+    ['about:blank', 'about:blank'],
+    ['/tmp/my page.html', 'file:///tmp/my%20page.html'],
+  ]) assert.deepEqual(resolveAddress(typed), { url }, typed);
+});
+
+test('text that opens nothing says why', () => {
+  for (const [typed, hint] of [
+    ['   ', /Type an address/],
+    ['what is a host', /spaces/],
+    ['javascript:alert(1)', /javascript:/],
+    ['mailto:a@example.org', /mailto:/],
+    ['https://', /not a complete/],
+    ['example.org:99999', /not a complete/],
+  ]) assert.match(resolveAddress(typed).hint ?? '', hint, typed);
+});
+
+test('pages without a title still get a name', () => {
+  assert.equal(labelFor('https://example.org:8443/a'), 'example.org:8443');
+  assert.equal(labelFor('file:///tmp/my%20page.html'), 'my page.html');
+  assert.equal(labelFor('about:blank'), 'New tab');
+  assert.equal(labelFor('data:text/html,x'), 'Data page');
+  assert.equal(labelFor('file:///tmp/100%'), 'file:///tmp/100%');
+});

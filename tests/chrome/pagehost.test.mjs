@@ -1,0 +1,112 @@
+import assert from 'node:assert/strict';
+import test, { beforeEach, mock } from 'node:test';
+
+let calls;
+let pagehost;
+let copies = 0;
+
+const load = () => import(`../../chrome/pagehost.js?copy=${++copies}`);
+const raise = (...event) => globalThis.chrome.internal.webEvent(...event);
+
+beforeEach(async () => {
+  calls = [];
+  delete globalThis[Symbol.for('pagehost.hub')];
+  globalThis.chrome = { internal: { application: 'kept' } };
+  globalThis.orv = {
+    callNative(name, ...args) {
+      calls.push([name, ...args]);
+      if (name === 'bindingManager.listBindings') return 'webview.create\nwebview.delete\nwebview.loadURL\nwebview.title\n';
+      return { 'webview.create': '7', 'webview.title': 'A title' }[name];
+    },
+  };
+  mock.restoreAll();
+  mock.method(console, 'error', () => {});
+  pagehost = await load();
+});
+
+test('commands are methods that pass the handle; unknown ones are not there', () => {
+  const view = pagehost.WebView.create('group');
+  calls.length = 0;
+  assert.equal(view.title(), 'A title');
+  assert.equal(view.loadURL('about:blank'), '');
+  assert.deepEqual(calls, [['webview.title', 7], ['webview.loadURL', 7, 'about:blank']]);
+  assert.equal(view.goBack, undefined);
+});
+
+test('nothing is enabled before Created, everything inside it', async () => {
+  const view = pagehost.WebView.create('group');
+  const titles = [];
+  calls.length = 0;
+  view.onProperty('Title', (title) => titles.push(title));
+  view.on('DocumentLoadFinished', () => {});
+  assert.deepEqual(calls, []);
+  raise(7, 'Created', '', 0);
+  assert.deepEqual(calls, [
+    ['webview.setWebEventEnabled', 7, 'PropertyChanged', true],
+    ['webview.setPropertyChangedEventEnabled', 7, 'Title', true],
+    ['webview.setWebEventEnabled', 7, 'DocumentLoadFinished', true],
+  ]);
+  assert.equal(await view.created, view);
+
+  raise(7, 'PropertyTitleEvent', '{"looks":"like JSON"}', 0);
+  raise(8, 'PropertyTitleEvent', 'of another view', 0);
+  assert.deepEqual(titles, ['{"looks":"like JSON"}']);
+});
+
+test('property values have their type', () => {
+  const seen = [];
+  const view = new pagehost.WebView(7);
+  for (const name of ['CanGoBack', 'LoadProgress']) view.onProperty(name, (value) => seen.push(value));
+  raise(7, 'PropertyCanGoBackEvent', 'false', 0);
+  raise(7, 'PropertyLoadProgressEvent', '40', 0);
+  assert.deepEqual(seen, [false, 40]);
+});
+
+test('the answers of all listeners are merged; failures and promises are none', () => {
+  const view = new pagehost.WebView(7);
+  assert.equal(raise(7, 'OpenWindow', '{}', 0), undefined);
+  view.on('OpenWindow', () => { throw new Error('broken'); });
+  view.on('OpenWindow', async () => ({ setModal: true }));
+  view.on('OpenWindow', () => null);
+  view.on('OpenWindow', () => 'text');
+  assert.equal(raise(7, 'OpenWindow', '{}', 0), undefined);
+  view.on('OpenWindow', ({ data }) => ({ setAction: data.url ? 'CREATE' : 'DISCARD' }));
+  pagehost.on('OpenWindow', () => ({ setPreventDefault: true }));
+  assert.equal(raise(7, 'OpenWindow', '{"url":"a"}', 0), '{"setAction":"CREATE","setPreventDefault":true}');
+});
+
+test('a view that ends takes its listeners along, also before it began', async () => {
+  const view = pagehost.WebView.create('group');
+  const ended = assert.rejects(view.created, /never created/);
+  let heard = 0;
+  view.on('Focus', () => heard++);
+  raise(7, 'Destroyed', '', 0);
+  raise(7, 'Focus', '', 0);
+  assert.equal(heard, 0);
+  await ended;
+});
+
+test('two copies share listeners and dispatch once', async () => {
+  let heard = 0;
+  pagehost.on('Focus', () => heard++);
+  const second = await load();
+  second.on('Focus', () => heard++);
+  raise(7, 'Focus', '', 0);
+  assert.equal(heard, 2);
+  assert.equal(globalThis.chrome.internal.application, 'kept');
+});
+
+test('error texts reach the console and the listeners', () => {
+  const texts = [];
+  pagehost.on('errors', ({ text }) => texts.push(text));
+  globalThis.chrome.native.error('Binding for native function: "x" does not exist.');
+  assert.equal(texts.length, 1);
+  assert.equal(console.error.mock.callCount(), 1);
+});
+
+test('outside the host, calls fail with one readable message', async () => {
+  delete globalThis.orv;
+  const outside = await load();
+  assert.equal(outside.isHosted(), false);
+  assert.throws(() => outside.call('webview.title', 1), /only inside pagehost/);
+});

@@ -1,0 +1,147 @@
+// Log lines as whoever reads standard error gets them; a pipe stands in for it.
+#include "platform/Log.h"
+#include "tests/platform/StandardErrorPipe.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cerrno>
+#include <cwchar>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace Tessel::Platform {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+using Testing::StandardErrorPipe;
+using testing::StartsWith;
+
+std::vector<std::string> linesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+class LogTest : public testing::Test {
+ protected:
+  LogTest() { setupApplicationLogging("tester"); }
+  ~LogTest() override { setupApplicationLogging("pagehost"); }
+};
+
+TEST_F(LogTest, LineNamesLevelProcessPidAndTime) {
+  StandardErrorPipe pipe;
+  logAlways(LogError, "a %s of %d", "line", 7);
+  logAlways(LogNotice, "%s", "");
+  const auto lines = linesOf(pipe.read());
+  ASSERT_EQ(lines.size(), 2u);
+  const std::string origin = " tester " + std::to_string(getpid()) + " [0-9]+\\.[0-9]{6} ";
+  EXPECT_THAT(lines[0], MatchesRegex("\\[error\\]" + origin + "a line of 7"));
+  EXPECT_THAT(lines[1], MatchesRegex("\\[notice\\]" + origin));
+}
+
+TEST_F(LogTest, ForkedChildSpeaksUnderItsOwnNameAndPid) {
+  StandardErrorPipe pipe;
+  const pid_t child = fork();
+  if (child == 0) {
+    setupApplicationLogging(std::string(200, 'n').c_str());
+    logAlways(LogNotice, "hello");
+    _exit(0);
+  }
+  ASSERT_EQ(waitpid(child, nullptr, 0), child);
+  EXPECT_THAT(pipe.read(),
+              StartsWith("[notice] " + std::string(63, 'n') + ' ' + std::to_string(child) + ' '));
+}
+
+TEST_F(LogTest, LineBreaksBecomeSpaces) {
+  StandardErrorPipe pipe;
+  errno = ENOENT;
+  logAlways(LogError, "one\ntwo\r\nthree: %m");
+  const std::string text = pipe.read();
+  EXPECT_EQ(linesOf(text).size(), 1u);
+  EXPECT_THAT(text, HasSubstr("one two  three: No such file"));
+}
+
+TEST_F(LogTest, TextThatCannotBeFormattedLeavesALineAndErrno) {
+  StandardErrorPipe pipe;
+  errno = ENOENT;
+  logAlways(LogError, "%lc", static_cast<wint_t>(0x7FFFFFFF));
+  EXPECT_EQ(errno, ENOENT);
+  const auto lines = linesOf(pipe.read());
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_THAT(lines[0], StartsWith("[error] tester "));
+}
+
+TEST_F(LogTest, LongLineIsCutToOnePieceBetweenCharacters) {
+  StandardErrorPipe pipe;
+  logAlways(LogError, "%s", std::string(100000, 'x').c_str());
+  const std::string plain = pipe.read();
+  EXPECT_EQ(plain.size(), 4096u);
+  EXPECT_EQ(plain.find('\n'), 4095u);
+
+  // One of two neighbouring offsets puts the cut in the middle of a two-byte character.
+  std::string accents;
+  for (int i = 0; i < 3000; ++i) accents += "\xC3\xA4";
+  for (const char* offset : {"", "x"}) {
+    logAlways(LogError, "%s%s", offset, accents.c_str());
+    const std::string text = pipe.read();
+    EXPECT_GE(text.size(), 4095u);
+    EXPECT_THAT(text, EndsWith("\xC3\xA4\n"));
+  }
+}
+
+TEST_F(LogTest, FullPipeDoesNotBlockAndIsReportedOnce) {
+  StandardErrorPipe pipe;
+  const std::string filling(3000, 'f');
+  constexpr int sent = 100;  // far more than any pipe of 64 KiB holds
+  for (int i = 0; i < sent; ++i) logAlways(LogNotice, "%s", filling.c_str());
+  const auto arrived = static_cast<int>(linesOf(pipe.read()).size());
+  ASSERT_GT(arrived, 0);
+  ASSERT_LT(arrived, sent);
+
+  logAlways(LogNotice, "through");
+  logAlways(LogNotice, "again");
+  const auto lines = linesOf(pipe.read());
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_THAT(lines[0],
+              EndsWith(" (" + std::to_string(sent - arrived) + " lines missing) through"));
+  EXPECT_THAT(lines[1], Not(HasSubstr("missing")));
+}
+
+TEST_F(LogTest, ReaderThatIsGoneCostsTheLinesNotTheProcess) {
+  {
+    StandardErrorPipe pipe;
+    pipe.closeReadEnd();
+    logAlways(LogError, "nobody hears this");
+  }
+  StandardErrorPipe pipe;
+  logAlways(LogError, "but this");
+  EXPECT_THAT(pipe.read(), HasSubstr("(1 lines missing) but this"));
+}
+
+TEST_F(LogTest, LinesOfSeveralThreadsStayWhole) {
+  StandardErrorPipe pipe;
+  std::vector<std::thread> threads;
+  for (char letter : {'a', 'b', 'c', 'd'}) {
+    threads.emplace_back([text = std::string(1000, letter)] {
+      for (int i = 0; i < 5; ++i) logAlways(LogNotice, "%s", text.c_str());
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  const auto lines = linesOf(pipe.read());
+  EXPECT_EQ(lines.size(), 20u);
+  for (const std::string& line : lines) {
+    const std::string text = line.substr(line.rfind(' ') + 1);
+    EXPECT_EQ(text, std::string(1000, text[0]));
+  }
+}
+
+}  // namespace
+}  // namespace Tessel::Platform

@@ -1,0 +1,142 @@
+// Waits of the main thread, which is the test's.
+#include "platform/messages/MainThreadWait.h"
+#include "tests/platform/Waiting.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/eventfd.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <functional>
+#include <future>
+#include <memory>
+
+namespace Tessel::Platform {
+namespace {
+
+using namespace std::chrono_literals;
+
+class Event {
+ public:
+  ~Event() { close(fd_); }
+  void raise() { eventfd_write(fd_, 1); }
+  bool take() {
+    eventfd_t count;
+    return eventfd_read(fd_, &count) == 0;
+  }
+  pollfd descriptor() const { return {fd_, POLLIN, 0}; }
+
+ private:
+  int fd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+};
+
+class EventParty final : public MainThreadWait::Party {
+ public:
+  explicit EventParty(std::function<void()> onEvent = [] {}) : onEvent_(std::move(onEvent)) {
+    MainThreadWait::addParty(this);
+  }
+  ~EventParty() override { MainThreadWait::removeParty(this); }
+
+  void appendPollDescriptors(std::vector<pollfd>& descriptors) const override {
+    descriptors.push_back(event.descriptor());
+  }
+  void serve() override {
+    if (!event.take()) return;
+    ++served;
+    onEvent_();
+  }
+
+  Event event;
+  int served = 0;
+
+ private:
+  std::function<void()> onEvent_;
+};
+
+TEST(MainThreadWaitTest, PartiesAreServedUntilTheAnswerArrives) {
+  Event answer;
+  EventParty root([&] { answer.raise(); });  // the answer depends on the party being served
+  root.event.raise();
+
+  MainThreadWait wait;
+  std::vector<pollfd> own{answer.descriptor()};
+  EXPECT_FALSE(wait.poll(own, Testing::Deadline)) << "the party's descriptor is not the caller's";
+  EXPECT_EQ(root.served, 1);
+  EXPECT_TRUE(wait.poll(own, Testing::Deadline));
+  ASSERT_EQ(own.size(), 1u);
+  EXPECT_EQ(own[0].revents, POLLIN);
+  EXPECT_EQ(root.served, 1);
+}
+
+TEST(MainThreadWaitTest, PartyMayWaitWhileItIsServed) {
+  Event answer;
+  int depth = 0;
+  EventParty party([&] {
+    if (++depth == 3) return;
+    MainThreadWait nested;
+    party.event.raise();
+    std::vector<pollfd> none;
+    nested.poll(none, Testing::Deadline);
+    EXPECT_TRUE(MainThreadWait::isActive());
+  });
+  party.event.raise();
+  {
+    MainThreadWait wait;
+    std::vector<pollfd> own{answer.descriptor()};
+    EXPECT_FALSE(wait.poll(own, Testing::Deadline));
+    EXPECT_EQ(party.served, 3);
+    EXPECT_TRUE(MainThreadWait::isActive());
+    EXPECT_FALSE(std::async(std::launch::async, MainThreadWait::isActive).get());
+  }
+  EXPECT_FALSE(MainThreadWait::isActive());
+}
+
+TEST(MainThreadWaitTest, PartiesMayLeaveWhileOneOfThemIsServed) {
+  std::unique_ptr<EventParty> dismissed;
+  EventParty leaver([&] {
+    dismissed.reset();
+    MainThreadWait::removeParty(&leaver);
+  });
+  EventParty neighbour;
+  dismissed = std::make_unique<EventParty>();
+  EventParty last;
+  for (EventParty* party : {&leaver, &neighbour, dismissed.get(), &last}) party->event.raise();
+
+  MainThreadWait wait;
+  std::vector<pollfd> none;
+  wait.poll(none, Testing::Deadline);
+  EXPECT_EQ(leaver.served, 1);
+  EXPECT_EQ(neighbour.served, 1);
+  EXPECT_EQ(last.served, 1);
+
+  leaver.event.raise();
+  EXPECT_FALSE(wait.poll(none, 0ms));
+  EXPECT_EQ(leaver.served, 1) << "who has left is not served";
+}
+
+TEST(MainThreadWaitTest, TimeoutAndSignalReturnWithoutADescriptor) {
+  Event answer;
+  std::vector<pollfd> own{answer.descriptor()};
+  own[0].revents = POLLIN;  // left from an earlier call
+  MainThreadWait wait;
+  EXPECT_FALSE(wait.poll(own, 1ms));
+  EXPECT_EQ(own[0].revents, 0);
+
+  struct sigaction quiet {};
+  struct sigaction before {};
+  quiet.sa_handler = [](int) {};
+  sigaction(SIGALRM, &quiet, &before);
+  // Repeats, because the first one may come before the poll.
+  const itimerval everyFewMilliseconds{{0, 5000}, {0, 5000}};
+  setitimer(ITIMER_REAL, &everyFewMilliseconds, nullptr);
+  own[0].revents = POLLIN;
+  EXPECT_FALSE(wait.poll(own, -1ms));
+  EXPECT_EQ(own[0].revents, 0);
+  const itimerval off{};
+  setitimer(ITIMER_REAL, &off, nullptr);
+  sigaction(SIGALRM, &before, nullptr);
+}
+
+}  // namespace
+}  // namespace Tessel::Platform

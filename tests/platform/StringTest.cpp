@@ -1,0 +1,98 @@
+// Texts and the texts of numbers.
+#include "platform/String.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+namespace Tessel::Platform {
+namespace {
+
+using namespace std::string_view_literals;
+
+TEST(StringTest, NumberTextIsThatOfPrintf) {
+  using Limits = std::numeric_limits<double>;
+  for (const double value : {0.0,
+                             -0.0,
+                             1.0,
+                             -1.5,
+                             0.1,
+                             1.0 / 3,
+                             123456.0,
+                             1234567.0,
+                             999999.5,
+                             0.0001,
+                             0.00001,
+                             1e100,
+                             2.5e-7,
+                             100000.5,
+                             Limits::max(),
+                             Limits::lowest(),
+                             Limits::min(),
+                             Limits::denorm_min(),
+                             Limits::infinity(),
+                             -Limits::infinity(),
+                             Limits::quiet_NaN(),
+                             -Limits::quiet_NaN()}) {
+    char expected[64];
+    std::snprintf(expected, sizeof expected, "%g", value);
+    EXPECT_EQ(formatNumberText(value), expected);
+    EXPECT_EQ(String::fromNumber(value).view(), expected);
+  }
+}
+
+TEST(StringTest, IntegersKeepAllTheirDigits) {
+  EXPECT_EQ(String::fromUnsignedInteger(~0ull).view(), "18446744073709551615");
+  EXPECT_EQ(String::fromSignedInteger(std::numeric_limits<long long>::min()).view(),
+            "-9223372036854775808");
+}
+
+TEST(StringTest, ZeroBytesAreText) {
+  const String text("ab\0cd"sv);
+  EXPECT_EQ(text.length(), 5u);
+  EXPECT_STREQ(text.utf8(), "ab");
+  EXPECT_EQ(text.utf8()[5], '\0');
+  EXPECT_NE(text, String("ab"));
+  EXPECT_LT(String("ab"), text);
+  EXPECT_LT(text, String("ab\0ce"sv));
+  EXPECT_EQ(text.toStdString(), "ab\0cd"sv);
+}
+
+TEST(StringTest, EmptyTextsAreEqualHoweverTheyWereMade) {
+  for (const String& text : {String(), String(""), String(static_cast<const char*>(nullptr)),
+                             String(std::string()), String(std::string_view())}) {
+    EXPECT_TRUE(text.isEmpty());
+    EXPECT_EQ(text, String());
+    EXPECT_STREQ(text.utf8(), "");
+    EXPECT_EQ(std::hash<String>()(text), std::hash<String>()(String()));
+  }
+}
+
+TEST(StringTest, OrderIsThatOfBytes) {
+  EXPECT_LT(String("Z"), String("a"));
+  EXPECT_LT(String("z"), String("\xC3\xA4"));  // bytes are unsigned
+  EXPECT_LT(String("ab"), String("abc"));
+}
+
+TEST(StringTest, CopiesShareTheirBytesBeyondTheOriginal) {
+  String copy;
+  const char* bytes = nullptr;
+  {
+    const String original("long enough not to fit into the object itself");
+    copy = original;
+    bytes = original.utf8();
+  }
+  EXPECT_EQ(copy.utf8(), bytes);
+  EXPECT_EQ(copy.length(), 45u);
+}
+
+TEST(StringTest, ConcatJoinsEveryKindOfText) {
+  const char* const none = nullptr;
+  EXPECT_EQ(concat("a", String("b"), std::string("c"), "d\0e"sv, none, "").view(), "abcd\0e"sv);
+  EXPECT_TRUE(concat().isEmpty());
+}
+
+}  // namespace
+}  // namespace Tessel::Platform

@@ -1,0 +1,29 @@
+// Waiting for conditions in tests, with a deadline that only a fault reaches. Main thread.
+#pragma once
+
+#include <glib.h>
+
+#include <chrono>
+
+namespace Tessel::Platform::Testing {
+
+inline constexpr std::chrono::seconds Deadline{20};
+
+// Runs the default main context until the condition holds; false at the deadline.
+template <typename Condition>
+bool iterateUntil(Condition condition) {
+  const auto end = std::chrono::steady_clock::now() + Deadline;
+  // The context sleeps until something happens; the tick is for conditions of other threads.
+  GSource* const tick = g_timeout_source_new(5);
+  g_source_set_callback(
+      tick, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
+  g_source_attach(tick, nullptr);
+  while (!condition() && std::chrono::steady_clock::now() < end) {
+    g_main_context_iteration(nullptr, TRUE);
+  }
+  g_source_destroy(tick);
+  g_source_unref(tick);
+  return condition();
+}
+
+}  // namespace Tessel::Platform::Testing

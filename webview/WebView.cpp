@@ -1,0 +1,189 @@
+// The program's web view. UI thread.
+#include "webview/WebView.h"
+
+#include "bindings/BindingManager.h"
+#include "platform/Idn.h"
+#include "platform/Log.h"
+#include "platform/Settings.h"
+#include "platform/Vibrator.h"
+#include "webview/WebViewManager.h"
+#include "webview/events/EventMessages.h"
+#include "webview/events/Fields.h"
+#include "webview/events/Names.h"
+
+#include <cstdio>
+
+using Tessel::Platform::GuardedPin;
+using Tessel::Platform::IntSize;
+using Tessel::Platform::logAlways;
+using Tessel::Platform::LogNotice;
+using Tessel::Platform::Settings;
+using Tessel::Platform::Graphics::Sensitivity;
+using Tessel::Platform::Graphics::Window;
+using Tessel::Platform::Graphics::WindowType;
+
+namespace {
+
+// Blended by the alpha of its pixels.
+constexpr int blendedTransparency = 3;
+
+WebView::WindowLookup windowLookup = nullptr;
+
+}  // namespace
+
+WebView::WebView(unsigned int handle, const String& windowGroup)
+    : handle_(handle), windowGroup_(windowGroup) {
+  setEnableDiskCache(false);
+  enableOrvJavaScriptObject(false);
+  setAllWebEventsEnabled(false);
+  setAllPropertyChangedEventsEnabled(false);
+  setWebEventEnabled(OrvWebEvent::Created, true);
+}
+
+WebView::~WebView() {
+  destroyFadeColorWindow();
+}
+
+void WebView::setArguments(int count, char** arguments) {
+  arguments_ = fields::textOf(std::vector<const char*>(arguments, arguments + count));
+}
+
+void WebView::enableNativeBindings(bool enabled) {
+  nativeBindingsEnabled_ = enabled;
+  enableOrvJavaScriptObject(true);
+  setWebEventEnabled(OrvWebEvent::JavaScriptCallback, true);
+}
+
+bool WebView::setExtraHttpHeaders(const String& json) {
+  rapidjson::Document document;
+  document.Parse<rapidjson::kParseIterativeFlag>(json.utf8(), json.length());
+  const auto refuse = [](const char* why) {
+    WebViewManager::instance().informChromeOfError(why);
+    return false;
+  };
+  if (document.HasParseError()) return refuse("WebView::setExtraHttpHeaders json parsing failed.");
+  if (!document.IsObject()) return refuse("WebView::setExtraHttpHeaders json is not an object.");
+
+  std::vector<OrvWebHeader> headers;
+  for (const auto& member : document.GetObject()) {
+    OrvWebHeader& header = headers.emplace_back();
+    header.setKey(std::string_view(member.name.GetString(), member.name.GetStringLength()));
+    if (member.value.IsString()) {
+      header.setValue(std::string_view(member.value.GetString(), member.value.GetStringLength()));
+      continue;
+    }
+    rapidjson::StringBuffer text;
+    fields::JsonWriter writer(text);
+    member.value.Accept(writer);
+    header.setValue(std::string_view(text.GetString(), text.GetSize()));
+  }
+  setCustomHTTPHeaders(headers.data(), static_cast<unsigned int>(headers.size()));
+  extraHeaders_ = json;
+  return true;
+}
+
+int WebView::createFadeColorWindow(int x, int y, int width, int height, int zOrder) {
+  if (fadeWindow_) return fadeWindow_->platformHandle();
+  fadeWindow_ = new Window(WindowType::Child, Window::topLevelOf(windowGroup_),
+                           {x, y, width, height}, {0, 0, 1, 1}, {1, 1}, 0, false, String());
+  fadeWindow_->setTransparency(blendedTransparency);
+  fadeWindow_->setSensitivity(Sensitivity::Never);
+  fadeWindow_->setZOrder(zOrder);
+  fadeWindow_->setGlobalAlpha(0);
+  if (!fadeWindow_->hasBuffer()) {
+    destroyFadeColorWindow();
+    return 0;
+  }
+  clearBuffer(*fadeWindow_, {fadeColor_[0], fadeColor_[1], fadeColor_[2], fadeColor_[3]});
+  fadeWindow_->setVisible(true);
+  fadeWindow_->post({0, 0, 1, 1});
+  return fadeWindow_->platformHandle();
+}
+
+void WebView::destroyFadeColorWindow() {
+  deleteGuardedObject(fadeWindow_);
+  fadeWindow_ = nullptr;
+}
+
+int WebView::fadeColorWindowPlatformHandle() const {
+  return fadeWindow_ ? fadeWindow_->platformHandle() : 0;
+}
+
+void WebView::setFadeColorWindowRect(int x, int y, int width, int height) {
+  if (fadeWindow_) fadeWindow_->setWindowRectangle({x, y, width, height});
+}
+
+void WebView::setFadeWindowColor(int first, int second, int third, int fourth) {
+  const auto byte = [](int value) { return static_cast<std::uint8_t>(value); };
+  fadeColor_ = {byte(first), byte(third), byte(second), byte(fourth)};
+}
+
+void WebView::setGeometry(int x, int y, int width, int height) {
+  setViewport({x, y, width, height});
+}
+
+void WebView::setLayerTilerPrefillRect(int x, int y, int width, int height) {
+  Settings::instance().setLayerTilerPrefillRect({x, y, width, height});
+}
+
+WebView::String WebView::convertIDNtoReadableStringByLanguage(const String& host,
+                                                              const String& language) const {
+  return Tessel::Platform::idnToReadableUtf8String(
+      host, language.isEmpty() ? Tessel::Platform::currentLanguage() : language);
+}
+
+void WebView::cancelVibration() {
+  TesselPlatformVibrate::vibrate(0, 0.0);
+}
+
+WebView::String WebView::eventNames() const {
+  return eventNamesCatalogue();
+}
+
+int WebView::screenWindowHandle() const {
+  return windowLookup ? windowLookup(windowUniqueId().toStdString()) : 0;
+}
+
+void WebView::installWindowLookup(WindowLookup lookup) {
+  windowLookup = lookup;
+}
+
+void WebView::printToStdout(const String& text) {
+  std::fputs(text.utf8(), stdout);
+  // Whoever reads it at the other end of a pipe wants it now.
+  std::fflush(stdout);
+}
+
+void WebView::printToStderr(const String& text) {
+  std::fputs(text.utf8(), stderr);
+}
+
+void WebView::log(const String& text) {
+  logAlways(LogNotice, "%s", text.utf8());
+}
+
+void WebView::handleWebEvent(OrvWebEvent* event) {
+  // The chrome may delete this web view while it answers.
+  const GuardedPin<WebView> pin(this);
+  WebViewManager& manager = WebViewManager::instance();
+  if (nativeBindingsEnabled_ && event->type() == OrvWebEvent::JavaScriptCallback) {
+    BindingManager::instance().dispatch(static_cast<OrvWebJavaScriptCallbackEvent*>(event));
+  } else if (manager.rootWebView()) {
+    forwardWebEvent(*this, *event, *this);
+  }
+  const unsigned int handle = manager.handleForWebView(this);
+  if (handle == 0) return;
+  eventHandled(event);
+  if (event->type() == OrvWebEvent::Destroyed) manager.finishClosing(handle);
+}
+
+void WebView::post(const String& name, const String& data) {
+  WebViewManager::instance().handleMessage(HandleOrvWebPostEventMessage(handle_, name, data));
+}
+
+WebView::String WebView::send(const String& name, const String& data) {
+  HandleOrvWebSendEventMessage::Reply reply;
+  WebViewManager::instance().handleMessage(
+      HandleOrvWebSendEventMessage(handle_, name, data, &reply));
+  return reply.value();
+}

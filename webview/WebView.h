@@ -1,0 +1,80 @@
+// The program's web view: an OrvWebView with a handle, whose events go to the chrome or, for the
+// page that may call native functions, to the binding registry. UI thread.
+#pragma once
+
+#include "engine/OrvWebView.h"
+#include "platform/GuardedPointer.h"
+#include "platform/graphics/Window.h"
+#include "webview/events/EventForwarding.h"
+
+#include <array>
+#include <string>
+
+class WebView : public OrvWebView, public Tessel::Platform::GuardedPointerBase, private EventSink {
+ public:
+  using String = OrvWebView::String;
+  // The handle of the child window with that identifier, 0 when there is none.
+  using WindowLookup = int (*)(const std::string& identifier);
+
+  // Raises nothing but Created until more is enabled.
+  WebView(unsigned int handle, const String& windowGroup);
+  ~WebView() override;
+
+  unsigned int handle() const { return handle_; }
+  const String& windowGroup() const { return windowGroup_; }
+
+  // What the process was started with, as a JSON array of strings, the program's name first.
+  void setArguments(int count, char** arguments);
+  String arguments() const { return arguments_; }
+
+  // Whether calls of native functions go to the registry or, as events, to the chrome. Either way
+  // the page can make them from now on.
+  void enableNativeBindings(bool enabled);
+
+  // The members of a JSON object become extra headers of all requests. A value that is not a text
+  // counts as its JSON. False, and an error is reported, for anything but a JSON object.
+  bool setExtraHttpHeaders(const String& json);
+  // The headers in force as a JSON object.
+  String extraHttpHeaders() const { return extraHeaders_; }
+
+  // A coloured window over the page, transparent at first. The result is its platform handle, 0
+  // when there was no room for it; one that is there already stays as it is.
+  int createFadeColorWindow(int x, int y, int width, int height, int zOrder);
+  void destroyFadeColorWindow();
+  int fadeColorWindowPlatformHandle() const;
+  void setFadeColorWindowRect(int x, int y, int width, int height);
+  // The colour of the next one. The second and third value change places on their way: chromes
+  // rely on it.
+  void setFadeWindowColor(int first, int second, int third, int fourth);
+
+  void setGeometry(int x, int y, int width, int height);
+  void setLayerTilerPrefillRect(int x, int y, int width, int height);
+  std::vector<OrvWebHistoryItem> getHistoryList() { return historyList(); }
+  // A host name in the script that a reader of the language expects; "" means the user's language.
+  String convertIDNtoReadableStringByLanguage(const String& host, const String& language) const;
+  void cancelVibration();
+  String eventNames() const;
+  // How the chrome sees the web view's window, 0 when it has none.
+  int screenWindowHandle() const;
+  static void installWindowLookup(WindowLookup lookup);
+
+  // The text as it is, without a line break.
+  void printToStdout(const String& text);
+  void printToStderr(const String& text);
+  void log(const String& text);
+
+ protected:
+  void handleWebEvent(OrvWebEvent* event) override;
+
+ private:
+  void post(const String& name, const String& data) override;
+  String send(const String& name, const String& data) override;
+
+  const unsigned int handle_;
+  bool nativeBindingsEnabled_ = false;
+  String arguments_;
+  const String windowGroup_;
+  String extraHeaders_ = "{}";
+  Tessel::Platform::Graphics::Window* fadeWindow_ = nullptr;
+  std::array<std::uint8_t, 4> fadeColor_{0, 0, 0, 255};
+};

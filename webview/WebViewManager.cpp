@@ -1,0 +1,217 @@
+// The owner of all web views of a process.
+#include "webview/WebViewManager.h"
+
+#include "bindings/BindingManager.h"
+#include "bindings/ChromeChannel.h"
+#include "platform/Log.h"
+#include "platform/Settings.h"
+#include "platform/graphics/Screen.h"
+#include "platform/messages/MessageClient.h"
+#include "platform/messages/MethodDelegate.h"
+#include "webview/WebView.h"
+#include "webview/events/EventMessages.h"
+#include "webview/events/Names.h"
+
+#include <cstdlib>
+#include <cstring>
+
+using Tessel::Platform::concat;
+using Tessel::Platform::deleteGuardedObject;
+using Tessel::Platform::executableMessage;
+using Tessel::Platform::GuardedPin;
+using Tessel::Platform::GuardedPointer;
+using Tessel::Platform::logAlways;
+using Tessel::Platform::LogError;
+using Tessel::Platform::MainMessageClient;
+using Tessel::Platform::Message;
+using Tessel::Platform::MethodDelegate0;
+using Tessel::Platform::MethodDelegate3;
+using Tessel::Platform::Settings;
+using Tessel::Platform::String;
+using Tessel::Platform::Graphics::Screen;
+
+namespace {
+
+const char* textAt(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
+  const char* text = index < event.numArgs() ? event.args()[index] : nullptr;
+  return text ? text : "";
+}
+
+int argumentCount(const OrvWebJavaScriptCallbackEvent& event) {
+  return static_cast<int>(event.numArgs());
+}
+
+int processGroupFrom(const char* specification) {
+  if (std::strcmp(specification, "InProcess") == 0) return WebViewManager::inThisProcess;
+  if (std::strcmp(specification, "OutProcess") == 0) return WebViewManager::inNewProcess;
+  return static_cast<int>(std::strtoul(specification, nullptr, 10));
+}
+
+void jsCreate(OrvWebJavaScriptCallbackEvent* event) {
+  const int count = argumentCount(*event);
+  if (BindingManager::checkArgumentCount(count, 2, "jsCreate", 3)) return;
+  const int group = count > 2 ? processGroupFrom(textAt(*event, 2)) : WebViewManager::inThisProcess;
+  event->setResult(String::fromUnsignedInteger(
+      WebViewManager::instance().createWebView(textAt(*event, 1), group)));
+}
+
+void jsDelete(OrvWebJavaScriptCallbackEvent* event) {
+  if (BindingManager::checkArgumentCount(argumentCount(*event), 2, "jsDelete", -1)) return;
+  WebViewManager::instance().destroyWebView(
+      static_cast<WebViewManager::WebViewHandle>(std::strtoul(textAt(*event, 1), nullptr, 10)));
+}
+
+}  // namespace
+
+WebViewManager& WebViewManager::instance() {
+  static auto* manager = new WebViewManager;
+  return *manager;
+}
+
+WebViewManager::WebViewManager() {
+  BindingManager& bindings = BindingManager::instance();
+  bindings.registerBinding("webview.create", jsCreate);
+  bindings.registerBinding("webview.delete", jsDelete);
+}
+
+WebViewManager::WebViewHandle WebViewManager::createWebView(const std::string& windowGroup,
+                                                            int processGroup) {
+  const WebViewHandle handle = ++lastHandle_;
+  const int rotation = Screen::primaryScreen().rotation();
+  if (processGroup != inThisProcess) {
+    informChromeOfError("Web views in child processes are not part of this build.");
+    return 0;
+  }
+  if (handle == rootHandle) {
+    createInProcessWebView(handle, windowGroup, rotation);
+  } else {
+    MainMessageClient::instance()->dispatchMessage(
+        executableMessage(MethodDelegate3<WebViewManager, WebViewHandle, const String&, int>(
+            this, &WebViewManager::createInProcessWebView, handle, windowGroup, rotation)));
+  }
+  created_.emplace(handle, false);
+  return handle;
+}
+
+void WebViewManager::createInProcessWebView(WebViewHandle handle, const String& windowGroup,
+                                            int rotation) {
+  auto* webView = new WebView(handle, windowGroup);
+  webViews_.emplace(handle, webView);
+  handles_.emplace(webView, handle);
+  if (handle == rootHandle) publishRoot(webView);
+  if (!webView->initialize(windowGroup, rotation)) {
+    informChromeOfError(concat("Web view ", String::fromUnsignedInteger(handle),
+                               " cannot be shown: there is no window group \"", windowGroup,
+                               "\"."));
+  }
+}
+
+void WebViewManager::destroyWebView(WebViewHandle handle) {
+  const auto found = webViews_.find(handle);
+  if (found != webViews_.end()) {
+    WebView* webView = found->second;
+    webViews_.erase(found);
+    created_.erase(handle);
+    handles_.erase(webView);
+    if (handle == rootHandle) publishRoot(nullptr);
+    deleteGuardedObject(webView);
+  }
+  if (webViews_.empty() && Settings::instance().isChromeProcess()) {
+    // Whoever is in the middle of something may still make another one.
+    MainMessageClient::instance()->dispatchMessage(
+        executableMessage(MethodDelegate0<WebViewManager>(this, &WebViewManager::endLoopIfEmpty)));
+  }
+}
+
+void WebViewManager::endLoopIfEmpty() {
+  if (webViews_.empty()) MainMessageClient::instance()->exit(0);
+}
+
+void WebViewManager::shutdown() {
+  // Ending a web view may delete others.
+  const auto webViews = webViews_;
+  for (const auto& [handle, webView] : webViews) {
+    if (webViewForHandle(handle) != webView) continue;
+    closing_.insert(handle);
+    // Without it nobody would hear that the web view has ended.
+    webView->setWebEventEnabled(OrvWebEvent::Destroyed, true);
+    webView->destroy();
+  }
+}
+
+void WebViewManager::finishClosing(WebViewHandle handle) {
+  if (closing_.erase(handle) == 0) return;
+  destroyWebView(handle);
+}
+
+WebView* WebViewManager::webViewForHandle(WebViewHandle handle) const {
+  const auto found = webViews_.find(handle);
+  return found == webViews_.end() ? nullptr : found->second;
+}
+
+WebViewManager::WebViewHandle WebViewManager::handleForWebView(const WebView* webView) const {
+  const auto found = handles_.find(webView);
+  return found == handles_.end() ? 0 : found->second;
+}
+
+void WebViewManager::publishRoot(WebView* root) {
+  const std::lock_guard lock(rootMutex_);
+  publishedRoot_ = GuardedPointer<WebView>(root);
+}
+
+GuardedPointer<WebView> WebViewManager::rootWebViewFromAnyThread() const {
+  const std::lock_guard lock(rootMutex_);
+  return publishedRoot_;
+}
+
+bool WebViewManager::isCreated(WebViewHandle handle) const {
+  const auto found = created_.find(handle);
+  return found != created_.end() && found->second;
+}
+
+void WebViewManager::markCreated(WebViewHandle handle) {
+  created_[handle] = true;
+  if (WebView* webView = webViewForHandle(handle)) {
+    webView->setWebEventEnabled(OrvWebEvent::Destroyed, true);
+  }
+}
+
+void WebViewManager::informChromeOfError(const String& message) {
+  WebView* root = rootWebView();
+  if (!root) {
+    logAlways(LogError, "WebViewManager::informChromeOfError: can't find root webview!");
+    return;
+  }
+  sendChromeError(*root, message);
+}
+
+void WebViewManager::handleMessage(const Message& message) {
+  if (message.type() == HandleOrvWebPostEventMessage::messageType) {
+    handlePostedEvent(static_cast<const HandleOrvWebPostEventMessage&>(message));
+  } else if (message.type() == HandleOrvWebSendEventMessage::messageType) {
+    handleSentEvent(static_cast<const HandleOrvWebSendEventMessage&>(message));
+  }
+}
+
+void WebViewManager::handlePostedEvent(const HandleOrvWebPostEventMessage& message) {
+  const auto named = [&](OrvWebEvent::Type type) {
+    return message.name() == String(eventTypeName(type));
+  };
+  if (message.handle() == rootHandle) {
+    if (named(OrvWebEvent::Destroyed)) return destroyWebView(rootHandle);
+    // The chrome would be told about its own scripts.
+    if (named(OrvWebEvent::JavaScriptResult) || named(OrvWebEvent::JavaScriptFunctionResult) ||
+        named(OrvWebEvent::JavaScriptCallback)) {
+      return;
+    }
+  }
+  if (named(OrvWebEvent::Created) && !isCreated(message.handle())) markCreated(message.handle());
+  sendChromePostEvent(rootWebView(), message.name(), message.data(), message.handle(),
+                      message.integer());
+}
+
+void WebViewManager::handleSentEvent(const HandleOrvWebSendEventMessage& message) {
+  const GuardedPin<WebView> root(rootWebViewFromAnyThread());
+  message.answer(sendChromeSendEvent(root.get(), message.name(), message.data(), message.handle(),
+                                     message.integer()));
+}

@@ -1,0 +1,82 @@
+// The owner of all web views of a process: it gives them handles, makes and deletes them, brings
+// their events to the chrome and ends the main loop with the last of them.
+//
+// UI thread, but for two things that any thread may do: allocating a handle, and handling the
+// message of an event that is answered.
+#pragma once
+
+#include "engine/OrvWebEvent.h"
+#include "platform/GuardedPointer.h"
+#include "platform/String.h"
+#include "platform/messages/Message.h"
+
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+
+class WebView;
+
+class WebViewManager : public Tessel::Platform::GuardedPointerBase {
+ public:
+  using String = Tessel::Platform::String;
+  // Names one web view to the chrome, the manager and other processes. Never reused; 0 names none.
+  using WebViewHandle = unsigned int;
+
+  // The web view that shows the chrome.
+  static constexpr WebViewHandle rootHandle = 1;
+  // Process group ids with a meaning of their own; all others name a child process.
+  static constexpr int inThisProcess = 0;
+  static constexpr int inNewProcess = -1;
+
+  // Created on first use, never destroyed. Registers "webview.create" and "webview.delete".
+  static WebViewManager& instance();
+
+  // The first web view of a process is there when this returns; others of this process come into
+  // being on a later turn of the main loop, when whoever asked for them has returned. 0 when a
+  // new child process could not be had.
+  WebViewHandle createWebView(const std::string& windowGroup, int processGroup);
+  // Asked for by no one, gone when this returns, but for those who have it pinned.
+  void destroyWebView(WebViewHandle handle);
+  // Asks every web view to end; the main loop ends with the last of them.
+  void shutdown();
+
+  WebView* webViewForHandle(WebViewHandle handle) const;
+  WebViewHandle handleForWebView(const WebView* webView) const;
+  WebView* rootWebView() const { return webViewForHandle(rootHandle); }
+  // For other threads: pin it before use.
+  Tessel::Platform::GuardedPointer<WebView> rootWebViewFromAnyThread() const;
+
+  // Whether the web view has reported that it exists.
+  bool isCreated(WebViewHandle handle) const;
+  void markCreated(WebViewHandle handle);
+
+  // Tells the chrome about an error; logged and dropped when there is no chrome.
+  void informChromeOfError(const String& message);
+
+  // The event messages of web views; others are ignored. A posted event on the UI thread, one
+  // that is answered on any.
+  void handleMessage(const Tessel::Platform::Message& message);
+
+  // The web view has ended; if that was asked for by shutdown, it is destroyed.
+  void finishClosing(WebViewHandle handle);
+
+ private:
+  WebViewManager();
+
+  void createInProcessWebView(WebViewHandle handle, const String& windowGroup, int rotation);
+  void handlePostedEvent(const class HandleOrvWebPostEventMessage& message);
+  void handleSentEvent(const class HandleOrvWebSendEventMessage& message);
+  void publishRoot(WebView* root);
+  void endLoopIfEmpty();
+
+  std::atomic<WebViewHandle> lastHandle_ = 0;
+  std::map<WebViewHandle, WebView*> webViews_;  // owned
+  std::map<WebViewHandle, bool> created_;
+  std::map<const WebView*, WebViewHandle> handles_;
+  std::set<WebViewHandle> closing_;
+
+  mutable std::mutex rootMutex_;
+  Tessel::Platform::GuardedPointer<WebView> publishedRoot_;
+};

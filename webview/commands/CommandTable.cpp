@@ -1,0 +1,177 @@
+// The table of webview.* commands and the one handler that all of them share. UI thread.
+#include "webview/commands/CommandTable.h"
+
+#include "webview/WebView.h"
+#include "webview/WebViewManager.h"
+#include "webview/commands/Values.h"
+
+#include <algorithm>
+#include <array>
+#include <tuple>
+#include <utility>
+
+using Tessel::Platform::concat;
+using Tessel::Platform::String;
+
+namespace commands {
+
+bool readMembers(const char* json, std::initializer_list<std::pair<const char*, int*>> members) {
+  rapidjson::Document document;
+  document.Parse<rapidjson::kParseIterativeFlag>(json);
+  if (document.HasParseError() || !document.IsObject()) return false;
+  for (const auto& [name, value] : members) {
+    const auto member = document.FindMember(name);
+    if (member == document.MemberEnd() || !member->value.IsNumber()) return false;
+    // A fraction counts as its integer part, as far as that fits.
+    const double number =
+        std::clamp(member->value.GetDouble(), static_cast<double>(std::numeric_limits<int>::min()),
+                   static_cast<double>(std::numeric_limits<int>::max()));
+    *value = static_cast<int>(number);
+  }
+  return true;
+}
+
+}  // namespace commands
+
+namespace {
+
+using commands::Value;
+
+// A command's name as a template argument, so that each command is a plain function of its own.
+template <std::size_t Size>
+struct Name {
+  char text[Size]{};
+  // NOLINTNEXTLINE(google-explicit-constructor): a string literal is meant to become one
+  constexpr Name(const char (&literal)[Size]) { std::copy_n(literal, Size, text); }
+};
+
+template <typename Operation>
+struct Signature;
+template <typename R, typename Class, typename... Args>
+struct Signature<R (Class::*)(Args...)> {
+  using Result = std::remove_cvref_t<R>;
+  using Arguments = std::tuple<std::remove_cvref_t<Args>...>;
+};
+template <typename R, typename Class, typename... Args>
+struct Signature<R (Class::*)(Args...) const> : Signature<R (Class::*)(Args...)> {};
+
+// The arguments before the first one of the command itself: the function's name and the handle.
+constexpr int leadingArguments = 2;
+
+// The text of an argument of the command; null when it was left out.
+const char* argumentText(const OrvWebJavaScriptCallbackEvent& event, std::size_t position) {
+  const std::size_t index = position + leadingArguments;
+  if (index >= event.numArgs()) return nullptr;
+  const char* text = event.args()[index];
+  return text ? text : "";
+}
+
+unsigned int handleOf(const OrvWebJavaScriptCallbackEvent& event) {
+  const char* text = event.args()[1];
+  return text ? static_cast<unsigned int>(std::strtoul(text, nullptr, 10)) : 0;
+}
+
+void reportNotCreated(unsigned int handle, const char* name) {
+  WebViewManager::instance().informChromeOfError(
+      concat("WebView: ", String::fromUnsignedInteger(handle),
+             " has not been created yet, so the call to \"", name, "\" will be ignored."));
+}
+
+// Reads the arguments in order; false, and the first refused one is reported, when one is refused.
+template <typename Arguments, std::size_t Optional>
+bool readArguments(const OrvWebJavaScriptCallbackEvent& event, const char* name,
+                   const std::array<const char*, Optional>& defaults, Arguments& arguments) {
+  constexpr std::size_t count = std::tuple_size_v<Arguments>;
+  const auto read = [&]<std::size_t I>(std::integral_constant<std::size_t, I>) {
+    const char* text = argumentText(event, I);
+    if constexpr (I + Optional >= count) {
+      if (!text) text = defaults[I + Optional - count];
+    }
+    if (Value<std::tuple_element_t<I, Arguments>>::parse(text, std::get<I>(arguments))) return true;
+    BindingManager::reportArgumentError(static_cast<int>(I), text, name);
+    return false;
+  };
+  return [&]<std::size_t... I>(std::index_sequence<I...>) {
+    return (read(std::integral_constant<std::size_t, I>()) && ...);
+  }
+  (std::make_index_sequence<count>());
+}
+
+template <auto Operation>
+using ArgumentsOf = typename Signature<decltype(Operation)>::Arguments;
+
+// What every command does: check, convert, find the web view, call, answer.
+template <Name name, auto Operation, Name... defaults>
+void run(OrvWebJavaScriptCallbackEvent* event) {
+  using Result = typename Signature<decltype(Operation)>::Result;
+  using Arguments = ArgumentsOf<Operation>;
+  constexpr int count = static_cast<int>(std::tuple_size_v<Arguments>);
+  constexpr int optional = static_cast<int>(sizeof...(defaults));
+  if (BindingManager::checkArgumentCount(static_cast<int>(event->numArgs()) - leadingArguments,
+                                         count - optional, name.text, optional > 0 ? count : -1)) {
+    return;
+  }
+  WebViewManager& manager = WebViewManager::instance();
+  const unsigned int handle = handleOf(*event);
+  if (!manager.isCreated(handle)) return reportNotCreated(handle, name.text);
+
+  constexpr std::array<const char*, sizeof...(defaults)> defaultTexts{defaults.text...};
+  Arguments arguments;
+  if (!readArguments(*event, name.text, defaultTexts, arguments)) return;
+  WebView* webView = manager.webViewForHandle(handle);
+  if (!webView) return;
+  // A command may delete the web view that it is for, by what it makes the chrome do.
+  const Tessel::Platform::GuardedPin<WebView> pin(webView);
+  const auto call = [&](const auto&... values) { return (webView->*Operation)(values...); };
+  if constexpr (std::is_void_v<Result>) {
+    std::apply(call, arguments);
+  } else {
+    event->setResult(Value<Result>::text(std::apply(call, arguments)));
+  }
+}
+
+template <Name name, auto Operation, Name... defaults>
+constexpr CommandRow row(int messageNumber) {
+  constexpr int optional = static_cast<int>(sizeof...(defaults));
+  constexpr int count = static_cast<int>(std::tuple_size_v<ArgumentsOf<Operation>>);
+  static_assert(optional <= count);
+  return {name.text, run<name, Operation, defaults...>, messageNumber, count - optional, optional};
+}
+
+#define COMMAND(number, name, ...) COMMAND_AS(number, name, name __VA_OPT__(, ) __VA_ARGS__)
+#define COMMAND_AS(number, name, operation, ...) \
+  row<#name, &WebView::operation __VA_OPT__(, ) __VA_ARGS__>(number),
+constexpr std::array rows{
+#include "webview/commands/Commands.def"
+};
+#undef COMMAND_AS
+#undef COMMAND
+
+constexpr bool namesAscend() {
+  return std::adjacent_find(rows.begin(), rows.end(), [](const auto& a, const auto& b) {
+           return std::string_view(a.name) >= std::string_view(b.name);
+         }) == rows.end();
+}
+static_assert(namesAscend(), "Commands.def is in byte order of the names, each name once");
+
+constexpr bool numbersAreUnique() {
+  std::array<int, rows.size()> numbers{};
+  std::transform(rows.begin(), rows.end(), numbers.begin(),
+                 [](const CommandRow& row) { return row.messageNumber; });
+  std::sort(numbers.begin(), numbers.end());
+  const auto used = std::upper_bound(numbers.begin(), numbers.end(), 0);
+  return std::adjacent_find(used, numbers.end()) == numbers.end();
+}
+static_assert(numbersAreUnique(), "a message number in Commands.def stands for one command");
+
+}  // namespace
+
+std::span<const CommandRow> commandTable() {
+  return rows;
+}
+
+void registerCommands(BindingManager& bindings) {
+  for (const CommandRow& command : rows) {
+    bindings.registerBinding(concat("webview.", command.name), command.handler);
+  }
+}

@@ -1,0 +1,21 @@
+// The table of webview.* commands. UI thread.
+#pragma once
+
+#include "bindings/BindingManager.h"
+
+#include <span>
+
+// One command as the rest of the program sees it.
+struct CommandRow {
+  const char* name;  // after "webview."; errors name the function by it
+  BindingHandler handler;
+  int messageNumber;  // 0 for a command that has no message
+  int requiredArguments;
+  int optionalArguments;
+};
+
+// All commands, in byte order of their names.
+std::span<const CommandRow> commandTable();
+
+// Registers "webview.<name>" for every command.
+void registerCommands(BindingManager& bindings);

@@ -1,0 +1,124 @@
+// How the arguments of commands are read from text and their results are written. One
+// specialisation per type serves every command. UI thread.
+#pragma once
+
+#include "engine/OrvWebEvent.h"
+#include "engine/Records.h"
+#include "platform/String.h"
+#include "webview/events/EventFields.h"
+#include "webview/events/Names.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+namespace commands {
+
+using Tessel::Platform::String;
+
+// parse() is false when the text is not accepted; text() is what the chrome reads.
+template <typename T>
+struct Value;
+
+template <>
+struct Value<bool> {
+  // Every text is one or the other.
+  static bool parse(const char* text, bool& value) {
+    value = std::strcmp(text, "true") == 0;
+    return true;
+  }
+  static String text(bool value) { return String::fromUnsignedInteger(value ? 1 : 0); }
+};
+
+inline bool conversionFailed() {
+  return errno == ERANGE || errno == EINVAL;
+}
+
+template <>
+struct Value<int> {
+  static bool parse(const char* text, int& value) {
+    errno = 0;
+    const long long number = std::strtoll(text, nullptr, 10);
+    if (conversionFailed() || number < std::numeric_limits<int>::min() ||
+        number > std::numeric_limits<int>::max()) {
+      return false;
+    }
+    value = static_cast<int>(number);
+    return true;
+  }
+  static String text(int value) { return String::fromSignedInteger(value); }
+};
+
+template <>
+struct Value<unsigned int> {
+  static bool parse(const char* text, unsigned int& value) {
+    errno = 0;
+    const unsigned long long number = std::strtoull(text, nullptr, 10);
+    if (conversionFailed() || number > std::numeric_limits<unsigned int>::max()) return false;
+    value = static_cast<unsigned int>(number);
+    return true;
+  }
+  static String text(unsigned int value) { return String::fromUnsignedInteger(value); }
+};
+
+template <>
+struct Value<double> {
+  // Values are floats at heart: what a float cannot hold is refused.
+  static bool parse(const char* text, double& value) {
+    errno = 0;
+    value = std::strtod(text, nullptr);
+    constexpr double largest = std::numeric_limits<float>::max();
+    return !conversionFailed() && value >= -largest && value <= largest;
+  }
+  static String text(double value) { return String::fromNumber(value); }
+};
+
+template <>
+struct Value<String> {
+  static bool parse(const char* text, String& value) {
+    value = text;
+    return true;
+  }
+  static String text(const String& value) { return value; }
+};
+
+template <>
+struct Value<OrvWebEvent::Type> {
+  static bool parse(const char* text, OrvWebEvent::Type& value) {
+    bool notFound = false;
+    value = eventTypeFromName(text, notFound);
+    return !notFound;
+  }
+};
+
+template <>
+struct Value<OrvWebPropertyChangedEvent::Property> {
+  static bool parse(const char* text, OrvWebPropertyChangedEvent::Property& value) {
+    bool notFound = false;
+    value = propertyFromName(text, notFound);
+    return !notFound;
+  }
+};
+
+// Its members by name, each a number.
+bool readMembers(const char* json, std::initializer_list<std::pair<const char*, int*>> members);
+
+template <>
+struct Value<OrvWebRect> {
+  static bool parse(const char* text, OrvWebRect& value) {
+    return readMembers(
+        text,
+        {{"x", &value.x}, {"y", &value.y}, {"width", &value.width}, {"height", &value.height}});
+  }
+  static String text(const OrvWebRect& value) { return fields::textOf(value); }
+};
+
+template <>
+struct Value<std::vector<OrvWebHistoryItem>> {
+  static String text(const std::vector<OrvWebHistoryItem>& items) { return fields::textOf(items); }
+};
+
+}  // namespace commands

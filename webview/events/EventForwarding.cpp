@@ -1,0 +1,172 @@
+// The way of an event from a web view to the chrome, and of the answer back. UI thread.
+#include "webview/events/EventForwarding.h"
+
+#include "engine/OrvWebView.h"
+#include "webview/events/EventFields.h"
+#include "webview/events/Names.h"
+
+#include <array>
+
+using Tessel::Platform::String;
+
+namespace {
+
+// The class of a type's events; those that carry nothing of their own are plain ones.
+template <int Type>
+struct EventClass {
+  using type = OrvWebEvent;
+};
+template <>
+struct EventClass<OrvWebEvent::JavaScriptCallback> {
+  using type = OrvWebJavaScriptCallbackEvent;
+};
+template <>
+struct EventClass<OrvWebEvent::PropertyChanged> {
+  using type = OrvWebPropertyChangedEvent;
+};
+
+// Types that are sent without a body.
+constexpr bool hasBody(int type) {
+  return !(type >= OrvWebEvent::UpdateWebGLFilter && type <= OrvWebEvent::KeyEvent) &&
+         type != OrvWebEvent::TypeMax;
+}
+
+// An event's own list and those of the classes it comes from.
+template <template <typename> typename ListOf, typename Event>
+struct WithInherited {
+  static constexpr auto list = [] {
+    if constexpr (std::is_same_v<Event, OrvWebEvent>) {
+      return ListOf<OrvWebEvent>::list;
+    } else if constexpr (std::is_base_of_v<OrvWebSendEvent, Event>) {
+      return std::tuple_cat(ListOf<OrvWebEvent>::list, ListOf<OrvWebSendEvent>::list,
+                            ListOf<Event>::list);
+    } else {
+      return std::tuple_cat(ListOf<OrvWebEvent>::list, ListOf<Event>::list);
+    }
+  }();
+};
+
+template <typename Event>
+String bodyOf(const OrvWebEvent& base) {
+  const auto& event = static_cast<const Event&>(base);
+  rapidjson::StringBuffer buffer;
+  fields::JsonWriter writer(buffer);
+  writer.StartObject();
+  fields::forEachInKeyOrder<WithInherited<fields::FieldsOf, Event>>([&](const auto& entry) {
+    writer.Key(entry.key.data(), static_cast<rapidjson::SizeType>(entry.key.size()));
+    fields::write(writer, std::invoke(entry.get, event));
+  });
+  writer.EndObject();
+  return std::string_view(buffer.GetString(), buffer.GetSize());
+}
+
+template <typename Event>
+void applyTo(OrvWebEvent& base, const rapidjson::Value& answer) {
+  auto& event = static_cast<Event&>(base);
+  fields::forEachInKeyOrder<WithInherited<fields::SettersOf, Event>>([&](const auto& entry) {
+    const rapidjson::Value key(
+        rapidjson::StringRef(entry.key.data(), static_cast<rapidjson::SizeType>(entry.key.size())));
+    const auto member = answer.FindMember(key);
+    fields::apply(event, entry.set, member == answer.MemberEnd() ? nullptr : &member->value);
+  });
+}
+
+struct Row {
+  String (*body)(const OrvWebEvent&) = nullptr;
+  // Null for events that nobody answers.
+  void (*apply)(OrvWebEvent&, const rapidjson::Value&) = nullptr;
+};
+
+template <int Type>
+constexpr Row rowOf() {
+  using Event = typename EventClass<Type>::type;
+  Row row;
+  if constexpr (hasBody(Type)) row.body = bodyOf<Event>;
+  if constexpr (std::is_base_of_v<OrvWebSendEvent, Event>) row.apply = applyTo<Event>;
+  return row;
+}
+
+constexpr auto rows = []<std::size_t... Types>(std::index_sequence<Types...>) {
+  return std::array{rowOf<static_cast<int>(Types)>()...};
+}
+(std::make_index_sequence<OrvWebEvent::typeCount>());
+
+const Row* rowFor(const OrvWebEvent& event) {
+  const int type = event.type();
+  return type >= 0 && type < OrvWebEvent::typeCount ? &rows[static_cast<std::size_t>(type)]
+                                                    : nullptr;
+}
+
+String valueText(bool value) {
+  return value ? "true" : "false";
+}
+String valueText(int value) {
+  return String::fromSignedInteger(value);
+}
+String valueText(double value) {
+  return String::fromNumber(value);
+}
+String valueText(const String& value) {
+  return value;
+}
+String valueText(const OrvWebRect& value) {
+  return fields::textOf(value);
+}
+
+}  // namespace
+
+String jsonFromObject(const OrvWebEvent& event) {
+  const Row* row = rowFor(event);
+  return row && row->body ? row->body(event) : String();
+}
+
+void jsonOnObject(OrvWebEvent& event, const String& answer) {
+  const Row* row = rowFor(event);
+  if (!row || !row->apply || answer.isEmpty()) return;
+  rapidjson::Document document;
+  // Iterative: an answer nested a million deep must not exhaust the stack.
+  document.Parse<rapidjson::kParseIterativeFlag>(answer.utf8(), answer.length());
+  if (document.HasParseError() || !document.IsObject()) return;
+  row->apply(event, document);
+}
+
+String propertyValueText(const OrvWebView& view, OrvWebPropertyChangedEvent::Property property) {
+  switch (property) {
+    case OrvWebPropertyChangedEvent::Viewport:
+      return valueText(view.viewport());
+    case OrvWebPropertyChangedEvent::Visible:
+      return valueText(view.isVisible());
+    case OrvWebPropertyChangedEvent::ZOrder:
+      return valueText(view.zOrder());
+    default:
+      break;
+  }
+    // Settings and page state say themselves which property they are.
+#define SETTING(type, getter, setter, start, itsProperty) \
+  if (property == OrvWebPropertyChangedEvent::itsProperty) return valueText(view.getter());
+#define STATE(type, getter, start, itsProperty) \
+  if (property == OrvWebPropertyChangedEvent::itsProperty) return valueText(view.getter());
+#include "engine/PageState.def"
+#include "engine/WebViewSettings.def"
+#undef STATE
+#undef SETTING
+  return String();
+}
+
+void forwardWebEvent(const OrvWebView& view, OrvWebEvent& event, EventSink& sink) {
+  const Row* row = rowFor(event);
+  if (!row) return;
+  const String name(eventTypeName(event.type()));
+  if (event.type() == OrvWebEvent::PropertyChanged) {
+    const auto property = static_cast<OrvWebPropertyChangedEvent&>(event).property();
+    if (property >= 0 && property < OrvWebPropertyChangedEvent::PropertyMax) {
+      sink.post(propertyEventName(property), propertyValueText(view, property));
+    }
+  }
+  const String body = row->body ? row->body(event) : String();
+  if (row->apply) {
+    jsonOnObject(event, sink.send(name, body));
+  } else {
+    sink.post(name, body);
+  }
+}
