@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cmath>
+#include <utility>
 
 using link_protocol::NativeArguments;
 using Tessel::Platform::concat;
@@ -51,12 +52,12 @@ WebKitWebView* WebKitPage::view() {
     return nullptr;
   }
   view_ = created;
-  number_ = webkit_web_view_get_page_id(view_);
-  engine_.links().registerPage(number_, shared_from_this());
+  listenToPage();
 
   const auto connect = [&](gpointer object, const char* signal, auto handler) {
     g_signal_connect(object, signal, G_CALLBACK(handler), this);
   };
+  connect(view_, "notify::page-id", onPageNumber);
   connect(view_, "notify::title", onTitle);
   connect(view_, "notify::uri", onLocation);
   connect(view_, "notify::estimated-load-progress", onProgress);
@@ -89,15 +90,22 @@ void WebKitPage::load(const String& url) {
     g_error_free(error);
     return;
   }
-  webkit_web_view_load_uri(view_, url.utf8());
+  startLoad([this, url] { webkit_web_view_load_uri(view_, url.utf8()); });
 }
 
 void WebKitPage::loadText(const String& text, const String& mimeType, const String& baseURL) {
   if (!view()) return;
-  GBytes* bytes = g_bytes_new(text.utf8(), text.length());
-  webkit_web_view_load_bytes(view_, bytes, mimeType.utf8(), "utf-8",
-                             baseURL.isEmpty() ? nullptr : baseURL.utf8());
-  g_bytes_unref(bytes);
+  startLoad([this, text, mimeType, baseURL] {
+    GBytes* bytes = g_bytes_new(text.utf8(), text.length());
+    webkit_web_view_load_bytes(view_, bytes, mimeType.utf8(), "utf-8",
+                               baseURL.isEmpty() ? nullptr : baseURL.utf8());
+    g_bytes_unref(bytes);
+  });
+}
+
+void WebKitPage::startLoad(std::function<void()> load) {
+  unstartedLoad_ = std::move(load);
+  unstartedLoad_();
 }
 
 void WebKitPage::reload() {
@@ -244,6 +252,17 @@ void WebKitPage::raise(OrvWebEvent::Type type) {
   client_->raise(event);
 }
 
+void WebKitPage::listenToPage() {
+  if (number_ != 0) engine_.links().forgetPage(number_);
+  number_ = webkit_web_view_get_page_id(view_);
+  engine_.links().registerPage(number_, shared_from_this());
+}
+
+// A new web process numbers the page anew.
+void WebKitPage::onPageNumber(WebKitWebView*, GParamSpec*, WebKitPage* page) {
+  page->listenToPage();
+}
+
 void WebKitPage::onTitle(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
   const auto self = page->shared_from_this();
   self->client_->update<&PageState::title>(String(webkit_web_view_get_title(view)));
@@ -291,6 +310,9 @@ void WebKitPage::onPointedAt(WebKitWebView*, WebKitHitTestResult* hit, guint, We
 void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKitPage* page) {
   const auto self = page->shared_from_this();
   switch (event) {
+    case WEBKIT_LOAD_STARTED:
+      self->unstartedLoad_ = nullptr;
+      break;
     case WEBKIT_LOAD_COMMITTED:
       self->raise(OrvWebEvent::DocumentLoadCommitted);
       break;
@@ -351,6 +373,8 @@ void WebKitPage::onProcessEnded(WebKitWebView* view, WebKitWebProcessTermination
             "The web process of %s %s. The program goes on; loading again starts a new one.%s%s",
             uri ? uri : "a page", why, self->loadFailureHint_.isEmpty() ? "" : " ",
             self->loadFailureHint_.utf8());
+  // What was asked of the process while it was dying was lost with it.
+  if (const auto load = std::exchange(self->unstartedLoad_, nullptr)) load();
 }
 
 void WebKitPage::showFailure(const String& uri, const String& reason) {

@@ -7,6 +7,7 @@
 #include <webkit2/webkit2.h>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 
 class WebKitEngine;
@@ -41,6 +42,7 @@ class WebKitPage final : public Page,
   link_protocol::DialogAnswer dialog(const link_protocol::DialogQuestion& question) override;
 
  private:
+  static void onPageNumber(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onTitle(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onLocation(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onProgress(WebKitWebView*, GParamSpec*, WebKitPage* self);
@@ -57,6 +59,8 @@ class WebKitPage final : public Page,
 
   // Null once the page is closed, or where the window cannot show it.
   WebKitWebView* view();
+  void listenToPage();
+  void startLoad(std::function<void()> load);
   void raise(OrvWebEvent::Type type);
   void applySetting(WebKitSettings* settings, WebViewSetting setting) const;
   void sendSetup();
@@ -70,6 +74,7 @@ class WebKitPage final : public Page,
   link_protocol::PageSetup setup_;
   String loadFailureHint_;
   bool showingFailure_ = false;
+  std::function<void()> unstartedLoad_;  // asked for, and the web process has not said so yet
 
   // What other threads need to call the page's functions.
   std::atomic<std::uint64_t> number_ = 0;

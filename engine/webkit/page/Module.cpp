@@ -27,6 +27,7 @@ namespace {
 struct PageRecord {
   PageSetup setup;
   ObjectPointer<WebKitFrame> mainFrame;
+  PageFunctions functions;  // of the document that is in the main frame now
 };
 
 class Module final : public HostLinkDelegate {
@@ -78,21 +79,26 @@ JSCValue* onDialog(GPtrArray* arguments, gpointer data) {
 
 using VariadicCallback = JSCValue* (*)(GPtrArray*, gpointer);
 
-void defineFunction(JSCContext* context, JSCValue* holder, const char* name,
-                    VariadicCallback callback, const NativeFunction& function) {
-  const ObjectPointer<JSCValue> value(jsc_value_new_function_variadic(
+// A function that the page can call with anything and that gets texts, null and undefined.
+void defineFunction(JSCContext* context, const PageFunctions& functions, JSCValue* holder,
+                    const char* name, VariadicCallback callback, const NativeFunction& function) {
+  const ObjectPointer<JSCValue> native(jsc_value_new_function_variadic(
       context, name, G_CALLBACK(callback), new NativeFunction(function), freeNativeFunction,
       JSC_TYPE_VALUE));
-  jsc_value_object_set_property(holder, name, value.get());
+  const ObjectPointer<JSCValue> wrapped(jsc_value_function_call(
+      functions.wrapNative.get(), JSC_TYPE_VALUE, native.get(), G_TYPE_NONE));
+  jsc_value_object_set_property(holder, name, wrapped.get());
 }
 
-void exposeNativeFunctions(JSCContext* context, std::uint64_t page) {
+void exposeNativeFunctions(JSCContext* context, const PageFunctions& functions,
+                           std::uint64_t page) {
   const ObjectPointer<JSCValue> object(jsc_value_new_object(context, nullptr, nullptr));
-  defineFunction(context, object.get(), "callNative", onCallNative, {page, DialogKind::Alert});
+  defineFunction(context, functions, object.get(), "callNative", onCallNative,
+                 {page, DialogKind::Alert});
   jsc_context_set_value(context, "orv", object.get());
 }
 
-void replaceDialogs(JSCContext* context, std::uint64_t page) {
+void replaceDialogs(JSCContext* context, const PageFunctions& functions, std::uint64_t page) {
   // The engine's own dialogs hold the page and wait for the program's main loop. This page is
   // called while that loop does not run, so its dialogs go over the link.
   const ObjectPointer<JSCValue> global(jsc_context_get_global_object(context));
@@ -101,7 +107,7 @@ void replaceDialogs(JSCContext* context, std::uint64_t page) {
                                                         {"prompt", DialogKind::Prompt},
                                                         {"print", DialogKind::Print}};
   for (const auto& [name, kind] : dialogs) {
-    defineFunction(context, global.get(), name, onDialog, {page, kind});
+    defineFunction(context, functions, global.get(), name, onDialog, {page, kind});
   }
 }
 
@@ -142,8 +148,9 @@ void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page
   record.mainFrame.reset(WEBKIT_FRAME(g_object_ref(frame)));
   const ObjectPointer<JSCContext> context(
       webkit_frame_get_js_context_for_script_world(frame, world));
-  if (record.setup.callbackObject) exposeNativeFunctions(context.get(), number);
-  if (record.setup.drivesApplication) replaceDialogs(context.get(), number);
+  record.functions = makePageFunctions(context.get());
+  if (record.setup.callbackObject) exposeNativeFunctions(context.get(), record.functions, number);
+  if (record.setup.drivesApplication) replaceDialogs(context.get(), record.functions, number);
 }
 
 JSCValue* Module::callNative(std::uint64_t page, GPtrArray* arguments) {
@@ -155,9 +162,8 @@ JSCValue* Module::callNative(std::uint64_t page, GPtrArray* arguments) {
   NativeArguments texts(arguments->len);
   for (guint i = 0; i < arguments->len; ++i) {
     auto* value = static_cast<JSCValue*>(g_ptr_array_index(arguments, i));
-    if (jsc_value_is_null(value) || jsc_value_is_undefined(value)) continue;
-    // What the conversion threw is pending and reaches the caller.
-    if (!textOf(value, texts[i].emplace())) return jsc_value_new_undefined(context);
+    // Whatever else was passed is a text by now.
+    if (jsc_value_is_string(value)) texts[i] = bytesOf(value);
   }
   const std::string payload = encode(texts);
   if (payload.size() > link_protocol::maximumPayload) {
@@ -180,8 +186,7 @@ JSCValue* Module::runDialog(std::uint64_t page, DialogKind kind, GPtrArray* argu
   std::string texts[2];
   for (guint i = 0; i < std::min<guint>(arguments->len, 2); ++i) {
     auto* value = static_cast<JSCValue*>(g_ptr_array_index(arguments, i));
-    if (jsc_value_is_undefined(value)) continue;
-    if (!textOf(value, texts[i])) return jsc_value_new_undefined(context);
+    if (jsc_value_is_string(value)) texts[i] = bytesOf(value);
   }
   question.message = texts[0];
   question.initialText = texts[1];
@@ -206,7 +211,7 @@ JavaScriptVariant Module::callFunction(std::uint64_t page, const FunctionCall& c
       webkit_frame_get_js_context(found->second.mainFrame.get()));
   if (!context) return {};
   std::string problem;
-  JavaScriptVariant value = callPageFunction(context.get(), call, problem);
+  JavaScriptVariant value = callPageFunction(context.get(), found->second.functions, call, problem);
   if (!problem.empty()) link_->tell(FrameKind::Log, page, problem);
   return value;
 }

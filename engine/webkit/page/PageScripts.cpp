@@ -1,8 +1,6 @@
 // JavaScript values across the link, and calls of page functions. Web process, main thread only.
 #include "engine/webkit/page/PageScripts.h"
 
-#include "engine/webkit/page/ObjectPointer.h"
-
 using Tessel::Platform::String;
 
 namespace {
@@ -31,14 +29,35 @@ std::string takeException(JSCContext* context) {
   return text;
 }
 
-bool textOf(JSCValue* value, std::string& text) {
-  GBytes* bytes = jsc_value_to_string_as_bytes(value);
-  if (!bytes) return false;
+PageFunctions makePageFunctions(JSCContext* context) {
+  // The engine's own conversion ends at half a surrogate pair, so that is mended on this side.
+  constexpr const char* source = R"((() => {
+    const { apply } = Reflect;
+    const text = String;
+    const { toWellFormed } = String.prototype;
+    const wellFormed = string => apply(toWellFormed, string, []);
+    const wrapNative = native => (...values) => {
+      for (let i = 0; i < values.length; ++i) {
+        const value = values[i];
+        if (value !== null && value !== undefined) values[i] = wellFormed(text(value));
+      }
+      return apply(native, undefined, values);
+    };
+    return { wellFormed, wrapNative };
+  })())";
+  const ObjectPointer<JSCValue> made(jsc_context_evaluate(context, source, -1));
+  return {ObjectPointer<JSCValue>(jsc_value_object_get_property(made.get(), "wellFormed")),
+          ObjectPointer<JSCValue>(jsc_value_object_get_property(made.get(), "wrapNative"))};
+}
+
+std::string bytesOf(JSCValue* text) {
+  GBytes* bytes = jsc_value_to_string_as_bytes(text);
+  if (!bytes) return std::string();
   gsize size = 0;
   const auto* data = static_cast<const char*>(g_bytes_get_data(bytes, &size));
-  text.assign(data ? data : "", size);
+  std::string result(data ? data : "", size);
   g_bytes_unref(bytes);
-  return jsc_context_get_exception(jsc_value_get_context(value)) == nullptr;
+  return result;
 }
 
 JSCValue* toScript(JSCContext* context, const JavaScriptVariant& value) {
@@ -61,21 +80,21 @@ JSCValue* toScript(JSCContext* context, const JavaScriptVariant& value) {
   }
 }
 
-JavaScriptVariant fromScript(JSCValue* value) {
+JavaScriptVariant fromScript(JSCValue* value, const PageFunctions& functions) {
   if (jsc_value_is_undefined(value)) return {};
   if (jsc_value_is_null(value)) return JavaScriptVariant::null();
   if (jsc_value_is_boolean(value)) return jsc_value_to_boolean(value) != FALSE;
   if (jsc_value_is_number(value)) return jsc_value_to_double(value);
   if (jsc_value_is_string(value)) {
-    std::string text;
-    textOf(value, text);
-    return String(std::move(text));
+    const ObjectPointer<JSCValue> text(
+        jsc_value_function_call(functions.wellFormed.get(), JSC_TYPE_VALUE, value, G_TYPE_NONE));
+    return String(bytesOf(text.get()));
   }
   return JavaScriptVariant::object();
 }
 
-JavaScriptVariant callPageFunction(JSCContext* context, const FunctionCall& call,
-                                   std::string& problem) {
+JavaScriptVariant callPageFunction(JSCContext* context, const PageFunctions& functions,
+                                   const FunctionCall& call, std::string& problem) {
   if (call.path.empty()) return {};
   ObjectPointer<JSCValue> holder(jsc_context_get_global_object(context));
   for (std::size_t i = 0; i + 1 < call.path.size(); ++i) {
@@ -105,5 +124,5 @@ JavaScriptVariant callPageFunction(JSCContext* context, const FunctionCall& call
     problem = joined(call.path).toStdString() + ": " + problem;
     return {};
   }
-  return result ? fromScript(result.get()) : JavaScriptVariant();
+  return result ? fromScript(result.get(), functions) : JavaScriptVariant();
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "engine/JavaScriptVariant.h"
+#include "engine/webkit/page/ObjectPointer.h"
 
 #include <jsc/jsc.h>
 
@@ -11,14 +12,22 @@
 // is none.
 std::string takeException(JSCContext* context);
 
-// The text of String(value): zero bytes and all. False, with the exception pending, when the
-// value refuses to be one.
-bool textOf(JSCValue* value, std::string& text);
+// What is made in a page's world before any script of the page can have changed its functions.
+struct PageFunctions {
+  ObjectPointer<JSCValue> wellFormed;  // a string with the halves of surrogate pairs replaced
+  // Gives a native function a face for pages: every argument becomes String(argument), well
+  // formed, but for null and undefined.
+  ObjectPointer<JSCValue> wrapNative;
+};
+PageFunctions makePageFunctions(JSCContext* context);
+
+// The bytes of a well-formed string, zeros and all.
+std::string bytesOf(JSCValue* text);
 
 JSCValue* toScript(JSCContext* context, const JavaScriptVariant& value);
-JavaScriptVariant fromScript(JSCValue* value);
+JavaScriptVariant fromScript(JSCValue* value, const PageFunctions& functions);
 
 // Calls a function by its path from the global object, with the object that holds it as this.
 // Undefined when it does not exist or throws; problem tells of what was thrown.
-JavaScriptVariant callPageFunction(JSCContext* context, const FunctionCall& call,
-                                   std::string& problem);
+JavaScriptVariant callPageFunction(JSCContext* context, const PageFunctions& functions,
+                                   const FunctionCall& call, std::string& problem);

@@ -1,0 +1,62 @@
+// The real engine in the process of a test or a benchmark: a window, web views with pages, and a
+// main loop that runs until something is true. Needs a display. Main thread.
+#pragma once
+
+#include "engine/OrvWebView.h"
+#include "engine/webkit/WebKitEngine.h"
+#include "platform/graphics/Window.h"
+#include "platform/messages/MessageClient.h"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace test_support {
+
+// A web view whose native calls go to a function.
+class ScriptedView final : public OrvWebView {
+ public:
+  using Native = std::function<String(const std::vector<std::string>& arguments)>;
+
+  Native native;
+  std::vector<OrvWebEvent::Type> events;
+
+  // Calls a function of the page with numbers or texts and waits.
+  JavaScriptVariant call(const char* function, std::vector<JavaScriptVariant> arguments = {}) {
+    return executeJavaScriptFunctionSync({function}, arguments);
+  }
+  void post(const char* function, std::vector<JavaScriptVariant> arguments = {}) {
+    executeJavaScriptFunction({function}, arguments);
+  }
+
+ private:
+  void handleWebEvent(OrvWebEvent* event) override;
+};
+
+// One per process: the toolkit and the engine start once.
+class RealEngine {
+ public:
+  // Null, and problem tells, without a display or an engine.
+  static RealEngine* instance(std::string& problem);
+
+  // A page of that HTML, loaded, in a web view over the whole window. Null when it does not load.
+  std::unique_ptr<ScriptedView> openPage(const std::string& html, ScriptedView::Native native = {},
+                                         bool drivesApplication = true);
+
+  // Runs the main loop until the condition holds; false when it does not within the time.
+  static bool runUntil(const std::function<bool()>& condition,
+                       std::chrono::milliseconds limit = std::chrono::seconds(30));
+  // Runs the main loop until nothing is left to do at once.
+  static void settle();
+
+ private:
+  RealEngine() = default;
+
+  std::unique_ptr<Tessel::Platform::MainMessageClient> client_;
+  std::unique_ptr<WebKitEngine> engine_;
+  std::unique_ptr<Tessel::Platform::Graphics::Window> window_;
+};
+
+}  // namespace test_support
