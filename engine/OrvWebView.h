@@ -146,7 +146,7 @@ class OrvWebView : private PageClient {
     if (stored == value) return;
     stored = std::move(value);
     if (page_) page_->settingChanged(setting);
-    raisePropertyChanged(property);
+    if (property != OrvWebPropertyChangedEvent::PropertyMax) raisePropertyChanged(property);
   }
 
   std::bitset<OrvWebEvent::typeCount> webEvents_;

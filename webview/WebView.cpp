@@ -66,16 +66,16 @@ bool WebView::setExtraHttpHeaders(const String& json) {
 
   std::vector<OrvWebHeader> headers;
   for (const auto& member : document.GetObject()) {
+    // Lists and objects are no values of headers, and writing them is recursive.
+    if (member.value.IsArray() || member.value.IsObject()) continue;
     OrvWebHeader& header = headers.emplace_back();
     header.setKey(std::string_view(member.name.GetString(), member.name.GetStringLength()));
     if (member.value.IsString()) {
       header.setValue(std::string_view(member.value.GetString(), member.value.GetStringLength()));
       continue;
     }
-    rapidjson::StringBuffer text;
-    fields::JsonWriter writer(text);
-    member.value.Accept(writer);
-    header.setValue(std::string_view(text.GetString(), text.GetSize()));
+    header.setValue(
+        fields::jsonText([&](fields::JsonWriter& writer) { member.value.Accept(writer); }));
   }
   setCustomHTTPHeaders(headers.data(), static_cast<unsigned int>(headers.size()));
   extraHeaders_ = json;

@@ -31,8 +31,9 @@ class WebView : public OrvWebView, public Tessel::Platform::GuardedPointerBase, 
   // the page can make them from now on.
   void enableNativeBindings(bool enabled);
 
-  // The members of a JSON object become extra headers of all requests. A value that is not a text
-  // counts as its JSON. False, and an error is reported, for anything but a JSON object.
+  // The members of a JSON object become extra headers of all requests. A number, true, false and
+  // null count as their JSON; a list or an object is left out. False, and an error is reported, for
+  // anything but a JSON object.
   bool setExtraHttpHeaders(const String& json);
   // The headers in force as a JSON object.
   String extraHttpHeaders() const { return extraHeaders_; }

@@ -49,15 +49,14 @@ struct WithInherited {
 template <typename Event>
 String bodyOf(const OrvWebEvent& base) {
   const auto& event = static_cast<const Event&>(base);
-  rapidjson::StringBuffer buffer;
-  fields::JsonWriter writer(buffer);
-  writer.StartObject();
-  fields::forEachInKeyOrder<WithInherited<fields::FieldsOf, Event>>([&](const auto& entry) {
-    writer.Key(entry.key.data(), static_cast<rapidjson::SizeType>(entry.key.size()));
-    fields::write(writer, std::invoke(entry.get, event));
+  return fields::jsonText([&](fields::JsonWriter& writer) {
+    writer.StartObject();
+    fields::forEachInKeyOrder<WithInherited<fields::FieldsOf, Event>>([&](const auto& entry) {
+      writer.Key(entry.key.data(), static_cast<rapidjson::SizeType>(entry.key.size()));
+      fields::write(writer, std::invoke(entry.get, event));
+    });
+    writer.EndObject();
   });
-  writer.EndObject();
-  return std::string_view(buffer.GetString(), buffer.GetSize());
 }
 
 template <typename Event>

@@ -132,12 +132,25 @@ void write(JsonWriter& writer, const std::vector<Element>& list) {
   write(writer, std::span<const Element>(list));
 }
 
+// What the body writes, as a text. The buffer is kept for the next one; bodies do not nest.
+template <typename Body>
+Tessel::Platform::String jsonText(Body&& body) {
+  constexpr std::size_t worthKeeping = 64 << 10;
+  thread_local rapidjson::StringBuffer buffer;
+  buffer.Clear();
+  JsonWriter writer(buffer);
+  body(writer);
+  Tessel::Platform::String text(std::string_view(buffer.GetString(), buffer.GetSize()));
+  if (buffer.GetSize() > worthKeeping) {
+    buffer.Clear();
+    buffer.ShrinkToFit();
+  }
+  return text;
+}
+
 template <typename Value>
 Tessel::Platform::String textOf(const Value& value) {
-  rapidjson::StringBuffer buffer;
-  JsonWriter writer(buffer);
-  write(writer, value);
-  return std::string_view(buffer.GetString(), buffer.GetSize());
+  return jsonText([&](JsonWriter& writer) { write(writer, value); });
 }
 
 // Calls the setter when the value is of a kind that it takes; an absent one is null.

@@ -1,0 +1,86 @@
+// The hot paths inside the program, beside their floors: finding and running a native function
+// beside a bare look-up in the same kind of map, and writing an event's body beside a bare JSON
+// writer with the same keys.
+#include "bindings/BindingManager.h"
+#include "webview/WebViewManager.h"
+#include "webview/commands/CommandTable.h"
+#include "webview/events/EventForwarding.h"
+
+#include <benchmark/benchmark.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include <map>
+#include <string>
+
+namespace {
+
+using Tessel::Platform::String;
+
+void checked(OrvWebJavaScriptCallbackEvent* event) {
+  if (BindingManager::checkArgumentCount(static_cast<int>(event->numArgs()), 2, "checked")) return;
+}
+
+std::map<String, BindingHandler, std::less<>>& bareMap() {
+  static std::map<String, BindingHandler, std::less<>> map;
+  return map;
+}
+
+void setUp() {
+  BindingManager& bindings = BindingManager::instance();
+  WebViewManager::instance();
+  registerCommands(bindings);
+  bindings.registerBinding("webview.middle", checked);
+  for (const CommandRow& row : commandTable()) {
+    bareMap().emplace(String(std::string("webview.") + row.name), row.handler);
+  }
+  bareMap().emplace("webview.middle", checked);
+}
+
+void lookUp(benchmark::State& state) {
+  const char* name = "webview.middle";
+  for (auto _ : state) benchmark::DoNotOptimize(bareMap().find(String(name)));
+}
+
+void dispatch(benchmark::State& state) {
+  OrvWebJavaScriptCallbackEvent event({"webview.middle", "1"});
+  BindingManager& bindings = BindingManager::instance();
+  for (auto _ : state) bindings.dispatch(&event);
+}
+
+void bareWriter(benchmark::State& state) {
+  rapidjson::StringBuffer buffer;
+  for (auto _ : state) {
+    buffer.Clear();
+    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+    writer.StartObject();
+    writer.Key("isPost", 6);
+    writer.Bool(true);
+    writer.Key("isSend", 6);
+    writer.Bool(false);
+    writer.Key("type", 4);
+    writer.String("DocumentLoaded", 14);
+    writer.EndObject();
+    // A body is a text of its own.
+    benchmark::DoNotOptimize(String(std::string_view(buffer.GetString(), buffer.GetSize())));
+  }
+}
+
+void eventBody(benchmark::State& state) {
+  const OrvWebEvent event(OrvWebEvent::DocumentLoaded);
+  for (auto _ : state) benchmark::DoNotOptimize(jsonFromObject(event));
+}
+
+BENCHMARK(lookUp);
+BENCHMARK(dispatch);
+BENCHMARK(bareWriter);
+BENCHMARK(eventBody);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  setUp();
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}

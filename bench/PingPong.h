@@ -1,0 +1,34 @@
+// The floor of every round trip to another process: two processes that pass a packet back and
+// forth over a SOCK_SEQPACKET pair with blocking calls, and do nothing else.
+#pragma once
+
+#include "platform/UniqueFd.h"
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <string>
+
+namespace bench {
+
+class PingPong {
+ public:
+  // The other process runs on that processor and answers every packet with one of that size.
+  PingPong(std::size_t answerSize, int processor);
+  ~PingPong();
+  PingPong(const PingPong&) = delete;
+  PingPong& operator=(const PingPong&) = delete;
+
+  // One packet there, one back.
+  void roundTrip(const std::string& packet);
+
+ private:
+  Tessel::Platform::UniqueFd socket_;
+  pid_t peer_ = -1;
+  std::string answer_;
+};
+
+// Binds every thread of a process to one processor; false when the kernel refuses.
+bool pin(pid_t process, int processor);
+
+}  // namespace bench

@@ -1,0 +1,219 @@
+// The real program with a chrome of the tests: what it shows, what it answers, how it ends.
+#include "tests/support/Program.h"
+#include "tests/support/Screen.h"
+
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace {
+
+using test_support::clickAt;
+using test_support::pixelAt;
+using test_support::Program;
+using test_support::requestClose;
+using test_support::waitForPixel;
+using Environment = Program::Environment;
+
+class ProgramTest : public testing::Test {
+ protected:
+  // Files of its own for every test: the program must neither find nor leave anything.
+  void SetUp() override {
+    std::string pattern =
+        (std::filesystem::temp_directory_path() / "pagehost-test-XXXXXX").string();
+    ASSERT_TRUE(::mkdtemp(pattern.data()));
+    folder_ = pattern;
+    std::filesystem::copy(PAGEHOST_TEST_PAGES, folder_ / "root",
+                          std::filesystem::copy_options::recursive);
+    std::ofstream(folder_ / "outside.txt") << "secret";
+    std::filesystem::create_symlink(folder_ / "outside.txt", folder_ / "root/link-out.txt");
+    std::filesystem::create_directory_symlink(folder_, folder_ / "root/link-folder");
+  }
+  void TearDown() override { std::filesystem::remove_all(folder_); }
+
+  Environment environment(const std::string& page) const {
+    return {{"CHROME_URL", page.empty() ? "" : "local:///" + page},
+            {"TESSEL_LOCAL_ROOT", (folder_ / "root").string()},
+            {"XDG_DATA_HOME", (folder_ / "data").string()},
+            {"XDG_CACHE_HOME", (folder_ / "cache").string()},
+            {"WIDTH", "800"},
+            {"HEIGHT", "600"}};
+  }
+
+  // A chrome that tests by itself: every line but the last must be an "ok".
+  void runSuite(const std::string& page) {
+    Program program(environment(page));
+    int tests = 0;
+    for (;;) {
+      const auto line = program.nextLine();
+      ASSERT_TRUE(line) << "the suite does not end\n" << program.errors();
+      if (*line == "end") break;
+      EXPECT_EQ(line->substr(0, 3), "ok ") << *line << "\n" << program.errors();
+      ++tests;
+    }
+    EXPECT_GT(tests, 0);
+  }
+
+  std::filesystem::path folder_;
+};
+
+// Answers every request with a page whose title is the request.
+class EchoServer {
+ public:
+  EchoServer() : listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    if (::bind(listener_.get(), reinterpret_cast<sockaddr*>(&address), size) != 0 ||
+        ::listen(listener_.get(), 8) != 0 ||
+        ::getsockname(listener_.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0) {
+      std::abort();
+    }
+    port_ = ntohs(address.sin_port);
+    thread_ = std::thread([this] { serve(); });
+  }
+  ~EchoServer() {
+    ::shutdown(listener_.get(), SHUT_RDWR);
+    thread_.join();
+  }
+
+  std::string address() const { return "http://127.0.0.1:" + std::to_string(port_) + "/"; }
+
+ private:
+  void serve() {
+    for (;;) {
+      const Tessel::Platform::UniqueFd client(
+          ::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+      if (!client) return;
+      std::string request(8192, '\0');
+      const ssize_t count = ::recv(client.get(), request.data(), request.size(), 0);
+      request.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+      const std::string body = "<title>" + request + "</title>";
+      const std::string answer =
+          "HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nConnection: close\r\n"
+          "Content-Length: " +
+          std::to_string(body.size()) + "\r\n\r\n" + body;
+      ::send(client.get(), answer.data(), answer.size(), MSG_NOSIGNAL);
+    }
+  }
+
+  Tessel::Platform::UniqueFd listener_;
+  int port_ = 0;
+  std::thread thread_;
+};
+
+TEST_F(ProgramTest, NativeFunctionsAnswerTheChrome) {
+  runSuite("functions.html");
+}
+
+TEST_F(ProgramTest, ExtraHeadersReachTheServer) {
+  const EchoServer server;
+  runSuite("headers.html?server=" + server.address());
+}
+
+TEST_F(ProgramTest, WebViewsAreSeenWhereTheyArePlaced) {
+  Program program(environment("placing.html"));
+  ASSERT_TRUE(program.waitForLine("placed")) << program.errors();
+  EXPECT_TRUE(waitForPixel(50, 50, {0, 0, 200})) << "the chrome";
+  EXPECT_TRUE(waitForPixel(150, 150, {200, 0, 0})) << "the red page";
+  EXPECT_TRUE(waitForPixel(350, 350, {0, 200, 0})) << "the green page";
+  EXPECT_TRUE(waitForPixel(250, 250, {0, 200, 0})) << "the later page is above";
+  EXPECT_TRUE(waitForPixel(450, 450, {0, 0, 200})) << "a fade colour window starts transparent";
+  // Where the transparent window is, the click is the chrome's.
+  clickAt(450, 450);
+  ASSERT_TRUE(program.waitForLine("restacked")) << program.errors();
+  EXPECT_TRUE(waitForPixel(250, 250, {200, 0, 0})) << "the red page was raised";
+  EXPECT_TRUE(waitForPixel(350, 350, {0, 0, 200})) << "the green page was hidden";
+}
+
+TEST_F(ProgramTest, DeletingTheLastWebViewEndsTheProgramWithStatusZero) {
+  Program program(environment("lastview.html"));
+  ASSERT_TRUE(program.waitForLine("deleting")) << program.errors();
+  EXPECT_EQ(program.status(), 0);
+  EXPECT_NE(program.errors().find("Exit pagehost: 0"), std::string::npos) << program.errors();
+}
+
+TEST_F(ProgramTest, ClosingTheWindowEndsEveryWebViewAndTheProgram) {
+  Program program(environment("idle.html"));
+  ASSERT_TRUE(program.waitForLine("idle")) << program.errors();
+  ASSERT_TRUE(requestClose("pagehost"));
+  EXPECT_EQ(program.status(), 0);
+}
+
+TEST_F(ProgramTest, TheBundledChromeShowsARealPage) {
+  Environment bundled = environment("");
+  bundled["TESSEL_LOCAL_ROOT"] = "";
+  Program program(bundled, {"--demo"});
+  ASSERT_TRUE(program.waitForLine("demo ready")) << program.errors();
+  // The toolbar is lighter than the tab strip, the sample has its own colour below.
+  EXPECT_TRUE(waitForPixel(790, 6, pixelAt(600, 6)));
+  EXPECT_NE(pixelAt(790, 6), pixelAt(790, 300));
+}
+
+TEST_F(ProgramTest, AStartThatCannotBeSaysWhatToDo) {
+  Environment noDisplay = environment("idle.html");
+  noDisplay["DISPLAY"] = "";
+  Environment wrongDisplay = environment("idle.html");
+  wrongDisplay["DISPLAY"] = ":4711";
+  Environment noModule = environment("idle.html");
+  noModule["PAGEHOST_MODULE_PATH"] = folder_.string();
+  Environment noRuntime = environment("idle.html");
+  noRuntime["XDG_RUNTIME_DIR"] = (folder_ / "outside.txt").string();
+  const std::pair<Environment, std::string> starts[] = {{noDisplay, "Set DISPLAY"},
+                                                        {wrongDisplay, "Set DISPLAY"},
+                                                        {noModule, "PAGEHOST_MODULE_PATH"},
+                                                        {noRuntime, "set XDG_RUNTIME_DIR"}};
+  for (const auto& [changes, advice] : starts) {
+    Program program(changes);
+    EXPECT_EQ(program.status(), 1);
+    EXPECT_NE(program.errors().find(advice), std::string::npos) << program.errors();
+  }
+}
+
+TEST_F(ProgramTest, UnderAnotherNameItIsNotTheApplication) {
+  Program program(environment("idle.html"), {}, "pagehost-server");
+  EXPECT_EQ(program.status(), 1);
+  EXPECT_NE(program.errors().find("launcher server"), std::string::npos) << program.errors();
+}
+
+TEST_F(ProgramTest, AChromeThatCannotBeLoadedIsExplainedOnTheScreenAndInTheLog) {
+  // Nobody listens there any more.
+  const std::string refused = EchoServer().address();
+  for (const std::string& url :
+       {std::string("local:///nowhere.html"), refused, std::string("no address")}) {
+    Environment bad = environment("");
+    bad["CHROME_URL"] = url;
+    Program program(bad);
+    EXPECT_TRUE(program.waitForError("CHROME_URL: correct it")) << program.errors();
+  }
+}
+
+TEST_F(ProgramTest, AChromeWhoseProcessDiesLeavesTheProgramAlive) {
+  Program program(environment("idle.html"));
+  ASSERT_TRUE(program.waitForLine("idle")) << program.errors();
+  // The web processes are the program's children.
+  std::ifstream children("/proc/" + std::to_string(program.pid()) + "/task/" +
+                         std::to_string(program.pid()) + "/children");
+  int ended = 0;
+  for (pid_t child = 0; children >> child;) {
+    std::string name;
+    std::getline(std::ifstream("/proc/" + std::to_string(child) + "/comm"), name);
+    if (name.find("WebKitWebPro") != 0) continue;
+    ASSERT_EQ(::kill(child, SIGKILL), 0);
+    ++ended;
+  }
+  ASSERT_EQ(ended, 2);
+  EXPECT_TRUE(program.waitForError("The web process of local:///idle.html crashed"))
+      << program.errors();
+  // It still listens to its window.
+  ASSERT_TRUE(requestClose("pagehost"));
+  EXPECT_EQ(program.status(), 0);
+}
+
+}  // namespace

@@ -1,0 +1,72 @@
+// The little that the suites below share: they run as the chrome of the real program and report on
+// its standard output, a line per test and "end" at last.
+
+export const events = [];
+export const errors = [];
+export const native = (name, ...args) => orv.callNative(name, ...args);
+export const print = line => native('webview.printToStdout', 1, `${line}\n`);
+
+// What the next sent event is answered with.
+export const answers = new Map();
+
+globalThis.chrome = {
+  internal: {
+    webEvent(handle, name, data, integer) {
+      events.push({ handle, name, data, integer });
+      return answers.get(name);
+    },
+  },
+  native: { error: message => { errors.push(message); } },
+};
+
+// Bounded: a condition that never comes true fails its test.
+export function until(condition, what = condition.toString()) {
+  return new Promise((resolve, reject) => {
+    const end = performance.now() + 15000;
+    const look = () => {
+      const value = condition();
+      if (value) resolve(value);
+      else if (performance.now() > end) reject(new Error(`waited in vain: ${what}`));
+      else setTimeout(look, 5);
+    };
+    look();
+  });
+}
+
+export function equal(actual, expected) {
+  const [a, e] = [actual, expected].map(value => JSON.stringify(value));
+  if (a !== e) throw new Error(`got ${a} instead of ${e}`);
+}
+
+export function ok(value, what) {
+  if (!value) throw new Error(what);
+}
+
+export const happened = (handle, name) => events.some(e => e.handle === handle && e.name === name);
+
+// A web view that exists, its events and properties all enabled.
+export async function createView() {
+  const group = native('webview.applicationWindowGroup', 1);
+  const handle = Number(native('webview.create', group));
+  await until(() => happened(handle, 'Created'), 'Created');
+  native('webview.setAllWebEventsEnabled', handle, true);
+  native('webview.setAllPropertyChangedEventsEnabled', handle, true);
+  return handle;
+}
+
+const tests = [];
+export const test = (name, body) => tests.push([name, body]);
+
+export async function run() {
+  for (const [name, body] of tests) {
+    events.length = 0;
+    errors.length = 0;
+    try {
+      await body();
+      print(`ok ${name}`);
+    } catch (error) {
+      print(`not ok ${name}: ${error.message}`);
+    }
+  }
+  print('end');
+}

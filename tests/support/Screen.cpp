@@ -1,0 +1,101 @@
+// What can be seen and done on the display of the test. Main thread.
+#include "tests/support/Screen.h"
+
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <X11/extensions/XTest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <string_view>
+#include <thread>
+
+namespace test_support {
+
+namespace {
+
+Display* display() {
+  static Display* opened = XOpenDisplay(nullptr);
+  return opened;
+}
+
+// Windows come and go while they are looked at.
+int ignoreError(Display*, XErrorEvent*) {
+  return 0;
+}
+
+Window findWindow(Window parent, std::string_view title) {
+  char* name = nullptr;
+  if (XFetchName(display(), parent, &name) && name) {
+    const bool found = std::string_view(name).substr(0, title.size()) == title;
+    XFree(name);
+    // The toolkit has a window of that name that is never shown.
+    XWindowAttributes attributes{};
+    if (found && XGetWindowAttributes(display(), parent, &attributes) &&
+        attributes.map_state == IsViewable) {
+      return parent;
+    }
+  }
+  Window root = 0;
+  Window above = 0;
+  Window* children = nullptr;
+  unsigned int count = 0;
+  if (!XQueryTree(display(), parent, &root, &above, &children, &count)) return 0;
+  Window found = 0;
+  for (unsigned int i = 0; i < count && !found; ++i) found = findWindow(children[i], title);
+  if (children) XFree(children);
+  return found;
+}
+
+}  // namespace
+
+Pixel pixelAt(int x, int y) {
+  if (!display()) return {-1, -1, -1};
+  XImage* image =
+      XGetImage(display(), DefaultRootWindow(display()), x, y, 1, 1, AllPlanes, ZPixmap);
+  if (!image) return {-1, -1, -1};
+  const unsigned long value = XGetPixel(image, 0, 0);
+  XDestroyImage(image);
+  return {static_cast<int>(value >> 16 & 255), static_cast<int>(value >> 8 & 255),
+          static_cast<int>(value & 255)};
+}
+
+bool waitForPixel(int x, int y, const Pixel& color) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(15);
+  do {
+    const Pixel pixel = pixelAt(x, y);
+    int difference = 0;
+    for (std::size_t i = 0; i < color.size(); ++i) difference += std::abs(pixel[i] - color[i]);
+    if (difference < 12) return true;
+    // The display tells nobody when somebody else has drawn.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  } while (std::chrono::steady_clock::now() < end);
+  return false;
+}
+
+void clickAt(int x, int y) {
+  if (!display()) return;
+  XTestFakeMotionEvent(display(), -1, x, y, CurrentTime);
+  XTestFakeButtonEvent(display(), 1, True, CurrentTime);
+  XTestFakeButtonEvent(display(), 1, False, CurrentTime);
+  XSync(display(), False);
+}
+
+bool requestClose(const char* title) {
+  if (!display()) return false;
+  XSetErrorHandler(ignoreError);
+  const Window window = findWindow(DefaultRootWindow(display()), title);
+  if (!window) return false;
+  XEvent event{};
+  event.xclient.type = ClientMessage;
+  event.xclient.window = window;
+  event.xclient.message_type = XInternAtom(display(), "WM_PROTOCOLS", False);
+  event.xclient.format = 32;
+  event.xclient.data.l[0] = static_cast<long>(XInternAtom(display(), "WM_DELETE_WINDOW", False));
+  event.xclient.data.l[1] = CurrentTime;
+  XSendEvent(display(), window, False, NoEventMask, &event);
+  XSync(display(), False);
+  return true;
+}
+
+}  // namespace test_support

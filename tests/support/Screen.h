@@ -1,0 +1,21 @@
+// What can be seen and done on the display of the test. Main thread.
+#pragma once
+
+#include <array>
+#include <functional>
+
+namespace test_support {
+
+using Pixel = std::array<int, 3>;
+
+// The colour on the screen at a place, {-1, -1, -1} when there is no display.
+Pixel pixelAt(int x, int y);
+// Looks again until the place has that colour, give or take a little; false when it never has.
+bool waitForPixel(int x, int y, const Pixel& color);
+// Presses and releases the first button there.
+void clickAt(int x, int y);
+// Asks the top-level window of that title prefix to close, as a window manager does; false when
+// there is none.
+bool requestClose(const char* title);
+
+}  // namespace test_support
