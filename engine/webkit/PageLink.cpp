@@ -211,7 +211,10 @@ PageLink::FunctionResult PageLink::callFunction(std::uint64_t page, const Functi
     if (broken_) return std::nullopt;
     waiter.id = ++lastId_;
     waiters_.push_back(&waiter);
-    if (!socket_.send(FrameKind::CallFunction, waiter.id, page, payload)) breakLocked();
+    if (!socket_.send(FrameKind::CallFunction, waiter.id, page, payload)) {
+      breakLocked();
+      wakeMainLocked();
+    }
     watchSocketLocked();
   }
   if (waiter.onMainThread) {
@@ -308,6 +311,8 @@ void PageLink::serve() {
                 static_cast<int>(peer_));
       break;
     }
+    // Closed inside the question: its delegate may be gone, so the rest is nobody's.
+    if (!source_) return;
   }
   close();
 }

@@ -52,7 +52,7 @@ Window::Window(WindowType type, Window* parent, const IntRect& windowRect,
     state_.fillsParent = false;
     registry().topLevels.emplace(group_, this);
     surface_ = WindowSystem::current().createSurface(*this, nullptr);
-  } else {
+  } else if (topLevel_->surface()) {
     surface_ = WindowSystem::current().createSurface(*this, topLevel_->surface());
   }
   if (surface_) surface_->update(state_);
@@ -63,12 +63,14 @@ Window::~Window() {
   auto& windows = registry().byHandle;
   windows.erase(handle_);
   if (topLevel_ == this) {
-    registry().topLevels.erase(group_);
+    if (topLevelOf(group_) == this) registry().topLevels.erase(group_);
     // Children that outlive their top-level window live on unseen.
     for (auto& [handle, window] : windows) {
-      if (window->topLevel_ == this) window->surface_.reset();
+      if (window->topLevel_ != this) continue;
+      window->surface_.reset();
+      window->topLevel_ = nullptr;
     }
-  } else if (topLevel_ && topLevelOf(group_) == topLevel_) {
+  } else if (topLevel_) {
     topLevel_->removeChildWindow(this);
   }
 }
@@ -91,8 +93,10 @@ void Window::change(Value WindowState::*field, Value value) {
 }
 
 void Window::setWindowRectangle(const IntRect& rect) {
+  if (!state_.fillsParent && state_.rect == rect) return;
   state_.fillsParent = false;
-  change(&WindowState::rect, rect);
+  state_.rect = rect;
+  if (surface_) surface_->update(state_);
 }
 
 void Window::setZOrder(int zOrder) {

@@ -74,7 +74,7 @@ class Window : public GuardedPointerBase {
 
   const int handle_;
   const String identifier_;
-  Window* const topLevel_;  // itself for a top-level window
+  Window* topLevel_;  // itself for a top-level window; null when there is none, or none any more
   const String group_;
   WindowState state_;
   IntRect viewportRect_;

@@ -8,6 +8,8 @@
 #include "webview/events/EventFields.h"
 #include "webview/events/Names.h"
 
+#include <locale.h>
+
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -68,8 +70,10 @@ template <>
 struct Value<double> {
   // Values are floats at heart: what a float cannot hold is refused.
   static bool parse(const char* text, double& value) {
+    // The point is a point, whatever the language of the user: the toolkit sets the locale.
+    static const locale_t plain = ::newlocale(LC_ALL_MASK, "C", nullptr);
     errno = 0;
-    value = std::strtod(text, nullptr);
+    value = ::strtod_l(text, nullptr, plain);
     constexpr double largest = std::numeric_limits<float>::max();
     return !conversionFailed() && value >= -largest && value <= largest;
   }

@@ -1,0 +1,69 @@
+// The registry of native functions and the errors that handlers report.
+#include "bindings/BindingManager.h"
+#include "tests/support/ChromeFixture.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+class BindingManagerTest : public test_support::ChromeFixture {
+ protected:
+  BindingManager& bindings = BindingManager::instance();
+};
+
+TEST_F(BindingManagerTest, CallRunsTheHandlerThatWasFirstRegisteredUnderItsExactName) {
+  bindings.registerBinding("test.first", [](OrvWebJavaScriptCallbackEvent* event) {
+    event->setResult(String::fromUnsignedInteger(event->numArgs()));
+  });
+  bindings.registerBinding(
+      "test.first", [](OrvWebJavaScriptCallbackEvent* event) { event->setResult("second"); });
+  EXPECT_EQ(callNative({"test.first", "a", nullptr}), "3");
+  EXPECT_THAT(errors(), IsEmpty());
+
+  for (const char* name : {"test.First", "test.firs", "test.first2", ""}) {
+    EXPECT_EQ(callNative({name, "a"}), "");
+    EXPECT_THAT(errors(), ElementsAre("Binding for native function: \"" + std::string(name) +
+                                      "\" does not exist."));
+  }
+  EXPECT_EQ(callNative({}), "");
+  EXPECT_THAT(errors(), IsEmpty());
+}
+
+TEST_F(BindingManagerTest, ListHasEveryNameInByteOrderWithALineEndEach) {
+  for (const char* name : {"test.b", "test.B", "test.a", "test.\xc3\xa4", "test.B.c"}) {
+    bindings.registerBinding(name, [](OrvWebJavaScriptCallbackEvent*) {});
+  }
+  const std::string list = callNative({"bindingManager.listBindings"});
+  EXPECT_THAT(list, StartsWith("bindingManager.listBindings\ntest.B\ntest.B.c\ntest.a\ntest.b\n"));
+  EXPECT_THAT(list, HasSubstr("\ntest.\xc3\xa4\nwebview."));
+  EXPECT_THAT(list, HasSubstr("\nwebview.create\nwebview.createFadeColorWindow\n"));
+  EXPECT_EQ(list.back(), '\n');
+}
+
+TEST_F(BindingManagerTest, CountsFromRequiredToTheLargerOfRequiredAndMaximumAreAccepted) {
+  EXPECT_FALSE(BindingManager::checkArgumentCount(2, 2, "f"));
+  EXPECT_FALSE(BindingManager::checkArgumentCount(2, 2, "f", 3));
+  EXPECT_FALSE(BindingManager::checkArgumentCount(3, 2, "f", 3));
+  EXPECT_THAT(errors(), IsEmpty());
+  EXPECT_TRUE(BindingManager::checkArgumentCount(3, 2, "f"));
+  EXPECT_TRUE(BindingManager::checkArgumentCount(-1, 0, "f", 0));
+  EXPECT_TRUE(BindingManager::checkArgumentCount(1, 2, "f", 1)) << "a maximum below required";
+  EXPECT_TRUE(BindingManager::checkArgumentCount(4, 2, "f", 3));
+  const std::string function = "Native function: \"f\" was called with: ";
+  EXPECT_THAT(errors(), ElementsAre(function + "3 arguments when it requires: 2",
+                                    function + "-1 arguments when it requires: 0",
+                                    function + "1 arguments when it requires: 2",
+                                    function + "4 arguments when it requires: 2 "
+                                               "(3 with optional args)"));
+}
+
+TEST_F(BindingManagerTest, ArgumentErrorNamesTheFunctionTheTextAndThePosition) {
+  BindingManager::reportArgumentError(3, "say \"x\"", "jsSet");
+  EXPECT_THAT(errors(), ElementsAre("Argument error when trying to call native function: \"jsSet\" "
+                                    "with argument \"say \"x\"\" at position: 3"));
+}
+
+}  // namespace

@@ -1,0 +1,59 @@
+// The calls of the chrome's functions and what becomes of their values.
+#include "bindings/ChromeChannel.h"
+#include "tests/platform/StandardErrorPipe.h"
+#include "tests/support/ChromeFixture.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+class ChromeChannelTest : public test_support::ChromeFixture {
+ protected:
+  // What a send gets when the chrome answers with that value.
+  std::string answerFor(JavaScriptVariant value) {
+    page->answer = [&](const FunctionCall&) { return value; };
+    return sendChromeSendEvent(root, "Name", "", 1, 0).toStdString();
+  }
+};
+
+TEST_F(ChromeChannelTest, EventsCarryHandleNameDataAndIntegerPostedOrWaitedFor) {
+  sendChromePostEvent(root, "Created", "", 3, 7);
+  ASSERT_EQ(page->posted.size(), 1u);
+  EXPECT_THAT(page->posted[0].path, ElementsAre("chrome", "internal", "webEvent"));
+  EXPECT_THAT(page->posted[0].arguments, ElementsAre(3, "Created", "", 7));
+
+  sendChromeSendEvent(root, "Dialog", "{\"a\":\"\"}", 4294967295u, -1);
+  ASSERT_EQ(page->called.size(), 1u);
+  EXPECT_THAT(page->called[0].path, ElementsAre("chrome", "internal", "webEvent"));
+  EXPECT_THAT(page->called[0].arguments, ElementsAre(4294967295.0, "Dialog", "{\"a\":\"\"}", -1));
+
+  sendChromeError(*root, "it \"failed\"");
+  ASSERT_EQ(page->posted.size(), 2u);
+  EXPECT_THAT(page->posted[1].path, ElementsAre("chrome", "native", "error"));
+  EXPECT_THAT(page->posted[1].arguments, ElementsAre("it \"failed\""));
+}
+
+TEST_F(ChromeChannelTest, AnswersBecomeTextByTheirType) {
+  EXPECT_EQ(answerFor(2), "2");
+  EXPECT_EQ(answerFor(-0.5), "-0.5");
+  EXPECT_EQ(answerFor(1234567), "1.23457e+06");
+  EXPECT_EQ(answerFor(1e21), "1e+21");
+  EXPECT_EQ(answerFor(true), "true");
+  EXPECT_EQ(answerFor(false), "false");
+  EXPECT_EQ(answerFor("\xc3\xa4\n\"text\""), "\xc3\xa4\n\"text\"");
+  EXPECT_EQ(answerFor(JavaScriptVariant()), "");
+  EXPECT_EQ(answerFor(JavaScriptVariant::object()), "");
+}
+
+TEST_F(ChromeChannelTest, WithoutAChromeEventsAreLoggedAndAnsweredWithNothing) {
+  Tessel::Platform::Testing::StandardErrorPipe log;
+  sendChromePostEvent(nullptr, "Created", "", 3, 0);
+  EXPECT_THAT(log.read(),
+              HasSubstr("WebView::sendChromePostEvent: webView doesn't exist, can't send event!"));
+  EXPECT_EQ(sendChromeSendEvent(nullptr, "Dialog", "", 3, 0), String());
+  EXPECT_THAT(log.read(),
+              HasSubstr("WebView::sendChromeSendEvent: webView doesn't exists, can't send event!"));
+}
+
+}  // namespace

@@ -1,0 +1,170 @@
+// Windows, their groups and handles, in the window system that keeps them in memory.
+#include "platform/graphics/MemoryWindowSystem.h"
+#include "platform/graphics/Window.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <memory>
+#include <vector>
+
+namespace Tessel::Platform::Graphics {
+namespace {
+
+class TestWindow final : public Window {
+ public:
+  TestWindow(WindowType type, Window* parent, const char* group, IntRect rect = {0, 0, 80, 60})
+      : Window(type, parent, rect, {}, {}, 0, false, group) {}
+
+  void addChildWindow(Window* child) override { children.push_back(child); }
+  void removeChildWindow(Window* child) override { std::erase(children, child); }
+
+  std::vector<Window*> children;
+};
+
+class WindowTest : public testing::Test {
+ protected:
+  WindowTest() {
+    auto system = std::make_unique<MemoryWindowSystem>();
+    system_ = system.get();
+    WindowSystem::install(std::move(system));
+  }
+
+  static std::unique_ptr<TestWindow> topLevel(const char* group = "") {
+    return std::make_unique<TestWindow>(WindowType::Application, nullptr, group);
+  }
+  static std::unique_ptr<TestWindow> child(Window* parent, const char* group = "",
+                                           IntRect rect = {}) {
+    return std::make_unique<TestWindow>(WindowType::Child, parent, group, rect);
+  }
+  static MemoryWindowSystem::Surface& shown(const Window& window) {
+    return dynamic_cast<MemoryWindowSystem::Surface&>(*window.surface());
+  }
+
+  MemoryWindowSystem* system_ = nullptr;
+};
+
+TEST_F(WindowTest, AChildJoinsTheGroupOfItsParentOrOfTheName) {
+  const auto top = topLevel("main");
+  const auto other = topLevel();
+  const auto byParent = child(top.get(), "ignored");
+  const auto byName = child(nullptr, "main");
+  const auto grandchild = child(byParent.get());
+  for (const auto* window : {byParent.get(), byName.get(), grandchild.get()}) {
+    EXPECT_EQ(window->windowGroup(), String("main"));
+    EXPECT_TRUE(window->hasBuffer());
+  }
+  EXPECT_EQ(top->children, (std::vector<Window*>{byParent.get(), byName.get(), grandchild.get()}));
+  EXPECT_TRUE(byParent->children.empty()) << "the top-level window is told";
+  EXPECT_FALSE(other->windowGroup().isEmpty());
+  EXPECT_EQ(Window::topLevelOf("main"), top.get());
+  EXPECT_EQ(Window::topLevelOf(other->windowGroup()), other.get());
+  EXPECT_NE(top->identifier(), byParent->identifier());
+
+  const auto lost = child(nullptr, "nobody's");
+  EXPECT_FALSE(lost->hasBuffer());
+  EXPECT_FALSE(Window::fromPlatformHandle(lost->platformHandle()));
+  lost->setVisible(false);
+  lost->post({});
+  clearBuffer(*lost, {});
+  EXPECT_EQ(lost->surfaceSize(), IntSize());
+}
+
+TEST_F(WindowTest, HandlesNameLivingWindowsAndAreNotReused) {
+  auto top = topLevel();
+  auto leaving = child(top.get());
+  const int handle = leaving->platformHandle();
+  EXPECT_NE(handle, 0);
+  EXPECT_EQ(Window::fromPlatformHandle(handle), leaving.get());
+  leaving.reset();
+  EXPECT_FALSE(Window::fromPlatformHandle(handle));
+  EXPECT_TRUE(top->children.empty());
+  const auto next = child(top.get());
+  EXPECT_NE(next->platformHandle(), handle);
+  for (const int stranger : {0, -1, 1 << 30}) EXPECT_FALSE(Window::fromPlatformHandle(stranger));
+}
+
+TEST_F(WindowTest, ChildrenOutliveTheirTopLevelWindowUnseen) {
+  auto top = topLevel("main");
+  const auto orphan = child(top.get());
+  top.reset();
+  EXPECT_FALSE(Window::topLevelOf("main"));
+  EXPECT_FALSE(orphan->hasBuffer());
+  orphan->setZOrder(3);
+  EXPECT_EQ(orphan->state().zOrder, 3);
+  EXPECT_EQ(Window::fromPlatformHandle(orphan->platformHandle()), orphan.get());
+  EXPECT_FALSE(child(orphan.get())->hasBuffer()) << "there is no window to be in";
+  EXPECT_FALSE(setGroupKeyboardFocus(orphan->platformHandle(), 1));
+  EXPECT_EQ(errno, ENODEV);
+
+  const auto next = topLevel("main");
+  EXPECT_FALSE(orphan->hasBuffer()) << "a new window of that name has children of its own";
+}
+
+TEST_F(WindowTest, AGroupBelongsToTheFirstWindowOfItsName) {
+  const auto first = topLevel("main");
+  auto second = topLevel("main");
+  EXPECT_EQ(Window::topLevelOf("main"), first.get());
+  second.reset();
+  EXPECT_EQ(Window::topLevelOf("main"), first.get());
+}
+
+TEST_F(WindowTest, ChangesReachTheSurface) {
+  const auto top = topLevel();
+  const auto window = child(top.get());
+  EXPECT_TRUE(shown(*window).state.fillsParent);
+  EXPECT_FALSE(shown(*top).state.fillsParent);
+  for (const auto& [asked, kept] : {std::pair(-1, 0), {0, 0}, {128, 128}, {256, 255}}) {
+    window->setGlobalAlpha(asked);
+    EXPECT_EQ(shown(*window).state.globalAlpha, kept) << asked;
+  }
+  window->setZOrder(-5);
+  window->setVisible(false);
+  window->setSensitivity(Sensitivity::NoFocus);
+  window->setWindowRectangle({1, 2, 30, 40});
+  const WindowState& state = shown(*window).state;
+  EXPECT_EQ(state.zOrder, -5);
+  EXPECT_FALSE(state.visible);
+  EXPECT_EQ(state.sensitivity, Sensitivity::NoFocus);
+  EXPECT_EQ(state.rect, (IntRect{1, 2, 30, 40}));
+  EXPECT_FALSE(state.fillsParent);
+  EXPECT_EQ(window->surfaceSize(), (IntSize{30, 40}));
+  clearBuffer(*window, {1, 2, 3, 4});
+  window->post({5, 6, 7, 8});
+  EXPECT_EQ(shown(*window).color, (Color{1, 2, 3, 4}));
+  EXPECT_EQ(shown(*window).posts, (std::vector<IntRect>{{5, 6, 7, 8}}));
+
+  const auto placed = child(top.get());
+  placed->setWindowRectangle({});
+  EXPECT_FALSE(shown(*placed).state.fillsParent) << "placed, even though nowhere";
+}
+
+TEST_F(WindowTest, AWindowWithoutRoomDoesNothing) {
+  system_->full = true;
+  const auto top = topLevel("main");
+  EXPECT_FALSE(top->hasBuffer());
+  EXPECT_EQ(Window::topLevelOf("main"), top.get());
+  top->setGlobalAlpha(1);
+  top->post({});
+  EXPECT_FALSE(setGroupKeyboardFocus(top->platformHandle(), 1));
+  EXPECT_EQ(errno, ENODEV);
+  system_->full = false;
+  EXPECT_FALSE(child(top.get())->hasBuffer()) << "it would be a top-level window of its own";
+}
+
+TEST_F(WindowTest, TheKeyboardGoesToTheTopLevelWindowOfTheGroup) {
+  const auto top = topLevel();
+  const auto window = child(top.get());
+  EXPECT_TRUE(setGroupKeyboardFocus(window->platformHandle(), 0));
+  EXPECT_EQ(shown(*top).focusRequests, 0);
+  EXPECT_TRUE(setGroupKeyboardFocus(window->platformHandle(), 1));
+  EXPECT_TRUE(setGroupKeyboardFocus(top->platformHandle(), 1));
+  EXPECT_EQ(shown(*top).focusRequests, 2);
+  EXPECT_EQ(shown(*window).focusRequests, 0);
+  errno = 0;
+  EXPECT_FALSE(setGroupKeyboardFocus(0, 1));
+  EXPECT_EQ(errno, EINVAL);
+}
+
+}  // namespace
+}  // namespace Tessel::Platform::Graphics

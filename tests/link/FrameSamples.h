@@ -1,0 +1,105 @@
+// Payloads of the page link with awkward values, and how to compare them.
+#pragma once
+
+#include "engine/webkit/link/Frame.h"
+
+#include <limits>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace test_support {
+
+using Tessel::Platform::String;
+
+inline const std::string& awkwardText() {
+  static const std::string text("a\0b \"\\\x01\xff \xc3\xbc \xf0\x9f\x8c\x8d\0", 17);
+  return text;
+}
+
+inline std::vector<JavaScriptVariant> sampleVariants() {
+  return {JavaScriptVariant(),
+          JavaScriptVariant::null(),
+          JavaScriptVariant::object(),
+          true,
+          false,
+          -0.0,
+          1e300,
+          std::numeric_limits<double>::infinity(),
+          std::numeric_limits<double>::denorm_min(),
+          String(),
+          String(awkwardText())};
+}
+
+inline OrvWebHeader header(const std::string& key, const std::string& value) {
+  OrvWebHeader result;
+  result.setKey(key);
+  result.setValue(value);
+  return result;
+}
+
+inline std::vector<FunctionCall> sampleCalls() {
+  return {{}, {{"f"}, {}}, {{"a", "", awkwardText()}, sampleVariants()}};
+}
+inline std::vector<link_protocol::PageSetup> sampleSetups() {
+  return {{},
+          {true, false, {header("X-One", "1")}},
+          {false, true, {header("", ""), header(awkwardText(), awkwardText())}}};
+}
+inline std::vector<link_protocol::DialogQuestion> sampleDialogs() {
+  using link_protocol::DialogKind;
+  return {{}, {DialogKind::Prompt, awkwardText(), "initial"}, {DialogKind::Print, "", "x"}};
+}
+inline std::vector<link_protocol::DialogAnswer> sampleDialogAnswers() {
+  return {{}, {true, awkwardText()}, {false, "text"}};
+}
+inline std::vector<link_protocol::NativeArguments> sampleArguments() {
+  return {{}, {""}, {std::nullopt}, {"quit", std::nullopt, "", awkwardText()}};
+}
+
+inline bool same(const JavaScriptVariant& a, const JavaScriptVariant& b) {
+  return a == b;
+}
+inline bool same(const FunctionCall& a, const FunctionCall& b) {
+  return a.path == b.path && a.arguments == b.arguments;
+}
+inline bool same(const link_protocol::PageSetup& a, const link_protocol::PageSetup& b) {
+  return a.callbackObject == b.callbackObject && a.drivesApplication == b.drivesApplication &&
+         a.requestHeaders == b.requestHeaders;
+}
+inline bool same(const link_protocol::DialogQuestion& a, const link_protocol::DialogQuestion& b) {
+  return a.kind == b.kind && a.message == b.message && a.initialText == b.initialText;
+}
+inline bool same(const link_protocol::DialogAnswer& a, const link_protocol::DialogAnswer& b) {
+  return a.confirmed == b.confirmed && a.text == b.text;
+}
+inline bool same(const link_protocol::NativeArguments& a, const link_protocol::NativeArguments& b) {
+  return a == b;
+}
+
+// Calls the visitor with the samples of every type of payload.
+template <typename Visitor>
+void forEachSampleList(Visitor visit) {
+  visit(sampleVariants());
+  visit(sampleCalls());
+  visit(sampleSetups());
+  visit(sampleDialogs());
+  visit(sampleDialogAnswers());
+  visit(sampleArguments());
+}
+
+// A number as it stands in a payload or a header.
+template <typename Number>
+std::string rawBytes(Number number) {
+  return std::string(reinterpret_cast<const char*>(&number), sizeof number);
+}
+
+// A frame as it crosses the socket.
+inline std::string rawFrame(std::uint32_t kind, std::string_view payload, std::uint32_t id = 0,
+                            std::uint64_t page = 0) {
+  const link_protocol::FrameHeader head{static_cast<std::uint32_t>(payload.size()), kind, id, 0,
+                                        page};
+  return rawBytes(head).append(payload);
+}
+
+}  // namespace test_support

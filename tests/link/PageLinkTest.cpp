@@ -1,0 +1,491 @@
+// The program's end of the page link, against a web process that the test plays. The test's thread
+// is the main thread.
+#include "engine/webkit/PageLink.h"
+#include "tests/link/FrameSamples.h"
+#include "tests/link/ScriptedPeer.h"
+
+#include <gtest/gtest.h>
+#include <sys/eventfd.h>
+
+#include <atomic>
+#include <future>
+#include <map>
+
+namespace {
+
+using namespace link_protocol;
+using namespace std::chrono_literals;
+using namespace test_support;
+using Tessel::Platform::MainThreadWait;
+using Tessel::Platform::UniqueFd;
+using Tessel::Platform::Testing::iterateUntil;
+
+const std::string token = "0123456789abcdef";
+constexpr std::uint64_t page = 0x100000001;
+// No wait with this limit ends by it.
+constexpr auto never = std::chrono::duration_cast<std::chrono::milliseconds>(1h);
+
+class FakeDelegate final : public PageLinkDelegate {
+ public:
+  bool pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t number,
+                   PageSetup& setup) override {
+    note();
+    link->changeSetup(number, {});
+    setup = sampleSetups().back();
+    return true;
+  }
+  String nativeCall(std::uint64_t number, const NativeArguments& arguments) override {
+    note();
+    EXPECT_EQ(number, page);
+    return onNativeCall(arguments);
+  }
+  DialogAnswer dialog(std::uint64_t, const DialogQuestion& question) override {
+    note();
+    return {question.kind == DialogKind::Confirm, question.message};
+  }
+  void linkClosed(PageLink&) override { ++closed; }
+
+  std::function<String(const NativeArguments&)> onNativeCall = [](auto&) { return String(); };
+  int questions = 0;
+  int closed = 0;
+
+ private:
+  void note() {
+    ++questions;
+    EXPECT_EQ(std::this_thread::get_id(), mainThread_);
+    EXPECT_EQ(closed, 0) << "a closed link asks nothing";
+  }
+
+  const std::thread::id mainThread_ = std::this_thread::get_id();
+};
+
+// A link, its delegate and its other end.
+struct Host {
+  explicit Host(bool greeted = true) {
+    if (greeted) peer.send(FrameKind::Hello, 0, 0, token);
+  }
+  ~Host() {
+    if (link) link->close();
+  }
+
+  PageLink::FunctionResult call(const char* function, std::vector<JavaScriptVariant> arguments = {},
+                                std::chrono::milliseconds limit = never) {
+    return link->callFunction(page, {{function}, std::move(arguments)}, limit);
+  }
+  double number(const char* function, double argument) {
+    const auto result = call(function, {argument});
+    return result ? result->numberValue() : -1;
+  }
+
+  FakeDelegate delegate;
+  std::pair<UniqueFd, UniqueFd> ends = socketPair();
+  ScriptedPeer peer{std::move(ends.second)};
+  std::shared_ptr<PageLink> link = PageLink::open(std::move(ends.first), 1, token, delegate);
+};
+
+// A web process in a thread, whose page has a few functions, until the link ends.
+class FakePage {
+ public:
+  explicit FakePage(Host& host) : peer_(host.peer), host_(host), thread_([this] { run(); }) {}
+  ~FakePage() {
+    host_.link->close();
+    thread_.finish();
+  }
+
+  std::atomic<int> held{0};
+
+ private:
+  void run() {
+    while (const auto frame = peer_.next()) {
+      if (frame->kind == FrameKind::CallFunction) {
+        callFunction(*frame);
+      } else if (frame->kind == FrameKind::Answer) {
+        // Native calls return in the reverse order of their making.
+        const Frame call = std::move(native_.at(frame->id));
+        native_.erase(frame->id);
+        JavaScriptVariant value(String(frame->payload));
+        if (functionOf(call) == "native") peer_.answer(call, encode(value));
+      }
+    }
+  }
+
+  static std::string functionOf(const Frame& frame) {
+    FunctionCall call;
+    EXPECT_TRUE(decode(frame.payload, call) && call.path.size() == 1);
+    return call.path.empty() ? "" : call.path[0].toStdString();
+  }
+
+  void callFunction(const Frame& frame) {
+    FunctionCall call;
+    EXPECT_TRUE(decode(frame.payload, call));
+    EXPECT_EQ(frame.page, page);
+    const JavaScriptVariant value =
+        call.arguments.empty() ? JavaScriptVariant() : call.arguments[0];
+    const std::string function = functionOf(frame);
+    if (function == "echo") peer_.answer(frame, encode(value));
+    if (function == "native" || function == "nativeAndHang") {
+      const NativeArguments arguments{value.stringValue().toStdString()};
+      native_.emplace(++lastId_, frame);
+      peer_.send(FrameKind::NativeCall, lastId_, page, encode(arguments));
+    }
+    if (function == "hold") {
+      heldCalls_.push_back({frame, encode(value)});
+      ++held;
+    }
+    if (function == "release") {
+      peer_.answer(frame, encode(value));
+      for (const auto& [heldCall, payload] : heldCalls_) peer_.answer(heldCall, payload);
+      heldCalls_.clear();
+    }
+    if (function == "babble") peer_.answer(frame, "\xff");
+    if (function == "die") peer_.close();
+  }
+
+  ScriptedPeer& peer_;
+  Host& host_;
+  std::map<std::uint32_t, Frame> native_;
+  std::vector<std::pair<Frame, std::string>> heldCalls_;
+  std::uint32_t lastId_ = 0;
+  Script thread_;
+};
+
+TEST(PageLinkTest, AStrangerIsShutOut) {
+  const std::string question = encode(NativeArguments{"quit"});
+  const std::vector<std::pair<FrameKind, std::string>> greetings{
+      {FrameKind::Hello, ""},          {FrameKind::Hello, "0123456789abcdeF"},
+      {FrameKind::Hello, token + "0"}, {FrameKind::Hello, token.substr(1)},
+      {FrameKind::Log, token},         {FrameKind::NativeCall, question}};
+  for (const auto& [kind, payload] : greetings) {
+    Host host(false);
+    host.peer.send(kind, 1, page, payload);
+    // Too late for the right word.
+    host.peer.send(FrameKind::Hello, 0, 0, token);
+    host.peer.send(FrameKind::NativeCall, 2, page, question);
+    EXPECT_TRUE(iterateUntil([&] { return host.delegate.closed == 1; })) << payload;
+    EXPECT_TRUE(host.peer.hasGone());
+    EXPECT_EQ(host.delegate.questions, 0) << payload;
+    EXPECT_FALSE(host.call("echo"));
+  }
+}
+
+TEST(PageLinkTest, QuestionsAreAnsweredByNumberAndPage) {
+  Host host;
+  host.delegate.onNativeCall = [](const NativeArguments& arguments) {
+    EXPECT_EQ(arguments, sampleArguments().back());
+    return String(awkwardText());
+  };
+  host.peer.send(FrameKind::PageCreated, 7, page, "");
+  host.peer.send(FrameKind::Log, 0, page, "a line for the log");
+  host.peer.send(FrameKind::NativeCall, 8, page, encode(sampleArguments().back()));
+  host.peer.send(FrameKind::Dialog, 9, page,
+                 encode(DialogQuestion{DialogKind::Confirm, "sure?", ""}));
+  EXPECT_TRUE(iterateUntil([&] { return host.delegate.questions == 3; }));
+  EXPECT_EQ(host.peer.next(FrameKind::SetupChanged).payload, encode(PageSetup()));
+  const std::vector<std::pair<std::uint32_t, std::string>> answers{
+      {7, encode(sampleSetups().back())},
+      {8, awkwardText()},
+      {9, encode(DialogAnswer{true, "sure?"})}};
+  for (const auto& [id, payload] : answers) {
+    const Frame answer = host.peer.next(FrameKind::Answer);
+    EXPECT_EQ(answer.id, id);
+    EXPECT_EQ(answer.page, page);
+    EXPECT_EQ(answer.payload, payload);
+  }
+}
+
+TEST(PageLinkTest, WhatIsNoQuestionClosesTheLink) {
+  const std::vector<std::pair<FrameKind, std::string>> nonsense{
+      {FrameKind::NativeCall, ""},
+      {FrameKind::NativeCall, rawBytes(0xffffffffu)},
+      {FrameKind::Dialog, std::string("\x09\0\0\0\0\0\0\0\0", 9)},
+      {FrameKind::Hello, token},
+      {FrameKind::PostFunction, encode(FunctionCall())},
+      {FrameKind::CallFunction, encode(FunctionCall())},
+      {FrameKind::SetupChanged, encode(PageSetup())},
+      {static_cast<FrameKind>(frameKindCount), ""}};
+  for (const auto& [kind, payload] : nonsense) {
+    Host host;
+    host.peer.send(kind, 1, page, payload);
+    host.peer.send(FrameKind::NativeCall, 2, page, encode(NativeArguments{"quit"}));
+    // Nobody answers this: the wait ends with the link.
+    EXPECT_FALSE(host.call("echo"));
+    EXPECT_TRUE(iterateUntil([&] { return host.delegate.closed == 1; }));
+    EXPECT_EQ(host.delegate.questions, 0) << static_cast<unsigned int>(kind);
+    host.link->close();
+    EXPECT_EQ(host.delegate.closed, 1);
+    EXPECT_FALSE(host.call("echo"));
+  }
+}
+
+TEST(PageLinkTest, ValuesReturnToWhoeverWaitsForThem) {
+  Host host;
+  FakePage page(host);
+  for (const auto& value : sampleVariants()) {
+    const auto result = host.call("echo", {value});
+    EXPECT_TRUE(result && *result == value);
+  }
+  EXPECT_FALSE(host.call("babble")) << "an answer that is no value";
+  EXPECT_EQ(host.number("echo", 1), 1);
+
+  // The answers come in the other order, and either thread may be the one to read them.
+  for (const bool mainHolds : {true, false}) {
+    const int before = page.held;
+    const auto hold = [&] { return host.number("hold", 2); };
+    const auto release = [&] {
+      while (page.held == before) std::this_thread::yield();
+      return host.number("release", 3);
+    };
+    auto other =
+        mainHolds ? std::async(std::launch::async, release) : std::async(std::launch::async, hold);
+    EXPECT_EQ(mainHolds ? hold() : release(), mainHolds ? 2 : 3);
+    EXPECT_EQ(other.get(), mainHolds ? 3 : 2);
+  }
+}
+
+TEST(PageLinkTest, NativeCallsNestInsideWaitsDownToALimit) {
+  for (const std::size_t asked : {1, 100, 1000}) {
+    Host host;
+    std::size_t depth = 0;
+    std::size_t deepest = 0;
+    host.delegate.onNativeCall = [&](const NativeArguments&) {
+      deepest = std::max(deepest, ++depth);
+      const auto result = host.call(depth < asked ? "native" : "echo", {"ground"});
+      --depth;
+      return result ? concat("(", result->stringValue(), ")") : String("lost");
+    };
+    FakePage page(host);
+    const auto result = host.call("native");
+    ASSERT_TRUE(result);
+    const bool refused = asked > 256;
+    const std::size_t levels = refused ? 256 : asked;
+    EXPECT_EQ(deepest, levels);
+    EXPECT_EQ(result->stringValue(), String(std::string(levels, '(') + (refused ? "" : "ground") +
+                                            std::string(levels, ')')));
+  }
+}
+
+TEST(PageLinkTest, ASecondThreadNeedsTheMainThreadOnlyForQuestions) {
+  Host host;
+  FakePage page(host);
+  // The main thread is in a native call and reads nothing.
+  host.delegate.onNativeCall = [&](const NativeArguments&) {
+    auto second = std::async(std::launch::async, [&] { return host.number("echo", 5); });
+    EXPECT_EQ(second.wait_for(Deadline), std::future_status::ready);
+    return String("served");
+  };
+  const auto result = host.call("native");
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->stringValue(), String("served"));
+
+  // The main thread is idle, and the second thread's call asks it something.
+  host.delegate.onNativeCall = [](const NativeArguments&) { return String("idle"); };
+  auto second = std::async(std::launch::async, [&] { return host.call("native"); });
+  EXPECT_TRUE(iterateUntil([&] { return second.wait_for(0s) == std::future_status::ready; }));
+  const auto answer = second.get();
+  ASSERT_TRUE(answer);
+  EXPECT_EQ(answer->stringValue(), String("idle"));
+}
+
+TEST(PageLinkTest, ThreadsThatCallAllTheTimeLoseNothing) {
+  Host host;
+  FakePage page(host);
+  host.delegate.onNativeCall = [&](const NativeArguments& arguments) {
+    return host.number("echo", 1) == 1 ? String(*arguments.at(0)) : String();
+  };
+  const auto countRight = [&](int from) {
+    int right = 0;
+    for (int i = from; i < from + 500; ++i) {
+      const String text = String::fromSignedInteger(i);
+      const auto result = host.call(i % 5 == 0 ? "native" : "echo", {text});
+      if (result && result->stringValue() == text) ++right;
+      host.link->changeSetup(::page, {});
+    }
+    return right;
+  };
+  auto second = std::async(std::launch::async, countRight, 1000);
+  auto third = std::async(std::launch::async, countRight, 2000);
+  EXPECT_EQ(countRight(0), 500);
+  const auto isReady = [](auto& future) {
+    return future.wait_for(0s) == std::future_status::ready;
+  };
+  EXPECT_TRUE(iterateUntil([&] { return isReady(second) && isReady(third); }));
+  EXPECT_EQ(second.get() + third.get(), 1000);
+}
+
+TEST(PageLinkTest, AWaitEndsAtItsLimitAndTheLateAnswerIsNobodys) {
+  Host host;
+  FakePage page(host);
+  const auto test = [&] {
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_FALSE(host.call("hold", {1}, 50ms));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 50ms);
+    EXPECT_EQ(host.number("release", 2), 2);
+    EXPECT_EQ(host.number("echo", 3), 3);
+  };
+  test();
+  std::async(std::launch::async, test).get();
+}
+
+TEST(PageLinkTest, TheClockStandsWhileTheMainThreadServesAQuestion) {
+  Host host;
+  FakePage page(host);
+  constexpr auto limit = 150ms;
+  host.delegate.onNativeCall = [&](const NativeArguments&) {
+    EXPECT_FALSE(host.call("hold", {}, 2 * limit)) << "takes as long as its own limit";
+    return String("in time");
+  };
+  const auto test = [&] {
+    const auto result = host.call("native", {}, limit);
+    EXPECT_TRUE(result && result->stringValue() == String("in time"));
+    EXPECT_FALSE(host.call("nativeAndHang", {}, limit)) << "then it goes on";
+    return true;
+  };
+  test();
+  auto second = std::async(std::launch::async, test);
+  EXPECT_TRUE(iterateUntil([&] { return second.wait_for(0s) == std::future_status::ready; }));
+}
+
+TEST(PageLinkTest, TheDeathOfThePeerEndsEveryWait) {
+  Host host;
+  FakePage page(host);
+  auto second = std::async(std::launch::async, [&] { return host.call("hold"); });
+  ASSERT_TRUE(iterateUntil([&] { return page.held == 1; }));
+  EXPECT_FALSE(host.call("die"));
+  EXPECT_EQ(second.wait_for(Deadline), std::future_status::ready);
+  EXPECT_FALSE(second.get());
+  EXPECT_TRUE(iterateUntil([&] { return host.delegate.closed == 1; }));
+}
+
+TEST(PageLinkTest, ACallTooLargeToSendEndsTheLinkAndEveryWait) {
+  Host host;
+  FakePage page(host);
+  auto second = std::async(std::launch::async, [&] {
+    while (page.held == 0) std::this_thread::yield();
+    return host.call("echo", {String(std::string(maximumPayload, 'x'))});
+  });
+  EXPECT_FALSE(host.call("hold"));
+  EXPECT_FALSE(second.get());
+  EXPECT_TRUE(iterateUntil([&] { return host.delegate.closed == 1; }));
+}
+
+TEST(PageLinkTest, PostsToAPeerThatDoesNotReadBlockNobodyAndKeepTheirOrder) {
+  enum class Driver { MainLoop, WaitOfMainThread, WaitOfSecondThread };
+  for (const Driver driver :
+       {Driver::MainLoop, Driver::WaitOfMainThread, Driver::WaitOfSecondThread}) {
+    constexpr int count = 10000;
+    Host host;
+    for (int i = 0; i < count; ++i) {
+      host.link->postFunction(page, {{"post"}, {i, String(std::string(100, 'x'))}});
+    }
+    std::atomic<int> right = 0;
+    Script peer([&] {
+      for (int i = 0; i < count; ++i) {
+        FunctionCall call;
+        const Frame frame = host.peer.next(FrameKind::PostFunction);
+        if (!decode(frame.payload, call) || call.arguments.at(0).numberValue() != i) return;
+        ++right;
+      }
+      if (driver == Driver::MainLoop) return;
+      host.peer.answer(host.peer.next(FrameKind::CallFunction), encode(JavaScriptVariant(1)));
+    });
+    if (driver == Driver::MainLoop) {
+      EXPECT_TRUE(iterateUntil([&] { return right == count; }));
+    } else if (driver == Driver::WaitOfMainThread) {
+      EXPECT_EQ(host.number("last", 0), 1);
+    } else {
+      EXPECT_EQ(std::async(std::launch::async, [&] { return host.number("last", 0); }).get(), 1);
+    }
+    EXPECT_EQ(right, count);
+    host.link->close();
+  }
+}
+
+TEST(PageLinkTest, ALinkMayBeClosedInsideAQuestion) {
+  {
+    Host host;
+    FakePage page(host);
+    host.delegate.onNativeCall = [&](const NativeArguments&) {
+      host.link->close();
+      EXPECT_FALSE(host.call("echo"));
+      return String("nobody reads this");
+    };
+    EXPECT_FALSE(host.call("native"));
+    EXPECT_EQ(host.delegate.closed, 1);
+  }
+  // What had arrived behind the question is not served any more, and the last reference may go.
+  Host host;
+  host.delegate.onNativeCall = [&](const NativeArguments&) {
+    host.link->close();
+    host.link.reset();
+    return String();
+  };
+  const std::weak_ptr<PageLink> link = host.link;
+  for (std::uint32_t id = 1; id < 4; ++id) {
+    host.peer.send(FrameKind::NativeCall, id, page, encode(NativeArguments()));
+  }
+  EXPECT_TRUE(iterateUntil([&] { return link.expired(); }));
+  EXPECT_EQ(host.delegate.questions, 1);
+}
+
+TEST(PageLinkTest, AWaitInsideAQuestionGoesOnInsideTheMainLoop) {
+  Host host;
+  std::promise<void> looped;
+  double value = 0;
+  host.delegate.onNativeCall = [&](const NativeArguments&) {
+    g_idle_add(
+        [](gpointer promise) -> gboolean {
+          static_cast<std::promise<void>*>(promise)->set_value();
+          return G_SOURCE_REMOVE;
+        },
+        &looped);
+    value = host.number("needsTheLoop", 0);
+    return String();
+  };
+  host.peer.send(FrameKind::NativeCall, 1, page, encode(NativeArguments()));
+  Script peer([&] {
+    const Frame call = host.peer.next(FrameKind::CallFunction);
+    // An engine that answers only after our main loop has done something for it.
+    EXPECT_EQ(looped.get_future().wait_for(Deadline), std::future_status::ready);
+    host.peer.answer(call, encode(JavaScriptVariant(4)));
+  });
+  EXPECT_TRUE(iterateUntil([&] { return value == 4; }));
+}
+
+TEST(PageLinkTest, ALinkIsServedInEveryWaitWhenItIsMarked) {
+  Host marked;
+  Host plain;
+  marked.link->serveInEveryWait();
+  marked.link->serveInEveryWait();
+  const UniqueFd answer(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  marked.delegate.onNativeCall = [&](const NativeArguments&) {
+    ::eventfd_write(answer.get(), 1);
+    return String("served");
+  };
+  for (Host* host : {&plain, &marked}) {
+    host->peer.send(FrameKind::NativeCall, 1, page, encode(NativeArguments()));
+  }
+  MainThreadWait wait;
+  std::vector<pollfd> own{{answer.get(), POLLIN, 0}};
+  EXPECT_FALSE(wait.poll(own, Deadline)) << "the question woke it";
+  EXPECT_TRUE(wait.poll(own, Deadline)) << "and what it was waiting for has come of it";
+  EXPECT_EQ(marked.delegate.questions, 1);
+  EXPECT_EQ(plain.delegate.questions, 0);
+
+  // The whole of it: one page's function returns only after the other page was answered.
+  Script peer([&] {
+    const Frame call = plain.peer.next(FrameKind::CallFunction);
+    EXPECT_EQ(marked.peer.next(FrameKind::Answer).payload, "served");
+    plain.peer.answer(call, encode(JavaScriptVariant(6)));
+  });
+  EXPECT_EQ(plain.number("needsTheOther", 0), 6);
+  peer.finish();
+  EXPECT_EQ(plain.delegate.questions, 1) << "its own questions are served in its own wait";
+
+  marked.link->close();
+  marked.link.reset();
+  eventfd_t count;
+  ::eventfd_read(answer.get(), &count);
+  EXPECT_FALSE(wait.poll(own, 0ms)) << "a closed link takes part in no wait";
+}
+
+}  // namespace

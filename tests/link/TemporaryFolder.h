@@ -1,0 +1,39 @@
+// A folder that lasts as long as its test.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace test_support {
+
+class TemporaryFolder {
+ public:
+  TemporaryFolder() {
+    std::string name = testing::TempDir() + "pagehost-test-XXXXXX";
+    if (!::mkdtemp(name.data())) ADD_FAILURE() << "no temporary folder";
+    path_ = name;
+  }
+  ~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+
+  // Makes the folders on the way, too.
+  void write(const std::string& name, const std::string& content) const {
+    std::filesystem::create_directories((path_ / name).parent_path());
+    std::ofstream(path_ / name) << content;
+  }
+
+ private:
+  std::filesystem::path path_;
+};
+
+}  // namespace test_support

@@ -1,0 +1,130 @@
+// Where web processes connect, over a real socket. Both ends are played on the test's thread.
+#include "engine/webkit/WebProcessLinks.h"
+#include "tests/link/FrameSamples.h"
+#include "tests/link/ScriptedPeer.h"
+#include "tests/link/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace link_protocol;
+using namespace test_support;
+using Tessel::Platform::UniqueFd;
+using Tessel::Platform::Testing::iterateUntil;
+
+class FakeLinkedPage final : public LinkedPage {
+ public:
+  void linkReady(std::shared_ptr<PageLink> newLink) override { link = std::move(newLink); }
+  PageSetup setup() const override { return currentSetup; }
+  String nativeCall(const NativeArguments&) override { return "called"; }
+  DialogAnswer dialog(const DialogQuestion&) override { return {true, "answered"}; }
+
+  std::shared_ptr<PageLink> link;
+  PageSetup currentSetup;
+};
+
+class WebProcessLinksTest : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(links_->isListening()); }
+
+  ScriptedPeer connect(const std::string& token) {
+    UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const sockaddr_un address = addressOf(links_->address());
+    EXPECT_EQ(::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
+              0);
+    ScriptedPeer peer(std::move(socket));
+    peer.send(FrameKind::Hello, 0, 0, token);
+    return peer;
+  }
+  // The frame that comes back while the main loop runs.
+  std::string ask(ScriptedPeer& peer, FrameKind kind, std::uint64_t page,
+                  const std::string& payload) {
+    peer.send(kind, 1, page, payload);
+    EXPECT_TRUE(iterateUntil([&] { return peer.hasFrame(); }));
+    return peer.next(FrameKind::Answer).payload;
+  }
+  std::string callNative(ScriptedPeer& peer, std::uint64_t page) {
+    return ask(peer, FrameKind::NativeCall, page, encode(NativeArguments{"x"}));
+  }
+
+  TemporaryFolder folder_;
+  std::unique_ptr<WebProcessLinks> links_ = std::make_unique<WebProcessLinks>(folder_.path());
+};
+
+TEST_F(WebProcessLinksTest, APageIsLinkedAndMayDoWhatItsSetupAllows) {
+  const auto page = std::make_shared<FakeLinkedPage>();
+  page->currentSetup = {true, true, {header("X-One", "1")}};
+  links_->registerPage(7, page);
+  ScriptedPeer peer = connect(links_->token());
+  EXPECT_EQ(ask(peer, FrameKind::PageCreated, 7, ""), encode(page->currentSetup));
+  ASSERT_TRUE(page->link);
+  EXPECT_EQ(page->link->peerPid(), ::getpid());
+  EXPECT_EQ(callNative(peer, 7), "called");
+
+  page->currentSetup.callbackObject = false;
+  EXPECT_EQ(callNative(peer, 7), "") << "whatever the web process believes";
+  EXPECT_EQ(ask(peer, FrameKind::Dialog, 7, encode(DialogQuestion())),
+            encode(DialogAnswer{true, "answered"}));
+}
+
+TEST_F(WebProcessLinksTest, PagesThatAreUnknownForgottenOrGoneAreAnsweredEmpty) {
+  auto page = std::make_shared<FakeLinkedPage>();
+  page->currentSetup.callbackObject = true;
+  auto gone = std::make_shared<FakeLinkedPage>(*page);
+  links_->registerPage(7, page);
+  links_->registerPage(8, gone);
+  links_->forgetPage(7);
+  gone.reset();
+  ScriptedPeer peer = connect(links_->token());
+  for (const std::uint64_t number : {7, 8, 9}) {
+    EXPECT_EQ(ask(peer, FrameKind::PageCreated, number, ""), encode(PageSetup()));
+    EXPECT_EQ(callNative(peer, number), "");
+    EXPECT_EQ(ask(peer, FrameKind::Dialog, number, encode(DialogQuestion())),
+              encode(DialogAnswer()));
+  }
+  EXPECT_FALSE(page->link);
+}
+
+TEST_F(WebProcessLinksTest, EachProcessHasALinkOfItsOwnAndOnlyWithTheToken) {
+  const auto first = std::make_shared<FakeLinkedPage>();
+  const auto second = std::make_shared<FakeLinkedPage>();
+  links_->registerPage(1, first);
+  links_->registerPage(2, second);
+  ScriptedPeer stranger = connect("not the token");
+  stranger.send(FrameKind::PageCreated, 1, 1, "");
+  ScriptedPeer a = connect(links_->token());
+  ScriptedPeer b = connect(links_->token());
+  ask(a, FrameKind::PageCreated, 1, "");
+  ask(b, FrameKind::PageCreated, 2, "");
+  EXPECT_NE(first->link, second->link);
+  EXPECT_TRUE(stranger.hasGone());
+
+  // One of them ends; the other goes on.
+  a.close();
+  const std::weak_ptr<PageLink> ended = first->link;
+  first->link.reset();
+  EXPECT_TRUE(iterateUntil([&] { return ended.expired(); }));
+  EXPECT_EQ(callNative(b, 2), "");
+
+  const std::string address = links_->address();
+  EXPECT_TRUE(std::filesystem::exists(address));
+  links_.reset();
+  EXPECT_FALSE(std::filesystem::exists(address));
+  EXPECT_TRUE(b.hasGone());
+  EXPECT_FALSE(second->link->callFunction(2, {{"f"}, {}}));
+}
+
+TEST_F(WebProcessLinksTest, AFolderThatCannotHoldASocketIsTold) {
+  errno = 0;
+  EXPECT_FALSE(WebProcessLinks(folder_.path() / std::string(100, 'x')).isListening());
+  EXPECT_EQ(errno, ENAMETOOLONG);
+  EXPECT_FALSE(WebProcessLinks(folder_.path() / "missing").isListening());
+  EXPECT_EQ(errno, ENOENT);
+  const WebProcessLinks another(folder_.path());
+  EXPECT_TRUE(another.isListening());
+  EXPECT_NE(another.address(), links_->address());
+  EXPECT_NE(another.token(), links_->token());
+}
+
+}  // namespace

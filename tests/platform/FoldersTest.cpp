@@ -1,0 +1,124 @@
+// The folders of the user: whose they are, and which process has them.
+#include "platform/Folders.h"
+#include "tests/link/TemporaryFolder.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+namespace Tessel::Platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Whatever the user of the tests has is left alone. For all tests, because the folders are looked
+// up once in a process.
+class Home final : public testing::Environment {
+ public:
+  void SetUp() override {
+    folder_ = std::make_unique<test_support::TemporaryFolder>();
+    setenv("XDG_DATA_HOME", (folder_->path() / "data").c_str(), 1);
+    setenv("XDG_CACHE_HOME", (folder_->path() / "cache").c_str(), 1);
+  }
+  void TearDown() override { folder_.reset(); }
+
+  fs::path data(const std::string& name) const { return folder_->path() / "data/pagehost" / name; }
+  fs::path cache(const std::string& name) const {
+    return folder_->path() / "cache/pagehost" / name;
+  }
+
+ private:
+  std::unique_ptr<test_support::TemporaryFolder> folder_;
+};
+auto* const home = static_cast<Home*>(testing::AddGlobalTestEnvironment(new Home));
+
+UniqueFd lockAsAnotherWould(const fs::path& folder) {
+  fs::create_directories(folder);
+  UniqueFd file(open((folder / "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+  EXPECT_EQ(flock(file.get(), LOCK_EX | LOCK_NB), 0);
+  return file;
+}
+
+mode_t modeOf(const fs::path& path) {
+  struct stat status {};
+  EXPECT_EQ(lstat(path.c_str(), &status), 0);
+  return status.st_mode & 07777;
+}
+
+TEST(FoldersTest, AClaimGoesToTheFirstFolderThatNobodyHas) {
+  UniqueFd other = lockAsAnotherWould(home->data("busy"));
+  const UniqueFd third = lockAsAnotherWould(home->data("busy-3"));
+  const ClaimedFolder second = claimDataFolder("busy");
+  ASSERT_TRUE(second.lock);
+  EXPECT_EQ(second.data, home->data("busy-2"));
+  EXPECT_EQ(second.cache, home->cache("busy-2"));
+  EXPECT_EQ(modeOf(second.data), 0700u);
+  const ClaimedFolder fourth = claimDataFolder("busy");
+  EXPECT_EQ(fourth.data, home->data("busy-4"));
+
+  other.reset();
+  const ClaimedFolder first = claimDataFolder("busy");
+  EXPECT_EQ(first.data, home->data("busy"));
+  EXPECT_EQ(flock(first.lock.get(), LOCK_EX | LOCK_NB), 0);
+  const UniqueFd again(open((home->data("busy") / "lock").c_str(), O_RDWR | O_CLOEXEC));
+  EXPECT_NE(flock(again.get(), LOCK_EX | LOCK_NB), 0) << "the claim is a lock for the others, too";
+  EXPECT_EQ(fcntl(first.lock.get(), F_GETFD), FD_CLOEXEC) << "children do not keep it";
+}
+
+TEST(FoldersTest, ClaimsThatCannotBeMadeAreTold) {
+  std::vector<ClaimedFolder> all;
+  for (int i = 0; i < 64; ++i) all.push_back(claimDataFolder("full"));
+  EXPECT_TRUE(all.back().lock);
+  EXPECT_FALSE(claimDataFolder("full").lock);
+  EXPECT_EQ(errno, EBUSY);
+
+  fs::create_directories(home->data("linked"));
+  fs::create_symlink("elsewhere", home->data("linked") / "lock");
+  EXPECT_FALSE(claimDataFolder("linked").lock);
+  EXPECT_EQ(errno, ELOOP);
+  EXPECT_FALSE(fs::exists(home->data("linked") / "elsewhere"));
+
+  EXPECT_FALSE(claimDataFolder("linked/lock/below").lock) << "where a file is in the way";
+}
+
+class RuntimeFolderTest : public testing::Test {
+ protected:
+  RuntimeFolderTest() { setenv("XDG_RUNTIME_DIR", base_.path().c_str(), 1); }
+  ~RuntimeFolderTest() override { unsetenv("XDG_RUNTIME_DIR"); }
+
+  test_support::TemporaryFolder base_;
+  const fs::path ours_ = base_.path() / "pagehost";
+};
+
+TEST_F(RuntimeFolderTest, ItIsMadeForItsUserAlone) {
+  EXPECT_EQ(runtimeFolder(), ours_);
+  EXPECT_EQ(modeOf(ours_), 0700u);
+  EXPECT_EQ(runtimeFolder(), ours_) << "the second process finds it";
+}
+
+TEST_F(RuntimeFolderTest, WhatOthersCanReachIsRefused) {
+  fs::create_directory(ours_);
+  for (const mode_t mode : {0755u, 0710u, 0701u, 0720u, 01777u}) {
+    ASSERT_EQ(chmod(ours_.c_str(), mode), 0);
+    errno = 0;
+    EXPECT_EQ(runtimeFolder(), "") << mode;
+    EXPECT_EQ(errno, EACCES);
+  }
+  fs::remove(ours_);
+  fs::create_directory(base_.path() / "elsewhere");
+  ASSERT_EQ(chmod((base_.path() / "elsewhere").c_str(), 0700), 0);
+  fs::create_directory_symlink("elsewhere", ours_);
+  EXPECT_EQ(runtimeFolder(), "") << "a link to a folder";
+  fs::remove(ours_);
+  base_.write("pagehost", "a file");
+  EXPECT_EQ(runtimeFolder(), "");
+}
+
+}  // namespace
+}  // namespace Tessel::Platform

@@ -1,0 +1,165 @@
+// The application window. It is made once per process, so every test has a process of its own.
+#include "ApplicationWindow.h"
+#include "platform/Settings.h"
+#include "platform/graphics/Screen.h"
+#include "tests/support/ChromeFixture.h"
+
+#include <cstdlib>
+
+namespace {
+
+using Tessel::Platform::IntRect;
+using Tessel::Platform::IntSize;
+using Tessel::Platform::Settings;
+using Tessel::Platform::Graphics::Color;
+using Tessel::Platform::Graphics::MemoryWindowSystem;
+using Tessel::Platform::Graphics::Screen;
+using Tessel::Platform::Graphics::Window;
+using Tessel::Platform::Graphics::WindowSystem;
+using test_support::exitStatusOf;
+using test_support::inOwnProcess;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+class ApplicationWindowTest : public test_support::ChromeFixture {
+ protected:
+  static MemoryWindowSystem::Surface& surface() {
+    return test_support::surfaceOf(ApplicationWindow::instance());
+  }
+  static int flushes() { return static_cast<MemoryWindowSystem&>(WindowSystem::current()).flushes; }
+};
+
+TEST_F(ApplicationWindowTest, LaunchGivesSizeAndRotation) {
+  struct {
+    const char* width;
+    const char* height;
+    const char* rotation;
+    IntSize size;
+    int screenRotation;
+  } const launches[] = {
+      {nullptr, nullptr, nullptr, {640, 480}, 180},  // the defaults of the settings and the screen
+      {"1024", "600", nullptr, {1024, 600}, 180},   {"1024", "600", "top_up", {1024, 600}, 0},
+      {"1024", "600", "left_up", {600, 1024}, 90},  {"1024", "600", "right_up", {600, 1024}, 270},
+      {"1024", "600", "bottom_up", {1024, 600}, 0}, {"1024", "600", "LEFT_UP", {1024, 600}, 0},
+      {"1024", nullptr, nullptr, {640, 480}, 180},  {nullptr, "600", "left_up", {640, 480}, 90},
+      {"1024", "0", nullptr, {640, 480}, 180},      {"wide", "600", nullptr, {640, 480}, 180},
+  };
+  for (const auto& launch : launches) {
+    inOwnProcess([&] {
+      const auto set = [](const char* name, const char* value) {
+        value ? ::setenv(name, value, 1) : ::unsetenv(name);
+      };
+      set("WIDTH", launch.width);
+      set("HEIGHT", launch.height);
+      set("ROTATION", launch.rotation);
+      Settings::instance().setApplicationSize({640, 480});
+      Screen::primaryScreen().setRotation(180);
+      EXPECT_EQ(ApplicationWindow::instance().surfaceSize(), launch.size);
+      EXPECT_EQ(Settings::instance().applicationSize(), launch.size);
+      EXPECT_EQ(Screen::primaryScreen().rotation(), launch.screenRotation);
+    });
+  }
+}
+
+TEST_F(ApplicationWindowTest, IsMadeOnceOpaqueWhiteAndShownInAGroupOfItsOwn) {
+  inOwnProcess([] {
+    Settings::instance().setApplicationSize({640, 480});
+    ApplicationWindow& window = ApplicationWindow::instance();
+    EXPECT_EQ(&ApplicationWindow::instance(), &window);
+    EXPECT_EQ(surface().color, (Color{255, 255, 255, 255}));
+    EXPECT_THAT(surface().posts, ElementsAre(IntRect{0, 0, 640, 480}));
+    EXPECT_EQ(surface().state.transparency, 5);
+    EXPECT_EQ(Window::topLevelOf(window.windowGroup()), &window);
+    EXPECT_NE(window.windowGroup(), group);
+  });
+}
+
+TEST_F(ApplicationWindowTest, SetVisibleTakesTheExactWordAndShowsWhatIsDrawn) {
+  inOwnProcess([this] {
+    ApplicationWindow::instance();
+    for (const char* other : {"false", "TRUE", "1"}) {
+      surface().posts.clear();
+      EXPECT_EQ(callNative({"applicationWindow.setVisible", other}), "");
+      EXPECT_FALSE(surface().state.visible) << other;
+      EXPECT_THAT(surface().posts, SizeIs(1));
+      EXPECT_EQ(callNative({"applicationWindow.setVisible", "true"}), "");
+      EXPECT_TRUE(surface().state.visible);
+    }
+  });
+}
+
+TEST_F(ApplicationWindowTest, SetSizeResizesAndTurnsAndStoresTheSizeSidewaysWhenTurned) {
+  inOwnProcess([this] {
+    ApplicationWindow::instance();
+    const auto setSize = [&](const char* rotation) {
+      EXPECT_EQ(callNative({"applicationWindow.setSize", "800", "600", rotation}), "");
+      EXPECT_EQ(surface().state.rect, (IntRect{0, 0, 800, 600}));
+      EXPECT_EQ(surface().posts.back(), (IntRect{0, 0, 800, 600}));
+      EXPECT_EQ(surface().state.orientation, std::atoi(rotation));
+      return Settings::instance().applicationSize();
+    };
+    EXPECT_EQ(setSize("0"), (IntSize{800, 600}));
+    EXPECT_EQ(setSize("90"), (IntSize{600, 800}));
+    EXPECT_EQ(setSize("180"), (IntSize{800, 600}));
+    EXPECT_EQ(setSize("270"), (IntSize{600, 800}));
+    EXPECT_EQ(setSize("-90"), (IntSize{600, 800}));
+
+    // What has no area is flushed instead.
+    const std::size_t posts = surface().posts.size();
+    const int flushed = flushes();
+    callNative({"applicationWindow.setSize", "0", "600", "0"});
+    EXPECT_THAT(surface().posts, SizeIs(posts));
+    EXPECT_EQ(flushes(), flushed + 1);
+  });
+}
+
+TEST_F(ApplicationWindowTest, FunctionsCountTheirArgumentsWithTheName) {
+  inOwnProcess([this] {
+    ApplicationWindow::instance();
+    const int flushed = flushes();
+    EXPECT_EQ(callNative({"applicationWindow.flushContext"}), "");
+    EXPECT_EQ(flushes(), flushed + 1);
+    EXPECT_THAT(errors(), IsEmpty());
+    callNative({"applicationWindow.setVisible"});
+    callNative({"applicationWindow.flushContext", "now"});
+    callNative({"applicationWindow.setSize", "800", "600"});
+    EXPECT_THAT(errors(),
+                ElementsAre(countError("jsSetVisible", 1, 2), countError("jsFlushContext", 2, 1),
+                            countError("jsSetSize", 3, 4)));
+    EXPECT_EQ(flushes(), flushed + 1);
+  });
+}
+
+TEST_F(ApplicationWindowTest, ChildWindowsAreFoundByTheirIdentifierWhileTheyLive) {
+  inOwnProcess([this] {
+    ApplicationWindow& window = ApplicationWindow::instance();
+    const unsigned int handle = manager.createWebView(window.windowGroup().toStdString(), 0);
+    test_support::turnLoop();
+    const std::string handleText = std::to_string(handle);
+    const std::string identifier = webView(handle).windowUniqueId().toStdString();
+    const int found = window.windowHandleFor(identifier);
+    ASSERT_TRUE(Window::fromPlatformHandle(found));
+    EXPECT_EQ(Window::fromPlatformHandle(found)->identifier(), identifier.c_str());
+    EXPECT_EQ(callNative({"webview.jsScreenWindowHandle", handleText.c_str()}),
+              std::to_string(found));
+    // The chrome of this test is in another group.
+    EXPECT_EQ(callNative({"webview.jsScreenWindowHandle", "1"}), "0");
+    manager.destroyWebView(handle);
+    EXPECT_EQ(window.windowHandleFor(identifier), 0);
+  });
+}
+
+TEST_F(ApplicationWindowTest, PersonAtTheScreenResizesAndCloses) {
+  inOwnProcess([this] {
+    Settings::instance().setChromeProcess(true);
+    ApplicationWindow& window = ApplicationWindow::instance();
+    ASSERT_TRUE(window.listener());
+    window.listener()->windowResized({321, 123});
+    EXPECT_EQ(Settings::instance().applicationSize(), (IntSize{321, 123}));
+    window.listener()->windowCloseRequested();
+    EXPECT_EQ(exitStatusOf(client), 0);
+  });
+}
+
+}  // namespace

@@ -1,0 +1,99 @@
+// Pages without an engine: they remember what they are told and let a test speak for the engine.
+// Main thread, but for the two ways to call a function, one thread at a time.
+#pragma once
+
+#include "engine/OrvWebView.h"
+#include "engine/Page.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace test_support {
+
+class FakePage final : public Page {
+ public:
+  using Window = Tessel::Platform::Graphics::Window;
+
+  FakePage(PageClient& itsClient, Window& itsWindow) : client(itsClient), window(itsWindow) {}
+
+  // To raise events through. It and the window go with the web view.
+  PageClient& client;
+  Window& window;
+  const String windowId = window.identifier();
+
+  // Operations with their arguments, in order, such as "load(local:///)".
+  std::vector<std::string> trace;
+  std::vector<FunctionCall> posted;
+  std::vector<FunctionCall> called;
+  // Answers called functions; undefined without it.
+  std::function<JavaScriptVariant(const FunctionCall&)> answer;
+  std::vector<OrvWebHistoryItem> historyItems;
+  std::vector<OrvWebHeader> headers;
+  std::vector<WebViewSetting> changedSettings;
+  bool callbackObjectEnabled = true;
+  bool closed = false;
+
+  // Raises an event and gives it back as its handler left it.
+  template <typename Event>
+  Event raise(Event event) {
+    client.raise(event);
+    return event;
+  }
+
+  void close() override { closed = true; }
+  void load(const String& url) override { note("load", url); }
+  void loadText(const String& text, const String& type, const String& base) override {
+    note("loadText", concat(text, ", ", type, ", ", base));
+  }
+  void reload() override { note("reload"); }
+  void stop() override { note("stop"); }
+  void goBack() override { note("goBack"); }
+  void goForward() override { note("goForward"); }
+  std::vector<OrvWebHistoryItem> history() override { return historyItems; }
+  void settingChanged(WebViewSetting setting) override { changedSettings.push_back(setting); }
+  void setRequestHeaders(const std::vector<OrvWebHeader>& list) override { headers = list; }
+  void setCallbackObjectEnabled(bool enabled) override { callbackObjectEnabled = enabled; }
+  void setDrivesApplication(const String& hint) override { note("setDrivesApplication", hint); }
+  void postFunction(const FunctionCall& call) override { posted.push_back(call); }
+  JavaScriptVariant callFunction(const FunctionCall& call) override {
+    called.push_back(call);
+    return answer ? answer(call) : JavaScriptVariant();
+  }
+
+ private:
+  void note(const char* operation, const String& arguments = {}) {
+    trace.push_back(concat(operation, "(", arguments, ")").toStdString());
+  }
+};
+
+// The only factory of the process; in use from the first call of instance().
+class FakePageFactory final : public PageFactory {
+ public:
+  static FakePageFactory& instance() {
+    static auto* factory = new FakePageFactory;
+    install(factory);
+    return *factory;
+  }
+
+  // The page of a web view; null when it has none.
+  std::shared_ptr<FakePage> pageOf(const OrvWebView& view) const {
+    for (const auto& candidate : pages_) {
+      auto page = candidate.lock();
+      if (page && page->windowId == view.windowUniqueId()) return page;
+    }
+    return nullptr;
+  }
+
+ private:
+  std::shared_ptr<Page> createPage(PageClient& client, FakePage::Window& window) override {
+    auto page = std::make_shared<FakePage>(client, window);
+    pages_.push_back(page);
+    return page;
+  }
+
+  std::vector<std::weak_ptr<FakePage>> pages_;
+};
+
+}  // namespace test_support

@@ -1,0 +1,120 @@
+// The names by which chromes know events and properties. They are written out once more here:
+// every chrome depends on them and on their numbers.
+#include "webview/events/Names.h"
+
+#include <gtest/gtest.h>
+#include <rapidjson/document.h>
+
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::vector<std::string> words(const char* text) {
+  std::istringstream stream(text);
+  return {std::istream_iterator<std::string>(stream), {}};
+}
+
+const std::vector<std::string> eventNames = words(
+    "Focus LocationChange LocationChanging NetworkError DocumentLoaded DocumentLoadCommitted "
+    "DocumentLoadFinished DocumentLoadFailed ContentRendered Created Destroyed "
+    "JavaScriptException JavaScriptResult JavaScriptCallback JavaScriptWindowObjectCleared "
+    "JavaScriptInterrupted OpenWindow UnknownProtocol DialogRequested NetworkResourceRequested "
+    "NetworkResourceOpened NetworkResourceHeaderReceived NetworkResourceDataReceived "
+    "NetworkResourceDone PropertyChanged FullScreenEnter FullScreenEntering FullScreenExit "
+    "FindString UnsupportedMimeType LockOrientation UnlockOrientation FullScreenVideoStarted "
+    "FullScreenVideoEnded FullScreenVideoWindowUpdated DownloadRequest DownloadStarted "
+    "DownloadProgress DownloadError DownloadFinished UpdateGeolocationFilter SessionInfo "
+    "SelectionChanged CaretChanged TextAttributeQuery ClipboardWrite ClipboardRead "
+    "UpdateWebGLFilter TouchEvent TouchCancelEvent MouseEvent KeyEvent InputNotificationEvent "
+    "InputNotificationFocusEvent InputNotificationKeyEvent InspectorMessage "
+    "ContextMenuRequestEvent CaptureContents ContextMenuCancelEvent InvokeRequestEvent "
+    "KeyboardRequestedEvent FormAutofillRequestEvent FormAutofillCancelEvent CloseWindow "
+    "DownloadContentType GeolocationPermissionRequest SSLHandshakingFailed RequestUpdateViewport "
+    "SyncProxyCredential ProtocolHandler JavaScriptFunctionResult ChooseFile AutomationLog "
+    "JavaScriptFunctionResultEvent UserMediaRequest CookieResult FormControlEvent "
+    "AddSearchProviderRequest IsSearchProviderInstalled NotificationPermissionRequest "
+    "NotificationPermissionCheck NotificationShow NotificationCancel UnhandledKeyInput TypeMax");
+
+const std::vector<std::string> propertyNames = words(
+    "CanGoBack CanGoForward Location Title Viewport OriginalLocation ContentRectangle "
+    "HistoryLength HistoryPosition HistoryList PrivateBrowsing ScrollPosition TextEncoding "
+    "DefaultTextEncoding ForcedTextEncoding DefaultFontSize WindowUniqueId UserAgent "
+    "TextReflowMode BlockPopups LoadImages EnableJavaScript EnablePlugins EnableCookies "
+    "EnableWebSockets EnableGeolocation EnableCrossSiteXHR EnableNetworkResourceRequestedEvents "
+    "EnableDialogRequestedEvents EnableLocalAccessToAllCookies "
+    "EnableSoundOnAnchorElementTouchEvents CustomHTTPHeaders JavaScriptInterruptTimeout "
+    "LoadProgress ZOrder Visible Active ZoomToFitWidthOnLoad Tooltip Status Favicon "
+    "CurrentContext UserStyleSheetLocation PluginFullScreen SecureType CertificateInfo "
+    "EncryptionInfo EnableWebInspector OverScrollColor BackgroundColor "
+    "EnableDownloadableBinaryFonts WebInspectorPort EnableSpatialNavigation Scale Sensitivity "
+    "MinimumFontSize AutoDeferNetworkingAndJavaScript DeferNetworkingAndJavaScript ZoomFactor "
+    "EnableInputMethodSupport EnableInputNotifications ViewportWidth ViewportHeight "
+    "ViewportInitialScale ViewportMinimumScale ViewportMaximumScale ViewportTargetDensityDpi "
+    "ViewportUserScalable EnableDefaultOverScrollBackground EnableFineCursorControl "
+    "EnableTextSelectionControls FullScreenVideoCapable SecurityInfo FileSystemAPISandboxed "
+    "EnableCredentialAutofill EnableFormAutofill AlwaysShowKeyboardOnFocus VideoFullScreen "
+    "DevicePixelRatio MinimumScale MaximumScale EnableMediaRTSP EnableDNSPrefetch "
+    "EnableConsoleLogging EnableWebContentCache PropertyMax");
+
+void expectTable(const std::vector<std::string>& expected, const char* (*nameOf)(int),
+                 int (*numberOf)(const char*, bool&)) {
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    const auto number = static_cast<int>(i);
+    EXPECT_EQ(nameOf(number), expected[i]);
+    bool notFound = true;
+    EXPECT_EQ(numberOf(expected[i].c_str(), notFound), number);
+    EXPECT_FALSE(notFound) << expected[i];
+  }
+  EXPECT_STREQ(nameOf(static_cast<int>(expected.size())), "");
+  EXPECT_STREQ(nameOf(-1), "");
+}
+
+int eventNumber(const char* name, bool& notFound) {
+  return eventTypeFromName(name, notFound);
+}
+int propertyNumber(const char* name, bool& notFound) {
+  return propertyFromName(name, notFound);
+}
+
+TEST(NamesTest, EveryNameStandsForItsNumberAndBack) {
+  expectTable(eventNames, eventTypeName, eventNumber);
+  expectTable(propertyNames, propertyName, propertyNumber);
+}
+
+TEST(NamesTest, OnlyExactNamesAreFoundAndOthersGiveZero) {
+  for (const char* name : {"", "focus", "Focu", "Focus ", "Focuses", "PropertyCanGoBackEvent",
+                           "canGoBack", "A", "zzz", "\xff"}) {
+    for (auto* numberOf : {eventNumber, propertyNumber}) {
+      bool notFound = false;
+      EXPECT_EQ(numberOf(name, notFound), 0);
+      EXPECT_TRUE(notFound) << name;
+    }
+  }
+}
+
+TEST(NamesTest, CatalogueListsEveryEventAndThenEveryPropertysEvent) {
+  const std::string text = eventNamesCatalogue().toStdString();
+  EXPECT_EQ(text.size(), 5422u);
+  EXPECT_EQ(text.find("{\"Focus\":true,\"LocationChange\":true,"), 0u);
+
+  rapidjson::Document catalogue;
+  catalogue.Parse(text.c_str());
+  ASSERT_TRUE(catalogue.IsObject());
+  ASSERT_EQ(eventNames.size(), 85u);
+  ASSERT_EQ(propertyNames.size(), 86u);
+  ASSERT_EQ(catalogue.MemberCount(), eventNames.size() + propertyNames.size());
+  std::size_t index = 0;
+  for (const auto& member : catalogue.GetObject()) {
+    const std::string expected =
+        index < eventNames.size() ? eventNames[index]
+                                  : "Property" + propertyNames[index - eventNames.size()] + "Event";
+    EXPECT_EQ(member.name.GetString(), expected);
+    EXPECT_TRUE(member.value.IsTrue()) << expected;
+    ++index;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,237 @@
+// The owner of all web views, and what the chrome hears of them.
+#include "platform/Settings.h"
+#include "tests/platform/StandardErrorPipe.h"
+#include "tests/support/ChromeFixture.h"
+#include "webview/WebViewManager.h"
+#include "webview/events/EventMessages.h"
+
+#include <future>
+#include <thread>
+
+namespace {
+
+using Tessel::Platform::executableMessage;
+using Tessel::Platform::GuardedPointer;
+using Tessel::Platform::Settings;
+using test_support::exitStatusOf;
+using test_support::inOwnProcess;
+using test_support::turnLoop;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+class WebViewManagerTest : public test_support::ChromeFixture {
+ protected:
+  // "webview.create" and the handle it answers with.
+  unsigned int create(const char* specification, const char* inGroup = group) {
+    return static_cast<unsigned int>(
+        std::stoul(callNative({"webview.create", inGroup, specification})));
+  }
+  void deleteWebView(unsigned int handle) {
+    EXPECT_EQ(callNative({"webview.delete", std::to_string(handle).c_str()}), "");
+  }
+  std::string send(unsigned int handle, const char* name) {
+    HandleOrvWebSendEventMessage::Reply reply;
+    manager.handleMessage(HandleOrvWebSendEventMessage(handle, name, "{}", &reply));
+    return reply.value();
+  }
+  static std::string plainEvent(unsigned int handle, const std::string& name) {
+    return std::to_string(handle) + " " + name + " {\"isPost\":true,\"isSend\":false,\"type\":\"" +
+           name + "\"}";
+  }
+};
+
+TEST_F(WebViewManagerTest, FirstWebViewIsTheRootAndIsThereAtOnce) {
+  EXPECT_EQ(root, manager.webViewForHandle(1));
+  EXPECT_EQ(root, manager.rootWebView());
+  EXPECT_EQ(manager.handleForWebView(root), 1u);
+  EXPECT_EQ(manager.webViewForHandle(0), nullptr);
+  EXPECT_EQ(manager.handleForWebView(nullptr), 0u);
+}
+
+TEST_F(WebViewManagerTest, LaterWebViewsComeWithTheLoopAndCountOnceTheyReportThemselves) {
+  const auto first = static_cast<unsigned int>(std::stoul(callNative({"webview.create", group})));
+  const unsigned int second = create("InProcess");
+  EXPECT_EQ(second, first + 1);
+  EXPECT_EQ(manager.webViewForHandle(first), nullptr);
+  EXPECT_FALSE(manager.isCreated(first));
+  turnLoop();
+  ASSERT_TRUE(manager.webViewForHandle(first));
+  EXPECT_EQ(manager.handleForWebView(&webView(first)), first);
+  EXPECT_TRUE(manager.isCreated(first));
+  EXPECT_THAT(events(), ElementsAre(plainEvent(first, "Created"), plainEvent(second, "Created")));
+
+  deleteWebView(first);
+  EXPECT_EQ(manager.webViewForHandle(first), nullptr);
+  EXPECT_FALSE(manager.isCreated(first));
+  deleteWebView(first);
+  deleteWebView(second);
+  EXPECT_EQ(createWebView(), second + 1) << "handles are never used again";
+}
+
+TEST_F(WebViewManagerTest, NewWebViewRaisesCreatedOnlyAndDestroyedOnceItIsCreated) {
+  const unsigned int handle = createWebView();
+  WebView& view = webView(handle);
+  EXPECT_TRUE(view.isWebEventEnabled(Event::Created));
+  EXPECT_TRUE(view.isWebEventEnabled(Event::Destroyed));
+  EXPECT_FALSE(view.isWebEventEnabled(Event::Focus));
+  EXPECT_FALSE(view.isAnyPropertyChangedEventsEnabled());
+  EXPECT_FALSE(view.isEnableDiskCache());
+  EXPECT_FALSE(pageOf(handle)->callbackObjectEnabled);
+
+  // A second report is an event like any other.
+  view.setWebEventEnabled(Event::Destroyed, false);
+  pageOf(handle)->raise(Event(Event::Created));
+  EXPECT_THAT(events(), ElementsAre(plainEvent(handle, "Created")));
+  EXPECT_FALSE(view.isWebEventEnabled(Event::Destroyed));
+
+  // One that ends by itself stays until it is deleted.
+  view.setWebEventEnabled(Event::Destroyed, true);
+  view.destroy();
+  turnLoop();
+  EXPECT_THAT(events(), ElementsAre(plainEvent(handle, "Destroyed")));
+  EXPECT_EQ(manager.webViewForHandle(handle), &view);
+}
+
+TEST_F(WebViewManagerTest, ArgumentsOfCreateAndDeleteAreCountedWithTheName) {
+  EXPECT_EQ(callNative({"webview.create"}), "");
+  EXPECT_EQ(callNative({"webview.create", group, "InProcess", "more"}), "");
+  EXPECT_EQ(callNative({"webview.delete"}), "");
+  EXPECT_THAT(errors(), ElementsAre(countError("jsCreate", 1, 2) + " (3 with optional args)",
+                                    countError("jsCreate", 4, 2) + " (3 with optional args)",
+                                    countError("jsDelete", 1, 2)));
+  for (const char* unknown : {"", "x", "0", "99999"}) callNative({"webview.delete", unknown});
+  EXPECT_THAT(errors(), IsEmpty());
+}
+
+TEST_F(WebViewManagerTest, ChildProcessesAreRefusedWithAnError) {
+  for (const char* specification : {"OutProcess", "7"}) {
+    EXPECT_EQ(create(specification), 0u);
+    EXPECT_THAT(errors(), SizeIs(1)) << specification;
+  }
+  // A text that is no number is group 0: this process.
+  const unsigned int handle = create("outprocess");
+  turnLoop();
+  EXPECT_TRUE(manager.isCreated(handle));
+  EXPECT_THAT(errors(), IsEmpty());
+  deleteWebView(handle);
+}
+
+TEST_F(WebViewManagerTest, UnknownGroupIsAnErrorAndTheWebViewIsNeverCreated) {
+  const unsigned int handle = create("InProcess", "no such");
+  turnLoop();
+  EXPECT_THAT(errors(), ElementsAre(HasSubstr("\"no such\"")));
+  EXPECT_FALSE(manager.isCreated(handle));
+  deleteWebView(handle);
+}
+
+TEST_F(WebViewManagerTest, ChromeIsNotToldAboutItsOwnScripts) {
+  const auto post = [&](unsigned int handle, const char* name) {
+    HandleOrvWebPostEventMessage message(handle, name, "{}");
+    message.setInteger(5);
+    manager.handleMessage(message);
+  };
+  for (const char* name : {"JavaScriptResult", "JavaScriptFunctionResult", "JavaScriptCallback"}) {
+    post(1, name);
+    EXPECT_THAT(events(), IsEmpty()) << name;
+    post(77, name);
+    EXPECT_THAT(events(), ElementsAre(std::string("77 ") + name + " {}"));
+  }
+  post(1, "Focus");
+  EXPECT_EQ(page->posted.at(0).arguments.at(3), JavaScriptVariant(5));
+  EXPECT_THAT(events(), ElementsAre("1 Focus {}"));
+  manager.handleMessage(Tessel::Platform::Message(1100));
+  EXPECT_THAT(events(), IsEmpty());
+}
+
+TEST_F(WebViewManagerTest, SentEventsAreAnsweredByTheChromeOnAnyThreadAndNotFiltered) {
+  std::thread::id answeredOn;
+  page->answer = [&](const FunctionCall& call) {
+    answeredOn = std::this_thread::get_id();
+    return JavaScriptVariant(call.arguments[1]);
+  };
+  EXPECT_EQ(send(1, "JavaScriptCallback"), "JavaScriptCallback");
+  EXPECT_EQ(answeredOn, std::this_thread::get_id());
+  EXPECT_EQ(std::async(std::launch::async, [&] { return send(9, "Dialog"); }).get(), "Dialog");
+  EXPECT_NE(answeredOn, std::this_thread::get_id());
+}
+
+TEST_F(WebViewManagerTest, WebViewMayBeDeletedInsideItsOwnEvent) {
+  const unsigned int handle = createWebView();
+  const auto itsPage = pageOf(handle);
+  const GuardedPointer<WebView> view(&webView(handle));
+  webView(handle).setWebEventEnabled(Event::JavaScriptCallback, true);
+  page->answer = [&](const FunctionCall&) {
+    deleteWebView(handle);
+    EXPECT_FALSE(view) << "it is gone for everybody else";
+    EXPECT_FALSE(itsPage->closed) << "but not while it handles its event";
+    return JavaScriptVariant("{\"setResult\":\"last words\"}");
+  };
+  EXPECT_EQ(itsPage->raise(Callback({"f"})).result(), "last words");
+  EXPECT_TRUE(itsPage->closed);
+}
+
+TEST_F(WebViewManagerTest, WithoutAChromeErrorsAreLoggedAndSentEventsGetNoAnswer) {
+  inOwnProcess([this] {
+    // The loop goes on without web views where there never was a chrome.
+    client.dispatchMessage(executableMessage([this] { manager.destroyWebView(1); }));
+    client.dispatchMessage(executableMessage(
+        [this] { client.dispatchMessage(executableMessage([this] { client.exit(4); })); }));
+    EXPECT_EQ(exitStatusOf(client), 4);
+    EXPECT_FALSE(manager.rootWebViewFromAnyThread());
+    Tessel::Platform::Testing::StandardErrorPipe log;
+    manager.informChromeOfError("lost");
+    EXPECT_THAT(log.read(),
+                HasSubstr("WebViewManager::informChromeOfError: can't find root webview!"));
+    EXPECT_EQ(send(9, "Dialog"), "");
+  });
+}
+
+TEST_F(WebViewManagerTest, LoopEndsWithTheLastWebViewUnlessAnotherOneCameMeanwhile) {
+  inOwnProcess([this] {
+    Settings::instance().setChromeProcess(true);
+    const unsigned int other = createWebView();
+    manager.destroyWebView(1);
+    turnLoop();
+    // The deferred creation stands before the question whether anything is left.
+    const unsigned int next = manager.createWebView(group, WebViewManager::inThisProcess);
+    manager.destroyWebView(other);
+    client.dispatchMessage(executableMessage([&] {
+      EXPECT_NE(manager.webViewForHandle(next), nullptr);
+      manager.destroyWebView(next);
+    }));
+    EXPECT_EQ(exitStatusOf(client), 0);
+    EXPECT_EQ(manager.webViewForHandle(next), nullptr) << "the loop ended too early";
+  });
+}
+
+TEST_F(WebViewManagerTest, DestroyedOfTheRootDeletesItAndTellsNobody) {
+  inOwnProcess([this] {
+    Settings::instance().setChromeProcess(true);
+    events();
+    root->destroy();
+    EXPECT_EQ(exitStatusOf(client), 0);
+    EXPECT_EQ(manager.rootWebView(), nullptr);
+    EXPECT_TRUE(page->closed);
+    EXPECT_THAT(events(), IsEmpty());
+  });
+}
+
+TEST_F(WebViewManagerTest, ShutdownEndsEveryWebViewAndThenTheLoop) {
+  inOwnProcess([this] {
+    Settings::instance().setChromeProcess(true);
+    const unsigned int first = createWebView();
+    const unsigned int second = createWebView();
+    // Even one that would not report its end.
+    webView(second).setAllWebEventsEnabled(false);
+    manager.shutdown();
+    EXPECT_NE(manager.webViewForHandle(first), nullptr) << "its end has yet to be reported";
+    EXPECT_EQ(exitStatusOf(client), 0);
+    for (const unsigned int handle : {1u, first, second}) {
+      EXPECT_EQ(manager.webViewForHandle(handle), nullptr) << handle;
+    }
+  });
+}
+
+}  // namespace
