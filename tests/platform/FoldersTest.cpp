@@ -17,16 +17,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Whatever the user of the tests has is left alone. For all tests, because the folders are looked
-// up once in a process.
+// Whatever the user of the tests has is left alone. For all tests and repetitions, because the
+// folders are looked up once in a process.
 class Home final : public testing::Environment {
  public:
   void SetUp() override {
-    folder_ = std::make_unique<test_support::TemporaryFolder>();
+    if (!folder_) folder_ = std::make_unique<test_support::TemporaryFolder>();
     setenv("XDG_DATA_HOME", (folder_->path() / "data").c_str(), 1);
     setenv("XDG_CACHE_HOME", (folder_->path() / "cache").c_str(), 1);
   }
-  void TearDown() override { folder_.reset(); }
+  void clear() const {
+    fs::remove_all(folder_->path() / "data");
+    fs::remove_all(folder_->path() / "cache");
+  }
 
   fs::path data(const std::string& name) const { return folder_->path() / "data/pagehost" / name; }
   fs::path cache(const std::string& name) const {
@@ -51,7 +54,12 @@ mode_t modeOf(const fs::path& path) {
   return status.st_mode & 07777;
 }
 
-TEST(FoldersTest, AClaimGoesToTheFirstFolderThatNobodyHas) {
+class FoldersTest : public testing::Test {
+ protected:
+  ~FoldersTest() override { home->clear(); }
+};
+
+TEST_F(FoldersTest, AClaimGoesToTheFirstFolderThatNobodyHas) {
   UniqueFd other = lockAsAnotherWould(home->data("busy"));
   const UniqueFd third = lockAsAnotherWould(home->data("busy-3"));
   const ClaimedFolder second = claimDataFolder("busy");
@@ -71,7 +79,7 @@ TEST(FoldersTest, AClaimGoesToTheFirstFolderThatNobodyHas) {
   EXPECT_EQ(fcntl(first.lock.get(), F_GETFD), FD_CLOEXEC) << "children do not keep it";
 }
 
-TEST(FoldersTest, ClaimsThatCannotBeMadeAreTold) {
+TEST_F(FoldersTest, ClaimsThatCannotBeMadeAreTold) {
   std::vector<ClaimedFolder> all;
   for (int i = 0; i < 64; ++i) all.push_back(claimDataFolder("full"));
   EXPECT_TRUE(all.back().lock);
