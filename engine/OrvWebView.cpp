@@ -17,6 +17,12 @@ namespace {
 
 PageFactory* pageFactory = nullptr;
 
+// Names one result of a script or function among all of the process.
+Tessel::Platform::String nextResultId() {
+  static unsigned long long last = 0;
+  return Tessel::Platform::String::fromUnsignedInteger(++last);
+}
+
 }  // namespace
 
 PageFactory* PageFactory::current() {
@@ -45,6 +51,8 @@ OrvWebView::OrvWebView() : later_(std::make_unique<Later>(*this)) {
 }
 
 OrvWebView::~OrvWebView() {
+  setPopupWebView(nullptr);
+  for (OrvWebView* opener : openers_) opener->popup_ = nullptr;
   if (page_) page_->close();
 }
 
@@ -168,10 +176,91 @@ void OrvWebView::setDrivesApplication(const String& loadFailureHint) {
   if (auto page = this->page()) page->setDrivesApplication(loadFailureHint);
 }
 
+OrvWebView::String OrvWebView::executeJavaScript(const String& script,
+                                                 OrvWebJavaScriptWorld world) {
+  auto page = this->page();
+  if (!page || world == OrvWebJavaScriptWorld::NoWorld) return String();
+  String id = nextResultId();
+  page->runScript(script, world == OrvWebJavaScriptWorld::IsolatedWorld, id);
+  return id;
+}
+
 OrvWebView::String OrvWebView::executeJavaScriptFunction(
     const std::vector<String>& path, const std::vector<JavaScriptVariant>& arguments) {
-  if (auto page = this->page()) page->postFunction({path, arguments});
-  return String();
+  auto page = this->page();
+  if (!page) return String();
+  String id = wants(OrvWebEvent::JavaScriptFunctionResult) ? nextResultId() : String();
+  page->postFunction({path, arguments}, id);
+  return id;
+}
+
+void OrvWebView::findString(const String& text, bool forward, bool caseSensitive, bool wrap,
+                            bool highlightAll) {
+  if (auto page = this->page()) {
+    page->findString(text, {forward, caseSensitive, wrap, highlightAll});
+  }
+}
+
+void OrvWebView::dialogResponse(unsigned int number, bool accepted, const String& result,
+                                const String& username, const String& password) {
+  if (auto page = this->page()) {
+    page->answerQuestion(number, {accepted, result, username, password});
+  }
+}
+
+void OrvWebView::chooseFileResponse(unsigned int number, const String& files) {
+  if (auto page = this->page()) page->answerQuestion(number, {!files.isEmpty(), files, {}, {}});
+}
+
+void OrvWebView::notificationPermissionCheckResponse(unsigned int number, const String& state) {
+  if (auto page = this->page()) page->answerQuestion(number, {true, state, {}, {}});
+}
+
+void OrvWebView::setAllowUserMedia(unsigned int number, const String& device) {
+  if (auto page = this->page()) page->answerQuestion(number, {!device.isEmpty(), device, {}, {}});
+}
+
+void OrvWebView::setAllowGeolocation(const String& origin, bool allowed) {
+  if (auto page = this->page()) page->answerOrigin(PagePermission::Geolocation, origin, allowed);
+}
+
+void OrvWebView::setAllowNotification(const String& origin, bool allowed) {
+  if (auto page = this->page()) page->answerOrigin(PagePermission::Notification, origin, allowed);
+}
+
+void OrvWebView::openWindowResponse(unsigned int number, OrvWebView* popup) {
+  if (auto page = this->page()) page->answerOpenWindow(number, pageOf(popup));
+}
+
+void OrvWebView::setPopupWebView(OrvWebView* popup) {
+  if (popup_) popup_->openers_.erase(this);
+  popup_ = popup;
+  if (popup_) popup_->openers_.insert(this);
+}
+
+void OrvWebView::downloadUrl(const String& url, const String& filename, unsigned long long) {
+  if (auto page = this->page()) page->download(url, filename);
+}
+
+void OrvWebView::stepDownload(unsigned int id, DownloadStep step) {
+  if (auto page = this->page()) page->stepDownload(id, step);
+}
+
+void OrvWebView::downloadUpdate(unsigned int id, OrvWebDownloadAction action,
+                                const String& filename) {
+  auto page = this->page();
+  if (!page || action == OrvWebDownloadAction::ActionPending) return;
+  page->updateDownload(id, action == OrvWebDownloadAction::ActionSave, filename);
+}
+
+std::shared_ptr<Page> OrvWebView::pageOf(OrvWebView* view) {
+  return view ? view->page() : nullptr;
+}
+
+OrvWebView* OrvWebView::popupView() {
+  OrvWebView* popup = popup_;
+  setPopupWebView(nullptr);
+  return popup;
 }
 
 JavaScriptVariant OrvWebView::executeJavaScriptFunctionSync(

@@ -3,6 +3,7 @@
 // it keeps the web view from being deleted.
 #pragma once
 
+#include "engine/Enumerations.h"
 #include "engine/Page.h"
 #include "engine/Records.h"
 #include "engine/WebViewSettings.h"
@@ -11,6 +12,8 @@
 
 #include <bitset>
 #include <memory>
+#include <set>
+#include <utility>
 #include <vector>
 
 class OrvWebView : private PageClient {
@@ -106,12 +109,58 @@ class OrvWebView : private PageClient {
   // initialize and before the first load.
   void setDrivesApplication(const String& loadFailureHint);
 
+  // Runs a script; the result is an id, under which JavaScriptResult brings the value.
+  String executeJavaScript(const String& script, OrvWebJavaScriptWorld world);
   // Calls a function of the page by its path from the global object: posted, or waited for (see
-  // Page::callFunction for what ends the wait). The posted form always gives the empty text.
+  // Page::callFunction for what ends the wait). The posted form gives an id, under which
+  // JavaScriptFunctionResult brings the value; the empty text where that event is not enabled.
   String executeJavaScriptFunction(const std::vector<String>& path,
                                    const std::vector<JavaScriptVariant>& arguments);
   JavaScriptVariant executeJavaScriptFunctionSync(const std::vector<String>& path,
                                                   const std::vector<JavaScriptVariant>& arguments);
+
+  // FindString tells what was found. The empty text ends the search.
+  void findString(const String& text, bool forward, bool caseSensitive, bool wrap,
+                  bool highlightAll);
+
+  // Answers to questions that an event was told to leave open (setWait), by the number that the
+  // event carried. Numbers that are not open any more are ignored.
+  void dialogResponse(unsigned int number, bool accepted, const String& result,
+                      const String& username, const String& password);
+  // Paths, each in a line of its own; none cancels.
+  void chooseFileResponse(unsigned int number, const String& files);
+  // "granted", "denied" or, for anything else, to be asked.
+  void notificationPermissionCheckResponse(unsigned int number, const String& state);
+  // Any text names a device and grants; none refuses.
+  void setAllowUserMedia(unsigned int number, const String& device);
+  void setAllowGeolocation(const String& origin, bool allowed);
+  void setAllowNotification(const String& origin, bool allowed);
+  // The window that a page opens is shown by that web view, which must not have loaded anything;
+  // null opens none.
+  void openWindowResponse(unsigned int number, OrvWebView* popup);
+  // The web view that shows the next window the page opens, if nothing else is answered.
+  void setPopupWebView(OrvWebView* popup);
+
+  // Downloads an address into a file; an empty name leaves it to DownloadRequest. The size is what
+  // the caller expects and is not needed here.
+  void downloadUrl(const String& url, const String& filename, unsigned long long size);
+  void downloadCancel(unsigned int id) {
+    stepDownload(id, DownloadStep::Cancel);
+  }
+  void downloadPause(unsigned int id) {
+    stepDownload(id, DownloadStep::Pause);
+  }
+  void downloadResume(unsigned int id) {
+    stepDownload(id, DownloadStep::Resume);
+  }
+  void downloadRetry(unsigned int id) {
+    stepDownload(id, DownloadStep::Retry);
+  }
+  void downloadRemove(unsigned int id) {
+    stepDownload(id, DownloadStep::Remove);
+  }
+  // Decides about a download that was left pending.
+  void downloadUpdate(unsigned int id, OrvWebDownloadAction action, const String& filename);
 
  protected:
   // Every event that is enabled arrives here. The override calls eventHandled when it is done.
@@ -136,6 +185,9 @@ class OrvWebView : private PageClient {
   void raise(OrvWebEvent& event) override;
   void raisePropertyChanged(Property property) override;
   void raiseLater(Type type);
+  void stepDownload(unsigned int id, DownloadStep step);
+  OrvWebView* popupView() override;
+  std::shared_ptr<Page> pageOf(OrvWebView* view) override;
   // Empty before initialize. A copy, so that the page lives through whatever it is asked.
   std::shared_ptr<Page> page() const {
     return page_;
@@ -158,6 +210,8 @@ class OrvWebView : private PageClient {
   int zOrder_ = 0;
   bool callbackObjectEnabled_ = true;
   bool destroyed_ = false;
+  OrvWebView* popup_ = nullptr;    // shows the next window that the page opens
+  std::set<OrvWebView*> openers_;  // whose next window this one shows
   std::vector<OrvWebHeader> headers_;
   std::unique_ptr<Later> later_;
   std::unique_ptr<Tessel::Platform::Graphics::Window> window_;

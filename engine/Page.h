@@ -11,6 +11,31 @@
 #include <memory>
 #include <vector>
 
+class OrvWebView;
+class Page;
+
+// A permission that a page may ask its user for.
+enum class PagePermission { None, Geolocation, UserMedia, Notification };
+
+// What is answered to a question of a page that was left open.
+struct QuestionAnswer {
+  bool accepted = false;
+  Tessel::Platform::String text;
+  Tessel::Platform::String username;
+  Tessel::Platform::String password;
+};
+
+// How findString looks for its text.
+struct FindOptions {
+  bool forward = true;
+  bool caseSensitive = false;
+  bool wrap = true;
+  bool highlightAll = true;
+};
+
+// What becomes of a download.
+enum class DownloadStep { Cancel, Pause, Resume, Retry, Remove };
+
 // What a page tells its web view. Implemented by OrvWebView.
 class PageClient {
  public:
@@ -23,6 +48,11 @@ class PageClient {
   // view may be gone afterwards, and the page with it: hold a reference to yourself.
   virtual void raise(OrvWebEvent& event) = 0;
   virtual void raisePropertyChanged(OrvWebPropertyChangedEvent::Property property) = 0;
+  // The web view that was prepared for the next window the page opens; null, and null again
+  // afterwards.
+  virtual OrvWebView* popupView() = 0;
+  // The page of a web view; null for none.
+  virtual std::shared_ptr<Page> pageOf(OrvWebView* view) = 0;
 
   // Stores a new value of the page's state and reports the change, if it is one.
   template <auto Member, typename Value>
@@ -66,9 +96,26 @@ class Page {
   // that fails shows the hint, plain text, with the error.
   virtual void setDrivesApplication(const String& loadFailureHint) = 0;
 
+  // Runs a script in the page's own world or one beside it; JavaScriptResult brings the value
+  // under the given id.
+  virtual void runScript(const String& script, bool isolated, const String& resultId) = 0;
+  // Looks for a text from where the last one was found; FindString tells. An empty text ends it.
+  virtual void findString(const String& text, const FindOptions& options) = 0;
+  // Answers a question that an event was told to leave open, by its number.
+  virtual void answerQuestion(unsigned int number, const QuestionAnswer& answer) = 0;
+  // Answers what is open of an origin for a permission.
+  virtual void answerOrigin(PagePermission permission, const String& origin, bool granted) = 0;
+  // Ends the wait of a page that opens a window: in that web view, or nowhere.
+  virtual void answerOpenWindow(unsigned int number, std::shared_ptr<Page> page) = 0;
+  // Downloads an address into a file, or where the chrome says when the name is empty.
+  virtual void download(const String& url, const String& filename) = 0;
+  virtual void stepDownload(unsigned int id, DownloadStep step) = 0;
+  // Decides about a download that is pending.
+  virtual void updateDownload(unsigned int id, bool save, const String& filename) = 0;
+
   // Calls a function of the page and does not wait. Nothing happens when the page has no such
-  // function. Any thread.
-  virtual void postFunction(const FunctionCall& call) = 0;
+  // function. With an id, JavaScriptFunctionResult brings the value under it. Any thread.
+  virtual void postFunction(const FunctionCall& call, const String& resultId) = 0;
   // Calls a function of the page and waits for its value, five seconds at most, not counting the
   // time in which native calls of the page are served. Undefined when there is no such function,
   // when it throws, when the page ends or when the time is over. Any thread.

@@ -25,6 +25,32 @@ class OrvWebHeader {
   String value_;
 };
 
+// The icon of a page.
+class OrvWebFavicon {
+ public:
+  using String = Tessel::Platform::String;
+
+  OrvWebFavicon() = default;
+  OrvWebFavicon(String dataInBase64, String url, int width = 0, int height = 0)
+      : dataInBase64_(std::move(dataInBase64)),
+        url_(std::move(url)),
+        width_(width),
+        height_(height) {}
+
+  const String& dataInBase64() const { return dataInBase64_; }  // a PNG
+  const String& url() const { return url_; }
+  int width() const { return width_; }
+  int height() const { return height_; }
+
+  friend bool operator==(const OrvWebFavicon&, const OrvWebFavicon&) = default;
+
+ private:
+  String dataInBase64_;
+  String url_;
+  int width_ = 0;
+  int height_ = 0;
+};
+
 // One entry of a web view's history.
 class OrvWebHistoryItem {
  public:

@@ -2,7 +2,9 @@
 // tables. UI thread.
 #pragma once
 
+#include "engine/Enumerations.h"
 #include "engine/OrvWebEvent.h"
+#include "engine/Records.h"
 #include "platform/String.h"
 
 struct WebViewSettings {

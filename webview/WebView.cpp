@@ -12,9 +12,9 @@
 #include "webview/events/Names.h"
 
 #include <cstdio>
+#include <utility>
 
 using Tessel::Platform::GuardedPin;
-using Tessel::Platform::IntSize;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogNotice;
 using Tessel::Platform::Settings;
@@ -31,8 +31,8 @@ WebView::WindowLookup windowLookup = nullptr;
 
 }  // namespace
 
-WebView::WebView(unsigned int handle, const String& windowGroup)
-    : handle_(handle), windowGroup_(windowGroup) {
+WebView::WebView(unsigned int handle, String windowGroup)
+    : handle_(handle), windowGroup_(std::move(windowGroup)) {
   setEnableDiskCache(false);
   enableOrvJavaScriptObject(false);
   setAllWebEventsEnabled(false);

@@ -17,7 +17,7 @@ class WebView : public OrvWebView, public Tessel::Platform::GuardedPointerBase, 
   using WindowLookup = int (*)(const std::string& identifier);
 
   // Raises nothing but Created until more is enabled.
-  WebView(unsigned int handle, const String& windowGroup);
+  WebView(unsigned int handle, String windowGroup);
   ~WebView() override;
 
   unsigned int handle() const { return handle_; }

@@ -90,7 +90,9 @@ void onRequest(WebKitURISchemeRequest* request, gpointer root) {
     respondMissing(request, std::strerror(errno));
     return;
   }
-  const std::string type = mimeTypeOf(path.ends_with('/') ? "index.html" : path);
+  gchar* name = g_uri_unescape_segment(path.data(), path.data() + path.size(), nullptr);
+  const std::string type = mimeTypeOf(path.ends_with('/') ? "index.html" : name);
+  g_free(name);
   GInputStream* body = g_unix_input_stream_new(file.release(), TRUE);
   respond(request, body, status.st_size, 200, type.c_str());
   g_object_unref(body);

@@ -33,6 +33,9 @@ constexpr auto patience = 20ms;
 // Page and program calling each other without end must not exhaust our stack.
 constexpr unsigned int deepestNesting = 256;
 
+// What a web process that was taken over can make us keep.
+constexpr std::size_t mostWaitingQuestions = 100000;
+
 UniqueFd makeEventFd() {
   return UniqueFd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
 }
@@ -193,8 +196,8 @@ void PageLink::changeSetup(std::uint64_t page, const link_protocol::PageSetup& s
   send(FrameKind::SetupChanged, 0, page, encode(setup));
 }
 
-void PageLink::postFunction(std::uint64_t page, const FunctionCall& call) {
-  send(FrameKind::PostFunction, 0, page, encode(call));
+void PageLink::postFunction(std::uint64_t page, const FunctionCall& call, const String& resultId) {
+  send(FrameKind::PostFunction, 0, page, encode(link_protocol::PostedCall{call, resultId}));
 }
 
 PageLink::FunctionResult PageLink::callFunction(std::uint64_t page, const FunctionCall& call,
@@ -340,6 +343,8 @@ void PageLink::exchange(bool onMainThread) {
 
 void PageLink::sort(Frame&& frame, bool onMainThread) {
   if (frame.kind != FrameKind::Answer) {
+    // A page waits for its answer before it asks again; only reports come in crowds.
+    if (questions_.size() >= mostWaitingQuestions) return breakLocked();
     questions_.push_back(std::move(frame));
     if (!onMainThread) wakeMainLocked();
     return;
@@ -380,7 +385,7 @@ bool PageLink::answerQuestion(const Frame& question) {
         logAlways(LogError, "A native call of page %llu is refused: it is nested %u deep.",
                   static_cast<unsigned long long>(question.page), serving_);
       } else {
-        result = delegate_.nativeCall(question.page, arguments);
+        result = delegate_.nativeCall(*this, question.page, arguments);
       }
       send(FrameKind::Answer, question.id, question.page, result.view());
       return true;
@@ -389,7 +394,13 @@ bool PageLink::answerQuestion(const Frame& question) {
       link_protocol::DialogQuestion dialog;
       if (!decode(question.payload, dialog)) return false;
       send(FrameKind::Answer, question.id, question.page,
-           encode(delegate_.dialog(question.page, dialog)));
+           encode(delegate_.dialog(*this, question.page, dialog)));
+      return true;
+    }
+    case FrameKind::Report: {
+      FunctionCall report;
+      if (!decode(question.payload, report) || report.path.empty()) return false;
+      delegate_.report(*this, question.page, report);
       return true;
     }
     case FrameKind::Log:

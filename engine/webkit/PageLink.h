@@ -29,13 +29,15 @@ class PageLink;
 class PageLinkDelegate {
  public:
   virtual ~PageLinkDelegate() = default;
-  // A page was made in the link's web process; false for a page that is not ours.
+  // A page was made in the link's web process; false for a page that is not ours to be.
   virtual bool pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t page,
                            link_protocol::PageSetup& setup) = 0;
-  virtual Tessel::Platform::String nativeCall(std::uint64_t page,
+  virtual Tessel::Platform::String nativeCall(const PageLink& link, std::uint64_t page,
                                               const link_protocol::NativeArguments& arguments) = 0;
-  virtual link_protocol::DialogAnswer dialog(std::uint64_t page,
+  virtual link_protocol::DialogAnswer dialog(const PageLink& link, std::uint64_t page,
                                              const link_protocol::DialogQuestion& question) = 0;
+  // What the module has noticed in a page: the path names it.
+  virtual void report(const PageLink& link, std::uint64_t page, const FunctionCall& report) = 0;
   virtual void linkClosed(PageLink& link) = 0;
 };
 
@@ -64,7 +66,9 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   void close();
 
   // Any thread.
-  void postFunction(std::uint64_t page, const FunctionCall& call);
+  // With an id, the module reports the function's value under it.
+  void postFunction(std::uint64_t page, const FunctionCall& call,
+                    const Tessel::Platform::String& resultId = {});
   // Nothing when the link ended or the time was over. Any thread.
   FunctionResult callFunction(std::uint64_t page, const FunctionCall& call,
                               std::chrono::milliseconds limit = callLimit);

@@ -47,11 +47,17 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
   g_object_unref(data);
   g_signal_connect(engine->context_, "initialize-web-extensions", G_CALLBACK(onInitializeModules),
                    engine.get());
+  engine->downloads_ = std::make_unique<Downloads>(engine->context_);
   serveLocalScheme(engine->context_, places.localRoot);
+  // Icons are only loaded where there is a place for them.
+  webkit_web_context_set_favicon_database_directory(
+      engine->context_,
+      engine->dataFolder_.lock ? (engine->dataFolder_.cache + "/icons").c_str() : nullptr);
   return engine;
 }
 
 WebKitEngine::~WebKitEngine() {
+  downloads_.reset();
   if (context_) g_signal_handlers_disconnect_by_data(context_, this);
   g_clear_object(&context_);
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "engine/Page.h"
+#include "engine/webkit/Downloads.h"
 #include "engine/webkit/WebProcessLinks.h"
 #include "platform/Folders.h"
 
@@ -29,6 +30,7 @@ class WebKitEngine final : public PageFactory {
 
   WebKitWebContext* context() const { return context_; }
   WebProcessLinks& links() { return *links_; }
+  Downloads& downloads() { return *downloads_; }
 
  private:
   WebKitEngine() = default;
@@ -39,4 +41,5 @@ class WebKitEngine final : public PageFactory {
   Tessel::Platform::ClaimedFolder dataFolder_;
   std::unique_ptr<WebProcessLinks> links_;
   WebKitWebContext* context_ = nullptr;
+  std::unique_ptr<Downloads> downloads_;
 };

@@ -1,6 +1,7 @@
 // One page of the WebKitGTK engine. Main thread, but for the calls of page functions.
 #include "engine/webkit/WebKitPage.h"
 
+#include "engine/OrvWebEvents.h"
 #include "engine/webkit/Dialogs.h"
 #include "engine/webkit/WebKitEngine.h"
 #include "platform/Log.h"
@@ -27,6 +28,95 @@ bool isFailedStatus(guint status) {
   return status >= 400;
 }
 
+OrvWebJavaScriptResultType resultTypeOf(JSCValue* value) {
+  if (jsc_value_is_undefined(value)) return OrvWebJavaScriptResultType::JSUndefined;
+  if (jsc_value_is_null(value)) return OrvWebJavaScriptResultType::JSNull;
+  if (jsc_value_is_boolean(value)) return OrvWebJavaScriptResultType::JSBoolean;
+  if (jsc_value_is_number(value)) return OrvWebJavaScriptResultType::JSNumber;
+  if (jsc_value_is_string(value)) return OrvWebJavaScriptResultType::JSString;
+  return OrvWebJavaScriptResultType::JSObject;
+}
+
+// The icon as a PNG, its address, and its size.
+OrvWebFavicon faviconFrom(cairo_surface_t* surface, const Tessel::Platform::String& url) {
+  if (!surface) return OrvWebFavicon();
+  const int width = cairo_image_surface_get_width(surface);
+  const int height = cairo_image_surface_get_height(surface);
+  GdkPixbuf* pixels = gdk_pixbuf_get_from_surface(surface, 0, 0, width, height);
+  gchar* data = nullptr;
+  gsize size = 0;
+  Tessel::Platform::String encoded;
+  if (pixels && gdk_pixbuf_save_to_buffer(pixels, &data, &size, "png", nullptr, nullptr)) {
+    gchar* text = g_base64_encode(reinterpret_cast<const guchar*>(data), size);
+    encoded = Tessel::Platform::String(text);
+    g_free(text);
+    g_free(data);
+  }
+  g_clear_object(&pixels);
+  return OrvWebFavicon(encoded, url, width, height);
+}
+
+// What the engine's items are called by the chrome; those that it has no name for are left out.
+constexpr std::pair<WebKitContextMenuAction, OrvWebContextMenuItem> menuItems[] = {
+    {WEBKIT_CONTEXT_MENU_ACTION_OPEN_LINK, OrvWebContextMenuItem::OpenLink},
+    {WEBKIT_CONTEXT_MENU_ACTION_OPEN_LINK_IN_NEW_WINDOW, OrvWebContextMenuItem::OpenLinkInNewTab},
+    {WEBKIT_CONTEXT_MENU_ACTION_DOWNLOAD_LINK_TO_DISK, OrvWebContextMenuItem::SaveLinkAs},
+    {WEBKIT_CONTEXT_MENU_ACTION_COPY_LINK_TO_CLIPBOARD, OrvWebContextMenuItem::CopyLink},
+    {WEBKIT_CONTEXT_MENU_ACTION_OPEN_IMAGE_IN_NEW_WINDOW, OrvWebContextMenuItem::ViewImage},
+    {WEBKIT_CONTEXT_MENU_ACTION_DOWNLOAD_IMAGE_TO_DISK, OrvWebContextMenuItem::SaveImage},
+    {WEBKIT_CONTEXT_MENU_ACTION_COPY_IMAGE_URL_TO_CLIPBOARD, OrvWebContextMenuItem::CopyImageLink},
+    {WEBKIT_CONTEXT_MENU_ACTION_COPY, OrvWebContextMenuItem::Copy},
+    {WEBKIT_CONTEXT_MENU_ACTION_CUT, OrvWebContextMenuItem::Cut},
+    {WEBKIT_CONTEXT_MENU_ACTION_PASTE, OrvWebContextMenuItem::Paste},
+    {WEBKIT_CONTEXT_MENU_ACTION_DELETE, OrvWebContextMenuItem::Delete},
+    {WEBKIT_CONTEXT_MENU_ACTION_SELECT_ALL, OrvWebContextMenuItem::SelectAll},
+    {WEBKIT_CONTEXT_MENU_ACTION_INSPECT_ELEMENT, OrvWebContextMenuItem::InspectElement},
+};
+
+std::vector<OrvWebContextMenuItem> menuItemsOf(WebKitContextMenu* menu) {
+  std::vector<OrvWebContextMenuItem> items;
+  for (GList* entry = webkit_context_menu_get_items(menu); entry; entry = entry->next) {
+    const auto action =
+        webkit_context_menu_item_get_stock_action(WEBKIT_CONTEXT_MENU_ITEM(entry->data));
+    for (const auto& [stock, item] : menuItems) {
+      if (stock == action) items.push_back(item);
+    }
+  }
+  return items;
+}
+
+constexpr std::pair<GTlsCertificateFlags, const char*> certificateProblems[] = {
+    {G_TLS_CERTIFICATE_UNKNOWN_CA, "nobody known has signed it"},
+    {G_TLS_CERTIFICATE_BAD_IDENTITY, "it is for another server"},
+    {G_TLS_CERTIFICATE_NOT_ACTIVATED, "it is not valid yet"},
+    {G_TLS_CERTIFICATE_EXPIRED, "it has expired"},
+    {G_TLS_CERTIFICATE_REVOKED, "it was revoked"},
+    {G_TLS_CERTIFICATE_INSECURE, "it is not secure enough"},
+};
+
+SSLConnectionInfo connectionInfoFrom(const char* uri, GTlsCertificate* certificate,
+                                     GTlsCertificateFlags problems) {
+  const auto taken = [](gchar* text) {
+    Tessel::Platform::String result(text);
+    g_free(text);
+    return result;
+  };
+  SSLConnectionInfo info;
+  if (GUri* parsed = g_uri_parse(uri, G_URI_FLAGS_PARSE_RELAXED, nullptr)) {
+    info.host = Tessel::Platform::String(g_uri_get_host(parsed));
+    g_uri_unref(parsed);
+  }
+  for (const auto& [flag, words] : certificateProblems) {
+    if (problems & flag) info.problems.emplace_back(words);
+  }
+  info.subject = taken(g_tls_certificate_get_subject_name(certificate));
+  info.issuer = taken(g_tls_certificate_get_issuer_name(certificate));
+  gchar* pem = nullptr;
+  g_object_get(certificate, "certificate-pem", &pem, nullptr);
+  info.certificate = taken(pem);
+  return info;
+}
+
 }  // namespace
 
 WebKitPage::WebKitPage(WebKitEngine& engine, PageClient& client, Window& window)
@@ -36,15 +126,20 @@ WebKitPage::~WebKitPage() {
   close();
 }
 
-WebKitWebView* WebKitPage::view() {
-  if (view_ || !client_) return view_;
+WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
+  if (!client_) return nullptr;
   WebKitSettings* settings = webkit_settings_new();
 #define SETTING(type, getter, setter, start, property) \
   applySetting(settings, WebViewSetting::getter);
 #include "engine/WebViewSettings.def"
 #undef SETTING
-  auto* created = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context",
-                                               engine_.context(), "settings", settings, nullptr));
+  // A window that a page opens shares its opener's web process: the engine will not have it
+  // otherwise.
+  auto* created =
+      WEBKIT_WEB_VIEW(opener ? g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", opener,
+                                            "settings", settings, nullptr)
+                             : g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", engine_.context(),
+                                            "settings", settings, nullptr));
   g_object_unref(settings);
   if (!GtkWindowSystem::embed(window_, GTK_WIDGET(created))) {
     g_object_ref_sink(created);
@@ -67,6 +162,17 @@ WebKitWebView* WebKitPage::view() {
   connect(view_, "load-failed", onLoadFailed);
   connect(view_, "load-failed-with-tls-errors", onTlsFailed);
   connect(view_, "web-process-terminated", onProcessEnded);
+  connect(view_, "focus-in-event", onFocusIn);
+  connect(view_, "focus-out-event", onFocusOut);
+  connect(view_, "notify::favicon", onFavicon);
+  connect(view_, "enter-fullscreen", onEnterFullscreen);
+  connect(view_, "leave-fullscreen", onLeaveFullscreen);
+  connect(view_, "context-menu", onContextMenu);
+  navigations_ = std::make_unique<PageNavigation>(*this, view_);
+  questions_ = std::make_unique<PageQuestions>(*this, view_);
+  windows_ = std::make_unique<PageWindows>(*this, view_);
+  find_ = std::make_unique<PageFind>(*this, view_);
+  engine_.downloads().registerPage(view_, weak_from_this());
   return view_;
 }
 
@@ -76,6 +182,11 @@ void WebKitPage::close() {
   link_.store(nullptr);
   if (!view_) return;
   engine_.links().forgetPage(number_);
+  engine_.downloads().forgetPage(view_);
+  find_.reset();
+  windows_.reset();
+  questions_.reset();
+  navigations_.reset();
   g_signal_handlers_disconnect_by_data(webkit_web_view_get_back_forward_list(view_), this);
   g_signal_handlers_disconnect_by_data(view_, this);
   gtk_widget_destroy(GTK_WIDGET(view_));
@@ -217,8 +328,63 @@ void WebKitPage::sendSetup() {
   if (const auto link = link_.load()) link->changeSetup(number_, setup_);
 }
 
-void WebKitPage::postFunction(const FunctionCall& call) {
-  if (const auto link = link_.load()) link->postFunction(number_, call);
+void WebKitPage::runScript(const String& script, bool isolated, const String& resultId) {
+  if (!view()) return;
+  struct Running {
+    std::weak_ptr<WebKitPage> page;
+    String resultId;
+  };
+  webkit_web_view_evaluate_javascript(
+      view_, script.utf8(), static_cast<gssize>(script.length()),
+      isolated ? "pagehost-isolated" : nullptr, nullptr, nullptr,
+      [](GObject* view, GAsyncResult* result, gpointer data) {
+        const std::unique_ptr<Running> running(static_cast<Running*>(data));
+        GError* error = nullptr;
+        JSCValue* value =
+            webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(view), result, &error);
+        OrvWebJavaScriptResultEvent event;
+        event.resultId = running->resultId;
+        event.resultType = value ? resultTypeOf(value) : OrvWebJavaScriptResultType::JSException;
+        gchar* text = value ? jsc_value_to_string(value) : nullptr;
+        event.resultString = String(value ? text : error->message);
+        g_free(text);
+        g_clear_object(&value);
+        g_clear_error(&error);
+        if (const auto page = running->page.lock()) page->raise(event);
+      },
+      new Running{weak_from_this(), resultId});
+}
+
+void WebKitPage::findString(const String& text, const FindOptions& options) {
+  if (find_) find_->find(text, options);
+}
+
+void WebKitPage::answerQuestion(unsigned int number, const QuestionAnswer& answer) {
+  if (questions_) questions_->answer(number, answer);
+}
+
+void WebKitPage::answerOrigin(PagePermission permission, const String& origin, bool granted) {
+  if (questions_) questions_->answerOrigin(permission, origin, granted);
+}
+
+void WebKitPage::answerOpenWindow(unsigned int number, std::shared_ptr<Page> page) {
+  if (windows_) windows_->answer(number, std::dynamic_pointer_cast<WebKitPage>(page));
+}
+
+void WebKitPage::download(const String& url, const String& filename) {
+  if (view()) engine_.downloads().start(view_, url, filename);
+}
+
+void WebKitPage::stepDownload(unsigned int id, DownloadStep step) {
+  engine_.downloads().step(id, step);
+}
+
+void WebKitPage::updateDownload(unsigned int id, bool save, const String& filename) {
+  engine_.downloads().decide(id, save, filename);
+}
+
+void WebKitPage::postFunction(const FunctionCall& call, const String& resultId) {
+  if (const auto link = link_.load()) link->postFunction(number_, call, resultId);
 }
 
 JavaScriptVariant WebKitPage::callFunction(const FunctionCall& call) {
@@ -247,9 +413,103 @@ link_protocol::DialogAnswer WebKitPage::dialog(const link_protocol::DialogQuesti
 }
 
 void WebKitPage::raise(OrvWebEvent::Type type) {
-  if (!client_) return;
   OrvWebEvent event(type);
-  client_->raise(event);
+  raise(event);
+}
+
+void WebKitPage::report(const FunctionCall& report) {
+  const auto self = shared_from_this();
+  const auto text = [&](std::size_t index) {
+    return index < report.arguments.size() ? report.arguments[index].stringValue() : String();
+  };
+  const String& what = report.path.front();
+  if (what == String("documentLoaded")) {
+    raise(OrvWebEvent::DocumentLoaded);
+  } else if (what == String("exception")) {
+    OrvWebJavaScriptExceptionEvent event;
+    event.exception = text(0);
+    event.file = text(1);
+    event.line =
+        report.arguments.size() > 2 ? static_cast<int>(report.arguments[2].numberValue()) : 0;
+    raise(event);
+  } else if (what == String("functionResult") && report.arguments.size() == 2) {
+    OrvWebJavaScriptFunctionResultEvent event;
+    event.resultId = text(0);
+    event.result = report.arguments[1];
+    raise(event);
+  }
+}
+
+gboolean WebKitPage::onFocusIn(GtkWidget*, GdkEvent*, WebKitPage* page) {
+  const auto self = page->shared_from_this();
+  OrvWebFocusEvent event;
+  event.isFocused = true;
+  self->raise(event);
+  return GDK_EVENT_PROPAGATE;
+}
+
+gboolean WebKitPage::onFocusOut(GtkWidget*, GdkEvent*, WebKitPage* page) {
+  const auto self = page->shared_from_this();
+  OrvWebFocusEvent event;
+  self->raise(event);
+  return GDK_EVENT_PROPAGATE;
+}
+
+void WebKitPage::onFavicon(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
+  const auto self = page->shared_from_this();
+  WebKitFaviconDatabase* database =
+      webkit_web_context_get_favicon_database(self->engine_.context());
+  const char* location = webkit_web_view_get_uri(view);
+  gchar* url = location ? webkit_favicon_database_get_favicon_uri(database, location) : nullptr;
+  const String address(url);
+  g_free(url);
+  self->client_->update<&PageState::favicon>(
+      faviconFrom(webkit_web_view_get_favicon(view), address));
+}
+
+gboolean WebKitPage::onEnterFullscreen(WebKitWebView*, WebKitPage* page) {
+  const auto self = page->shared_from_this();
+  OrvWebFullScreenEnteringEvent event;
+  self->raise(event);
+  if (event.isPreventDefault()) return TRUE;
+  self->raise(OrvWebEvent::FullScreenEnter);
+  return FALSE;
+}
+
+gboolean WebKitPage::onLeaveFullscreen(WebKitWebView*, WebKitPage* page) {
+  const auto self = page->shared_from_this();
+  self->raise(OrvWebEvent::FullScreenExit);
+  return FALSE;
+}
+
+gboolean WebKitPage::onContextMenu(WebKitWebView*, WebKitContextMenu* menu, GdkEvent*,
+                                   WebKitHitTestResult*, WebKitPage* page) {
+  const auto self = page->shared_from_this();
+  if (!self->wants(OrvWebEvent::ContextMenuRequestEvent)) return FALSE;
+  OrvWebContextMenuRequestEvent event;
+  event.menuItems = menuItemsOf(menu);
+  self->raise(event);
+  // Prevented, the chrome shows a menu of its own.
+  return event.isPreventDefault();
+}
+
+void WebKitPage::updateSecurity() {
+  if (!client_) return;
+  const auto self = shared_from_this();
+  GTlsCertificate* certificate = nullptr;
+  GTlsCertificateFlags problems = G_TLS_CERTIFICATE_NO_FLAGS;
+  const bool secured = webkit_web_view_get_tls_info(view_, &certificate, &problems) != FALSE;
+  String text;
+  if (secured && certificate) {
+    gchar* issuer = g_tls_certificate_get_issuer_name(certificate);
+    text = concat("TLS, certified by ", issuer ? issuer : "nobody known");
+    g_free(issuer);
+  }
+  client_->update<&PageState::encryptionInfo>(text);
+  if (!client_) return;
+  client_->update<&PageState::secureType>(!secured        ? OrvWebSecureType::SecureNone
+                                          : problems == 0 ? OrvWebSecureType::SecureFull
+                                                          : OrvWebSecureType::SecureFailed);
 }
 
 void WebKitPage::listenToPage() {
@@ -271,6 +531,7 @@ void WebKitPage::onTitle(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
 void WebKitPage::onLocation(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
   const auto self = page->shared_from_this();
   self->client_->update<&PageState::location>(String(webkit_web_view_get_uri(view)));
+  if (self->client_) self->navigations_->moved();
 }
 
 void WebKitPage::onProgress(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
@@ -314,6 +575,8 @@ void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKi
       self->unstartedLoad_ = nullptr;
       break;
     case WEBKIT_LOAD_COMMITTED:
+      self->updateSecurity();
+      self->navigations_->committed();
       self->raise(OrvWebEvent::DocumentLoadCommitted);
       break;
     case WEBKIT_LOAD_FINISHED: {
@@ -348,14 +611,24 @@ gboolean WebKitPage::onLoadFailed(WebKitWebView*, WebKitLoadEvent, const gchar* 
                       WEBKIT_POLICY_ERROR_FRAME_LOAD_INTERRUPTED_BY_POLICY_CHANGE)) {
     return TRUE;
   }
-  self->showFailure(uri, error->message);
+  OrvWebNetworkErrorEvent event;
+  event.message = String(error->message);
+  event.status = error->code;
+  event.url = String(uri);
+  self->raise(event);
+  // Prevented, the chrome shows a page of its own.
+  if (!event.isPreventDefault()) self->showFailure(uri, error->message);
   self->raise(OrvWebEvent::DocumentLoadFailed);
   return TRUE;
 }
 
-gboolean WebKitPage::onTlsFailed(WebKitWebView*, const gchar* uri, GTlsCertificate*,
-                                 GTlsCertificateFlags, WebKitPage* page) {
+gboolean WebKitPage::onTlsFailed(WebKitWebView*, const gchar* uri, GTlsCertificate* certificate,
+                                 GTlsCertificateFlags problems, WebKitPage* page) {
   const auto self = page->shared_from_this();
+  OrvWebSSLHandshakingFailedEvent event;
+  event.connectionInfo = connectionInfoFrom(uri, certificate, problems);
+  event.url = String(uri);
+  self->raise(event);
   self->showFailure(uri, "The server's certificate is not trusted.");
   self->raise(OrvWebEvent::DocumentLoadFailed);
   return TRUE;
@@ -378,6 +651,7 @@ void WebKitPage::onProcessEnded(WebKitWebView* view, WebKitWebProcessTermination
 }
 
 void WebKitPage::showFailure(const String& uri, const String& reason) {
+  if (!view_) return;
   logAlways(LogError, "%s could not be loaded: %s %s", uri.utf8(), reason.utf8(),
             loadFailureHint_.utf8());
   gchar* page = g_markup_printf_escaped(

@@ -88,43 +88,58 @@ gboolean WebProcessLinks::onConnection(gint fd, GIOCondition, gpointer data) {
   return G_SOURCE_CONTINUE;
 }
 
-void WebProcessLinks::registerPage(std::uint64_t number, std::shared_ptr<LinkedPage> page) {
-  pages_[number] = page;
+void WebProcessLinks::registerPage(std::uint64_t number, const std::shared_ptr<LinkedPage>& page) {
+  pages_[number] = {page, nullptr};
 }
 
 void WebProcessLinks::forgetPage(std::uint64_t number) {
   pages_.erase(number);
 }
 
-std::shared_ptr<LinkedPage> WebProcessLinks::pageFor(std::uint64_t number) const {
+std::shared_ptr<LinkedPage> WebProcessLinks::pageBehind(const PageLink& link,
+                                                        std::uint64_t number) const {
   const auto found = pages_.find(number);
-  return found == pages_.end() ? nullptr : found->second.lock();
+  const bool there = found != pages_.end() && found->second.link == &link;
+  return there ? found->second.page.lock() : nullptr;
 }
 
 bool WebProcessLinks::pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t page,
                                   link_protocol::PageSetup& setup) {
-  const auto ours = pageFor(page);
+  const auto found = pages_.find(page);
+  if (found == pages_.end()) return false;
+  // A web process that was taken over must not speak for the page of another one.
+  if (found->second.link && found->second.link != link.get()) return false;
+  const auto ours = found->second.page.lock();
   if (!ours) return false;
+  found->second.link = link.get();
   ours->linkReady(link);
   setup = ours->setup();
   return true;
 }
 
-String WebProcessLinks::nativeCall(std::uint64_t page,
+String WebProcessLinks::nativeCall(const PageLink& link, std::uint64_t page,
                                    const link_protocol::NativeArguments& arguments) {
-  const auto ours = pageFor(page);
+  const auto ours = pageBehind(link, page);
   // The module only offers the call where it is allowed; this is for the web process that was
   // taken over.
   if (!ours || !ours->setup().callbackObject) return String();
   return ours->nativeCall(arguments);
 }
 
-link_protocol::DialogAnswer WebProcessLinks::dialog(std::uint64_t page,
+link_protocol::DialogAnswer WebProcessLinks::dialog(const PageLink& link, std::uint64_t page,
                                                     const link_protocol::DialogQuestion& question) {
-  const auto ours = pageFor(page);
-  return ours ? ours->dialog(question) : link_protocol::DialogAnswer();
+  const auto ours = pageBehind(link, page);
+  return ours && ours->setup().drivesApplication ? ours->dialog(question)
+                                                 : link_protocol::DialogAnswer();
+}
+
+void WebProcessLinks::report(const PageLink& link, std::uint64_t page, const FunctionCall& report) {
+  if (const auto ours = pageBehind(link, page)) ours->report(report);
 }
 
 void WebProcessLinks::linkClosed(PageLink& link) {
+  for (auto& [number, registered] : pages_) {
+    if (registered.link == &link) registered.link = nullptr;
+  }
   links_.erase(&link);
 }

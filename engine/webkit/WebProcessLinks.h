@@ -21,6 +21,7 @@ class LinkedPage {
   // Only called while the page's setup lets it call native functions.
   virtual Tessel::Platform::String nativeCall(const link_protocol::NativeArguments& arguments) = 0;
   virtual link_protocol::DialogAnswer dialog(const link_protocol::DialogQuestion& question) = 0;
+  virtual void report(const FunctionCall& report) = 0;
 };
 
 class WebProcessLinks final : private PageLinkDelegate {
@@ -35,25 +36,31 @@ class WebProcessLinks final : private PageLinkDelegate {
   const std::string& token() const { return token_; }
 
   // The page answers for the engine's page of that number until it is forgotten.
-  void registerPage(std::uint64_t number, std::shared_ptr<LinkedPage> page);
+  void registerPage(std::uint64_t number, const std::shared_ptr<LinkedPage>& page);
   void forgetPage(std::uint64_t number);
 
  private:
   static gboolean onConnection(gint fd, GIOCondition condition, gpointer self);
-  std::shared_ptr<LinkedPage> pageFor(std::uint64_t number) const;
+  // The page of that number, if it lives in the web process of that link.
+  std::shared_ptr<LinkedPage> pageBehind(const PageLink& link, std::uint64_t number) const;
 
   bool pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t page,
                    link_protocol::PageSetup& setup) override;
-  Tessel::Platform::String nativeCall(std::uint64_t page,
+  Tessel::Platform::String nativeCall(const PageLink& link, std::uint64_t page,
                                       const link_protocol::NativeArguments& arguments) override;
-  link_protocol::DialogAnswer dialog(std::uint64_t page,
+  link_protocol::DialogAnswer dialog(const PageLink& link, std::uint64_t page,
                                      const link_protocol::DialogQuestion& question) override;
+  void report(const PageLink& link, std::uint64_t page, const FunctionCall& report) override;
   void linkClosed(PageLink& link) override;
 
   Tessel::Platform::UniqueFd listener_;
   guint listenerSource_ = 0;
   std::string address_;
   std::string token_;
-  std::map<std::uint64_t, std::weak_ptr<LinkedPage>> pages_;
+  struct Registered {
+    std::weak_ptr<LinkedPage> page;
+    const PageLink* link = nullptr;  // where the page lives; null while it does not
+  };
+  std::map<std::uint64_t, Registered> pages_;
   std::map<PageLink*, std::shared_ptr<PageLink>> links_;
 };

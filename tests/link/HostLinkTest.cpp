@@ -47,7 +47,7 @@ class HostLinkTest : public testing::Test, protected HostLinkDelegate {
   }
 
   void post(const char* function) {
-    host_.send(FrameKind::PostFunction, 0, page, encode(FunctionCall{{function}, {}}));
+    host_.send(FrameKind::PostFunction, 0, page, encode(PostedCall{{{function}, {}}, {}}));
   }
   void call(std::uint32_t id, const char* function) {
     host_.send(FrameKind::CallFunction, id, page, encode(FunctionCall{{function}, {}}));

@@ -34,16 +34,22 @@ class FakeDelegate final : public PageLinkDelegate {
     setup = sampleSetups().back();
     return true;
   }
-  String nativeCall(std::uint64_t number, const NativeArguments& arguments) override {
+  String nativeCall(const PageLink&, std::uint64_t number,
+                    const NativeArguments& arguments) override {
     note();
     EXPECT_EQ(number, page);
     return onNativeCall(arguments);
   }
-  DialogAnswer dialog(std::uint64_t, const DialogQuestion& question) override {
+  DialogAnswer dialog(const PageLink&, std::uint64_t, const DialogQuestion& question) override {
     note();
     return {question.kind == DialogKind::Confirm, question.message};
   }
+  void report(const PageLink&, std::uint64_t, const FunctionCall& report) override {
+    reports.push_back(report);
+  }
   void linkClosed(PageLink&) override { ++closed; }
+
+  std::vector<FunctionCall> reports;
 
   std::function<String(const NativeArguments&)> onNativeCall = [](auto&) { return String(); };
   int questions = 0;
@@ -199,7 +205,7 @@ TEST(PageLinkTest, WhatIsNoQuestionClosesTheLink) {
       {FrameKind::NativeCall, rawBytes(0xffffffffu)},
       {FrameKind::Dialog, std::string("\x09\0\0\0\0\0\0\0\0", 9)},
       {FrameKind::Hello, token},
-      {FrameKind::PostFunction, encode(FunctionCall())},
+      {FrameKind::PostFunction, encode(PostedCall())},
       {FrameKind::CallFunction, encode(FunctionCall())},
       {FrameKind::SetupChanged, encode(PageSetup())},
       {static_cast<FrameKind>(frameKindCount), ""}};
@@ -380,9 +386,9 @@ TEST(PageLinkTest, PostsToAPeerThatDoesNotReadBlockNobodyAndKeepTheirOrder) {
     std::atomic<int> right = 0;
     Script peer([&] {
       for (int i = 0; i < count; ++i) {
-        FunctionCall call;
+        PostedCall post;
         const Frame frame = host.peer.next(FrameKind::PostFunction);
-        if (!decode(frame.payload, call) || call.arguments.at(0).numberValue() != i) return;
+        if (!decode(frame.payload, post) || post.call.arguments.at(0).numberValue() != i) return;
         ++right;
       }
       if (driver == Driver::MainLoop) return;

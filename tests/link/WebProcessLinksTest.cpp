@@ -19,6 +19,8 @@ class FakeLinkedPage final : public LinkedPage {
   PageSetup setup() const override { return currentSetup; }
   String nativeCall(const NativeArguments&) override { return "called"; }
   DialogAnswer dialog(const DialogQuestion&) override { return {true, "answered"}; }
+  void report(const FunctionCall& report) override { reports.push_back(report); }
+  std::vector<FunctionCall> reports;
 
   std::shared_ptr<PageLink> link;
   PageSetup currentSetup;
@@ -113,6 +115,31 @@ TEST_F(WebProcessLinksTest, EachProcessHasALinkOfItsOwnAndOnlyWithTheToken) {
   EXPECT_FALSE(std::filesystem::exists(address));
   EXPECT_TRUE(b.hasGone());
   EXPECT_FALSE(second->link->callFunction(2, {{"f"}, {}}));
+}
+
+TEST_F(WebProcessLinksTest, AWebProcessCannotSpeakForThePageOfAnother) {
+  const auto page = std::make_shared<FakeLinkedPage>();
+  page->currentSetup = {true, true, {}};
+  links_->registerPage(1, page);
+  ScriptedPeer owner = connect(links_->token());
+  ScriptedPeer thief = connect(links_->token());
+  ask(owner, FrameKind::PageCreated, 1, "");
+  const auto link = page->link;
+  EXPECT_EQ(ask(thief, FrameKind::PageCreated, 1, ""), encode(PageSetup()));
+  EXPECT_EQ(callNative(thief, 1), "");
+  thief.send(FrameKind::Report, 0, 1, encode(FunctionCall{{"documentLoaded"}, {}}));
+  EXPECT_EQ(callNative(thief, 1), "") << "the report before it was read, and dropped";
+  EXPECT_TRUE(page->reports.empty());
+  EXPECT_EQ(page->link, link);
+
+  // A page whose process has ended may live in another one.
+  owner.close();
+  page->link.reset();
+  EXPECT_TRUE(iterateUntil([&] {
+    ask(thief, FrameKind::PageCreated, 1, "");
+    return page->link != nullptr;
+  }));
+  EXPECT_EQ(callNative(thief, 1), "called");
 }
 
 TEST_F(WebProcessLinksTest, AFolderThatCannotHoldASocketIsTold) {

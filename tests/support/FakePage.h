@@ -56,15 +56,51 @@ class FakePage final : public Page {
   void setRequestHeaders(const std::vector<OrvWebHeader>& list) override { headers = list; }
   void setCallbackObjectEnabled(bool enabled) override { callbackObjectEnabled = enabled; }
   void setDrivesApplication(const String& hint) override { note("setDrivesApplication", hint); }
-  void postFunction(const FunctionCall& call) override { posted.push_back(call); }
+  void runScript(const String& script, bool isolated, const String& resultId) override {
+    note("runScript", script, isolated ? "isolated" : "normal", resultId);
+  }
+  void findString(const String& text, const FindOptions& options) override {
+    finds.emplace_back(text, options);
+  }
+  void answerQuestion(unsigned int number, const QuestionAnswer& answer) override {
+    answers.emplace_back(number, answer);
+  }
+  void answerOrigin(PagePermission, const String& origin, bool granted) override {
+    note("answerOrigin", origin, granted ? "granted" : "refused");
+  }
+  void answerOpenWindow(unsigned int number, std::shared_ptr<Page> page) override {
+    windows.emplace_back(number, page);
+  }
+  void download(const String& url, const String& filename) override {
+    note("download", url, filename);
+  }
+  void stepDownload(unsigned int id, DownloadStep step) override {
+    note("stepDownload", String::fromUnsignedInteger(id),
+         String::fromSignedInteger(static_cast<int>(step)));
+  }
+  void updateDownload(unsigned int id, bool save, const String& filename) override {
+    note("updateDownload", String::fromUnsignedInteger(id), save ? "save" : "discard", filename);
+  }
+  void postFunction(const FunctionCall& call, const String& resultId) override {
+    posted.push_back(call);
+    resultIds.push_back(resultId);
+  }
+
+  std::vector<std::pair<String, FindOptions>> finds;
+  std::vector<std::pair<unsigned int, QuestionAnswer>> answers;
+  std::vector<std::pair<unsigned int, std::shared_ptr<Page>>> windows;
+  std::vector<String> resultIds;
   JavaScriptVariant callFunction(const FunctionCall& call) override {
     called.push_back(call);
     return answer ? answer(call) : JavaScriptVariant();
   }
 
  private:
-  void note(const char* operation, const String& arguments = {}) {
-    trace.push_back(concat(operation, "(", arguments, ")").toStdString());
+  template <typename... Arguments>
+  void note(const char* operation, const Arguments&... arguments) {
+    std::string text;
+    ((text.append(text.empty() ? "" : ", ").append(String(arguments).view())), ...);
+    trace.push_back(std::string(operation) + "(" + text + ")");
   }
 };
 

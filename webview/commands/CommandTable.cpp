@@ -31,6 +31,53 @@ bool readMembers(const char* json, std::initializer_list<std::pair<const char*, 
   return true;
 }
 
+namespace {
+
+// Calls the visitor with each element; not at all for a text that is no array.
+template <typename Visit>
+void forEachElement(const char* json, Visit&& visit) {
+  rapidjson::Document document;
+  document.Parse<rapidjson::kParseIterativeFlag>(json);
+  if (document.HasParseError() || !document.IsArray()) return;
+  for (const rapidjson::Value& element : document.GetArray()) visit(element);
+}
+
+String textOf(const rapidjson::Value& value) {
+  return std::string_view(value.GetString(), value.GetStringLength());
+}
+
+}  // namespace
+
+bool Value<std::vector<String>>::parse(const char* text, std::vector<String>& value) {
+  forEachElement(text, [&](const rapidjson::Value& element) {
+    if (element.IsString()) value.push_back(textOf(element));
+  });
+  return true;
+}
+
+bool Value<std::vector<JavaScriptVariant>>::parse(const char* text,
+                                                  std::vector<JavaScriptVariant>& value) {
+  forEachElement(text, [&](const rapidjson::Value& element) {
+    if (element.IsString()) {
+      value.emplace_back(textOf(element));
+    } else if (element.IsInt()) {
+      value.emplace_back(element.GetInt());
+    } else if (element.IsDouble()) {
+      value.emplace_back(element.GetDouble());
+    } else if (element.IsBool()) {
+      value.emplace_back(element.GetBool());
+    }
+  });
+  return true;
+}
+
+bool Value<OrvWebView*>::parse(const char* text, OrvWebView*& value) {
+  unsigned int handle = 0;
+  if (!Value<unsigned int>::parse(text, handle)) return false;
+  value = WebViewManager::instance().webViewForHandle(handle);
+  return true;
+}
+
 }  // namespace commands
 
 namespace {

@@ -67,6 +67,26 @@ struct Value<unsigned int> {
 };
 
 template <>
+struct Value<unsigned long long> {
+  static bool parse(const char* text, unsigned long long& value) {
+    errno = 0;
+    value = std::strtoull(text, nullptr, 10);
+    return !conversionFailed();
+  }
+};
+
+// By name, in both directions.
+template <NamedEnumeration Type>
+struct Value<Type> {
+  static bool parse(const char* text, Type& value) {
+    bool notFound = false;
+    value = fromName<Type>(text, notFound);
+    return !notFound;
+  }
+  static String text(Type value) { return nameOf(value); }
+};
+
+template <>
 struct Value<double> {
   // Values are floats at heart: what a float cannot hold is refused.
   static bool parse(const char* text, double& value) {
@@ -118,6 +138,27 @@ struct Value<OrvWebRect> {
         {{"x", &value.x}, {"y", &value.y}, {"width", &value.width}, {"height", &value.height}});
   }
   static String text(const OrvWebRect& value) { return fields::textOf(value); }
+};
+
+// JSON arrays. Elements of another kind are skipped; a text that is no array is an empty one.
+template <>
+struct Value<std::vector<String>> {
+  static bool parse(const char* text, std::vector<String>& value);
+};
+template <>
+struct Value<std::vector<JavaScriptVariant>> {
+  static bool parse(const char* text, std::vector<JavaScriptVariant>& value);
+};
+
+// A web view of this process by its handle; null for a handle that names none.
+template <>
+struct Value<OrvWebView*> {
+  static bool parse(const char* text, OrvWebView*& value);
+};
+
+template <>
+struct Value<OrvWebFavicon> {
+  static String text(const OrvWebFavicon& value) { return fields::textOf(value); }
 };
 
 template <>

@@ -1,10 +1,11 @@
-// The fields of every event and record, and the setters that an answer may call. A new field is
-// one line here. Any thread.
+// The fields of every event and record, and the setters that an answer may call: those of the
+// table of event classes, and the few that are more than a value. Any thread.
 //
 // Events are written in byte order of their keys, whatever the order here, together with the
 // fields that they inherit; records in the order here.
 #pragma once
 
+#include "engine/OrvWebEvents.h"
 #include "webview/events/Fields.h"
 #include "webview/events/Names.h"
 
@@ -58,6 +59,84 @@ struct FieldsOf<OrvWebPropertyChangedEvent> {
   };
 };
 
+// The name that an event's class goes by in errors.
+template <typename Event>
+inline constexpr const char* classNameOf = "";
+template <>
+inline constexpr const char* classNameOf<OrvWebJavaScriptCallbackEvent> =
+    "OrvWebJavaScriptCallbackEvent";
+
+#define LITERAL(name, text) field(#name, [](const Event&) { return text; }),
+#define EVENT(Class, Type, Base)                            \
+  template <>                                               \
+  inline constexpr const char* classNameOf<Class> = #Class; \
+  template <>                                               \
+  struct FieldsOf<Class> {                                  \
+    using Event = Class;                                    \
+    static constexpr std::tuple list {
+#define FIELD(type, name) \
+  field(#name, [](const Event& event) -> decltype(auto) { return event.name(); }),
+#define ANSWER(name, field)
+#define END_EVENT \
+  }               \
+  ;               \
+  }               \
+  ;
+#include "engine/EventClasses.def"
+#undef ANSWER
+#undef FIELD
+#undef EVENT
+#undef LITERAL
+
+#define EVENT(Class, Type, Base) \
+  template <>                    \
+  struct SettersOf<Class> {      \
+    using Event = Class;         \
+    static constexpr std::tuple list {
+#define FIELD(type, name)
+#define LITERAL(name, text)
+#define ANSWER(name, field) setter(#name, &Event::name),
+#include "engine/EventClasses.def"
+#undef ANSWER
+#undef LITERAL
+#undef FIELD
+#undef EVENT
+#undef END_EVENT
+
+// The class of a type's events; those that carry nothing of their own are plain ones.
+template <int Type>
+struct EventClass {
+  using type = OrvWebEvent;
+};
+template <>
+struct EventClass<OrvWebEvent::JavaScriptCallback> {
+  using type = OrvWebJavaScriptCallbackEvent;
+};
+template <>
+struct EventClass<OrvWebEvent::PropertyChanged> {
+  using type = OrvWebPropertyChangedEvent;
+};
+// A second number of the same events.
+template <>
+struct EventClass<OrvWebEvent::JavaScriptFunctionResultEvent> {
+  using type = OrvWebJavaScriptFunctionResultEvent;
+};
+#define EVENT(Class, Type, Base)         \
+  template <>                            \
+  struct EventClass<OrvWebEvent::Type> { \
+    using type = Class;                  \
+  };
+#define FIELD(type, name)
+#define LITERAL(name, text)
+#define ANSWER(name, field)
+#define END_EVENT
+#include "engine/EventClasses.def"
+#undef END_EVENT
+#undef ANSWER
+#undef LITERAL
+#undef FIELD
+#undef EVENT
+
 template <>
 struct FieldsOf<OrvWebRect> {
   static constexpr std::tuple list{
@@ -65,6 +144,28 @@ struct FieldsOf<OrvWebRect> {
       field("width", &OrvWebRect::width),
       field("x", &OrvWebRect::x),
       field("y", &OrvWebRect::y),
+  };
+};
+
+template <>
+struct FieldsOf<OrvWebPoint> {
+  static constexpr std::tuple list{field("x", &OrvWebPoint::x), field("y", &OrvWebPoint::y)};
+};
+
+template <>
+struct FieldsOf<OrvWebSize> {
+  static constexpr std::tuple list{field("height", &OrvWebSize::height),
+                                   field("width", &OrvWebSize::width)};
+};
+
+template <>
+struct FieldsOf<OrvWebFavicon> {
+  static constexpr std::tuple list{
+      field("data", [](const OrvWebFavicon&) { return "Unsupported type: unsigned char*"; }),
+      field("dataInBase64", &OrvWebFavicon::dataInBase64),
+      field("height", &OrvWebFavicon::height),
+      field("url", &OrvWebFavicon::url),
+      field("width", &OrvWebFavicon::width),
   };
 };
 

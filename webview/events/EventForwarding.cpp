@@ -1,29 +1,22 @@
 // The way of an event from a web view to the chrome, and of the answer back. UI thread.
 #include "webview/events/EventForwarding.h"
 
+#include "bindings/BindingManager.h"
 #include "engine/OrvWebView.h"
+#include "webview/WebView.h"
+#include "webview/WebViewManager.h"
 #include "webview/events/EventFields.h"
 #include "webview/events/Names.h"
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <limits>
 
 using Tessel::Platform::String;
 
 namespace {
-
-// The class of a type's events; those that carry nothing of their own are plain ones.
-template <int Type>
-struct EventClass {
-  using type = OrvWebEvent;
-};
-template <>
-struct EventClass<OrvWebEvent::JavaScriptCallback> {
-  using type = OrvWebJavaScriptCallbackEvent;
-};
-template <>
-struct EventClass<OrvWebEvent::PropertyChanged> {
-  using type = OrvWebPropertyChangedEvent;
-};
 
 // Types that are sent without a body.
 constexpr bool hasBody(int type) {
@@ -59,14 +52,26 @@ String bodyOf(const OrvWebEvent& base) {
   });
 }
 
+// "jsonOnObject_" and the name of the class: what mistakes in an answer are reported under.
+template <typename Event>
+constexpr auto jsonOnObjectName() {
+  constexpr std::string_view prefix = "jsonOnObject_";
+  constexpr std::string_view name = fields::classNameOf<Event>;
+  std::array<char, prefix.size() + name.size() + 1> text{};
+  std::copy(name.begin(), name.end(), std::copy(prefix.begin(), prefix.end(), text.begin()));
+  return text;
+}
+
 template <typename Event>
 void applyTo(OrvWebEvent& base, const rapidjson::Value& answer) {
+  static constexpr auto function = jsonOnObjectName<Event>();
   auto& event = static_cast<Event&>(base);
   fields::forEachInKeyOrder<WithInherited<fields::SettersOf, Event>>([&](const auto& entry) {
     const rapidjson::Value key(
         rapidjson::StringRef(entry.key.data(), static_cast<rapidjson::SizeType>(entry.key.size())));
     const auto member = answer.FindMember(key);
-    fields::apply(event, entry.set, member == answer.MemberEnd() ? nullptr : &member->value);
+    fields::apply(event, entry.set, member == answer.MemberEnd() ? nullptr : &member->value,
+                  fields::AnswerErrors{function.data()});
   });
 }
 
@@ -78,7 +83,7 @@ struct Row {
 
 template <int Type>
 constexpr Row rowOf() {
-  using Event = typename EventClass<Type>::type;
+  using Event = typename fields::EventClass<Type>::type;
   Row row;
   if constexpr (hasBody(Type)) row.body = bodyOf<Event>;
   if constexpr (std::is_base_of_v<OrvWebSendEvent, Event>) row.apply = applyTo<Event>;
@@ -111,8 +116,44 @@ String valueText(const String& value) {
 String valueText(const OrvWebRect& value) {
   return fields::textOf(value);
 }
+String valueText(const OrvWebFavicon& value) {
+  return fields::textOf(value);
+}
+String valueText(OrvWebSecureType value) {
+  return nameOf(value);
+}
 
 }  // namespace
+
+namespace fields {
+
+void write(JsonWriter& writer, const OrvWebView* view) {
+  const auto* webView = dynamic_cast<const WebView*>(view);
+  write(writer, String::fromUnsignedInteger(
+                    webView ? WebViewManager::instance().handleForWebView(webView) : 0));
+}
+
+void AnswerErrors::report(const char* word) const {
+  BindingManager::reportArgumentError(0, word, function);
+}
+
+bool webViewFrom(const char* handle, const AnswerErrors& errors, OrvWebView*& view) {
+  errno = 0;
+  const unsigned long long number = std::strtoull(handle, nullptr, 10);
+  if (errno == ERANGE || errno == EINVAL || number > std::numeric_limits<unsigned int>::max()) {
+    errors.report(handle);
+    return false;
+  }
+  WebViewManager& manager = WebViewManager::instance();
+  view = manager.webViewForHandle(static_cast<unsigned int>(number));
+  if (!view) {
+    manager.informChromeOfError(
+        Tessel::Platform::concat("Can't get webview for this handle: ", handle));
+  }
+  return view != nullptr;
+}
+
+}  // namespace fields
 
 String jsonFromObject(const OrvWebEvent& event) {
   const Row* row = rowFor(event);

@@ -2,9 +2,12 @@
 // the JSON writer and the reader of answers. Any thread: everything is known at compile time.
 #pragma once
 
+#include "engine/JavaScriptVariant.h"
 #include "engine/OrvWebEvent.h"
 #include "engine/Records.h"
+#include "engine/SecurityRecords.h"
 #include "platform/String.h"
+#include "webview/events/EnumerationNames.h"
 
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
@@ -92,6 +95,9 @@ inline void write(JsonWriter& writer, int value) {
 inline void write(JsonWriter& writer, unsigned int value) {
   writer.Uint(value);
 }
+inline void write(JsonWriter& writer, std::uint64_t value) {
+  writer.Uint64(value);
+}
 inline void write(JsonWriter& writer, double value) {
   const std::string text = Tessel::Platform::formatNumberText(value);
   writer.RawValue(text.data(), text.size(), rapidjson::kNumberType);
@@ -105,6 +111,30 @@ inline void write(JsonWriter& writer, const Tessel::Platform::String& text) {
 inline void write(JsonWriter& writer, const char* text) {
   write(writer, std::string_view(text ? text : ""));
 }
+
+template <NamedEnumeration Type>
+void write(JsonWriter& writer, Type value) {
+  write(writer, nameOf(value));
+}
+inline void write(JsonWriter& writer, const JavaScriptVariant& value) {
+  switch (value.type()) {
+    case JavaScriptVariant::Number:
+      return write(writer, value.numberValue());
+    case JavaScriptVariant::Text:
+      return write(writer, value.stringValue());
+    case JavaScriptVariant::Boolean:
+      return write(writer, value.booleanValue());
+    default:
+      return write(writer, "");
+  }
+}
+// A record that brings its own text.
+inline void write(JsonWriter& writer, const SSLConnectionInfo& value) {
+  const Tessel::Platform::String text = value.serialize();
+  writer.RawValue(text.utf8(), text.length(), rapidjson::kObjectType);
+}
+// A web view goes by its handle.
+void write(JsonWriter& writer, const OrvWebView* view);
 
 // A record is an object with its fields in the order of their list.
 template <typename Record>
@@ -153,14 +183,51 @@ Tessel::Platform::String textOf(const Value& value) {
   return jsonText([&](JsonWriter& writer) { write(writer, value); });
 }
 
+// An answer that is being applied: what is wrong with a word of it is the chrome's mistake, and it
+// is told which function it made it in.
+struct AnswerErrors {
+  const char* function;
+  void report(const char* word) const;
+};
+
 // Calls the setter when the value is of a kind that it takes; an absent one is null.
 template <typename Event, typename Base>
-void apply(Event& event, void (Base::*set)(bool), const rapidjson::Value* value) {
+void apply(Event& event, void (Base::*set)(bool), const rapidjson::Value* value,
+           const AnswerErrors&) {
   if (value && value->IsBool()) (event.*set)(value->GetBool());
 }
 template <typename Event, typename Base>
+void apply(Event& event, void (Base::*set)(int), const rapidjson::Value* value,
+           const AnswerErrors&) {
+  if (value && value->IsInt()) (event.*set)(value->GetInt());
+}
+template <typename Event, typename Base>
+void apply(Event& event, void (Base::*set)(unsigned int), const rapidjson::Value* value,
+           const AnswerErrors&) {
+  if (value && value->IsUint()) (event.*set)(value->GetUint());
+}
+template <typename Event, typename Base, NamedEnumeration Type>
+void apply(Event& event, void (Base::*set)(Type), const rapidjson::Value* value,
+           const AnswerErrors& errors) {
+  if (!value || !value->IsString()) return;
+  bool notFound = false;
+  const Type number = fromName<Type>(value->GetString(), notFound);
+  if (notFound) return errors.report(value->GetString());
+  (event.*set)(number);
+}
+// A handle in decimal; false, and the mistake is reported, when it names no web view.
+bool webViewFrom(const char* handle, const AnswerErrors& errors, OrvWebView*& view);
+template <typename Event, typename Base>
+void apply(Event& event, void (Base::*set)(OrvWebView*), const rapidjson::Value* value,
+           const AnswerErrors& errors) {
+  OrvWebView* view = nullptr;
+  if (value && value->IsString() && webViewFrom(value->GetString(), errors, view)) {
+    (event.*set)(view);
+  }
+}
+template <typename Event, typename Base>
 void apply(Event& event, void (Base::*set)(const Tessel::Platform::String&),
-           const rapidjson::Value* value) {
+           const rapidjson::Value* value, const AnswerErrors&) {
   // No text is the empty text; something else is no text at all.
   if (!value || value->IsNull()) return (event.*set)(Tessel::Platform::String());
   if (value->IsString()) (event.*set)(Tessel::Platform::String(value->GetString()));

@@ -1,5 +1,4 @@
-// Names to numbers and back, from one array: the position of a name is its number. Any thread:
-// everything is made at compile time.
+// Names to numbers and back, from one array. Any thread: everything is made at compile time.
 #pragma once
 
 #include <algorithm>
@@ -7,36 +6,47 @@
 #include <cstddef>
 #include <string_view>
 
+struct NumberedName {
+  const char* name;
+  int number;
+};
+
+// The names stand in the order of their numbers, which mostly follow each other.
 template <std::size_t Count>
 class NameTable {
  public:
-  constexpr explicit NameTable(const std::array<const char*, Count>& names) : names_(names) {
+  constexpr explicit NameTable(const std::array<NumberedName, Count>& names) : names_(names) {
     for (std::size_t i = 0; i < Count; ++i) order_[i] = i;
     std::sort(order_.begin(), order_.end(), [&](std::size_t a, std::size_t b) {
-      return std::string_view(names_[a]) < std::string_view(names_[b]);
+      return std::string_view(names_[a].name) < std::string_view(names_[b].name);
     });
   }
 
   // "" for a number outside the table.
   constexpr const char* name(int number) const {
-    return number >= 0 && static_cast<std::size_t>(number) < Count
-               ? names_[static_cast<std::size_t>(number)]
-               : "";
+    const auto place = static_cast<std::size_t>(static_cast<unsigned int>(number) -
+                                                static_cast<unsigned int>(names_[0].number));
+    if (place < Count && names_[place].number == number) return names_[place].name;
+    for (const NumberedName& entry : names_) {
+      if (entry.number == number) return entry.name;
+    }
+    return "";
   }
 
   // The number of exactly that name; 0, and notFound is set, when there is none.
   constexpr int number(const char* name, bool& notFound) const {
     const std::string_view text(name ? name : "");
-    const auto place = std::lower_bound(
-        order_.begin(), order_.end(), text,
-        [&](std::size_t i, std::string_view t) { return std::string_view(names_[i]) < t; });
-    notFound = place == order_.end() || names_[*place] != text;
-    return notFound ? 0 : static_cast<int>(*place);
+    const auto place = std::lower_bound(order_.begin(), order_.end(), text,
+                                        [&](std::size_t i, std::string_view wanted) {
+                                          return std::string_view(names_[i].name) < wanted;
+                                        });
+    notFound = place == order_.end() || names_[*place].name != text;
+    return notFound ? 0 : names_[*place].number;
   }
 
-  constexpr std::size_t size() const { return Count; }
+  constexpr const std::array<NumberedName, Count>& names() const { return names_; }
 
  private:
-  std::array<const char*, Count> names_;
-  std::array<std::size_t, Count> order_{};  // numbers in byte order of their names
+  std::array<NumberedName, Count> names_;
+  std::array<std::size_t, Count> order_{};  // places in byte order of the names
 };

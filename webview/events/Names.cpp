@@ -7,29 +7,28 @@ using Tessel::Platform::String;
 
 namespace {
 
-constexpr NameTable<OrvWebEvent::typeCount> eventTypes({
-#define EVENT_TYPE(name) #name,
+constexpr NameTable eventTypes{std::array{
+#define EVENT_TYPE(name) NumberedName{#name, OrvWebEvent::name},
 #include "engine/EventTypes.def"
 #undef EVENT_TYPE
-});
+}};
 
-constexpr NameTable<OrvWebPropertyChangedEvent::propertyCount> properties({
-#define PROPERTY(name) #name,
+constexpr NameTable properties{std::array{
+#define PROPERTY(name) NumberedName{#name, OrvWebPropertyChangedEvent::name},
 #include "engine/Properties.def"
 #undef PROPERTY
-});
+}};
 
-constexpr NameTable<OrvWebPropertyChangedEvent::propertyCount> propertyEvents({
-#define PROPERTY(name) "Property" #name "Event",
+constexpr NameTable propertyEvents{std::array{
+#define PROPERTY(name) NumberedName{"Property" #name "Event", OrvWebPropertyChangedEvent::name},
 #include "engine/Properties.def"
 #undef PROPERTY
-});
+}};
 
 template <std::size_t Count>
 void appendMembers(std::string& text, const NameTable<Count>& names) {
-  for (std::size_t i = 0; i < Count; ++i) {
-    text.append(text.size() > 1 ? ",\"" : "\"").append(names.name(static_cast<int>(i)));
-    text.append("\":true");
+  for (const NumberedName& entry : names.names()) {
+    text.append(text.size() > 1 ? ",\"" : "\"").append(entry.name).append("\":true");
   }
 }
 

@@ -189,6 +189,8 @@ auto fieldsOf(Record& record) {
   using Plain = std::remove_const_t<Record>;
   if constexpr (std::is_same_v<Plain, FunctionCall>) {
     return std::tie(record.path, record.arguments);
+  } else if constexpr (std::is_same_v<Plain, PostedCall>) {
+    return std::tie(record.call.path, record.call.arguments, record.resultId);
   } else if constexpr (std::is_same_v<Plain, PageSetup>) {
     return std::tie(record.callbackObject, record.drivesApplication, record.requestHeaders);
   } else if constexpr (std::is_same_v<Plain, DialogQuestion>) {
@@ -220,6 +222,9 @@ bool decodeRecord(std::string_view payload, Record& record) {
 std::string encode(const FunctionCall& call) {
   return encodeRecord(call);
 }
+std::string encode(const PostedCall& call) {
+  return encodeRecord(call);
+}
 std::string encode(const JavaScriptVariant& value) {
   return encodeRecord(value);
 }
@@ -237,6 +242,9 @@ std::string encode(const NativeArguments& arguments) {
 }
 
 bool decode(std::string_view payload, FunctionCall& call) {
+  return decodeRecord(payload, call);
+}
+bool decode(std::string_view payload, PostedCall& call) {
   return decodeRecord(payload, call);
 }
 bool decode(std::string_view payload, JavaScriptVariant& value) {

@@ -23,6 +23,7 @@ enum class FrameKind : std::uint32_t {
   NativeCall,   // asks for the text that a native function returns
   Dialog,       // asks for a dialog's DialogAnswer
   Log,          // a text for the program's log
+  Report,       // something has happened in a page: a FunctionCall that names it
   // From the program.
   PostFunction,  // run it when no native call is going on
   CallFunction,  // run it now; asks for its value
@@ -73,10 +74,17 @@ struct DialogAnswer {
   Tessel::Platform::String text;
 };
 
+// A function to run without waiting for it; its value is reported under the id, if there is one.
+struct PostedCall {
+  FunctionCall call;
+  Tessel::Platform::String resultId;
+};
+
 // A native call's arguments; nothing stands for null and undefined.
 using NativeArguments = std::vector<std::optional<std::string>>;
 
 std::string encode(const FunctionCall& call);
+std::string encode(const PostedCall& call);
 std::string encode(const JavaScriptVariant& value);
 std::string encode(const PageSetup& setup);
 std::string encode(const DialogQuestion& question);
@@ -85,6 +93,7 @@ std::string encode(const NativeArguments& arguments);
 
 // False when the payload is malformed; the result is then of no use.
 bool decode(std::string_view payload, FunctionCall& call);
+bool decode(std::string_view payload, PostedCall& call);
 bool decode(std::string_view payload, JavaScriptVariant& value);
 bool decode(std::string_view payload, PageSetup& setup);
 bool decode(std::string_view payload, DialogQuestion& question);

@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::size_t maximumUnsent = 64u << 20;
 constexpr std::size_t readChunk = 64u << 10;
+constexpr std::size_t mostPerReceive = 8u << 20;
 
 bool wouldBlock() {
   return errno == EAGAIN || errno == EWOULDBLOCK;
@@ -84,7 +85,8 @@ bool LinkSocket::flushAll() {
 bool LinkSocket::receive(std::deque<Frame>& frames, Mode mode) {
   std::array<char, readChunk> chunk;
   int flags = mode == Mode::Wait ? 0 : MSG_DONTWAIT;
-  for (;;) {
+  // Bounded, so that a peer that writes without end does not hold its reader.
+  for (std::size_t taken = 0; taken < mostPerReceive; taken += chunk.size()) {
     const ssize_t count = ::recv(socket_.get(), chunk.data(), chunk.size(), flags);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0 && wouldBlock()) return true;
@@ -95,6 +97,7 @@ bool LinkSocket::receive(std::deque<Frame>& frames, Mode mode) {
     if (static_cast<std::size_t>(count) < chunk.size()) return true;
     flags = MSG_DONTWAIT;
   }
+  return true;
 }
 
 bool LinkSocket::parse(std::deque<Frame>& frames) {

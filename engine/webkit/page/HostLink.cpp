@@ -88,8 +88,12 @@ void HostLink::runPosts() {
   while (!posts_.empty()) {
     const Frame frame = std::move(posts_.front());
     posts_.pop_front();
-    FunctionCall call;
-    if (decode(frame.payload, call)) delegate_.callFunction(frame.page, call);
+    link_protocol::PostedCall post;
+    if (!decode(frame.payload, post)) continue;
+    const JavaScriptVariant value = delegate_.callFunction(frame.page, post.call);
+    if (post.resultId.isEmpty()) continue;
+    tell(FrameKind::Report, frame.page,
+         encode(FunctionCall{{"functionResult"}, {post.resultId, value}}));
   }
 }
 

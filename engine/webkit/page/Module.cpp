@@ -1,8 +1,8 @@
 // The module that the engine loads into each web process. It connects to the program, gives pages
 // the object through which they call native functions, runs the program's calls of page
 // functions, and adds the extra headers of requests. Web process, main thread only.
+#include "engine/webkit/link/ObjectPointer.h"
 #include "engine/webkit/page/HostLink.h"
-#include "engine/webkit/page/ObjectPointer.h"
 #include "engine/webkit/page/PageScripts.h"
 
 #include <jsc/jsc.h>
@@ -47,6 +47,10 @@ class Module final : public HostLinkDelegate {
                                     gpointer self);
   static gboolean onSendRequest(WebKitWebPage* page, WebKitURIRequest* request,
                                 WebKitURIResponse* redirect, gpointer self);
+
+  static void onDocumentLoaded(WebKitWebPage* page, gpointer self);
+  static void onConsoleMessage(WebKitWebPage* page, WebKitConsoleMessage* message, gpointer self);
+  void report(WebKitWebPage* page, const char* what, std::vector<JavaScriptVariant> details);
 
   std::unique_ptr<HostLink> link_;
   std::map<std::uint64_t, PageRecord> pages_;
@@ -129,6 +133,8 @@ void Module::onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer da
   PageRecord& record = self->pages_[number];
   g_object_weak_ref(G_OBJECT(page), onPageGone, GSIZE_TO_POINTER(number));
   g_signal_connect(page, "send-request", G_CALLBACK(onSendRequest), self);
+  g_signal_connect(page, "document-loaded", G_CALLBACK(onDocumentLoaded), self);
+  g_signal_connect(page, "console-message-sent", G_CALLBACK(onConsoleMessage), self);
   // Before the page's first document: it must find its functions.
   const auto answer = self->link_->ask(FrameKind::PageCreated, number, std::string_view());
   if (answer) decode(*answer, record.setup);
@@ -219,6 +225,28 @@ JavaScriptVariant Module::callFunction(std::uint64_t page, const FunctionCall& c
 void Module::setupChanged(std::uint64_t page, const PageSetup& setup) {
   const auto found = pages_.find(page);
   if (found != pages_.end()) found->second.setup = setup;
+}
+
+void Module::report(WebKitWebPage* page, const char* what, std::vector<JavaScriptVariant> details) {
+  link_->tell(FrameKind::Report, webkit_web_page_get_id(page),
+              encode(FunctionCall{{what}, std::move(details)}));
+}
+
+void Module::onDocumentLoaded(WebKitWebPage* page, gpointer self) {
+  static_cast<Module*>(self)->report(page, "documentLoaded", {});
+}
+
+void Module::onConsoleMessage(WebKitWebPage* page, WebKitConsoleMessage* message, gpointer self) {
+  // What a script throws and nobody catches comes by here, among everything else.
+  if (webkit_console_message_get_source(message) != WEBKIT_CONSOLE_MESSAGE_SOURCE_JAVASCRIPT ||
+      webkit_console_message_get_level(message) != WEBKIT_CONSOLE_MESSAGE_LEVEL_ERROR) {
+    return;
+  }
+  static_cast<Module*>(self)->report(
+      page, "exception",
+      {String(webkit_console_message_get_text(message)),
+       String(webkit_console_message_get_source_id(message)),
+       static_cast<double>(webkit_console_message_get_line(message))});
 }
 
 gboolean Module::onSendRequest(WebKitWebPage* page, WebKitURIRequest* request, WebKitURIResponse*,

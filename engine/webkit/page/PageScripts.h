@@ -2,7 +2,7 @@
 #pragma once
 
 #include "engine/JavaScriptVariant.h"
-#include "engine/webkit/page/ObjectPointer.h"
+#include "engine/webkit/link/ObjectPointer.h"
 
 #include <jsc/jsc.h>
 

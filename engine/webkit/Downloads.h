@@ -1,0 +1,63 @@
+// The downloads of the process: from the request over the transfer to the end, each under a number
+// of its own. Main thread.
+#pragma once
+
+#include "engine/Page.h"
+#include "engine/webkit/link/ObjectPointer.h"
+
+#include <webkit2/webkit2.h>
+
+#include <map>
+#include <memory>
+
+class WebKitPage;
+
+class Downloads {
+ public:
+  using String = Tessel::Platform::String;
+
+  explicit Downloads(WebKitWebContext* context);
+  ~Downloads();
+  Downloads(const Downloads&) = delete;
+  Downloads& operator=(const Downloads&) = delete;
+
+  // Pages hear about the downloads that they start.
+  void registerPage(WebKitWebView* view, std::weak_ptr<WebKitPage> page);
+  void forgetPage(WebKitWebView* view);
+
+  // Under that number; a new one for 0. The file is asked for when it is empty.
+  void start(WebKitWebView* view, const String& url, const String& filename,
+             unsigned int number = 0);
+  void step(unsigned int number, DownloadStep step);
+  void decide(unsigned int number, bool save, const String& filename);
+
+ private:
+  struct Entry {
+    ObjectPointer<WebKitDownload> download;  // null once it has ended
+    std::weak_ptr<WebKitPage> page;
+    String url;
+    String filename;      // asked for; empty while nobody has said
+    bool paused = false;  // ended by us, to be started again
+    bool removed = false;
+    int result = 0;  // what DownloadFinished will tell
+  };
+
+  static void onStarted(WebKitWebContext*, WebKitDownload* download, Downloads* self);
+  static gboolean onDecide(WebKitDownload* download, const gchar* suggested, Downloads* self);
+  static void onCreated(WebKitDownload* download, const gchar* destination, Downloads* self);
+  static void onReceived(WebKitDownload* download, guint64 length, Downloads* self);
+  static void onResponse(WebKitDownload* download, GParamSpec*, Downloads* self);
+  static void onFailed(WebKitDownload* download, GError* error, Downloads* self);
+  static void onFinished(WebKitDownload* download, Downloads* self);
+
+  void adopt(WebKitDownload* download, unsigned int number);
+  // The entry of a download and its number; null for one that is not ours.
+  std::pair<const unsigned int, Entry>* find(WebKitDownload* download);
+  void saveAs(Entry& entry, const String& filename);
+  void raise(const Entry& entry, OrvWebEvent& event) const;
+
+  WebKitWebContext* context_;
+  unsigned int lastNumber_ = 0;
+  std::map<unsigned int, Entry> entries_;
+  std::map<WebKitWebView*, std::weak_ptr<WebKitPage>> pages_;
+};

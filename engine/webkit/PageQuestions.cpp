@@ -1,0 +1,322 @@
+// What a page asks its user. Main thread.
+#include "engine/webkit/PageQuestions.h"
+
+#include "engine/OrvWebEvents.h"
+#include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/link/ObjectPointer.h"
+
+#include <algorithm>
+#include <vector>
+
+using Tessel::Platform::concat;
+using Tessel::Platform::String;
+
+namespace {
+
+// One count for all pages: a number names one question of the process.
+unsigned int nextNumber() {
+  static unsigned int last = 0;
+  return ++last;
+}
+
+template <typename T>
+ObjectPointer<T> hold(T* object) {
+  return ObjectPointer<T>(static_cast<T*>(g_object_ref(object)));
+}
+
+class OpenDialog final : public OpenQuestion {
+ public:
+  explicit OpenDialog(WebKitScriptDialog* dialog) : dialog_(webkit_script_dialog_ref(dialog)) {}
+  // Closed unanswered, a dialog counts as cancelled.
+  ~OpenDialog() override {
+    webkit_script_dialog_close(dialog_);
+    webkit_script_dialog_unref(dialog_);
+  }
+  void answer(const QuestionAnswer& answer) override {
+    switch (webkit_script_dialog_get_dialog_type(dialog_)) {
+      case WEBKIT_SCRIPT_DIALOG_CONFIRM:
+      case WEBKIT_SCRIPT_DIALOG_BEFORE_UNLOAD_CONFIRM:
+        webkit_script_dialog_confirm_set_confirmed(dialog_, answer.accepted);
+        break;
+      case WEBKIT_SCRIPT_DIALOG_PROMPT:
+        if (answer.accepted) webkit_script_dialog_prompt_set_text(dialog_, answer.text.utf8());
+        break;
+      default:
+        break;
+    }
+  }
+
+ private:
+  WebKitScriptDialog* dialog_;
+};
+
+class OpenLogin final : public OpenQuestion {
+ public:
+  explicit OpenLogin(WebKitAuthenticationRequest* request) : request_(hold(request)) {}
+  ~OpenLogin() override {
+    if (!answered_) webkit_authentication_request_cancel(request_.get());
+  }
+  void answer(const QuestionAnswer& answer) override {
+    answered_ = true;
+    if (!answer.accepted) return webkit_authentication_request_cancel(request_.get());
+    WebKitCredential* credential = webkit_credential_new(
+        answer.username.utf8(), answer.password.utf8(), WEBKIT_CREDENTIAL_PERSISTENCE_NONE);
+    webkit_authentication_request_authenticate(request_.get(), credential);
+    webkit_credential_free(credential);
+  }
+
+ private:
+  ObjectPointer<WebKitAuthenticationRequest> request_;
+  bool answered_ = false;
+};
+
+class OpenPermission final : public OpenQuestion {
+ public:
+  explicit OpenPermission(WebKitPermissionRequest* request) : request_(hold(request)) {}
+  ~OpenPermission() override {
+    if (!answered_) webkit_permission_request_deny(request_.get());
+  }
+  void answer(const QuestionAnswer& answer) override {
+    answered_ = true;
+    answer.accepted ? webkit_permission_request_allow(request_.get())
+                    : webkit_permission_request_deny(request_.get());
+  }
+
+ private:
+  ObjectPointer<WebKitPermissionRequest> request_;
+  bool answered_ = false;
+};
+
+class OpenPermissionState final : public OpenQuestion {
+ public:
+  explicit OpenPermissionState(WebKitPermissionStateQuery* query)
+      : query_(webkit_permission_state_query_ref(query)) {}
+  ~OpenPermissionState() override {
+    webkit_permission_state_query_finish(query_, state_);
+    webkit_permission_state_query_unref(query_);
+  }
+  void answer(const QuestionAnswer& answer) override {
+    if (answer.text == String("granted")) state_ = WEBKIT_PERMISSION_STATE_GRANTED;
+    if (answer.text == String("denied")) state_ = WEBKIT_PERMISSION_STATE_DENIED;
+  }
+
+ private:
+  WebKitPermissionStateQuery* query_;
+  WebKitPermissionState state_ = WEBKIT_PERMISSION_STATE_PROMPT;
+};
+
+class OpenFileChooser final : public OpenQuestion {
+ public:
+  explicit OpenFileChooser(WebKitFileChooserRequest* request) : request_(hold(request)) {}
+  ~OpenFileChooser() override {
+    if (!answered_) webkit_file_chooser_request_cancel(request_.get());
+  }
+  // Several files stand in lines of their own.
+  void answer(const QuestionAnswer& answer) override {
+    if (!answer.accepted || answer.text.isEmpty()) return;
+    answered_ = true;
+    gchar** files = g_strsplit(answer.text.utf8(), "\n", -1);
+    webkit_file_chooser_request_select_files(request_.get(), files);
+    g_strfreev(files);
+  }
+
+ private:
+  ObjectPointer<WebKitFileChooserRequest> request_;
+  bool answered_ = false;
+};
+
+OrvWebDialogType dialogTypeOf(WebKitScriptDialog* dialog) {
+  switch (webkit_script_dialog_get_dialog_type(dialog)) {
+    case WEBKIT_SCRIPT_DIALOG_CONFIRM:
+      return OrvWebDialogType::JavaScriptConfirm;
+    case WEBKIT_SCRIPT_DIALOG_PROMPT:
+      return OrvWebDialogType::JavaScriptPrompt;
+    case WEBKIT_SCRIPT_DIALOG_BEFORE_UNLOAD_CONFIRM:
+      return OrvWebDialogType::BeforeUnloadConfirm;
+    default:
+      return OrvWebDialogType::JavaScriptAlert;
+  }
+}
+
+String originOf(WebKitWebView* view) {
+  const char* uri = webkit_web_view_get_uri(view);
+  WebKitSecurityOrigin* origin = uri ? webkit_security_origin_new_for_uri(uri) : nullptr;
+  if (!origin) return String();
+  gchar* text = webkit_security_origin_to_string(origin);
+  String result(text);
+  g_free(text);
+  webkit_security_origin_unref(origin);
+  return result;
+}
+
+}  // namespace
+
+PageQuestions::PageQuestions(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
+  const auto connect = [&](const char* signal, auto handler) {
+    g_signal_connect(view_, signal, G_CALLBACK(handler), this);
+  };
+  connect("script-dialog", onScriptDialog);
+  connect("authenticate", onAuthenticate);
+  connect("permission-request", onPermission);
+  connect("query-permission-state", onPermissionState);
+  connect("run-file-chooser", onChooseFile);
+}
+
+PageQuestions::~PageQuestions() {
+  g_signal_handlers_disconnect_by_data(view_, this);
+}
+
+void PageQuestions::hold(unsigned int number, std::unique_ptr<OpenQuestion> question,
+                         PagePermission permission, const String& origin) {
+  held_[number] = {std::move(question), permission, origin};
+}
+
+void PageQuestions::answer(unsigned int number, const QuestionAnswer& answer) {
+  // Out of the map first: answering may let the page ask the next thing.
+  const auto node = held_.extract(number);
+  if (node) node.mapped().question->answer(answer);
+}
+
+void PageQuestions::answerOrigin(PagePermission permission, const String& origin, bool granted) {
+  std::vector<unsigned int> numbers;
+  for (const auto& [number, held] : held_) {
+    if (held.permission == permission && held.origin == origin) numbers.push_back(number);
+  }
+  for (const unsigned int number : numbers) answer(number, {granted, {}, {}, {}});
+}
+
+gboolean PageQuestions::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog,
+                                       PageQuestions* self) {
+  const auto page = self->page_.shared_from_this();
+  // The engine's own dialog is as good as any when nobody else wants to show one.
+  if (!page->wants(OrvWebEvent::DialogRequested) ||
+      !page->client()->settings().isEnableDialogRequestedEvents) {
+    return FALSE;
+  }
+  auto question = std::make_unique<OpenDialog>(dialog);
+  const unsigned int number = nextNumber();
+  OrvWebDialogRequestedEvent event;
+  event.dialogType = dialogTypeOf(dialog);
+  event.message = String(webkit_script_dialog_get_message(dialog));
+  if (event.dialogType() == OrvWebDialogType::JavaScriptPrompt) {
+    event.result = String(webkit_script_dialog_prompt_get_default_text(dialog));
+  }
+  event.url = String(webkit_web_view_get_uri(self->view_));
+  event.waitHandle = number;
+  page->raise(event);
+  if (!page->client()) return TRUE;
+  if (event.wait()) {
+    self->hold(event.waitHandle(), std::move(question));
+  } else {
+    const bool accepted = !event.isPreventDefault() || !event.result().isEmpty();
+    question->answer({accepted, event.result(), event.username(), event.password()});
+  }
+  return TRUE;
+}
+
+gboolean PageQuestions::onAuthenticate(WebKitWebView*, WebKitAuthenticationRequest* request,
+                                       PageQuestions* self) {
+  const auto page = self->page_.shared_from_this();
+  if (!page->wants(OrvWebEvent::DialogRequested)) return FALSE;
+  auto question = std::make_unique<OpenLogin>(request);
+  OrvWebDialogRequestedEvent event;
+  event.dialogType = OrvWebDialogType::AuthenticationChallenge;
+  event.isProxy = webkit_authentication_request_is_for_proxy(request) != FALSE;
+  event.isNew = webkit_authentication_request_is_retry(request) == FALSE;
+  event.message = String(webkit_authentication_request_get_realm(request));
+  event.url = concat(webkit_authentication_request_get_host(request), ":",
+                     String::fromUnsignedInteger(webkit_authentication_request_get_port(request)));
+  event.waitHandle = nextNumber();
+  page->raise(event);
+  if (!page->client()) return TRUE;
+  if (event.wait()) {
+    self->hold(event.waitHandle(), std::move(question));
+  } else {
+    question->answer(
+        {!event.username().isEmpty(), event.result(), event.username(), event.password()});
+  }
+  return TRUE;
+}
+
+gboolean PageQuestions::onPermission(WebKitWebView*, WebKitPermissionRequest* request,
+                                     PageQuestions* self) {
+  const auto page = self->page_.shared_from_this();
+  const String origin = originOf(self->view_);
+  const unsigned int number = nextNumber();
+  auto question = std::make_unique<OpenPermission>(request);
+  const auto ask = [&](OrvWebSendEvent& event, PagePermission permission) {
+    if (!page->wants(event.type())) return;
+    page->raise(event);
+    // Refused at once, or left for the chrome to decide in its own time.
+    if (page->client() && !event.isPreventDefault()) {
+      self->hold(number, std::move(question), permission, origin);
+    }
+  };
+  if (WEBKIT_IS_GEOLOCATION_PERMISSION_REQUEST(request)) {
+    OrvWebGeolocationPermissionRequestEvent event;
+    event.origin = origin;
+    ask(event, PagePermission::Geolocation);
+  } else if (WEBKIT_IS_USER_MEDIA_PERMISSION_REQUEST(request)) {
+    OrvWebUserMediaRequestEvent event;
+    event.origin = origin;
+    event.id = number;
+    // The engine does not name the devices.
+    if (webkit_user_media_permission_is_for_video_device(
+            WEBKIT_USER_MEDIA_PERMISSION_REQUEST(request))) {
+      event.cameras = std::vector<String>{"default"};
+    }
+    ask(event, PagePermission::UserMedia);
+  } else if (WEBKIT_IS_NOTIFICATION_PERMISSION_REQUEST(request)) {
+    if (!page->wants(OrvWebEvent::NotificationPermissionRequest)) return TRUE;
+    OrvWebNotificationPermissionRequestEvent event;
+    event.origin = origin;
+    event.id = String::fromUnsignedInteger(number);
+    self->hold(number, std::move(question), PagePermission::Notification, origin);
+    page->raise(event);
+  }
+  // What nobody took is refused when the question goes.
+  return TRUE;
+}
+
+gboolean PageQuestions::onPermissionState(WebKitWebView*, WebKitPermissionStateQuery* query,
+                                          PageQuestions* self) {
+  const auto page = self->page_.shared_from_this();
+  if (!page->wants(OrvWebEvent::NotificationPermissionCheck) ||
+      g_strcmp0(webkit_permission_state_query_get_name(query), "notifications") != 0) {
+    return FALSE;
+  }
+  auto question = std::make_unique<OpenPermissionState>(query);
+  OrvWebNotificationPermissionCheckEvent event;
+  event.origin = originOf(self->view_);
+  event.waitHandle = nextNumber();
+  page->raise(event);
+  if (!page->client()) return TRUE;
+  if (event.wait()) {
+    self->hold(event.waitHandle(), std::move(question));
+  } else {
+    question->answer({true, event.result(), {}, {}});
+  }
+  return TRUE;
+}
+
+gboolean PageQuestions::onChooseFile(WebKitWebView*, WebKitFileChooserRequest* request,
+                                     PageQuestions* self) {
+  const auto page = self->page_.shared_from_this();
+  if (!page->wants(OrvWebEvent::ChooseFile)) return FALSE;
+  auto question = std::make_unique<OpenFileChooser>(request);
+  OrvWebChooseFileEvent event;
+  event.allowsMultipleFiles = webkit_file_chooser_request_get_select_multiple(request) != FALSE;
+  std::vector<String> types;
+  const gchar* const* accepted = webkit_file_chooser_request_get_mime_types(request);
+  for (; accepted && *accepted; ++accepted) types.emplace_back(*accepted);
+  event.acceptMIMETypes = types;
+  event.waitHandle = nextNumber();
+  page->raise(event);
+  if (!page->client()) return TRUE;
+  if (event.wait()) {
+    self->hold(event.waitHandle(), std::move(question));
+  } else {
+    question->answer({true, event.fileChosen(), {}, {}});
+  }
+  return TRUE;
+}

@@ -1,0 +1,57 @@
+// What a page asks its user: dialogs, log-ins, permissions, files. Each becomes an event; the
+// answer comes with the event or, by the number of the question, later. Main thread.
+#pragma once
+
+#include "engine/Page.h"
+#include "platform/String.h"
+
+#include <webkit2/webkit2.h>
+
+#include <map>
+#include <memory>
+
+class WebKitPage;
+
+// A question that is open. Destroying it answers no.
+class OpenQuestion {
+ public:
+  virtual ~OpenQuestion() = default;
+  virtual void answer(const QuestionAnswer& answer) = 0;
+};
+
+class PageQuestions {
+ public:
+  using String = Tessel::Platform::String;
+
+  PageQuestions(WebKitPage& page, WebKitWebView* view);
+  ~PageQuestions();
+  PageQuestions(const PageQuestions&) = delete;
+  PageQuestions& operator=(const PageQuestions&) = delete;
+
+  void answer(unsigned int number, const QuestionAnswer& answer);
+  // All open questions of an origin for one permission.
+  void answerOrigin(PagePermission permission, const String& origin, bool granted);
+
+ private:
+  static gboolean onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog, PageQuestions* self);
+  static gboolean onAuthenticate(WebKitWebView*, WebKitAuthenticationRequest* request,
+                                 PageQuestions* self);
+  static gboolean onPermission(WebKitWebView*, WebKitPermissionRequest* request,
+                               PageQuestions* self);
+  static gboolean onPermissionState(WebKitWebView*, WebKitPermissionStateQuery* query,
+                                    PageQuestions* self);
+  static gboolean onChooseFile(WebKitWebView*, WebKitFileChooserRequest* request,
+                               PageQuestions* self);
+
+  struct Held {
+    std::unique_ptr<OpenQuestion> question;
+    PagePermission permission = PagePermission::None;
+    String origin;
+  };
+  void hold(unsigned int number, std::unique_ptr<OpenQuestion> question,
+            PagePermission permission = PagePermission::None, const String& origin = String());
+
+  WebKitPage& page_;
+  WebKitWebView* view_;
+  std::map<unsigned int, Held> held_;
+};
