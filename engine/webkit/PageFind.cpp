@@ -43,9 +43,13 @@ void PageFind::find(const String& text, const FindOptions& options) {
 }
 
 void PageFind::onFound(WebKitFindController*, guint count, PageFind* self) {
-  self->count_ = static_cast<int>(std::min(count, mostMatches));
-  self->current_ = self->current_ < 0 ? 0 : self->current_ + self->step_;
-  if (self->count_ > 0) self->current_ = (self->current_ + self->count_) % self->count_;
+  // Only the first search counts; one that goes on reports the match that it went to.
+  if (self->current_ < 0) {
+    self->count_ = static_cast<int>(std::min(count, mostMatches));
+    self->current_ = 0;
+  } else if (self->count_ > 0) {
+    self->current_ = (self->current_ + self->step_ + self->count_) % self->count_;
+  }
   self->report(true);
 }
 

@@ -24,6 +24,22 @@ ObjectPointer<T> hold(T* object) {
   return ObjectPointer<T>(static_cast<T*>(g_object_ref(object)));
 }
 
+void answerDialog(WebKitScriptDialog* dialog, const QuestionAnswer& answer) {
+  switch (webkit_script_dialog_get_dialog_type(dialog)) {
+    case WEBKIT_SCRIPT_DIALOG_CONFIRM:
+    case WEBKIT_SCRIPT_DIALOG_BEFORE_UNLOAD_CONFIRM:
+      webkit_script_dialog_confirm_set_confirmed(dialog, answer.accepted);
+      break;
+    case WEBKIT_SCRIPT_DIALOG_PROMPT:
+      if (answer.accepted) webkit_script_dialog_prompt_set_text(dialog, answer.text.utf8());
+      break;
+    default:
+      break;
+  }
+}
+
+// A dialog that outlives the engine's question: it is closed by us. One that is answered inside it
+// is closed by the engine, and must not be closed twice.
 class OpenDialog final : public OpenQuestion {
  public:
   explicit OpenDialog(WebKitScriptDialog* dialog) : dialog_(webkit_script_dialog_ref(dialog)) {}
@@ -32,19 +48,7 @@ class OpenDialog final : public OpenQuestion {
     webkit_script_dialog_close(dialog_);
     webkit_script_dialog_unref(dialog_);
   }
-  void answer(const QuestionAnswer& answer) override {
-    switch (webkit_script_dialog_get_dialog_type(dialog_)) {
-      case WEBKIT_SCRIPT_DIALOG_CONFIRM:
-      case WEBKIT_SCRIPT_DIALOG_BEFORE_UNLOAD_CONFIRM:
-        webkit_script_dialog_confirm_set_confirmed(dialog_, answer.accepted);
-        break;
-      case WEBKIT_SCRIPT_DIALOG_PROMPT:
-        if (answer.accepted) webkit_script_dialog_prompt_set_text(dialog_, answer.text.utf8());
-        break;
-      default:
-        break;
-    }
-  }
+  void answer(const QuestionAnswer& answer) override { answerDialog(dialog_, answer); }
 
  private:
   WebKitScriptDialog* dialog_;
@@ -193,8 +197,6 @@ gboolean PageQuestions::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialo
       !page->client()->settings().isEnableDialogRequestedEvents) {
     return FALSE;
   }
-  auto question = std::make_unique<OpenDialog>(dialog);
-  const unsigned int number = nextNumber();
   OrvWebDialogRequestedEvent event;
   event.dialogType = dialogTypeOf(dialog);
   event.message = String(webkit_script_dialog_get_message(dialog));
@@ -202,14 +204,14 @@ gboolean PageQuestions::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialo
     event.result = String(webkit_script_dialog_prompt_get_default_text(dialog));
   }
   event.url = String(webkit_web_view_get_uri(self->view_));
-  event.waitHandle = number;
+  event.waitHandle = nextNumber();
   page->raise(event);
   if (!page->client()) return TRUE;
   if (event.wait()) {
-    self->hold(event.waitHandle(), std::move(question));
+    self->hold(event.waitHandle(), std::make_unique<OpenDialog>(dialog));
   } else {
     const bool accepted = !event.isPreventDefault() || !event.result().isEmpty();
-    question->answer({accepted, event.result(), event.username(), event.password()});
+    answerDialog(dialog, {accepted, event.result(), event.username(), event.password()});
   }
   return TRUE;
 }

@@ -94,13 +94,27 @@ class EchoServer {
       std::string request(8192, '\0');
       const ssize_t count = ::recv(client.get(), request.data(), request.size(), 0);
       request.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
-      const std::string body = "<title>" + request + "</title>";
-      const std::string answer =
-          "HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nConnection: close\r\n"
-          "Content-Length: " +
-          std::to_string(body.size()) + "\r\n\r\n" + body;
+      const std::string answer = answerTo(request);
       ::send(client.get(), answer.data(), answer.size(), MSG_NOSIGNAL);
     }
+  }
+
+  static std::string answerTo(const std::string& request) {
+    const auto asks = [&](const char* path) {
+      return request.find(std::string(" ") + path + " ") != std::string::npos;
+    };
+    if (asks("/login") && request.find("Authorization: Basic dXNlcjpzZWNyZXQ=") == request.npos) {
+      return "HTTP/1.1 401 Unauthorized\r\nWWW-Authenticate: Basic realm=\"here\"\r\n"
+             "Content-Length: 0\r\nConnection: close\r\n\r\n";
+    }
+    const std::string body =
+        asks("/file") ? std::string(100000, 'f') : "<title>" + request + "</title>";
+    const std::string kind = asks("/file")
+                                 ? "application/octet-stream\r\nContent-Disposition: attachment; "
+                                   "filename=\"named.bin\""
+                                 : "text/html";
+    return "HTTP/1.1 200 OK\r\nContent-Type: " + kind + "\r\nConnection: close\r\n" +
+           "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
   }
 
   Tessel::Platform::UniqueFd listener_;
@@ -115,6 +129,12 @@ TEST_F(ProgramTest, NativeFunctionsAnswerTheChrome) {
 TEST_F(ProgramTest, ExtraHeadersReachTheServer) {
   const EchoServer server;
   runSuite("headers.html?server=" + server.address());
+}
+
+TEST_F(ProgramTest, EventsReachTheChromeAndItsAnswersComeBack) {
+  const EchoServer server;
+  runSuite("events.html?server=" + server.address() + "&folder=" + folder_.string());
+  EXPECT_EQ(std::filesystem::file_size(folder_ / "saved.bin"), 100000u);
 }
 
 TEST_F(ProgramTest, WebViewsAreSeenWhereTheyArePlaced) {

@@ -6,14 +6,16 @@ export const errors = [];
 export const native = (name, ...args) => orv.callNative(name, ...args);
 export const print = line => native('webview.printToStdout', 1, `${line}\n`);
 
-// What the next sent event is answered with.
+// What sent events are answered with: setters, or a function of the event that gives some.
 export const answers = new Map();
 
 globalThis.chrome = {
   internal: {
     webEvent(handle, name, data, integer) {
       events.push({ handle, name, data, integer });
-      return answers.get(name);
+      const answer = answers.get(name);
+      const setters = typeof answer === 'function' ? answer(JSON.parse(data), handle) : answer;
+      return setters && JSON.stringify(setters);
     },
   },
   native: { error: message => { errors.push(message); } },
@@ -42,6 +44,10 @@ export function ok(value, what) {
   if (!value) throw new Error(what);
 }
 
+// The bodies of all events of that name so far.
+export const bodies = (handle, name) =>
+  events.filter(e => e.handle === handle && e.name === name).map(e => JSON.parse(e.data));
+
 export const happened = (handle, name) => events.some(e => e.handle === handle && e.name === name);
 
 // A web view that exists, its events and properties all enabled.
@@ -61,6 +67,7 @@ export async function run() {
   for (const [name, body] of tests) {
     events.length = 0;
     errors.length = 0;
+    answers.clear();
     try {
       await body();
       print(`ok ${name}`);
