@@ -4,7 +4,6 @@
 #include "webview/WebViewManager.h"
 
 using Tessel::Platform::concat;
-using Tessel::Platform::String;
 
 BindingManager& BindingManager::instance() {
   static auto* manager = new BindingManager;

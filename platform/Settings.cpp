@@ -5,7 +5,7 @@ namespace Tessel::Platform {
 
 Settings& Settings::instance() {
   // Leaked: threads that outlive main() may still ask.
-  static Settings* const settings = new Settings;
+  static auto* const settings = new Settings;
   return *settings;
 }
 

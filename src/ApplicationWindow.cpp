@@ -19,7 +19,6 @@ using Tessel::Platform::LogError;
 using Tessel::Platform::Settings;
 using Tessel::Platform::Graphics::Screen;
 using Tessel::Platform::Graphics::ScreenContext;
-using Tessel::Platform::Graphics::Window;
 using Tessel::Platform::Graphics::WindowType;
 
 namespace {

@@ -25,7 +25,6 @@ using Tessel::Platform::LogNotice;
 using Tessel::Platform::MainMessageClient;
 using Tessel::Platform::platformCrash;
 using Tessel::Platform::Settings;
-using Tessel::Platform::String;
 using Tessel::Platform::Graphics::GtkWindowSystem;
 using Tessel::Platform::Graphics::WindowSystem;
 
@@ -62,7 +61,7 @@ std::string folderFor(const char* variable, const char* besideExecutable, const 
   const ssize_t length = ::readlink("/proc/self/exe", executable, sizeof executable - 1);
   if (length > 0) {
     const std::string path(executable, static_cast<std::size_t>(length));
-    const std::string beside = path.substr(0, path.rfind('/') + 1) + besideExecutable;
+    std::string beside = path.substr(0, path.rfind('/') + 1) + besideExecutable;
     struct stat status {};
     if (::stat(beside.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return beside;
   }

@@ -19,28 +19,35 @@ using ::testing::SizeIs;
 // The numbers by which processes know the commands: they never change.
 constexpr const char* messageNumbers =
     "2001 applicationWindowGroup 2002 arguments 2004 canGoBack 2005 canGoForward 2006 "
-    "cancelVibration 2245 convertIDNtoReadableStringByLanguage 2282 createFadeColorWindow 2020 "
-    "defaultFontSize 2021 defaultTextEncoding 2022 destroy 2023 destroyFadeColorWindow 2025 "
-    "devicePixelRatio 2142 enableOrvJavaScriptObject 2027 eventNames 2028 extraHttpHeaders 2029 "
-    "fadeColorWindowPlatformHandle 2036 getHistoryList 2037 goBack 2038 goForward 2039 "
-    "historyLength 2040 historyPosition 2042 isAllPropertyChangedEventsEnabled 2043 "
-    "isAllWebEventsEnabled 2045 isAnyPropertyChangedEventsEnabled 2046 isAnyWebEventsEnabled 2048 "
-    "isBlockPopups 2050 isEnableConsoleLogging 2057 isEnableDiskCache 2064 isEnableJavaScript "
-    "2068 isEnablePlugins 2070 isEnableSpatialNavigation 2072 isEnableWebContentCache 2073 "
-    "isEnableWebInspector 2075 isLoadImages 2148 isPropertyChangedEventEnabled 2079 isVisible "
-    "2149 isWebEventEnabled 0 jsScreenWindowHandle 2084 loadProgress 2251 loadString 2273 "
-    "loadStringWithBase 2151 loadURL 2085 location 2152 log 2088 minimumFontSize 2093 "
-    "originalLocation 2159 printToStderr 2160 printToStdout 2096 reload 2163 "
-    "setAllPropertyChangedEventsEnabled 2164 setAllWebEventsEnabled 2171 setBlockPopups 2172 "
+    "cancelVibration 2243 chooseFileResponse 2245 convertIDNtoReadableStringByLanguage 2282 "
+    "createFadeColorWindow 2020 defaultFontSize 2021 defaultTextEncoding 2022 destroy 2023 "
+    "destroyFadeColorWindow 2025 devicePixelRatio 2283 dialogResponse 2137 downloadCancel 2138 "
+    "downloadPause 2139 downloadRemove 2140 downloadResume 2141 downloadRetry 2271 "
+    "downloadUpdate 2272 downloadUrl 2142 enableOrvJavaScriptObject 2026 encryptionInfo 2027 "
+    "eventNames 2246 executeJavaScript 2247 executeJavaScriptFunction 2028 extraHttpHeaders "
+    "2029 fadeColorWindowPlatformHandle 2030 favicon 2284 findString 2036 getHistoryList 2037 "
+    "goBack 2038 goForward 2039 historyLength 2040 historyPosition 2042 "
+    "isAllPropertyChangedEventsEnabled 2043 isAllWebEventsEnabled 2045 "
+    "isAnyPropertyChangedEventsEnabled 2046 isAnyWebEventsEnabled 2048 isBlockPopups 2050 "
+    "isEnableConsoleLogging 2056 isEnableDialogRequestedEvents 2057 isEnableDiskCache 2064 "
+    "isEnableJavaScript 2068 isEnablePlugins 2070 isEnableSpatialNavigation 2072 "
+    "isEnableWebContentCache 2073 isEnableWebInspector 2075 isLoadImages 2148 "
+    "isPropertyChangedEventEnabled 2079 isVisible 2149 isWebEventEnabled 0 "
+    "jsScreenWindowHandle 2084 loadProgress 2251 loadString 2273 loadStringWithBase 2151 "
+    "loadURL 2085 location 2152 log 2088 minimumFontSize 2252 "
+    "notificationPermissionCheckResponse 2253 openWindowResponse 2093 originalLocation 2159 "
+    "printToStderr 2160 printToStdout 2096 reload 2103 secureType 2163 "
+    "setAllPropertyChangedEventsEnabled 2164 setAllWebEventsEnabled 2257 setAllowGeolocation "
+    "2258 setAllowNotification 2259 setAllowUserMedia 2171 setBlockPopups 2172 "
     "setDefaultFontSize 2173 setDefaultTextEncoding 2175 setDevicePixelRatio 2176 "
-    "setEnableConsoleLogging 2183 setEnableDiskCache 2190 setEnableJavaScript 2194 "
-    "setEnablePlugins 2196 setEnableSpatialNavigation 2198 setEnableWebContentCache 2200 "
-    "setExtraHttpHeaders 2201 setExtraPluginDirectory 2278 setFadeColorWindowRect 2279 "
-    "setFadeWindowColor 2280 setGeometry 2206 setJSWebViewBindings 2281 setLayerTilerPrefillRect "
-    "2210 setLoadImages 2211 setMinimumFontSize 2262 setPropertyChangedEventEnabled 2223 "
-    "setUserAgent 2225 setViewport 2233 setVisible 2263 setWebEventEnabled 2234 "
-    "setWebInspectorEnabled 2235 setZOrder 2106 status 2107 stop 2112 title 2115 userAgent 2117 "
-    "viewport 2126 windowUniqueId 2127 zOrder";
+    "setEnableConsoleLogging 2182 setEnableDialogRequestedEvents 2183 setEnableDiskCache 2190 "
+    "setEnableJavaScript 2194 setEnablePlugins 2196 setEnableSpatialNavigation 2198 "
+    "setEnableWebContentCache 2200 setExtraHttpHeaders 2201 setExtraPluginDirectory 2278 "
+    "setFadeColorWindowRect 2279 setFadeWindowColor 2280 setGeometry 2206 setJSWebViewBindings "
+    "2281 setLayerTilerPrefillRect 2210 setLoadImages 2211 setMinimumFontSize 2214 "
+    "setPopupWebView 2262 setPropertyChangedEventEnabled 2223 setUserAgent 2225 setViewport "
+    "2233 setVisible 2263 setWebEventEnabled 2234 setWebInspectorEnabled 2235 setZOrder 2106 "
+    "status 2107 stop 2112 title 2115 userAgent 2117 viewport 2126 windowUniqueId 2127 zOrder";
 
 class CommandTableTest : public test_support::ChromeFixture {
  protected:
@@ -97,7 +104,11 @@ TEST_F(CommandTableTest, EveryCommandCountsItsArgumentsAfterTheHandle) {
 }
 
 TEST_F(CommandTableTest, EveryCommandIsRefusedForAWebViewThatIsNotCreated) {
-  const unsigned int unreported = manager.createWebView(group, WebViewManager::inThisProcess);
+  // One that is there but could never report itself.
+  const unsigned int unreported = manager.createWebView("no such group", 0);
+  turnLoop();
+  ASSERT_TRUE(manager.webViewForHandle(unreported));
+  errors();
   const std::string pending = std::to_string(unreported);
   const std::map<std::string, std::string> handles{
       {pending, pending}, {"abc", "0"}, {"", "0"}, {"99999", "99999"}};
@@ -115,7 +126,6 @@ TEST_F(CommandTableTest, EveryCommandIsRefusedForAWebViewThatIsNotCreated) {
   }
   EXPECT_EQ(callNative({"webview.title", nullptr}), "");
   EXPECT_THAT(errors(), SizeIs(1));
-  turnLoop();
   manager.destroyWebView(unreported);
 }
 

@@ -38,13 +38,14 @@ class RememberingSink final : public EventSink {
 TEST(EventJsonTest, PlainEventsSayTheirTypeAndHowTheyAreDelivered) {
   EXPECT_EQ(bodyOf(Event(Event::DocumentLoaded)),
             "{\"isPost\":true,\"isSend\":false,\"type\":\"DocumentLoaded\"}");
-  for (int type = 0; type < Event::typeCount; ++type) {
-    const bool hasNoBody = (type >= 47 && type <= 51) || type == 84;
-    if (type == Event::JavaScriptCallback || type == Event::PropertyChanged) continue;
-    EXPECT_EQ(bodyOf(Event(Event::Type(type))),
-              hasNoBody ? std::string()
-                        : std::string("{\"isPost\":true,\"isSend\":false,\"type\":\"") +
-                              eventTypeName(type) + "\"}");
+  // Those that carry nothing else, whatever more the other types may come to carry.
+  for (const int type : {4, 5, 6, 7, 9, 10, 15, 25, 27, 31, 33, 45, 46, 62}) {
+    EXPECT_EQ(
+        bodyOf(Event(Event::Type(type))),
+        std::string("{\"isPost\":true,\"isSend\":false,\"type\":\"") + eventTypeName(type) + "\"}");
+  }
+  for (const int type : {47, 48, 49, 50, 51, 84, 85, -1}) {
+    EXPECT_EQ(bodyOf(Event(Event::Type(type))), "") << type;
   }
 }
 

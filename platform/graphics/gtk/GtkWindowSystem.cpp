@@ -112,7 +112,7 @@ class TopLevelSurface final : public WindowSurface {
 class ChildSurface final : public WindowSurface {
  public:
   ChildSurface(Window& owner, TopLevelSurface& parent)
-      : owner_(owner), stack_(GTK_WIDGET(g_object_ref(parent.stack()))), widget_(nullptr) {
+      : owner_(owner), stack_(GTK_WIDGET(g_object_ref(parent.stack()))) {
     GtkWidget* painter = gtk_event_box_new();
     // No input window of its own: clicks fall through to what lies below.
     gtk_widget_set_has_window(painter, FALSE);
@@ -163,7 +163,7 @@ class ChildSurface final : public WindowSurface {
 
   Window& owner_;
   GtkWidget* stack_;
-  GtkWidget* widget_;
+  GtkWidget* widget_ = nullptr;
   Fill fill_;
 };
 

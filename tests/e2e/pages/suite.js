@@ -8,11 +8,14 @@ export const print = line => native('webview.printToStdout', 1, `${line}\n`);
 
 // What sent events are answered with: setters, or a function of the event that gives some.
 export const answers = new Map();
+// A text to answer every question with, as it is.
+export const raw = { answer: undefined };
 
 globalThis.chrome = {
   internal: {
     webEvent(handle, name, data, integer) {
       events.push({ handle, name, data, integer });
+      if (raw.answer !== undefined) return raw.answer;
       const answer = answers.get(name);
       const setters = typeof answer === 'function' ? answer(JSON.parse(data), handle) : answer;
       return setters && JSON.stringify(setters);
@@ -60,6 +63,9 @@ export async function createView() {
   return handle;
 }
 
+// The names of everything that was raised in the whole suite.
+const seen = new Set();
+
 const tests = [];
 export const test = (name, body) => tests.push([name, body]);
 
@@ -68,12 +74,17 @@ export async function run() {
     events.length = 0;
     errors.length = 0;
     answers.clear();
+    raw.answer = undefined;
     try {
       await body();
       print(`ok ${name}`);
     } catch (error) {
       print(`not ok ${name}: ${error.message}`);
     }
+    for (const event of events) seen.add(event.name);
   }
+  const properties = [...seen].filter(name => /^Property.+Event$/.test(name));
+  print(`# ${seen.size - properties.length} types of events, ${properties.length} properties: `
+    + [...seen].sort().join(' '));
   print('end');
 }
