@@ -2,6 +2,7 @@
 // beside a bare look-up in the same kind of map, and writing an event's body beside a bare JSON
 // writer with the same keys.
 #include "bindings/BindingManager.h"
+#include "engine/OrvWebEvents.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/CommandTable.h"
 #include "webview/events/EventForwarding.h"
@@ -12,6 +13,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -71,10 +73,47 @@ void eventBody(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(jsonFromObject(event));
 }
 
+// The dialog event has the most keys: 24.
+constexpr std::pair<const char*, int> dialogKeys[] = {
+    {"alertType", 1},    {"cancellabel", 2}, {"data", 2},
+    {"databaseName", 2}, {"dialogType", 3},  {"isModal", 0},
+    {"isNew", 0},        {"isPost", 0},      {"isPreventDefault", 0},
+    {"isProxy", 0},      {"isSend", 0},      {"message", 2},
+    {"oklabel", 2},      {"password", 2},    {"requestedSize", 1},
+    {"result", 2},       {"systemId", 2},    {"systemType", 1},
+    {"title", 2},        {"type", 4},        {"url", 2},
+    {"username", 2},     {"wait", 0},        {"waitHandle", 1}};
+
+void bareWriterOf24(benchmark::State& state) {
+  rapidjson::StringBuffer buffer;
+  for (auto _ : state) {
+    buffer.Clear();
+    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+    writer.StartObject();
+    for (const auto& [key, kind] : dialogKeys) {
+      writer.Key(key);
+      if (kind == 0) writer.Bool(false);
+      if (kind == 1) writer.Int(0);
+      if (kind == 2) writer.String("", 0);
+      if (kind == 3) writer.String("Generic", 7);
+      if (kind == 4) writer.String("DialogRequested", 15);
+    }
+    writer.EndObject();
+    benchmark::DoNotOptimize(String(std::string_view(buffer.GetString(), buffer.GetSize())));
+  }
+}
+
+void eventBodyOf24(benchmark::State& state) {
+  const OrvWebDialogRequestedEvent event;
+  for (auto _ : state) benchmark::DoNotOptimize(jsonFromObject(event));
+}
+
 BENCHMARK(lookUp);
 BENCHMARK(dispatch);
 BENCHMARK(bareWriter);
 BENCHMARK(eventBody);
+BENCHMARK(bareWriterOf24);
+BENCHMARK(eventBodyOf24);
 
 }  // namespace
 
