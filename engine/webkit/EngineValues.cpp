@@ -1,0 +1,98 @@
+// The engine's objects as plain values of ours. Main thread.
+#include "engine/webkit/EngineValues.h"
+
+#include <utility>
+
+using Tessel::Platform::String;
+
+namespace {
+
+// What the engine's items are called by the chrome; those that it has no name for are left out.
+constexpr std::pair<WebKitContextMenuAction, OrvWebContextMenuItem> menuItems[] = {
+    {WEBKIT_CONTEXT_MENU_ACTION_OPEN_LINK, OrvWebContextMenuItem::OpenLink},
+    {WEBKIT_CONTEXT_MENU_ACTION_OPEN_LINK_IN_NEW_WINDOW, OrvWebContextMenuItem::OpenLinkInNewTab},
+    {WEBKIT_CONTEXT_MENU_ACTION_DOWNLOAD_LINK_TO_DISK, OrvWebContextMenuItem::SaveLinkAs},
+    {WEBKIT_CONTEXT_MENU_ACTION_COPY_LINK_TO_CLIPBOARD, OrvWebContextMenuItem::CopyLink},
+    {WEBKIT_CONTEXT_MENU_ACTION_OPEN_IMAGE_IN_NEW_WINDOW, OrvWebContextMenuItem::ViewImage},
+    {WEBKIT_CONTEXT_MENU_ACTION_DOWNLOAD_IMAGE_TO_DISK, OrvWebContextMenuItem::SaveImage},
+    {WEBKIT_CONTEXT_MENU_ACTION_COPY_IMAGE_URL_TO_CLIPBOARD, OrvWebContextMenuItem::CopyImageLink},
+    {WEBKIT_CONTEXT_MENU_ACTION_COPY, OrvWebContextMenuItem::Copy},
+    {WEBKIT_CONTEXT_MENU_ACTION_CUT, OrvWebContextMenuItem::Cut},
+    {WEBKIT_CONTEXT_MENU_ACTION_PASTE, OrvWebContextMenuItem::Paste},
+    {WEBKIT_CONTEXT_MENU_ACTION_DELETE, OrvWebContextMenuItem::Delete},
+    {WEBKIT_CONTEXT_MENU_ACTION_SELECT_ALL, OrvWebContextMenuItem::SelectAll},
+    {WEBKIT_CONTEXT_MENU_ACTION_INSPECT_ELEMENT, OrvWebContextMenuItem::InspectElement},
+};
+
+constexpr std::pair<GTlsCertificateFlags, const char*> certificateProblems[] = {
+    {G_TLS_CERTIFICATE_UNKNOWN_CA, "nobody known has signed it"},
+    {G_TLS_CERTIFICATE_BAD_IDENTITY, "it is for another server"},
+    {G_TLS_CERTIFICATE_NOT_ACTIVATED, "it is not valid yet"},
+    {G_TLS_CERTIFICATE_EXPIRED, "it has expired"},
+    {G_TLS_CERTIFICATE_REVOKED, "it was revoked"},
+    {G_TLS_CERTIFICATE_INSECURE, "it is not secure enough"},
+};
+
+}  // namespace
+
+OrvWebJavaScriptResultType resultTypeOf(JSCValue* value) {
+  if (jsc_value_is_undefined(value)) return OrvWebJavaScriptResultType::JSUndefined;
+  if (jsc_value_is_null(value)) return OrvWebJavaScriptResultType::JSNull;
+  if (jsc_value_is_boolean(value)) return OrvWebJavaScriptResultType::JSBoolean;
+  if (jsc_value_is_number(value)) return OrvWebJavaScriptResultType::JSNumber;
+  if (jsc_value_is_string(value)) return OrvWebJavaScriptResultType::JSString;
+  return OrvWebJavaScriptResultType::JSObject;
+}
+
+OrvWebFavicon faviconFrom(cairo_surface_t* surface, const String& url) {
+  if (!surface) return OrvWebFavicon();
+  const int width = cairo_image_surface_get_width(surface);
+  const int height = cairo_image_surface_get_height(surface);
+  GdkPixbuf* pixels = gdk_pixbuf_get_from_surface(surface, 0, 0, width, height);
+  gchar* data = nullptr;
+  gsize size = 0;
+  String encoded;
+  if (pixels && gdk_pixbuf_save_to_buffer(pixels, &data, &size, "png", nullptr, nullptr)) {
+    gchar* text = g_base64_encode(reinterpret_cast<const guchar*>(data), size);
+    encoded = String(text);
+    g_free(text);
+    g_free(data);
+  }
+  g_clear_object(&pixels);
+  return OrvWebFavicon(encoded, url, width, height);
+}
+
+std::vector<OrvWebContextMenuItem> menuItemsOf(WebKitContextMenu* menu) {
+  std::vector<OrvWebContextMenuItem> items;
+  for (GList* entry = webkit_context_menu_get_items(menu); entry; entry = entry->next) {
+    const auto action =
+        webkit_context_menu_item_get_stock_action(WEBKIT_CONTEXT_MENU_ITEM(entry->data));
+    for (const auto& [stock, item] : menuItems) {
+      if (stock == action) items.push_back(item);
+    }
+  }
+  return items;
+}
+
+SSLConnectionInfo connectionInfoFrom(const char* uri, GTlsCertificate* certificate,
+                                     GTlsCertificateFlags problems) {
+  const auto taken = [](gchar* text) {
+    String result(text);
+    g_free(text);
+    return result;
+  };
+  SSLConnectionInfo info;
+  if (GUri* parsed = g_uri_parse(uri, G_URI_FLAGS_PARSE_RELAXED, nullptr)) {
+    info.host = String(g_uri_get_host(parsed));
+    g_uri_unref(parsed);
+  }
+  for (const auto& [flag, words] : certificateProblems) {
+    if (problems & flag) info.problems.emplace_back(words);
+  }
+  info.subject = taken(g_tls_certificate_get_subject_name(certificate));
+  info.issuer = taken(g_tls_certificate_get_issuer_name(certificate));
+  gchar* pem = nullptr;
+  g_object_get(certificate, "certificate-pem", &pem, nullptr);
+  info.certificate = taken(pem);
+  return info;
+}

@@ -1,0 +1,22 @@
+// The engine's objects as plain values of ours. Main thread.
+#pragma once
+
+#include "engine/Enumerations.h"
+#include "engine/Records.h"
+#include "engine/SecurityRecords.h"
+
+#include <webkit2/webkit2.h>
+
+#include <vector>
+
+OrvWebJavaScriptResultType resultTypeOf(JSCValue* value);
+
+// The icon as a PNG, with its address and size; the empty one for no surface.
+OrvWebFavicon faviconFrom(cairo_surface_t* surface, const Tessel::Platform::String& url);
+
+// The items that the chrome has a name for, in their order.
+std::vector<OrvWebContextMenuItem> menuItemsOf(WebKitContextMenu* menu);
+
+// A connection that was refused, by its server's certificate.
+SSLConnectionInfo connectionInfoFrom(const char* uri, GTlsCertificate* certificate,
+                                     GTlsCertificateFlags problems);
