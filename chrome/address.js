@@ -40,3 +40,30 @@ export function labelFor(url) {
     return url;
   }
 }
+
+/** Who speaks, for a sentence. The host of an address cannot be made up by the page. */
+export function placeOf(url) {
+  try {
+    const { protocol, host } = new URL(url);
+    return host && /^https?:$/.test(protocol) ? host : 'This page';
+  } catch {
+    return 'This page';
+  }
+}
+
+/**
+ * What is said about the way a page came here.
+ * @param {string} url
+ * @param {string} secureType  as the host reports it
+ * @returns {'secure'|'insecure'|'failed'|''} nothing about pages that never left this machine
+ */
+export function securityOf(url, secureType) {
+  if (secureType === 'SecureFailed') return 'failed';
+  if (secureType === 'SecureFull') return 'secure';
+  try {
+    const { protocol, host } = new URL(url);
+    return protocol === 'http:' && !LOOPBACK.test(host) ? 'insecure' : '';
+  } catch {
+    return '';
+  }
+}

@@ -1,6 +1,7 @@
 /** A panel that lists every native function of this host and calls them. */
 
 import { call, listBindings, on } from './pagehost.js';
+import { focus } from './keyboard.js';
 
 /** Error texts come by a call of their own, shortly after the call they belong to. */
 const ERROR_BELONGS_FOR = 500;
@@ -53,7 +54,7 @@ export class FunctionsPanel {
     if (this.isOpen) {
       // Modules register functions at any time; ask again at every opening.
       this.#list();
-      this.#get('filter').focus();
+      focus(this.#get('filter'));
     }
     this.onToggle(this.isOpen);
   }

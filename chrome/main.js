@@ -1,10 +1,15 @@
 /** The chrome: a toolbar and tabs around native web views. */
 
-import { resolveAddress } from './address.js';
+import { resolveAddress, securityOf } from './address.js';
+import { Dialogs } from './dialogs.js';
+import { DownloadList, DownloadsPanel } from './downloads.js';
+import { FindBar } from './findbar.js';
 import { FunctionsPanel } from './functions-panel.js';
+import { Infobar } from './infobar.js';
 import { call, isHosted, listBindings, MISSING, on, WebView } from './pagehost.js';
 import { Tabs } from './tabs.js';
 import { hideToast, showToast } from './toast.js';
+import { focus } from './keyboard.js';
 
 const START_PAGE = new URL('samples/start.html', document.baseURI).href;
 /** A web view smaller than this helps nobody. */
@@ -14,40 +19,72 @@ const $ = (id) => document.getElementById(id);
 
 function start() {
   const tabs = new Tabs($('tab-strip'));
-  const panel = new FunctionsPanel($('panel'), {
-    currentHandle: () => tabs.active?.view?.handle ?? WebView.root.handle,
-    onToggle: (open) => {
-      $('functions').setAttribute('aria-expanded', open);
-      if (!open) $('functions').focus();
-      layOut(tabs);
-    },
-  });
+  const panels = connectPanels(tabs);
+  const dialogs = new Dialogs($('dialog'), tabs);
+  const findBar = new FindBar($('find-bar'), tabs);
+  new Infobar($('infobar'), tabs);
 
-  connectLayout(tabs);
-  connectToolbar(tabs, panel);
-  connectKeyboard(tabs);
-  connectReports(tabs, panel);
-  openFirstTabs(tabs);
+  const layOutNow = connectLayout(tabs, dialogs);
+  connectToolbar(tabs);
+  connectKeyboard(tabs, findBar);
+  connectReports(tabs, panels.functions);
+  $('find').addEventListener('click', () => findBar.open());
+  openFirstTabs(tabs, layOutNow);
   if (listBindings().includes('applicationWindow.setVisible')) call('applicationWindow.setVisible', true);
 }
 
+/** The panels share one place: opening one closes the other. */
+function connectPanels(tabs) {
+  const onToggle = (name) => (open) => {
+    $(name).setAttribute('aria-expanded', open);
+    if (!open) return focus($(name));
+    for (const [other, panel] of Object.entries(panels)) if (other !== name && panel.isOpen) panel.toggle();
+    return undefined;
+  };
+  const panels = {
+    functions: new FunctionsPanel($('panel'), {
+      currentHandle: () => tabs.active?.view?.handle ?? WebView.root.handle,
+      onToggle: onToggle('functions'),
+    }),
+    downloads: new DownloadsPanel($('downloads-panel'), $('downloads'), {
+      list: new DownloadList(tabs),
+      onToggle: onToggle('downloads'),
+    }),
+  };
+  for (const [name, panel] of Object.entries(panels)) $(name).addEventListener('click', () => panel.toggle());
+  return panels;
+}
+
+/** Whether the page shall lie over the chrome, too. What it asks would be covered: then it steps back. */
+const coversAll = (tabs, dialogs) => Boolean(tabs.active?.fullScreen && !dialogs.isAsking(tabs.active));
+
 /** Puts the page's web view where the style sheet leaves room for it. */
-function layOut(tabs) {
+function layOut(tabs, dialogs) {
+  if (coversAll(tabs, dialogs)) return tabs.place({ x: 0, y: 0, width: window.innerWidth, height: window.innerHeight });
   const { left, top, right, bottom } = $('content').getBoundingClientRect();
   // Native views know whole pixels only; rounding both edges leaves no gap and no overlap.
   const [x, y] = [Math.round(left), Math.round(top)];
   const [width, height] = [Math.round(right) - x, Math.round(bottom) - y];
-  tabs.place(width < LEAST_SIDE || height < LEAST_SIDE ? null : { x, y, width, height });
+  return tabs.place(width < LEAST_SIDE || height < LEAST_SIDE ? null : { x, y, width, height });
 }
 
-function connectLayout(tabs) {
-  window.addEventListener('resize', () => layOut(tabs));
-  // Hints, toasts and the panel change the room without a resize of the window.
-  new ResizeObserver(() => layOut(tabs)).observe($('content'));
-  layOut(tabs);
+/** @returns {() => void} does it now */
+function connectLayout(tabs, dialogs) {
+  const update = () => layOut(tabs, dialogs);
+  window.addEventListener('resize', update);
+  // Hints, toasts, dialogs and panels change the room without a resize of the window.
+  new ResizeObserver(update).observe($('content'));
+  let covered = false;
+  tabs.addEventListener('change', () => {
+    if (covered === coversAll(tabs, dialogs)) return;
+    covered = !covered;
+    update();
+  });
+  update();
+  return update;
 }
 
-function connectToolbar(tabs, panel) {
+function connectToolbar(tabs) {
   const address = $('address');
   const setHint = (text = '') => {
     $('hint').textContent = text;
@@ -81,7 +118,6 @@ function connectToolbar(tabs, panel) {
   $('forward').addEventListener('click', () => tabs.active.goForward());
   $('reload').addEventListener('click', () => (tabs.active.loading ? tabs.active.stop() : tabs.active.reload()));
   $('revive').addEventListener('click', () => tabs.active.reload());
-  $('functions').addEventListener('click', () => panel.toggle());
   $('new-tab').addEventListener('click', () => openNewTab(tabs));
 
   let shown;
@@ -108,23 +144,42 @@ function showPage(tab) {
   $('progress').style.setProperty('--done', Math.max(tab.progress, 6) / 100);
 
   $('status').textContent = tab.status || (tab.loading ? `Loading… ${tab.progress} %` : '');
+  showSecurity(tab);
+  showExceptions(tab);
   $('view-info').textContent = tab.view ? `view ${tab.view.handle}` : 'no view';
   $('ended').hidden = Boolean(tab.view);
   $('content').setAttribute('aria-label', tab.label);
 }
 
+function showSecurity(tab) {
+  const security = securityOf(tab.url, tab.secureType);
+  $('security').hidden = !security;
+  $('security').className = security;
+  $('security').title = tab.encryptionInfo;
+  $('security').querySelector('use').setAttribute('href', security === 'secure' ? '#i-lock' : '#i-warning');
+  $('security-text').textContent = { secure: 'Secure connection', insecure: 'Not secure', failed: 'Not secure' }[security] ?? '';
+}
+
+function showExceptions({ exceptions }) {
+  const [last] = exceptions.slice(-1);
+  $('exceptions').hidden = !last;
+  $('exceptions').textContent = exceptions.length === 1 ? '1 script error' : `${exceptions.length} script errors`;
+  $('exceptions').title = last ? `${last.exception}\n${last.file}:${last.line}` : '';
+}
+
 function openNewTab(tabs) {
   tabs.open(START_PAGE);
-  $('address').focus();
+  focus($('address'));
   $('address').select();
 }
 
-function connectKeyboard(tabs) {
+function connectKeyboard(tabs, findBar) {
   const keys = {
-    'Ctrl+l': () => $('address').focus(),
+    'Ctrl+l': () => focus($('address')),
     'Ctrl+t': () => openNewTab(tabs),
     'Ctrl+w': () => tabs.close(tabs.active),
     'Ctrl+r': () => tabs.active.reload(),
+    'Ctrl+f': () => findBar.open(),
     F5: () => tabs.active.reload(),
     'Alt+ArrowLeft': () => tabs.active.goBack(),
     'Alt+ArrowRight': () => tabs.active.goForward(),
@@ -155,9 +210,9 @@ function connectReports(tabs, panel) {
   on('errors', ({ text }) => panel.isOpen || showToast(text));
 }
 
-function openFirstTabs(tabs) {
+function openFirstTabs(tabs, layOutNow) {
   const args = JSON.parse(WebView.root.arguments() || '[]').slice(1);
-  if (args.includes('--demo')) return runDemo(tabs);
+  if (args.includes('--demo')) return runDemo(tabs, layOutNow);
 
   for (const arg of args.filter((each) => !each.startsWith('-'))) {
     const { url, hint } = resolveAddress(arg);
@@ -169,9 +224,9 @@ function openFirstTabs(tabs) {
 }
 
 /** The run script waits for the line, then takes its picture. */
-function runDemo(tabs) {
+function runDemo(tabs, layOutNow) {
   const report = (type, print) => tabs.addEventListener(type, () => {
-    layOut(tabs);
+    layOutNow();
     print();
   }, { once: true });
   report('loaded', () => WebView.root.printToStdout('demo ready\n'));

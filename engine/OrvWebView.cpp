@@ -159,6 +159,14 @@ void OrvWebView::setZOrder(int zOrder) {
   raisePropertyChanged(OrvWebPropertyChangedEvent::ZOrder);
 }
 
+void OrvWebView::setActive(bool active) {
+  // The keyboard may have gone elsewhere meanwhile: asking again is no mistake.
+  if (active && window_ && window_->surface()) window_->surface()->requestKeyboardFocus();
+  if (active_ == active) return;
+  active_ = active;
+  raisePropertyChanged(OrvWebPropertyChangedEvent::Active);
+}
+
 void OrvWebView::setCustomHTTPHeaders(const OrvWebHeader* headers, unsigned int count) {
   std::vector<OrvWebHeader> list(headers, headers + count);
   if (list == headers_) return;

@@ -90,6 +90,9 @@ class OrvWebView : private PageClient {
   int zOrder() const {
     return zOrder_;
   }
+  // Gives the page the keyboard of its window, or only remembers that it is to have it no more.
+  void setActive(bool active);
+  bool isActive() const { return active_; }
   String applicationWindowGroup() const {
     return windowGroup_;
   }
@@ -208,6 +211,7 @@ class OrvWebView : private PageClient {
   OrvWebRect viewport_;
   bool visible_ = true;
   int zOrder_ = 0;
+  bool active_ = false;
   bool callbackObjectEnabled_ = true;
   bool destroyed_ = false;
   OrvWebView* popup_ = nullptr;    // shows the next window that the page opens

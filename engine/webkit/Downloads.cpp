@@ -22,14 +22,35 @@ OrvWebDownloadResult resultOf(const GError* error) {
   return OrvWebDownloadResult::ResultNetworkError;
 }
 
-// A name without a folder goes where the user keeps downloads.
+std::string downloadFolder() {
+  if (const char* configured = g_get_user_special_dir(G_USER_DIRECTORY_DOWNLOAD)) return configured;
+  const std::string usual = std::string(g_get_home_dir()) + "/Downloads";
+  return g_file_test(usual.c_str(), G_FILE_TEST_IS_DIR) ? usual : g_get_home_dir();
+}
+
+// A whole path is taken as it is. A name goes where the user keeps downloads, with a number before
+// its ending when there is a file of that name already.
 std::string placeFor(const String& filename) {
   if (g_path_is_absolute(filename.utf8())) return filename.toStdString();
-  const char* folder = g_get_user_special_dir(G_USER_DIRECTORY_DOWNLOAD);
-  gchar* name = g_path_get_basename(filename.utf8());
-  std::string place = std::string(folder ? folder : g_get_home_dir()) + "/" + name;
-  g_free(name);
+  gchar* base = g_path_get_basename(filename.utf8());
+  const std::string name = base;
+  g_free(base);
+  const auto dot = name.rfind('.');
+  const std::string stem = name.substr(0, dot == 0 ? std::string::npos : dot);
+  const std::string ending = name.substr(stem.size());
+  std::string place = downloadFolder() + "/" + name;
+  for (int number = 2; g_file_test(place.c_str(), G_FILE_TEST_EXISTS); ++number) {
+    place = downloadFolder() + "/" + stem + " (" + std::to_string(number) + ")" + ending;
+  }
   return place;
+}
+
+// The engine tells destinations encoded as in an address.
+String decoded(const char* destination) {
+  gchar* text = g_uri_unescape_string(destination, nullptr);
+  String result(text ? text : destination);
+  g_free(text);
+  return result;
 }
 
 }  // namespace
@@ -157,7 +178,7 @@ void Downloads::decide(unsigned int number, bool save, const String& filename) {
 void Downloads::onCreated(WebKitDownload* download, const gchar* destination, Downloads* self) {
   auto* found = self->find(download);
   if (!found) return;
-  found->second.filename = String(destination);
+  if (found->second.filename.isEmpty()) found->second.filename = decoded(destination);
   OrvWebDownloadStartedEvent event;
   event.downloadId = found->first;
   event.filename = found->second.filename;

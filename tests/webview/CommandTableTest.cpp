@@ -27,7 +27,7 @@ constexpr const char* messageNumbers =
     "eventNames 2246 executeJavaScript 2247 executeJavaScriptFunction 2028 extraHttpHeaders "
     "2029 fadeColorWindowPlatformHandle 2030 favicon 2284 findString 2036 getHistoryList 2037 "
     "goBack 2038 goForward 2039 historyLength 2040 historyPosition 2042 "
-    "isAllPropertyChangedEventsEnabled 2043 isAllWebEventsEnabled 2045 "
+    "isAllPropertyChangedEventsEnabled 2043 isAllWebEventsEnabled 2041 isActive 2162 setActive 2045 "
     "isAnyPropertyChangedEventsEnabled 2046 isAnyWebEventsEnabled 2048 isBlockPopups 2050 "
     "isEnableConsoleLogging 2056 isEnableDialogRequestedEvents 2057 isEnableDiskCache 2064 "
     "isEnableJavaScript 2068 isEnablePlugins 2070 isEnableSpatialNavigation 2072 "

@@ -174,6 +174,10 @@ String propertyValueText(const OrvWebView& view, OrvWebPropertyChangedEvent::Pro
   switch (property) {
     case OrvWebPropertyChangedEvent::Viewport:
       return valueText(view.viewport());
+    case OrvWebPropertyChangedEvent::Active:
+      return valueText(view.isActive());
+    case OrvWebPropertyChangedEvent::WindowUniqueId:
+      return valueText(view.windowUniqueId());
     case OrvWebPropertyChangedEvent::Visible:
       return valueText(view.isVisible());
     case OrvWebPropertyChangedEvent::ZOrder:

@@ -1,0 +1,260 @@
+/** What pages brought onto the disk: a panel with a list, and what the button in the toolbar shows of it. */
+
+import { focus } from './keyboard.js';
+
+const MARKUP = `
+  <div class="panel-head">
+    <h2>Downloads</h2>
+    <button type="button" class="text" id="dl-clear" hidden>Clear finished</button>
+    <button type="button" class="icon" id="dl-close" aria-label="Close"><svg><use href="#i-close"/></svg></button>
+  </div>
+  <p class="panel-empty" id="dl-none">Nothing has been downloaded yet.</p>
+  <ul id="dl-list"></ul>`;
+
+const FAILURES = {
+  ResultCancelled: 'Cancelled',
+  ResultNetworkError: 'The connection failed',
+  ResultInvalidFilename: 'It cannot have this name',
+  ResultFileIOError: 'The file could not be written',
+  ResultFileNotFoundError: 'There is no such file',
+  ResultNoEnoughMemError: 'There was not enough memory',
+};
+
+/** A name that none of the others has: the host would write over the earlier file. */
+export function freeName(name, taken) {
+  const [, stem, ending] = /^(.+?)((?:\.tar)?\.[^.]+)?$/.exec(name) ?? [null, name || 'download', ''];
+  let free = stem + (ending ?? '');
+  for (let number = 2; taken.has(free); number++) free = `${stem} (${number})${ending ?? ''}`;
+  return free;
+}
+
+export function sizeText(bytes) {
+  if (bytes < 1000) return `${bytes} bytes`;
+  const units = ['kB', 'MB', 'GB', 'TB'];
+  let value = bytes / 1000;
+  while (value >= 999.95 && units.length > 1) {
+    value /= 1000;
+    units.shift();
+  }
+  return `${value.toFixed(value < 99.95 ? 1 : 0)} ${units[0]}`;
+}
+
+/** One line about a download. */
+export function stateText({ state, done, total, result }) {
+  if (state === 'running') return total > 0 ? `${sizeText(done)} of ${sizeText(total)}` : sizeText(done);
+  if (state === 'finished') return sizeText(done);
+  if (state === 'left') return 'Its tab was closed; how far it is, is not known';
+  return FAILURES[result] ?? 'It failed';
+}
+
+/** The state of all downloads, from the events of all tabs. Reports "change". */
+export class DownloadList extends EventTarget {
+  /** Newest first. */
+  items = [];
+
+  constructor(tabs) {
+    super();
+    tabs.addEventListener('attached', ({ detail: tab }) => this.#listen(tab));
+    // Whose web view is gone is not told of any more, though the host goes on with it.
+    for (const end of ['closed', 'crashed']) {
+      tabs.addEventListener(end, ({ detail: tab }) => {
+        for (const item of this.items) if (item.tab === tab && item.state === 'running') item.state = 'left';
+        this.#changed();
+      });
+    }
+  }
+
+  get running() {
+    return this.items.filter((item) => item.state === 'running');
+  }
+
+  /** How much of what runs is there, from 0 to 1; null if nobody knows. */
+  get progress() {
+    const { running } = this;
+    if (!running.length || running.some((item) => !(item.total > 0))) return null;
+    const sum = (of) => running.reduce((total, item) => total + of(item), 0);
+    return Math.min(1, sum((item) => item.done) / sum((item) => item.total));
+  }
+
+  cancel(item) {
+    item.view.downloadCancel(item.id);
+  }
+
+  retry(item) {
+    this.#update(item.id, { state: 'running', done: 0, result: '' });
+    item.view.downloadRetry(item.id);
+  }
+
+  clearFinished() {
+    for (const item of this.items) if (item.state !== 'running' && this.#canCommand(item)) item.view.downloadRemove(item.id);
+    this.items = this.running;
+    this.#changed();
+  }
+
+  canRetry(item) {
+    return item.state === 'failed' && this.#canCommand(item);
+  }
+
+  #canCommand({ tab, view }) {
+    return tab.view === view;
+  }
+
+  #listen(tab) {
+    const { view } = tab;
+    view.on('DownloadRequest', ({ data }) => {
+      const taken = new Set(this.items.map((item) => item.name));
+      const name = freeName(data.filename, taken);
+      this.#add({ id: data.downloadId, name, url: data.url, tab, view });
+      // What was asked for turned out to be a file: the tab stays where it is.
+      if (tab.requested === data.url) tab.stay();
+      return { setAction: 'ActionSave', setFilename: name };
+    });
+    view.on('DownloadStarted', ({ data }) => {
+      const { downloadId: id, filename: path, url } = data;
+      // Unknown ones were begun without asking: by a command, or by the host itself.
+      if (!this.#find(id)) this.#add({ id, name: path.split('/').pop(), url, tab, view });
+      this.#update(id, { path });
+    });
+    view.on('DownloadProgress', ({ data }) => {
+      this.#update(data.downloadId, { done: Number(data.downloadedSize), total: Number(data.totalSize) });
+    });
+    view.on('DownloadFinished', ({ data }) => {
+      const state = data.downloadResult === 'ResultSuccess' ? 'finished' : 'failed';
+      this.#update(data.downloadId, { state, result: data.downloadResult });
+    });
+  }
+
+  #find(id) {
+    return this.items.find((item) => item.id === id);
+  }
+
+  #add(item) {
+    this.items.unshift({ state: 'running', done: 0, total: 0, result: '', path: '', ...item });
+    this.dispatchEvent(new Event('added'));
+    this.#changed();
+  }
+
+  #update(id, fields) {
+    const item = this.#find(id);
+    if (!item) return;
+    Object.assign(item, fields);
+    this.#changed();
+  }
+
+  #changed() {
+    this.dispatchEvent(new Event('change'));
+  }
+}
+
+export class DownloadsPanel {
+  #element;
+  #button;
+  #list;
+  #rows = new Map();
+  #drawing = 0;
+
+  /**
+   * @param {HTMLElement} element
+   * @param {HTMLButtonElement} button  opens it, and shows that something is going on
+   * @param {{list: DownloadList, onToggle: (open: boolean) => void}} options
+   */
+  constructor(element, button, { list, onToggle }) {
+    this.#element = element;
+    this.#button = button;
+    this.#list = list;
+    this.onToggle = onToggle;
+    element.innerHTML = MARKUP;
+    this.#part('close').addEventListener('click', () => this.toggle());
+    this.#part('clear').addEventListener('click', () => list.clearFinished());
+    element.addEventListener('keydown', (event) => event.key === 'Escape' && this.toggle());
+    // Progress comes far more often than a screen shows pictures.
+    list.addEventListener('change', () => {
+      this.#drawing ||= requestAnimationFrame(() => this.#draw());
+    });
+    list.addEventListener('added', () => {
+      button.classList.remove('news');
+      // Read in between, so that the same animation starts again.
+      void button.offsetWidth;
+      button.classList.add('news');
+    });
+  }
+
+  get isOpen() {
+    return !this.#element.hidden;
+  }
+
+  toggle() {
+    this.#element.hidden = this.isOpen;
+    if (this.isOpen) {
+      this.#draw();
+      focus(this.#part('close'));
+    }
+    this.onToggle(this.isOpen);
+  }
+
+  #part(name) {
+    return this.#element.querySelector(`#dl-${name}`);
+  }
+
+  #draw() {
+    cancelAnimationFrame(this.#drawing);
+    this.#drawing = 0;
+    this.#drawButton();
+    if (!this.isOpen) return;
+
+    const { items, running } = this.#list;
+    this.#part('none').hidden = items.length > 0;
+    this.#part('clear').hidden = running.length === items.length;
+    for (const [item, row] of this.#rows) {
+      if (items.includes(item)) continue;
+      row.root.remove();
+      this.#rows.delete(item);
+    }
+    items.forEach((item, index) => {
+      const row = this.#rows.get(item) ?? this.#addRow(item);
+      const there = this.#part('list').children[index];
+      if (there !== row.root) this.#part('list').insertBefore(row.root, there ?? null);
+      this.#drawRow(item, row);
+    });
+  }
+
+  #drawButton() {
+    const count = this.#list.running.length;
+    const label = count ? `Downloads, ${count} running` : 'Downloads';
+    this.#button.setAttribute('aria-label', label);
+    this.#button.title = label;
+    this.#button.classList.toggle('running', count > 0);
+    const { progress } = this.#list;
+    this.#button.classList.toggle('unsure', count > 0 && progress === null);
+    this.#button.style.setProperty('--done', progress ?? 0);
+  }
+
+  #addRow(item) {
+    const root = document.createElement('li');
+    root.innerHTML = `
+      <div class="dl-name"></div>
+      <progress max="1"></progress>
+      <div class="dl-state" role="status"></div>
+      <button type="button" class="text"></button>`;
+    const [name, progress, state, action] = root.children;
+    action.addEventListener('click', () => (item.state === 'running' ? this.#list.cancel(item) : this.#list.retry(item)));
+    const row = { root, name, progress, state, action };
+    this.#rows.set(item, row);
+    return row;
+  }
+
+  #drawRow(item, { root, name, progress, state, action }) {
+    const running = item.state === 'running';
+    root.className = item.state;
+    root.title = item.path || item.url.slice(0, 200);
+    name.textContent = item.name;
+    state.textContent = stateText(item);
+    progress.hidden = !running;
+    progress.setAttribute('aria-label', item.name);
+    if (item.total > 0) progress.value = item.done / item.total;
+    else progress.removeAttribute('value');
+    action.hidden = !running && !this.#list.canRetry(item);
+    action.textContent = running ? 'Cancel' : 'Retry';
+    action.setAttribute('aria-label', `${action.textContent} ${item.name}`);
+  }
+}

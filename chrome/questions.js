@@ -1,0 +1,71 @@
+/**
+ * What waits for a person's answer. Every tab has its own row of questions; the
+ * first one of the active tab is shown, those of other tabs only mark their tab.
+ *
+ * A question is an object with `drop()`, called when it is dropped unanswered.
+ * A page that went away cannot be asked about any more.
+ */
+export class Questions {
+  #tabs;
+  #show;
+  #rows = new Map();
+  #shown = null;
+
+  /**
+   * @param {import('./tabs.js').Tabs} tabs
+   * @param {(question: object|null, tab: object) => void} show  shows this question, or hides the last one
+   */
+  constructor(tabs, show) {
+    this.#tabs = tabs;
+    this.#show = show;
+    tabs.addEventListener('change', () => this.#refresh());
+    for (const end of ['committed', 'crashed', 'closed']) tabs.addEventListener(end, ({ detail: tab }) => this.#drop(tab));
+  }
+
+  get shown() {
+    return this.#shown;
+  }
+
+  ask(tab, question) {
+    this.#rows.set(tab, [...(this.#rows.get(tab) ?? []), question]);
+    this.#mark(tab);
+  }
+
+  /** The question is answered. Whoever shows it tells the host before. */
+  done(question) {
+    for (const [tab, row] of this.#rows) {
+      if (!row.includes(question)) continue;
+      const rest = row.filter((each) => each !== question);
+      if (rest.length) this.#rows.set(tab, rest);
+      else this.#rows.delete(tab);
+      this.#mark(tab);
+    }
+  }
+
+  isAsking(tab) {
+    return this.#rows.has(tab);
+  }
+
+  #drop(tab) {
+    const row = this.#rows.get(tab);
+    if (!row) return;
+    this.#rows.delete(tab);
+    row.forEach((question) => question.drop());
+    this.#mark(tab);
+  }
+
+  /** Dialogs and permissions wait independently; the tab is marked while one of them does. */
+  #mark(tab) {
+    tab.waiting = (tab.waiting ?? new Set());
+    tab.waiting[this.isAsking(tab) ? 'add' : 'delete'](this);
+    tab.update({ asking: tab.waiting.size > 0 });
+    this.#refresh();
+  }
+
+  #refresh() {
+    const first = this.#rows.get(this.#tabs.active)?.[0] ?? null;
+    if (first === this.#shown) return;
+    this.#shown = first;
+    this.#show(first, this.#tabs.active);
+  }
+}

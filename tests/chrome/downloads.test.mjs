@@ -1,0 +1,81 @@
+import assert from 'node:assert/strict';
+import test, { beforeEach } from 'node:test';
+import { DownloadList, freeName, sizeText, stateText } from '../../chrome/downloads.js';
+
+let tabs;
+let list;
+let commands;
+
+function openTab() {
+  const listeners = {};
+  const command = (name) => (...args) => commands.push([name, ...args]);
+  const view = { on: (name, listener) => { listeners[name] = listener; } };
+  for (const name of ['downloadCancel', 'downloadRetry', 'downloadRemove']) view[name] = command(name);
+  const tab = { view, requested: '', stay: () => commands.push(['stay']), raise: (name, data) => listeners[name]({ data }) };
+  tabs.dispatchEvent(Object.assign(new Event('attached'), { detail: tab }));
+  return tab;
+}
+const request = (tab, downloadId, filename) => tab.raise('DownloadRequest', { downloadId, filename, url: `http://x/${filename}` });
+
+beforeEach(() => {
+  tabs = new EventTarget();
+  commands = [];
+  list = new DownloadList(tabs);
+});
+
+test('a later file of the same name does not take the place of an earlier one', () => {
+  const tab = openTab();
+  assert.deepEqual(request(tab, 1, 'a.tar.gz'), { setAction: 'ActionSave', setFilename: 'a.tar.gz' });
+  assert.equal(request(openTab(), 2, 'a.tar.gz').setFilename, 'a (2).tar.gz');
+  assert.equal(request(tab, 3, 'a.tar.gz').setFilename, 'a (3).tar.gz');
+  assert.equal(freeName('.profile', new Set(['.profile'])), '.profile (2)');
+  assert.equal(freeName('noending', new Set(['noending'])), 'noending (2)');
+  assert.equal(freeName('', new Set()), 'download');
+});
+
+test('an address that was a file leaves the tab where it was', () => {
+  const tab = openTab();
+  request(tab, 1, 'link');
+  assert.deepEqual(commands, []);
+  tab.requested = 'http://x/file';
+  request(tab, 2, 'file');
+  assert.deepEqual(commands, [['stay']]);
+});
+
+test('from the request over failure and retry to the end', () => {
+  const tab = openTab();
+  request(tab, 4, 'film');
+  const [item] = list.items;
+  assert.equal(list.progress, null);
+  tab.raise('DownloadStarted', { downloadId: 4, filename: '/d/film', url: 'u' });
+  tab.raise('DownloadProgress', { downloadId: 4, downloadedSize: '500', totalSize: '2000' });
+  assert.equal(list.progress, 0.25);
+  list.cancel(item);
+  tab.raise('DownloadFinished', { downloadId: 4, downloadResult: 'ResultCancelled' });
+  assert.equal(stateText(item), 'Cancelled');
+  assert.ok(list.canRetry(item));
+  list.retry(item);
+  assert.equal(list.running.length, 1);
+  tab.raise('DownloadFinished', { downloadId: 4, downloadResult: 'ResultSuccess' });
+  assert.ok(!list.canRetry(item));
+  assert.deepEqual(commands, [['downloadCancel', 4], ['downloadRetry', 4]]);
+  assert.equal(list.items.length, 1);
+  list.clearFinished();
+  assert.equal(list.items.length, 0);
+});
+
+test('after its tab, a download is neither followed nor commanded', () => {
+  const tab = openTab();
+  request(tab, 5, 'film');
+  tabs.dispatchEvent(Object.assign(new Event('closed'), { detail: tab }));
+  tab.view = null;
+  assert.equal(list.running.length, 0);
+  list.clearFinished();
+  assert.deepEqual(commands, []);
+});
+
+test('sizes stay short at the ends of their units', () => {
+  for (const [bytes, text] of [[0, '0 bytes'], [999, '999 bytes'], [1000, '1.0 kB'], [999_949, '1000 kB'], [999_950, '1.0 MB'], [67_108_864, '67.1 MB'], [5e15, '5000 TB']]) {
+    assert.equal(sizeText(bytes), text);
+  }
+});

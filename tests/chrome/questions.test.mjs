@@ -1,0 +1,85 @@
+import assert from 'node:assert/strict';
+import test, { beforeEach } from 'node:test';
+import { Questions } from '../../chrome/questions.js';
+
+let tabs;
+let shown;
+let questions;
+
+const tabNamed = (name) => ({
+  name,
+  asking: false,
+  update(fields) {
+    Object.assign(this, fields);
+    // As the real ones do: a report for the active tab may come back into the middle of things.
+    if (this === tabs.active) report('change', this);
+  },
+});
+const question = (name, log = []) => ({ name, drop: () => log.push(name) });
+const report = (type, tab) => tabs.dispatchEvent(Object.assign(new Event(type), { detail: tab }));
+const activate = (tab) => {
+  tabs.active = tab;
+  report('change', tab);
+};
+
+beforeEach(() => {
+  tabs = new EventTarget();
+  shown = [];
+  questions = new Questions(tabs, (each) => shown.push(each?.name ?? null));
+});
+
+test('one question at a time, in their order, and then none', () => {
+  const tab = tabNamed('a');
+  const [first, second] = [question('first'), question('second')];
+  activate(tab);
+  questions.ask(tab, first);
+  questions.ask(tab, second);
+  assert.deepEqual(shown, ['first']);
+  questions.done(first);
+  questions.done(first);
+  assert.deepEqual(shown, ['first', 'second']);
+  assert.ok(tab.asking);
+  questions.done(second);
+  assert.deepEqual(shown, ['first', 'second', null]);
+  assert.ok(!tab.asking);
+});
+
+test('a question of a tab in the background waits there', () => {
+  const [front, back] = [tabNamed('front'), tabNamed('back')];
+  activate(front);
+  questions.ask(back, question('quiet'));
+  assert.deepEqual(shown, []);
+  assert.ok(back.asking && !front.asking);
+  activate(back);
+  activate(front);
+  assert.deepEqual(shown, ['quiet', null]);
+});
+
+test('a page that goes takes its questions along, each of them refused once', () => {
+  for (const end of ['committed', 'crashed', 'closed']) {
+    const log = [];
+    const [tab, other] = [tabNamed('a'), tabNamed('b')];
+    activate(tab);
+    questions.ask(tab, question('one', log));
+    questions.ask(tab, question('two', log));
+    questions.ask(other, question('of another', log));
+    report(end, tab);
+    report(end, tab);
+    assert.deepEqual(log, ['one', 'two'], end);
+    assert.equal(questions.shown, null);
+    assert.ok(questions.isAsking(other));
+  }
+});
+
+test('a tab is marked as long as anybody asks for it', () => {
+  const tab = tabNamed('a');
+  const others = new Questions(tabs, () => {});
+  const [dialog, permission] = [question('dialog'), question('permission')];
+  activate(tab);
+  questions.ask(tab, dialog);
+  others.ask(tab, permission);
+  questions.done(dialog);
+  assert.ok(tab.asking);
+  others.done(permission);
+  assert.ok(!tab.asking);
+});
