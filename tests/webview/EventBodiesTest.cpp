@@ -1,0 +1,372 @@
+// The exact bodies of events: every type's keys in their order, and every kind of value.
+#include "tests/support/ChromeFixture.h"
+#include "tests/webview/EventFactsData.h"
+#include "webview/events/EventFields.h"
+#include "webview/events/EventForwarding.h"
+
+#include <cmath>
+#include <limits>
+#include <sstream>
+
+namespace {
+
+using Event = OrvWebEvent;
+using Tessel::Platform::String;
+using test_support::eventFacts;
+using ::testing::ElementsAre;
+
+std::string bodyOf(const OrvWebEvent& event) {
+  return jsonFromObject(event).toStdString();
+}
+// The text of that one key of a body, up to the next one or the end.
+std::string memberOf(const OrvWebEvent& event, const std::string& key) {
+  const std::string body = bodyOf(event);
+  const auto start = body.find("\"" + key + "\":");
+  if (start == std::string::npos) return "no " + key + " in " + body;
+  const auto value = start + key.size() + 3;
+  const auto next = body.find(",\"", value);
+  return body.substr(value, (next == std::string::npos ? body.size() - 1 : next) - value);
+}
+
+// Gives an event another type, and the way of delivery that goes with it.
+void retype(OrvWebEvent& event, const OrvWebEvent& like) {
+  event = like;
+}
+
+template <int Type>
+auto make() {
+  using Class = typename fields::EventClass<Type>::type;
+  if constexpr (std::is_same_v<Class, OrvWebEvent>) {
+    return Event(Event::Type(Type));
+  } else if constexpr (std::is_same_v<Class, OrvWebJavaScriptCallbackEvent>) {
+    return Class({"f"});
+  } else if constexpr (std::is_same_v<Class, OrvWebPropertyChangedEvent>) {
+    return Class(Class::PropertyMax);
+  } else {
+    Class event;
+    if (Type == Event::JavaScriptFunctionResultEvent) retype(event, Event(Event::Type(Type)));
+    return event;
+  }
+}
+
+template <typename Visit>
+void forEveryType(Visit&& visit) {
+  [&]<int... Types>(std::integer_sequence<int, Types...>) {
+    (visit(make<Types>()), ...);
+  }
+  (std::make_integer_sequence<int, static_cast<int>(std::size(eventFacts))>());
+}
+
+class RememberingSink final : public EventSink {
+ public:
+  void post(const String& name, const String& data) override { note("post", name, data); }
+  String send(const String& name, const String& data) override {
+    note("send", name, data);
+    return {};
+  }
+  std::vector<std::string> trace;
+
+ private:
+  void note(const char* delivery, const String& name, const String& data) {
+    trace.push_back(concat(delivery, " ", name, " ", data).toStdString());
+  }
+};
+
+TEST(EventBodiesTest, EveryTypeHasItsKeysInTheirOrder) {
+  EXPECT_EQ(Event::typeCount, static_cast<int>(std::size(eventFacts)));
+  int type = 0;
+  forEveryType([&](const auto& event) {
+    const auto& facts = eventFacts[type];
+    SCOPED_TRACE(facts.name);
+    ASSERT_EQ(event.type(), type++);
+    const std::string body = bodyOf(event);
+    std::string keys;
+    if (!body.empty()) {
+      rapidjson::Document document;
+      ASSERT_FALSE(document.Parse(body.data(), body.size()).HasParseError()) << body;
+      for (const auto& member : document.GetObject()) {
+        keys.append(keys.empty() ? "" : " ").append(member.name.GetString());
+      }
+      EXPECT_STREQ(document["type"].GetString(), facts.name);
+      EXPECT_EQ(document["isSend"].GetBool(), std::string("send") == facts.delivery);
+      EXPECT_NE(document["isSend"].GetBool(), document["isPost"].GetBool());
+    }
+    EXPECT_EQ(keys, facts.keys);
+  });
+}
+
+TEST(EventBodiesTest, EveryTypeGoesItsWayUnderItsName) {
+  const OrvWebView view;
+  int type = 0;
+  forEveryType([&](auto event) {
+    const auto& facts = eventFacts[type++];
+    RememberingSink sink;
+    forwardWebEvent(view, event, sink);
+    EXPECT_THAT(sink.trace,
+                ElementsAre(std::string(facts.delivery) + " " + facts.name + " " + bodyOf(event)));
+  });
+}
+
+// What an event says about itself is not what its way is chosen by.
+TEST(EventBodiesTest, TheWayIsTheTypesWhateverTheEventSays) {
+  OrvWebNetworkResourceDoneEvent event;
+  retype(event, Event(Event::NetworkResourceDone));
+  event.setModal(true);
+  RememberingSink sink;
+  forwardWebEvent(OrvWebView(), event, sink);
+  EXPECT_THAT(sink.trace, ElementsAre("send NetworkResourceDone "
+                                      R"({"isModal":true,"isPost":true,"isPreventDefault":false,)"
+                                      R"("isSend":false,"streamId":0,)"
+                                      R"("type":"NetworkResourceDone"})"));
+}
+
+TEST(EventBodiesTest, TextsAreEscapedAndOtherwiseKeptByteForByte) {
+  const std::pair<std::string, std::string> texts[]{
+      {"", R"("")"},
+      {"a \"b\" \\c/ '", R"("a \"b\" \\c/ '")"},
+      {std::string("\0\x01\b\t\n\v\f\r\x1f\x7f", 10),
+       "\"\\u0000\\u0001\\b\\t\\n\\u000B\\f\\r"
+       "\\u001F\x7f\""},
+      {std::string("cut\0here\0", 9), R"("cut\u0000here\u0000")"},
+      {"\xc3\xa4\xe2\x80\xa8\xf0\x9f\x98\x80", "\"\xc3\xa4\xe2\x80\xa8\xf0\x9f\x98\x80\""},
+      // Not UTF-8 at all.
+      {"\xff\xc3 \x80", "\"\xff\xc3 \x80\""},
+      {"</script>{\"type\":\"Focus\"}", R"("</script>{\"type\":\"Focus\"}")"},
+  };
+  for (const auto& [text, written] : texts) {
+    OrvWebInspectorMessageEvent event;
+    event.message = String(text);
+    EXPECT_EQ(bodyOf(event), R"({"isPost":true,"isSend":false,"message":)" + written +
+                                 R"(,"type":"InspectorMessage"})");
+    OrvWebUserMediaRequestEvent list;
+    list.cameras = {String(text), String("x")};
+    list.origin = String(text);
+    EXPECT_EQ(bodyOf(list), R"({"cameras":[)" + written +
+                                R"(,"x"],"id":0,"isModal":false,"isPost":false,)"
+                                R"("isPreventDefault":false,"isSend":true,"origin":)" +
+                                written + R"(,"type":"UserMediaRequest"})");
+  }
+}
+
+TEST(EventBodiesTest, CStringsEndAtTheirFirstZeroByteAndMayBeMissing) {
+  OrvWebNetworkResourceDataReceivedEvent received;
+  received.data = "a\"b\0c";
+  received.length = 5;
+  received.streamId = std::numeric_limits<unsigned int>::max();
+  EXPECT_EQ(bodyOf(received), R"({"data":"a\"b","isModal":false,"isPost":false,)"
+                              R"("isPreventDefault":false,"isSend":true,"length":5,)"
+                              R"("streamId":4294967295,"type":"NetworkResourceDataReceived"})");
+  received.data = nullptr;
+  EXPECT_EQ(memberOf(received, "data"), R"("")");
+  OrvWebSessionInfoEvent session;
+  EXPECT_EQ(memberOf(session, "version"), R"("")");
+  session.version = "1.0";
+  session.data = "{}";
+  EXPECT_EQ(bodyOf(session), R"({"data":"{}","isPost":true,"isSend":false,)"
+                             R"("type":"SessionInfo","version":"1.0"})");
+}
+
+TEST(EventBodiesTest, IntegersAreWrittenInFull) {
+  OrvWebDownloadProgressEvent progress;
+  progress.downloadId = 4294967295u;
+  progress.downloadedSize = 4294967296u;
+  progress.totalSize = std::numeric_limits<std::uint64_t>::max();
+  EXPECT_EQ(bodyOf(progress), R"({"downloadId":4294967295,"downloadedSize":4294967296,)"
+                              R"("isPost":true,"isSend":false,"totalSize":18446744073709551615,)"
+                              R"("type":"DownloadProgress"})");
+  OrvWebFullScreenVideoStartedEvent video;
+  video.context = "c";
+  video.height = std::numeric_limits<int>::max();
+  video.width = std::numeric_limits<int>::min();
+  video.x = -1;
+  EXPECT_EQ(bodyOf(video), R"({"context":"c","height":2147483647,"isPost":true,"isSend":false,)"
+                           R"("screenWindow":"Unsupported type: screen_window_t",)"
+                           R"("type":"FullScreenVideoStarted","width":-2147483648,"x":-1,"y":0})");
+  OrvWebUnhandledKeyInputEvent key;
+  key.character = 0x1f600;
+  key.modifierMask = 0x80000000u;
+  key.keyDown = key.shiftActive = true;
+  key.sourceDevice = OrvWebSourceDevice::TesselKeyPad;
+  EXPECT_EQ(bodyOf(key), R"({"altActive":false,"alternateCharacter":0,"character":128512,)"
+                         R"("ctrlActive":false,"isPost":true,"isSend":false,"keyDown":true,)"
+                         R"("keycode":0,"metaActive":false,"modifierMask":2147483648,)"
+                         R"("shiftActive":true,"sourceDevice":"TesselKeyPad",)"
+                         R"("type":"UnhandledKeyInput"})");
+}
+
+TEST(EventBodiesTest, NumbersHaveSixDigits) {
+  const std::pair<double, const char*> numbers[]{
+      {0, "0"},
+      {-0.0, "-0"},
+      {7, "7"},
+      {1.0 / 3, "0.333333"},
+      {123456, "123456"},
+      {1234567, "1.23457e+06"},
+      {-0.0001, "-0.0001"},
+      {0.00001, "1e-05"},
+      {std::numeric_limits<double>::max(), "1.79769e+308"},
+      {std::numeric_limits<double>::denorm_min(), "4.94066e-324"},
+      {HUGE_VAL, "inf"},
+      {-HUGE_VAL, "-inf"},
+      {std::nan(""), "nan"}};
+  for (const auto& [number, written] : numbers) {
+    OrvWebCaptureContentsEvent captured;
+    captured.id = number;
+    EXPECT_EQ(memberOf(captured, "id"), written);
+    OrvWebJavaScriptFunctionResultEvent result;
+    result.result = JavaScriptVariant(number);
+    EXPECT_EQ(memberOf(result, "result"), written);
+  }
+}
+
+TEST(EventBodiesTest, FunctionResultsAreWrittenByTheirKindUnderEitherNumber) {
+  const std::pair<JavaScriptVariant, std::string> results[]{
+      {true, "true"},
+      {false, "false"},
+      {-5, "-5"},
+      {String(std::string("t\0\"", 3)), R"("t\u0000\"")"},
+      {JavaScriptVariant(), R"("")"},
+      {JavaScriptVariant::null(), R"("")"},
+      {JavaScriptVariant::object(), R"("")"}};
+  for (const auto& [result, written] : results) {
+    OrvWebJavaScriptFunctionResultEvent event;
+    event.result = result;
+    event.resultId = "7";
+    const std::string body =
+        R"({"isPost":true,"isSend":false,"result":)" + written + R"(,"resultId":"7","type":)";
+    EXPECT_EQ(bodyOf(event), body + R"("JavaScriptFunctionResult"})");
+    retype(event, Event(Event::JavaScriptFunctionResultEvent));
+    EXPECT_EQ(bodyOf(event), body + R"("JavaScriptFunctionResultEvent"})");
+  }
+}
+
+template <typename Type>
+std::string namesOf(const test_support::EnumerationFacts& facts) {
+  std::istringstream stream(facts.names);
+  std::string name, wrong;
+  for (int number = facts.first; stream >> name; ++number) {
+    bool notFound = true;
+    const Type value = fromName<Type>(name.c_str(), notFound);
+    if (notFound || static_cast<int>(value) != number || nameOf(Type(number)) != name) {
+      wrong += name + " ";
+    }
+  }
+  return wrong;
+}
+
+TEST(EventBodiesTest, NumbersHaveTheirNamesAndOthersHaveNone) {
+  std::size_t count = 0;
+  const auto check = [&]<typename Type>(Type, const std::string& type) {
+    SCOPED_TRACE(type);
+    for (const auto& facts : test_support::enumerationFacts) {
+      if (facts.type != type) continue;
+      ++count;
+      EXPECT_EQ(namesOf<Type>(facts), "");
+      std::istringstream names(facts.names);
+      const auto size = std::distance(std::istream_iterator<std::string>(names), {});
+      const int end = facts.first + static_cast<int>(size);
+      const bool hasOneApart = type == test_support::apartFacts.type;
+      EXPECT_EQ(EnumerationNames<Type>::table.names().size() - (hasOneApart ? 1 : 0),
+                static_cast<std::size_t>(size));
+      for (const int none : {facts.first - 1, end, std::numeric_limits<int>::max(),
+                             std::numeric_limits<int>::min()}) {
+        EXPECT_STREQ(nameOf(Type(none)), "") << none;
+      }
+    }
+  };
+#define ENUMERATION(Type, first) check(Type{}, #Type);
+#define NAME(name)
+#define NAME_AS(name, number)
+#define END_ENUMERATION
+#include "engine/Enumerations.def"
+#undef END_ENUMERATION
+#undef NAME_AS
+#undef NAME
+#undef ENUMERATION
+  EXPECT_EQ(count, std::size(test_support::enumerationFacts));
+  EXPECT_EQ(namesOf<OrvWebJavaScriptWorld>(test_support::apartFacts), "");
+}
+
+TEST(EventBodiesTest, UnknownNumbersAreWrittenAsNoName) {
+  OrvWebJavaScriptResultEvent result;
+  result.resultId = "1";
+  result.resultType = OrvWebJavaScriptResultType::JSException;
+  EXPECT_EQ(bodyOf(result), R"({"isPost":true,"isSend":false,"resultId":"1","resultString":"",)"
+                            R"("resultType":"JSException","type":"JavaScriptResult"})");
+  result.resultType = OrvWebJavaScriptResultType(9);
+  EXPECT_EQ(memberOf(result, "resultType"), R"("")");
+  OrvWebContextMenuRequestEvent menu;
+  EXPECT_EQ(memberOf(menu, "menuItems"), "[]");
+  using Item = OrvWebContextMenuItem;
+  menu.menuItems = {Item::PasteGreyedOut, Item(-1), Item(-2), Item(0), Item(26), Item(0)};
+  EXPECT_EQ(bodyOf(menu), R"({"isModal":false,"isPost":false,"isPreventDefault":false,)"
+                          R"("isSend":true,"menuItems":["PasteGreyedOut","Invalid","","Select",)"
+                          R"("","Select"],"type":"ContextMenuRequestEvent"})");
+}
+
+TEST(EventBodiesTest, RecordsAndWhatHasNoFormAreWrittenInPlace) {
+  OrvWebContentRenderedEvent rendered;
+  rendered.content = OrvWebRect{-1, 2, 300, 40};
+  rendered.contentWidth = 300;
+  EXPECT_EQ(bodyOf(rendered), R"({"content":{"height":40,"width":300,"x":-1,"y":2},)"
+                              R"("contentHeight":0,"contentWidth":300,"contentX":0,"contentY":0,)"
+                              R"("isPost":true,"isSend":false,"type":"ContentRendered"})");
+  OrvWebSSLHandshakingFailedEvent failed;
+  SSLConnectionInfo info;
+  info.host = "h\"";
+  info.problems = {"a", String(std::string("b\0", 2))};
+  failed.connectionInfo = info;
+  failed.url = "https://h";
+  EXPECT_EQ(bodyOf(failed), R"({"connectionInfo":{"certificate":"","host":"h\"","issuer":"",)"
+                            R"("problems":["a","b\u0000"],"subject":""},"isPost":true,)"
+                            R"("isSend":false,"streamId":0,"type":"SSLHandshakingFailed",)"
+                            R"("url":"https://h"})");
+  EXPECT_EQ(memberOf(OrvWebInvokeRequestEvent(), "request"),
+            R"("Unsupported type: OrvWebInvokeRequest const*")");
+  EXPECT_EQ(memberOf(OrvWebInputNotificationFocusEvent(), "styleMask"),
+            R"("Unsupported type: int64_t")");
+  EXPECT_EQ(memberOf(OrvWebCookieResultEvent(), "cookies"), "[]");
+}
+
+TEST(EventBodiesTest, DialogsWriteEverythingWhateverTheyAre) {
+  OrvWebDialogRequestedEvent dialog;
+  dialog.dialogType = OrvWebDialogType::AuthenticationChallenge;
+  dialog.alertType = -1;
+  dialog.title = "t";
+  dialog.username = "u";
+  dialog.isProxy = true;
+  dialog.waitHandle = 9;
+  dialog.setPreventDefault(true);
+  EXPECT_EQ(bodyOf(dialog),
+            R"({"alertType":-1,"cancellabel":"","data":"","databaseName":"",)"
+            R"("dialogType":"AuthenticationChallenge","isModal":false,"isNew":false,)"
+            R"("isPost":false,"isPreventDefault":true,"isProxy":true,"isSend":true,"message":"",)"
+            R"("oklabel":"","password":"","requestedSize":0,"result":"","systemId":"",)"
+            R"("systemType":0,"title":"t","type":"DialogRequested","url":"","username":"u",)"
+            R"("wait":false,"waitHandle":9})");
+}
+
+class OpenWindowBodyTest : public test_support::ChromeFixture {};
+
+TEST_F(OpenWindowBodyTest, WebViewsGoByTheirHandles) {
+  OrvWebOpenWindowEvent open;
+  open.action = OrvWebOpenWindowAction::RECYCLE;
+  open.rect = OrvWebRect{1, 2, 3, 4};
+  open.windowName = "_blank";
+  open.view = root;
+  EXPECT_EQ(bodyOf(open),
+            R"({"action":"RECYCLE","isModal":false,"isPopup":false,"isPost":false,)"
+            R"("isPreventDefault":false,"isSend":true,"page":"Unsupported type: OrvWebPage*",)"
+            R"("rect":{"height":4,"width":3,"x":1,"y":2},"type":"OpenWindow","url":"",)"
+            R"("view":"1","wait":false,"waitHandle":0,"windowName":"_blank"})");
+  const unsigned int handle = createWebView();
+  open.view = &webView(handle);
+  EXPECT_EQ(memberOf(open, "view"), "\"" + std::to_string(handle) + "\"");
+  OrvWebView unknown;
+  for (OrvWebView* none : {&unknown, static_cast<OrvWebView*>(nullptr)}) {
+    open.view = none;
+    EXPECT_EQ(memberOf(open, "view"), R"("0")");
+  }
+}
+
+}  // namespace
