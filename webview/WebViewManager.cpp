@@ -41,10 +41,10 @@ int argumentCount(const OrvWebJavaScriptCallbackEvent& event) {
   return static_cast<int>(event.numArgs());
 }
 
-int processGroupFrom(const char* specification) {
-  if (std::strcmp(specification, "InProcess") == 0) return WebViewManager::inThisProcess;
-  if (std::strcmp(specification, "OutProcess") == 0) return WebViewManager::inNewProcess;
-  return static_cast<int>(std::strtoul(specification, nullptr, 10));
+int processGroupFrom(const char* where) {
+  if (std::strcmp(where, "InProcess") == 0) return WebViewManager::inThisProcess;
+  if (std::strcmp(where, "OutProcess") == 0) return WebViewManager::inNewProcess;
+  return static_cast<int>(std::strtoul(where, nullptr, 10));
 }
 
 void jsCreate(OrvWebJavaScriptCallbackEvent* event) {

@@ -24,9 +24,8 @@ using ::testing::SizeIs;
 class WebViewManagerTest : public test_support::ChromeFixture {
  protected:
   // "webview.create" and the handle it answers with.
-  unsigned int create(const char* specification, const char* inGroup = group) {
-    return static_cast<unsigned int>(
-        std::stoul(callNative({"webview.create", inGroup, specification})));
+  unsigned int create(const char* where, const char* inGroup = group) {
+    return static_cast<unsigned int>(std::stoul(callNative({"webview.create", inGroup, where})));
   }
   void deleteWebView(unsigned int handle) {
     EXPECT_EQ(callNative({"webview.delete", std::to_string(handle).c_str()}), "");
@@ -106,9 +105,9 @@ TEST_F(WebViewManagerTest, ArgumentsOfCreateAndDeleteAreCountedWithTheName) {
 }
 
 TEST_F(WebViewManagerTest, ChildProcessesAreRefusedWithAnError) {
-  for (const char* specification : {"OutProcess", "7"}) {
-    EXPECT_EQ(create(specification), 0u);
-    EXPECT_THAT(errors(), SizeIs(1)) << specification;
+  for (const char* where : {"OutProcess", "7"}) {
+    EXPECT_EQ(create(where), 0u);
+    EXPECT_THAT(errors(), SizeIs(1)) << where;
   }
   // A text that is no number is group 0: this process.
   const unsigned int handle = create("outprocess");
