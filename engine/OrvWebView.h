@@ -92,7 +92,9 @@ class OrvWebView : private PageClient {
   }
   // Gives the page the keyboard of its window, or only remembers that it is to have it no more.
   void setActive(bool active);
-  bool isActive() const { return active_; }
+  bool isActive() const {
+    return active_;
+  }
   String applicationWindowGroup() const {
     return windowGroup_;
   }

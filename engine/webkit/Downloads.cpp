@@ -40,7 +40,9 @@ std::string placeFor(const String& filename) {
   const std::string ending = name.substr(stem.size());
   std::string place = downloadFolder() + "/" + name;
   for (int number = 2; g_file_test(place.c_str(), G_FILE_TEST_EXISTS); ++number) {
-    place = downloadFolder() + "/" + stem + " (" + std::to_string(number) + ")" + ending;
+    place = downloadFolder();
+    place.append("/").append(stem).append(" (").append(std::to_string(number)).append(")");
+    place.append(ending);
   }
   return place;
 }
