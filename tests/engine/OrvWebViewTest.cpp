@@ -136,40 +136,4 @@ TEST_F(OrvWebViewTest, SettingIsToldToThePageAndReportedOnceAndOnlyWhenItChanges
                           WebViewSetting::isEnableDiskCache));
 }
 
-TEST_F(OrvWebViewTest, PlaceInTheGroupReachesTheWindowAndIsReported) {
-  view.setZOrder(3);
-  view.setVisible(false);
-  const auto page = open(view);
-  EXPECT_EQ(page->window.windowGroup(), "views");
-  const auto& state = test_support::surfaceOf(page->window).state;
-  EXPECT_EQ(state.zOrder, 3);
-  EXPECT_FALSE(state.visible);
-  EXPECT_EQ(state.orientation, 90);
-  EXPECT_TRUE(state.fillsParent) << "it was never placed";
-
-  view.setViewport({1, 2, 30, 40});
-  view.setViewport({1, 2, 30, 40});
-  view.setVisible(true);
-  view.setZOrder(-1);
-  view.setZOrder(-1);
-  EXPECT_THAT(view.properties, ElementsAre(Changed::Viewport, Changed::Visible, Changed::ZOrder));
-  EXPECT_EQ(state.rect, (OrvWebRect{1, 2, 30, 40}));
-  EXPECT_TRUE(state.visible);
-  EXPECT_EQ(state.zOrder, -1);
-}
-
-TEST_F(OrvWebViewTest, HeadersAndTheCallbackObjectSetBeforeThePageReachIt) {
-  OrvWebHeader header;
-  header.setKey("X-A");
-  view.setCustomHTTPHeaders(&header, 1);
-  view.setCustomHTTPHeaders(&header, 1);
-  EXPECT_THAT(view.properties, ElementsAre(Changed::CustomHTTPHeaders));
-  view.enableOrvJavaScriptObject(false);
-  const auto page = open(view);
-  EXPECT_THAT(page->headers, ElementsAre(header));
-  EXPECT_FALSE(page->callbackObjectEnabled);
-  view.setCustomHTTPHeaders(nullptr, 0);
-  EXPECT_THAT(page->headers, IsEmpty());
-}
-
 }  // namespace

@@ -70,20 +70,6 @@ TEST_F(WindowTest, AChildJoinsTheGroupOfItsParentOrOfTheName) {
   EXPECT_EQ(lost->surfaceSize(), IntSize());
 }
 
-TEST_F(WindowTest, HandlesNameLivingWindowsAndAreNotReused) {
-  auto top = topLevel();
-  auto leaving = child(top.get());
-  const int handle = leaving->platformHandle();
-  EXPECT_NE(handle, 0);
-  EXPECT_EQ(Window::fromPlatformHandle(handle), leaving.get());
-  leaving.reset();
-  EXPECT_FALSE(Window::fromPlatformHandle(handle));
-  EXPECT_TRUE(top->children.empty());
-  const auto next = child(top.get());
-  EXPECT_NE(next->platformHandle(), handle);
-  for (const int stranger : {0, -1, 1 << 30}) EXPECT_FALSE(Window::fromPlatformHandle(stranger));
-}
-
 TEST_F(WindowTest, ChildrenOutliveTheirTopLevelWindowUnseen) {
   auto top = topLevel("main");
   const auto orphan = child(top.get());
@@ -150,20 +136,6 @@ TEST_F(WindowTest, AWindowWithoutRoomDoesNothing) {
   EXPECT_EQ(errno, ENODEV);
   system_->full = false;
   EXPECT_FALSE(child(top.get())->hasBuffer()) << "it would be a top-level window of its own";
-}
-
-TEST_F(WindowTest, TheKeyboardGoesToTheTopLevelWindowOfTheGroup) {
-  const auto top = topLevel();
-  const auto window = child(top.get());
-  EXPECT_TRUE(setGroupKeyboardFocus(window->platformHandle(), 0));
-  EXPECT_EQ(shown(*top).focusRequests, 0);
-  EXPECT_TRUE(setGroupKeyboardFocus(window->platformHandle(), 1));
-  EXPECT_TRUE(setGroupKeyboardFocus(top->platformHandle(), 1));
-  EXPECT_EQ(shown(*top).focusRequests, 2);
-  EXPECT_EQ(shown(*window).focusRequests, 0);
-  errno = 0;
-  EXPECT_FALSE(setGroupKeyboardFocus(0, 1));
-  EXPECT_EQ(errno, EINVAL);
 }
 
 }  // namespace

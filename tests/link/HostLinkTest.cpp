@@ -135,23 +135,6 @@ TEST_F(HostLinkTest, NestedQuestionsGetTheirOwnAnswersInAnyOrder) {
   EXPECT_TRUE(runUntilRan("nest posted ")) << ran_;
 }
 
-TEST_F(HostLinkTest, AQuestionInsideAPostKeepsTheNextPostsBehindIt) {
-  onCall_ = [&](const std::string& name) {
-    if (name == "a") ran_ += ask("from a") + ' ';
-  };
-  post("a");
-  post("b");
-  Script host([&] {
-    const Frame question = host_.next(FrameKind::NativeCall);
-    post("c");
-    call(1, "waited for");
-    expectValue(1, "value of waited for");
-    host_.answer(question, "answer");
-    post("d");
-  });
-  EXPECT_TRUE(runUntilRan("a b c waited for answer d ")) << ran_;
-}
-
 TEST_F(HostLinkTest, AQuestionToAProgramThatHasGoneGivesNothing) {
   Script host([&] {
     const Frame answered = host_.next(FrameKind::NativeCall);
@@ -165,19 +148,6 @@ TEST_F(HostLinkTest, AQuestionToAProgramThatHasGoneGivesNothing) {
   EXPECT_EQ(ask("too late"), "(nothing)");
   link_->tell(FrameKind::Log, page, "nobody listens");
   EXPECT_EQ(ran_, "");
-}
-
-TEST_F(HostLinkTest, AnAnswerThatCameBeforeTheEndCounts) {
-  Script host([&] {
-    host_.answer(host_.next(FrameKind::NativeCall), "parting");
-    host_.close();
-  });
-  EXPECT_EQ(ask("question"), "parting");
-}
-
-TEST_F(HostLinkTest, NobodyAtTheAddressIsNoLink) {
-  EXPECT_FALSE(HostLink::connect(folder_.path() / "nobody", "token", *this));
-  EXPECT_FALSE(HostLink::connect(std::string(200, 'x'), "token", *this));
 }
 
 }  // namespace

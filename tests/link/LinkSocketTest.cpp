@@ -45,23 +45,6 @@ TEST_F(LinkSocketTest, FramesThatArriveByteByByteAreWholeOrNotThere) {
   EXPECT_TRUE(socket_.receive(frames_, poll)) << "nothing to read is no failure";
 }
 
-TEST_F(LinkSocketTest, ManyFramesAndTheBeginningOfAnotherComeInOneRead) {
-  std::string bytes;
-  for (std::uint32_t i = 0; i < 1000; ++i) bytes += rawFrame(hello, std::to_string(i), i);
-  const std::string last = rawFrame(hello, "last", 1000);
-  write(bytes + last.substr(0, last.size() - 1));
-  ASSERT_TRUE(socket_.receive(frames_, poll));
-  ASSERT_EQ(frames_.size(), 1000u);
-  write(last.substr(last.size() - 1));
-  ASSERT_TRUE(socket_.receive(frames_, poll));
-  ASSERT_EQ(frames_.size(), 1001u);
-  for (std::uint32_t i = 0; i < 1000; ++i) {
-    ASSERT_EQ(frames_[i].id, i);
-    ASSERT_EQ(frames_[i].payload, std::to_string(i));
-  }
-  EXPECT_EQ(frames_.back().payload, "last");
-}
-
 TEST_F(LinkSocketTest, AFullSocketKeepsTheRestInOrder) {
   const auto payloadOf = [](std::uint32_t i) {
     return std::string(i * 37 % 5000, static_cast<char>(i));

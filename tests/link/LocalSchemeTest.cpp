@@ -85,15 +85,4 @@ TEST_F(LocalSchemeTest, TheRootItselfMayBeALink) {
   EXPECT_EQ(openIn(root() / "index.html", "/"), "ENOTDIR");
 }
 
-TEST_F(LocalSchemeTest, TypesDependOnTheLastEndingOnly) {
-  EXPECT_EQ(mimeTypeOf("/app/index.html"), "text/html");
-  EXPECT_EQ(mimeTypeOf("/app/main.MJS"), "text/javascript");
-  EXPECT_EQ(mimeTypeOf("style.min.css"), "text/css");
-  EXPECT_EQ(mimeTypeOf("module.wasm"), "application/wasm");
-  EXPECT_EQ(mimeTypeOf("/page.html/data.json"), "application/json");
-  EXPECT_EQ(mimeTypeOf("/page.html/no-ending"), "application/octet-stream");
-  EXPECT_EQ(mimeTypeOf("x.no-such-ending"), "application/octet-stream");
-  EXPECT_EQ(mimeTypeOf("ends-with-a-dot."), "application/octet-stream");
-}
-
 }  // namespace

@@ -174,31 +174,6 @@ TEST(PageLinkTest, AStrangerIsShutOut) {
   }
 }
 
-TEST(PageLinkTest, QuestionsAreAnsweredByNumberAndPage) {
-  Host host;
-  host.delegate.onNativeCall = [](const NativeArguments& arguments) {
-    EXPECT_EQ(arguments, sampleArguments().back());
-    return String(awkwardText());
-  };
-  host.peer.send(FrameKind::PageCreated, 7, page, "");
-  host.peer.send(FrameKind::Log, 0, page, "a line for the log");
-  host.peer.send(FrameKind::NativeCall, 8, page, encode(sampleArguments().back()));
-  host.peer.send(FrameKind::Dialog, 9, page,
-                 encode(DialogQuestion{DialogKind::Confirm, "sure?", ""}));
-  EXPECT_TRUE(iterateUntil([&] { return host.delegate.questions == 3; }));
-  EXPECT_EQ(host.peer.next(FrameKind::SetupChanged).payload, encode(PageSetup()));
-  const std::vector<std::pair<std::uint32_t, std::string>> answers{
-      {7, encode(sampleSetups().back())},
-      {8, awkwardText()},
-      {9, encode(DialogAnswer{true, "sure?"})}};
-  for (const auto& [id, payload] : answers) {
-    const Frame answer = host.peer.next(FrameKind::Answer);
-    EXPECT_EQ(answer.id, id);
-    EXPECT_EQ(answer.page, page);
-    EXPECT_EQ(answer.payload, payload);
-  }
-}
-
 TEST(PageLinkTest, WhatIsNoQuestionClosesTheLink) {
   const std::vector<std::pair<FrameKind, std::string>> nonsense{
       {FrameKind::NativeCall, ""},
@@ -220,53 +195,6 @@ TEST(PageLinkTest, WhatIsNoQuestionClosesTheLink) {
     host.link->close();
     EXPECT_EQ(host.delegate.closed, 1);
     EXPECT_FALSE(host.call("echo"));
-  }
-}
-
-TEST(PageLinkTest, ValuesReturnToWhoeverWaitsForThem) {
-  Host host;
-  FakePage page(host);
-  for (const auto& value : sampleVariants()) {
-    const auto result = host.call("echo", {value});
-    EXPECT_TRUE(result && *result == value);
-  }
-  EXPECT_FALSE(host.call("babble")) << "an answer that is no value";
-  EXPECT_EQ(host.number("echo", 1), 1);
-
-  // The answers come in the other order, and either thread may be the one to read them.
-  for (const bool mainHolds : {true, false}) {
-    const int before = page.held;
-    const auto hold = [&] { return host.number("hold", 2); };
-    const auto release = [&] {
-      while (page.held == before) std::this_thread::yield();
-      return host.number("release", 3);
-    };
-    auto other =
-        mainHolds ? std::async(std::launch::async, release) : std::async(std::launch::async, hold);
-    EXPECT_EQ(mainHolds ? hold() : release(), mainHolds ? 2 : 3);
-    EXPECT_EQ(other.get(), mainHolds ? 3 : 2);
-  }
-}
-
-TEST(PageLinkTest, NativeCallsNestInsideWaitsDownToALimit) {
-  for (const std::size_t asked : {1, 100, 1000}) {
-    Host host;
-    std::size_t depth = 0;
-    std::size_t deepest = 0;
-    host.delegate.onNativeCall = [&](const NativeArguments&) {
-      deepest = std::max(deepest, ++depth);
-      const auto result = host.call(depth < asked ? "native" : "echo", {"ground"});
-      --depth;
-      return result ? concat("(", result->stringValue(), ")") : String("lost");
-    };
-    FakePage page(host);
-    const auto result = host.call("native");
-    ASSERT_TRUE(result);
-    const bool refused = asked > 256;
-    const std::size_t levels = refused ? 256 : asked;
-    EXPECT_EQ(deepest, levels);
-    EXPECT_EQ(result->stringValue(), String(std::string(levels, '(') + (refused ? "" : "ground") +
-                                            std::string(levels, ')')));
   }
 }
 
@@ -330,25 +258,6 @@ TEST(PageLinkTest, AWaitEndsAtItsLimitAndTheLateAnswerIsNobodys) {
   };
   test();
   std::async(std::launch::async, test).get();
-}
-
-TEST(PageLinkTest, TheClockStandsWhileTheMainThreadServesAQuestion) {
-  Host host;
-  FakePage page(host);
-  constexpr auto limit = 150ms;
-  host.delegate.onNativeCall = [&](const NativeArguments&) {
-    EXPECT_FALSE(host.call("hold", {}, 2 * limit)) << "takes as long as its own limit";
-    return String("in time");
-  };
-  const auto test = [&] {
-    const auto result = host.call("native", {}, limit);
-    EXPECT_TRUE(result && result->stringValue() == String("in time"));
-    EXPECT_FALSE(host.call("nativeAndHang", {}, limit)) << "then it goes on";
-    return true;
-  };
-  test();
-  auto second = std::async(std::launch::async, test);
-  EXPECT_TRUE(iterateUntil([&] { return second.wait_for(0s) == std::future_status::ready; }));
 }
 
 TEST(PageLinkTest, TheDeathOfThePeerEndsEveryWait) {

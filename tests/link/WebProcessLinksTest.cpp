@@ -142,16 +142,4 @@ TEST_F(WebProcessLinksTest, AWebProcessCannotSpeakForThePageOfAnother) {
   EXPECT_EQ(callNative(thief, 1), "called");
 }
 
-TEST_F(WebProcessLinksTest, AFolderThatCannotHoldASocketIsTold) {
-  errno = 0;
-  EXPECT_FALSE(WebProcessLinks(folder_.path() / std::string(100, 'x')).isListening());
-  EXPECT_EQ(errno, ENAMETOOLONG);
-  EXPECT_FALSE(WebProcessLinks(folder_.path() / "missing").isListening());
-  EXPECT_EQ(errno, ENOENT);
-  const WebProcessLinks another(folder_.path());
-  EXPECT_TRUE(another.isListening());
-  EXPECT_NE(another.address(), links_->address());
-  EXPECT_NE(another.token(), links_->token());
-}
-
 }  // namespace

@@ -32,15 +32,5 @@ TEST_F(CrashDeathTest, StandardErrorThatNobodyReadsDoesNotDelayTheEnd) {
       testing::KilledBySignal(SIGABRT), "");
 }
 
-TEST_F(CrashDeathTest, StandardErrorWithoutReaderDoesNotChangeTheSignal) {
-  EXPECT_EXIT(
-      {
-        Testing::StandardErrorPipe pipe;
-        pipe.closeReadEnd();
-        platformCrash("Some.cpp", 12, "someFunction");
-      },
-      testing::KilledBySignal(SIGABRT), "");
-}
-
 }  // namespace
 }  // namespace Tessel::Platform

@@ -111,18 +111,6 @@ TEST(GuardedPointerTest, PinOfAnotherThreadDefersTheDeletionToTheOwner) {
   EXPECT_EQ(grave.thread, std::this_thread::get_id());
 }
 
-TEST(GuardedPointerTest, OwnerWithoutClientLeavesTheObjectRatherThanAnotherThreadDeletingIt) {
-  Grave grave;
-  auto* const thing = new Thing(grave);
-  std::optional<GuardedPin<Thing>> pin(thing);
-  deleteGuardedObject(thing);
-  Testing::StandardErrorPipe log;
-  std::thread([&pin] { pin.reset(); }).join();
-  EXPECT_EQ(grave.burials, 0);
-  EXPECT_EQ(log.read().find("[error]"), 0u);
-  delete thing;
-}
-
 TEST(GuardedPointerTest, PinsAndDeletionsOfTwoThreadsBuryEachObjectOnce) {
   MainMessageClient client(0, -1);
   for (int round = 0; round < 300; ++round) {

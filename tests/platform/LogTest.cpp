@@ -60,25 +60,6 @@ TEST_F(LogTest, ForkedChildSpeaksUnderItsOwnNameAndPid) {
               StartsWith("[notice] " + std::string(63, 'n') + ' ' + std::to_string(child) + ' '));
 }
 
-TEST_F(LogTest, LineBreaksBecomeSpaces) {
-  StandardErrorPipe pipe;
-  errno = ENOENT;
-  logAlways(LogError, "one\ntwo\r\nthree: %m");
-  const std::string text = pipe.read();
-  EXPECT_EQ(linesOf(text).size(), 1u);
-  EXPECT_THAT(text, HasSubstr("one two  three: No such file"));
-}
-
-TEST_F(LogTest, TextThatCannotBeFormattedLeavesALineAndErrno) {
-  StandardErrorPipe pipe;
-  errno = ENOENT;
-  logAlways(LogError, "%lc", static_cast<wint_t>(0x7FFFFFFF));
-  EXPECT_EQ(errno, ENOENT);
-  const auto lines = linesOf(pipe.read());
-  ASSERT_EQ(lines.size(), 1u);
-  EXPECT_THAT(lines[0], StartsWith("[error] tester "));
-}
-
 TEST_F(LogTest, LongLineIsCutToOnePieceBetweenCharacters) {
   StandardErrorPipe pipe;
   logAlways(LogError, "%s", std::string(100000, 'x').c_str());

@@ -180,27 +180,6 @@ TEST_F(MessageClientTest, ExitEndsTheLoopAfterTheMessageInHandWithTheFirstStatus
   EXPECT_EQ(leftOver.use_count(), 1);
 }
 
-TEST_F(MessageClientTest, ExitBeforeRunMakesRunReturnAtOnce) {
-  note("not delivered");
-  std::thread([this] { client->exit(3); }).join();
-  EXPECT_EQ(run(), 3);
-  EXPECT_EQ(trace, "");
-}
-
-TEST_F(MessageClientTest, ExitFromAnotherThreadNeverMissesALoopThatIsStarting) {
-  for (int round = 0; round < 1000; ++round) {
-    client.emplace(0, -1);
-    std::atomic<bool> starting = false;
-    std::thread other([&] {
-      while (!starting) std::this_thread::yield();
-      client->exit(round);
-    });
-    starting = true;
-    EXPECT_EQ(run(), round);
-    other.join();
-  }
-}
-
 TEST_F(MessageClientTest, SyncMessageRunsOnTheClientsThreadBeforeTheCallReturns) {
   EXPECT_TRUE(client->isCurrentThread());
   bool ran = false;
@@ -298,18 +277,6 @@ TEST_F(MessageClientTest, MessageThatRunsTheLoopLetsLaterOnesThrough) {
   EXPECT_EQ(trace, "dialog( inside ) ");
 }
 
-TEST_F(MessageClientTest, OtherSourcesGetTheirTurnBetweenMessages) {
-  int delivered = 0;
-  std::vector<int> seen;
-  CallSource other([&] {
-    seen.push_back(delivered);
-    return true;
-  });
-  for (int i = 0; i < 5; ++i) dispatch([&] { ++delivered; });
-  runWaiting();
-  EXPECT_EQ(seen, (std::vector<int>{1, 2, 3, 4, 5, 5}));
-}
-
 TEST_F(MessageClientTest, MessageDispatchedWhileTheLoopGoesToSleepWakesIt) {
   // A source that dispatches once the client has been asked and had nothing.
   struct Source {
@@ -360,19 +327,6 @@ TEST_F(MessageClientTest, NoMessageOfManyThreadsIsLostOrOvertaken) {
   EXPECT_EQ(outOfOrder, 0);
 }
 
-TEST_F(MessageClientTest, ThreadsClientTakesMessagesAsLongAsItLives) {
-  const auto self = std::this_thread::get_id();
-  EXPECT_TRUE(MessageClient::dispatchToThread(self, std::make_unique<Note>(trace, "mine")));
-  EXPECT_FALSE(MessageClient::dispatchToThread({}, std::make_unique<Note>(trace, "nobody's")));
-  runWaiting();
-  EXPECT_EQ(trace, "mine ");
-
-  EXPECT_EQ(userInterfaceThreadMessageClient(), &*client);
-  client.reset();
-  EXPECT_EQ(userInterfaceThreadMessageClient(), nullptr);
-  EXPECT_FALSE(MessageClient::dispatchToThread(self, std::make_unique<Note>(trace, "late")));
-}
-
 TEST_F(MessageClientTest, WebEngineThreadServesWhileTheMainThreadWaits) {
   MessageClient* const engine = webKitThreadMessageClient();
   EXPECT_EQ(std::async(std::launch::async, webKitThreadMessageClient).get(), engine);
@@ -389,12 +343,6 @@ TEST_F(MessageClientTest, WebEngineThreadServesWhileTheMainThreadWaits) {
     EXPECT_NE(g_main_context_get_thread_default(), nullptr);
   })));
   EXPECT_FALSE(engine->isCurrentThread());
-}
-
-TEST(MessageTest, UniqueTypesAreAboveTheFixedOnesAndNeverTheSame) {
-  const int first = Message::generateUniqueMessageType();
-  EXPECT_GE(first, 0x10000);
-  EXPECT_GT(Message::generateUniqueMessageType(), first);
 }
 
 }  // namespace

@@ -43,12 +43,6 @@ TEST(StringTest, NumberTextIsThatOfPrintf) {
   }
 }
 
-TEST(StringTest, IntegersKeepAllTheirDigits) {
-  EXPECT_EQ(String::fromUnsignedInteger(~0ull).view(), "18446744073709551615");
-  EXPECT_EQ(String::fromSignedInteger(std::numeric_limits<long long>::min()).view(),
-            "-9223372036854775808");
-}
-
 TEST(StringTest, ZeroBytesAreText) {
   const String text("ab\0cd"sv);
   EXPECT_EQ(text.length(), 5u);
@@ -58,34 +52,6 @@ TEST(StringTest, ZeroBytesAreText) {
   EXPECT_LT(String("ab"), text);
   EXPECT_LT(text, String("ab\0ce"sv));
   EXPECT_EQ(text.toStdString(), "ab\0cd"sv);
-}
-
-TEST(StringTest, EmptyTextsAreEqualHoweverTheyWereMade) {
-  for (const String& text : {String(), String(""), String(static_cast<const char*>(nullptr)),
-                             String(std::string()), String(std::string_view())}) {
-    EXPECT_TRUE(text.isEmpty());
-    EXPECT_EQ(text, String());
-    EXPECT_STREQ(text.utf8(), "");
-    EXPECT_EQ(std::hash<String>()(text), std::hash<String>()(String()));
-  }
-}
-
-TEST(StringTest, OrderIsThatOfBytes) {
-  EXPECT_LT(String("Z"), String("a"));
-  EXPECT_LT(String("z"), String("\xC3\xA4"));  // bytes are unsigned
-  EXPECT_LT(String("ab"), String("abc"));
-}
-
-TEST(StringTest, CopiesShareTheirBytesBeyondTheOriginal) {
-  String copy;
-  const char* bytes = nullptr;
-  {
-    const String original("long enough not to fit into the object itself");
-    copy = original;
-    bytes = original.utf8();
-  }
-  EXPECT_EQ(copy.utf8(), bytes);
-  EXPECT_EQ(copy.length(), 45u);
 }
 
 TEST(StringTest, ConcatJoinsEveryKindOfText) {

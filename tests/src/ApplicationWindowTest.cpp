@@ -62,33 +62,6 @@ TEST_F(ApplicationWindowTest, LaunchGivesSizeAndRotation) {
   }
 }
 
-TEST_F(ApplicationWindowTest, IsMadeOnceOpaqueWhiteAndShownInAGroupOfItsOwn) {
-  inOwnProcess([] {
-    Settings::instance().setApplicationSize({640, 480});
-    ApplicationWindow& window = ApplicationWindow::instance();
-    EXPECT_EQ(&ApplicationWindow::instance(), &window);
-    EXPECT_EQ(surface().color, (Color{255, 255, 255, 255}));
-    EXPECT_THAT(surface().posts, ElementsAre(IntRect{0, 0, 640, 480}));
-    EXPECT_EQ(surface().state.transparency, 5);
-    EXPECT_EQ(Window::topLevelOf(window.windowGroup()), &window);
-    EXPECT_NE(window.windowGroup(), group);
-  });
-}
-
-TEST_F(ApplicationWindowTest, SetVisibleTakesTheExactWordAndShowsWhatIsDrawn) {
-  inOwnProcess([this] {
-    ApplicationWindow::instance();
-    for (const char* other : {"false", "TRUE", "1"}) {
-      surface().posts.clear();
-      EXPECT_EQ(callNative({"applicationWindow.setVisible", other}), "");
-      EXPECT_FALSE(surface().state.visible) << other;
-      EXPECT_THAT(surface().posts, SizeIs(1));
-      EXPECT_EQ(callNative({"applicationWindow.setVisible", "true"}), "");
-      EXPECT_TRUE(surface().state.visible);
-    }
-  });
-}
-
 TEST_F(ApplicationWindowTest, SetSizeResizesAndTurnsAndStoresTheSizeSidewaysWhenTurned) {
   inOwnProcess([this] {
     ApplicationWindow::instance();
@@ -114,23 +87,6 @@ TEST_F(ApplicationWindowTest, SetSizeResizesAndTurnsAndStoresTheSizeSidewaysWhen
   });
 }
 
-TEST_F(ApplicationWindowTest, FunctionsCountTheirArgumentsWithTheName) {
-  inOwnProcess([this] {
-    ApplicationWindow::instance();
-    const int flushed = flushes();
-    EXPECT_EQ(callNative({"applicationWindow.flushContext"}), "");
-    EXPECT_EQ(flushes(), flushed + 1);
-    EXPECT_THAT(errors(), IsEmpty());
-    callNative({"applicationWindow.setVisible"});
-    callNative({"applicationWindow.flushContext", "now"});
-    callNative({"applicationWindow.setSize", "800", "600"});
-    EXPECT_THAT(errors(),
-                ElementsAre(countError("jsSetVisible", 1, 2), countError("jsFlushContext", 2, 1),
-                            countError("jsSetSize", 3, 4)));
-    EXPECT_EQ(flushes(), flushed + 1);
-  });
-}
-
 TEST_F(ApplicationWindowTest, ChildWindowsAreFoundByTheirIdentifierWhileTheyLive) {
   inOwnProcess([this] {
     ApplicationWindow& window = ApplicationWindow::instance();
@@ -147,18 +103,6 @@ TEST_F(ApplicationWindowTest, ChildWindowsAreFoundByTheirIdentifierWhileTheyLive
     EXPECT_EQ(callNative({"webview.jsScreenWindowHandle", "1"}), "0");
     manager.destroyWebView(handle);
     EXPECT_EQ(window.windowHandleFor(identifier), 0);
-  });
-}
-
-TEST_F(ApplicationWindowTest, PersonAtTheScreenResizesAndCloses) {
-  inOwnProcess([this] {
-    Settings::instance().setChromeProcess(true);
-    ApplicationWindow& window = ApplicationWindow::instance();
-    ASSERT_TRUE(window.listener());
-    window.listener()->windowResized({321, 123});
-    EXPECT_EQ(Settings::instance().applicationSize(), (IntSize{321, 123}));
-    window.listener()->windowCloseRequested();
-    EXPECT_EQ(exitStatusOf(client), 0);
   });
 }
 

@@ -151,48 +151,6 @@ TEST_F(CommandTableTest, SettersWithAFlagTakeTheExactWordAndGettersTellOneOrZero
   EXPECT_THAT(errors(), IsEmpty());
 }
 
-TEST_F(CommandTableTest, ValuesAreToldAsText) {
-  call("setMinimumFontSize", {"-2147483648"});
-  call("setDevicePixelRatio", {"1.23456789"});
-  call("setUserAgent", {"an \"agent\""});
-  EXPECT_EQ(call("setExtraHttpHeaders", {R"({"A":"1"})"}), "1");
-  itsPage->client.update<&PageState::title>(String("\xc3\xa4"));
-  itsPage->client.update<&PageState::canGoBack>(true);
-  const std::pair<const char*, std::string> texts[] = {
-      {"minimumFontSize", "-2147483648"},
-      {"defaultFontSize", "16"},
-      {"devicePixelRatio", "1.23457"},
-      {"userAgent", "an \"agent\""},
-      {"extraHttpHeaders", R"({"A":"1"})"},
-      {"title", "\xc3\xa4"},
-      {"canGoBack", "1"},
-      {"canGoForward", "0"},
-      {"applicationWindowGroup", group},
-      {"windowUniqueId", view.windowUniqueId().toStdString()}};
-  for (const auto& [getter, text] : texts) EXPECT_EQ(call(getter), text) << getter;
-  EXPECT_THAT(errors(), IsEmpty());
-  EXPECT_EQ(call("setExtraHttpHeaders", {"[]"}), "0");
-  EXPECT_THAT(errors(), SizeIs(1));
-}
-
-TEST_F(CommandTableTest, StructuresAreReadAndToldAsJson) {
-  call("setViewport", {R"({"x":-1,"y":2,"width":300,"height":40})"});
-  EXPECT_EQ(call("viewport"), R"({"height":40,"width":300,"x":-1,"y":2})");
-  // A fraction counts as its integer part, as far as that fits.
-  call("setViewport", {R"( {"height":4.9,"more":[],"width":3e2,"y":-2.9,"x":1e99} )"});
-  EXPECT_EQ(call("viewport"), R"({"height":4,"width":300,"x":2147483647,"y":-2})");
-  call("setGeometry", {"1", "2", "3", "4"});
-  EXPECT_EQ(call("viewport"), R"({"height":4,"width":3,"x":1,"y":2})");
-
-  EXPECT_EQ(call("getHistoryList"), "[]");
-  itsPage->historyItems = {{"local:///a", "local:///b", "say \"a\"", false}, {"u", "o", "", true}};
-  EXPECT_EQ(
-      call("getHistoryList"),
-      R"([{"isPost":false,"originalURL":"local:///b","title":"say \"a\"","url":"local:///a"},)"
-      R"({"isPost":true,"originalURL":"o","title":"","url":"u"}])");
-  EXPECT_THAT(errors(), IsEmpty());
-}
-
 TEST_F(CommandTableTest, RefusedArgumentIsReportedWithItsPositionAndChangesNothing) {
   expectRefused("setZOrder", {"2147483648"}, 0);
   expectRefused("setDevicePixelRatio", {"1e39"}, 0);
@@ -215,26 +173,6 @@ TEST_F(CommandTableTest, RefusedArgumentIsReportedWithItsPositionAndChangesNothi
   EXPECT_EQ(view.viewport(), OrvWebRect());
 }
 
-TEST_F(CommandTableTest, EventsAndPropertiesAreSwitchedByName) {
-  EXPECT_EQ(call("isWebEventEnabled", {"Focus"}), "0");
-  EXPECT_EQ(call("setWebEventEnabled", {"Focus", "true"}), "");
-  EXPECT_EQ(call("isWebEventEnabled", {"Focus"}), "1");
-  EXPECT_EQ(call("isWebEventEnabled", {"LocationChange"}), "0");
-
-  EXPECT_EQ(call("setPropertyChangedEventEnabled", {"Title", "true"}), "");
-  EXPECT_EQ(call("isPropertyChangedEventEnabled", {"Title"}), "1");
-  EXPECT_EQ(call("isPropertyChangedEventEnabled", {"Status"}), "0");
-  call("setWebEventEnabled", {"PropertyChanged", "true"});
-  itsPage->client.update<&PageState::title>(String("A \"title\""));
-  itsPage->client.update<&PageState::status>(String("not enabled"));
-  const std::string prefix = std::to_string(handle) + " Property";
-  EXPECT_THAT(events(), ElementsAre(prefix + "TitleEvent A \"title\"",
-                                    prefix + "Changed {\"isPost\":true,\"isSend\":false,"
-                                             "\"property\":\"Title\","
-                                             "\"type\":\"PropertyChanged\"}"));
-  EXPECT_THAT(errors(), IsEmpty());
-}
-
 TEST_F(CommandTableTest, ArgumentsThatAreLeftOutHaveTheirDefaults) {
   call("loadString", {"<p>"});
   call("loadString", {"a", "text/plain"});
@@ -246,26 +184,6 @@ TEST_F(CommandTableTest, ArgumentsThatAreLeftOutHaveTheirDefaults) {
                           "loadText(b, , )", "loadText(<p>, text/html, local:///base)",
                           "loadText(d, text/plain, local:///base)"));
   EXPECT_EQ(call("convertIDNtoReadableStringByLanguage", {"plain.example"}), "plain.example");
-  EXPECT_THAT(errors(), IsEmpty());
-}
-
-TEST_F(CommandTableTest, ActionsReachThePageAndAnswerNothing) {
-  EXPECT_EQ(call("loadURL", {"local:///a"}), "");
-  for (const char* action : {"reload", "stop", "goBack", "goForward", "cancelVibration"}) {
-    EXPECT_EQ(call(action), "");
-  }
-  EXPECT_THAT(itsPage->trace,
-              ElementsAre("load(local:///a)", "reload()", "stop()", "goBack()", "goForward()"));
-  call("enableOrvJavaScriptObject", {"true"});
-  EXPECT_TRUE(itsPage->callbackObjectEnabled);
-  call("enableOrvJavaScriptObject", {"false"});
-  EXPECT_FALSE(itsPage->callbackObjectEnabled);
-
-  EXPECT_EQ(call("destroy"), "");
-  EXPECT_TRUE(itsPage->closed);
-  EXPECT_THAT(events(), IsEmpty());
-  turnLoop();
-  EXPECT_THAT(events(), SizeIs(1));
   EXPECT_THAT(errors(), IsEmpty());
 }
 
@@ -310,16 +228,6 @@ TEST(ValuesTest, NumbersTakeWhatAFloatCanHold) {
   for (const char* text : {"3.5e38", "-3.5e38", "1e309", "1e-400", "inf", "-inf", "nan"}) {
     EXPECT_TRUE(std::isnan(number(text))) << text;
   }
-}
-
-TEST(ValuesTest, NumbersHaveAPointInEveryLanguage) {
-  const char* const locale = std::setlocale(LC_NUMERIC, "de_DE.UTF-8");
-  double value = 0;
-  EXPECT_TRUE(commands::Value<double>::parse("1.5", value));
-  EXPECT_EQ(value, 1.5);
-  EXPECT_EQ(commands::Value<double>::text(value), "1.5");
-  std::setlocale(LC_NUMERIC, "C");
-  if (!locale) GTEST_SKIP() << "this machine has no language with a decimal comma";
 }
 
 }  // namespace

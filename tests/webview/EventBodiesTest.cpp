@@ -107,19 +107,6 @@ TEST(EventBodiesTest, EveryTypeGoesItsWayUnderItsName) {
   });
 }
 
-// What an event says about itself is not what its way is chosen by.
-TEST(EventBodiesTest, TheWayIsTheTypesWhateverTheEventSays) {
-  OrvWebNetworkResourceDoneEvent event;
-  retype(event, Event(Event::NetworkResourceDone));
-  event.setModal(true);
-  RememberingSink sink;
-  forwardWebEvent(OrvWebView(), event, sink);
-  EXPECT_THAT(sink.trace, ElementsAre("send NetworkResourceDone "
-                                      R"({"isModal":true,"isPost":true,"isPreventDefault":false,)"
-                                      R"("isSend":false,"streamId":0,)"
-                                      R"("type":"NetworkResourceDone"})"));
-}
-
 TEST(EventBodiesTest, TextsAreEscapedAndOtherwiseKeptByteForByte) {
   const std::pair<std::string, std::string> texts[]{
       {"", R"("")"},
@@ -192,31 +179,6 @@ TEST(EventBodiesTest, IntegersAreWrittenInFull) {
                          R"("keycode":0,"metaActive":false,"modifierMask":2147483648,)"
                          R"("shiftActive":true,"sourceDevice":"TesselKeyPad",)"
                          R"("type":"UnhandledKeyInput"})");
-}
-
-TEST(EventBodiesTest, NumbersHaveSixDigits) {
-  const std::pair<double, const char*> numbers[]{
-      {0, "0"},
-      {-0.0, "-0"},
-      {7, "7"},
-      {1.0 / 3, "0.333333"},
-      {123456, "123456"},
-      {1234567, "1.23457e+06"},
-      {-0.0001, "-0.0001"},
-      {0.00001, "1e-05"},
-      {std::numeric_limits<double>::max(), "1.79769e+308"},
-      {std::numeric_limits<double>::denorm_min(), "4.94066e-324"},
-      {HUGE_VAL, "inf"},
-      {-HUGE_VAL, "-inf"},
-      {std::nan(""), "nan"}};
-  for (const auto& [number, written] : numbers) {
-    OrvWebCaptureContentsEvent captured;
-    captured.id = number;
-    EXPECT_EQ(memberOf(captured, "id"), written);
-    OrvWebJavaScriptFunctionResultEvent result;
-    result.result = JavaScriptVariant(number);
-    EXPECT_EQ(memberOf(result, "result"), written);
-  }
 }
 
 TEST(EventBodiesTest, FunctionResultsAreWrittenByTheirKindUnderEitherNumber) {
@@ -326,24 +288,6 @@ TEST(EventBodiesTest, RecordsAndWhatHasNoFormAreWrittenInPlace) {
   EXPECT_EQ(memberOf(OrvWebInputNotificationFocusEvent(), "styleMask"),
             R"("Unsupported type: int64_t")");
   EXPECT_EQ(memberOf(OrvWebCookieResultEvent(), "cookies"), "[]");
-}
-
-TEST(EventBodiesTest, DialogsWriteEverythingWhateverTheyAre) {
-  OrvWebDialogRequestedEvent dialog;
-  dialog.dialogType = OrvWebDialogType::AuthenticationChallenge;
-  dialog.alertType = -1;
-  dialog.title = "t";
-  dialog.username = "u";
-  dialog.isProxy = true;
-  dialog.waitHandle = 9;
-  dialog.setPreventDefault(true);
-  EXPECT_EQ(bodyOf(dialog),
-            R"({"alertType":-1,"cancellabel":"","data":"","databaseName":"",)"
-            R"("dialogType":"AuthenticationChallenge","isModal":false,"isNew":false,)"
-            R"("isPost":false,"isPreventDefault":true,"isProxy":true,"isSend":true,"message":"",)"
-            R"("oklabel":"","password":"","requestedSize":0,"result":"","systemId":"",)"
-            R"("systemType":0,"title":"t","type":"DialogRequested","url":"","username":"u",)"
-            R"("wait":false,"waitHandle":9})");
 }
 
 class OpenWindowBodyTest : public test_support::ChromeFixture {};

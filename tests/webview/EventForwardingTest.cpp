@@ -35,20 +35,6 @@ class RememberingSink final : public EventSink {
   String answer;
 };
 
-TEST(EventJsonTest, PlainEventsSayTheirTypeAndHowTheyAreDelivered) {
-  EXPECT_EQ(bodyOf(Event(Event::DocumentLoaded)),
-            "{\"isPost\":true,\"isSend\":false,\"type\":\"DocumentLoaded\"}");
-  // Those that carry nothing else, whatever more the other types may come to carry.
-  for (const int type : {4, 5, 6, 7, 9, 10, 15, 25, 27, 31, 33, 45, 46, 62}) {
-    EXPECT_EQ(
-        bodyOf(Event(Event::Type(type))),
-        std::string("{\"isPost\":true,\"isSend\":false,\"type\":\"") + eventTypeName(type) + "\"}");
-  }
-  for (const int type : {47, 48, 49, 50, 51, 84, 85, -1}) {
-    EXPECT_EQ(bodyOf(Event(Event::Type(type))), "") << type;
-  }
-}
-
 TEST(EventJsonTest, CallbackWritesEveryArgumentAsJsonWhateverIsInIt) {
   OrvWebJavaScriptCallbackEvent event(
       {"f", "a \"b\" \\c/", "\x01\t\n\x1f\x7f", nullptr, "\xc3\xa4\xf0\x9f\x98\x80", "</script>"});
@@ -72,24 +58,6 @@ class AnswerTest : public ::testing::Test {
            event.result().toStdString();
   }
 };
-
-TEST_F(AnswerTest, AnswerSetsWhatItNamesInAnyOrder) {
-  EXPECT_EQ(after(R"({"setResult":"ok","setPreventDefault":true,"setModal":false})"), "01 ok");
-  EXPECT_EQ(after(R"( {"unknown":[{}],"setResult":"\u00e4\n"} )"), "10 \xc3\xa4\n");
-  EXPECT_EQ(after(R"({"setResult":"first","setResult":"second"})"), "10 first");
-  EXPECT_EQ(after(R"({"setResult":"cut\u0000here"})"), "10 cut");
-  // No text at all is the empty text.
-  EXPECT_EQ(after(R"({"setResult":null})"), "10 ");
-  EXPECT_EQ(after(R"({"setModal":false})"), "00 ");
-}
-
-TEST_F(AnswerTest, ValuesOfAnotherKindAndKeysInAnotherCaseChangeNothing) {
-  EXPECT_EQ(after(R"({"setModal":0,"setPreventDefault":"true","setResult":7})"), "10 kept");
-  EXPECT_EQ(after(R"({"setModal":null,"setPreventDefault":1,"setResult":["a"]})"), "10 kept");
-  EXPECT_EQ(after(R"({"setmodal":false,"SetPreventDefault":true,"setResult":false})"), "10 kept");
-  // The first one counts even when it is of no use.
-  EXPECT_EQ(after(R"({"setModal":1,"setModal":false,"setResult":0,"setResult":"x"})"), "10 kept");
-}
 
 TEST_F(AnswerTest, WhatIsNoObjectChangesNothing) {
   for (const char* answer :
@@ -120,28 +88,6 @@ class ForwardingTest : public ::testing::Test {
   OrvWebView view;
   RememberingSink sink;
 };
-
-TEST_F(ForwardingTest, PlainEventsArePostedAndUnknownOnesAreNot) {
-  EXPECT_THAT(forward(Event(Event::DocumentLoaded)),
-              ElementsAre("post DocumentLoaded "
-                          "{\"isPost\":true,\"isSend\":false,\"type\":\"DocumentLoaded\"}"));
-  EXPECT_THAT(forward(Event(Event::TouchEvent)), ElementsAre("post TouchEvent "));
-  EXPECT_THAT(forward(Event(Event::TypeMax)), ElementsAre("post TypeMax "));
-  EXPECT_THAT(forward(Event(Event::Type(85))), IsEmpty());
-  EXPECT_THAT(forward(Event(Event::Type(-1))), IsEmpty());
-}
-
-TEST_F(ForwardingTest, CallbackIsSentAndTakesItsAnswer) {
-  OrvWebJavaScriptCallbackEvent event({"f"});
-  sink.answer = R"({"setResult":"from the chrome"})";
-  forwardWebEvent(view, event, sink);
-  EXPECT_THAT(sink.trace,
-              ElementsAre("send JavaScriptCallback "
-                          "{\"args\":[\"f\"],\"isModal\":false,\"isPost\":false,"
-                          "\"isPreventDefault\":false,\"isSend\":true,\"numArgs\":1,\"result\":"
-                          "\"\",\"type\":\"JavaScriptCallback\"}"));
-  EXPECT_EQ(event.result(), "from the chrome");
-}
 
 TEST_F(ForwardingTest, PropertyChangeTellsTheValueFirstAndThenThatItChanged) {
   const auto changed = [](const std::string& name) {

@@ -93,17 +93,6 @@ TEST_F(WebViewManagerTest, NewWebViewRaisesCreatedOnlyAndDestroyedOnceItIsCreate
   EXPECT_EQ(manager.webViewForHandle(handle), &view);
 }
 
-TEST_F(WebViewManagerTest, ArgumentsOfCreateAndDeleteAreCountedWithTheName) {
-  EXPECT_EQ(callNative({"webview.create"}), "");
-  EXPECT_EQ(callNative({"webview.create", group, "InProcess", "more"}), "");
-  EXPECT_EQ(callNative({"webview.delete"}), "");
-  EXPECT_THAT(errors(), ElementsAre(countError("jsCreate", 1, 2) + " (3 with optional args)",
-                                    countError("jsCreate", 4, 2) + " (3 with optional args)",
-                                    countError("jsDelete", 1, 2)));
-  for (const char* unknown : {"", "x", "0", "99999"}) callNative({"webview.delete", unknown});
-  EXPECT_THAT(errors(), IsEmpty());
-}
-
 TEST_F(WebViewManagerTest, ChildProcessesAreRefusedWithAnError) {
   for (const char* where : {"OutProcess", "7"}) {
     EXPECT_EQ(create(where), 0u);

@@ -141,21 +141,4 @@ TEST_F(WebViewTest, FadeWindowIsBlackUntilColouredNoneWithoutRoomAndGoesWithItsW
   EXPECT_EQ(Window::fromPlatformHandle(made), nullptr);
 }
 
-TEST_F(WebViewTest, TextsArePrintedAsTheyAreAndLoggedAsALine) {
-  Tessel::Platform::Testing::StandardErrorPipe output;
-  view.printToStderr("50% %s\n%n");
-  EXPECT_EQ(output.read(), "50% %s\n%n");
-  view.log("50% %s");
-  EXPECT_THAT(output.read(), MatchesRegex("\\[notice\\] .* 50% %s\n"));
-  ::testing::internal::CaptureStdout();
-  view.printToStdout("50% %s");
-  EXPECT_EQ(::testing::internal::GetCapturedStdout(), "50% %s");
-}
-
-TEST_F(WebViewTest, EncodedHostNamesBecomeReadable) {
-  const char* const readable = "b\xc3\xbc\x63her.example";
-  EXPECT_EQ(view.convertIDNtoReadableStringByLanguage("xn--bcher-kva.example", ""), readable);
-  EXPECT_EQ(view.convertIDNtoReadableStringByLanguage("xn--bcher-kva.example", "de"), readable);
-}
-
 }  // namespace
