@@ -11,10 +11,12 @@
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
+#include <glib-unix.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <climits>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -66,6 +68,13 @@ std::string folderFor(const char* variable, const char* besideExecutable, const 
     if (::stat(beside.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return beside;
   }
   return installed;
+}
+
+// Ends as if the window had been closed. Only once: the next signal ends a program whose pages do
+// not.
+gboolean onEndSignal(gpointer) {
+  WebViewManager::instance().shutdown();
+  return G_SOURCE_REMOVE;
 }
 
 void startEngine() {
@@ -121,6 +130,7 @@ void pagehost_main(int argc, char** argv) {
   root->setDevicePixelRatio(1.0);
   root->loadURL(chromeUrl ? chromeUrl : defaultChromeUrl);
 
+  for (const int signal : {SIGTERM, SIGINT}) g_unix_signal_add(signal, onEndSignal, nullptr);
   const int status = client->run();
   logAlways(LogNotice, "Exit %s: %d", argv[0], status);
   std::exit(status);

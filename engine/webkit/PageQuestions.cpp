@@ -13,17 +13,6 @@ using Tessel::Platform::String;
 
 namespace {
 
-// One count for all pages: a number names one question of the process.
-unsigned int nextNumber() {
-  static unsigned int last = 0;
-  return ++last;
-}
-
-template <typename T>
-ObjectPointer<T> hold(T* object) {
-  return ObjectPointer<T>(static_cast<T*>(g_object_ref(object)));
-}
-
 void answerDialog(WebKitScriptDialog* dialog, const QuestionAnswer& answer) {
   switch (webkit_script_dialog_get_dialog_type(dialog)) {
     case WEBKIT_SCRIPT_DIALOG_CONFIRM:
@@ -54,41 +43,60 @@ class OpenDialog final : public OpenQuestion {
   WebKitScriptDialog* dialog_;
 };
 
-class OpenLogin final : public OpenQuestion {
+// A request of the engine that is refused when nobody answers it.
+template <typename Request, void (*refuse)(Request*)>
+class OpenRequest : public OpenQuestion {
  public:
-  explicit OpenLogin(WebKitAuthenticationRequest* request) : request_(hold(request)) {}
-  ~OpenLogin() override {
-    if (!answered_) webkit_authentication_request_cancel(request_.get());
+  explicit OpenRequest(Request* request) : request_(static_cast<Request*>(g_object_ref(request))) {}
+  ~OpenRequest() override {
+    if (!answered_) refuse(request_.get());
   }
-  void answer(const QuestionAnswer& answer) override {
+
+ protected:
+  // For whoever answers it.
+  Request* take() {
     answered_ = true;
-    if (!answer.accepted) return webkit_authentication_request_cancel(request_.get());
-    WebKitCredential* credential = webkit_credential_new(
-        answer.username.utf8(), answer.password.utf8(), WEBKIT_CREDENTIAL_PERSISTENCE_NONE);
-    webkit_authentication_request_authenticate(request_.get(), credential);
-    webkit_credential_free(credential);
+    return request_.get();
   }
 
  private:
-  ObjectPointer<WebKitAuthenticationRequest> request_;
+  ObjectPointer<Request> request_;
   bool answered_ = false;
 };
 
-class OpenPermission final : public OpenQuestion {
+class OpenLogin final
+    : public OpenRequest<WebKitAuthenticationRequest, webkit_authentication_request_cancel> {
  public:
-  explicit OpenPermission(WebKitPermissionRequest* request) : request_(hold(request)) {}
-  ~OpenPermission() override {
-    if (!answered_) webkit_permission_request_deny(request_.get());
-  }
+  using OpenRequest::OpenRequest;
   void answer(const QuestionAnswer& answer) override {
-    answered_ = true;
-    answer.accepted ? webkit_permission_request_allow(request_.get())
-                    : webkit_permission_request_deny(request_.get());
+    if (!answer.accepted) return;
+    WebKitCredential* credential = webkit_credential_new(
+        answer.username.utf8(), answer.password.utf8(), WEBKIT_CREDENTIAL_PERSISTENCE_NONE);
+    webkit_authentication_request_authenticate(take(), credential);
+    webkit_credential_free(credential);
   }
+};
 
- private:
-  ObjectPointer<WebKitPermissionRequest> request_;
-  bool answered_ = false;
+class OpenPermission final
+    : public OpenRequest<WebKitPermissionRequest, webkit_permission_request_deny> {
+ public:
+  using OpenRequest::OpenRequest;
+  void answer(const QuestionAnswer& answer) override {
+    if (answer.accepted) webkit_permission_request_allow(take());
+  }
+};
+
+class OpenFileChooser final
+    : public OpenRequest<WebKitFileChooserRequest, webkit_file_chooser_request_cancel> {
+ public:
+  using OpenRequest::OpenRequest;
+  // Several files stand in lines of their own.
+  void answer(const QuestionAnswer& answer) override {
+    if (!answer.accepted || answer.text.isEmpty()) return;
+    gchar** files = g_strsplit(answer.text.utf8(), "\n", -1);
+    webkit_file_chooser_request_select_files(take(), files);
+    g_strfreev(files);
+  }
 };
 
 class OpenPermissionState final : public OpenQuestion {
@@ -107,26 +115,6 @@ class OpenPermissionState final : public OpenQuestion {
  private:
   WebKitPermissionStateQuery* query_;
   WebKitPermissionState state_ = WEBKIT_PERMISSION_STATE_PROMPT;
-};
-
-class OpenFileChooser final : public OpenQuestion {
- public:
-  explicit OpenFileChooser(WebKitFileChooserRequest* request) : request_(hold(request)) {}
-  ~OpenFileChooser() override {
-    if (!answered_) webkit_file_chooser_request_cancel(request_.get());
-  }
-  // Several files stand in lines of their own.
-  void answer(const QuestionAnswer& answer) override {
-    if (!answer.accepted || answer.text.isEmpty()) return;
-    answered_ = true;
-    gchar** files = g_strsplit(answer.text.utf8(), "\n", -1);
-    webkit_file_chooser_request_select_files(request_.get(), files);
-    g_strfreev(files);
-  }
-
- private:
-  ObjectPointer<WebKitFileChooserRequest> request_;
-  bool answered_ = false;
 };
 
 OrvWebDialogType dialogTypeOf(WebKitScriptDialog* dialog) {
@@ -154,6 +142,11 @@ String originOf(WebKitWebView* view) {
 }
 
 }  // namespace
+
+unsigned int nextQuestionNumber() {
+  static unsigned int last = 0;
+  return ++last;
+}
 
 PageQuestions::PageQuestions(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
   const auto connect = [&](const char* signal, auto handler) {
@@ -204,7 +197,7 @@ gboolean PageQuestions::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialo
     event.result = String(webkit_script_dialog_prompt_get_default_text(dialog));
   }
   event.url = String(webkit_web_view_get_uri(self->view_));
-  event.waitHandle = nextNumber();
+  event.waitHandle = nextQuestionNumber();
   page->raise(event);
   if (!page->client()) return TRUE;
   if (event.wait()) {
@@ -228,7 +221,7 @@ gboolean PageQuestions::onAuthenticate(WebKitWebView*, WebKitAuthenticationReque
   event.message = String(webkit_authentication_request_get_realm(request));
   event.url = concat(webkit_authentication_request_get_host(request), ":",
                      String::fromUnsignedInteger(webkit_authentication_request_get_port(request)));
-  event.waitHandle = nextNumber();
+  event.waitHandle = nextQuestionNumber();
   page->raise(event);
   if (!page->client()) return TRUE;
   if (event.wait()) {
@@ -244,7 +237,7 @@ gboolean PageQuestions::onPermission(WebKitWebView*, WebKitPermissionRequest* re
                                      PageQuestions* self) {
   const auto page = self->page_.shared_from_this();
   const String origin = originOf(self->view_);
-  const unsigned int number = nextNumber();
+  const unsigned int number = nextQuestionNumber();
   auto question = std::make_unique<OpenPermission>(request);
   const auto ask = [&](OrvWebSendEvent& event, PagePermission permission) {
     if (!page->wants(event.type())) return;
@@ -290,7 +283,7 @@ gboolean PageQuestions::onPermissionState(WebKitWebView*, WebKitPermissionStateQ
   auto question = std::make_unique<OpenPermissionState>(query);
   OrvWebNotificationPermissionCheckEvent event;
   event.origin = originOf(self->view_);
-  event.waitHandle = nextNumber();
+  event.waitHandle = nextQuestionNumber();
   page->raise(event);
   if (!page->client()) return TRUE;
   if (event.wait()) {
@@ -312,7 +305,7 @@ gboolean PageQuestions::onChooseFile(WebKitWebView*, WebKitFileChooserRequest* r
   const gchar* const* accepted = webkit_file_chooser_request_get_mime_types(request);
   for (; accepted && *accepted; ++accepted) types.emplace_back(*accepted);
   event.acceptMIMETypes = types;
-  event.waitHandle = nextNumber();
+  event.waitHandle = nextQuestionNumber();
   page->raise(event);
   if (!page->client()) return TRUE;
   if (event.wait()) {

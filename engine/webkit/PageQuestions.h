@@ -12,6 +12,9 @@
 
 class WebKitPage;
 
+// Names one question, of whatever kind and page, in this process.
+unsigned int nextQuestionNumber();
+
 // A question that is open. Destroying it answers no.
 class OpenQuestion {
  public:

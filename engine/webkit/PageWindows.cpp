@@ -2,6 +2,7 @@
 #include "engine/webkit/PageWindows.h"
 
 #include "engine/OrvWebEvents.h"
+#include "engine/webkit/PageQuestions.h"
 #include "engine/webkit/WebKitPage.h"
 #include "platform/Log.h"
 
@@ -13,11 +14,6 @@ namespace {
 
 // How long a chrome may take to prepare a web view for a window. The opener stands still meanwhile.
 constexpr guint mostSeconds = 10;
-
-unsigned int nextNumber() {
-  static unsigned int last = 0;
-  return ++last;
-}
 
 }  // namespace
 
@@ -46,7 +42,7 @@ GtkWidget* PageWindows::onCreate(WebKitWebView* view, WebKitNavigationAction* ac
   event.url = String(webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
   event.windowName = String(webkit_navigation_action_get_frame_name(action));
   event.isPopup = webkit_navigation_action_is_user_gesture(action) == FALSE;
-  event.waitHandle = nextNumber();
+  event.waitHandle = nextQuestionNumber();
   event.view = opener->client()->popupView();
   const unsigned int number = event.waitHandle();
   opener->raise(event);

@@ -11,8 +11,11 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
@@ -28,6 +31,19 @@ std::string randomText() {
   if (!randomKey(&key)) return std::string();
   std::snprintf(text.data(), text.size(), "%016llx", static_cast<unsigned long long>(key));
   return text.data();
+}
+
+constexpr const char* namePrefix = "pages-";
+
+// Programs that were killed leave their sockets behind.
+void removeSocketsOfTheDead(const std::string& folder) {
+  std::error_code unreadable;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, unreadable)) {
+    const std::string name = entry.path().filename();
+    if (name.rfind(namePrefix, 0) != 0) continue;
+    const pid_t owner = std::atoi(name.c_str() + std::strlen(namePrefix));
+    if (owner > 0 && ::kill(owner, 0) != 0 && errno == ESRCH) ::unlink(entry.path().c_str());
+  }
 }
 
 UniqueFd listenAt(const std::string& path) {
@@ -50,8 +66,9 @@ UniqueFd listenAt(const std::string& path) {
 }  // namespace
 
 WebProcessLinks::WebProcessLinks(const std::string& folder)
-    : address_(folder + "/pages-" + std::to_string(::getpid()) + "-" + randomText()),
+    : address_(folder + "/" + namePrefix + std::to_string(::getpid()) + "-" + randomText()),
       token_(randomText() + randomText()) {
+  removeSocketsOfTheDead(folder);
   if (token_.empty()) {
     errno = EAGAIN;
     return;

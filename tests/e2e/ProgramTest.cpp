@@ -170,6 +170,13 @@ TEST_F(ProgramTest, ClosingTheWindowEndsEveryWebViewAndTheProgram) {
   EXPECT_EQ(program.status(), 0);
 }
 
+TEST_F(ProgramTest, ASignalEndsTheProgramInItsOwnWay) {
+  Program program(environment("idle.html"));
+  ASSERT_TRUE(program.waitForLine("idle")) << program.errors();
+  ASSERT_EQ(::kill(program.pid(), SIGTERM), 0);
+  EXPECT_EQ(program.status(), 0);
+}
+
 TEST_F(ProgramTest, TheBundledChromeShowsARealPage) {
   Environment bundled = environment("");
   bundled["TESSEL_LOCAL_ROOT"] = "";

@@ -5,6 +5,10 @@
 #include "tests/link/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
 
 namespace {
 
@@ -115,6 +119,18 @@ TEST_F(WebProcessLinksTest, EachProcessHasALinkOfItsOwnAndOnlyWithTheToken) {
   EXPECT_FALSE(std::filesystem::exists(address));
   EXPECT_TRUE(b.hasGone());
   EXPECT_FALSE(second->link->callFunction(2, {{"f"}, {}}));
+}
+
+TEST_F(WebProcessLinksTest, SocketsOfProgramsThatWereKilledAreRemoved) {
+  const pid_t dead = ::fork();
+  if (dead == 0) ::_exit(0);
+  ASSERT_EQ(::waitpid(dead, nullptr, 0), dead);
+  const auto left =
+      std::filesystem::path(folder_.path()) / ("pages-" + std::to_string(dead) + "-x");
+  std::ofstream(left).put('x');
+  const WebProcessLinks another(folder_.path());
+  EXPECT_FALSE(std::filesystem::exists(left));
+  EXPECT_TRUE(std::filesystem::exists(links_->address())) << "this one's owner is alive";
 }
 
 TEST_F(WebProcessLinksTest, AWebProcessCannotSpeakForThePageOfAnother) {
