@@ -1,10 +1,18 @@
 // A web view: one page with its window, its settings and its event mask. UI thread.
 #include "engine/OrvWebView.h"
 
+#include "engine/Certificates.h"
+#include "engine/OrvWebEvents.h"
 #include "platform/messages/MessageClient.h"
 #include "platform/messages/MethodDelegate.h"
 
+#include <glib.h>
+
+#include <algorithm>
+#include <cmath>
+
 using Tessel::Platform::executableMessage;
+using Tessel::Platform::GuardedPointer;
 using Tessel::Platform::GuardedPointerBase;
 using Tessel::Platform::IntRect;
 using Tessel::Platform::IntSize;
@@ -64,10 +72,12 @@ bool OrvWebView::initialize(const String& windowGroup, int rotation) {
   window_->setOrientation(rotation);
   window_->setVisible(visible_);
   window_->setZOrder(zOrder_);
+  settingStored(WebViewSetting::sensitivity);
   page_ = PageFactory::current()->createPage(*this, *window_);
   if (!page_) return false;
   page_->setCallbackObjectEnabled(callbackObjectEnabled_);
   page_->setRequestHeaders(headers_);
+  allowedOriginsChanged();
   raiseLater(OrvWebEvent::Created);
   return true;
 }
@@ -86,6 +96,11 @@ void OrvWebView::raise(OrvWebEvent& event) {
 
 void OrvWebView::raisePropertyChanged(Property property) {
   if (!properties_.test(size_t(property)) || !wants(OrvWebEvent::PropertyChanged)) return;
+  if (propertyLocks_ > 0) {
+    const auto held = std::find(heldProperties_.begin(), heldProperties_.end(), property);
+    if (held == heldProperties_.end()) heldProperties_.push_back(property);
+    return;
+  }
   OrvWebPropertyChangedEvent event(property);
   handleWebEvent(&event);
 }
@@ -129,6 +144,11 @@ void OrvWebView::goForward() {
 std::vector<OrvWebHistoryItem> OrvWebView::historyList() {
   auto page = this->page();
   return page ? page->history() : std::vector<OrvWebHistoryItem>();
+}
+
+void OrvWebView::notifyViewportChanged(const OrvWebRect& rect) {
+  viewport_ = rect;
+  raisePropertyChanged(OrvWebPropertyChangedEvent::Viewport);
 }
 
 void OrvWebView::setViewport(const OrvWebRect& rect) {
@@ -275,4 +295,247 @@ JavaScriptVariant OrvWebView::executeJavaScriptFunctionSync(
     const std::vector<String>& path, const std::vector<JavaScriptVariant>& arguments) {
   auto page = this->page();
   return page ? page->callFunction({path, arguments}) : JavaScriptVariant();
+}
+
+void OrvWebView::setWebEventEnabled(Type type, bool enabled) {
+  if (webEvents_.test(size_t(type)) == enabled) return;
+  webEvents_.set(size_t(type), enabled);
+  if (auto page = this->page()) page->wantedEventsChanged();
+}
+
+void OrvWebView::setAllWebEventsEnabled(bool enabled) {
+  enabled ? webEvents_.set() : webEvents_.reset();
+  if (auto page = this->page()) page->wantedEventsChanged();
+}
+
+void OrvWebView::unlockProperties() {
+  if (propertyLocks_ == 0 || --propertyLocks_ > 0) return;
+  // A handler may lock again, or delete this web view: then the rest waits or is nobody's.
+  const GuardedPointer<Later> self(later_.get());
+  std::vector<Property> held = std::exchange(heldProperties_, {});
+  for (const Property property : held) {
+    raisePropertyChanged(property);
+    if (!self) return;
+  }
+}
+
+void OrvWebView::settingStored(WebViewSetting setting) {
+  if (setting == WebViewSetting::sensitivity && window_) {
+    window_->setSensitivity(
+        static_cast<Tessel::Platform::Graphics::Sensitivity>(settings_.sensitivity));
+  }
+  if (auto page = this->page()) page->settingChanged(setting);
+}
+
+void OrvWebView::act(const char* action, std::vector<JavaScriptVariant> arguments) {
+  if (auto page = this->page()) page->act(action, std::move(arguments));
+}
+
+void OrvWebView::loadFile(const String& path, const String&) {
+  gchar* url = g_filename_to_uri(path.utf8(), nullptr, nullptr);
+  // What is no path is an address that cannot be loaded: the page says so.
+  loadURL(url ? String(url) : path);
+  g_free(url);
+}
+
+void OrvWebView::setHistoryPosition(int position) {
+  if (auto page = this->page()) page->goTo(position);
+}
+
+void OrvWebView::clearBackForwardList(bool keepCurrent) {
+  if (auto page = this->page()) page->clearHistory(keepCurrent);
+}
+
+void OrvWebView::requestSession() {
+  if (auto page = this->page()) page->requestSession();
+}
+
+void OrvWebView::restoreSession(const String& session, int position) {
+  if (auto page = this->page()) page->restoreSession(session, position);
+}
+
+void OrvWebView::destroyIfNotRejectedByUser() {
+  if (auto page = this->page()) page->tryClose();
+}
+
+void OrvWebView::bitmapZoom(double factor, const OrvWebPoint& from, const OrvWebPoint& to) {
+  const double before = scale();
+  const double after = std::clamp(before * factor, minimumScale(), maximumScale());
+  const auto along = [&](int scrolled, int first, int second) {
+    return static_cast<int>(std::lround(scrolled + first / before - second / after));
+  };
+  const OrvWebPoint position = scrollPosition();
+  scaleTo(after, {along(position.x, from.x, to.x), along(position.y, from.y, to.y)});
+}
+
+void OrvWebView::animateToScaleAndDocumentScrollPosition(double scale,
+                                                         const OrvWebPoint& position) {
+  scaleTo(std::clamp(scale, minimumScale(), maximumScale()), position);
+}
+
+void OrvWebView::scaleTo(double scale, const OrvWebPoint& scrollPosition) {
+  auto page = this->page();
+  if (!page) return;
+  const bool changes = scale != this->scale();
+  page->setZoom(scale);
+  page->act(changes ? "scrollAfterZoom" : "scrollTo", {scrollPosition.x, scrollPosition.y});
+}
+
+void OrvWebView::assignFocus(OrvWebFocusDirection direction) {
+  setActive(true);
+  if (direction == OrvWebFocusDirection::FocusDirectionNone) return;
+  act("focusEdge", {direction == OrvWebFocusDirection::FocusDirectionBottom});
+}
+
+void OrvWebView::captureContents(double scale, const OrvWebRect& part, const OrvWebSize& size) {
+  if (auto page = this->page()) page->capture(scale, part, size);
+}
+
+void OrvWebView::textHasAttribute(const String& name) {
+  auto page = this->page();
+  if (!page) return;
+  OrvWebTextAttributeQueryEvent event;
+  event.queryString = name;
+  event.queryResult = String(page->hasTypingAttribute(name) ? "true" : "false");
+  raise(event);
+}
+
+void OrvWebView::handleContextMenuResponse(OrvWebContextMenuItem item) {
+  if (auto page = this->page()) page->runMenuItem(item);
+}
+
+void OrvWebView::automationLog(const String& message) {
+  OrvWebAutomationLogEvent event;
+  event.message = message;
+  raise(event);
+}
+
+void OrvWebView::clear(SiteData data) {
+  if (auto page = this->page()) page->clear(data);
+}
+
+void OrvWebView::getCookies(const String& url) {
+  if (auto page = this->page()) page->requestCookies(url);
+}
+
+void OrvWebView::setCookies(const String& url, const std::vector<String>& cookies) {
+  if (auto page = this->page()) page->addCookies(url, cookies);
+}
+
+void OrvWebView::addOriginAccessWhitelistEntry(const String&, const String& destination,
+                                               bool subdomains) {
+  if (allowedOrigins_.emplace(destination, subdomains).second) allowedOriginsChanged();
+}
+
+void OrvWebView::removeOriginAccessWhitelistEntry(const String&, const String& destination,
+                                                  bool subdomains) {
+  if (allowedOrigins_.erase({destination, subdomains}) > 0) allowedOriginsChanged();
+}
+
+void OrvWebView::allowedOriginsChanged() {
+  auto page = this->page();
+  if (!page) return;
+  std::vector<String> patterns;
+  for (const auto& [origin, subdomains] : allowedOrigins_) {
+    const std::string_view text = origin.view();
+    const std::size_t scheme = text.find("://");
+    if (scheme == std::string_view::npos) continue;
+    const std::string_view host = text.substr(scheme + 3, text.find('/', scheme + 3) - scheme - 3);
+    const std::string start(text.substr(0, scheme + 3));
+    patterns.emplace_back(start + std::string(host) + "/*");
+    if (subdomains) patterns.emplace_back(start + "*." + std::string(host) + "/*");
+  }
+  page->setAllowedOrigins(patterns);
+}
+
+SSLCertificateInfo OrvWebView::knownSSLCertificate(const String& host) const {
+  const auto found = knownCertificates_.find(host);
+  return found == knownCertificates_.end() ? SSLCertificateInfo() : found->second;
+}
+
+bool OrvWebView::addKnownSSLCertificate(const String& host, const SSLCertificateInfo& certificate) {
+  return addKnownSSLCertificates({{host, certificate}});
+}
+
+bool OrvWebView::addKnownSSLCertificates(const SSLCertificateMap& certificates) {
+  // All of them or none: half a list is no state that anybody asked for.
+  SSLCertificateMap complete = certificates;
+  for (auto& [host, record] : complete) {
+    SSLCertificate details;
+    if (host.isEmpty() || !readCertificate(record.certificate, details)) return false;
+    record.host = host;
+    record.subject = details.subject.name;
+    record.issuer = details.issuer.name;
+  }
+  for (auto& [host, record] : complete) knownCertificates_[host] = std::move(record);
+  knownCertificatesChanged();
+  return true;
+}
+
+bool OrvWebView::removeKnownSSLCertificate(const String& host,
+                                           const SSLCertificateInfo& certificate) {
+  const auto found = knownCertificates_.find(host);
+  if (found == knownCertificates_.end()) return false;
+  // Without a certificate it is the host that is meant.
+  if (!certificate.certificate.isEmpty() &&
+      !isSameCertificate(certificate.certificate, found->second.certificate)) {
+    return false;
+  }
+  knownCertificates_.erase(found);
+  knownCertificatesChanged();
+  return true;
+}
+
+void OrvWebView::removeAllKnownSSLCertificates() {
+  knownCertificates_.clear();
+  knownCertificatesChanged();
+}
+
+void OrvWebView::knownCertificatesChanged() {
+  if (auto page = this->page()) page->knownCertificatesChanged();
+}
+
+void OrvWebView::acceptCertificate(const SSLCertificateInfo& certificate) {
+  addKnownSSLCertificate(certificate.host, certificate);
+}
+
+void OrvWebView::continueSSLHandshaking(unsigned int connection,
+                                        OrvWebSSLCertificateAction action) {
+  auto page = this->page();
+  if (!page || action == OrvWebSSLCertificateAction::SSLActionNone) return;
+  page->continueHandshake(connection, action == OrvWebSSLCertificateAction::SSLActionTrust);
+}
+
+std::vector<OrvWebView::String> OrvWebView::getSSLCertificateDetails(
+    const SSLCertificateInfo& certificate) const {
+  return certificateDetails(certificate.certificate);
+}
+
+std::optional<bool> OrvWebView::decisionFor(PagePermission permission, const String& origin) const {
+  const auto found = decisions_.find({permission, origin});
+  return found == decisions_.end() ? std::nullopt : std::optional(found->second);
+}
+
+void OrvWebView::updateGeolocationFilter(const String& origin, bool allowed) {
+  decisions_[{PagePermission::Geolocation, origin}] = allowed;
+  OrvWebUpdateGeolocationFilterEvent event;
+  event.mask = origin;
+  event.allow = allowed;
+  raise(event);
+}
+
+void OrvWebView::removeGeolocationFilter(const String& origin) {
+  decisions_.erase({PagePermission::Geolocation, origin});
+}
+
+void OrvWebView::updateNotificationPermission(const String& origin, bool allowed) {
+  decisions_[{PagePermission::Notification, origin}] = allowed;
+}
+
+void OrvWebView::notificationClicked(const String& id) {
+  if (auto page = this->page()) page->stepNotification(id, NotificationStep::Clicked);
+}
+
+void OrvWebView::notificationClosed(const String& id) {
+  if (auto page = this->page()) page->stepNotification(id, NotificationStep::Closed);
 }

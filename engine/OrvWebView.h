@@ -6,12 +6,15 @@
 #include "engine/Enumerations.h"
 #include "engine/Page.h"
 #include "engine/Records.h"
+#include "engine/SecurityRecords.h"
 #include "engine/WebViewSettings.h"
 #include "platform/GuardedPointer.h"
 #include "platform/graphics/Window.h"
 
 #include <bitset>
+#include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <utility>
 #include <vector>
@@ -34,9 +37,9 @@ class OrvWebView : private PageClient {
   void destroy();
 
   // Which events are raised. All are when the web view is made; a disabled one costs nothing.
-  void setWebEventEnabled(Type type, bool enabled) { webEvents_.set(size_t(type), enabled); }
+  void setWebEventEnabled(Type type, bool enabled);
   bool isWebEventEnabled(Type type) const { return webEvents_.test(size_t(type)); }
-  void setAllWebEventsEnabled(bool enabled) { enabled ? webEvents_.set() : webEvents_.reset(); }
+  void setAllWebEventsEnabled(bool enabled);
   bool isAllWebEventsEnabled() const { return webEvents_.all(); }
   bool isAnyWebEventsEnabled() const { return webEvents_.any(); }
   // A property change is raised when both the property and the PropertyChanged event are enabled.
@@ -52,7 +55,14 @@ class OrvWebView : private PageClient {
   bool isAllPropertyChangedEventsEnabled() const { return properties_.all(); }
   bool isAnyPropertyChangedEventsEnabled() const { return properties_.any(); }
 
+  // Property changes are held back while it is locked more often than unlocked; each that was held
+  // comes once, in order, at the end.
+  void lockProperties() { ++propertyLocks_; }
+  void unlockProperties();
+
   void loadURL(const String& url);
+  // A file of this machine, by its path. The second text is not needed here.
+  void loadFile(const String& path, const String&);
   void loadString(const String& text, const String& mimeType);
   void loadStringWithBase(const String& text, const String& baseURL, const String& mimeType);
   void reload();
@@ -60,6 +70,14 @@ class OrvWebView : private PageClient {
   void goBack();
   void goForward();
   std::vector<OrvWebHistoryItem> historyList();
+  void setHistoryPosition(int position);
+  void clearHistory() { clearBackForwardList(true); }
+  void clearBackForwardList(bool keepCurrent);
+  // SessionInfo brings what restoreSession takes. The position is that of the entry to show.
+  void requestSession();
+  void restoreSession(const String& session, int position);
+  // Ends the page if its document agrees; see destroy.
+  void destroyIfNotRejectedByUser();
 
 #define STATE(type, getter, start, property) \
   type getter() const {                      \
@@ -82,6 +100,38 @@ class OrvWebView : private PageClient {
   // The place of the web view in its window group, and how it is shown there.
   void setViewport(const OrvWebRect& rect);
   OrvWebRect viewport() const;
+  // There are no plug-ins, and nothing swipes in from the edge of a screen.
+  bool isPluginFullScreen() const {
+    return false;
+  }
+  bool applicationSwipeInEvent() const {
+    return false;
+  }
+  void updateDisabledPluginFiles(const String&, bool) {}
+  void clearWebFileSystem() {}
+  // A desktop window does not rotate, the engine tells pages itself that a notification is shown,
+  // and no menu is kept open that the chrome could cancel.
+  void notifyApplicationOrientationDone() {}
+  void notificationShown(const String&) {}
+  void notifyContextMenuCancelled() {}
+
+  // Nothing is filled in or remembered for forms yet, no connection of the inspector or of a
+  // resource is handed to the chrome: there is nothing for these to work on.
+  void autofillTextField(const String&) {}
+  void clearAutofillData() {}
+  void clearCredentials() {}
+  void syncProxyCredential(const String&, const String&) {}
+  void handleWebInspectorMessageToBackend(const String&, int) {}
+  void notifyOpen(unsigned int, int, const String&) {}
+  void notifyHeaderReceived(unsigned int, const String&, const String&) {}
+  void notifyDataReceived(unsigned int, const String&, unsigned int) {}
+  void notifyDone(unsigned int) {}
+  void requestCurrentContextUpdate() {}
+  void notificationError(const String& id) {
+    notificationClosed(id);
+  }
+  // Somebody else has moved it: only reports that.
+  void notifyViewportChanged(const OrvWebRect& rect);
   void setVisible(bool visible);
   bool isVisible() const {
     return visible_;
@@ -113,6 +163,113 @@ class OrvWebView : private PageClient {
   // This is the page that drives the application; see Page::setDrivesApplication. Call it after
   // initialize and before the first load.
   void setDrivesApplication(const String& loadFailureHint);
+
+  // Of the document: in its own units, at once or as a movement.
+  void setScrollPosition(const OrvWebPoint& position) {
+    act("scrollTo", {position.x, position.y});
+  }
+  void animateToDocumentScrollPosition(const OrvWebPoint& position) {
+    act("animateTo", {position.x, position.y});
+  }
+  void startAnimatedScroll(const OrvWebPoint& distance) {
+    act("animateBy", {distance.x, distance.y});
+  }
+  void stopAnimatedScroll() {
+    act("stopScrolling");
+  }
+  void scrollBy(int x, int y) {
+    act("scrollBy", {x, y});
+  }
+  // The scale becomes so many times what it is, within the limits; what is at the first point of
+  // the view is at the second afterwards.
+  void bitmapZoom(double factor, const OrvWebPoint& from, const OrvWebPoint& to);
+  void animateZoomBy(double factor, const OrvWebPoint& center) {
+    bitmapZoom(factor, center, center);
+  }
+  void animateToScaleAndDocumentScrollPosition(double scale, const OrvWebPoint& position);
+
+  void clearFocus() {
+    act("clearFocus");
+  }
+  void focusNextField() {
+    act("focusNext");
+  }
+  void focusPreviousField() {
+    act("focusPrevious");
+  }
+  // Gives the page the keyboard, and its first or last control.
+  void assignFocus(OrvWebFocusDirection direction);
+  void submitForm() {
+    act("submitForm");
+  }
+  void fullScreenVideoExited(bool) {
+    act("exitFullScreen");
+  }
+
+  // CaptureContents brings a picture of a part of the document (all of it for an empty rectangle),
+  // scaled by a factor and to fit into a size (unless that is empty).
+  void captureContents(double scale, const OrvWebRect& part, const OrvWebSize& size);
+  // TextAttributeQuery tells whether the text that would be typed now has it.
+  void textHasAttribute(const String& name);
+  // Does what an item of the last context menu says; some are the chrome's own.
+  void handleContextMenuResponse(OrvWebContextMenuItem item);
+  // Raises AutomationLog.
+  void automationLog(const String& message);
+
+  // What pages left behind: of every page of the process, those of private web views apart.
+  void clearBrowsingData() {
+    clear(SiteData::Everything);
+  }
+  void clearCache() {
+    clear(SiteData::Caches);
+  }
+  void clearCookies() {
+    clear(SiteData::Cookies);
+  }
+  void clearDatabases() {
+    clear(SiteData::Databases);
+  }
+  void clearLocalStorage() {
+    clear(SiteData::LocalStorage);
+  }
+  void notifySystemLowMemory() {
+    clear(SiteData::MemoryCache);
+  }
+  // CookieResult brings the cookies of an address.
+  void getCookies(const String& url);
+  void setCookies(const String& url, const std::vector<String>& cookies);
+
+  // Scripts of the page may read the other side: an origin, and perhaps what is below its domain.
+  // Who reads does not matter to this engine.
+  void addOriginAccessWhitelistEntry(const String& source, const String& destination,
+                                     bool subdomains);
+  void removeOriginAccessWhitelistEntry(const String& source, const String& destination,
+                                        bool subdomains);
+
+  // The certificates that the user has accepted, by host: a page of that host loads with that
+  // certificate and no other. Adding is false for a text that is no certificate, removing for one
+  // that is not there.
+  const SSLCertificateMap& knownSSLCertificates() const {
+    return knownCertificates_;
+  }
+  SSLCertificateInfo knownSSLCertificate(const String& host) const;
+  bool addKnownSSLCertificate(const String& host, const SSLCertificateInfo& certificate);
+  bool addKnownSSLCertificates(const SSLCertificateMap& certificates);
+  bool removeKnownSSLCertificate(const String& host, const SSLCertificateInfo& certificate);
+  void removeAllKnownSSLCertificates();
+  // Trusting accepts the certificate and loads the page again.
+  void continueSSLHandshaking(unsigned int connection, OrvWebSSLCertificateAction action);
+  // The certificate in words.
+  std::vector<String> getSSLCertificateDetails(const SSLCertificateInfo& certificate) const;
+  // Nothing is kept of the above that had to be freed.
+  void cleanupSSLCertificateDetails(const std::vector<String>&) {}
+
+  // What an origin may do is remembered, and told by UpdateGeolocationFilter.
+  void updateGeolocationFilter(const String& origin, bool allowed);
+  void removeGeolocationFilter(const String& origin);
+  void updateNotificationPermission(const String& origin, bool allowed);
+  void notificationClicked(const String& id);
+  void notificationClosed(const String& id);
 
   // Runs a script; the result is an id, under which JavaScriptResult brings the value.
   String executeJavaScript(const String& script, OrvWebJavaScriptWorld world);
@@ -187,9 +344,23 @@ class OrvWebView : private PageClient {
   bool wants(Type type) const override {
     return isWebEventEnabled(type);
   }
+  void closeAllowed() override {
+    destroy();
+  }
+  const SSLCertificateMap& knownCertificates() const override {
+    return knownCertificates_;
+  }
+  void acceptCertificate(const SSLCertificateInfo& certificate) override;
+  std::optional<bool> decisionFor(PagePermission permission, const String& origin) const override;
   void raise(OrvWebEvent& event) override;
   void raisePropertyChanged(Property property) override;
   void raiseLater(Type type);
+  void act(const char* action, std::vector<JavaScriptVariant> arguments = {});
+  void clear(SiteData data);
+  void scaleTo(double scale, const OrvWebPoint& scrollPosition);
+  void settingStored(WebViewSetting setting);
+  void allowedOriginsChanged();
+  void knownCertificatesChanged();
   void stepDownload(unsigned int id, DownloadStep step);
   OrvWebView* popupView() override;
   std::shared_ptr<Page> pageOf(OrvWebView* view) override;
@@ -202,7 +373,7 @@ class OrvWebView : private PageClient {
   void changeSetting(Value& stored, Value value, WebViewSetting setting, Property property) {
     if (stored == value) return;
     stored = std::move(value);
-    if (page_) page_->settingChanged(setting);
+    settingStored(setting);
     if (property != OrvWebPropertyChangedEvent::PropertyMax) raisePropertyChanged(property);
   }
 
@@ -219,6 +390,12 @@ class OrvWebView : private PageClient {
   OrvWebView* popup_ = nullptr;    // shows the next window that the page opens
   std::set<OrvWebView*> openers_;  // whose next window this one shows
   std::vector<OrvWebHeader> headers_;
+  SSLCertificateMap knownCertificates_;
+  // Decisions that were made about origins.
+  std::map<std::pair<PagePermission, String>, bool> decisions_;
+  std::set<std::pair<String, bool>> allowedOrigins_;  // with what is below their domains, or not
+  int propertyLocks_ = 0;
+  std::vector<Property> heldProperties_;
   std::unique_ptr<Later> later_;
   std::unique_ptr<Tessel::Platform::Graphics::Window> window_;
   std::shared_ptr<Page> page_;

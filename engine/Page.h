@@ -5,10 +5,13 @@
 #include "engine/JavaScriptVariant.h"
 #include "engine/OrvWebEvent.h"
 #include "engine/Records.h"
+#include "engine/SecurityRecords.h"
 #include "engine/WebViewSettings.h"
 #include "platform/graphics/Window.h"
 
+#include <initializer_list>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class OrvWebView;
@@ -36,6 +39,12 @@ struct FindOptions {
 // What becomes of a download.
 enum class DownloadStep { Cancel, Pause, Resume, Retry, Remove };
 
+// What pages leave behind on the machine.
+enum class SiteData { Everything, Caches, MemoryCache, Cookies, Databases, LocalStorage };
+
+// What becomes of a notification that a page shows.
+enum class NotificationStep { Clicked, Closed };
+
 // What a page tells its web view. Implemented by OrvWebView.
 class PageClient {
  public:
@@ -53,6 +62,15 @@ class PageClient {
   virtual OrvWebView* popupView() = 0;
   // The page of a web view; null for none.
   virtual std::shared_ptr<Page> pageOf(OrvWebView* view) = 0;
+  // The page has agreed to be closed, as tryClose asked.
+  virtual void closeAllowed() = 0;
+  // The certificates that the user has accepted, by host.
+  virtual const SSLCertificateMap& knownCertificates() const = 0;
+  virtual void acceptCertificate(const SSLCertificateInfo& certificate) = 0;
+  // What was decided about an origin's permission before; nothing when nothing was.
+  virtual std::optional<bool> decisionFor(PagePermission permission,
+                                          const Tessel::Platform::String& origin) const = 0;
+  const PageState& pageState() const { return pageState_; }
 
   // Stores a new value of the page's state and reports the change, if it is one.
   template <auto Member, typename Value>
@@ -84,9 +102,26 @@ class Page {
   virtual void goBack() = 0;
   virtual void goForward() = 0;
   virtual std::vector<OrvWebHistoryItem> history() = 0;
+  // To the entry at that position of history(); nowhere when there is none.
+  virtual void goTo(int position) = 0;
+  // Forgets every entry, or all but the one that is shown.
+  virtual void clearHistory(bool keepCurrent) = 0;
+  // SessionInfo brings the history in a form that restoreSession takes.
+  virtual void requestSession() = 0;
+  // Brings a history back and loads its entry at that position, or the one that was shown when
+  // there is none there. False for a text that is no session.
+  virtual bool restoreSession(const String& session, int position) = 0;
+  // Asks the page's document whether it may go; closeAllowed follows if it may.
+  virtual void tryClose() = 0;
 
   // A setting has another value now; the client has it.
   virtual void settingChanged(WebViewSetting setting) = 0;
+  // Other events are enabled now; the client knows which.
+  virtual void wantedEventsChanged() = 0;
+  // Addresses, as patterns, that scripts may read across origins.
+  virtual void setAllowedOrigins(const std::vector<String>& patterns) = 0;
+  // The client's known certificates have changed.
+  virtual void knownCertificatesChanged() = 0;
   virtual void setRequestHeaders(const std::vector<OrvWebHeader>& headers) = 0;
   // Whether the documents of the page see the object through which they call native functions;
   // from the next document on.
@@ -99,6 +134,26 @@ class Page {
   // Runs a script in the page's own world or one beside it; JavaScriptResult brings the value
   // under the given id.
   virtual void runScript(const String& script, bool isolated, const String& resultId) = 0;
+  // Has the engine's own script do something in the document: one of the actions of probe.js.
+  virtual void act(const char* action, std::vector<JavaScriptVariant> arguments) = 0;
+  void act(const char* action) { act(action, {}); }
+  // The factor by which the document is laid out larger.
+  virtual void setZoom(double level) = 0;
+  // CaptureContents brings a picture of a part of the document (all of it for an empty rectangle),
+  // scaled by a factor and to fit into a size (unless that is empty).
+  virtual void capture(double scale, const OrvWebRect& part, const OrvWebSize& size) = 0;
+  virtual void clear(SiteData data) = 0;
+  // CookieResult brings the cookies that an address would be sent.
+  virtual void requestCookies(const String& url) = 0;
+  // In the form of the header Set-Cookie. What is no cookie is left out.
+  virtual void addCookies(const String& url, const std::vector<String>& cookies) = 0;
+  // Goes on with a connection that SSLHandshakingFailed told of, or leaves it.
+  virtual void continueHandshake(unsigned int number, bool trust) = 0;
+  virtual void stepNotification(const String& id, NotificationStep step) = 0;
+  // Whether the text that would be typed now is bold, italic, underlined or struck through.
+  virtual bool hasTypingAttribute(const String& name) = 0;
+  // Does what an item of the context menu that was last asked for says.
+  virtual void runMenuItem(OrvWebContextMenuItem item) = 0;
   // Looks for a text from where the last one was found; FindString tells. An empty text ends it.
   virtual void findString(const String& text, const FindOptions& options) = 0;
   // Answers a question that an event was told to leave open, by its number.

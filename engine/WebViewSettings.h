@@ -5,6 +5,7 @@
 #include "engine/Enumerations.h"
 #include "engine/OrvWebEvent.h"
 #include "engine/Records.h"
+#include "engine/SecurityRecords.h"
 #include "platform/String.h"
 
 struct WebViewSettings {

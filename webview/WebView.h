@@ -54,6 +54,9 @@ class WebView : public OrvWebView, public Tessel::Platform::GuardedPointerBase, 
   // A host name in the script that a reader of the language expects; "" means the user's language.
   String convertIDNtoReadableStringByLanguage(const String& host, const String& language) const;
   void cancelVibration();
+  // Fixed: the zoom of a page is its scale.
+  int zoomFactor() const { return 1; }
+  void setZoomFactor(int) {}
   String eventNames() const;
   // How the chrome sees the web view's window, 0 when it has none.
   int screenWindowHandle() const;

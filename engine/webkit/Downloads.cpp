@@ -57,12 +57,13 @@ String decoded(const char* destination) {
 
 }  // namespace
 
-Downloads::Downloads(WebKitWebContext* context) : context_(context) {
-  g_signal_connect(context_, "download-started", G_CALLBACK(onStarted), this);
+void Downloads::listenTo(WebKitWebContext* context) {
+  contexts_.push_back(context);
+  g_signal_connect(context, "download-started", G_CALLBACK(onStarted), this);
 }
 
 Downloads::~Downloads() {
-  g_signal_handlers_disconnect_by_data(context_, this);
+  for (WebKitWebContext* context : contexts_) g_signal_handlers_disconnect_by_data(context, this);
   for (auto& [number, entry] : entries_) {
     if (entry.download) g_signal_handlers_disconnect_by_data(entry.download.get(), this);
   }

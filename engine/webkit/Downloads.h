@@ -16,8 +16,10 @@ class Downloads {
  public:
   using String = Tessel::Platform::String;
 
-  explicit Downloads(WebKitWebContext* context);
+  Downloads() = default;
   ~Downloads();
+  // Takes in what is started in a context.
+  void listenTo(WebKitWebContext* context);
   Downloads(const Downloads&) = delete;
   Downloads& operator=(const Downloads&) = delete;
 
@@ -56,7 +58,7 @@ class Downloads {
   void saveAs(Entry& entry, const String& filename);
   void raise(const Entry& entry, OrvWebEvent& event) const;
 
-  WebKitWebContext* context_;
+  std::vector<WebKitWebContext*> contexts_;  // outlive this
   unsigned int lastNumber_ = 0;
   std::map<unsigned int, Entry> entries_;
   std::map<WebKitWebView*, std::weak_ptr<WebKitPage>> pages_;

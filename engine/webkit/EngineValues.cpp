@@ -44,11 +44,11 @@ OrvWebJavaScriptResultType resultTypeOf(JSCValue* value) {
   return OrvWebJavaScriptResultType::JSObject;
 }
 
-OrvWebFavicon faviconFrom(cairo_surface_t* surface, const String& url) {
-  if (!surface) return OrvWebFavicon();
-  const int width = cairo_image_surface_get_width(surface);
-  const int height = cairo_image_surface_get_height(surface);
-  GdkPixbuf* pixels = gdk_pixbuf_get_from_surface(surface, 0, 0, width, height);
+String pngInBase64(cairo_surface_t* surface) {
+  if (!surface) return String();
+  GdkPixbuf* pixels =
+      gdk_pixbuf_get_from_surface(surface, 0, 0, cairo_image_surface_get_width(surface),
+                                  cairo_image_surface_get_height(surface));
   gchar* data = nullptr;
   gsize size = 0;
   String encoded;
@@ -59,7 +59,21 @@ OrvWebFavicon faviconFrom(cairo_surface_t* surface, const String& url) {
     g_free(data);
   }
   g_clear_object(&pixels);
-  return OrvWebFavicon(encoded, url, width, height);
+  return encoded;
+}
+
+OrvWebFavicon faviconFrom(cairo_surface_t* surface, const String& url) {
+  if (!surface) return OrvWebFavicon();
+  return OrvWebFavicon(pngInBase64(surface), url, cairo_image_surface_get_width(surface),
+                       cairo_image_surface_get_height(surface));
+}
+
+String pemOf(GTlsCertificate* certificate) {
+  gchar* pem = nullptr;
+  g_object_get(certificate, "certificate-pem", &pem, nullptr);
+  const String result(pem);
+  g_free(pem);
+  return result;
 }
 
 std::vector<OrvWebContextMenuItem> menuItemsOf(WebKitContextMenu* menu) {
@@ -91,8 +105,6 @@ SSLConnectionInfo connectionInfoFrom(const char* uri, GTlsCertificate* certifica
   }
   info.subject = taken(g_tls_certificate_get_subject_name(certificate));
   info.issuer = taken(g_tls_certificate_get_issuer_name(certificate));
-  gchar* pem = nullptr;
-  g_object_get(certificate, "certificate-pem", &pem, nullptr);
-  info.certificate = taken(pem);
+  info.certificate = pemOf(certificate);
   return info;
 }

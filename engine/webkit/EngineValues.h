@@ -11,6 +11,12 @@
 
 OrvWebJavaScriptResultType resultTypeOf(JSCValue* value);
 
+// A PNG in base64; empty for no surface.
+Tessel::Platform::String pngInBase64(cairo_surface_t* surface);
+
+// A certificate in PEM form.
+Tessel::Platform::String pemOf(GTlsCertificate* certificate);
+
 // The icon as a PNG, with its address and size; the empty one for no surface.
 OrvWebFavicon faviconFrom(cairo_surface_t* surface, const Tessel::Platform::String& url);
 

@@ -200,6 +200,10 @@ void PageLink::postFunction(std::uint64_t page, const FunctionCall& call, const 
   send(FrameKind::PostFunction, 0, page, encode(link_protocol::PostedCall{call, resultId}));
 }
 
+void PageLink::postAction(std::uint64_t page, const FunctionCall& action) {
+  send(FrameKind::PostFunction, 0, page, encode(link_protocol::PostedCall{action, {}, true}));
+}
+
 PageLink::FunctionResult PageLink::callFunction(std::uint64_t page, const FunctionCall& call,
                                                 std::chrono::milliseconds limit) {
   const auto self = shared_from_this();
@@ -401,6 +405,13 @@ bool PageLink::answerQuestion(const Frame& question) {
       FunctionCall report;
       if (!decode(question.payload, report) || report.path.empty()) return false;
       delegate_.report(*this, question.page, report);
+      return true;
+    }
+    case FrameKind::Ask: {
+      FunctionCall report;
+      if (!decode(question.payload, report) || report.path.empty()) return false;
+      send(FrameKind::Answer, question.id, question.page,
+           delegate_.report(*this, question.page, report).view());
       return true;
     }
     case FrameKind::Log:

@@ -36,8 +36,10 @@ class PageLinkDelegate {
                                               const link_protocol::NativeArguments& arguments) = 0;
   virtual link_protocol::DialogAnswer dialog(const PageLink& link, std::uint64_t page,
                                              const link_protocol::DialogQuestion& question) = 0;
-  // What the module has noticed in a page: the path names it.
-  virtual void report(const PageLink& link, std::uint64_t page, const FunctionCall& report) = 0;
+  // What the module has noticed in a page: the path names it. The result goes to a page that waits
+  // for one.
+  virtual Tessel::Platform::String report(const PageLink& link, std::uint64_t page,
+                                          const FunctionCall& report) = 0;
   virtual void linkClosed(PageLink& link) = 0;
 };
 
@@ -69,6 +71,8 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   // With an id, the module reports the function's value under it.
   void postFunction(std::uint64_t page, const FunctionCall& call,
                     const Tessel::Platform::String& resultId = {});
+  // Has the module's own script in the page do something.
+  void postAction(std::uint64_t page, const FunctionCall& action);
   // Nothing when the link ended or the time was over. Any thread.
   FunctionResult callFunction(std::uint64_t page, const FunctionCall& call,
                               std::chrono::milliseconds limit = callLimit);

@@ -91,6 +91,7 @@ void PageWindows::answer(unsigned int number, std::shared_ptr<WebKitPage> page) 
 
 void PageWindows::onClose(WebKitWebView*, PageWindows* self) {
   const auto page = self->page_.shared_from_this();
+  if (page->takeCloseRequest()) return page->client()->closeAllowed();
   OrvWebCloseWindowEvent event;
   page->raise(event);
   // Whether the web view goes is the chrome's to decide: it is the one who placed it.

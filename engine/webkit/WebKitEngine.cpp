@@ -45,10 +45,10 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
   engine->context_ = WEBKIT_WEB_CONTEXT(
       g_object_new(WEBKIT_TYPE_WEB_CONTEXT, "website-data-manager", data, nullptr));
   g_object_unref(data);
-  g_signal_connect(engine->context_, "initialize-web-extensions", G_CALLBACK(onInitializeModules),
-                   engine.get());
-  engine->downloads_ = std::make_unique<Downloads>(engine->context_);
-  serveLocalScheme(engine->context_, places.localRoot);
+  engine->localRoot_ = places.localRoot;
+  engine->prepare(engine->context_);
+  engine->downloads_ = std::make_unique<Downloads>();
+  engine->downloads_->listenTo(engine->context_);
   // Icons are only loaded where there is a place for them.
   webkit_web_context_set_favicon_database_directory(
       engine->context_,
@@ -58,8 +58,25 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
 
 WebKitEngine::~WebKitEngine() {
   downloads_.reset();
-  if (context_) g_signal_handlers_disconnect_by_data(context_, this);
-  g_clear_object(&context_);
+  for (WebKitWebContext** context : {&context_, &privateContext_}) {
+    if (*context) g_signal_handlers_disconnect_by_data(*context, this);
+    g_clear_object(context);
+  }
+}
+
+void WebKitEngine::prepare(WebKitWebContext* context) {
+  g_signal_connect(context, "initialize-web-extensions", G_CALLBACK(onInitializeModules), this);
+  serveLocalScheme(context, localRoot_);
+}
+
+WebKitWebContext* WebKitEngine::context(bool isPrivate) {
+  if (!isPrivate) return context_;
+  if (!privateContext_) {
+    privateContext_ = webkit_web_context_new_ephemeral();
+    prepare(privateContext_);
+    downloads_->listenTo(privateContext_);
+  }
+  return privateContext_;
 }
 
 void WebKitEngine::onInitializeModules(WebKitWebContext* context, gpointer data) {

@@ -28,18 +28,24 @@ class WebKitEngine final : public PageFactory {
   std::shared_ptr<Page> createPage(PageClient& client,
                                    Tessel::Platform::Graphics::Window& window) override;
 
-  WebKitWebContext* context() const { return context_; }
+  // Where views are made: what pages leave behind is kept, or forgotten with the last view.
+  WebKitWebContext* context(bool isPrivate);
+  // What local: addresses are files of.
+  const std::string& localRoot() const { return localRoot_; }
   WebProcessLinks& links() { return *links_; }
   Downloads& downloads() { return *downloads_; }
 
  private:
   WebKitEngine() = default;
 
+  void prepare(WebKitWebContext* context);
   static void onInitializeModules(WebKitWebContext* context, gpointer self);
 
   std::string moduleFolder_;
+  std::string localRoot_;
   Tessel::Platform::ClaimedFolder dataFolder_;
   std::unique_ptr<WebProcessLinks> links_;
   WebKitWebContext* context_ = nullptr;
+  WebKitWebContext* privateContext_ = nullptr;  // made at first need
   std::unique_ptr<Downloads> downloads_;
 };

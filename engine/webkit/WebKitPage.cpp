@@ -4,6 +4,9 @@
 #include "engine/OrvWebEvents.h"
 #include "engine/webkit/Dialogs.h"
 #include "engine/webkit/EngineValues.h"
+#include "engine/webkit/PageCapture.h"
+#include "engine/webkit/PageReports.h"
+#include "engine/webkit/SiteDataStore.h"
 #include "engine/webkit/WebKitEngine.h"
 #include "platform/Log.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
@@ -16,6 +19,7 @@ using link_protocol::NativeArguments;
 using Tessel::Platform::concat;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
+using Tessel::Platform::String;
 using Tessel::Platform::Graphics::GtkWindowSystem;
 using Tessel::Platform::Graphics::Window;
 
@@ -40,18 +44,15 @@ WebKitPage::~WebKitPage() {
 
 WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
   if (!client_) return nullptr;
-  WebKitSettings* settings = webkit_settings_new();
-#define SETTING(type, getter, setter, start, property) \
-  applySetting(settings, WebViewSetting::getter);
-#include "engine/WebViewSettings.def"
-#undef SETTING
+  WebKitSettings* settings = PageSettings::make(client_->settings());
   // A window that a page opens shares its opener's web process: the engine will not have it
   // otherwise.
-  auto* created =
-      WEBKIT_WEB_VIEW(opener ? g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", opener,
-                                            "settings", settings, nullptr)
-                             : g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", engine_.context(),
-                                            "settings", settings, nullptr));
+  auto* created = WEBKIT_WEB_VIEW(
+      opener ? g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", opener, "settings", settings,
+                            "user-content-manager", webkit_user_content_manager_new(), nullptr)
+             : g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context",
+                            engine_.context(client_->settings().isPrivateBrowsing), "settings",
+                            settings, nullptr));
   g_object_unref(settings);
   if (!GtkWindowSystem::embed(window_, GTK_WIDGET(created))) {
     g_object_ref_sink(created);
@@ -61,29 +62,25 @@ WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
   view_ = created;
   listenToPage();
 
-  const auto connect = [&](gpointer object, const char* signal, auto handler) {
-    g_signal_connect(object, signal, G_CALLBACK(handler), this);
+  const auto connect = [&](const char* signal, auto handler) {
+    g_signal_connect(view_, signal, G_CALLBACK(handler), this);
   };
-  connect(view_, "notify::page-id", onPageNumber);
-  connect(view_, "notify::title", onTitle);
-  connect(view_, "notify::uri", onLocation);
-  connect(view_, "notify::estimated-load-progress", onProgress);
-  connect(webkit_web_view_get_back_forward_list(view_), "changed", onHistory);
-  connect(view_, "mouse-target-changed", onPointedAt);
-  connect(view_, "load-changed", onLoadChanged);
-  connect(view_, "load-failed", onLoadFailed);
-  connect(view_, "load-failed-with-tls-errors", onTlsFailed);
-  connect(view_, "web-process-terminated", onProcessEnded);
-  connect(view_, "focus-in-event", onFocusIn);
-  connect(view_, "focus-out-event", onFocusOut);
-  connect(view_, "notify::favicon", onFavicon);
-  connect(view_, "enter-fullscreen", onEnterFullscreen);
-  connect(view_, "leave-fullscreen", onLeaveFullscreen);
-  connect(view_, "context-menu", onContextMenu);
-  navigations_ = std::make_unique<PageNavigation>(*this, view_);
-  questions_ = std::make_unique<PageQuestions>(*this, view_);
-  windows_ = std::make_unique<PageWindows>(*this, view_);
-  find_ = std::make_unique<PageFind>(*this, view_);
+  connect("notify::page-id", onPageNumber);
+  connect("notify::title", onTitle);
+  connect("notify::uri", onLocation);
+  connect("notify::estimated-load-progress", onProgress);
+  connect("notify::zoom-level", onZoom);
+  connect("notify::favicon", onFavicon);
+  connect("load-changed", onLoadChanged);
+  connect("load-failed", onLoadFailed);
+  connect("web-process-terminated", onProcessEnded);
+  connect("focus-in-event", onFocusIn);
+  connect("focus-out-event", onFocusOut);
+  connect("enter-fullscreen", onEnterFullscreen);
+  connect("leave-fullscreen", onLeaveFullscreen);
+  parts_ = std::make_unique<Parts>(*this, view_);
+  parts_->settings.setAllowedOrigins(allowedOrigins_);
+  if (zoom_ != 1) webkit_web_view_set_zoom_level(view_, zoom_);
   engine_.downloads().registerPage(view_, weak_from_this());
   return view_;
 }
@@ -91,18 +88,27 @@ WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
 void WebKitPage::close() {
   if (!client_) return;
   client_ = nullptr;
+  dropView();
+}
+
+void WebKitPage::dropView() {
   link_.store(nullptr);
   if (!view_) return;
   engine_.links().forgetPage(number_);
+  number_ = 0;
   engine_.downloads().forgetPage(view_);
-  find_.reset();
-  windows_.reset();
-  questions_.reset();
-  navigations_.reset();
-  g_signal_handlers_disconnect_by_data(webkit_web_view_get_back_forward_list(view_), this);
+  parts_.reset();
   g_signal_handlers_disconnect_by_data(view_, this);
   gtk_widget_destroy(GTK_WIDGET(view_));
   view_ = nullptr;
+}
+
+// For what the engine fixes when it makes a view. The page starts anew at its address.
+void WebKitPage::remakeView() {
+  if (!view_) return;
+  const String location(webkit_web_view_get_uri(view_));
+  dropView();
+  if (!location.isEmpty()) load(location);
 }
 
 void WebKitPage::load(const String& url) {
@@ -127,6 +133,7 @@ void WebKitPage::loadText(const String& text, const String& mimeType, const Stri
 }
 
 void WebKitPage::startLoad(std::function<void()> load) {
+  failureFollows_ = false;
   unstartedLoad_ = std::move(load);
   unstartedLoad_();
 }
@@ -140,83 +147,61 @@ void WebKitPage::stop() {
 }
 
 void WebKitPage::goBack() {
-  if (view_) webkit_web_view_go_back(view_);
+  if (parts_) parts_->history.goBy(-1);
 }
 
 void WebKitPage::goForward() {
-  if (view_) webkit_web_view_go_forward(view_);
+  if (parts_) parts_->history.goBy(1);
 }
 
 std::vector<OrvWebHistoryItem> WebKitPage::history() {
-  std::vector<OrvWebHistoryItem> items;
-  if (!view_) return items;
-  const auto append = [&](gpointer data) {
-    auto* item = WEBKIT_BACK_FORWARD_LIST_ITEM(data);
-    // Whether an entry came from a form is not told by the engine.
-    items.emplace_back(webkit_back_forward_list_item_get_uri(item),
-                       webkit_back_forward_list_item_get_original_uri(item),
-                       webkit_back_forward_list_item_get_title(item), false);
-  };
-  WebKitBackForwardList* list = webkit_web_view_get_back_forward_list(view_);
-  // The list behind runs from the nearest entry to the farthest.
-  GList* behind = g_list_reverse(webkit_back_forward_list_get_back_list(list));
-  for (GList* entry = behind; entry; entry = entry->next) append(entry->data);
-  g_list_free(behind);
-  if (auto* current = webkit_back_forward_list_get_current_item(list)) append(current);
-  GList* ahead = webkit_back_forward_list_get_forward_list(list);
-  for (GList* entry = ahead; entry; entry = entry->next) append(entry->data);
-  g_list_free(ahead);
-  return items;
+  return parts_ ? parts_->history.items() : std::vector<OrvWebHistoryItem>();
+}
+
+void WebKitPage::goTo(int position) {
+  if (parts_) parts_->history.goTo(position);
+}
+
+void WebKitPage::clearHistory(bool keepCurrent) {
+  if (parts_) parts_->history.clear(keepCurrent);
+}
+
+void WebKitPage::requestSession() {
+  OrvWebSessionInfoEvent event;
+  event.version = "1";
+  if (parts_) event.data = parts_->history.session();
+  raise(event);
+}
+
+bool WebKitPage::restoreSession(const String& session, int position) {
+  if (view() && parts_->history.restore(session, position)) return true;
+  logAlways(LogError, "A session is not restored: the text is none.");
+  return false;
+}
+
+void WebKitPage::tryClose() {
+  closeRequested_ = view_ != nullptr;
+  if (view_) return webkit_web_view_try_close(view_);
+  // Nothing was loaded that could object.
+  if (client_) client_->closeAllowed();
 }
 
 void WebKitPage::settingChanged(WebViewSetting setting) {
-  if (view_) applySetting(webkit_web_view_get_settings(view_), setting);
+  if (setting == WebViewSetting::isPrivateBrowsing) return remakeView();
+  if (parts_) parts_->settings.changed(setting);
+  if (setting == WebViewSetting::isEnableDownloadableBinaryFonts ||
+      setting == WebViewSetting::isStandalone) {
+    sendSetup();
+  }
 }
 
-void WebKitPage::applySetting(WebKitSettings* settings, WebViewSetting setting) const {
-  const WebViewSettings& values = client_->settings();
-  switch (setting) {
-    case WebViewSetting::isBlockPopups:
-      webkit_settings_set_javascript_can_open_windows_automatically(settings,
-                                                                    !values.isBlockPopups);
-      break;
-    case WebViewSetting::isEnableConsoleLogging:
-      webkit_settings_set_enable_write_console_messages_to_stdout(settings,
-                                                                  values.isEnableConsoleLogging);
-      break;
-    case WebViewSetting::isEnableJavaScript:
-      // The page's own scripts; the program's calls go on.
-      webkit_settings_set_enable_javascript_markup(settings, values.isEnableJavaScript);
-      break;
-    case WebViewSetting::isEnableSpatialNavigation:
-      webkit_settings_set_enable_spatial_navigation(settings, values.isEnableSpatialNavigation);
-      break;
-    case WebViewSetting::isEnableWebContentCache:
-      webkit_settings_set_enable_page_cache(settings, values.isEnableWebContentCache);
-      break;
-    case WebViewSetting::isEnableWebInspector:
-      webkit_settings_set_enable_developer_extras(settings, values.isEnableWebInspector);
-      break;
-    case WebViewSetting::isLoadImages:
-      webkit_settings_set_auto_load_images(settings, values.isLoadImages);
-      break;
-    case WebViewSetting::defaultFontSize:
-      webkit_settings_set_default_font_size(settings, static_cast<guint>(values.defaultFontSize));
-      break;
-    case WebViewSetting::minimumFontSize:
-      webkit_settings_set_minimum_font_size(settings, static_cast<guint>(values.minimumFontSize));
-      break;
-    case WebViewSetting::defaultTextEncoding:
-      webkit_settings_set_default_charset(settings, values.defaultTextEncoding.utf8());
-      break;
-    case WebViewSetting::userAgent:
-      // Null brings the engine's own back.
-      webkit_settings_set_user_agent(
-          settings, values.userAgent.isEmpty() ? nullptr : values.userAgent.utf8());
-      break;
-    default:
-      break;
-  }
+void WebKitPage::wantedEventsChanged() {
+  if (client_ && watchedBy(*client_) != setup_.watched) sendSetup();
+}
+
+void WebKitPage::setAllowedOrigins(const std::vector<String>& patterns) {
+  allowedOrigins_ = patterns;
+  if (parts_) parts_->settings.setAllowedOrigins(patterns);
 }
 
 void WebKitPage::setRequestHeaders(const std::vector<OrvWebHeader>& headers) {
@@ -237,7 +222,76 @@ void WebKitPage::setDrivesApplication(const String& loadFailureHint) {
 }
 
 void WebKitPage::sendSetup() {
+  if (!client_) return;
+  const WebViewSettings& settings = client_->settings();
+  setup_.downloadableFonts = settings.isEnableDownloadableBinaryFonts;
+  setup_.standalone = settings.isStandalone;
+  setup_.watched = watchedBy(*client_);
   if (const auto link = link_.load()) link->changeSetup(number_, setup_);
+}
+
+void WebKitPage::act(const char* action, std::vector<JavaScriptVariant> arguments) {
+  if (const auto link = link_.load()) {
+    link->postAction(number_, {{String(action)}, std::move(arguments)});
+  }
+}
+
+void WebKitPage::setZoom(double level) {
+  zoom_ = level;
+  if (view_) webkit_web_view_set_zoom_level(view_, level);
+  updateScale();
+}
+
+void WebKitPage::setPinch(double factor) {
+  pinch_ = factor;
+  updateScale();
+}
+
+void WebKitPage::updateScale() {
+  update<&PageState::scale>(zoom_ * pinch_);
+}
+
+void WebKitPage::capture(double scale, const OrvWebRect& part, const OrvWebSize& size) {
+  if (view()) capturePage(view_, weak_from_this(), scale, part, size);
+}
+
+void WebKitPage::clear(SiteData data) {
+  if (view()) clearSiteData(view_, data);
+}
+
+void WebKitPage::requestCookies(const String& url) {
+  if (view()) ::requestCookies(view_, weak_from_this(), url);
+}
+
+void WebKitPage::addCookies(const String& url, const std::vector<String>& cookies) {
+  if (view()) ::addCookies(view_, url, cookies);
+}
+
+void WebKitPage::continueHandshake(unsigned int number, bool trust) {
+  if (parts_) parts_->security.continueHandshake(number, trust);
+}
+
+void WebKitPage::stepNotification(const String& id, NotificationStep step) {
+  if (parts_) parts_->notifications.step(id, step);
+}
+
+bool WebKitPage::hasTypingAttribute(const String& name) {
+  constexpr std::pair<const char*, guint> attributes[] = {
+      {"bold", WEBKIT_EDITOR_TYPING_ATTRIBUTE_BOLD},
+      {"italic", WEBKIT_EDITOR_TYPING_ATTRIBUTE_ITALIC},
+      {"underline", WEBKIT_EDITOR_TYPING_ATTRIBUTE_UNDERLINE},
+      {"strikethrough", WEBKIT_EDITOR_TYPING_ATTRIBUTE_STRIKETHROUGH}};
+  if (!view_) return false;
+  const guint set =
+      webkit_editor_state_get_typing_attributes(webkit_web_view_get_editor_state(view_));
+  for (const auto& [attribute, bit] : attributes) {
+    if (name == String(attribute)) return (set & bit) != 0;
+  }
+  return false;
+}
+
+void WebKitPage::runMenuItem(OrvWebContextMenuItem item) {
+  if (parts_) parts_->menu.run(item);
 }
 
 void WebKitPage::runScript(const String& script, bool isolated, const String& resultId) {
@@ -268,19 +322,19 @@ void WebKitPage::runScript(const String& script, bool isolated, const String& re
 }
 
 void WebKitPage::findString(const String& text, const FindOptions& options) {
-  if (find_) find_->find(text, options);
+  if (parts_) parts_->find.find(text, options);
 }
 
 void WebKitPage::answerQuestion(unsigned int number, const QuestionAnswer& answer) {
-  if (questions_) questions_->answer(number, answer);
+  if (parts_) parts_->questions.answer(number, answer);
 }
 
 void WebKitPage::answerOrigin(PagePermission permission, const String& origin, bool granted) {
-  if (questions_) questions_->answerOrigin(permission, origin, granted);
+  if (parts_) parts_->questions.answerOrigin(permission, origin, granted);
 }
 
 void WebKitPage::answerOpenWindow(unsigned int number, std::shared_ptr<Page> page) {
-  if (windows_) windows_->answer(number, std::dynamic_pointer_cast<WebKitPage>(page));
+  if (parts_) parts_->windows.answer(number, std::dynamic_pointer_cast<WebKitPage>(page));
 }
 
 void WebKitPage::download(const String& url, const String& filename) {
@@ -307,6 +361,7 @@ JavaScriptVariant WebKitPage::callFunction(const FunctionCall& call) {
 
 void WebKitPage::linkReady(std::shared_ptr<PageLink> link) {
   if (setup_.drivesApplication) link->serveInEveryWait();
+  sendSetup();
   link_.store(std::move(link));
 }
 
@@ -329,27 +384,9 @@ void WebKitPage::raise(OrvWebEvent::Type type) {
   raise(event);
 }
 
-void WebKitPage::report(const FunctionCall& report) {
+String WebKitPage::report(const FunctionCall& report) {
   const auto self = shared_from_this();
-  const auto text = [&](std::size_t index) {
-    return index < report.arguments.size() ? report.arguments[index].stringValue() : String();
-  };
-  const String& what = report.path.front();
-  if (what == String("documentLoaded")) {
-    raise(OrvWebEvent::DocumentLoaded);
-  } else if (what == String("exception")) {
-    OrvWebJavaScriptExceptionEvent event;
-    event.exception = text(0);
-    event.file = text(1);
-    event.line =
-        report.arguments.size() > 2 ? static_cast<int>(report.arguments[2].numberValue()) : 0;
-    raise(event);
-  } else if (what == String("functionResult") && report.arguments.size() == 2) {
-    OrvWebJavaScriptFunctionResultEvent event;
-    event.resultId = text(0);
-    event.result = report.arguments[1];
-    raise(event);
-  }
+  return handleReport(*this, report);
 }
 
 gboolean WebKitPage::onFocusIn(GtkWidget*, GdkEvent*, WebKitPage* page) {
@@ -370,7 +407,7 @@ gboolean WebKitPage::onFocusOut(GtkWidget*, GdkEvent*, WebKitPage* page) {
 void WebKitPage::onFavicon(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
   const auto self = page->shared_from_this();
   WebKitFaviconDatabase* database =
-      webkit_web_context_get_favicon_database(self->engine_.context());
+      webkit_web_context_get_favicon_database(webkit_web_view_get_context(view));
   const char* location = webkit_web_view_get_uri(view);
   gchar* url = location ? webkit_favicon_database_get_favicon_uri(database, location) : nullptr;
   const String address(url);
@@ -394,36 +431,6 @@ gboolean WebKitPage::onLeaveFullscreen(WebKitWebView*, WebKitPage* page) {
   return FALSE;
 }
 
-gboolean WebKitPage::onContextMenu(WebKitWebView*, WebKitContextMenu* menu, GdkEvent*,
-                                   WebKitHitTestResult*, WebKitPage* page) {
-  const auto self = page->shared_from_this();
-  if (!self->wants(OrvWebEvent::ContextMenuRequestEvent)) return FALSE;
-  OrvWebContextMenuRequestEvent event;
-  event.menuItems = menuItemsOf(menu);
-  self->raise(event);
-  // Prevented, the chrome shows a menu of its own.
-  return event.isPreventDefault();
-}
-
-void WebKitPage::updateSecurity() {
-  if (!client_) return;
-  const auto self = shared_from_this();
-  GTlsCertificate* certificate = nullptr;
-  GTlsCertificateFlags problems = G_TLS_CERTIFICATE_NO_FLAGS;
-  const bool secured = webkit_web_view_get_tls_info(view_, &certificate, &problems) != FALSE;
-  String text;
-  if (secured && certificate) {
-    gchar* issuer = g_tls_certificate_get_issuer_name(certificate);
-    text = concat("TLS, certified by ", issuer ? issuer : "nobody known");
-    g_free(issuer);
-  }
-  client_->update<&PageState::encryptionInfo>(text);
-  if (!client_) return;
-  client_->update<&PageState::secureType>(!secured        ? OrvWebSecureType::SecureNone
-                                          : problems == 0 ? OrvWebSecureType::SecureFull
-                                                          : OrvWebSecureType::SecureFailed);
-}
-
 void WebKitPage::listenToPage() {
   if (number_ != 0) engine_.links().forgetPage(number_);
   number_ = webkit_web_view_get_page_id(view_);
@@ -443,7 +450,7 @@ void WebKitPage::onTitle(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
 void WebKitPage::onLocation(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
   const auto self = page->shared_from_this();
   self->client_->update<&PageState::location>(String(webkit_web_view_get_uri(view)));
-  if (self->client_) self->navigations_->moved();
+  if (self->parts_) self->parts_->navigation.moved();
 }
 
 void WebKitPage::onProgress(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
@@ -452,32 +459,10 @@ void WebKitPage::onProgress(WebKitWebView* view, GParamSpec*, WebKitPage* page) 
   self->client_->update<&PageState::loadProgress>(static_cast<int>(std::lround(progress * 100)));
 }
 
-void WebKitPage::onHistory(WebKitBackForwardList* list, WebKitBackForwardListItem*, gpointer,
-                           WebKitPage* page) {
+void WebKitPage::onZoom(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
   const auto self = page->shared_from_this();
-  GList* behind = webkit_back_forward_list_get_back_list(list);
-  const int position = static_cast<int>(g_list_length(behind));
-  g_list_free(behind);
-  auto* current = webkit_back_forward_list_get_current_item(list);
-  const String original(current ? webkit_back_forward_list_item_get_original_uri(current)
-                                : nullptr);
-  const auto length = static_cast<int>(webkit_back_forward_list_get_length(list));
-  // Each report may close the page.
-  const auto update = [&]<auto Member>(auto value) {
-    if (self->client_) self->client_->update<Member>(std::move(value));
-  };
-  update.operator()<&PageState::originalLocation>(original);
-  update.operator()<&PageState::historyLength>(length);
-  update.operator()<&PageState::historyPosition>(position);
-  update.operator()<&PageState::canGoBack>(position > 0);
-  update.operator()<&PageState::canGoForward>(position + 1 < length);
-}
-
-void WebKitPage::onPointedAt(WebKitWebView*, WebKitHitTestResult* hit, guint, WebKitPage* page) {
-  const auto self = page->shared_from_this();
-  const bool link = webkit_hit_test_result_context_is_link(hit) != FALSE;
-  self->client_->update<&PageState::status>(
-      String(link ? webkit_hit_test_result_get_link_uri(hit) : nullptr));
+  self->zoom_ = webkit_web_view_get_zoom_level(view);
+  self->updateScale();
 }
 
 void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKitPage* page) {
@@ -485,18 +470,19 @@ void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKi
   switch (event) {
     case WEBKIT_LOAD_STARTED:
       self->unstartedLoad_ = nullptr;
+      self->showingFailure_ = std::exchange(self->failureFollows_, false);
+      // It stayed when it was asked to go.
+      self->closeRequested_ = false;
       break;
     case WEBKIT_LOAD_COMMITTED:
-      self->updateSecurity();
-      self->navigations_->committed();
+      if (!self->showingFailure_ && !self->parts_->security.committed()) break;
+      if (!self->parts_) break;
+      self->parts_->navigation.committed();
       self->raise(OrvWebEvent::DocumentLoadCommitted);
       break;
     case WEBKIT_LOAD_FINISHED: {
       self->redrawAfterLoad();
-      if (self->showingFailure_) {
-        self->showingFailure_ = false;
-        break;
-      }
+      if (self->showingFailure_) break;
       // A program whose chrome answers "not found" would only show that to somebody who cannot
       // tell what to do about it.
       WebKitWebResource* resource = webkit_web_view_get_main_resource(view);
@@ -534,18 +520,6 @@ gboolean WebKitPage::onLoadFailed(WebKitWebView*, WebKitLoadEvent, const gchar* 
   return TRUE;
 }
 
-gboolean WebKitPage::onTlsFailed(WebKitWebView*, const gchar* uri, GTlsCertificate* certificate,
-                                 GTlsCertificateFlags problems, WebKitPage* page) {
-  const auto self = page->shared_from_this();
-  OrvWebSSLHandshakingFailedEvent event;
-  event.connectionInfo = connectionInfoFrom(uri, certificate, problems);
-  event.url = String(uri);
-  self->raise(event);
-  self->showFailure(uri, "The server's certificate is not trusted.");
-  self->raise(OrvWebEvent::DocumentLoadFailed);
-  return TRUE;
-}
-
 void WebKitPage::onProcessEnded(WebKitWebView* view, WebKitWebProcessTerminationReason reason,
                                 WebKitPage* page) {
   const auto self = page->shared_from_this();
@@ -573,7 +547,7 @@ void WebKitPage::showFailure(const String& uri, const String& reason) {
       "<h1 style='font-size:1.5em'>This page could not be loaded</h1>"
       "<p><code style='overflow-wrap:anywhere'>%s</code></p><p>%s</p><p>%s</p></body></html>",
       uri.utf8(), reason.utf8(), loadFailureHint_.utf8());
-  showingFailure_ = true;
+  failureFollows_ = true;
   webkit_web_view_load_alternate_html(view_, page, uri.isEmpty() ? "about:blank" : uri.utf8(),
                                       nullptr);
   g_free(page);

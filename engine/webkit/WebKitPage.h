@@ -4,8 +4,13 @@
 #include "engine/Enumerations.h"
 #include "engine/Page.h"
 #include "engine/webkit/PageFind.h"
+#include "engine/webkit/PageHistory.h"
+#include "engine/webkit/PageMenu.h"
 #include "engine/webkit/PageNavigation.h"
+#include "engine/webkit/PageNotifications.h"
 #include "engine/webkit/PageQuestions.h"
+#include "engine/webkit/PageSecurity.h"
+#include "engine/webkit/PageSettings.h"
 #include "engine/webkit/PageWindows.h"
 #include "engine/webkit/WebProcessLinks.h"
 
@@ -14,6 +19,8 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <utility>
+#include <vector>
 
 class WebKitEngine;
 
@@ -34,11 +41,30 @@ class WebKitPage final : public Page,
   void goBack() override;
   void goForward() override;
   std::vector<OrvWebHistoryItem> history() override;
+  void goTo(int position) override;
+  void clearHistory(bool keepCurrent) override;
+  void requestSession() override;
+  bool restoreSession(const String& session, int position) override;
+  void tryClose() override;
   void settingChanged(WebViewSetting setting) override;
+  void wantedEventsChanged() override;
+  void setAllowedOrigins(const std::vector<String>& patterns) override;
+  void knownCertificatesChanged() override {}  // they are looked at when they matter
   void setRequestHeaders(const std::vector<OrvWebHeader>& headers) override;
   void setCallbackObjectEnabled(bool enabled) override;
   void setDrivesApplication(const String& loadFailureHint) override;
   void runScript(const String& script, bool isolated, const String& resultId) override;
+  void act(const char* action, std::vector<JavaScriptVariant> arguments) override;
+  using Page::act;
+  void setZoom(double level) override;
+  void capture(double scale, const OrvWebRect& part, const OrvWebSize& size) override;
+  void clear(SiteData data) override;
+  void requestCookies(const String& url) override;
+  void addCookies(const String& url, const std::vector<String>& cookies) override;
+  void continueHandshake(unsigned int number, bool trust) override;
+  void stepNotification(const String& id, NotificationStep step) override;
+  bool hasTypingAttribute(const String& name) override;
+  void runMenuItem(OrvWebContextMenuItem item) override;
   void findString(const String& text, const FindOptions& options) override;
   void answerQuestion(unsigned int number, const QuestionAnswer& answer) override;
   void answerOrigin(PagePermission permission, const String& origin, bool granted) override;
@@ -53,7 +79,7 @@ class WebKitPage final : public Page,
   link_protocol::PageSetup setup() const override { return setup_; }
   String nativeCall(const link_protocol::NativeArguments& arguments) override;
   link_protocol::DialogAnswer dialog(const link_protocol::DialogQuestion& question) override;
-  void report(const FunctionCall& report) override;
+  String report(const FunctionCall& report) override;
 
   // For the parts of the page. The client is null once the page is closed; whoever is called by
   // the engine holds the page while it raises events.
@@ -63,6 +89,20 @@ class WebKitPage final : public Page,
     if (client_) client_->raise(event);
   }
   void raise(OrvWebEvent::Type type);
+  void propertyChanged(OrvWebPropertyChangedEvent::Property property) {
+    if (client_) client_->raisePropertyChanged(property);
+  }
+  // Each report may close the page.
+  template <auto Member, typename Value>
+  void update(Value value) {
+    if (client_) client_->update<Member>(std::move(value));
+  }
+  WebKitEngine& engine() { return engine_; }
+  // How much larger the user has pulled the document with two fingers, on top of its zoom.
+  void setPinch(double factor);
+  // Whether it is tryClose that closes the page; asked once.
+  bool takeCloseRequest() { return std::exchange(closeRequested_, false) && client_; }
+  void showFailure(const String& uri, const String& reason);
   // The engine's view, made if need be. Null once the page is closed, or where the window cannot
   // show it.
   WebKitWebView* view() { return view_ ? view_ : makeView(nullptr); }
@@ -70,35 +110,53 @@ class WebKitPage final : public Page,
   bool becomeWindowOf(WebKitWebView* opener) { return !view_ && makeView(opener) != nullptr; }
 
  private:
+  // What works on the engine's view, made and gone with it.
+  struct Parts {
+    Parts(WebKitPage& page, WebKitWebView* view)
+        : settings(page, view),
+          history(page, view),
+          security(page, view),
+          navigation(page, view),
+          questions(page, view),
+          windows(page, view),
+          find(page, view),
+          menu(page, view),
+          notifications(page, view) {}
+
+    PageSettings settings;
+    PageHistory history;
+    PageSecurity security;
+    PageNavigation navigation;
+    PageQuestions questions;
+    PageWindows windows;
+    PageFind find;
+    PageMenu menu;
+    PageNotifications notifications;
+  };
+
   static void onPageNumber(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onTitle(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onLocation(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onProgress(WebKitWebView*, GParamSpec*, WebKitPage* self);
-  static void onHistory(WebKitBackForwardList*, WebKitBackForwardListItem*, gpointer,
-                        WebKitPage* self);
-  static void onPointedAt(WebKitWebView*, WebKitHitTestResult* hit, guint, WebKitPage* self);
+  static void onZoom(WebKitWebView*, GParamSpec*, WebKitPage* self);
+  static void onFavicon(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, WebKitPage* self);
   static gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent, const gchar* uri, GError* error,
                                WebKitPage* self);
-  static gboolean onTlsFailed(WebKitWebView*, const gchar* uri, GTlsCertificate*,
-                              GTlsCertificateFlags, WebKitPage* self);
   static gboolean onFocusIn(GtkWidget*, GdkEvent*, WebKitPage* self);
   static gboolean onFocusOut(GtkWidget*, GdkEvent*, WebKitPage* self);
-  static void onFavicon(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static gboolean onEnterFullscreen(WebKitWebView*, WebKitPage* self);
   static gboolean onLeaveFullscreen(WebKitWebView*, WebKitPage* self);
-  static gboolean onContextMenu(WebKitWebView*, WebKitContextMenu* menu, GdkEvent*,
-                                WebKitHitTestResult* hit, WebKitPage* self);
   static void onProcessEnded(WebKitWebView*, WebKitWebProcessTerminationReason reason,
                              WebKitPage* self);
 
   WebKitWebView* makeView(WebKitWebView* opener);
+  void dropView();
+  void remakeView();
   void startLoad(std::function<void()> load);
   void listenToPage();
-  void updateSecurity();
-  void applySetting(WebKitSettings* settings, WebViewSetting setting) const;
   void sendSetup();
-  void showFailure(const String& uri, const String& reason);
+  void updateScale();
   void redrawAfterLoad();
 
   WebKitEngine& engine_;
@@ -107,14 +165,15 @@ class WebKitPage final : public Page,
   WebKitWebView* view_ = nullptr;
   link_protocol::PageSetup setup_;
   String loadFailureHint_;
-  bool showingFailure_ = false;
+  bool failureFollows_ = false;  // the next load to start is that of a failure page
+  bool showingFailure_ = false;  // the load that goes on is
+  bool closeRequested_ = false;
   std::function<void()> unstartedLoad_;  // asked for, and the web process has not said so yet
 
-  // Made with the view.
-  std::unique_ptr<PageNavigation> navigations_;
-  std::unique_ptr<PageQuestions> questions_;
-  std::unique_ptr<PageWindows> windows_;
-  std::unique_ptr<PageFind> find_;
+  std::unique_ptr<Parts> parts_;        // there as long as the view
+  std::vector<String> allowedOrigins_;  // for a view that is not made yet
+  double zoom_ = 1;
+  double pinch_ = 1;
 
   // What other threads need to call the page's functions.
   std::atomic<std::uint64_t> number_ = 0;

@@ -150,8 +150,10 @@ link_protocol::DialogAnswer WebProcessLinks::dialog(const PageLink& link, std::u
                                                  : link_protocol::DialogAnswer();
 }
 
-void WebProcessLinks::report(const PageLink& link, std::uint64_t page, const FunctionCall& report) {
-  if (const auto ours = pageBehind(link, page)) ours->report(report);
+String WebProcessLinks::report(const PageLink& link, std::uint64_t page,
+                               const FunctionCall& report) {
+  const auto ours = pageBehind(link, page);
+  return ours ? ours->report(report) : String();
 }
 
 void WebProcessLinks::linkClosed(PageLink& link) {

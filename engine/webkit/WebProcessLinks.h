@@ -21,7 +21,7 @@ class LinkedPage {
   // Only called while the page's setup lets it call native functions.
   virtual Tessel::Platform::String nativeCall(const link_protocol::NativeArguments& arguments) = 0;
   virtual link_protocol::DialogAnswer dialog(const link_protocol::DialogQuestion& question) = 0;
-  virtual void report(const FunctionCall& report) = 0;
+  virtual Tessel::Platform::String report(const FunctionCall& report) = 0;
 };
 
 class WebProcessLinks final : private PageLinkDelegate {
@@ -50,7 +50,8 @@ class WebProcessLinks final : private PageLinkDelegate {
                                       const link_protocol::NativeArguments& arguments) override;
   link_protocol::DialogAnswer dialog(const PageLink& link, std::uint64_t page,
                                      const link_protocol::DialogQuestion& question) override;
-  void report(const PageLink& link, std::uint64_t page, const FunctionCall& report) override;
+  Tessel::Platform::String report(const PageLink& link, std::uint64_t page,
+                                  const FunctionCall& report) override;
   void linkClosed(PageLink& link) override;
 
   Tessel::Platform::UniqueFd listener_;

@@ -1,6 +1,7 @@
 // The real program with a chrome of the tests: what it shows, what it answers, how it ends.
 #include "tests/support/Program.h"
 #include "tests/support/Screen.h"
+#include "tests/support/TlsServer.h"
 
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -139,6 +140,13 @@ TEST_F(ProgramTest, EventsReachTheChromeAndItsAnswersComeBack) {
   const EchoServer server;
   runSuite("events.html?server=" + server.address() + "&folder=" + folder_.string());
   EXPECT_EQ(std::filesystem::file_size(folder_ / "saved.bin"), 100000u);
+}
+
+TEST_F(ProgramTest, CommandsWorkOnRealPages) {
+  const EchoServer server;
+  const test_support::TlsServer secure;
+  runSuite("commands.html?server=" + server.address() + "&secure=" + secure.address() +
+           "&folder=" + folder_.string());
 }
 
 TEST_F(ProgramTest, WebViewsAreSeenWhereTheyArePlaced) {

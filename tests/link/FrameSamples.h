@@ -43,8 +43,8 @@ inline std::vector<FunctionCall> sampleCalls() {
 }
 inline std::vector<link_protocol::PageSetup> sampleSetups() {
   return {{},
-          {true, false, {header("X-One", "1")}},
-          {false, true, {header("", ""), header(awkwardText(), awkwardText())}}};
+          {true, false, {header("X-One", "1")}, true, true, 5},
+          {false, true, {header("", ""), header(awkwardText(), awkwardText())}, false}};
 }
 inline std::vector<link_protocol::DialogQuestion> sampleDialogs() {
   using link_protocol::DialogKind;

@@ -34,6 +34,7 @@ class HostLinkTest : public testing::Test, protected HostLinkDelegate {
     EXPECT_EQ(hello.payload, "the token");
   }
 
+  void act(std::uint64_t, const FunctionCall&) override {}
   JavaScriptVariant callFunction(std::uint64_t number, const FunctionCall& call) override {
     EXPECT_EQ(number, page);
     const std::string name = call.path.at(0).toStdString();
@@ -75,7 +76,7 @@ class HostLinkTest : public testing::Test, protected HostLinkDelegate {
 TEST_F(HostLinkTest, TheMainLoopServesWhateverComesInOrder) {
   post("a");
   call(1, "b");
-  host_.send(FrameKind::SetupChanged, 0, page, encode(PageSetup{true, false, {}}));
+  host_.send(FrameKind::SetupChanged, 0, page, encode(PageSetup{true}));
   host_.send(FrameKind::SetupChanged, 0, page, "no setup");
   host_.send(FrameKind::PostFunction, 0, page, "no call");
   host_.send(FrameKind::CallFunction, 2, page, "no call");

@@ -44,8 +44,9 @@ class FakeDelegate final : public PageLinkDelegate {
     note();
     return {question.kind == DialogKind::Confirm, question.message};
   }
-  void report(const PageLink&, std::uint64_t, const FunctionCall& report) override {
+  String report(const PageLink&, std::uint64_t, const FunctionCall& report) override {
     reports.push_back(report);
+    return report.path.front();
   }
   void linkClosed(PageLink&) override { ++closed; }
 

@@ -23,7 +23,10 @@ class FakeLinkedPage final : public LinkedPage {
   PageSetup setup() const override { return currentSetup; }
   String nativeCall(const NativeArguments&) override { return "called"; }
   DialogAnswer dialog(const DialogQuestion&) override { return {true, "answered"}; }
-  void report(const FunctionCall& report) override { reports.push_back(report); }
+  String report(const FunctionCall& report) override {
+    reports.push_back(report);
+    return {};
+  }
   std::vector<FunctionCall> reports;
 
   std::shared_ptr<PageLink> link;

@@ -52,6 +52,52 @@ class FakePage final : public Page {
   void goBack() override { note("goBack"); }
   void goForward() override { note("goForward"); }
   std::vector<OrvWebHistoryItem> history() override { return historyItems; }
+  void goTo(int position) override { note("goTo", number(position)); }
+  void clearHistory(bool keepCurrent) override { note("clearHistory", text(keepCurrent)); }
+  void requestSession() override { note("requestSession"); }
+  bool restoreSession(const String& session, int position) override {
+    note("restoreSession", session, number(position));
+    return true;
+  }
+  void tryClose() override { note("tryClose"); }
+  void wantedEventsChanged() override { ++wantedEventChanges; }
+  void setAllowedOrigins(const std::vector<String>& patterns) override {
+    allowedOrigins = patterns;
+  }
+  void knownCertificatesChanged() override { note("knownCertificatesChanged"); }
+  void act(const char* action, std::vector<JavaScriptVariant> arguments) override {
+    std::string list;
+    for (const JavaScriptVariant& argument : arguments) {
+      if (!list.empty()) list += ", ";
+      list += argument.type() == JavaScriptVariant::Boolean
+                  ? text(argument.booleanValue())
+                  : String::fromNumber(argument.numberValue()).utf8();
+    }
+    note(action, list);
+  }
+  using Page::act;
+  void setZoom(double level) override {
+    note("setZoom", String::fromNumber(level));
+    client.update<&PageState::scale>(level);
+  }
+  void capture(double scale, const OrvWebRect& part, const OrvWebSize& size) override {
+    note("capture", String::fromNumber(scale), number(part.width), number(size.height));
+  }
+  void clear(SiteData data) override { note("clear", number(static_cast<int>(data))); }
+  void requestCookies(const String& url) override { note("requestCookies", url); }
+  void addCookies(const String& url, const std::vector<String>& cookies) override {
+    note("addCookies", url, number(static_cast<int>(cookies.size())));
+  }
+  void continueHandshake(unsigned int connection, bool trust) override {
+    note("continueHandshake", number(static_cast<int>(connection)), text(trust));
+  }
+  void stepNotification(const String& id, NotificationStep step) override {
+    note("stepNotification", id, step == NotificationStep::Clicked ? "clicked" : "closed");
+  }
+  bool hasTypingAttribute(const String& name) override { return name == String("bold"); }
+  void runMenuItem(OrvWebContextMenuItem item) override {
+    note("runMenuItem", number(static_cast<int>(item)));
+  }
   void settingChanged(WebViewSetting setting) override { changedSettings.push_back(setting); }
   void setRequestHeaders(const std::vector<OrvWebHeader>& list) override { headers = list; }
   void setCallbackObjectEnabled(bool enabled) override { callbackObjectEnabled = enabled; }
@@ -95,7 +141,13 @@ class FakePage final : public Page {
     return answer ? answer(call) : JavaScriptVariant();
   }
 
+  std::vector<String> allowedOrigins;
+  int wantedEventChanges = 0;
+
  private:
+  static String number(int value) { return String::fromSignedInteger(value); }
+  static const char* text(bool value) { return value ? "true" : "false"; }
+
   template <typename... Arguments>
   void note(const char* operation, const Arguments&... arguments) {
     std::string text;

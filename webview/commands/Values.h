@@ -101,6 +101,17 @@ struct Value<double> {
 };
 
 template <>
+struct Value<float> {
+  static bool parse(const char* text, float& value) {
+    double number = 0;
+    if (!Value<double>::parse(text, number)) return false;
+    value = static_cast<float>(number);
+    return true;
+  }
+  static String text(float value) { return String::fromNumber(value); }
+};
+
+template <>
 struct Value<String> {
   static bool parse(const char* text, String& value) {
     value = text;
@@ -140,10 +151,49 @@ struct Value<OrvWebRect> {
   static String text(const OrvWebRect& value) { return fields::textOf(value); }
 };
 
+template <>
+struct Value<OrvWebPoint> {
+  static bool parse(const char* text, OrvWebPoint& value) {
+    return readMembers(text, {{"x", &value.x}, {"y", &value.y}});
+  }
+  static String text(const OrvWebPoint& value) { return fields::textOf(value); }
+};
+
+template <>
+struct Value<OrvWebSize> {
+  static bool parse(const char* text, OrvWebSize& value) {
+    return readMembers(text, {{"width", &value.width}, {"height", &value.height}});
+  }
+};
+
+// Records that bring a text form of their own. A text that does not read leaves an empty record,
+// for the operation to refuse.
+template <>
+struct Value<SSLCertificateInfo> {
+  static bool parse(const char* text, SSLCertificateInfo& value) {
+    value.deserialize(text);
+    return true;
+  }
+  static String text(const SSLCertificateInfo& value) { return value.serialize(); }
+};
+template <>
+struct Value<SSLCertificateMap> {
+  static bool parse(const char* text, SSLCertificateMap& value) {
+    certificatesFromText(text, value);
+    return true;
+  }
+  static String text(const SSLCertificateMap& value) { return textOf(value); }
+};
+template <>
+struct Value<OrvWebPageSecurityInfo> {
+  static String text(const OrvWebPageSecurityInfo& value) { return value.serialize(); }
+};
+
 // JSON arrays. Elements of another kind are skipped; a text that is no array is an empty one.
 template <>
 struct Value<std::vector<String>> {
   static bool parse(const char* text, std::vector<String>& value);
+  static String text(const std::vector<String>& value) { return fields::textOf(value); }
 };
 template <>
 struct Value<std::vector<JavaScriptVariant>> {

@@ -107,6 +107,9 @@ String valueText(bool value) {
 String valueText(int value) {
   return String::fromSignedInteger(value);
 }
+String valueText(unsigned int value) {
+  return String::fromUnsignedInteger(value);
+}
 String valueText(double value) {
   return String::fromNumber(value);
 }
@@ -116,10 +119,20 @@ String valueText(const String& value) {
 String valueText(const OrvWebRect& value) {
   return fields::textOf(value);
 }
+String valueText(const OrvWebPoint& value) {
+  return fields::textOf(value);
+}
+String valueText(const OrvWebSize& value) {
+  return fields::textOf(value);
+}
 String valueText(const OrvWebFavicon& value) {
   return fields::textOf(value);
 }
-String valueText(OrvWebSecureType value) {
+String valueText(const OrvWebPageSecurityInfo& value) {
+  return value.serialize();
+}
+template <NamedEnumeration Type>
+String valueText(Type value) {
   return nameOf(value);
 }
 
@@ -182,6 +195,10 @@ String propertyValueText(const OrvWebView& view, OrvWebPropertyChangedEvent::Pro
       return valueText(view.isVisible());
     case OrvWebPropertyChangedEvent::ZOrder:
       return valueText(view.zOrder());
+    case OrvWebPropertyChangedEvent::PluginFullScreen:
+      return valueText(view.isPluginFullScreen());
+    case OrvWebPropertyChangedEvent::ZoomFactor:
+      return "1";
     default:
       break;
   }

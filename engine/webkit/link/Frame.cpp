@@ -77,6 +77,13 @@ void describe(Reader& in, bool& value) {
   value = byte == 1;
 }
 
+void describe(Writer& out, const std::uint32_t& value) {
+  out.raw(value);
+}
+void describe(Reader& in, std::uint32_t& value) {
+  in.raw(value);
+}
+
 void describe(Writer& out, const String& value) {
   out.bytes(value.view());
 }
@@ -190,9 +197,10 @@ auto fieldsOf(Record& record) {
   if constexpr (std::is_same_v<Plain, FunctionCall>) {
     return std::tie(record.path, record.arguments);
   } else if constexpr (std::is_same_v<Plain, PostedCall>) {
-    return std::tie(record.call.path, record.call.arguments, record.resultId);
+    return std::tie(record.call.path, record.call.arguments, record.resultId, record.ownScript);
   } else if constexpr (std::is_same_v<Plain, PageSetup>) {
-    return std::tie(record.callbackObject, record.drivesApplication, record.requestHeaders);
+    return std::tie(record.callbackObject, record.drivesApplication, record.requestHeaders,
+                    record.downloadableFonts, record.standalone, record.watched);
   } else if constexpr (std::is_same_v<Plain, DialogQuestion>) {
     return std::tie(record.kind, record.message, record.initialText);
   } else if constexpr (std::is_same_v<Plain, DialogAnswer>) {

@@ -24,6 +24,7 @@ enum class FrameKind : std::uint32_t {
   Dialog,       // asks for a dialog's DialogAnswer
   Log,          // a text for the program's log
   Report,       // something has happened in a page: a FunctionCall that names it
+  Ask,          // as Report, but the page waits for a text
   // From the program.
   PostFunction,  // run it when no native call is going on
   CallFunction,  // run it now; asks for its value
@@ -54,11 +55,24 @@ struct Frame {
   std::string payload;
 };
 
+// What somebody wants to be told of a page; the rest is not even looked for.
+enum class Watched : std::uint32_t {
+  WindowObjectCleared = 1u << 0,
+  Selection = 1u << 1,
+  Caret = 1u << 2,
+  Rendering = 1u << 3,
+  Clipboard = 1u << 4,
+  FormControls = 1u << 5,
+};
+
 // What the module must know about a page before its first document.
 struct PageSetup {
   bool callbackObject = false;     // its documents may call native functions
   bool drivesApplication = false;  // its dialogs come over the link
-  std::vector<OrvWebHeader> requestHeaders;
+  std::vector<OrvWebHeader> requestHeaders = {};
+  bool downloadableFonts = true;  // its documents may load fonts
+  bool standalone = false;        // navigator.standalone is there and true
+  std::uint32_t watched = 0;      // what it is looked at for; see Watched
 };
 
 enum class DialogKind : std::uint8_t { Alert, Confirm, Prompt, Print };
@@ -78,6 +92,7 @@ struct DialogAnswer {
 struct PostedCall {
   FunctionCall call;
   Tessel::Platform::String resultId;
+  bool ownScript = false;  // an action of the module's own script, not a function of the page
 };
 
 // A native call's arguments; nothing stands for null and undefined.

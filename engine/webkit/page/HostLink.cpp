@@ -90,6 +90,10 @@ void HostLink::runPosts() {
     posts_.pop_front();
     link_protocol::PostedCall post;
     if (!decode(frame.payload, post)) continue;
+    if (post.ownScript) {
+      delegate_.act(frame.page, post.call);
+      continue;
+    }
     const JavaScriptVariant value = delegate_.callFunction(frame.page, post.call);
     if (post.resultId.isEmpty()) continue;
     tell(FrameKind::Report, frame.page,

@@ -18,6 +18,7 @@ class HostLinkDelegate {
  public:
   virtual ~HostLinkDelegate() = default;
   virtual JavaScriptVariant callFunction(std::uint64_t page, const FunctionCall& call) = 0;
+  virtual void act(std::uint64_t page, const FunctionCall& action) = 0;
   virtual void setupChanged(std::uint64_t page, const link_protocol::PageSetup& setup) = 0;
 };
 

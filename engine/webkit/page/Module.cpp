@@ -4,6 +4,7 @@
 #include "engine/webkit/link/ObjectPointer.h"
 #include "engine/webkit/page/HostLink.h"
 #include "engine/webkit/page/PageScripts.h"
+#include "engine/webkit/page/Probe.h"
 
 #include <jsc/jsc.h>
 #include <libsoup/soup.h>
@@ -20,6 +21,7 @@ using link_protocol::encode;
 using link_protocol::FrameKind;
 using link_protocol::NativeArguments;
 using link_protocol::PageSetup;
+using link_protocol::Watched;
 using Tessel::Platform::String;
 
 namespace {
@@ -28,6 +30,7 @@ struct PageRecord {
   PageSetup setup;
   ObjectPointer<WebKitFrame> mainFrame;
   PageFunctions functions;  // of the document that is in the main frame now
+  Probe probe;              // in the same document
 };
 
 class Module final : public HostLinkDelegate {
@@ -36,23 +39,31 @@ class Module final : public HostLinkDelegate {
 
   JavaScriptVariant callFunction(std::uint64_t page, const FunctionCall& call) override;
   void setupChanged(std::uint64_t page, const PageSetup& setup) override;
+  void act(std::uint64_t page, const FunctionCall& action) override;
 
   JSCValue* callNative(std::uint64_t page, GPtrArray* arguments);
   JSCValue* runDialog(std::uint64_t page, DialogKind kind, GPtrArray* arguments);
+  void report(std::uint64_t page, const FunctionCall& report) {
+    link_->tell(FrameKind::Report, page, encode(report));
+  }
 
  private:
   static void onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer self);
   static void onPageGone(gpointer number, GObject* page);
   static void onWindowObjectCleared(WebKitScriptWorld*, WebKitWebPage* page, WebKitFrame* frame,
                                     gpointer self);
+  static void onProbeWorldCleared(WebKitScriptWorld*, WebKitWebPage* page, WebKitFrame* frame,
+                                  gpointer self);
   static gboolean onSendRequest(WebKitWebPage* page, WebKitURIRequest* request,
                                 WebKitURIResponse* redirect, gpointer self);
 
   static void onDocumentLoaded(WebKitWebPage* page, gpointer self);
   static void onConsoleMessage(WebKitWebPage* page, WebKitConsoleMessage* message, gpointer self);
   void report(WebKitWebPage* page, const char* what, std::vector<JavaScriptVariant> details);
+  void prepareDocument(JSCContext* context, std::uint64_t number, const PageRecord& record);
 
   std::unique_ptr<HostLink> link_;
+  WebKitScriptWorld* probeWorld_ = nullptr;
   std::map<std::uint64_t, PageRecord> pages_;
 };
 
@@ -125,6 +136,8 @@ void Module::start(WebKitWebExtension* extension, const std::string& address,
   g_signal_connect(extension, "page-created", G_CALLBACK(onPageCreated), this);
   g_signal_connect(webkit_script_world_get_default(), "window-object-cleared",
                    G_CALLBACK(onWindowObjectCleared), this);
+  probeWorld_ = webkit_script_world_new();
+  g_signal_connect(probeWorld_, "window-object-cleared", G_CALLBACK(onProbeWorldCleared), this);
 }
 
 void Module::onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer data) {
@@ -157,6 +170,46 @@ void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page
   record.functions = makePageFunctions(context.get());
   if (record.setup.callbackObject) exposeNativeFunctions(context.get(), record.functions, number);
   if (record.setup.drivesApplication) replaceDialogs(context.get(), record.functions, number);
+  self->prepareDocument(context.get(), number, record);
+  // The probe's world is made by asking for it.
+  const ObjectPointer<JSCContext> probe(
+      webkit_frame_get_js_context_for_script_world(frame, self->probeWorld_));
+}
+
+void Module::prepareDocument(JSCContext* context, std::uint64_t number, const PageRecord& record) {
+  const auto evaluate = [&](const char* script, gssize size) {
+    const ObjectPointer<JSCValue> ignored(jsc_context_evaluate(context, script, size));
+    const std::string problem = takeException(context);
+    if (!problem.empty()) link_->tell(FrameKind::Log, number, problem);
+  };
+  if (record.setup.standalone) {
+    evaluate("Object.defineProperty(navigator, 'standalone', {value: true})", -1);
+  }
+  if (!(record.setup.watched & static_cast<std::uint32_t>(Watched::WindowObjectCleared))) return;
+  // The document waits: what the chrome answers runs before any script of the page.
+  const auto script =
+      link_->ask(FrameKind::Ask, number, encode(FunctionCall{{"windowObjectCleared"}, {}}));
+  if (script && !script->empty()) evaluate(script->data(), static_cast<gssize>(script->size()));
+}
+
+void Module::onProbeWorldCleared(WebKitScriptWorld* world, WebKitWebPage* page, WebKitFrame* frame,
+                                 gpointer data) {
+  if (!webkit_frame_is_main_frame(frame)) return;
+  auto* self = static_cast<Module*>(data);
+  const std::uint64_t number = webkit_web_page_get_id(page);
+  PageRecord& record = self->pages_[number];
+  const ObjectPointer<JSCContext> context(
+      webkit_frame_get_js_context_for_script_world(frame, world));
+  record.probe.start(context.get(),
+                     [number](const FunctionCall& report) { module().report(number, report); });
+  record.probe.watch(record.setup.watched);
+}
+
+void Module::act(std::uint64_t page, const FunctionCall& action) {
+  const auto found = pages_.find(page);
+  if (found == pages_.end()) return;
+  const std::string problem = found->second.probe.act(action);
+  if (!problem.empty()) link_->tell(FrameKind::Log, page, problem);
 }
 
 JSCValue* Module::callNative(std::uint64_t page, GPtrArray* arguments) {
@@ -224,12 +277,13 @@ JavaScriptVariant Module::callFunction(std::uint64_t page, const FunctionCall& c
 
 void Module::setupChanged(std::uint64_t page, const PageSetup& setup) {
   const auto found = pages_.find(page);
-  if (found != pages_.end()) found->second.setup = setup;
+  if (found == pages_.end()) return;
+  found->second.setup = setup;
+  found->second.probe.watch(setup.watched);
 }
 
 void Module::report(WebKitWebPage* page, const char* what, std::vector<JavaScriptVariant> details) {
-  link_->tell(FrameKind::Report, webkit_web_page_get_id(page),
-              encode(FunctionCall{{what}, std::move(details)}));
+  report(webkit_web_page_get_id(page), FunctionCall{{what}, std::move(details)});
 }
 
 void Module::onDocumentLoaded(WebKitWebPage* page, gpointer self) {
@@ -253,9 +307,11 @@ gboolean Module::onSendRequest(WebKitWebPage* page, WebKitURIRequest* request, W
                                gpointer data) {
   const auto& pages = static_cast<Module*>(data)->pages_;
   const auto found = pages.find(webkit_web_page_get_id(page));
-  if (found == pages.end() || found->second.setup.requestHeaders.empty()) return FALSE;
+  if (found == pages.end()) return FALSE;
   // Not every scheme's requests have headers.
   if (SoupMessageHeaders* headers = webkit_uri_request_get_http_headers(request)) {
+    const char* destination = soup_message_headers_get_one(headers, "Sec-Fetch-Dest");
+    if (!found->second.setup.downloadableFonts && g_strcmp0(destination, "font") == 0) return TRUE;
     for (const OrvWebHeader& header : found->second.setup.requestHeaders) {
       soup_message_headers_replace(headers, header.key().utf8(), header.value().utf8());
     }

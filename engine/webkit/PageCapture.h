@@ -1,0 +1,15 @@
+// Pictures of documents. Main thread.
+#pragma once
+
+#include "engine/Records.h"
+
+#include <webkit2/webkit2.h>
+
+#include <memory>
+
+class WebKitPage;
+
+// The page raises CaptureContents with the picture as a PNG in base64, empty where none could be
+// made; its id counts the captures of the process from 1. See Page::capture for the arguments.
+void capturePage(WebKitWebView* view, const std::weak_ptr<WebKitPage>& page, double scale,
+                 const OrvWebRect& part, const OrvWebSize& size);

@@ -1,0 +1,85 @@
+// What the pointer is at in a page, and the menu for it. Main thread.
+#include "engine/webkit/PageMenu.h"
+
+#include "engine/OrvWebEvents.h"
+#include "engine/webkit/EngineValues.h"
+#include "engine/webkit/WebKitPage.h"
+
+using Item = OrvWebContextMenuItem;
+using Tessel::Platform::String;
+
+PageMenu::PageMenu(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
+  g_signal_connect(view_, "mouse-target-changed", G_CALLBACK(onPointedAt), this);
+  g_signal_connect(view_, "context-menu", G_CALLBACK(onMenu), this);
+}
+
+PageMenu::~PageMenu() {
+  g_signal_handlers_disconnect_by_data(view_, this);
+}
+
+void PageMenu::onPointedAt(WebKitWebView*, WebKitHitTestResult* hit, guint, PageMenu* self) {
+  const auto page = self->page_.shared_from_this();
+  const bool link = webkit_hit_test_result_context_is_link(hit) != FALSE;
+  page->update<&PageState::status>(
+      String(link ? webkit_hit_test_result_get_link_uri(hit) : nullptr));
+}
+
+gboolean PageMenu::onMenu(WebKitWebView*, WebKitContextMenu* menu, GdkEvent*,
+                          WebKitHitTestResult* hit, PageMenu* self) {
+  const auto page = self->page_.shared_from_this();
+  self->hit_.reset(WEBKIT_HIT_TEST_RESULT(g_object_ref(hit)));
+  if (!page->wants(OrvWebEvent::ContextMenuRequestEvent)) return FALSE;
+  OrvWebContextMenuRequestEvent event;
+  event.menuItems = menuItemsOf(menu);
+  page->raise(event);
+  // Prevented, the chrome shows a menu of its own.
+  return event.isPreventDefault();
+}
+
+void PageMenu::run(Item item) {
+  const auto page = page_.shared_from_this();
+  const auto edit = [&](const char* command) {
+    webkit_web_view_execute_editing_command(view_, command);
+  };
+  const char* link = hit_ ? webkit_hit_test_result_get_link_uri(hit_.get()) : nullptr;
+  const char* image = hit_ ? webkit_hit_test_result_get_image_uri(hit_.get()) : nullptr;
+  const auto copy = [](const char* text) {
+    if (text) gtk_clipboard_set_text(gtk_clipboard_get(GDK_SELECTION_CLIPBOARD), text, -1);
+  };
+  switch (item) {
+    case Item::Cut:
+      return edit(WEBKIT_EDITING_COMMAND_CUT);
+    case Item::Copy:
+      return edit(WEBKIT_EDITING_COMMAND_COPY);
+    case Item::Paste:
+      return edit(WEBKIT_EDITING_COMMAND_PASTE);
+    case Item::Delete:
+      return edit("Delete");
+    case Item::SelectAll:
+      return edit(WEBKIT_EDITING_COMMAND_SELECT_ALL);
+    case Item::ClearField:
+      edit(WEBKIT_EDITING_COMMAND_SELECT_ALL);
+      return edit("Delete");
+    case Item::OpenLink:
+      if (link) page->load(link);
+      return;
+    case Item::SaveLinkAs:
+      if (link) page->download(link, String());
+      return;
+    case Item::CopyLink:
+      return copy(link);
+    case Item::ViewImage:
+      if (image) page->load(image);
+      return;
+    case Item::SaveImage:
+      if (image) page->download(image, String());
+      return;
+    case Item::CopyImageLink:
+      return copy(image);
+    case Item::InspectElement:
+      webkit_web_inspector_show(webkit_web_view_get_inspector(view_));
+      return;
+    default:
+      return;
+  }
+}

@@ -1,0 +1,42 @@
+// What a web view's settings mean to its engine view. Main thread.
+#pragma once
+
+#include "engine/WebViewSettings.h"
+
+#include <webkit2/webkit2.h>
+
+#include <string>
+#include <vector>
+
+class WebKitPage;
+
+class PageSettings {
+ public:
+  using String = Tessel::Platform::String;
+
+  // The engine's settings of a view that is to be made.
+  static WebKitSettings* make(const WebViewSettings& values);
+
+  PageSettings(WebKitPage& page, WebKitWebView* view);
+  ~PageSettings();
+  PageSettings(const PageSettings&) = delete;
+  PageSettings& operator=(const PageSettings&) = delete;
+
+  void changed(WebViewSetting setting);
+  void setAllowedOrigins(std::vector<String> patterns);
+
+ private:
+  static void apply(WebKitSettings* settings, WebViewSetting setting,
+                    const WebViewSettings& values);
+  void applyToView(WebViewSetting setting, const WebViewSettings& values);
+  void applyStyles(const WebViewSettings& values);
+  void applyOrigins();
+  // The text of a style sheet: a file, a local: address or a data: address. False when there is
+  // none, and the log says why.
+  bool readStyleSheet(const String& location, std::string& text) const;
+
+  WebKitPage& page_;
+  WebKitWebView* view_;
+  WebKitInputMethodContext* inputMethods_;  // the view's own; kept while it is switched off
+  std::vector<String> allowedOrigins_;
+};

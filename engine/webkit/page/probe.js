@@ -1,0 +1,189 @@
+// What the program keeps in every document, in a script world of its own that no page can reach:
+// it tells what changes there, and does what the program asks of the document. Called with a
+// function that reports; gives back the actions, by name.
+//
+// State is told once per frame at most, and only what has changed. Events that nobody wants are
+// not looked for: watch() says which are.
+(report) => {
+  'use strict';
+
+  const told = new Map();
+  // Tells a piece of state if it is another one than last time.
+  const tell = (what, ...values) => {
+    const text = values.join(' ');
+    if (told.get(what) === text) return;
+    told.set(what, text);
+    report(what, ...values);
+  };
+
+  const watched = { selection: false, caret: false, rendering: false, clipboard: false,
+    controls: false };
+
+  const root = () => document.scrollingElement || document.documentElement;
+
+  let pending = false;
+  let rendered = true;
+  const look = () => {
+    pending = false;
+    const element = root();
+    if (!element) return;
+    tell('scrolled', Math.round(window.scrollX), Math.round(window.scrollY));
+    tell('content', element.scrollWidth, element.scrollHeight);
+    tell('encoding', document.characterSet || '');
+    tell('pinch', window.visualViewport ? window.visualViewport.scale : 1);
+    if (!rendered && watched.rendering) {
+      rendered = true;
+      report('rendered', Math.round(window.scrollX), Math.round(window.scrollY),
+        window.innerWidth, window.innerHeight, element.scrollWidth, element.scrollHeight);
+    }
+  };
+  // The next frame; a hidden page has none, so it is looked at without.
+  const lookSoon = () => {
+    if (pending) return;
+    pending = true;
+    if (document.visibilityState === 'hidden') setTimeout(look, 0);
+    else requestAnimationFrame(look);
+  };
+  const resized = () => {
+    rendered = false;
+    lookSoon();
+  };
+
+  let tooltip = null;
+  const pointed = event => {
+    const element = event.target instanceof Element ? event.target : null;
+    const holder = element && element.closest('[title]');
+    if (holder === tooltip && told.has('tooltip')) return;
+    tooltip = holder;
+    tell('tooltip', holder ? holder.getAttribute('title') : '');
+  };
+
+  const isTextField = element => element instanceof HTMLTextAreaElement ||
+    (element instanceof HTMLInputElement && element.selectionStart !== null);
+  const isEditable = element => !!element && (isTextField(element) || element.isContentEditable);
+  const rounded = rect => [Math.round(rect.left), Math.round(rect.top), Math.round(rect.width),
+    Math.round(rect.height)];
+
+  const selectionChanged = () => {
+    const selection = document.getSelection();
+    const active = document.activeElement;
+    if (isTextField(active)) {
+      // What is inside a field has no rectangles; the field's own stands for them.
+      const box = rounded(active.getBoundingClientRect());
+      if (active.selectionStart === active.selectionEnd) {
+        if (watched.caret) report('caret', ...box);
+      } else if (watched.selection) {
+        report('selection', ...box, ...box);
+      }
+      return;
+    }
+    if (!selection || selection.rangeCount === 0) return;
+    const range = selection.getRangeAt(0);
+    const boxes = range.getClientRects();
+    if (selection.isCollapsed) {
+      if (!watched.caret || !isEditable(active)) return;
+      report('caret', ...rounded(boxes[0] || active.getBoundingClientRect()));
+    } else if (watched.selection && boxes.length > 0) {
+      report('selection', ...rounded(boxes[0]), ...rounded(boxes[boxes.length - 1]));
+    }
+  };
+
+  const controls = () => [...document.querySelectorAll(
+    'input:not([type=hidden]), select, textarea, button, a[href], [tabindex], [contenteditable]')]
+    .filter(element => !element.disabled && element.tabIndex >= 0 &&
+      element.getClientRects().length > 0);
+  const formControls = () => [...document.querySelectorAll(
+    'input:not([type=hidden]), select, textarea')]
+    .filter(element => !element.disabled && element.getClientRects().length > 0);
+
+  const focusMoved = () => {
+    if (!watched.controls) return;
+    const list = formControls();
+    const position = list.indexOf(document.activeElement);
+    tell('controls', position >= 0 && position + 1 < list.length, position > 0, position >= 0);
+  };
+
+  const fullScreenChanged = () => {
+    const element = document.fullscreenElement;
+    tell('videoFullScreen', element instanceof HTMLVideoElement);
+  };
+
+  const clipboard = event => {
+    if (watched.clipboard) report('clipboard', event.type === 'paste' ? 'read' : 'write');
+  };
+
+  const started = () => {
+    lookSoon();
+    new ResizeObserver(resized).observe(document.documentElement);
+    if (document.body) new ResizeObserver(resized).observe(document.body);
+  };
+  document.addEventListener('DOMContentLoaded', started, { once: true });
+  const listen = (target, type, listener) =>
+    target.addEventListener(type, listener, { capture: true, passive: true });
+  listen(window, 'load', resized);
+  listen(window, 'pageshow', () => {
+    told.clear();
+    resized();
+  });
+  listen(window, 'resize', resized);
+  listen(document, 'scroll', lookSoon);
+  listen(document, 'visibilitychange', lookSoon);
+  listen(document, 'mouseover', pointed);
+  listen(document, 'selectionchange', selectionChanged);
+  listen(document, 'focusin', focusMoved);
+  listen(document, 'focusout', () => setTimeout(focusMoved, 0));
+  listen(document, 'fullscreenchange', fullScreenChanged);
+  for (const type of ['copy', 'cut', 'paste']) listen(document, type, clipboard);
+  if (window.visualViewport) {
+    listen(window.visualViewport, 'resize', lookSoon);
+    listen(window.visualViewport, 'scroll', lookSoon);
+  }
+
+  const scroll = (left, top, behavior) => window.scrollTo({ left, top, behavior });
+  const focusBy = step => {
+    const list = controls();
+    if (list.length === 0) return;
+    const position = list.indexOf(document.activeElement);
+    const next = position < 0 ? (step > 0 ? 0 : list.length - 1)
+      : (position + step + list.length) % list.length;
+    list[next].focus();
+  };
+
+  return {
+    watch(selection, caret, rendering, clipboardUse, controlFocus) {
+      Object.assign(watched, { selection, caret, rendering, clipboard: clipboardUse,
+        controls: controlFocus });
+    },
+    scrollTo(x, y) { scroll(x, y, 'instant'); },
+    animateTo(x, y) { scroll(x, y, 'smooth'); },
+    scrollBy(x, y) { window.scrollBy({ left: x, top: y, behavior: 'instant' }); },
+    animateBy(x, y) { window.scrollBy({ left: x, top: y, behavior: 'smooth' }); },
+    stopScrolling() { scroll(window.scrollX, window.scrollY, 'instant'); },
+    // The zoom comes by another way: wait until it is here, but not for ever.
+    scrollAfterZoom(x, y) {
+      const go = () => {
+        window.removeEventListener('resize', go);
+        clearTimeout(limit);
+        scroll(x, y, 'instant');
+      };
+      const limit = setTimeout(go, 250);
+      window.addEventListener('resize', go);
+    },
+    clearFocus() {
+      if (document.activeElement) document.activeElement.blur();
+    },
+    focusNext() { focusBy(1); },
+    focusPrevious() { focusBy(-1); },
+    focusEdge(last) {
+      const list = controls();
+      if (list.length > 0) list[last ? list.length - 1 : 0].focus();
+    },
+    submitForm() {
+      const form = document.activeElement && document.activeElement.form;
+      if (form) form.requestSubmit();
+    },
+    exitFullScreen() {
+      if (document.fullscreenElement) document.exitFullscreen();
+    },
+  };
+}
