@@ -3,6 +3,7 @@
 
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
+#include "webview/commands/IPCSenderWebView.h"
 #include "webview/commands/Values.h"
 
 #include <algorithm>
@@ -82,6 +83,7 @@ bool Value<OrvWebView*>::parse(const char* text, OrvWebView*& value) {
 
 namespace {
 
+using commands::Command;
 using commands::Value;
 
 // A command's name as a template argument, so that each command is a plain function of its own.
@@ -91,16 +93,6 @@ struct Name {
   // NOLINTNEXTLINE(google-explicit-constructor): a string literal is meant to become one
   constexpr Name(const char (&literal)[Size]) { std::copy_n(literal, Size, text); }
 };
-
-template <typename Operation>
-struct Signature;
-template <typename R, typename Class, typename... Args>
-struct Signature<R (Class::*)(Args...)> {
-  using Result = std::remove_cvref_t<R>;
-  using Arguments = std::tuple<std::remove_cvref_t<Args>...>;
-};
-template <typename R, typename Class, typename... Args>
-struct Signature<R (Class::*)(Args...) const> : Signature<R (Class::*)(Args...)> {};
 
 // The arguments before the first one of the command itself: the function's name and the handle.
 constexpr int leadingArguments = 2;
@@ -144,15 +136,21 @@ bool readArguments(const OrvWebJavaScriptCallbackEvent& event, const char* name,
   (std::make_index_sequence<count>());
 }
 
-template <auto Operation>
-using ArgumentsOf = typename Signature<decltype(Operation)>::Arguments;
+// Calls with the arguments, and answers with the result if there is one.
+template <typename Result, typename Arguments, typename Call>
+void answer(OrvWebJavaScriptCallbackEvent& event, const Arguments& arguments, const Call& call) {
+  if constexpr (std::is_void_v<Result>) {
+    std::apply(call, arguments);
+  } else {
+    event.setResult(Value<Result>::text(std::apply(call, arguments)));
+  }
+}
 
-// What every command does: check, convert, find the web view, call, answer.
-template <Name name, auto Operation, Name... defaults>
+// What every command does: check, convert, find the web view or its proxy, call, answer.
+template <int number, Name name, auto Operation, Name... defaults>
 void run(OrvWebJavaScriptCallbackEvent* event) {
-  using Result = typename Signature<decltype(Operation)>::Result;
-  using Arguments = ArgumentsOf<Operation>;
-  constexpr int count = static_cast<int>(std::tuple_size_v<Arguments>);
+  using Result = typename Command<Operation>::Result;
+  constexpr int count = static_cast<int>(std::tuple_size_v<typename Command<Operation>::Arguments>);
   constexpr int optional = static_cast<int>(sizeof...(defaults));
   if (BindingManager::checkArgumentCount(static_cast<int>(event->numArgs()) - leadingArguments,
                                          count - optional, name.text, optional > 0 ? count : -1)) {
@@ -163,31 +161,41 @@ void run(OrvWebJavaScriptCallbackEvent* event) {
   if (!manager.isCreated(handle)) return reportNotCreated(handle, name.text);
 
   constexpr std::array<const char*, sizeof...(defaults)> defaultTexts{defaults.text...};
-  Arguments arguments;
-  if (!readArguments(*event, name.text, defaultTexts, arguments)) return;
-  WebView* webView = manager.webViewForHandle(handle);
-  if (!webView) return;
   // A command may delete the web view that it is for, by what it makes the chrome do.
-  const Tessel::Platform::GuardedPin<WebView> pin(webView);
-  const auto call = [&](const auto&... values) { return (webView->*Operation)(values...); };
-  if constexpr (std::is_void_v<Result>) {
-    std::apply(call, arguments);
-  } else {
-    event->setResult(Value<Result>::text(std::apply(call, arguments)));
+  if (IPCSenderWebView* remote = manager.remoteWebViewForHandle(handle)) {
+    typename Command<Operation>::ProxyArguments arguments;
+    if (!readArguments(*event, name.text, defaultTexts, arguments)) return;
+    const Tessel::Platform::GuardedPin<IPCSenderWebView> pin(remote);
+    return answer<Result>(*event, arguments, [&](const auto&... values) {
+      return remote->call<number, Operation>(values...);
+    });
   }
+  typename Command<Operation>::Arguments arguments;
+  if (!readArguments(*event, name.text, defaultTexts, arguments)) return;
+  const Tessel::Platform::GuardedPin<WebView> webView(manager.webViewForHandle(handle));
+  if (!webView) return;
+  answer<Result>(*event, arguments,
+                 [&](const auto&... values) { return (webView.get()->*Operation)(values...); });
 }
 
-template <Name name, auto Operation, Name... defaults>
-constexpr CommandRow row(int messageNumber) {
+template <int number, Name name, auto Operation, Name... defaults>
+constexpr CommandRow row() {
+  using Arguments = typename Command<Operation>::Arguments;
   constexpr int optional = static_cast<int>(sizeof...(defaults));
-  constexpr int count = static_cast<int>(std::tuple_size_v<ArgumentsOf<Operation>>);
+  constexpr int count = static_cast<int>(std::tuple_size_v<Arguments>);
   static_assert(optional <= count);
-  return {name.text, run<name, Operation, defaults...>, messageNumber, count - optional, optional};
+  return {.name = name.text,
+          .handler = run<number, name, Operation, defaults...>,
+          .messageNumber = number,
+          .requiredArguments = count - optional,
+          .optionalArguments = optional,
+          .messageFields = commands::Layout<Arguments>::letters.data(),
+          .messageReply = commands::Reply<typename Command<Operation>::Result>::letter};
 }
 
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name __VA_OPT__(, ) __VA_ARGS__)
 #define COMMAND_AS(number, name, operation, ...) \
-  row<#name, &WebView::operation __VA_OPT__(, ) __VA_ARGS__>(number),
+  row<number, #name, &WebView::operation __VA_OPT__(, ) __VA_ARGS__>(),
 constexpr std::array rows{
 #include "webview/commands/Commands.def"
 };
