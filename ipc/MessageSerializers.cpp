@@ -47,7 +47,7 @@ constexpr auto commandMessages = [] {
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
 #define COMMAND_AS(number, name, operation, ...)        \
   Installation{(number) != 0 ? (number) : unusedNumber, \
-               made<RecordSerializer<commands::Command<&WebView::operation>::Record>>},
+               made<RecordSerializer<commands::ShapeOf<&WebView::operation>::Record>>},
   std::array installations{
 #include "webview/commands/Commands.def"
   };

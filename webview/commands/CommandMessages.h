@@ -27,52 +27,69 @@ inline constexpr char fieldLetter = std::is_same_v<Field, bool>  ? 'b'
                                     : std::is_same_v<Field, int> ? 'i'
                                                                  : 's';
 
-template <typename Arguments>
-struct Layout;
-template <typename... Args>
-struct Layout<std::tuple<Args...>> {
+// What commands of the same signature share. Whatever is compiled per signature, and not once more
+// for each command, keeps the build short.
+template <typename Result, typename Arguments>
+struct Shape;
+template <typename Result_, typename... Args>
+struct Shape<Result_, std::tuple<Args...>> {
+  using Result = Result_;
+  using Arguments = std::tuple<Args...>;
   using ProxyArguments = std::tuple<typename Wire<Args>::ProxyArgument...>;
+  // Runs the operation.
+  using Call = Result (*)(WebView&, const Args&...);
+  // Sends its message.
+  using Send = Result (*)(const class IPCSenderWebView&,
+                          const typename Wire<Args>::ProxyArgument&...);
   // The web view's handle comes first.
   using Record = Tessel::Platform::IPCMessage<int, typename Wire<Args>::Field...>;
-  static constexpr std::array<char, sizeof...(Args) + 1> letters{
+
+  static std::unique_ptr<Record> message(int number, unsigned int handle,
+                                         Tessel::Platform::MessageReplyBuffer* reply,
+                                         const typename Wire<Args>::ProxyArgument&... arguments) {
+    return std::make_unique<Record>(number, reply, static_cast<int>(handle),
+                                    Wire<Args>::encode(arguments)...);
+  }
+  static constexpr std::array<char, sizeof...(Args) + 1> fieldLetters{
       fieldLetter<typename Wire<Args>::Field>..., '\0'};
+
+  template <auto Operation>
+  static Result call(WebView& webView, const Args&... arguments) {
+    return (webView.*Operation)(arguments...);
+  }
 };
 
 template <auto Operation>
-struct Command {
-  using Result = typename Signature<decltype(Operation)>::Result;
-  using Arguments = typename Signature<decltype(Operation)>::Arguments;
-  using ProxyArguments = typename Layout<Arguments>::ProxyArguments;
-  using Record = typename Layout<Arguments>::Record;
-};
+using ShapeOf = Shape<typename Signature<decltype(Operation)>::Result,
+                      typename Signature<decltype(Operation)>::Arguments>;
 
-// The message of a command, made from the arguments that its sender has.
-template <int number, auto Operation, typename Arguments>
-class MessageWith;
-template <int number, auto Operation, typename... Args>
-class MessageWith<number, Operation, std::tuple<Args...>> final
-    : public Command<Operation>::Record {
+// The message of a command. Commands without a number have none.
+template <int number, auto Operation>
+requires(number != 0) class CommandMessage final : public ShapeOf<Operation>::Record {
  public:
   static constexpr int messageType = number;
 
-  MessageWith(unsigned int handle, Tessel::Platform::MessageReplyBuffer* reply,
-              const typename Wire<Args>::ProxyArgument&... arguments)
-      : Command<Operation>::Record(number, reply, static_cast<int>(handle),
-                                   Wire<Args>::encode(arguments)...) {}
+  template <typename... Fields>
+  explicit CommandMessage(unsigned int handle,
+                          Tessel::Platform::MessageReplyBuffer* reply = nullptr, Fields... fields)
+      : ShapeOf<Operation>::Record(number, reply, static_cast<int>(handle), std::move(fields)...) {}
 };
-// Commands without a number have none.
-template <auto Operation, typename... Args>
-class MessageWith<0, Operation, std::tuple<Args...>>;
 
 template <int number, auto Operation>
-using CommandMessage = MessageWith<number, Operation, typename Command<Operation>::Arguments>;
+struct NamedMessage {
+  using type = CommandMessage<number, Operation>;
+};
+template <auto Operation>
+struct NamedMessage<0, Operation> {
+  using type = void;
+};
 
 }  // namespace commands
 
 // loadURLMessage and so on.
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
 #define COMMAND_AS(number, name, operation, ...) \
-  using name##Message = commands::CommandMessage<number, &WebView::operation>;
+  using name##Message = commands::NamedMessage<number, &WebView::operation>::type;
 #include "webview/commands/Commands.def"
 #undef COMMAND_AS
 #undef COMMAND

@@ -20,24 +20,23 @@ bool decode(const Record& record, Arguments& arguments) {
   (std::make_index_sequence<std::tuple_size_v<Arguments>>());
 }
 
-template <auto Operation>
-bool receive(const Message& message) {
-  using Command = commands::Command<Operation>;
-  using Result = typename Command::Result;
-  const auto& record = static_cast<const typename Command::Record&>(message);
+template <typename Shape>
+bool receive(const Message& message, typename Shape::Call operation) {
+  using Result = typename Shape::Result;
+  const auto& record = static_cast<const typename Shape::Record&>(message);
   const auto handle = static_cast<unsigned int>(record.template field<0>());
   // A command may delete the web view that it is for, by what it makes the chrome do.
   const GuardedPin<WebView> webView(WebViewManager::instance().webViewForHandle(handle));
   if (!webView) return false;
 
-  typename Command::Arguments arguments{};
+  typename Shape::Arguments arguments{};
   if (!decode(record, arguments)) {
     logAlways(Tessel::Platform::LogError,
               "Command %d for web view %u is not run: it has an argument that is none.",
               message.type(), handle);
     return true;
   }
-  const auto call = [&](const auto&... values) { return (webView.get()->*Operation)(values...); };
+  const auto call = [&](const auto&... values) { return operation(*webView.get(), values...); };
   if constexpr (std::is_void_v<Result>) {
     std::apply(call, arguments);
   } else {
@@ -45,6 +44,12 @@ bool receive(const Message& message) {
     if (message.reply()) commands::Reply<Result>::store(*message.reply(), result);
   }
   return true;
+}
+
+template <auto Operation>
+bool receiveFor(const Message& message) {
+  using Shape = commands::ShapeOf<Operation>;
+  return receive<Shape>(message, Shape::template call<Operation>);
 }
 
 constexpr int firstNumber = 2000;
@@ -56,7 +61,7 @@ constexpr auto receivers = [] {
   std::array<Receiver, lastNumber - firstNumber + 1> table{};
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
 #define COMMAND_AS(number, name, operation, ...) \
-  if constexpr ((number) != 0) table[(number)-firstNumber] = receive<&WebView::operation>;
+  if constexpr ((number) != 0) table[(number)-firstNumber] = receiveFor<&WebView::operation>;
 #include "webview/commands/Commands.def"
 #undef COMMAND_AS
 #undef COMMAND

@@ -83,7 +83,7 @@ bool Value<OrvWebView*>::parse(const char* text, OrvWebView*& value) {
 
 namespace {
 
-using commands::Command;
+using commands::ShapeOf;
 using commands::Value;
 
 // A command's name as a template argument, so that each command is a plain function of its own.
@@ -116,22 +116,27 @@ void reportNotCreated(unsigned int handle, const char* name) {
              " has not been created yet, so the call to \"", name, "\" will be ignored."));
 }
 
+// What a handler knows of its command beside the operation.
+struct Facts {
+  const char* name;
+  // The texts of the last arguments when they are left out.
+  std::span<const char* const> defaults;
+};
+
 // Reads the arguments in order; false, and the first refused one is reported, when one is refused.
-template <typename Arguments, std::size_t Optional>
-bool readArguments(const OrvWebJavaScriptCallbackEvent& event, const char* name,
-                   const std::array<const char*, Optional>& defaults, Arguments& arguments) {
+template <typename Arguments>
+bool readArguments(const OrvWebJavaScriptCallbackEvent& event, const Facts& facts,
+                   Arguments& arguments) {
   constexpr std::size_t count = std::tuple_size_v<Arguments>;
-  const auto read = [&]<std::size_t I>(std::integral_constant<std::size_t, I>) {
-    const char* text = argumentText(event, I);
-    if constexpr (I + Optional >= count) {
-      if (!text) text = defaults[I + Optional - count];
-    }
-    if (Value<std::tuple_element_t<I, Arguments>>::parse(text, std::get<I>(arguments))) return true;
-    BindingManager::reportArgumentError(static_cast<int>(I), text, name);
+  [[maybe_unused]] const auto read = [&](std::size_t position, auto& argument) {
+    const char* text = argumentText(event, position);
+    if (!text) text = facts.defaults[position + facts.defaults.size() - count];
+    if (Value<std::remove_reference_t<decltype(argument)>>::parse(text, argument)) return true;
+    BindingManager::reportArgumentError(static_cast<int>(position), text, facts.name);
     return false;
   };
   return [&]<std::size_t... I>(std::index_sequence<I...>) {
-    return (read(std::integral_constant<std::size_t, I>()) && ...);
+    return (read(I, std::get<I>(arguments)) && ...);
   }
   (std::make_index_sequence<count>());
 }
@@ -147,50 +152,67 @@ void answer(OrvWebJavaScriptCallbackEvent& event, const Arguments& arguments, co
 }
 
 // What every command does: check, convert, find the web view or its proxy, call, answer.
-template <int number, Name name, auto Operation, Name... defaults>
-void run(OrvWebJavaScriptCallbackEvent* event) {
-  using Result = typename Command<Operation>::Result;
-  constexpr int count = static_cast<int>(std::tuple_size_v<typename Command<Operation>::Arguments>);
-  constexpr int optional = static_cast<int>(sizeof...(defaults));
-  if (BindingManager::checkArgumentCount(static_cast<int>(event->numArgs()) - leadingArguments,
-                                         count - optional, name.text, optional > 0 ? count : -1)) {
+template <typename Shape>
+void run(OrvWebJavaScriptCallbackEvent& event, const Facts& facts, typename Shape::Call operation,
+         typename Shape::Send message) {
+  using Result = typename Shape::Result;
+  constexpr int count = static_cast<int>(std::tuple_size_v<typename Shape::Arguments>);
+  const int optional = static_cast<int>(facts.defaults.size());
+  if (BindingManager::checkArgumentCount(static_cast<int>(event.numArgs()) - leadingArguments,
+                                         count - optional, facts.name, optional > 0 ? count : -1)) {
     return;
   }
   WebViewManager& manager = WebViewManager::instance();
-  const unsigned int handle = handleOf(*event);
-  if (!manager.isCreated(handle)) return reportNotCreated(handle, name.text);
+  const unsigned int handle = handleOf(event);
+  if (!manager.isCreated(handle)) return reportNotCreated(handle, facts.name);
 
-  constexpr std::array<const char*, sizeof...(defaults)> defaultTexts{defaults.text...};
   // A command may delete the web view that it is for, by what it makes the chrome do.
   if (IPCSenderWebView* remote = manager.remoteWebViewForHandle(handle)) {
-    typename Command<Operation>::ProxyArguments arguments;
-    if (!readArguments(*event, name.text, defaultTexts, arguments)) return;
+    typename Shape::ProxyArguments arguments{};
+    if (!readArguments(event, facts, arguments)) return;
     const Tessel::Platform::GuardedPin<IPCSenderWebView> pin(remote);
-    return answer<Result>(*event, arguments, [&](const auto&... values) {
-      return remote->call<number, Operation>(values...);
-    });
+    return answer<Result>(event, arguments,
+                          [&](const auto&... values) { return message(*remote, values...); });
   }
-  typename Command<Operation>::Arguments arguments;
-  if (!readArguments(*event, name.text, defaultTexts, arguments)) return;
+  typename Shape::Arguments arguments{};
+  if (!readArguments(event, facts, arguments)) return;
   const Tessel::Platform::GuardedPin<WebView> webView(manager.webViewForHandle(handle));
   if (!webView) return;
-  answer<Result>(*event, arguments,
-                 [&](const auto&... values) { return (webView.get()->*Operation)(values...); });
+  answer<Result>(event, arguments,
+                 [&](const auto&... values) { return operation(*webView.get(), values...); });
+}
+
+// All that is compiled for each command. The row's texts and what is sent are its own.
+template <int number, auto Operation, typename Arguments>
+struct Sender;
+template <int number, auto Operation, typename... Args>
+struct Sender<number, Operation, std::tuple<Args...>> {
+  static auto send(const IPCSenderWebView& remote, const Args&... arguments) {
+    return remote.call<number, Operation>(arguments...);
+  }
+};
+
+template <int number, Name name, auto Operation, Name... defaults>
+void handle(OrvWebJavaScriptCallbackEvent* event) {
+  using Shape = ShapeOf<Operation>;
+  static constexpr std::array<const char*, sizeof...(defaults)> texts{defaults.text...};
+  run<Shape>(*event, {name.text, texts}, Shape::template call<Operation>,
+             Sender<number, Operation, typename Shape::ProxyArguments>::send);
 }
 
 template <int number, Name name, auto Operation, Name... defaults>
 constexpr CommandRow row() {
-  using Arguments = typename Command<Operation>::Arguments;
+  using Shape = ShapeOf<Operation>;
   constexpr int optional = static_cast<int>(sizeof...(defaults));
-  constexpr int count = static_cast<int>(std::tuple_size_v<Arguments>);
+  constexpr int count = static_cast<int>(std::tuple_size_v<typename Shape::Arguments>);
   static_assert(optional <= count);
   return {.name = name.text,
-          .handler = run<number, name, Operation, defaults...>,
+          .handler = handle<number, name, Operation, defaults...>,
           .messageNumber = number,
           .requiredArguments = count - optional,
           .optionalArguments = optional,
-          .messageFields = commands::Layout<Arguments>::letters.data(),
-          .messageReply = commands::Reply<typename Command<Operation>::Result>::letter};
+          .messageFields = Shape::fieldLetters.data(),
+          .messageReply = commands::Reply<typename Shape::Result>::letter};
 }
 
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name __VA_OPT__(, ) __VA_ARGS__)

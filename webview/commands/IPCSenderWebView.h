@@ -27,40 +27,33 @@ class IPCSenderWebView : public Tessel::Platform::GuardedPointerBase {
 #undef COMMAND_AS
 #undef COMMAND
 
-  // Any of them by its number.
+  // Any of them by its number. Commands that do not cross are answered in this process, with what
+  // the child tells.
   template <int number, auto Operation, typename... Values>
-  auto call(const Values&... values) const {
+  typename commands::ShapeOf<Operation>::Result call(const Values&... values) const {
     if constexpr (number == 0) {
-      return callHere<Operation>();
+      static_assert(Operation == &WebView::screenWindowHandle);
+      return WebView::lookUpWindow(windowUniqueId());
     } else {
-      return send<number, Operation>(values...);
+      return send<commands::ShapeOf<Operation>>(number, values...);
     }
   }
 
  private:
-  template <int number, auto Operation, typename... Values>
-  typename commands::Command<Operation>::Result send(const Values&... values) const {
-    using Message = commands::CommandMessage<number, Operation>;
-    using Result = typename commands::Command<Operation>::Result;
+  template <typename Shape, typename... Values>
+  typename Shape::Result send(int number, const Values&... values) const {
+    using Result = typename Shape::Result;
     using Tessel::Platform::MessageClient;
     if (!group_ || !group_->isConnected()) return Result();
+    const int channel = group_->channelId();
     if constexpr (std::is_void_v<Result>) {
-      MessageClient::sendMessage(std::make_unique<Message>(handle_, nullptr, values...),
-                                 group_->channelId());
+      MessageClient::sendMessage(Shape::message(number, handle_, nullptr, values...), channel);
     } else {
       // Whatever is served meanwhile may delete this proxy: nothing of it is used afterwards.
       typename commands::Reply<Result>::Buffer buffer;
-      MessageClient::sendMessage(std::make_unique<Message>(handle_, &buffer, values...),
-                                 group_->channelId());
+      MessageClient::sendMessage(Shape::message(number, handle_, &buffer, values...), channel);
       return commands::Reply<Result>::value(buffer);
     }
-  }
-
-  // Commands that do not cross are answered in this process, with what the child tells.
-  template <auto Operation>
-  auto callHere() const {
-    static_assert(Operation == &WebView::screenWindowHandle);
-    return WebView::lookUpWindow(windowUniqueId());
   }
 
   const Tessel::Platform::GuardedPointer<IPCSenderGroup> group_;
