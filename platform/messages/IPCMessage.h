@@ -87,6 +87,7 @@ using IPCMessage6 = IPCMessage<T1, T2, T3, T4, T5, T6>;
 template <typename MessageClass>
 class RecordSerializer final : public MessageSerializer {
   using Layout = typename MessageClass::Layout;
+  static_assert(Layout::blobs <= BlobList::capacity);
 
  public:
   BlobList serialize(Message& message) const override {

@@ -10,6 +10,8 @@
 #include <tuple>
 #include <utility>
 
+class IPCSenderWebView;
+
 namespace commands {
 
 template <typename Operation>
@@ -39,8 +41,7 @@ struct Shape<Result_, std::tuple<Args...>> {
   // Runs the operation.
   using Call = Result (*)(WebView&, const Args&...);
   // Sends its message.
-  using Send = Result (*)(const class IPCSenderWebView&,
-                          const typename Wire<Args>::ProxyArgument&...);
+  using Send = Result (*)(const IPCSenderWebView&, const typename Wire<Args>::ProxyArgument&...);
   // The web view's handle comes first.
   using Record = Tessel::Platform::IPCMessage<int, typename Wire<Args>::Field...>;
 
