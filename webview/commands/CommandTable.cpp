@@ -182,7 +182,7 @@ void run(OrvWebJavaScriptCallbackEvent& event, const Facts& facts, typename Shap
                  [&](const auto&... values) { return operation(*webView.get(), values...); });
 }
 
-// All that is compiled for each command. The row's texts and what is sent are its own.
+// From here on each command has code of its own, and only a little.
 template <int number, auto Operation, typename Arguments>
 struct Sender;
 template <int number, auto Operation, typename... Args>
