@@ -1,7 +1,12 @@
 // The text type and the texts of numbers. Any thread.
 #include "platform/String.h"
 
+#include <locale.h>
+
+#include <cerrno>
 #include <charconv>
+#include <cstdlib>
+#include <limits>
 #include <system_error>
 
 namespace Tessel::Platform {
@@ -39,6 +44,17 @@ std::string formatNumberText(double value) {
   const auto [end, error] =
       std::to_chars(std::begin(text), std::end(text), value, std::chars_format::general, 6);
   return error == std::errc() ? std::string(text, end) : std::string();
+}
+
+float parseFloatArgument(const char* text, bool* succeeded) {
+  // The toolkit sets the locale of the user.
+  static const locale_t plain = ::newlocale(LC_ALL_MASK, "C", nullptr);
+  constexpr double largest = std::numeric_limits<float>::max();
+  errno = 0;
+  const double value = ::strtod_l(text, nullptr, plain);
+  const bool fits = errno != ERANGE && errno != EINVAL && value >= -largest && value <= largest;
+  if (succeeded) *succeeded = fits;
+  return fits ? static_cast<float>(value) : 0.0F;
 }
 
 }  // namespace Tessel::Platform

@@ -50,6 +50,9 @@ String concat(const Parts&... parts);
 // The six significant digits of printf's "%g"; empty when the text would be longer than 23
 // characters, the most that the number buffers of this system's protocols hold.
 std::string formatNumberText(double value);
+// Its inverse: the number that the text starts with, its decimal point a point in every language;
+// 0 for none. For what a float cannot hold, 0 with succeeded false.
+float parseFloatArgument(const char* text, bool* succeeded = nullptr);
 
 namespace detail {
 inline std::string_view asView(const String& text) {

@@ -141,7 +141,11 @@ WebView::String WebView::eventNames() const {
 }
 
 int WebView::screenWindowHandle() const {
-  return windowLookup ? windowLookup(windowUniqueId().toStdString()) : 0;
+  return lookUpWindow(windowUniqueId());
+}
+
+int WebView::lookUpWindow(const String& uniqueId) {
+  return windowLookup ? windowLookup(uniqueId.toStdString()) : 0;
 }
 
 void WebView::installWindowLookup(WindowLookup lookup) {
@@ -185,5 +189,5 @@ WebView::String WebView::send(const String& name, const String& data) {
   HandleOrvWebSendEventMessage::Reply reply;
   WebViewManager::instance().handleMessage(
       HandleOrvWebSendEventMessage(handle_, name, data, &reply));
-  return reply.value();
+  return reply.text();
 }

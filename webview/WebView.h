@@ -61,6 +61,8 @@ class WebView : public OrvWebView, public Tessel::Platform::GuardedPointerBase, 
   // How the chrome sees the web view's window, 0 when it has none.
   int screenWindowHandle() const;
   static void installWindowLookup(WindowLookup lookup);
+  // The same for any web view's window, also one of another process.
+  static int lookUpWindow(const String& uniqueId);
 
   // The text as it is, without a line break.
   void printToStdout(const String& text);

@@ -9,6 +9,7 @@
 #include "platform/messages/MessageClient.h"
 #include "platform/messages/MethodDelegate.h"
 #include "webview/WebView.h"
+#include "webview/commands/IPCSenderWebView.h"
 #include "webview/events/EventMessages.h"
 #include "webview/events/Names.h"
 
@@ -116,15 +117,25 @@ void WebViewManager::destroyWebView(WebViewHandle handle) {
     if (handle == rootHandle) publishRoot(nullptr);
     deleteGuardedObject(webView);
   }
-  if (webViews_.empty() && Settings::instance().isChromeProcess()) {
+  if (const auto remote = remoteWebViews_.find(handle); remote != remoteWebViews_.end()) {
+    IPCSenderWebView* proxy = remote->second;
+    remoteWebViews_.erase(remote);
+    created_.erase(handle);
+    deleteGuardedObject(proxy);
+  }
+  if (noWebViews() && Settings::instance().isChromeProcess()) {
     // Whoever is in the middle of something may still make another one.
     MainMessageClient::instance()->dispatchMessage(
         executableMessage(MethodDelegate0<WebViewManager>(this, &WebViewManager::endLoopIfEmpty)));
   }
 }
 
+bool WebViewManager::noWebViews() const {
+  return webViews_.empty() && remoteWebViews_.empty();
+}
+
 void WebViewManager::endLoopIfEmpty() {
-  if (webViews_.empty()) MainMessageClient::instance()->exit(0);
+  if (noWebViews()) MainMessageClient::instance()->exit(0);
 }
 
 void WebViewManager::shutdown() {
@@ -147,6 +158,16 @@ void WebViewManager::finishClosing(WebViewHandle handle) {
 WebView* WebViewManager::webViewForHandle(WebViewHandle handle) const {
   const auto found = webViews_.find(handle);
   return found == webViews_.end() ? nullptr : found->second;
+}
+
+IPCSenderWebView* WebViewManager::remoteWebViewForHandle(WebViewHandle handle) const {
+  const auto found = remoteWebViews_.find(handle);
+  return found == remoteWebViews_.end() ? nullptr : found->second;
+}
+
+void WebViewManager::addRemoteWebView(IPCSenderWebView* remote) {
+  remoteWebViews_.emplace(remote->handle(), remote);
+  created_.emplace(remote->handle(), false);
 }
 
 WebViewManager::WebViewHandle WebViewManager::handleForWebView(const WebView* webView) const {
@@ -173,6 +194,8 @@ void WebViewManager::markCreated(WebViewHandle handle) {
   created_[handle] = true;
   if (WebView* webView = webViewForHandle(handle)) {
     webView->setWebEventEnabled(OrvWebEvent::Destroyed, true);
+  } else if (const IPCSenderWebView* remote = remoteWebViewForHandle(handle)) {
+    remote->setWebEventEnabled(OrvWebEvent::Destroyed, true);
   }
 }
 

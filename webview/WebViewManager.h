@@ -16,6 +16,7 @@
 #include <set>
 #include <string>
 
+class IPCSenderWebView;
 class WebView;
 
 class WebViewManager : public Tessel::Platform::GuardedPointerBase {
@@ -43,6 +44,10 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   void shutdown();
 
   WebView* webViewForHandle(WebViewHandle handle) const;
+  // The proxy of a web view that lives in a child process; null for all others.
+  IPCSenderWebView* remoteWebViewForHandle(WebViewHandle handle) const;
+  // Takes the proxy over, under the proxy's handle.
+  void addRemoteWebView(IPCSenderWebView* remote);
   WebViewHandle handleForWebView(const WebView* webView) const;
   WebView* rootWebView() const { return webViewForHandle(rootHandle); }
   // For other threads: pin it before use.
@@ -69,10 +74,12 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   void handlePostedEvent(const class HandleOrvWebPostEventMessage& message);
   void handleSentEvent(const class HandleOrvWebSendEventMessage& message);
   void publishRoot(WebView* root);
+  bool noWebViews() const;
   void endLoopIfEmpty();
 
   std::atomic<WebViewHandle> lastHandle_ = 0;
-  std::map<WebViewHandle, WebView*> webViews_;  // owned
+  std::map<WebViewHandle, WebView*> webViews_;                 // owned
+  std::map<WebViewHandle, IPCSenderWebView*> remoteWebViews_;  // owned
   std::map<WebViewHandle, bool> created_;
   std::map<const WebView*, WebViewHandle> handles_;
   std::set<WebViewHandle> closing_;

@@ -6,6 +6,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <memory>
 #include <utility>
 
@@ -23,6 +24,8 @@ class Message {
 
   int type() const { return type_; }
   MessageReplyBuffer* reply() const { return reply_; }
+  // Where the receiver of a message from another process puts the reply.
+  void setReply(MessageReplyBuffer* reply) { reply_ = reply; }
 
   // Who sent it: the kernel's word for messages that crossed a process border, 0 inside one.
   pid_t senderPid() const { return senderPid_; }
@@ -30,6 +33,9 @@ class Message {
   // A number that travels in the header; events hand it on to the chrome. 0 unless set.
   int integer() const { return integer_; }
   void setInteger(int integer) { integer_ = integer; }
+  // By which a reply from another process finds the one who waits; 0 for nobody.
+  std::uint64_t replyId() const { return replyId_; }
+  void setReplyId(std::uint64_t id) { replyId_ = id; }
 
   // A number that no other caller in this process gets. They start at 0x10000, above every
   // number with a fixed meaning. Any thread.
@@ -40,6 +46,7 @@ class Message {
   MessageReplyBuffer* reply_;
   pid_t senderPid_ = 0;
   int integer_ = 0;
+  std::uint64_t replyId_ = 0;
 };
 
 // Runs on the thread of the client that it was dispatched to.

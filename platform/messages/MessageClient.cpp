@@ -3,6 +3,7 @@
 #include "platform/messages/MessageClient.h"
 
 #include "platform/Crash.h"
+#include "platform/Log.h"
 #include "platform/messages/ListenerList.h"
 #include "platform/messages/MainThreadWait.h"
 
@@ -20,6 +21,12 @@
 #include <vector>
 
 namespace Tessel::Platform {
+
+namespace {
+
+std::atomic<MessageTransport*> installedTransport = nullptr;
+
+}  // namespace
 
 struct MessageClient::State {
   // A sender that waits for its message. Lives in the sender's stack frame; the mutex guards it.
@@ -258,6 +265,19 @@ bool MessageClient::dispatchToThread(std::thread::id thread, std::unique_ptr<Mes
   }
   state->push(std::move(message));
   return true;
+}
+
+void MessageClient::sendMessage(std::unique_ptr<Message> message, int channelId) {
+  if (MessageTransport* transport = installedTransport) {
+    transport->send(std::move(message), channelId);
+  } else {
+    logAlways(LogError, "There is no way to send a message of type %d to channel %d.",
+              message->type(), channelId);
+  }
+}
+
+void MessageClient::installTransport(MessageTransport* transport) {
+  installedTransport = transport;
 }
 
 void MessageClient::installMessageHandler(MessageHandler* handler) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/messages/Message.h"
+#include "platform/messages/MessageTransport.h"
 
 #include <memory>
 #include <thread>
@@ -41,6 +42,12 @@ class MessageClient {
   // Queues the message for the client that the thread made. False when that thread has none, or
   // none any more; the message is destroyed then. Any thread.
   static bool dispatchToThread(std::thread::id thread, std::unique_ptr<Message> message);
+
+  // Sends a message to a channel of another process: over the installed transport, which says when
+  // it returns. Without a transport the message is destroyed and the log says so.
+  static void sendMessage(std::unique_ptr<Message> message, int channelId);
+  // Not owned; null takes it away.
+  static void installTransport(MessageTransport* transport);
 
   // The handler is not owned and must be removed before it dies. Client's thread.
   void installMessageHandler(MessageHandler* handler);

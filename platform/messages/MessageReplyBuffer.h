@@ -1,10 +1,13 @@
-// Where the answer of a synchronous message lands: typed storage in the sender's stack frame.
+// Where the answer of a synchronous message lands: typed storage in the sender's stack frame, or
+// the bytes that are on their way there.
 #pragma once
 
 #include "platform/String.h"
 
 #include <cstddef>
-#include <utility>
+#include <cstdlib>
+#include <cstring>
+#include <type_traits>
 
 namespace Tessel::Platform {
 
@@ -13,18 +16,77 @@ class MessageReplyBuffer {
   virtual ~MessageReplyBuffer() = default;
   // Bytes of the concrete buffer object.
   virtual std::size_t size() const = 0;
+  // Takes a reply: a number's bytes, or a text with its terminating zero byte. False, and the
+  // buffer keeps what it had, when these cannot be such a value: they may come from anybody.
+  virtual bool assign(const void* bytes, std::size_t length) = 0;
 };
 
-// One value that starts as zero, false or empty.
+// A number or a truth value that starts as zero or false.
 template <typename T>
 class TypedReplyBuffer final : public MessageReplyBuffer {
  public:
+  static_assert(std::is_arithmetic_v<T> || std::is_enum_v<T>);
+
   std::size_t size() const override { return sizeof(*this); }
-  const T& value() const { return value_; }
-  void set(T value) { value_ = std::move(value); }
+  bool assign(const void* bytes, std::size_t length) override {
+    if (length != sizeof(T)) return false;
+    if constexpr (std::is_same_v<T, bool>) {
+      value_ = *static_cast<const unsigned char*>(bytes) != 0;
+    } else {
+      std::memcpy(&value_, bytes, sizeof(T));
+    }
+    return true;
+  }
+  T value() const { return value_; }
+  void set(T value) { value_ = value; }
 
  private:
   T value_{};
+};
+
+// A text: a copy of the received bytes, which the buffer owns. Null until there is one.
+template <>
+class TypedReplyBuffer<const char*> final : public MessageReplyBuffer {
+ public:
+  TypedReplyBuffer() = default;
+  TypedReplyBuffer(const TypedReplyBuffer&) = delete;
+  TypedReplyBuffer& operator=(const TypedReplyBuffer&) = delete;
+  ~TypedReplyBuffer() override { std::free(bytes_); }
+
+  std::size_t size() const override { return sizeof(*this); }
+  bool assign(const void* bytes, std::size_t length) override {
+    if (length == 0 || static_cast<const char*>(bytes)[length - 1] != '\0') return false;
+    auto* const copy = static_cast<char*>(std::malloc(length));
+    if (!copy) return false;
+    std::memcpy(copy, bytes, length);
+    std::free(bytes_);
+    bytes_ = copy;
+    length_ = length - 1;
+    return true;
+  }
+  bool assign(const String& text) { return assign(text.utf8(), text.length() + 1); }
+  const char* value() const { return bytes_; }
+  // Empty when no reply has come.
+  String text() const { return bytes_ ? String(std::string_view(bytes_, length_)) : String(); }
+
+ private:
+  char* bytes_ = nullptr;
+  std::size_t length_ = 0;
+};
+
+// The reply on the receiving side, of whatever type, until it travels back.
+class ReplyBytes final : public MessageReplyBuffer {
+ public:
+  std::size_t size() const override { return sizeof(*this); }
+  bool assign(const void* bytes, std::size_t length) override {
+    bytes_.assign(static_cast<const char*>(bytes), length);
+    return true;
+  }
+  // Empty when nobody has replied.
+  const std::string& bytes() const { return bytes_; }
+
+ private:
+  std::string bytes_;
 };
 
 }  // namespace Tessel::Platform

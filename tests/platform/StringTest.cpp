@@ -43,6 +43,23 @@ TEST(StringTest, NumberTextIsThatOfPrintf) {
   }
 }
 
+TEST(StringTest, NumberTextsAreReadAsFarAsAFloatReaches) {
+  const auto parsed = [](const char* text) {
+    bool succeeded = false;
+    const float value = parseFloatArgument(text, &succeeded);
+    return std::pair(value, succeeded);
+  };
+  EXPECT_EQ(parsed("0.5"), std::pair(0.5F, true));
+  EXPECT_EQ(parsed("1e+30"), std::pair(1e30F, true));
+  EXPECT_EQ(parsed("-2e-3 and more"), std::pair(-2e-3F, true));
+  EXPECT_EQ(parsed("none"), std::pair(0.0F, true));
+  for (const char* text : {"3.5e38", "-3.5e38", "1e309", "1e-400", "inf", "nan"}) {
+    EXPECT_EQ(parsed(text), std::pair(0.0F, false)) << text;
+  }
+  errno = ERANGE;
+  EXPECT_EQ(parseFloatArgument("2"), 2.0F);
+}
+
 TEST(StringTest, ZeroBytesAreText) {
   const String text("ab\0cd"sv);
   EXPECT_EQ(text.length(), 5u);

@@ -1,12 +1,14 @@
 // The webview.* commands: the table, what all of them have in common, and the conversions.
 #include "tests/support/ChromeFixture.h"
+#include "tests/support/MemoryTransport.h"
 #include "webview/commands/CommandTable.h"
+#include "webview/commands/IPCSenderWebView.h"
 #include "webview/commands/Values.h"
 
 #include <clocale>
 #include <cmath>
 #include <map>
-#include <sstream>
+#include <utility>
 
 namespace {
 
@@ -16,42 +18,22 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-// The numbers by which processes know the commands: they never change.
-constexpr const char* messageNumbers =
-    "2001 applicationWindowGroup 2002 arguments 2004 canGoBack 2005 canGoForward 2006 "
-    "cancelVibration 2243 chooseFileResponse 2245 convertIDNtoReadableStringByLanguage 2282 "
-    "createFadeColorWindow 2020 defaultFontSize 2021 defaultTextEncoding 2022 destroy 2023 "
-    "destroyFadeColorWindow 2025 devicePixelRatio 2283 dialogResponse 2137 downloadCancel 2138 "
-    "downloadPause 2139 downloadRemove 2140 downloadResume 2141 downloadRetry 2271 "
-    "downloadUpdate 2272 downloadUrl 2142 enableOrvJavaScriptObject 2026 encryptionInfo 2027 "
-    "eventNames 2246 executeJavaScript 2247 executeJavaScriptFunction 2028 extraHttpHeaders "
-    "2029 fadeColorWindowPlatformHandle 2030 favicon 2284 findString 2036 getHistoryList 2037 "
-    "goBack 2038 goForward 2039 historyLength 2040 historyPosition 2042 "
-    "isAllPropertyChangedEventsEnabled 2043 isAllWebEventsEnabled 2041 isActive 2162 setActive "
-    "2045 "
-    "isAnyPropertyChangedEventsEnabled 2046 isAnyWebEventsEnabled 2048 isBlockPopups 2050 "
-    "isEnableConsoleLogging 2056 isEnableDialogRequestedEvents 2057 isEnableDiskCache 2064 "
-    "isEnableJavaScript 2068 isEnablePlugins 2070 isEnableSpatialNavigation 2072 "
-    "isEnableWebContentCache 2073 isEnableWebInspector 2075 isLoadImages 2148 "
-    "isPropertyChangedEventEnabled 2079 isVisible 2149 isWebEventEnabled 0 "
-    "jsScreenWindowHandle 2084 loadProgress 2251 loadString 2273 loadStringWithBase 2151 "
-    "loadURL 2085 location 2152 log 2088 minimumFontSize 2252 "
-    "notificationPermissionCheckResponse 2253 openWindowResponse 2093 originalLocation 2159 "
-    "printToStderr 2160 printToStdout 2096 reload 2103 secureType 2163 "
-    "setAllPropertyChangedEventsEnabled 2164 setAllWebEventsEnabled 2257 setAllowGeolocation "
-    "2258 setAllowNotification 2259 setAllowUserMedia 2171 setBlockPopups 2172 "
-    "setDefaultFontSize 2173 setDefaultTextEncoding 2175 setDevicePixelRatio 2176 "
-    "setEnableConsoleLogging 2182 setEnableDialogRequestedEvents 2183 setEnableDiskCache 2190 "
-    "setEnableJavaScript 2194 setEnablePlugins 2196 setEnableSpatialNavigation 2198 "
-    "setEnableWebContentCache 2200 setExtraHttpHeaders 2201 setExtraPluginDirectory 2278 "
-    "setFadeColorWindowRect 2279 setFadeWindowColor 2280 setGeometry 2206 setJSWebViewBindings "
-    "2281 setLayerTilerPrefillRect 2210 setLoadImages 2211 setMinimumFontSize 2214 "
-    "setPopupWebView 2262 setPropertyChangedEventEnabled 2223 setUserAgent 2225 setViewport "
-    "2233 setVisible 2263 setWebEventEnabled 2234 setWebInspectorEnabled 2235 setZOrder 2106 "
-    "status 2107 stop 2112 title 2115 userAgent 2117 viewport 2126 windowUniqueId 2127 zOrder";
+// Commands behave the same on a web view of this process and on one behind messages.
+enum class Path { Direct, Messages };
 
-class CommandTableTest : public test_support::ChromeFixture {
+class CommandTableTest : public test_support::ChromeFixture,
+                         public ::testing::WithParamInterface<Path> {
  protected:
+  CommandTableTest() {
+    if (GetParam() == Path::Direct) return;
+    childGroup.setConnected(true);
+    manager.addRemoteWebView(new IPCSenderWebView(&childGroup, handle));
+  }
+  // Whether commands went the way that the test is for since the last call.
+  bool tookItsPath() {
+    return std::exchange(transport.channels, {}).empty() == (GetParam() == Path::Direct);
+  }
+
   // Calls "webview.<name>" on the web view of the test.
   std::string call(const char* name, std::vector<const char*> arguments = {}) {
     const std::string fullName = std::string("webview.") + name;
@@ -72,21 +54,16 @@ class CommandTableTest : public test_support::ChromeFixture {
   const unsigned int handle = createWebView();
   WebView& view = webView(handle);
   const std::shared_ptr<test_support::FakePage> itsPage = pageOf(handle);
+  IPCSenderGroup childGroup{42};
+  test_support::MemoryTransport transport;
 };
 
-TEST_F(CommandTableTest, EveryCommandKeepsItsMessageNumber) {
-  std::map<std::string, int> numbers;
-  std::istringstream stream(messageNumbers);
-  std::string name;
-  for (int number = 0; stream >> number >> name;) numbers[name] = number;
-  for (const CommandRow& row : commandTable()) {
-    ASSERT_TRUE(numbers.count(row.name)) << row.name << " is new: write its number down here";
-    EXPECT_EQ(row.messageNumber, numbers[row.name]) << row.name;
-  }
-  EXPECT_EQ(commandTable().size(), numbers.size());
-}
+INSTANTIATE_TEST_SUITE_P(EveryPath, CommandTableTest,
+                         ::testing::Values(Path::Direct, Path::Messages), [](const auto& test) {
+                           return test.param == Path::Direct ? "Direct" : "Messages";
+                         });
 
-TEST_F(CommandTableTest, EveryCommandCountsItsArgumentsAfterTheHandle) {
+TEST_P(CommandTableTest, EveryCommandCountsItsArgumentsAfterTheHandle) {
   for (const CommandRow& row : commandTable()) {
     const int most = row.requiredArguments + row.optionalArguments;
     for (const int count : {row.requiredArguments - 1, most + 1}) {
@@ -104,7 +81,7 @@ TEST_F(CommandTableTest, EveryCommandCountsItsArgumentsAfterTheHandle) {
   }
 }
 
-TEST_F(CommandTableTest, EveryCommandIsRefusedForAWebViewThatIsNotCreated) {
+TEST_P(CommandTableTest, EveryCommandIsRefusedForAWebViewThatIsNotCreated) {
   // One that is there but could never report itself.
   const unsigned int unreported = manager.createWebView("no such group", 0);
   turnLoop();
@@ -130,7 +107,7 @@ TEST_F(CommandTableTest, EveryCommandIsRefusedForAWebViewThatIsNotCreated) {
   manager.destroyWebView(unreported);
 }
 
-TEST_F(CommandTableTest, SettersWithAFlagTakeTheExactWordAndGettersTellOneOrZero) {
+TEST_P(CommandTableTest, SettersWithAFlagTakeTheExactWordAndGettersTellOneOrZero) {
   for (const char* flag :
        {"AllPropertyChangedEventsEnabled", "AllWebEventsEnabled", "BlockPopups",
         "EnableConsoleLogging", "EnableDiskCache", "EnableJavaScript", "EnablePlugins",
@@ -149,9 +126,10 @@ TEST_F(CommandTableTest, SettersWithAFlagTakeTheExactWordAndGettersTellOneOrZero
   EXPECT_EQ(call("isAnyWebEventsEnabled"), "0");
   EXPECT_EQ(call("isAnyPropertyChangedEventsEnabled"), "0");
   EXPECT_THAT(errors(), IsEmpty());
+  EXPECT_TRUE(tookItsPath());
 }
 
-TEST_F(CommandTableTest, RefusedArgumentIsReportedWithItsPositionAndChangesNothing) {
+TEST_P(CommandTableTest, RefusedArgumentIsReportedWithItsPositionAndChangesNothing) {
   expectRefused("setZOrder", {"2147483648"}, 0);
   expectRefused("setDevicePixelRatio", {"1e39"}, 0);
   for (const char* text : {"", "x", R"({"x":1,"y":1,"width":1,"height":1)"}) {
@@ -173,7 +151,7 @@ TEST_F(CommandTableTest, RefusedArgumentIsReportedWithItsPositionAndChangesNothi
   EXPECT_EQ(view.viewport(), OrvWebRect());
 }
 
-TEST_F(CommandTableTest, ArgumentsThatAreLeftOutHaveTheirDefaults) {
+TEST_P(CommandTableTest, ArgumentsThatAreLeftOutHaveTheirDefaults) {
   call("loadString", {"<p>"});
   call("loadString", {"a", "text/plain"});
   call("loadString", {"b", nullptr});
@@ -184,6 +162,45 @@ TEST_F(CommandTableTest, ArgumentsThatAreLeftOutHaveTheirDefaults) {
                           "loadText(b, , )", "loadText(<p>, text/html, local:///base)",
                           "loadText(d, text/plain, local:///base)"));
   EXPECT_EQ(call("convertIDNtoReadableStringByLanguage", {"plain.example"}), "plain.example");
+  EXPECT_THAT(errors(), IsEmpty());
+  EXPECT_TRUE(tookItsPath());
+}
+
+TEST_P(CommandTableTest, ValuesOfEveryKindArriveAndAreAnswered) {
+  call("setViewport", {R"({"x":1,"y":-2,"width":30,"height":40})"});
+  EXPECT_EQ(call("viewport"), R"({"height":40,"width":30,"x":1,"y":-2})");
+  call("setDevicePixelRatio", {"1.1"});
+  EXPECT_EQ(call("devicePixelRatio"), "1.1");
+  call("setUserAgent", {"\xc3\xa4 \"agent\""});
+  EXPECT_EQ(call("userAgent"), "\xc3\xa4 \"agent\"");
+  call("setExtraHttpHeaders", {R"({"A":"1"})"});
+  EXPECT_EQ(call("extraHttpHeaders"), R"({"A":"1"})");
+  EXPECT_EQ(call("secureType"), "SecureNone");
+  EXPECT_EQ(call("favicon"), fields::textOf(OrvWebFavicon()));
+  itsPage->historyItems = {{"local:///1", "local:///0", "one", true}};
+  EXPECT_EQ(call("getHistoryList"), fields::textOf(itsPage->historyItems).toStdString());
+  EXPECT_TRUE(tookItsPath());
+
+  call("executeJavaScript", {"1 + 1", "IsolatedWorld"});
+  call("executeJavaScriptFunction", {R"(["a","b"])", R"([1,0.5,"t",true])"});
+  ASSERT_THAT(itsPage->posted, SizeIs(1));
+  EXPECT_EQ(itsPage->posted[0].arguments, (std::vector<JavaScriptVariant>{1, 0.5, "t", true}));
+  call("dialogResponse", {"4294967295", "true", "text", "user", "word"});
+  ASSERT_THAT(itsPage->answers, SizeIs(1));
+  EXPECT_EQ(itsPage->answers[0].first, 4294967295u);
+  EXPECT_EQ(itsPage->answers[0].second.password, "word");
+  call("openWindowResponse", {"5", std::to_string(handle).c_str()});
+  call("openWindowResponse", {"6", "0"});
+  ASSERT_THAT(itsPage->windows, SizeIs(2));
+  EXPECT_EQ(itsPage->windows[0].first, 5u);
+  EXPECT_EQ(itsPage->windows[1].second, nullptr);
+  EXPECT_TRUE(tookItsPath());
+
+  // The window is looked up where the application's windows are.
+  WebView::installWindowLookup([](const std::string& id) { return static_cast<int>(id.size()); });
+  EXPECT_EQ(call("jsScreenWindowHandle"), std::to_string(view.windowUniqueId().length()));
+  WebView::installWindowLookup(nullptr);
+  EXPECT_TRUE(tookItsPath());
   EXPECT_THAT(errors(), IsEmpty());
 }
 

@@ -33,7 +33,7 @@ class WebViewManagerTest : public test_support::ChromeFixture {
   std::string send(unsigned int handle, const char* name) {
     HandleOrvWebSendEventMessage::Reply reply;
     manager.handleMessage(HandleOrvWebSendEventMessage(handle, name, "{}", &reply));
-    return reply.value();
+    return reply.text().toStdString();
   }
   static std::string plainEvent(unsigned int handle, const std::string& name) {
     return std::to_string(handle) + " " + name + " {\"isPost\":true,\"isSend\":false,\"type\":\"" +

@@ -3,6 +3,7 @@
 
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
+#include "webview/commands/IPCSenderWebView.h"
 #include "webview/commands/Values.h"
 
 #include <algorithm>
@@ -82,6 +83,7 @@ bool Value<OrvWebView*>::parse(const char* text, OrvWebView*& value) {
 
 namespace {
 
+using commands::ShapeOf;
 using commands::Value;
 
 // A command's name as a template argument, so that each command is a plain function of its own.
@@ -91,16 +93,6 @@ struct Name {
   // NOLINTNEXTLINE(google-explicit-constructor): a string literal is meant to become one
   constexpr Name(const char (&literal)[Size]) { std::copy_n(literal, Size, text); }
 };
-
-template <typename Operation>
-struct Signature;
-template <typename R, typename Class, typename... Args>
-struct Signature<R (Class::*)(Args...)> {
-  using Result = std::remove_cvref_t<R>;
-  using Arguments = std::tuple<std::remove_cvref_t<Args>...>;
-};
-template <typename R, typename Class, typename... Args>
-struct Signature<R (Class::*)(Args...) const> : Signature<R (Class::*)(Args...)> {};
 
 // The arguments before the first one of the command itself: the function's name and the handle.
 constexpr int leadingArguments = 2;
@@ -124,70 +116,108 @@ void reportNotCreated(unsigned int handle, const char* name) {
              " has not been created yet, so the call to \"", name, "\" will be ignored."));
 }
 
+// What a handler knows of its command beside the operation.
+struct Facts {
+  const char* name;
+  // The texts of the last arguments when they are left out.
+  std::span<const char* const> defaults;
+};
+
 // Reads the arguments in order; false, and the first refused one is reported, when one is refused.
-template <typename Arguments, std::size_t Optional>
-bool readArguments(const OrvWebJavaScriptCallbackEvent& event, const char* name,
-                   const std::array<const char*, Optional>& defaults, Arguments& arguments) {
+template <typename Arguments>
+bool readArguments(const OrvWebJavaScriptCallbackEvent& event, const Facts& facts,
+                   Arguments& arguments) {
   constexpr std::size_t count = std::tuple_size_v<Arguments>;
-  const auto read = [&]<std::size_t I>(std::integral_constant<std::size_t, I>) {
-    const char* text = argumentText(event, I);
-    if constexpr (I + Optional >= count) {
-      if (!text) text = defaults[I + Optional - count];
-    }
-    if (Value<std::tuple_element_t<I, Arguments>>::parse(text, std::get<I>(arguments))) return true;
-    BindingManager::reportArgumentError(static_cast<int>(I), text, name);
+  [[maybe_unused]] const auto read = [&](std::size_t position, auto& argument) {
+    const char* text = argumentText(event, position);
+    if (!text) text = facts.defaults[position + facts.defaults.size() - count];
+    if (Value<std::remove_reference_t<decltype(argument)>>::parse(text, argument)) return true;
+    BindingManager::reportArgumentError(static_cast<int>(position), text, facts.name);
     return false;
   };
   return [&]<std::size_t... I>(std::index_sequence<I...>) {
-    return (read(std::integral_constant<std::size_t, I>()) && ...);
+    return (read(I, std::get<I>(arguments)) && ...);
   }
   (std::make_index_sequence<count>());
 }
 
-template <auto Operation>
-using ArgumentsOf = typename Signature<decltype(Operation)>::Arguments;
-
-// What every command does: check, convert, find the web view, call, answer.
-template <Name name, auto Operation, Name... defaults>
-void run(OrvWebJavaScriptCallbackEvent* event) {
-  using Result = typename Signature<decltype(Operation)>::Result;
-  using Arguments = ArgumentsOf<Operation>;
-  constexpr int count = static_cast<int>(std::tuple_size_v<Arguments>);
-  constexpr int optional = static_cast<int>(sizeof...(defaults));
-  if (BindingManager::checkArgumentCount(static_cast<int>(event->numArgs()) - leadingArguments,
-                                         count - optional, name.text, optional > 0 ? count : -1)) {
-    return;
-  }
-  WebViewManager& manager = WebViewManager::instance();
-  const unsigned int handle = handleOf(*event);
-  if (!manager.isCreated(handle)) return reportNotCreated(handle, name.text);
-
-  constexpr std::array<const char*, sizeof...(defaults)> defaultTexts{defaults.text...};
-  Arguments arguments;
-  if (!readArguments(*event, name.text, defaultTexts, arguments)) return;
-  WebView* webView = manager.webViewForHandle(handle);
-  if (!webView) return;
-  // A command may delete the web view that it is for, by what it makes the chrome do.
-  const Tessel::Platform::GuardedPin<WebView> pin(webView);
-  const auto call = [&](const auto&... values) { return (webView->*Operation)(values...); };
+// Calls with the arguments, and answers with the result if there is one.
+template <typename Result, typename Arguments, typename Call>
+void answer(OrvWebJavaScriptCallbackEvent& event, const Arguments& arguments, const Call& call) {
   if constexpr (std::is_void_v<Result>) {
     std::apply(call, arguments);
   } else {
-    event->setResult(Value<Result>::text(std::apply(call, arguments)));
+    event.setResult(Value<Result>::text(std::apply(call, arguments)));
   }
 }
 
-template <Name name, auto Operation, Name... defaults>
-constexpr CommandRow row(int messageNumber) {
+// What every command does: check, convert, find the web view or its proxy, call, answer.
+template <typename Shape>
+void run(OrvWebJavaScriptCallbackEvent& event, const Facts& facts, typename Shape::Call operation,
+         typename Shape::Send message) {
+  using Result = typename Shape::Result;
+  constexpr int count = static_cast<int>(std::tuple_size_v<typename Shape::Arguments>);
+  const int optional = static_cast<int>(facts.defaults.size());
+  if (BindingManager::checkArgumentCount(static_cast<int>(event.numArgs()) - leadingArguments,
+                                         count - optional, facts.name, optional > 0 ? count : -1)) {
+    return;
+  }
+  WebViewManager& manager = WebViewManager::instance();
+  const unsigned int handle = handleOf(event);
+  if (!manager.isCreated(handle)) return reportNotCreated(handle, facts.name);
+
+  // A command may delete the web view that it is for, by what it makes the chrome do.
+  if (IPCSenderWebView* remote = manager.remoteWebViewForHandle(handle)) {
+    typename Shape::ProxyArguments arguments{};
+    if (!readArguments(event, facts, arguments)) return;
+    const Tessel::Platform::GuardedPin<IPCSenderWebView> pin(remote);
+    return answer<Result>(event, arguments,
+                          [&](const auto&... values) { return message(*remote, values...); });
+  }
+  typename Shape::Arguments arguments{};
+  if (!readArguments(event, facts, arguments)) return;
+  const Tessel::Platform::GuardedPin<WebView> webView(manager.webViewForHandle(handle));
+  if (!webView) return;
+  answer<Result>(event, arguments,
+                 [&](const auto&... values) { return operation(*webView.get(), values...); });
+}
+
+// From here on each command has code of its own, and only a little.
+template <int number, auto Operation, typename Arguments>
+struct Sender;
+template <int number, auto Operation, typename... Args>
+struct Sender<number, Operation, std::tuple<Args...>> {
+  static auto send(const IPCSenderWebView& remote, const Args&... arguments) {
+    return remote.call<number, Operation>(arguments...);
+  }
+};
+
+template <int number, Name name, auto Operation, Name... defaults>
+void handle(OrvWebJavaScriptCallbackEvent* event) {
+  using Shape = ShapeOf<Operation>;
+  static constexpr std::array<const char*, sizeof...(defaults)> texts{defaults.text...};
+  run<Shape>(*event, {name.text, texts}, Shape::template call<Operation>,
+             Sender<number, Operation, typename Shape::ProxyArguments>::send);
+}
+
+template <int number, Name name, auto Operation, Name... defaults>
+constexpr CommandRow row() {
+  using Shape = ShapeOf<Operation>;
   constexpr int optional = static_cast<int>(sizeof...(defaults));
-  constexpr int count = static_cast<int>(std::tuple_size_v<ArgumentsOf<Operation>>);
+  constexpr int count = static_cast<int>(std::tuple_size_v<typename Shape::Arguments>);
   static_assert(optional <= count);
-  return {name.text, run<name, Operation, defaults...>, messageNumber, count - optional, optional};
+  return {.name = name.text,
+          .handler = handle<number, name, Operation, defaults...>,
+          .messageNumber = number,
+          .requiredArguments = count - optional,
+          .optionalArguments = optional,
+          .messageFields = Shape::fieldLetters.data(),
+          .messageReply = commands::Reply<typename Shape::Result>::letter};
 }
 
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name __VA_OPT__(, ) __VA_ARGS__)
 #define COMMAND_AS(number, name, operation, ...) \
-  row<#name, &WebView::operation __VA_OPT__(, ) __VA_ARGS__>(number),
+  row<number, #name, &WebView::operation __VA_OPT__(, ) __VA_ARGS__>(),
 constexpr std::array rows{
 #include "webview/commands/Commands.def"
 };

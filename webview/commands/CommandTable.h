@@ -12,6 +12,10 @@ struct CommandRow {
   int messageNumber;  // 0 for a command that has no message
   int requiredArguments;
   int optionalArguments;
+  // What crosses to another process: a letter per field after the handle (i int, b bool, s text),
+  // and one for the reply (- none, b, i, u unsigned int, f float, d double, e enumeration, t text).
+  const char* messageFields;
+  char messageReply;
 };
 
 // All commands, in byte order of their names.

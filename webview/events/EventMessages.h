@@ -2,33 +2,28 @@
 // Plain values; see Message for who owns them.
 #pragma once
 
-#include "platform/String.h"
-#include "platform/messages/Message.h"
+#include "platform/messages/IPCMessage.h"
 
 // What both carry: which web view, what happened, and its data.
-class WebEventMessage : public Tessel::Platform::Message {
+class WebEventMessage
+    : public Tessel::Platform::IPCMessage3<unsigned int, Tessel::Platform::IPCSafeString,
+                                           Tessel::Platform::IPCSafeString> {
  public:
   using String = Tessel::Platform::String;
 
-  unsigned int handle() const { return handle_; }
-  const String& name() const { return name_; }
-  const String& data() const { return data_; }
+  unsigned int handle() const { return field<0>(); }
+  String name() const { return field<1>().toString(); }
+  String data() const { return field<2>().toString(); }
 
  protected:
-  WebEventMessage(int type, Tessel::Platform::MessageReplyBuffer* reply, unsigned int handle,
-                  String name, String data)
-      : Message(type, reply), handle_(handle), name_(std::move(name)), data_(std::move(data)) {}
-
- private:
-  unsigned int handle_;
-  String name_;
-  String data_;
+  using IPCMessage::IPCMessage;
 };
 
 class HandleOrvWebPostEventMessage final : public WebEventMessage {
  public:
   static constexpr int messageType = 1101;
 
+  explicit HandleOrvWebPostEventMessage(int type) : WebEventMessage(type) {}
   HandleOrvWebPostEventMessage(unsigned int handle, String name, String data)
       : WebEventMessage(messageType, nullptr, handle, std::move(name), std::move(data)) {}
 };
@@ -37,10 +32,13 @@ class HandleOrvWebPostEventMessage final : public WebEventMessage {
 class HandleOrvWebSendEventMessage final : public WebEventMessage {
  public:
   static constexpr int messageType = 1102;
-  using Reply = Tessel::Platform::TypedReplyBuffer<std::string>;
+  using Reply = Tessel::Platform::TypedReplyBuffer<const char*>;
 
+  explicit HandleOrvWebSendEventMessage(int type) : WebEventMessage(type) {}
   HandleOrvWebSendEventMessage(unsigned int handle, String name, String data, Reply* reply)
       : WebEventMessage(messageType, reply, handle, std::move(name), std::move(data)) {}
 
-  void answer(const String& text) const { static_cast<Reply*>(reply())->set(text.toStdString()); }
+  void answer(const String& text) const {
+    if (reply()) reply()->assign(text.utf8(), text.length() + 1);
+  }
 };

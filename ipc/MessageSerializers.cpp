@@ -1,0 +1,67 @@
+// Makes every message that crosses to another process able to: once, before main(), in the order
+// that the protocol lists them.
+#include "ipc/ProcessMessages.h"
+#include "webview/commands/CommandMessages.h"
+#include "webview/events/EventMessages.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+using Tessel::Platform::BasicMessageSerializer;
+using Tessel::Platform::installMessageSerializer;
+using Tessel::Platform::IPCMessage1Serializer;
+using Tessel::Platform::MessageSerializer;
+using Tessel::Platform::RecordSerializer;
+
+struct Installation {
+  int type;
+  const MessageSerializer* (*make)();
+};
+
+template <typename Serializer>
+const MessageSerializer* made() {
+  return new Serializer;
+}
+
+template <typename Message>
+constexpr Installation of() {
+  return {Message::messageType, made<RecordSerializer<Message>>};
+}
+
+constexpr std::array processMessages{
+    Installation{ShutdownMessage::messageType, made<BasicMessageSerializer<ShutdownMessage>>},
+    of<CreateWebViewMessage>(),
+    of<DeleteWebViewMessage>(),
+    of<SetEnvMessage>(),
+    of<HandleOrvWebPostEventMessage>(),
+    of<HandleOrvWebSendEventMessage>(),
+    of<HandshakeMessage>(),
+};
+
+// Commands share the serialisers of their layouts. In the order of their numbers; a command
+// without a message has a number in the protocol all the same.
+constexpr auto commandMessages = [] {
+  constexpr int unusedNumber = 2082;
+#define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
+#define COMMAND_AS(number, name, operation, ...)        \
+  Installation{(number) != 0 ? (number) : unusedNumber, \
+               made<RecordSerializer<commands::ShapeOf<&WebView::operation>::Record>>},
+  std::array installations{
+#include "webview/commands/Commands.def"
+  };
+#undef COMMAND_AS
+#undef COMMAND
+  std::sort(installations.begin(), installations.end(),
+            [](const Installation& a, const Installation& b) { return a.type < b.type; });
+  return installations;
+}();
+
+[[maybe_unused]] const bool installed = [] {
+  for (const auto& [type, make] : processMessages) installMessageSerializer(type, make());
+  for (const auto& [type, make] : commandMessages) installMessageSerializer(type, make());
+  return true;
+}();
+
+}  // namespace

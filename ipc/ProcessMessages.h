@@ -1,0 +1,82 @@
+// The messages by which processes are led, beside the web view commands. Plain values; see Message
+// for who owns them.
+//
+// The constructors from a type number are the serialisers'.
+#pragma once
+
+#include "platform/messages/IPCMessage.h"
+
+#include <cstdint>
+
+// Ends the child. The reply tells that it is on its way.
+class ShutdownMessage final : public Tessel::Platform::IPCMessage<> {
+ public:
+  static constexpr int messageType = 1000;
+  using Reply = Tessel::Platform::TypedReplyBuffer<bool>;
+
+  explicit ShutdownMessage(int type) : IPCMessage(type) {}
+  explicit ShutdownMessage(Reply* reply) : IPCMessage(messageType, reply) {}
+};
+
+// The reply tells whether the web view is there.
+class CreateWebViewMessage final
+    : public Tessel::Platform::IPCMessage3<unsigned int, Tessel::Platform::IPCSafeString, int> {
+ public:
+  static constexpr int messageType = 1001;
+  using Reply = Tessel::Platform::TypedReplyBuffer<bool>;
+
+  explicit CreateWebViewMessage(int type) : IPCMessage(type) {}
+  CreateWebViewMessage(unsigned int handle, const Tessel::Platform::String& windowGroup,
+                       int rotation, Reply* reply)
+      : IPCMessage(messageType, reply, handle, windowGroup, rotation) {}
+
+  unsigned int handle() const { return field<0>(); }
+  Tessel::Platform::String windowGroup() const { return field<1>().toString(); }
+  int rotation() const { return field<2>(); }
+};
+
+// The reply tells whether there was such a web view.
+class DeleteWebViewMessage final : public Tessel::Platform::IPCMessage1<unsigned int> {
+ public:
+  static constexpr int messageType = 1002;
+  using Reply = Tessel::Platform::TypedReplyBuffer<bool>;
+
+  explicit DeleteWebViewMessage(int type) : IPCMessage(type) {}
+  DeleteWebViewMessage(unsigned int handle, Reply* reply)
+      : IPCMessage(messageType, reply, handle) {}
+
+  unsigned int handle() const { return field<0>(); }
+};
+
+// Sets an environment variable of the child.
+class SetEnvMessage final : public Tessel::Platform::IPCMessage2<Tessel::Platform::IPCSafeString,
+                                                                 Tessel::Platform::IPCSafeString> {
+ public:
+  static constexpr int messageType = 1003;
+
+  explicit SetEnvMessage(int type) : IPCMessage(type) {}
+  SetEnvMessage(const Tessel::Platform::String& name, const Tessel::Platform::String& value)
+      : IPCMessage(messageType, nullptr, name, value) {}
+
+  Tessel::Platform::String name() const { return field<0>().toString(); }
+  Tessel::Platform::String value() const { return field<1>().toString(); }
+};
+
+// A child's first message: who it is, where it listens, and the key it was launched with.
+class HandshakeMessage final
+    : public Tessel::Platform::IPCMessage5<unsigned int, int, int, unsigned int, unsigned int> {
+ public:
+  static constexpr int messageType = 1100;
+
+  explicit HandshakeMessage(int type) : IPCMessage(type) {}
+  HandshakeMessage(unsigned int groupId, int pid, int channelId, std::uint64_t key)
+      : IPCMessage(messageType, nullptr, groupId, pid, channelId,
+                   static_cast<unsigned int>(key >> 32), static_cast<unsigned int>(key)) {}
+
+  unsigned int groupId() const { return field<0>(); }
+  int pid() const { return field<1>(); }
+  int channelId() const { return field<2>(); }
+  std::uint64_t key() const { return std::uint64_t{field<3>()} << 32 | field<4>(); }
+};
+
+static_assert(ShutdownMessage::Layout::size == 32 && HandshakeMessage::Layout::size == 52);

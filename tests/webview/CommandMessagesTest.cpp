@@ -1,0 +1,408 @@
+// What crosses for web view commands: layouts, the proxy, the receiver, and damaged messages.
+#include "ipc/ProcessMessages.h"
+#include "tests/platform/StandardErrorPipe.h"
+#include "tests/support/ChromeFixture.h"
+#include "tests/support/MemoryTransport.h"
+#include "tests/webview/MessageLayoutFacts.h"
+#include "webview/commands/CommandTable.h"
+#include "webview/commands/IPCSenderWebView.h"
+#include "webview/events/EventMessages.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iostream>
+#include <map>
+#include <random>
+
+namespace {
+
+using namespace std::string_view_literals;
+using Tessel::Platform::IPCSafeString;
+using Tessel::Platform::Message;
+using Tessel::Platform::serializeMessage;
+using Tessel::Platform::String;
+using Tessel::Platform::TypedReplyBuffer;
+using Tessel::Platform::Testing::StandardErrorPipe;
+using test_support::CopiedBlobs;
+using test_support::MessageLayoutFact;
+using test_support::messageLayoutFacts;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+std::string wordOf(unsigned int value) {
+  std::string bytes(4, '\0');
+  std::memcpy(bytes.data(), &value, 4);
+  return bytes;
+}
+
+// The blobs of a message of those fields, written without the code that is tested.
+CopiedBlobs blobsByHand(int type, std::string_view fields) {
+  CopiedBlobs blobs;
+  std::string record = wordOf(static_cast<unsigned int>(type)) + wordOf(1);
+  for (int i = 0; i < 6; ++i) record += wordOf(0);
+  std::vector<std::string> others;
+  unsigned int value = 77;
+  for (const char field : fields) {
+    if (field == 'b') {
+      record += '\1';
+      others.emplace_back("\1");
+      continue;
+    }
+    record.resize((record.size() + 3) / 4 * 4);
+    record += field == 's' ? wordOf(0) : wordOf(value);
+    if (field == 's') {
+      others.emplace_back("\1");
+      others.emplace_back("t\xc3\xa4\0xt\0"sv);
+    } else {
+      others.push_back(wordOf(value++));
+    }
+  }
+  record.resize((record.size() + 3) / 4 * 4);
+  record.replace(28, 4, wordOf(static_cast<unsigned int>(record.size())));
+  blobs.bytes.push_back(record);
+  blobs.bytes.insert(blobs.bytes.end(), others.begin(), others.end());
+  return blobs;
+}
+
+// Commands have their web view's handle first.
+CopiedBlobs blobsByHand(const MessageLayoutFact& fact) {
+  return blobsByHand(fact.number, std::string("i") + fact.fields);
+}
+
+std::vector<MessageLayoutFact> factsInTheTable() {
+  std::map<std::string, int> rows;
+  for (const CommandRow& row : commandTable()) rows[row.name] = row.messageNumber;
+  std::vector<MessageLayoutFact> facts;
+  for (const MessageLayoutFact& fact : messageLayoutFacts) {
+    if (rows.count(fact.name)) facts.push_back(fact);
+  }
+  return facts;
+}
+
+TEST(CommandLayoutTest, EveryCommandKeepsItsNumberItsFieldsAndItsReply) {
+  constexpr std::size_t commandCount = 280;
+  std::map<std::string, MessageLayoutFact> facts;
+  for (const MessageLayoutFact& fact : messageLayoutFacts) facts[fact.name] = fact;
+  ASSERT_EQ(facts.size(), commandCount - 1);
+  for (const CommandRow& row : commandTable()) {
+    if (row.name == "jsScreenWindowHandle"sv) {
+      EXPECT_EQ(row.messageNumber, 0);
+      continue;
+    }
+    ASSERT_TRUE(facts.count(row.name)) << row.name;
+    const MessageLayoutFact& fact = facts[row.name];
+    EXPECT_EQ(row.messageNumber, fact.number) << row.name;
+    EXPECT_STREQ(row.messageFields, fact.fields) << row.name;
+    EXPECT_EQ(row.messageReply, fact.reply) << row.name;
+  }
+  const std::size_t missing = commandCount - commandTable().size();
+  std::cout << missing << " of " << commandCount << " commands are not in the table yet\n";
+  RecordProperty("commandsNotInTheTable", static_cast<int>(missing));
+  EXPECT_EQ(factsInTheTable().size(), commandTable().size() - 1);
+}
+
+TEST(CommandLayoutTest, EveryLayoutIsReadAndWrittenByteForByte) {
+  std::map<int, std::string> layouts{{1000, ""},      {1001, "isi"}, {1002, "i"},  {1003, "ss"},
+                                     {1100, "iiiii"}, {1101, "iss"}, {1102, "iss"}};
+  for (const MessageLayoutFact& fact : factsInTheTable()) {
+    layouts[fact.number] = std::string("i") + fact.fields;
+  }
+  layouts[2082] = "i";  // a number of the protocol that no command has
+  for (const auto& [type, fields] : layouts) {
+    const CopiedBlobs blobs = blobsByHand(type, fields);
+    const auto message = blobs.deserialize();
+    ASSERT_TRUE(message) << type;
+    EXPECT_EQ(message->type(), type);
+    EXPECT_EQ(CopiedBlobs(serializeMessage(*message)).bytes, blobs.bytes) << type;
+  }
+  for (const int type : {999, 1004, 1099, 1103, 1999, 2095, 2101, 2136, 2147, 2261, 2285}) {
+    EXPECT_EQ(Tessel::Platform::messageSerializer(type), nullptr) << type;
+  }
+}
+
+TEST(CommandLayoutTest, RecordsHaveTheSizesOfTheProtocol) {
+  const auto sizeOf = [](Message&& message) {
+    return CopiedBlobs(serializeMessage(message)).bytes.at(0).size();
+  };
+  EXPECT_EQ(sizeOf(ShutdownMessage(nullptr)), 32u);
+  EXPECT_EQ(sizeOf(HandshakeMessage(1, 2, 3, 4)), 52u);
+  EXPECT_EQ(sizeOf(titleMessage(1)), 36u);
+  EXPECT_EQ(sizeOf(setVisibleMessage(1, nullptr, true)), 40u);
+  EXPECT_EQ(sizeOf(findStringMessage(1, nullptr, "text", true, true, true, true)), 44u);
+  EXPECT_EQ(sizeOf(dialogResponseMessage(1, nullptr, "1", true, "", "", "")), 56u);
+  EXPECT_EQ(sizeOf(createFadeColorWindowMessage(1, nullptr, 1, 2, 3, 4, 5)), 56u);
+}
+
+TEST(CommandLayoutTest, ProcessMessagesArriveAsTheirOwnClasses) {
+  const auto crossed = [](Message&& message) {
+    return CopiedBlobs(serializeMessage(message)).deserialize();
+  };
+  const auto created = crossed(CreateWebViewMessage(7, "group", -90, nullptr));
+  const auto& create = dynamic_cast<CreateWebViewMessage&>(*created);
+  EXPECT_EQ(create.handle(), 7u);
+  EXPECT_EQ(create.windowGroup(), "group");
+  EXPECT_EQ(create.rotation(), -90);
+
+  const auto shaken = crossed(HandshakeMessage(4000000000u, 12, 13, 0x0123456789abcdef));
+  const auto& handshake = dynamic_cast<HandshakeMessage&>(*shaken);
+  EXPECT_EQ(handshake.groupId(), 4000000000u);
+  EXPECT_EQ(handshake.pid(), 12);
+  EXPECT_EQ(handshake.channelId(), 13);
+  EXPECT_EQ(handshake.field<3>(), 0x01234567u) << "the upper half comes first";
+  EXPECT_EQ(handshake.key(), 0x0123456789abcdefu);
+
+  HandleOrvWebSendEventMessage question(3, "Focus", "{\"a\":1}", nullptr);
+  question.setInteger(9);
+  const auto asked = CopiedBlobs(serializeMessage(question)).deserialize();
+  const auto& event = dynamic_cast<HandleOrvWebSendEventMessage&>(*asked);
+  EXPECT_EQ(event.handle(), 3u);
+  EXPECT_EQ(event.name(), "Focus");
+  EXPECT_EQ(event.data(), "{\"a\":1}");
+  EXPECT_EQ(event.integer(), 9);
+  EXPECT_TRUE(dynamic_cast<ShutdownMessage*>(crossed(ShutdownMessage(nullptr)).get()));
+  EXPECT_EQ(
+      dynamic_cast<DeleteWebViewMessage&>(*crossed(DeleteWebViewMessage(8, nullptr))).handle(), 8u);
+  EXPECT_EQ(dynamic_cast<SetEnvMessage&>(*crossed(SetEnvMessage("NAME", "value"))).value(),
+            "value");
+}
+
+// Damages messages of every layout, always in the same way.
+TEST(CommandLayoutTest, DamagedMessagesAreReadOrDroppedButNeverBelieved) {
+  constexpr int mutations = 60000;
+  std::mt19937 random(20260611);
+  const auto below = [&](std::size_t limit) { return random() % limit; };
+  const auto facts = factsInTheTable();
+  const auto damage = [&](std::vector<std::string>& bytes) {
+    std::string& piece = bytes[below(bytes.size())];
+    const std::size_t at = piece.empty() ? 0 : below(piece.size());
+    switch (below(9)) {
+      case 0:
+        bytes.erase(bytes.begin() + static_cast<std::ptrdiff_t>(below(bytes.size())));
+        break;
+      case 1:
+        bytes.insert(bytes.begin() + static_cast<std::ptrdiff_t>(below(bytes.size() + 1)),
+                     std::string(below(6), static_cast<char>(random())));
+        break;
+      case 2:
+        piece.resize(at);
+        break;
+      case 3:
+        piece.append(1 + below(8), static_cast<char>(random()));
+        break;
+      case 4:
+        std::swap(piece, bytes[below(bytes.size())]);
+        break;
+      case 5:  // another type's number on this layout
+        bytes[0].replace(0, std::min<std::size_t>(4, bytes[0].size()),
+                         wordOf(static_cast<unsigned int>(facts[below(facts.size())].number)));
+        break;
+      case 6:
+        if (below(50) == 0) piece.resize(1u << 20, '\1');
+        break;
+      default:
+        if (!piece.empty()) piece[at] = static_cast<char>(piece[at] ^ (1 << below(8)));
+    }
+  };
+  StandardErrorPipe standardError;
+  int accepted = 0;
+  for (int i = 0; i < mutations && !testing::Test::HasFailure(); ++i) {
+    CopiedBlobs blobs = blobsByHand(facts[below(facts.size())]);
+    for (auto faults = 1 + below(3); faults > 0 && !blobs.bytes.empty(); --faults) {
+      damage(blobs.bytes);
+    }
+    const auto message = blobs.deserialize();
+    if (!message) continue;
+    ++accepted;
+    // What is accepted says the same when it is sent on. A UTF-8 text may lack its terminator.
+    const CopiedBlobs again(serializeMessage(*message));
+    ASSERT_EQ(again.bytes.size(), blobs.bytes.size());
+    for (std::size_t part = 1; part < again.bytes.size(); ++part) {
+      if (blobs.bytes[part].empty()) blobs.bytes[part] = "\0"sv;
+      ASSERT_TRUE(again.bytes[part] == blobs.bytes[part])
+          << testing::PrintToString(blobs.bytes[part]);
+    }
+  }
+  // The damage must leave both.
+  EXPECT_GT(accepted, mutations / 50);
+  EXPECT_LT(accepted, mutations * 49 / 50);
+}
+
+class CommandMessagesTest : public test_support::ChromeFixture {
+ protected:
+  CommandMessagesTest() {
+    childGroup.setConnected(true);
+    manager.addRemoteWebView(new IPCSenderWebView(&childGroup, handle));
+  }
+
+  static constexpr int channel = 42;
+  const unsigned int handle = createWebView();
+  WebView& view = webView(handle);
+  const std::shared_ptr<test_support::FakePage> itsPage = pageOf(handle);
+  IPCSenderGroup childGroup{channel};
+  IPCSenderWebView proxy{&childGroup, handle};
+  test_support::MemoryTransport transport;
+};
+
+TEST_F(CommandMessagesTest, ProxyBringsArgumentsOverAndResultsBack) {
+  proxy.loadURL("local:///\xc3\xa4");
+  EXPECT_THAT(itsPage->trace, ElementsAre("load(local:///\xc3\xa4)"));
+  proxy.setZOrder(-5);
+  EXPECT_EQ(proxy.zOrder(), -5);
+  proxy.setDevicePixelRatio(1.25);
+  EXPECT_EQ(proxy.devicePixelRatio(), 1.25);
+  proxy.setViewport(OrvWebRect{1, -2, 30, 40});
+  EXPECT_EQ(transport.lastBlobs.bytes.at(3), R"({"height":40,"width":30,"x":1,"y":-2})"
+                                             "\0"sv);
+  EXPECT_EQ(proxy.viewport(), (OrvWebRect{1, -2, 30, 40}));
+  proxy.setWebEventEnabled(OrvWebEvent::Focus, true);
+  EXPECT_TRUE(proxy.isWebEventEnabled(OrvWebEvent::Focus));
+  EXPECT_FALSE(proxy.isWebEventEnabled(OrvWebEvent::LocationChange));
+
+  itsPage->client.update<&PageState::title>(String("a\0b"sv));
+  itsPage->client.update<&PageState::secureType>(OrvWebSecureType::SecurePartial);
+  const OrvWebFavicon icon("iVBO", "local:///icon", 16, 8);
+  itsPage->client.update<&PageState::favicon>(icon);
+  EXPECT_EQ(proxy.title(), String("a\0b"sv));
+  EXPECT_EQ(proxy.secureType(), OrvWebSecureType::SecurePartial);
+  EXPECT_EQ(proxy.favicon(), icon);
+  itsPage->historyItems = {{"local:///1", "local:///0", "\"one\"", true}, {}};
+  const auto history = proxy.getHistoryList();
+  ASSERT_THAT(history, SizeIs(2));
+  EXPECT_EQ(fields::textOf(history), fields::textOf(itsPage->historyItems));
+
+  proxy.executeJavaScriptFunction(std::vector<String>{"a", "b\""},
+                                  std::vector<JavaScriptVariant>{1, 0.5, "t", true});
+  ASSERT_THAT(itsPage->posted, SizeIs(1));
+  EXPECT_THAT(itsPage->posted[0].path, ElementsAre("a", "b\""));
+  EXPECT_EQ(itsPage->posted[0].arguments, (std::vector<JavaScriptVariant>{1, 0.5, "t", true}));
+
+  // A popup goes by its handle, as the text that the chrome gave; one that names none is nobody.
+  proxy.openWindowResponse(3000000000u, std::to_string(handle));
+  proxy.openWindowResponse(1u, "none");
+  ASSERT_THAT(itsPage->windows, SizeIs(2));
+  EXPECT_EQ(itsPage->windows[0].first, 3000000000u);
+  EXPECT_EQ(itsPage->windows[1].second, nullptr);
+  EXPECT_THAT(transport.channels, ::testing::Each(channel));
+}
+
+TEST_F(CommandMessagesTest, FindStringCrossesAsItsRecordAndEightBlobs) {
+  proxy.findString("", true, false, true, false);
+  EXPECT_THAT(transport.lastBlobs.bytes,
+              ElementsAre(SizeIs(44), wordOf(handle), "\1", "\0"sv, "\1", "\0"sv, "\1", "\0"sv));
+  proxy.findString("q", true, false, true, false);
+  ASSERT_FALSE(itsPage->finds.empty());
+  EXPECT_EQ(itsPage->finds.back().first, "q");
+  EXPECT_FALSE(itsPage->finds.back().second.caseSensitive);
+  EXPECT_FALSE(itsPage->finds.back().second.highlightAll);
+}
+
+TEST_F(CommandMessagesTest, NothingIsSentToAGroupThatIsNotConnectedOrGone) {
+  view.setZOrder(3);
+  childGroup.setConnected(false);
+  const auto expectDefaults = [&](const IPCSenderWebView& remote) {
+    remote.setVisible(false);
+    EXPECT_FALSE(remote.isVisible());
+    EXPECT_EQ(remote.windowUniqueId(), "");
+    EXPECT_EQ(remote.zOrder(), 0);
+    EXPECT_EQ(remote.devicePixelRatio(), 0);
+    EXPECT_EQ(remote.viewport(), OrvWebRect());
+    EXPECT_THAT(remote.getHistoryList(), IsEmpty());
+    EXPECT_EQ(remote.secureType(), OrvWebSecureType());
+    EXPECT_EQ(remote.createFadeColorWindow(1, 2, 3, 4, 5), 0);
+  };
+  expectDefaults(proxy);
+  auto* gone = new IPCSenderGroup(channel);
+  gone->setConnected(true);
+  const IPCSenderWebView orphan(gone, handle);
+  deleteGuardedObject(gone);
+  expectDefaults(orphan);
+  EXPECT_THAT(transport.channels, IsEmpty());
+  EXPECT_TRUE(view.isVisible());
+  EXPECT_EQ(callNative({"webview.isVisible", std::to_string(handle).c_str()}), "0");
+  EXPECT_EQ(callNative({"webview.zOrder", std::to_string(handle).c_str()}), "0");
+}
+
+TEST_F(CommandMessagesTest, ReceiverRunsOnlyCommandsOfItsWebViews) {
+  TypedReplyBuffer<int> reply;
+  reply.set(7);
+  EXPECT_FALSE(dispatchWebViewCommand(zOrderMessage(handle + 1000, &reply)));
+  EXPECT_EQ(reply.value(), 7);
+  for (const int type :
+       {-1, 0, 1001, 1101, 1999, 2082, 2095, 2101, 2136, 2147, 2261, 2285, 65536}) {
+    EXPECT_FALSE(dispatchWebViewCommand(Message(type, &reply))) << type;
+  }
+  EXPECT_TRUE(dispatchWebViewCommand(zOrderMessage(handle, &reply)));
+  EXPECT_EQ(reply.value(), 0);
+  EXPECT_TRUE(dispatchWebViewCommand(zOrderMessage(handle))) << "a getter nobody waits for";
+}
+
+TEST_F(CommandMessagesTest, ReceiverDoesNotRunWhatHasArgumentsThatAreNone) {
+  TypedReplyBuffer<bool> reply;
+  StandardErrorPipe standardError;
+  for (const int type : {-1, 5000, 0x7fffffff}) {
+    EXPECT_TRUE(dispatchWebViewCommand(setWebEventEnabledMessage(handle, nullptr, type, true)));
+    EXPECT_TRUE(dispatchWebViewCommand(isPropertyChangedEventEnabledMessage(handle, &reply, type)));
+    EXPECT_THAT(standardError.read(), HasSubstr("2148"));
+  }
+  view.setViewport({1, 2, 3, 4});
+  for (const char* json : {"", "[]", "{\"x\":1}", "{"}) {
+    EXPECT_TRUE(dispatchWebViewCommand(setViewportMessage(handle, nullptr, json)));
+  }
+  EXPECT_EQ(view.viewport(), (OrvWebRect{1, 2, 3, 4}));
+  // A number text counts as far as it is one.
+  EXPECT_TRUE(dispatchWebViewCommand(setDevicePixelRatioMessage(handle, nullptr, "x")));
+  EXPECT_EQ(view.devicePixelRatio(), 0);
+  EXPECT_TRUE(
+      dispatchWebViewCommand(loadURLMessage(handle, nullptr, IPCSafeString::latin1("gr\xfcn"))));
+  EXPECT_EQ(itsPage->trace.back(), "load(gr\xc3\xbcn)");
+}
+
+TEST_F(CommandMessagesTest, ManagerKnowsProxiesAndLetsThemGo) {
+  EXPECT_EQ(manager.remoteWebViewForHandle(handle)->handle(), handle);
+  EXPECT_EQ(manager.remoteWebViewForHandle(handle + 1), nullptr);
+  constexpr unsigned int elsewhere = 900001;
+  IPCSenderGroup other(channel);
+  manager.addRemoteWebView(new IPCSenderWebView(&other, elsewhere));
+  EXPECT_FALSE(manager.isCreated(elsewhere));
+  manager.markCreated(elsewhere);
+  EXPECT_TRUE(manager.isCreated(elsewhere));
+  manager.destroyWebView(elsewhere);
+  EXPECT_EQ(manager.remoteWebViewForHandle(elsewhere), nullptr);
+  EXPECT_FALSE(manager.isCreated(elsewhere));
+}
+
+struct Certificate {
+  int number = 0;
+  String serialize() const { return String::fromSignedInteger(number); }
+  bool deserialize(const String& text) {
+    number = std::atoi(text.utf8());
+    return number > 0;
+  }
+};
+
+TEST(WireTest, ValuesCrossAsTheTextsOfTheProtocol) {
+  using commands::Wire;
+  const auto crossed = [](auto value, const char* text) {
+    using T = decltype(value);
+    EXPECT_EQ(Wire<T>::encode(value), IPCSafeString(text));
+    T back{};
+    EXPECT_TRUE(Wire<T>::decode(Wire<T>::encode(value), back)) << text;
+    return back;
+  };
+  EXPECT_EQ(crossed(4294967295u, "4294967295"), 4294967295u);
+  EXPECT_EQ(crossed(18446744073709551615ull, "18446744073709551615"), 18446744073709551615ull);
+  EXPECT_EQ(crossed(0.5F, "0.5"), 0.5F);
+  EXPECT_EQ(crossed(1e30, "1e+30"), static_cast<double>(1e30F));
+  EXPECT_EQ(crossed(OrvWebPoint{-1, 2}, R"({"x":-1,"y":2})"), (OrvWebPoint{-1, 2}));
+  EXPECT_EQ(crossed(OrvWebSize{3, 4}, R"({"height":4,"width":3})"), (OrvWebSize{3, 4}));
+  EXPECT_EQ(crossed(std::vector<String>{"a", "\""}, R"(["a","\""])"),
+            (std::vector<String>{"a", "\""}));
+  EXPECT_EQ(crossed(std::vector<String>{}, "[]"), std::vector<String>{});
+  EXPECT_EQ(crossed(Certificate{12}, "12").number, 12);
+  Certificate refused;
+  EXPECT_FALSE(Wire<Certificate>::decode("none", refused));
+}
+
+}  // namespace

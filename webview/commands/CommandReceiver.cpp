@@ -1,0 +1,78 @@
+// The receiving side of the web view commands. UI thread.
+#include "webview/commands/CommandReceiver.h"
+
+#include "platform/Log.h"
+#include "webview/WebViewManager.h"
+#include "webview/commands/CommandMessages.h"
+
+namespace {
+
+using Tessel::Platform::GuardedPin;
+using Tessel::Platform::Message;
+
+template <typename Record, typename Arguments>
+bool decode(const Record& record, Arguments& arguments) {
+  return [&]<std::size_t... I>(std::index_sequence<I...>) {
+    return (commands::Wire<std::tuple_element_t<I, Arguments>>::decode(
+                record.template field<I + 1>(), std::get<I>(arguments)) &&
+            ...);
+  }
+  (std::make_index_sequence<std::tuple_size_v<Arguments>>());
+}
+
+template <typename Shape>
+bool receive(const Message& message, typename Shape::Call operation) {
+  using Result = typename Shape::Result;
+  const auto& record = static_cast<const typename Shape::Record&>(message);
+  const auto handle = static_cast<unsigned int>(record.template field<0>());
+  // A command may delete the web view that it is for, by what it makes the chrome do.
+  const GuardedPin<WebView> webView(WebViewManager::instance().webViewForHandle(handle));
+  if (!webView) return false;
+
+  typename Shape::Arguments arguments{};
+  if (!decode(record, arguments)) {
+    logAlways(Tessel::Platform::LogError,
+              "Command %d for web view %u is not run: it has an argument that is none.",
+              message.type(), handle);
+    return true;
+  }
+  const auto call = [&](const auto&... values) { return operation(*webView.get(), values...); };
+  if constexpr (std::is_void_v<Result>) {
+    std::apply(call, arguments);
+  } else {
+    const Result result = std::apply(call, arguments);
+    if (message.reply()) commands::Reply<Result>::store(*message.reply(), result);
+  }
+  return true;
+}
+
+template <auto Operation>
+bool receiveFor(const Message& message) {
+  using Shape = commands::ShapeOf<Operation>;
+  return receive<Shape>(message, Shape::template call<Operation>);
+}
+
+constexpr int firstNumber = 2000;
+constexpr int lastNumber = 2284;
+using Receiver = bool (*)(const Message&);
+
+// By the number, from the first on; null for the numbers that no command has.
+constexpr auto receivers = [] {
+  std::array<Receiver, lastNumber - firstNumber + 1> table{};
+#define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
+#define COMMAND_AS(number, name, operation, ...) \
+  if constexpr ((number) != 0) table[(number)-firstNumber] = receiveFor<&WebView::operation>;
+#include "webview/commands/Commands.def"
+#undef COMMAND_AS
+#undef COMMAND
+  return table;
+}();
+
+}  // namespace
+
+bool dispatchWebViewCommand(const Message& message) {
+  const int type = message.type();
+  if (type < firstNumber || type > lastNumber) return false;
+  const Receiver receiver = receivers[static_cast<std::size_t>(type - firstNumber)];
+  return receiver && receiver(message);
+}

@@ -1,0 +1,61 @@
+// The proxy of a web view that lives in a child process: an operation for every command, which
+// sends the command's message. UI thread.
+#pragma once
+
+#include "ipc/IPCSenderGroup.h"
+#include "platform/GuardedPointer.h"
+#include "platform/messages/MessageClient.h"
+#include "webview/commands/CommandMessages.h"
+
+class IPCSenderWebView : public Tessel::Platform::GuardedPointerBase {
+ public:
+  IPCSenderWebView(IPCSenderGroup* group, unsigned int handle) : group_(group), handle_(handle) {}
+
+  unsigned int handle() const { return handle_; }
+
+  // title(), setZOrder(int) and so on, with the arguments of the web view's operations; a web view
+  // among them goes by its handle as a text. Operations without a result return at once, others
+  // when the child has answered. While the group is not connected nothing is sent and results are
+  // zero, empty or the like.
+#define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
+#define COMMAND_AS(number, name, operation, ...)         \
+  template <typename... Values>                          \
+  auto name(const Values&... values) const {             \
+    return call<number, &WebView::operation>(values...); \
+  }
+#include "webview/commands/Commands.def"
+#undef COMMAND_AS
+#undef COMMAND
+
+  // Any of them by its number. Commands that do not cross are answered in this process, with what
+  // the child tells.
+  template <int number, auto Operation, typename... Values>
+  typename commands::ShapeOf<Operation>::Result call(const Values&... values) const {
+    if constexpr (number == 0) {
+      static_assert(Operation == &WebView::screenWindowHandle);
+      return WebView::lookUpWindow(windowUniqueId());
+    } else {
+      return send<commands::ShapeOf<Operation>>(number, values...);
+    }
+  }
+
+ private:
+  template <typename Shape, typename... Values>
+  typename Shape::Result send(int number, const Values&... values) const {
+    using Result = typename Shape::Result;
+    using Tessel::Platform::MessageClient;
+    if (!group_ || !group_->isConnected()) return Result();
+    const int channel = group_->channelId();
+    if constexpr (std::is_void_v<Result>) {
+      MessageClient::sendMessage(Shape::message(number, handle_, nullptr, values...), channel);
+    } else {
+      // Whatever is served meanwhile may delete this proxy: nothing of it is used afterwards.
+      typename commands::Reply<Result>::Buffer buffer;
+      MessageClient::sendMessage(Shape::message(number, handle_, &buffer, values...), channel);
+      return commands::Reply<Result>::value(buffer);
+    }
+  }
+
+  const Tessel::Platform::GuardedPointer<IPCSenderGroup> group_;
+  const unsigned int handle_;
+};
