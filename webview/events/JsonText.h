@@ -34,7 +34,8 @@ std::size_t escapedRoom(std::string_view text);
 char* writeEscaped(char* out, std::string_view text);
 
 inline char* copy(char* out, std::string_view text) {
-  std::memcpy(out, text.data(), text.size());
+  // An empty text may be a null pointer, which memcpy must not be given.
+  if (!text.empty()) std::memcpy(out, text.data(), text.size());
   return out + text.size();
 }
 

@@ -4,6 +4,7 @@
 #include "webview/events/RecordFields.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 using Tessel::Platform::String;
@@ -35,7 +36,8 @@ bool read(const Value& json, JavaScriptVariant& value) {
     value = text;
   } else if (json.IsInt()) {
     value = json.GetInt();
-  } else if (json.IsDouble()) {
+  } else if (json.IsDouble() && std::isfinite(json.GetDouble())) {
+    // The library takes some numbers that are too large for infinity, which JSON does not know.
     value = json.GetDouble();
   } else if (json.IsBool()) {
     value = json.GetBool();
@@ -81,10 +83,12 @@ bool read(const Value& json, Record& record) {
 template <typename Element>
 bool read(const Value& json, std::vector<Element>& list) {
   if (!json.IsArray()) return false;
+  std::vector<Element> whole;
   for (const Value& entry : json.GetArray()) {
     Element element{};
-    if (read(entry, element) || fields::HasFields<Element>) list.push_back(std::move(element));
+    if (read(entry, element) || fields::HasFields<Element>) whole.push_back(std::move(element));
   }
+  list = std::move(whole);
   return true;
 }
 
