@@ -1,8 +1,12 @@
 // The plain records that web views take and give. Any thread: plain values.
 #pragma once
 
+#include "engine/ValueField.h"
 #include "platform/Geometry.h"
 #include "platform/String.h"
+
+#include <cstdint>
+#include <vector>
 
 using OrvWebPoint = Tessel::Platform::IntPoint;
 using OrvWebSize = Tessel::Platform::IntSize;
@@ -26,51 +30,76 @@ class OrvWebHeader {
 };
 
 // The icon of a page.
-class OrvWebFavicon {
- public:
+struct OrvWebFavicon {
   using String = Tessel::Platform::String;
 
   OrvWebFavicon() = default;
-  OrvWebFavicon(String dataInBase64, String url, int width = 0, int height = 0)
-      : dataInBase64_(std::move(dataInBase64)),
-        url_(std::move(url)),
-        width_(width),
-        height_(height) {}
+  OrvWebFavicon(String iconData, String iconURL, int iconWidth = 0, int iconHeight = 0)
+      : dataInBase64(std::move(iconData)),
+        url(std::move(iconURL)),
+        width(iconWidth),
+        height(iconHeight) {}
 
-  const String& dataInBase64() const { return dataInBase64_; }  // a PNG
-  const String& url() const { return url_; }
-  int width() const { return width_; }
-  int height() const { return height_; }
+  ValueField<String> dataInBase64;  // a PNG
+  ValueField<String> url;
+  ValueField<int> width;
+  ValueField<int> height;
 
   friend bool operator==(const OrvWebFavicon&, const OrvWebFavicon&) = default;
-
- private:
-  String dataInBase64_;
-  String url_;
-  int width_ = 0;
-  int height_ = 0;
 };
 
 // One entry of a web view's history.
-class OrvWebHistoryItem {
- public:
+struct OrvWebHistoryItem {
   using String = Tessel::Platform::String;
 
   OrvWebHistoryItem() = default;
-  OrvWebHistoryItem(String url, String originalURL, String title, bool isPost)
-      : url_(std::move(url)),
-        originalURL_(std::move(originalURL)),
-        title_(std::move(title)),
-        isPost_(isPost) {}
+  OrvWebHistoryItem(String itemURL, String itemOriginalURL, String itemTitle, bool itemIsPost)
+      : url(std::move(itemURL)),
+        originalURL(std::move(itemOriginalURL)),
+        title(std::move(itemTitle)),
+        isPost(itemIsPost) {}
 
-  const String& url() const { return url_; }
-  const String& originalURL() const { return originalURL_; }
-  const String& title() const { return title_; }
-  bool isPost() const { return isPost_; }
+  ValueField<String> url;
+  ValueField<String> originalURL;
+  ValueField<String> title;
+  ValueField<bool> isPost;
 
- private:
-  String url_;
-  String originalURL_;
-  String title_;
-  bool isPost_ = false;
+  friend bool operator==(const OrvWebHistoryItem&, const OrvWebHistoryItem&) = default;
+};
+
+// What stands at a place of a page: the element there and what can be done with it.
+struct OrvWebContext {
+  using String = Tessel::Platform::String;
+
+  ValueField<String> alt;
+  ValueField<bool> isAudio;
+  ValueField<bool> isFocusable;
+  ValueField<bool> isImage;
+  ValueField<bool> isInput;
+  ValueField<bool> isLoomContext;
+  ValueField<bool> isPassword;
+  ValueField<bool> isSelectable;
+  ValueField<bool> isSingleLine;
+  ValueField<bool> isVideo;
+  ValueField<String> loomContext;
+  ValueField<String> mimeType;
+  ValueField<String> pattern;
+  ValueField<String> src;
+  ValueField<String> text;
+  ValueField<String> url;
+
+  friend bool operator==(const OrvWebContext&, const OrvWebContext&) = default;
+};
+
+// What is known about the certificates of a page, and what the user decided about them.
+struct OrvWebCertificateInfo {
+  using String = Tessel::Platform::String;
+
+  ValueField<std::uint64_t> error;
+  ValueField<std::vector<String>> fileNames;
+  ValueField<std::uint64_t> rejected;
+  ValueField<std::uint64_t> trusted;
+  int fileCount() const { return static_cast<int>(fileNames().size()); }
+
+  friend bool operator==(const OrvWebCertificateInfo&, const OrvWebCertificateInfo&) = default;
 };

@@ -2,11 +2,9 @@
 #include "engine/webkit/link/LinkSocket.h"
 #include "tests/link/FrameSamples.h"
 #include "tests/link/ScriptedPeer.h"
+#include "tests/support/Mutator.h"
 
 #include <gtest/gtest.h>
-
-#include <array>
-#include <random>
 
 namespace {
 
@@ -15,43 +13,14 @@ using namespace test_support;
 
 constexpr int mutations = 200000;
 
-class Mutator {
- public:
-  std::size_t below(std::size_t limit) { return random_() % limit; }
-
-  // One to four faults.
-  std::string damage(std::string bytes) {
-    for (auto faults = 1 + below(4); faults > 0; --faults) damageOnce(bytes);
-    return bytes;
+Mutator mutatorOfFrames() {
+  std::vector<std::string> lengths;
+  for (const std::uint32_t length :
+       {0u, 1u, 0x7fffffffu, 0x80000000u, 0xffffffffu, 65536u, 65537u, maximumPayload + 1}) {
+    lengths.push_back(rawBytes(length));
   }
-
- private:
-  void damageOnce(std::string& bytes) {
-    const std::size_t at = below(bytes.size() + 1);
-    switch (below(6)) {
-      case 0:
-        bytes.insert(at, 1 + below(8), static_cast<char>(random_()));
-        break;
-      case 1:
-        bytes.erase(at, 1 + below(8));
-        break;
-      case 2:
-        bytes.resize(at);
-        break;
-      case 3: {
-        constexpr std::array<std::uint32_t, 8> lengths{
-            0, 1, 0x7fffffff, 0x80000000, 0xffffffff, 65536, 65537, maximumPayload + 1};
-        const std::string number = rawBytes(lengths[below(lengths.size())]);
-        bytes.replace(at, std::min(number.size(), bytes.size() - at), number);
-        break;
-      }
-      default:
-        if (at < bytes.size()) bytes[at] = static_cast<char>(bytes[at] ^ (1 << below(8)));
-    }
-  }
-
-  std::mt19937 random_{20240611};
-};
+  return Mutator(20240611, lengths);
+}
 
 // What is accepted is exactly what an encoder would have written.
 template <typename Record>
@@ -79,7 +48,7 @@ std::vector<std::string> samplePayloads() {
 
 TEST(FrameFuzzTest, DamagedPayloadsAreDecodedOrRefused) {
   const auto payloads = samplePayloads();
-  Mutator mutator;
+  Mutator mutator = mutatorOfFrames();
   int accepted = 0;
   for (int i = 0; i < mutations && !testing::Test::HasFailure(); ++i) {
     const std::string payload = mutator.damage(payloads[mutator.below(payloads.size())]);
@@ -92,7 +61,7 @@ TEST(FrameFuzzTest, DamagedPayloadsAreDecodedOrRefused) {
 
 TEST(FrameFuzzTest, DamagedStreamsGiveFramesOrEnd) {
   const auto payloads = samplePayloads();
-  Mutator mutator;
+  Mutator mutator = mutatorOfFrames();
   constexpr int framesOfAStream = 20;
   int arrived = 0;
   int ended = 0;

@@ -88,6 +88,14 @@ struct TextForm<T> {
   }
 };
 
+template <>
+struct TextForm<SSLCertificateMap> {
+  static String text(const SSLCertificateMap& value) { return textOf(value); }
+  static bool parse(const String& text, SSLCertificateMap& value) {
+    return certificatesFromText(text, value);
+  }
+};
+
 // An argument: the type of its field, and the way there and back. Whatever has no other way is
 // a text. decode() is false for a field that stands for no value.
 template <typename T>

@@ -1,13 +1,14 @@
-// The fields of every event and record, and the setters that an answer may call: those of the
-// table of event classes, and the few that are more than a value. Any thread.
+// The fields of every event, and the setters that an answer may call: those of the table of event
+// classes, and the few that are more than a value. Any thread.
 //
 // Events are written in byte order of their keys, whatever the order here, together with the
-// fields that they inherit; records in the order here.
+// fields that they inherit.
 #pragma once
 
 #include "engine/OrvWebEvents.h"
 #include "webview/events/Fields.h"
 #include "webview/events/Names.h"
+#include "webview/events/RecordFields.h"
 
 namespace fields {
 
@@ -16,7 +17,8 @@ struct FieldsOf<OrvWebEvent> {
   static constexpr std::tuple list{
       field("isPost", &OrvWebEvent::isPost),
       field("isSend", &OrvWebEvent::isSend),
-      field("type", [](const OrvWebEvent& event) { return eventTypeName(event.type()); }),
+      field("type",
+            [](const OrvWebEvent& event) { return json::PlainText{eventTypeName(event.type())}; }),
   };
 };
 
@@ -55,7 +57,9 @@ template <>
 struct FieldsOf<OrvWebPropertyChangedEvent> {
   static constexpr std::tuple list{
       field("property",
-            [](const OrvWebPropertyChangedEvent& event) { return propertyName(event.property()); }),
+            [](const OrvWebPropertyChangedEvent& event) {
+              return json::PlainText{propertyName(event.property())};
+            }),
   };
 };
 
@@ -136,47 +140,5 @@ struct EventClass<OrvWebEvent::JavaScriptFunctionResultEvent> {
 #undef LITERAL
 #undef FIELD
 #undef EVENT
-
-template <>
-struct FieldsOf<OrvWebRect> {
-  static constexpr std::tuple list{
-      field("height", &OrvWebRect::height),
-      field("width", &OrvWebRect::width),
-      field("x", &OrvWebRect::x),
-      field("y", &OrvWebRect::y),
-  };
-};
-
-template <>
-struct FieldsOf<OrvWebPoint> {
-  static constexpr std::tuple list{field("x", &OrvWebPoint::x), field("y", &OrvWebPoint::y)};
-};
-
-template <>
-struct FieldsOf<OrvWebSize> {
-  static constexpr std::tuple list{field("height", &OrvWebSize::height),
-                                   field("width", &OrvWebSize::width)};
-};
-
-template <>
-struct FieldsOf<OrvWebFavicon> {
-  static constexpr std::tuple list{
-      field("data", [](const OrvWebFavicon&) { return "Unsupported type: unsigned char*"; }),
-      field("dataInBase64", &OrvWebFavicon::dataInBase64),
-      field("height", &OrvWebFavicon::height),
-      field("url", &OrvWebFavicon::url),
-      field("width", &OrvWebFavicon::width),
-  };
-};
-
-template <>
-struct FieldsOf<OrvWebHistoryItem> {
-  static constexpr std::tuple list{
-      field("isPost", &OrvWebHistoryItem::isPost),
-      field("originalURL", &OrvWebHistoryItem::originalURL),
-      field("title", &OrvWebHistoryItem::title),
-      field("url", &OrvWebHistoryItem::url),
-  };
-};
 
 }  // namespace fields

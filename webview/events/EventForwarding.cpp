@@ -41,14 +41,11 @@ struct WithInherited {
 
 template <typename Event>
 String bodyOf(const OrvWebEvent& base) {
-  const auto& event = static_cast<const Event&>(base);
-  return fields::jsonText([&](fields::JsonWriter& writer) {
-    writer.StartObject();
-    fields::forEachInKeyOrder<WithInherited<fields::FieldsOf, Event>>([&](const auto& entry) {
-      writer.Key(entry.key.data(), static_cast<rapidjson::SizeType>(entry.key.size()));
-      fields::write(writer, std::invoke(entry.get, event));
-    });
-    writer.EndObject();
+  using List = WithInherited<fields::FieldsOf, Event>;
+  using Text = fields::ObjectText<List, fields::keyOrderOf<List>>;
+  return Text::withValues(static_cast<const Event&>(base), [](const auto& values, auto places) {
+    return json::textIn(Text::room(values, places),
+                        [&](char* out) { return Text::write(out, values, places); });
   });
 }
 
@@ -140,10 +137,10 @@ String valueText(Type value) {
 
 namespace fields {
 
-void write(JsonWriter& writer, const OrvWebView* view) {
+String written(const OrvWebView* view) {
   const auto* webView = dynamic_cast<const WebView*>(view);
-  write(writer, String::fromUnsignedInteger(
-                    webView ? WebViewManager::instance().handleForWebView(webView) : 0));
+  return String::fromUnsignedInteger(webView ? WebViewManager::instance().handleForWebView(webView)
+                                             : 0);
 }
 
 void AnswerErrors::report(const char* word) const {

@@ -8,6 +8,7 @@
 #include "engine/SecurityRecords.h"
 #include "platform/String.h"
 #include "webview/events/EnumerationNames.h"
+#include "webview/events/JsonText.h"
 
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
@@ -16,26 +17,39 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <ranges>
 #include <span>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
 #include <vector>
 
+class OrvWebView;
+
 namespace fields {
 
 using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;
 
-// A key and what is written for it: a member function or a plain function of the object. The type
-// of its value chooses the encoding.
+// A key and what is written for it: a member function or a plain function of the object, or a
+// member of it. The type of its value chooses the encoding.
 template <typename Getter>
 struct Field {
   std::string_view key;
   Getter get;
+  std::string_view readAs{};  // the key to read the member from; "" when it is only written
 };
 template <typename Getter>
 constexpr Field<Getter> field(std::string_view key, Getter get) {
   return {key, get};
+}
+template <typename Class, typename Value>
+constexpr Field<Value Class::*> member(std::string_view key, Value Class::*value,
+                                       std::string_view readAs) {
+  return {key, value, readAs};
+}
+template <typename Class, typename Value>
+constexpr Field<Value Class::*> member(std::string_view key, Value Class::*value) {
+  return {key, value, key};
 }
 
 // A key of an answer and the event's setter for its value. The type of the parameter says which
@@ -76,117 +90,183 @@ constexpr auto keyOrder(const List& list) {
   return order;
 }
 
-// Walks a list, given as a type with a constexpr member named list, in byte order of its keys.
+// The holder of a list is a type with a constexpr member of that name.
+template <typename Holder>
+inline constexpr auto keyOrderOf = keyOrder(Holder::list);
+template <typename Holder>
+inline constexpr auto listOrderOf = [] {
+  std::array<std::size_t, std::tuple_size_v<decltype(Holder::list)>> order{};
+  for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
+  return order;
+}();
+
+// Walks a list in byte order of its keys.
 template <typename Holder, typename Visit>
 void forEachInKeyOrder(Visit&& visit) {
-  static constexpr auto order = keyOrder(Holder::list);
+  static constexpr auto& order = keyOrderOf<Holder>;
   [&]<std::size_t... I>(std::index_sequence<I...>) {
     (visit(std::get<order[I]>(Holder::list)), ...);
   }
   (std::make_index_sequence<order.size()>());
 }
 
-inline void write(JsonWriter& writer, bool value) {
-  writer.Bool(value);
+// What is written for a value: the value itself, or something simpler that stands for it.
+template <typename T>
+const T& written(const T& value) {
+  return value;
 }
-inline void write(JsonWriter& writer, int value) {
-  writer.Int(value);
+template <typename T>
+decltype(auto) written(const ValueField<T>& field) {
+  return written(field());
 }
-inline void write(JsonWriter& writer, unsigned int value) {
-  writer.Uint(value);
-}
-inline void write(JsonWriter& writer, std::uint64_t value) {
-  writer.Uint64(value);
-}
-inline void write(JsonWriter& writer, double value) {
-  const std::string text = Tessel::Platform::formatNumberText(value);
-  writer.RawValue(text.data(), text.size(), rapidjson::kNumberType);
-}
-inline void write(JsonWriter& writer, std::string_view text) {
-  writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
-}
-inline void write(JsonWriter& writer, const Tessel::Platform::String& text) {
-  write(writer, text.view());
-}
-inline void write(JsonWriter& writer, const char* text) {
-  write(writer, std::string_view(text ? text : ""));
-}
-
 template <NamedEnumeration Type>
-void write(JsonWriter& writer, Type value) {
-  write(writer, nameOf(value));
-}
-inline void write(JsonWriter& writer, const JavaScriptVariant& value) {
-  switch (value.type()) {
-    case JavaScriptVariant::Number:
-      return write(writer, value.numberValue());
-    case JavaScriptVariant::Text:
-      return write(writer, value.stringValue());
-    case JavaScriptVariant::Boolean:
-      return write(writer, value.booleanValue());
-    default:
-      return write(writer, "");
-  }
+json::PlainText written(const Type& value) {
+  return {nameOf(value)};
 }
 // A record that brings its own text.
-inline void write(JsonWriter& writer, const SSLConnectionInfo& value) {
-  const Tessel::Platform::String text = value.serialize();
-  writer.RawValue(text.utf8(), text.length(), rapidjson::kObjectType);
+inline json::RawText written(const SSLConnectionInfo& value) {
+  return {value.serialize()};
 }
 // A web view goes by its handle.
-void write(JsonWriter& writer, const OrvWebView* view);
-
-// A record is an object with its fields in the order of their list.
-template <typename Record>
-requires(std::tuple_size_v<std::remove_const_t<decltype(FieldsOf<Record>::list)>> >
-         0) void write(JsonWriter& writer, const Record& record) {
-  writer.StartObject();
-  std::apply(
-      [&](const auto&... entry) {
-        ((writer.Key(entry.key.data(), static_cast<rapidjson::SizeType>(entry.key.size())),
-          write(writer, std::invoke(entry.get, record))),
-         ...);
-      },
-      FieldsOf<Record>::list);
-  writer.EndObject();
+Tessel::Platform::String written(const OrvWebView* view);
+inline Tessel::Platform::String written(OrvWebView* view) {
+  return written(static_cast<const OrvWebView*>(view));
 }
 
-template <typename Element>
-void write(JsonWriter& writer, std::span<const Element> list) {
-  writer.StartArray();
-  for (const Element& element : list) write(writer, element);
-  writer.EndArray();
-}
-template <typename Element>
-void write(JsonWriter& writer, const std::vector<Element>& list) {
-  write(writer, std::span<const Element>(list));
-}
-
-// What the body writes, as a text. Buffer and writer are kept for the next one, which saves two
-// allocations; bodies do not nest.
-template <typename Body>
-Tessel::Platform::String jsonText(Body&& body) {
-  constexpr std::size_t worthKeeping = 64 << 10;
-  struct Scratch {
-    rapidjson::StringBuffer buffer;
-    JsonWriter writer{buffer};
-  };
-  thread_local Scratch scratch;
-  auto& [buffer, writer] = scratch;
-  buffer.Clear();
-  writer.Reset(buffer);
-  body(writer);
-  Tessel::Platform::String text(std::string_view(buffer.GetString(), buffer.GetSize()));
-  if (buffer.GetSize() > worthKeeping) {
-    buffer.Clear();
-    buffer.ShrinkToFit();
+// A reference only to what the object itself holds.
+template <typename Getter, typename Object>
+decltype(auto) valueOf(const Getter& get, const Object& object) {
+  using Result = std::invoke_result_t<const Getter&, const Object&>;
+  if constexpr (std::is_reference_v<Result>) {
+    return written(std::invoke(get, object));
+  } else {
+    return std::decay_t<decltype(written(std::invoke(get, object)))>(
+        written(std::invoke(get, object)));
   }
-  return text;
+}
+
+template <typename Record>
+concept HasFields = std::tuple_size_v<std::remove_const_t<decltype(FieldsOf<Record>::list)>> >
+0;
+
+// As json's two, of all that can be a field.
+template <typename T>
+std::size_t room(const T& value);
+template <typename T>
+char* write(char* out, const T& value);
+
+// An object and its fields in an order; what stands before each value is made at compile time.
+template <typename Holder, const auto& Order>
+struct ObjectText {
+  template <std::size_t I>
+  static constexpr const auto& entry = std::get<Order[I]>(Holder::list);
+
+  // {"key": or ,"key":
+  template <std::size_t I>
+  static constexpr auto before = [] {
+    constexpr std::string_view key = entry<I>.key;
+    std::array<char, key.size() + 4> text{};
+    std::copy(key.begin(), key.end(), text.begin() + 2);
+    text[0] = I == 0 ? '{' : ',';
+    text[1] = text[key.size() + 2] = '"';
+    text[key.size() + 3] = ':';
+    return text;
+  }();
+
+  // Calls use(values...), each read once: what is measured is what is written.
+  template <typename Object, typename Use>
+  static auto withValues(const Object& object, Use&& use) {
+    return [&]<std::size_t... I>(std::index_sequence<I...> places) {
+      const std::tuple<decltype(valueOf(entry<I>.get, object))...> values(
+          valueOf(entry<I>.get, object)...);
+      return use(values, places);
+    }
+    (std::make_index_sequence<Order.size()>());
+  }
+  template <typename Values, std::size_t... I>
+  static std::size_t room(const Values& values, std::index_sequence<I...>) {
+    constexpr std::size_t keys = (before<I>.size() + ... + 1);
+    return (keys + ... + fields::room(std::get<I>(values)));
+  }
+  template <typename Values, std::size_t... I>
+  static char* write(char* out, const Values& values, std::index_sequence<I...>) {
+    ((out = fields::write(json::copy(out, {before<I>.data(), before<I>.size()}),
+                          std::get<I>(values))),
+     ...);
+    *out++ = '}';
+    return out;
+  }
+};
+
+template <typename Record>
+using RecordText = ObjectText<FieldsOf<Record>, listOrderOf<FieldsOf<Record>>>;
+
+// Calls use() with what is written for a variant.
+template <typename Use>
+auto withVariant(const JavaScriptVariant& value, Use&& use) {
+  switch (value.type()) {
+    case JavaScriptVariant::Number:
+      return use(value.numberValue());
+    case JavaScriptVariant::Text:
+      return use(value.stringValue());
+    case JavaScriptVariant::Boolean:
+      return use(value.booleanValue());
+    default:
+      return use(json::PlainText{});
+  }
+}
+
+template <typename T>
+concept List = std::ranges::contiguous_range<T> && !std::is_convertible_v<T, std::string_view>;
+
+template <typename T>
+std::size_t room(const T& value) {
+  if constexpr (List<T>) {
+    std::size_t size = 2;
+    for (const auto& element : value) size += 1 + room(written(element));
+    return size;
+  } else if constexpr (std::is_same_v<T, JavaScriptVariant>) {
+    return withVariant(value, [](const auto& known) { return json::room(known); });
+  } else if constexpr (HasFields<T>) {
+    return RecordText<T>::withValues(
+        value, [](const auto& values, auto places) { return RecordText<T>::room(values, places); });
+  } else {
+    return json::room(value);
+  }
+}
+template <typename T>
+char* write(char* out, const T& value) {
+  if constexpr (List<T>) {
+    *out++ = '[';
+    for (const auto& element : value) {
+      if (&element != std::data(value)) *out++ = ',';
+      out = write(out, written(element));
+    }
+    *out++ = ']';
+    return out;
+  } else if constexpr (std::is_same_v<T, JavaScriptVariant>) {
+    return withVariant(value, [&](const auto& known) { return json::write(out, known); });
+  } else if constexpr (HasFields<T>) {
+    return RecordText<T>::withValues(value, [&](const auto& values, auto places) {
+      return RecordText<T>::write(out, values, places);
+    });
+  } else {
+    return json::write(out, value);
+  }
 }
 
 template <typename Value>
 Tessel::Platform::String textOf(const Value& value) {
-  return jsonText([&](JsonWriter& writer) { write(writer, value); });
+  return json::textIn(room(value), [&](char* out) { return write(out, value); });
+}
+
+// What the body writes with a writer of its own.
+template <typename Body>
+Tessel::Platform::String jsonText(Body&& body) {
+  rapidjson::StringBuffer buffer;
+  JsonWriter writer(buffer);
+  body(writer);
+  return std::string_view(buffer.GetString(), buffer.GetSize());
 }
 
 // An answer that is being applied: what is wrong with a word of it is the chrome's mistake, and it

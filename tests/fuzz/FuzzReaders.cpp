@@ -1,0 +1,153 @@
+// Feeds the readers of the chrome's texts with damaged ones for a number of seconds. Main thread.
+//
+//   fuzz_readers [--seconds N] [--seed N]
+//
+// The seed is printed first; with the same one, the same texts come in the same order.
+#include "tests/fuzz/Fuzzers.h"
+
+#include <fcntl.h>
+#include <sanitizer/common_interface_defs.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cinttypes>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+
+namespace fuzz {
+
+void require(bool holds, const char* what, const std::string& text) {
+  if (holds) return;
+  std::printf("fuzz_readers: %s, for %zu bytes:\n", what, text.size());
+  std::fwrite(text.data(), 1, text.size(), stdout);
+  std::putchar('\n');
+  std::fflush(stdout);
+  std::abort();
+}
+
+const std::vector<std::string>& values() {
+  static const std::vector<std::string> list{"true",
+                                             "false",
+                                             "null",
+                                             "0",
+                                             "-0",
+                                             "1",
+                                             "-1",
+                                             "7",
+                                             "2147483647",
+                                             "-2147483648",
+                                             "2147483648",
+                                             "-2147483649",
+                                             "4294967295",
+                                             "4294967296",
+                                             "18446744073709551615",
+                                             "18446744073709551616",
+                                             "0.0",
+                                             "2.0",
+                                             "-2.9",
+                                             "1e3",
+                                             "1E-7",
+                                             "1e308",
+                                             "1e309",
+                                             "123456789.125",
+                                             R"("")",
+                                             R"("x")",
+                                             R"("true")",
+                                             R"("5")",
+                                             R"("1")",
+                                             R"("4294967296")",
+                                             R"("-1")",
+                                             R"("cut\u0000here")",
+                                             R"("\ud83d\ude00 \u00e4 \"\\\n")",
+                                             "\"\xc3\xa4\xff\"",
+                                             R"("ACCEPT")",
+                                             R"("DENY")",
+                                             R"("CREATE")",
+                                             R"("DISCARD")",
+                                             R"("ActionSave")",
+                                             R"("ActionMax")",
+                                             R"("Deny")",
+                                             "[]",
+                                             "{}",
+                                             "[[]]",
+                                             R"(["a",1,true])",
+                                             R"({"x":1})",
+                                             std::string(40, '[') + std::string(40, ']'),
+                                             "\"" + std::string(3000, 'y') + "\""};
+  return list;
+}
+
+std::string object(test_support::Mutator& mutator, const std::vector<std::string>& keys) {
+  std::string text = "{";
+  const auto add = [&](const std::string& key) {
+    text.append(text.size() > 1 ? ",\"" : "\"").append(key).append("\":");
+    text.append(mutator.oneOf(values()));
+  };
+  // Whole records must be among them: each key is there more often than not.
+  for (const std::string& key : keys) {
+    if (mutator.below(8) != 0) add(key);
+  }
+  if (!keys.empty() && mutator.below(4) == 0) add(mutator.oneOf(keys));
+  if (mutator.below(4) == 0) add("other");
+  return text + "}";
+}
+
+namespace {
+
+// The log says a line for every mistake of an answer. The sanitizers are still heard.
+void silenceTheLog() {
+  const int reports = ::dup(STDERR_FILENO);
+  const int nothing = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+  if (reports < 0 || nothing < 0 || ::dup2(nothing, STDERR_FILENO) < 0) std::abort();
+  ::close(nothing);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): this interface takes descriptors so
+  __sanitizer_set_report_fd(reinterpret_cast<void*>(static_cast<std::intptr_t>(reports)));
+}
+
+int run(std::uint64_t seed, int seconds) {
+  std::printf("seed %" PRIu64 "\n", seed);
+  std::fflush(stdout);
+  std::vector<std::string> tokens = values();
+  for (const auto& keys : {recordKeys(), answerKeys()}) {
+    for (const std::string& key : keys) tokens.push_back("\"" + key + "\":");
+  }
+  for (const char* token : {"{", "}", "[", "]", ",", ":", "\"", "\\", "\\u0000", "\\ud800", " "}) {
+    tokens.emplace_back(token);
+  }
+  test_support::Mutator mutator(seed, tokens);
+  Tally records;
+  Tally answers;
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+  while (std::chrono::steady_clock::now() < end) {
+    for (int i = 0; i < 100; ++i) {
+      fuzzRecords(mutator, records);
+      fuzzAnswers(mutator, answers);
+    }
+  }
+  bool reachedBoth = true;
+  for (const auto& [name, tally] : {std::pair("records", records), std::pair("answers", answers)}) {
+    std::printf("%s: %" PRIu64 " texts, %" PRIu64 " accepted\n", name, tally.all, tally.accepted);
+    // Of only good or only bad texts, half of the code would not be reached.
+    reachedBoth = reachedBoth && tally.accepted > tally.all / 50 &&
+                  tally.all - tally.accepted > tally.all / 50;
+  }
+  return reachedBoth ? 0 : 1;
+}
+
+}  // namespace
+
+}  // namespace fuzz
+
+int main(int argc, char** argv) {
+  std::uint64_t seed = std::random_device{}();
+  int seconds = 10;
+  fuzz::silenceTheLog();
+  for (int i = 1; i + 1 < argc; i += 2) {
+    if (std::strcmp(argv[i], "--seconds") == 0) seconds = std::atoi(argv[i + 1]);
+    if (std::strcmp(argv[i], "--seed") == 0) seed = std::strtoull(argv[i + 1], nullptr, 10);
+  }
+  return fuzz::run(seed, seconds);
+}

@@ -1,0 +1,36 @@
+// The parts of fuzz_readers. Each takes one text and checks everything that must hold whatever it
+// is; a failure ends the program with the text. Main thread.
+#pragma once
+
+#include "tests/support/Mutator.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace fuzz {
+
+// How many texts were taken for something, of all.
+struct Tally {
+  std::uint64_t all = 0;
+  std::uint64_t accepted = 0;
+};
+
+// Ends the program when it does not hold.
+void require(bool holds, const char* what, const std::string& text);
+
+// Values of every kind, well-formed; some of them at the borders of their kind.
+const std::vector<std::string>& values();
+
+// An object of some of these keys with values, perhaps twice, perhaps with a foreign one.
+std::string object(test_support::Mutator& mutator, const std::vector<std::string>& keys);
+
+// Readers of records: one round of each.
+void fuzzRecords(test_support::Mutator& mutator, Tally& tally);
+std::vector<std::string> recordKeys();
+
+// The answers to events: one round with an event of some type.
+void fuzzAnswers(test_support::Mutator& mutator, Tally& tally);
+std::vector<std::string> answerKeys();
+
+}  // namespace fuzz
