@@ -5,8 +5,8 @@
 #include "platform/String.h"
 
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <type_traits>
 
 namespace Tessel::Platform {
@@ -48,30 +48,19 @@ class TypedReplyBuffer final : public MessageReplyBuffer {
 template <>
 class TypedReplyBuffer<const char*> final : public MessageReplyBuffer {
  public:
-  TypedReplyBuffer() = default;
-  TypedReplyBuffer(const TypedReplyBuffer&) = delete;
-  TypedReplyBuffer& operator=(const TypedReplyBuffer&) = delete;
-  ~TypedReplyBuffer() override { std::free(bytes_); }
-
   std::size_t size() const override { return sizeof(*this); }
   bool assign(const void* bytes, std::size_t length) override {
-    if (length == 0 || static_cast<const char*>(bytes)[length - 1] != '\0') return false;
-    auto* const copy = static_cast<char*>(std::malloc(length));
-    if (!copy) return false;
-    std::memcpy(copy, bytes, length);
-    std::free(bytes_);
-    bytes_ = copy;
-    length_ = length - 1;
+    const auto* const start = static_cast<const char*>(bytes);
+    if (length == 0 || start[length - 1] != '\0') return false;
+    text_.emplace(start, length - 1);
     return true;
   }
-  bool assign(const String& text) { return assign(text.utf8(), text.length() + 1); }
-  const char* value() const { return bytes_; }
+  const char* value() const { return text_ ? text_->c_str() : nullptr; }
   // Empty when no reply has come.
-  String text() const { return bytes_ ? String(std::string_view(bytes_, length_)) : String(); }
+  String text() const { return text_ ? String(std::string_view(*text_)) : String(); }
 
  private:
-  char* bytes_ = nullptr;
-  std::size_t length_ = 0;
+  std::optional<std::string> text_;
 };
 
 // The reply on the receiving side, of whatever type, until it travels back.
