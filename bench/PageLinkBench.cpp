@@ -1,11 +1,15 @@
-// Calls between the program and a page, across two processors, beside their floors: the bare
-// ping-pong of the same sizes, and what the engine itself offers for the same purpose.
+// Calls between the program and a page, and events to a chrome, across two processors, beside their
+// floors: the bare ping-pong of the same sizes, and what the engine itself offers for the same
+// purpose.
 //
 // Run it with a display. It prints one line per figure with the ratio to each floor.
 #include "bench/PingPong.h"
+#include "bindings/ChromeChannel.h"
+#include "engine/OrvWebEvents.h"
 #include "engine/webkit/link/Frame.h"
 #include "platform/graphics/Window.h"
 #include "tests/support/RealEngine.h"
+#include "webview/events/EventForwarding.h"
 
 #include <gtk/gtk.h>
 #include <webkit2/webkit2.h>
@@ -13,6 +17,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <vector>
@@ -50,6 +55,12 @@ constexpr const char* page = R"(<!doctype html><title>bench</title><script>
     for (let i = 0; i < count; ++i) orv.callNative('echo', text);
     return (performance.now() - begin) * 1000 / count;
   };
+  let events = 0;
+  window.eventsSeen = () => events;
+  window.chrome = {internal: {webEvent: (handle, name) => {
+    ++events;
+    return name === 'LocationChanging' ? '{"setPreventDefault":true}' : '';
+  }}};
 </script>)";
 
 // The engine's own way: a script message that is answered.
@@ -100,6 +111,59 @@ double engineMessageRound(const std::string& text) {
   return times[rounds / 2];
 }
 
+// The page above as the chrome of its own events.
+class PageAsChrome final : public EventSink {
+ public:
+  explicit PageAsChrome(OrvWebView& chrome) : chrome_(chrome) {}
+  void post(const String& name, const String& data) override {
+    sendChromePostEvent(&chrome_, name, data, 1, 0);
+  }
+  String send(const String& name, const String& data) override {
+    return sendChromeSendEvent(&chrome_, name, data, 1, 0);
+  }
+
+ private:
+  OrvWebView& chrome_;
+};
+
+void mustHold(bool holds, const char* what) {
+  if (holds) return;
+  std::fprintf(stderr, "page_link_bench: %s\n", what);
+  std::exit(1);
+}
+
+// From the event to the setters that the chrome's answer has called.
+double sentEvent(test_support::ScriptedView& view, const std::string& url) {
+  PageAsChrome sink(view);
+  return median([&] {
+    return timed([&] {
+      OrvWebLocationChangingEvent event;
+      event.url = String(url);
+      forwardWebEvent(view, event, sink);
+      mustHold(event.isPreventDefault(), "an event was not answered");
+    });
+  });
+}
+
+// From the event until the chrome has seen it; they are posted by hundreds, and the last one of
+// each hundred is waited for.
+double postedEvent(test_support::ScriptedView& view, const std::string& url) {
+  constexpr int together = 100;
+  PageAsChrome sink(view);
+  OrvWebLocationChangeEvent event;
+  event.url = String(url);
+  double expected = view.call("eventsSeen").numberValue();
+  return median([&] {
+    const auto begin = Clock::now();
+    for (int i = 0; i < callsPerRound; i += together) {
+      for (int j = 0; j < together; ++j) forwardWebEvent(view, event, sink);
+      expected += together;
+      mustHold(view.call("eventsSeen").numberValue() == expected, "an event was lost");
+    }
+    return std::chrono::duration<double, std::micro>(Clock::now() - begin).count() / callsPerRound;
+  });
+}
+
 // Moves the processes of the engine to one processor, as the scheduler would under load.
 void pinEngine(int processor) {
   std::ifstream children("/proc/self/task/" + std::to_string(::getpid()) + "/children");
@@ -145,6 +209,8 @@ int main() {
     const JavaScriptVariant argument{String(text)};
     const double call = median([&] { return timed([&] { view->call("echo", {argument}); }); });
     report("native -> page -> native", size, call, floor, engines);
+    report("event -> chrome -> answer", size, sentEvent(*view, text), floor, 0);
+    report("posted event -> chrome", size, postedEvent(*view, text), floor, 0);
   }
   return 0;
 }

@@ -1,5 +1,6 @@
-// The names by which chromes know events and properties. They are written out once more here:
-// every chrome depends on them and on their numbers.
+// The names by which chromes know events and properties. They are written out once more for the
+// tests: every chrome depends on them and on their numbers.
+#include "tests/webview/EventFactsData.h"
 #include "webview/events/Names.h"
 
 #include <gtest/gtest.h>
@@ -17,26 +18,11 @@ std::vector<std::string> words(const char* text) {
   return {std::istream_iterator<std::string>(stream), {}};
 }
 
-const std::vector<std::string> eventNames = words(
-    "Focus LocationChange LocationChanging NetworkError DocumentLoaded DocumentLoadCommitted "
-    "DocumentLoadFinished DocumentLoadFailed ContentRendered Created Destroyed "
-    "JavaScriptException JavaScriptResult JavaScriptCallback JavaScriptWindowObjectCleared "
-    "JavaScriptInterrupted OpenWindow UnknownProtocol DialogRequested NetworkResourceRequested "
-    "NetworkResourceOpened NetworkResourceHeaderReceived NetworkResourceDataReceived "
-    "NetworkResourceDone PropertyChanged FullScreenEnter FullScreenEntering FullScreenExit "
-    "FindString UnsupportedMimeType LockOrientation UnlockOrientation FullScreenVideoStarted "
-    "FullScreenVideoEnded FullScreenVideoWindowUpdated DownloadRequest DownloadStarted "
-    "DownloadProgress DownloadError DownloadFinished UpdateGeolocationFilter SessionInfo "
-    "SelectionChanged CaretChanged TextAttributeQuery ClipboardWrite ClipboardRead "
-    "UpdateWebGLFilter TouchEvent TouchCancelEvent MouseEvent KeyEvent InputNotificationEvent "
-    "InputNotificationFocusEvent InputNotificationKeyEvent InspectorMessage "
-    "ContextMenuRequestEvent CaptureContents ContextMenuCancelEvent InvokeRequestEvent "
-    "KeyboardRequestedEvent FormAutofillRequestEvent FormAutofillCancelEvent CloseWindow "
-    "DownloadContentType GeolocationPermissionRequest SSLHandshakingFailed RequestUpdateViewport "
-    "SyncProxyCredential ProtocolHandler JavaScriptFunctionResult ChooseFile AutomationLog "
-    "JavaScriptFunctionResultEvent UserMediaRequest CookieResult FormControlEvent "
-    "AddSearchProviderRequest IsSearchProviderInstalled NotificationPermissionRequest "
-    "NotificationPermissionCheck NotificationShow NotificationCancel UnhandledKeyInput TypeMax");
+const std::vector<std::string> eventNames = [] {
+  std::vector<std::string> names;
+  for (const auto& facts : test_support::eventFacts) names.emplace_back(facts.name);
+  return names;
+}();
 
 const std::vector<std::string> propertyNames = words(
     "CanGoBack CanGoForward Location Title Viewport OriginalLocation ContentRectangle "
