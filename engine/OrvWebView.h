@@ -100,6 +100,14 @@ class OrvWebView : private PageClient {
   // The place of the web view in its window group, and how it is shown there.
   void setViewport(const OrvWebRect& rect);
   OrvWebRect viewport() const;
+  // Nothing is counted of the certificates that the engine loads.
+  OrvWebCertificateInfo certificateInfo() const {
+    return {};
+  }
+  // CurrentContext is reported whether it has changed or not.
+  void requestCurrentContextUpdate() {
+    act("describe");
+  }
   // There are no plug-ins, and nothing swipes in from the edge of a screen.
   bool isPluginFullScreen() const {
     return false;
@@ -126,7 +134,6 @@ class OrvWebView : private PageClient {
   void notifyHeaderReceived(unsigned int, const String&, const String&) {}
   void notifyDataReceived(unsigned int, const String&, unsigned int) {}
   void notifyDone(unsigned int) {}
-  void requestCurrentContextUpdate() {}
   void notificationError(const String& id) {
     notificationClosed(id);
   }

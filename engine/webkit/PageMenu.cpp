@@ -8,6 +8,22 @@
 using Item = OrvWebContextMenuItem;
 using Tessel::Platform::String;
 
+namespace {
+
+// What the engine knows of a place; the script in the page tells the rest.
+OrvWebContext contextOf(WebKitHitTestResult* hit, OrvWebContext context) {
+  const auto is = [&](guint what) { return (webkit_hit_test_result_get_context(hit) & what) != 0; };
+  context.isImage = is(WEBKIT_HIT_TEST_RESULT_CONTEXT_IMAGE);
+  context.isInput = is(WEBKIT_HIT_TEST_RESULT_CONTEXT_EDITABLE);
+  context.isSelectable = is(WEBKIT_HIT_TEST_RESULT_CONTEXT_SELECTION);
+  context.url = String(webkit_hit_test_result_get_link_uri(hit));
+  const char* image = webkit_hit_test_result_get_image_uri(hit);
+  context.src = String(image ? image : webkit_hit_test_result_get_media_uri(hit));
+  return context;
+}
+
+}  // namespace
+
 PageMenu::PageMenu(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
   g_signal_connect(view_, "mouse-target-changed", G_CALLBACK(onPointedAt), this);
   g_signal_connect(view_, "context-menu", G_CALLBACK(onMenu), this);
@@ -22,12 +38,20 @@ void PageMenu::onPointedAt(WebKitWebView*, WebKitHitTestResult* hit, guint, Page
   const bool link = webkit_hit_test_result_context_is_link(hit) != FALSE;
   page->update<&PageState::status>(
       String(link ? webkit_hit_test_result_get_link_uri(hit) : nullptr));
+  self->updateContext(hit);
+}
+
+void PageMenu::updateContext(WebKitHitTestResult* hit) {
+  if (!page_.client()) return;
+  page_.update<&PageState::currentContext>(
+      contextOf(hit, page_.client()->pageState().currentContext));
 }
 
 gboolean PageMenu::onMenu(WebKitWebView*, WebKitContextMenu* menu, GdkEvent*,
                           WebKitHitTestResult* hit, PageMenu* self) {
   const auto page = self->page_.shared_from_this();
   self->hit_.reset(WEBKIT_HIT_TEST_RESULT(g_object_ref(hit)));
+  self->updateContext(hit);
   if (!page->wants(OrvWebEvent::ContextMenuRequestEvent)) return FALSE;
   OrvWebContextMenuRequestEvent event;
   event.menuItems = menuItemsOf(menu);

@@ -24,6 +24,8 @@ class PageMenu {
   static gboolean onMenu(WebKitWebView*, WebKitContextMenu* menu, GdkEvent*,
                          WebKitHitTestResult* hit, PageMenu* self);
 
+  void updateContext(WebKitHitTestResult* hit);
+
   WebKitPage& page_;
   WebKitWebView* view_;
   ObjectPointer<WebKitHitTestResult> hit_;  // of the last menu

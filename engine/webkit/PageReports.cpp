@@ -126,6 +126,26 @@ String onSelection(WebKitPage& page, const Details& details) {
   return {};
 }
 
+String onElement(WebKitPage& page, const Details& details) {
+  OrvWebContext context =
+      page.client() ? page.client()->pageState().currentContext : OrvWebContext();
+  context.alt = details.text(0);
+  context.isAudio = details.flag(1);
+  context.isFocusable = details.flag(2);
+  context.isPassword = details.flag(3);
+  context.isSingleLine = details.flag(4);
+  context.isVideo = details.flag(5);
+  context.mimeType = details.text(6);
+  context.pattern = details.text(7);
+  context.text = details.text(8);
+  const bool wasAsked = details.flag(9);
+  if (wasAsked && page.client() && page.client()->pageState().currentContext == context) {
+    page.propertyChanged(OrvWebPropertyChangedEvent::CurrentContext);
+  }
+  page.update<&PageState::currentContext>(context);
+  return {};
+}
+
 String onCaret(WebKitPage& page, const Details& details) {
   OrvWebCaretChangedEvent event;
   event.rectX = details.integer(0);
@@ -158,6 +178,7 @@ constexpr std::pair<const char*, Handler> handlers[] = {
     {"content", onContent},
     {"controls", onControls},
     {"documentLoaded", onDocumentLoaded},
+    {"element", onElement},
     {"encoding", onEncoding},
     {"exception", onException},
     {"functionResult", onFunctionResult},

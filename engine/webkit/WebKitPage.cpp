@@ -29,6 +29,25 @@ namespace {
 // are off; these milliseconds after the load cover every case that was seen.
 constexpr std::array<guint, 4> redrawTimes{50, 200, 600, 1200};
 
+// The engine goes into full screen and out of it in steps that it does not tell the end of, and a
+// view that is destroyed between two of them takes the program with it. So many milliseconds after
+// the first step they are over.
+constexpr guint fullScreenLinger = 1000;
+
+void destroyLater(WebKitWebView* view) {
+  g_object_ref(view);
+  gtk_widget_hide(GTK_WIDGET(view));
+  gtk_container_remove(GTK_CONTAINER(gtk_widget_get_parent(GTK_WIDGET(view))), GTK_WIDGET(view));
+  g_timeout_add(
+      fullScreenLinger,
+      [](gpointer data) -> gboolean {
+        gtk_widget_destroy(GTK_WIDGET(data));
+        g_object_unref(data);
+        return G_SOURCE_REMOVE;
+      },
+      view);
+}
+
 bool isFailedStatus(guint status) {
   return status >= 400;
 }
@@ -99,7 +118,13 @@ void WebKitPage::dropView() {
   engine_.downloads().forgetPage(view_);
   parts_.reset();
   g_signal_handlers_disconnect_by_data(view_, this);
-  gtk_widget_destroy(GTK_WIDGET(view_));
+  const gint64 since = g_get_monotonic_time() - fullScreenMoment_;
+  if (inFullScreen_ ||
+      (fullScreenMoment_ != 0 && since < fullScreenLinger * G_TIME_SPAN_MILLISECOND)) {
+    destroyLater(view_);
+  } else {
+    gtk_widget_destroy(GTK_WIDGET(view_));
+  }
   view_ = nullptr;
 }
 
@@ -133,9 +158,9 @@ void WebKitPage::loadText(const String& text, const String& mimeType, const Stri
 }
 
 void WebKitPage::startLoad(std::function<void()> load) {
-  failureFollows_ = false;
   unstartedLoad_ = std::move(load);
-  unstartedLoad_();
+  // The engine loses what is asked for while it begins to show a page of its own.
+  if (!failureFollows_ && !showingFailure_) unstartedLoad_();
 }
 
 void WebKitPage::reload() {
@@ -418,6 +443,8 @@ void WebKitPage::onFavicon(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
 
 gboolean WebKitPage::onEnterFullscreen(WebKitWebView*, WebKitPage* page) {
   const auto self = page->shared_from_this();
+  self->fullScreenMoment_ = g_get_monotonic_time();
+  self->inFullScreen_ = true;
   OrvWebFullScreenEnteringEvent event;
   self->raise(event);
   if (event.isPreventDefault()) return TRUE;
@@ -427,6 +454,8 @@ gboolean WebKitPage::onEnterFullscreen(WebKitWebView*, WebKitPage* page) {
 
 gboolean WebKitPage::onLeaveFullscreen(WebKitWebView*, WebKitPage* page) {
   const auto self = page->shared_from_this();
+  self->fullScreenMoment_ = g_get_monotonic_time();
+  self->inFullScreen_ = false;
   self->raise(OrvWebEvent::FullScreenExit);
   return FALSE;
 }
@@ -469,8 +498,8 @@ void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKi
   const auto self = page->shared_from_this();
   switch (event) {
     case WEBKIT_LOAD_STARTED:
-      self->unstartedLoad_ = nullptr;
       self->showingFailure_ = std::exchange(self->failureFollows_, false);
+      if (!self->showingFailure_) self->unstartedLoad_ = nullptr;
       // It stayed when it was asked to go.
       self->closeRequested_ = false;
       break;
@@ -482,7 +511,10 @@ void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKi
       break;
     case WEBKIT_LOAD_FINISHED: {
       self->redrawAfterLoad();
-      if (self->showingFailure_) break;
+      if (std::exchange(self->showingFailure_, false)) {
+        if (self->unstartedLoad_) self->unstartedLoad_();
+        break;
+      }
       // A program whose chrome answers "not found" would only show that to somebody who cannot
       // tell what to do about it.
       WebKitWebResource* resource = webkit_web_view_get_main_resource(view);
@@ -505,6 +537,7 @@ gboolean WebKitPage::onLoadFailed(WebKitWebView*, WebKitLoadEvent, const gchar* 
   const auto self = page->shared_from_this();
   // Stopped by somebody, or turned into something else: nothing has failed.
   if (g_error_matches(error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_CANCELLED) ||
+      g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED) ||
       g_error_matches(error, WEBKIT_POLICY_ERROR,
                       WEBKIT_POLICY_ERROR_FRAME_LOAD_INTERRUPTED_BY_POLICY_CHANGE)) {
     return TRUE;
@@ -514,8 +547,8 @@ gboolean WebKitPage::onLoadFailed(WebKitWebView*, WebKitLoadEvent, const gchar* 
   event.status = error->code;
   event.url = String(uri);
   self->raise(event);
-  // Prevented, the chrome shows a page of its own.
-  if (!event.isPreventDefault()) self->showFailure(uri, error->message);
+  // Prevented, the chrome shows a page of its own; or it has asked for something else meanwhile.
+  if (!event.isPreventDefault() && !self->unstartedLoad_) self->showFailure(uri, error->message);
   self->raise(OrvWebEvent::DocumentLoadFailed);
   return TRUE;
 }
@@ -532,6 +565,7 @@ void WebKitPage::onProcessEnded(WebKitWebView* view, WebKitWebProcessTermination
             "The web process of %s %s. The program goes on; loading again starts a new one.%s%s",
             uri ? uri : "a page", why, self->loadFailureHint_.isEmpty() ? "" : " ",
             self->loadFailureHint_.utf8());
+  self->failureFollows_ = self->showingFailure_ = false;
   // What was asked of the process while it was dying was lost with it.
   if (const auto load = std::exchange(self->unstartedLoad_, nullptr)) load();
 }
@@ -547,6 +581,7 @@ void WebKitPage::showFailure(const String& uri, const String& reason) {
       "<h1 style='font-size:1.5em'>This page could not be loaded</h1>"
       "<p><code style='overflow-wrap:anywhere'>%s</code></p><p>%s</p><p>%s</p></body></html>",
       uri.utf8(), reason.utf8(), loadFailureHint_.utf8());
+  unstartedLoad_ = nullptr;
   failureFollows_ = true;
   webkit_web_view_load_alternate_html(view_, page, uri.isEmpty() ? "about:blank" : uri.utf8(),
                                       nullptr);

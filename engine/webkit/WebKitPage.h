@@ -172,6 +172,8 @@ class WebKitPage final : public Page,
 
   std::unique_ptr<Parts> parts_;        // there as long as the view
   std::vector<String> allowedOrigins_;  // for a view that is not made yet
+  bool inFullScreen_ = false;
+  gint64 fullScreenMoment_ = 0;  // of the last step into or out of it; 0 for none
   double zoom_ = 1;
   double pinch_ = 1;
 

@@ -136,17 +136,12 @@ TEST_F(ProgramTest, ExtraHeadersReachTheServer) {
   runSuite("headers.html?server=" + server.address());
 }
 
-TEST_F(ProgramTest, EventsReachTheChromeAndItsAnswersComeBack) {
-  const EchoServer server;
-  runSuite("events.html?server=" + server.address() + "&folder=" + folder_.string());
-  EXPECT_EQ(std::filesystem::file_size(folder_ / "saved.bin"), 100000u);
-}
-
-TEST_F(ProgramTest, CommandsWorkOnRealPages) {
+TEST_F(ProgramTest, EventsAndCommandsWorkOnRealPages) {
   const EchoServer server;
   const test_support::TlsServer secure;
-  runSuite("commands.html?server=" + server.address() + "&secure=" + secure.address() +
+  runSuite("engine.html?server=" + server.address() + "&secure=" + secure.address() +
            "&folder=" + folder_.string());
+  EXPECT_EQ(std::filesystem::file_size(folder_ / "saved.bin"), 100000u);
 }
 
 TEST_F(ProgramTest, WebViewsAreSeenWhereTheyArePlaced) {

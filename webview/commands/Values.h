@@ -207,6 +207,16 @@ struct Value<OrvWebView*> {
 };
 
 template <>
+struct Value<OrvWebContext> {
+  static String text(const OrvWebContext& value) { return fields::textOf(value); }
+};
+
+template <>
+struct Value<OrvWebCertificateInfo> {
+  static String text(const OrvWebCertificateInfo& value) { return fields::textOf(value); }
+};
+
+template <>
 struct Value<OrvWebFavicon> {
   static String text(const OrvWebFavicon& value) { return fields::textOf(value); }
 };

@@ -88,6 +88,13 @@ struct TextForm<T> {
   }
 };
 
+// Nobody reads these: what comes from another process is the empty record.
+template <typename T>
+requires std::same_as<T, OrvWebContext> || std::same_as<T, OrvWebCertificateInfo>
+struct TextForm<T> {
+  static String text(const T& value) { return fields::textOf(value); }
+  static bool parse(const String&, T&) { return false; }
+};
 template <>
 struct TextForm<SSLCertificateMap> {
   static String text(const SSLCertificateMap& value) { return textOf(value); }

@@ -128,6 +128,9 @@ String valueText(const OrvWebFavicon& value) {
 String valueText(const OrvWebPageSecurityInfo& value) {
   return value.serialize();
 }
+String valueText(const OrvWebContext& value) {
+  return fields::textOf(value);
+}
 template <NamedEnumeration Type>
 String valueText(Type value) {
   return nameOf(value);
@@ -194,6 +197,8 @@ String propertyValueText(const OrvWebView& view, OrvWebPropertyChangedEvent::Pro
       return valueText(view.zOrder());
     case OrvWebPropertyChangedEvent::PluginFullScreen:
       return valueText(view.isPluginFullScreen());
+    case OrvWebPropertyChangedEvent::CertificateInfo:
+      return fields::textOf(view.certificateInfo());
     case OrvWebPropertyChangedEvent::ZoomFactor:
       return "1";
     default:

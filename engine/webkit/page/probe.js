@@ -49,18 +49,31 @@
     lookSoon();
   };
 
-  let tooltip = null;
-  const pointed = event => {
-    const element = event.target instanceof Element ? event.target : null;
-    const holder = element && element.closest('[title]');
-    if (holder === tooltip && told.has('tooltip')) return;
-    tooltip = holder;
-    tell('tooltip', holder ? holder.getAttribute('title') : '');
-  };
-
   const isTextField = element => element instanceof HTMLTextAreaElement ||
     (element instanceof HTMLInputElement && element.selectionStart !== null);
   const isEditable = element => !!element && (isTextField(element) || element.isContentEditable);
+  const longestText = 1024;
+  let atPointer = null;
+  // The element under the pointer, in the words of the context that the chrome knows.
+  const describe = element => [
+    element?.getAttribute('alt') ?? '',
+    element?.matches('audio, audio *') ?? false,
+    !!element && element.tabIndex >= 0,
+    element?.type === 'password',
+    element instanceof HTMLInputElement && isTextField(element),
+    element?.matches('video, video *') ?? false,
+    element?.getAttribute('type') ?? '',
+    element?.getAttribute('pattern') ?? '',
+    (isTextField(element) ? element.value : element?.textContent ?? '').slice(0, longestText),
+  ];
+  const pointed = event => {
+    const element = event.target instanceof Element ? event.target : null;
+    if (element === atPointer) return;
+    atPointer = element;
+    tell('tooltip', element?.closest('[title]')?.getAttribute('title') ?? '');
+    report('element', ...describe(element));
+  };
+
   const rounded = rect => [Math.round(rect.left), Math.round(rect.top), Math.round(rect.width),
     Math.round(rect.height)];
 
@@ -178,6 +191,7 @@
       const list = controls();
       if (list.length > 0) list[last ? list.length - 1 : 0].focus();
     },
+    describe() { report('element', ...describe(atPointer), true); },
     submitForm() {
       const form = document.activeElement && document.activeElement.form;
       if (form) form.requestSubmit();

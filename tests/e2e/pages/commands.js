@@ -1,0 +1,336 @@
+// What commands do to real pages.
+import { answers, bodies, createView, equal, errors, events, happened, native, ok, test, until }
+  from './suite.js';
+
+const query = new URLSearchParams(location.search);
+const server = query.get('server');
+const secure = query.get('secure');
+const secret = query.get('folder');
+
+const script = (view, text, ...world) => native('webview.executeJavaScript', view, text, ...world);
+const get = (view, name, ...args) => native(`webview.${name}`, view, ...args);
+const changed = (view, name) => happened(view, `Property${name}Event`);
+// A page that comes back from the cache tells no DocumentLoaded.
+const loaded = async (view, load) => {
+  events.length = 0;
+  load();
+  await until(() => happened(view, 'DocumentLoadFinished'));
+};
+const open = async html => {
+  const view = await createView();
+  native('webview.setGeometry', view, 0, 0, 400, 300);
+  await loaded(view, () => native('webview.loadString', view, `<!doctype html><title></title><body>${html}`));
+  return view;
+};
+// The value of an expression in the page.
+const value = async (view, text, ...world) => {
+  const id = script(view, text, ...world);
+  const result = () => bodies(view, 'JavaScriptResult').find(b => b.resultId === id);
+  await until(result);
+  return result().resultString;
+};
+
+test('every setting is kept, read back and reported', async () => {
+  const view = await createView();
+  const flags = ['AlwaysShowKeyboardOnFocus', 'AutoDeferNetworkingAndJavaScript', 'BlockPopups',
+    'DeferNetworkingAndJavaScript', 'EnableConsoleLogging', 'EnableCookies', 'EnableCredentialAutofill',
+    'EnableCrossSiteXHR', 'EnableDNSPrefetch', 'EnableDefaultOverScrollBackground',
+    'EnableDialogRequestedEvents', 'EnableDownloadableBinaryFonts', 'EnableFineCursorControl',
+    'EnableFormAutofill', 'EnableGeolocation', 'EnableInputMethodSupport', 'EnableInputNotifications',
+    'EnableJavaScript', 'EnableLocalAccessToAllCookies', 'EnableMediaRTSP',
+    'EnableNetworkResourceRequestedEvents', 'EnablePlugins', 'EnableSoundOnAnchorElementTouchEvents',
+    'EnableSpatialNavigation', 'EnableTextSelectionControls', 'EnableWebContentCache',
+    'EnableWebSockets', 'LoadImages', 'ZoomToFitWidthOnLoad'];
+  for (const flag of flags) {
+    const before = get(view, `is${flag}`);
+    get(view, `set${flag}`, before === '0');
+    equal([flag, get(view, `is${flag}`)], [flag, before === '0' ? '1' : '0']);
+    get(view, `set${flag}`, before === '1');
+  }
+  const values = { DefaultFontSize: '20', MinimumFontSize: '9', JavaScriptInterruptTimeout: '7',
+    BackgroundColor: '4278190335', OverScrollColor: '255', ViewportWidth: '320', ViewportHeight: '480',
+    ViewportInitialScale: '1.5', ViewportMinimumScale: '0.5', ViewportMaximumScale: '3',
+    ViewportTargetDensityDpi: '160', ViewportUserScalable: '0', DevicePixelRatio: '2',
+    Sensitivity: 'SensitivityNoFocus', TextReflowMode: 'TextReflowEnabled', DefaultTextEncoding: 'utf-8',
+    ForcedTextEncoding: 'utf-8', UserAgent: 'somebody', UserStyleSheetLocation: 'data:text/css,p{}' };
+  for (const [name, text] of Object.entries(values)) {
+    get(view, `set${name}`, text);
+    equal([name, get(view, name[0].toLowerCase() + name.slice(1))], [name, text]);
+  }
+  for (const name of [...flags, ...Object.keys(values)]) await until(() => changed(view, name), `${name} told`);
+  native('webview.delete', view);
+});
+
+test('locked properties are held back and come once', async () => {
+  const view = await createView();
+  events.length = 0;
+  get(view, 'lockProperties');
+  for (const size of [20, 21, 22]) get(view, 'setDefaultFontSize', size);
+  get(view, 'setVisible', false);
+  get(view, 'unlockProperties');
+  await until(() => changed(view, 'Visible'));
+  equal(events.filter(e => e.handle === view && e.name !== 'PropertyChanged').map(e => [e.name, e.data]),
+    [['PropertyDefaultFontSizeEvent', '22'], ['PropertyVisibleEvent', 'false']]);
+  native('webview.delete', view);
+});
+
+test('the document is scrolled and zoomed', async () => {
+  const view = await open('<div style="width:3000px;height:5000px">tall</div>');
+  await until(() => JSON.parse(get(view, 'contentRectangle')).height >= 5000);
+  get(view, 'setScrollPosition', '{"x":100,"y":200}');
+  await until(() => get(view, 'scrollPosition') === '{"x":100,"y":200}');
+  get(view, 'scrollBy', 10, -50);
+  await until(() => get(view, 'scrollPosition') === '{"x":110,"y":150}');
+  get(view, 'animateToDocumentScrollPosition', '{"x":0,"y":1000}');
+  await until(() => get(view, 'scrollPosition') === '{"x":0,"y":1000}');
+  get(view, 'startAnimatedScroll', '{"x":0,"y":-900}');
+  await until(() => get(view, 'scrollPosition') === '{"x":0,"y":100}');
+  // What is under the point stays there: 100 + 50 before, so 150 - 50 / 2 after.
+  get(view, 'animateZoomBy', 2, '{"x":0,"y":50}');
+  await until(() => get(view, 'scale') === '2' && get(view, 'scrollPosition') === '{"x":0,"y":125}');
+  equal(await value(view, 'innerWidth'), '200');
+  get(view, 'animateToScaleAndDocumentScrollPosition', 1, '{"x":5,"y":6}');
+  await until(() => get(view, 'scale') === '1' && get(view, 'scrollPosition') === '{"x":5,"y":6}');
+  get(view, 'bitmapZoom', 100, '{"x":0,"y":0}', '{"x":0,"y":0}');
+  await until(() => get(view, 'scale') === get(view, 'maximumScale'));
+  ok(changed(view, 'Scale') && changed(view, 'ScrollPosition') && changed(view, 'ContentRectangle'), 'properties');
+  native('webview.delete', view);
+});
+
+test('the focus is moved, and forms are sent', async () => {
+  const view = await open('<form onsubmit="document.title = this.a.value; return false">'
+    + '<input name="a" value="sent"><input name="b"><button>go</button></form>');
+  const focused = () => value(view, 'document.activeElement.name || document.activeElement.tagName');
+  for (const [command, expected] of [['focusNextField', 'a'], ['focusNextField', 'b'],
+    ['focusPreviousField', 'a'], ['clearFocus', 'BODY']]) {
+    get(view, command);
+    equal([command, await focused()], [command, expected]);
+  }
+  get(view, 'assignFocus', 'FocusDirectionTop');
+  equal(await focused(), 'a');
+  await until(() => bodies(view, 'FormControlEvent').some(b => b.isNextActive && !b.isPreviousActive));
+  get(view, 'submitForm');
+  await until(() => get(view, 'title') === 'sent');
+  native('webview.delete', view);
+});
+
+test('selections and carets are told', async () => {
+  const view = await open('<p id="p">some words</p><textarea>text</textarea>');
+  script(view, "getSelection().selectAllChildren(document.getElementById('p'))");
+  await until(() => bodies(view, 'SelectionChanged').some(b => b.startWidth > 20));
+  script(view, "document.querySelector('textarea').focus(); document.querySelector('textarea').setSelectionRange(1, 1)");
+  await until(() => bodies(view, 'CaretChanged').some(b => b.rectHeight > 10));
+  get(view, 'textHasAttribute', 'bold');
+  await until(() => bodies(view, 'TextAttributeQuery').some(b => b.queryString === 'bold'));
+  await until(() => happened(view, 'ContentRendered'));
+  native('webview.delete', view);
+});
+
+test('a script of the chrome runs before those of the page', async () => {
+  const view = await createView();
+  answers.set('JavaScriptWindowObjectCleared', { setScript: 'window.early = 1' });
+  await loaded(view, () => native('webview.loadString', view,
+    '<title></title><script>document.title = String(window.early)</script>'));
+  await until(() => get(view, 'title') === '1');
+  native('webview.delete', view);
+});
+
+test('a history is gone along, cleared, saved and brought back', async () => {
+  const view = await createView();
+  for (const name of ['one', 'two', 'three']) {
+    await loaded(view, () => native('webview.loadURL', view, `${server}${name}`));
+  }
+  const urls = v => JSON.parse(get(v, 'getHistoryList')).map(item => item.url.slice(server.length));
+  equal(urls(view), ['one', 'two', 'three']);
+  await loaded(view, () => get(view, 'setHistoryPosition', 0));
+  equal([get(view, 'historyPosition'), get(view, 'canGoBack'), get(view, 'canGoForward')], ['0', '0', '1']);
+  get(view, 'requestSession');
+  await until(() => happened(view, 'SessionInfo'));
+  const session = bodies(view, 'SessionInfo')[0].data;
+  await loaded(view, () => get(view, 'goForward'));
+  get(view, 'clearHistory');
+  equal([urls(view), get(view, 'canGoBack'), get(view, 'canGoForward'), get(view, 'historyLength')],
+    [['two'], '0', '0', '1']);
+  await loaded(view, () => native('webview.loadURL', view, `${server}four`));
+  equal(urls(view), ['two', 'four']);
+  const other = await createView();
+  await loaded(other, () => get(other, 'restoreSession', session, 1));
+  equal([urls(other), get(other, 'historyPosition')], [['one', 'two', 'three'], '1']);
+  get(other, 'restoreSession', 'no session', 0);
+  equal(get(other, 'historyLength'), '3');
+  native('webview.delete', view);
+  native('webview.delete', other);
+});
+
+test('cookies are set, told, sent and cleared', async () => {
+  const view = await createView();
+  get(view, 'setCookies', server, JSON.stringify(['a=1; path=/', '', 'b=2; path=/']));
+  const cookies = async () => {
+    const before = bodies(view, 'CookieResult').length;
+    get(view, 'getCookies', server);
+    await until(() => bodies(view, 'CookieResult').length > before);
+    return bodies(view, 'CookieResult').at(-1).cookies.map(text => text.split(';')[0]).sort();
+  };
+  const has = async expected => {
+    const end = performance.now() + 5000;
+    while (performance.now() < end) {
+      if (JSON.stringify(await cookies()) === JSON.stringify(expected)) return;
+    }
+    equal(await cookies(), expected);
+  };
+  await has(['a=1', 'b=2']);
+  await loaded(view, () => native('webview.loadURL', view, `${server}with`));
+  await until(() => /Cookie: .*a=1/.test(get(view, 'title')));
+  get(view, 'clearCookies');
+  await has([]);
+  get(view, 'setEnableCookies', false);
+  await loaded(view, () => native('webview.loadURL', view, `${server}without`));
+  equal(await value(view, 'navigator.cookieEnabled'), 'false');
+  get(view, 'setEnableCookies', true);
+  native('webview.delete', view);
+});
+
+test('what pages store is cleared, and private pages leave nothing', async () => {
+  const view = await createView();
+  await loaded(view, () => native('webview.loadURL', view, `${server}store`));
+  await value(view, "localStorage.setItem('kept', 'yes')");
+  const other = await createView();
+  get(other, 'setPrivateBrowsing', true);
+  await loaded(other, () => native('webview.loadURL', other, `${server}private`));
+  equal(await value(other, "String(localStorage.getItem('kept'))"), 'null');
+  get(view, 'clearLocalStorage');
+  const end = performance.now() + 5000;
+  while (await value(view, "String(localStorage.getItem('kept'))") !== 'null') {
+    ok(performance.now() < end, 'the storage is still there');
+  }
+  // Changed under a page, the page starts anew.
+  await loaded(other, () => get(other, 'setPrivateBrowsing', false));
+  equal(get(other, 'location'), `${server}private`);
+  for (const command of ['clearCache', 'clearDatabases', 'notifySystemLowMemory']) get(view, command);
+  native('webview.delete', view);
+  native('webview.delete', other);
+});
+
+test('agent, style sheet, headers and files', async () => {
+  const view = await createView();
+  get(view, 'setUserAgent', 'Somebody/1.0');
+  get(view, 'setExtraHttpHeaders', '{"X-From":"here"}');
+  get(view, 'setUserStyleSheetLocation', 'data:text/css,body{color:rgb(1,2,3)}');
+  await loaded(view, () => native('webview.loadURL', view, `${server}all`));
+  await until(() => get(view, 'title').includes('GET /all'));
+  ok(get(view, 'title').includes('User-Agent: Somebody/1.0'), 'agent');
+  ok(get(view, 'title').includes('X-From: here'), 'header');
+  equal(await value(view, 'getComputedStyle(document.body).color'), 'rgb(1, 2, 3)');
+  get(view, 'setUserStyleSheetLocation', '');
+  get(view, 'setScrolling', false);
+  equal(await value(view, 'getComputedStyle(document.body).color + getComputedStyle(document.body).overflow'),
+    'rgb(0, 0, 0)hidden');
+  await loaded(view, () => get(view, 'loadFile', `${secret}/outside.txt`));
+  equal(await value(view, 'document.body.innerText'), 'secret');
+  equal(await value(view, 'typeof window.here'), 'undefined');
+  native('webview.delete', view);
+});
+
+test('a page is drawn into a picture', async () => {
+  const view = await open('<style>body{margin:0;background:rgb(255,0,0)}</style><div style="height:1000px"></div>');
+  const picture = async (...args) => {
+    const before = bodies(view, 'CaptureContents').length;
+    get(view, 'captureContents', ...args);
+    await until(() => bodies(view, 'CaptureContents').length > before);
+    const image = new Image();
+    image.src = `data:image/png;base64,${bodies(view, 'CaptureContents').at(-1).base64PNGImage}`;
+    await image.decode();
+    return image;
+  };
+  const none = '{"x":0,"y":0,"width":0,"height":0}';
+  const whole = await picture(1, none, '{"width":0,"height":0}');
+  equal([whole.width, whole.height], [400, 1000]);
+  const canvas = document.createElement('canvas');
+  const drawing = canvas.getContext('2d');
+  drawing.drawImage(whole, 0, 0);
+  equal([...drawing.getImageData(5, 5, 1, 1).data], [255, 0, 0, 255]);
+  const part = await picture(0.5, '{"x":10,"y":20,"width":100,"height":60}', '{"width":0,"height":0}');
+  equal([part.width, part.height], [50, 30]);
+  const small = await picture(1, none, '{"width":100,"height":100}');
+  equal([small.width, small.height], [40, 100]);
+  native('webview.delete', view);
+});
+
+test('a certificate is refused, accepted and refused again', async () => {
+  const view = await createView();
+  const refused = () => bodies(view, 'SSLHandshakingFailed');
+  equal(get(view, 'knownSSLCertificates'), '{}');
+  native('webview.loadURL', view, secure);
+  await until(() => refused().length === 1 && happened(view, 'DocumentLoadFailed'));
+  const [{ connectionInfo, streamId }] = refused();
+  equal(connectionInfo.host, '127.0.0.1');
+  ok(connectionInfo.problems.length > 0, 'no problem told');
+  get(view, 'continueSSLHandshaking', streamId, 'SSLActionReject');
+  // Trusted, the page loads; and again, without a word.
+  events.length = 0;
+  native('webview.loadURL', view, secure);
+  await until(() => refused().length === 1);
+  get(view, 'continueSSLHandshaking', refused()[0].streamId, 'SSLActionTrust');
+  await until(() => get(view, 'title').includes('GET /'));
+  equal(get(view, 'secureType'), 'SecureFailed');
+  const known = JSON.parse(get(view, 'knownSSLCertificates'));
+  equal(Object.keys(known), ['127.0.0.1']);
+  const info = JSON.parse(get(view, 'securityInfo'));
+  equal([info.page.secured, info.certificates[0].subject.commonName], [true, 'pagehost test']);
+  ok(JSON.parse(get(view, 'getSSLCertificateDetails', get(view, 'knownSSLCertificate', '127.0.0.1')))
+    .some(line => line.startsWith('Issued to: ') && line.includes('CN=pagehost test')), 'details');
+  // Another web view has not accepted it, and neither has this one any more.
+  const other = await createView();
+  native('webview.loadURL', other, secure);
+  await until(() => happened(other, 'SSLHandshakingFailed'));
+  equal(get(other, 'addKnownSSLCertificate', '127.0.0.1', 'no certificate'), '0');
+  equal(get(other, 'addKnownSSLCertificates', JSON.stringify(known)), '1');
+  native('webview.loadURL', other, secure);
+  await until(() => get(other, 'title').includes('GET /'));
+  events.length = 0;
+  equal(get(view, 'removeKnownSSLCertificate', '127.0.0.1', JSON.stringify(known['127.0.0.1'])), '1');
+  equal(get(view, 'removeKnownSSLCertificate', '127.0.0.1', ''), '0');
+  native('webview.loadURL', view, secure);
+  await until(() => refused().length === 1 && happened(view, 'DocumentLoadFailed'));
+  native('webview.delete', view);
+  native('webview.delete', other);
+});
+
+test('notifications are shown by the chrome', async () => {
+  const view = await createView();
+  answers.set('NotificationPermissionCheck', { setResult: 'granted' });
+  await loaded(view, () => native('webview.loadURL', view, `${server}notify`));
+  script(view, "Notification.requestPermission().then(p => { document.title = p; "
+    + "globalThis.n = new Notification('head', {body: 'text', tag: 't'}); n.onclick = () => { document.title = 'clicked'; n.close(); }; })");
+  await until(() => happened(view, 'NotificationPermissionRequest') || happened(view, 'NotificationShow'));
+  const [asked] = bodies(view, 'NotificationPermissionRequest');
+  if (asked) get(view, 'setAllowNotification', asked.origin, true);
+  await until(() => happened(view, 'NotificationShow'));
+  const [shown] = bodies(view, 'NotificationShow');
+  equal([shown.title, shown.body, shown.tag], ['head', 'text', 't']);
+  get(view, 'notificationClicked', shown.id);
+  await until(() => get(view, 'title') === 'clicked');
+  await until(() => happened(view, 'NotificationCancel'));
+  get(view, 'updateGeolocationFilter', server, false);
+  get(view, 'automationLog', 'a line');
+  await until(() => bodies(view, 'AutomationLog').some(b => b.message === 'a line'));
+  await until(() => bodies(view, 'UpdateGeolocationFilter').some(b => b.mask === server && !b.allow));
+  native('webview.delete', view);
+});
+
+test('what is under the pointer is told', async () => {
+  const view = await open('<a href="https://example.org/there" title="a tip">a link</a>');
+  native('webview.setZOrder', view, 5);
+  get(view, 'requestCurrentContextUpdate');
+  await until(() => changed(view, 'CurrentContext'));
+  equal(JSON.parse(get(view, 'currentContext')).url, '');
+  equal(JSON.parse(get(view, 'certificateInfo')).trusted, 0);
+  native('webview.delete', view);
+});
+
+test('a page may object to its end', async () => {
+  const view = await open('');
+  get(view, 'destroyIfNotRejectedByUser');
+  await until(() => happened(view, 'Destroyed'));
+  native('webview.delete', view);
+});

@@ -1,0 +1,290 @@
+// What pages cause, and what the chrome answers.
+import { answers, bodies, raw, createView, equal, errors, events, happened, native, ok, test, until }
+  from './suite.js';
+
+const query = new URLSearchParams(location.search);
+const server = query.get('server');
+
+// A web view with that page, loaded.
+async function open(html) {
+  const view = await createView();
+  native('webview.loadString', view, `<!doctype html><title></title><body>${html}`);
+  await until(() => happened(view, 'DocumentLoadFinished'));
+  return view;
+}
+const script = (view, text) => native('webview.executeJavaScript', view, text);
+const title = view => native('webview.title', view);
+
+test('a load tells its way in order', async () => {
+  const view = await createView();
+  events.length = 0;
+  native('webview.loadURL', view, 'local:///content.html');
+  await until(() => happened(view, 'DocumentLoadFinished') && happened(view, 'DocumentLoaded'));
+  const names = events.map(e => e.name).filter(n => !n.startsWith('Property') && n !== 'Focus');
+  const order = ['LocationChanging', 'LocationChange', 'DocumentLoadCommitted', 'DocumentLoadFinished'];
+  equal(names.filter(n => order.includes(n)), order);
+  equal(bodies(view, 'LocationChange')[0].url, 'local:///content.html');
+  script(view, "history.pushState({}, '', '#there')");
+  await until(() => bodies(view, 'LocationChange').length === 2);
+  equal(bodies(view, 'LocationChange')[1].url, 'local:///content.html#there');
+  native('webview.delete', view);
+});
+
+test('the chrome decides where a page goes', async () => {
+  const view = await open('<a id="a" href="local:///content.html">go</a>');
+  answers.set('LocationChanging', { setPreventDefault: true });
+  script(view, "document.getElementById('a').click()");
+  await until(() => bodies(view, 'LocationChanging').some(b => b.url === 'local:///content.html'));
+  equal(bodies(view, 'LocationChanging').at(-1).navigationType, 'LinkClicked');
+  answers.clear();
+  script(view, "document.title = 'still here'");
+  await until(() => title(view) === 'still here');
+  script(view, "document.getElementById('a').click()");
+  await until(() => title(view) === 'A real page');
+  native('webview.delete', view);
+});
+
+test('a scheme that nobody knows is offered to the chrome', async () => {
+  const view = await open('');
+  script(view, "location.href = 'mailto:somebody@example.org'");
+  await until(() => happened(view, 'InvokeRequestEvent'));
+  equal(bodies(view, 'UnknownProtocol')[0].scheme, 'mailto');
+  answers.set('UnknownProtocol', { setProtocolHandlerURL: 'local:///content.html' });
+  script(view, "location.href = 'odd:thing'");
+  await until(() => title(view) === 'A real page');
+  native('webview.delete', view);
+});
+
+test('a load that fails is told, and shown by whoever wants to', async () => {
+  const view = await createView();
+  native('webview.loadURL', view, 'http://127.0.0.1:1024/');
+  await until(() => happened(view, 'DocumentLoadFailed'));
+  const [failure] = bodies(view, 'NetworkError');
+  equal(failure.url, 'http://127.0.0.1:1024/');
+  ok(failure.message, 'no message');
+  native('webview.delete', view);
+});
+
+test('scripts bring results, and exceptions are told', async () => {
+  const view = await open('<script>window.twice = x => x * 2;</script>');
+  const ids = ['6 * 7', '"text"', 'null', 'throw new Error("on purpose")'].map(s => script(view, s));
+  await until(() => bodies(view, 'JavaScriptResult').length === 4);
+  const result = id => bodies(view, 'JavaScriptResult').find(b => b.resultId === id);
+  equal([result(ids[0]).resultType, result(ids[0]).resultString], ['JSNumber', '42']);
+  equal([result(ids[1]).resultType, result(ids[1]).resultString], ['JSString', 'text']);
+  equal(result(ids[2]).resultType, 'JSNull');
+  equal(result(ids[3]).resultType, 'JSException');
+  const id = native('webview.executeJavaScriptFunction', view, '["twice"]', '[21]');
+  await until(() => happened(view, 'JavaScriptFunctionResult'));
+  const [value] = bodies(view, 'JavaScriptFunctionResult');
+  equal([value.resultId, value.result], [id, 42]);
+  script(view, 'setTimeout(() => { thrown.byNobody; })');
+  await until(() => bodies(view, 'JavaScriptException').some(b => b.exception.includes('thrown')));
+  const isolated = script.bind(null, view);
+  isolated('window.here = 1');
+  const beside = native('webview.executeJavaScript', view, 'typeof here', 'IsolatedWorld');
+  await until(() => bodies(view, 'JavaScriptResult').some(b => b.resultId === beside));
+  equal(bodies(view, 'JavaScriptResult').find(b => b.resultId === beside).resultString, 'undefined');
+  native('webview.delete', view);
+});
+
+test('dialogs are answered at once or later', async () => {
+  const view = await open('');
+  answers.set('DialogRequested', body => body.dialogType === 'JavaScriptPrompt'
+    ? { setResult: `${body.message}:${body.result}` } : { setWait: true });
+  script(view, "document.title = prompt('name', 'nobody')");
+  await until(() => title(view) === 'name:nobody');
+  script(view, "document.title = String(confirm('sure?'))");
+  await until(() => bodies(view, 'DialogRequested').length === 2);
+  const asked = bodies(view, 'DialogRequested')[1];
+  equal([asked.dialogType, asked.message], ['JavaScriptConfirm', 'sure?']);
+  native('webview.dialogResponse', view, asked.waitHandle, true, '', '', '');
+  await until(() => title(view) === 'true');
+  script(view, "alert('read this'); document.title = 'read'");
+  await until(() => bodies(view, 'DialogRequested').length === 3);
+  native('webview.dialogResponse', view, bodies(view, 'DialogRequested')[2].waitHandle, true, '', '', '');
+  await until(() => title(view) === 'read');
+  native('webview.delete', view);
+});
+
+test('a log-in is asked of the chrome', async () => {
+  const view = await createView();
+  answers.set('DialogRequested', body => body.dialogType === 'AuthenticationChallenge'
+    ? { setUsername: 'user', setPassword: 'secret' } : undefined);
+  native('webview.loadURL', view, `${server}login`);
+  await until(() => title(view).includes('GET /login'));
+  equal(bodies(view, 'DialogRequested')[0].message, 'here');
+  native('webview.delete', view);
+});
+
+test('a window that a page opens gets the web view that the chrome prepares', async () => {
+  const view = await open('');
+  answers.set('OpenWindow', { setWait: true });
+  script(view, "document.title = String(!!window.open('local:///content.html', 'name'))");
+  await until(() => happened(view, 'OpenWindow'));
+  const [opened] = bodies(view, 'OpenWindow');
+  const popup = await createView();
+  native('webview.openWindowResponse', view, opened.waitHandle, popup);
+  await until(() => title(popup) === 'A real page');
+  await until(() => title(view) === 'true');
+  answers.set('OpenWindow', { setAction: 'DISCARD' });
+  script(view, "document.title = String(window.open('local:///content.html'))");
+  await until(() => title(view) === 'null');
+  // One that was prepared beforehand.
+  const ready = await createView();
+  native('webview.setPopupWebView', view, ready);
+  answers.clear();
+  script(view, "document.title = String(!!window.open('local:///content.html'))");
+  await until(() => title(ready) === 'A real page');
+  script(popup, 'window.close()');
+  await until(() => happened(popup, 'CloseWindow'));
+  for (const handle of [popup, ready, view]) native('webview.delete', handle);
+});
+
+test('a text is found as often as it is there', async () => {
+  const view = await open('<p>one two one</p><p>One</p>');
+  native('webview.findString', view, 'one');
+  await until(() => happened(view, 'FindString'));
+  const last = () => bodies(view, 'FindString').at(-1);
+  equal([last().isMatched, last().numMatches, last().currentIndex], [true, 3, 0]);
+  native('webview.findString', view, 'one', true);
+  await until(() => bodies(view, 'FindString').length === 2);
+  equal(last().currentIndex, 1);
+  native('webview.findString', view, 'absent');
+  await until(() => !last().isMatched);
+  native('webview.delete', view);
+});
+
+test('a download is saved where the chrome says, discarded, or decided later', async () => {
+  const view = await open('');
+  answers.set('DownloadRequest', body => {
+    const count = bodies(view, 'DownloadRequest').length;
+    if (count === 1) return { setAction: 'ActionSave', setFilename: `${query.get('folder')}/saved.bin` };
+    return { setAction: count === 2 ? 'ActionDiscard' : 'ActionPending' };
+  });
+  const finished = () => bodies(view, 'DownloadFinished');
+  native('webview.loadURL', view, `${server}file`);
+  await until(() => finished().length === 1);
+  const [request] = bodies(view, 'DownloadRequest');
+  equal([request.filename, request.url], ['named.bin', `${server}file`]);
+  equal(finished()[0].downloadResult, 'ResultSuccess');
+  equal(bodies(view, 'DownloadProgress').at(-1).downloadedSize, 100000);
+  native('webview.loadURL', view, `${server}file`);
+  await until(() => finished().length === 2);
+  equal(finished()[1].downloadResult, 'ResultCancelled');
+  native('webview.loadURL', view, `${server}file`);
+  await until(() => bodies(view, 'DownloadRequest').length === 3);
+  native('webview.downloadUpdate', view, bodies(view, 'DownloadRequest')[2].downloadId, 'ActionSave',
+    `${query.get('folder')}/later.bin`);
+  await until(() => finished().length === 3);
+  equal(finished()[2].downloadResult, 'ResultSuccess');
+  native('webview.delete', view);
+});
+
+test('every setting reports its change, once', async () => {
+  const view = await open('');
+  const names = native('bindingManager.listBindings').split('\n')
+    .map(name => name.replace('webview.', ''));
+  let changed = 0;
+  for (const name of names) {
+    const setter = `set${name.replace(/^is/, '')}`.replace('setEnableWebInspector', 'setWebInspectorEnabled');
+    if (!/^is(Enable|Block|Load|Always|Auto)/.test(name) || !names.includes(setter)) continue;
+    const before = native(`webview.${name}`, view) === '1';
+    native(`webview.${setter}`, view, !before);
+    native(`webview.${setter}`, view, !before);
+    equal(native(`webview.${name}`, view), before ? '0' : '1');
+    native(`webview.${setter}`, view, before);
+    ++changed;
+  }
+  ok(changed >= 8, `only ${changed} settings`);
+  native('webview.setDefaultFontSize', view, 20);
+  native('webview.setMinimumFontSize', view, 9);
+  native('webview.setUserAgent', view, 'other');
+  native('webview.setDefaultTextEncoding', view, 'utf-8');
+  native('webview.setDevicePixelRatio', view, 2.5);
+  native('webview.setZOrder', view, 3);
+  native('webview.setVisible', view, false);
+  native('webview.setGeometry', view, 1, 2, 300, 200);
+  native('webview.setExtraHttpHeaders', view, '{"X-A": "1"}');
+  const value = name => events.filter(e => e.name === `Property${name}Event`).map(e => e.data);
+  await until(() => value('CustomHTTPHeaders').length === 1);
+  equal(value('BlockPopups'), ['true', 'false']);
+  equal(value('DefaultFontSize'), ['20']);
+  equal(value('DevicePixelRatio'), ['2.5']);
+  equal(value('Visible'), ['false']);
+  equal(value('Viewport'), ['{"height":200,"width":300,"x":1,"y":2}']);
+  native('webview.delete', view);
+});
+
+test('permissions are asked for and refused', async () => {
+  const view = await createView();
+  native('webview.loadURL', view, 'local:///content.html');
+  await until(() => happened(view, 'DocumentLoadFinished'));
+  script(view, `navigator.geolocation.getCurrentPosition(() => { document.title = 'where'; },
+    error => { document.title = 'refused ' + error.code; })`);
+  await until(() => happened(view, 'GeolocationPermissionRequest'));
+  native('webview.setAllowGeolocation', view, bodies(view, 'GeolocationPermissionRequest')[0].origin, false);
+  await until(() => title(view) === 'refused 1');
+  script(view, "Notification.requestPermission().then(state => { document.title = state; })");
+  await until(() => happened(view, 'NotificationPermissionRequest'));
+  native('webview.setAllowNotification', view, bodies(view, 'NotificationPermissionRequest')[0].origin, false);
+  await until(() => title(view) === 'denied');
+  native('webview.delete', view);
+});
+
+test('a file is chosen by the chrome', async () => {
+  const view = await open('<input type="file" id="f">');
+  answers.set('ChooseFile', { setFileChosen: `${query.get('folder')}/outside.txt` });
+  script(view, `const f = document.getElementById('f');
+    f.onchange = () => { document.title = f.files[0].name; }; f.click();`);
+  await until(() => title(view) === 'outside.txt');
+  native('webview.delete', view);
+});
+
+test('full screen is asked for, entered and left', async () => {
+  const view = await open('<p id="p">large');
+  answers.set('FullScreenEntering', { setPreventDefault: true });
+  script(view, "document.getElementById('p').requestFullscreen()");
+  await until(() => happened(view, 'FullScreenEntering'));
+  equal(bodies(view, 'FullScreenEnter'), []);
+  script(view, 'document.exitFullscreen()');
+  await until(() => happened(view, 'FullScreenExit'));
+  answers.clear();
+  script(view, "document.getElementById('p').requestFullscreen()");
+  await until(() => happened(view, 'FullScreenEnter'));
+  script(view, 'document.exitFullscreen()');
+  await until(() => bodies(view, 'FullScreenExit').length === 2);
+  native('webview.delete', view);
+  // Nor does a view that goes while it is in full screen take the program with it.
+  const other = await open('<p id="p">large');
+  script(other, "document.getElementById('p').requestFullscreen()");
+  await until(() => happened(other, 'FullScreenEnter'));
+  native('webview.delete', other);
+});
+
+test('answers that are no answers change nothing', async () => {
+  const view = await createView();
+  for (const answer of ['', '   ', 'true', '{', '[1]', '{"setPreventDefault":1}',
+    '['.repeat(100000), `{"deep":${'['.repeat(100000)}${']'.repeat(100000)},"setModal":true}`,
+    `{"long":"${'x'.repeat(10 << 20)}"}`]) {
+    events.length = 0;
+    raw.answer = answer;
+    native('webview.loadURL', view, 'local:///content.html');
+    await until(() => happened(view, 'DocumentLoadFinished'));
+  }
+  raw.answer = undefined;
+  equal(errors, []);
+  native('webview.delete', view);
+});
+
+test('a chrome that calls back while it answers is served', async () => {
+  const view = await open('');
+  answers.set('LocationChanging', (body, handle) => {
+    for (let i = 0; i < 50; ++i) native('webview.title', handle);
+    return {};
+  });
+  native('webview.loadURL', view, 'local:///content.html');
+  await until(() => title(view) === 'A real page');
+  equal(errors, []);
+  native('webview.delete', view);
+});
