@@ -48,14 +48,15 @@ constexpr auto commandMessages = [] {
 #define COMMAND_AS(number, name, operation, ...)        \
   Installation{(number) != 0 ? (number) : unusedNumber, \
                made<RecordSerializer<commands::ShapeOf<&WebView::operation>::Record>>},
-  std::array installations{
+  constexpr Installation byName[] = {
 #include "webview/commands/Commands.def"
   };
 #undef COMMAND_AS
 #undef COMMAND
-  std::sort(installations.begin(), installations.end(),
+  std::array<Installation, std::size(byName)> byNumber = std::to_array(byName);
+  std::sort(byNumber.begin(), byNumber.end(),
             [](const Installation& a, const Installation& b) { return a.type < b.type; });
-  return installations;
+  return byNumber;
 }();
 
 [[maybe_unused]] const bool installed = [] {

@@ -71,7 +71,7 @@ OrvWebFavicon faviconFrom(cairo_surface_t* surface, const String& url) {
 String pemOf(GTlsCertificate* certificate) {
   gchar* pem = nullptr;
   g_object_get(certificate, "certificate-pem", &pem, nullptr);
-  const String result(pem);
+  String result(pem);
   g_free(pem);
   return result;
 }

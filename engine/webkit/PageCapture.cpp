@@ -8,8 +8,6 @@
 #include <algorithm>
 #include <cmath>
 
-using Tessel::Platform::String;
-
 namespace {
 
 // Pixels along a side: more is more than the drawing library takes.

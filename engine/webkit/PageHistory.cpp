@@ -94,7 +94,7 @@ String PageHistory::session() const {
   const void* data = g_bytes_get_data(bytes, &size);
   gchar* text = g_base64_encode(static_cast<const guchar*>(data), size);
   g_bytes_unref(bytes);
-  const String result(text);
+  String result(text);
   g_free(text);
   return result;
 }

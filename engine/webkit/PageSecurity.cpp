@@ -32,7 +32,7 @@ std::vector<SSLCertificate> chainOf(GTlsCertificate* certificate) {
 String now() {
   GDateTime* time = g_date_time_new_now_utc();
   gchar* text = g_date_time_format(time, "%Y-%m-%dT%H:%M:%SZ");
-  const String result(text);
+  String result(text);
   g_free(text);
   g_date_time_unref(time);
   return result;

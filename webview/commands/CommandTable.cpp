@@ -16,62 +16,6 @@ using Tessel::Platform::String;
 
 namespace commands {
 
-bool readMembers(const char* json, std::initializer_list<std::pair<const char*, int*>> members) {
-  rapidjson::Document document;
-  document.Parse<rapidjson::kParseIterativeFlag>(json);
-  if (document.HasParseError() || !document.IsObject()) return false;
-  for (const auto& [name, value] : members) {
-    const auto member = document.FindMember(name);
-    if (member == document.MemberEnd() || !member->value.IsNumber()) return false;
-    // A fraction counts as its integer part, as far as that fits.
-    const double number =
-        std::clamp(member->value.GetDouble(), static_cast<double>(std::numeric_limits<int>::min()),
-                   static_cast<double>(std::numeric_limits<int>::max()));
-    *value = static_cast<int>(number);
-  }
-  return true;
-}
-
-namespace {
-
-// Calls the visitor with each element; not at all for a text that is no array.
-template <typename Visit>
-void forEachElement(const char* json, Visit&& visit) {
-  rapidjson::Document document;
-  document.Parse<rapidjson::kParseIterativeFlag>(json);
-  if (document.HasParseError() || !document.IsArray()) return;
-  for (const rapidjson::Value& element : document.GetArray()) visit(element);
-}
-
-String textOf(const rapidjson::Value& value) {
-  return std::string_view(value.GetString(), value.GetStringLength());
-}
-
-}  // namespace
-
-bool Value<std::vector<String>>::parse(const char* text, std::vector<String>& value) {
-  forEachElement(text, [&](const rapidjson::Value& element) {
-    if (element.IsString()) value.push_back(textOf(element));
-  });
-  return true;
-}
-
-bool Value<std::vector<JavaScriptVariant>>::parse(const char* text,
-                                                  std::vector<JavaScriptVariant>& value) {
-  forEachElement(text, [&](const rapidjson::Value& element) {
-    if (element.IsString()) {
-      value.emplace_back(textOf(element));
-    } else if (element.IsInt()) {
-      value.emplace_back(element.GetInt());
-    } else if (element.IsDouble()) {
-      value.emplace_back(element.GetDouble());
-    } else if (element.IsBool()) {
-      value.emplace_back(element.GetBool());
-    }
-  });
-  return true;
-}
-
 bool Value<OrvWebView*>::parse(const char* text, OrvWebView*& value) {
   unsigned int handle = 0;
   if (!Value<unsigned int>::parse(text, handle)) return false;
@@ -208,32 +152,32 @@ constexpr CommandRow row() {
   static_assert(optional <= count);
   return {.name = name.text,
           .handler = handle<number, name, Operation, defaults...>,
+          .messageFields = Shape::fieldLetters.data(),
           .messageNumber = number,
           .requiredArguments = count - optional,
           .optionalArguments = optional,
-          .messageFields = Shape::fieldLetters.data(),
           .messageReply = commands::Reply<typename Shape::Result>::letter};
 }
 
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name __VA_OPT__(, ) __VA_ARGS__)
 #define COMMAND_AS(number, name, operation, ...) \
   row<number, #name, &WebView::operation __VA_OPT__(, ) __VA_ARGS__>(),
-constexpr std::array rows{
+constexpr CommandRow rows[] = {
 #include "webview/commands/Commands.def"
 };
 #undef COMMAND_AS
 #undef COMMAND
 
 constexpr bool namesAscend() {
-  return std::adjacent_find(rows.begin(), rows.end(), [](const auto& a, const auto& b) {
+  return std::adjacent_find(std::begin(rows), std::end(rows), [](const auto& a, const auto& b) {
            return std::string_view(a.name) >= std::string_view(b.name);
-         }) == rows.end();
+         }) == std::end(rows);
 }
 static_assert(namesAscend(), "Commands.def is in byte order of the names, each name once");
 
 constexpr bool numbersAreUnique() {
-  std::array<int, rows.size()> numbers{};
-  std::transform(rows.begin(), rows.end(), numbers.begin(),
+  std::array<int, std::size(rows)> numbers{};
+  std::transform(std::begin(rows), std::end(rows), numbers.begin(),
                  [](const CommandRow& row) { return row.messageNumber; });
   std::sort(numbers.begin(), numbers.end());
   const auto used = std::upper_bound(numbers.begin(), numbers.end(), 0);

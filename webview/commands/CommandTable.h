@@ -9,12 +9,12 @@
 struct CommandRow {
   const char* name;  // after "webview."; errors name the function by it
   BindingHandler handler;
-  int messageNumber;  // 0 for a command that has no message
-  int requiredArguments;
-  int optionalArguments;
   // What crosses to another process: a letter per field after the handle (i int, b bool, s text),
   // and one for the reply (- none, b, i, u unsigned int, f float, d double, e enumeration, t text).
   const char* messageFields;
+  int messageNumber;  // 0 for a command that has no message
+  int requiredArguments;
+  int optionalArguments;
   char messageReply;
 };
 

@@ -7,11 +7,13 @@
 #include "platform/String.h"
 #include "webview/events/EventFields.h"
 #include "webview/events/Names.h"
+#include "webview/events/RecordReaders.h"
 
 #include <locale.h>
 
 #include <cerrno>
 #include <cmath>
+#include <concepts>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -138,32 +140,30 @@ struct Value<OrvWebPropertyChangedEvent::Property> {
   }
 };
 
-// Its members by name, each a number.
-bool readMembers(const char* json, std::initializer_list<std::pair<const char*, int*>> members);
-
-template <>
-struct Value<OrvWebRect> {
-  static bool parse(const char* text, OrvWebRect& value) {
-    return readMembers(
-        text,
-        {{"x", &value.x}, {"y", &value.y}, {"width", &value.width}, {"height", &value.height}});
+// JSON of records and lists. Elements of a list that are of another kind are skipped; a text that
+// is no list is an empty one.
+template <typename T>
+requires std::same_as<T, OrvWebPoint> || std::same_as<T, OrvWebRect> || std::same_as<T, OrvWebSize>
+struct Value<T> {
+  static bool parse(const char* text, T& value) { return readRecord(text, value); }
+  static String text(const T& value) { return fields::textOf(value); }
+};
+template <typename T>
+requires std::same_as<T, std::vector<String>> || std::same_as<T, std::vector<JavaScriptVariant>>
+struct Value<T> {
+  static bool parse(const char* text, T& value) {
+    readRecord(text, value);
+    return true;
   }
-  static String text(const OrvWebRect& value) { return fields::textOf(value); }
+  static String text(const T& value) { return fields::textOf(value); }
 };
 
-template <>
-struct Value<OrvWebPoint> {
-  static bool parse(const char* text, OrvWebPoint& value) {
-    return readMembers(text, {{"x", &value.x}, {"y", &value.y}});
-  }
-  static String text(const OrvWebPoint& value) { return fields::textOf(value); }
-};
-
-template <>
-struct Value<OrvWebSize> {
-  static bool parse(const char* text, OrvWebSize& value) {
-    return readMembers(text, {{"width", &value.width}, {"height", &value.height}});
-  }
+// Records that only go to the chrome.
+template <typename T>
+requires std::same_as<T, OrvWebContext> || std::same_as<T, OrvWebCertificateInfo> ||
+    std::same_as<T, OrvWebFavicon> || std::same_as<T, std::vector<OrvWebHistoryItem>>
+struct Value<T> {
+  static String text(const T& value) { return fields::textOf(value); }
 };
 
 // Records that bring a text form of their own. A text that does not read leaves an empty record,
@@ -189,41 +189,10 @@ struct Value<OrvWebPageSecurityInfo> {
   static String text(const OrvWebPageSecurityInfo& value) { return value.serialize(); }
 };
 
-// JSON arrays. Elements of another kind are skipped; a text that is no array is an empty one.
-template <>
-struct Value<std::vector<String>> {
-  static bool parse(const char* text, std::vector<String>& value);
-  static String text(const std::vector<String>& value) { return fields::textOf(value); }
-};
-template <>
-struct Value<std::vector<JavaScriptVariant>> {
-  static bool parse(const char* text, std::vector<JavaScriptVariant>& value);
-};
-
 // A web view of this process by its handle; null for a handle that names none.
 template <>
 struct Value<OrvWebView*> {
   static bool parse(const char* text, OrvWebView*& value);
-};
-
-template <>
-struct Value<OrvWebContext> {
-  static String text(const OrvWebContext& value) { return fields::textOf(value); }
-};
-
-template <>
-struct Value<OrvWebCertificateInfo> {
-  static String text(const OrvWebCertificateInfo& value) { return fields::textOf(value); }
-};
-
-template <>
-struct Value<OrvWebFavicon> {
-  static String text(const OrvWebFavicon& value) { return fields::textOf(value); }
-};
-
-template <>
-struct Value<std::vector<OrvWebHistoryItem>> {
-  static String text(const std::vector<OrvWebHistoryItem>& items) { return fields::textOf(items); }
 };
 
 }  // namespace commands

@@ -52,7 +52,7 @@ struct TextForm<T> {
 template <typename T>
 struct JsonForm {
   static String text(const T& value) { return fields::textOf(value); }
-  static bool parse(const String& text, T& value);
+  static bool parse(const String& text, T& value) { return readRecord(text, value); }
 };
 template <>
 struct TextForm<OrvWebPoint> : JsonForm<OrvWebPoint> {};

@@ -159,12 +159,14 @@ char* write(char* out, const T& value);
 template <typename Holder, const auto& Order>
 struct ObjectText {
   template <std::size_t I>
-  static constexpr const auto& entry = std::get<Order[I]>(Holder::list);
+  static constexpr const auto& entry() {
+    return std::get<Order[I]>(Holder::list);
+  }
 
   // {"key": or ,"key":
   template <std::size_t I>
   static constexpr auto before = [] {
-    constexpr std::string_view key = entry<I>.key;
+    constexpr std::string_view key = entry<I>().key;
     std::array<char, key.size() + 4> text{};
     std::copy(key.begin(), key.end(), text.begin() + 2);
     text[0] = I == 0 ? '{' : ',';
@@ -177,8 +179,8 @@ struct ObjectText {
   template <typename Object, typename Use>
   static auto withValues(const Object& object, Use&& use) {
     return [&]<std::size_t... I>(std::index_sequence<I...> places) {
-      const std::tuple<decltype(valueOf(entry<I>.get, object))...> values(
-          valueOf(entry<I>.get, object)...);
+      const std::tuple<decltype(valueOf(entry<I>().get, object))...> values(
+          valueOf(entry<I>().get, object)...);
       return use(values, places);
     }
     (std::make_index_sequence<Order.size()>());
