@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <type_traits>
 #include <utility>
 
 using link_protocol::Watched;
@@ -39,17 +40,49 @@ class Details {
   const std::vector<JavaScriptVariant>& values_;
 };
 
-String onDocumentLoaded(WebKitPage& page, const Details&) {
-  page.raise(OrvWebEvent::DocumentLoaded);
+// A value of the report, by the type of what it is for.
+void read(const Details& details, std::size_t index, String& value) {
+  value = details.text(index);
+}
+void read(const Details& details, std::size_t index, int& value) {
+  value = details.integer(index);
+}
+void read(const Details& details, std::size_t index, bool& value) {
+  value = details.flag(index);
+}
+void read(const Details& details, std::size_t, OrvWebPoint& value) {
+  value = {details.integer(0), details.integer(1)};
+}
+template <typename T>
+void read(const Details& details, std::size_t index, ValueField<T>& field) {
+  T value{};
+  read(details, index, value);
+  field = value;
+}
+
+// An event without details.
+template <OrvWebEvent::Type Type>
+String raise(WebKitPage& page, const Details&) {
+  page.raise(Type);
   return {};
 }
 
-String onException(WebKitPage& page, const Details& details) {
-  OrvWebJavaScriptExceptionEvent event;
-  event.exception = details.text(0);
-  event.file = details.text(1);
-  event.line = details.integer(2);
+// An event whose fields are the report's details, in their order.
+template <typename Event, auto... Fields>
+String raiseEvent(WebKitPage& page, const Details& details) {
+  Event event;
+  std::size_t index = 0;
+  (read(details, index++, event.*Fields), ...);
   page.raise(event);
+  return {};
+}
+
+// A piece of state whose value is the report's.
+template <auto Member>
+String update(WebKitPage& page, const Details& details) {
+  std::remove_cvref_t<decltype(PageState().*Member)> value{};
+  read(details, 0, value);
+  page.update<Member>(value);
   return {};
 }
 
@@ -68,35 +101,15 @@ String onWindowObjectCleared(WebKitPage& page, const Details&) {
   return event.script();
 }
 
-String onScrolled(WebKitPage& page, const Details& details) {
-  page.update<&PageState::scrollPosition>(OrvWebPoint{details.integer(0), details.integer(1)});
-  return {};
-}
-
 String onContent(WebKitPage& page, const Details& details) {
   page.update<&PageState::contentRectangle>(
       OrvWebRect{0, 0, details.integer(0), details.integer(1)});
   return {};
 }
 
-String onEncoding(WebKitPage& page, const Details& details) {
-  page.update<&PageState::textEncoding>(details.text(0));
-  return {};
-}
-
-String onTooltip(WebKitPage& page, const Details& details) {
-  page.update<&PageState::tooltip>(details.text(0));
-  return {};
-}
-
 String onPinch(WebKitPage& page, const Details& details) {
   const double factor = details.number(0);
   if (std::isfinite(factor) && factor > 0) page.setPinch(factor);
-  return {};
-}
-
-String onVideoFullScreen(WebKitPage& page, const Details& details) {
-  page.update<&PageState::isVideoFullScreen>(details.flag(0));
   return {};
 }
 
@@ -112,47 +125,19 @@ String onRendered(WebKitPage& page, const Details& details) {
   return {};
 }
 
-String onSelection(WebKitPage& page, const Details& details) {
-  OrvWebSelectionChangedEvent event;
-  event.startX = details.integer(0);
-  event.startY = details.integer(1);
-  event.startWidth = details.integer(2);
-  event.startHeight = details.integer(3);
-  event.endX = details.integer(4);
-  event.endY = details.integer(5);
-  event.endWidth = details.integer(6);
-  event.endHeight = details.integer(7);
-  page.raise(event);
-  return {};
-}
-
 String onElement(WebKitPage& page, const Details& details) {
-  OrvWebContext context =
-      page.client() ? page.client()->pageState().currentContext : OrvWebContext();
-  context.alt = details.text(0);
-  context.isAudio = details.flag(1);
-  context.isFocusable = details.flag(2);
-  context.isPassword = details.flag(3);
-  context.isSingleLine = details.flag(4);
-  context.isVideo = details.flag(5);
-  context.mimeType = details.text(6);
-  context.pattern = details.text(7);
-  context.text = details.text(8);
-  const bool wasAsked = details.flag(9);
-  if (wasAsked && page.client() && page.client()->pageState().currentContext == context) {
+  if (!page.client()) return {};
+  const OrvWebContext before = page.client()->pageState().currentContext;
+  OrvWebContext context = before;
+  std::size_t index = 0;
+  const auto take = [&](auto&... fields) { (read(details, index++, fields), ...); };
+  take(context.alt, context.isAudio, context.isFocusable, context.isPassword, context.isSingleLine,
+       context.isVideo, context.mimeType, context.pattern, context.text);
+  const bool wasAsked = details.flag(index);
+  if (wasAsked && context == before) {
     page.propertyChanged(OrvWebPropertyChangedEvent::CurrentContext);
   }
   page.update<&PageState::currentContext>(context);
-  return {};
-}
-
-String onCaret(WebKitPage& page, const Details& details) {
-  OrvWebCaretChangedEvent event;
-  event.rectX = details.integer(0);
-  event.rectY = details.integer(1);
-  event.rectWidth = details.integer(2);
-  event.rectHeight = details.integer(3);
-  page.raise(event);
   return {};
 }
 
@@ -162,32 +147,31 @@ String onClipboard(WebKitPage& page, const Details& details) {
   return {};
 }
 
-String onControls(WebKitPage& page, const Details& details) {
-  OrvWebFormControlEvent event;
-  event.isNextActive = details.flag(0);
-  event.isPreviousActive = details.flag(1);
-  event.isVisible = details.flag(2);
-  page.raise(event);
-  return {};
-}
-
 using Handler = String (*)(WebKitPage&, const Details&);
+using Caret = OrvWebCaretChangedEvent;
+using Selection = OrvWebSelectionChangedEvent;
+using Exception = OrvWebJavaScriptExceptionEvent;
+using Control = OrvWebFormControlEvent;
 constexpr std::pair<const char*, Handler> handlers[] = {
-    {"caret", onCaret},
+    {"caret",
+     raiseEvent<Caret, &Caret::rectX, &Caret::rectY, &Caret::rectWidth, &Caret::rectHeight>},
     {"clipboard", onClipboard},
     {"content", onContent},
-    {"controls", onControls},
-    {"documentLoaded", onDocumentLoaded},
+    {"controls",
+     raiseEvent<Control, &Control::isNextActive, &Control::isPreviousActive, &Control::isVisible>},
+    {"documentLoaded", raise<OrvWebEvent::DocumentLoaded>},
     {"element", onElement},
-    {"encoding", onEncoding},
-    {"exception", onException},
+    {"encoding", update<&PageState::textEncoding>},
+    {"exception", raiseEvent<Exception, &Exception::exception, &Exception::file, &Exception::line>},
     {"functionResult", onFunctionResult},
     {"pinch", onPinch},
     {"rendered", onRendered},
-    {"scrolled", onScrolled},
-    {"selection", onSelection},
-    {"tooltip", onTooltip},
-    {"videoFullScreen", onVideoFullScreen},
+    {"scrolled", update<&PageState::scrollPosition>},
+    {"selection", raiseEvent<Selection, &Selection::startX, &Selection::startY,
+                             &Selection::startWidth, &Selection::startHeight, &Selection::endX,
+                             &Selection::endY, &Selection::endWidth, &Selection::endHeight>},
+    {"tooltip", update<&PageState::tooltip>},
+    {"videoFullScreen", update<&PageState::isVideoFullScreen>},
     {"windowObjectCleared", onWindowObjectCleared},
 };
 
