@@ -1,0 +1,219 @@
+// One end of a message channel between two processes.
+//
+// A datagram is a header, a length for each blob, and the blobs' bytes one after the other; with a
+// file, the bytes are in there instead.
+#include "platform/messages/ChannelSocket.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+namespace Tessel::Platform {
+
+namespace {
+
+struct DatagramHeader {
+  static constexpr std::uint32_t expectedMark = 0x50484d31;
+  static constexpr std::uint32_t inFile = 1;
+
+  std::uint32_t mark;
+  std::uint32_t flags;
+  std::uint32_t count;  // of the blobs
+  std::uint32_t size;   // of all their bytes
+};
+static_assert(sizeof(DatagramHeader) == 16);
+
+using Lengths = std::array<std::uint32_t, BlobList::capacity>;
+
+// Each blob may be as long as a text may be, all of them together as long as the queue.
+constexpr std::size_t maximumBytes = ChannelSocket::maximumUnsent;
+constexpr int seals = F_SEAL_SEAL | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE;
+
+UniqueFd fileOf(const std::string& content) {
+  UniqueFd file(::memfd_create("message", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+  if (!file) return file;
+  for (std::size_t written = 0; written < content.size();) {
+    const ssize_t count = ::write(file.get(), content.data() + written, content.size() - written);
+    if (count < 0 && errno != EINTR) return UniqueFd();
+    if (count > 0) written += static_cast<std::size_t>(count);
+  }
+  if (::fcntl(file.get(), F_ADD_SEALS, seals) != 0) return UniqueFd();
+  return file;
+}
+
+// The descriptor that came along; others are closed.
+UniqueFd fileFrom(msghdr& message) {
+  UniqueFd file;
+  for (cmsghdr* part = CMSG_FIRSTHDR(&message); part; part = CMSG_NXTHDR(&message, part)) {
+    if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS) continue;
+    const std::size_t count = (part->cmsg_len - CMSG_LEN(0)) / sizeof(int);
+    for (std::size_t i = 0; i < count; ++i) {
+      int descriptor = -1;
+      std::memcpy(&descriptor, CMSG_DATA(part) + i * sizeof(int), sizeof descriptor);
+      file.reset(descriptor);
+    }
+  }
+  return file;
+}
+
+}  // namespace
+
+void ReceivedMessage::Unmap::operator()(void* memory) const {
+  ::munmap(memory, size);
+}
+
+ChannelSocket::ChannelSocket(UniqueFd socket) : socket_(std::move(socket)) {
+  const int flags = ::fcntl(socket_.get(), F_GETFL);
+  if (flags < 0 || ::fcntl(socket_.get(), F_SETFL, flags | O_NONBLOCK) != 0) socket_.reset();
+}
+
+std::pair<ChannelSocket, ChannelSocket> ChannelSocket::pair() {
+  int ends[2] = {-1, -1};
+  if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return {};
+  return {ChannelSocket(UniqueFd(ends[0])), ChannelSocket(UniqueFd(ends[1]))};
+}
+
+bool ChannelSocket::makeDatagram(Blobs blobs, Datagram& datagram) {
+  if (blobs.size() > BlobList::capacity) return false;
+  Lengths lengths{};
+  std::size_t size = 0;
+  for (std::size_t i = 0; i < blobs.size(); ++i) {
+    if (blobs[i].length > maximumBytes - size) return false;
+    size += blobs[i].length;
+    lengths[i] = static_cast<std::uint32_t>(blobs[i].length);
+  }
+  const std::size_t table = blobs.size() * sizeof(std::uint32_t);
+  const bool inFile = sizeof(DatagramHeader) + table + size > largestDatagram;
+  const DatagramHeader header{DatagramHeader::expectedMark, inFile ? DatagramHeader::inFile : 0,
+                              static_cast<std::uint32_t>(blobs.size()),
+                              static_cast<std::uint32_t>(size)};
+  datagram.bytes.reserve(sizeof header + table + (inFile ? 0 : size));
+  datagram.bytes.append(reinterpret_cast<const char*>(&header), sizeof header);
+  datagram.bytes.append(reinterpret_cast<const char*>(lengths.data()), table);
+  std::string& content = inFile ? datagram.fileContent : datagram.bytes;
+  if (inFile) content.reserve(size);
+  for (const Blob& blob : blobs) {
+    content.append(static_cast<const char*>(blob.data), blob.length);
+  }
+  return true;
+}
+
+ChannelSocket::Sent ChannelSocket::sendNow(const Datagram& datagram) const {
+  iovec bytes{const_cast<char*>(datagram.bytes.data()), datagram.bytes.size()};
+  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
+  msghdr message{};
+  message.msg_iov = &bytes;
+  message.msg_iovlen = 1;
+  UniqueFd file;
+  if (!datagram.fileContent.empty()) {
+    file = fileOf(datagram.fileContent);
+    if (!file) return errno == EMFILE || errno == ENFILE ? Sent::None : Sent::Broken;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    cmsghdr* part = CMSG_FIRSTHDR(&message);
+    part->cmsg_level = SOL_SOCKET;
+    part->cmsg_type = SCM_RIGHTS;
+    part->cmsg_len = CMSG_LEN(sizeof(int));
+    const int descriptor = file.get();
+    std::memcpy(CMSG_DATA(part), &descriptor, sizeof descriptor);
+  }
+  for (;;) {
+    if (::sendmsg(socket_.get(), &message, MSG_NOSIGNAL | MSG_DONTWAIT) >= 0) return Sent::All;
+    if (errno == EINTR) continue;
+    // Too many descriptors on their way (ETOOMANYREFS) is a full socket by another name.
+    const bool full = errno == EAGAIN || errno == ENOBUFS || errno == ETOOMANYREFS;
+    return full ? Sent::None : Sent::Broken;
+  }
+}
+
+bool ChannelSocket::send(Blobs blobs) {
+  if (!socket_) return false;
+  Datagram datagram;
+  if (!makeDatagram(blobs, datagram)) return false;
+  if (unsent_.empty()) {
+    const Sent sent = sendNow(datagram);
+    if (sent != Sent::None) return sent == Sent::All;
+  }
+  std::size_t size = 0;
+  for (const Blob& blob : blobs) size += blob.length;
+  if (unsentBytes_ + size > maximumUnsent) return false;
+  unsentBytes_ += size;
+  unsent_.push_back(std::move(datagram));
+  return true;
+}
+
+bool ChannelSocket::flush() {
+  while (!unsent_.empty()) {
+    const Sent sent = sendNow(unsent_.front());
+    if (sent != Sent::All) return sent == Sent::None;
+    unsent_.pop_front();
+  }
+  unsentBytes_ = 0;
+  return true;
+}
+
+ChannelSocket::Outcome ChannelSocket::receive(ReceivedMessage& message) {
+  message = ReceivedMessage();
+  message.bytes_.resize(largestDatagram);
+  iovec bytes{message.bytes_.data(), message.bytes_.size()};
+  alignas(cmsghdr) std::array<char, CMSG_SPACE(4 * sizeof(int))> control{};
+  msghdr packet{};
+  packet.msg_iov = &bytes;
+  packet.msg_iovlen = 1;
+  packet.msg_control = control.data();
+  packet.msg_controllen = control.size();
+  ssize_t received = -1;
+  do {
+    received = ::recvmsg(socket_.get(), &packet, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+  } while (received < 0 && errno == EINTR);
+  if (received < 0) return errno == EAGAIN ? Outcome::Nothing : Outcome::Closed;
+  if (received == 0) return Outcome::Closed;
+  const UniqueFd file = fileFrom(packet);
+  if (packet.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) return Outcome::Malformed;
+
+  const auto size = static_cast<std::size_t>(received);
+  DatagramHeader header{};
+  if (size < sizeof header) return Outcome::Malformed;
+  std::memcpy(&header, message.bytes_.data(), sizeof header);
+  if (header.mark != DatagramHeader::expectedMark || header.flags > DatagramHeader::inFile ||
+      header.count > BlobList::capacity || header.size > maximumBytes) {
+    return Outcome::Malformed;
+  }
+  const bool inFile = header.flags == DatagramHeader::inFile;
+  const std::size_t start = sizeof header + header.count * sizeof(std::uint32_t);
+  if (inFile != bool(file) || size != start + (inFile ? 0 : header.size)) return Outcome::Malformed;
+
+  const char* data = message.bytes_.data() + start;
+  if (inFile) {
+    struct stat status {};
+    // Sealed, it can neither change nor shrink under the reader.
+    if (::fcntl(file.get(), F_GET_SEALS) != seals || ::fstat(file.get(), &status) != 0 ||
+        status.st_size != static_cast<off_t>(header.size) || header.size == 0) {
+      return Outcome::Malformed;
+    }
+    void* memory = ::mmap(nullptr, header.size, PROT_READ, MAP_PRIVATE, file.get(), 0);
+    if (memory == MAP_FAILED) return Outcome::Malformed;
+    message.mapping_ = {memory, ReceivedMessage::Unmap{header.size}};
+    data = static_cast<const char*>(memory);
+  }
+  Lengths lengths{};
+  std::memcpy(lengths.data(), message.bytes_.data() + sizeof header,
+              header.count * sizeof(std::uint32_t));
+  std::size_t left = header.size;
+  for (std::size_t i = 0; i < header.count; ++i) {
+    if (lengths[i] > left) return Outcome::Malformed;
+    message.blobs_.push_back({data, lengths[i]});
+    data += lengths[i];
+    left -= lengths[i];
+  }
+  return left == 0 ? Outcome::Message : Outcome::Malformed;
+}
+
+}  // namespace Tessel::Platform
