@@ -241,6 +241,34 @@ constexpr bool numbersAreUnique() {
 }
 static_assert(numbersAreUnique(), "a message number in Commands.def stands for one command");
 
+// Each row and its documentation: a mark, then how many arguments are named.
+constexpr int rowMark = -1;
+constexpr int namesIn(std::string_view list) {
+  return list.empty() ? 0 : 1 + static_cast<int>(std::count(list.begin(), list.end(), ','));
+}
+#define COMMAND(number, name, ...) rowMark,
+#define COMMAND_AS(number, name, operation, ...) rowMark,
+#define DOC(effect, arguments, text) namesIn(arguments),
+constexpr int documentation[] = {
+#include "webview/commands/Commands.def"
+};
+#undef DOC
+#undef COMMAND_AS
+#undef COMMAND
+
+constexpr bool isDocumented() {
+  if (std::size(documentation) != 2 * rows.size()) return false;
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    if (documentation[2 * i] != rowMark) return false;
+    if (documentation[2 * i + 1] != rows[i].requiredArguments + rows[i].optionalArguments) {
+      return false;
+    }
+  }
+  return true;
+}
+static_assert(isDocumented(),
+              "in Commands.def one DOC follows each row and names all arguments of the operation");
+
 }  // namespace
 
 std::span<const CommandRow> commandTable() {
