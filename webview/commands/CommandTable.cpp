@@ -259,10 +259,8 @@ constexpr int documentation[] = {
 constexpr bool isDocumented() {
   if (std::size(documentation) != 2 * rows.size()) return false;
   for (std::size_t i = 0; i < rows.size(); ++i) {
-    if (documentation[2 * i] != rowMark) return false;
-    if (documentation[2 * i + 1] != rows[i].requiredArguments + rows[i].optionalArguments) {
-      return false;
-    }
+    const int count = rows[i].requiredArguments + rows[i].optionalArguments;
+    if (documentation[2 * i] != rowMark || documentation[2 * i + 1] != count) return false;
   }
   return true;
 }
