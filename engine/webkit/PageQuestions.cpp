@@ -247,7 +247,17 @@ gboolean PageQuestions::onPermission(WebKitWebView*, WebKitPermissionRequest* re
       self->hold(number, std::move(question), permission, origin);
     }
   };
+  // What was decided before is not asked again. Switched off, the document that is there already may
+  // still ask; it is refused when the question goes.
+  const auto decided = [&](PagePermission permission) {
+    const auto decision = page->client()->decisionFor(permission, origin);
+    if (decision) question->answer({*decision, {}, {}, {}});
+    return decision.has_value();
+  };
+  if (!page->client()) return TRUE;
   if (WEBKIT_IS_GEOLOCATION_PERMISSION_REQUEST(request)) {
+    if (!page->client()->settings().isEnableGeolocation) return TRUE;
+    if (decided(PagePermission::Geolocation)) return TRUE;
     OrvWebGeolocationPermissionRequestEvent event;
     event.origin = origin;
     ask(event, PagePermission::Geolocation);
@@ -262,6 +272,7 @@ gboolean PageQuestions::onPermission(WebKitWebView*, WebKitPermissionRequest* re
     }
     ask(event, PagePermission::UserMedia);
   } else if (WEBKIT_IS_NOTIFICATION_PERMISSION_REQUEST(request)) {
+    if (decided(PagePermission::Notification)) return TRUE;
     if (!page->wants(OrvWebEvent::NotificationPermissionRequest)) return TRUE;
     OrvWebNotificationPermissionRequestEvent event;
     event.origin = origin;
@@ -281,6 +292,11 @@ gboolean PageQuestions::onPermissionState(WebKitWebView*, WebKitPermissionStateQ
     return FALSE;
   }
   auto question = std::make_unique<OpenPermissionState>(query);
+  if (const auto decision =
+          page->client()->decisionFor(PagePermission::Notification, originOf(self->view_))) {
+    question->answer({true, *decision ? "granted" : "denied", {}, {}});
+    return TRUE;
+  }
   OrvWebNotificationPermissionCheckEvent event;
   event.origin = originOf(self->view_);
   event.waitHandle = nextQuestionNumber();

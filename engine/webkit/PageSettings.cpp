@@ -40,6 +40,11 @@ const char* nullIfEmpty(const String& text) {
   return text.isEmpty() ? nullptr : text.utf8();
 }
 
+// A font is not smaller than nothing.
+guint sizeOf(int pixels) {
+  return pixels > 0 ? static_cast<guint>(pixels) : 0;
+}
+
 GdkRGBA colorOf(unsigned int argb) {
   const auto part = [&](unsigned int shift) { return ((argb >> shift) & 0xFF) / 255.0; };
   return {part(16), part(8), part(0), part(24)};
@@ -111,10 +116,10 @@ void PageSettings::apply(WebKitSettings* settings, WebViewSetting setting,
       webkit_settings_set_auto_load_images(settings, values.isLoadImages);
       break;
     case WebViewSetting::defaultFontSize:
-      webkit_settings_set_default_font_size(settings, static_cast<guint>(values.defaultFontSize));
+      webkit_settings_set_default_font_size(settings, sizeOf(values.defaultFontSize));
       break;
     case WebViewSetting::minimumFontSize:
-      webkit_settings_set_minimum_font_size(settings, static_cast<guint>(values.minimumFontSize));
+      webkit_settings_set_minimum_font_size(settings, sizeOf(values.minimumFontSize));
       break;
     case WebViewSetting::defaultTextEncoding:
       webkit_settings_set_default_charset(settings, values.defaultTextEncoding.utf8());

@@ -185,6 +185,32 @@ constexpr bool numbersAreUnique() {
 }
 static_assert(numbersAreUnique(), "a message number in Commands.def stands for one command");
 
+// Each row and its documentation: a mark, then how many arguments are named.
+constexpr int rowMark = -1;
+constexpr int namesIn(std::string_view list) {
+  return list.empty() ? 0 : 1 + static_cast<int>(std::count(list.begin(), list.end(), ','));
+}
+#define COMMAND(number, name, ...) rowMark,
+#define COMMAND_AS(number, name, operation, ...) rowMark,
+#define DOC(effect, arguments, text) namesIn(arguments),
+constexpr int documentation[] = {
+#include "webview/commands/Commands.def"
+};
+#undef DOC
+#undef COMMAND_AS
+#undef COMMAND
+
+constexpr bool isDocumented() {
+  if (std::size(documentation) != 2 * std::size(rows)) return false;
+  for (std::size_t i = 0; i < std::size(rows); ++i) {
+    const int count = rows[i].requiredArguments + rows[i].optionalArguments;
+    if (documentation[2 * i] != rowMark || documentation[2 * i + 1] != count) return false;
+  }
+  return true;
+}
+static_assert(isDocumented(),
+              "in Commands.def one DOC follows each row and names all arguments of the operation");
+
 }  // namespace
 
 std::span<const CommandRow> commandTable() {

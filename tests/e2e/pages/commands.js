@@ -311,6 +311,12 @@ test('notifications are shown by the chrome', async () => {
   get(view, 'notificationClicked', shown.id);
   await until(() => get(view, 'title') === 'clicked');
   await until(() => happened(view, 'NotificationCancel'));
+  // A decision that is remembered is not asked for again.
+  get(view, 'updateNotificationPermission', new URL(server).origin, false);
+  events.length = 0;
+  script(view, "Notification.requestPermission().then(p => { document.title = `now ${p}`; })");
+  await until(() => get(view, 'title') === 'now denied');
+  equal(bodies(view, 'NotificationPermissionRequest'), []);
   get(view, 'updateGeolocationFilter', server, false);
   get(view, 'automationLog', 'a line');
   await until(() => bodies(view, 'AutomationLog').some(b => b.message === 'a line'));

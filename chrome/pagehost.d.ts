@@ -1,0 +1,1476 @@
+// What a chrome calls, and what it is called with. Written by tools/generate-reference.sh from the
+// program's tables: change those.
+//
+//   import type { ChromeEvents, JsonText, OrvWebRect } from './pagehost.d.ts';
+//   const view = orv.callNative('webview.create', group);
+
+declare const json: unique symbol;
+/** The JSON of a T: JSON.stringify makes it, JSON.parse reads it. */
+export type JsonText<T> = string & { readonly [json]: T };
+export type NumberText = `${number}`;
+/** A truth value that a function returns; '1' and '0' are no truth values of arguments. */
+export type BooleanText = '1' | '0';
+/** A truth value that an event brings. */
+export type TruthText = 'true' | 'false';
+
+export type Numeric = number | bigint | NumberText;
+export type Flag = boolean | TruthText;
+declare const pem: unique symbol;
+/** A certificate in PEM form. */
+export type PemText = string & { readonly [pem]: true };
+export type CertificateText = JsonText<SSLCertificateInfo> | JsonText<SSLConnectionInfo> | PemText;
+
+export type OrvWebNavigationType =
+  | 'LinkClicked' | 'FormSubmitted' | 'BackForward' | 'Reload' | 'FormResubmitted' | 'Other';
+export type OrvWebJavaScriptResultType =
+  | 'JSUndefined' | 'JSNull' | 'JSBoolean' | 'JSNumber' | 'JSString' | 'JSObject'
+  | 'JSException' | 'JSResultTypeMax';
+export type OrvWebOpenWindowAction =
+  | 'CREATE' | 'RECYCLE' | 'DISCARD';
+export type OrvWebResourceAction =
+  | 'ACCEPT' | 'DENY' | 'SUBSTITUTE' | 'FILTER';
+export type OrvWebTargetType =
+  | 'TargetIsUnknown' | 'TargetIsMainFrame' | 'TargetIsSubframe' | 'TargetIsSubresource'
+  | 'TargetIsStyleSheet' | 'TargetIsScript' | 'TargetIsFontResource' | 'TargetIsImage'
+  | 'TargetIsObject' | 'TargetIsMedia' | 'TargetIsXMLHTTPRequest' | 'TargetIsWorker'
+  | 'TargetIsSharedWorker' | 'TargetIsDownload' | 'TargetTypeMax';
+export type OrvWebDownloadAction =
+  | 'ActionNone' | 'ActionSave' | 'ActionDiscard' | 'ActionPending' | 'ActionMax';
+export type OrvWebDownloadError =
+  | 'ErrorNone' | 'ErrorInvalidFilename' | 'ErrorMax';
+export type OrvWebDownloadResult =
+  | 'ResultSuccess' | 'ResultNetworkError' | 'ResultCancelled' | 'ResultInvalidFilename'
+  | 'ResultFileIOError' | 'ResultFileNotFoundError' | 'ResultNoEnoughMemError' | 'ResultMax';
+export type OrvWebInputNotification =
+  | 'CaretChanged' | 'CheckSpellingRequest' | 'EndComposition' | 'InputEventComplete';
+export type OrvWebInputKeyEvent =
+  | 'KeyDown' | 'KeyRepeat' | 'KeyUp';
+export type OrvWebContextMenuCancelReason =
+  | 'TouchEnd' | 'FCCMove' | 'SelectionHandleMove' | 'SelectionCancelled' | 'TouchMove'
+  | 'ResetStateForNewObject';
+export type OrvWebProtocolHandlerType =
+  | 'IsRegistered' | 'Register' | 'Unregister';
+export type OrvWebSourceDevice =
+  | 'UnknownDevice' | 'TesselVKB' | 'TesselKeyPad';
+export type OrvWebDialogType =
+  | 'Generic' | 'JavaScriptAlert' | 'JavaScriptConfirm' | 'JavaScriptPrompt'
+  | 'GeolocationPermission' | 'DatabaseQuotaExceeded' | 'AuthenticationChallenge'
+  | 'SaveCredential' | 'ContextMenu' | 'NotificationPermission'
+  | 'InsecureSubresourceLoadPolicyConfirm' | 'BeforeUnloadConfirm' | 'MediaError'
+  | 'WebFileSystemQuotaExceeded';
+export type OrvWebContextMenuItem =
+  | 'Invalid' | 'Select' | 'Cancel' | 'Cut' | 'Copy' | 'Paste' | 'ClearField'
+  | 'OpenLinkInNewTab' | 'AddLinkToBookmarks' | 'SendLink' | 'CopyLink' | 'OpenLink'
+  | 'SaveLinkAs' | 'SaveImage' | 'SendImageLink' | 'CopyImageLink' | 'ViewImage' | 'FullMenu'
+  | 'Delete' | 'Search' | 'ShareLink' | 'ShareImage' | 'InspectElement' | 'InvokeRequests'
+  | 'PasteWithLock' | 'SelectAll' | 'PasteGreyedOut';
+export type OrvWebTextReflowMode =
+  | 'TextReflowDisabled' | 'TextReflowEnabled' | 'TextReflowEnabledOnlyForBlockZoom';
+export type OrvWebSecureType =
+  | 'SecureNone' | 'SecureFull' | 'SecurePartial' | 'SecureFailed';
+export type OrvWebSensitivity =
+  | 'SensitivityTest' | 'SensitivityAlways' | 'SensitivityNever' | 'SensitivityNoFocus'
+  | 'SensitivityFullscreen';
+export type OrvWebApplicationActivationState =
+  | 'ApplicationActivationStateActive' | 'ApplicationActivationStateInactive'
+  | 'ApplicationActivationStateStandby';
+export type OrvWebSSLCertificateAction =
+  | 'SSLActionNone' | 'SSLActionTrust' | 'SSLActionReject';
+export type OrvWebFocusDirection =
+  | 'FocusDirectionNone' | 'FocusDirectionTop' | 'FocusDirectionBottom';
+export type OrvWebJavaScriptWorld =
+  | 'NormalWorld' | 'IsolatedWorld' | 'NoWorld';
+export type WebEventName =
+  | 'Focus' | 'LocationChange' | 'LocationChanging' | 'NetworkError' | 'DocumentLoaded'
+  | 'DocumentLoadCommitted' | 'DocumentLoadFinished' | 'DocumentLoadFailed' | 'ContentRendered'
+  | 'Created' | 'Destroyed' | 'JavaScriptException' | 'JavaScriptResult' | 'JavaScriptCallback'
+  | 'JavaScriptWindowObjectCleared' | 'JavaScriptInterrupted' | 'OpenWindow' | 'UnknownProtocol'
+  | 'DialogRequested' | 'NetworkResourceRequested' | 'NetworkResourceOpened'
+  | 'NetworkResourceHeaderReceived' | 'NetworkResourceDataReceived' | 'NetworkResourceDone'
+  | 'PropertyChanged' | 'FullScreenEnter' | 'FullScreenEntering' | 'FullScreenExit'
+  | 'FindString' | 'UnsupportedMimeType' | 'LockOrientation' | 'UnlockOrientation'
+  | 'FullScreenVideoStarted' | 'FullScreenVideoEnded' | 'FullScreenVideoWindowUpdated'
+  | 'DownloadRequest' | 'DownloadStarted' | 'DownloadProgress' | 'DownloadError'
+  | 'DownloadFinished' | 'UpdateGeolocationFilter' | 'SessionInfo' | 'SelectionChanged'
+  | 'CaretChanged' | 'TextAttributeQuery' | 'ClipboardWrite' | 'ClipboardRead'
+  | 'UpdateWebGLFilter' | 'TouchEvent' | 'TouchCancelEvent' | 'MouseEvent' | 'KeyEvent'
+  | 'InputNotificationEvent' | 'InputNotificationFocusEvent' | 'InputNotificationKeyEvent'
+  | 'InspectorMessage' | 'ContextMenuRequestEvent' | 'CaptureContents'
+  | 'ContextMenuCancelEvent' | 'InvokeRequestEvent' | 'KeyboardRequestedEvent'
+  | 'FormAutofillRequestEvent' | 'FormAutofillCancelEvent' | 'CloseWindow'
+  | 'DownloadContentType' | 'GeolocationPermissionRequest' | 'SSLHandshakingFailed'
+  | 'RequestUpdateViewport' | 'SyncProxyCredential' | 'ProtocolHandler'
+  | 'JavaScriptFunctionResult' | 'ChooseFile' | 'AutomationLog'
+  | 'JavaScriptFunctionResultEvent' | 'UserMediaRequest' | 'CookieResult' | 'FormControlEvent'
+  | 'AddSearchProviderRequest' | 'IsSearchProviderInstalled' | 'NotificationPermissionRequest'
+  | 'NotificationPermissionCheck' | 'NotificationShow' | 'NotificationCancel'
+  | 'UnhandledKeyInput' | 'TypeMax';
+export type PropertyName =
+  | 'CanGoBack' | 'CanGoForward' | 'Location' | 'Title' | 'Viewport' | 'OriginalLocation'
+  | 'ContentRectangle' | 'HistoryLength' | 'HistoryPosition' | 'HistoryList' | 'PrivateBrowsing'
+  | 'ScrollPosition' | 'TextEncoding' | 'DefaultTextEncoding' | 'ForcedTextEncoding'
+  | 'DefaultFontSize' | 'WindowUniqueId' | 'UserAgent' | 'TextReflowMode' | 'BlockPopups'
+  | 'LoadImages' | 'EnableJavaScript' | 'EnablePlugins' | 'EnableCookies' | 'EnableWebSockets'
+  | 'EnableGeolocation' | 'EnableCrossSiteXHR' | 'EnableNetworkResourceRequestedEvents'
+  | 'EnableDialogRequestedEvents' | 'EnableLocalAccessToAllCookies'
+  | 'EnableSoundOnAnchorElementTouchEvents' | 'CustomHTTPHeaders' | 'JavaScriptInterruptTimeout'
+  | 'LoadProgress' | 'ZOrder' | 'Visible' | 'Active' | 'ZoomToFitWidthOnLoad' | 'Tooltip'
+  | 'Status' | 'Favicon' | 'CurrentContext' | 'UserStyleSheetLocation' | 'PluginFullScreen'
+  | 'SecureType' | 'CertificateInfo' | 'EncryptionInfo' | 'EnableWebInspector'
+  | 'OverScrollColor' | 'BackgroundColor' | 'EnableDownloadableBinaryFonts' | 'WebInspectorPort'
+  | 'EnableSpatialNavigation' | 'Scale' | 'Sensitivity' | 'MinimumFontSize'
+  | 'AutoDeferNetworkingAndJavaScript' | 'DeferNetworkingAndJavaScript' | 'ZoomFactor'
+  | 'EnableInputMethodSupport' | 'EnableInputNotifications' | 'ViewportWidth' | 'ViewportHeight'
+  | 'ViewportInitialScale' | 'ViewportMinimumScale' | 'ViewportMaximumScale'
+  | 'ViewportTargetDensityDpi' | 'ViewportUserScalable' | 'EnableDefaultOverScrollBackground'
+  | 'EnableFineCursorControl' | 'EnableTextSelectionControls' | 'FullScreenVideoCapable'
+  | 'SecurityInfo' | 'FileSystemAPISandboxed' | 'EnableCredentialAutofill'
+  | 'EnableFormAutofill' | 'AlwaysShowKeyboardOnFocus' | 'VideoFullScreen' | 'DevicePixelRatio'
+  | 'MinimumScale' | 'MaximumScale' | 'EnableMediaRTSP' | 'EnableDNSPrefetch'
+  | 'EnableConsoleLogging' | 'EnableWebContentCache';
+
+export interface OrvWebCertificateInfo {
+  error: number;
+  fileCount: number;
+  fileNames: string[];
+  filenames: string;
+  rejected: number;
+  trusted: number;
+}
+export interface OrvWebContext {
+  alt: string;
+  invokeRequests: string;
+  isAudio: boolean;
+  isFocusable: boolean;
+  isImage: boolean;
+  isInput: boolean;
+  isLoomContext: boolean;
+  isPassword: boolean;
+  isSelectable: boolean;
+  isSingleLine: boolean;
+  isVideo: boolean;
+  loomContext: string;
+  mimeType: string;
+  pattern: string;
+  src: string;
+  text: string;
+  url: string;
+}
+export interface OrvWebFavicon {
+  data: string;
+  dataInBase64: string;
+  height: number;
+  url: string;
+  width: number;
+}
+export interface OrvWebHistoryItem {
+  isPost: boolean;
+  originalURL: string;
+  title: string;
+  url: string;
+}
+export interface OrvWebPageSecurityBasicInfo {
+  location: string;
+  secured: boolean;
+}
+export interface OrvWebPageSecurityInfo {
+  certificates: SSLCertificate[];
+  connection: SSLConnectionInfo;
+  connectionDetails: SSLConnectionBasicInfo;
+  page: OrvWebPageSecurityBasicInfo;
+}
+export interface OrvWebPoint {
+  x: number;
+  y: number;
+}
+export interface OrvWebRect {
+  height: number;
+  width: number;
+  x: number;
+  y: number;
+}
+export interface OrvWebSize {
+  height: number;
+  width: number;
+}
+export interface SSLCertificate {
+  fingerprint: string;
+  hostNames: string[];
+  issuer: SSLEntity;
+  pem: string;
+  publicKey: SSLPublicKey;
+  serialNumber: string;
+  subject: SSLEntity;
+  validFrom: SSLDateTime;
+  validTo: SSLDateTime;
+}
+export interface SSLCertificateInfo {
+  certificate: string;
+  host: string;
+  issuer: string;
+  problems: string[];
+  subject: string;
+}
+export interface SSLCipher {
+  name: string;
+  protocol: string;
+}
+export interface SSLConnectionBasicInfo {
+  cipher: SSLCipher;
+  since: SSLDateTime;
+}
+export interface SSLConnectionInfo {
+  certificate: string;
+  host: string;
+  issuer: string;
+  problems: string[];
+  subject: string;
+}
+export interface SSLDateTime {
+  text: string;
+}
+export interface SSLEntity {
+  commonName: string;
+  country: string;
+  name: string;
+  organization: string;
+}
+export interface SSLPublicKey {
+  algorithm: string;
+  bits: number;
+}
+
+// What events bring.
+export interface OrvWebEvent {
+  isPost: boolean;
+  isSend: boolean;
+  type: string;
+}
+export interface OrvWebSendEvent extends OrvWebEvent {
+  isModal: boolean;
+  isPreventDefault: boolean;
+}
+export interface OrvWebFocusEvent extends OrvWebEvent {
+  isFocused: boolean;
+}
+export interface OrvWebLocationChangeEvent extends OrvWebEvent {
+  navigationType: OrvWebNavigationType;
+  url: string;
+}
+export interface OrvWebLocationChangingEvent extends OrvWebSendEvent {
+  navigationType: OrvWebNavigationType;
+  url: string;
+}
+export interface OrvWebNetworkErrorEvent extends OrvWebSendEvent {
+  message: string;
+  status: number;
+  url: string;
+}
+export interface OrvWebContentRenderedEvent extends OrvWebEvent {
+  content: OrvWebRect;
+  contentHeight: number;
+  contentWidth: number;
+  contentX: number;
+  contentY: number;
+}
+export interface OrvWebJavaScriptExceptionEvent extends OrvWebEvent {
+  exception: string;
+  file: string;
+  line: number;
+}
+export interface OrvWebJavaScriptResultEvent extends OrvWebEvent {
+  resultId: string;
+  resultString: string;
+  resultType: OrvWebJavaScriptResultType;
+}
+export interface OrvWebJavaScriptCallbackEvent extends OrvWebSendEvent {
+  args: string[];
+  numArgs: number;
+  result: string;
+}
+export interface OrvWebJavaScriptWindowObjectClearedEvent extends OrvWebSendEvent {
+  script: string;
+}
+export interface OrvWebOpenWindowEvent extends OrvWebSendEvent {
+  action: OrvWebOpenWindowAction;
+  isPopup: boolean;
+  page: string;
+  rect: OrvWebRect;
+  url: string;
+  view: NumberText;
+  wait: boolean;
+  waitHandle: number;
+  windowName: string;
+}
+export interface OrvWebUnknownProtocolEvent extends OrvWebSendEvent {
+  protocolHandlerURL: string;
+  scheme: string;
+  streamId: number;
+  url: string;
+}
+export interface OrvWebDialogRequestedEvent extends OrvWebSendEvent {
+  alertType: number;
+  cancellabel: string;
+  data: string;
+  databaseName: string;
+  dialogType: OrvWebDialogType;
+  isNew: boolean;
+  isProxy: boolean;
+  message: string;
+  oklabel: string;
+  password: string;
+  requestedSize: number;
+  result: string;
+  systemId: string;
+  systemType: number;
+  title: string;
+  url: string;
+  username: string;
+  wait: boolean;
+  waitHandle: number;
+}
+export interface OrvWebNetworkResourceRequestedEvent extends OrvWebSendEvent {
+  action: OrvWebResourceAction;
+  body: string;
+  referrer: string;
+  securityOrigin: string;
+  streamId: number;
+  targetType: OrvWebTargetType;
+  url: string;
+}
+export interface OrvWebNetworkResourceOpenedEvent extends OrvWebSendEvent {
+  message: string;
+  status: number;
+  streamId: number;
+}
+export interface OrvWebNetworkResourceHeaderReceivedEvent extends OrvWebSendEvent {
+  key: string;
+  streamId: number;
+  value: string;
+}
+export interface OrvWebNetworkResourceDataReceivedEvent extends OrvWebSendEvent {
+  data: string;
+  length: number;
+  streamId: number;
+}
+export interface OrvWebNetworkResourceDoneEvent extends OrvWebSendEvent {
+  streamId: number;
+}
+export interface OrvWebPropertyChangedEvent extends OrvWebEvent {
+  property: string;
+}
+export interface OrvWebFullScreenEnteringEvent extends OrvWebSendEvent {}
+export interface OrvWebFindStringEvent extends OrvWebEvent {
+  currentIndex: number;
+  isMatched: boolean;
+  numMatches: number;
+}
+export interface OrvWebUnsupportedMimeTypeEvent extends OrvWebEvent {
+  url: string;
+}
+export interface OrvWebLockOrientationEvent extends OrvWebSendEvent {
+  landscape: boolean;
+}
+export interface OrvWebFullScreenVideoStartedEvent extends OrvWebEvent {
+  context: string;
+  height: number;
+  screenWindow: string;
+  width: number;
+  x: number;
+  y: number;
+}
+export interface OrvWebFullScreenVideoWindowUpdatedEvent extends OrvWebEvent {
+  height: number;
+  width: number;
+  x: number;
+  y: number;
+}
+export interface OrvWebDownloadRequestEvent extends OrvWebSendEvent {
+  action: OrvWebDownloadAction;
+  downloadId: number;
+  filename: string;
+  mimeType: string;
+  tempFilename: string;
+  url: string;
+}
+export interface OrvWebDownloadStartedEvent extends OrvWebEvent {
+  downloadId: number;
+  filename: string;
+  url: string;
+}
+export interface OrvWebDownloadProgressEvent extends OrvWebEvent {
+  downloadId: number;
+  downloadedSize: number;
+  totalSize: number;
+}
+export interface OrvWebDownloadErrorEvent extends OrvWebEvent {
+  downloadError: OrvWebDownloadError;
+  downloadId: number;
+}
+export interface OrvWebDownloadFinishedEvent extends OrvWebEvent {
+  downloadId: number;
+  downloadResult: OrvWebDownloadResult;
+}
+export interface OrvWebUpdateGeolocationFilterEvent extends OrvWebEvent {
+  allow: boolean;
+  mask: string;
+}
+export interface OrvWebSessionInfoEvent extends OrvWebEvent {
+  data: string;
+  version: string;
+}
+export interface OrvWebSelectionChangedEvent extends OrvWebEvent {
+  endHeight: number;
+  endWidth: number;
+  endX: number;
+  endY: number;
+  startHeight: number;
+  startWidth: number;
+  startX: number;
+  startY: number;
+}
+export interface OrvWebCaretChangedEvent extends OrvWebEvent {
+  rectHeight: number;
+  rectWidth: number;
+  rectX: number;
+  rectY: number;
+  userTouch: boolean;
+}
+export interface OrvWebTextAttributeQueryEvent extends OrvWebEvent {
+  queryResult: string;
+  queryString: string;
+}
+export interface OrvWebInputNotificationEvent extends OrvWebEvent {
+  eventType: OrvWebInputNotification;
+  position: number;
+  secondaryPosition: number;
+}
+export interface OrvWebInputNotificationFocusEvent extends OrvWebEvent {
+  focused: boolean;
+  styleMask: string;
+}
+export interface OrvWebInputNotificationKeyEvent extends OrvWebSendEvent {
+  character: number;
+  eventType: OrvWebInputKeyEvent;
+  modifierMask: number;
+}
+export interface OrvWebInspectorMessageEvent extends OrvWebEvent {
+  message: string;
+}
+export interface OrvWebContextMenuRequestEvent extends OrvWebSendEvent {
+  menuItems: OrvWebContextMenuItem[];
+}
+export interface OrvWebCaptureContentsEvent extends OrvWebEvent {
+  base64PNGImage: string;
+  id: number;
+}
+export interface OrvWebContextMenuCancelEvent extends OrvWebSendEvent {
+  reason: OrvWebContextMenuCancelReason;
+}
+export interface OrvWebInvokeRequestEvent extends OrvWebEvent {
+  request: string;
+  uri: string;
+}
+export interface OrvWebKeyboardRequestedEvent extends OrvWebSendEvent {}
+export interface OrvWebFormAutofillRequestEvent extends OrvWebSendEvent {
+  items: string[];
+}
+export interface OrvWebCloseWindowEvent extends OrvWebSendEvent {
+  windowName: string;
+}
+export interface OrvWebDownloadContentTypeEvent extends OrvWebEvent {
+  contentType: string;
+  downloadId: number;
+}
+export interface OrvWebGeolocationPermissionRequestEvent extends OrvWebSendEvent {
+  origin: string;
+  showGlobalPermissionRequest: boolean;
+}
+export interface OrvWebSSLHandshakingFailedEvent extends OrvWebEvent {
+  connectionInfo: SSLConnectionInfo;
+  streamId: number;
+  url: string;
+}
+export interface OrvWebRequestUpdateViewportEvent extends OrvWebEvent {
+  height: number;
+  width: number;
+}
+export interface OrvWebSyncProxyCredentialEvent extends OrvWebEvent {
+  password: string;
+  username: string;
+}
+export interface OrvWebProtocolHandlerEvent extends OrvWebSendEvent {
+  baseURL: string;
+  protocolHandlerType: OrvWebProtocolHandlerType;
+  result: string;
+  scheme: string;
+  title: string;
+  url: string;
+}
+export interface OrvWebJavaScriptFunctionResultEvent extends OrvWebEvent {
+  result: string | number | boolean;
+  resultId: string;
+}
+export interface OrvWebChooseFileEvent extends OrvWebSendEvent {
+  acceptMIMETypes: string[];
+  allowsMultipleFiles: boolean;
+  capture: string;
+  fileChosen: string;
+  wait: boolean;
+  waitHandle: number;
+}
+export interface OrvWebAutomationLogEvent extends OrvWebEvent {
+  message: string;
+}
+export interface OrvWebUserMediaRequestEvent extends OrvWebSendEvent {
+  cameras: string[];
+  id: number;
+  origin: string;
+}
+export interface OrvWebCookieResultEvent extends OrvWebEvent {
+  cookies: string[];
+  url: string;
+}
+export interface OrvWebFormControlEvent extends OrvWebEvent {
+  isNextActive: boolean;
+  isPreviousActive: boolean;
+  isVisible: boolean;
+}
+export interface OrvWebAddSearchProviderRequestEvent extends OrvWebEvent {
+  url: string;
+}
+export interface OrvWebIsSearchProviderInstalledEvent extends OrvWebSendEvent {
+  result: number;
+  url: string;
+}
+export interface OrvWebNotificationPermissionRequestEvent extends OrvWebEvent {
+  id: string;
+  origin: string;
+}
+export interface OrvWebNotificationPermissionCheckEvent extends OrvWebSendEvent {
+  origin: string;
+  result: string;
+  wait: boolean;
+  waitHandle: number;
+}
+export interface OrvWebNotificationShowEvent extends OrvWebEvent {
+  body: string;
+  iconUrl: string;
+  id: string;
+  origin: string;
+  tag: string;
+  title: string;
+}
+export interface OrvWebNotificationCancelEvent extends OrvWebEvent {
+  id: string;
+}
+export interface OrvWebUnhandledKeyInputEvent extends OrvWebEvent {
+  altActive: boolean;
+  alternateCharacter: number;
+  character: number;
+  ctrlActive: boolean;
+  keyDown: boolean;
+  keycode: number;
+  metaActive: boolean;
+  modifierMask: number;
+  shiftActive: boolean;
+  sourceDevice: OrvWebSourceDevice;
+}
+
+// What their answers may bring. In an answer that is not empty, a text that is left out
+// counts as the empty one.
+export interface OrvWebSendEventAnswer {
+  setModal?: boolean;
+  setPreventDefault?: boolean;
+}
+export interface OrvWebLocationChangingEventAnswer extends OrvWebSendEventAnswer {}
+export interface OrvWebNetworkErrorEventAnswer extends OrvWebSendEventAnswer {}
+export interface OrvWebJavaScriptCallbackEventAnswer extends OrvWebSendEventAnswer {
+  setResult?: string | null;
+}
+export interface OrvWebJavaScriptWindowObjectClearedEventAnswer extends OrvWebSendEventAnswer {
+  setScript?: string | null;
+}
+export interface OrvWebOpenWindowEventAnswer extends OrvWebSendEventAnswer {
+  setAction?: OrvWebOpenWindowAction;
+  setIsPopup?: boolean;
+  setView?: NumberText;
+  setWait?: boolean;
+}
+export interface OrvWebUnknownProtocolEventAnswer extends OrvWebSendEventAnswer {
+  setProtocolHandlerURL?: string | null;
+  setScheme?: string | null;
+}
+export interface OrvWebDialogRequestedEventAnswer extends OrvWebSendEventAnswer {
+  setAlertType?: number;
+  setData?: string | null;
+  setIsNew?: boolean;
+  setIsProxy?: boolean;
+  setPassword?: string | null;
+  setResult?: string | null;
+  setURL?: string | null;
+  setUsername?: string | null;
+  setWait?: boolean;
+  setWaitHandle?: number;
+}
+export interface OrvWebNetworkResourceRequestedEventAnswer extends OrvWebSendEventAnswer {
+  setAction?: OrvWebResourceAction;
+  setBody?: string | null;
+  setReferrer?: string | null;
+  setSecurityOrigin?: string | null;
+}
+export interface OrvWebNetworkResourceOpenedEventAnswer extends OrvWebSendEventAnswer {
+  setMessage?: string | null;
+  setStatus?: number;
+}
+export interface OrvWebNetworkResourceHeaderReceivedEventAnswer extends OrvWebSendEventAnswer {
+  setKey?: string | null;
+  setValue?: string | null;
+}
+export interface OrvWebNetworkResourceDataReceivedEventAnswer extends OrvWebSendEventAnswer {}
+export interface OrvWebNetworkResourceDoneEventAnswer extends OrvWebSendEventAnswer {}
+export interface OrvWebFullScreenEnteringEventAnswer extends OrvWebSendEventAnswer {}
+export interface OrvWebLockOrientationEventAnswer extends OrvWebSendEventAnswer {}
+export interface OrvWebDownloadRequestEventAnswer extends OrvWebSendEventAnswer {
+  setAction?: OrvWebDownloadAction;
+  setFilename?: string | null;
+  setMimeType?: string | null;
+  setTempFile?: string | null;
+}
+export interface OrvWebInputNotificationKeyEventAnswer extends OrvWebSendEventAnswer {}
+export interface OrvWebContextMenuRequestEventAnswer extends OrvWebSendEventAnswer {}
+export interface OrvWebContextMenuCancelEventAnswer extends OrvWebSendEventAnswer {}
+export interface OrvWebKeyboardRequestedEventAnswer extends OrvWebSendEventAnswer {}
+export interface OrvWebFormAutofillRequestEventAnswer extends OrvWebSendEventAnswer {}
+export interface OrvWebCloseWindowEventAnswer extends OrvWebSendEventAnswer {}
+export interface OrvWebGeolocationPermissionRequestEventAnswer extends OrvWebSendEventAnswer {}
+export interface OrvWebProtocolHandlerEventAnswer extends OrvWebSendEventAnswer {
+  setResult?: string | null;
+  setTitle?: string | null;
+}
+export interface OrvWebChooseFileEventAnswer extends OrvWebSendEventAnswer {
+  setFileChosen?: string | null;
+  setWait?: boolean;
+  setWaitHandle?: number;
+}
+export interface OrvWebUserMediaRequestEventAnswer extends OrvWebSendEventAnswer {}
+export interface OrvWebIsSearchProviderInstalledEventAnswer extends OrvWebSendEventAnswer {
+  setResult?: number;
+}
+export interface OrvWebNotificationPermissionCheckEventAnswer extends OrvWebSendEventAnswer {
+  setResult?: string | null;
+  setWait?: boolean;
+  setWaitHandle?: number;
+}
+
+/** Every event with what it brings; '' where it brings nothing. */
+export interface ChromeEvents {
+  Focus: OrvWebFocusEvent;
+  LocationChange: OrvWebLocationChangeEvent;
+  LocationChanging: OrvWebLocationChangingEvent;
+  NetworkError: OrvWebNetworkErrorEvent;
+  DocumentLoaded: OrvWebEvent;
+  DocumentLoadCommitted: OrvWebEvent;
+  DocumentLoadFinished: OrvWebEvent;
+  DocumentLoadFailed: OrvWebEvent;
+  ContentRendered: OrvWebContentRenderedEvent;
+  Created: OrvWebEvent;
+  Destroyed: OrvWebEvent;
+  JavaScriptException: OrvWebJavaScriptExceptionEvent;
+  JavaScriptResult: OrvWebJavaScriptResultEvent;
+  JavaScriptCallback: OrvWebJavaScriptCallbackEvent;
+  JavaScriptWindowObjectCleared: OrvWebJavaScriptWindowObjectClearedEvent;
+  JavaScriptInterrupted: OrvWebEvent;
+  OpenWindow: OrvWebOpenWindowEvent;
+  UnknownProtocol: OrvWebUnknownProtocolEvent;
+  DialogRequested: OrvWebDialogRequestedEvent;
+  NetworkResourceRequested: OrvWebNetworkResourceRequestedEvent;
+  NetworkResourceOpened: OrvWebNetworkResourceOpenedEvent;
+  NetworkResourceHeaderReceived: OrvWebNetworkResourceHeaderReceivedEvent;
+  NetworkResourceDataReceived: OrvWebNetworkResourceDataReceivedEvent;
+  NetworkResourceDone: OrvWebNetworkResourceDoneEvent;
+  PropertyChanged: OrvWebPropertyChangedEvent;
+  FullScreenEnter: OrvWebEvent;
+  FullScreenEntering: OrvWebFullScreenEnteringEvent;
+  FullScreenExit: OrvWebEvent;
+  FindString: OrvWebFindStringEvent;
+  UnsupportedMimeType: OrvWebUnsupportedMimeTypeEvent;
+  LockOrientation: OrvWebLockOrientationEvent;
+  UnlockOrientation: OrvWebEvent;
+  FullScreenVideoStarted: OrvWebFullScreenVideoStartedEvent;
+  FullScreenVideoEnded: OrvWebEvent;
+  FullScreenVideoWindowUpdated: OrvWebFullScreenVideoWindowUpdatedEvent;
+  DownloadRequest: OrvWebDownloadRequestEvent;
+  DownloadStarted: OrvWebDownloadStartedEvent;
+  DownloadProgress: OrvWebDownloadProgressEvent;
+  DownloadError: OrvWebDownloadErrorEvent;
+  DownloadFinished: OrvWebDownloadFinishedEvent;
+  UpdateGeolocationFilter: OrvWebUpdateGeolocationFilterEvent;
+  SessionInfo: OrvWebSessionInfoEvent;
+  SelectionChanged: OrvWebSelectionChangedEvent;
+  CaretChanged: OrvWebCaretChangedEvent;
+  TextAttributeQuery: OrvWebTextAttributeQueryEvent;
+  ClipboardWrite: OrvWebEvent;
+  ClipboardRead: OrvWebEvent;
+  UpdateWebGLFilter: '';
+  TouchEvent: '';
+  TouchCancelEvent: '';
+  MouseEvent: '';
+  KeyEvent: '';
+  InputNotificationEvent: OrvWebInputNotificationEvent;
+  InputNotificationFocusEvent: OrvWebInputNotificationFocusEvent;
+  InputNotificationKeyEvent: OrvWebInputNotificationKeyEvent;
+  InspectorMessage: OrvWebInspectorMessageEvent;
+  ContextMenuRequestEvent: OrvWebContextMenuRequestEvent;
+  CaptureContents: OrvWebCaptureContentsEvent;
+  ContextMenuCancelEvent: OrvWebContextMenuCancelEvent;
+  InvokeRequestEvent: OrvWebInvokeRequestEvent;
+  KeyboardRequestedEvent: OrvWebKeyboardRequestedEvent;
+  FormAutofillRequestEvent: OrvWebFormAutofillRequestEvent;
+  FormAutofillCancelEvent: OrvWebEvent;
+  CloseWindow: OrvWebCloseWindowEvent;
+  DownloadContentType: OrvWebDownloadContentTypeEvent;
+  GeolocationPermissionRequest: OrvWebGeolocationPermissionRequestEvent;
+  SSLHandshakingFailed: OrvWebSSLHandshakingFailedEvent;
+  RequestUpdateViewport: OrvWebRequestUpdateViewportEvent;
+  SyncProxyCredential: OrvWebSyncProxyCredentialEvent;
+  ProtocolHandler: OrvWebProtocolHandlerEvent;
+  JavaScriptFunctionResult: OrvWebJavaScriptFunctionResultEvent;
+  ChooseFile: OrvWebChooseFileEvent;
+  AutomationLog: OrvWebAutomationLogEvent;
+  JavaScriptFunctionResultEvent: OrvWebJavaScriptFunctionResultEvent;
+  UserMediaRequest: OrvWebUserMediaRequestEvent;
+  CookieResult: OrvWebCookieResultEvent;
+  FormControlEvent: OrvWebFormControlEvent;
+  AddSearchProviderRequest: OrvWebAddSearchProviderRequestEvent;
+  IsSearchProviderInstalled: OrvWebIsSearchProviderInstalledEvent;
+  NotificationPermissionRequest: OrvWebNotificationPermissionRequestEvent;
+  NotificationPermissionCheck: OrvWebNotificationPermissionCheckEvent;
+  NotificationShow: OrvWebNotificationShowEvent;
+  NotificationCancel: OrvWebNotificationCancelEvent;
+  UnhandledKeyInput: OrvWebUnhandledKeyInputEvent;
+  TypeMax: '';
+}
+
+/** The events that wait for an answer. */
+export interface ChromeAnswers {
+  LocationChanging: OrvWebLocationChangingEventAnswer;
+  NetworkError: OrvWebNetworkErrorEventAnswer;
+  JavaScriptCallback: OrvWebJavaScriptCallbackEventAnswer;
+  JavaScriptWindowObjectCleared: OrvWebJavaScriptWindowObjectClearedEventAnswer;
+  OpenWindow: OrvWebOpenWindowEventAnswer;
+  UnknownProtocol: OrvWebUnknownProtocolEventAnswer;
+  DialogRequested: OrvWebDialogRequestedEventAnswer;
+  NetworkResourceRequested: OrvWebNetworkResourceRequestedEventAnswer;
+  NetworkResourceOpened: OrvWebNetworkResourceOpenedEventAnswer;
+  NetworkResourceHeaderReceived: OrvWebNetworkResourceHeaderReceivedEventAnswer;
+  NetworkResourceDataReceived: OrvWebNetworkResourceDataReceivedEventAnswer;
+  NetworkResourceDone: OrvWebNetworkResourceDoneEventAnswer;
+  FullScreenEntering: OrvWebFullScreenEnteringEventAnswer;
+  LockOrientation: OrvWebLockOrientationEventAnswer;
+  DownloadRequest: OrvWebDownloadRequestEventAnswer;
+  InputNotificationKeyEvent: OrvWebInputNotificationKeyEventAnswer;
+  ContextMenuRequestEvent: OrvWebContextMenuRequestEventAnswer;
+  ContextMenuCancelEvent: OrvWebContextMenuCancelEventAnswer;
+  KeyboardRequestedEvent: OrvWebKeyboardRequestedEventAnswer;
+  FormAutofillRequestEvent: OrvWebFormAutofillRequestEventAnswer;
+  CloseWindow: OrvWebCloseWindowEventAnswer;
+  GeolocationPermissionRequest: OrvWebGeolocationPermissionRequestEventAnswer;
+  ProtocolHandler: OrvWebProtocolHandlerEventAnswer;
+  ChooseFile: OrvWebChooseFileEventAnswer;
+  UserMediaRequest: OrvWebUserMediaRequestEventAnswer;
+  IsSearchProviderInstalled: OrvWebIsSearchProviderInstalledEventAnswer;
+  NotificationPermissionCheck: OrvWebNotificationPermissionCheckEventAnswer;
+}
+
+/** The events of changed properties, with the text that they bring. */
+export interface PropertyEvents {
+  PropertyCanGoBackEvent: TruthText;
+  PropertyCanGoForwardEvent: TruthText;
+  PropertyLocationEvent: string;
+  PropertyTitleEvent: string;
+  PropertyViewportEvent: JsonText<OrvWebRect>;
+  PropertyOriginalLocationEvent: string;
+  PropertyContentRectangleEvent: JsonText<OrvWebRect>;
+  PropertyHistoryLengthEvent: NumberText;
+  PropertyHistoryPositionEvent: NumberText;
+  PropertyHistoryListEvent: '';
+  PropertyPrivateBrowsingEvent: TruthText;
+  PropertyScrollPositionEvent: JsonText<OrvWebPoint>;
+  PropertyTextEncodingEvent: string;
+  PropertyDefaultTextEncodingEvent: string;
+  PropertyForcedTextEncodingEvent: string;
+  PropertyDefaultFontSizeEvent: NumberText;
+  PropertyWindowUniqueIdEvent: string;
+  PropertyUserAgentEvent: string;
+  PropertyTextReflowModeEvent: OrvWebTextReflowMode;
+  PropertyBlockPopupsEvent: TruthText;
+  PropertyLoadImagesEvent: TruthText;
+  PropertyEnableJavaScriptEvent: TruthText;
+  PropertyEnablePluginsEvent: TruthText;
+  PropertyEnableCookiesEvent: TruthText;
+  PropertyEnableWebSocketsEvent: TruthText;
+  PropertyEnableGeolocationEvent: TruthText;
+  PropertyEnableCrossSiteXHREvent: TruthText;
+  PropertyEnableNetworkResourceRequestedEventsEvent: TruthText;
+  PropertyEnableDialogRequestedEventsEvent: TruthText;
+  PropertyEnableLocalAccessToAllCookiesEvent: TruthText;
+  PropertyEnableSoundOnAnchorElementTouchEventsEvent: TruthText;
+  PropertyCustomHTTPHeadersEvent: '';
+  PropertyJavaScriptInterruptTimeoutEvent: NumberText;
+  PropertyLoadProgressEvent: NumberText;
+  PropertyZOrderEvent: NumberText;
+  PropertyVisibleEvent: TruthText;
+  PropertyActiveEvent: TruthText;
+  PropertyZoomToFitWidthOnLoadEvent: TruthText;
+  PropertyTooltipEvent: string;
+  PropertyStatusEvent: string;
+  PropertyFaviconEvent: JsonText<OrvWebFavicon>;
+  PropertyCurrentContextEvent: JsonText<OrvWebContext>;
+  PropertyUserStyleSheetLocationEvent: string;
+  PropertyPluginFullScreenEvent: TruthText;
+  PropertySecureTypeEvent: OrvWebSecureType;
+  PropertyCertificateInfoEvent: JsonText<OrvWebCertificateInfo>;
+  PropertyEncryptionInfoEvent: string;
+  PropertyEnableWebInspectorEvent: TruthText;
+  PropertyOverScrollColorEvent: NumberText;
+  PropertyBackgroundColorEvent: NumberText;
+  PropertyEnableDownloadableBinaryFontsEvent: TruthText;
+  PropertyWebInspectorPortEvent: NumberText;
+  PropertyEnableSpatialNavigationEvent: TruthText;
+  PropertyScaleEvent: NumberText;
+  PropertySensitivityEvent: OrvWebSensitivity;
+  PropertyMinimumFontSizeEvent: NumberText;
+  PropertyAutoDeferNetworkingAndJavaScriptEvent: TruthText;
+  PropertyDeferNetworkingAndJavaScriptEvent: TruthText;
+  PropertyZoomFactorEvent: NumberText;
+  PropertyEnableInputMethodSupportEvent: TruthText;
+  PropertyEnableInputNotificationsEvent: TruthText;
+  PropertyViewportWidthEvent: NumberText;
+  PropertyViewportHeightEvent: NumberText;
+  PropertyViewportInitialScaleEvent: NumberText;
+  PropertyViewportMinimumScaleEvent: NumberText;
+  PropertyViewportMaximumScaleEvent: NumberText;
+  PropertyViewportTargetDensityDpiEvent: NumberText;
+  PropertyViewportUserScalableEvent: NumberText;
+  PropertyEnableDefaultOverScrollBackgroundEvent: TruthText;
+  PropertyEnableFineCursorControlEvent: TruthText;
+  PropertyEnableTextSelectionControlsEvent: TruthText;
+  PropertyFullScreenVideoCapableEvent: TruthText;
+  PropertySecurityInfoEvent: JsonText<OrvWebPageSecurityInfo>;
+  PropertyFileSystemAPISandboxedEvent: TruthText;
+  PropertyEnableCredentialAutofillEvent: TruthText;
+  PropertyEnableFormAutofillEvent: TruthText;
+  PropertyAlwaysShowKeyboardOnFocusEvent: TruthText;
+  PropertyVideoFullScreenEvent: TruthText;
+  PropertyDevicePixelRatioEvent: NumberText;
+  PropertyMinimumScaleEvent: NumberText;
+  PropertyMaximumScaleEvent: NumberText;
+  PropertyEnableMediaRTSPEvent: TruthText;
+  PropertyEnableDNSPrefetchEvent: TruthText;
+  PropertyEnableConsoleLoggingEvent: TruthText;
+  PropertyEnableWebContentCacheEvent: TruthText;
+}
+
+/** Every native function. */
+export interface NativeFunctions {
+  /** Real. Makes a web view in a window group; Created follows, and until then it takes no commands. The result is its handle, a number that is never used again. The process is InProcess, OutProcess for a child process of its own or a number for that child process; this build has no child processes: for anything but InProcess the result is 0, with an error besides. */
+  'webview.create'(windowGroup: string, process?: string): NumberText;
+  /** Real. Frees a web view and its window. With the last one of the application the program ends. A handle that names none is ignored. */
+  'webview.delete'(view: Numeric): '';
+  /** Real. The names of all native functions, in order, each followed by a line break. */
+  'bindingManager.listBindings'(): string;
+  /** Real. Shows at once what was drawn in the application window. */
+  'applicationWindow.flushContext'(): '';
+  /** Real. Resizes the application window, in pixels, and says how it is turned, in degrees. */
+  'applicationWindow.setSize'(width: Numeric, height: Numeric, rotation: Numeric): '';
+  /** Real. Shows or hides the application window. */
+  'applicationWindow.setVisible'(visible: Flag): '';
+  /** Real. Accepts a certificate for a host: pages of the host load with it and with no other. The certificate is its record, the record of a connection that failed, or PEM text; the result is 0 and nothing changes when it cannot be read. */
+  'webview.addKnownSSLCertificate'(view: Numeric, host: string, certificate: CertificateText): BooleanText;
+  /** Real. Accepts several certificates, an object of records by host. All of them or none: the result is 0 when one cannot be read. */
+  'webview.addKnownSSLCertificates'(view: Numeric, certificates: JsonText<Record<string, SSLCertificateInfo>>): BooleanText;
+  /** Real. Lets scripts of the page read answers of the destination, an origin, and of what is below its domain if wanted. The engine keeps the list per view, so the source does not matter. */
+  'webview.addOriginAccessWhitelistEntry'(view: Numeric, source: string, destination: string, subdomains: Flag): '';
+  /** Real. Scrolls the document to a position in its own units, as a movement. */
+  'webview.animateToDocumentScrollPosition'(view: Numeric, position: JsonText<OrvWebPoint>): '';
+  /** Real. Sets the scale, kept between minimumScale and maximumScale, and scrolls to the position. It happens at once: the engine has no movement for it. */
+  'webview.animateToScaleAndDocumentScrollPosition'(view: Numeric, scale: Numeric, position: JsonText<OrvWebPoint>): '';
+  /** Real. Multiplies the scale, kept between minimumScale and maximumScale; what is at the center of the view stays there. */
+  'webview.animateZoomBy'(view: Numeric, factor: Numeric, center: JsonText<OrvWebPoint>): '';
+  /** Fixed. Always 0: nothing swipes in from the edge of a desktop screen. */
+  'webview.applicationSwipeInEvent'(view: Numeric): BooleanText;
+  /** Real. The name of the window group that the web view was created in. */
+  'webview.applicationWindowGroup'(view: Numeric): string;
+  /** Real. The command line of the program as a JSON array of texts, the program's name first; empty for web views that were not given any. */
+  'webview.arguments'(view: Numeric): string;
+  /** Real. Gives the page the keyboard and focuses its first control (FocusDirectionTop) or its last one (FocusDirectionBottom). */
+  'webview.assignFocus'(view: Numeric, direction: OrvWebFocusDirection): '';
+  /** Later. Would put a stored text into the field that FormAutofillRequestEvent was about. Nothing is stored for forms yet, so nothing happens. */
+  'webview.autofillTextField'(view: Numeric, text: string): '';
+  /** Real. Raises AutomationLog with the message. */
+  'webview.automationLog'(view: Numeric, message: string): '';
+  /** Real. The colour behind the page as a number, 0xAARRGGBB. */
+  'webview.backgroundColor'(view: Numeric): NumberText;
+  /** Real. Multiplies the scale, kept between minimumScale and maximumScale; what is at the first point of the view is at the second one afterwards. The page is laid out anew, not stretched. */
+  'webview.bitmapZoom'(view: Numeric, factor: Numeric, from: JsonText<OrvWebPoint>, to: JsonText<OrvWebPoint>): '';
+  /** Real. Whether there is an entry of the history before the one that is shown. */
+  'webview.canGoBack'(view: Numeric): BooleanText;
+  /** Real. Whether there is an entry of the history after the one that is shown. */
+  'webview.canGoForward'(view: Numeric): BooleanText;
+  /** Fixed. Nothing to stop: a desktop machine has no vibrator. */
+  'webview.cancelVibration'(view: Numeric): '';
+  /** Real. Takes a picture of a part of the document (all of it for an empty rectangle), scaled by the factor and to fit into the size unless that is empty. CaptureContents brings it as a PNG. */
+  'webview.captureContents'(view: Numeric, scale: Numeric, part: JsonText<OrvWebRect>, size: JsonText<OrvWebSize>): '';
+  /** Fixed. A record of zeros: the engine does not count the certificate files that it loads. */
+  'webview.certificateInfo'(view: Numeric): JsonText<OrvWebCertificateInfo>;
+  /** Real. Answers a ChooseFile event that was left open: paths, each in a line of its own; the empty text cancels. */
+  'webview.chooseFileResponse'(view: Numeric, waitHandle: Numeric, files: string): '';
+  /** Fixed. Nothing to free: getSSLCertificateDetails keeps nothing. */
+  'webview.cleanupSSLCertificateDetails'(view: Numeric, details: JsonText<string[]>): '';
+  /** Later. Would forget what was stored for forms. Nothing is stored yet, so nothing happens. */
+  'webview.clearAutofillData'(view: Numeric): '';
+  /** Real. Empties the history; the entry that is shown stays in it if wanted. */
+  'webview.clearBackForwardList'(view: Numeric, keepCurrent: Flag): '';
+  /** Real. Deletes what the engine keeps of all sites: cookies, caches, storage, databases. It is shared by all web views of the process, those of private browsing apart. Accepted certificates and decisions about origins stay. */
+  'webview.clearBrowsingData'(view: Numeric): '';
+  /** Real. Empties the engine's caches in memory and on disk, for all web views of the process. */
+  'webview.clearCache'(view: Numeric): '';
+  /** Real. Deletes all cookies of the process, those of private browsing apart. */
+  'webview.clearCookies'(view: Numeric): '';
+  /** Later. Would forget stored log-ins. None are stored yet, and what the engine remembers of a session cannot be dropped. */
+  'webview.clearCredentials'(view: Numeric): '';
+  /** Real. Deletes the IndexedDB databases of all sites. */
+  'webview.clearDatabases'(view: Numeric): '';
+  /** Real. Takes the focus from the control that has it. */
+  'webview.clearFocus'(view: Numeric): '';
+  /** Real. Empties the history but for the entry that is shown. */
+  'webview.clearHistory'(view: Numeric): '';
+  /** Real. Deletes local and session storage of all sites. */
+  'webview.clearLocalStorage'(view: Numeric): '';
+  /** Fixed. Nothing to delete: the engine offers no file system to pages. */
+  'webview.clearWebFileSystem'(view: Numeric): '';
+  /** Real. The size of the document, at 0,0, in its own units. */
+  'webview.contentRectangle'(view: Numeric): JsonText<OrvWebRect>;
+  /** Real. Decides about a page that SSLHandshakingFailed was about: SSLActionTrust accepts its certificate and loads it again, SSLActionReject leaves it unloaded, SSLActionNone leaves it open. */
+  'webview.continueSSLHandshaking'(view: Numeric, streamId: Numeric, action: OrvWebSSLCertificateAction): '';
+  /** Real. The host name in the script that a reader of the language expects, where that cannot be mistaken for another name; the empty language is the user's. */
+  'webview.convertIDNtoReadableStringByLanguage'(view: Numeric, host: string, language?: string): string;
+  /** Real. Puts a coloured window over the page, transparent at first, in pixels of the application window. The result is its platform handle, 0 when it cannot be made; one that is there already stays as it is. */
+  'webview.createFadeColorWindow'(view: Numeric, x: Numeric, y: Numeric, width: Numeric, height: Numeric, zOrder: Numeric): NumberText;
+  /** Real. What stands at the pointer: the element there and what can be done with it. */
+  'webview.currentContext'(view: Numeric): JsonText<OrvWebContext>;
+  /** Real. The size of text without a size of its own, in pixels. */
+  'webview.defaultFontSize'(view: Numeric): NumberText;
+  /** Real. The encoding of documents that do not say theirs. */
+  'webview.defaultTextEncoding'(view: Numeric): string;
+  /** Real. Ends the page; Destroyed follows. webview.delete frees the web view then. */
+  'webview.destroy'(view: Numeric): '';
+  /** Real. Removes the coloured window, if there is one. */
+  'webview.destroyFadeColorWindow'(view: Numeric): '';
+  /** Real. Asks the document whether it may be closed, and ends the page as destroy does if it agrees. */
+  'webview.destroyIfNotRejectedByUser'(view: Numeric): '';
+  /** Kept. The value that was set, 1 at first. It does not tell the scale of the display. */
+  'webview.devicePixelRatio'(view: Numeric): NumberText;
+  /** Real. Answers a DialogRequested event that was left open. The result is the text of a prompt, user name and password those of a log-in; what a dialog does not ask for may be empty. */
+  'webview.dialogResponse'(view: Numeric, waitHandle: Numeric, accepted: Flag, result: string, username: string, password: string): '';
+  /** Real. Ends a download; DownloadFinished tells ResultCancelled. */
+  'webview.downloadCancel'(view: Numeric, downloadId: Numeric): '';
+  /** Real. Stops a download that can be resumed. The engine cannot keep what has come: it starts from the first byte again. */
+  'webview.downloadPause'(view: Numeric, downloadId: Numeric): '';
+  /** Real. Forgets a download. One that runs is ended, and what has come of its file is deleted. */
+  'webview.downloadRemove'(view: Numeric, downloadId: Numeric): '';
+  /** Real. Starts a paused download again, from the first byte. */
+  'webview.downloadResume'(view: Numeric, downloadId: Numeric): '';
+  /** Real. Starts a download again that failed or was cancelled, under the same number. */
+  'webview.downloadRetry'(view: Numeric, downloadId: Numeric): '';
+  /** Real. Decides about a download that DownloadRequest left pending: ActionSave saves it under the file name, ActionPending leaves it open, everything else discards it. */
+  'webview.downloadUpdate'(view: Numeric, downloadId: Numeric, action: OrvWebDownloadAction, filename: string): '';
+  /** Real. Downloads an address into a file; an empty file name leaves it to DownloadRequest. The size in bytes is what the caller expects and is not used. */
+  'webview.downloadUrl'(view: Numeric, url: string, filename: string, size: Numeric): '';
+  /** Real. Whether the page has the object to call native functions with, from its next document on. Its calls arrive as JavaScriptCallback. */
+  'webview.enableOrvJavaScriptObject'(view: Numeric, enabled: Flag): '';
+  /** Real. Who vouches for the page's server, in words; empty for a page without encryption. The engine does not tell the cipher. */
+  'webview.encryptionInfo'(view: Numeric): string;
+  /** Real. A JSON object with a member, true, for the name of every event and property event. */
+  'webview.eventNames'(view: Numeric): string;
+  /** Real. Runs a script in the page, or beside it in a world of its own (IsolatedWorld). The result is a number; JavaScriptResult brings the value under it. NoWorld runs nothing. */
+  'webview.executeJavaScript'(view: Numeric, script: string, world?: OrvWebJavaScriptWorld): string;
+  /** Real. Calls a function of the page by its path from the global object. The result is a number; JavaScriptFunctionResult brings the value under it. It is empty where that event is not enabled. */
+  'webview.executeJavaScriptFunction'(view: Numeric, path: JsonText<string[]>, values: JsonText<(string | number | boolean)[]>): string;
+  /** Real. The extra headers in force, as setExtraHttpHeaders was given them. */
+  'webview.extraHttpHeaders'(view: Numeric): string;
+  /** Real. The platform handle of the coloured window, 0 when there is none. */
+  'webview.fadeColorWindowPlatformHandle'(view: Numeric): NumberText;
+  /** Real. The icon of the page: a PNG in base64, with its address and size in pixels. */
+  'webview.favicon'(view: Numeric): JsonText<OrvWebFavicon>;
+  /** Kept. The value that was set, 1 at first. */
+  'webview.fileSystemAPISandboxed'(view: Numeric): BooleanText;
+  /** Real. Finds a text in the page, or the next match of the same text; FindString tells what was found. The empty text ends the search. */
+  'webview.findString'(view: Numeric, text: string, forward?: Flag, caseSensitive?: Flag, wrap?: Flag, highlightAll?: Flag): '';
+  /** Real. Focuses the next control in document order; after the last comes the first. */
+  'webview.focusNextField'(view: Numeric): '';
+  /** Real. Focuses the control before; before the first comes the last. */
+  'webview.focusPreviousField'(view: Numeric): '';
+  /** Real. The encoding that documents are read in whatever they say; empty when there is none. */
+  'webview.forcedTextEncoding'(view: Numeric): string;
+  /** Later. The value that was set, 0 at first. It decides about nothing yet. */
+  'webview.fullScreenVideoCapable'(view: Numeric): BooleanText;
+  /** Real. Makes the page leave full screen. The value does not matter. */
+  'webview.fullScreenVideoExited'(view: Numeric, exited: Flag): '';
+  /** Real. Asks for the cookies of an address; CookieResult brings them. */
+  'webview.getCookies'(view: Numeric, url: string): '';
+  /** Real. The history, oldest entry first. The engine does not tell whether an entry came from a form: isPost is false. */
+  'webview.getHistoryList'(view: Numeric): JsonText<OrvWebHistoryItem[]>;
+  /** Real. A certificate in words, a line for each thing that is to be said about it; empty when it cannot be read. */
+  'webview.getSSLCertificateDetails'(view: Numeric, certificate: CertificateText): JsonText<string[]>;
+  /** Real. Goes to the entry before in the history, if there is one. */
+  'webview.goBack'(view: Numeric): '';
+  /** Real. Goes to the next entry in the history, if there is one. */
+  'webview.goForward'(view: Numeric): '';
+  /** Real. Does in the page what an item of the last context menu says: cut, copy, paste, delete, select all, clear a field, open, save or copy a link or an image, inspect. Other items are for the chrome to do; nothing happens. */
+  'webview.handleContextMenuResponse'(view: Numeric, item: OrvWebContextMenuItem): '';
+  /** Later. Would hand a message to the page's inspector. There is no connection to it yet, so nothing happens. */
+  'webview.handleWebInspectorMessageToBackend'(view: Numeric, message: string, length: Numeric): '';
+  /** Real. How many entries the history has. */
+  'webview.historyLength'(view: Numeric): NumberText;
+  /** Real. Which entry of the history is shown, from 0. */
+  'webview.historyPosition'(view: Numeric): NumberText;
+  /** Real. Makes the page in a window group, with the screen's rotation in degrees. webview.create has done that already: the result is 0 for a web view that has a page, and where there is no such group. */
+  'webview.initialize'(view: Numeric, windowGroup: string, rotation: Numeric): BooleanText;
+  /** Real. Whether the web view was made the active one with setActive. */
+  'webview.isActive'(view: Numeric): BooleanText;
+  /** Real. Whether the changes of all properties are reported. */
+  'webview.isAllPropertyChangedEventsEnabled'(view: Numeric): BooleanText;
+  /** Real. Whether all kinds of events are raised. */
+  'webview.isAllWebEventsEnabled'(view: Numeric): BooleanText;
+  /** Kept. The value that was set, 0 at first. */
+  'webview.isAlwaysShowKeyboardOnFocus'(view: Numeric): BooleanText;
+  /** Real. Whether changes of any property are reported. */
+  'webview.isAnyPropertyChangedEventsEnabled'(view: Numeric): BooleanText;
+  /** Real. Whether any kind of event is raised. */
+  'webview.isAnyWebEventsEnabled'(view: Numeric): BooleanText;
+  /** Kept. The value that was set, 1 at first. */
+  'webview.isAutoDeferNetworkingAndJavaScript'(view: Numeric): BooleanText;
+  /** Real. Whether scripts may open windows only when the user has done something. */
+  'webview.isBlockPopups'(view: Numeric): BooleanText;
+  /** Later. The value that was set, 0 at first. */
+  'webview.isDeferNetworkingAndJavaScript'(view: Numeric): BooleanText;
+  /** Real. Whether what pages log is written to standard output. */
+  'webview.isEnableConsoleLogging'(view: Numeric): BooleanText;
+  /** Real. Whether the page has cookies. */
+  'webview.isEnableCookies'(view: Numeric): BooleanText;
+  /** Later. The value that was set, 0 at first. */
+  'webview.isEnableCredentialAutofill'(view: Numeric): BooleanText;
+  /** Real. Whether scripts of the page may read answers of all origins. */
+  'webview.isEnableCrossSiteXHR'(view: Numeric): BooleanText;
+  /** Real. Whether names of links are looked up ahead. */
+  'webview.isEnableDNSPrefetch'(view: Numeric): BooleanText;
+  /** Kept. The value that was set, 1 at first. */
+  'webview.isEnableDefaultOverScrollBackground'(view: Numeric): BooleanText;
+  /** Real. Whether dialogs of pages are raised as DialogRequested. */
+  'webview.isEnableDialogRequestedEvents'(view: Numeric): BooleanText;
+  /** Kept. The value that was set, 0 at first. */
+  'webview.isEnableDiskCache'(view: Numeric): BooleanText;
+  /** Real. Whether pages may load fonts. */
+  'webview.isEnableDownloadableBinaryFonts'(view: Numeric): BooleanText;
+  /** Kept. The value that was set, 0 at first. */
+  'webview.isEnableFineCursorControl'(view: Numeric): BooleanText;
+  /** Later. The value that was set, 0 at first. */
+  'webview.isEnableFormAutofill'(view: Numeric): BooleanText;
+  /** Real. Whether pages may ask where they are. */
+  'webview.isEnableGeolocation'(view: Numeric): BooleanText;
+  /** Real. Whether the user's input method works in the page. */
+  'webview.isEnableInputMethodSupport'(view: Numeric): BooleanText;
+  /** Later. The value that was set, 0 at first. */
+  'webview.isEnableInputNotifications'(view: Numeric): BooleanText;
+  /** Real. Whether scripts of pages run. */
+  'webview.isEnableJavaScript'(view: Numeric): BooleanText;
+  /** Kept. The value that was set, 0 at first. */
+  'webview.isEnableLocalAccessToAllCookies'(view: Numeric): BooleanText;
+  /** Kept. The value that was set, 0 at first. */
+  'webview.isEnableMediaRTSP'(view: Numeric): BooleanText;
+  /** Later. The value that was set, 0 at first. */
+  'webview.isEnableNetworkResourceRequestedEvents'(view: Numeric): BooleanText;
+  /** Kept. The value that was set, 0 at first. */
+  'webview.isEnablePlugins'(view: Numeric): BooleanText;
+  /** Kept. The value that was set, 0 at first. */
+  'webview.isEnableSoundOnAnchorElementTouchEvents'(view: Numeric): BooleanText;
+  /** Real. Whether the arrow keys move between controls. */
+  'webview.isEnableSpatialNavigation'(view: Numeric): BooleanText;
+  /** Kept. The value that was set, 1 at first. */
+  'webview.isEnableTextSelectionControls'(view: Numeric): BooleanText;
+  /** Real. Whether pages are kept for going back and forward. */
+  'webview.isEnableWebContentCache'(view: Numeric): BooleanText;
+  /** Real. Whether the page can be inspected. */
+  'webview.isEnableWebInspector'(view: Numeric): BooleanText;
+  /** Real. Whether pages have web sockets. */
+  'webview.isEnableWebSockets'(view: Numeric): BooleanText;
+  /** Real. Whether images are loaded. */
+  'webview.isLoadImages'(view: Numeric): BooleanText;
+  /** Fixed. Always 0: there are no plug-ins. */
+  'webview.isPluginFullScreen'(view: Numeric): BooleanText;
+  /** Real. Whether the page leaves nothing behind. */
+  'webview.isPrivateBrowsing'(view: Numeric): BooleanText;
+  /** Real. Whether changes of the property are reported. */
+  'webview.isPropertyChangedEventEnabled'(view: Numeric, property: PropertyName): BooleanText;
+  /** Real. Whether a video of the page is in full screen. */
+  'webview.isVideoFullScreen'(view: Numeric): BooleanText;
+  /** Real. Whether the web view is shown. */
+  'webview.isVisible'(view: Numeric): BooleanText;
+  /** Real. Whether events of that kind are raised. */
+  'webview.isWebEventEnabled'(view: Numeric, event: WebEventName): BooleanText;
+  /** Later. The value that was set, 0 at first. */
+  'webview.isZoomToFitWidthOnLoad'(view: Numeric): BooleanText;
+  /** Later. The value that was set, 0 at first. */
+  'webview.javaScriptInterruptTimeout'(view: Numeric): NumberText;
+  /** Real. The number of the web view's window in the application window, 0 when it has none. */
+  'webview.jsScreenWindowHandle'(view: Numeric): NumberText;
+  /** Real. The certificate that was accepted for a host; an empty record when there is none. */
+  'webview.knownSSLCertificate'(view: Numeric, host: string): JsonText<SSLCertificateInfo>;
+  /** Real. All certificates that were accepted, by host. */
+  'webview.knownSSLCertificates'(view: Numeric): JsonText<Record<string, SSLCertificateInfo>>;
+  /** Real. Loads a file of this machine by its path. The second text is not used. */
+  'webview.loadFile'(view: Numeric, path: string, unused?: string): '';
+  /** Real. How much of the page is loaded, from 0 to 100. */
+  'webview.loadProgress'(view: Numeric): NumberText;
+  /** Real. Shows a text as a document of that type. */
+  'webview.loadString'(view: Numeric, text: string, mimeType?: string): '';
+  /** Real. Shows a text as a document of that type, whose relative addresses start at the base. */
+  'webview.loadStringWithBase'(view: Numeric, text: string, baseURL: string, mimeType?: string): '';
+  /** Real. Loads an address. What is no address shows a page that says so. */
+  'webview.loadURL'(view: Numeric, url: string): '';
+  /** Real. The address of the page. */
+  'webview.location'(view: Numeric): string;
+  /** Real. Holds back reports of property changes until unlockProperties was called as often. */
+  'webview.lockProperties'(view: Numeric): '';
+  /** Real. Writes a text to the program's log. */
+  'webview.log'(view: Numeric, text: string): '';
+  /** Fixed. The largest scale that the zoom commands go to: 5. */
+  'webview.maximumScale'(view: Numeric): NumberText;
+  /** Real. The smallest size of text in pages, in pixels; 0 for no limit. */
+  'webview.minimumFontSize'(view: Numeric): NumberText;
+  /** Fixed. The smallest scale that the zoom commands go to: 0.25. */
+  'webview.minimumScale'(view: Numeric): NumberText;
+  /** Real. Tells the page that its notification was clicked. */
+  'webview.notificationClicked'(view: Numeric, id: string): '';
+  /** Real. Tells the page that its notification is closed. */
+  'webview.notificationClosed'(view: Numeric, id: string): '';
+  /** Real. Closes a notification that could not be shown. The page hears of its end, not of an error. */
+  'webview.notificationError'(view: Numeric, id: string): '';
+  /** Real. Answers a NotificationPermissionCheck event that was left open: "granted", "denied" or, for anything else, that the user is to be asked. */
+  'webview.notificationPermissionCheckResponse'(view: Numeric, waitHandle: Numeric, state: string): '';
+  /** Fixed. Nothing to do: the engine itself tells the page that a notification is shown. */
+  'webview.notificationShown'(view: Numeric, id: string): '';
+  /** Fixed. Nothing to do: a desktop window does not rotate. */
+  'webview.notifyApplicationOrientationDone'(view: Numeric): '';
+  /** Fixed. Nothing to do: no menu is kept open for the chrome. */
+  'webview.notifyContextMenuCancelled'(view: Numeric): '';
+  /** Later. Would hand a part of a resource's content, of so many bytes, to the page. No resource is handed to the chrome yet, so nothing happens. */
+  'webview.notifyDataReceived'(view: Numeric, streamId: Numeric, data: string, length: Numeric): '';
+  /** Later. Would end a resource that the chrome provides. No resource is handed to the chrome yet, so nothing happens. */
+  'webview.notifyDone'(view: Numeric, streamId: Numeric): '';
+  /** Later. Would hand a header of a resource to the page. No resource is handed to the chrome yet, so nothing happens. */
+  'webview.notifyHeaderReceived'(view: Numeric, streamId: Numeric, key: string, value: string): '';
+  /** Later. Would open a resource that the chrome provides, with its HTTP status. No resource is handed to the chrome yet, so nothing happens. */
+  'webview.notifyOpen'(view: Numeric, streamId: Numeric, status: Numeric, message: string): '';
+  /** Real. Empties the engine's cache in memory. */
+  'webview.notifySystemLowMemory'(view: Numeric): '';
+  /** Real. Says that somebody else has moved the web view: the rectangle is kept and reported as Viewport, and nothing is moved. */
+  'webview.notifyViewportChanged'(view: Numeric, rectangle: JsonText<OrvWebRect>): '';
+  /** Real. Answers an OpenWindow event that was left open: the web view with that handle shows the window. It must not have loaded anything; a handle that names none opens no window. */
+  'webview.openWindowResponse'(view: Numeric, waitHandle: Numeric, popup: Numeric): '';
+  /** Real. The address that was asked for, before it led elsewhere. */
+  'webview.originalLocation'(view: Numeric): string;
+  /** Kept. The value that was set, 0xFFFFFFFF at first. */
+  'webview.overScrollColor'(view: Numeric): NumberText;
+  /** Real. Writes a text to standard error, without a line break. */
+  'webview.printToStderr'(view: Numeric, text: string): '';
+  /** Real. Writes a text to standard output, without a line break. */
+  'webview.printToStdout'(view: Numeric, text: string): '';
+  /** Real. Loads the page again. */
+  'webview.reload'(view: Numeric): '';
+  /** Real. Forgets all accepted certificates. A page with one of them is refused the next time that it is loaded. */
+  'webview.removeAllKnownSSLCertificates'(view: Numeric): '';
+  /** Real. Forgets what was decided about an origin that wants to know where it is: the user is asked again. */
+  'webview.removeGeolocationFilter'(view: Numeric, origin: string): '';
+  /** Real. Forgets the certificate that was accepted for a host, if it is that one; an empty record means whichever it is. The result is 0 when it was not there. */
+  'webview.removeKnownSSLCertificate'(view: Numeric, host: string, certificate: CertificateText): BooleanText;
+  /** Real. Takes back what addOriginAccessWhitelistEntry allowed. The source does not matter. */
+  'webview.removeOriginAccessWhitelistEntry'(view: Numeric, source: string, destination: string, subdomains: Flag): '';
+  /** Real. Looks again at what stands at the pointer; CurrentContext is reported even if it is the same. */
+  'webview.requestCurrentContextUpdate'(view: Numeric): '';
+  /** Real. Asks for the history as a text for restoreSession; SessionInfo brings it. */
+  'webview.requestSession'(view: Numeric): '';
+  /** Real. Brings back a history from SessionInfo's text and shows the entry at the position; a position that is not there shows the entry that was shown. */
+  'webview.restoreSession'(view: Numeric, session: string, position: Numeric): '';
+  /** Real. How many times its own size the page is shown, by zoom and pinch together. */
+  'webview.scale'(view: Numeric): NumberText;
+  /** Real. Scrolls the document by a distance in its own units, at once. */
+  'webview.scrollBy'(view: Numeric, x: Numeric, y: Numeric): '';
+  /** Real. How far the document is scrolled, in its own units. */
+  'webview.scrollPosition'(view: Numeric): JsonText<OrvWebPoint>;
+  /** Real. How secure the page is: SecureFull with a certificate that holds, SecureFailed with an accepted one that does not, SecureNone without encryption. SecurePartial does not occur. */
+  'webview.secureType'(view: Numeric): OrvWebSecureType;
+  /** Real. All that is known about the security of the document: its connection and the certificates of its server. */
+  'webview.securityInfo'(view: Numeric): JsonText<OrvWebPageSecurityInfo>;
+  /** Real. Which input the web view takes. */
+  'webview.sensitivity'(view: Numeric): OrvWebSensitivity;
+  /** Real. Gives the page the keyboard of its window; false only remembers that it is not the active one. */
+  'webview.setActive'(view: Numeric, active: Flag): '';
+  /** Real. Whether the changes of all properties are reported, as long as PropertyChanged is enabled besides. */
+  'webview.setAllPropertyChangedEventsEnabled'(view: Numeric, enabled: Flag): '';
+  /** Real. Whether all kinds of events are raised. */
+  'webview.setAllWebEventsEnabled'(view: Numeric, enabled: Flag): '';
+  /** Real. Answers the origin's open question whether it may know where it is. */
+  'webview.setAllowGeolocation'(view: Numeric, origin: string, allowed: Flag): '';
+  /** Real. Answers the origin's open question whether it may show notifications. */
+  'webview.setAllowNotification'(view: Numeric, origin: string, allowed: Flag): '';
+  /** Real. Answers a UserMediaRequest event that was left open. Any text grants, the empty one refuses; the engine picks the device. */
+  'webview.setAllowUserMedia'(view: Numeric, id: Numeric, device: string): '';
+  /** Kept. The value is kept; there is no keyboard on the screen. */
+  'webview.setAlwaysShowKeyboardOnFocus'(view: Numeric, enabled: Flag): '';
+  /** Kept. The value is kept; the engine looks at the window itself. */
+  'webview.setApplicationActivationState'(view: Numeric, state: OrvWebApplicationActivationState): '';
+  /** Kept. The value is kept; a desktop window does not rotate. */
+  'webview.setApplicationOrientation'(view: Numeric, degrees: Numeric): '';
+  /** Kept. The value is kept; the engine slows hidden pages down by itself. */
+  'webview.setAutoDeferNetworkingAndJavaScript'(view: Numeric, enabled: Flag): '';
+  /** Real. The colour behind the page, 0xAARRGGBB as a decimal number. */
+  'webview.setBackgroundColor'(view: Numeric, color: Numeric): '';
+  /** Kept. The value is kept; the engine always lays zoomed pages out anew. */
+  'webview.setBitmapZooming'(view: Numeric, enabled: Flag): '';
+  /** Real. Whether scripts may open windows only when the user has done something. */
+  'webview.setBlockPopups'(view: Numeric, enabled: Flag): '';
+  /** Real. Adds cookies for an address, each in the form of a Set-Cookie header. Texts that are none are left out. */
+  'webview.setCookies'(view: Numeric, url: string, cookies: JsonText<string[]>): '';
+  /** Real. The size of text without a size of its own, in pixels. */
+  'webview.setDefaultFontSize'(view: Numeric, pixels: Numeric): '';
+  /** Real. The encoding of documents that do not say theirs. */
+  'webview.setDefaultTextEncoding'(view: Numeric, encoding: string): '';
+  /** Later. Would hold the page's scripts and requests. The value is kept and reported, and the page goes on. */
+  'webview.setDeferNetworkingAndJavaScript'(view: Numeric, enabled: Flag): '';
+  /** Kept. The value is kept and reported; the display decides how pages are drawn. */
+  'webview.setDevicePixelRatio'(view: Numeric, ratio: Numeric): '';
+  /** Real. Whether what pages log is written to standard output. */
+  'webview.setEnableConsoleLogging'(view: Numeric, enabled: Flag): '';
+  /** Real. Whether the page has cookies, and whether the process takes those that come with answers: the latter is one switch for all web views that share their data. */
+  'webview.setEnableCookies'(view: Numeric, enabled: Flag): '';
+  /** Later. Would fill in stored log-ins. The value is kept and reported; none are stored yet. */
+  'webview.setEnableCredentialAutofill'(view: Numeric, enabled: Flag): '';
+  /** Real. Whether scripts of the page may read answers of all origins. */
+  'webview.setEnableCrossSiteXHR'(view: Numeric, enabled: Flag): '';
+  /** Real. Whether names of links are looked up ahead. */
+  'webview.setEnableDNSPrefetch'(view: Numeric, enabled: Flag): '';
+  /** Kept. The value is kept; nothing shows beyond the end of a page. */
+  'webview.setEnableDefaultOverScrollBackground'(view: Numeric, enabled: Flag): '';
+  /** Real. Whether dialogs of pages are raised as DialogRequested; the engine shows its own otherwise. */
+  'webview.setEnableDialogRequestedEvents'(view: Numeric, enabled: Flag): '';
+  /** Kept. The value is kept; the engine has one cache for all web views. */
+  'webview.setEnableDiskCache'(view: Numeric, enabled: Flag): '';
+  /** Real. Whether pages may load fonts; requests for them are stopped otherwise. */
+  'webview.setEnableDownloadableBinaryFonts'(view: Numeric, enabled: Flag): '';
+  /** Kept. The value is kept; it is about touch screens. */
+  'webview.setEnableFineCursorControl'(view: Numeric, enabled: Flag): '';
+  /** Later. Would offer stored texts in forms. The value is kept and reported; nothing is stored yet. */
+  'webview.setEnableFormAutofill'(view: Numeric, enabled: Flag): '';
+  /** Real. Whether pages may ask where they are, from the next document on. */
+  'webview.setEnableGeolocation'(view: Numeric, enabled: Flag): '';
+  /** Real. Whether the user's input method works in the page. */
+  'webview.setEnableInputMethodSupport'(view: Numeric, enabled: Flag): '';
+  /** Later. Would raise the events of text input. The value is kept and reported; they are not raised yet. */
+  'webview.setEnableInputNotifications'(view: Numeric, enabled: Flag): '';
+  /** Real. Whether scripts of pages run, from the next document on. The chrome's own scripts in the page run always. */
+  'webview.setEnableJavaScript'(view: Numeric, enabled: Flag): '';
+  /** Kept. The value is kept; the engine has no such switch. */
+  'webview.setEnableLocalAccessToAllCookies'(view: Numeric, enabled: Flag): '';
+  /** Kept. The value is kept; the engine has no such switch. */
+  'webview.setEnableMediaRTSP'(view: Numeric, enabled: Flag): '';
+  /** Later. Would raise an event for each request of a page. The value is kept and reported; it is not raised yet. */
+  'webview.setEnableNetworkResourceRequestedEvents'(view: Numeric, enabled: Flag): '';
+  /** Kept. The value is kept; there are no plug-ins. */
+  'webview.setEnablePlugins'(view: Numeric, enabled: Flag): '';
+  /** Kept. The value is kept; it is about touch screens. */
+  'webview.setEnableSoundOnAnchorElementTouchEvents'(view: Numeric, enabled: Flag): '';
+  /** Real. Whether the arrow keys move between controls. */
+  'webview.setEnableSpatialNavigation'(view: Numeric, enabled: Flag): '';
+  /** Kept. The value is kept; it is about touch screens. */
+  'webview.setEnableTextSelectionControls'(view: Numeric, enabled: Flag): '';
+  /** Real. Whether pages are kept for going back and forward. */
+  'webview.setEnableWebContentCache'(view: Numeric, enabled: Flag): '';
+  /** Real. Whether pages have web sockets, from the next document on. */
+  'webview.setEnableWebSockets'(view: Numeric, enabled: Flag): '';
+  /** Real. The members of a JSON object become extra headers of all requests of the page. Numbers, true, false and null count as their JSON, lists and objects are left out. The result is 0, with an error besides, for anything but a JSON object. */
+  'webview.setExtraHttpHeaders'(view: Numeric, headers: string): BooleanText;
+  /** Kept. The value is kept; there are no plug-ins. */
+  'webview.setExtraPluginDirectory'(view: Numeric, directory: string): '';
+  /** Real. Moves the coloured window, if there is one; in pixels of the application window. */
+  'webview.setFadeColorWindowRect'(view: Numeric, x: Numeric, y: Numeric, width: Numeric, height: Numeric): '';
+  /** Real. The colour of the next coloured window, each part from 0 to 255; one that is there keeps its colour. */
+  'webview.setFadeWindowColor'(view: Numeric, red: Numeric, blue: Numeric, green: Numeric, alpha: Numeric): '';
+  /** Kept. The value is kept; the engine offers no file system to pages. */
+  'webview.setFileSystemAPISandboxed'(view: Numeric, sandboxed: Flag): '';
+  /** Real. The encoding that documents are read in whatever they say; the empty text leaves it to them. The page is loaded again. */
+  'webview.setForcedTextEncoding'(view: Numeric, encoding: string): '';
+  /** Later. Would raise the events of videos in full screen. The value is kept and reported; they are not raised yet. */
+  'webview.setFullScreenVideoCapable'(view: Numeric, capable: Flag): '';
+  /** Real. Places the web view in the application window, in pixels. */
+  'webview.setGeometry'(view: Numeric, x: Numeric, y: Numeric, width: Numeric, height: Numeric): '';
+  /** Real. Goes to an entry of the history, from 0; nothing happens for one that is not there. */
+  'webview.setHistoryPosition'(view: Numeric, position: Numeric): '';
+  /** Real. Whether native functions that the page calls run here, as the chrome's do, or arrive as JavaScriptCallback. Either way the page has the object to call them with from its next document on. */
+  'webview.setJSWebViewBindings'(view: Numeric, enabled: Flag): '';
+  /** Later. Would tell of scripts that run too long. The value is kept and reported; nobody watches yet. */
+  'webview.setJavaScriptInterruptTimeout'(view: Numeric, timeout: Numeric): '';
+  /** Kept. The value is kept; there is no keyboard on the screen. */
+  'webview.setKeyboardVisibilityLocked'(view: Numeric, locked: Flag): '';
+  /** Kept. The value is kept; there is no keyboard on the screen. */
+  'webview.setKeyboardVisible'(view: Numeric, visible: Flag): '';
+  /** Kept. The rectangle is kept, one for all web views; the engine decides itself what it draws ahead. */
+  'webview.setLayerTilerPrefillRect'(view: Numeric, x: Numeric, y: Numeric, width: Numeric, height: Numeric): '';
+  /** Real. Whether images are loaded. */
+  'webview.setLoadImages'(view: Numeric, enabled: Flag): '';
+  /** Real. The smallest size of text in pages, in pixels; 0 for no limit. */
+  'webview.setMinimumFontSize'(view: Numeric, pixels: Numeric): '';
+  /** Kept. The value is kept and reported; nothing shows beyond the end of a page. */
+  'webview.setOverScrollColor'(view: Numeric, color: Numeric): '';
+  /** Kept. The value is kept; the engine does not look for telephone numbers and the like. */
+  'webview.setPatternMatchingEnabled'(view: Numeric, enabled: Flag): '';
+  /** Real. The web view that shows the next window that the page opens, if nothing else is answered to OpenWindow. It must not have loaded anything; a handle that names none takes it back. */
+  'webview.setPopupWebView'(view: Numeric, popup: Numeric): '';
+  /** Real. Whether the page leaves nothing behind. The page starts anew at its address, without its history. */
+  'webview.setPrivateBrowsing'(view: Numeric, enabled: Flag): '';
+  /** Real. Whether changes of the property are reported, as long as PropertyChanged is enabled besides. */
+  'webview.setPropertyChangedEventEnabled'(view: Numeric, property: PropertyName, enabled: Flag): '';
+  /** Kept. The value is kept; the desktop decides about its screens. */
+  'webview.setScreenPowerState'(view: Numeric, on: Flag): '';
+  /** Real. Scrolls the document to a position in its own units, at once. */
+  'webview.setScrollPosition'(view: Numeric, position: JsonText<OrvWebPoint>): '';
+  /** Real. Whether the user can scroll the document. */
+  'webview.setScrolling'(view: Numeric, enabled: Flag): '';
+  /** Real. Which input the web view takes: SensitivityNever lets it go to what lies below, SensitivityNoFocus takes the pointer and not the keyboard. */
+  'webview.setSensitivity'(view: Numeric, sensitivity: OrvWebSensitivity): '';
+  /** Real. Whether navigator.standalone is true, from the next document on. */
+  'webview.setStandalone'(view: Numeric, standalone: Flag): '';
+  /** Kept. The value is kept; it is about screens that rotate. */
+  'webview.setTemporaryViewportSize'(view: Numeric, size: JsonText<OrvWebSize>): '';
+  /** Kept. The value is kept and reported; the engine does not reflow zoomed text. */
+  'webview.setTextReflowMode'(view: Numeric, mode: OrvWebTextReflowMode): '';
+  /** Real. How the engine names itself in requests and to scripts; the empty text brings its own name back. */
+  'webview.setUserAgent'(view: Numeric, userAgent: string): '';
+  /** Real. A style sheet that is added to every page: a local:, file: or data: address or a path; the empty text takes it away. */
+  'webview.setUserStyleSheetLocation'(view: Numeric, location: string): '';
+  /** Real. Places the web view in the application window, in pixels. */
+  'webview.setViewport'(view: Numeric, rectangle: JsonText<OrvWebRect>): '';
+  /** Kept. The value is kept and reported; windows decide about the layout here, not pages' viewports. */
+  'webview.setViewportHeight'(view: Numeric, height: Numeric): '';
+  /** Kept. The value is kept and reported; see setViewportHeight. */
+  'webview.setViewportInitialScale'(view: Numeric, scale: Numeric): '';
+  /** Kept. The value is kept and reported, and does not limit the zoom commands; see setViewportHeight. */
+  'webview.setViewportMaximumScale'(view: Numeric, scale: Numeric): '';
+  /** Kept. The value is kept and reported, and does not limit the zoom commands; see setViewportHeight. */
+  'webview.setViewportMinimumScale'(view: Numeric, scale: Numeric): '';
+  /** Kept. The value is kept and reported; see setViewportHeight. */
+  'webview.setViewportTargetDensityDpi'(view: Numeric, density: Numeric): '';
+  /** Kept. The value is kept and reported; see setViewportHeight. */
+  'webview.setViewportUserScalable'(view: Numeric, scalable: Numeric): '';
+  /** Kept. The value is kept and reported; see setViewportHeight. */
+  'webview.setViewportWidth'(view: Numeric, width: Numeric): '';
+  /** Real. Whether the web view is shown. */
+  'webview.setVisible'(view: Numeric, visible: Flag): '';
+  /** Real. Whether events of that kind are raised. */
+  'webview.setWebEventEnabled'(view: Numeric, event: WebEventName, enabled: Flag): '';
+  /** Real. Whether the page can be inspected: by its context menu, or by handleContextMenuResponse with InspectElement. */
+  'webview.setWebInspectorEnabled'(view: Numeric, enabled: Flag): '';
+  /** Real. The place of the web view in the stack of its window group; higher is nearer to the user. */
+  'webview.setZOrder'(view: Numeric, zOrder: Numeric): '';
+  /** Fixed. Nothing: the zoom of a page is its scale. */
+  'webview.setZoomFactor'(view: Numeric, factor: Numeric): '';
+  /** Later. Would fit wide pages into the web view. The value is kept and reported; nothing is fitted yet. */
+  'webview.setZoomToFitWidthOnLoad'(view: Numeric, enabled: Flag): '';
+  /** Real. Scrolls the document by a distance in its own units, as a movement. */
+  'webview.startAnimatedScroll'(view: Numeric, distance: JsonText<OrvWebPoint>): '';
+  /** Real. The address of the link at the pointer; empty when there is none. */
+  'webview.status'(view: Numeric): string;
+  /** Real. Ends loading. */
+  'webview.stop'(view: Numeric): '';
+  /** Real. Ends a movement where it is. */
+  'webview.stopAnimatedScroll'(view: Numeric): '';
+  /** Real. Sends the form of the control that has the focus, after the checks that it asks for. */
+  'webview.submitForm'(view: Numeric): '';
+  /** Later. Would answer log-ins of proxies. They are not kept yet, so nothing happens; the chrome is asked with DialogRequested. */
+  'webview.syncProxyCredential'(view: Numeric, username: string, password: string): '';
+  /** Real. The encoding of the document. */
+  'webview.textEncoding'(view: Numeric): string;
+  /** Real. Asks whether text typed now would have an attribute: bold, italic, underline or strikethrough. TextAttributeQuery, raised within the call, brings "true" or "false". */
+  'webview.textHasAttribute'(view: Numeric, name: string): '';
+  /** Kept. The value that was set, TextReflowDisabled at first. */
+  'webview.textReflowMode'(view: Numeric): OrvWebTextReflowMode;
+  /** Real. The title of the page. */
+  'webview.title'(view: Numeric): string;
+  /** Real. The title of the element at the pointer, or of the nearest around it that has one. */
+  'webview.tooltip'(view: Numeric): string;
+  /** Real. Ends one lockProperties; with the last, each property that changed meanwhile is reported once. */
+  'webview.unlockProperties'(view: Numeric): '';
+  /** Fixed. Nothing: there are no plug-ins. */
+  'webview.updateDisabledPluginFiles'(view: Numeric, file: string, disabled: Flag): '';
+  /** Real. Remembers for the life of the web view whether an origin may know where it is, so that it is not asked about; UpdateGeolocationFilter is raised within the call. */
+  'webview.updateGeolocationFilter'(view: Numeric, origin: string, allowed: Flag): '';
+  /** Real. Remembers for the life of the web view whether an origin may show notifications, so that it is not asked about. */
+  'webview.updateNotificationPermission'(view: Numeric, origin: string, allowed: Flag): '';
+  /** Real. What setUserAgent was given; empty for the engine's own name. */
+  'webview.userAgent'(view: Numeric): string;
+  /** Real. What setUserStyleSheetLocation was given. */
+  'webview.userStyleSheetLocation'(view: Numeric): string;
+  /** Real. The place of the web view in the application window, in pixels; all of it for one that was never placed. */
+  'webview.viewport'(view: Numeric): JsonText<OrvWebRect>;
+  /** Kept. The value that was set, 0 at first. */
+  'webview.viewportHeight'(view: Numeric): NumberText;
+  /** Kept. The value that was set, 1 at first. */
+  'webview.viewportInitialScale'(view: Numeric): NumberText;
+  /** Kept. The value that was set, 5 at first. */
+  'webview.viewportMaximumScale'(view: Numeric): NumberText;
+  /** Kept. The value that was set, 0.25 at first. */
+  'webview.viewportMinimumScale'(view: Numeric): NumberText;
+  /** Kept. The value that was set, 0 at first. */
+  'webview.viewportTargetDensityDpi'(view: Numeric): NumberText;
+  /** Kept. The value that was set, 1 at first. */
+  'webview.viewportUserScalable'(view: Numeric): NumberText;
+  /** Kept. The value that was set, 0 at first. */
+  'webview.viewportWidth'(view: Numeric): NumberText;
+  /** Later. The port of the inspector; there is none yet: 0. */
+  'webview.webInspectorPort'(view: Numeric): NumberText;
+  /** Real. A text that names the web view's window. */
+  'webview.windowUniqueId'(view: Numeric): string;
+  /** Real. The place of the web view in the stack of its window group. */
+  'webview.zOrder'(view: Numeric): NumberText;
+  /** Fixed. Always 1: the zoom of a page is its scale. */
+  'webview.zoomFactor'(view: Numeric): NumberText;
+}
+
+export interface NativeCalls {
+  /** Every value crosses as text. A call that fails returns '', whatever the type says. */
+  callNative<Name extends keyof NativeFunctions>(
+    name: Name, ...values: Parameters<NativeFunctions[Name]>): ReturnType<NativeFunctions[Name]>;
+}
+
+/** What an event brings: JSON of its body, or the text of a property's value. */
+export type EventData<Name> =
+  Name extends keyof ChromeEvents ? (ChromeEvents[Name] extends '' ? '' : JsonText<ChromeEvents[Name]>)
+  : Name extends keyof PropertyEvents ? PropertyEvents[Name] : string;
+/** What webEvent may return for an event: JSON of an answer, for those that are sent. */
+export type EventAnswer<Name> =
+  Name extends keyof ChromeAnswers ? JsonText<ChromeAnswers[Name]> | '' | void : void;
+
+/** The functions that a chrome has, for the program to call. */
+export interface ChromeFunctions {
+  internal: {
+    webEvent(handle: number, name: string, data: string, integer: number): string | void;
+  };
+  native: { error(text: string): void };
+}
+
+declare global {
+  const orv: NativeCalls;
+  interface Window { chrome?: ChromeFunctions }
+}

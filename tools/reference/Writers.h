@@ -1,0 +1,22 @@
+// The two files of the reference. Any thread: texts from texts.
+#pragma once
+
+#include "Events.h"
+#include "Functions.h"
+
+#include <string>
+
+namespace reference {
+
+struct Reference {
+  Records records;
+  std::vector<Function> functions;
+  Events events;
+};
+
+// docs/native-functions.md
+std::string markdown(const Reference& reference);
+// chrome/pagehost.d.ts
+std::string typeScript(const Reference& reference);
+
+}  // namespace reference
