@@ -19,7 +19,7 @@ export class Questions {
     this.#tabs = tabs;
     this.#show = show;
     tabs.addEventListener('change', () => this.#refresh());
-    for (const end of ['committed', 'crashed', 'closed']) tabs.addEventListener(end, ({ detail: tab }) => this.#drop(tab));
+    for (const end of ['committed', 'crashed', 'closed']) tabs.addEventListener(end, ({ detail: tab }) => this.drop(tab));
   }
 
   get shown() {
@@ -46,7 +46,8 @@ export class Questions {
     return this.#rows.has(tab);
   }
 
-  #drop(tab) {
+  /** Nobody shall be asked any more. */
+  drop(tab) {
     const row = this.#rows.get(tab);
     if (!row) return;
     this.#rows.delete(tab);
