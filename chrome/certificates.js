@@ -94,9 +94,16 @@ export class CertificateSheet {
     view.on('SSLHandshakingFailed', ({ data: { connectionInfo, streamId, url } }) => {
       // Of two refusals the earlier one is of no interest any more.
       this.#questions.drop(tab);
+      let failureIsShown = false;
       this.#questions.ask(tab, {
         url,
         connectionInfo,
+        // The host shows a page of its own at the address of the one that it refused.
+        outlives: () => {
+          if (failureIsShown || view.location() !== url) return false;
+          failureIsShown = true;
+          return true;
+        },
         answer: (accepted) => {
           if (accepted) {
             tab.update({ loading: true, progress: 0, stopped: false });

@@ -91,7 +91,7 @@ export class PageInfoPanel extends Panel {
     const rows = known.map(([host, { problems = [] }]) => {
       const remove = make('button', { type: 'button', className: 'text', textContent: 'Remove', 'aria-label': `Remove ${host}` });
       remove.addEventListener('click', () => this.#known.remove(host));
-      return make('li', {}, make('div', {}, make('b', { textContent: host }), make('small', { textContent: problems.join(' ') })), remove);
+      return make('li', {}, make('div', {}, make('b', { textContent: host }), make('small', { textContent: problems.join('; ') })), remove);
     });
     const all = make('button', { type: 'button', className: 'text', textContent: 'Remove all' });
     all.addEventListener('click', () => this.#known.removeAll());
