@@ -18,6 +18,28 @@ const MARKUP = `
     <button class="primary" id="certificate-back">Go back</button>
   </div>`;
 
+/**
+ * The last page before a refused one. Of that, the history may have no entry, an empty one, or two.
+ * @param {{url: string}[]} history
+ * @returns {number} its place in the history; -1 if there is none
+ */
+export function placeBefore(history, position, refused) {
+  let at = position;
+  while (at >= 0 && (history[at].url === refused || history[at].url === 'about:blank')) at -= 1;
+  return at;
+}
+
+function goBack(tab, refused, home) {
+  const { view } = tab;
+  const history = JSON.parse(view.getHistoryList() || '[]');
+  const position = Math.min(Number(view.historyPosition()), history.length - 1);
+  const at = placeBefore(history, position, refused);
+  tab.stay();
+  // There already, as the history sees it, though the host shows its own page.
+  if (at < 0 || at === position) tab.navigate(history[at]?.url ?? home);
+  else view.setHistoryPosition(at);
+}
+
 /** What the web views have accepted. Reports "change". */
 export class KnownCertificates extends EventTarget {
   #tabs;
@@ -110,7 +132,7 @@ export class CertificateSheet {
             return known.accept(view, streamId, connectionInfo);
           }
           reject(streamId);
-          return tab.leave(home);
+          return goBack(tab, url, home);
         },
         drop: () => tab.view === view && reject(streamId),
       });

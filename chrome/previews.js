@@ -31,18 +31,19 @@ export class Previews {
   }
 
   async #show(tabs, tab) {
-    if (!tab.ready || !tab.room) return;
-    const { width, height } = tab.room;
+    const { room } = tab;
+    if (!tab.ready || !room) return;
+    const height = Math.min(PICTURE.height, Math.round(PICTURE.width * room.height / room.width));
     // Of the document's beginning as much as the window shows.
-    const picture = await capture(tab.view, { part: { x: 0, y: 0, width, height }, within: PICTURE });
+    const picture = await capture(tab.view, { part: { ...room, x: 0, y: 0 }, within: PICTURE });
     if (tab !== this.#wanted) return;
     const view = (this.#view ??= this.#create());
     view.whenCreated(() => {
       if (tab !== this.#wanted) return;
       const { left, bottom } = tabs.elementOf(tab).getBoundingClientRect();
       const x = Math.max(4, Math.min(Math.round(left), window.innerWidth - PICTURE.width - 4));
-      view.setGeometry(x, Math.round(bottom) + 2, PICTURE.width, PICTURE.height + TEXT_HEIGHT);
-      view.loadString(cardOf(tab, picture));
+      view.setGeometry(x, Math.round(bottom) + 2, PICTURE.width, height + TEXT_HEIGHT);
+      view.loadString(cardOf(tab, picture, height));
       view.setVisible(true);
     });
   }
@@ -58,14 +59,14 @@ export class Previews {
 const escaped = (text) => text.replace(/[&<>"]/g, (sign) => `&#${sign.charCodeAt(0)};`);
 
 /** Everything of it comes from a page, so nothing of it may run. */
-function cardOf({ label, url }, picture) {
+function cardOf({ label, url }, picture, height) {
   return `<!doctype html><meta charset="utf-8"><meta name="color-scheme" content="light dark">
     <meta http-equiv="Content-Security-Policy" content="default-src 'none'; img-src data:; style-src 'unsafe-inline'">
     <style>
       body { margin: 0; height: 100vh; overflow: hidden; box-sizing: border-box; border: 1px solid #8888; font: 13px/1.35 system-ui, sans-serif; }
       p { margin: 7px 10px 0; white-space: nowrap; overflow: hidden; text-overflow: ellipsis; }
       p + p { margin-top: 0; opacity: .65; font-size: 12px; }
-      img { display: block; width: 100%; height: ${PICTURE.height}px; margin-top: 6px; object-fit: cover; object-position: top left; background: #fff; }
+      img { display: block; width: 100%; height: ${height}px; margin-top: 6px; object-fit: cover; object-position: top left; background: #fff; }
     </style>
     <p>${escaped(label)}</p><p>${escaped(url.slice(0, 200))}</p>${picture && `<img alt="" src="${escaped(picture)}">`}`;
 }

@@ -85,13 +85,6 @@ export class Tab {
     if (this.canGoForward) this.view.goForward();
   }
 
-  /** Away from a page that may not be shown: back, or to this address. */
-  leave(home) {
-    this.stay();
-    if (this.canGoBack) this.goBack();
-    else this.navigate(home);
-  }
-
   /** Lays the web view over the rectangle; without one, hides it. Hidden pages have a size, too. */
   place(rect) {
     this.rect = rect;

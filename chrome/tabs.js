@@ -144,7 +144,8 @@ export class Tabs extends EventTarget {
     button.setAttribute('aria-selected', selected);
     button.tabIndex = selected ? 0 : -1;
     title.textContent = tab.label;
-    button.title = tab.asking ? `${tab.label} – waits for an answer` : tab.label;
+    // No title: its own small window would cover the preview.
+    button.setAttribute('aria-label', tab.asking ? `${tab.label} – waits for an answer` : tab.label);
     close.setAttribute('aria-label', `Close ${tab.label}`);
     letter.textContent = [...tab.label][0].toUpperCase();
     badge.classList.toggle('iconic', Boolean(tab.favicon));
