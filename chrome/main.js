@@ -241,7 +241,7 @@ function openFirstTabs(tabs, layOutNow, session) {
   const { length } = session.lastTime;
   if (length) {
     showToast(length === 1 ? 'A page was open when the program ended.' : `${length} pages were open when the program ended.`,
-      { label: 'Restore', run: () => restoreSession(tabs, session) });
+      { label: 'Restore', isOffer: true, run: () => restoreSession(tabs, session) });
   }
 }
 

@@ -57,8 +57,9 @@ export class ScreenshotPanel extends Panel {
     this.#image.src = source;
     await this.#image.decode().catch(() => {});
     const { naturalWidth: width, naturalHeight: height } = this.#image;
-    const bytes = Math.floor((source.length - source.indexOf(',') - 1) * 3 / 4);
-    return this.#show({ tab, view, source, title: tab.title || labelFor(tab.url) }, `${width} × ${height} pixels, ${sizeText(bytes)}`);
+    // Made now: what is copied must be at hand at the click.
+    const blob = await (await fetch(source)).blob();
+    return this.#show({ tab, view, source, blob, title: tab.title || labelFor(tab.url) }, `${width} × ${height} pixels, ${sizeText(blob.size)}`);
   }
 
   #show(taken, state = '') {
@@ -71,8 +72,7 @@ export class ScreenshotPanel extends Panel {
 
   async #copyPicture() {
     try {
-      const blob = await (await fetch(this.#taken.source)).blob();
-      await navigator.clipboard.write([new ClipboardItem({ 'image/png': blob })]);
+      await navigator.clipboard.write([new ClipboardItem({ 'image/png': this.#taken.blob })]);
       this.#state.textContent = 'Copied';
     } catch (error) {
       showToast(`The picture could not be copied: ${error.message}`);

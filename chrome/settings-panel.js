@@ -15,23 +15,24 @@ export class SettingsPanel extends Panel {
   #tabs;
   #settings;
   #inputs = new Map();
+  /** What is shown; null while the tab's view takes no commands. */
+  #view = null;
   /** Views whose changes are reported: enabled only for those that were looked at. */
   #followed = new WeakSet();
-  #view = null;
 
   constructor(tabs, settings) {
     super('settings-panel', 'Settings');
     this.#tabs = tabs;
     this.#settings = settings;
     this.#build();
-    tabs.addEventListener('change', ({ detail: tab }) => tab.view !== this.#view && this.refresh());
+    tabs.addEventListener('change', ({ detail: { ready, view } }) => (ready ? view : null) !== this.#view && this.refresh());
   }
 
   draw() {
     const { ready, view } = this.#tabs.active;
-    this.#view = view;
-    if (ready) this.#follow(view);
-    for (const [setting, input] of this.#inputs) this.#fill(setting, input, ready ? view : null);
+    this.#view = ready ? view : null;
+    if (this.#view) this.#follow(this.#view);
+    for (const [setting, input] of this.#inputs) this.#fill(setting, input, this.#view);
   }
 
   #build() {
@@ -41,7 +42,7 @@ export class SettingsPanel extends Panel {
     }
     const reset = make('button', { type: 'button', className: 'text', textContent: 'Back to the standard' });
     reset.addEventListener('click', () => {
-      this.#settings.reset(this.#tabs.active.ready ? this.#tabs.active.view : null);
+      this.#settings.reset(this.#view);
       this.draw();
     });
     this.body.append(make('p', { className: 'note', textContent: 'Changes are for this tab and for tabs opened later. Some show only when the page is loaded again.' }), reset);
@@ -61,10 +62,9 @@ export class SettingsPanel extends Panel {
 
   #onInput(setting, input) {
     const value = valueOf(setting, setting.kind === 'flag' ? input.checked : input.value);
-    const { ready, view } = this.#tabs.active;
-    if (value !== null) this.#settings.choose(ready ? view : null, setting, value);
+    if (value !== null) this.#settings.choose(this.#view, setting, value);
     // What the host made of it, or what was there before.
-    this.#fill(setting, input, ready ? view : null);
+    this.#fill(setting, input, this.#view);
   }
 
   #follow(view) {
