@@ -2,6 +2,7 @@
 
 import { placeOf } from './address.js';
 import { make } from './dom.js';
+import { WebView } from './pagehost.js';
 import { Panel } from './panel.js';
 
 /** What can be cleared, by the command that does it. It always concerns all sites. */
@@ -55,15 +56,19 @@ export class SiteDataPanel extends Panel {
   #makeKind({ command, label, about, ownToo }) {
     const button = make('button', { type: 'button', className: 'text', textContent: 'Clear', 'aria-label': `Clear ${label}` });
     button.addEventListener('click', async () => {
-      const { ready, view } = this.#tabs.active;
-      if (!ready) return;
-      const clear = () => view[command]();
+      const clear = () => this.#stores().forEach((view) => view[command]());
       if (ownToo) await this.#store.outlive(clear);
       else clear();
       this.#state.textContent = `${label}: cleared.`;
       this.#ask();
     });
     return make('li', {}, make('div', {}, make('b', { textContent: label }), make('small', { textContent: about })), button);
+  }
+
+  /** One web view for each place where pages' data is: the lasting one, and that of private tabs. */
+  #stores() {
+    const isPrivate = ({ ready, view }) => ready && view.isPrivateBrowsing() === '1';
+    return [WebView.root, this.#tabs.list.find(isPrivate)?.view].filter(Boolean);
   }
 
   #ask() {
