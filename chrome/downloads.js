@@ -76,6 +76,11 @@ export class DownloadList extends EventTarget {
     return Math.min(1, sum((item) => item.done) / sum((item) => item.total));
   }
 
+  /** What a new file shall be called instead, so that it takes no other's place. */
+  nameFor(name) {
+    return freeName(name, new Set(this.items.map((item) => item.name)));
+  }
+
   cancel(item) {
     item.view.downloadCancel(item.id);
   }
@@ -102,8 +107,7 @@ export class DownloadList extends EventTarget {
   #listen(tab) {
     const { view } = tab;
     view.on('DownloadRequest', ({ data }) => {
-      const taken = new Set(this.items.map((item) => item.name));
-      const name = freeName(data.filename, taken);
+      const name = this.nameFor(data.filename);
       this.#add({ id: data.downloadId, name, url: data.url, tab, view });
       // What was asked for turned out to be a file: the tab stays where it is.
       if (tab.requested === data.url) tab.stay();
@@ -147,6 +151,7 @@ export class DownloadList extends EventTarget {
 }
 
 export class DownloadsPanel {
+  onToggle = () => {};
   #element;
   #button;
   #list;
@@ -156,13 +161,12 @@ export class DownloadsPanel {
   /**
    * @param {HTMLElement} element
    * @param {HTMLButtonElement} button  opens it, and shows that something is going on
-   * @param {{list: DownloadList, onToggle: (open: boolean) => void}} options
+   * @param {{list: DownloadList}} options
    */
-  constructor(element, button, { list, onToggle }) {
+  constructor(element, button, { list }) {
     this.#element = element;
     this.#button = button;
     this.#list = list;
-    this.onToggle = onToggle;
     element.innerHTML = MARKUP;
     this.#part('close').addEventListener('click', () => this.toggle());
     this.#part('clear').addEventListener('click', () => list.clearFinished());
@@ -181,6 +185,10 @@ export class DownloadsPanel {
 
   get isOpen() {
     return !this.#element.hidden;
+  }
+
+  open() {
+    if (!this.isOpen) this.toggle();
   }
 
   toggle() {

@@ -27,6 +27,7 @@ const MARKUP = `
   </form>`;
 
 export class FunctionsPanel {
+  onToggle = () => {};
   #element;
   #get;
   #currentHandle;
@@ -34,18 +35,21 @@ export class FunctionsPanel {
 
   /**
    * @param {HTMLElement} element
-   * @param {{currentHandle: () => number, onToggle: (open: boolean) => void}} options
+   * @param {{currentHandle: () => number}} options
    */
-  constructor(element, { currentHandle, onToggle }) {
+  constructor(element, { currentHandle }) {
     this.#element = element;
     this.#currentHandle = currentHandle;
-    this.onToggle = onToggle;
     this.#get = (id) => element.querySelector(`#fn-${id}`);
     on('errors', ({ text }) => this.#onError(text));
   }
 
   get isOpen() {
     return !this.#element.hidden;
+  }
+
+  open() {
+    if (!this.isOpen) this.toggle();
   }
 
   toggle() {

@@ -1,15 +1,21 @@
 /** The chrome: a toolbar and tabs around native web views. */
 
 import { resolveAddress, securityOf } from './address.js';
+import { CertificateSheet, KnownCertificates } from './certificates.js';
 import { Dialogs } from './dialogs.js';
-import { DownloadList, DownloadsPanel } from './downloads.js';
 import { FindBar } from './findbar.js';
-import { FunctionsPanel } from './functions-panel.js';
+import { onLongPress } from './history-panel.js';
 import { Infobar } from './infobar.js';
 import { call, isHosted, listBindings, MISSING, on, WebView } from './pagehost.js';
+import { makePanels } from './panels.js';
+import { Previews } from './previews.js';
+import { Session } from './session.js';
+import { Settings } from './settings.js';
+import { Store } from './store.js';
 import { Tabs } from './tabs.js';
 import { hideToast, showToast } from './toast.js';
 import { focus } from './keyboard.js';
+import { zoomBy, zoomTo } from './zoom.js';
 
 const START_PAGE = new URL('samples/start.html', document.baseURI).href;
 /** A web view smaller than this helps nobody. */
@@ -19,40 +25,30 @@ const $ = (id) => document.getElementById(id);
 
 function start() {
   const tabs = new Tabs($('tab-strip'));
-  const panels = connectPanels(tabs);
+  const store = new Store(localStorage);
+  const settings = new Settings(tabs, store);
+  const session = new Session(tabs, store, { isStart: (url) => url === START_PAGE });
+  const known = new KnownCertificates(tabs);
   const dialogs = new Dialogs($('dialog'), tabs);
+  const certificates = new CertificateSheet($('certificate'), tabs, { known, home: START_PAGE });
   const findBar = new FindBar($('find-bar'), tabs);
   new Infobar($('infobar'), tabs);
+  new Previews(tabs);
+  const panels = makePanels({
+    tabs, store, settings, known,
+    find: () => findBar.open(),
+    restore: () => restoreSession(tabs, session),
+    canRestore: () => session.lastTime.length > 0,
+  });
 
   const layOutNow = connectLayout(tabs, dialogs);
   connectToolbar(tabs);
-  connectKeyboard(tabs, findBar);
-  connectReports(tabs, panels.functions);
+  for (const id of ['back', 'forward']) onLongPress($(id), () => panels.history.open());
+  connectKeyboard(tabs, findBar, panels);
+  connectReports(tabs, certificates, panels.functions);
   $('find').addEventListener('click', () => findBar.open());
-  openFirstTabs(tabs, layOutNow);
+  openFirstTabs(tabs, layOutNow, session);
   if (listBindings().includes('applicationWindow.setVisible')) call('applicationWindow.setVisible', true);
-}
-
-/** The panels share one place: opening one closes the other. */
-function connectPanels(tabs) {
-  const onToggle = (name) => (open) => {
-    $(name).setAttribute('aria-expanded', open);
-    if (!open) return focus($(name));
-    for (const [other, panel] of Object.entries(panels)) if (other !== name && panel.isOpen) panel.toggle();
-    return undefined;
-  };
-  const panels = {
-    functions: new FunctionsPanel($('panel'), {
-      currentHandle: () => tabs.active?.view?.handle ?? WebView.root.handle,
-      onToggle: onToggle('functions'),
-    }),
-    downloads: new DownloadsPanel($('downloads-panel'), $('downloads'), {
-      list: new DownloadList(tabs),
-      onToggle: onToggle('downloads'),
-    }),
-  };
-  for (const [name, panel] of Object.entries(panels)) $(name).addEventListener('click', () => panel.toggle());
-  return panels;
 }
 
 /** Whether the page shall lie over the chrome, too. What it asks would be covered: then it steps back. */
@@ -153,11 +149,11 @@ function showPage(tab) {
 
 function showSecurity(tab) {
   const security = securityOf(tab.url, tab.secureType);
-  $('security').hidden = !security;
+  const icon = { secure: 'lock', '': 'info' }[security] ?? 'warning';
   $('security').className = security;
-  $('security').title = tab.encryptionInfo;
-  $('security').querySelector('use').setAttribute('href', security === 'secure' ? '#i-lock' : '#i-warning');
-  $('security-text').textContent = { secure: 'Secure connection', insecure: 'Not secure', failed: 'Not secure' }[security] ?? '';
+  $('security').title = tab.encryptionInfo || 'Page information';
+  $('security').querySelector('use').setAttribute('href', `#i-${icon}`);
+  $('security-text').textContent = { secure: 'Secure connection', '': 'Page information' }[security] ?? 'Not secure';
 }
 
 function showExceptions({ exceptions }) {
@@ -173,13 +169,22 @@ function openNewTab(tabs) {
   $('address').select();
 }
 
-function connectKeyboard(tabs, findBar) {
+function connectKeyboard(tabs, findBar, panels) {
   const keys = {
     'Ctrl+l': () => focus($('address')),
     'Ctrl+t': () => openNewTab(tabs),
     'Ctrl+w': () => tabs.close(tabs.active),
     'Ctrl+r': () => tabs.active.reload(),
     'Ctrl+f': () => findBar.open(),
+    'Ctrl+h': () => panels.history.toggle(),
+    'Ctrl+,': () => panels.settings.toggle(),
+    'Ctrl+Shift+Delete': () => panels.siteData.toggle(),
+    'Alt+m': () => panels.menu.toggle(),
+    'Ctrl++': () => zoomBy(tabs, 1),
+    'Ctrl+Shift++': () => zoomBy(tabs, 1),
+    'Ctrl+=': () => zoomBy(tabs, 1),
+    'Ctrl+-': () => zoomBy(tabs, -1),
+    'Ctrl+0': () => zoomTo(tabs, 1),
     F5: () => tabs.active.reload(),
     'Alt+ArrowLeft': () => tabs.active.goBack(),
     'Alt+ArrowRight': () => tabs.active.goForward(),
@@ -197,8 +202,10 @@ function connectKeyboard(tabs, findBar) {
   });
 }
 
-function connectReports(tabs, panel) {
+function connectReports(tabs, certificates, panel) {
   tabs.addEventListener('failed', ({ detail: tab }) => {
+    // Of this the sheet says more.
+    if (certificates.isAsking(tab)) return;
     showToast(`“${tab.requested || tab.label}” could not be loaded.`, { label: 'Try again', run: () => tab.reload() });
   });
   tabs.addEventListener('crashed', ({ detail: tab }) => {
@@ -210,7 +217,17 @@ function connectReports(tabs, panel) {
   on('errors', ({ text }) => panel.isOpen || showToast(text));
 }
 
-function openFirstTabs(tabs, layOutNow) {
+/** In the place of what stands for nothing yet. */
+function restoreSession(tabs, session) {
+  const empty = tabs.list.filter(({ url }) => url === START_PAGE);
+  const first = tabs.list.length;
+  session.restore();
+  if (!tabs.list[first]) return;
+  tabs.activate(tabs.list[first]);
+  empty.forEach((tab) => tabs.close(tab));
+}
+
+function openFirstTabs(tabs, layOutNow, session) {
   const args = JSON.parse(WebView.root.arguments() || '[]').slice(1);
   if (args.includes('--demo')) return runDemo(tabs, layOutNow);
 
@@ -221,6 +238,11 @@ function openFirstTabs(tabs, layOutNow) {
   }
   if (!tabs.list.length) tabs.open(START_PAGE);
   else tabs.activate(tabs.list[0]);
+  const { length } = session.lastTime;
+  if (length) {
+    showToast(length === 1 ? 'A page was open when the program ended.' : `${length} pages were open when the program ended.`,
+      { label: 'Restore', isOffer: true, run: () => restoreSession(tabs, session) });
+  }
 }
 
 /** The run script waits for the line, then takes its picture. */

@@ -34,6 +34,7 @@ const PROPERTY_VALUE = {
   CanGoBack: (text) => text === 'true',
   CanGoForward: (text) => text === 'true',
   LoadProgress: Number,
+  Scale: Number,
 };
 
 /** @type {{listeners: Map<number, Map<string, Set<Listener>>>, created: Set<number>}} */

@@ -3,7 +3,8 @@
  * first one of the active tab is shown, those of other tabs only mark their tab.
  *
  * A question is an object with `drop()`, called when it is dropped unanswered.
- * A page that went away cannot be asked about any more.
+ * A page that went away cannot be asked about any more; a question about a page that
+ * never came has `outlives()`, which tells whether the page that came has to do with it.
  */
 export class Questions {
   #tabs;
@@ -19,7 +20,8 @@ export class Questions {
     this.#tabs = tabs;
     this.#show = show;
     tabs.addEventListener('change', () => this.#refresh());
-    for (const end of ['committed', 'crashed', 'closed']) tabs.addEventListener(end, ({ detail: tab }) => this.#drop(tab));
+    for (const end of ['crashed', 'closed']) tabs.addEventListener(end, ({ detail: tab }) => this.drop(tab));
+    tabs.addEventListener('committed', ({ detail: tab }) => this.drop(tab, (question) => !question.outlives?.()));
   }
 
   get shown() {
@@ -35,9 +37,7 @@ export class Questions {
   done(question) {
     for (const [tab, row] of this.#rows) {
       if (!row.includes(question)) continue;
-      const rest = row.filter((each) => each !== question);
-      if (rest.length) this.#rows.set(tab, rest);
-      else this.#rows.delete(tab);
+      this.#remove(tab, [question]);
       this.#mark(tab);
     }
   }
@@ -46,12 +46,19 @@ export class Questions {
     return this.#rows.has(tab);
   }
 
-  #drop(tab) {
-    const row = this.#rows.get(tab);
-    if (!row) return;
-    this.#rows.delete(tab);
-    row.forEach((question) => question.drop());
+  /** These shall not be asked any more. */
+  drop(tab, which = () => true) {
+    const dropped = (this.#rows.get(tab) ?? []).filter(which);
+    if (!dropped.length) return;
+    this.#remove(tab, dropped);
+    dropped.forEach((question) => question.drop());
     this.#mark(tab);
+  }
+
+  #remove(tab, questions) {
+    const rest = this.#rows.get(tab).filter((each) => !questions.includes(each));
+    if (rest.length) this.#rows.set(tab, rest);
+    else this.#rows.delete(tab);
   }
 
   /** Dialogs and permissions wait independently; the tab is marked while one of them does. */

@@ -1,171 +1,12 @@
-/** Tabs: each is one web view, and one button in the strip. */
+/** Tabs: each has a web view, and a button in the strip. */
 
-import { labelFor } from './address.js';
-import { WebView } from './pagehost.js';
-
-/** A page that fails in a loop must not fill the memory of the chrome. */
-const MOST_EXCEPTIONS = 99;
-
-/** One page. Everything the toolbar shows of it is a field here, kept current by events. */
-class Tab {
-  /** @type {WebView|null} null after its process died */
-  view = null;
-  /** Whether the view takes commands; before, what it shall show is only noted. */
-  ready = false;
-  title = '';
-  status = '';
-  /** What was asked for and has not arrived. */
-  requested = '';
-  progress = 0;
-  loading = false;
-  canGoBack = false;
-  canGoForward = false;
-  /** The page's icon, as an address for an image; empty without one. */
-  favicon = '';
-  secureType = 'SecureNone';
-  encryptionInfo = '';
-  /** Whether the page asked to cover everything else. */
-  fullScreen = false;
-  /** Whether something of it waits for a person. */
-  asking = false;
-  /** The page's uncaught errors, the latest last. */
-  exceptions = [];
-
-  /**
-   * @param {(tab: Tab, what?: string) => void} report
-   * @param {Tab} [opener]  whose page opened this one
-   */
-  constructor(report, opener) {
-    this.report = report;
-    this.opener = opener;
-  }
-
-  get label() {
-    return this.title || labelFor(this.url);
-  }
-
-  /** After a failed load this asks for the page that was wanted, not for the one still shown. */
-  reload() {
-    if (!this.ready || this.requested) return this.navigate(this.requested || this.url);
-    this.update({ loading: true, progress: 0, stopped: false });
-    this.view.reload();
-  }
-
-  navigate(url) {
-    this.url = url;
-    this.update({ requested: url, loading: true, progress: 0, stopped: false, status: '' });
-    if (this.ready) this.view.loadURL(url);
-    else if (!this.view) this.#attach(() => this.view.loadURL(this.url));
-  }
-
-  /** Takes the window that a page opens; what it shows is loaded by the host, not by us. */
-  adopt(url, useView) {
-    this.url = url || 'about:blank';
-    this.update({ loading: Boolean(url) });
-    this.#attach(useView);
-  }
-
-  /** The page would not be left after all: what was asked for is off. */
-  stay() {
-    this.update({ requested: '', url: this.view?.location() || this.url, loading: false, stopped: true });
-  }
-
-  stop() {
-    if (this.ready) this.view.stop();
-    this.update({ loading: false, stopped: true });
-  }
-
-  goBack() {
-    if (this.canGoBack) this.view.goBack();
-  }
-
-  goForward() {
-    if (this.canGoForward) this.view.goForward();
-  }
-
-  /** Lays the web view over the rectangle; without one, hides it. */
-  place(rect) {
-    this.rect = rect;
-    if (!this.ready) return;
-    if (rect) this.view.setGeometry(rect.x, rect.y, rect.width, rect.height);
-    this.view.setVisible(Boolean(rect));
-  }
-
-  /** Its view's commands are nobody's from here on. */
-  end() {
-    const { view } = this;
-    this.view = null;
-    this.ready = false;
-    view?.delete();
-  }
-
-  update(fields, what) {
-    Object.assign(this, fields);
-    this.report(this, what);
-  }
-
-  #detach(what) {
-    this.view = null;
-    this.ready = false;
-    this.update({ loading: false, canGoBack: false, canGoForward: false, fullScreen: false }, what);
-  }
-
-  /** @param {(view: WebView) => void} start  gives the new view its page */
-  #attach(start) {
-    const view = (this.view = WebView.create());
-    view.onProperty('Title', (title) => this.update({ title }));
-    view.onProperty('Location', (at) => this.update({ url: at || this.url }));
-    view.onProperty('Status', (status) => this.update({ status }));
-    view.onProperty('CanGoBack', (canGoBack) => this.update({ canGoBack }));
-    view.onProperty('CanGoForward', (canGoForward) => this.update({ canGoForward }));
-    view.onProperty('LoadProgress', (progress) => this.update({ progress, loading: progress < 100 && !this.stopped }));
-    view.onProperty('Favicon', (icon) => this.update({ favicon: imageOf(icon) }));
-    view.onProperty('SecureType', (secureType) => this.update({ secureType }));
-    view.onProperty('EncryptionInfo', (encryptionInfo) => this.update({ encryptionInfo }));
-    view.on('DocumentLoadCommitted', () => {
-      this.update({ requested: '', title: '', stopped: false, loading: true, exceptions: [] }, 'committed');
-    });
-    view.on('DocumentLoadFinished', () => this.update({ loading: false, title: view.title() }, 'loaded'));
-    view.on('DocumentLoadFailed', () => {
-      // A load that a person stopped also ends as failed; that is no news.
-      this.update({ loading: false }, this.stopped ? undefined : 'failed');
-    });
-    view.on('FullScreenEnter', () => this.update({ fullScreen: true }));
-    view.on('FullScreenExit', () => this.update({ fullScreen: false }));
-    view.on('JavaScriptException', ({ data }) => {
-      this.update({ exceptions: [...this.exceptions, data].slice(-MOST_EXCEPTIONS) });
-    });
-    view.on('OpenWindow', ({ data }) => {
-      this.report(this, { opens: data });
-      return { setWait: true };
-    });
-    view.on('CloseWindow', () => void this.report(this, 'ended'));
-    view.on('ProcessCrash', () => this.#detach('crashed'));
-    view.on('Destroyed', () => this.#detach('ended'));
-    view.whenCreated(() => {
-      this.ready = true;
-      // Placed before loaded, so that the page lays itself out once.
-      this.place(this.rect);
-      start(view);
-    });
-    // Last, so that the state is complete; still early enough to listen to all that the page does.
-    this.update({}, 'attached');
-  }
-}
-
-function imageOf(icon) {
-  try {
-    const { dataInBase64 } = JSON.parse(icon);
-    return dataInBase64 ? `data:image/png;base64,${dataInBase64}` : '';
-  } catch {
-    return '';
-  }
-}
+import { Tab } from './tab.js';
 
 /**
  * Reports "change" (the active tab looks different); per tab "attached" (it has a
- * new web view to listen to), "committed", "loaded", "failed", "crashed", "closed";
- * "empty" at the end.
+ * new web view to listen to), "created" (its view takes commands and has no page yet),
+ * "committed", "loaded", "failed", "crashed", "closed", "forgotten" (its history was
+ * cleared), "pointed" and "unpointed" (by a mouse in the strip); "empty" at the end.
  */
 export class Tabs extends EventTarget {
   /** @type {Tab[]} */
@@ -194,6 +35,15 @@ export class Tabs extends EventTarget {
     return tab;
   }
 
+  /** A tab of an earlier time, with the way that it came. It does not come to the front. */
+  reopen(url, title, state) {
+    this.#add().adopt(url, (view) => {
+      if (state) view.restoreSession(state, -1);
+      // Of a text that it cannot read the host makes nothing.
+      if (view.historyLength() === '0') view.loadURL(url);
+    }, title);
+  }
+
   /** The window that a page opens is a tab beside its own. The page stands still until it has it. */
   #openFor(opener, { url, waitHandle }) {
     const tab = this.#add(opener);
@@ -205,6 +55,7 @@ export class Tabs extends EventTarget {
     const tab = new Tab((changed, what) => this.#onReport(changed, what), opener);
     const index = opener ? this.list.indexOf(opener) + 1 : this.list.length;
     this.list.splice(index, 0, tab);
+    tab.room = this.#rect;
     this.#elements.set(tab, this.#addElement(tab));
     this.#strip.insertBefore(this.#elements.get(tab).root, this.#strip.children[index] ?? null);
     return tab;
@@ -248,6 +99,10 @@ export class Tabs extends EventTarget {
     this.active?.place(rect);
   }
 
+  elementOf(tab) {
+    return this.#elements.get(tab)?.root;
+  }
+
   #onReport(tab, what) {
     if (!this.#elements.has(tab)) return;
     if (what === 'ended') return this.close(tab);
@@ -272,6 +127,10 @@ export class Tabs extends EventTarget {
     button.addEventListener('click', () => this.activate(tab));
     close.addEventListener('click', () => this.close(tab));
     root.addEventListener('auxclick', (event) => event.button === 1 && this.close(tab));
+    // A finger does not rest on things.
+    for (const [type, what] of [['pointerenter', 'pointed'], ['pointerleave', 'unpointed'], ['pointerdown', 'unpointed']]) {
+      root.addEventListener(type, (event) => event.pointerType === 'mouse' && this.#emit(what, tab));
+    }
     const [badge, letter, icon, title] = ['.badge', '.badge span', '.badge img', '.title'].map((each) => root.querySelector(each));
     return { root, button, close, badge, letter, icon, title };
   }
@@ -285,7 +144,8 @@ export class Tabs extends EventTarget {
     button.setAttribute('aria-selected', selected);
     button.tabIndex = selected ? 0 : -1;
     title.textContent = tab.label;
-    button.title = tab.asking ? `${tab.label} – waits for an answer` : tab.label;
+    // No title: its own small window would cover the preview.
+    button.setAttribute('aria-label', tab.asking ? `${tab.label} – waits for an answer` : tab.label);
     close.setAttribute('aria-label', `Close ${tab.label}`);
     letter.textContent = [...tab.label][0].toUpperCase();
     badge.classList.toggle('iconic', Boolean(tab.favicon));

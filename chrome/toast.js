@@ -9,7 +9,7 @@ let timer;
 
 /**
  * @param {string} text
- * @param {{label: string, run: () => void}} [action]
+ * @param {{label: string, run: () => void, isOffer?: boolean}} [action]  an offer is no bad news
  */
 export function showToast(text, action) {
   byId('toast-text').textContent = text;
@@ -21,6 +21,7 @@ export function showToast(text, action) {
     action.run();
   };
   byId('toast-close').onclick = hideToast;
+  byId('toast').classList.toggle('offer', Boolean(action?.isOffer));
   byId('toast').hidden = false;
   clearTimeout(timer);
   // What offers a way on stays until it is answered.

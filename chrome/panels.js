@@ -1,0 +1,46 @@
+/** All the panels, and the menu that leads to them. */
+
+import { DownloadList, DownloadsPanel } from './downloads.js';
+import { FunctionsPanel } from './functions-panel.js';
+import { HistoryPanel } from './history-panel.js';
+import { MenuPanel } from './menu-panel.js';
+import { PageInfoPanel } from './page-info.js';
+import { WebView } from './pagehost.js';
+import { PanelPlace } from './panel.js';
+import { ScreenshotPanel } from './screenshot-panel.js';
+import { SettingsPanel } from './settings-panel.js';
+import { SiteDataPanel } from './site-data-panel.js';
+
+const $ = (id) => document.getElementById(id);
+
+export function makePanels({ tabs, store, settings, known, find, restore, canRestore }) {
+  const list = new DownloadList(tabs);
+  const panels = {
+    functions: new FunctionsPanel($('panel'), { currentHandle: () => tabs.active?.view?.handle ?? WebView.root.handle }),
+    downloads: new DownloadsPanel($('downloads-panel'), $('downloads'), { list }),
+    pageInfo: new PageInfoPanel(tabs, known),
+    settings: new SettingsPanel(tabs, settings),
+    history: new HistoryPanel(tabs),
+    screenshot: new ScreenshotPanel(tabs, list),
+    siteData: new SiteDataPanel(tabs, store),
+  };
+  const opens = (panel) => () => panel.open();
+  panels.menu = new MenuPanel(tabs, [
+    { label: 'Find in page', key: 'Ctrl+F', run: find },
+    { label: 'History of this tab', key: 'Ctrl+H', run: opens(panels.history) },
+    { label: 'Restore the last session', run: restore, isThere: canRestore },
+    { label: 'Downloads', run: opens(panels.downloads) },
+    { label: 'Picture of the page', run: opens(panels.screenshot) },
+    { label: 'Page information', run: opens(panels.pageInfo) },
+    { label: 'Clear data', key: 'Ctrl+Shift+Del', run: opens(panels.siteData) },
+    { label: 'Settings', key: 'Ctrl+,', run: opens(panels.settings) },
+    { label: 'Native functions', run: opens(panels.functions) },
+  ]);
+
+  // What has no button of its own shows at the menu's that it is open.
+  const buttons = { functions: 'functions', downloads: 'downloads', menu: 'menu', pageInfo: 'security' };
+  const place = new PanelPlace();
+  for (const [name, panel] of Object.entries(panels)) place.add(panel, $(buttons[name] ?? 'menu'));
+  for (const [name, id] of Object.entries(buttons)) $(id).addEventListener('click', () => panels[name].toggle());
+  return panels;
+}

@@ -1,0 +1,81 @@
+/** A picture of the whole page, to look at, keep and copy. */
+
+import { labelFor } from './address.js';
+import { capture } from './capture.js';
+import { make } from './dom.js';
+import { sizeText } from './downloads.js';
+import { Panel } from './panel.js';
+import { showToast } from './toast.js';
+
+/** A name that every file system takes. */
+export function fileName(title) {
+  const words = title.replace(/[^\p{L}\p{N}.-]+/gu, ' ').trim().replace(/^\.+/, '').slice(0, 60).trim();
+  return `${words || 'page'}.png`;
+}
+
+export class ScreenshotPanel extends Panel {
+  #tabs;
+  #image = make('img', { alt: 'The page' });
+  #state = make('p', { className: 'note', role: 'status' });
+  #save = make('button', { type: 'button', className: 'primary', textContent: 'Save' });
+  #copy = make('button', { type: 'button', textContent: 'Copy' });
+  #again = make('button', { type: 'button', textContent: 'Take again' });
+  /** What is shown, and of which tab. */
+  #taken = null;
+
+  constructor(tabs, downloads) {
+    super('screenshot-panel', 'Picture of the page');
+    this.#tabs = tabs;
+    this.body.append(
+      make('div', { className: 'row' }, this.#again, this.#copy, this.#save),
+      this.#state,
+      make('div', { className: 'picture' }, this.#image),
+    );
+    this.#again.addEventListener('click', () => this.#take());
+    this.#copy.addEventListener('click', () => this.#copyPicture());
+    this.#save.addEventListener('click', () => {
+      const { view, source, title } = this.#taken;
+      // A download of its tab, so that it is in the list like any other.
+      view.downloadUrl(source, downloads.nameFor(fileName(title)), 0);
+    });
+    for (const end of ['crashed', 'closed']) tabs.addEventListener(end, ({ detail: tab }) => tab === this.#taken?.tab && this.#show(null));
+    this.#show(null);
+  }
+
+  draw() {
+    this.#take();
+  }
+
+  async #take() {
+    const tab = this.#tabs.active;
+    if (!tab.ready) return this.#show(null, 'There is no page.');
+    this.#show(null, 'Drawing…');
+    const { view } = tab;
+    const source = await capture(view);
+    if (!this.isOpen) return undefined;
+    if (!source || tab.view !== view) return this.#show(null, 'The page could not be drawn.');
+    this.#image.src = source;
+    await this.#image.decode().catch(() => {});
+    const { naturalWidth: width, naturalHeight: height } = this.#image;
+    // Made now: what is copied must be at hand at the click.
+    const blob = await (await fetch(source)).blob();
+    return this.#show({ tab, view, source, blob, title: tab.title || labelFor(tab.url) }, `${width} × ${height} pixels, ${sizeText(blob.size)}`);
+  }
+
+  #show(taken, state = '') {
+    this.#taken = taken;
+    this.#state.textContent = state;
+    this.#image.hidden = !taken;
+    if (!taken) this.#image.removeAttribute('src');
+    this.#save.disabled = this.#copy.disabled = !taken;
+  }
+
+  async #copyPicture() {
+    try {
+      await navigator.clipboard.write([new ClipboardItem({ 'image/png': this.#taken.blob })]);
+      this.#state.textContent = 'Copied';
+    } catch (error) {
+      showToast(`The picture could not be copied: ${error.message}`);
+    }
+  }
+}

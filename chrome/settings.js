@@ -1,0 +1,115 @@
+/**
+ * What a person can set about pages: one table, and what was chosen from it. A choice
+ * goes to the current tab at once, and to every later tab before its first page.
+ */
+
+import { WebView } from './pagehost.js';
+
+/**
+ * The name is that of the host's property; getter and setter follow from it and the kind.
+ * @typedef {object} Setting
+ * @property {string} name
+ * @property {'flag'|'number'|'text'|'color'} kind
+ * @property {string} label
+ * @property {boolean} [inverse]  the label says the opposite of the host's name
+ * @property {boolean} [later]    not for the current tab, which would start anew
+ * @property {[number, number]} [range]
+ * @property {string} [empty]     what stands in the empty field
+ * @property {string[]} [choices] suggestions
+ */
+
+const ENCODINGS = ['utf-8', 'iso-8859-1', 'iso-8859-15', 'windows-1251', 'windows-1252', 'koi8-r', 'gb18030', 'big5', 'shift_jis', 'euc-jp', 'euc-kr'];
+
+/** @type {[string, Setting[]][]} */
+export const SETTING_GROUPS = [
+  ['What pages may do', [
+    { name: 'EnableJavaScript', kind: 'flag', label: 'Run scripts' },
+    { name: 'LoadImages', kind: 'flag', label: 'Load images' },
+    { name: 'EnableDownloadableBinaryFonts', kind: 'flag', label: 'Load fonts' },
+    { name: 'BlockPopups', kind: 'flag', label: 'Open windows unasked', inverse: true },
+    { name: 'EnableCookies', kind: 'flag', label: 'Keep cookies' },
+    { name: 'EnableWebSockets', kind: 'flag', label: 'Use web sockets' },
+    { name: 'EnableGeolocation', kind: 'flag', label: 'Ask where you are' },
+    { name: 'EnableCrossSiteXHR', kind: 'flag', label: 'Read from other sites' },
+  ]],
+  ['Look', [
+    { name: 'DefaultFontSize', kind: 'number', label: 'Font size', range: [6, 72] },
+    { name: 'MinimumFontSize', kind: 'number', label: 'Smallest font size', range: [0, 72] },
+    { name: 'BackgroundColor', kind: 'color', label: 'Background' },
+    { name: 'UserStyleSheetLocation', kind: 'text', label: 'Style sheet of your own', empty: 'file or data: address' },
+  ]],
+  ['Text and keys', [
+    { name: 'DefaultTextEncoding', kind: 'text', label: 'Encoding where none is given', choices: ENCODINGS },
+    { name: 'ForcedTextEncoding', kind: 'text', label: 'Encoding of every page', empty: 'as pages say', choices: ENCODINGS },
+    { name: 'EnableSpatialNavigation', kind: 'flag', label: 'Move between links with arrow keys' },
+  ]],
+  ['Who you are', [
+    { name: 'UserAgent', kind: 'text', label: 'Name of the browser', empty: 'the engine’s own' },
+    { name: 'PrivateBrowsing', kind: 'flag', label: 'New tabs leave nothing behind', later: true },
+  ]],
+];
+
+export const SETTINGS = SETTING_GROUPS.flatMap(([, settings]) => settings);
+
+const getterOf = ({ name, kind }) => (kind === 'flag' ? `is${name}` : name[0].toLowerCase() + name.slice(1));
+
+/** Opaque colours cross as a number; the first byte is how opaque. */
+export const colorText = (number) => `#${(Number(number) & 0xffffff).toString(16).padStart(6, '0')}`;
+export const colorNumber = (text) => String(0xff000000 + parseInt(text.slice(1), 16));
+
+/**
+ * @param {Setting} setting
+ * @param {string|boolean} entered
+ * @returns {string|boolean|null} the value for the host; null if it is none
+ */
+export function valueOf({ kind, range, inverse }, entered) {
+  if (kind === 'flag') return entered !== Boolean(inverse);
+  if (kind === 'color') return /^#[0-9a-f]{6}$/i.test(entered) ? colorNumber(entered) : null;
+  const text = entered.trim();
+  if (kind === 'text') return text;
+  return /^\d+$/.test(text) && text >= range[0] && text <= range[1] ? String(Number(text)) : null;
+}
+
+export class Settings {
+  #store;
+
+  /** @param {{get: (name: string) => any, set: (name: string, value: any) => void}} store */
+  constructor(tabs, store) {
+    this.#store = store;
+    tabs.addEventListener('created', ({ detail: tab }) => this.#prepare(tab));
+  }
+
+  /** @returns {string} as the host tells it; of a setting for later tabs, what they will have */
+  read(view, setting) {
+    const { name, later } = setting;
+    if (later) return this.#chosen[name] ? '1' : '0';
+    return view[getterOf(setting)]();
+  }
+
+  /** Asks the host even where the value looks the same: it is the host that decides. */
+  choose(view, { name, later }, value) {
+    this.#store.set('settings', { ...this.#chosen, [name]: value });
+    if (!later) view?.[`set${name}`](value);
+  }
+
+  /** The host's own values again. The chrome's own web view still has them. */
+  reset(view) {
+    for (const setting of SETTINGS.filter(({ name, later }) => name in this.#chosen && !later)) {
+      const standard = WebView.root[getterOf(setting)]();
+      view?.[`set${setting.name}`](setting.kind === 'flag' ? standard === '1' : standard);
+    }
+    this.#store.set('settings', {});
+  }
+
+  get #chosen() {
+    return this.#store.get('settings') ?? {};
+  }
+
+  #prepare({ view, opener }) {
+    const chosen = this.#chosen;
+    for (const { name, later } of SETTINGS) {
+      // A window that a page opened shares what that page stores.
+      if (name in chosen && !(later && opener)) view[`set${name}`](chosen[name]);
+    }
+  }
+}

@@ -1,0 +1,168 @@
+/** One tab: a web view, and all that the toolbar shows of it. */
+
+import { labelFor } from './address.js';
+import { WebView } from './pagehost.js';
+
+/** A page that fails in a loop must not fill the memory of the chrome. */
+const MOST_EXCEPTIONS = 99;
+
+/** One page. Everything the toolbar shows of it is a field here, kept current by events. */
+export class Tab {
+  /** @type {WebView|null} null after its process died */
+  view = null;
+  /** Whether the view takes commands; before, what it shall show is only noted. */
+  ready = false;
+  title = '';
+  status = '';
+  /** What was asked for and has not arrived. */
+  requested = '';
+  progress = 0;
+  /** How large the page is drawn; 1 is its own size. */
+  scale = 1;
+  loading = false;
+  canGoBack = false;
+  canGoForward = false;
+  /** The page's icon, as an address for an image; empty without one. */
+  favicon = '';
+  secureType = 'SecureNone';
+  encryptionInfo = '';
+  /** Whether the page asked to cover everything else. */
+  fullScreen = false;
+  /** Whether something of it waits for a person. */
+  asking = false;
+  /** The page's uncaught errors, the latest last. */
+  exceptions = [];
+
+  /**
+   * @param {(tab: Tab, what?: string) => void} report
+   * @param {Tab} [opener]  whose page opened this one
+   */
+  constructor(report, opener) {
+    this.report = report;
+    this.opener = opener;
+  }
+
+  get label() {
+    return this.title || labelFor(this.url);
+  }
+
+  /** After a failed load this asks for the page that was wanted, not for the one still shown. */
+  reload() {
+    if (!this.ready || this.requested) return this.navigate(this.requested || this.url);
+    this.update({ loading: true, progress: 0, stopped: false });
+    this.view.reload();
+  }
+
+  navigate(url) {
+    this.url = url;
+    this.update({ requested: url, loading: true, progress: 0, stopped: false, status: '' });
+    if (this.ready) this.view.loadURL(url);
+    else if (!this.view) this.#attach(() => this.view.loadURL(this.url));
+  }
+
+  /** Takes a view that gets its page in another way, for example the window that a page opens. */
+  adopt(url, useView, title = '') {
+    this.url = url || 'about:blank';
+    this.update({ loading: Boolean(url), title });
+    this.#attach(useView);
+  }
+
+  /** The page would not be left after all: what was asked for is off. */
+  stay() {
+    this.update({ requested: '', url: this.view?.location() || this.url, loading: false, stopped: true });
+  }
+
+  stop() {
+    if (this.ready) this.view.stop();
+    this.update({ loading: false, stopped: true });
+  }
+
+  goBack() {
+    if (this.canGoBack) this.view.goBack();
+  }
+
+  goForward() {
+    if (this.canGoForward) this.view.goForward();
+  }
+
+  /** Lays the web view over the rectangle; without one, hides it. Hidden pages have a size, too. */
+  place(rect) {
+    this.rect = rect;
+    this.room = rect ?? this.room;
+    if (!this.ready) return;
+    if (this.room) this.view.setGeometry(this.room.x, this.room.y, this.room.width, this.room.height);
+    this.view.setVisible(Boolean(rect));
+  }
+
+  /** Its view's commands are nobody's from here on. */
+  end() {
+    const { view } = this;
+    this.view = null;
+    this.ready = false;
+    view?.delete();
+  }
+
+  update(fields, what) {
+    Object.assign(this, fields);
+    this.report(this, what);
+  }
+
+  #detach(what) {
+    this.view = null;
+    this.ready = false;
+    this.update({ loading: false, canGoBack: false, canGoForward: false, fullScreen: false }, what);
+  }
+
+  /** @param {(view: WebView) => void} start  gives the new view its page */
+  #attach(start) {
+    const view = (this.view = WebView.create());
+    view.onProperty('Title', (title) => this.update({ title }));
+    view.onProperty('Location', (at) => this.update({ url: at || this.url }));
+    view.onProperty('Status', (status) => this.update({ status }));
+    view.onProperty('CanGoBack', (canGoBack) => this.update({ canGoBack }));
+    view.onProperty('CanGoForward', (canGoForward) => this.update({ canGoForward }));
+    view.onProperty('LoadProgress', (progress) => this.update({ progress, loading: progress < 100 && !this.stopped }));
+    view.onProperty('Scale', (scale) => this.update({ scale }));
+    view.onProperty('Favicon', (icon) => this.update({ favicon: imageOf(icon) }));
+    view.onProperty('SecureType', (secureType) => this.update({ secureType }));
+    view.onProperty('EncryptionInfo', (encryptionInfo) => this.update({ encryptionInfo }));
+    view.on('DocumentLoadCommitted', () => {
+      this.update({ requested: '', title: '', stopped: false, loading: true, exceptions: [] }, 'committed');
+    });
+    view.on('DocumentLoadFinished', () => this.update({ loading: false, title: view.title() }, 'loaded'));
+    view.on('DocumentLoadFailed', () => {
+      // A load that a person stopped also ends as failed; that is no news.
+      this.update({ loading: false }, this.stopped ? undefined : 'failed');
+    });
+    view.on('FullScreenEnter', () => this.update({ fullScreen: true }));
+    view.on('FullScreenExit', () => this.update({ fullScreen: false }));
+    view.on('JavaScriptException', ({ data }) => {
+      this.update({ exceptions: [...this.exceptions, data].slice(-MOST_EXCEPTIONS) });
+    });
+    view.on('OpenWindow', ({ data }) => {
+      this.report(this, { opens: data });
+      return { setWait: true };
+    });
+    view.on('CloseWindow', () => void this.report(this, 'ended'));
+    view.on('ProcessCrash', () => this.#detach('crashed'));
+    view.on('Destroyed', () => this.#detach('ended'));
+    view.whenCreated(() => {
+      this.ready = true;
+      // Placed before loaded, so that the page lays itself out once.
+      this.place(this.rect);
+      this.update({}, 'created');
+      start(view);
+    });
+    // Last, so that the state is complete; still early enough to listen to all that the page does.
+    this.update({}, 'attached');
+  }
+}
+
+function imageOf(icon) {
+  try {
+    const { dataInBase64 } = JSON.parse(icon);
+    return dataInBase64 ? `data:image/png;base64,${dataInBase64}` : '';
+  } catch {
+    return '';
+  }
+}

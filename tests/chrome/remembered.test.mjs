@@ -1,0 +1,124 @@
+import assert from 'node:assert/strict';
+import test, { beforeEach } from 'node:test';
+import { Session } from '../../chrome/session.js';
+import { colorText, Settings, SETTINGS, valueOf } from '../../chrome/settings.js';
+import { Store } from '../../chrome/store.js';
+
+const START = 'local:///start';
+let tabs;
+let kept;
+let room;
+let store;
+
+const storage = () => ({
+  getItem: (name) => kept.get(name) ?? null,
+  removeItem: (name) => kept.delete(name),
+  setItem(name, text) {
+    if (text.length > room) throw new Error('full');
+    kept.set(name, text);
+  },
+});
+
+function openTab(url, { opener, isPrivate } = {}) {
+  const calls = [];
+  const listeners = {};
+  const view = { on: (name, listener) => { listeners[name] = listener; }, isPrivateBrowsing: () => (isPrivate ? '1' : '0') };
+  view.requestSession = () => listeners.SessionInfo({ data: { data: `way to ${url}` } });
+  for (const { name } of SETTINGS) view[`set${name}`] = (value) => calls.push([name, value]);
+  const tab = { url, title: url, view, opener, ready: true, calls };
+  tabs.list.push(tab);
+  for (const type of ['attached', 'created', 'loaded']) report(type, tab);
+  return tab;
+}
+const report = (type, tab) => tabs.dispatchEvent(Object.assign(new Event(type), { detail: tab }));
+const newSession = () => new Session(tabs, store, { isStart: (url) => url === START });
+const nextStart = () => {
+  tabs = Object.assign(new EventTarget(), { list: [], reopened: [] });
+  tabs.reopen = (...page) => tabs.reopened.push(page);
+  store = new Store(storage());
+  return newSession();
+};
+
+beforeEach(() => {
+  kept = new Map();
+  room = Infinity;
+  nextStart();
+});
+
+test('what was chosen goes to this tab and, before its page, to every later one', () => {
+  const settings = new Settings(tabs, store);
+  const tab = openTab('http://a/');
+  const [flag, secret] = ['BlockPopups', 'PrivateBrowsing'].map((name) => SETTINGS.find((each) => each.name === name));
+  settings.choose(tab.view, flag, valueOf(flag, false));
+  settings.choose(tab.view, secret, true);
+  assert.deepEqual(tab.calls, [['BlockPopups', true]]);
+
+  nextStart();
+  new Settings(tabs, store);
+  assert.deepEqual(openTab('http://b/').calls, [['BlockPopups', true], ['PrivateBrowsing', true]]);
+  assert.deepEqual(openTab('http://c/', { opener: tab }).calls, [['BlockPopups', true]]);
+});
+
+test('only what a setting can be is taken from its field', () => {
+  const [size, agent, color] = ['DefaultFontSize', 'UserAgent', 'BackgroundColor'].map((name) => SETTINGS.find((each) => each.name === name));
+  for (const [setting, entered, value] of [
+    [size, '16', '16'], [size, ' 9 ', '9'], [size, '5', null], [size, '73', null], [size, '', null], [size, '1e1', null],
+    [agent, ' me ', 'me'], [agent, '', ''],
+    [color, '#00ff80', '4278255488'], [color, 'red', null],
+  ]) assert.equal(valueOf(setting, entered), value, `${setting.name} ${entered}`);
+  assert.equal(colorText('4278255488'), '#00ff80');
+});
+
+test('tabs come back with their way; start pages and private ones do not', () => {
+  openTab(START);
+  openTab('http://a/');
+  openTab('http://secret/', { isPrivate: true });
+  const closed = openTab('http://b/');
+  tabs.list = tabs.list.filter((tab) => tab !== closed);
+  report('closed', closed);
+
+  const session = nextStart();
+  openTab(START);
+  assert.equal(session.lastTime.length, 1);
+  session.restore();
+  session.restore();
+  assert.deepEqual(tabs.reopened, [['http://a/', 'http://a/', 'way to http://a/']]);
+});
+
+test('a start that opened nothing leaves the last session where it is', () => {
+  openTab('http://a/');
+  nextStart();
+  const start = openTab(START);
+  tabs.list = [];
+  report('closed', start);
+  assert.equal(nextStart().lastTime.length, 1);
+});
+
+test('a history that was cleared is not remembered, and neither is too long a one', () => {
+  const tab = openTab('http://a/');
+  report('forgotten', tab);
+  report('loaded', tab);
+  assert.deepEqual(nextStart().lastTime, [{ url: 'http://a/', title: 'http://a/', state: '' }]);
+
+  room = 75;
+  openTab('http://a-long-address/');
+  openTab('http://b/');
+  assert.deepEqual(nextStart().lastTime, []);
+  openTab('http://b/');
+  assert.deepEqual(nextStart().lastTime, [{ url: 'http://b/', title: 'http://b/', state: 'way to http://b/' }]);
+});
+
+test('texts of another time or hand restore nothing', () => {
+  for (const text of ['{', '{"url":1}', '[{}]', '[{"url":"javascript:alert(1)"}]', 'null']) {
+    kept.set('pagehost.session', text);
+    assert.deepEqual(nextStart().lastTime, [], text);
+  }
+});
+
+test('what is remembered outlives the clearing of the storage', async () => {
+  store.set('settings', { LoadImages: false });
+  await store.outlive(() => setTimeout(() => kept.clear(), 30));
+  assert.deepEqual([...kept.keys()], ['pagehost.settings']);
+  nextStart();
+  assert.deepEqual(store.get('settings'), { LoadImages: false });
+});
