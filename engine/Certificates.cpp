@@ -88,7 +88,8 @@ std::vector<String> hostNames(gnutls_x509_crt_t certificate) {
     if (kind == GNUTLS_SAN_IPADDRESS && size == 4) {
       std::string text;
       for (std::size_t part = 0; part < size; ++part) {
-        text += (part ? "." : "") + std::to_string(static_cast<unsigned char>(buffer[part]));
+        if (part > 0) text += '.';
+        text += std::to_string(static_cast<unsigned char>(buffer[part]));
       }
       names.emplace_back(std::move(text));
     }

@@ -247,8 +247,8 @@ gboolean PageQuestions::onPermission(WebKitWebView*, WebKitPermissionRequest* re
       self->hold(number, std::move(question), permission, origin);
     }
   };
-  // What was decided before is not asked again. Switched off, the document that is there already may
-  // still ask; it is refused when the question goes.
+  // What was decided before is not asked again. Switched off, the document that is there already
+  // may still ask; it is refused when the question goes.
   const auto decided = [&](PagePermission permission) {
     const auto decision = page->client()->decisionFor(permission, origin);
     if (decision) question->answer({*decision, {}, {}, {}});

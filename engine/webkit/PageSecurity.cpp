@@ -41,6 +41,7 @@ String now() {
 }  // namespace
 
 PageSecurity::PageSecurity(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
+  letInKnown();
   g_signal_connect(view_, "load-failed-with-tls-errors", G_CALLBACK(onTlsFailed), this);
 }
 
@@ -58,6 +59,33 @@ bool PageSecurity::isAccepted(const SSLConnectionInfo& connection) const {
 void PageSecurity::letIn(GTlsCertificate* certificate, const String& host) {
   webkit_web_context_allow_tls_certificate_for_host(webkit_web_view_get_context(view_), certificate,
                                                     host.utf8());
+}
+
+void PageSecurity::letInKnown() {
+  for (const auto& [host, known] : page_.client()->knownCertificates()) {
+    GTlsCertificate* certificate = g_tls_certificate_new_from_pem(
+        known.certificate.utf8(), static_cast<gssize>(known.certificate.length()), nullptr);
+    if (!certificate) continue;
+    letIn(certificate, host);
+    g_object_unref(certificate);
+  }
+}
+
+// From the main loop: inside the signal of a failure the engine is not ready for the next load.
+void PageSecurity::loadAgain(const String& url) {
+  struct Again {
+    std::weak_ptr<WebKitPage> page;
+    String url;
+  };
+  g_idle_add_full(
+      G_PRIORITY_DEFAULT,
+      [](gpointer data) -> gboolean {
+        const auto* again = static_cast<Again*>(data);
+        if (const auto page = again->page.lock()) page->load(again->url);
+        return G_SOURCE_REMOVE;
+      },
+      new Again{page_.weak_from_this(), url},
+      [](gpointer data) { delete static_cast<Again*>(data); });
 }
 
 bool PageSecurity::committed() {
@@ -92,15 +120,14 @@ bool PageSecurity::committed() {
   return true;
 }
 
-gboolean PageSecurity::onTlsFailed(WebKitWebView* view, const gchar* url,
-                                   GTlsCertificate* certificate, GTlsCertificateFlags problems,
-                                   PageSecurity* self) {
+gboolean PageSecurity::onTlsFailed(WebKitWebView*, const gchar* url, GTlsCertificate* certificate,
+                                   GTlsCertificateFlags problems, PageSecurity* self) {
   const auto page = self->page_.shared_from_this();
   const SSLConnectionInfo connection = connectionInfoFrom(url, certificate, problems);
   if (self->isAccepted(connection) && self->triedAgain_ != String(url)) {
     self->triedAgain_ = String(url);
     self->letIn(certificate, connection.host);
-    webkit_web_view_load_uri(view, url);
+    self->loadAgain(url);
     return TRUE;
   }
   self->triedAgain_ = String();

@@ -22,6 +22,8 @@ class PageSecurity {
   // any more. That was reported then, and the page is closed perhaps.
   bool committed();
   void continueHandshake(unsigned int number, bool trust);
+  // The engine takes what the client has accepted by now.
+  void letInKnown();
 
  private:
   // A connection that was refused and may yet be accepted.
@@ -34,6 +36,7 @@ class PageSecurity {
                               GTlsCertificateFlags problems, PageSecurity* self);
   bool isAccepted(const SSLConnectionInfo& connection) const;
   void letIn(GTlsCertificate* certificate, const String& host);
+  void loadAgain(const String& url);
   void refuse(const String& url, const SSLConnectionInfo& connection);
 
   WebKitPage& page_;

@@ -224,6 +224,10 @@ void WebKitPage::wantedEventsChanged() {
   if (client_ && watchedBy(*client_) != setup_.watched) sendSetup();
 }
 
+void WebKitPage::knownCertificatesChanged() {
+  if (parts_) parts_->security.letInKnown();
+}
+
 void WebKitPage::setAllowedOrigins(const std::vector<String>& patterns) {
   allowedOrigins_ = patterns;
   if (parts_) parts_->settings.setAllowedOrigins(patterns);

@@ -49,7 +49,7 @@ class WebKitPage final : public Page,
   void settingChanged(WebViewSetting setting) override;
   void wantedEventsChanged() override;
   void setAllowedOrigins(const std::vector<String>& patterns) override;
-  void knownCertificatesChanged() override {}  // they are looked at when they matter
+  void knownCertificatesChanged() override;
   void setRequestHeaders(const std::vector<OrvWebHeader>& headers) override;
   void setCallbackObjectEnabled(bool enabled) override;
   void setDrivesApplication(const String& loadFailureHint) override;
