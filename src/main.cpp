@@ -3,6 +3,7 @@
 #include "PagehostMain.h"
 #include "bindings/BindingManager.h"
 #include "platform/Log.h"
+#include "platform/Process.h"
 #include "webview/commands/CommandTable.h"
 
 #include <fontconfig/fontconfig.h>
@@ -16,6 +17,7 @@ extern const char* __progname;
 int main(int argc, char** argv) {
   // A peer that closed its end is an error of the write, not the end of the process.
   std::signal(SIGPIPE, SIG_IGN);
+  Tessel::Platform::rememberArguments(argc, argv);
   const bool isApplication = std::strcmp(__progname, "pagehost") == 0;
   Tessel::Platform::setupApplicationLogging(__progname);
   registerCommands(BindingManager::instance());

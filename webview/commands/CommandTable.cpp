@@ -74,7 +74,11 @@ bool readArguments(const OrvWebJavaScriptCallbackEvent& event, const Facts& fact
   constexpr std::size_t count = std::tuple_size_v<Arguments>;
   [[maybe_unused]] const auto read = [&](std::size_t position, auto& argument) {
     const char* text = argumentText(event, position);
-    if (!text) text = facts.defaults[position + facts.defaults.size() - count];
+    const std::size_t fromEnd = count - position;
+    if (!text && fromEnd <= facts.defaults.size()) {
+      text = facts.defaults[facts.defaults.size() - fromEnd];
+    }
+    if (!text) return false;  // counted before, so it is there
     if (Value<std::remove_reference_t<decltype(argument)>>::parse(text, argument)) return true;
     BindingManager::reportArgumentError(static_cast<int>(position), text, facts.name);
     return false;

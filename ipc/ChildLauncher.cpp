@@ -1,0 +1,127 @@
+// The process that forks child web view processes.
+#include "ipc/ChildLauncher.h"
+
+#include "platform/Log.h"
+#include "platform/Process.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <string>
+
+extern const char* __progname;
+
+using Tessel::Platform::logAlways;
+using Tessel::Platform::LogError;
+using Tessel::Platform::LogNotice;
+using Tessel::Platform::processName;
+using Tessel::Platform::setupApplicationLogging;
+using Tessel::Platform::showProcessName;
+using Tessel::Platform::startNamedDetachedThread;
+
+int launchPipeFd = -1;
+
+namespace {
+
+[[noreturn]] void endProcess(int status) {
+  logAlways(LogError, "Exit %s: %d", processName(), status);
+  ::_exit(status);
+}
+
+// False at the end of the pipe, with errno 0, and on an error.
+bool readRecord(int pipe, LaunchRecord& record) {
+  auto* bytes = reinterpret_cast<char*>(&record);
+  for (std::size_t have = 0; have < sizeof record;) {
+    const ssize_t count = ::read(pipe, bytes + have, sizeof record - have);
+    if (count > 0) {
+      have += static_cast<std::size_t>(count);
+    } else if (count == 0) {
+      errno = 0;
+      return false;
+    } else if (errno != EINTR && errno != EAGAIN) {
+      return false;
+    }
+  }
+  return true;
+}
+
+[[noreturn]] void childLauncherLoop(int pipe, int mainPid, const std::string& programName,
+                                    ChildWebViewMain childMain) {
+  for (;;) {
+    LaunchRecord record{};
+    if (!readRecord(pipe, record)) {
+      logAlways(LogError,
+                "Error reading launch data from child launcher pipe - ok during browser shutdown: "
+                "%d (%s)",
+                errno, std::strerror(errno));
+      ::close(pipe);
+      endProcess(1);
+    }
+    const pid_t child = ::fork();
+    if (child < 0) {
+      logAlways(LogError, "Error forking child webview: %d (%s)", errno, std::strerror(errno));
+      ::close(pipe);
+      endProcess(1);
+    }
+    if (child > 0) continue;
+    showProcessName("pagehost-webview");
+    setupApplicationLogging(programName.c_str());
+    ::close(pipe);
+    std::signal(SIGCHLD, SIG_DFL);
+    endProcess(childMain(record.groupId, mainPid, record.mainChannelId, record.webEngineChannelId,
+                         record.handshakeKey));
+  }
+}
+
+void monitorChildLauncher(void* pid) {
+  const auto launcher = static_cast<pid_t>(reinterpret_cast<std::intptr_t>(pid));
+  while (::waitpid(launcher, nullptr, 0) < 0) {
+    if (errno == EINTR) continue;
+    logAlways(LogNotice, "Child launcher monitor failed: %d (%s)", errno, std::strerror(errno));
+    return;
+  }
+  logAlways(LogNotice, "Child launcher exited");
+}
+
+}  // namespace
+
+bool spawnChildLauncher(ChildWebViewMain childMain) {
+  int ends[2] = {-1, -1};
+  if (::pipe2(ends, O_CLOEXEC) != 0) {
+    logAlways(LogError, "Error creating child launcher input pipe: %d (%s)", errno,
+              std::strerror(errno));
+    return false;
+  }
+  const pid_t mainPid = ::getpid();
+  const std::string programName = __progname;
+  const pid_t launcher = ::fork();
+  if (launcher < 0) {
+    logAlways(LogError, "Error forking child launcher: %d (%s)", errno, std::strerror(errno));
+    ::close(ends[0]);
+    ::close(ends[1]);
+    return false;
+  }
+  if (launcher == 0) {
+    // A group of its own: who ends it with all its children takes neither a shell nor the main
+    // process along.
+    ::setpgid(0, 0);
+    showProcessName("webkit-child-launcher");
+    setupApplicationLogging(programName.c_str());
+    // The system reaps what the launcher forks.
+    std::signal(SIGCHLD, SIG_IGN);
+    ::close(ends[1]);
+    childLauncherLoop(ends[0], mainPid, programName, childMain);
+  }
+  ::close(ends[0]);
+  launchPipeFd = ends[1];
+  if (!startNamedDetachedThread("child-launcher-monitor", monitorChildLauncher,
+                                reinterpret_cast<void*>(static_cast<std::intptr_t>(launcher)))) {
+    // It only tells of the launcher's end; children are launched without it.
+    logAlways(LogNotice, "Child launcher monitor failed: %d (%s)", errno, std::strerror(errno));
+  }
+  return true;
+}

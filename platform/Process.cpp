@@ -1,0 +1,89 @@
+// The name that a process shows, and threads that nobody waits for.
+#include "platform/Process.h"
+
+#include <pthread.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace Tessel::Platform {
+
+namespace {
+
+char** arguments = nullptr;
+char* area = nullptr;  // the bytes of all arguments, one after the other
+std::size_t areaSize = 0;
+std::array<char, 64> shown{};  // the name that was set last
+
+struct Start {
+  std::string name;
+  void (*function)(void*);
+  void* argument;
+};
+
+void* run(void* data) {
+  const std::unique_ptr<Start> start(static_cast<Start*>(data));
+  ::prctl(PR_SET_NAME, start->name.c_str());
+  start->function(start->argument);
+  return nullptr;
+}
+
+}  // namespace
+
+void rememberArguments(int argc, char** argv) {
+  arguments = argv;
+  area = argc > 0 ? argv[0] : nullptr;
+  areaSize = 0;
+  // The kernel lays them out without gaps; somebody else may have moved some.
+  for (int i = 0; i < argc && argv[i] == area + areaSize; ++i) {
+    areaSize += std::strlen(argv[i]) + 1;
+  }
+}
+
+void showProcessName(const char* name) {
+  ::prctl(PR_SET_NAME, name);
+  shown[std::string_view(name).copy(shown.data(), shown.size() - 1)] = '\0';
+  if (!area || areaSize == 0) return;
+  const std::size_t length = std::min(std::strlen(name), areaSize - 1);
+  std::memcpy(area, name, length);
+  std::memset(area + length, 0, areaSize - length);
+  // Those behind it are gone.
+  arguments[1] = nullptr;
+}
+
+const char* processName() {
+  if (shown[0] != '\0') return shown.data();
+  return area ? area : "";
+}
+
+bool startNamedDetachedThread(const char* name, void (*function)(void*), void* argument) {
+  auto start = std::make_unique<Start>(Start{name, function, argument});
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+  // Signals are for the thread that has the main loop.
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &before);
+  pthread_t thread{};
+  const int error = pthread_create(&thread, &attributes, run, start.get());
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  pthread_attr_destroy(&attributes);
+  if (error != 0) {
+    errno = error;
+    return false;
+  }
+  static_cast<void>(start.release());
+  return true;
+}
+
+}  // namespace Tessel::Platform
