@@ -78,7 +78,7 @@ bool readRecord(int pipe, LaunchRecord& record) {
 }
 
 void monitorChildLauncher(void* pid) {
-  const auto launcher = static_cast<pid_t>(reinterpret_cast<std::intptr_t>(pid));
+  const pid_t launcher = *static_cast<const pid_t*>(pid);
   while (::waitpid(launcher, nullptr, 0) < 0) {
     if (errno == EINTR) continue;
     logAlways(LogNotice, "Child launcher monitor failed: %d (%s)", errno, std::strerror(errno));
@@ -118,8 +118,10 @@ bool spawnChildLauncher(ChildWebViewMain childMain) {
   }
   ::close(ends[0]);
   launchPipeFd = ends[1];
-  if (!startNamedDetachedThread("child-launcher-monitor", monitorChildLauncher,
-                                reinterpret_cast<void*>(static_cast<std::intptr_t>(launcher)))) {
+  // There is one launcher for the life of the process.
+  static pid_t monitored = 0;
+  monitored = launcher;
+  if (!startNamedDetachedThread("child-launcher-monitor", monitorChildLauncher, &monitored)) {
     // It only tells of the launcher's end; children are launched without it.
     logAlways(LogNotice, "Child launcher monitor failed: %d (%s)", errno, std::strerror(errno));
   }

@@ -53,8 +53,7 @@ void showProcessName(const char* name) {
   shown[std::string_view(name).copy(shown.data(), shown.size() - 1)] = '\0';
   if (!area || areaSize == 0) return;
   const std::size_t length = std::min(std::strlen(name), areaSize - 1);
-  std::memcpy(area, name, length);
-  std::memset(area + length, 0, areaSize - length);
+  std::fill(std::copy_n(name, length, area), area + areaSize, '\0');
   // Those behind it are gone.
   arguments[1] = nullptr;
 }
