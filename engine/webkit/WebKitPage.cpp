@@ -163,6 +163,19 @@ void WebKitPage::startLoad(std::function<void()> load) {
   if (!failureFollows_ && !showingFailure_) unstartedLoad_();
 }
 
+// From the main loop: inside a signal about the last load the engine may lose the next one.
+void WebKitPage::startLater() {
+  g_idle_add_full(
+      G_PRIORITY_DEFAULT,
+      [](gpointer data) -> gboolean {
+        const auto page = static_cast<std::weak_ptr<WebKitPage>*>(data)->lock();
+        if (page && page->view_ && page->unstartedLoad_) page->unstartedLoad_();
+        return G_SOURCE_REMOVE;
+      },
+      new std::weak_ptr<WebKitPage>(weak_from_this()),
+      [](gpointer data) { delete static_cast<std::weak_ptr<WebKitPage>*>(data); });
+}
+
 void WebKitPage::reload() {
   if (view_) webkit_web_view_reload(view_);
 }
@@ -251,12 +264,16 @@ void WebKitPage::setDrivesApplication(const String& loadFailureHint) {
 }
 
 void WebKitPage::sendSetup() {
+  refreshSetup();
+  if (const auto link = link_.load()) link->changeSetup(number_, setup_);
+}
+
+void WebKitPage::refreshSetup() {
   if (!client_) return;
   const WebViewSettings& settings = client_->settings();
   setup_.downloadableFonts = settings.isEnableDownloadableBinaryFonts;
   setup_.standalone = settings.isStandalone;
   setup_.watched = watchedBy(*client_);
-  if (const auto link = link_.load()) link->changeSetup(number_, setup_);
 }
 
 void WebKitPage::act(const char* action, std::vector<JavaScriptVariant> arguments) {
@@ -390,7 +407,8 @@ JavaScriptVariant WebKitPage::callFunction(const FunctionCall& call) {
 
 void WebKitPage::linkReady(std::shared_ptr<PageLink> link) {
   if (setup_.drivesApplication) link->serveInEveryWait();
-  sendSetup();
+  // The module asks for it next.
+  refreshSetup();
   link_.store(std::move(link));
 }
 
@@ -516,7 +534,7 @@ void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKi
     case WEBKIT_LOAD_FINISHED: {
       self->redrawAfterLoad();
       if (std::exchange(self->showingFailure_, false)) {
-        if (self->unstartedLoad_) self->unstartedLoad_();
+        if (self->unstartedLoad_) self->startLater();
         break;
       }
       // A program whose chrome answers "not found" would only show that to somebody who cannot

@@ -154,8 +154,10 @@ class WebKitPage final : public Page,
   void dropView();
   void remakeView();
   void startLoad(std::function<void()> load);
+  void startLater();
   void listenToPage();
   void sendSetup();
+  void refreshSetup();
   void updateScale();
   void redrawAfterLoad();
 

@@ -181,41 +181,6 @@ test('a download is saved where the chrome says, discarded, or decided later', a
   native('webview.delete', view);
 });
 
-test('every setting reports its change, once', async () => {
-  const view = await open('');
-  const names = native('bindingManager.listBindings').split('\n')
-    .map(name => name.replace('webview.', ''));
-  let changed = 0;
-  for (const name of names) {
-    const setter = `set${name.replace(/^is/, '')}`.replace('setEnableWebInspector', 'setWebInspectorEnabled');
-    if (!/^is(Enable|Block|Load|Always|Auto)/.test(name) || !names.includes(setter)) continue;
-    const before = native(`webview.${name}`, view) === '1';
-    native(`webview.${setter}`, view, !before);
-    native(`webview.${setter}`, view, !before);
-    equal(native(`webview.${name}`, view), before ? '0' : '1');
-    native(`webview.${setter}`, view, before);
-    ++changed;
-  }
-  ok(changed >= 8, `only ${changed} settings`);
-  native('webview.setDefaultFontSize', view, 20);
-  native('webview.setMinimumFontSize', view, 9);
-  native('webview.setUserAgent', view, 'other');
-  native('webview.setDefaultTextEncoding', view, 'utf-8');
-  native('webview.setDevicePixelRatio', view, 2.5);
-  native('webview.setZOrder', view, 3);
-  native('webview.setVisible', view, false);
-  native('webview.setGeometry', view, 1, 2, 300, 200);
-  native('webview.setExtraHttpHeaders', view, '{"X-A": "1"}');
-  const value = name => events.filter(e => e.name === `Property${name}Event`).map(e => e.data);
-  await until(() => value('CustomHTTPHeaders').length === 1);
-  equal(value('BlockPopups'), ['true', 'false']);
-  equal(value('DefaultFontSize'), ['20']);
-  equal(value('DevicePixelRatio'), ['2.5']);
-  equal(value('Visible'), ['false']);
-  equal(value('Viewport'), ['{"height":200,"width":300,"x":1,"y":2}']);
-  native('webview.delete', view);
-});
-
 test('permissions are asked for and refused', async () => {
   const view = await createView();
   native('webview.loadURL', view, 'local:///content.html');
