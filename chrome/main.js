@@ -3,12 +3,14 @@
 import { resolveAddress, securityOf } from './address.js';
 import { CertificateSheet, KnownCertificates } from './certificates.js';
 import { Dialogs } from './dialogs.js';
+import { EndedNotice } from './ended.js';
 import { FindBar } from './findbar.js';
 import { onLongPress } from './history-panel.js';
 import { Infobar } from './infobar.js';
 import { call, isHosted, listBindings, MISSING, on, WebView } from './pagehost.js';
 import { makePanels } from './panels.js';
 import { Previews } from './previews.js';
+import { namesOf } from './processes.js';
 import { Session } from './session.js';
 import { Settings } from './settings.js';
 import { Store } from './store.js';
@@ -33,10 +35,12 @@ function start() {
   const certificates = new CertificateSheet($('certificate'), tabs, { known, home: START_PAGE });
   const findBar = new FindBar($('find-bar'), tabs);
   new Infobar($('infobar'), tabs);
+  new EndedNotice($('ended'), tabs);
   new Previews(tabs);
   const panels = makePanels({
     tabs, store, settings, known,
     find: () => findBar.open(),
+    openNewTab: (process) => openNewTab(tabs, process),
     restore: () => restoreSession(tabs, session),
     canRestore: () => session.lastTime.length > 0,
   });
@@ -44,6 +48,7 @@ function start() {
   const layOutNow = connectLayout(tabs, dialogs);
   connectToolbar(tabs);
   for (const id of ['back', 'forward']) onLongPress($(id), () => panels.history.open());
+  onLongPress($('new-tab'), () => panels.newTab.open());
   connectKeyboard(tabs, findBar, panels);
   connectReports(tabs, certificates, panels.functions);
   $('find').addEventListener('click', () => findBar.open());
@@ -113,18 +118,17 @@ function connectToolbar(tabs) {
   $('back').addEventListener('click', () => tabs.active.goBack());
   $('forward').addEventListener('click', () => tabs.active.goForward());
   $('reload').addEventListener('click', () => (tabs.active.loading ? tabs.active.stop() : tabs.active.reload()));
-  $('revive').addEventListener('click', () => tabs.active.reload());
   $('new-tab').addEventListener('click', () => openNewTab(tabs));
 
   let shown;
   tabs.addEventListener('change', ({ detail: tab }) => {
     if (tab !== shown || document.activeElement !== address) showLocation();
     shown = tab;
-    showPage(tab);
+    showPage(tabs, tab);
   });
 }
 
-function showPage(tab) {
+function showPage(tabs, tab) {
   document.title = `${tab.label} · pagehost`;
   $('back').disabled = !tab.canGoBack;
   $('forward').disabled = !tab.canGoForward;
@@ -142,8 +146,9 @@ function showPage(tab) {
   $('status').textContent = tab.status || (tab.loading ? `Loading… ${tab.progress} %` : '');
   showSecurity(tab);
   showExceptions(tab);
-  $('view-info').textContent = tab.view ? `view ${tab.view.handle}` : 'no view';
-  $('ended').hidden = Boolean(tab.view);
+  const { number } = tab.process;
+  $('view-info').textContent = tab.view ? `view ${tab.view.handle}${number ? ` · process ${number}` : ''}` : 'no view';
+  $('view-info').title = tabs.processes.describe(tab);
   $('content').setAttribute('aria-label', tab.label);
 }
 
@@ -163,8 +168,8 @@ function showExceptions({ exceptions }) {
   $('exceptions').title = last ? `${last.exception}\n${last.file}:${last.line}` : '';
 }
 
-function openNewTab(tabs) {
-  tabs.open(START_PAGE);
+function openNewTab(tabs, process) {
+  tabs.open(START_PAGE, process);
   focus($('address'));
   $('address').select();
 }
@@ -179,6 +184,7 @@ function connectKeyboard(tabs, findBar, panels) {
     'Ctrl+h': () => panels.history.toggle(),
     'Ctrl+,': () => panels.settings.toggle(),
     'Ctrl+Shift+Delete': () => panels.siteData.toggle(),
+    'Alt+t': () => panels.newTab.toggle(),
     'Alt+m': () => panels.menu.toggle(),
     'Ctrl++': () => zoomBy(tabs, 1),
     'Ctrl+Shift++': () => zoomBy(tabs, 1),
@@ -209,7 +215,11 @@ function connectReports(tabs, certificates, panel) {
     showToast(`“${tab.requested || tab.label}” could not be loaded.`, { label: 'Try again', run: () => tab.reload() });
   });
   tabs.addEventListener('crashed', ({ detail: tab }) => {
-    if (tab !== tabs.active) showToast(`The process of “${tab.label}” ended unexpectedly.`);
+    const ended = tabs.list.filter((each) => each.ended && each.process === tab.process);
+    // What the host said of it stands in the place of the page, with more. Where that is not in sight,
+    // a line tells it: the tabs end one after the other, and the last one's names them all.
+    if (ended.includes(tabs.active)) hideToast();
+    else showToast(`Process ${tab.process.number} ended unexpectedly, and with it ${namesOf(ended)}.`);
   });
   // The root web view ends last, and with it the program.
   tabs.addEventListener('empty', () => WebView.root.delete());

@@ -1,6 +1,7 @@
 /** The menu: the way to everything that has no button of its own. */
 
 import { make } from './dom.js';
+import { moveWithArrows } from './keyboard.js';
 import { Panel } from './panel.js';
 import { percent, zoomBy, zoomTo } from './zoom.js';
 
@@ -20,7 +21,7 @@ export class MenuPanel extends Panel {
       item.show = () => { item.hidden = entry.isThere?.() === false; };
       return item;
     }));
-    list.addEventListener('keydown', (event) => this.#onArrow(event, [...list.querySelectorAll('li:not([hidden]) button')]));
+    moveWithArrows(list, 'li:not([hidden]) button');
     this.list = list;
     this.body.append(make('div', { className: 'zoom', role: 'group', 'aria-label': 'Zoom' },
       make('span', { textContent: 'Zoom' }), this.#makeStep('−', 'Smaller (Ctrl+−)', -1), this.#percent, this.#makeStep('+', 'Larger (Ctrl++)', 1)), list);
@@ -41,13 +42,5 @@ export class MenuPanel extends Panel {
     const button = make('button', { type: 'button', className: 'icon', textContent: text, title, 'aria-label': title });
     button.addEventListener('click', () => zoomBy(this.#tabs, direction));
     return button;
-  }
-
-  #onArrow(event, buttons) {
-    const step = { ArrowUp: -1, ArrowDown: 1 }[event.key];
-    if (!step) return;
-    event.preventDefault();
-    const at = buttons.indexOf(document.activeElement);
-    buttons[(at + step + buttons.length) % buttons.length].focus();
   }
 }

@@ -50,7 +50,7 @@ export class PageInfoPanel extends Panel {
     known.addEventListener('change', () => this.refresh());
     tabs.addEventListener('change', ({ detail: tab }) => {
       // Other changes are none of its business, and drawing takes the keyboard's place away.
-      const shown = [tab.view?.handle, tab.url, tab.secureType, tab.encryptionInfo, tab.loading].join();
+      const shown = [tab.view?.handle, tabs.processes.describe(tab), tab.url, tab.secureType, tab.encryptionInfo, tab.loading].join();
       if (shown === this.#shown) return;
       this.#shown = shown;
       this.refresh();
@@ -71,6 +71,7 @@ export class PageInfoPanel extends Panel {
         ['Address', tab.url],
         ['Encryption', isSecured ? [cipher.protocol, cipher.name].filter(Boolean).join(', ') || tab.encryptionInfo : 'None'],
         ['Received', dateText(since)],
+        ['Process', this.#tabs.processes.describe(tab)],
         ['Private', tab.ready && tab.view.isPrivateBrowsing() === '1' ? 'Leaves nothing on this machine' : ''],
       ]),
       ...this.#section('Problems', connection.problems?.length

@@ -4,6 +4,7 @@ import { DownloadList, DownloadsPanel } from './downloads.js';
 import { FunctionsPanel } from './functions-panel.js';
 import { HistoryPanel } from './history-panel.js';
 import { MenuPanel } from './menu-panel.js';
+import { NewTabPanel } from './new-tab-panel.js';
 import { PageInfoPanel } from './page-info.js';
 import { WebView } from './pagehost.js';
 import { PanelPlace } from './panel.js';
@@ -13,7 +14,7 @@ import { SiteDataPanel } from './site-data-panel.js';
 
 const $ = (id) => document.getElementById(id);
 
-export function makePanels({ tabs, store, settings, known, find, restore, canRestore }) {
+export function makePanels({ tabs, store, settings, known, find, openNewTab, restore, canRestore }) {
   const list = new DownloadList(tabs);
   const panels = {
     functions: new FunctionsPanel($('panel'), { currentHandle: () => tabs.active?.view?.handle ?? WebView.root.handle }),
@@ -21,11 +22,13 @@ export function makePanels({ tabs, store, settings, known, find, restore, canRes
     pageInfo: new PageInfoPanel(tabs, known),
     settings: new SettingsPanel(tabs, settings),
     history: new HistoryPanel(tabs),
+    newTab: new NewTabPanel(tabs, openNewTab),
     screenshot: new ScreenshotPanel(tabs, list),
     siteData: new SiteDataPanel(tabs, store),
   };
   const opens = (panel) => () => panel.open();
   panels.menu = new MenuPanel(tabs, [
+    { label: 'New tab in a process…', key: 'Alt+T', run: opens(panels.newTab) },
     { label: 'Find in page', key: 'Ctrl+F', run: find },
     { label: 'History of this tab', key: 'Ctrl+H', run: opens(panels.history) },
     { label: 'Restore the last session', run: restore, isThere: canRestore },
@@ -38,7 +41,7 @@ export function makePanels({ tabs, store, settings, known, find, restore, canRes
   ]);
 
   // What has no button of its own shows at the menu's that it is open.
-  const buttons = { functions: 'functions', downloads: 'downloads', menu: 'menu', pageInfo: 'security' };
+  const buttons = { functions: 'functions', downloads: 'downloads', menu: 'menu', newTab: 'new-tab-in', pageInfo: 'security' };
   const place = new PanelPlace();
   for (const [name, panel] of Object.entries(panels)) place.add(panel, $(buttons[name] ?? 'menu'));
   for (const [name, id] of Object.entries(buttons)) $(id).addEventListener('click', () => panels[name].toggle());

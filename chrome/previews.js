@@ -2,10 +2,12 @@
 
 import { capture } from './capture.js';
 import { WebView } from './pagehost.js';
+import { HERE } from './processes.js';
 
 const RESTS_FOR = 500;
 const PICTURE = { width: 240, height: 150 };
 const TEXT_HEIGHT = 52;
+const LINE_HEIGHT = 16;
 const ABOVE_ALL = 1000;
 
 export class Previews {
@@ -33,6 +35,7 @@ export class Previews {
   async #show(tabs, tab) {
     const { room } = tab;
     if (!tab.ready || !room) return;
+    const place = tab.process === HERE ? '' : tabs.processes.describe(tab);
     const height = Math.min(PICTURE.height, Math.round(PICTURE.width * room.height / room.width));
     // Of the document's beginning as much as the window shows.
     const picture = await capture(tab.view, { part: { ...room, x: 0, y: 0 }, within: PICTURE });
@@ -42,8 +45,8 @@ export class Previews {
       if (tab !== this.#wanted) return;
       const { left, bottom } = tabs.elementOf(tab).getBoundingClientRect();
       const x = Math.max(4, Math.min(Math.round(left), window.innerWidth - PICTURE.width - 4));
-      view.setGeometry(x, Math.round(bottom) + 2, PICTURE.width, height + TEXT_HEIGHT);
-      view.loadString(cardOf(tab, picture, height));
+      view.setGeometry(x, Math.round(bottom) + 2, PICTURE.width, height + TEXT_HEIGHT + (place ? LINE_HEIGHT : 0));
+      view.loadString(cardOf(tab, place, picture, height));
       view.setVisible(true);
     });
   }
@@ -59,7 +62,7 @@ export class Previews {
 const escaped = (text) => text.replace(/[&<>"]/g, (sign) => `&#${sign.charCodeAt(0)};`);
 
 /** Everything of it comes from a page, so nothing of it may run. */
-function cardOf({ label, url }, picture, height) {
+function cardOf({ label, url }, place, picture, height) {
   return `<!doctype html><meta charset="utf-8"><meta name="color-scheme" content="light dark">
     <meta http-equiv="Content-Security-Policy" content="default-src 'none'; img-src data:; style-src 'unsafe-inline'">
     <style>
@@ -68,5 +71,5 @@ function cardOf({ label, url }, picture, height) {
       p + p { margin-top: 0; opacity: .65; font-size: 12px; }
       img { display: block; width: 100%; height: ${height}px; margin-top: 6px; object-fit: cover; object-position: top left; background: #fff; }
     </style>
-    <p>${escaped(label)}</p><p>${escaped(url.slice(0, 200))}</p>${picture && `<img alt="" src="${escaped(picture)}">`}`;
+    <p>${escaped(label)}</p><p>${escaped(url.slice(0, 200))}</p>${place && `<p>${escaped(place)}</p>`}${picture && `<img alt="" src="${escaped(picture)}">`}`;
 }

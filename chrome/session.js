@@ -1,9 +1,11 @@
 /** The open tabs, remembered: after the next start they can be opened again. Private ones are not. */
 
+import { HERE } from './processes.js';
+
 const isPage = (url) => /^(https?|file|data|local):/.test(url);
 
 export class Session {
-  /** What was open at the last end. @type {{url: string, title: string, state: string}[]} */
+  /** What was open at the last end; those with the same number of a process lived together. @type {{url: string, title: string, state: string, process: number}[]} */
   lastTime;
   #tabs;
   #store;
@@ -35,7 +37,12 @@ export class Session {
   restore() {
     const pages = this.lastTime;
     this.lastTime = [];
-    for (const { url, title, state } of pages) this.#tabs.reopen(url, title, state);
+    const processes = new Map([[0, HERE]]);
+    for (const { url, title, state, process = 0 } of pages) {
+      // Their numbers may be others' by now.
+      if (!processes.has(process)) processes.set(process, this.#tabs.processes.fresh());
+      this.#tabs.reopen(url, title, state, processes.get(process));
+    }
   }
 
   #ask(tab) {
@@ -50,8 +57,11 @@ export class Session {
   }
 
   #save() {
-    const pages = this.#tabs.list.filter(this.#isWorthIt)
-      .map((tab) => ({ url: tab.url, title: tab.title, state: this.#states.get(tab) ?? '' }));
+    // A process that ended may have had the number of one that runs: each has a number of its own here.
+    const processes = [...new Set([HERE, ...this.#tabs.list.map(({ process }) => process)])];
+    const pages = this.#tabs.list.filter(this.#isWorthIt).map((tab) => ({
+      url: tab.url, title: tab.title, state: this.#states.get(tab) ?? '', process: processes.indexOf(tab.process),
+    }));
     this.#hasOwn ||= pages.length > 0;
     if (!this.#hasOwn) return;
     // With the whole way of every tab it may be too much; the addresses always fit.

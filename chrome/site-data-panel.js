@@ -65,10 +65,13 @@ export class SiteDataPanel extends Panel {
     return make('li', {}, make('div', {}, make('b', { textContent: label }), make('small', { textContent: about })), button);
   }
 
-  /** One web view for each place where pages' data is: the lasting one, and that of private tabs. */
+  /** One web view for each place where pages' data is: in every process the lasting one, and that of private tabs. */
   #stores() {
-    const isPrivate = ({ ready, view }) => ready && view.isPrivateBrowsing() === '1';
-    return [WebView.root, this.#tabs.list.find(isPrivate)?.view].filter(Boolean);
+    const stores = new Map([['0 0', WebView.root]]);
+    for (const { ready, view, process } of this.#tabs.list) {
+      if (ready) stores.set(`${process.number} ${view.isPrivateBrowsing()}`, view);
+    }
+    return [...stores.values()];
   }
 
   #ask() {

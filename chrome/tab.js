@@ -8,8 +8,10 @@ const MOST_EXCEPTIONS = 99;
 
 /** One page. Everything the toolbar shows of it is a field here, kept current by events. */
 export class Tab {
-  /** @type {WebView|null} null after its process died */
+  /** @type {WebView|null} null while it has none, and then `ended` tells why */
   view = null;
+  /** @type {''|'crashed'|'refused'} how it lost its view, or that it could not have one */
+  ended = '';
   /** Whether the view takes commands; before, what it shall show is only noted. */
   ready = false;
   title = '';
@@ -35,10 +37,15 @@ export class Tab {
 
   /**
    * @param {(tab: Tab, what?: string) => void} report
-   * @param {Tab} [opener]  whose page opened this one
+   * @param {object} place
+   * @param {import('./processes.js').Process} place.process  where its view shall live
+   * @param {import('./processes.js').Processes} place.processes
+   * @param {Tab} [place.opener]  whose page opened this one
    */
-  constructor(report, opener) {
+  constructor(report, { process, processes, opener }) {
     this.report = report;
+    this.process = process;
+    this.processes = processes;
     this.opener = opener;
   }
 
@@ -110,12 +117,26 @@ export class Tab {
   #detach(what) {
     this.view = null;
     this.ready = false;
-    this.update({ loading: false, canGoBack: false, canGoForward: false, fullScreen: false }, what);
+    this.update({
+      loading: false, canGoBack: false, canGoForward: false, fullScreen: false,
+      status: '', scale: 1, secureType: 'SecureNone', encryptionInfo: '',
+    }, what);
+  }
+
+  /** It stays, and says what happened. */
+  #lose(how) {
+    this.ended = how;
+    this.#detach(how);
   }
 
   /** @param {(view: WebView) => void} start  gives the new view its page */
   #attach(start) {
-    const view = (this.view = WebView.create());
+    // What a page did to one process it may do to another, but not to those who have nothing to do with it.
+    if (this.ended) this.process = this.processes.after(this.process);
+    const view = this.#createView();
+    if (!view) return this.#lose('refused');
+    this.view = view;
+    this.ended = '';
     view.onProperty('Title', (title) => this.update({ title }));
     view.onProperty('Location', (at) => this.update({ url: at || this.url }));
     view.onProperty('Status', (status) => this.update({ status }));
@@ -140,11 +161,10 @@ export class Tab {
       this.update({ exceptions: [...this.exceptions, data].slice(-MOST_EXCEPTIONS) });
     });
     view.on('OpenWindow', ({ data }) => {
-      this.report(this, { opens: data });
-      return { setWait: true };
+      return this.report(this, { opens: data }) ? { setWait: true } : { setAction: 'DISCARD' };
     });
     view.on('CloseWindow', () => void this.report(this, 'ended'));
-    view.on('ProcessCrash', () => this.#detach('crashed'));
+    view.on('ProcessCrash', () => this.#lose('crashed'));
     view.on('Destroyed', () => this.#detach('ended'));
     view.whenCreated(() => {
       this.ready = true;
@@ -155,6 +175,15 @@ export class Tab {
     });
     // Last, so that the state is complete; still early enough to listen to all that the page does.
     this.update({}, 'attached');
+  }
+
+  /** @returns {WebView|undefined} none when there is no process for it; the host has said so then */
+  #createView() {
+    try {
+      return WebView.create(undefined, this.process.number || undefined);
+    } catch {
+      return undefined;
+    }
   }
 }
 

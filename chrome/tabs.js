@@ -1,18 +1,20 @@
 /** Tabs: each has a web view, and a button in the strip. */
 
+import { HERE, Processes } from './processes.js';
 import { Tab } from './tab.js';
 
 /**
  * Reports "change" (the active tab looks different); per tab "attached" (it has a
  * new web view to listen to), "created" (its view takes commands and has no page yet),
- * "committed", "loaded", "failed", "crashed", "closed", "forgotten" (its history was
- * cleared), "pointed" and "unpointed" (by a mouse in the strip); "empty" at the end.
+ * "committed", "loaded", "failed", "crashed" (its process ended, and its view with it),
+ * "refused" (it could not have a view), "closed", "forgotten" (its history was cleared), "pointed" and "unpointed" (by a mouse in the strip); "empty" at the end.
  */
 export class Tabs extends EventTarget {
   /** @type {Tab[]} */
   list = [];
   /** @type {Tab|null} */
   active = null;
+  processes = new Processes(this);
   #strip;
   #elements = new Map();
   #rect = null;
@@ -28,31 +30,36 @@ export class Tabs extends EventTarget {
     });
   }
 
-  open(url) {
-    const tab = this.#add();
+  open(url, process = HERE) {
+    const tab = this.#add({ process });
     tab.navigate(url);
     this.activate(tab);
     return tab;
   }
 
   /** A tab of an earlier time, with the way that it came. It does not come to the front. */
-  reopen(url, title, state) {
-    this.#add().adopt(url, (view) => {
+  reopen(url, title, state, process = HERE) {
+    this.#add({ process }).adopt(url, (view) => {
       if (state) view.restoreSession(state, -1);
       // Of a text that it cannot read the host makes nothing.
       if (view.historyLength() === '0') view.loadURL(url);
     }, title);
   }
 
-  /** The window that a page opens is a tab beside its own. The page stands still until it has it. */
+  /**
+   * The window that a page opens is a tab beside its own, in the process of the page: those of others
+   * are none that it could have. The page stands still until it has it.
+   * @returns {boolean} whether it will have one
+   */
   #openFor(opener, { url, waitHandle }) {
-    const tab = this.#add(opener);
+    const tab = this.#add({ opener, process: opener.process });
     tab.adopt(url, ({ handle }) => opener.view?.openWindowResponse(waitHandle, handle));
     this.activate(tab);
+    return Boolean(tab.view);
   }
 
-  #add(opener) {
-    const tab = new Tab((changed, what) => this.#onReport(changed, what), opener);
+  #add({ opener, process }) {
+    const tab = new Tab((changed, what) => this.#onReport(changed, what), { opener, process, processes: this.processes });
     const index = opener ? this.list.indexOf(opener) + 1 : this.list.length;
     this.list.splice(index, 0, tab);
     tab.room = this.#rect;
@@ -104,12 +111,13 @@ export class Tabs extends EventTarget {
   }
 
   #onReport(tab, what) {
-    if (!this.#elements.has(tab)) return;
+    if (!this.#elements.has(tab)) return undefined;
     if (what === 'ended') return this.close(tab);
     if (what?.opens) return this.#openFor(tab, what.opens);
     this.#render(tab);
     if (tab === this.active) this.#emit('change', tab);
     if (what) this.#emit(what, tab);
+    return undefined;
   }
 
   #emit(type, tab) {
@@ -121,7 +129,7 @@ export class Tabs extends EventTarget {
     root.className = 'tab';
     root.setAttribute('role', 'presentation');
     root.innerHTML = `
-      <button role="tab" aria-controls="content"><span class="badge" aria-hidden="true"><span></span><img alt="" hidden></span><span class="title"></span></button>
+      <button role="tab" aria-controls="content"><span class="badge" aria-hidden="true"><span></span><img alt="" hidden></span><span class="title"></span><span class="process" aria-hidden="true" hidden></span></button>
       <button class="close"><svg aria-hidden="true"><use href="#i-close"/></svg></button>`;
     const [button, close] = root.children;
     button.addEventListener('click', () => this.activate(tab));
@@ -131,29 +139,40 @@ export class Tabs extends EventTarget {
     for (const [type, what] of [['pointerenter', 'pointed'], ['pointerleave', 'unpointed'], ['pointerdown', 'unpointed']]) {
       root.addEventListener(type, (event) => event.pointerType === 'mouse' && this.#emit(what, tab));
     }
-    const [badge, letter, icon, title] = ['.badge', '.badge span', '.badge img', '.title'].map((each) => root.querySelector(each));
-    return { root, button, close, badge, letter, icon, title };
+    const [badge, letter, icon, title, process] = ['.badge', '.badge span', '.badge img', '.title', '.process'].map((each) => root.querySelector(each));
+    return { root, button, close, badge, letter, icon, title, process };
   }
 
   #render(tab) {
-    const { root, button, close, badge, letter, icon, title } = this.#elements.get(tab);
+    const { root, button, close, badge, letter, icon, title, process } = this.#elements.get(tab);
     const selected = tab === this.active;
     root.classList.toggle('selected', selected);
     root.classList.toggle('loading', tab.loading);
+    root.classList.toggle('ended', Boolean(tab.ended));
     root.classList.toggle('asking', tab.asking && !selected);
     button.setAttribute('aria-selected', selected);
     button.tabIndex = selected ? 0 : -1;
     title.textContent = tab.label;
     // No title: its own small window would cover the preview.
-    button.setAttribute('aria-label', tab.asking ? `${tab.label} – waits for an answer` : tab.label);
+    button.setAttribute('aria-label', wordsOf(tab));
+    const { number } = tab.process;
+    process.hidden = !number || !tab.view;
+    process.textContent = number;
     close.setAttribute('aria-label', `Close ${tab.label}`);
-    letter.textContent = [...tab.label][0].toUpperCase();
-    badge.classList.toggle('iconic', Boolean(tab.favicon));
-    icon.hidden = !tab.favicon;
+    const isIconic = Boolean(tab.favicon) && !tab.ended;
+    letter.textContent = tab.ended ? '!' : [...tab.label][0].toUpperCase();
+    badge.classList.toggle('iconic', isIconic);
+    icon.hidden = !isIconic;
     // Drawn anew at every step of a load, an icon would be decoded as often.
     if (tab.favicon && icon.getAttribute('src') !== tab.favicon) icon.src = tab.favicon;
     badge.style.setProperty('--hue', hueOf(tab.url));
   }
+}
+
+/** What a tab says of itself to those who do not see its signs. */
+function wordsOf({ label, asking, ended, process: { number } }) {
+  if (ended) return `${label} – ended`;
+  return [label, number && `in process ${number}`, asking && 'waits for an answer'].filter(Boolean).join(' – ');
 }
 
 /** For a page without an icon, the place it comes from gives the colour. */

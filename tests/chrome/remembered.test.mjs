@@ -1,5 +1,6 @@
 import assert from 'node:assert/strict';
 import test, { beforeEach } from 'node:test';
+import { HERE, Processes } from '../../chrome/processes.js';
 import { Session } from '../../chrome/session.js';
 import { colorText, Settings, SETTINGS, valueOf } from '../../chrome/settings.js';
 import { Store } from '../../chrome/store.js';
@@ -19,13 +20,13 @@ const storage = () => ({
   },
 });
 
-function openTab(url, { opener, isPrivate } = {}) {
+function openTab(url, { opener, isPrivate, process = HERE } = {}) {
   const calls = [];
   const listeners = {};
   const view = { on: (name, listener) => { listeners[name] = listener; }, isPrivateBrowsing: () => (isPrivate ? '1' : '0') };
   view.requestSession = () => listeners.SessionInfo({ data: { data: `way to ${url}` } });
   for (const { name } of SETTINGS) view[`set${name}`] = (value) => calls.push([name, value]);
-  const tab = { url, title: url, view, opener, ready: true, calls };
+  const tab = { url, title: url, view, process, opener, ready: true, calls };
   tabs.list.push(tab);
   for (const type of ['attached', 'created', 'loaded']) report(type, tab);
   return tab;
@@ -34,7 +35,11 @@ const report = (type, tab) => tabs.dispatchEvent(Object.assign(new Event(type), 
 const newSession = () => new Session(tabs, store, { isStart: (url) => url === START });
 const nextStart = () => {
   tabs = Object.assign(new EventTarget(), { list: [], reopened: [] });
-  tabs.reopen = (...page) => tabs.reopened.push(page);
+  tabs.processes = new Processes(tabs);
+  tabs.reopen = (url, title, state, process) => {
+    tabs.reopened.push([url, title, state, process.number]);
+    openTab(url, { process });
+  };
   store = new Store(storage());
   return newSession();
 };
@@ -82,7 +87,20 @@ test('tabs come back with their way; start pages and private ones do not', () =>
   assert.equal(session.lastTime.length, 1);
   session.restore();
   session.restore();
-  assert.deepEqual(tabs.reopened, [['http://a/', 'http://a/', 'way to http://a/']]);
+  assert.deepEqual(tabs.reopened, [['http://a/', 'http://a/', 'way to http://a/', 0]]);
+});
+
+test('tabs that shared a process share one again, whatever its number', () => {
+  const [ended, one, other] = [{ number: 1 }, { number: 1 }, { number: 2 }];
+  for (const [url, process] of [['http://a/', one], ['http://b/', HERE], ['http://c/', other], ['http://d/', one]]) openTab(url, { process });
+  Object.assign(openTab('http://e/', { process: ended }), { view: null, ready: false });
+  report('closed', {});
+
+  const session = nextStart();
+  openTab('http://f/', { process: { number: 2 } });
+  session.restore();
+  const numbers = Object.fromEntries(tabs.reopened.map(([url,,, number]) => [url, number]));
+  assert.deepEqual(numbers, { 'http://a/': 1, 'http://b/': 0, 'http://c/': 3, 'http://d/': 1, 'http://e/': 4 });
 });
 
 test('a start that opened nothing leaves the last session where it is', () => {
@@ -98,14 +116,14 @@ test('a history that was cleared is not remembered, and neither is too long a on
   const tab = openTab('http://a/');
   report('forgotten', tab);
   report('loaded', tab);
-  assert.deepEqual(nextStart().lastTime, [{ url: 'http://a/', title: 'http://a/', state: '' }]);
+  assert.deepEqual(nextStart().lastTime, [{ url: 'http://a/', title: 'http://a/', state: '', process: 0 }]);
 
-  room = 75;
+  room = 87;
   openTab('http://a-long-address/');
   openTab('http://b/');
   assert.deepEqual(nextStart().lastTime, []);
   openTab('http://b/');
-  assert.deepEqual(nextStart().lastTime, [{ url: 'http://b/', title: 'http://b/', state: 'way to http://b/' }]);
+  assert.deepEqual(nextStart().lastTime, [{ url: 'http://b/', title: 'http://b/', state: 'way to http://b/', process: 0 }]);
 });
 
 test('texts of another time or hand restore nothing', () => {

@@ -1,0 +1,65 @@
+/** A new tab, and the process that it is to live in. */
+
+import { make } from './dom.js';
+import { moveWithArrows } from './keyboard.js';
+import { Panel } from './panel.js';
+import { HERE } from './processes.js';
+
+/**
+ * @param {import('./processes.js').Processes} processes
+ * @returns {{label: string, about: string, process: import('./processes.js').Process}[]} what there is to choose from
+ */
+export function newTabChoices(processes) {
+  return [
+    { label: 'New tab', about: 'In the program’s own process', process: HERE },
+    { label: 'New tab in its own process', about: 'What ends it ends no other tab', process: processes.fresh() },
+    ...processes.running.map((process) => ({
+      label: `New tab in process ${process.number}`,
+      about: processes.tabsIn(process).map(({ label }) => label).join(' · '),
+      process,
+    })),
+  ];
+}
+
+export class NewTabPanel extends Panel {
+  #tabs;
+  #open;
+  #shown = '';
+  #list = make('ul', { className: 'rows' });
+
+  /** @param {(process: import('./processes.js').Process) => void} open  opens the tab */
+  constructor(tabs, open) {
+    super('new-tab-panel', 'New tab');
+    this.#tabs = tabs;
+    this.#open = open;
+    this.body.append(this.#list);
+    moveWithArrows(this.#list, 'button');
+    for (const type of ['change', 'crashed', 'closed']) tabs.addEventListener(type, () => this.refresh());
+  }
+
+  get first() {
+    return this.#list.querySelector('button');
+  }
+
+  toggle() {
+    this.#shown = '';
+    super.toggle();
+  }
+
+  draw() {
+    const choices = newTabChoices(this.#tabs.processes);
+    // The same choices drawn again would take the keyboard's place away.
+    const shown = JSON.stringify(choices);
+    if (shown === this.#shown) return;
+    this.#shown = shown;
+    this.#list.replaceChildren(...choices.map(({ label, about, process }) => {
+      const button = make('button', { type: 'button', className: 'entry', title: about },
+        make('b', { textContent: label }), make('small', { textContent: about }));
+      button.addEventListener('click', () => {
+        this.toggle();
+        this.#open(process);
+      });
+      return make('li', {}, button);
+    }));
+  }
+}
