@@ -99,7 +99,7 @@ test('the document is scrolled and zoomed', async () => {
   await until(() => get(view, 'scale') === '1' && get(view, 'scrollPosition') === '{"x":5,"y":6}');
   get(view, 'bitmapZoom', 100, '{"x":0,"y":0}', '{"x":0,"y":0}');
   await until(() => get(view, 'scale') === get(view, 'maximumScale'));
-  ok(changed(view, 'Scale') && changed(view, 'ScrollPosition') && changed(view, 'ContentRectangle'), 'properties');
+  await until(() => changed(view, 'Scale') && changed(view, 'ScrollPosition') && changed(view, 'ContentRectangle'));
   native('webview.delete', view);
 });
 

@@ -1,6 +1,6 @@
 // What pages cause, and what the chrome answers.
-import { answers, bodies, raw, createView, equal, errors, events, happened, native, ok, test, until }
-  from './suite.js';
+import { answers, bodies, raw, createView, equal, errors, events, happened, native, ok, process, test,
+  until } from './suite.js';
 
 const query = new URLSearchParams(location.search);
 const server = query.get('server');
@@ -47,7 +47,7 @@ test('the chrome decides where a page goes', async () => {
 test('a scheme that nobody knows is offered to the chrome', async () => {
   const view = await open('');
   script(view, "location.href = 'mailto:somebody@example.org'");
-  await until(() => happened(view, 'InvokeRequestEvent'));
+  await until(() => happened(view, 'InvokeRequestEvent') && happened(view, 'UnknownProtocol'));
   equal(bodies(view, 'UnknownProtocol')[0].scheme, 'mailto');
   answers.set('UnknownProtocol', { setProtocolHandlerURL: 'local:///content.html' });
   script(view, "location.href = 'odd:thing'");
@@ -58,7 +58,7 @@ test('a scheme that nobody knows is offered to the chrome', async () => {
 test('a load that fails is told, and shown by whoever wants to', async () => {
   const view = await createView();
   native('webview.loadURL', view, 'http://127.0.0.1:1024/');
-  await until(() => happened(view, 'DocumentLoadFailed'));
+  await until(() => happened(view, 'DocumentLoadFailed') && happened(view, 'NetworkError'));
   const [failure] = bodies(view, 'NetworkError');
   equal(failure.url, 'http://127.0.0.1:1024/');
   ok(failure.message, 'no message');
@@ -138,7 +138,22 @@ test('a window that a page opens gets the web view that the chrome prepares', as
   await until(() => title(ready) === 'A real page');
   script(popup, 'window.close()');
   await until(() => happened(popup, 'CloseWindow'));
-  for (const handle of [popup, ready, view]) native('webview.delete', handle);
+  for (const handle of [popup, ready]) native('webview.delete', handle);
+  // A web view of another process is none that a page could have as its window.
+  if (process) {
+    const stranger = await createView('InProcess');
+    native('webview.setPopupWebView', view, stranger);
+    script(view, "document.title = `prepared ${window.open('local:///content.html')}`");
+    await until(() => title(view) === 'prepared null');
+    answers.set('OpenWindow', { setWait: true });
+    const before = bodies(view, 'OpenWindow').length;
+    script(view, "document.title = `answered ${window.open('local:///content.html')}`");
+    await until(() => bodies(view, 'OpenWindow').length > before);
+    native('webview.openWindowResponse', view, bodies(view, 'OpenWindow').at(-1).waitHandle, stranger);
+    await until(() => title(view) === 'answered null');
+    native('webview.delete', stranger);
+  }
+  native('webview.delete', view);
 });
 
 test('a text is found as often as it is there', async () => {
