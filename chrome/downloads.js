@@ -43,6 +43,7 @@ export function sizeText(bytes) {
 export function stateText({ state, done, total, result }) {
   if (state === 'running') return total > 0 ? `${sizeText(done)} of ${sizeText(total)}` : sizeText(done);
   if (state === 'finished') return sizeText(done);
+  if (state === 'lost') return 'The process that loaded it ended';
   if (state === 'left') return 'Its tab was closed; how far it is, is not known';
   return FAILURES[result] ?? 'It failed';
 }
@@ -55,10 +56,10 @@ export class DownloadList extends EventTarget {
   constructor(tabs) {
     super();
     tabs.addEventListener('attached', ({ detail: tab }) => this.#listen(tab));
-    // Whose web view is gone is not told of any more, though the host goes on with it.
-    for (const end of ['closed', 'crashed']) {
+    // Whose web view is gone is not told of any more, though the host goes on with it, if its process does.
+    for (const [end, state] of [['closed', 'left'], ['crashed', 'lost']]) {
       tabs.addEventListener(end, ({ detail: tab }) => {
-        for (const item of this.items) if (item.tab === tab && item.state === 'running') item.state = 'left';
+        for (const item of this.items) if (item.tab === tab && item.state === 'running') item.state = state;
         this.#changed();
       });
     }
@@ -86,7 +87,7 @@ export class DownloadList extends EventTarget {
   }
 
   retry(item) {
-    this.#update(item.id, { state: 'running', done: 0, result: '' });
+    this.#update(item, { state: 'running', done: 0, result: '' });
     item.view.downloadRetry(item.id);
   }
 
@@ -105,10 +106,12 @@ export class DownloadList extends EventTarget {
   }
 
   #listen(tab) {
-    const { view } = tab;
+    const { view, process } = tab;
+    // Every process counts for itself.
+    const find = (id) => this.items.find((item) => item.id === id && item.process === process);
     view.on('DownloadRequest', ({ data }) => {
       const name = this.nameFor(data.filename);
-      this.#add({ id: data.downloadId, name, url: data.url, tab, view });
+      this.#add({ id: data.downloadId, name, url: data.url, tab, view, process });
       // What was asked for turned out to be a file: the tab stays where it is.
       if (tab.requested === data.url) tab.stay();
       return { setAction: 'ActionSave', setFilename: name };
@@ -116,20 +119,16 @@ export class DownloadList extends EventTarget {
     view.on('DownloadStarted', ({ data }) => {
       const { downloadId: id, filename: path, url } = data;
       // Unknown ones were begun without asking: by a command, or by the host itself.
-      if (!this.#find(id)) this.#add({ id, name: path.split('/').pop(), url, tab, view });
-      this.#update(id, { path });
+      if (!find(id)) this.#add({ id, name: path.split('/').pop(), url, tab, view, process });
+      this.#update(find(id), { path });
     });
     view.on('DownloadProgress', ({ data }) => {
-      this.#update(data.downloadId, { done: Number(data.downloadedSize), total: Number(data.totalSize) });
+      this.#update(find(data.downloadId), { done: Number(data.downloadedSize), total: Number(data.totalSize) });
     });
     view.on('DownloadFinished', ({ data }) => {
       const state = data.downloadResult === 'ResultSuccess' ? 'finished' : 'failed';
-      this.#update(data.downloadId, { state, result: data.downloadResult });
+      this.#update(find(data.downloadId), { state, result: data.downloadResult });
     });
-  }
-
-  #find(id) {
-    return this.items.find((item) => item.id === id);
   }
 
   #add(item) {
@@ -138,8 +137,7 @@ export class DownloadList extends EventTarget {
     this.#changed();
   }
 
-  #update(id, fields) {
-    const item = this.#find(id);
+  #update(item, fields) {
     if (!item) return;
     Object.assign(item, fields);
     this.#changed();

@@ -1,17 +1,18 @@
 import assert from 'node:assert/strict';
 import test, { beforeEach } from 'node:test';
 import { DownloadList, freeName, sizeText, stateText } from '../../chrome/downloads.js';
+import { HERE } from '../../chrome/processes.js';
 
 let tabs;
 let list;
 let commands;
 
-function openTab() {
+function openTab(process = HERE) {
   const listeners = {};
   const command = (name) => (...args) => commands.push([name, ...args]);
   const view = { on: (name, listener) => { listeners[name] = listener; } };
   for (const name of ['downloadCancel', 'downloadRetry', 'downloadRemove']) view[name] = command(name);
-  const tab = { view, requested: '', stay: () => commands.push(['stay']), raise: (name, data) => listeners[name]({ data }) };
+  const tab = { view, process, requested: '', stay: () => commands.push(['stay']), raise: (name, data) => listeners[name]({ data }) };
   tabs.dispatchEvent(Object.assign(new Event('attached'), { detail: tab }));
   return tab;
 }
@@ -72,6 +73,16 @@ test('after its tab, a download is neither followed nor commanded', () => {
   assert.equal(list.running.length, 0);
   list.clearFinished();
   assert.deepEqual(commands, []);
+});
+
+test('downloads of two processes that have the same number are two, and one ends with its process', () => {
+  const [here, there] = [openTab(), openTab({ number: 1 })];
+  request(here, 1, 'near');
+  request(there, 1, 'far');
+  here.raise('DownloadFinished', { downloadId: 1, downloadResult: 'ResultSuccess' });
+  assert.deepEqual(list.items.map(({ name, state }) => [name, state]), [['far', 'running'], ['near', 'finished']]);
+  tabs.dispatchEvent(Object.assign(new Event('crashed'), { detail: there }));
+  assert.equal(stateText(list.items[0]), 'The process that loaded it ended');
 });
 
 test('sizes stay short at the ends of their units', () => {
