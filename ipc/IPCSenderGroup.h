@@ -1,19 +1,97 @@
-// A child process that holds web views, as the proxies of these web views see it: whether it can
-// be reached, and on which channel. UI thread.
+// A child process that holds web views, as the main process sees it: it is launched, proves itself,
+// gets and loses web views, and dies.
+//
+// UI thread, but for the handshake, which comes on the acceptor's.
 #pragma once
 
 #include "platform/GuardedPointer.h"
+#include "platform/String.h"
+#include "platform/UniqueFd.h"
+#include "platform/messages/Message.h"
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <vector>
+
+class HandshakeMessage;
+class IPCSenderWebView;
 
 class IPCSenderGroup : public Tessel::Platform::GuardedPointerBase {
  public:
-  explicit IPCSenderGroup(int channelId) : channelId_(channelId) {}
+  using String = Tessel::Platform::String;
 
-  // False before the child is there and once it is gone.
+  // Launches the child: waits three seconds at most until it has proved itself. isConnected() tells
+  // whether it has; if not, the chrome has been told why. The id is never 0.
+  explicit IPCSenderGroup(unsigned int groupId);
+  // For a child that is there already, behind a connection.
+  IPCSenderGroup(unsigned int groupId, int connectionId);
+  ~IPCSenderGroup() override;
+
+  unsigned int groupId() const { return groupId_; }
+  // False before the child is there, once it is gone, and after every error. Any thread.
   bool isConnected() const { return connected_; }
-  void setConnected(bool connected) { connected_ = connected; }
-  int channelId() const { return channelId_; }
+  // While its child is being launched. Any thread.
+  bool isAwaitingHandshake() const;
+  int connectionId() const { return connectionId_; }
+  int childPid() const;
+  const String& lastError() const { return lastError_; }
+  // The web views that live in the child, in the order of their creation.
+  const std::vector<IPCSenderWebView*>& webViews() const { return webViews_; }
+  // True from the start of a creation on, and for ever. Any thread.
+  bool hasHosted(unsigned int handle) const;
+  // A creation is under way; the group must not be dropped although it may have no web view.
+  bool isCreating() const { return creating_ > 0; }
+
+  // Null when the child cannot be reached, or, with an error, when it could not make the web view.
+  // The manager owns the result.
+  IPCSenderWebView* createRemoteWebView(unsigned int handle, const String& windowGroup,
+                                        int rotation);
+  // Called by the proxy's destructor.
+  void deleteRemoteWebView(IPCSenderWebView* webView);
+  // Sends a message, whatever the group's state.
+  void sendMessage(std::unique_ptr<Tessel::Platform::Message> message) const;
+  // Ends the child, if it can be reached.
+  void shutDown();
+  // Nothing is sent from now on. A text is told to the chrome and logged; "" is not. Any thread.
+  void setError(const String& error);
+
+  // The acceptor's thread.
+  void handleHandshake(const HandshakeMessage& message);
+  // The child has gone, whoever ended it.
+  void connectionDied();
+
+  // Called when a child has proved itself, with the group and the child's pid, before anything is
+  // sent to it. Replaces the one before.
+  using ConnectedHook = std::function<void(IPCSenderGroup&, int pid)>;
+  static void onConnected(ConnectedHook hook);
+  // The same when the group is deleted or its child has died.
+  using GoneHook = std::function<void(IPCSenderGroup&)>;
+  static void onGone(GoneHook hook);
 
  private:
-  bool connected_ = false;
-  int channelId_;
+  void launch();
+  bool writeLaunchRecord();
+  // True when the child has proved itself.
+  bool waitForHandshake();
+  void markDisconnected();
+  void processDied();
+
+  const unsigned int groupId_;
+  std::atomic<bool> connected_ = false;
+  std::atomic<int> connectionId_ = -1;
+  String lastError_;
+  std::vector<IPCSenderWebView*> webViews_;  // the manager's
+  int creating_ = 0;
+  Tessel::Platform::UniqueFd accepted_;  // readable once the handshake was accepted
+
+  mutable std::mutex mutex_;
+  // All below under the mutex.
+  int childPid_ = -1;
+  std::uint64_t handshakeKey_ = 0;
+  bool awaitingHandshake_ = false;
+  std::set<unsigned int> hosted_;
 };

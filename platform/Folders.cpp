@@ -8,6 +8,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
 
 namespace Tessel::Platform {
 
@@ -33,6 +37,16 @@ std::string runtimeFolder() {
   const std::string folder = base && *base ? std::string(base) + "/pagehost"
                                            : "/tmp/pagehost-" + std::to_string(::geteuid());
   return makePrivate(folder) ? folder : std::string();
+}
+
+void removeSocketsOfTheDead(const std::string& folder, const char* prefix) {
+  std::error_code unreadable;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, unreadable)) {
+    const std::string name = entry.path().filename();
+    if (name.rfind(prefix, 0) != 0) continue;
+    const pid_t owner = std::atoi(name.c_str() + std::strlen(prefix));
+    if (owner > 0 && ::kill(owner, 0) != 0 && errno == ESRCH) ::unlink(entry.path().c_str());
+  }
 }
 
 ClaimedFolder claimDataFolder(const std::string& name) {

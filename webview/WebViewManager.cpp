@@ -3,9 +3,12 @@
 
 #include "bindings/BindingManager.h"
 #include "bindings/ChromeChannel.h"
+#include "ipc/IPCSenderGroup.h"
+#include "ipc/ProcessMessages.h"
 #include "platform/Log.h"
 #include "platform/Settings.h"
 #include "platform/graphics/Screen.h"
+#include "platform/messages/GuardedPointerDeleter.h"
 #include "platform/messages/MessageClient.h"
 #include "platform/messages/MethodDelegate.h"
 #include "webview/WebView.h"
@@ -13,6 +16,7 @@
 #include "webview/events/EventMessages.h"
 #include "webview/events/Names.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -21,11 +25,13 @@ using Tessel::Platform::deleteGuardedObject;
 using Tessel::Platform::executableMessage;
 using Tessel::Platform::GuardedPin;
 using Tessel::Platform::GuardedPointer;
+using Tessel::Platform::GuardedPointerDeleter;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
 using Tessel::Platform::MainMessageClient;
 using Tessel::Platform::Message;
 using Tessel::Platform::MethodDelegate0;
+using Tessel::Platform::MethodDelegate1;
 using Tessel::Platform::MethodDelegate3;
 using Tessel::Platform::Settings;
 using Tessel::Platform::String;
@@ -80,10 +86,8 @@ WebViewManager::WebViewHandle WebViewManager::createWebView(const std::string& w
   const WebViewHandle handle = ++lastHandle_;
   const int rotation = Screen::primaryScreen().rotation();
   if (processGroup != inThisProcess) {
-    informChromeOfError("Web views in child processes are not part of this build.");
-    return 0;
-  }
-  if (handle == rootHandle) {
+    if (!createRemoteWebView(handle, windowGroup, processGroup, rotation)) return 0;
+  } else if (handle == rootHandle) {
     createInProcessWebView(handle, windowGroup, rotation);
   } else {
     MainMessageClient::instance()->dispatchMessage(
@@ -92,6 +96,45 @@ WebViewManager::WebViewHandle WebViewManager::createWebView(const std::string& w
   }
   created_.emplace(handle, false);
   return handle;
+}
+
+int WebViewManager::freeGroupId() const {
+  int id = static_cast<int>(groups_.size()) + 1;
+  while (groups_.contains(id)) ++id;
+  return id;
+}
+
+// False when the group is new and has come to nothing.
+bool WebViewManager::createRemoteWebView(WebViewHandle handle, const std::string& windowGroup,
+                                         int processGroup, int rotation) {
+  const int id = processGroup == inNewProcess ? freeGroupId() : processGroup;
+  const auto known = groups_.find(id);
+  const bool isNew = known == groups_.end();
+  auto* const group = isNew ? new IPCSenderGroup(static_cast<unsigned int>(id)) : known->second;
+  const GuardedPin<IPCSenderGroup> pin(group);
+  IPCSenderWebView* const remote = group->createRemoteWebView(handle, windowGroup, rotation);
+  if (remote) {
+    // The chrome, served while the child was started, may have made a group of that id meanwhile.
+    groups_.emplace(id, group);
+    addRemoteWebView(remote);
+  } else if (isNew) {
+    deleteGuardedObject(group);
+    return false;
+  }
+  return true;
+}
+
+bool WebViewManager::addWebView(WebViewHandle handle, std::unique_ptr<WebView> webView,
+                                int rotation) {
+  if (webViews_.contains(handle)) return false;
+  WebView* const added = webView.release();
+  webViews_.emplace(handle, added);
+  handles_.emplace(added, handle);
+  // Before it can say so itself.
+  created_.emplace(handle, false);
+  if (added->initialize(added->windowGroup(), rotation)) return true;
+  destroyWebView(handle);
+  return false;
 }
 
 void WebViewManager::createInProcessWebView(WebViewHandle handle, const String& windowGroup,
@@ -119,9 +162,17 @@ void WebViewManager::destroyWebView(WebViewHandle handle) {
   }
   if (const auto remote = remoteWebViews_.find(handle); remote != remoteWebViews_.end()) {
     IPCSenderWebView* proxy = remote->second;
+    IPCSenderGroup* const group = proxy->group();
     remoteWebViews_.erase(remote);
     created_.erase(handle);
     deleteGuardedObject(proxy);
+    const auto entry = std::find_if(groups_.begin(), groups_.end(),
+                                    [&](const auto& item) { return item.second == group; });
+    // Later, since it may be in the middle of something.
+    if (entry != groups_.end() && group->webViews().empty() && !group->isCreating()) {
+      groups_.erase(entry);
+      GuardedPointerDeleter::deleteGuardedPointer(group);
+    }
   }
   if (noWebViews() && Settings::instance().isChromeProcess()) {
     // Whoever is in the middle of something may still make another one.
@@ -148,6 +199,20 @@ void WebViewManager::shutdown() {
     webView->setWebEventEnabled(OrvWebEvent::Destroyed, true);
     webView->destroy();
   }
+  for (const auto& [id, group] : groups_) group->setError(String());
+  const auto remotes = remoteWebViews_;
+  for (const auto& [handle, remote] : remotes) destroyWebView(handle);
+}
+
+void WebViewManager::setEnvInGroups(const String& name, const String& value) {
+  for (const auto& [id, group] : groups_) {
+    group->sendMessage(std::make_unique<SetEnvMessage>(name, value));
+  }
+}
+
+void WebViewManager::remoteWebViewCrashed(WebViewHandle handle) {
+  sendChromePostEvent(rootWebView(), "ProcessCrash", String(), handle, 0);
+  destroyWebView(handle);
 }
 
 void WebViewManager::finishClosing(WebViewHandle handle) {
@@ -200,6 +265,12 @@ void WebViewManager::markCreated(WebViewHandle handle) {
 }
 
 void WebViewManager::informChromeOfError(const String& message) {
+  MainMessageClient* const client = MainMessageClient::instance();
+  if (client && !client->isCurrentThread()) {
+    client->dispatchMessage(executableMessage(MethodDelegate1<WebViewManager, const String&>(
+        this, &WebViewManager::informChromeOfError, message)));
+    return;
+  }
   WebView* root = rootWebView();
   if (!root) {
     logAlways(LogError, "WebViewManager::informChromeOfError: can't find root webview!");

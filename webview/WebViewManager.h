@@ -1,8 +1,8 @@
 // The owner of all web views of a process: it gives them handles, makes and deletes them, brings
 // their events to the chrome and ends the main loop with the last of them.
 //
-// UI thread, but for two things that any thread may do: allocating a handle, and handling the
-// message of an event that is answered.
+// UI thread, but for what any thread may do: allocating a handle, telling the chrome of an error and
+// handling the message of an event that is answered.
 #pragma once
 
 #include "engine/OrvWebEvent.h"
@@ -12,10 +12,12 @@
 
 #include <atomic>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <string>
 
+class IPCSenderGroup;
 class IPCSenderWebView;
 class WebView;
 
@@ -48,6 +50,13 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   IPCSenderWebView* remoteWebViewForHandle(WebViewHandle handle) const;
   // Takes the proxy over, under the proxy's handle.
   void addRemoteWebView(IPCSenderWebView* remote);
+  // Takes a web view over that was made elsewhere and shows it. False, and it is gone, when it
+  // cannot be shown or there is one of that handle.
+  bool addWebView(WebViewHandle handle, std::unique_ptr<WebView> webView, int rotation);
+  // The process of a web view has gone: the chrome is told, and the web view is no more.
+  void remoteWebViewCrashed(WebViewHandle handle);
+  // Sets an environment variable in every child process.
+  void setEnvInGroups(const String& name, const String& value);
   WebViewHandle handleForWebView(const WebView* webView) const;
   WebView* rootWebView() const { return webViewForHandle(rootHandle); }
   // For other threads: pin it before use.
@@ -57,7 +66,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   bool isCreated(WebViewHandle handle) const;
   void markCreated(WebViewHandle handle);
 
-  // Tells the chrome about an error; logged and dropped when there is no chrome.
+  // Tells the chrome about an error; logged and dropped when there is no chrome. Any thread.
   void informChromeOfError(const String& message);
 
   // The event messages of web views; others are ignored. A posted event on the UI thread, one
@@ -73,6 +82,9 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   void createInProcessWebView(WebViewHandle handle, const String& windowGroup, int rotation);
   void handlePostedEvent(const class HandleOrvWebPostEventMessage& message);
   void handleSentEvent(const class HandleOrvWebSendEventMessage& message);
+  bool createRemoteWebView(WebViewHandle handle, const std::string& windowGroup, int processGroup,
+                           int rotation);
+  int freeGroupId() const;
   void publishRoot(WebView* root);
   bool noWebViews() const;
   void endLoopIfEmpty();
@@ -81,6 +93,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   std::map<WebViewHandle, WebView*> webViews_;                 // owned
   std::map<WebViewHandle, IPCSenderWebView*> remoteWebViews_;  // owned
   std::map<WebViewHandle, bool> created_;
+  std::map<int, IPCSenderGroup*> groups_;  // owned; only those that live
   std::map<const WebView*, WebViewHandle> handles_;
   std::set<WebViewHandle> closing_;
 

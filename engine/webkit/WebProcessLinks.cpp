@@ -1,6 +1,7 @@
 // Where the modules of web processes connect. Main thread.
 #include "engine/webkit/WebProcessLinks.h"
 
+#include "platform/Folders.h"
 #include "platform/Log.h"
 #include "platform/RandomKey.h"
 
@@ -11,15 +12,13 @@
 
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
 using Tessel::Platform::randomKey;
+using Tessel::Platform::removeSocketsOfTheDead;
 using Tessel::Platform::String;
 using Tessel::Platform::UniqueFd;
 
@@ -34,17 +33,6 @@ std::string randomText() {
 }
 
 constexpr const char* namePrefix = "pages-";
-
-// Programs that were killed leave their sockets behind.
-void removeSocketsOfTheDead(const std::string& folder) {
-  std::error_code unreadable;
-  for (const auto& entry : std::filesystem::directory_iterator(folder, unreadable)) {
-    const std::string name = entry.path().filename();
-    if (name.rfind(namePrefix, 0) != 0) continue;
-    const pid_t owner = std::atoi(name.c_str() + std::strlen(namePrefix));
-    if (owner > 0 && ::kill(owner, 0) != 0 && errno == ESRCH) ::unlink(entry.path().c_str());
-  }
-}
 
 UniqueFd listenAt(const std::string& path) {
   sockaddr_un address{};
@@ -68,7 +56,7 @@ UniqueFd listenAt(const std::string& path) {
 WebProcessLinks::WebProcessLinks(const std::string& folder)
     : address_(folder + "/" + namePrefix + std::to_string(::getpid()) + "-" + randomText()),
       token_(randomText() + randomText()) {
-  removeSocketsOfTheDead(folder);
+  removeSocketsOfTheDead(folder, namePrefix);
   if (token_.empty()) {
     errno = EAGAIN;
     return;

@@ -80,40 +80,45 @@ std::pair<ChannelSocket, ChannelSocket> ChannelSocket::pair() {
   return {ChannelSocket(UniqueFd(ends[0])), ChannelSocket(UniqueFd(ends[1]))};
 }
 
-bool ChannelSocket::makeDatagram(Blobs blobs, Datagram& datagram) {
-  if (blobs.size() > BlobList::capacity) return false;
-  Lengths lengths{};
-  std::size_t size = 0;
-  for (std::size_t i = 0; i < blobs.size(); ++i) {
-    if (blobs[i].length > maximumBytes - size) return false;
-    size += blobs[i].length;
-    lengths[i] = static_cast<std::uint32_t>(blobs[i].length);
-  }
-  const std::size_t table = blobs.size() * sizeof(std::uint32_t);
-  const bool inFile = sizeof(DatagramHeader) + table + size > largestDatagram;
-  const DatagramHeader header{DatagramHeader::expectedMark, inFile ? DatagramHeader::inFile : 0,
-                              static_cast<std::uint32_t>(blobs.size()),
-                              static_cast<std::uint32_t>(size)};
-  datagram.bytes.reserve(sizeof header + table + (inFile ? 0 : size));
-  datagram.bytes.append(reinterpret_cast<const char*>(&header), sizeof header);
-  datagram.bytes.append(reinterpret_cast<const char*>(lengths.data()), table);
-  std::string& content = inFile ? datagram.fileContent : datagram.bytes;
-  if (inFile) content.reserve(size);
-  for (const Blob& blob : blobs) {
-    content.append(static_cast<const char*>(blob.data), blob.length);
-  }
-  return true;
-}
+namespace {
 
-ChannelSocket::Sent ChannelSocket::sendNow(const Datagram& datagram) const {
-  iovec bytes{const_cast<char*>(datagram.bytes.data()), datagram.bytes.size()};
+// What stands before the blobs' bytes.
+struct Preamble {
+  DatagramHeader header{};
+  Lengths lengths{};
+
+  // False for what no message may be.
+  bool fill(Blobs blobs) {
+    if (blobs.size() > BlobList::capacity) return false;
+    std::size_t size = 0;
+    for (std::size_t i = 0; i < blobs.size(); ++i) {
+      if (blobs[i].length > maximumBytes - size) return false;
+      size += blobs[i].length;
+      lengths[i] = static_cast<std::uint32_t>(blobs[i].length);
+    }
+    header = {DatagramHeader::expectedMark, 0, static_cast<std::uint32_t>(blobs.size()),
+              static_cast<std::uint32_t>(size)};
+    if (this->size() + size > ChannelSocket::largestDatagram) {
+      header.flags = DatagramHeader::inFile;
+    }
+    return true;
+  }
+  // Header and table stand one after the other in memory.
+  std::size_t size() const { return sizeof header + header.count * sizeof(std::uint32_t); }
+};
+static_assert(offsetof(Preamble, lengths) == sizeof(DatagramHeader));
+
+}  // namespace
+
+ChannelSocket::Sent ChannelSocket::sendNow(std::span<const iovec> pieces,
+                                           const std::string& fileContent) const {
   alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
   msghdr message{};
-  message.msg_iov = &bytes;
-  message.msg_iovlen = 1;
+  message.msg_iov = const_cast<iovec*>(pieces.data());
+  message.msg_iovlen = pieces.size();
   UniqueFd file;
-  if (!datagram.fileContent.empty()) {
-    file = fileOf(datagram.fileContent);
+  if (!fileContent.empty()) {
+    file = fileOf(fileContent);
     if (!file) return errno == EMFILE || errno == ENFILE ? Sent::None : Sent::Broken;
     message.msg_control = control.data();
     message.msg_controllen = control.size();
@@ -133,18 +138,38 @@ ChannelSocket::Sent ChannelSocket::sendNow(const Datagram& datagram) const {
   }
 }
 
+ChannelSocket::Sent ChannelSocket::sendNow(const Datagram& datagram) const {
+  const iovec whole{const_cast<char*>(datagram.bytes.data()), datagram.bytes.size()};
+  return sendNow({&whole, 1}, datagram.fileContent);
+}
+
 bool ChannelSocket::send(Blobs blobs) {
-  if (!socket_) return false;
+  Preamble preamble;
+  if (!socket_ || !preamble.fill(blobs)) return false;
+  const bool inFile = preamble.header.flags == DatagramHeader::inFile;
+  if (unsent_.empty() && !inFile) {
+    // The usual case copies nothing.
+    std::array<iovec, BlobList::capacity + 1> pieces;
+    pieces[0] = {&preamble, preamble.size()};
+    for (std::size_t i = 0; i < blobs.size(); ++i) {
+      pieces[i + 1] = {const_cast<void*>(blobs[i].data), blobs[i].length};
+    }
+    const Sent sent = sendNow({pieces.data(), blobs.size() + 1}, std::string());
+    if (sent != Sent::None) return sent == Sent::All;
+  }
   Datagram datagram;
-  if (!makeDatagram(blobs, datagram)) return false;
-  if (unsent_.empty()) {
+  datagram.bytes.assign(reinterpret_cast<const char*>(&preamble), preamble.size());
+  std::string& content = inFile ? datagram.fileContent : datagram.bytes;
+  content.reserve(content.size() + preamble.header.size);
+  for (const Blob& blob : blobs) {
+    content.append(static_cast<const char*>(blob.data), blob.length);
+  }
+  if (unsent_.empty() && inFile) {
     const Sent sent = sendNow(datagram);
     if (sent != Sent::None) return sent == Sent::All;
   }
-  std::size_t size = 0;
-  for (const Blob& blob : blobs) size += blob.length;
-  if (unsentBytes_ + size > maximumUnsent) return false;
-  unsentBytes_ += size;
+  if (unsentBytes_ + preamble.header.size > maximumUnsent) return false;
+  unsentBytes_ += preamble.header.size;
   unsent_.push_back(std::move(datagram));
   return true;
 }
@@ -160,9 +185,11 @@ bool ChannelSocket::flush() {
 }
 
 ChannelSocket::Outcome ChannelSocket::receive(ReceivedMessage& message) {
-  message = ReceivedMessage();
-  message.bytes_.resize(largestDatagram);
-  iovec bytes{message.bytes_.data(), message.bytes_.size()};
+  message.blobs_.clear();
+  message.mapping_.reset();
+  // Not filled with zeroes first: it is read into.
+  if (!message.bytes_) message.bytes_ = std::make_unique_for_overwrite<char[]>(largestDatagram);
+  iovec bytes{message.bytes_.get(), largestDatagram};
   alignas(cmsghdr) std::array<char, CMSG_SPACE(4 * sizeof(int))> control{};
   msghdr packet{};
   packet.msg_iov = &bytes;
@@ -181,7 +208,7 @@ ChannelSocket::Outcome ChannelSocket::receive(ReceivedMessage& message) {
   const auto size = static_cast<std::size_t>(received);
   DatagramHeader header{};
   if (size < sizeof header) return Outcome::Malformed;
-  std::memcpy(&header, message.bytes_.data(), sizeof header);
+  std::memcpy(&header, message.bytes_.get(), sizeof header);
   if (header.mark != DatagramHeader::expectedMark || header.flags > DatagramHeader::inFile ||
       header.count > BlobList::capacity || header.size > maximumBytes) {
     return Outcome::Malformed;
@@ -190,7 +217,7 @@ ChannelSocket::Outcome ChannelSocket::receive(ReceivedMessage& message) {
   const std::size_t start = sizeof header + header.count * sizeof(std::uint32_t);
   if (inFile != bool(file) || size != start + (inFile ? 0 : header.size)) return Outcome::Malformed;
 
-  const char* data = message.bytes_.data() + start;
+  const char* data = message.bytes_.get() + start;
   if (inFile) {
     struct stat status {};
     // Sealed, it can neither change nor shrink under the reader.
@@ -204,12 +231,12 @@ ChannelSocket::Outcome ChannelSocket::receive(ReceivedMessage& message) {
     data = static_cast<const char*>(memory);
   }
   Lengths lengths{};
-  std::memcpy(lengths.data(), message.bytes_.data() + sizeof header,
+  std::memcpy(lengths.data(), message.bytes_.get() + sizeof header,
               header.count * sizeof(std::uint32_t));
   std::size_t left = header.size;
   for (std::size_t i = 0; i < header.count; ++i) {
     if (lengths[i] > left) return Outcome::Malformed;
-    message.blobs_.push_back({data, lengths[i]});
+    message.blobs_.add(data, lengths[i]);
     data += lengths[i];
     left -= lengths[i];
   }

@@ -9,14 +9,17 @@
 #include "platform/UniqueFd.h"
 #include "platform/messages/MessageBlobs.h"
 
+#include <sys/uio.h>
+
 #include <deque>
 #include <memory>
+#include <span>
 #include <string>
-#include <vector>
 
 namespace Tessel::Platform {
 
-// A message as it came: its blobs point into memory that it owns.
+// A message as it came: its blobs point into memory that it owns, and that it uses again for the
+// next one.
 class ReceivedMessage {
  public:
   Blobs blobs() const { return blobs_; }
@@ -28,8 +31,8 @@ class ReceivedMessage {
     void operator()(void* memory) const;
   };
 
-  std::vector<Blob> blobs_;
-  std::string bytes_;
+  BlobList blobs_;
+  std::unique_ptr<char[]> bytes_;
   std::unique_ptr<void, Unmap> mapping_;
 };
 
@@ -48,6 +51,8 @@ class ChannelSocket {
   static std::pair<ChannelSocket, ChannelSocket> pair();
 
   int fd() const { return socket_.get(); }
+  // For whoever has another use for it; what is unsent is lost.
+  UniqueFd release() { return std::move(socket_); }
   explicit operator bool() const { return bool(socket_); }
 
   // Sends without ever blocking; what the socket does not take is kept, in order, for flush().
@@ -73,6 +78,7 @@ class ChannelSocket {
   };
 
   enum class Sent { All, None, Broken };
+  Sent sendNow(std::span<const iovec> pieces, const std::string& fileContent) const;
   Sent sendNow(const Datagram& datagram) const;
   static bool makeDatagram(Blobs blobs, Datagram& datagram);
 

@@ -23,6 +23,8 @@ class Message {
   Message& operator=(const Message&) = delete;
 
   int type() const { return type_; }
+  // Whether the platform itself says this (see Pulse).
+  virtual bool isPulse() const { return false; }
   MessageReplyBuffer* reply() const { return reply_; }
   // Where the receiver of a message from another process puts the reply.
   void setReply(MessageReplyBuffer* reply) { reply_ = reply; }
@@ -47,6 +49,19 @@ class Message {
   pid_t senderPid_ = 0;
   int integer_ = 0;
   std::uint64_t replyId_ = 0;
+};
+
+// What the platform tells the handlers of a client; the integer is its value.
+class Pulse final : public Message {
+ public:
+  // A connection of this process has died; the value is its number.
+  static constexpr int connectionDied = 2;
+  // Somebody who waited for a reply has gone; the value is the message's reply id.
+  static constexpr int unblock = 3;
+
+  Pulse(int type, int value) : Message(type) { setInteger(value); }
+  bool isPulse() const override { return true; }
+  int value() const { return integer(); }
 };
 
 // Runs on the thread of the client that it was dispatched to.

@@ -31,6 +31,7 @@ class BlobList {
   static constexpr std::size_t capacity = 13;
 
   void add(const void* data, std::size_t length) { blobs_[count_++] = {data, length}; }
+  void clear() { count_ = 0; }
   operator Blobs() const { return {blobs_.data(), count_}; }
 
  private:
@@ -44,6 +45,7 @@ inline constexpr std::size_t maximumBlobLength = 64u << 20;
 struct MessageHeader {
   static constexpr std::uint32_t currentVersion = 1;
   static constexpr std::uint32_t wantsReply = 1;
+  static constexpr std::uint32_t isReply = 2;
 
   std::int32_t type;
   std::uint32_t version;

@@ -4,6 +4,8 @@
 
 #include "platform/Crash.h"
 #include "platform/Log.h"
+#include "platform/messages/ClientChannel.h"
+#include "platform/messages/Connections.h"
 #include "platform/messages/ListenerList.h"
 #include "platform/messages/MainThreadWait.h"
 
@@ -25,6 +27,7 @@ namespace Tessel::Platform {
 namespace {
 
 std::atomic<MessageTransport*> installedTransport = nullptr;
+thread_local MessageClient* clientOfThisThread = nullptr;
 
 }  // namespace
 
@@ -62,6 +65,8 @@ struct MessageClient::State {
     // source out of the context and putting it back, with two wake-ups, for every message.
     g_source_set_can_recurse(source, TRUE);
     g_source_attach(source, context);
+    channel = std::make_shared<ClientChannel>(
+        context, [this](Message& message) { deliver(message); });
   }
   ~State() {
     g_main_loop_unref(loop);
@@ -92,6 +97,7 @@ struct MessageClient::State {
   GMainContext* const context;
   GMainLoop* const loop;
   GSource* source = nullptr;
+  std::shared_ptr<ClientChannel> channel;
   ListenerList<MessageHandler> handlers;  // client's thread
 
   std::mutex mutex;
@@ -218,6 +224,7 @@ MessageClient::MessageClient(GMainContext* context) : state_(std::make_shared<St
   State::Registry& registry = State::registry();
   const std::lock_guard lock(registry.mutex);
   registry.states.push_back(state_);
+  clientOfThisThread = this;
 }
 
 MessageClient::~MessageClient() {
@@ -227,6 +234,8 @@ MessageClient::~MessageClient() {
     std::erase(registry.states, state_);
   }
   state_->exit(0);
+  state_->channel->close();
+  if (clientOfThisThread == this) clientOfThisThread = nullptr;
   g_source_destroy(state_->source);
   g_source_unref(state_->source);
 
@@ -267,12 +276,11 @@ bool MessageClient::dispatchToThread(std::thread::id thread, std::unique_ptr<Mes
   return true;
 }
 
-void MessageClient::sendMessage(std::unique_ptr<Message> message, int channelId) {
+void MessageClient::sendMessage(std::unique_ptr<Message> message, int connectionId) {
   if (MessageTransport* transport = installedTransport) {
-    transport->send(std::move(message), channelId);
+    transport->send(std::move(message), connectionId);
   } else {
-    logAlways(LogError, "There is no way to send a message of type %d to channel %d.",
-              message->type(), channelId);
+    sendOver(connectionId, *message);
   }
 }
 
@@ -286,6 +294,42 @@ void MessageClient::installMessageHandler(MessageHandler* handler) {
 
 void MessageClient::removeMessageHandler(MessageHandler* handler) {
   state_->handlers.remove(handler);
+}
+
+int MessageClient::channelId() {
+  return state_->channel->id();
+}
+
+void MessageClient::registerPID(pid_t pid) {
+  state_->channel->registerPID(pid);
+}
+
+void MessageClient::deregisterPID(pid_t pid) {
+  state_->channel->deregisterPID(pid);
+}
+
+void MessageClient::closeConnectionsOf(pid_t pid) {
+  state_->channel->closeConnectionsOf(pid);
+}
+
+void MessageClient::setHandshakeMode(bool on, MessageHandler* handler) {
+  state_->channel->setHandshakeMode(on, handler);
+}
+
+void MessageClient::serveDuringWaits() {
+  state_->channel->serveDuringWaits();
+}
+
+void MessageClient::dispatchPulse(int type, int value, pid_t after) {
+  dispatchMessage(executableMessage([state = state_.get(), type, value, after] {
+    if (after != 0) state->channel->drain(after);
+    Pulse pulse(type, value);
+    state->deliver(pulse);
+  }));
+}
+
+MessageClient* MessageClient::ofThisThread() {
+  return clientOfThisThread;
 }
 
 int MessageClient::run() {
@@ -348,6 +392,7 @@ MainMessageClient::MainMessageClient(int /*priority*/, int /*channel*/)
     : MessageClient(g_main_context_default()) {
   MainMessageClient* none = nullptr;
   if (!mainClient.compare_exchange_strong(none, this)) platformCrash(__FILE__, __LINE__, __func__);
+  serveConnectionsDuringWaits();
 }
 
 MainMessageClient::~MainMessageClient() {

@@ -43,15 +43,38 @@ class MessageClient {
   // none any more; the message is destroyed then. Any thread.
   static bool dispatchToThread(std::thread::id thread, std::unique_ptr<Message> message);
 
-  // Sends a message to a channel of another process: over the installed transport, which says when
-  // it returns. Without a transport the message is destroyed and the log says so.
-  static void sendMessage(std::unique_ptr<Message> message, int channelId);
-  // Not owned; null takes it away.
+  // Sends a message over a connection (ConnectAttach), or over the transport that was installed in
+  // place of all of them. Returns at once, or, where the message has a reply buffer, when the reply
+  // is in there or none will come. Without a reply buffer any thread, else the main thread.
+  static void sendMessage(std::unique_ptr<Message> message, int connectionId);
+  // Not owned; null takes it away. For tests.
   static void installTransport(MessageTransport* transport);
 
   // The handler is not owned and must be removed before it dies. Client's thread.
   void installMessageHandler(MessageHandler* handler);
   void removeMessageHandler(MessageHandler* handler);
+
+  // The number of the channel on which other processes reach this client, for ConnectAttach. It is
+  // opened when first asked for; -1 with errno set when it cannot be. Any thread.
+  int channelId();
+  // The processes whose messages are delivered. What a process still sends over connections that
+  // it has when it is taken off the list is dropped; whoever waits gets no answer. Any thread.
+  void registerPID(pid_t pid);
+  void deregisterPID(pid_t pid);
+  // Any thread.
+  void closeConnectionsOf(pid_t pid);
+  // On unless it is switched off: then the first message of a process that is not registered goes
+  // to the handler, on the acceptor's thread, which may register the process. Whoever is not
+  // registered afterwards is cut off. The handler is not owned. Any thread.
+  void setHandshakeMode(bool on, MessageHandler* handler = nullptr);
+  // Messages of other processes are also delivered while the client's thread, the main thread, is
+  // inside a wait: those who wait for this process must not wait for what it is waiting for.
+  void serveDuringWaits();
+  // Queues a pulse for the handlers; one about a process comes after all that the process has sent.
+  // Any thread.
+  void dispatchPulse(int type, int value, pid_t after = 0);
+  // The client that the calling thread made; null when it has none.
+  static MessageClient* ofThisThread();
 
   // Runs the loop until exit() is called; the result is what exit() was given. Called once, by
   // the thread that made the client.

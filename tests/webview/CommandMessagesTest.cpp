@@ -232,7 +232,7 @@ TEST(CommandLayoutTest, DamagedMessagesAreReadOrDroppedButNeverBelieved) {
 class CommandMessagesTest : public test_support::ChromeFixture {
  protected:
   CommandMessagesTest() {
-    childGroup.setConnected(true);
+    
     manager.addRemoteWebView(new IPCSenderWebView(&childGroup, handle));
   }
 
@@ -240,7 +240,7 @@ class CommandMessagesTest : public test_support::ChromeFixture {
   const unsigned int handle = createWebView();
   WebView& view = webView(handle);
   const std::shared_ptr<test_support::FakePage> itsPage = pageOf(handle);
-  IPCSenderGroup childGroup{channel};
+  IPCSenderGroup childGroup{1, channel};
   IPCSenderWebView proxy{&childGroup, handle};
   test_support::MemoryTransport transport;
 };
@@ -299,7 +299,7 @@ TEST_F(CommandMessagesTest, FindStringCrossesAsItsRecordAndEightBlobs) {
 
 TEST_F(CommandMessagesTest, NothingIsSentToAGroupThatIsNotConnectedOrGone) {
   view.setZOrder(3);
-  childGroup.setConnected(false);
+  childGroup.setError("");
   const auto expectDefaults = [&](const IPCSenderWebView& remote) {
     remote.setVisible(false);
     EXPECT_FALSE(remote.isVisible());
@@ -312,8 +312,7 @@ TEST_F(CommandMessagesTest, NothingIsSentToAGroupThatIsNotConnectedOrGone) {
     EXPECT_EQ(remote.createFadeColorWindow(1, 2, 3, 4, 5), 0);
   };
   expectDefaults(proxy);
-  auto* gone = new IPCSenderGroup(channel);
-  gone->setConnected(true);
+  auto* gone = new IPCSenderGroup(1, channel);
   const IPCSenderWebView orphan(gone, handle);
   deleteGuardedObject(gone);
   expectDefaults(orphan);
@@ -362,7 +361,7 @@ TEST_F(CommandMessagesTest, ManagerKnowsProxiesAndLetsThemGo) {
   EXPECT_EQ(manager.remoteWebViewForHandle(handle)->handle(), handle);
   EXPECT_EQ(manager.remoteWebViewForHandle(handle + 1), nullptr);
   constexpr unsigned int elsewhere = 900001;
-  IPCSenderGroup other(channel);
+  IPCSenderGroup other(2, channel);
   manager.addRemoteWebView(new IPCSenderWebView(&other, elsewhere));
   EXPECT_FALSE(manager.isCreated(elsewhere));
   manager.markCreated(elsewhere);

@@ -26,7 +26,7 @@ class CommandTableTest : public test_support::ChromeFixture,
  protected:
   CommandTableTest() {
     if (GetParam() == Path::Direct) return;
-    childGroup.setConnected(true);
+    
     manager.addRemoteWebView(new IPCSenderWebView(&childGroup, handle));
   }
   // Whether commands went the way that the test is for since the last call.
@@ -54,7 +54,7 @@ class CommandTableTest : public test_support::ChromeFixture,
   const unsigned int handle = createWebView();
   WebView& view = webView(handle);
   const std::shared_ptr<test_support::FakePage> itsPage = pageOf(handle);
-  IPCSenderGroup childGroup{42};
+  IPCSenderGroup childGroup{1, 42};
   test_support::MemoryTransport transport;
 };
 

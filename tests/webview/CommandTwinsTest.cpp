@@ -32,7 +32,7 @@ const std::set<std::string> differing{"createFadeColorWindow",     "executeJavaS
 class CommandTwinsTest : public test_support::ChromeFixture {
  protected:
   CommandTwinsTest() {
-    childGroup.setConnected(true);
+    
     manager.addRemoteWebView(new IPCSenderWebView(&childGroup, there));
   }
 
@@ -84,7 +84,7 @@ class CommandTwinsTest : public test_support::ChromeFixture {
   const unsigned int there = createWebView();
   const std::map<unsigned int, std::shared_ptr<test_support::FakePage>> pages{
       {here, pageOf(here)}, {there, pageOf(there)}};
-  IPCSenderGroup childGroup{42};
+  IPCSenderGroup childGroup{1, 42};
   test_support::MemoryTransport transport;
 };
 

@@ -9,8 +9,14 @@
 
 class IPCSenderWebView : public Tessel::Platform::GuardedPointerBase {
  public:
+  // The group, which may be null, need not outlive it.
   IPCSenderWebView(IPCSenderGroup* group, unsigned int handle) : group_(group), handle_(handle) {}
+  ~IPCSenderWebView() override {
+    if (group_) group_->deleteRemoteWebView(this);
+  }
 
+  // Null once it is gone.
+  IPCSenderGroup* group() const { return group_.get(); }
   unsigned int handle() const { return handle_; }
 
   // title(), setZOrder(int) and so on, with the arguments of the web view's operations; a web view
@@ -45,7 +51,7 @@ class IPCSenderWebView : public Tessel::Platform::GuardedPointerBase {
     using Result = typename Shape::Result;
     using Tessel::Platform::MessageClient;
     if (!group_ || !group_->isConnected()) return Result();
-    const int channel = group_->channelId();
+    const int channel = group_->connectionId();
     if constexpr (std::is_void_v<Result>) {
       MessageClient::sendMessage(Shape::message(number, handle_, nullptr, values...), channel);
     } else {

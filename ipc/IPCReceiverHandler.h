@@ -1,0 +1,26 @@
+// What the main process tells a child process: its web views come and go, they get their commands,
+// and the process ends. UI thread.
+#pragma once
+
+#include "platform/messages/MessageClient.h"
+
+class CreateWebViewMessage;
+class DeleteWebViewMessage;
+
+class IPCReceiverHandler final : public Tessel::Platform::MessageHandler {
+ public:
+  // The connections to the main process: for posts, and for events that are answered.
+  IPCReceiverHandler(int mainConnectionId, int webEngineConnectionId)
+      : mainConnectionId_(mainConnectionId), webEngineConnectionId_(webEngineConnectionId) {}
+
+  void handleMessage(Tessel::Platform::Message& message) override;
+
+ private:
+  void shutDown(const Tessel::Platform::Message& message) const;
+  void createWebView(const CreateWebViewMessage& message) const;
+  static void deleteWebView(const DeleteWebViewMessage& message);
+  void connectionDied(int connectionId) const;
+
+  const int mainConnectionId_;
+  const int webEngineConnectionId_;
+};

@@ -1,0 +1,28 @@
+// A web view of a child process. UI thread.
+#include "ipc/IPCReceiverWebView.h"
+
+#include "platform/messages/MessageClient.h"
+#include "webview/events/EventMessages.h"
+
+using Tessel::Platform::GuardedPin;
+using Tessel::Platform::MessageClient;
+
+void IPCReceiverWebView::handleWebEvent(OrvWebEvent* event) {
+  // The chrome may delete this web view while it answers.
+  const GuardedPin<IPCReceiverWebView> pin(this);
+  forwardWebEvent(*this, *event, *this);
+  WebView::handleWebEvent(event);
+}
+
+void IPCReceiverWebView::post(const String& name, const String& data) {
+  MessageClient::sendMessage(std::make_unique<HandleOrvWebPostEventMessage>(handle(), name, data),
+                             mainConnectionId_);
+}
+
+WebView::String IPCReceiverWebView::send(const String& name, const String& data) {
+  HandleOrvWebSendEventMessage::Reply reply;
+  MessageClient::sendMessage(
+      std::make_unique<HandleOrvWebSendEventMessage>(handle(), name, data, &reply),
+      webEngineConnectionId_);
+  return reply.text();
+}

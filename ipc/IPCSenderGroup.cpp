@@ -1,0 +1,306 @@
+// A child process that holds web views, as the main process sees it. UI thread, but for the
+// handshake, which comes on the acceptor's.
+#include "ipc/IPCSenderGroup.h"
+
+#include "ipc/ChildLauncher.h"
+#include "ipc/IPCSenderHandler.h"
+#include "ipc/ProcessMessages.h"
+#include "platform/Log.h"
+#include "platform/RandomKey.h"
+#include "platform/messages/Connections.h"
+#include "platform/messages/MainThreadWait.h"
+#include "platform/messages/MessageClient.h"
+#include "platform/messages/MethodDelegate.h"
+#include "webview/WebView.h"
+#include "webview/WebViewManager.h"
+#include "webview/commands/IPCSenderWebView.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+using Tessel::Platform::concat;
+using Tessel::Platform::ConnectAttach;
+using Tessel::Platform::ConnectDetach;
+using Tessel::Platform::executableMessage;
+using Tessel::Platform::GuardedPointer;
+using Tessel::Platform::logAlways;
+using Tessel::Platform::LogError;
+using Tessel::Platform::MainMessageClient;
+using Tessel::Platform::MainThreadWait;
+using Tessel::Platform::MessageClient;
+using Tessel::Platform::MethodDelegate0;
+using Tessel::Platform::String;
+using Tessel::Platform::webKitThreadMessageClient;
+
+namespace {
+
+constexpr std::chrono::seconds handshakeLimit{3};
+// How long the window may stand still for a child that does not answer.
+constexpr std::chrono::seconds silenceLimit{30};
+// A child that is ended has nothing else to do.
+constexpr std::chrono::seconds shutdownLimit{3};
+// Names the network device that sockets are bound to; child processes are told.
+constexpr const char* deviceVariable = "SOCK_SO_BINDTODEVICE";
+
+IPCSenderGroup::ConnectedHook& connectedHook() {
+  static auto* const hook = new IPCSenderGroup::ConnectedHook;
+  return *hook;
+}
+
+IPCSenderGroup::GoneHook& goneHook() {
+  static auto* const hook = new IPCSenderGroup::GoneHook;
+  return *hook;
+}
+
+template <typename Visit>
+void forBothClients(Visit visit) {
+  if (MainMessageClient* const client = MainMessageClient::instance()) visit(*client);
+  visit(*webKitThreadMessageClient());
+}
+
+// All bits of both count, however early they differ.
+bool isSameKey(std::uint64_t one, std::uint64_t other) {
+  const volatile std::uint64_t difference = one ^ other;
+  return difference == 0;
+}
+
+}  // namespace
+
+void IPCSenderGroup::onConnected(ConnectedHook hook) {
+  connectedHook() = std::move(hook);
+}
+
+void IPCSenderGroup::onGone(GoneHook hook) {
+  goneHook() = std::move(hook);
+}
+
+IPCSenderGroup::IPCSenderGroup(unsigned int groupId)
+    : groupId_(groupId), accepted_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+  launch();
+}
+
+IPCSenderGroup::IPCSenderGroup(unsigned int groupId, int connectionId)
+    : groupId_(groupId), connected_(true), connectionId_(connectionId) {}
+
+IPCSenderGroup::~IPCSenderGroup() {
+  IPCSenderHandler& handler = IPCSenderHandler::instance();
+  handler.removeGroup(groupId_, this);
+  const int pid = childPid();
+  const bool wasConnected = connected_;
+  if (wasConnected) shutDown();
+  if (goneHook()) goneHook()(*this);
+  if (pid == -1) return;
+  handler.removeProcess(pid, this);
+  forBothClients([&](MessageClient& client) {
+    client.deregisterPID(pid);
+    // A child that cannot be told to end notices that nobody listens to it.
+    if (!wasConnected) client.closeConnectionsOf(pid);
+  });
+  ConnectDetach(connectionId_);
+}
+
+int IPCSenderGroup::childPid() const {
+  const std::lock_guard lock(mutex_);
+  return childPid_;
+}
+
+bool IPCSenderGroup::isAwaitingHandshake() const {
+  const std::lock_guard lock(mutex_);
+  return awaitingHandshake_;
+}
+
+bool IPCSenderGroup::hasHosted(unsigned int handle) const {
+  const std::lock_guard lock(mutex_);
+  return hosted_.contains(handle);
+}
+
+void IPCSenderGroup::launch() {
+  if (launchPipeFd == -1) {
+    return setError("OutProcess webviews can only be created from the main process.");
+  }
+  std::uint64_t key = 0;
+  if (!Tessel::Platform::randomKey(&key)) return setError("Failed to get random handshake key");
+  {
+    const std::lock_guard lock(mutex_);
+    handshakeKey_ = key;
+    awaitingHandshake_ = true;
+  }
+  IPCSenderHandler& handler = IPCSenderHandler::instance();
+  handler.install();
+  handler.addGroup(groupId_, this);
+  MainMessageClient& client = *MainMessageClient::instance();
+  client.setHandshakeMode(false, &handler);
+  if (!writeLaunchRecord()) {
+    const int error = errno;
+    client.setHandshakeMode(true);
+    return setError(concat("Error writing launch data to child launcher pipe", ": ",
+                           std::strerror(error), "(", String::fromSignedInteger(error), ")!"));
+  }
+  if (!waitForHandshake()) {
+    client.setHandshakeMode(true);
+    return setError("Did not receive handshake!");
+  }
+  connected_ = true;
+  if (connectedHook()) connectedHook()(*this, childPid());
+  if (const char* device = std::getenv(deviceVariable)) {
+    sendMessage(std::make_unique<SetEnvMessage>(deviceVariable, device));
+  }
+}
+
+bool IPCSenderGroup::writeLaunchRecord() {
+  LaunchRecord record{};
+  {
+    const std::lock_guard lock(mutex_);
+    record.handshakeKey = handshakeKey_;
+  }
+  record.groupId = groupId_;
+  record.mainChannelId = MainMessageClient::instance()->channelId();
+  record.webEngineChannelId = webKitThreadMessageClient()->channelId();
+  if (record.mainChannelId < 0 || record.webEngineChannelId < 0) return false;
+  const auto* bytes = reinterpret_cast<const char*>(&record);
+  for (std::size_t written = 0; written < sizeof record;) {
+    const ssize_t count = ::write(launchPipeFd, bytes + written, sizeof record - written);
+    if (count >= 0) {
+      written += static_cast<std::size_t>(count);
+    } else if (errno != EINTR && errno != EAGAIN) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool IPCSenderGroup::waitForHandshake() {
+  using Clock = std::chrono::steady_clock;
+  const auto deadline = Clock::now() + handshakeLimit;
+  MainThreadWait wait;
+  std::vector<pollfd> own;
+  while (childPid() == -1) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+    // An error that the handshake met has ended the wait for it.
+    if (left.count() <= 0 || !isAwaitingHandshake()) return childPid() != -1;
+    own.assign(1, pollfd{accepted_.get(), POLLIN, 0});
+    wait.poll(own, left);
+  }
+  return true;
+}
+
+void IPCSenderGroup::handleHandshake(const HandshakeMessage& message) {
+  {
+    const std::lock_guard lock(mutex_);
+    // The pid in the message is the child's own word; the kernel's counts.
+    if (!awaitingHandshake_ || !isSameKey(message.key(), handshakeKey_) ||
+        message.pid() != message.senderPid()) {
+      logAlways(LogError, "Someone unknown was trying to handshake with me!");
+      return;
+    }
+    handshakeKey_ = 0;
+    awaitingHandshake_ = false;
+  }
+  forBothClients([&](MessageClient& client) { client.registerPID(message.pid()); });
+  if (MainMessageClient* const client = MainMessageClient::instance()) {
+    client->setHandshakeMode(true);
+  }
+  connectionId_ =
+      ConnectAttach(0, message.pid(), message.channelId(), Tessel::Platform::sideChannel, 0);
+  if (connectionId_ == -1) {
+    forBothClients([&](MessageClient& client) { client.deregisterPID(message.pid()); });
+    setError("Could not connect to process!");
+  } else {
+    Tessel::Platform::killSilentPeer(connectionId_, silenceLimit);
+    IPCSenderHandler::instance().addProcess(message.pid(), this);
+    const std::lock_guard lock(mutex_);
+    childPid_ = message.pid();
+  }
+  ::eventfd_write(accepted_.get(), 1);
+}
+
+IPCSenderWebView* IPCSenderGroup::createRemoteWebView(unsigned int handle,
+                                                      const String& windowGroup, int rotation) {
+  if (!connected_) return nullptr;
+  {
+    const std::lock_guard lock(mutex_);
+    hosted_.insert(handle);
+  }
+  ++creating_;
+  CreateWebViewMessage::Reply reply;
+  sendMessage(std::make_unique<CreateWebViewMessage>(handle, windowGroup, rotation, &reply));
+  --creating_;
+  if (!reply.value()) {
+    setError("Could not create webview!");
+    return nullptr;
+  }
+  return webViews_.emplace_back(new IPCSenderWebView(this, handle));
+}
+
+void IPCSenderGroup::deleteRemoteWebView(IPCSenderWebView* webView) {
+  std::erase(webViews_, webView);
+  if (!connected_) return;
+  DeleteWebViewMessage::Reply reply;
+  const GuardedPointer<IPCSenderGroup> self(this);
+  sendMessage(std::make_unique<DeleteWebViewMessage>(webView->handle(), &reply));
+  if (self && !reply.value()) setError("Could not delete webview!");
+}
+
+void IPCSenderGroup::sendMessage(std::unique_ptr<Tessel::Platform::Message> message) const {
+  MessageClient::sendMessage(std::move(message), connectionId_);
+}
+
+void IPCSenderGroup::shutDown() {
+  if (!connected_) return;
+  Tessel::Platform::killSilentPeer(connectionId_, shutdownLimit);
+  ShutdownMessage::Reply reply;
+  sendMessage(std::make_unique<ShutdownMessage>(&reply));
+  if (!reply.value()) setError("Could not shut down process!");
+}
+
+void IPCSenderGroup::setError(const String& error) {
+  if (!error.isEmpty()) {
+    const String text =
+        concat("IPCSenderGroup for process ", String::fromSignedInteger(childPid()),
+               " encountered error: ", error);
+    WebViewManager::instance().informChromeOfError(text);
+    logAlways(LogError, "%s", text.utf8());
+  }
+  connected_ = false;
+  const std::lock_guard lock(mutex_);
+  lastError_ = error;
+  handshakeKey_ = 0;
+  awaitingHandshake_ = false;
+}
+
+void IPCSenderGroup::connectionDied() {
+  const int pid = childPid();
+  forBothClients([&](MessageClient& client) { client.deregisterPID(pid); });
+  WebViewManager::instance().informChromeOfError(
+      concat("WebView group ", String::fromUnsignedInteger(groupId_), " (child process ",
+             String::fromSignedInteger(pid), ") has died unexpectedly!"));
+  IPCSenderHandler::instance().removeProcess(pid, this);
+  markDisconnected();
+  if (goneHook()) goneHook()(*this);
+  MainMessageClient::instance()->dispatchMessage(
+      executableMessage(MethodDelegate0<IPCSenderGroup>(this, &IPCSenderGroup::processDied)));
+}
+
+void IPCSenderGroup::markDisconnected() {
+  connected_ = false;
+  ConnectDetach(connectionId_.exchange(-1));
+  const std::lock_guard lock(mutex_);
+  childPid_ = -1;
+}
+
+void IPCSenderGroup::processDied() {
+  WebViewManager& manager = WebViewManager::instance();
+  // Destroying the last web view of a group ends the group.
+  const auto webViews = webViews_;
+  std::vector<unsigned int> handles(webViews.size());
+  std::transform(webViews.begin(), webViews.end(), handles.begin(),
+                 [](const IPCSenderWebView* webView) { return webView->handle(); });
+  for (const unsigned int handle : handles) manager.remoteWebViewCrashed(handle);
+}

@@ -1,0 +1,10 @@
+// What memory a process takes, for the log. UI thread.
+#pragma once
+
+namespace Tessel::Platform {
+
+// From now on a line a minute in the log, but only while the memory that the process takes by
+// itself has changed by a tenth since the last line. Needs a running main loop.
+void enableMemoryStatsLogging();
+
+}  // namespace Tessel::Platform

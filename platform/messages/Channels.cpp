@@ -1,0 +1,257 @@
+// Where other processes connect. The acceptor's thread reads all of its own state under one mutex,
+// which is not held while an owner is called.
+#include "platform/messages/Channels.h"
+
+#include "platform/Folders.h"
+#include "platform/Log.h"
+#include "platform/Process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tessel::Platform {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr const char* namePrefix = "channel-";
+// How long a process may be connected without having made itself known, and how many may be.
+constexpr std::chrono::seconds patienceWithStrangers{10};
+constexpr std::size_t mostStrangers = 64;
+
+// The address of a channel; nothing when the folder is not to be had or its name is too long.
+std::optional<sockaddr_un> addressOf(pid_t pid, int channel) {
+  const std::string folder = runtimeFolder();
+  if (folder.empty()) return std::nullopt;
+  const std::string path =
+      folder + "/" + namePrefix + std::to_string(pid) + "-" + std::to_string(channel);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (path.size() >= sizeof address.sun_path) {
+    errno = ENAMETOOLONG;
+    return std::nullopt;
+  }
+  path.copy(address.sun_path, path.size());
+  return address;
+}
+
+UniqueFd newSocket() {
+  return UniqueFd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+}
+
+std::optional<ucred> peerOf(int socket) {
+  ucred peer{};
+  socklen_t size = sizeof peer;
+  if (::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return std::nullopt;
+  return peer;
+}
+
+class Acceptor {
+ public:
+  static Acceptor& instance() {
+    static auto* const acceptor = new Acceptor;  // leaked, as its thread is
+    return *acceptor;
+  }
+
+  int open(int wanted, const std::shared_ptr<ChannelOwner>& owner);
+  void close(int channel);
+  void wake() const { ::eventfd_write(wake_.get(), 1); }
+
+ private:
+  struct Listener {
+    int channel;
+    UniqueFd socket;
+    sockaddr_un address;
+    std::shared_ptr<ChannelOwner> owner;
+  };
+  // Connected, and not taken yet.
+  struct Stranger {
+    std::shared_ptr<ChannelOwner> owner;
+    pid_t pid;
+    ChannelSocket socket;
+    Clock::time_point deadline;
+  };
+
+  void run();
+  void accept(int listener, const std::shared_ptr<ChannelOwner>& owner);
+  // True when the stranger is one no longer, one way or the other.
+  static bool settle(Stranger& stranger, bool hasSpoken);
+
+  std::mutex mutex_;
+  std::vector<Listener> listeners_;
+  int lastChannel_ = 0;
+  UniqueFd wake_;
+  std::vector<Stranger> strangers_;  // the thread's own
+};
+
+int Acceptor::open(int wanted, const std::shared_ptr<ChannelOwner>& owner) {
+  const std::lock_guard lock(mutex_);
+  if (!wake_) {
+    removeSocketsOfTheDead(runtimeFolder(), namePrefix);
+    wake_.reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    const auto body = [](void* self) { static_cast<Acceptor*>(self)->run(); };
+    if (!wake_ || !startNamedDetachedThread("acceptor", body, this)) {
+      wake_.reset();
+      return -1;
+    }
+  }
+  const int channel = wanted == anyChannel ? ++lastChannel_ : wanted;
+  const auto address = addressOf(::getpid(), channel);
+  UniqueFd socket = newSocket();
+  if (!address || !socket) return -1;
+  // A process of this number that was killed has left its name behind.
+  ::unlink(address->sun_path);
+  if (::bind(socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0 ||
+      ::listen(socket.get(), SOMAXCONN) != 0) {
+    return -1;
+  }
+  listeners_.push_back({channel, std::move(socket), *address, owner});
+  wake();
+  return channel;
+}
+
+void Acceptor::close(int channel) {
+  const std::lock_guard lock(mutex_);
+  std::erase_if(listeners_, [&](const Listener& listener) {
+    if (listener.channel != channel) return false;
+    ::unlink(listener.address.sun_path);
+    return true;
+  });
+  wake();
+}
+
+void Acceptor::run() {
+  for (;;) {
+    std::vector<pollfd> descriptors{{wake_.get(), POLLIN, 0}};
+    std::vector<std::shared_ptr<ChannelOwner>> owners;
+    {
+      const std::lock_guard lock(mutex_);
+      for (const Listener& listener : listeners_) {
+        descriptors.push_back({listener.socket.get(), POLLIN, 0});
+        owners.push_back(listener.owner);
+      }
+    }
+    auto timeout = std::chrono::milliseconds(-1);
+    for (const Stranger& stranger : strangers_) {
+      descriptors.push_back({stranger.socket.fd(), POLLIN, 0});
+      const auto left = std::chrono::ceil<std::chrono::milliseconds>(
+          std::max(stranger.deadline - Clock::now(), Clock::duration::zero()));
+      timeout = timeout.count() < 0 ? left : std::min(timeout, left);
+    }
+    if (::poll(descriptors.data(), descriptors.size(), static_cast<int>(timeout.count())) < 0) {
+      continue;
+    }
+    eventfd_t ignored = 0;
+    if (descriptors[0].revents != 0) ::eventfd_read(wake_.get(), &ignored);
+
+    // Those who were polled first: accept() adds to them.
+    const auto spoken = descriptors.begin() + 1 + static_cast<std::ptrdiff_t>(owners.size());
+    for (std::size_t i = strangers_.size(); i-- > 0;) {
+      const bool hasSpoken = spoken[static_cast<std::ptrdiff_t>(i)].revents != 0;
+      if (settle(strangers_[i], hasSpoken)) {
+        strangers_.erase(strangers_.begin() + static_cast<std::ptrdiff_t>(i));
+      }
+    }
+    for (std::size_t i = 0; i < owners.size(); ++i) {
+      // The listener may be closed by now: then the number is nobody's, or a socket that nobody
+      // connects to.
+      if (descriptors[i + 1].revents & POLLIN) accept(descriptors[i + 1].fd, owners[i]);
+    }
+  }
+}
+
+void Acceptor::accept(int listener, const std::shared_ptr<ChannelOwner>& owner) {
+  UniqueFd socket;
+  {
+    const std::lock_guard lock(mutex_);
+    const bool isOpen = std::any_of(listeners_.begin(), listeners_.end(), [&](const auto& entry) {
+      return entry.socket.get() == listener && entry.owner == owner;
+    });
+    if (isOpen) socket.reset(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
+  }
+  if (!socket) return;
+  const auto peer = peerOf(socket.get());
+  if (!peer || (peer->uid != ::geteuid() && peer->uid != 0)) {
+    logAlways(LogError, "A connection of process %d of user %u is refused.",
+              peer ? static_cast<int>(peer->pid) : -1, peer ? peer->uid : 0);
+    return;
+  }
+  Stranger stranger{owner, peer->pid, ChannelSocket(std::move(socket)),
+                    Clock::now() + patienceWithStrangers};
+  if (settle(stranger, false)) return;
+  if (strangers_.size() == mostStrangers) {
+    logAlways(LogError, "A connection of process %d is refused: too many others are waiting.",
+              static_cast<int>(peer->pid));
+    return;
+  }
+  strangers_.push_back(std::move(stranger));
+}
+
+bool Acceptor::settle(Stranger& stranger, bool hasSpoken) {
+  // Whatever a known process has sent is read by whom it is for.
+  if (!stranger.owner->knows(stranger.pid) && hasSpoken) {
+    ReceivedMessage message;
+    switch (stranger.socket.receive(message)) {
+      case ChannelSocket::Outcome::Nothing:
+        return false;
+      case ChannelSocket::Outcome::Closed:
+        return true;
+      case ChannelSocket::Outcome::Malformed:
+        logAlways(LogError, "A connection of process %d is closed: it sent what is no message.",
+                  static_cast<int>(stranger.pid));
+        return true;
+      case ChannelSocket::Outcome::Message:
+        stranger.owner->greet(stranger.pid, message);
+        if (!stranger.owner->knows(stranger.pid)) return true;
+    }
+  }
+  if (!stranger.owner->knows(stranger.pid)) return Clock::now() >= stranger.deadline;
+  stranger.owner->connected(stranger.pid, std::move(stranger.socket));
+  return true;
+}
+
+}  // namespace
+
+int openChannel(int wanted, const std::shared_ptr<ChannelOwner>& owner) {
+  return Acceptor::instance().open(wanted, owner);
+}
+
+void closeChannel(int channel) {
+  Acceptor::instance().close(channel);
+}
+
+void lookAtConnectionsAgain() {
+  Acceptor::instance().wake();
+}
+
+UniqueFd connectToChannel(pid_t pid, int channel) {
+  const auto address = addressOf(pid, channel);
+  UniqueFd socket = newSocket();
+  if (!address || !socket) return UniqueFd();
+  if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) {
+    return UniqueFd();
+  }
+  const auto peer = peerOf(socket.get());
+  // The name may have been left behind by an earlier process of that number.
+  if (!peer || peer->pid != pid) {
+    errno = ECONNREFUSED;
+    return UniqueFd();
+  }
+  return socket;
+}
+
+}  // namespace Tessel::Platform

@@ -1,0 +1,135 @@
+// What a message client hears from other processes.
+#include "platform/messages/ClientChannel.h"
+
+#include "platform/Log.h"
+#include "platform/messages/IncomingConnection.h"
+#include "platform/messages/MessageClient.h"
+
+#include <glib.h>
+#include <sys/eventfd.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Tessel::Platform {
+
+ClientChannel::ClientChannel(GMainContext* context, Deliver deliver)
+    : context_(context), deliver_(std::move(deliver)) {}
+
+ClientChannel::~ClientChannel() {
+  if (servedDuringWaits_) MainThreadWait::removeParty(this);
+}
+
+int ClientChannel::id() {
+  const std::lock_guard lock(mutex_);
+  if (id_ < 0 && !closed_) id_ = openChannel(anyChannel, shared_from_this());
+  return id_;
+}
+
+void ClientChannel::registerPID(pid_t pid) {
+  {
+    const std::lock_guard lock(mutex_);
+    registered_.insert(pid);
+    if (id_ < 0) return;
+  }
+  lookAtConnectionsAgain();
+}
+
+void ClientChannel::deregisterPID(pid_t pid) {
+  const std::lock_guard lock(mutex_);
+  registered_.erase(pid);
+}
+
+void ClientChannel::closeConnectionsOf(pid_t pid) {
+  for (const auto& connection : connectionsOf(pid)) connection->close();
+}
+
+void ClientChannel::setHandshakeMode(bool on, MessageHandler* strangers) {
+  const std::lock_guard lock(mutex_);
+  strangers_ = on ? nullptr : strangers;
+}
+
+void ClientChannel::serveDuringWaits() {
+  if (std::exchange(servedDuringWaits_, true)) return;
+  const std::lock_guard lock(mutex_);
+  arrived_.reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  MainThreadWait::addParty(this);
+}
+
+void ClientChannel::drain(pid_t pid) {
+  for (const auto& connection : connectionsOf(pid)) {
+    while (connection->serveOne()) {
+    }
+  }
+}
+
+void ClientChannel::close() {
+  int id = -1;
+  {
+    const std::lock_guard lock(mutex_);
+    closed_ = true;
+    id = std::exchange(id_, -1);
+  }
+  if (id >= 0) closeChannel(id);
+  for (const auto& connection : connectionsOf(0)) connection->close();
+}
+
+void ClientChannel::forget(IncomingConnection& connection) {
+  const std::lock_guard lock(mutex_);
+  std::erase_if(connections_, [&](const auto& entry) { return entry.get() == &connection; });
+}
+
+bool ClientChannel::knows(pid_t pid) const {
+  const std::lock_guard lock(mutex_);
+  return registered_.contains(pid);
+}
+
+void ClientChannel::greet(pid_t pid, const ReceivedMessage& received) {
+  MessageHandler* handler = nullptr;
+  {
+    const std::lock_guard lock(mutex_);
+    handler = strangers_;
+  }
+  const auto message = handler ? deserializeMessage(received.blobs()) : nullptr;
+  if (!message) {
+    logAlways(LogError, "A message of process %d is refused: nobody is expecting it.",
+              static_cast<int>(pid));
+    return;
+  }
+  message->setSenderPid(pid);
+  handler->handleMessage(*message);
+}
+
+void ClientChannel::connected(pid_t pid, ChannelSocket socket) {
+  const std::lock_guard lock(mutex_);
+  if (closed_) return;
+  connections_.push_back(
+      IncomingConnection::open(weak_from_this(), context_, pid, std::move(socket)));
+  if (arrived_) ::eventfd_write(arrived_.get(), 1);
+}
+
+std::vector<std::shared_ptr<IncomingConnection>> ClientChannel::connectionsOf(pid_t pid) const {
+  const std::lock_guard lock(mutex_);
+  std::vector<std::shared_ptr<IncomingConnection>> found;
+  for (const auto& connection : connections_) {
+    if (pid == 0 || connection->pid() == pid) found.push_back(connection);
+  }
+  return found;
+}
+
+void ClientChannel::appendPollDescriptors(std::vector<pollfd>& descriptors) const {
+  const std::lock_guard lock(mutex_);
+  descriptors.push_back({arrived_.get(), POLLIN, 0});
+  for (const auto& connection : connections_) descriptors.push_back(connection->pollDescriptor());
+}
+
+void ClientChannel::serve() {
+  eventfd_t ignored = 0;
+  ::eventfd_read(arrived_.get(), &ignored);
+  for (const auto& connection : connectionsOf(0)) {
+    while (connection->serveOne()) {
+    }
+  }
+}
+
+}  // namespace Tessel::Platform

@@ -1,0 +1,330 @@
+// The connections of this process to channels of others.
+#include "platform/messages/Connections.h"
+
+#include "platform/Log.h"
+#include "platform/messages/Channels.h"
+#include "platform/messages/MainThreadWait.h"
+#include "platform/messages/MessageClient.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace Tessel::Platform {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// A process that leads no group of ours is not killed, but nobody waits for it for ever.
+constexpr std::chrono::milliseconds longestWait{60'000};
+// How finely a peer's silence is told from the time that others take.
+constexpr std::chrono::milliseconds longestSlice{500};
+
+class Connection : public std::enable_shared_from_this<Connection> {
+ public:
+  static std::shared_ptr<Connection> open(int id, pid_t peer, UniqueFd socket);
+
+  void post(Message& message);
+  void call(Message& message);
+  void setSilenceLimit(std::chrono::milliseconds limit) { silenceLimit_ = limit; }
+  // Without a pulse.
+  void detach();
+
+  bool hasUnsent() const {
+    const std::lock_guard lock(mutex_);
+    return socket_.hasUnsent();
+  }
+  pollfd pollDescriptor() const;
+  // Sends what is unsent and takes the replies that have come.
+  void exchange();
+
+ private:
+  struct Source {
+    GSource base;
+    GPollFD descriptor;
+    std::shared_ptr<Connection> connection;
+    static Source* of(GSource* source) { return reinterpret_cast<Source*>(source); }
+  };
+  struct Waiter {
+    std::uint64_t id;
+    MessageReplyBuffer* reply;
+    bool answered = false;
+  };
+
+  Connection(int id, pid_t peer, UniqueFd socket)
+      : id_(id), peer_(peer), socket_(std::move(socket)) {}
+
+  bool send(Message& message);
+  void takeReply();
+  void end(bool isPeerAlive);
+  void dropSource();
+
+  const int id_;
+  const pid_t peer_;
+  std::optional<std::chrono::milliseconds> silenceLimit_;
+  ReceivedMessage received_;
+  std::vector<Waiter*> waiters_;
+  std::uint64_t lastReplyId_ = 0;
+  bool ended_ = false;
+  GSource* source_ = nullptr;
+
+  mutable std::mutex mutex_;
+  ChannelSocket socket_;          // under the mutex, but for receiving
+  std::atomic<bool> broken_ = false;  // the peer does not read, or has gone
+};
+
+// Every connection by its number, and the party that flushes them while the main thread waits for
+// something else.
+class Connections final : public MainThreadWait::Party {
+ public:
+  static Connections& instance() {
+    static auto* const connections = new Connections;
+    return *connections;
+  }
+
+  std::shared_ptr<Connection> find(int id) const {
+    const std::lock_guard lock(mutex_);
+    const auto found = byId_.find(id);
+    return found == byId_.end() ? nullptr : found->second;
+  }
+  int add(pid_t peer, UniqueFd socket) {
+    const std::lock_guard lock(mutex_);
+    const int id = ++lastId_;
+    byId_.emplace(id, Connection::open(id, peer, std::move(socket)));
+    return id;
+  }
+  std::shared_ptr<Connection> take(int id) {
+    const std::lock_guard lock(mutex_);
+    const auto node = byId_.extract(id);
+    return node.empty() ? nullptr : node.mapped();
+  }
+
+  void appendPollDescriptors(std::vector<pollfd>& descriptors) const override {
+    const std::lock_guard lock(mutex_);
+    for (const auto& [id, connection] : byId_) {
+      if (connection->hasUnsent()) descriptors.push_back(connection->pollDescriptor());
+    }
+  }
+  void serve() override {
+    std::vector<std::shared_ptr<Connection>> unsent;
+    {
+      const std::lock_guard lock(mutex_);
+      for (const auto& [id, connection] : byId_) {
+        if (connection->hasUnsent()) unsent.push_back(connection);
+      }
+    }
+    for (const auto& connection : unsent) connection->exchange();
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  int lastId_ = 0;
+  std::map<int, std::shared_ptr<Connection>> byId_;
+};
+
+std::shared_ptr<Connection> Connection::open(int id, pid_t peer, UniqueFd socket) {
+  static GSourceFuncs functions = {
+      [](GSource* source, gint* timeout) -> gboolean {
+        *timeout = -1;
+        GPollFD& descriptor = Source::of(source)->descriptor;
+        descriptor.events =
+            static_cast<gushort>(Source::of(source)->connection->pollDescriptor().events);
+        descriptor.revents = 0;
+        return Source::of(source)->connection->broken_;
+      },
+      [](GSource* source) -> gboolean {
+        return Source::of(source)->descriptor.revents != 0 ||
+               Source::of(source)->connection->broken_;
+      },
+      [](GSource* source, GSourceFunc, gpointer) -> gboolean {
+        const auto connection = Source::of(source)->connection;
+        connection->exchange();
+        return connection->ended_ ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
+      },
+      [](GSource* source) { Source::of(source)->connection.~shared_ptr(); },
+      nullptr,
+      nullptr};
+  std::shared_ptr<Connection> connection(new Connection(id, peer, std::move(socket)));
+  GSource* const source = g_source_new(&functions, sizeof(Source));
+  Source::of(source)->descriptor = {connection->socket_.fd(), G_IO_IN, 0};
+  new (&Source::of(source)->connection) std::shared_ptr<Connection>(connection);
+  g_source_set_name(source, "connection");
+  g_source_set_can_recurse(source, TRUE);
+  g_source_add_poll(source, &Source::of(source)->descriptor);
+  g_source_attach(source, nullptr);
+  connection->source_ = source;
+  return connection;
+}
+
+pollfd Connection::pollDescriptor() const {
+  const std::lock_guard lock(mutex_);
+  const auto events = static_cast<short>(socket_.hasUnsent() ? POLLIN | POLLOUT : POLLIN);
+  return {socket_.fd(), events, 0};
+}
+
+bool Connection::send(Message& message) {
+  const BlobList blobs = serializeMessage(message);
+  // The log has said why it cannot cross.
+  if (Blobs(blobs).empty()) return false;
+  bool wakeLoop = false;
+  {
+    const std::lock_guard lock(mutex_);
+    const bool hadUnsent = socket_.hasUnsent();
+    if (broken_ || !socket_.send(blobs)) broken_ = true;
+    wakeLoop = broken_ || (!hadUnsent && socket_.hasUnsent());
+  }
+  if (wakeLoop) g_main_context_wakeup(nullptr);
+  return !broken_;
+}
+
+void Connection::post(Message& message) {
+  send(message);
+}
+
+void Connection::call(Message& message) {
+  const auto self = shared_from_this();
+  Waiter waiter{++lastReplyId_, message.reply()};
+  message.setReplyId(waiter.id);
+  MainThreadWait wait;
+  if (!send(message)) {
+    if (broken_) end(true);
+    return;
+  }
+  waiters_.push_back(&waiter);
+  const auto limit = silenceLimit_.value_or(longestWait);
+  Clock::duration silence{};
+  std::vector<pollfd> own;
+  while (!waiter.answered && !ended_) {
+    own.assign(1, pollDescriptor());
+    if (silence >= limit) {
+      if (silenceLimit_) {
+        logAlways(LogError, "Process %d has not answered for %lld ms and is killed.",
+                  static_cast<int>(peer_), static_cast<long long>(limit.count()));
+        end(true);
+      } else {
+        logAlways(LogError, "Process %d has not answered a message of type %d for %lld ms.",
+                  static_cast<int>(peer_), message.type(), static_cast<long long>(limit.count()));
+      }
+      break;
+    }
+    const auto slice = std::min<Clock::duration>(limit - silence, longestSlice);
+    const auto start = Clock::now();
+    if (wait.poll(own, std::chrono::ceil<std::chrono::milliseconds>(slice))) {
+      silence = Clock::duration::zero();
+      exchange();
+    } else {
+      // Serving others takes its time, and that is not the peer's silence.
+      silence += std::min(Clock::now() - start, slice);
+    }
+  }
+  std::erase(waiters_, &waiter);
+}
+
+void Connection::exchange() {
+  if (ended_) return;
+  const auto self = shared_from_this();
+  bool isBroken = broken_;
+  if (!isBroken) {
+    const std::lock_guard lock(mutex_);
+    isBroken = socket_.hasUnsent() && !socket_.flush();
+  }
+  for (;;) {
+    const auto outcome = socket_.receive(received_);
+    if (outcome == ChannelSocket::Outcome::Message) {
+      takeReply();
+      continue;
+    }
+    if (outcome == ChannelSocket::Outcome::Malformed) {
+      logAlways(LogError, "The connection to process %d is closed: it sent what is no message.",
+                static_cast<int>(peer_));
+    }
+    if (outcome == ChannelSocket::Outcome::Closed) return end(false);
+    if (outcome != ChannelSocket::Outcome::Nothing) isBroken = true;
+    break;
+  }
+  if (isBroken) end(true);
+}
+
+void Connection::takeReply() {
+  MessageHeader header{};
+  const Blobs blobs = received_.blobs();
+  if (blobs.size() != 2 || !readHeader(blobs, header) ||
+      (header.flags & MessageHeader::isReply) == 0) {
+    return;
+  }
+  const std::uint64_t id = std::uint64_t{header.replyIdHigh} << 32 | header.replyIdLow;
+  const auto found = std::find_if(waiters_.begin(), waiters_.end(),
+                                  [&](const Waiter* waiter) { return waiter->id == id; });
+  if (found == waiters_.end()) return;
+  // Nobody has replied when there are no bytes: the buffer keeps what it had.
+  if (blobs[1].length > 0) (*found)->reply->assign(blobs[1].data, blobs[1].length);
+  (*found)->answered = true;
+}
+
+// A peer that is still there, but does not read or sends nonsense, is no use any more.
+void Connection::end(bool isPeerAlive) {
+  if (std::exchange(ended_, true)) return;
+  const auto self = shared_from_this();
+  broken_ = true;
+  dropSource();
+  Connections::instance().take(id_);
+  if (isPeerAlive && silenceLimit_) ::kill(peer_, SIGKILL);
+  if (MainMessageClient* const client = MainMessageClient::instance()) {
+    client->dispatchPulse(Pulse::connectionDied, id_, peer_);
+  }
+}
+
+void Connection::detach() {
+  ended_ = true;
+  broken_ = true;
+  dropSource();
+}
+
+void Connection::dropSource() {
+  GSource* const source = std::exchange(source_, nullptr);
+  if (!source) return;
+  g_source_destroy(source);
+  g_source_unref(source);
+}
+
+}  // namespace
+
+void serveConnectionsDuringWaits() {
+  MainThreadWait::addParty(&Connections::instance());
+}
+
+int ConnectAttach(int /*node*/, pid_t pid, int channelId, int /*index*/, int /*flags*/) {
+  UniqueFd socket = connectToChannel(pid, channelId);
+  return socket ? Connections::instance().add(pid, std::move(socket)) : -1;
+}
+
+void ConnectDetach(int connectionId) {
+  if (const auto connection = Connections::instance().take(connectionId)) connection->detach();
+}
+
+void killSilentPeer(int connectionId, std::chrono::milliseconds limit) {
+  if (const auto connection = Connections::instance().find(connectionId)) {
+    connection->setSilenceLimit(limit);
+  }
+}
+
+void sendOver(int connectionId, Message& message) {
+  const auto connection = Connections::instance().find(connectionId);
+  if (!connection) return;
+  if (message.reply()) {
+    connection->call(message);
+  } else {
+    connection->post(message);
+  }
+}
+
+}  // namespace Tessel::Platform

@@ -1,0 +1,165 @@
+// A connection that another process has made to a message client.
+#include "platform/messages/IncomingConnection.h"
+
+#include "platform/Log.h"
+#include "platform/messages/ClientChannel.h"
+#include "platform/messages/MainThreadWait.h"
+#include "platform/messages/MessageClient.h"
+
+#include <glib.h>
+#include <sys/socket.h>
+
+#include <new>
+#include <utility>
+
+namespace Tessel::Platform {
+
+// The connection as its context sees it. May recurse, as the source of the client's own queue may,
+// and for the same reasons.
+struct IncomingConnection::Source {
+  GSource base;
+  GPollFD descriptor;
+  bool isPolled;
+  std::shared_ptr<IncomingConnection> connection;
+
+  static Source* of(GSource* source) { return reinterpret_cast<Source*>(source); }
+
+  // While its messages may not be served the socket is not polled either: the loop of a wait would
+  // find it ready again and again.
+  static gboolean prepare(GSource* source, gint* timeout) {
+    *timeout = -1;
+    Source* self = of(source);
+    const bool wanted = self->connection->mayServe();
+    if (std::exchange(self->isPolled, wanted) != wanted) {
+      (wanted ? g_source_add_poll : g_source_remove_poll)(source, &self->descriptor);
+    }
+    self->descriptor.events = static_cast<gushort>(self->connection->pollDescriptor().events);
+    self->descriptor.revents = 0;
+    return FALSE;
+  }
+  static gboolean check(GSource* source) {
+    return of(source)->descriptor.revents != 0 && of(source)->connection->mayServe();
+  }
+  static gboolean dispatch(GSource* source, GSourceFunc, gpointer) {
+    const auto connection = of(source)->connection;
+    if (connection->mayServe()) connection->serveOne();
+    return connection->ended_ ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
+  }
+  static void finalize(GSource* source) { of(source)->connection.~shared_ptr(); }
+};
+
+std::shared_ptr<IncomingConnection> IncomingConnection::open(std::weak_ptr<ClientChannel> channel,
+                                                             GMainContext* context, pid_t pid,
+                                                             ChannelSocket socket) {
+  static GSourceFuncs functions = {Source::prepare,  Source::check, Source::dispatch,
+                                   Source::finalize, nullptr,       nullptr};
+  std::shared_ptr<IncomingConnection> connection(
+      new IncomingConnection(std::move(channel), pid, std::move(socket)));
+  GSource* const source = g_source_new(&functions, sizeof(Source));
+  Source* const own = Source::of(source);
+  own->descriptor = {connection->socket_.fd(), G_IO_IN, 0};
+  own->isPolled = false;
+  new (&own->connection) std::shared_ptr<IncomingConnection>(connection);
+  connection->source_ = source;
+  g_source_set_name(source, "incoming messages");
+  g_source_set_can_recurse(source, TRUE);
+  g_source_attach(source, context);
+  return connection;
+}
+
+IncomingConnection::IncomingConnection(std::weak_ptr<ClientChannel> channel, pid_t pid,
+                                       ChannelSocket socket)
+    : channel_(std::move(channel)), pid_(pid), socket_(std::move(socket)) {}
+
+IncomingConnection::~IncomingConnection() = default;
+
+pollfd IncomingConnection::pollDescriptor() const {
+  const auto events = static_cast<short>(socket_.hasUnsent() ? POLLIN | POLLOUT : POLLIN);
+  return {socket_.fd(), events, 0};
+}
+
+bool IncomingConnection::mayServe() const {
+  if (!MainThreadWait::isActive()) return true;
+  const auto channel = channel_.lock();
+  return channel && channel->isServedDuringWaits();
+}
+
+bool IncomingConnection::serveOne() {
+  if (ended_) return false;
+  const auto self = shared_from_this();
+  const auto channel = channel_.lock();
+  if (!channel || closing_ || (socket_.hasUnsent() && !socket_.flush())) {
+    end();
+    return false;
+  }
+  switch (socket_.receive(received_)) {
+    case ChannelSocket::Outcome::Nothing:
+      return false;
+    case ChannelSocket::Outcome::Closed:
+      end();
+      return false;
+    case ChannelSocket::Outcome::Malformed:
+      logAlways(LogError, "The connection of process %d is closed: it sent what is no message.",
+                static_cast<int>(pid_));
+      end();
+      return false;
+    case ChannelSocket::Outcome::Message:
+      break;
+  }
+  // Replies are owed even for what is dropped: somebody waits.
+  MessageHeader header{};
+  if (!readHeader(received_.blobs(), header)) {
+    logAlways(LogError, "The connection of process %d is closed: a message has no header.",
+              static_cast<int>(pid_));
+    end();
+    return false;
+  }
+  const bool isOwed = (header.flags & MessageHeader::wantsReply) != 0;
+  const std::uint64_t id = std::uint64_t{header.replyIdHigh} << 32 | header.replyIdLow;
+  ReplyBytes bytes;
+  const auto message =
+      channel->knows(pid_) ? deserializeMessage(received_.blobs()) : nullptr;
+  if (message) {
+    message->setSenderPid(pid_);
+    if (isOwed) message->setReply(&bytes);
+    channel->deliver(*message);
+  }
+  if (isOwed) reply(header.type, id, bytes.bytes());
+  return !ended_;
+}
+
+void IncomingConnection::reply(int type, std::uint64_t id, std::string_view bytes) {
+  const MessageHeader header{.type = type,
+                             .version = MessageHeader::currentVersion,
+                             .flags = MessageHeader::isReply,
+                             .sender = 0,
+                             .replyIdHigh = static_cast<std::uint32_t>(id >> 32),
+                             .replyIdLow = static_cast<std::uint32_t>(id),
+                             .integer = 0,
+                             .size = sizeof header};
+  BlobList blobs;
+  blobs.add(&header, sizeof header);
+  blobs.add(bytes.data(), bytes.size());
+  if (!ended_ && socket_.send(blobs)) return;
+  // Nobody waits any more.
+  if (MessageClient* const client = MessageClient::ofThisThread()) {
+    client->dispatchPulse(Pulse::unblock, static_cast<int>(id));
+  }
+  end();
+}
+
+void IncomingConnection::close() {
+  closing_ = true;
+  // Wakes the client's thread; the socket itself is closed there.
+  ::shutdown(socket_.fd(), SHUT_RDWR);
+}
+
+void IncomingConnection::end() {
+  if (std::exchange(ended_, true)) return;
+  const auto self = shared_from_this();
+  if (const auto channel = channel_.lock()) channel->forget(*this);
+  g_source_destroy(source_);
+  g_source_unref(std::exchange(source_, nullptr));
+}
+
+}  // namespace Tessel::Platform

@@ -1,0 +1,55 @@
+// A connection that another process has made to a message client: brings its messages and takes
+// the replies. The client's thread, but for open().
+#pragma once
+
+#include "platform/messages/ChannelSocket.h"
+
+#include <poll.h>
+#include <sys/types.h>
+
+#include <atomic>
+#include <memory>
+#include <string_view>
+
+struct _GMainContext;
+struct _GSource;
+
+namespace Tessel::Platform {
+
+class ClientChannel;
+
+class IncomingConnection : public std::enable_shared_from_this<IncomingConnection> {
+ public:
+  // Any thread. The connection is served by the context until it is closed by either end.
+  static std::shared_ptr<IncomingConnection> open(std::weak_ptr<ClientChannel> channel,
+                                                  _GMainContext* context, pid_t pid,
+                                                  ChannelSocket socket);
+  ~IncomingConnection();
+
+  pid_t pid() const { return pid_; }
+  // The descriptor is -1 once it is closed.
+  pollfd pollDescriptor() const;
+
+  // Delivers the next message and sends its reply. False when there is none for now.
+  bool serveOne();
+  // Nothing is delivered any more. Any thread.
+  void close();
+
+ private:
+  struct Source;
+  IncomingConnection(std::weak_ptr<ClientChannel> channel, pid_t pid, ChannelSocket socket);
+
+  bool mayServe() const;
+  void end();
+  void reply(int type, std::uint64_t id, std::string_view bytes);
+
+  const std::weak_ptr<ClientChannel> channel_;
+  const pid_t pid_;
+  ChannelSocket socket_;
+  ReceivedMessage received_;
+  _GSource* source_ = nullptr;
+  bool ended_ = false;
+  std::atomic<bool> closing_ = false;
+};
+
+}  // namespace Tessel::Platform

@@ -1,0 +1,116 @@
+// A child process that holds web views. Main thread.
+#include "ChildWebViewMain.h"
+
+#include "EngineStart.h"
+#include "ipc/IPCReceiverHandler.h"
+#include "ipc/ProcessMessages.h"
+#include "platform/Log.h"
+#include "platform/MemoryStats.h"
+#include "platform/Settings.h"
+#include "platform/graphics/Window.h"
+#include "platform/graphics/remote/RemoteWindowSystem.h"
+#include "platform/messages/Channels.h"
+#include "platform/messages/Connections.h"
+#include "platform/messages/MessageClient.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <future>
+#include <memory>
+
+using Tessel::Platform::ChannelSocket;
+using Tessel::Platform::concat;
+using Tessel::Platform::ConnectAttach;
+using Tessel::Platform::logAlways;
+using Tessel::Platform::LogError;
+using Tessel::Platform::MainMessageClient;
+using Tessel::Platform::MessageClient;
+using Tessel::Platform::ReceivedMessage;
+using Tessel::Platform::Settings;
+using Tessel::Platform::sideChannel;
+using Tessel::Platform::String;
+using Tessel::Platform::UniqueFd;
+using Tessel::Platform::Graphics::RemoteWindowSystem;
+using Tessel::Platform::Graphics::Window;
+using Tessel::Platform::Graphics::WindowSystem;
+
+namespace {
+
+// The main process connects as soon as it has accepted the handshake.
+constexpr std::chrono::seconds windowConnectionLimit{10};
+
+// Takes the one connection over which the main process gets this one's windows.
+class WindowConnection final : public Tessel::Platform::ChannelOwner {
+ public:
+  explicit WindowConnection(pid_t parent) : parent_(parent) {}
+
+  bool knows(pid_t pid) const override { return pid == parent_; }
+  void greet(pid_t, const ReceivedMessage&) override {}
+  void connected(pid_t, ChannelSocket socket) override {
+    if (std::exchange(taken_, true)) return;
+    socket_.set_value(socket.release());
+  }
+  // Empty when it does not come.
+  UniqueFd wait() {
+    auto socket = socket_.get_future();
+    if (socket.wait_for(windowConnectionLimit) != std::future_status::ready) return UniqueFd();
+    return socket.get();
+  }
+
+ private:
+  const pid_t parent_;
+  bool taken_ = false;  // the acceptor's
+  std::promise<UniqueFd> socket_;
+};
+
+}  // namespace
+
+int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId,
+                     int webEngineChannelId, unsigned long long handshakeKey) {
+  // What ends this process by its group, itself included, ends the engine's helpers and no other
+  // child.
+  ::setpgid(0, 0);
+  Settings& settings = Settings::instance();
+  settings.setApplicationSandbox("webviews");
+  const int mainConnection = ConnectAttach(0, parentPid, mainChannelId, sideChannel, 0);
+  if (mainConnection == -1) {
+    logAlways(LogError,
+              "Child WebView process exiting: could not connect to parent via the main channel!");
+    return -1;
+  }
+  const int webEngineConnection = ConnectAttach(0, parentPid, webEngineChannelId, sideChannel, 0);
+  if (webEngineConnection == -1) {
+    logAlways(LogError,
+              "Child WebView process exiting: could not connect to parent via the webkit channel!");
+    return -1;
+  }
+  auto client = std::make_unique<MainMessageClient>(3, -1);
+  IPCReceiverHandler handler(mainConnection, webEngineConnection);
+  client->installMessageHandler(&handler);
+  client->registerPID(parentPid);
+  client->serveDuringWaits();
+  const auto windows = std::make_shared<WindowConnection>(parentPid);
+  openChannel(Tessel::Platform::windowChannel, windows);
+  MessageClient::sendMessage(
+      std::make_unique<HandshakeMessage>(groupId, ::getpid(), client->channelId(), handshakeKey),
+      mainConnection);
+  Tessel::Platform::enableMemoryStatsLogging();
+
+  // The rest takes its time, which the handshake must not wait for.
+  UniqueFd windowConnection = windows->wait();
+  closeChannel(Tessel::Platform::windowChannel);
+  if (!windowConnection) giveUp("The main process does not ask for the windows of this one.");
+  keepBusAway();
+  Window::setHandleBase(groupId);
+  auto system = RemoteWindowSystem::create(std::move(windowConnection));
+  if (!system) giveUp(noDisplay);
+  WindowSystem::install(std::move(system));
+  startEngine(
+      concat(settings.applicationSandbox(), "-", String::fromUnsignedInteger(groupId)));
+
+  const int status = client->run();
+  client->removeMessageHandler(&handler);
+  client.reset();
+  return status;
+}

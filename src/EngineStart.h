@@ -1,0 +1,21 @@
+// What every process with web views needs from its surroundings before it can show one. Main
+// thread.
+#pragma once
+
+#include "platform/String.h"
+
+#include <string>
+
+// A start that cannot go on: says what to do about it, where a person and where a log looks.
+[[noreturn]] void giveUp(const std::string& problem);
+
+// What to say where no window can be opened.
+extern const char* const noDisplay;
+
+// Without a session bus the toolkit starts one for each display, which outlives the program and
+// keeps its descriptors open. Before the toolkit starts.
+void keepBusAway();
+
+// Starts the engine, with what pages leave behind in the folder of that name; the toolkit must be
+// running. Gives up when it cannot be.
+void startEngine(const Tessel::Platform::String& dataName);
