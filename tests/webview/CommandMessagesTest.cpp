@@ -362,6 +362,7 @@ TEST_F(CommandMessagesTest, ManagerKnowsProxiesAndLetsThemGo) {
   EXPECT_EQ(manager.remoteWebViewForHandle(handle + 1), nullptr);
   constexpr unsigned int elsewhere = 900001;
   IPCSenderGroup other(2, channel);
+  other.setError("");
   manager.addRemoteWebView(new IPCSenderWebView(&other, elsewhere));
   EXPECT_FALSE(manager.isCreated(elsewhere));
   manager.markCreated(elsewhere);
