@@ -5,14 +5,21 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <limits>
 #include <map>
 
 namespace Tessel::Platform::Graphics {
 
 namespace {
 
+// A handle is the group of the process that gave it out, then a number of its own.
+constexpr int groupShift = 20;
+constexpr int lastNumber = (1 << groupShift) - 1;
+constexpr unsigned lastGroup = std::numeric_limits<int>::max() >> groupShift;
+
 struct Registry {
-  int lastHandle = 0;
+  int base = 0;
+  int number = 0;
   std::map<int, Window*> byHandle;
   std::map<String, Window*> topLevels;
 };
@@ -22,22 +29,26 @@ Registry& registry() {
   return *instance;
 }
 
-String identifierFor(int handle) {
-  return concat("window-", String::fromSignedInteger(getpid()), "-",
-                String::fromSignedInteger(handle));
+int nextHandle() {
+  Registry& windows = registry();
+  return windows.number == lastNumber ? 0 : windows.base | ++windows.number;
+}
+
+String identifierFor(int pid, int handle) {
+  return concat("window-", String::fromSignedInteger(pid), "-", String::fromSignedInteger(handle));
 }
 
 String groupFor(const Window* topLevel, const String& asked, int handle) {
   if (topLevel) return topLevel->windowGroup();
-  return asked.isEmpty() ? concat("group-", identifierFor(handle)) : asked;
+  return asked.isEmpty() ? concat("group-", identifierFor(getpid(), handle)) : asked;
 }
 
 }  // namespace
 
 Window::Window(WindowType type, Window* parent, const IntRect& windowRect,
                const IntRect& viewportRect, IntSize, int, bool, const String& group)
-    : handle_(++registry().lastHandle),
-      identifier_(identifierFor(handle_)),
+    : handle_(nextHandle()),
+      identifier_(identifierFor(getpid(), handle_)),
       topLevel_(type == WindowType::Application ? this
                 : parent                        ? parent->topLevel_
                                                 : topLevelOf(group)),
@@ -46,7 +57,7 @@ Window::Window(WindowType type, Window* parent, const IntRect& windowRect,
   state_.rect = windowRect;
   state_.fillsParent = windowRect == IntRect();
   // A child of no group has nowhere to be shown.
-  if (!topLevel_) return;
+  if (!topLevel_ || handle_ == 0) return;
   registry().byHandle.emplace(handle_, this);
   if (topLevel_ == this) {
     state_.fillsParent = false;
@@ -57,6 +68,20 @@ Window::Window(WindowType type, Window* parent, const IntRect& windowRect,
   }
   if (surface_) surface_->update(state_);
   if (topLevel_ != this) topLevel_->addChildWindow(this);
+}
+
+Window::Window(Window& topLevel, int handle, int pid, const WindowState& state)
+    : handle_(handle),
+      identifier_(identifierFor(pid, handle)),
+      topLevel_(&topLevel),
+      group_(topLevel.windowGroup()),
+      state_(state) {
+  registry().byHandle.emplace(handle_, this);
+  if (topLevel.surface()) {
+    surface_ = WindowSystem::current().createSurface(*this, topLevel.surface());
+  }
+  if (surface_) surface_->update(state_);
+  topLevel.addChildWindow(this);
 }
 
 Window::~Window() {
@@ -73,6 +98,17 @@ Window::~Window() {
   } else if (topLevel_) {
     topLevel_->removeChildWindow(this);
   }
+}
+
+bool Window::setHandleBase(unsigned groupId) {
+  if (groupId > lastGroup) return false;
+  registry().base = static_cast<int>(groupId) << groupShift;
+  return true;
+}
+
+bool Window::isHandleOf(unsigned groupId, int handle) {
+  return handle > 0 && static_cast<unsigned>(handle) >> groupShift == groupId &&
+         (handle & lastNumber) != 0;
 }
 
 Window* Window::topLevelOf(const String& group) {

@@ -30,7 +30,17 @@ class Window : public GuardedPointerBase {
   // placed. Usage and flag are kept for systems that allocate by them.
   Window(WindowType type, Window* parent, const IntRect& windowRect, const IntRect& viewportRect,
          IntSize size, int usage, bool flag, const String& group);
+  // The stand-in, in a top-level window of this process, for a child window that another process
+  // made: it has that window's handle, which must name no window here, and its identifier.
+  Window(Window& topLevel, int handle, int pid, const WindowState& state);
   ~Window() override;
+
+  // Windows that this process makes from now on have handles with that group in their upper bits,
+  // so that no two processes give out the same one. Group 0 is the application itself. False, and
+  // nothing changes, for a group that does not fit. Call it before the first window is made.
+  static bool setHandleBase(unsigned groupId);
+  // Whether a handle was given out by the process of that group.
+  static bool isHandleOf(unsigned groupId, int handle);
 
   // Called when a window joins or leaves this window's group.
   virtual void addChildWindow(Window* child) { static_cast<void>(child); }
@@ -44,7 +54,9 @@ class Window : public GuardedPointerBase {
   const String& windowGroup() const { return group_; }
   // Text that names this window among all windows of all processes of the program.
   const String& identifier() const { return identifier_; }
-  // A small number, never reused in a process and never 0.
+  // Never reused in a process, and different in every process of the program that has called
+  // setHandleBase. 0 for a window made after the process has used up its handles (a million); it
+  // has no buffer.
   int platformHandle() const { return handle_; }
   // False when the window system had no room for the window; everything else then does nothing.
   bool hasBuffer() const { return surface_ != nullptr; }

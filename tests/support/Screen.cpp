@@ -81,6 +81,25 @@ void clickAt(int x, int y) {
   XSync(display(), False);
 }
 
+void movePointer(int x, int y) {
+  if (!display()) return;
+  XTestFakeMotionEvent(display(), -1, x, y, CurrentTime);
+  XSync(display(), False);
+}
+
+void pressButton(unsigned int number, bool down) {
+  if (!display()) return;
+  XTestFakeButtonEvent(display(), number, down, CurrentTime);
+  XSync(display(), False);
+}
+
+void pressKey(const char* name, bool down) {
+  if (!display()) return;
+  const KeyCode code = XKeysymToKeycode(display(), XStringToKeysym(name));
+  XTestFakeKeyEvent(display(), code, down, CurrentTime);
+  XSync(display(), False);
+}
+
 bool requestClose(const char* title) {
   if (!display()) return false;
   XSetErrorHandler(ignoreError);

@@ -14,6 +14,10 @@ Pixel pixelAt(int x, int y);
 bool waitForPixel(int x, int y, const Pixel& color);
 // Presses and releases the first button there.
 void clickAt(int x, int y);
+// The pointer and the keyboard, one step at a time; buttons by their number, keys by their name.
+void movePointer(int x, int y);
+void pressButton(unsigned int number, bool down);
+void pressKey(const char* name, bool down);
 // Asks the top-level window of that title prefix to close, as a window manager does; false when
 // there is none.
 bool requestClose(const char* title);

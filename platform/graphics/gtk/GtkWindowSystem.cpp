@@ -3,6 +3,7 @@
 
 #include "platform/graphics/Window.h"
 #include "platform/graphics/gtk/StackContainer.h"
+#include "platform/graphics/gtk/WidgetHost.h"
 
 #include <gtk/gtk.h>
 
@@ -53,6 +54,7 @@ class TopLevelSurface final : public WindowSurface {
     gtk_widget_destroy(window_);
   }
 
+  GtkWidget* widget() const { return window_; }
   GtkWidget* stack() const { return stack_; }
 
   void update(const WindowState& state) override {
@@ -109,7 +111,7 @@ class TopLevelSurface final : public WindowSurface {
 
 // A child shows one widget: at first one that paints the colour the surface was cleared to, later
 // perhaps what was embedded.
-class ChildSurface final : public WindowSurface {
+class ChildSurface final : public WindowSurface, public WidgetHost {
  public:
   ChildSurface(Window& owner, TopLevelSurface& parent)
       : owner_(owner), stack_(GTK_WIDGET(g_object_ref(parent.stack()))) {
@@ -126,7 +128,7 @@ class ChildSurface final : public WindowSurface {
     g_object_unref(stack_);
   }
 
-  void show(GtkWidget* widget) {
+  void show(GtkWidget* widget) override {
     drop();
     widget_ = GTK_WIDGET(g_object_ref_sink(widget));
     stackContainerPut(stack_, widget_, owner_.state());
@@ -195,10 +197,18 @@ void GtkWindowSystem::flush(bool wait) {
 }
 
 bool GtkWindowSystem::embed(Window& window, GtkWidget* widget) {
-  auto* surface = dynamic_cast<ChildSurface*>(window.surface());
-  if (!surface) return false;
-  surface->show(widget);
-  return true;
+  WidgetHost* host = WidgetHost::of(window);
+  if (host) host->show(widget);
+  return host != nullptr;
+}
+
+GtkWidget* GtkWindowSystem::topLevelWidget(const Window& window) {
+  auto* surface = dynamic_cast<TopLevelSurface*>(window.surface());
+  return surface ? surface->widget() : nullptr;
+}
+
+WidgetHost* WidgetHost::of(const Window& window) {
+  return dynamic_cast<WidgetHost*>(window.surface());
 }
 
 }  // namespace Tessel::Platform::Graphics

@@ -15,10 +15,14 @@ class GtkWindowSystem final : public WindowSystem {
   std::unique_ptr<WindowSurface> createSurface(Window& window, WindowSurface* parent) override;
   void flush(bool wait) override;
 
-  // Shows a widget as the content of a child window made by this system; the window's place,
-  // order, alpha and visibility become the widget's. The widget belongs to the window from now on
-  // and is destroyed with it. False, and the widget is left alone, for any other window.
+  // Shows a widget as the content of a child window made by this system, or by another one that
+  // shows widgets; the window's place, order, alpha and visibility become the widget's. The widget
+  // belongs to the window from now on and is destroyed with it. False, and the widget is left
+  // alone, for any other window.
   static bool embed(Window& window, GtkWidget* widget);
+
+  // The toolkit's window behind a top-level window made by this system; null for any other.
+  static GtkWidget* topLevelWidget(const Window& window);
 };
 
 }  // namespace Tessel::Platform::Graphics

@@ -1,0 +1,68 @@
+// The widget that shows, in the application, a window that a child process renders; and that sends
+// back the input it gets. UI thread.
+#pragma once
+
+#include "platform/graphics/remote/FrameFile.h"
+#include "platform/graphics/remote/Records.h"
+
+#include <gtk/gtk.h>
+
+#include <span>
+
+namespace Tessel::Platform::Graphics::Remote {
+
+class MirrorView {
+ public:
+  class Client {
+   public:
+    virtual ~Client() = default;
+    // The place, visibility or alpha of the widget may be another now.
+    virtual void mirrorPlaced(int window) = 0;
+    // The last frame is on the screen, or has nobody to be seen by.
+    virtual void mirrorShown(int window, std::uint32_t frame) = 0;
+    // The header names the window.
+    virtual void mirrorInput(const InputRecord& record) = 0;
+  };
+
+  // The client is not owned.
+  MirrorView(int window, Client& client);
+  ~MirrorView();
+  MirrorView(const MirrorView&) = delete;
+  MirrorView& operator=(const MirrorView&) = delete;
+
+  // For the one who shows it, who destroys it.
+  GtkWidget* widget() const { return widget_; }
+  bool isMapped() const { return gtk_widget_get_mapped(widget_); }
+  bool isSeen() const { return isMapped() && gtk_widget_get_opacity(widget_) > 0; }
+
+  // Frames come from there from now on.
+  void useFile(FrameFile file) { file_ = std::move(file); }
+  const FrameFile& file() const { return file_; }
+  // A frame in the file is the one to show; only the rectangles of it are new unless all of it is.
+  void showFrame(std::uint32_t number, int buffer, std::span<const IntRect> rects, bool isWhole);
+  void setCursor(const CursorRecord& record);
+
+ private:
+  static gboolean onDraw(GtkWidget* widget, cairo_t* cairo, gpointer self);
+  static gboolean onEvent(GtkWidget* widget, GdkEvent* event, gpointer self);
+  static void onAfterPaint(GdkFrameClock* clock, gpointer self);
+  static void onRealize(GtkWidget* widget, gpointer self);
+  static void onUnrealize(GtkWidget* widget, gpointer self);
+  static void onMapped(GtkWidget* widget, gpointer self);
+  void watchButtons(const GdkEvent* event);
+  void frameShown();
+  void applyCursor();
+
+  const int window_;
+  Client& client_;
+  GtkWidget* widget_;
+  FrameFile file_;
+  int buffer_ = -1;
+  std::uint32_t frame_ = 0;
+  bool frameWaits_ = false;
+  bool grabbed_ = false;
+  GdkFrameClock* clock_ = nullptr;
+  GdkCursor* cursor_ = nullptr;
+};
+
+}  // namespace Tessel::Platform::Graphics::Remote

@@ -1,0 +1,93 @@
+// A widget of a child process, rendered off screen: its frames go to the application, the input
+// that comes from there goes to it. UI thread.
+#pragma once
+
+#include "platform/graphics/remote/FrameFile.h"
+#include "platform/graphics/remote/Records.h"
+
+#include <gtk/gtk.h>
+
+namespace Tessel::Platform::Graphics::Remote {
+
+class WindowConnection;
+
+// What the views of one process have in common.
+struct OffscreenViews {
+  WindowConnection& connection;
+  std::uint32_t lastFrame = 0;
+  std::size_t frameBytes = 0;
+};
+
+class OffscreenView {
+ public:
+  // For the window with that handle. The widget belongs to the view. The others must outlive it.
+  OffscreenView(OffscreenViews& views, int window, GtkWidget* content);
+  ~OffscreenView();
+  OffscreenView(const OffscreenView&) = delete;
+  OffscreenView& operator=(const OffscreenView&) = delete;
+
+  // In pixels; at once, layout included, when the view is shown.
+  void resize(IntSize size);
+  // Whether the application's window shows it, and whether anything of it can be seen there: what
+  // cannot be seen is not painted.
+  void setShown(bool mapped, bool seen);
+  void setCanFocus(bool canFocus);
+  // Where on the screen it seems to be: that far from the corner of the application's window. Menus
+  // and tooltips open there. The window is null while there is none.
+  void setPlace(GdkWindow* applicationWindow, IntPoint place);
+  void setFocused(bool focused);
+  void frameShown(std::uint32_t frame);
+  // The view may be gone afterwards.
+  void deliver(const InputRecord& record);
+
+ private:
+  // A window of the content, as long as it exists.
+  class WeakWindow {
+   public:
+    WeakWindow() { g_weak_ref_init(&reference_, nullptr); }
+    ~WeakWindow() { g_weak_ref_clear(&reference_); }
+    WeakWindow(const WeakWindow&) = delete;
+    WeakWindow& operator=(const WeakWindow&) = delete;
+    GdkWindow* get();
+    void set(GdkWindow* window) { g_weak_ref_set(&reference_, window); }
+
+   private:
+    GWeakRef reference_;
+  };
+
+  static gboolean onDraw(GtkWidget* widget, cairo_t* cairo, gpointer self);
+  static void onAfterPaint(GdkFrameClock* clock, gpointer self);
+  static void onCursor(GdkWindow* window, GParamSpec* property, gpointer self);
+  void paint();
+  bool prepareFile(IntSize size);
+  void sendFrame(bool newFile);
+  void applyFocus();
+  GdkWindow* windowAt(double x, double y) const;
+  GdkWindow* pointerTarget(const InputRecord& record);
+  void watchCursor(GdkWindow* window);
+
+  OffscreenViews& views_;
+  const int handle_;
+  GtkWidget* window_;
+  GtkWidget* stack_;
+  GtkWidget* content_;
+  GdkFrameClock* clock_ = nullptr;
+  IntPoint place_;
+  bool seen_ = false;
+  bool focused_ = false;
+  bool focusTold_ = false;
+
+  FrameFile file_;
+  int buffer_ = 0;
+  std::uint32_t inFlight_ = 0;  // the frame that the application has not shown yet; 0: none
+  bool painting_ = false;
+  cairo_region_t* damage_;  // since the last frame
+  cairo_region_t* stale_;   // what the other buffer lacks of the last frame
+
+  WeakWindow pointerWindow_;  // the one below the pointer
+  WeakWindow pressWindow_;    // the one that a button was pressed in, until it is released
+  WeakWindow touchWindow_;
+  WeakWindow cursorWindow_;
+};
+
+}  // namespace Tessel::Platform::Graphics::Remote

@@ -1,0 +1,223 @@
+// A child process with windows, led by lines on its standard input; what happens in them is told,
+// a line each, on its standard output. One thread.
+//
+//   window NAME X Y W H      a child window; all zero: it covers the application's
+//   content NAME KIND [TEXT] a widget in it: area, entry, combo, or page (TEXT is its document)
+//   place NAME X Y W H, alpha NAME N, order NAME N, show NAME 0|1, color NAME R G B, remove NAME
+//   focus NAME, tell NAME (its handle and size), hang (reads nothing for ever)
+#include "platform/Log.h"
+#include "platform/graphics/Window.h"
+#include "platform/graphics/gtk/GtkWindowSystem.h"
+#include "platform/graphics/remote/RemoteWindowSystem.h"
+
+#include <glib-unix.h>
+#include <webkit2/webkit2.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <string>
+
+using namespace Tessel::Platform::Graphics;
+using Tessel::Platform::IntRect;
+using Tessel::Platform::IntSize;
+using Tessel::Platform::UniqueFd;
+
+namespace {
+
+std::map<std::string, std::unique_ptr<Window>> windows;
+
+template <typename... Parts>
+void tell(const Parts&... parts) {
+  ((std::cout << parts << ' '), ...) << std::endl;
+}
+
+class Listener final : public WindowListener {
+  void windowResized(IntSize size) override { tell("resized", size.width, size.height); }
+  void windowCloseRequested() override {}
+};
+
+gboolean onDraw(GtkWidget*, cairo_t* cairo, gpointer) {
+  cairo_set_source_rgb(cairo, 0, 0.8, 0);
+  cairo_paint(cairo);
+  return FALSE;
+}
+
+gboolean onEvent(GtkWidget*, GdkEvent* event, gpointer) {
+  double x = 0;
+  double y = 0;
+  gdk_event_get_coords(event, &x, &y);
+  switch (gdk_event_get_event_type(event)) {
+    case GDK_BUTTON_PRESS:
+      tell("press", x, y, event->button.button);
+      return TRUE;
+    case GDK_2BUTTON_PRESS:
+      tell("double", x, y);
+      return TRUE;
+    case GDK_BUTTON_RELEASE:
+      tell("release", x, y);
+      return TRUE;
+    case GDK_MOTION_NOTIFY:
+      tell("motion", x, y);
+      return TRUE;
+    case GDK_ENTER_NOTIFY:
+      tell("enter");
+      return FALSE;
+    case GDK_LEAVE_NOTIFY:
+      tell("leave");
+      return FALSE;
+    case GDK_SCROLL:
+      tell("scroll", event->scroll.direction);
+      return TRUE;
+    case GDK_KEY_PRESS:
+      tell("key", gdk_keyval_name(event->key.keyval));
+      return TRUE;
+    case GDK_FOCUS_CHANGE:
+      tell("focus", event->focus_change.in);
+      return FALSE;
+    default:
+      return FALSE;
+  }
+}
+
+void onAllocate(GtkWidget*, GdkRectangle* place, gpointer) {
+  tell("size", place->width, place->height);
+}
+
+// Crosshair, so that it can be told from the default.
+void onRealize(GtkWidget* area, gpointer) {
+  GdkCursor* cursor = gdk_cursor_new_for_display(gtk_widget_get_display(area), GDK_CROSSHAIR);
+  gdk_window_set_cursor(gtk_widget_get_window(area), cursor);
+  g_object_unref(cursor);
+}
+
+GtkWidget* makeArea() {
+  GtkWidget* area = gtk_drawing_area_new();
+  gtk_widget_add_events(area, GDK_ALL_EVENTS_MASK & ~GDK_TOUCHPAD_GESTURE_MASK);
+  gtk_widget_set_can_focus(area, TRUE);
+  g_signal_connect(area, "draw", G_CALLBACK(onDraw), nullptr);
+  g_signal_connect(area, "event", G_CALLBACK(onEvent), nullptr);
+  g_signal_connect(area, "size-allocate", G_CALLBACK(onAllocate), nullptr);
+  g_signal_connect(area, "realize", G_CALLBACK(onRealize), nullptr);
+  return area;
+}
+
+GtkWidget* makeContent(const std::string& kind, const std::string& text) {
+  if (kind == "area") return makeArea();
+  if (kind == "entry") {
+    GtkWidget* entry = gtk_entry_new();
+    const auto changed = [](GtkEditable* editable, gpointer) {
+      tell("text", gtk_entry_get_text(GTK_ENTRY(editable)));
+    };
+    g_signal_connect(entry, "changed", G_CALLBACK(+changed), nullptr);
+    return entry;
+  }
+  if (kind == "combo") {
+    GtkWidget* combo = gtk_combo_box_text_new();
+    for (const char* item : {"one", "two", "three"}) {
+      gtk_combo_box_text_append_text(GTK_COMBO_BOX_TEXT(combo), item);
+    }
+    const auto changed = [](GtkComboBox* box, gpointer) {
+      tell("chosen", gtk_combo_box_get_active(box));
+    };
+    g_signal_connect(combo, "changed", G_CALLBACK(+changed), nullptr);
+    return combo;
+  }
+  GtkWidget* page = webkit_web_view_new();
+  const auto titled = [](WebKitWebView* view, GParamSpec*, gpointer) {
+    tell("title", webkit_web_view_get_title(view) ? webkit_web_view_get_title(view) : "");
+  };
+  g_signal_connect(page, "notify::title", G_CALLBACK(+titled), nullptr);
+  webkit_web_view_load_html(WEBKIT_WEB_VIEW(page), text.c_str(), nullptr);
+  return page;
+}
+
+void obey(const std::string& line) {
+  std::istringstream words(line);
+  std::string order;
+  std::string name;
+  words >> order >> name;
+  const auto number = [&] {
+    int value = 0;
+    words >> value;
+    return value;
+  };
+  const auto rect = [&] {
+    IntRect read;
+    words >> read.x >> read.y >> read.width >> read.height;
+    return read;
+  };
+  if (order == "hang") {
+    for (;;) pause();
+  }
+  if (order == "window") {
+    windows[name] = std::make_unique<Window>(WindowType::Child, nullptr, rect(), IntRect(),
+                                             IntSize(), 0, false, "tests");
+    return;
+  }
+  Window& window = *windows.at(name);
+  if (order == "content") {
+    std::string kind;
+    std::string text;
+    words >> kind;
+    std::getline(words, text);
+    GtkWindowSystem::embed(window, makeContent(kind, text));
+  } else if (order == "place") {
+    window.setWindowRectangle(rect());
+  } else if (order == "alpha") {
+    window.setGlobalAlpha(number());
+  } else if (order == "order") {
+    window.setZOrder(number());
+  } else if (order == "show") {
+    window.setVisible(number() != 0);
+  } else if (order == "color") {
+    const auto byte = [&] { return static_cast<std::uint8_t>(number()); };
+    Color color;
+    color.red = byte();
+    color.green = byte();
+    color.blue = byte();
+    clearBuffer(window, color);
+    window.post({0, 0, 1, 1});
+  } else if (order == "focus") {
+    window.surface()->requestKeyboardFocus();
+  } else if (order == "tell") {
+    const IntSize size = window.surfaceSize();
+    tell("window", window.platformHandle(), window.identifier().utf8(), size.width, size.height);
+  } else if (order == "remove") {
+    windows.erase(name);
+  }
+}
+
+gboolean onInput(int, GIOCondition, gpointer loop) {
+  std::string line;
+  if (!std::getline(std::cin, line)) {
+    g_main_loop_quit(static_cast<GMainLoop*>(loop));
+    return G_SOURCE_REMOVE;
+  }
+  obey(line);
+  // The rest of what was read at once is in the stream's own buffer.
+  while (std::cin.rdbuf()->in_avail() > 0 && std::getline(std::cin, line)) obey(line);
+  return G_SOURCE_CONTINUE;
+}
+
+}  // namespace
+
+int main(int, char** argv) {
+  Tessel::Platform::setupApplicationLogging("child");
+  auto system = RemoteWindowSystem::create(UniqueFd(std::atoi(argv[1])));
+  if (!system || !Window::setHandleBase(static_cast<unsigned>(std::atoi(argv[2])))) return 1;
+  WindowSystem::install(std::move(system));
+  std::ios::sync_with_stdio(false);
+  Listener listener;
+  Window standIn(WindowType::Application, nullptr, {0, 0, 1, 1}, {}, {}, 0, false, "tests");
+  standIn.setListener(&listener);
+  tell("ready");
+  GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
+  g_unix_fd_add(STDIN_FILENO, static_cast<GIOCondition>(G_IO_IN | G_IO_HUP), onInput, loop);
+  g_main_loop_run(loop);
+  windows.clear();
+  g_main_loop_unref(loop);
+  return 0;
+}

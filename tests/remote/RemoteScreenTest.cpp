@@ -1,0 +1,313 @@
+// Windows of a child process on the screen of the application: what shows, and what input does.
+#include "platform/Log.h"
+#include "platform/graphics/Window.h"
+#include "platform/graphics/gtk/GtkWindowSystem.h"
+#include "platform/graphics/remote/RemoteWindows.h"
+#include "tests/support/Screen.h"
+
+#include <fcntl.h>
+#include <glib.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+
+using test_support::movePointer;
+using test_support::Pixel;
+using test_support::pressButton;
+using test_support::pressKey;
+using namespace Tessel::Platform;
+
+namespace Graphics = Tessel::Platform::Graphics;
+
+namespace {
+
+constexpr Pixel green{0, 204, 0};
+constexpr Pixel red{255, 0, 0};
+constexpr Pixel blue{0, 0, 255};
+constexpr Pixel black{0, 0, 0};
+constexpr unsigned group = 7;
+
+// Runs the main loop until that holds; false when it has not after a while.
+template <typename Condition>
+bool runUntil(Condition holds, std::chrono::seconds patience = std::chrono::seconds(20)) {
+  const auto end = std::chrono::steady_clock::now() + patience;
+  while (!holds()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    // Others draw, and tell nobody here: looked at again every few milliseconds.
+    const guint tick = g_timeout_add(
+        5, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
+    g_main_context_iteration(nullptr, TRUE);
+    g_source_remove(tick);
+  }
+  return true;
+}
+
+class RemoteScreenTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    auto system = Graphics::GtkWindowSystem::create();
+    ASSERT_TRUE(system) << "there is no display";
+    Graphics::WindowSystem::install(std::move(system));
+    top_ = std::make_unique<Graphics::Window>(Graphics::WindowType::Application, nullptr,
+                                              IntRect{0, 0, 400, 300}, IntRect{}, IntSize{}, 0,
+                                              false, "tests");
+    Graphics::clearBuffer(*top_, {0, 0, 0, 255});
+    top_->post({0, 0, 400, 300});
+    startChild();
+    ASSERT_TRUE(waitFor("ready"));
+    ASSERT_TRUE(waitFor("resized 400 300"));
+  }
+
+  void TearDown() override {
+    remote_.reset();
+    endChild();
+    top_.reset();
+    while (g_main_context_iteration(nullptr, FALSE)) {
+    }
+  }
+
+  void startChild() {
+    int sockets[2];
+    int input[2];
+    int output[2];
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets), 0);
+    ASSERT_EQ(::pipe2(input, O_CLOEXEC), 0);
+    ASSERT_EQ(::pipe2(output, O_CLOEXEC), 0);
+    const std::string socket = std::to_string(sockets[1]);
+    const std::string groupText = std::to_string(group);
+    child_ = ::fork();
+    if (child_ == 0) {
+      ::dup2(input[0], STDIN_FILENO);
+      ::dup2(output[1], STDOUT_FILENO);
+      ::fcntl(sockets[1], F_SETFD, 0);
+      ::execl(REMOTE_CHILD, REMOTE_CHILD, socket.c_str(), groupText.c_str(), nullptr);
+      ::_exit(127);
+    }
+    ::close(input[0]);
+    ::close(output[1]);
+    ::close(sockets[1]);
+    input_.reset(input[1]);
+    output_.reset(output[0]);
+    ::fcntl(output_.get(), F_SETFL, O_NONBLOCK);
+    remote_ =
+        std::make_unique<Graphics::RemoteWindows>(UniqueFd(sockets[0]), group, *top_);
+  }
+
+  void endChild() {
+    if (child_ <= 0) return;
+    ::kill(child_, SIGKILL);
+    ::waitpid(child_, nullptr, 0);
+    child_ = -1;
+  }
+
+  void order(const std::string& line) {
+    const std::string whole = line + "\n";
+    ASSERT_EQ(::write(input_.get(), whole.data(), whole.size()), ssize_t(whole.size()));
+  }
+
+  // Until the child has told a line that begins like that; the lines before it are dropped.
+  bool waitFor(const std::string& beginning) {
+    return runUntil([&] {
+      std::array<char, 4096> chunk;
+      const ssize_t count = ::read(output_.get(), chunk.data(), chunk.size());
+      if (count > 0) unread_.append(chunk.data(), static_cast<std::size_t>(count));
+      for (std::size_t end; (end = unread_.find('\n')) != std::string::npos;) {
+        line_ = unread_.substr(0, end);
+        unread_.erase(0, end + 1);
+        if (line_.rfind(beginning, 0) == 0) return true;
+      }
+      return false;
+    });
+  }
+
+  static bool shows(int x, int y, const Pixel& color) {
+    return runUntil([&] {
+      const Pixel pixel = test_support::pixelAt(x, y);
+      int difference = 0;
+      for (std::size_t i = 0; i < color.size(); ++i) difference += std::abs(pixel[i] - color[i]);
+      return difference < 12;
+    });
+  }
+
+  static void click(int x, int y, unsigned number = 1) {
+    movePointer(x, y);
+    pressButton(number, true);
+    pressButton(number, false);
+  }
+  static void type(const char* key) {
+    pressKey(key, true);
+    pressKey(key, false);
+  }
+
+  std::unique_ptr<Graphics::Window> top_;
+  std::unique_ptr<Graphics::RemoteWindows> remote_;
+  pid_t child_ = -1;
+  UniqueFd input_;
+  UniqueFd output_;
+  std::string unread_;
+  std::string line_;
+};
+
+TEST_F(RemoteScreenTest, IsPlacedStackedFadedAndHiddenLikeAnyChildWindow) {
+  order("window a 20 20 100 100");
+  order("content a area");
+  ASSERT_TRUE(shows(25, 25, green));
+  ASSERT_TRUE(shows(115, 115, green));
+  EXPECT_EQ(test_support::pixelAt(125, 60), black);
+  order("alpha a 128");
+  EXPECT_TRUE(shows(60, 60, {0, 102, 0}));
+  order("alpha a 255");
+  order("place a 200 20 150 200");
+  EXPECT_TRUE(shows(345, 215, green));
+  EXPECT_TRUE(shows(60, 60, black));
+
+  // A window of the application itself lies between two of the child.
+  Graphics::Window local(Graphics::WindowType::Child, top_.get(), {180, 10, 100, 100}, {}, {}, 0,
+                         false, "");
+  local.setZOrder(5);
+  Graphics::clearBuffer(local, {255, 0, 0, 255});
+  local.post({0, 0, 100, 100});
+  EXPECT_TRUE(shows(250, 60, red));
+  order("order a 6");
+  EXPECT_TRUE(shows(250, 60, green));
+  order("window b 240 50 40 40");
+  order("color b 0 0 255");
+  order("order b 7");
+  EXPECT_TRUE(shows(250, 60, blue));
+  order("order a 8");
+  EXPECT_TRUE(shows(250, 60, green));
+  order("show a 0");
+  EXPECT_TRUE(shows(250, 60, blue));
+  order("remove b");
+  EXPECT_TRUE(shows(250, 60, red));
+  order("show a 1");
+  EXPECT_TRUE(shows(250, 60, green));
+
+  endChild();
+  EXPECT_TRUE(shows(250, 60, red));
+  EXPECT_TRUE(shows(345, 215, black));
+  EXPECT_FALSE(remote_->isConnected());
+}
+
+TEST_F(RemoteScreenTest, FollowsTheApplicationsWindowAndWhatItDoesByHandle) {
+  order("window a 0 0 0 0");
+  order("content a area");
+  ASSERT_TRUE(shows(395, 295, green));
+  top_->setWindowRectangle({0, 0, 500, 350});
+  ASSERT_TRUE(waitFor("resized 500 350"));
+  EXPECT_TRUE(shows(495, 345, green));
+  order("tell a");
+  ASSERT_TRUE(waitFor("window"));
+  const int handle = std::atoi(line_.c_str() + 7);
+  Graphics::Window* mirror = Graphics::Window::fromPlatformHandle(handle);
+  ASSERT_TRUE(mirror);
+  EXPECT_NE(line_.find(mirror->identifier().utf8()), std::string::npos);
+  EXPECT_NE(line_.find(" 500 350"), std::string::npos);
+
+  mirror->setWindowRectangle({50, 50, 60, 70});
+  ASSERT_TRUE(waitFor("size 60 70"));
+  EXPECT_TRUE(shows(105, 115, green));
+  EXPECT_TRUE(shows(115, 115, black));
+  // What the child changes now leaves the place alone, until it places the window itself.
+  order("order a 3");
+  EXPECT_TRUE(runUntil([&] { return mirror->state().zOrder == 3; }));
+  EXPECT_EQ(mirror->state().rect, (IntRect{50, 50, 60, 70}));
+  order("place a 10 10 30 30");
+  ASSERT_TRUE(waitFor("size 30 30"));
+  EXPECT_TRUE(shows(35, 35, green));
+}
+
+TEST_F(RemoteScreenTest, TakesInput) {
+  order("window a 100 50 200 200");
+  order("content a area");
+  ASSERT_TRUE(shows(200, 150, green));
+  movePointer(150, 70);
+  EXPECT_TRUE(waitFor("enter"));
+  EXPECT_TRUE(waitFor("motion 50 20"));
+  pressButton(1, true);
+  EXPECT_TRUE(waitFor("press 50 20 1"));
+  // A drag goes on outside of the window and of its parent, and ends there.
+  movePointer(320, 280);
+  EXPECT_TRUE(waitFor("motion 220 230"));
+  movePointer(450, 290);
+  EXPECT_TRUE(waitFor("motion 350 240"));
+  pressButton(1, false);
+  EXPECT_TRUE(waitFor("release 350 240"));
+  click(160, 80);
+  click(160, 80);
+  EXPECT_TRUE(waitFor("double 60 30"));
+  click(160, 80, 5);
+  EXPECT_TRUE(waitFor("scroll 1"));
+  type("a");
+  EXPECT_TRUE(waitFor("key a"));
+  movePointer(10, 10);
+  EXPECT_TRUE(waitFor("leave"));
+
+  order("window b 0 0 50 50");
+  order("content b area");
+  ASSERT_TRUE(shows(25, 25, green));
+  order("focus b");
+  EXPECT_TRUE(waitFor("focus 0"));
+  EXPECT_TRUE(waitFor("focus 1"));
+}
+
+TEST_F(RemoteScreenTest, TypesAndComposesInAnEntry) {
+  order("window a 10 10 200 40");
+  order("content a entry");
+  order("focus a");
+  ASSERT_TRUE(runUntil([] { return test_support::pixelAt(100, 30) != black; }));
+  click(100, 30);
+  type("x");
+  EXPECT_TRUE(waitFor("text x"));
+}
+
+TEST_F(RemoteScreenTest, OpensAPopUpWhereItsWidgetIs) {
+  order("window a 60 40 120 40");
+  order("content a combo");
+  ASSERT_TRUE(runUntil([] { return test_support::pixelAt(100, 60) != black; }));
+  click(100, 60);
+  // The list lies below or over the widget, in a window of its own.
+  ASSERT_TRUE(runUntil([] { return test_support::pixelAt(100, 120) != black; }));
+  type("Down");
+  type("Down");
+  type("Return");
+  EXPECT_TRUE(waitFor("chosen"));
+  EXPECT_TRUE(shows(100, 120, black));
+  click(100, 60);
+  ASSERT_TRUE(runUntil([] { return test_support::pixelAt(100, 120) != black; }));
+}
+
+TEST_F(RemoteScreenTest, ShowsAPage) {
+  order("window a 50 50 300 200");
+  order(
+      "content a page <title>start</title><body style='margin:0;background:#00cc00'>"
+      "<input id=i style='position:absolute;left:0;top:0;width:100px;height:40px;border:0'>"
+      "<div style='position:absolute;left:150px;top:0;width:100px;height:40px;background:#00f' "
+      "onclick='document.title=\"clicked\"'></div>"
+      "<script>i.oninput=()=>document.title='typed '+i.value;"
+      "onwheel=e=>document.title='wheel '+(e.deltaY>0)</script>");
+  ASSERT_TRUE(shows(340, 240, green));
+  ASSERT_TRUE(shows(220, 60, blue));
+  click(220, 60);
+  EXPECT_TRUE(waitFor("title clicked"));
+  click(60, 60);
+  type("h");
+  EXPECT_TRUE(waitFor("title typed h"));
+  type("i");
+  EXPECT_TRUE(waitFor("title typed hi"));
+  click(220, 200, 5);
+  EXPECT_TRUE(waitFor("title wheel true"));
+  endChild();
+  EXPECT_TRUE(shows(340, 240, black));
+}
+
+}  // namespace
