@@ -5,6 +5,7 @@
 #include "ipc/ProcessMessages.h"
 #include "platform/Log.h"
 #include "platform/Process.h"
+#include "platform/graphics/Window.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/CommandReceiver.h"
 
@@ -21,11 +22,20 @@ using Tessel::Platform::MainMessageClient;
 using Tessel::Platform::Message;
 using Tessel::Platform::Pulse;
 using Tessel::Platform::String;
+using Tessel::Platform::Graphics::Window;
+using Tessel::Platform::Graphics::WindowType;
 
 namespace {
 
 void reply(const Message& message, bool value) {
   if (message.reply()) message.reply()->assign(&value, sizeof value);
+}
+
+// Stands in this process for the application's window of that group.
+void makeTopLevel(const String& group) {
+  if (Window::topLevelOf(group)) return;
+  // Lives as long as the process, as the application's does for it.
+  new Window(WindowType::Application, nullptr, {}, {}, {1, 1}, 0, false, group);
 }
 
 }  // namespace
@@ -65,6 +75,7 @@ void IPCReceiverHandler::shutDown(const Message& message) const {
 
 void IPCReceiverHandler::createWebView(const CreateWebViewMessage& message) const {
   const String group = message.windowGroup();
+  makeTopLevel(group);
   const auto make = [&] {
     return std::make_unique<IPCReceiverWebView>(message.handle(), group, mainConnectionId_,
                                                 webEngineConnectionId_);

@@ -99,10 +99,10 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId,
 
   // The rest takes its time, which the handshake must not wait for.
   UniqueFd windowConnection = windows->wait();
-  closeChannel(Tessel::Platform::windowChannel);
+  Tessel::Platform::closeChannel(Tessel::Platform::windowChannel);
   if (!windowConnection) giveUp("The main process does not ask for the windows of this one.");
   keepBusAway();
-  Window::setHandleBase(groupId);
+  if (!Window::setHandleBase(groupId)) giveUp("The number of the web view group is too large.");
   auto system = RemoteWindowSystem::create(std::move(windowConnection));
   if (!system) giveUp(noDisplay);
   WindowSystem::install(std::move(system));
