@@ -5,6 +5,7 @@
 // number is wrong then, and its complaint about the type is all that happens.
 #include "platform/graphics/remote/PopUps.h"
 
+#include <gdk/gdkx.h>
 #include <gtk/gtk.h>
 
 #include <cstring>
@@ -26,7 +27,12 @@ gboolean onRealize(GSignalInvocationHint*, guint, const GValue* values, gpointer
   if (!owner || !GTK_IS_OFFSCREEN_WINDOW(owner)) return TRUE;
   GdkWindow* offscreen = gtk_widget_get_window(GTK_WIDGET(owner));
   GdkWindow* application = offscreen ? gdk_offscreen_window_get_embedder(offscreen) : nullptr;
-  if (application) gdk_window_set_transient_for(gtk_widget_get_window(widget), application);
+  if (!application) return TRUE;
+  // The property alone: the toolkit places menus by the window that it takes for the owner.
+  const gulong number = gdk_x11_window_get_xid(application);
+  gdk_property_change(gtk_widget_get_window(widget), gdk_atom_intern("WM_TRANSIENT_FOR", FALSE),
+                      gdk_atom_intern("WINDOW", FALSE), 32, GDK_PROP_MODE_REPLACE,
+                      reinterpret_cast<const guchar*>(&number), 1);
   return TRUE;
 }
 
