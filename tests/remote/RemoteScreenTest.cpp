@@ -38,7 +38,7 @@ constexpr unsigned group = 7;
 
 // Runs the main loop until that holds; false when it has not after a while.
 template <typename Condition>
-bool runUntil(Condition holds, std::chrono::seconds patience = std::chrono::seconds(20)) {
+bool runUntil(Condition holds, std::chrono::seconds patience = std::chrono::seconds(6)) {
   const auto end = std::chrono::steady_clock::now() + patience;
   while (!holds()) {
     if (std::chrono::steady_clock::now() > end) return false;
@@ -98,8 +98,7 @@ class RemoteScreenTest : public testing::Test {
     input_.reset(input[1]);
     output_.reset(output[0]);
     ::fcntl(output_.get(), F_SETFL, O_NONBLOCK);
-    remote_ =
-        std::make_unique<Graphics::RemoteWindows>(UniqueFd(sockets[0]), group, *top_);
+    remote_ = std::make_unique<Graphics::RemoteWindows>(UniqueFd(sockets[0]), group, *top_);
   }
 
   void endChild() {
@@ -282,8 +281,9 @@ TEST_F(RemoteScreenTest, OpensAPopUpWhereItsWidgetIs) {
   type("Return");
   EXPECT_TRUE(waitFor("chosen"));
   EXPECT_TRUE(shows(100, 120, black));
+  // Again, now with the chosen item over the widget and the others above.
   click(100, 60);
-  ASSERT_TRUE(runUntil([] { return test_support::pixelAt(100, 120) != black; }));
+  EXPECT_TRUE(runUntil([] { return test_support::pixelAt(100, 30) != black; }));
 }
 
 TEST_F(RemoteScreenTest, ShowsAPage) {
@@ -294,12 +294,14 @@ TEST_F(RemoteScreenTest, ShowsAPage) {
       "<div style='position:absolute;left:150px;top:0;width:100px;height:40px;background:#00f' "
       "onclick='document.title=\"clicked\"'></div>"
       "<script>i.oninput=()=>document.title='typed '+i.value;"
-      "onwheel=e=>document.title='wheel '+(e.deltaY>0)</script>");
+      "i.onfocus=()=>document.title='focused "
+      "'+document.hasFocus();onwheel=e=>document.title='wheel '+(e.deltaY>0)</script>");
   ASSERT_TRUE(shows(340, 240, green));
   ASSERT_TRUE(shows(220, 60, blue));
   click(220, 60);
   EXPECT_TRUE(waitFor("title clicked"));
   click(60, 60);
+  EXPECT_TRUE(waitFor("title focused true"));
   type("h");
   EXPECT_TRUE(waitFor("title typed h"));
   type("i");

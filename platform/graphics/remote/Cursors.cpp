@@ -13,13 +13,13 @@ namespace Tessel::Platform::Graphics::Remote {
 namespace {
 
 constexpr std::array names{
-    "none",        "default",     "help",       "pointer",     "context-menu", "progress",
-    "wait",        "cell",        "crosshair",  "text",        "vertical-text", "alias",
-    "copy",        "no-drop",     "move",       "not-allowed", "grab",         "grabbing",
-    "all-scroll",  "col-resize",  "row-resize", "n-resize",    "e-resize",     "s-resize",
-    "w-resize",    "ne-resize",   "nw-resize",  "sw-resize",   "se-resize",    "ew-resize",
-    "ns-resize",   "nesw-resize", "nwse-resize", "zoom-in",    "zoom-out",     "left_ptr",
-    "xterm",       "hand",        "hand1",      "hand2",       "watch",
+    "none",       "default",     "help",        "pointer",     "context-menu",  "progress",
+    "wait",       "cell",        "crosshair",   "text",        "vertical-text", "alias",
+    "copy",       "no-drop",     "move",        "not-allowed", "grab",          "grabbing",
+    "all-scroll", "col-resize",  "row-resize",  "n-resize",    "e-resize",      "s-resize",
+    "w-resize",   "ne-resize",   "nw-resize",   "sw-resize",   "se-resize",     "ew-resize",
+    "ns-resize",  "nesw-resize", "nwse-resize", "zoom-in",     "zoom-out",      "left_ptr",
+    "xterm",      "hand",        "hand1",       "hand2",       "watch",
 };
 
 // The toolkit does not tell the name that a cursor was made from, but it makes each one once.
@@ -44,9 +44,9 @@ bool describePixels(GdkCursor* cursor, CursorRecord& record) {
   record.height = isImage ? std::min(cairo_image_surface_get_height(surface), side) : 0;
   record.hotX = std::clamp(static_cast<int>(std::lround(hotX)), 0, std::max(record.width - 1, 0));
   record.hotY = std::clamp(static_cast<int>(std::lround(hotY)), 0, std::max(record.height - 1, 0));
-  cairo_surface_t* target = cairo_image_surface_create_for_data(
-      reinterpret_cast<unsigned char*>(record.pixels.data()), CAIRO_FORMAT_ARGB32, side, side,
-      side * 4);
+  cairo_surface_t* target =
+      cairo_image_surface_create_for_data(reinterpret_cast<unsigned char*>(record.pixels.data()),
+                                          CAIRO_FORMAT_ARGB32, side, side, side * 4);
   cairo_t* cairo = cairo_create(target);
   cairo_set_source_surface(cairo, surface, 0, 0);
   cairo_paint(cairo);

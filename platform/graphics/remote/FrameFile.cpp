@@ -59,8 +59,7 @@ FrameFile FrameFile::create(IntSize size) {
   if (size.width <= 0 || size.height <= 0) return made;
   made.size_ = size;
   made.file_.reset(::memfd_create("frames", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-  if (!made.file_ ||
-      ::ftruncate(made.file_.get(), static_cast<off_t>(bytesFor(size))) != 0 ||
+  if (!made.file_ || ::ftruncate(made.file_.get(), static_cast<off_t>(bytesFor(size))) != 0 ||
       ::fcntl(made.file_.get(), F_ADD_SEALS, lengthSeals | F_SEAL_SEAL) != 0 ||
       !made.map(PROT_READ | PROT_WRITE)) {
     return FrameFile();
@@ -74,8 +73,7 @@ FrameFile FrameFile::open(UniqueFd file, IntSize size) {
   struct stat status {};
   const int seals = ::fcntl(file.get(), F_GET_SEALS);
   if (seals < 0 || (seals & lengthSeals) != lengthSeals || !isMemoryFile(file.get()) ||
-      ::fstat(file.get(), &status) != 0 ||
-      status.st_size != static_cast<off_t>(bytesFor(size))) {
+      ::fstat(file.get(), &status) != 0 || status.st_size != static_cast<off_t>(bytesFor(size))) {
     return opened;
   }
   opened.size_ = size;

@@ -137,7 +137,8 @@ GdkEvent* eventFor(const InputRecord& record, GdkWindow* window, double x, doubl
   event->any.window = GDK_WINDOW(g_object_ref(window));
   GdkSeat* seat = gdk_display_get_default_seat(gdk_window_get_display(window));
   const bool ofKeyboard = isKey(record) || record.event == GDK_FOCUS_CHANGE;
-  gdk_event_set_device(event, ofKeyboard ? gdk_seat_get_keyboard(seat) : gdk_seat_get_pointer(seat));
+  gdk_event_set_device(event,
+                       ofKeyboard ? gdk_seat_get_keyboard(seat) : gdk_seat_get_pointer(seat));
   if (record.event == GDK_MOTION_NOTIFY) {
     givePlace(record, x, y, event->motion);
   } else if (record.event == GDK_SCROLL) {

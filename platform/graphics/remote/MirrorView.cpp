@@ -111,16 +111,17 @@ gboolean MirrorView::onDraw(GtkWidget*, cairo_t* cairo, gpointer data) {
 // The display gives a pressed pointer to the one it was pressed on, and would refuse it to a menu
 // that the child process opens. So it is given back at once, and taken only when a drag leaves.
 void MirrorView::watchButtons(const GdkEvent* event) {
+  const GdkEventType type = gdk_event_get_event_type(event);
+  if (type != GDK_BUTTON_PRESS && type != GDK_BUTTON_RELEASE && type != GDK_LEAVE_NOTIFY) return;
   GdkSeat* seat = gdk_event_get_seat(event);
   GdkModifierType state{};
   gdk_event_get_state(event, &state);
-  const GdkEventType type = gdk_event_get_event_type(event);
   if (type == GDK_BUTTON_PRESS) {
     gdk_seat_ungrab(seat);
     grabbed_ = false;
     // Before the child process hears of it.
     gdk_display_flush(gdk_window_get_display(event->any.window));
-  } else if (type == GDK_LEAVE_NOTIFY && event->crossing.mode == GDK_CROSSING_NORMAL &&
+  } else if (type == GDK_LEAVE_NOTIFY && event->crossing.mode != GDK_CROSSING_GRAB &&
              (state & buttonsHeld) != 0 && !grabbed_) {
     grabbed_ = gdk_seat_grab(seat, event->any.window, GDK_SEAT_CAPABILITY_ALL_POINTING, FALSE,
                              nullptr, event, nullptr, nullptr) == GDK_GRAB_SUCCESS;
@@ -137,11 +138,17 @@ gboolean MirrorView::onEvent(GtkWidget* widget, GdkEvent* event, gpointer data) 
   InputRecord record{};
   record.header = {InputRecord::recordType, self->window_};
   if (!inputRecordFor(event, record)) return FALSE;
+  const bool grabbedBefore = self->grabbed_;
   if (isPointer(record) || isCrossing(record)) self->watchButtons(event);
   if (record.event == GDK_BUTTON_PRESS || record.event == GDK_TOUCH_BEGIN) {
     gtk_widget_grab_focus(widget);
   }
   self->client_.mirrorInput(record);
+  if (self->grabbed_ && !grabbedBefore) {
+    // The motion that led outside went to whatever is there.
+    record.event = GDK_MOTION_NOTIFY;
+    self->client_.mirrorInput(record);
+  }
   // The toolkit keeps its own account of the focus.
   return record.event != GDK_FOCUS_CHANGE;
 }

@@ -16,8 +16,8 @@ namespace Tessel::Platform::Graphics::Remote {
 
 namespace {
 
-constexpr guint buttonsHeld = GDK_BUTTON1_MASK | GDK_BUTTON2_MASK | GDK_BUTTON3_MASK |
-                              GDK_BUTTON4_MASK | GDK_BUTTON5_MASK;
+constexpr guint buttonsHeld =
+    GDK_BUTTON1_MASK | GDK_BUTTON2_MASK | GDK_BUTTON3_MASK | GDK_BUTTON4_MASK | GDK_BUTTON5_MASK;
 
 struct Place {
   double x;
@@ -56,6 +56,9 @@ OffscreenView::OffscreenView(OffscreenViews& views, int window, GtkWidget* conte
       damage_(cairo_region_create()),
       stale_(cairo_region_create()) {
   gtk_widget_set_app_paintable(window_, TRUE);
+  // With one the toolkit asks the display which keys are held in this window when it gets the
+  // focus. The display does not know this window, and the process ends.
+  gtk_window_set_mnemonic_modifier(GTK_WINDOW(window_), GdkModifierType{});
   gtk_container_add(GTK_CONTAINER(window_), stack_);
   // Lets the content be of any size, whatever it would like.
   stackContainerPut(stack_, content_, WindowState());
@@ -235,8 +238,7 @@ void OffscreenView::sendFrame(bool newFile) {
   record.buffer = buffer_;
   record.newFile = newFile;
   const auto count = static_cast<std::size_t>(cairo_region_num_rectangles(damage_));
-  record.rectCount =
-      count <= FrameRecord::maximumRects ? static_cast<std::uint32_t>(count) : 1;
+  record.rectCount = count <= FrameRecord::maximumRects ? static_cast<std::uint32_t>(count) : 1;
   for (std::uint32_t i = 0; i < record.rectCount; ++i) {
     cairo_rectangle_int_t rect;
     if (count <= FrameRecord::maximumRects) {
@@ -312,9 +314,11 @@ void OffscreenView::deliver(const InputRecord& record) {
   };
 
   if (isPointer(record) || record.event == GDK_ENTER_NOTIFY) {
+    const bool held = (record.state & buttonsHeld) != 0 && pressWindow_.get();
     GdkWindow* target = pointerTarget(record);
     GdkWindow* before = pointerWindow_.get();
-    if (target != before) {
+    // While a button is held the pointer belongs to one window wherever it is.
+    if (target != before && !held) {
       if (before) cross(GDK_LEAVE_NOTIFY, before, record);
       cross(GDK_ENTER_NOTIFY, target, record);
       pointerWindow_.set(target);

@@ -15,10 +15,10 @@
 namespace Tessel::Platform::Graphics::Remote {
 
 // The bounds of what an application shows for one child process.
-constexpr int maximumSide = 16384;                      // pixels
-constexpr int maximumPlace = 1 << 20;                   // pixels to either side
-constexpr std::size_t maximumWindows = 256;             //
-constexpr std::size_t maximumFrameBytes = 256u << 20;   // of one window
+constexpr int maximumSide = 16384;                       // pixels
+constexpr int maximumPlace = 1 << 20;                    // pixels to either side
+constexpr std::size_t maximumWindows = 256;              //
+constexpr std::size_t maximumFrameBytes = 256u << 20;    // of one window
 constexpr std::size_t maximumFramesBytes = 1024u << 20;  // of all windows
 
 enum class RecordType : std::uint32_t {
@@ -142,11 +142,11 @@ struct InputRecord {
   double deltaX;
   double deltaY;
   std::uint32_t state;
-  std::uint32_t detail;    // button, hardware key code, scroll direction or kind of crossing
-  std::uint32_t key;       // key value
-  std::uint32_t group;     // of the keyboard
-  std::uint32_t mode;      // of a crossing
-  std::uint32_t flag;      // focus: it came; key: a modifier; touch: the pointer's; scroll: the last
+  std::uint32_t detail;  // button, hardware key code, scroll direction or kind of crossing
+  std::uint32_t key;     // key value
+  std::uint32_t group;   // of the keyboard
+  std::uint32_t mode;    // of a crossing
+  std::uint32_t flag;    // focus: it came; key: a modifier; touch: the pointer's; scroll: the last
   std::uint64_t sequence;  // of touches
 };
 

@@ -6,6 +6,7 @@
 #include "platform/graphics/gtk/WidgetHost.h"
 #include "platform/graphics/remote/InputEvents.h"
 #include "platform/graphics/remote/OffscreenView.h"
+#include "platform/graphics/remote/PopUps.h"
 #include "platform/graphics/remote/WindowConnection.h"
 
 #include <gdk/gdkx.h>
@@ -82,9 +83,7 @@ class RemoteWindowSystem::StandIn final : public WindowSurface {
 class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost {
  public:
   Child(std::shared_ptr<Connected> connected, Window& owner)
-      : connected_(std::move(connected)),
-        handle_(owner.platformHandle()),
-        state_(owner.state()) {
+      : connected_(std::move(connected)), handle_(owner.platformHandle()), state_(owner.state()) {
     connected_->children.emplace(handle_, this);
   }
 
@@ -287,6 +286,7 @@ RemoteWindowSystem::~RemoteWindowSystem() = default;
 std::unique_ptr<RemoteWindowSystem> RemoteWindowSystem::create(UniqueFd connection) {
   gdk_set_allowed_backends("x11");
   if (!gtk_init_check(nullptr, nullptr)) return nullptr;
+  preparePopUps();
   return std::unique_ptr<RemoteWindowSystem>(new RemoteWindowSystem(std::move(connection)));
 }
 

@@ -55,8 +55,7 @@ bool isSound(const FrameRecord& record) {
 
 }  // namespace
 
-class RemoteWindows::Connected final : public WindowConnection::Client,
-                                       public MirrorView::Client {
+class RemoteWindows::Connected final : public WindowConnection::Client, public MirrorView::Client {
  public:
   Connected(UniqueFd connection, unsigned groupId, Window& topLevel);
   ~Connected() override { removeAll(); }
@@ -294,8 +293,8 @@ const char* RemoteWindows::Connected::receiveFrame(const FrameRecord& record, Un
   if (!mirror->view) return nullptr;
   if (opened) mirror->view->useFile(std::move(opened));
   if (!mirror->view->file() || mirror->view->file().size() != size) return malformed;
-  mirror->view->showFrame(record.number, record.buffer,
-                          {record.rects.data(), record.rectCount}, record.newFile != 0);
+  mirror->view->showFrame(record.number, record.buffer, {record.rects.data(), record.rectCount},
+                          record.newFile != 0);
   return nullptr;
 }
 
