@@ -127,11 +127,7 @@ void IPCSenderGroup::launch() {
   }
   std::uint64_t key = 0;
   if (!Tessel::Platform::randomKey(&key)) return setError("Failed to get random handshake key");
-  {
-    const std::lock_guard lock(mutex_);
-    handshakeKey_ = key;
-    awaitingHandshake_ = true;
-  }
+  expectHandshake(key);
   IPCSenderHandler& handler = IPCSenderHandler::instance();
   handler.install();
   handler.addGroup(groupId_, this);
@@ -152,6 +148,12 @@ void IPCSenderGroup::launch() {
   if (const char* device = std::getenv(deviceVariable)) {
     sendMessage(std::make_unique<SetEnvMessage>(deviceVariable, device));
   }
+}
+
+void IPCSenderGroup::expectHandshake(std::uint64_t key) {
+  const std::lock_guard lock(mutex_);
+  handshakeKey_ = key;
+  awaitingHandshake_ = true;
 }
 
 bool IPCSenderGroup::writeLaunchRecord() {

@@ -72,6 +72,10 @@ class IPCSenderGroup : public Tessel::Platform::GuardedPointerBase {
   using GoneHook = std::function<void(IPCSenderGroup&)>;
   static void onGone(GoneHook hook);
 
+ protected:
+  // The next handshake with that key is this group's.
+  void expectHandshake(std::uint64_t key);
+
  private:
   void launch();
   bool writeLaunchRecord();

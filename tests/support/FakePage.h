@@ -43,7 +43,12 @@ class FakePage final : public Page {
   }
 
   void close() override { closed = true; }
-  void load(const String& url) override { note("load", url); }
+  // What loads do, in processes that no test can reach into.
+  static inline std::function<void(FakePage&, const String&)> onLoad;
+  void load(const String& url) override {
+    note("load", url);
+    if (onLoad) onLoad(*this, url);
+  }
   void loadText(const String& text, const String& type, const String& base) override {
     note("loadText", concat(text, ", ", type, ", ", base));
   }

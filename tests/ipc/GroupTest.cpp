@@ -1,0 +1,309 @@
+// Child processes with web views, from the launch to their death: real processes, pages without an
+// engine.
+#include "ipc/ChildLauncher.h"
+#include "ipc/IPCReceiverHandler.h"
+#include "ipc/IPCSenderGroup.h"
+#include "ipc/IPCSenderHandler.h"
+#include "ipc/ProcessMessages.h"
+#include "platform/messages/Connections.h"
+#include "tests/platform/StandardErrorPipe.h"
+#include "tests/platform/Waiting.h"
+#include "tests/support/ChromeFixture.h"
+#include "webview/commands/IPCSenderWebView.h"
+#include "webview/events/EventMessages.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <thread>
+
+namespace {
+
+using namespace Tessel::Platform;
+using test_support::inOwnProcess;
+using Testing::iterateUntil;
+using Testing::StandardErrorPipe;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+// What children do, by their group's number; all others are good ones.
+enum Group : unsigned int {
+  WrongUpperHalf = 101,
+  WrongLowerHalf,
+  ForeignPid,
+  LateHandshake,
+  SilentOne,
+  SpeaksForTheChrome,
+};
+
+int goodChild(IPCReceiverHandler& handler, MainMessageClient& client) {
+  test_support::FakePageFactory::instance();
+  test_support::FakePage::onLoad = [](test_support::FakePage& page, const String&) {
+    page.raise(OrvWebDialogRequestedEvent());
+  };
+  client.installMessageHandler(&handler);
+  const int status = client.run();
+  client.removeMessageHandler(&handler);
+  return status;
+}
+
+int childMain(unsigned int groupId, int parentPid, int mainChannelId, int webEngineChannelId,
+              unsigned long long key) {
+  ::setpgid(0, 0);
+  ::alarm(60);
+  const int main = ConnectAttach(0, parentPid, mainChannelId, sideChannel, 0);
+  const int webEngine = ConnectAttach(0, parentPid, webEngineChannelId, sideChannel, 0);
+  if (main < 0 || webEngine < 0) return -1;
+  MainMessageClient client(3, -1);
+  IPCReceiverHandler handler(main, webEngine);
+  client.registerPID(parentPid);
+  client.serveDuringWaits();
+  pid_t pid = ::getpid();
+  switch (groupId) {
+    case WrongUpperHalf:
+      key ^= 1ull << 63;
+      break;
+    case WrongLowerHalf:
+      key ^= 1;
+      break;
+    case ForeignPid:
+      pid = ::getppid();
+      break;
+    case LateHandshake:
+      std::this_thread::sleep_for(std::chrono::milliseconds(3300));
+      break;
+    case SilentOne:
+      ::pause();
+      break;
+    default:
+      break;
+  }
+  MessageClient::sendMessage(
+      std::make_unique<HandshakeMessage>(groupId, pid, client.channelId(), key), main);
+  if (groupId == SpeaksForTheChrome) {
+    MessageClient::sendMessage(
+        std::make_unique<HandleOrvWebPostEventMessage>(WebViewManager::rootHandle, "Destroyed", ""),
+        main);
+  }
+  return goodChild(handler, client);
+}
+
+// The chrome's side, in a process of its own with a launcher.
+class Chrome final : public test_support::ChromeFixture {
+ public:
+  using ChromeFixture::callNative;
+  using ChromeFixture::errors;
+  using ChromeFixture::events;
+  using ChromeFixture::group;
+  using ChromeFixture::manager;
+  using ChromeFixture::page;
+  void TestBody() override {}
+
+  unsigned int create(int processGroup) { return manager.createWebView(group, processGroup); }
+  pid_t processOf(unsigned int handle) {
+    return manager.remoteWebViewForHandle(handle)->group()->childPid();
+  }
+};
+
+void withChildren(const std::function<void(Chrome&)>& body) {
+  inOwnProcess([&] {
+    ::signal(SIGPIPE, SIG_IGN);  // as the program does
+    ASSERT_TRUE(spawnChildLauncher(childMain));
+    Chrome chrome;
+    body(chrome);
+  });
+}
+
+bool isAlive(pid_t pid) {
+  // Nobody of this process waits for it, so that it may linger as a zombie where init is slow.
+  std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+  std::string pidText, name, state;
+  return bool(file >> pidText >> name >> state) && state != "Z";
+}
+
+TEST(GroupTest, WebViewsLiveInChildrenAndSayTheyExist) {
+  withChildren([](Chrome& chrome) {
+    const std::string first = chrome.callNative({"webview.create", Chrome::group, "OutProcess"});
+    const std::string second = chrome.callNative({"webview.create", Chrome::group, "OutProcess"});
+    const std::string shared = chrome.callNative({"webview.create", Chrome::group, "1"});
+    const auto handle = [](const std::string& text) {
+      return static_cast<unsigned int>(std::stoul(text));
+    };
+    EXPECT_EQ(chrome.processOf(handle(first)), chrome.processOf(handle(shared)));
+    EXPECT_NE(chrome.processOf(handle(first)), chrome.processOf(handle(second)));
+    EXPECT_EQ(chrome.manager.webViewForHandle(handle(first)), nullptr);
+    ASSERT_TRUE(iterateUntil([&] { return chrome.manager.isCreated(handle(shared)); }));
+    EXPECT_THAT(chrome.events(), Contains(HasSubstr(shared + " Created")));
+    const char* const view = shared.c_str();
+    chrome.callNative({"webview.setZOrder", view, "7"});
+    EXPECT_EQ(chrome.callNative({"webview.zOrder", view}), "7");
+    EXPECT_EQ(chrome.callNative({"webview.isWebEventEnabled", view, "Destroyed"}), "1");
+    EXPECT_EQ(chrome.callNative({"webview.applicationWindowGroup", view}), Chrome::group);
+
+    // The last web view of a group takes its process along.
+    const pid_t process = chrome.processOf(handle(first));
+    chrome.callNative({"webview.delete", first.c_str()});
+    EXPECT_TRUE(isAlive(process));
+    chrome.callNative({"webview.delete", view});
+    ASSERT_TRUE(iterateUntil([&] { return !isAlive(process); }));
+    EXPECT_THAT(chrome.errors(), IsEmpty());
+  });
+}
+
+TEST(GroupTest, AChildThatDiesTakesItsWebViewsAlongInTheirOrderAndNoOthers) {
+  withChildren([](Chrome& chrome) {
+    const unsigned int first = chrome.create(5);
+    const unsigned int second = chrome.create(5);
+    const unsigned int other = chrome.create(6);
+    ASSERT_TRUE(iterateUntil([&] { return chrome.manager.isCreated(other); }));
+    chrome.events();
+    const pid_t process = chrome.processOf(first);
+    ::kill(process, SIGKILL);
+    ASSERT_TRUE(
+        iterateUntil([&] { return !chrome.manager.remoteWebViewForHandle(second); }));
+    EXPECT_THAT(chrome.errors(),
+                ElementsAre("WebView group 5 (child process " + std::to_string(process) +
+                            ") has died unexpectedly!"));
+    EXPECT_THAT(chrome.events(), ElementsAre(std::to_string(first) + " ProcessCrash",
+                                             std::to_string(second) + " ProcessCrash"));
+    EXPECT_EQ(chrome.callNative({"webview.isVisible", std::to_string(other).c_str()}), "1");
+    // The number is free again.
+    const unsigned int again = chrome.create(5);
+    ASSERT_NE(again, 0u);
+    EXPECT_NE(chrome.processOf(again), process);
+  });
+}
+
+TEST(GroupTest, WithoutALauncherOldGroupsLiveAndNewOnesFail) {
+  withChildren([](Chrome& chrome) {
+    const unsigned int old = chrome.create(1);
+    const pid_t child = chrome.processOf(old);
+    std::ifstream stat("/proc/" + std::to_string(child) + "/stat");
+    std::string pid, name, state;
+    pid_t launcher = 0;
+    stat >> pid >> name >> state >> launcher;
+    ASSERT_GT(launcher, 1);
+    ::kill(launcher, SIGKILL);
+    ASSERT_TRUE(iterateUntil([&] { return !isAlive(launcher); }));
+    EXPECT_EQ(chrome.create(2), 0u);
+    EXPECT_THAT(chrome.errors(),
+                ElementsAre("IPCSenderGroup for process -1 encountered error: Error writing launch "
+                            "data to child launcher pipe: Broken pipe(32)!"));
+    ASSERT_TRUE(iterateUntil([&] { return chrome.manager.isCreated(old); }));
+    EXPECT_EQ(chrome.callNative({"webview.isVisible", std::to_string(old).c_str()}), "1");
+    EXPECT_NE(chrome.create(1), 0u);
+  });
+}
+
+class RefusedHandshakeTest : public ::testing::TestWithParam<Group> {};
+
+TEST_P(RefusedHandshakeTest, EndsTheLaunchAfterThreeSeconds) {
+  withChildren([](Chrome& chrome) {
+    StandardErrorPipe log;
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(chrome.create(GetParam()), 0u);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(2990));
+    EXPECT_THAT(chrome.errors(),
+                ElementsAre("IPCSenderGroup for process -1 encountered error: Did not receive "
+                            "handshake!"));
+    if (GetParam() == LateHandshake) {
+      // The group is gone by then, and nobody expects a stranger.
+      std::string lines;
+      ASSERT_TRUE(iterateUntil([&] {
+        lines += log.read();
+        return lines.find("nobody is expecting it") != std::string::npos;
+      }));
+    } else if (GetParam() != SilentOne) {
+      EXPECT_THAT(log.read(), HasSubstr("Someone unknown was trying to handshake with me!"));
+    }
+    EXPECT_NE(chrome.create(1), 0u) << "a later group works";
+  });
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, RefusedHandshakeTest,
+                         ::testing::Values(WrongUpperHalf, WrongLowerHalf, ForeignPid,
+                                           LateHandshake, SilentOne));
+
+TEST(GroupTest, AChildSpeaksForItsOwnWebViewsOnly) {
+  withChildren([](Chrome& chrome) {
+    StandardErrorPipe log;
+    ASSERT_NE(chrome.create(SpeaksForTheChrome), 0u);
+    std::string lines;
+    ASSERT_TRUE(iterateUntil([&] {
+      lines += log.read();
+      return lines.find("has no web view 1; its event is dropped") != std::string::npos;
+    }));
+    EXPECT_NE(chrome.manager.rootWebView(), nullptr);
+  });
+}
+
+// While the chrome answers an event it asks the web view that raised it.
+TEST(GroupTest, AChildThatWaitsForAnAnswerIsStillServed) {
+  withChildren([](Chrome& chrome) {
+    const unsigned int view = chrome.create(1);
+    ASSERT_TRUE(iterateUntil([&] { return chrome.manager.isCreated(view); }));
+    const std::string handle = std::to_string(view);
+    chrome.callNative({"webview.setEnableDialogRequestedEvents", handle.c_str(), "true"});
+    // The answer comes from the web-engine thread; what it asks for is the main thread's.
+    std::atomic<bool> isAnswered = false;
+    chrome.page->answer = [&](const FunctionCall&) {
+      std::string asked;
+      std::string made;
+      MainMessageClient::instance()->dispatchSyncMessage(executableMessage([&] {
+        asked = chrome.callNative({"webview.isVisible", handle.c_str()});
+        made = chrome.callNative({"webview.create", Chrome::group, "OutProcess"});
+      }));
+      EXPECT_EQ(asked, "1");
+      EXPECT_NE(made, "0");
+      isAnswered = true;
+      return JavaScriptVariant(String("{}"));
+    };
+    chrome.callNative({"webview.setAllWebEventsEnabled", handle.c_str(), "true"});
+    chrome.callNative({"webview.loadURL", handle.c_str(), "about:blank"});
+    ASSERT_TRUE(iterateUntil([&] { return isAnswered.load(); }));
+    EXPECT_EQ(chrome.callNative({"webview.isVisible", handle.c_str()}), "1");
+  });
+}
+
+// A launched group that is connected is not in a handshake; a second one on it would be.
+class Relaunched final : public IPCSenderGroup {
+ public:
+  using IPCSenderGroup::IPCSenderGroup;
+  using IPCSenderGroup::expectHandshake;
+};
+
+TEST(GroupTest, MessagesDuringAHandshakeAreDropped) {
+  inOwnProcess([] {
+    Chrome chrome;
+    StandardErrorPipe log;
+    auto* const group = new Relaunched(77, 4711);
+    group->expectHandshake(1);
+    IPCSenderHandler& handler = IPCSenderHandler::instance();
+    handler.addProcess(4242, group);
+    HandleOrvWebPostEventMessage message(12, "Created", "{}");
+    message.setSenderPid(4242);
+    handler.handleMessage(message);
+    EXPECT_THAT(log.read(),
+                HasSubstr("Someone unknown was trying to send message to me during handshake!"));
+    message.setSenderPid(4243);
+    handler.handleMessage(message);
+    HandshakeMessage unknown(78, 4242, 1, 1);
+    handler.handleMessage(unknown);
+    EXPECT_THAT(chrome.errors(),
+                ElementsAre("IPCSenderHandler could not find webview group for process: 4243",
+                            "IPCSenderHandler could not find webview group with id: 78"));
+    EXPECT_THAT(chrome.events(), IsEmpty());
+    // Outside the main process there is no launcher.
+    EXPECT_EQ(chrome.create(3), 0u);
+    EXPECT_THAT(chrome.errors(),
+                ElementsAre("IPCSenderGroup for process -1 encountered error: OutProcess webviews "
+                            "can only be created from the main process."));
+  });
+}
+
+}  // namespace
