@@ -21,6 +21,7 @@ namespace {
 char** arguments = nullptr;
 char* area = nullptr;  // the bytes of all arguments, one after the other
 std::size_t areaSize = 0;
+std::size_t roomSize = 0;          // of that and of the environment that follows it
 std::array<char, 64> shown{};  // the name that was set last
 
 struct Start {
@@ -46,14 +47,26 @@ void rememberArguments(int argc, char** argv) {
   for (int i = 0; i < argc && argv[i] == area + areaSize; ++i) {
     areaSize += std::strlen(argv[i]) + 1;
   }
+  roomSize = areaSize;
+  for (char** variable = environ; *variable && *variable == area + roomSize; ++variable) {
+    roomSize += std::strlen(*variable) + 1;
+  }
 }
 
 void showProcessName(const char* name) {
   ::prctl(PR_SET_NAME, name);
   shown[std::string_view(name).copy(shown.data(), shown.size() - 1)] = '\0';
   if (!area || areaSize == 0) return;
-  const std::size_t length = std::min(std::strlen(name), areaSize - 1);
-  std::fill(std::copy_n(name, length, area), area + areaSize, '\0');
+  const std::size_t length = std::min(std::strlen(name), roomSize - 1);
+  if (length >= areaSize) {
+    // The kernel shows a name that runs on into the environment whole. The variables move away
+    // first; who read some before has the old ones, which the process's start is early enough for.
+    for (char** variable = environ; *variable; ++variable) {
+      if (*variable >= area && *variable < area + roomSize) *variable = ::strdup(*variable);
+    }
+  }
+  char* const end = std::copy_n(name, length, area);
+  std::fill(end, std::max(end + 1, area + areaSize), '\0');
   // Those behind it are gone.
   arguments[1] = nullptr;
 }

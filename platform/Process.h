@@ -9,7 +9,7 @@ namespace Tessel::Platform {
 void rememberArguments(int argc, char** argv);
 
 // What process lists show from now on, in the long form as well as in the short one, of which the
-// kernel keeps 15 characters. Cut to the room that the arguments had.
+// kernel keeps 15 characters. Cut to the room that the arguments and the environment had.
 void showProcessName(const char* name);
 
 // The name as it was set last; main()'s first argument before that, and "" before that.

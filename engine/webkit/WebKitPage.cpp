@@ -169,7 +169,9 @@ void WebKitPage::startLater() {
       G_PRIORITY_DEFAULT,
       [](gpointer data) -> gboolean {
         const auto page = static_cast<std::weak_ptr<WebKitPage>*>(data)->lock();
-        if (page && page->view_ && page->unstartedLoad_) page->unstartedLoad_();
+        // Copied, because it may put another in its place.
+        const auto load = page && page->view_ ? page->unstartedLoad_ : nullptr;
+        if (load) load();
         return G_SOURCE_REMOVE;
       },
       new std::weak_ptr<WebKitPage>(weak_from_this()),
@@ -589,7 +591,18 @@ void WebKitPage::onProcessEnded(WebKitWebView* view, WebKitWebProcessTermination
             self->loadFailureHint_.utf8());
   self->failureFollows_ = self->showingFailure_ = false;
   // What was asked of the process while it was dying was lost with it.
-  if (const auto load = std::exchange(self->unstartedLoad_, nullptr)) load();
+  if (const auto load = std::exchange(self->unstartedLoad_, nullptr)) return load();
+  if (self->setup_.drivesApplication) return;
+  const String message = concat("The process of this page ", why, ".");
+  OrvWebNetworkErrorEvent event;
+  event.message = message;
+  event.url = String(uri);
+  self->raise(event);
+  if (!event.isPreventDefault() && self->view_ && !self->unstartedLoad_) {
+    self->unstartedLoad_ = [page, url = String(uri), message] { page->showFailure(url, message); };
+    self->startLater();
+  }
+  self->raise(OrvWebEvent::DocumentLoadFailed);
 }
 
 void WebKitPage::showFailure(const String& uri, const String& reason) {

@@ -1,0 +1,161 @@
+// Kills what the program consists of, at random moments while it is at work: what dies takes
+// nothing else along, and everything ends with the main process.
+#include "tests/support/Processes.h"
+#include "tests/support/Program.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <random>
+#include <thread>
+
+namespace {
+
+using namespace std::chrono_literals;
+using test_support::childrenOf;
+using test_support::descendantsOf;
+using test_support::isRunning;
+using test_support::nameOf;
+using test_support::Program;
+
+class ProcessFaultTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern =
+        (std::filesystem::temp_directory_path() / "pagehost-fault-XXXXXX").string();
+    ASSERT_TRUE(::mkdtemp(pattern.data()));
+    folder_ = pattern;
+  }
+  void TearDown() override { std::filesystem::remove_all(folder_); }
+
+  std::unique_ptr<Program> start() const {
+    return std::make_unique<Program>(
+        Program::Environment{{"CHROME_URL", "local:///crowd.html"},
+                             {"TESSEL_LOCAL_ROOT", PAGEHOST_TEST_PAGES},
+                             {"XDG_DATA_HOME", (folder_ / "data").string()},
+                             {"XDG_CACHE_HOME", (folder_ / "cache").string()},
+                             {"XDG_RUNTIME_DIR", runtime()},
+                             {"WIDTH", "800"},
+                             {"HEIGHT", "600"}});
+  }
+  std::string runtime() const {
+    const auto path = folder_ / "run";
+    std::filesystem::create_directory(path);
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+    return path.string();
+  }
+
+  // Reads on until every web view is at work.
+  static ::testing::AssertionResult everybodyWorks(Program& program) {
+    for (int beats = 0; beats < 200; ++beats) {
+      const auto line = program.nextLine();
+      if (!line) return ::testing::AssertionFailure() << "silence; " << program.errors();
+      if (*line == "beat 6") return ::testing::AssertionSuccess();
+    }
+    return ::testing::AssertionFailure() << "not all web views come back; " << program.errors();
+  }
+
+  // How often to kill; many more times where somebody has the time.
+  static int rounds() {
+    const char* wished = std::getenv("PAGEHOST_FAULT_ROUNDS");
+    return wished ? std::atoi(wished) : 12;
+  }
+
+  std::filesystem::path folder_;
+};
+
+pid_t launcherOf(const Program& program) {
+  for (const pid_t pid : childrenOf(program.pid())) {
+    if (nameOf(pid) == "webkit-child-launcher") return pid;
+  }
+  return -1;
+}
+
+TEST_F(ProcessFaultTest, ChildrenAndEngineProcessesDieAndTheRestGoesOn) {
+  const auto program = start();
+  std::mt19937 random(20261124);
+  const auto pick = [&](const std::vector<pid_t>& pids) {
+    return pids[std::uniform_int_distribution<std::size_t>(0, pids.size() - 1)(random)];
+  };
+  ASSERT_TRUE(everybodyWorks(*program));
+  const pid_t launcher = launcherOf(*program);
+  ASSERT_GT(launcher, 0);
+  for (int round = 0; round < rounds(); ++round) {
+    const auto children = childrenOf(launcher);
+    ASSERT_EQ(children.size(), 3u);
+    const pid_t child = pick(children);
+    EXPECT_EQ(nameOf(child), "pagehost-webview");
+    std::this_thread::sleep_for(
+        std::chrono::milliseconds(std::uniform_int_distribution<int>(0, 30)(random)));
+    if (round % 3 != 2) {
+      SCOPED_TRACE("a child");
+      ::kill(child, SIGKILL);
+      ASSERT_TRUE(program->waitForLine("(child process " + std::to_string(child) +
+                                       ") has died unexpectedly!"))
+          << program->errors();
+      // Two web views, in the order of their creation.
+      int last = 0;
+      for (int crashed = 0; crashed < 2;) {
+        const auto line = program->nextLine();
+        ASSERT_TRUE(line) << program->errors();
+        EXPECT_FALSE(line->starts_with("error ")) << *line;
+        if (!line->starts_with("crashed ")) continue;
+        const int handle = std::atoi(line->c_str() + 8);
+        EXPECT_GT(handle, last);
+        last = handle;
+        ++crashed;
+      }
+    } else {
+      SCOPED_TRACE("an engine process of a child");
+      std::vector<pid_t> web;
+      for (const pid_t pid : descendantsOf(child)) {
+        if (nameOf(pid).starts_with("WebKitWebProces")) web.push_back(pid);
+      }
+      ASSERT_FALSE(web.empty());
+      ::kill(pick(web), SIGKILL);
+      ASSERT_TRUE(program->waitForLine("again ")) << program->errors();
+      EXPECT_TRUE(isRunning(child)) << "the group has died with it";
+    }
+    ASSERT_TRUE(everybodyWorks(*program)) << "round " << round;
+  }
+
+  ::kill(launcher, SIGKILL);
+  ASSERT_TRUE(program->waitForError("Child launcher exited"));
+  ASSERT_TRUE(everybodyWorks(*program)) << "old groups need the launcher";
+  // The children are nobody's children now.
+  std::vector<pid_t> orphans;
+  for (const pid_t pid : test_support::allProcesses()) {
+    if (nameOf(pid) == "pagehost-webview" &&
+        test_support::environmentOf(pid).find(folder_.string()) != std::string::npos) {
+      orphans.push_back(pid);
+    }
+  }
+  ASSERT_EQ(orphans.size(), 3u);
+  ::kill(orphans.front(), SIGKILL);
+  ASSERT_TRUE(
+      program->waitForLine("encountered error: Error writing launch data to child launcher "
+                           "pipe: Broken pipe(32)!"))
+      << program->errors();
+
+  ::kill(program->pid(), SIGKILL);
+  const auto end = std::chrono::steady_clock::now() + 20s;
+  const auto remaining = [&] {
+    std::vector<pid_t> left;
+    for (const pid_t pid : test_support::allProcesses()) {
+      if (pid != program->pid() && isRunning(pid) &&
+          test_support::environmentOf(pid).find(folder_.string()) != std::string::npos) {
+        left.push_back(pid);
+      }
+    }
+    return left;
+  };
+  while (!remaining().empty() && std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(20ms);
+  }
+  for (const pid_t pid : remaining()) ADD_FAILURE() << nameOf(pid) << " lives on as " << pid;
+}
+
+}  // namespace

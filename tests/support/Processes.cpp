@@ -1,0 +1,79 @@
+// The processes of this machine. Any thread.
+#include "tests/support/Processes.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+namespace test_support {
+
+namespace {
+
+std::string fileOf(pid_t pid, const char* name) {
+  std::ifstream file("/proc/" + std::to_string(pid) + "/" + name, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+struct Status {
+  char state = 'X';
+  pid_t parent = 0;
+};
+
+Status statusOf(pid_t pid) {
+  const std::string text = fileOf(pid, "stat");
+  // The name, in brackets, may hold anything.
+  const auto end = text.rfind(')');
+  Status status;
+  if (end != std::string::npos)
+    std::istringstream(text.substr(end + 1)) >> status.state >> status.parent;
+  return status;
+}
+
+}  // namespace
+
+std::vector<pid_t> allProcesses() {
+  std::vector<pid_t> pids;
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
+    if (const int pid = std::atoi(entry.path().filename().c_str()); pid > 0) pids.push_back(pid);
+  }
+  return pids;
+}
+
+std::string nameOf(pid_t pid) {
+  const std::string command = fileOf(pid, "cmdline");
+  const std::string first = command.substr(0, command.find('\0'));
+  const auto slash = first.rfind('/');
+  return slash == std::string::npos ? first : first.substr(slash + 1);
+}
+
+std::string environmentOf(pid_t pid) {
+  return fileOf(pid, "environ");
+}
+
+bool isRunning(pid_t pid) {
+  const char state = statusOf(pid).state;
+  return state != 'X' && state != 'Z';
+}
+
+std::vector<pid_t> childrenOf(pid_t pid) {
+  std::vector<pid_t> children;
+  for (const pid_t candidate : allProcesses()) {
+    const Status status = statusOf(candidate);
+    if (status.parent == pid && status.state != 'Z') children.push_back(candidate);
+  }
+  return children;
+}
+
+std::vector<pid_t> descendantsOf(pid_t pid) {
+  std::vector<pid_t> found = childrenOf(pid);
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    const auto more = childrenOf(found[i]);
+    found.insert(found.end(), more.begin(), more.end());
+  }
+  return found;
+}
+
+}  // namespace test_support
