@@ -65,6 +65,25 @@ void forBothClients(Visit visit) {
   visit(*webKitThreadMessageClient());
 }
 
+// For the length of a launch the main client hears processes that it does not know. Launches nest:
+// the chrome, served while one waits, may ask for another.
+class HandshakeScope {
+ public:
+  HandshakeScope() {
+    if (++open_ == 1) {
+      MainMessageClient::instance()->setHandshakeMode(false, &IPCSenderHandler::instance());
+    }
+  }
+  ~HandshakeScope() {
+    if (--open_ == 0) MainMessageClient::instance()->setHandshakeMode(true);
+  }
+  HandshakeScope(const HandshakeScope&) = delete;
+  HandshakeScope& operator=(const HandshakeScope&) = delete;
+
+ private:
+  static inline int open_ = 0;
+};
+
 // All bits of both count, however early they differ.
 bool isSameKey(std::uint64_t one, std::uint64_t other) {
   const volatile std::uint64_t difference = one ^ other;
@@ -131,17 +150,16 @@ void IPCSenderGroup::launch() {
   IPCSenderHandler& handler = IPCSenderHandler::instance();
   handler.install();
   handler.addGroup(groupId_, this);
-  MainMessageClient& client = *MainMessageClient::instance();
-  client.setHandshakeMode(false, &handler);
-  if (!writeLaunchRecord()) {
-    const int error = errno;
-    client.setHandshakeMode(true);
-    return setError(concat("Error writing launch data to child launcher pipe", ": ",
-                           std::strerror(error), "(", String::fromSignedInteger(error), ")!"));
-  }
-  if (!waitForHandshake()) {
-    client.setHandshakeMode(true);
-    return setError("Did not receive handshake!");
+  {
+    const HandshakeScope scope;
+    if (!writeLaunchRecord()) {
+      return setError(concat("Error writing launch data to child launcher pipe", ": ",
+                             std::strerror(errno), "(", String::fromSignedInteger(errno), ")!"));
+    }
+    // An error that the handshake met is told already.
+    if (!waitForHandshake()) {
+      return isAwaitingHandshake() ? setError("Did not receive handshake!") : void();
+    }
   }
   connected_ = true;
   if (connectedHook()) connectedHook()(*this, childPid());
@@ -206,9 +224,6 @@ void IPCSenderGroup::handleHandshake(const HandshakeMessage& message) {
     awaitingHandshake_ = false;
   }
   forBothClients([&](MessageClient& client) { client.registerPID(message.pid()); });
-  if (MainMessageClient* const client = MainMessageClient::instance()) {
-    client->setHandshakeMode(true);
-  }
   connectionId_ =
       ConnectAttach(0, message.pid(), message.channelId(), Tessel::Platform::sideChannel, 0);
   if (connectionId_ == -1) {

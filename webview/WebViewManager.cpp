@@ -169,8 +169,8 @@ void WebViewManager::destroyWebView(WebViewHandle handle) {
     const auto entry = std::find_if(groups_.begin(), groups_.end(),
                                     [&](const auto& item) { return item.second == group; });
     // Later, since it may be in the middle of something.
-    if (entry != groups_.end() && group->webViews().empty() && !group->isCreating()) {
-      groups_.erase(entry);
+    if (group && group->webViews().empty() && !group->isCreating()) {
+      if (entry != groups_.end()) groups_.erase(entry);
       GuardedPointerDeleter::deleteGuardedPointer(group);
     }
   }

@@ -103,8 +103,10 @@ void ClientChannel::greet(pid_t pid, const ReceivedMessage& received) {
 void ClientChannel::connected(pid_t pid, ChannelSocket socket) {
   const std::lock_guard lock(mutex_);
   if (closed_) return;
+  // Among the others before it is served: it may end at once.
   connections_.push_back(
-      IncomingConnection::open(weak_from_this(), context_, pid, std::move(socket)));
+      std::make_shared<IncomingConnection>(weak_from_this(), pid, std::move(socket)));
+  connections_.back()->open(context_);
   if (arrived_) ::eventfd_write(arrived_.get(), 1);
 }
 

@@ -48,23 +48,18 @@ struct IncomingConnection::Source {
   static void finalize(GSource* source) { of(source)->connection.~shared_ptr(); }
 };
 
-std::shared_ptr<IncomingConnection> IncomingConnection::open(std::weak_ptr<ClientChannel> channel,
-                                                             GMainContext* context, pid_t pid,
-                                                             ChannelSocket socket) {
+void IncomingConnection::open(GMainContext* context) {
   static GSourceFuncs functions = {Source::prepare,  Source::check, Source::dispatch,
                                    Source::finalize, nullptr,       nullptr};
-  std::shared_ptr<IncomingConnection> connection(
-      new IncomingConnection(std::move(channel), pid, std::move(socket)));
   GSource* const source = g_source_new(&functions, sizeof(Source));
   Source* const own = Source::of(source);
-  own->descriptor = {connection->socket_.fd(), G_IO_IN, 0};
+  own->descriptor = {socket_.fd(), G_IO_IN, 0};
   own->isPolled = false;
-  new (&own->connection) std::shared_ptr<IncomingConnection>(connection);
-  connection->source_ = source;
+  new (&own->connection) std::shared_ptr<IncomingConnection>(shared_from_this());
+  source_ = source;
   g_source_set_name(source, "incoming messages");
   g_source_set_can_recurse(source, TRUE);
   g_source_attach(source, context);
-  return connection;
 }
 
 IncomingConnection::IncomingConnection(std::weak_ptr<ClientChannel> channel, pid_t pid,

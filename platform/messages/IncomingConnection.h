@@ -20,11 +20,11 @@ class ClientChannel;
 
 class IncomingConnection : public std::enable_shared_from_this<IncomingConnection> {
  public:
-  // Any thread. The connection is served by the context until it is closed by either end.
-  static std::shared_ptr<IncomingConnection> open(std::weak_ptr<ClientChannel> channel,
-                                                  _GMainContext* context, pid_t pid,
-                                                  ChannelSocket socket);
+  IncomingConnection(std::weak_ptr<ClientChannel> channel, pid_t pid, ChannelSocket socket);
   ~IncomingConnection();
+
+  // From now on the connection is served by the context until it is closed by either end. Once.
+  void open(_GMainContext* context);
 
   pid_t pid() const { return pid_; }
   // The descriptor is -1 once it is closed.
@@ -37,7 +37,6 @@ class IncomingConnection : public std::enable_shared_from_this<IncomingConnectio
 
  private:
   struct Source;
-  IncomingConnection(std::weak_ptr<ClientChannel> channel, pid_t pid, ChannelSocket socket);
 
   bool mayServe() const;
   void end();

@@ -160,7 +160,10 @@ TEST(GroupTest, AChildThatDiesTakesItsWebViewsAlongInTheirOrderAndNoOthers) {
     const unsigned int first = chrome.create(5);
     const unsigned int second = chrome.create(5);
     const unsigned int other = chrome.create(6);
-    ASSERT_TRUE(iterateUntil([&] { return chrome.manager.isCreated(other); }));
+    ASSERT_TRUE(iterateUntil([&] {
+      return chrome.manager.isCreated(first) && chrome.manager.isCreated(second) &&
+             chrome.manager.isCreated(other);
+    }));
     chrome.events();
     const pid_t process = chrome.processOf(first);
     ::kill(process, SIGKILL);
