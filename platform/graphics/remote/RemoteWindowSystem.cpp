@@ -285,6 +285,9 @@ RemoteWindowSystem::~RemoteWindowSystem() = default;
 
 std::unique_ptr<RemoteWindowSystem> RemoteWindowSystem::create(UniqueFd connection) {
   gdk_set_allowed_backends("x11");
+  // Of the input methods this one asks the display about the window that is typed into, which the
+  // display does not know when it is off screen.
+  if (g_strcmp0(g_getenv("GTK_IM_MODULE"), "xim") == 0) g_unsetenv("GTK_IM_MODULE");
   if (!gtk_init_check(nullptr, nullptr)) return nullptr;
   preparePopUps();
   return std::unique_ptr<RemoteWindowSystem>(new RemoteWindowSystem(std::move(connection)));
