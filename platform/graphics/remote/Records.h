@@ -96,7 +96,7 @@ struct CursorRecord {
   std::int32_t height;
   std::int32_t hotX;
   std::int32_t hotY;
-  std::array<std::uint32_t, imageSide * imageSide> pixels;  // rows of imageSide
+  std::array<std::uint32_t, std::size_t{imageSide} * imageSide> pixels;  // rows of imageSide
 };
 
 // The child asks for the keyboard: for a window, or for the application's window as a whole.
