@@ -216,6 +216,11 @@ TEST_F(RemoteScreenTest, FollowsTheApplicationsWindowAndWhatItDoesByHandle) {
   ASSERT_TRUE(waitFor("size 60 70"));
   EXPECT_TRUE(shows(105, 115, green));
   EXPECT_TRUE(shows(115, 115, black));
+  top_->setWindowRectangle({0, 0, 450, 320});
+  ASSERT_TRUE(waitFor("resized 450 320"));
+  order("tell a");
+  ASSERT_TRUE(waitFor("window"));
+  EXPECT_NE(line_.find(" 60 70"), std::string::npos);
   // What the child changes now leaves the place alone, until it places the window itself.
   order("order a 3");
   EXPECT_TRUE(runUntil([&] { return mirror->state().zOrder == 3; }));

@@ -118,6 +118,7 @@ struct PlacementRecord {
   RecordHeader header;
   std::uint32_t placement;  // the last that the application knows of
   IntRect rect;
+  std::int32_t fillsParent;
   std::int32_t mapped;  // on the screen, as far as its own visibility and its parents' go
   std::int32_t seen;    // mapped, and not faded out
 };

@@ -129,14 +129,17 @@ class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost 
   }
 
   void applicationResized() {
-    if (!state_.fillsParent) return arrange();
-    placed_.reset();
+    // The application may have placed it elsewhere; then it stays there.
+    if (followsParent_) placed_.reset();
     arrange();
   }
 
   void place(const PlacementRecord& record) {
     // An answer to an older rectangle tells nothing of this one.
-    if (record.placement == placement_) placed_ = record.rect;
+    if (record.placement == placement_) {
+      placed_ = record.rect;
+      followsParent_ = record.fillsParent != 0;
+    }
     mapped_ = record.mapped != 0;
     seen_ = record.seen != 0;
     arrange();
@@ -195,6 +198,7 @@ class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost 
   WindowRecord told_{};
   std::uint32_t placement_ = 0;
   std::optional<IntRect> placed_;
+  bool followsParent_ = false;
   bool mapped_ = false;
   bool seen_ = false;
   bool focused_ = false;

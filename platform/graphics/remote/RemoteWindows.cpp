@@ -170,6 +170,7 @@ void RemoteWindows::Connected::mirrorPlaced(int handle) {
   record.placement = mirror->placement;
   record.rect = {0, 0, size.width, size.height};
   if (!state.fillsParent) record.rect = state.rect;
+  record.fillsParent = state.fillsParent;
   record.mapped = mirror->view->isMapped();
   record.seen = mirror->view->isSeen();
   if (std::memcmp(&record, &mirror->placed, sizeof record) == 0) return;
