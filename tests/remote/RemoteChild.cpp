@@ -4,6 +4,8 @@
 //   window NAME X Y W H      a child window; all zero: it covers the application's
 //   content NAME KIND [TEXT] a widget in it: area, entry, combo, or page (TEXT is its document)
 //   place NAME X Y W H, alpha NAME N, order NAME N, show NAME 0|1, color NAME R G B, remove NAME
+//   tint NAME R G B          areas are of that colour from now on, each part 0 or 1
+//   paints NAME              how often areas were drawn, after a time that is enough for more
 //   focus NAME, tell NAME (its handle and size), hang (reads nothing for ever)
 #include "platform/Log.h"
 #include "platform/graphics/Window.h"
@@ -13,6 +15,7 @@
 #include <glib-unix.h>
 #include <webkit2/webkit2.h>
 
+#include <array>
 #include <cstdlib>
 #include <iostream>
 #include <map>
@@ -39,8 +42,12 @@ class Listener final : public WindowListener {
   void windowCloseRequested() override {}
 };
 
+std::array<double, 3> tint{0, 0.8, 0};
+int paints = 0;
+
 gboolean onDraw(GtkWidget*, cairo_t* cairo, gpointer) {
-  cairo_set_source_rgb(cairo, 0, 0.8, 0);
+  ++paints;
+  cairo_set_source_rgb(cairo, tint[0], tint[1], tint[2]);
   cairo_paint(cairo);
   return FALSE;
 }
@@ -69,7 +76,13 @@ gboolean onEvent(GtkWidget*, GdkEvent* event, gpointer) {
       tell("leave");
       return FALSE;
     case GDK_SCROLL:
-      tell("scroll", event->scroll.direction);
+      tell("scroll", event->scroll.direction, event->scroll.delta_y);
+      return TRUE;
+    case GDK_TOUCH_BEGIN:
+    case GDK_TOUCH_UPDATE:
+    case GDK_TOUCH_END:
+    case GDK_TOUCH_CANCEL:
+      tell("touch", event->type - GDK_TOUCH_BEGIN, GPOINTER_TO_UINT(event->touch.sequence), x, y);
       return TRUE;
     case GDK_KEY_PRESS:
       tell("key", gdk_keyval_name(event->key.keyval));
@@ -93,8 +106,10 @@ void onRealize(GtkWidget* area, gpointer) {
   g_object_unref(cursor);
 }
 
+GtkWidget* area = nullptr;
+
 GtkWidget* makeArea() {
-  GtkWidget* area = gtk_drawing_area_new();
+  area = gtk_drawing_area_new();
   gtk_widget_add_events(area, GDK_ALL_EVENTS_MASK & ~GDK_TOUCHPAD_GESTURE_MASK);
   gtk_widget_set_can_focus(area, TRUE);
   g_signal_connect(area, "draw", G_CALLBACK(onDraw), nullptr);
@@ -180,6 +195,15 @@ void obey(const std::string& line) {
     color.blue = byte();
     clearBuffer(window, color);
     window.post({0, 0, 1, 1});
+  } else if (order == "tint") {
+    for (double& part : tint) part = number();
+    gtk_widget_queue_draw(area);
+  } else if (order == "paints") {
+    const auto told = [](gpointer) -> gboolean {
+      tell("paints", paints);
+      return G_SOURCE_REMOVE;
+    };
+    g_timeout_add(200, told, nullptr);
   } else if (order == "focus") {
     window.surface()->requestKeyboardFocus();
   } else if (order == "tell") {

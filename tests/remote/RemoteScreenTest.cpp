@@ -6,8 +6,8 @@
 #include "tests/support/Screen.h"
 
 #include <fcntl.h>
-#include <glib.h>
 #include <gtest/gtest.h>
+#include <gtk/gtk.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -216,6 +216,11 @@ TEST_F(RemoteScreenTest, FollowsTheApplicationsWindowAndWhatItDoesByHandle) {
   ASSERT_TRUE(waitFor("size 60 70"));
   EXPECT_TRUE(shows(105, 115, green));
   EXPECT_TRUE(shows(115, 115, black));
+  top_->setWindowRectangle({0, 0, 450, 320});
+  ASSERT_TRUE(waitFor("resized 450 320"));
+  order("tell a");
+  ASSERT_TRUE(waitFor("window"));
+  EXPECT_NE(line_.find(" 60 70"), std::string::npos);
   // What the child changes now leaves the place alone, until it places the window itself.
   order("order a 3");
   EXPECT_TRUE(runUntil([&] { return mirror->state().zOrder == 3; }));
@@ -259,7 +264,50 @@ TEST_F(RemoteScreenTest, TakesInput) {
   EXPECT_TRUE(waitFor("focus 1"));
 }
 
-TEST_F(RemoteScreenTest, TypesAndComposesInAnEntry) {
+// There is no such device on the display of the tests: what the toolkit makes of one comes from
+// here.
+TEST_F(RemoteScreenTest, TakesTouchesAndSmoothScrolling) {
+  order("window a 100 50 200 200");
+  order("content a area");
+  ASSERT_TRUE(shows(200, 150, green));
+  movePointer(150, 70);
+  ASSERT_TRUE(waitFor("enter"));
+  GdkSeat* seat = gdk_display_get_default_seat(gdk_display_get_default());
+  GdkWindow* below =
+      gdk_device_get_window_at_position(gdk_seat_get_pointer(seat), nullptr, nullptr);
+  ASSERT_TRUE(below);
+  const auto happen = [&](GdkEventType type, auto fill) {
+    GdkEvent* event = gdk_event_new(type);
+    event->any.window = GDK_WINDOW(g_object_ref(below));
+    gdk_event_set_device(event, gdk_seat_get_pointer(seat));
+    fill(event);
+    gtk_main_do_event(event);
+    gdk_event_free(event);
+  };
+  const auto touch = [&](guint sequence, double x) {
+    return [=](GdkEvent* event) {
+      event->touch.sequence = static_cast<GdkEventSequence*>(GUINT_TO_POINTER(sequence));
+      event->touch.x = x;
+      event->touch.y = 7;
+    };
+  };
+  happen(GDK_TOUCH_BEGIN, touch(5, 10));
+  happen(GDK_TOUCH_BEGIN, touch(6, 20));
+  happen(GDK_TOUCH_UPDATE, touch(5, 12));
+  happen(GDK_TOUCH_END, touch(6, 20));
+  happen(GDK_TOUCH_CANCEL, touch(5, 12));
+  for (const char* line :
+       {"touch 0 5 10 7", "touch 0 6 20 7", "touch 1 5 12 7", "touch 2 6 20 7", "touch 3 5 12 7"}) {
+    EXPECT_TRUE(waitFor(line)) << line;
+  }
+  happen(GDK_SCROLL, [](GdkEvent* event) {
+    event->scroll.direction = GDK_SCROLL_SMOOTH;
+    event->scroll.delta_y = 0.25;
+  });
+  EXPECT_TRUE(waitFor("scroll 4 0.25"));
+}
+
+TEST_F(RemoteScreenTest, TypesIntoAnEntry) {
   order("window a 10 10 200 40");
   order("content a entry");
   order("focus a");
@@ -310,6 +358,54 @@ TEST_F(RemoteScreenTest, ShowsAPage) {
   EXPECT_TRUE(waitFor("title wheel true"));
   endChild();
   EXPECT_TRUE(shows(340, 240, black));
+}
+
+// The menu of a select element is a window of the child's own and takes the pointer.
+TEST_F(RemoteScreenTest, OpensTheMenuOfAPageAndShowsItsCursor) {
+  order("window a 50 50 300 200");
+  order(
+      "content a page <body style='margin:0;background:#00cc00'>"
+      "<select style='position:absolute;left:20px;top:60px;width:100px;height:30px' "
+      "onchange='document.title=\"picked \"+value'><option>one<option>two<option>three</select>"
+      "<a href='about:blank' style='position:absolute;left:200px;top:0;width:60px;height:60px;"
+      "background:#00f'></a>");
+  ASSERT_TRUE(shows(340, 240, green));
+  ASSERT_TRUE(shows(280, 80, blue));
+  click(90, 125);
+  ASSERT_TRUE(runUntil([] { return test_support::pixelAt(150, 190) != green; }));
+  EXPECT_EQ(test_support::pixelAt(65, 190), green) << "it is as far to the left as its element";
+  click(90, 175);
+  EXPECT_TRUE(waitFor("title picked two"));
+  EXPECT_TRUE(shows(150, 190, green));
+
+  movePointer(280, 80);
+  GdkDisplay* ours = gdk_display_get_default();
+  GdkDevice* pointer = gdk_seat_get_pointer(gdk_display_get_default_seat(ours));
+  GdkCursor* hand = gdk_cursor_new_from_name(ours, "pointer");
+  EXPECT_TRUE(runUntil([&] {
+    GdkWindow* below = gdk_device_get_window_at_position(pointer, nullptr, nullptr);
+    return below && hand && gdk_window_get_cursor(below) == hand;
+  }));
+  g_clear_object(&hand);
+}
+
+// What nobody sees is not painted, and what is shown again is up to date.
+TEST_F(RemoteScreenTest, PaintsNothingWhileNothingCanBeSeen) {
+  order("window a 0 0 100 100");
+  order("content a area");
+  ASSERT_TRUE(shows(50, 50, green));
+  order("alpha a 0");
+  ASSERT_TRUE(shows(50, 50, black));
+  order("tint a 0 0 1");
+  order("paints a");
+  ASSERT_TRUE(waitFor("paints"));
+  const std::string before = line_;
+  order("tint a 1 0 0");
+  order("paints a");
+  ASSERT_TRUE(waitFor("paints"));
+  EXPECT_EQ(line_, before);
+  order("alpha a 255");
+  EXPECT_TRUE(shows(50, 50, red));
 }
 
 }  // namespace

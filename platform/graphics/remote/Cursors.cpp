@@ -108,7 +108,7 @@ GdkCursor* cursorFor(const CursorRecord& record, GdkDisplay* display) {
   if (record.kind != CursorRecord::Image) return nullptr;
   cairo_surface_t* image =
       cairo_image_surface_create(CAIRO_FORMAT_ARGB32, record.width, record.height);
-  const std::size_t stride = static_cast<std::size_t>(cairo_image_surface_get_stride(image));
+  const auto stride = static_cast<std::size_t>(cairo_image_surface_get_stride(image));
   unsigned char* rows = cairo_image_surface_get_data(image);
   for (int row = 0; row < record.height; ++row) {
     std::memcpy(rows + stride * static_cast<std::size_t>(row),

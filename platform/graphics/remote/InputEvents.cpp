@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 
 namespace Tessel::Platform::Graphics::Remote {
 
@@ -39,7 +40,7 @@ void giveKeyText(GdkEventKey& key) {
 }
 
 GdkEventSequence* sequenceOf(std::uint64_t number) {
-  return reinterpret_cast<GdkEventSequence*>(static_cast<std::uintptr_t>(number));
+  return std::bit_cast<GdkEventSequence*>(static_cast<std::uintptr_t>(number));
 }
 
 }  // namespace

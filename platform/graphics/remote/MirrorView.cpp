@@ -117,8 +117,8 @@ void MirrorView::watchButtons(const GdkEvent* event) {
   GdkModifierType state{};
   gdk_event_get_state(event, &state);
   if (type == GDK_BUTTON_PRESS) {
+    if (grabbed_) return;
     gdk_seat_ungrab(seat);
-    grabbed_ = false;
     // Before the child process hears of it.
     gdk_display_flush(gdk_window_get_display(event->any.window));
   } else if (type == GDK_LEAVE_NOTIFY && event->crossing.mode != GDK_CROSSING_GRAB &&

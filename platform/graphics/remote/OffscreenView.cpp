@@ -63,6 +63,10 @@ OffscreenView::OffscreenView(OffscreenViews& views, int window, GtkWidget* conte
   // Lets the content be of any size, whatever it would like.
   stackContainerPut(stack_, content_, WindowState());
   gtk_widget_show(stack_);
+  start();
+}
+
+void OffscreenView::start() {
   g_signal_connect(window_, "draw", G_CALLBACK(onDraw), this);
   gtk_widget_realize(window_);
   clock_ = GDK_FRAME_CLOCK(g_object_ref(gtk_widget_get_frame_clock(window_)));
@@ -119,11 +123,11 @@ void OffscreenView::setCanFocus(bool canFocus) {
   gtk_widget_set_can_focus(content_, canFocus);
 }
 
-void OffscreenView::setPlace(GdkWindow* applicationWindow, IntPoint place) {
+void OffscreenView::setPlace(GdkWindow* embedder, IntPoint place) {
   place_ = place;
   GdkWindow* outermost = gtk_widget_get_window(window_);
-  if (gdk_offscreen_window_get_embedder(outermost) == applicationWindow) return;
-  gdk_offscreen_window_set_embedder(outermost, applicationWindow);
+  if (gdk_offscreen_window_get_embedder(outermost) == embedder) return;
+  gdk_offscreen_window_set_embedder(outermost, embedder);
 }
 
 void OffscreenView::setFocused(bool focused) {

@@ -34,7 +34,7 @@ class OffscreenView {
   void setCanFocus(bool canFocus);
   // Where on the screen it seems to be: that far from the corner of the application's window. Menus
   // and tooltips open there. The window is null while there is none.
-  void setPlace(GdkWindow* applicationWindow, IntPoint place);
+  void setPlace(GdkWindow* embedder, IntPoint place);
   void setFocused(bool focused);
   void frameShown(std::uint32_t frame);
   // The view may be gone afterwards.
@@ -58,6 +58,7 @@ class OffscreenView {
   static gboolean onDraw(GtkWidget* widget, cairo_t* cairo, gpointer self);
   static void onAfterPaint(GdkFrameClock* clock, gpointer self);
   static void onCursor(GdkWindow* window, GParamSpec* property, gpointer self);
+  void start();
   void paint();
   bool prepareFile(IntSize size);
   void sendFrame(bool newFile);

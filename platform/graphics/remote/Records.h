@@ -96,7 +96,7 @@ struct CursorRecord {
   std::int32_t height;
   std::int32_t hotX;
   std::int32_t hotY;
-  std::array<std::uint32_t, imageSide * imageSide> pixels;  // rows of imageSide
+  std::array<std::uint32_t, std::size_t{imageSide} * imageSide> pixels;  // rows of imageSide
 };
 
 // The child asks for the keyboard: for a window, or for the application's window as a whole.
@@ -118,6 +118,7 @@ struct PlacementRecord {
   RecordHeader header;
   std::uint32_t placement;  // the last that the application knows of
   IntRect rect;
+  std::int32_t fillsParent;
   std::int32_t mapped;  // on the screen, as far as its own visibility and its parents' go
   std::int32_t seen;    // mapped, and not faded out
 };

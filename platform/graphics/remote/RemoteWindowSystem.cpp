@@ -129,14 +129,17 @@ class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost 
   }
 
   void applicationResized() {
-    if (!state_.fillsParent) return arrange();
-    placed_.reset();
+    // The application may have placed it elsewhere; then it stays there.
+    if (followsParent_) placed_.reset();
     arrange();
   }
 
   void place(const PlacementRecord& record) {
     // An answer to an older rectangle tells nothing of this one.
-    if (record.placement == placement_) placed_ = record.rect;
+    if (record.placement == placement_) {
+      placed_ = record.rect;
+      followsParent_ = record.fillsParent != 0;
+    }
     mapped_ = record.mapped != 0;
     seen_ = record.seen != 0;
     arrange();
@@ -195,6 +198,7 @@ class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost 
   WindowRecord told_{};
   std::uint32_t placement_ = 0;
   std::optional<IntRect> placed_;
+  bool followsParent_ = false;
   bool mapped_ = false;
   bool seen_ = false;
   bool focused_ = false;
@@ -285,6 +289,9 @@ RemoteWindowSystem::~RemoteWindowSystem() = default;
 
 std::unique_ptr<RemoteWindowSystem> RemoteWindowSystem::create(UniqueFd connection) {
   gdk_set_allowed_backends("x11");
+  // Of the input methods this one asks the display about the window that is typed into, which the
+  // display does not know when it is off screen.
+  if (g_strcmp0(g_getenv("GTK_IM_MODULE"), "xim") == 0) g_unsetenv("GTK_IM_MODULE");
   if (!gtk_init_check(nullptr, nullptr)) return nullptr;
   preparePopUps();
   return std::unique_ptr<RemoteWindowSystem>(new RemoteWindowSystem(std::move(connection)));

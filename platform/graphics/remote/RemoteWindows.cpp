@@ -79,6 +79,9 @@ class RemoteWindows::Connected final : public WindowConnection::Client, public M
   void mirrorInput(const InputRecord& record) override;
 
   const char* receiveWindow(const WindowRecord& record);
+  const char* receiveGone(const WindowGoneRecord& record);
+  const char* receiveFill(const FillRecord& record);
+  const char* receiveCursor(const CursorRecord& record);
   const char* receiveFrame(const FrameRecord& record, UniqueFd file);
   void requestKeyboard(int window);
   void apply(Mirror& mirror, const WindowState& state);
@@ -167,6 +170,7 @@ void RemoteWindows::Connected::mirrorPlaced(int handle) {
   record.placement = mirror->placement;
   record.rect = {0, 0, size.width, size.height};
   if (!state.fillsParent) record.rect = state.rect;
+  record.fillsParent = state.fillsParent;
   record.mapped = mirror->view->isMapped();
   record.seen = mirror->view->isSeen();
   if (std::memcmp(&record, &mirror->placed, sizeof record) == 0) return;
@@ -187,51 +191,61 @@ const char* RemoteWindows::Connected::receive(std::span<const char> bytes, Uniqu
   if (bytes.size() < sizeof header) return malformed;
   std::memcpy(&header, bytes.data(), sizeof header);
   if (file && header.type != RecordType::Frame) return malformed;
+  // Hands the bytes on as what their header says they are.
+  const auto pass = [&](auto record, auto handler) {
+    return readRecord(bytes, record) ? handler(record) : malformed;
+  };
   switch (header.type) {
-    case RecordType::Window: {
-      WindowRecord record;
-      return readRecord(bytes, record) && isSound(record) ? receiveWindow(record) : malformed;
-    }
-    case RecordType::WindowGone: {
-      const auto gone = mirrors_.find(header.window);
-      if (bytes.size() != sizeof(WindowGoneRecord) || gone == mirrors_.end()) return malformed;
-      remove(gone->second);
-      mirrors_.erase(gone);
-      return nullptr;
-    }
-    case RecordType::Fill: {
-      FillRecord record;
-      Mirror* mirror = find(header.window);
-      if (!readRecord(bytes, record) || !mirror) return malformed;
-      if (!mirror->window) return nullptr;
-      clearBuffer(*mirror->window.get(), record.color);
-      const IntSize size = mirror->window->surfaceSize();
-      mirror->window->post({0, 0, size.width, size.height});
-      return nullptr;
-    }
-    case RecordType::Frame: {
-      FrameRecord record;
-      return readRecord(bytes, record) && isSound(record) ? receiveFrame(record, std::move(file))
-                                                          : malformed;
-    }
-    case RecordType::Cursor: {
-      CursorRecord record;
-      Mirror* mirror = find(header.window);
-      if (!readRecord(bytes, record) || !mirror) return malformed;
-      if (const char* fault = faultOf(record)) return fault;
-      if (mirror->view) mirror->view->setCursor(record);
-      return nullptr;
-    }
+    case RecordType::Window:
+      return pass(WindowRecord{}, [&](const auto& record) { return receiveWindow(record); });
+    case RecordType::WindowGone:
+      return pass(WindowGoneRecord{}, [&](const auto& record) { return receiveGone(record); });
+    case RecordType::Fill:
+      return pass(FillRecord{}, [&](const auto& record) { return receiveFill(record); });
+    case RecordType::Frame:
+      return pass(FrameRecord{},
+                  [&](const auto& record) { return receiveFrame(record, std::move(file)); });
+    case RecordType::Cursor:
+      return pass(CursorRecord{}, [&](const auto& record) { return receiveCursor(record); });
     case RecordType::KeyboardRequest:
-      if (bytes.size() != sizeof(KeyboardRequestRecord)) return malformed;
-      requestKeyboard(header.window);
-      return nullptr;
+      return pass(KeyboardRequestRecord{}, [&](const auto& record) {
+        requestKeyboard(record.header.window);
+        return static_cast<const char*>(nullptr);
+      });
     default:
       return "there is no such record";
   }
 }
 
+const char* RemoteWindows::Connected::receiveGone(const WindowGoneRecord& record) {
+  const auto gone = mirrors_.find(record.header.window);
+  if (gone == mirrors_.end()) return malformed;
+  remove(gone->second);
+  mirrors_.erase(gone);
+  return nullptr;
+}
+
+const char* RemoteWindows::Connected::receiveFill(const FillRecord& record) {
+  const Mirror* mirror = find(record.header.window);
+  if (!mirror) return malformed;
+  if (Window* window = mirror->window.get()) {
+    clearBuffer(*window, record.color);
+    const IntSize size = window->surfaceSize();
+    window->post({0, 0, size.width, size.height});
+  }
+  return nullptr;
+}
+
+const char* RemoteWindows::Connected::receiveCursor(const CursorRecord& record) {
+  const Mirror* mirror = find(record.header.window);
+  if (!mirror) return malformed;
+  if (const char* fault = faultOf(record)) return fault;
+  if (mirror->view) mirror->view->setCursor(record);
+  return nullptr;
+}
+
 const char* RemoteWindows::Connected::receiveWindow(const WindowRecord& record) {
+  if (!isSound(record)) return malformed;
   const int handle = record.header.window;
   const WindowState state = stateOf(record);
   Mirror* mirror = find(handle);
@@ -277,7 +291,7 @@ void RemoteWindows::Connected::apply(Mirror& mirror, const WindowState& state) {
 
 const char* RemoteWindows::Connected::receiveFrame(const FrameRecord& record, UniqueFd file) {
   Mirror* mirror = find(record.header.window);
-  if (!mirror || (file ? 1 : 0) != record.newFile) return malformed;
+  if (!mirror || !isSound(record) || (file ? 1 : 0) != record.newFile) return malformed;
   // Without a display nothing is shown, but what is wrong is wrong there, too.
   FrameFile opened;
   const IntSize size{record.width, record.height};
