@@ -101,7 +101,7 @@ void IPCSenderGroup::onGone(GoneHook hook) {
 }
 
 IPCSenderGroup::IPCSenderGroup(unsigned int groupId)
-    : groupId_(groupId), accepted_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    : groupId_(groupId), settled_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   launch();
 }
 
@@ -128,6 +128,11 @@ IPCSenderGroup::~IPCSenderGroup() {
 int IPCSenderGroup::childPid() const {
   const std::lock_guard lock(mutex_);
   return childPid_;
+}
+
+String IPCSenderGroup::lastError() const {
+  const std::lock_guard lock(mutex_);
+  return lastError_;
 }
 
 bool IPCSenderGroup::isAwaitingHandshake() const {
@@ -158,7 +163,8 @@ void IPCSenderGroup::launch() {
     }
     // An error that the handshake met is told already.
     if (!waitForHandshake()) {
-      return isAwaitingHandshake() ? setError("Did not receive handshake!") : void();
+      if (lastError().isEmpty()) setError("Did not receive handshake!");
+      return;
     }
   }
   connected_ = true;
@@ -201,14 +207,12 @@ bool IPCSenderGroup::waitForHandshake() {
   const auto deadline = Clock::now() + handshakeLimit;
   MainThreadWait wait;
   std::vector<pollfd> own;
-  while (childPid() == -1) {
+  for (;;) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-    // An error that the handshake met has ended the wait for it.
-    if (left.count() <= 0 || !isAwaitingHandshake()) return childPid() != -1;
-    own.assign(1, pollfd{accepted_.get(), POLLIN, 0});
-    wait.poll(own, left);
+    if (left.count() <= 0) return false;
+    own.assign(1, pollfd{settled_.get(), POLLIN, 0});
+    if (wait.poll(own, left)) return childPid() != -1;
   }
-  return true;
 }
 
 void IPCSenderGroup::handleHandshake(const HandshakeMessage& message) {
@@ -235,7 +239,7 @@ void IPCSenderGroup::handleHandshake(const HandshakeMessage& message) {
     const std::lock_guard lock(mutex_);
     childPid_ = message.pid();
   }
-  ::eventfd_write(accepted_.get(), 1);
+  ::eventfd_write(settled_.get(), 1);
 }
 
 IPCSenderWebView* IPCSenderGroup::createRemoteWebView(unsigned int handle,

@@ -38,7 +38,8 @@ class IPCSenderGroup : public Tessel::Platform::GuardedPointerBase {
   bool isAwaitingHandshake() const;
   int connectionId() const { return connectionId_; }
   int childPid() const;
-  const String& lastError() const { return lastError_; }
+  // The text of the last one; "" for none. Any thread.
+  String lastError() const;
   // The web views that live in the child, in the order of their creation.
   const std::vector<IPCSenderWebView*>& webViews() const { return webViews_; }
   // True from the start of a creation on, and for ever. Any thread.
@@ -87,14 +88,14 @@ class IPCSenderGroup : public Tessel::Platform::GuardedPointerBase {
   const unsigned int groupId_;
   std::atomic<bool> connected_ = false;
   std::atomic<int> connectionId_ = -1;
-  String lastError_;
   std::vector<IPCSenderWebView*> webViews_;  // the manager's
   int creating_ = 0;
-  Tessel::Platform::UniqueFd accepted_;  // readable once the handshake was accepted
+  Tessel::Platform::UniqueFd settled_;  // readable once the handshake has come to something
 
   mutable std::mutex mutex_;
   // All below under the mutex.
   int childPid_ = -1;
+  String lastError_;
   std::uint64_t handshakeKey_ = 0;
   bool awaitingHandshake_ = false;
   std::set<unsigned int> hosted_;
