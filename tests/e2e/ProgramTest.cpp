@@ -152,13 +152,15 @@ TEST_F(EngineTest, EventsAndCommandsWorkOnRealPages) {
   runSuites("");
 }
 
-// The program has no child processes yet.
-TEST_F(EngineTest, DISABLED_EventsAndCommandsWorkInAChildProcess) {
+TEST_F(EngineTest, EventsAndCommandsWorkInAChildProcess) {
   runSuites("1");
 }
 
-TEST_F(ProgramTest, WebViewsAreSeenWhereTheyArePlaced) {
-  Program program(environment("placing.html"));
+// In the program's own process, or in a child.
+class PlacingTest : public ProgramTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(PlacingTest, WebViewsAreSeenWhereTheyArePlaced) {
+  Program program(environment(std::string("placing.html") + GetParam()));
   ASSERT_TRUE(program.waitForLine("placed")) << program.errors();
   EXPECT_TRUE(waitForPixel(50, 50, {0, 0, 200})) << "the chrome";
   EXPECT_TRUE(waitForPixel(150, 150, {200, 0, 0})) << "the red page";
@@ -171,6 +173,8 @@ TEST_F(ProgramTest, WebViewsAreSeenWhereTheyArePlaced) {
   EXPECT_TRUE(waitForPixel(250, 250, {200, 0, 0})) << "the red page was raised";
   EXPECT_TRUE(waitForPixel(350, 350, {0, 0, 200})) << "the green page was hidden";
 }
+
+INSTANTIATE_TEST_SUITE_P(InEitherProcess, PlacingTest, testing::Values("", "?process=1"));
 
 TEST_F(ProgramTest, DeletingTheLastWebViewEndsTheProgramWithStatusZero) {
   Program program(environment("lastview.html"));

@@ -1,6 +1,6 @@
 // What commands do to real pages.
-import { answers, bodies, createView, equal, errors, events, happened, native, ok, test, until }
-  from './suite.js';
+import { answers, bodies, createView, equal, errors, events, happened, native, ok, process, test,
+  until } from './suite.js';
 
 const query = new URLSearchParams(location.search);
 const server = query.get('server');
@@ -337,6 +337,19 @@ test('what is under the pointer is told', async () => {
   await until(() => changed(view, 'CurrentContext'));
   equal(JSON.parse(get(view, 'currentContext')).url, '');
   equal(JSON.parse(get(view, 'certificateInfo')).trusted, 0);
+  native('webview.delete', view);
+});
+
+// Each process has functions of its own: a child's know no window of the program.
+test('a page may be let at the native functions of its process', async () => {
+  const view = await createView();
+  get(view, 'setJSWebViewBindings', true);
+  await loaded(view, () => native('webview.loadString', view, `<title></title><script>
+    const all = orv.callNative('bindingManager.listBindings').split('\\n');
+    document.title = [all.includes('webview.loadURL'), all.includes('applicationWindow.setSize')];
+    <\/script>`));
+  await until(() => get(view, 'title') !== '');
+  equal(get(view, 'title'), `true,${!process}`);
   native('webview.delete', view);
 });
 
