@@ -96,20 +96,23 @@ int childMain(unsigned int groupId, int parentPid, int mainChannelId, int webEng
   const int mainConnection = ConnectAttach(0, parentPid, mainChannelId, sideChannel, 0);
   const int webEngineConnection = ConnectAttach(0, parentPid, webEngineChannelId, sideChannel, 0);
   if (mainConnection == -1 || webEngineConnection == -1) return 1;
-  MainMessageClient client(3, -1);
-  BenchReceiver receiver(mainConnection, webEngineConnection);
-  client.installMessageHandler(&receiver);
-  client.registerPID(parentPid);
-  client.serveDuringWaits();
-  MessageClient::sendMessage(
-      std::make_unique<HandshakeMessage>(groupId, ::getpid(), client.channelId(), key),
-      mainConnection);
-  if (groupId == servingGroup) {
-    FakePageFactory::instance();
-    new Window(WindowType::Application, nullptr, {0, 0, 800, 600}, {}, {}, 0, false, windowGroup);
+  int status = 0;
+  {
+    MainMessageClient client(3, -1);
+    BenchReceiver receiver(mainConnection, webEngineConnection);
+    client.installMessageHandler(&receiver);
+    client.registerPID(parentPid);
+    client.serveDuringWaits();
+    MessageClient::sendMessage(
+        std::make_unique<HandshakeMessage>(groupId, ::getpid(), client.channelId(), key),
+        mainConnection);
+    if (groupId == servingGroup) {
+      FakePageFactory::instance();
+      new Window(WindowType::Application, nullptr, {0, 0, 800, 600}, {}, {}, 0, false, windowGroup);
+    }
+    status = client.run();
+    client.removeMessageHandler(&receiver);
   }
-  const int status = client.run();
-  client.removeMessageHandler(&receiver);
   // Without the line that a child's end is worth in the log.
   ::_exit(status);
 }
@@ -204,7 +207,7 @@ void measureCalls(const IPCSenderGroup& group, const IPCSenderWebView& view, int
         return timed(1, body);
       };
     };
-    compare(what + ", after 2 ms", 300, after(pause, call), after(pause, floor),
+    compare(what + ", after 2 ms", 1500, after(pause, call), after(pause, floor),
             after(pause, other));
     compare(what + ", cold caches", 200, after(thrash, call), after(thrash, floor),
             after(thrash, other));
@@ -238,18 +241,27 @@ void measurePosts(const IPCSenderGroup& group, int processor) {
   client.installMessageHandler(&IPCSenderHandler::instance());
 }
 
+// Until the child before has gone altogether.
+void settle() {
+  ::usleep(20'000);
+}
+
 void measureLaunches(bench::BareLauncher& bare) {
   unsigned int id = servingGroup;
   compare(
       "launch until the handshake, any CPU", 200,
       [&] {
+        settle();
         const auto begin = Clock::now();
         const IPCSenderGroup group(++id);
         const auto end = Clock::now();
         if (!group.isConnected()) giveUp("a child did not come");
         return std::chrono::duration<double, std::micro>(end - begin).count();
       },
-      [&] { return timed(1, [&] { bare.launch(); }); });
+      [&] {
+        settle();
+        return timed(1, [&] { bare.launch(); });
+      });
 }
 
 }  // namespace

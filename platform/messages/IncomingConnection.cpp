@@ -42,7 +42,7 @@ struct IncomingConnection::Source {
   }
   static gboolean dispatch(GSource* source, GSourceFunc, gpointer) {
     const auto connection = of(source)->connection;
-    if (connection->mayServe()) connection->serveOne();
+    connection->serveSome();
     return connection->ended_ ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
   }
   static void finalize(GSource* source) { of(source)->connection.~shared_ptr(); }
@@ -84,25 +84,37 @@ bool IncomingConnection::mayServe() const {
   return channel && channel->isServedDuringWaits();
 }
 
-bool IncomingConnection::serveOne() {
-  if (ended_) return false;
+void IncomingConnection::serveSome() {
+  constexpr int most = 16;
+  for (int i = 0; i < most && mayServe(); ++i) {
+    if (serveOne() != Served::One) return;
+  }
+}
+
+void IncomingConnection::serveAll() {
+  while (serveOne() != Served::Nothing) {
+  }
+}
+
+IncomingConnection::Served IncomingConnection::serveOne() {
+  if (ended_) return Served::Nothing;
   const auto self = shared_from_this();
   const auto channel = channel_.lock();
   if (!channel || closing_ || (socket_.hasUnsent() && !socket_.flush())) {
     end();
-    return false;
+    return Served::Nothing;
   }
   switch (socket_.receive(received_)) {
     case ChannelSocket::Outcome::Nothing:
-      return false;
+      return Served::Nothing;
     case ChannelSocket::Outcome::Closed:
       end();
-      return false;
+      return Served::Nothing;
     case ChannelSocket::Outcome::Malformed:
       logAlways(LogError, "The connection of process %d is closed: it sent what is no message.",
                 static_cast<int>(pid_));
       end();
-      return false;
+      return Served::Nothing;
     case ChannelSocket::Outcome::Message:
       break;
   }
@@ -112,20 +124,21 @@ bool IncomingConnection::serveOne() {
     logAlways(LogError, "The connection of process %d is closed: a message has no header.",
               static_cast<int>(pid_));
     end();
-    return false;
+    return Served::Nothing;
   }
   const bool isOwed = (header.flags & MessageHeader::wantsReply) != 0;
   const std::uint64_t id = std::uint64_t{header.replyIdHigh} << 32 | header.replyIdLow;
   ReplyBytes bytes;
-  const auto message =
-      channel->knows(pid_) ? deserializeMessage(received_.blobs()) : nullptr;
+  bool isLast = isOwed;
+  const auto message = channel->knows(pid_) ? deserializeMessage(received_.blobs()) : nullptr;
   if (message) {
     message->setSenderPid(pid_);
     if (isOwed) message->setReply(&bytes);
-    channel->deliver(*message);
+    isLast = !channel->deliver(*message) || isLast;
   }
   if (isOwed) reply(header.type, id, bytes.bytes());
-  return !ended_;
+  if (ended_) return Served::Nothing;
+  return isLast ? Served::Last : Served::One;
 }
 
 void IncomingConnection::reply(int type, std::uint64_t id, std::string_view bytes) {
