@@ -79,9 +79,10 @@ class BenchReceiver final : public MessageHandler {
       FakePageFactory::instance().pageOf(*view)->client.update<&PageState::title>(order.value());
     } else {
       const int count = std::atoi(order.name().utf8());
+      const String text(std::string(std::size_t(std::atoi(order.value().utf8())), 't'));
       for (int i = 0; i < count; ++i) {
-        MessageClient::sendMessage(
-            std::make_unique<CreateWebViewMessage>(handle, order.value(), 0, nullptr), main_);
+        MessageClient::sendMessage(std::make_unique<CreateWebViewMessage>(handle, text, 0, nullptr),
+                                   main_);
       }
     }
   }
@@ -226,10 +227,10 @@ void measurePosts(const IPCSenderGroup& group, int processor) {
   for (const std::size_t length : {std::size_t(0), std::size_t(4096)}) {
     // As many as the kernel takes before anybody reads.
     const int together = length == 0 ? 100 : 16;
-    const String text(std::string(length, 't'));
     const auto posts = [&] {
       counter.count = 0;
-      group.sendMessage(std::make_unique<SetEnvMessage>(String::fromSignedInteger(together), text));
+      group.sendMessage(std::make_unique<SetEnvMessage>(String::fromSignedInteger(together),
+                                                        String::fromSignedInteger(int(length))));
       while (counter.count < together) g_main_context_iteration(nullptr, TRUE);
     };
     const auto floor = [&] { stream.receive(together, post(length)); };

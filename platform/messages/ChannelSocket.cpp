@@ -109,7 +109,7 @@ struct Preamble {
 static_assert(offsetof(Preamble, lengths) == sizeof(DatagramHeader));
 
 // Up to here a copy is cheaper than that the kernel looks at every piece.
-constexpr std::size_t smallDatagram = 1024;
+constexpr std::size_t smallDatagram = 8192;
 
 // Too many descriptors on their way (ETOOMANYREFS) is a full socket by another name.
 bool isFull(int error) {
