@@ -245,6 +245,8 @@ void measurePosts(const IPCSenderGroup& group, int processor) {
 // Until the child before has gone altogether.
 void settle() {
   ::usleep(20'000);
+  while (g_main_context_iteration(nullptr, FALSE)) {
+  }
 }
 
 void measureLaunches(bench::BareLauncher& bare) {
