@@ -100,12 +100,15 @@ IncomingConnection::Served IncomingConnection::serveOne() {
   if (ended_) return Served::Nothing;
   const auto self = shared_from_this();
   const auto channel = channel_.lock();
-  if (!channel || closing_ || (socket_.hasUnsent() && !socket_.flush())) {
+  if (!channel || closing_) {
     end();
     return Served::Nothing;
   }
+  // Who takes no replies any more may still have sent something.
+  const bool isDeaf = socket_.hasUnsent() && !socket_.flush();
   switch (socket_.receive(received_)) {
     case ChannelSocket::Outcome::Nothing:
+      if (isDeaf) end();
       return Served::Nothing;
     case ChannelSocket::Outcome::Closed:
       end();
