@@ -142,29 +142,40 @@ double part(std::vector<double> values, double portion) {
 // Only what is called like this is measured; everything when it is empty.
 std::string wanted;
 
-// Measures the figure, its floor and, for comparison, something else, turn by turn, and prints
+// What a call is compared with beside its floor.
+struct Comparisons {
+  std::function<double()> polling;  // the floor, with a poll before each receive
+  std::function<double()> bus;
+};
+
+// Measures the figure, its floor and, if any, the comparisons, turn by turn, and prints
 // medians, the slowest tenth, and the median of the turns' ratios.
 void compare(const std::string& what, int turns, const std::function<double()>& figure,
-             const std::function<double()>& floor, const std::function<double()>& other = nullptr) {
+             const std::function<double()>& floor, const Comparisons& others = {}) {
   if (what.find(wanted) == std::string::npos) return;
   std::vector<double> figures;
   std::vector<double> floors;
-  std::vector<double> others;
+  std::vector<double> polls;
+  std::vector<double> buses;
   std::vector<double> ratios;
   for (int i = -turns / 10; i < turns; ++i) {
     const double one = figure();
     const double two = floor();
-    const double three = other ? other() : 0;
+    const double three = others.polling ? others.polling() : 0;
+    const double four = others.bus ? others.bus() : 0;
     if (i < 0) continue;  // warms up
     figures.push_back(one);
     floors.push_back(two);
-    others.push_back(three);
+    polls.push_back(three);
+    buses.push_back(four);
     ratios.push_back(one / two);
   }
   std::printf("%-40s %8.2f us (p90 %8.2f)   floor %8.2f us (p90 %8.2f)   ratio %.2f", what.c_str(),
               part(figures, 0.5), part(figures, 0.9), part(floors, 0.5), part(floors, 0.9),
               part(ratios, 0.5));
-  if (other) std::printf("   sd-bus %8.2f us", part(others, 0.5));
+  if (others.bus) {
+    std::printf("   polling floor %8.2f us   sd-bus %8.2f us", part(polls, 0.5), part(buses, 0.5));
+  }
   std::printf("\n");
   std::fflush(stdout);
 }
@@ -187,6 +198,7 @@ void measureCalls(const IPCSenderGroup& group, const IPCSenderWebView& view, int
     if (view.title() != title) giveUp("the title did not arrive");
     // A truth value comes back as its byte, a text with its terminating zero.
     bench::PingPong pingPong(answerTo(length + 1), processor);
+    bench::PingPong polling(answerTo(length + 1), processor, true);
     bench::BusPair bus(length, processor);
     const std::string packet(request, 'p');
     const auto call = [&] {
@@ -197,21 +209,22 @@ void measureCalls(const IPCSenderGroup& group, const IPCSenderWebView& view, int
       }
     };
     const auto floor = [&] { pingPong.roundTrip(packet); };
+    const auto polled = [&] { polling.roundTrip(packet); };
     const auto other = [&] { bus.roundTrip(); };
     const std::string what = length == 0 ? "isVisible, " + place : "title of 4 KiB, " + place;
     compare(
         what + ", hot", 60, [&] { return timed(300, call); }, [&] { return timed(300, floor); },
-        [&] { return timed(100, other); });
+        {[&] { return timed(300, polled); }, [&] { return timed(100, other); }});
     const auto after = [](void (*before)(), const auto& body) {
       return [before, &body] {
         before();
         return timed(1, body);
       };
     };
-    compare(what + ", after 2 ms", 1500, after(pause, call), after(pause, floor),
-            after(pause, other));
+    compare(what + ", after 2 ms", 500, after(pause, call), after(pause, floor),
+            {after(pause, polled), after(pause, other)});
     compare(what + ", cold caches", 200, after(thrash, call), after(thrash, floor),
-            after(thrash, other));
+            {after(thrash, polled), after(thrash, other)});
   }
 }
 
