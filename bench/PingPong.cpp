@@ -1,6 +1,7 @@
 // The floor of every round trip to another process.
 #include "bench/PingPong.h"
 
+#include <poll.h>
 #include <sched.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -27,7 +28,17 @@ bool pin(pid_t process, int processor) {
   return all && !gone;
 }
 
-PingPong::PingPong(std::size_t answerSize, int processor) : answer_(answerSize, '\0') {
+namespace {
+
+void waitFor(int socket) {
+  pollfd descriptor{socket, POLLIN, 0};
+  ::poll(&descriptor, 1, -1);
+}
+
+}  // namespace
+
+PingPong::PingPong(std::size_t answerSize, int processor, bool polls)
+    : polls_(polls), answer_(answerSize, '\0') {
   int sockets[2];
   if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets) != 0) std::abort();
   peer_ = ::fork();
@@ -36,7 +47,9 @@ PingPong::PingPong(std::size_t answerSize, int processor) : answer_(answerSize, 
     ::close(sockets[0]);
     pin(::getpid(), processor);
     static char buffer[1 << 16];
-    while (::recv(sockets[1], buffer, sizeof buffer, 0) > 0) {
+    for (;;) {
+      if (polls) waitFor(sockets[1]);
+      if (::recv(sockets[1], buffer, sizeof buffer, 0) <= 0) break;
       if (::send(sockets[1], buffer, answerSize, MSG_NOSIGNAL) < 0) break;
     }
     ::_exit(0);
@@ -51,8 +64,9 @@ PingPong::~PingPong() {
 }
 
 void PingPong::roundTrip(const std::string& packet) {
-  if (::send(socket_.get(), packet.data(), packet.size(), MSG_NOSIGNAL) < 0 ||
-      ::recv(socket_.get(), answer_.data(), answer_.size(), 0) < 0) {
+  const bool isSent = ::send(socket_.get(), packet.data(), packet.size(), MSG_NOSIGNAL) >= 0;
+  if (isSent && polls_) waitFor(socket_.get());
+  if (!isSent || ::recv(socket_.get(), answer_.data(), answer_.size(), 0) < 0) {
     std::abort();
   }
 }

@@ -13,8 +13,9 @@ namespace bench {
 
 class PingPong {
  public:
-  // The other process runs on that processor and answers every packet with one of that size.
-  PingPong(std::size_t answerSize, int processor);
+  // The other process runs on that processor and answers every packet with one of that size. Both
+  // may poll before they receive, as whoever waits for several things at once has to.
+  PingPong(std::size_t answerSize, int processor, bool polls = false);
   ~PingPong();
   PingPong(const PingPong&) = delete;
   PingPong& operator=(const PingPong&) = delete;
@@ -25,6 +26,7 @@ class PingPong {
  private:
   Tessel::Platform::UniqueFd socket_;
   pid_t peer_ = -1;
+  const bool polls_;
   std::string answer_;
 };
 

@@ -108,7 +108,22 @@ struct Preamble {
 };
 static_assert(offsetof(Preamble, lengths) == sizeof(DatagramHeader));
 
+// Up to here a copy is cheaper than that the kernel looks at every piece.
+constexpr std::size_t smallDatagram = 8192;
+
+// Too many descriptors on their way (ETOOMANYREFS) is a full socket by another name.
+bool isFull(int error) {
+  return error == EAGAIN || error == ENOBUFS || error == ETOOMANYREFS;
+}
+
 }  // namespace
+
+ChannelSocket::Sent ChannelSocket::sendNow(std::string_view bytes) const {
+  while (::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0) {
+    if (errno != EINTR) return isFull(errno) ? Sent::None : Sent::Broken;
+  }
+  return Sent::All;
+}
 
 ChannelSocket::Sent ChannelSocket::sendNow(std::span<const iovec> pieces,
                                            const std::string& fileContent) const {
@@ -129,13 +144,10 @@ ChannelSocket::Sent ChannelSocket::sendNow(std::span<const iovec> pieces,
     const int descriptor = file.get();
     std::memcpy(CMSG_DATA(part), &descriptor, sizeof descriptor);
   }
-  for (;;) {
-    if (::sendmsg(socket_.get(), &message, MSG_NOSIGNAL | MSG_DONTWAIT) >= 0) return Sent::All;
-    if (errno == EINTR) continue;
-    // Too many descriptors on their way (ETOOMANYREFS) is a full socket by another name.
-    const bool full = errno == EAGAIN || errno == ENOBUFS || errno == ETOOMANYREFS;
-    return full ? Sent::None : Sent::Broken;
+  while (::sendmsg(socket_.get(), &message, MSG_NOSIGNAL | MSG_DONTWAIT) < 0) {
+    if (errno != EINTR) return isFull(errno) ? Sent::None : Sent::Broken;
   }
+  return Sent::All;
 }
 
 ChannelSocket::Sent ChannelSocket::sendNow(const Datagram& datagram) const {
@@ -148,7 +160,18 @@ bool ChannelSocket::send(Blobs blobs) {
   if (!socket_ || !preamble.fill(blobs)) return false;
   const bool inFile = preamble.header.flags == DatagramHeader::inFile;
   if (unsent_.empty() && !inFile) {
-    // The usual case copies nothing.
+    if (preamble.size() + preamble.header.size <= smallDatagram) {
+      std::array<char, smallDatagram> bytes;
+      std::memcpy(bytes.data(), &preamble, preamble.size());
+      char* end = bytes.data() + preamble.size();
+      for (const Blob& blob : blobs) {
+        if (blob.length > 0) std::memcpy(end, blob.data, blob.length);
+        end += blob.length;
+      }
+      const Sent sent = sendNow(std::string_view(bytes.data(), end));
+      if (sent != Sent::None) return sent == Sent::All;
+    }
+    // Others copy nothing.
     std::array<iovec, BlobList::capacity + 1> pieces;
     pieces[0] = {&preamble, preamble.size()};
     for (std::size_t i = 0; i < blobs.size(); ++i) {

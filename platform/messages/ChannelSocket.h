@@ -15,6 +15,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace Tessel::Platform {
 
@@ -78,6 +79,7 @@ class ChannelSocket {
   };
 
   enum class Sent { All, None, Broken };
+  Sent sendNow(std::string_view bytes) const;
   Sent sendNow(std::span<const iovec> pieces, const std::string& fileContent) const;
   Sent sendNow(const Datagram& datagram) const;
   static bool makeDatagram(Blobs blobs, Datagram& datagram);

@@ -69,6 +69,7 @@ class Acceptor {
 
   int open(int wanted, const std::shared_ptr<ChannelOwner>& owner);
   void close(int channel);
+  void afterConnections(std::function<void()> call);
   void wake() const { ::eventfd_write(wake_.get(), 1); }
 
  private:
@@ -87,6 +88,8 @@ class Acceptor {
   };
 
   void run();
+  // Those of the calls that have waited since before the poll.
+  std::vector<std::function<void()>> takeCalls(std::size_t count);
   void accept(int listener, const std::shared_ptr<ChannelOwner>& owner);
   // True when the stranger is one no longer, one way or the other.
   static bool settle(Stranger& stranger, bool hasSpoken);
@@ -94,14 +97,16 @@ class Acceptor {
   std::mutex mutex_;
   std::vector<Listener> listeners_;
   int lastChannel_ = 0;
+  std::string folder_;  // set before the thread is there
   UniqueFd wake_;
+  std::vector<std::function<void()>> calls_;
   std::vector<Stranger> strangers_;  // the thread's own
 };
 
 int Acceptor::open(int wanted, const std::shared_ptr<ChannelOwner>& owner) {
   const std::lock_guard lock(mutex_);
   if (!wake_) {
-    removeSocketsOfTheDead(runtimeFolder(), namePrefix);
+    folder_ = runtimeFolder();
     wake_.reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     const auto body = [](void* self) { static_cast<Acceptor*>(self)->run(); };
     if (!wake_ || !startNamedDetachedThread("acceptor", body, this)) {
@@ -134,8 +139,31 @@ void Acceptor::close(int channel) {
   wake();
 }
 
+void Acceptor::afterConnections(std::function<void()> call) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (wake_) {
+      calls_.push_back(std::move(call));
+      return wake();
+    }
+  }
+  call();
+}
+
+std::vector<std::function<void()>> Acceptor::takeCalls(std::size_t count) {
+  const std::lock_guard lock(mutex_);
+  const auto end = calls_.begin() + static_cast<std::ptrdiff_t>(count);
+  std::vector<std::function<void()>> taken(std::move_iterator(calls_.begin()),
+                                           std::move_iterator(end));
+  calls_.erase(calls_.begin(), end);
+  return taken;
+}
+
 void Acceptor::run() {
+  // Here, because nobody has to wait for it.
+  removeSocketsOfTheDead(folder_, namePrefix);
   for (;;) {
+    std::size_t waitingCalls = 0;
     std::vector<pollfd> descriptors{{wake_.get(), POLLIN, 0}};
     std::vector<std::shared_ptr<ChannelOwner>> owners;
     {
@@ -144,6 +172,7 @@ void Acceptor::run() {
         descriptors.push_back({listener.socket.get(), POLLIN, 0});
         owners.push_back(listener.owner);
       }
+      waitingCalls = calls_.size();
     }
     auto timeout = std::chrono::milliseconds(-1);
     for (const Stranger& stranger : strangers_) {
@@ -152,6 +181,7 @@ void Acceptor::run() {
           std::max(stranger.deadline - Clock::now(), Clock::duration::zero()));
       timeout = timeout.count() < 0 ? left : std::min(timeout, left);
     }
+    if (waitingCalls > 0) timeout = std::chrono::milliseconds(0);
     if (::poll(descriptors.data(), descriptors.size(), static_cast<int>(timeout.count())) < 0) {
       continue;
     }
@@ -166,10 +196,15 @@ void Acceptor::run() {
         strangers_.erase(strangers_.begin() + static_cast<std::ptrdiff_t>(i));
       }
     }
+    bool isQuiet = true;
     for (std::size_t i = 0; i < owners.size(); ++i) {
+      isQuiet = isQuiet && descriptors[i + 1].revents == 0;
       // The listener may be closed by now: then the number is nobody's, or a socket that nobody
       // connects to.
       if (descriptors[i + 1].revents & POLLIN) accept(descriptors[i + 1].fd, owners[i]);
+    }
+    if (isQuiet && waitingCalls > 0) {
+      for (const auto& call : takeCalls(waitingCalls)) call();
     }
   }
 }
@@ -232,6 +267,10 @@ int openChannel(int wanted, const std::shared_ptr<ChannelOwner>& owner) {
 
 void closeChannel(int channel) {
   Acceptor::instance().close(channel);
+}
+
+void afterConnections(std::function<void()> call) {
+  Acceptor::instance().afterConnections(std::move(call));
 }
 
 void lookAtConnectionsAgain() {

@@ -11,6 +11,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <memory>
 
 namespace Tessel::Platform {
@@ -38,6 +39,10 @@ int openChannel(int wanted, const std::shared_ptr<ChannelOwner>& owner);
 void closeChannel(int channel);
 // The owner may know more processes now than before. Any thread.
 void lookAtConnectionsAgain();
+
+// Calls once everybody who has connected by now has been accepted, and was taken if he is known: on
+// the acceptor's thread, or at once when there is none. Any thread.
+void afterConnections(std::function<void()> call);
 
 // A socket to another process's channel, close-on-exec. Empty, with errno set, when there is none
 // or it is not that process that listens. Does not block. Any thread.

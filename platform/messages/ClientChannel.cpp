@@ -57,10 +57,7 @@ void ClientChannel::serveDuringWaits() {
 }
 
 void ClientChannel::drain(pid_t pid) {
-  for (const auto& connection : connectionsOf(pid)) {
-    while (connection->serveOne()) {
-    }
-  }
+  for (const auto& connection : connectionsOf(pid)) connection->serveAll();
 }
 
 void ClientChannel::close() {
@@ -128,10 +125,7 @@ void ClientChannel::appendPollDescriptors(std::vector<pollfd>& descriptors) cons
 void ClientChannel::serve() {
   eventfd_t ignored = 0;
   ::eventfd_read(arrived_.get(), &ignored);
-  for (const auto& connection : connectionsOf(0)) {
-    while (connection->serveOne()) {
-    }
-  }
+  for (const auto& connection : connectionsOf(0)) connection->serveSome();
 }
 
 }  // namespace Tessel::Platform

@@ -27,7 +27,8 @@ class ClientChannel final : public ChannelOwner,
                             public MainThreadWait::Party,
                             public std::enable_shared_from_this<ClientChannel> {
  public:
-  using Deliver = std::function<void(Message&)>;
+  // False when no more is to be delivered: the client's loop ends.
+  using Deliver = std::function<bool(Message&)>;
 
   ClientChannel(_GMainContext* context, Deliver deliver);
   ~ClientChannel() override;
@@ -49,7 +50,7 @@ class ClientChannel final : public ChannelOwner,
   void close();
 
   bool isServedDuringWaits() const { return servedDuringWaits_; }
-  void deliver(Message& message) const { deliver_(message); }
+  bool deliver(Message& message) const { return deliver_(message); }
   void forget(IncomingConnection& connection);
 
   bool knows(pid_t pid) const override;

@@ -39,13 +39,20 @@ class Connection : public std::enable_shared_from_this<Connection> {
   // Without a pulse.
   void detach();
 
-  bool hasUnsent() const {
-    const std::lock_guard lock(mutex_);
-    return socket_.hasUnsent();
-  }
+  bool hasUnsent() const { return unsent_; }
   pollfd pollDescriptor() const;
-  // Sends what is unsent and takes the replies that have come.
-  void exchange();
+
+ private:
+  struct Waiter {
+    std::uint64_t id;
+    MessageReplyBuffer* reply;
+    bool answered = false;
+  };
+
+ public:
+  // Sends what is unsent and takes the replies that have come, up to that of the waiter, if any:
+  // behind it there is rarely another, and whoever polls next sees it.
+  void exchange(const Waiter* until = nullptr);
 
  private:
   struct Source {
@@ -53,11 +60,6 @@ class Connection : public std::enable_shared_from_this<Connection> {
     GPollFD descriptor;
     std::shared_ptr<Connection> connection;
     static Source* of(GSource* source) { return reinterpret_cast<Source*>(source); }
-  };
-  struct Waiter {
-    std::uint64_t id;
-    MessageReplyBuffer* reply;
-    bool answered = false;
   };
 
   Connection(int id, pid_t peer, UniqueFd socket)
@@ -73,12 +75,14 @@ class Connection : public std::enable_shared_from_this<Connection> {
   std::optional<std::chrono::milliseconds> silenceLimit_;
   ReceivedMessage received_;
   std::vector<Waiter*> waiters_;
+  std::vector<pollfd> spare_;  // what the last call polled with
   std::uint64_t lastReplyId_ = 0;
   bool ended_ = false;
   GSource* source_ = nullptr;
 
   mutable std::mutex mutex_;
-  ChannelSocket socket_;          // under the mutex, but for receiving
+  ChannelSocket socket_;              // under the mutex, but for receiving
+  std::atomic<bool> unsent_ = false;  // whether the socket has unsent messages
   std::atomic<bool> broken_ = false;  // the peer does not read, or has gone
 };
 
@@ -166,8 +170,7 @@ std::shared_ptr<Connection> Connection::open(int id, pid_t peer, UniqueFd socket
 }
 
 pollfd Connection::pollDescriptor() const {
-  const std::lock_guard lock(mutex_);
-  const auto events = static_cast<short>(socket_.hasUnsent() ? POLLIN | POLLOUT : POLLIN);
+  const auto events = static_cast<short>(unsent_ ? POLLIN | POLLOUT : POLLIN);
   return {socket_.fd(), events, 0};
 }
 
@@ -178,9 +181,10 @@ bool Connection::send(Message& message) {
   bool wakeLoop = false;
   {
     const std::lock_guard lock(mutex_);
-    const bool hadUnsent = socket_.hasUnsent();
     if (broken_ || !socket_.send(blobs)) broken_ = true;
-    wakeLoop = broken_ || (!hadUnsent && socket_.hasUnsent());
+    const bool hasUnsent = socket_.hasUnsent();
+    wakeLoop = broken_ || (hasUnsent && !unsent_);
+    unsent_ = hasUnsent;
   }
   if (wakeLoop) g_main_context_wakeup(nullptr);
   return !broken_;
@@ -202,7 +206,7 @@ void Connection::call(Message& message) {
   waiters_.push_back(&waiter);
   const auto limit = silenceLimit_.value_or(longestWait);
   Clock::duration silence{};
-  std::vector<pollfd> own;
+  std::vector<pollfd> own = std::exchange(spare_, {});
   while (!waiter.answered && !ended_) {
     own.assign(1, pollDescriptor());
     if (silence >= limit) {
@@ -220,27 +224,30 @@ void Connection::call(Message& message) {
     const auto start = Clock::now();
     if (wait.poll(own, std::chrono::ceil<std::chrono::milliseconds>(slice))) {
       silence = Clock::duration::zero();
-      exchange();
+      exchange(&waiter);
     } else {
       // Serving others takes its time, and that is not the peer's silence.
       silence += std::min(Clock::now() - start, slice);
     }
   }
+  spare_ = std::move(own);
   std::erase(waiters_, &waiter);
 }
 
-void Connection::exchange() {
+void Connection::exchange(const Waiter* until) {
   if (ended_) return;
   const auto self = shared_from_this();
   bool isBroken = broken_;
-  if (!isBroken) {
+  if (!isBroken && unsent_) {
     const std::lock_guard lock(mutex_);
-    isBroken = socket_.hasUnsent() && !socket_.flush();
+    isBroken = !socket_.flush();
+    unsent_ = socket_.hasUnsent();
   }
   for (;;) {
     const auto outcome = socket_.receive(received_);
     if (outcome == ChannelSocket::Outcome::Message) {
       takeReply();
+      if (until && until->answered && !isBroken) return;
       continue;
     }
     if (outcome == ChannelSocket::Outcome::Malformed) {

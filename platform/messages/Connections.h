@@ -31,9 +31,9 @@ void ConnectDetach(int connectionId);
 // dead. Without it such a wait ends, unanswered, after a minute.
 void killSilentPeer(int connectionId, std::chrono::milliseconds limit);
 
-// Sends over a connection. With a reply buffer it waits (MainThreadWait) until the reply is in there
-// or none will come; others return at once, and may be sent from any thread. What is sent
-// to a connection that has gone, or never was, is dropped.
+// Sends over a connection. With a reply buffer it waits (MainThreadWait) until the reply is in
+// there or none will come; others return at once, and may be sent from any thread. What is sent to
+// a connection that has gone, or never was, is dropped.
 void sendOver(int connectionId, Message& message);
 
 }  // namespace Tessel::Platform

@@ -30,14 +30,23 @@ class IncomingConnection : public std::enable_shared_from_this<IncomingConnectio
   // The descriptor is -1 once it is closed.
   pollfd pollDescriptor() const;
 
-  // Delivers the next message and sends its reply. False when there is none for now.
-  bool serveOne();
+  // Delivers the messages that have come and sends the replies. Not all of a crowd, so that others
+  // get their turn.
+  void serveSome();
+  // All of them.
+  void serveAll();
   // Nothing is delivered any more. Any thread.
   void close();
 
  private:
   struct Source;
 
+  enum class Served {
+    Nothing,  // there is none for now, or never again
+    One,      // there may be more
+    Last,     // its sender has waited for the reply and sent nothing meanwhile, or the loop ends
+  };
+  Served serveOne();
   bool mayServe() const;
   void end();
   void reply(int type, std::uint64_t id, std::string_view bytes);

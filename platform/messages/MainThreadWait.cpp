@@ -63,8 +63,13 @@ bool MainThreadWait::poll(std::vector<pollfd>& own, std::chrono::milliseconds ti
     for (pollfd& descriptor : own) descriptor.revents = 0;
   }
 
-  parties().forEach([](Party& party) { party.serve(); });
-  return std::any_of(own.begin(), own.end(), [](const pollfd& d) { return d.revents != 0; });
+  const auto ownReady =
+      std::count_if(own.begin(), own.end(), [](const pollfd& d) { return d.revents != 0; });
+  // The usual answer comes alone, and then there is nothing to serve.
+  if (ready <= 0 || ready > ownReady) {
+    parties().forEach([](Party& party) { party.serve(); });
+  }
+  return ownReady > 0;
 }
 
 }  // namespace Tessel::Platform

@@ -38,8 +38,9 @@ class MainThreadWait {
   static bool isActive();
 
   // Blocks until one of the caller's descriptors or of the parties' is ready, or the time is over
-  // (negative: without end), then serves the parties. Returns whether one of the caller's own
-  // descriptors, whose revents are filled in, is ready. EINTR counts as a return without one.
+  // (negative: without end), then serves the parties, unless all that is ready is the caller's.
+  // Returns whether one of the caller's own descriptors, whose revents are filled in, is ready.
+  // EINTR counts as a return without one.
   bool poll(std::vector<pollfd>& own, std::chrono::milliseconds timeout);
 };
 

@@ -65,8 +65,11 @@ struct MessageClient::State {
     // source out of the context and putting it back, with two wake-ups, for every message.
     g_source_set_can_recurse(source, TRUE);
     g_source_attach(source, context);
-    channel = std::make_shared<ClientChannel>(
-        context, [this](Message& message) { deliver(message); });
+    channel = std::make_shared<ClientChannel>(context, [this](Message& message) {
+      // What comes from other processes is never executable.
+      deliverPlain(message);
+      return !exiting;
+    });
   }
   ~State() {
     g_main_loop_unref(loop);
@@ -91,6 +94,7 @@ struct MessageClient::State {
   static gboolean check(GSource* source);
   static gboolean dispatch(GSource* source, GSourceFunc, gpointer);
   void deliver(Message& message);
+  void deliverPlain(Message& message);
 
   const std::thread::id thread = std::this_thread::get_id();
   const bool ownsContext;
@@ -105,7 +109,7 @@ struct MessageClient::State {
   std::deque<Entry> queue;
   // The loop may be asleep, or on its way there, and does not know of any message.
   bool needsWakeup = false;
-  bool exiting = false;
+  std::atomic<bool> exiting = false;  // read by the client's thread without it, too
   int exitStatus = 0;
 };
 
@@ -216,8 +220,12 @@ void MessageClient::State::deliver(Message& message) {
   if (auto* const executable = dynamic_cast<ExecutableMessage*>(&message)) {
     executable->execute();
   } else {
-    handlers.forEach([&message](MessageHandler& handler) { handler.handleMessage(message); });
+    deliverPlain(message);
   }
+}
+
+void MessageClient::State::deliverPlain(Message& message) {
+  handlers.forEach([&message](MessageHandler& handler) { handler.handleMessage(message); });
 }
 
 MessageClient::MessageClient(GMainContext* context) : state_(std::make_shared<State>(context)) {
@@ -321,11 +329,20 @@ void MessageClient::serveDuringWaits() {
 }
 
 void MessageClient::dispatchPulse(int type, int value, pid_t after) {
-  dispatchMessage(executableMessage([state = state_.get(), type, value, after] {
-    if (after != 0) state->channel->drain(after);
-    Pulse pulse(type, value);
-    state->deliver(pulse);
-  }));
+  const auto push = [state = state_, type, value, after] {
+    // The message dies with the state, whose queue it is in.
+    state->push(executableMessage([state = state.get(), type, value, after] {
+      if (after != 0) state->channel->drain(after);
+      Pulse pulse(type, value);
+      state->deliver(pulse);
+    }));
+  };
+  // What a process has sent may be on a connection that is not accepted yet.
+  if (after != 0) {
+    afterConnections(push);
+  } else {
+    push();
+  }
 }
 
 MessageClient* MessageClient::ofThisThread() {

@@ -12,6 +12,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <initializer_list>
 #include <sstream>
 
 namespace {
@@ -61,13 +62,18 @@ std::string shownName(pid_t pid) {
   return name;
 }
 
-// Bounded: false when the process is still there.
-bool isGone(pid_t pid) {
+// Bounded: false when all of the processes are still there.
+bool isOneGone(std::initializer_list<pid_t> pids) {
   for (int i = 0; i < 2000; ++i) {
-    if (::kill(pid, 0) != 0 && errno == ESRCH) return true;
+    for (const pid_t pid : pids) {
+      if (::kill(pid, 0) != 0 && errno == ESRCH) return true;
+    }
     ::usleep(10000);
   }
   return false;
+}
+bool isGone(pid_t pid) {
+  return isOneGone({pid});
 }
 
 void launch(const LaunchRecord& record, std::size_t piece) {
@@ -110,7 +116,7 @@ TEST(ChildLauncherTest, ARecordBecomesAChildAndTheEndOfThePipeTheEnd) {
 
     // What ends is reaped at once; the launcher goes on.
     ASSERT_EQ(::write(holdPipe[1], "x", 1), 1);
-    EXPECT_TRUE(isGone(first.pid) || isGone(second.pid));
+    EXPECT_TRUE(isOneGone({first.pid, second.pid}));
     launch({8, 9, 10, 11, 0}, 24);
     EXPECT_EQ(nextReport().groupId, 9u);
 

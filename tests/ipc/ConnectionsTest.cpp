@@ -69,8 +69,8 @@ TEST(ConnectionsTest, AnswersComeBackAndTextsOfEverySizeCross) {
         if (message.type() == SetEnvMessage::messageType) {
           last = static_cast<SetEnvMessage&>(message).value().toStdString();
         } else if (message.type() == DeleteWebViewMessage::messageType) {
-          answer(message, last == std::string(
-                              static_cast<DeleteWebViewMessage&>(message).handle(), 'x'));
+          answer(message,
+                 last == std::string(static_cast<DeleteWebViewMessage&>(message).handle(), 'x'));
         }
       });
     });
@@ -108,6 +108,25 @@ TEST(ConnectionsTest, ACrowdOfPostsDuringAWaitComesWholeAndInOrderAfterIt) {
     EXPECT_TRUE(self.heard.empty()) << "a post ran in the middle of a wait";
     ASSERT_TRUE(iterateUntil([&] { return self.heard.size() == crowd; }));
     for (int i = 0; i < crowd; ++i) ASSERT_EQ(self.heard[std::size_t(i)], std::to_string(i));
+  });
+}
+
+// However many have come together.
+TEST(ConnectionsTest, NothingIsDeliveredOnceTheLoopIsToEnd) {
+  inOwnProcess([] {
+    Peer peer([](int channel) {
+      const int connection = ConnectAttach(0, ::getppid(), channel, sideChannel, 0);
+      for (const char* name : {"first", "second", "third"}) post(connection, name);
+      Peer::say(1);
+      Peer::listen();
+    });
+    Listener self;
+    self.client.registerPID(peer.pid());
+    self.onMessage = [&](Message&) { self.client.exit(7); };
+    peer.start(self.client.channelId());
+    EXPECT_EQ(peer.hear(), 1);
+    EXPECT_EQ(test_support::exitStatusOf(self.client), 7);
+    EXPECT_EQ(self.heard, std::vector<std::string>{"first"});
   });
 }
 
@@ -200,8 +219,8 @@ TEST(ConnectionsTest, WhoDoesNotAnswerIsKilledAndWhoDoesNotReadAsWell) {
 int connectRaw(pid_t pid, int channel) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  const std::string path = runtimeFolder() + "/channel-" + std::to_string(pid) + "-" +
-                           std::to_string(channel);
+  const std::string path =
+      runtimeFolder() + "/channel-" + std::to_string(pid) + "-" + std::to_string(channel);
   path.copy(address.sun_path, sizeof address.sun_path - 1);
   const int fd = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
   if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) return fd;
@@ -286,8 +305,7 @@ TEST(ConnectionsTest, AProcessOfAnotherUserIsRefusedEvenWhereItCanConnect) {
       name.copy(address.sun_path, sizeof address.sun_path - 1);
       for (;;) {
         const int fd = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-        const bool isIn = ::connect(fd, reinterpret_cast<sockaddr*>(&address),
-                                    sizeof address) == 0;
+        const bool isIn = ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
         Peer::say(isIn && !isClosedByPeer(fd));
         Peer::say(isIn);
         Peer::listen();

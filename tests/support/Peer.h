@@ -4,6 +4,7 @@
 
 #include "platform/UniqueFd.h"
 #include "platform/messages/MessageClient.h"
+#include "tests/support/ChromeFixture.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -35,6 +36,7 @@ class Peer {
     pid_ = ::fork();
     if (pid_ == 0) {
       ::alarm(30);
+      separateMainContext();
       ::close(down[1]);
       ::close(up[0]);
       toOther = up[1];

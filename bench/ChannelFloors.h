@@ -1,0 +1,69 @@
+// The floors of the channels between processes: what a stream of packets, a forked process that
+// makes itself known, and a call over another message bus cost with nothing around them.
+#pragma once
+
+#include "platform/UniqueFd.h"
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <string>
+
+struct sd_bus;
+
+namespace bench {
+
+// A process that sends packets when it is told to; they are read with blocking calls.
+class PacketStream {
+ public:
+  explicit PacketStream(int processor);
+  ~PacketStream();
+  PacketStream(const PacketStream&) = delete;
+  PacketStream& operator=(const PacketStream&) = delete;
+
+  // Has so many packets of that size sent, and reads them.
+  void receive(int count, std::size_t size);
+
+ private:
+  Tessel::Platform::UniqueFd socket_;
+  pid_t peer_ = -1;
+};
+
+// A process that forks one that connects and sends a packet. Made before any thread.
+class BareLauncher {
+ public:
+  explicit BareLauncher(std::size_t packetSize);
+  ~BareLauncher();
+  BareLauncher(const BareLauncher&) = delete;
+  BareLauncher& operator=(const BareLauncher&) = delete;
+
+  pid_t pid() const { return launcher_; }
+  // Until the packet has come.
+  void launch();
+
+ private:
+  const std::size_t packetSize_;
+  std::string path_;
+  Tessel::Platform::UniqueFd listener_;
+  Tessel::Platform::UniqueFd pipe_;
+  pid_t launcher_ = -1;
+};
+
+// Two processes that talk over an sd-bus of their own, without a broker.
+class BusPair {
+ public:
+  // The other process runs on that processor and answers with a text of that length.
+  BusPair(std::size_t answerLength, int processor);
+  ~BusPair();
+  BusPair(const BusPair&) = delete;
+  BusPair& operator=(const BusPair&) = delete;
+
+  // A number there, a text back.
+  void roundTrip();
+
+ private:
+  sd_bus* bus_ = nullptr;
+  pid_t peer_ = -1;
+};
+
+}  // namespace bench
