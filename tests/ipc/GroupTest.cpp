@@ -56,6 +56,8 @@ int childMain(unsigned int groupId, int parentPid, int mainChannelId, int webEng
               unsigned long long key) {
   ::setpgid(0, 0);
   ::alarm(60);
+  // Unlike the program's, this launcher was forked when there was a main context already.
+  test_support::separateMainContext();
   const int main = ConnectAttach(0, parentPid, mainChannelId, sideChannel, 0);
   const int webEngine = ConnectAttach(0, parentPid, webEngineChannelId, sideChannel, 0);
   if (main < 0 || webEngine < 0) return -1;
