@@ -152,9 +152,14 @@ TEST_F(EngineTest, EventsAndCommandsWorkOnRealPages) {
   runSuites("");
 }
 
-// The program has no child processes yet.
-TEST_F(EngineTest, DISABLED_EventsAndCommandsWorkInAChildProcess) {
+TEST_F(EngineTest, EventsAndCommandsWorkInAChildProcess) {
   runSuites("1");
+}
+
+TEST_F(ProgramTest, ALoadThatTheEngineGivesUpBeginsAgain) {
+  using test_support::TlsServer;
+  const TlsServer server(TlsServer::First::LeftAlone);
+  runSuite("slow.html?secure=" + server.address());
 }
 
 TEST_F(ProgramTest, WebViewsAreSeenWhereTheyArePlaced) {
