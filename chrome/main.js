@@ -122,7 +122,9 @@ function connectToolbar(tabs) {
 
   let shown;
   tabs.addEventListener('change', ({ detail: tab }) => {
-    if (tab !== shown || document.activeElement !== address) showLocation();
+    // Left for the page, the field keeps its place in the document, and nobody is typing any more.
+    const isTyping = document.activeElement === address && document.hasFocus();
+    if (tab !== shown || !isTyping) showLocation();
     shown = tab;
     showPage(tabs, tab);
   });
@@ -224,7 +226,14 @@ function connectReports(tabs, certificates, panel) {
   // The root web view ends last, and with it the program.
   tabs.addEventListener('empty', () => WebView.root.delete());
   // The open panel shows the errors of its own calls at the call.
-  on('errors', ({ text }) => panel.isOpen || showToast(text));
+  on('errors', ({ text }) => panel.isOpen || isOfGoneView(text, tabs) || showToast(text));
+}
+
+/** A web view that dies is told of a moment later: what it was asked in between has nobody to blame. */
+function isOfGoneView(error, tabs) {
+  const handle = Number(/^WebView: (\d+) /.exec(error)?.[1]);
+  const isThere = handle === WebView.root.handle || tabs.list.some(({ view }) => view?.handle === handle);
+  return Boolean(handle) && !isThere;
 }
 
 /** In the place of what stands for nothing yet. */

@@ -874,7 +874,7 @@ export interface PropertyEvents {
 
 /** Every native function. */
 export interface NativeFunctions {
-  /** Real. Makes a web view in a window group; Created follows, and until then it takes no commands. The result is its handle, a number that is never used again. The process is InProcess, OutProcess for a child process of its own or a number for that child process; this build has no child processes: for anything but InProcess the result is 0, with an error besides. */
+  /** Real. Makes a web view in a window group; Created follows, and until then it takes no commands. The result is its handle, a number that is never used again. The process is InProcess, OutProcess for a child process of its own or a number for that child process; when there is none to be had the result is 0, with an error besides. */
   'webview.create'(windowGroup: string, process?: string): NumberText;
   /** Real. Frees a web view and its window. With the last one of the application the program ends. A handle that names none is ignored. */
   'webview.delete'(view: Numeric): '';

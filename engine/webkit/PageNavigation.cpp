@@ -111,6 +111,12 @@ bool PageNavigation::decideResponse(WebKitResponsePolicyDecision* decision) {
   return true;
 }
 
+// A form would be sent twice, and the way through the history be lost.
+bool PageNavigation::isRepeatable() const {
+  return type_ == OrvWebNavigationType::LinkClicked || type_ == OrvWebNavigationType::Other ||
+         type_ == OrvWebNavigationType::Reload;
+}
+
 void PageNavigation::committed() {
   raiseLocationChange();
 }

@@ -17,6 +17,8 @@ class PageNavigation {
 
   // A document has taken the place of the one before.
   void committed();
+  // Whether the last navigation can be done again by its address alone.
+  bool isRepeatable() const;
   // The location is another one.
   void moved();
 

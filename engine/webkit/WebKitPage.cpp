@@ -19,6 +19,7 @@ using link_protocol::NativeArguments;
 using Tessel::Platform::concat;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
+using Tessel::Platform::LogNotice;
 using Tessel::Platform::String;
 using Tessel::Platform::Graphics::GtkWindowSystem;
 using Tessel::Platform::Graphics::Window;
@@ -47,6 +48,12 @@ void destroyLater(WebKitWebView* view) {
       },
       view);
 }
+
+// The engine connects ahead of the load of a page. It gives that up after ten seconds, or when it
+// does not know the server's certificate; and when the load has taken the connection over just
+// then, the load is cancelled with it, although nobody wants that. What is asked for again gets a
+// connection of its own, and by so many times also one that is not given up at the wrong moment.
+constexpr unsigned int mostRepeats = 5;
 
 bool isFailedStatus(guint status) {
   return status >= 400;
@@ -116,6 +123,7 @@ void WebKitPage::dropView() {
   engine_.links().forgetPage(number_);
   number_ = 0;
   engine_.downloads().forgetPage(view_);
+  failureFollows_ = showingFailure_ = repeating_ = false;
   parts_.reset();
   g_signal_handlers_disconnect_by_data(view_, this);
   const gint64 since = g_get_monotonic_time() - fullScreenMoment_;
@@ -158,19 +166,23 @@ void WebKitPage::loadText(const String& text, const String& mimeType, const Stri
 }
 
 void WebKitPage::startLoad(std::function<void()> load) {
+  repeats_ = 0;
   unstartedLoad_ = std::move(load);
   // The engine loses what is asked for while it begins to show a page of its own.
-  if (!failureFollows_ && !showingFailure_) unstartedLoad_();
+  if (!failureFollows_ && !showingFailure_ && !startsLater_) unstartedLoad_();
 }
 
 // From the main loop: inside a signal about the last load the engine may lose the next one.
 void WebKitPage::startLater() {
+  startsLater_ = true;
   g_idle_add_full(
       G_PRIORITY_DEFAULT,
       [](gpointer data) -> gboolean {
         const auto page = static_cast<std::weak_ptr<WebKitPage>*>(data)->lock();
+        if (!page) return G_SOURCE_REMOVE;
+        page->startsLater_ = false;
         // Copied, because it may put another in its place.
-        const auto load = page && page->view_ ? page->unstartedLoad_ : nullptr;
+        const auto load = page->view_ ? page->unstartedLoad_ : nullptr;
         if (load) load();
         return G_SOURCE_REMOVE;
       },
@@ -183,7 +195,9 @@ void WebKitPage::reload() {
 }
 
 void WebKitPage::stop() {
-  if (view_) webkit_web_view_stop_loading(view_);
+  unstartedLoad_ = nullptr;
+  // The page about a failure is there at once, and must be told of before anything else can load.
+  if (view_ && !failureFollows_ && !showingFailure_) webkit_web_view_stop_loading(view_);
 }
 
 void WebKitPage::goBack() {
@@ -528,6 +542,7 @@ void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKi
       self->closeRequested_ = false;
       break;
     case WEBKIT_LOAD_COMMITTED:
+      self->repeats_ = 0;
       if (!self->showingFailure_ && !self->parts_->security.committed()) break;
       if (!self->parts_) break;
       self->parts_->navigation.committed();
@@ -535,7 +550,9 @@ void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKi
       break;
     case WEBKIT_LOAD_FINISHED: {
       self->redrawAfterLoad();
-      if (std::exchange(self->showingFailure_, false)) {
+      // Not finished, but to be begun again.
+      const bool repeating = std::exchange(self->repeating_, false);
+      if (std::exchange(self->showingFailure_, false) || repeating) {
         if (self->unstartedLoad_) self->startLater();
         break;
       }
@@ -556,12 +573,29 @@ void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKi
   }
 }
 
-gboolean WebKitPage::onLoadFailed(WebKitWebView*, WebKitLoadEvent, const gchar* uri, GError* error,
-                                  WebKitPage* page) {
+// Whether a load was cancelled by nobody, and will begin again.
+bool WebKitPage::repeatLoad(const gchar* uri) {
+  // Something else was asked for meanwhile: that is what shall be loaded.
+  if (unstartedLoad_) return true;
+  if (!parts_ || !parts_->navigation.isRepeatable() || repeats_ == mostRepeats) return false;
+  ++repeats_;
+  logAlways(LogNotice, "The engine has given up the connection to %s: loading it again.", uri);
+  // Nothing starts inside the signal: the end of the cancelled load comes next.
+  repeating_ = true;
+  unstartedLoad_ = [this, url = String(uri)] { webkit_web_view_load_uri(view_, url.utf8()); };
+  return true;
+}
+
+gboolean WebKitPage::onLoadFailed(WebKitWebView*, WebKitLoadEvent when, const gchar* uri,
+                                  GError* error, WebKitPage* page) {
   const auto self = page->shared_from_this();
+  // When it is stopped by somebody, the engine says so in another way.
+  if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED) &&
+      (when != WEBKIT_LOAD_STARTED || self->repeatLoad(uri))) {
+    return TRUE;
+  }
   // Stopped by somebody, or turned into something else: nothing has failed.
   if (g_error_matches(error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_CANCELLED) ||
-      g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED) ||
       g_error_matches(error, WEBKIT_POLICY_ERROR,
                       WEBKIT_POLICY_ERROR_FRAME_LOAD_INTERRUPTED_BY_POLICY_CHANGE)) {
     return TRUE;
@@ -589,7 +623,7 @@ void WebKitPage::onProcessEnded(WebKitWebView* view, WebKitWebProcessTermination
             "The web process of %s %s. The program goes on; loading again starts a new one.%s%s",
             uri ? uri : "a page", why, self->loadFailureHint_.isEmpty() ? "" : " ",
             self->loadFailureHint_.utf8());
-  self->failureFollows_ = self->showingFailure_ = false;
+  self->failureFollows_ = self->showingFailure_ = self->repeating_ = false;
   // What was asked of the process while it was dying was lost with it.
   if (const auto load = std::exchange(self->unstartedLoad_, nullptr)) return load();
   if (self->setup_.drivesApplication) return;

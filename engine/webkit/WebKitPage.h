@@ -155,6 +155,7 @@ class WebKitPage final : public Page,
   void remakeView();
   void startLoad(std::function<void()> load);
   void startLater();
+  bool repeatLoad(const gchar* uri);
   void listenToPage();
   void sendSetup();
   void refreshSetup();
@@ -169,6 +170,9 @@ class WebKitPage final : public Page,
   String loadFailureHint_;
   bool failureFollows_ = false;  // the next load to start is that of a failure page
   bool showingFailure_ = false;  // the load that goes on is
+  bool startsLater_ = false;     // from the main loop, which will come to it
+  bool repeating_ = false;       // the load that ends was cancelled by nobody
+  unsigned int repeats_ = 0;     // of one load, in a row
   bool closeRequested_ = false;
   std::function<void()> unstartedLoad_;  // asked for, and the web process has not said so yet
 

@@ -10,11 +10,13 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <thread>
 
 namespace {
 
 using test_support::clickAt;
+using test_support::Pixel;
 using test_support::pixelAt;
 using test_support::Program;
 using test_support::requestClose;
@@ -66,6 +68,29 @@ class ProgramTest : public testing::Test {
 
   std::filesystem::path folder_;
 };
+
+std::vector<pid_t> childrenOf(pid_t parent) {
+  std::ifstream list("/proc/" + std::to_string(parent) + "/task/" + std::to_string(parent) +
+                     "/children");
+  return {std::istream_iterator<pid_t>(list), {}};
+}
+
+std::string nameOf(pid_t process) {
+  std::string name;
+  std::getline(std::ifstream("/proc/" + std::to_string(process) + "/comm"), name);
+  return name;
+}
+
+// The processes with web views that the program has started.
+std::vector<pid_t> webViewProcesses(pid_t program) {
+  std::vector<pid_t> found;
+  for (const pid_t child : childrenOf(program)) {
+    for (const pid_t grandchild : childrenOf(child)) {
+      if (nameOf(grandchild).starts_with("pagehost-webvie")) found.push_back(grandchild);
+    }
+  }
+  return found;
+}
 
 // Answers every request with a page whose title is the request.
 class EchoServer {
@@ -156,6 +181,12 @@ TEST_F(EngineTest, EventsAndCommandsWorkInAChildProcess) {
   runSuites("1");
 }
 
+TEST_F(ProgramTest, ALoadThatTheEngineGivesUpBeginsAgain) {
+  using test_support::TlsServer;
+  const TlsServer server(TlsServer::First::LeftAlone);
+  runSuite("slow.html?secure=" + server.address());
+}
+
 // In the program's own process, or in a child.
 class PlacingTest : public ProgramTest, public testing::WithParamInterface<const char*> {};
 
@@ -207,6 +238,31 @@ TEST_F(ProgramTest, TheBundledChromeShowsARealPage) {
   EXPECT_NE(pixelAt(790, 6), pixelAt(790, 300));
 }
 
+TEST_F(ProgramTest, TheBundledChromeShowsAPageOfAnotherProcessAndBringsItBack) {
+  Environment bundled = environment("");
+  bundled["TESSEL_LOCAL_ROOT"] = "";
+  Program program(bundled);
+  // A place of the first page's picture, where the panel comes, and then the notice.
+  const auto shows = [](const Pixel& color) { return waitForPixel(704, 296, color); };
+  const Pixel page{240, 179, 71};
+  const Pixel chrome{247, 249, 250};
+  ASSERT_TRUE(shows(page)) << program.errors();
+  clickAt(296, 28);
+  ASSERT_TRUE(shows(chrome)) << "the panel\n" << program.errors();
+  clickAt(572, 241);
+  ASSERT_TRUE(shows(page)) << "a tab in its own process\n" << program.errors();
+  const std::vector<pid_t> processes = webViewProcesses(program.pid());
+  ASSERT_EQ(processes.size(), 1u);
+  ASSERT_EQ(::kill(processes[0], SIGKILL), 0);
+  ASSERT_TRUE(shows(chrome)) << "the notice\n" << program.errors();
+  ASSERT_TRUE(waitForPixel(285, 397, {10, 108, 112})) << "its button";
+  clickAt(400, 397);
+  EXPECT_TRUE(shows(page)) << "the page in a new process\n" << program.errors();
+  const std::vector<pid_t> later = webViewProcesses(program.pid());
+  ASSERT_EQ(later.size(), 1u);
+  EXPECT_NE(later, processes);
+}
+
 TEST_F(ProgramTest, AStartThatCannotBeSaysWhatToDo) {
   Environment noDisplay = environment("idle.html");
   noDisplay["DISPLAY"] = "";
@@ -249,13 +305,9 @@ TEST_F(ProgramTest, AChromeWhoseProcessDiesLeavesTheProgramAlive) {
   Program program(environment("idle.html"));
   ASSERT_TRUE(program.waitForLine("idle")) << program.errors();
   // The web processes are the program's children.
-  std::ifstream children("/proc/" + std::to_string(program.pid()) + "/task/" +
-                         std::to_string(program.pid()) + "/children");
   int ended = 0;
-  for (pid_t child = 0; children >> child;) {
-    std::string name;
-    std::getline(std::ifstream("/proc/" + std::to_string(child) + "/comm"), name);
-    if (name.find("WebKitWebPro") != 0) continue;
+  for (const pid_t child : childrenOf(program.pid())) {
+    if (nameOf(child).find("WebKitWebPro") != 0) continue;
     ASSERT_EQ(::kill(child, SIGKILL), 0);
     ++ended;
   }

@@ -52,7 +52,7 @@ std::string makeCertificate() {
 
 }  // namespace
 
-TlsServer::TlsServer() {
+TlsServer::TlsServer(First first) {
   const std::string pem = makeCertificate();
   certificate_ =
       g_tls_certificate_new_from_pem(pem.c_str(), static_cast<gssize>(pem.size()), nullptr);
@@ -66,13 +66,14 @@ TlsServer::TlsServer() {
   g_object_unref(given);
   g_object_unref(wanted);
   g_object_unref(loopback);
-  acceptor_ = std::thread([this] { accept(); });
+  acceptor_ = std::thread([this, first] { accept(first); });
 }
 
 TlsServer::~TlsServer() {
   g_cancellable_cancel(ended_);
   acceptor_.join();
   for (std::thread& connection : connections_) connection.join();
+  g_clear_object(&leftAlone_);
   g_object_unref(listener_);
   g_object_unref(ended_);
   g_object_unref(certificate_);
@@ -82,7 +83,10 @@ std::string TlsServer::address() const {
   return "https://127.0.0.1:" + std::to_string(port_) + "/";
 }
 
-void TlsServer::accept() {
+void TlsServer::accept(First first) {
+  if (first == First::LeftAlone) {
+    leftAlone_ = g_socket_listener_accept(listener_, nullptr, ended_, nullptr);
+  }
   while (GSocketConnection* connection =
              g_socket_listener_accept(listener_, nullptr, ended_, nullptr)) {
     connections_.emplace_back([this, connection] { serve(connection); });
