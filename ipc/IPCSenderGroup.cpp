@@ -283,9 +283,8 @@ void IPCSenderGroup::shutDown() {
 
 void IPCSenderGroup::setError(const String& error) {
   if (!error.isEmpty()) {
-    const String text =
-        concat("IPCSenderGroup for process ", String::fromSignedInteger(childPid()),
-               " encountered error: ", error);
+    const String text = concat("IPCSenderGroup for process ", String::fromSignedInteger(childPid()),
+                               " encountered error: ", error);
     WebViewManager::instance().informChromeOfError(text);
     logAlways(LogError, "%s", text.utf8());
   }

@@ -117,8 +117,9 @@ void IPCSenderHandler::handleMessage(Message& message) {
   }
   const GuardedPin<IPCSenderGroup> group(found);
   if (!group || !group->isConnected()) {
-    manager.informChromeOfError(concat("IPCSenderHandler could not find webview group for process: ",
-                                       String::fromSignedInteger(message.senderPid())));
+    manager.informChromeOfError(
+        concat("IPCSenderHandler could not find webview group for process: ",
+               String::fromSignedInteger(message.senderPid())));
     return;
   }
   if (group->isAwaitingHandshake()) {

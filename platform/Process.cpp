@@ -21,7 +21,7 @@ namespace {
 char** arguments = nullptr;
 char* area = nullptr;  // the bytes of all arguments, one after the other
 std::size_t areaSize = 0;
-std::size_t roomSize = 0;          // of that and of the environment that follows it
+std::size_t roomSize = 0;      // of that and of the environment that follows it
 std::array<char, 64> shown{};  // the name that was set last
 
 struct Start {

@@ -66,8 +66,8 @@ class WindowConnection final : public Tessel::Platform::ChannelOwner {
 
 }  // namespace
 
-int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId,
-                     int webEngineChannelId, unsigned long long handshakeKey) {
+int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int webEngineChannelId,
+                     unsigned long long handshakeKey) {
   // What ends this process by its group, itself included, ends the engine's helpers and no other
   // child.
   ::setpgid(0, 0);
@@ -106,8 +106,7 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId,
   auto system = RemoteWindowSystem::create(std::move(windowConnection));
   if (!system) giveUp(noDisplay);
   WindowSystem::install(std::move(system));
-  startEngine(
-      concat(settings.applicationSandbox(), "-", String::fromUnsignedInteger(groupId)));
+  startEngine(concat(settings.applicationSandbox(), "-", String::fromUnsignedInteger(groupId)));
 
   const int status = client->run();
   client->removeMessageHandler(&handler);

@@ -28,8 +28,8 @@ void showWindowsOfChildren(Window& applicationWindow) {
                                   std::strerror(errno));
       return;
     }
-    (*byGroup)[&group] = std::make_unique<RemoteWindows>(std::move(connection), group.groupId(),
-                                                         applicationWindow);
+    (*byGroup)[&group] =
+        std::make_unique<RemoteWindows>(std::move(connection), group.groupId(), applicationWindow);
   });
   IPCSenderGroup::onGone([](const IPCSenderGroup& group) { byGroup->erase(&group); });
 }

@@ -54,10 +54,10 @@ void startEngine(const Tessel::Platform::String& dataName) {
   std::string problem;
   // Pages outlive every scope of ours, so the engine does as well.
   static WebKitEngine* engine =
-      WebKitEngine::create({folderFor("PAGEHOST_MODULE_PATH", "modules", PAGEHOST_MODULE_FOLDER),
-                            folderFor("TESSEL_LOCAL_ROOT", "share", PAGEHOST_DATA_FOLDER),
-                            dataName.toStdString()},
-                           problem)
+      WebKitEngine::create(
+          {folderFor("PAGEHOST_MODULE_PATH", "modules", PAGEHOST_MODULE_FOLDER),
+           folderFor("TESSEL_LOCAL_ROOT", "share", PAGEHOST_DATA_FOLDER), dataName.toStdString()},
+          problem)
           .release();
   if (!engine) giveUp(problem);
   PageFactory::install(engine);

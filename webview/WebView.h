@@ -10,7 +10,9 @@
 #include <array>
 #include <string>
 
-class WebView : public OrvWebView, public Tessel::Platform::GuardedPointerBase, protected EventSink {
+class WebView : public OrvWebView,
+                public Tessel::Platform::GuardedPointerBase,
+                protected EventSink {
  public:
   using String = OrvWebView::String;
   // The handle of the child window with that identifier, 0 when there is none.

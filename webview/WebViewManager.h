@@ -1,8 +1,8 @@
 // The owner of all web views of a process: it gives them handles, makes and deletes them, brings
 // their events to the chrome and ends the main loop with the last of them.
 //
-// UI thread, but for what any thread may do: allocating a handle, telling the chrome of an error and
-// handling the message of an event that is answered.
+// UI thread, but for what any thread may do: allocating a handle, telling the chrome of an error
+// and handling the message of an event that is answered.
 #pragma once
 
 #include "engine/OrvWebEvent.h"

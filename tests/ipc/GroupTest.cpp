@@ -24,12 +24,12 @@ namespace {
 
 using namespace Tessel::Platform;
 using test_support::inOwnProcess;
-using Testing::iterateUntil;
-using Testing::StandardErrorPipe;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using Testing::iterateUntil;
+using Testing::StandardErrorPipe;
 
 // What children do, by their group's number; all others are good ones.
 enum Group : unsigned int {
@@ -169,11 +169,9 @@ TEST(GroupTest, AChildThatDiesTakesItsWebViewsAlongInTheirOrderAndNoOthers) {
     chrome.events();
     const pid_t process = chrome.processOf(first);
     ::kill(process, SIGKILL);
-    ASSERT_TRUE(
-        iterateUntil([&] { return !chrome.manager.remoteWebViewForHandle(second); }));
-    EXPECT_THAT(chrome.errors(),
-                ElementsAre("WebView group 5 (child process " + std::to_string(process) +
-                            ") has died unexpectedly!"));
+    ASSERT_TRUE(iterateUntil([&] { return !chrome.manager.remoteWebViewForHandle(second); }));
+    EXPECT_THAT(chrome.errors(), ElementsAre("WebView group 5 (child process " +
+                                             std::to_string(process) + ") has died unexpectedly!"));
     EXPECT_THAT(chrome.events(), ElementsAre(std::to_string(first) + " ProcessCrash",
                                              std::to_string(second) + " ProcessCrash"));
     EXPECT_EQ(chrome.callNative({"webview.isVisible", std::to_string(other).c_str()}), "1");
@@ -278,8 +276,8 @@ TEST(GroupTest, AChildThatWaitsForAnAnswerIsStillServed) {
 // A launched group that is connected is not in a handshake; a second one on it would be.
 class Relaunched final : public IPCSenderGroup {
  public:
-  using IPCSenderGroup::IPCSenderGroup;
   using IPCSenderGroup::expectHandshake;
+  using IPCSenderGroup::IPCSenderGroup;
 };
 
 TEST(GroupTest, MessagesDuringAHandshakeAreDropped) {

@@ -231,10 +231,7 @@ TEST(CommandLayoutTest, DamagedMessagesAreReadOrDroppedButNeverBelieved) {
 
 class CommandMessagesTest : public test_support::ChromeFixture {
  protected:
-  CommandMessagesTest() {
-    
-    manager.addRemoteWebView(new IPCSenderWebView(&childGroup, handle));
-  }
+  CommandMessagesTest() { manager.addRemoteWebView(new IPCSenderWebView(&childGroup, handle)); }
 
   static constexpr int channel = 42;
   const unsigned int handle = createWebView();

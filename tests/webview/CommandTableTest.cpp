@@ -26,7 +26,7 @@ class CommandTableTest : public test_support::ChromeFixture,
  protected:
   CommandTableTest() {
     if (GetParam() == Path::Direct) return;
-    
+
     manager.addRemoteWebView(new IPCSenderWebView(&childGroup, handle));
   }
   // Whether commands went the way that the test is for since the last call.

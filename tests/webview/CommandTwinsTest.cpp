@@ -31,10 +31,7 @@ const std::set<std::string> differing{"createFadeColorWindow",     "executeJavaS
 
 class CommandTwinsTest : public test_support::ChromeFixture {
  protected:
-  CommandTwinsTest() {
-    
-    manager.addRemoteWebView(new IPCSenderWebView(&childGroup, there));
-  }
+  CommandTwinsTest() { manager.addRemoteWebView(new IPCSenderWebView(&childGroup, there)); }
 
   struct Outcome {
     std::string result;
