@@ -191,8 +191,8 @@ bool ChannelSocket::send(Blobs blobs) {
     const Sent sent = sendNow(datagram);
     if (sent != Sent::None) return sent == Sent::All;
   }
-  if (unsentBytes_ + preamble.header.size > maximumUnsent) return false;
-  unsentBytes_ += preamble.header.size;
+  if (unsentBytes_ + datagram.size() > maximumUnsent) return false;
+  unsentBytes_ += datagram.size();
   unsent_.push_back(std::move(datagram));
   return true;
 }
@@ -201,9 +201,9 @@ bool ChannelSocket::flush() {
   while (!unsent_.empty()) {
     const Sent sent = sendNow(unsent_.front());
     if (sent != Sent::All) return sent == Sent::None;
+    unsentBytes_ -= unsent_.front().size();
     unsent_.pop_front();
   }
-  unsentBytes_ = 0;
   return true;
 }
 

@@ -76,6 +76,7 @@ class ChannelSocket {
   struct Datagram {
     std::string bytes;
     std::string fileContent;
+    std::size_t size() const { return bytes.size() + fileContent.size(); }
   };
 
   enum class Sent { All, None, Broken };

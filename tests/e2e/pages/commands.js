@@ -353,6 +353,18 @@ test('a page may be let at the native functions of its process', async () => {
   native('webview.delete', view);
 });
 
+test('a page that never stops scripting is asked and ended', async () => {
+  const view = await open('<script>setTimeout(() => { document.title = "busy"; setTimeout(() => { for (;;); }, 0); }, 0)</script>');
+  await until(() => get(view, 'title') === 'busy');
+  for (let i = 0; i < 200; ++i) {
+    script(view, 'document.title = "done"');
+    equal(get(view, 'title'), 'busy');
+    equal(get(view, 'isVisible'), '1');
+    get(view, 'scrollPosition');
+  }
+  native('webview.delete', view);
+});
+
 test('a page may object to its end', async () => {
   const view = await open('');
   get(view, 'destroyIfNotRejectedByUser');
