@@ -80,10 +80,8 @@ std::pair<ChannelSocket, ChannelSocket> ChannelSocket::pair() {
   return {ChannelSocket(UniqueFd(ends[0])), ChannelSocket(UniqueFd(ends[1]))};
 }
 
-namespace {
-
 // What stands before the blobs' bytes.
-struct Preamble {
+struct ChannelSocket::Preamble {
   DatagramHeader header{};
   Lengths lengths{};
 
@@ -106,7 +104,8 @@ struct Preamble {
   // Header and table stand one after the other in memory.
   std::size_t size() const { return sizeof header + header.count * sizeof(std::uint32_t); }
 };
-static_assert(offsetof(Preamble, lengths) == sizeof(DatagramHeader));
+
+namespace {
 
 // Up to here a copy is cheaper than that the kernel looks at every piece.
 constexpr std::size_t smallDatagram = 8192;
@@ -155,29 +154,34 @@ ChannelSocket::Sent ChannelSocket::sendNow(const Datagram& datagram) const {
   return sendNow({&whole, 1}, datagram.fileContent);
 }
 
+// Of a message that needs no file.
+ChannelSocket::Sent ChannelSocket::sendNow(const Preamble& preamble, Blobs blobs) const {
+  if (preamble.size() + preamble.header.size <= smallDatagram) {
+    std::array<char, smallDatagram> bytes;
+    std::memcpy(bytes.data(), &preamble, preamble.size());
+    char* end = bytes.data() + preamble.size();
+    for (const Blob& blob : blobs) {
+      if (blob.length > 0) std::memcpy(end, blob.data, blob.length);
+      end += blob.length;
+    }
+    return sendNow(std::string_view(bytes.data(), end));
+  }
+  // Others copy nothing.
+  std::array<iovec, BlobList::capacity + 1> pieces;
+  pieces[0] = {const_cast<Preamble*>(&preamble), preamble.size()};
+  for (std::size_t i = 0; i < blobs.size(); ++i) {
+    pieces[i + 1] = {const_cast<void*>(blobs[i].data), blobs[i].length};
+  }
+  return sendNow({pieces.data(), blobs.size() + 1}, std::string());
+}
+
 bool ChannelSocket::send(Blobs blobs) {
+  static_assert(offsetof(Preamble, lengths) == sizeof(DatagramHeader));
   Preamble preamble;
   if (!socket_ || !preamble.fill(blobs)) return false;
   const bool inFile = preamble.header.flags == DatagramHeader::inFile;
   if (unsent_.empty() && !inFile) {
-    if (preamble.size() + preamble.header.size <= smallDatagram) {
-      std::array<char, smallDatagram> bytes;
-      std::memcpy(bytes.data(), &preamble, preamble.size());
-      char* end = bytes.data() + preamble.size();
-      for (const Blob& blob : blobs) {
-        if (blob.length > 0) std::memcpy(end, blob.data, blob.length);
-        end += blob.length;
-      }
-      const Sent sent = sendNow(std::string_view(bytes.data(), end));
-      if (sent != Sent::None) return sent == Sent::All;
-    }
-    // Others copy nothing.
-    std::array<iovec, BlobList::capacity + 1> pieces;
-    pieces[0] = {&preamble, preamble.size()};
-    for (std::size_t i = 0; i < blobs.size(); ++i) {
-      pieces[i + 1] = {const_cast<void*>(blobs[i].data), blobs[i].length};
-    }
-    const Sent sent = sendNow({pieces.data(), blobs.size() + 1}, std::string());
+    const Sent sent = sendNow(preamble, blobs);
     if (sent != Sent::None) return sent == Sent::All;
   }
   Datagram datagram;

@@ -79,10 +79,12 @@ class ChannelSocket {
     std::size_t size() const { return bytes.size() + fileContent.size(); }
   };
 
+  struct Preamble;
   enum class Sent { All, None, Broken };
   Sent sendNow(std::string_view bytes) const;
   Sent sendNow(std::span<const iovec> pieces, const std::string& fileContent) const;
   Sent sendNow(const Datagram& datagram) const;
+  Sent sendNow(const Preamble& preamble, Blobs blobs) const;
   static bool makeDatagram(Blobs blobs, Datagram& datagram);
 
   UniqueFd socket_;

@@ -19,6 +19,7 @@
 #include <cstring>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -87,7 +88,20 @@ class Acceptor {
     Clock::time_point deadline;
   };
 
+  // What one turn of the thread waits for.
+  struct Round {
+    std::vector<pollfd> descriptors;  // the wake-up's, the listeners', the strangers'
+    std::vector<std::shared_ptr<ChannelOwner>> owners;  // of the listeners
+    std::size_t waitingCalls;
+    std::chrono::milliseconds timeout;  // negative for none
+  };
+
   void run();
+  Round nextRound();
+  // Each stranger's descriptor tells whether it has spoken.
+  void settleAll(std::span<const pollfd> spoken);
+  // True when nobody was there.
+  bool acceptAll(const Round& round);
   // Those of the calls that have waited since before the poll.
   std::vector<std::function<void()>> takeCalls(std::size_t count);
   void accept(int listener, const std::shared_ptr<ChannelOwner>& owner);
@@ -159,53 +173,58 @@ std::vector<std::function<void()>> Acceptor::takeCalls(std::size_t count) {
   return taken;
 }
 
+Acceptor::Round Acceptor::nextRound() {
+  Round round{{{wake_.get(), POLLIN, 0}}, {}, 0, std::chrono::milliseconds(-1)};
+  {
+    const std::lock_guard lock(mutex_);
+    for (const Listener& listener : listeners_) {
+      round.descriptors.push_back({listener.socket.get(), POLLIN, 0});
+      round.owners.push_back(listener.owner);
+    }
+    round.waitingCalls = calls_.size();
+  }
+  for (const Stranger& stranger : strangers_) {
+    round.descriptors.push_back({stranger.socket.fd(), POLLIN, 0});
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(
+        std::max(stranger.deadline - Clock::now(), Clock::duration::zero()));
+    round.timeout = round.timeout.count() < 0 ? left : std::min(round.timeout, left);
+  }
+  if (round.waitingCalls > 0) round.timeout = std::chrono::milliseconds(0);
+  return round;
+}
+
+void Acceptor::settleAll(std::span<const pollfd> spoken) {
+  for (std::size_t i = strangers_.size(); i-- > 0;) {
+    if (!settle(strangers_[i], spoken[i].revents != 0)) continue;
+    strangers_.erase(strangers_.begin() + static_cast<std::ptrdiff_t>(i));
+  }
+}
+
+bool Acceptor::acceptAll(const Round& round) {
+  bool isQuiet = true;
+  for (std::size_t i = 0; i < round.owners.size(); ++i) {
+    const pollfd& listener = round.descriptors[i + 1];
+    isQuiet = isQuiet && listener.revents == 0;
+    // The listener may be closed by now: then the number is nobody's, or a socket that nobody
+    // connects to.
+    if (listener.revents & POLLIN) accept(listener.fd, round.owners[i]);
+  }
+  return isQuiet;
+}
+
 void Acceptor::run() {
   // Here, because nobody has to wait for it.
   removeSocketsOfTheDead(folder_, namePrefix);
   for (;;) {
-    std::size_t waitingCalls = 0;
-    std::vector<pollfd> descriptors{{wake_.get(), POLLIN, 0}};
-    std::vector<std::shared_ptr<ChannelOwner>> owners;
-    {
-      const std::lock_guard lock(mutex_);
-      for (const Listener& listener : listeners_) {
-        descriptors.push_back({listener.socket.get(), POLLIN, 0});
-        owners.push_back(listener.owner);
-      }
-      waitingCalls = calls_.size();
-    }
-    auto timeout = std::chrono::milliseconds(-1);
-    for (const Stranger& stranger : strangers_) {
-      descriptors.push_back({stranger.socket.fd(), POLLIN, 0});
-      const auto left = std::chrono::ceil<std::chrono::milliseconds>(
-          std::max(stranger.deadline - Clock::now(), Clock::duration::zero()));
-      timeout = timeout.count() < 0 ? left : std::min(timeout, left);
-    }
-    if (waitingCalls > 0) timeout = std::chrono::milliseconds(0);
-    if (::poll(descriptors.data(), descriptors.size(), static_cast<int>(timeout.count())) < 0) {
-      continue;
-    }
+    Round round = nextRound();
+    std::span<pollfd> all(round.descriptors);
+    if (::poll(all.data(), all.size(), static_cast<int>(round.timeout.count())) < 0) continue;
     eventfd_t ignored = 0;
-    if (descriptors[0].revents != 0) ::eventfd_read(wake_.get(), &ignored);
-
-    // Those who were polled first: accept() adds to them.
-    const auto spoken = descriptors.begin() + 1 + static_cast<std::ptrdiff_t>(owners.size());
-    for (std::size_t i = strangers_.size(); i-- > 0;) {
-      const bool hasSpoken = spoken[static_cast<std::ptrdiff_t>(i)].revents != 0;
-      if (settle(strangers_[i], hasSpoken)) {
-        strangers_.erase(strangers_.begin() + static_cast<std::ptrdiff_t>(i));
-      }
-    }
-    bool isQuiet = true;
-    for (std::size_t i = 0; i < owners.size(); ++i) {
-      isQuiet = isQuiet && descriptors[i + 1].revents == 0;
-      // The listener may be closed by now: then the number is nobody's, or a socket that nobody
-      // connects to.
-      if (descriptors[i + 1].revents & POLLIN) accept(descriptors[i + 1].fd, owners[i]);
-    }
-    if (isQuiet && waitingCalls > 0) {
-      for (const auto& call : takeCalls(waitingCalls)) call();
-    }
+    if (all[0].revents != 0) ::eventfd_read(wake_.get(), &ignored);
+    // Those who were polled first: more come with acceptAll().
+    settleAll(all.subspan(1 + round.owners.size()));
+    if (!acceptAll(round)) continue;
+    for (const auto& call : takeCalls(round.waitingCalls)) call();
   }
 }
 

@@ -88,7 +88,7 @@ void ClientChannel::greet(pid_t pid, const ReceivedMessage& received) {
     handler = strangers_;
   }
   const auto message = handler ? deserializeMessage(received.blobs()) : nullptr;
-  if (!message) {
+  if (!handler || !message) {
     logAlways(LogError, "A message of process %d is refused: nobody is expecting it.",
               static_cast<int>(pid));
     return;

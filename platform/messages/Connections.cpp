@@ -309,11 +309,13 @@ void serveConnectionsDuringWaits() {
   MainThreadWait::addParty(&Connections::instance());
 }
 
+// NOLINTNEXTLINE(readability-identifier-naming)
 int ConnectAttach(int /*node*/, pid_t pid, int channelId, int /*index*/, int /*flags*/) {
   UniqueFd socket = connectToChannel(pid, channelId);
   return socket ? Connections::instance().add(pid, std::move(socket)) : -1;
 }
 
+// NOLINTNEXTLINE(readability-identifier-naming)
 void ConnectDetach(int connectionId) {
   if (const auto connection = Connections::instance().take(connectionId)) connection->detach();
 }

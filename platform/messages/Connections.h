@@ -23,8 +23,10 @@ inline constexpr int sideChannel = 0x40000000;
 // is never used again; -1 with errno set when nobody listens there. When the other end has gone
 // the handlers of the main client get the pulse Pulse::connectionDied with that number, once, and
 // after everything that the process had sent.
+// NOLINTNEXTLINE(readability-identifier-naming): the name that systems with channels give it
 int ConnectAttach(int node, pid_t pid, int channelId, int index, int flags);
 // Without a pulse.
+// NOLINTNEXTLINE(readability-identifier-naming)
 void ConnectDetach(int connectionId);
 
 // Whoever does not answer for that long while the main thread waits for him is killed and counts as
