@@ -43,6 +43,8 @@ enum Group : unsigned int {
 
 int goodChild(IPCReceiverHandler& handler, MainMessageClient& client) {
   test_support::FakePageFactory::instance();
+  // What an earlier test in the process that this was forked from has left: a child has no chrome.
+  WebViewManager::instance().destroyWebView(WebViewManager::rootHandle);
   test_support::FakePage::onLoad = [](test_support::FakePage& page, const String&) {
     page.raise(OrvWebDialogRequestedEvent());
   };
