@@ -13,6 +13,7 @@
 #include "webview/events/EventMessages.h"
 
 #include <signal.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -82,6 +83,8 @@ int childMain(unsigned int groupId, int parentPid, int mainChannelId, int webEng
       std::this_thread::sleep_for(std::chrono::milliseconds(3300));
       break;
     case SilentOne:
+      // With its launcher, since it notices nothing itself.
+      ::prctl(PR_SET_PDEATHSIG, SIGKILL);
       ::pause();
       break;
     default:
