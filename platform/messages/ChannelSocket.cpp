@@ -4,6 +4,8 @@
 // file, the bytes are in there instead.
 #include "platform/messages/ChannelSocket.h"
 
+#include "platform/PassedFile.h"
+
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
@@ -45,21 +47,6 @@ UniqueFd fileOf(const std::string& content) {
     if (count > 0) written += static_cast<std::size_t>(count);
   }
   if (::fcntl(file.get(), F_ADD_SEALS, seals) != 0) return UniqueFd();
-  return file;
-}
-
-// The descriptor that came along; others are closed.
-UniqueFd fileFrom(msghdr& message) {
-  UniqueFd file;
-  for (cmsghdr* part = CMSG_FIRSTHDR(&message); part; part = CMSG_NXTHDR(&message, part)) {
-    if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS) continue;
-    const std::size_t count = (part->cmsg_len - CMSG_LEN(0)) / sizeof(int);
-    for (std::size_t i = 0; i < count; ++i) {
-      int descriptor = -1;
-      std::memcpy(&descriptor, CMSG_DATA(part) + i * sizeof(int), sizeof descriptor);
-      file.reset(descriptor);
-    }
-  }
   return file;
 }
 
@@ -229,7 +216,8 @@ ChannelSocket::Outcome ChannelSocket::receive(ReceivedMessage& message) {
   } while (received < 0 && errno == EINTR);
   if (received < 0) return errno == EAGAIN ? Outcome::Nothing : Outcome::Closed;
   if (received == 0) return Outcome::Closed;
-  const UniqueFd file = fileFrom(packet);
+  std::size_t files = 0;
+  const UniqueFd file = takePassedFile(packet, files);
   if (packet.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) return Outcome::Malformed;
 
   const auto size = static_cast<std::size_t>(received);

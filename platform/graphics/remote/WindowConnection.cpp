@@ -1,6 +1,8 @@
 // One end of the connection between a child process's windows and the application.
 #include "platform/graphics/remote/WindowConnection.h"
 
+#include "platform/PassedFile.h"
+
 #include <fcntl.h>
 #include <glib-unix.h>
 #include <sys/socket.h>
@@ -16,22 +18,6 @@ namespace {
 
 // One turn of the main loop takes at most so many, so that the rest of it gets its turn.
 constexpr int recordsPerTurn = 64;
-
-// The descriptor that came along; more than one is a peer that fills the table of descriptors.
-UniqueFd fileFrom(msghdr& message, bool& tooMany) {
-  UniqueFd file;
-  for (cmsghdr* part = CMSG_FIRSTHDR(&message); part; part = CMSG_NXTHDR(&message, part)) {
-    if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS) continue;
-    const std::size_t count = (part->cmsg_len - CMSG_LEN(0)) / sizeof(int);
-    for (std::size_t i = 0; i < count; ++i) {
-      int descriptor = -1;
-      std::memcpy(&descriptor, CMSG_DATA(part) + i * sizeof(int), sizeof descriptor);
-      tooMany = tooMany || file;
-      file.reset(descriptor);
-    }
-  }
-  return file;
-}
 
 }  // namespace
 
@@ -157,9 +143,10 @@ void WindowConnection::serve() {
     if (count < 0 && errno == EINTR) continue;
     if (count < 0 && errno == EAGAIN) break;
     if (count <= 0) return drop(nullptr);
-    bool tooMany = false;
-    UniqueFd file = fileFrom(message, tooMany);
-    if (tooMany || (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC))) return drop("it is too large");
+    std::size_t files = 0;
+    UniqueFd file = takePassedFile(message, files);
+    // More than one is a peer that fills the table of descriptors.
+    if (files > 1 || (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC))) return drop("it is too large");
     const long now = g_get_monotonic_time() / G_USEC_PER_SEC;
     if (std::exchange(second_, now) != now) receivedInSecond_ = 0;
     if (++receivedInSecond_ > maximumPerSecond) return drop("there are too many of them");
