@@ -20,6 +20,7 @@ import { focus } from './keyboard.js';
 import { zoomBy, zoomTo } from './zoom.js';
 
 const START_PAGE = new URL('samples/start.html', document.baseURI).href;
+const DEMO_PAGE = new URL('samples/reader.html', document.baseURI).href;
 /** A web view smaller than this helps nobody. */
 const LEAST_SIDE = 48;
 
@@ -264,14 +265,20 @@ function openFirstTabs(tabs, layOutNow, session) {
   }
 }
 
-/** The run script waits for the line, then takes its picture. */
+/**
+ * A page in this process and one in a process of its own. The run script waits for the line, then
+ * takes its picture.
+ */
 function runDemo(tabs, layOutNow) {
-  const report = (type, print) => tabs.addEventListener(type, () => {
+  const report = (type, next) => tabs.addEventListener(type, () => {
     layOutNow();
-    print();
+    next();
   }, { once: true });
-  report('loaded', () => WebView.root.printToStdout('demo ready\n'));
   report('failed', () => WebView.root.printToStderr('demo: the sample page could not be loaded\n'));
+  report('loaded', () => {
+    report('loaded', () => WebView.root.printToStdout('demo ready\n'));
+    tabs.open(DEMO_PAGE, tabs.processes.fresh());
+  });
   tabs.open(START_PAGE);
 }
 
