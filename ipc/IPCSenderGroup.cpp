@@ -18,7 +18,6 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -317,10 +316,8 @@ void IPCSenderGroup::markDisconnected() {
 
 void IPCSenderGroup::processDied() {
   WebViewManager& manager = WebViewManager::instance();
-  // Destroying the last web view of a group ends the group.
-  const auto webViews = webViews_;
-  std::vector<unsigned int> handles(webViews.size());
-  std::transform(webViews.begin(), webViews.end(), handles.begin(),
-                 [](const IPCSenderWebView* webView) { return webView->handle(); });
+  // Each leaves the list when it is destroyed, and the group ends with the last one.
+  std::vector<unsigned int> handles;
+  for (const IPCSenderWebView* const webView : webViews_) handles.push_back(webView->handle());
   for (const unsigned int handle : handles) manager.remoteWebViewCrashed(handle);
 }

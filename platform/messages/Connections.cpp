@@ -33,7 +33,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
  public:
   static std::shared_ptr<Connection> open(int id, pid_t peer, UniqueFd socket);
 
-  void post(Message& message);
+  // False when the message cannot cross or the connection is broken.
+  bool send(Message& message);
   void call(Message& message);
   void setSilenceLimit(std::chrono::milliseconds limit) { silenceLimit_ = limit; }
   // Without a pulse.
@@ -65,7 +66,6 @@ class Connection : public std::enable_shared_from_this<Connection> {
   Connection(int id, pid_t peer, UniqueFd socket)
       : id_(id), peer_(peer), socket_(std::move(socket)) {}
 
-  bool send(Message& message);
   void takeReply();
   void end(bool isPeerAlive);
   void dropSource();
@@ -188,10 +188,6 @@ bool Connection::send(Message& message) {
   }
   if (wakeLoop) g_main_context_wakeup(nullptr);
   return !broken_;
-}
-
-void Connection::post(Message& message) {
-  send(message);
 }
 
 void Connection::call(Message& message) {
@@ -332,7 +328,7 @@ void sendOver(int connectionId, Message& message) {
   if (message.reply()) {
     connection->call(message);
   } else {
-    connection->post(message);
+    connection->send(message);
   }
 }
 

@@ -1,5 +1,6 @@
 // The channel between two processes, both ends in this one.
 #include "platform/messages/ChannelSocket.h"
+#include "tests/support/RawDatagram.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -41,21 +42,7 @@ class ChannelSocketTest : public ::testing::Test {
 
   // What a peer that follows no rules sends.
   Outcome afterRaw(const std::string& bytes, int file = -1) {
-    iovec vector{const_cast<char*>(bytes.data()), bytes.size()};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr message{};
-    message.msg_iov = &vector;
-    message.msg_iovlen = 1;
-    if (file >= 0) {
-      message.msg_control = control;
-      message.msg_controllen = sizeof control;
-      cmsghdr* part = CMSG_FIRSTHDR(&message);
-      part->cmsg_level = SOL_SOCKET;
-      part->cmsg_type = SCM_RIGHTS;
-      part->cmsg_len = CMSG_LEN(sizeof(int));
-      std::memcpy(CMSG_DATA(part), &file, sizeof file);
-    }
-    EXPECT_GE(::sendmsg(near.fd(), &message, MSG_NOSIGNAL), 0) << std::strerror(errno);
+    EXPECT_TRUE(test_support::sendRaw(near.fd(), bytes, file)) << std::strerror(errno);
     ReceivedMessage received;
     return far.receive(received);
   }

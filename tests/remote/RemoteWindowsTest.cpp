@@ -6,6 +6,7 @@
 #include "platform/graphics/remote/RemoteWindows.h"
 #include "platform/graphics/remote/WindowConnection.h"
 #include "tests/platform/StandardErrorPipe.h"
+#include "tests/support/RawDatagram.h"
 
 #include <fcntl.h>
 #include <glib.h>
@@ -86,21 +87,7 @@ class RemoteWindowsTest : public testing::Test {
     sendBytes({reinterpret_cast<const char*>(&record), sizeof record}, file);
   }
   void sendBytes(const std::string& bytes, int file = -1) {
-    iovec part{const_cast<char*>(bytes.data()), bytes.size()};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    if (file >= 0) {
-      message.msg_control = control;
-      message.msg_controllen = sizeof control;
-      cmsghdr* rights = CMSG_FIRSTHDR(&message);
-      rights->cmsg_level = SOL_SOCKET;
-      rights->cmsg_type = SCM_RIGHTS;
-      rights->cmsg_len = CMSG_LEN(sizeof(int));
-      std::memcpy(CMSG_DATA(rights), &file, sizeof file);
-    }
-    ASSERT_GE(::sendmsg(peer_.get(), &message, MSG_NOSIGNAL), 0);
+    ASSERT_TRUE(test_support::sendRaw(peer_.get(), bytes, file));
     settle();
   }
   static MemoryWindowSystem::Surface& shown(const Window& window) {
