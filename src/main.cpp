@@ -2,6 +2,7 @@
 // program was started under. Main thread.
 #include "PagehostMain.h"
 #include "bindings/BindingManager.h"
+#include "bindings/CclBinding.h"
 #include "platform/Log.h"
 #include "platform/Process.h"
 #include "webview/commands/CommandTable.h"
@@ -21,6 +22,7 @@ int main(int argc, char** argv) {
   const bool isApplication = std::strcmp(__progname, "pagehost") == 0;
   Tessel::Platform::setupApplicationLogging(__progname);
   registerCommands(BindingManager::instance());
+  CclBinding::instance();
   FcInit();
   if (isApplication) pagehost_main(argc, argv);
   Tessel::Platform::logAlways(

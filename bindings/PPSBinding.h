@@ -1,0 +1,41 @@
+// The native functions "pps.*": the chrome's way to the objects of the publish/subscribe service.
+//
+// The functions run on the UI thread, events of the objects on the web-engine thread; the table of
+// open objects has a lock for both.
+#pragma once
+
+#include "platform/GuardedPointer.h"
+#include "platform/pps/PPSObject.h"
+
+#include <map>
+#include <memory>
+#include <mutex>
+
+class OrvWebJavaScriptCallbackEvent;
+class WebView;
+
+class PPSBinding {
+ public:
+  // Created on first use, by the UI thread, never destroyed; registers the functions. The chrome of
+  // that moment is the one that is told of events.
+  static PPSBinding& instance();
+
+  void open(OrvWebJavaScriptCallbackEvent& event);
+  void write(OrvWebJavaScriptCallbackEvent& event);
+  void close(OrvWebJavaScriptCallbackEvent& event);
+
+  // Calls chrome.internal.pps.onEvent(id, name, text) for an object that is open, and lets go of it
+  // when the event is its last one. Any thread.
+  void deliver(int id, const Tessel::Platform::PPSEvent& event);
+
+ private:
+  using Object = std::shared_ptr<Tessel::Platform::PPSObject>;
+
+  PPSBinding();
+  // Null when there is none.
+  Object find(int id);
+
+  const Tessel::Platform::GuardedPointer<WebView> chrome_;
+  std::mutex mutex_;
+  std::map<int, Object> objects_;  // under the mutex
+};

@@ -1,0 +1,145 @@
+// Between the chrome's JSON and the attributes of objects. Any thread.
+#include "bindings/PPSJson.h"
+
+#include <glib.h>
+#include <rapidjson/document.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include <cerrno>
+#include <cmath>
+#include <string>
+#include <string_view>
+
+using Tessel::Platform::PPSAttribute;
+using Tessel::Platform::PPSValue;
+using Tessel::Platform::String;
+
+namespace {
+
+using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
+
+// Of objects and arrays within each other: writing them anew goes down by calls.
+constexpr int deepest = 64;
+
+bool isTooDeep(std::string_view json) {
+  int depth = 0;
+  bool inText = false;
+  for (std::size_t i = 0; i < json.size(); ++i) {
+    const char character = json[i];
+    if (inText) {
+      if (character == '\\') ++i;
+      inText = character != '"';
+    } else if (character == '"') {
+      inText = true;
+    } else if (character == '{' || character == '[') {
+      if (++depth > deepest) return true;
+    } else if (character == '}' || character == ']') {
+      --depth;
+    }
+  }
+  return false;
+}
+
+// False for what is no JSON.
+bool parse(std::string_view json, rapidjson::Document& document) {
+  if (isTooDeep(json)) return false;
+  document.Parse<rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag>(
+      json.data() ? json.data() : "", json.size());
+  return !document.HasParseError();
+}
+
+void writeText(Writer& writer, std::string_view text) {
+  const auto write = [&](const char* bytes, std::size_t size) {
+    writer.String(bytes, static_cast<rapidjson::SizeType>(size));
+  };
+  const char* const bytes = text.data() ? text.data() : "";
+  if (g_utf8_validate_len(bytes, text.size(), nullptr)) return write(bytes, text.size());
+  char* const valid = g_utf8_make_valid(bytes, static_cast<gssize>(text.size()));
+  write(valid, std::char_traits<char>::length(valid));
+  g_free(valid);
+}
+
+// The number that the text begins with; none when it begins with none, or with one that is none of
+// the finite ones.
+std::optional<double> numberOf(const String& text) {
+  errno = 0;
+  char* end = nullptr;
+  const double number = g_ascii_strtod(text.utf8(), &end);
+  if (end == text.utf8() || errno == ERANGE || errno == EINVAL || !std::isfinite(number)) return {};
+  return number;
+}
+
+void writeValue(Writer& writer, const PPSAttribute& attribute) {
+  const std::string_view encoding = attribute.encoding.view();
+  if (encoding == "b") {
+    writer.Bool(attribute.value.view() == "true");
+    return;
+  }
+  if (encoding == "n") {
+    if (const auto number = numberOf(attribute.value)) {
+      const std::string text = Tessel::Platform::formatNumberText(*number);
+      writer.RawValue(text.data(), text.size(), rapidjson::kNumberType);
+      return;
+    }
+  }
+  if (encoding == "json") {
+    rapidjson::Document document;
+    if (parse(attribute.value.view(), document)) {
+      document.Accept(writer);
+      return;
+    }
+  }
+  writeText(writer, attribute.value.view());
+}
+
+std::string_view textOf(const rapidjson::Value& value) {
+  return {value.GetString(), value.GetStringLength()};
+}
+
+// The encoding and the value, with the colon between them; nothing for null.
+std::string encoded(const rapidjson::Value& value) {
+  if (value.IsNull()) return {};
+  if (value.IsBool()) return value.GetBool() ? "b:1" : "b:0";
+  if (value.IsNumber()) return "n:" + Tessel::Platform::formatNumberText(value.GetDouble());
+  if (value.IsString()) return ":" + std::string(textOf(value));
+  rapidjson::StringBuffer buffer;
+  Writer writer(buffer);
+  value.Accept(writer);
+  return "json:" + std::string(buffer.GetString(), buffer.GetSize());
+}
+
+}  // namespace
+
+String ppsValueToJson(const PPSValue& value) {
+  rapidjson::StringBuffer buffer;
+  Writer writer(buffer);
+  writer.StartObject();
+  if (!value.objectName.isEmpty()) {
+    writeText(writer, value.objectName.view().substr(1));
+    writer.StartObject();
+    for (const auto& [name, attribute] : value.attributes) {
+      writeText(writer, name.view());
+      writeValue(writer, attribute);
+    }
+    writer.EndObject();
+  }
+  writer.EndObject();
+  return std::string(buffer.GetString(), buffer.GetSize());
+}
+
+std::optional<String> ppsLinesFromJson(const String& json) {
+  rapidjson::Document document;
+  if (!parse(json.view(), document) || !document.IsObject()) return String();
+  std::string lines;
+  for (const auto& [name, value] : document.GetObject()) {
+    const std::string_view nameText = textOf(name);
+    const std::string rest = encoded(value);
+    if (nameText.find_first_of(":\n") != std::string_view::npos ||
+        rest.find('\n') != std::string::npos) {
+      return std::nullopt;
+    }
+    lines.append(nameText).append(":").append(rest).append("\n");
+  }
+  return lines;
+}

@@ -1,0 +1,14 @@
+// Between the chrome's JSON and the attributes of objects. Any thread.
+#pragma once
+
+#include "platform/pps/PPSText.h"
+
+#include <optional>
+
+// {"name":{...}}, or {} for no object. Numbers, truth values and JSON become what they are; what is
+// not what its encoding says becomes a text. Bytes that are no UTF-8 are replaced.
+Tessel::Platform::String ppsValueToJson(const Tessel::Platform::PPSValue& value);
+
+// The lines for the members of a JSON object, in its order; empty for everything else. Nothing
+// when a name or a text has characters that would make other lines of it.
+std::optional<Tessel::Platform::String> ppsLinesFromJson(const Tessel::Platform::String& json);

@@ -1,0 +1,60 @@
+// The files of objects, below one root folder: finding, reading, and replacing them. Any thread;
+// several processes may do this at once.
+//
+// A reader needs no lock: a file's text is replaced as a whole. Writers lock the folder, so that
+// none overwrites what another one has merged in meanwhile.
+#pragma once
+
+#include "platform/String.h"
+#include "platform/UniqueFd.h"
+
+#include <sys/types.h>
+
+#include <string>
+#include <system_error>
+
+namespace Tessel::Platform {
+
+// TESSEL_PPS_ROOT, or the folder "pps" among the user's data of the program.
+std::string ppsRoot();
+
+// Where an object's file is: its folder, which is held open, and its name in there.
+struct PPSPlace {
+  UniqueFd folder;
+  std::string name;
+};
+
+// Finds the place of a path below the root, which is made if need be; with makesFolders, those on
+// the way, too. Slashes in front count for nothing. No symbolic link is followed, and a name that
+// is empty or begins with a point is not permitted, so that no path leaves the root, and none meets
+// the files that writers need.
+std::error_code findPPSPlace(const String& path, bool makesFolders, PPSPlace& place);
+
+// Makes an empty file if there is none; that there is one is an error with exclusive.
+std::error_code makePPSFile(const PPSPlace& place, bool exclusive, mode_t permissions);
+// Whether it may be written to, as far as its permissions go.
+std::error_code checkPPSFileIsWritable(const PPSPlace& place);
+// Everything but a plain file of a size that is permitted is an error.
+std::error_code readPPSFile(const PPSPlace& place, std::string& text);
+
+// Keeps other writers out of a folder, in this process and in others.
+class PPSFolderLock {
+ public:
+  // Waits a second at most for whoever else has it; error() says whether it came to that.
+  explicit PPSFolderLock(const PPSPlace& place);
+  ~PPSFolderLock();
+  PPSFolderLock(const PPSFolderLock&) = delete;
+  PPSFolderLock& operator=(const PPSFolderLock&) = delete;
+
+  std::error_code error() const { return error_; }
+
+  // Replaces the file's text, and keeps its permissions; makes it anew, with those of a private
+  // file, when it is not there. On failure it is as it was.
+  std::error_code replace(const PPSPlace& place, const std::string& text) const;
+
+ private:
+  UniqueFd folder_;
+  std::error_code error_;
+};
+
+}  // namespace Tessel::Platform

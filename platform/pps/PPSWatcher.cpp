@@ -1,0 +1,140 @@
+// Tells when files of objects change. Adding and removing works from any thread; events are read
+// by the client's.
+#include "platform/pps/PPSWatcher.h"
+
+#include <glib-unix.h>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+namespace Tessel::Platform {
+
+namespace {
+
+// A file is looked at when its writer has closed it, or has put a whole one in its place: before
+// that it may be half written.
+constexpr unsigned int fileEvents =
+    IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_CREATE | IN_ATTRIB;
+constexpr unsigned int folderEvents = IN_DELETE_SELF | IN_MOVE_SELF;
+constexpr unsigned int folderIsGone = folderEvents | IN_UNMOUNT | IN_IGNORED;
+// Others on the same thread have their turn after so many reads.
+constexpr int readsAtOnce = 16;
+
+struct Registry {
+  std::mutex mutex;
+  std::map<MessageClient*, std::weak_ptr<PPSWatcher>> watchers;
+};
+
+Registry& registry() {
+  static auto* const registry = new Registry;  // leaked, as the web-engine thread is
+  return *registry;
+}
+
+}  // namespace
+
+std::shared_ptr<PPSWatcher> PPSWatcher::of(MessageClient& client) {
+  const std::lock_guard lock(registry().mutex);
+  std::erase_if(registry().watchers, [](const auto& entry) { return entry.second.expired(); });
+  std::weak_ptr<PPSWatcher>& known = registry().watchers[&client];
+  if (auto watcher = known.lock()) return watcher;
+  auto watcher = std::make_shared<PPSWatcher>();
+  watcher->inotify_.reset(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+  if (!watcher->inotify_) return nullptr;
+  known = watcher;
+  client.dispatchMessage(executableMessage([weak = known] {
+    if (const auto there = weak.lock()) there->attach();
+  }));
+  return watcher;
+}
+
+PPSWatcher::~PPSWatcher() {
+  if (!source_) return;
+  g_source_destroy(source_);
+  g_source_unref(source_);
+}
+
+void PPSWatcher::attach() {
+  using Weak = std::weak_ptr<PPSWatcher>;
+  GSource* const source = g_unix_fd_source_new(inotify_.get(), G_IO_IN);
+  const auto onReadable = [](gint, GIOCondition, gpointer data) -> gboolean {
+    const auto watcher = static_cast<Weak*>(data)->lock();
+    if (!watcher) return G_SOURCE_REMOVE;
+    watcher->readEvents();
+    return G_SOURCE_CONTINUE;
+  };
+  const GUnixFDSourceFunc function = onReadable;
+  g_source_set_callback(source, G_SOURCE_FUNC(function), new Weak(weak_from_this()),
+                        [](gpointer data) { delete static_cast<Weak*>(data); });
+  g_source_set_name(source, "pps watcher");
+  GMainContext* const context = g_main_context_ref_thread_default();
+  g_source_attach(source, context);
+  g_main_context_unref(context);
+  const std::lock_guard lock(mutex_);
+  source_ = source;
+}
+
+int PPSWatcher::add(const PPSPlace& place, Handler handler) {
+  // By the folder that is held open, whatever its path leads to by now.
+  const std::string folder = "/proc/self/fd/" + std::to_string(place.folder.get());
+  // Locked before the system knows of it: another one of the same folder may just be ending.
+  const std::lock_guard lock(mutex_);
+  const int number = ::inotify_add_watch(inotify_.get(), folder.c_str(),
+                                         fileEvents | folderEvents | IN_ONLYDIR | IN_EXCL_UNLINK);
+  if (number < 0) return -1;
+  watches_.emplace(++lastNumber_, Watch{number, place.name, std::move(handler)});
+  return lastNumber_;
+}
+
+void PPSWatcher::remove(int number) {
+  Handler ended;  // goes after the lock
+  const std::lock_guard lock(mutex_);
+  const auto found = watches_.find(number);
+  if (found == watches_.end()) return;
+  const int folder = found->second.folder;
+  ended = std::move(found->second.handler);
+  watches_.erase(found);
+  const bool isUsed = std::any_of(watches_.begin(), watches_.end(), [folder](const auto& entry) {
+    return entry.second.folder == folder;
+  });
+  if (!isUsed) ::inotify_rm_watch(inotify_.get(), folder);
+}
+
+void PPSWatcher::readEvents() {
+  alignas(inotify_event) std::array<char, 64 * 1024> buffer;
+  Told told;
+  for (int i = 0; i < readsAtOnce; ++i) {
+    const ssize_t size = ::read(inotify_.get(), buffer.data(), buffer.size());
+    if (size <= 0) break;
+    sort(buffer.data(), static_cast<std::size_t>(size), told);
+  }
+  // Each once, however often it was written.
+  for (const auto& [number, what] : told) what.second(what.first);
+}
+
+void PPSWatcher::sort(const char* buffer, std::size_t size, Told& told) {
+  const std::lock_guard lock(mutex_);
+  for (std::size_t at = 0; at + sizeof(inotify_event) <= size;) {
+    inotify_event event{};
+    std::memcpy(&event, buffer + at, sizeof event);
+    const char* const name = event.len > 0 ? buffer + at + sizeof event : "";
+    at += sizeof event + event.len;
+    // Some events were lost: whatever is watched may have changed.
+    const bool isAny = (event.mask & IN_Q_OVERFLOW) != 0;
+    const bool isGone = (event.mask & folderIsGone) != 0;
+    for (const auto& [number, watch] : watches_) {
+      if (!isAny && watch.folder != event.wd) continue;
+      if (isGone) {
+        told[number] = {PPSChange::FolderGone, watch.handler};
+      } else if (isAny || watch.name == name) {
+        told.emplace(number, std::pair(PPSChange::File, watch.handler));
+      }
+    }
+  }
+}
+
+}  // namespace Tessel::Platform

@@ -1,0 +1,145 @@
+// The analytics functions as the chrome calls them.
+#include "bindings/BindingManager.h"
+#include "bindings/CclBinding.h"
+#include "tests/link/TemporaryFolder.h"
+#include "tests/platform/StandardErrorPipe.h"
+#include "tests/support/ChromeFixture.h"
+
+#include <cstdlib>
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+class CclBindingTest : public test_support::ChromeFixture {
+ protected:
+  CclBindingTest() { ::setenv("TESSEL_CCL_FILE", file().c_str(), 1); }
+  ~CclBindingTest() override {
+    callNative({"ccl.shutdown"});
+    ::unsetenv("TESSEL_CCL_FILE");
+  }
+
+  std::string file() const { return folder_.path() / "events"; }
+  // What the last line says happened.
+  std::string lastEvent() const {
+    std::string last;
+    std::ifstream stream(file());
+    for (std::string line; std::getline(stream, line);) last = line;
+    last.erase(0, last.find("\"process\""));
+    return last.substr(std::min(last.size(), last.find(',') + 1));
+  }
+
+  test_support::TemporaryFolder folder_;
+  CclBinding& binding = CclBinding::instance();
+};
+
+TEST_F(CclBindingTest, EachEventIsItsOwn) {
+  EXPECT_EQ(callNative({"ccl.onButtonClick"}), "-1") << "before init";
+  EXPECT_EQ(callNative({"ccl.init", "", "1"}), "0");
+  EXPECT_EQ(callNative({"ccl.init", "shop", "1"}), "1");
+  const CclClient* const first = binding.client;
+  EXPECT_EQ(callNative({"ccl.init", "other", "2"}), "1");
+  EXPECT_EQ(binding.client, first);
+  EXPECT_EQ(callNative({"ccl.isCCLEnabled"}), "1");
+
+  const std::pair<const char*, const char*> events[] = {
+      {"ccl.onApplicationStart", "applicationStart"},
+      {"ccl.onApplicationEnd", "applicationEnd"},
+      {"ccl.onApplicationForeground", "applicationForeground"},
+      {"ccl.onApplicationBackground", "applicationBackground"},
+      {"ccl.onApplicationError", "applicationError"},
+      {"ccl.onButtonClick", "buttonClick"},
+      {"ccl.onContentView", "contentView"},
+      {"ccl.onSearchEvent", "search"},
+      {"ccl.onActivityStart", "activityStart"},
+      {"ccl.onActivityEnd", "activityEnd"},
+      {"ccl.onActivityPause", "activityPause"},
+      {"ccl.onAdClickEvent", "adClick"},
+      {"ccl.onConversionEvent", "conversion"}};
+  for (std::size_t i = 0; i < std::size(events); ++i) {
+    const auto& [function, name] = events[i];
+    EXPECT_EQ(callNative({function}), "0");
+    EXPECT_EQ(lastEvent(), R"("event":")" + std::string(name) + "\"}");
+    // The first seven take no text, and nobody counts their arguments.
+    EXPECT_EQ(callNative({function, "it"}), "0");
+    EXPECT_THAT(lastEvent(), i < 7 ? EndsWith("\"}") : EndsWith(R"(,"text":"it"})"));
+  }
+  EXPECT_EQ(callNative({"ccl.onCustomEvent", "mine"}), "0");
+  EXPECT_EQ(lastEvent(), R"("custom":"mine"})");
+  EXPECT_THAT(errors(), IsEmpty());
+}
+
+TEST_F(CclBindingTest, KeysHaveFlagsAndGoWithTheClient) {
+  const std::string noKeys = "eventKeysCreate() should be called before eventKeysAdd()";
+  callNative({"ccl.init", "shop", "1"});
+  EXPECT_EQ(callNative({"ccl.eventKeysAdd", "a", "1"}), "-3");
+  EXPECT_THAT(errors(), ElementsAre(noKeys));
+  EXPECT_EQ(callNative({"ccl.eventKeysCreate"}), "");
+  callNative({"ccl.eventKeysAdd", "gone", "1"});
+  EXPECT_EQ(callNative({"ccl.eventKeysCreate"}), "");
+  for (const auto& call : std::vector<std::vector<const char*>>{{"a", "1"},
+                                                                {"b", "2", "false", "true"},
+                                                                {"c", "3", "true", "false"},
+                                                                {"d", "4", "yes"},
+                                                                {"e", "5", "", "no"},
+                                                                {"f", "6", "false", "false"}}) {
+    std::vector<const char*> whole{"ccl.eventKeysAdd"};
+    whole.insert(whole.end(), call.begin(), call.end());
+    EXPECT_EQ(callNative(whole), "0");
+  }
+  EXPECT_EQ(callNative({"ccl.onCustomEvent", "mine"}), "0");
+  EXPECT_THAT(lastEvent(), HasSubstr(R"("keys":[{"key":"a","value":"1","flags":3},)"
+                                     R"({"key":"b","value":"2","flags":0},)"
+                                     R"({"key":"c","value":"3","flags":1},)"
+                                     R"({"key":"d","value":"4","flags":3},)"
+                                     R"({"key":"e","value":"5","flags":3},)"
+                                     R"({"key":"f","value":"6","flags":0}])"));
+  {
+    Tessel::Platform::Testing::StandardErrorPipe log;
+    EXPECT_EQ(callNative({"ccl.eventKeysPrint"}), "");
+    EXPECT_THAT(log.read(), HasSubstr("ccl: c = 3 (1)"));
+  }
+  EXPECT_EQ(callNative({"ccl.shutdown"}), "0");
+  EXPECT_EQ(callNative({"ccl.shutdown"}), "-1");
+  EXPECT_EQ(callNative({"ccl.eventKeysAdd", "a", "1"}), "-3");
+  EXPECT_THAT(errors(), ElementsAre(noKeys));
+  EXPECT_EQ(callNative({"ccl.eventKeysDelete"}), "");
+  EXPECT_EQ(callNative({"ccl.eventKeysPrint"}), "");
+}
+
+TEST_F(CclBindingTest, SwitchAndCountsAreReadExactly) {
+  callNative({"ccl.init", "shop", "1"});
+  EXPECT_EQ(callNative({"ccl.setCCLEnabled", "yes"}), "-2");
+  EXPECT_EQ(callNative({"ccl.setCCLEnabled", "false"}), "0");
+  EXPECT_EQ(callNative({"ccl.isCCLEnabled"}), "0");
+  EXPECT_EQ(callNative({"ccl.onButtonClick"}), "-4");
+  EXPECT_EQ(callNative({"ccl.setCCLEnabled", "true"}), "0");
+
+  const std::tuple<const char*, const char*, int, int> counted[] = {
+      {"ccl.init", "jsInit", 3, 3},
+      {"ccl.setCCLEnabled", "jsSetCCLEnabled", 2, 2},
+      {"ccl.onSearchEvent", "jsOnSearchEvent", 1, 2},
+      {"ccl.onActivityStart", "jsOnActivityStart", 1, 2},
+      {"ccl.onActivityEnd", "jsOnActivityEnd", 1, 2},
+      {"ccl.onActivityPause", "jsOnActivityPause", 1, 2},
+      {"ccl.onAdClickEvent", "jsOnAdClickEvent", 1, 2},
+      {"ccl.onConversionEvent", "jsOnConversionEvent", 1, 2},
+      {"ccl.onCustomEvent", "jsOnCustomEvent", 2, 2},
+      {"ccl.eventKeysAdd", "jsEventKeysAdd", 3, 5}};
+  for (const auto& [function, internal, required, most] : counted) {
+    for (const int wrong : {required - 1, most + 1}) {
+      if (wrong == 0) continue;
+      std::vector<const char*> call(static_cast<std::size_t>(wrong), "x");
+      call[0] = function;
+      EXPECT_EQ(callNative(call), "");
+      std::string expected = countError(internal, wrong, required);
+      if (most > required) expected += " (" + std::to_string(most) + " with optional args)";
+      EXPECT_THAT(errors(), ElementsAre(expected));
+    }
+  }
+}
+
+}  // namespace

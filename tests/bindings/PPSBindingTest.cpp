@@ -1,0 +1,155 @@
+// Objects as the chrome opens, writes, closes and hears of them.
+#include "bindings/PPSBinding.h"
+#include "platform/messages/MessageClient.h"
+#include "tests/link/TemporaryFolder.h"
+#include "tests/platform/Waiting.h"
+#include "tests/support/ChromeFixture.h"
+
+#include <cstdlib>
+
+namespace {
+
+using Tessel::Platform::executableMessage;
+using Tessel::Platform::PPSEvent;
+using Tessel::Platform::webKitThreadMessageClient;
+using Tessel::Platform::Testing::iterateUntil;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class PPSBindingTest : public test_support::ChromeFixture {
+ protected:
+  PPSBindingTest() { ::setenv("TESSEL_PPS_ROOT", folder_.path().c_str(), 1); }
+  ~PPSBindingTest() override {
+    for (const char* id : {"1", "5", "0", "-1"}) callNative({"pps.close", id});
+    EXPECT_TRUE(iterateUntil([&] { return closed() == opened_; })) << "every object is let go of";
+    ::unsetenv("TESSEL_PPS_ROOT");
+  }
+
+  std::string open(const char* id, const char* path, const char* flags = "66",
+                   const char* mode = "0") {
+    const std::string result = callNative({"pps.open", id, path, mode, flags, "384"});
+    if (result.starts_with(R"({"result":true)")) ++opened_;
+    return result;
+  }
+  // What chrome.internal.pps.onEvent was called with since the last call, as "id name text". Events
+  // come on the web-engine thread, so they are looked at there.
+  const std::vector<std::string>& events() {
+    webKitThreadMessageClient()->dispatchSyncMessage(executableMessage([this] {
+      std::erase_if(page->posted, [this](const FunctionCall& call) {
+        if (call.path != std::vector<String>{"chrome", "internal", "pps", "onEvent"}) return false;
+        std::string text = String::fromNumber(call.arguments.at(0).numberValue()).toStdString() +
+                           " " + call.arguments.at(1).stringValue().toStdString();
+        if (call.arguments.size() > 2) text += " " + call.arguments[2].stringValue().toStdString();
+        events_.push_back(text);
+        return true;
+      });
+    }));
+    return events_;
+  }
+  bool hears(const std::string& event) {
+    return iterateUntil([&] { return !events().empty() && events_.back() == event; });
+  }
+  long closed() {
+    events();
+    return std::count_if(events_.begin(), events_.end(), [](const std::string& event) {
+      return event.ends_with(" Closed") || event.find(" OpenFailed ") != std::string::npos;
+    });
+  }
+
+  test_support::TemporaryFolder folder_;
+  PPSBinding& binding = PPSBinding::instance();
+
+ private:
+  std::vector<std::string> events_;
+  long opened_ = 0;
+};
+
+TEST_F(PPSBindingTest, AnObjectIsOpenedWrittenHeardOfAndClosed) {
+  folder_.write("dir/status", "n:n:12\non:b:true\n");
+  EXPECT_EQ(open("5", "/dir/status", "2"),
+            R"({"result":true,"data":{"status":{"n":12,"on":true}}})");
+  EXPECT_EQ(open("5", "/dir/status", "2"), R"({"result":false})");
+  ASSERT_TRUE(hears(R"(5 FirstReadComplete {"status":{"n":12,"on":true}})"));
+  EXPECT_THAT(events(),
+              ElementsAre("5 Opened", R"(5 FirstReadComplete {"status":{"n":12,"on":true}})"));
+
+  EXPECT_EQ(callNative({"pps.write", "5", R"({"on":false,"n":null,"list":[1,2]})"}), "true");
+  ASSERT_TRUE(hears(R"(5 NewData {"status":{"list":[1,2],"on":false}})"));
+  folder_.write("dir/status", "on:b:true\n");
+  ASSERT_TRUE(hears(R"(5 NewData {"status":{"on":true}})"));
+
+  callNative({"pps.close", "5"});
+  ASSERT_TRUE(hears("5 Closed"));
+  EXPECT_EQ(callNative({"pps.write", "5", R"({"on":false})"}), "false");
+  EXPECT_EQ(open("5", "/dir/status", "2"), R"({"result":true,"data":{"status":{"on":true}}})");
+  EXPECT_THAT(errors(), IsEmpty());
+}
+
+TEST_F(PPSBindingTest, AClosingObjectKeepsItsIdUntilClosedHasArrived) {
+  EXPECT_EQ(open("5", "status"), R"({"result":true,"data":{"status":{}}})");
+  // The thread of the events is kept busy.
+  webKitThreadMessageClient()->dispatchMessage(executableMessage([] { ::usleep(200'000); }));
+  callNative({"pps.close", "5"});
+  EXPECT_EQ(open("5", "status"), R"({"result":false})");
+  EXPECT_EQ(callNative({"pps.write", "5", R"({"on":false})"}), "false");
+  ASSERT_TRUE(hears("5 Closed"));
+  EXPECT_EQ(open("5", "status"), R"({"result":true,"data":{"status":{}}})");
+}
+
+TEST_F(PPSBindingTest, WritesAnswerWhatBecameOfThem) {
+  EXPECT_EQ(callNative({"pps.write", "1", R"({"a":1})"}), "false");
+  open("1", "status");
+  ASSERT_TRUE(hears(R"(1 FirstReadComplete {"status":{}})"));
+  for (const char* nothing : {"[1]", "no JSON", "{}", ""}) {
+    EXPECT_EQ(callNative({"pps.write", "1", nothing}), "true");
+  }
+  EXPECT_EQ(callNative({"pps.write", "1", R"({"a":"x\nb:n:1"})"}), "false");
+  ASSERT_TRUE(
+      hears("1 WriteFailed Names of attributes have neither colons nor line breaks, and "
+            "texts no line breaks: nothing was written"));
+  EXPECT_EQ(callNative({"pps.write", "1", R"({"":1})"}), "false");
+  ASSERT_TRUE(
+      hears("1 WriteFailed The object \"status\" could not be written: it has a line that "
+            "is no attribute"));
+}
+
+TEST_F(PPSBindingTest, MistakesAreToldOrAnswered) {
+  callNative({"pps.open", "1", "status", "0", "66"});
+  callNative({"pps.write", "1"});
+  callNative({"pps.close"});
+  EXPECT_THAT(errors(), ElementsAre(countError("jsOpen", 5, 6), countError("jsWrite", 2, 3),
+                                    countError("jsClose", 1, 2)));
+  EXPECT_EQ(open("1", "../status"), R"({"result":false})");
+  EXPECT_EQ(open("1", "status", "66", "7"), R"({"result":false})");
+  EXPECT_EQ(open("1", "status", "0"), R"({"result":false})");
+  EXPECT_EQ(callNative({"pps.open", "1", nullptr, nullptr, nullptr, nullptr}),
+            R"({"result":false})");
+  EXPECT_EQ(callNative({"pps.close", "77"}), "");
+  // What is no number is 0, and what is not kept is not heard of.
+  EXPECT_EQ(open("abc", "status"), R"({"result":true,"data":{"status":{}}})");
+  ASSERT_TRUE(hears(R"(0 FirstReadComplete {"status":{}})"));
+  EXPECT_EQ(open("-1", "status"), R"({"result":true,"data":{"status":{}}})");
+  ASSERT_TRUE(hears(R"(-1 FirstReadComplete {"status":{}})"));
+  EXPECT_EQ(events().size(), 4u);
+}
+
+TEST_F(PPSBindingTest, LastEventsLetGoOfTheObject) {
+  open("1", "status");
+  ASSERT_TRUE(hears(R"(1 FirstReadComplete {"status":{}})"));
+  binding.deliver(1, {PPSEvent::ReadFailed, "why", {}});
+  binding.deliver(1, {static_cast<PPSEvent::Type>(7), "", {}});
+  binding.deliver(1, {static_cast<PPSEvent::Type>(-1), "", {}});
+  EXPECT_EQ(open("1", "status"), R"({"result":false})");
+  binding.deliver(1, {PPSEvent::OpenFailed, "why", {}});
+  binding.deliver(1, {PPSEvent::ReadFailed, "nobody hears", {}});
+  EXPECT_THAT(events(),
+              ElementsAre("1 Opened", R"(1 FirstReadComplete {"status":{}})", "1 ReadFailed why",
+                          "1 UNKNOWN", "1 UNKNOWN", "1 OpenFailed why"));
+  EXPECT_EQ(open("1", "status"), R"({"result":true,"data":{"status":{}}})");
+  binding.deliver(1, {PPSEvent::Closed, "", {}});
+  ASSERT_TRUE(hears("1 Closed"));
+  open("1", "status");
+  binding.deliver(1, {PPSEvent::Closed, "", {}});
+}
+
+}  // namespace

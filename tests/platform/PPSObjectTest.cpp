@@ -1,0 +1,347 @@
+// Objects of the publish/subscribe service as files: what is read, written, told, and refused.
+#include "platform/pps/PPSFiles.h"
+#include "platform/pps/PPSObject.h"
+#include "tests/link/TemporaryFolder.h"
+#include "tests/platform/Waiting.h"
+#include "tests/support/ChromeFixture.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sched.h>
+#include <sys/file.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <iterator>
+#include <thread>
+
+namespace Tessel::Platform {
+namespace {
+
+namespace fs = std::filesystem;
+using test_support::inOwnProcess;
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using Testing::iterateUntil;
+
+constexpr int readOnly = O_RDONLY;
+constexpr int create = O_RDWR | O_CREAT;
+
+constexpr const char* names[] = {"FirstReadComplete", "NewData",    "Opened",     "Closed",
+                                 "OpenFailed",        "ReadFailed", "WriteFailed"};
+
+// As "a=n:1 b=:text", the name in front.
+std::string textOf(const PPSValue& value) {
+  std::string text = value.objectName.toStdString();
+  for (const auto& [name, attribute] : value.attributes) {
+    text += concat(" ", name, "=", attribute.encoding, ":", attribute.value).toStdString();
+  }
+  return text;
+}
+
+// An object that remembers its events, as "NewData @status a=n:1".
+class Subscriber {
+ public:
+  explicit Subscriber(const char* path, PPSObject::PPSMode mode = PPSObject::Full)
+      : object(path, mode, MainMessageClient::instance()) {
+    object.setEventFunc(
+        [](void* context, const PPSEvent& event) {
+          const std::string detail =
+              event.message.isEmpty() ? textOf(event.value) : event.message.toStdString();
+          static_cast<Subscriber*>(context)->events.push_back(
+              names[event.type] + std::string(detail.empty() ? "" : " ") + detail);
+        },
+        this);
+  }
+
+  bool open(int flags) { return object.open(flags, 0, &first, true); }
+  // Waits until the last event ends like that.
+  bool hears(const std::string& end) {
+    return iterateUntil([&] { return !events.empty() && events.back().ends_with(end); });
+  }
+
+  PPSObject object;
+  PPSValue first;
+  std::vector<std::string> events;
+};
+
+class PPSObjectTest : public testing::Test {
+ protected:
+  PPSObjectTest() { ::setenv("TESSEL_PPS_ROOT", root().c_str(), 1); }
+  ~PPSObjectTest() override { ::unsetenv("TESSEL_PPS_ROOT"); }
+
+  fs::path root() const { return folder_.path() / "root"; }
+  void edit(const std::string& name, const std::string& text) const {
+    folder_.write("root/" + name, text);
+  }
+  std::string fileText(const std::string& name) const {
+    std::ifstream file(root() / name);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+  std::vector<std::string> filesIn(const fs::path& folder) const {
+    std::vector<std::string> found;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+      found.push_back(entry.path().filename());
+    }
+    return found;
+  }
+
+  test_support::TemporaryFolder folder_;
+  MainMessageClient client{0, -1};
+};
+
+TEST_F(PPSObjectTest, OpenReadsWhatIsThereAndTellsItAgain) {
+  edit("system/status",
+       "@other\nn:n:12\non:b:true\nthis is no attribute\n:n:1\nn:n:13\nurl::a:b\n"
+       "gone:\n@n:n:1\nlast:x:");
+  Subscriber status("/system/status");
+  ASSERT_TRUE(status.open(readOnly));
+  const std::string value = "@status last=x: n=n:13 on=b:true url=:a:b";
+  EXPECT_EQ(textOf(status.first), value);
+  EXPECT_THAT(status.events, ElementsAre()) << "events come from the loop";
+  ASSERT_TRUE(status.hears(value));
+  EXPECT_THAT(status.events, ElementsAre("Opened", "FirstReadComplete " + value));
+}
+
+TEST_F(PPSObjectTest, WritesAreMergedForEverybody) {
+  Subscriber one("folder/deep/status");
+  Subscriber two("folder/deep/status");
+  Subscriber writer("folder/deep/status");
+  ASSERT_TRUE(one.open(create));
+  ASSERT_TRUE(two.open(readOnly));
+  ASSERT_TRUE(writer.open(O_WRONLY));
+  EXPECT_EQ(textOf(one.first), "@status");
+  EXPECT_EQ(textOf(writer.first), "");
+
+  EXPECT_TRUE(one.object.write("a:n:1\nflag:b:1\ntext::say: \"x\"\n"));
+  ASSERT_TRUE(two.hears("NewData @status a=n:1 flag=b:true text=:say: \"x\""));
+  EXPECT_TRUE(writer.object.write("a:n:2\nflag:b:0\ntext:\n"));
+  for (Subscriber* each : {&one, &two}) {
+    ASSERT_TRUE(each->hears("NewData @status a=n:2 flag=b:false"));
+  }
+  EXPECT_EQ(fileText("folder/deep/status"), "@status\na:n:2\nflag:b:false\n");
+  EXPECT_THAT(filesIn(root() / "folder/deep"), ElementsAre("status"));
+  EXPECT_THAT(writer.events, ElementsAre("Opened"));
+}
+
+TEST_F(PPSObjectTest, EditsFromOutsideAreHeardInEveryManner) {
+  edit("status", "a:n:1\n");
+  fs::permissions(root() / "status", fs::perms(0640));
+  Subscriber status("status");
+  ASSERT_TRUE(status.open(O_RDWR));
+  edit("status", "a:n:2\n");
+  ASSERT_TRUE(status.hears("NewData @status a=n:2"));
+  edit("other", "a:n:3\n");
+  fs::rename(root() / "other", root() / "status");
+  ASSERT_TRUE(status.hears("NewData @status a=n:3"));
+  fs::remove(root() / "status");
+  ASSERT_TRUE(
+      status.hears("ReadFailed The object \"status\" could not be read: No such file or "
+                   "directory"));
+  EXPECT_FALSE(status.object.write("a:n:4\n")) << "it was not to be made anew";
+  edit("status", "a:n:3\n");
+  ASSERT_TRUE(status.hears("NewData @status a=n:3")) << "that it is back is news";
+  fs::permissions(root() / "status", fs::perms(0640));
+  EXPECT_TRUE(status.object.write("a:n:5\n"));
+  ASSERT_TRUE(status.hears("NewData @status a=n:5"));
+  EXPECT_EQ(fs::status(root() / "status").permissions(), fs::perms(0640));
+
+  fs::remove(root() / "status");
+  fs::create_symlink(folder_.path() / "outside", root() / "status");
+  ASSERT_TRUE(status.hears("Too many levels of symbolic links"));
+  fs::remove_all(root());
+  ASSERT_TRUE(status.hears("Closed"));
+  EXPECT_FALSE(status.object.write("a:n:6\n"));
+}
+
+TEST_F(PPSObjectTest, DeltaBringsWhatIsDifferent) {
+  edit("status", "a:n:1\nb:n:1\nc:n:1\n");
+  Subscriber status("status", PPSObject::Delta);
+  ASSERT_TRUE(status.open(O_RDWR));
+  ASSERT_TRUE(status.object.write("a:n:2\nb:\nd::x\n"));
+  ASSERT_TRUE(status.hears("NewData @status a=n:2 b=json:null d=:x"));
+}
+
+TEST_F(PPSObjectTest, CloseIsToldOnceAndEndsEverything) {
+  Subscriber status("status");
+  ASSERT_TRUE(status.open(create));
+  status.object.close();
+  status.object.close();
+  edit("status", "a:n:2\n");
+  EXPECT_FALSE(status.object.write("a:n:1\n"));
+  ASSERT_TRUE(status.hears("Closed"));
+  test_support::turnLoop();
+  EXPECT_THAT(status.events, ElementsAre("Opened", "FirstReadComplete @status", "Closed"));
+}
+
+TEST_F(PPSObjectTest, ADestroyedObjectIsSilent) {
+  std::vector<std::string>* events = nullptr;
+  {
+    Subscriber status("status");
+    ASSERT_TRUE(status.open(create));
+    events = new std::vector<std::string>(status.events);
+  }
+  edit("status", "a:n:1\n");
+  test_support::turnLoop();  // an event would find no subscriber, which the sanitizer sees
+  EXPECT_THAT(*events, ElementsAre());
+  delete events;
+}
+
+TEST_F(PPSObjectTest, NoPathLeavesTheRoot) {
+  fs::create_directories(root() / "real");
+  edit("real/object", "a:n:1\n");
+  folder_.write("outside", "secret::x\n");
+  fs::create_directory_symlink(folder_.path(), root() / "link");
+  fs::create_symlink(folder_.path() / "outside", root() / "file-link");
+  ASSERT_EQ(::mkfifo((root() / "pipe").c_str(), 0600), 0);
+  const std::string longest(300, 'x');
+  for (const char* path :
+       {"../outside", "real/../../outside", "link/outside", "file-link", "/../outside", "", "/",
+        "real/", "real//object", "real/./object", "./real/object", ".hidden", "real/.pps-new",
+        "real", "pipe", "real/object/x", "new\nline", longest.c_str()}) {
+    for (const int flags : {O_RDWR, create, create | O_TRUNC, int(O_WRONLY)}) {
+      Subscriber refused(path);
+      EXPECT_FALSE(refused.open(flags)) << path;
+      ASSERT_TRUE(iterateUntil([&] { return !refused.events.empty(); }));
+      EXPECT_THAT(refused.events[0], HasSubstr("OpenFailed The object \"")) << path;
+    }
+  }
+  std::ifstream outside(folder_.path() / "outside");
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(outside), {}), "secret::x\n");
+  EXPECT_FALSE(Subscriber("missing").open(O_RDWR));
+  EXPECT_FALSE(Subscriber("real/object").open(create | O_EXCL));
+  EXPECT_FALSE(Subscriber("real/object").open(O_ACCMODE));
+  EXPECT_FALSE(Subscriber("real/object", static_cast<PPSObject::PPSMode>(2)).open(O_RDWR));
+  EXPECT_TRUE(Subscriber("///real/object").open(O_RDWR));
+  Subscriber emptied("real/object");
+  EXPECT_TRUE(emptied.open(O_RDWR | O_TRUNC));
+  EXPECT_EQ(textOf(emptied.first), "@object");
+}
+
+TEST_F(PPSObjectTest, WhatCannotBeWrittenChangesNothing) {
+  edit("status", "@status\na:n:1\n");
+  Subscriber status("status");
+  ASSERT_TRUE(status.open(O_RDWR));
+  const std::string large = "big::" + std::string(600'000, 'x') + "\n";
+  ASSERT_TRUE(status.object.write(large));
+  const std::string text = fileText("status");
+  for (const std::string& lines :
+       {std::string("b:n:1\nno attribute\n"), std::string("b\n"), std::string(":n:1\n"),
+        std::string("@b:n:1\n"), std::string("b:n:1\nb\tc:n:1\n"), std::string("b:n\n"),
+        std::string("b::x\0y\n", 7), std::string("\n"), "more" + large,
+        "more::" + std::string(PPSValue::mostBytes, 'x') + "\n"}) {
+    EXPECT_FALSE(status.object.write(lines)) << lines.substr(0, 40);
+    ASSERT_TRUE(iterateUntil([&] { return status.events.back().starts_with("WriteFailed"); }));
+    status.events.back().clear();
+    EXPECT_EQ(fileText("status"), text);
+  }
+  Subscriber reader("status");
+  ASSERT_TRUE(reader.open(readOnly));
+  EXPECT_FALSE(reader.object.write("b:n:1\n"));
+  EXPECT_TRUE(reader.hears("could not be written: it is open for reading only"));
+
+  edit("status", "big::" + std::string(PPSValue::mostBytes, 'x'));
+  EXPECT_TRUE(reader.hears("could not be read: File too large"));
+  edit("status", "");
+  EXPECT_TRUE(reader.hears("NewData @status"));
+}
+
+TEST_F(PPSObjectTest, AWriterThatDoesNotLetGoIsNotWaitedForLongerThanASecond) {
+  Subscriber status("status");
+  ASSERT_TRUE(status.open(create));
+  const UniqueFd other(::open(root().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_FALSE(status.object.write("a:n:1\n"));
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+  EXPECT_TRUE(status.hears("another program does not let go of its folder"));
+  ASSERT_EQ(::flock(other.get(), LOCK_UN), 0);
+  EXPECT_TRUE(status.object.write("a:n:1\n"));
+}
+
+TEST_F(PPSObjectTest, ChangesInQuickSuccessionEndWithTheLast) {
+  Subscriber status("status");
+  ASSERT_TRUE(status.open(create));
+  for (int round = 1; round <= 20; ++round) {
+    for (int i = 1; i <= 50; ++i) {
+      ASSERT_TRUE(
+          status.object.write(concat("a:n:", String::fromSignedInteger(round * 100 + i), "\n")));
+      g_main_context_iteration(nullptr, FALSE);
+    }
+    ASSERT_TRUE(status.hears("NewData @status a=n:" + std::to_string(round * 100 + 50)));
+  }
+  EXPECT_LT(status.events.size(), 1000u) << "values that nobody could have used are left out";
+}
+
+// A file system of its own for this process; false when that is not permitted.
+bool mountSmall(const fs::path& folder) {
+  return ::unshare(CLONE_NEWNS) == 0 &&
+         ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+         ::mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=32k") == 0;
+}
+
+class PPSFaultTest : public PPSObjectTest {
+ protected:
+  void SetUp() override {
+    if (::geteuid() != 0)
+      GTEST_SKIP() << "only root can mount a small disk or become somebody else";
+    fs::create_directories(root());
+  }
+  std::string mustFail(Subscriber& status, const String& lines) {
+    EXPECT_FALSE(status.object.write(lines));
+    EXPECT_TRUE(iterateUntil([&] { return status.events.back().starts_with("WriteFailed"); }));
+    return status.events.back();
+  }
+};
+
+TEST_F(PPSFaultTest, AFullDiskAndOneThatIsReadOnlyAreTold) {
+  bool isPermitted = true;
+  inOwnProcess([&] {
+    isPermitted = mountSmall(root());
+    ASSERT_TRUE(isPermitted || errno == EPERM);
+    if (!isPermitted) {
+      std::puts("not permitted to mount here: nothing was tested");
+      return;
+    }
+    Subscriber status("status");
+    ASSERT_TRUE(status.open(create));
+    ASSERT_TRUE(status.object.write("a:n:1\n"));
+    const std::string large(40'000, 'x');
+    EXPECT_THAT(mustFail(status, concat("a:n:2\nb::", large, "\n")),
+                EndsWith("could not be written: No space left on device"));
+    EXPECT_EQ(fileText("status"), "@status\na:n:1\n");
+    EXPECT_THAT(filesIn(root()), ElementsAre("status"));
+    ASSERT_TRUE(status.object.write("a:n:3\n")) << "what fits is written again";
+
+    ASSERT_EQ(::mount(nullptr, root().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    EXPECT_THAT(mustFail(status, "a:n:4\n"), EndsWith("Read-only file system"));
+    EXPECT_FALSE(Subscriber("status").open(O_RDWR));
+    EXPECT_FALSE(Subscriber("new").open(create));
+    EXPECT_TRUE(Subscriber("status").open(readOnly));
+    EXPECT_EQ(fileText("status"), "@status\na:n:3\n");
+  });
+}
+
+TEST_F(PPSFaultTest, AFolderWithoutPermissionIsTold) {
+  edit("status", "@status\na:n:1\n");
+  edit("secret", "a:n:1\n");
+  fs::permissions(folder_.path(), fs::perms(0755));
+  fs::permissions(root(), fs::perms(0755));
+  fs::permissions(root() / "status", fs::perms(0666));
+  fs::permissions(root() / "secret", fs::perms(0600));
+  inOwnProcess([&] {
+    ASSERT_EQ(::setresuid(65534, 65534, 65534), 0);
+    Subscriber status("status");
+    ASSERT_TRUE(status.open(O_RDWR));
+    EXPECT_THAT(mustFail(status, "a:n:2\n"), EndsWith("could not be written: Permission denied"));
+    EXPECT_FALSE(Subscriber("secret").open(readOnly));
+    EXPECT_FALSE(Subscriber("new").open(create));
+    EXPECT_EQ(fileText("status"), "@status\na:n:1\n");
+  });
+}
+
+}  // namespace
+}  // namespace Tessel::Platform
