@@ -886,6 +886,56 @@ export interface NativeFunctions {
   'applicationWindow.setSize'(width: Numeric, height: Numeric, rotation: Numeric): '';
   /** Real. Shows or hides the application window. */
   'applicationWindow.setVisible'(visible: Flag): '';
+  /** Real. Opens an object, which is a file below TESSEL_PPS_ROOT, under a number that the chrome chooses. Mode 0 has every NewData bring all attributes, 1 those that are different, null for one that is gone. The flags are the sum of 0 to read, 1 to write or 2 for both, 64 to make it if need be, with its folders, 128 if it must be new, and 512 to empty it. The permissions are those of a new file; 0 means 384, the user alone. The result is {"result":true,"data":{NAME:{ATTRIBUTES}}}, or {"result":false} when the number is in use or the object could not be opened; the log tells why. What happens to it is told by chrome.internal.pps.onEvent(id, event, text). */
+  'pps.open'(id: Numeric, path: string, mode: Numeric, flags: Numeric, permissions: Numeric): string;
+  /** Real. Writes the members of a JSON object into an open object, in one step for whoever reads it; null takes an attribute away, the others stay. The result is "true", also when there is nothing to write, or "false"; WriteFailed tells why. */
+  'pps.write'(id: Numeric, attributes: string): string;
+  /** Real. Closes an object. Its number is free again when Closed is told. */
+  'pps.close'(id: Numeric): '';
+  /** Real. Begins with analytics: what the functions below are told is written, with the application's name and version, as a line of JSON at the end of the file that TESSEL_CCL_FILE names, and nowhere if it names none. The result is 1, or 0 when the name is empty or one of the texts is longer than 256 bytes; a second call changes nothing. The results of the others: 0 done, -1 before ccl.init, -2 a missing or wrong argument, -3 no keys, -4 analytics are off, -5 the file could not be written, -6 a text is too long or the keys are too many. */
+  'ccl.init'(application: string, version: string): NumberText;
+  /** Real. Ends analytics, and deletes the keys. */
+  'ccl.shutdown'(): NumberText;
+  /** Real. Switches analytics on, which needs a file, or off. Here another text than true and false is a wrong argument. */
+  'ccl.setCCLEnabled'(enabled: Flag): NumberText;
+  /** Real. 1 when events are remembered, 0 when not. */
+  'ccl.isCCLEnabled'(): NumberText;
+  /** Real. Tells that the application has started, with the keys of the moment. The result is 0 when it was remembered; see ccl.init for the others. */
+  'ccl.onApplicationStart'(): NumberText;
+  /** Real. Tells that the application ends. The result is 0 when it was remembered; see ccl.init for the others. */
+  'ccl.onApplicationEnd'(): NumberText;
+  /** Real. Tells that the application has come to the front. The result is 0 when it was remembered; see ccl.init for the others. */
+  'ccl.onApplicationForeground'(): NumberText;
+  /** Real. Tells that the application has left the front. The result is 0 when it was remembered; see ccl.init for the others. */
+  'ccl.onApplicationBackground'(): NumberText;
+  /** Real. Tells of an error in the application. The result is 0 when it was remembered; see ccl.init for the others. */
+  'ccl.onApplicationError'(): NumberText;
+  /** Real. Tells that a button was clicked. The result is 0 when it was remembered; see ccl.init for the others. */
+  'ccl.onButtonClick'(): NumberText;
+  /** Real. Tells of a search. The result is 0 when it was remembered; see ccl.init for the others. */
+  'ccl.onSearchEvent'(text?: string): NumberText;
+  /** Real. Tells that something was looked at. The result is 0 when it was remembered; see ccl.init for the others. */
+  'ccl.onContentView'(): NumberText;
+  /** Real. Tells that an activity begins. The result is 0 when it was remembered; see ccl.init for the others. */
+  'ccl.onActivityStart'(text?: string): NumberText;
+  /** Real. Tells that an activity ends. The result is 0 when it was remembered; see ccl.init for the others. */
+  'ccl.onActivityEnd'(text?: string): NumberText;
+  /** Real. Tells that an activity pauses. The result is 0 when it was remembered; see ccl.init for the others. */
+  'ccl.onActivityPause'(text?: string): NumberText;
+  /** Real. Tells that an advertisement was clicked. The result is 0 when it was remembered; see ccl.init for the others. */
+  'ccl.onAdClickEvent'(text?: string): NumberText;
+  /** Real. Tells that somebody became what was hoped for, a customer for example. The result is 0 when it was remembered; see ccl.init for the others. */
+  'ccl.onConversionEvent'(text?: string): NumberText;
+  /** Real. Tells of an event of the application's own. The result is 0 when it was remembered; see ccl.init for the others. */
+  'ccl.onCustomEvent'(name: string): NumberText;
+  /** Real. Begins a set of keys, in place of the one before: pairs of a key and a value that go with every event from now on. */
+  'ccl.eventKeysCreate'(): '';
+  /** Real. Adds a key with its value to the set, or gives it a new value. Two flags stand beside it in the file, 1 for recorded and 2 for kept; what they mean is up to whoever reads it. Without recorded there is no kept. Only the text false is false here. At most 64 keys of 256 bytes each, with values of 4096. */
+  'ccl.eventKeysAdd'(key: string, value: string, recorded?: Flag, kept?: Flag): NumberText;
+  /** Real. Deletes the set of keys. */
+  'ccl.eventKeysDelete'(): '';
+  /** Real. Writes the keys into the log. */
+  'ccl.eventKeysPrint'(): '';
   /** Real. Accepts a certificate for a host: pages of the host load with it and with no other. The certificate is its record, the record of a connection that failed, or PEM text; the result is 0 and nothing changes when it cannot be read. */
   'webview.addKnownSSLCertificate'(view: Numeric, host: string, certificate: CertificateText): BooleanText;
   /** Real. Accepts several certificates, an object of records by host. All of them or none: the result is 0 when one cannot be read. */
@@ -1462,10 +1512,16 @@ export type EventData<Name> =
 export type EventAnswer<Name> =
   Name extends keyof ChromeAnswers ? JsonText<ChromeAnswers[Name]> | '' | void : void;
 
+/** What happens to an object. FirstReadComplete and NewData bring {NAME: {ATTRIBUTES}} as JSON, what
+ * has failed a sentence, the others nothing. After Closed and OpenFailed the object is no more. */
+export type PPSEventName =
+  | 'FirstReadComplete' | 'NewData' | 'Opened' | 'Closed' | 'OpenFailed' | 'ReadFailed' | 'WriteFailed';
+
 /** The functions that a chrome has, for the program to call. */
 export interface ChromeFunctions {
   internal: {
     webEvent(handle: number, name: string, data: string, integer: number): string | void;
+    pps?: { onEvent(id: number, name: PPSEventName, text?: string): void };
   };
   native: { error(text: string): void };
 }

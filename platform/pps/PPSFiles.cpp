@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <string_view>
 #include <thread>
+#include <utility>
 
 namespace Tessel::Platform {
 
@@ -23,9 +24,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr auto longestLockWait = std::chrono::seconds(1);
-constexpr auto shortestPause = std::chrono::microseconds(50);
-constexpr auto longestPause = std::chrono::milliseconds(5);
+constexpr auto longestLockWait = std::chrono::seconds(3);
+// Between two tries, and for those who wait when one lets go: it has to be long enough for a try of
+// each of them.
+constexpr auto pauseOfWaiting = std::chrono::microseconds(200);
+constexpr auto pauseForOthers = std::chrono::microseconds(400);
 constexpr std::size_t longestPath = 1024;
 constexpr mode_t privateFile = 0600;
 constexpr mode_t privateFolder = 0700;
@@ -61,6 +64,24 @@ std::error_code writeAll(int fd, std::string_view text) {
   return {};
 }
 
+struct flock wholeRange(short type) {
+  struct flock range {};
+  range.l_type = type;
+  range.l_whence = SEEK_SET;
+  return range;
+}
+
+// Where a file system has none it is done without: writers are only less fair to each other.
+void setRangeLock(int fd, short type) {
+  struct flock range = wholeRange(type);
+  ::fcntl(fd, F_OFD_SETLK, &range);
+}
+
+bool somebodyElseHasRangeLock(int fd) {
+  struct flock range = wholeRange(F_WRLCK);
+  return ::fcntl(fd, F_OFD_GETLK, &range) == 0 && range.l_type != F_UNLCK;
+}
+
 mode_t permissionsOf(const PPSPlace& place) {
   struct stat status {};
   const bool isThere =
@@ -81,7 +102,7 @@ std::error_code findPPSPlace(const String& path, bool makesFolders, PPSPlace& pl
   while (!rest.empty() && rest.front() == '/') rest.remove_prefix(1);
 
   const std::string root = ppsRoot();
-  if (g_mkdir_with_parents(root.c_str(), privateFolder) != 0) return failure();
+  if (makesFolders && g_mkdir_with_parents(root.c_str(), privateFolder) != 0) return failure();
   // Where the root is, is the user's own choice, by way of a link if they like.
   UniqueFd folder(::open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!folder) return failure();
@@ -149,24 +170,29 @@ PPSFolderLock::PPSFolderLock(const PPSPlace& place)
     error_ = failure();
     return;
   }
-  const auto end = Clock::now() + longestLockWait;
-  std::chrono::microseconds pause = shortestPause;
-  while (::flock(folder_.get(), LOCK_EX | LOCK_NB) != 0) {
-    if (errno != EWOULDBLOCK && errno != EINTR) {
-      error_ = failure();
-      return;
-    }
-    if (Clock::now() >= end) {
-      error_ = failure(ETIMEDOUT);
-      return;
-    }
-    std::this_thread::sleep_for(pause);
-    pause = std::min<std::chrono::microseconds>(2 * pause, longestPause);
-  }
+  error_ = acquire();
 }
 
-// The lock goes with the descriptor.
-PPSFolderLock::~PPSFolderLock() = default;
+std::error_code PPSFolderLock::acquire() {
+  const auto end = Clock::now() + longestLockWait;
+  bool isWaiting = false;
+  while (::flock(folder_.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EWOULDBLOCK && errno != EINTR) return failure();
+    if (Clock::now() >= end) return failure(ETIMEDOUT);
+    // Locks of ranges know nothing of the other one: this one says that somebody waits.
+    if (!std::exchange(isWaiting, true)) setRangeLock(folder_.get(), F_RDLCK);
+    std::this_thread::sleep_for(pauseOfWaiting);
+  }
+  if (isWaiting) setRangeLock(folder_.get(), F_UNLCK);
+  return {};
+}
+
+PPSFolderLock::~PPSFolderLock() {
+  if (!folder_ || error_) return;
+  const bool isAwaited = somebodyElseHasRangeLock(folder_.get());
+  folder_.reset();
+  if (isAwaited) std::this_thread::sleep_for(pauseForOthers);
+}
 
 std::error_code PPSFolderLock::replace(const PPSPlace& place, const std::string& text) const {
   if (text.size() > PPSValue::mostBytes) return failure(EFBIG);

@@ -18,16 +18,17 @@ namespace Tessel::Platform {
 // TESSEL_PPS_ROOT, or the folder "pps" among the user's data of the program.
 std::string ppsRoot();
 
-// Where an object's file is: its folder, which is held open, and its name in there.
+// Where an object's file is: its folder, open, and its name in there. For one use: the system tells
+// that a folder was deleted only when nobody has it open any more.
 struct PPSPlace {
   UniqueFd folder;
   std::string name;
 };
 
-// Finds the place of a path below the root, which is made if need be; with makesFolders, those on
-// the way, too. Slashes in front count for nothing. No symbolic link is followed, and a name that
-// is empty or begins with a point is not permitted, so that no path leaves the root, and none meets
-// the files that writers need.
+// Finds the place of a path below the root. With makesFolders, the root and the folders on the way
+// are made if need be. Slashes in front count for nothing. No symbolic link is followed, and a name
+// that is empty or begins with a point is not permitted, so that no path leaves the root, and none
+// meets the files that writers need.
 std::error_code findPPSPlace(const String& path, bool makesFolders, PPSPlace& place);
 
 // Makes an empty file if there is none; that there is one is an error with exclusive.
@@ -40,8 +41,9 @@ std::error_code readPPSFile(const PPSPlace& place, std::string& text);
 // Keeps other writers out of a folder, in this process and in others.
 class PPSFolderLock {
  public:
-  // Waits a second at most for whoever else has it; error() says whether it came to that.
+  // Waits three seconds at most for whoever else has it; error() is ETIMEDOUT then.
   explicit PPSFolderLock(const PPSPlace& place);
+  // Pauses for a moment when others wait: who writes all the time would be the first each time.
   ~PPSFolderLock();
   PPSFolderLock(const PPSFolderLock&) = delete;
   PPSFolderLock& operator=(const PPSFolderLock&) = delete;
@@ -53,6 +55,8 @@ class PPSFolderLock {
   std::error_code replace(const PPSPlace& place, const std::string& text) const;
 
  private:
+  std::error_code acquire();
+
   UniqueFd folder_;
   std::error_code error_;
 };

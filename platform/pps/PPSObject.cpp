@@ -34,7 +34,9 @@ struct PPSObject::State : std::enable_shared_from_this<State> {
       : path(itsPath), mode(itsMode), client(itsClient) {}
 
   std::error_code open(int flags, mode_t permissions, PPSValue* value);
-  std::error_code prepareFile(int flags, mode_t permissions) const;
+  std::error_code prepareFile(const PPSPlace& place, int flags, mode_t permissions,
+                              std::string& text) const;
+  std::error_code read(PPSValue& value) const;
   std::optional<String> write(const String& lines) const;
   void post(PPSEvent event);
   void fail(PPSEvent::Type type, const char* what, const String& why);
@@ -51,7 +53,6 @@ struct PPSObject::State : std::enable_shared_from_this<State> {
   std::atomic<bool> abandoned = false;
 
   // Set by open, before anybody else knows of this.
-  PPSPlace place;
   bool reads = false;
   bool writes = false;
   bool makes = false;
@@ -76,6 +77,7 @@ std::error_code PPSObject::State::open(int flags, mode_t permissions, PPSValue* 
   reads = access != O_WRONLY;
   writes = access != O_RDONLY;
   makes = (flags & O_CREAT) != 0;
+  PPSPlace place;
   if (const auto error = findPPSPlace(path, makes, place)) return error;
   watcher = PPSWatcher::of(*client);
   if (!watcher) return systemError(errno);
@@ -86,12 +88,8 @@ std::error_code PPSObject::State::open(int flags, mode_t permissions, PPSValue* 
     if (const auto state = weak.lock()) state->changed(change);
   });
   if (watch < 0) return systemError(errno);
-  std::error_code error = prepareFile(flags, permissions);
   std::string text;
-  if (!error) error = readPPSFile(place, text);
-  // Who only writes need not be allowed to read.
-  if (error.value() == EACCES && !reads) error.clear();
-  if (error) {
+  if (const auto error = prepareFile(place, flags, permissions, text)) {
     watcher->remove(std::exchange(watch, -1));
     return error;
   }
@@ -103,23 +101,43 @@ std::error_code PPSObject::State::open(int flags, mode_t permissions, PPSValue* 
   return {};
 }
 
-std::error_code PPSObject::State::prepareFile(int flags, mode_t permissions) const {
+// Sees to it that the file is as it is to be, and reads it.
+std::error_code PPSObject::State::prepareFile(const PPSPlace& place, int flags, mode_t permissions,
+                                              std::string& text) const {
   if (makes) {
     const mode_t wanted = permissions == 0 ? privateFile : permissions;
     if (const auto error = makePPSFile(place, (flags & O_EXCL) != 0, wanted)) return error;
   }
-  if (!writes) return {};
-  if (const auto error = checkPPSFileIsWritable(place)) return error;
-  if ((flags & O_TRUNC) == 0) return {};
+  if (writes) {
+    if (const auto error = checkPPSFileIsWritable(place)) return error;
+  }
+  const bool empties = writes && (flags & O_TRUNC) != 0;
+  std::error_code error = readPPSFile(place, text);
+  // Who only writes need not be allowed to read, and what is too large may be emptied.
+  if (error.value() == EACCES && !reads) error.clear();
+  if (error.value() == EFBIG && empties) error.clear();
+  if (error || !empties) return error;
   const PPSFolderLock lock(place);
-  if (lock.error()) return lock.error();
-  return lock.replace(place, formatPPSText(parsePPSText(place.name, "")));
+  text = formatPPSText(parsePPSText(place.name, ""));
+  return lock.error() ? lock.error() : lock.replace(place, text);
+}
+
+// Found anew each time: by now the path may lead elsewhere, or nowhere.
+std::error_code PPSObject::State::read(PPSValue& value) const {
+  PPSPlace place;
+  std::string text;
+  if (const auto error = findPPSPlace(path, false, place)) return error;
+  if (const auto error = readPPSFile(place, text)) return error;
+  value = parsePPSText(place.name, text);
+  return {};
 }
 
 // What went wrong, if anything.
 std::optional<String> PPSObject::State::write(const String& lines) const {
   if (!writes) return "it is open for reading only";
   if (const char* problem = problemOfPPSLines(lines.view())) return problem;
+  PPSPlace place;
+  if (const auto error = findPPSPlace(path, makes, place)) return error.message();
   const PPSFolderLock lock(place);
   if (lock.error().value() == ETIMEDOUT) return "another program does not let go of its folder";
   if (lock.error()) return lock.error().message();
@@ -208,17 +226,14 @@ void PPSObject::State::look() {
     looksLater = false;
     if (!isOpen) return;
     lastLook = g_get_monotonic_time();
-    std::string text;
-    const std::error_code error = readPPSFile(place, text);
+    PPSValue value;
+    const std::error_code error = read(value);
     const bool isBack = !error && seenError;
     if (error && error != seenError) failed = error;
     seenError = error;
-    if (!error) {
-      PPSValue value = parsePPSText(place.name, text);
-      if (value != seen || isBack) {
-        event = PPSEvent{PPSEvent::NewData, {}, mode == Delta ? differenceOf(seen, value) : value};
-        seen = std::move(value);
-      }
+    if (!error && (value != seen || isBack)) {
+      event = PPSEvent{PPSEvent::NewData, {}, mode == Delta ? differenceOf(seen, value) : value};
+      seen = std::move(value);
     }
   }
   if (failed) fail(PPSEvent::ReadFailed, "read", failed.message());

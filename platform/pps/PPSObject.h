@@ -61,7 +61,7 @@ class PPSObject {
 
   // Merges lines ("name:encoding:value", each with a line break; "name:" removes) into the object,
   // in one step for all readers. On failure nothing is changed and WriteFailed follows, unless the
-  // object is not open. Waits a second at most for other writers.
+  // object is not open. Waits three seconds at most for other writers.
   bool write(const String& lines);
 
   // Closed follows, after the events that are on their way.

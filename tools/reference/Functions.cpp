@@ -3,6 +3,8 @@
 
 #include "ApplicationWindow.h"
 #include "bindings/BindingManager.h"
+#include "bindings/CclBinding.h"
+#include "bindings/PPSBinding.h"
 #include "platform/graphics/MemoryWindowSystem.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/CommandMessages.h"
@@ -118,6 +120,8 @@ std::set<std::string> registeredNames() {
   ApplicationWindow::instance();
   BindingManager& bindings = BindingManager::instance();
   registerCommands(bindings);
+  CclBinding::instance();
+  PPSBinding::instance();
   OrvWebJavaScriptCallbackEvent event({"bindingManager.listBindings"});
   bindings.dispatch(&event);
   std::set<std::string> names;

@@ -45,10 +45,16 @@ export type EventData<Name> =
 export type EventAnswer<Name> =
   Name extends keyof ChromeAnswers ? JsonText<ChromeAnswers[Name]> | '' | void : void;
 
+/** What happens to an object. FirstReadComplete and NewData bring {NAME: {ATTRIBUTES}} as JSON, what
+ * has failed a sentence, the others nothing. After Closed and OpenFailed the object is no more. */
+export type PPSEventName =
+  | 'FirstReadComplete' | 'NewData' | 'Opened' | 'Closed' | 'OpenFailed' | 'ReadFailed' | 'WriteFailed';
+
 /** The functions that a chrome has, for the program to call. */
 export interface ChromeFunctions {
   internal: {
     webEvent(handle: number, name: string, data: string, integer: number): string | void;
+    pps?: { onEvent(id: number, name: PPSEventName, text?: string): void };
   };
   native: { error(text: string): void };
 }
