@@ -8,6 +8,7 @@ import { NewTabPanel } from './new-tab-panel.js';
 import { PageInfoPanel } from './page-info.js';
 import { WebView } from './pagehost.js';
 import { PanelPlace } from './panel.js';
+import { ObjectsPanel } from './pps-panel.js';
 import { ScreenshotPanel } from './screenshot-panel.js';
 import { SettingsPanel } from './settings-panel.js';
 import { SiteDataPanel } from './site-data-panel.js';
@@ -25,6 +26,7 @@ export function makePanels({ tabs, store, settings, known, find, openNewTab, res
     newTab: new NewTabPanel(tabs, openNewTab),
     screenshot: new ScreenshotPanel(tabs, list),
     siteData: new SiteDataPanel(tabs, store),
+    objects: new ObjectsPanel(),
   };
   const opens = (panel) => () => panel.open();
   panels.menu = new MenuPanel(tabs, [
@@ -37,6 +39,7 @@ export function makePanels({ tabs, store, settings, known, find, openNewTab, res
     { label: 'Page information', run: opens(panels.pageInfo) },
     { label: 'Clear data', key: 'Ctrl+Shift+Del', run: opens(panels.siteData) },
     { label: 'Settings', key: 'Ctrl+,', run: opens(panels.settings) },
+    { label: 'Shared objects', run: opens(panels.objects) },
     { label: 'Native functions', run: opens(panels.functions) },
   ]);
 
