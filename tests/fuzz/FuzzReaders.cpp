@@ -1,4 +1,5 @@
-// Feeds the readers of the chrome's texts with damaged ones for a number of seconds. Main thread.
+// Feeds the readers of the chrome's texts, and of object files, with damaged ones for a number of
+// seconds. Main thread.
 //
 //   fuzz_readers [--seconds N] [--seed N]
 //
@@ -117,18 +118,22 @@ int run(std::uint64_t seed, int seconds) {
   for (const char* token : {"{", "}", "[", "]", ",", ":", "\"", "\\", "\\u0000", "\\ud800", " "}) {
     tokens.emplace_back(token);
   }
+  for (const std::string& token : objectTokens()) tokens.push_back(token);
   test_support::Mutator mutator(seed, tokens);
   Tally records;
   Tally answers;
+  Tally objects;
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
   while (std::chrono::steady_clock::now() < end) {
     for (int i = 0; i < 100; ++i) {
       fuzzRecords(mutator, records);
       fuzzAnswers(mutator, answers);
+      fuzzObjects(mutator, objects);
     }
   }
   bool reachedBoth = true;
-  for (const auto& [name, tally] : {std::pair("records", records), std::pair("answers", answers)}) {
+  for (const auto& [name, tally] : {std::pair("records", records), std::pair("answers", answers),
+                                    std::pair("objects", objects)}) {
     std::printf("%s: %" PRIu64 " texts, %" PRIu64 " accepted\n", name, tally.all, tally.accepted);
     // Of only good or only bad texts, half of the code would not be reached.
     reachedBoth = reachedBoth && tally.accepted > tally.all / 50 &&

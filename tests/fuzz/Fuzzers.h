@@ -33,4 +33,8 @@ std::vector<std::string> recordKeys();
 void fuzzAnswers(test_support::Mutator& mutator, Tally& tally);
 std::vector<std::string> answerKeys();
 
+// Files of shared objects, and what is written into them: one round of each.
+void fuzzObjects(test_support::Mutator& mutator, Tally& tally);
+std::vector<std::string> objectTokens();
+
 }  // namespace fuzz
