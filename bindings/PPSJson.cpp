@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+using Tessel::Platform::concat;
 using Tessel::Platform::PPSAttribute;
 using Tessel::Platform::PPSValue;
 using Tessel::Platform::String;
@@ -98,15 +99,17 @@ std::string_view textOf(const rapidjson::Value& value) {
 }
 
 // The encoding and the value, with the colon between them; nothing for null.
-std::string encoded(const rapidjson::Value& value) {
+String encoded(const rapidjson::Value& value) {
   if (value.IsNull()) return {};
   if (value.IsBool()) return value.GetBool() ? "b:1" : "b:0";
-  if (value.IsNumber()) return "n:" + Tessel::Platform::formatNumberText(value.GetDouble());
-  if (value.IsString()) return ":" + std::string(textOf(value));
+  if (value.IsNumber()) {
+    return concat("n:", Tessel::Platform::formatNumberText(value.GetDouble()));
+  }
+  if (value.IsString()) return concat(":", textOf(value));
   rapidjson::StringBuffer buffer;
   Writer writer(buffer);
   value.Accept(writer);
-  return "json:" + std::string(buffer.GetString(), buffer.GetSize());
+  return concat("json:", std::string_view(buffer.GetString(), buffer.GetSize()));
 }
 
 }  // namespace
@@ -134,12 +137,12 @@ std::optional<String> ppsLinesFromJson(const String& json) {
   std::string lines;
   for (const auto& [name, value] : document.GetObject()) {
     const std::string_view nameText = textOf(name);
-    const std::string rest = encoded(value);
+    const String rest = encoded(value);
     if (nameText.find_first_of(":\n") != std::string_view::npos ||
-        rest.find('\n') != std::string::npos) {
+        rest.view().find('\n') != std::string_view::npos) {
       return std::nullopt;
     }
-    lines.append(nameText).append(":").append(rest).append("\n");
+    lines.append(nameText).append(":").append(rest.view()).append("\n");
   }
   return lines;
 }
