@@ -96,12 +96,12 @@ std::string ppsRoot() {
   return chosen && *chosen ? chosen : std::string(g_get_user_data_dir()) + "/pagehost/pps";
 }
 
-std::error_code findPPSPlace(const String& path, bool makesFolders, PPSPlace& place) {
+std::error_code findPPSPlace(const std::string& root, const String& path, bool makesFolders,
+                             PPSPlace& place) {
   std::string_view rest = path.view();
   if (rest.size() > longestPath) return failure(ENAMETOOLONG);
   while (!rest.empty() && rest.front() == '/') rest.remove_prefix(1);
 
-  const std::string root = ppsRoot();
   if (makesFolders && g_mkdir_with_parents(root.c_str(), privateFolder) != 0) return failure();
   // Where the root is, is the user's own choice, by way of a link if they like.
   UniqueFd folder(::open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

@@ -25,11 +25,12 @@ struct PPSPlace {
   std::string name;
 };
 
-// Finds the place of a path below the root. With makesFolders, the root and the folders on the way
-// are made if need be. Slashes in front count for nothing. No symbolic link is followed, and a name
-// that is empty or begins with a point is not permitted, so that no path leaves the root, and none
-// meets the files that writers need.
-std::error_code findPPSPlace(const String& path, bool makesFolders, PPSPlace& place);
+// Finds the place of a path below the root folder. With makesFolders, the root and the folders on
+// the way are made if need be. Slashes in front count for nothing. No symbolic link is followed,
+// and a name that is empty or begins with a point is not permitted, so that no path leaves the
+// root, and none meets the files that writers need.
+std::error_code findPPSPlace(const std::string& root, const String& path, bool makesFolders,
+                             PPSPlace& place);
 
 // Makes an empty file if there is none; that there is one is an error with exclusive.
 std::error_code makePPSFile(const PPSPlace& place, bool exclusive, mode_t permissions);

@@ -30,8 +30,8 @@ std::error_code systemError(int number) {
 }  // namespace
 
 struct PPSObject::State : std::enable_shared_from_this<State> {
-  State(const String& itsPath, PPSMode itsMode, MessageClient* itsClient)
-      : path(itsPath), mode(itsMode), client(itsClient) {}
+  State(String itsPath, PPSMode itsMode, MessageClient* itsClient)
+      : path(std::move(itsPath)), mode(itsMode), client(itsClient) {}
 
   std::error_code open(int flags, mode_t permissions, PPSValue* value);
   std::error_code prepareFile(const PPSPlace& place, int flags, mode_t permissions,
@@ -45,6 +45,8 @@ struct PPSObject::State : std::enable_shared_from_this<State> {
   void look();
   void lookLater(gint64 pause);
 
+  // Read once: the environment belongs to the thread that makes objects.
+  const std::string root = ppsRoot();
   const String path;
   const PPSMode mode;
   MessageClient* const client;
@@ -78,7 +80,7 @@ std::error_code PPSObject::State::open(int flags, mode_t permissions, PPSValue* 
   writes = access != O_RDONLY;
   makes = (flags & O_CREAT) != 0;
   PPSPlace place;
-  if (const auto error = findPPSPlace(path, makes, place)) return error;
+  if (const auto error = findPPSPlace(root, path, makes, place)) return error;
   watcher = PPSWatcher::of(*client);
   if (!watcher) return systemError(errno);
 
@@ -126,7 +128,7 @@ std::error_code PPSObject::State::prepareFile(const PPSPlace& place, int flags, 
 std::error_code PPSObject::State::read(PPSValue& value) const {
   PPSPlace place;
   std::string text;
-  if (const auto error = findPPSPlace(path, false, place)) return error;
+  if (const auto error = findPPSPlace(root, path, false, place)) return error;
   if (const auto error = readPPSFile(place, text)) return error;
   value = parsePPSText(place.name, text);
   return {};
@@ -137,7 +139,7 @@ std::optional<String> PPSObject::State::write(const String& lines) const {
   if (!writes) return "it is open for reading only";
   if (const char* problem = problemOfPPSLines(lines.view())) return problem;
   PPSPlace place;
-  if (const auto error = findPPSPlace(path, makes, place)) return error.message();
+  if (const auto error = findPPSPlace(root, path, makes, place)) return error.message();
   const PPSFolderLock lock(place);
   if (lock.error().value() == ETIMEDOUT) return "another program does not let go of its folder";
   if (lock.error()) return lock.error().message();

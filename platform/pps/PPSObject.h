@@ -38,7 +38,7 @@ class PPSObject {
   };
   using EventFunc = void (*)(void* context, const PPSEvent& event);
 
-  // The path is below the root; see findPPSPlace. The client outlives the object.
+  // The path is below the root of this moment; see findPPSPlace. The client outlives the object.
   PPSObject(const String& path, PPSMode mode, MessageClient* client);
   // No event follows, but for one that the client's thread is delivering just now.
   ~PPSObject();

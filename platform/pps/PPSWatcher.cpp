@@ -105,7 +105,7 @@ void PPSWatcher::remove(int number) {
 }
 
 void PPSWatcher::readEvents() {
-  alignas(inotify_event) std::array<char, 64 * 1024> buffer;
+  alignas(inotify_event) std::array<char, 65536> buffer;
   Told told;
   for (int i = 0; i < readsAtOnce; ++i) {
     const ssize_t size = ::read(inotify_.get(), buffer.data(), buffer.size());

@@ -12,8 +12,8 @@ namespace test_support {
 
 class TemporaryFolder {
  public:
-  TemporaryFolder() {
-    std::string name = testing::TempDir() + "pagehost-test-XXXXXX";
+  explicit TemporaryFolder(const std::string& place = testing::TempDir()) {
+    std::string name = place + "pagehost-test-XXXXXX";
     if (!::mkdtemp(name.data())) ADD_FAILURE() << "no temporary folder";
     path_ = name;
   }
@@ -25,6 +25,13 @@ class TemporaryFolder {
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
   const std::filesystem::path& path() const { return path_; }
+
+  // A place whose files are in memory, where there is one: a busy disk makes others wait for
+  // seconds.
+  static std::string memory() {
+    std::error_code none;
+    return std::filesystem::is_directory("/dev/shm", none) ? "/dev/shm/" : testing::TempDir();
+  }
 
   // Makes the folders on the way, too.
   void write(const std::string& name, const std::string& content) const {

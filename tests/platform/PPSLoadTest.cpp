@@ -116,7 +116,7 @@ int listen(int ready) {
       &reader);
   if (!object.open(O_RDONLY, 0, nullptr, true) || ::write(ready, "r", 1) != 1) return 1;
   PPSPlace place;
-  if (findPPSPlace(path, false, place)) return 1;
+  if (findPPSPlace(ppsRoot(), path, false, place)) return 1;
   const auto end = Clock::now() + std::chrono::seconds(secondsWanted() + 30);
   while (!reader.isDone && !reader.problem && Clock::now() < end) {
     g_main_context_iteration(nullptr, TRUE);
@@ -141,10 +141,10 @@ void expectSuccess(const std::vector<pid_t>& children, const char* what) {
 }
 
 TEST(PPSLoadTest, TenWritersAndTenReadersOfOneObject) {
-  const test_support::TemporaryFolder folder;
+  const test_support::TemporaryFolder folder(test_support::TemporaryFolder::memory());
   ::setenv("TESSEL_PPS_ROOT", folder.path().c_str(), 1);
   PPSPlace place;
-  ASSERT_FALSE(findPPSPlace(path, true, place));
+  ASSERT_FALSE(findPPSPlace(ppsRoot(), path, true, place));
   ASSERT_FALSE(makePPSFile(place, true, 0600));
   std::array<int, 2> results{};
   std::array<int, 2> ready{};
