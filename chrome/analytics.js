@@ -40,6 +40,7 @@ export const resultText = (name, result) => (name === 'init' && result === '0' ?
 export class AnalyticsForm {
   element = make('section', { className: 'analytics' }, make('h3', { textContent: 'Analytics' }),
     make('p', { className: 'note', textContent: 'Events become lines of the file that TESSEL_CCL_FILE names, and nothing if it names none.' }));
+  #hasKeys = false;
   #on = make('input', { type: 'checkbox' });
   #results = make('ol', { className: 'log', 'aria-label': 'Results', 'aria-live': 'polite' });
 
@@ -59,8 +60,8 @@ export class AnalyticsForm {
       make('label', { className: 'setting flag' }, make('span', { textContent: 'Remember events' }), this.#on),
       this.#makeRow([key, value], 'Add key', () => {
         // Told twice to begin, the host would forget the others.
-        if (!this.hasKeys) call('ccl.eventKeysCreate');
-        this.hasKeys = true;
+        if (!this.#hasKeys) call('ccl.eventKeysCreate');
+        this.#hasKeys = true;
         this.#call('eventKeysAdd', key.value, value.value);
       }),
       this.#makeRow([event, text], 'Tell', () => {
@@ -68,7 +69,7 @@ export class AnalyticsForm {
         this.#call(name, ...(takesText && (needsText || text.value) ? [text.value] : []));
       }),
       this.#makeRow([], 'Forget keys', () => {
-        this.hasKeys = false;
+        this.#hasKeys = false;
         this.#call('eventKeysDelete');
       }),
       this.#results,
