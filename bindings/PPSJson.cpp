@@ -47,18 +47,24 @@ bool parse(std::string_view json, rapidjson::Document& document) {
   if (isTooDeep(json)) return false;
   document.Parse<rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag>(
       json.data() ? json.data() : "", json.size());
-  return !document.HasParseError();
+  if (document.HasParseError()) return false;
+  // Some numbers just beyond the largest are read as infinite, which cannot be written.
+  rapidjson::StringBuffer buffer;
+  Writer writer(buffer);
+  return document.Accept(writer);
 }
 
 void writeText(Writer& writer, std::string_view text) {
-  const auto write = [&](const char* bytes, std::size_t size) {
-    writer.String(bytes, static_cast<rapidjson::SizeType>(size));
-  };
-  const char* const bytes = text.data() ? text.data() : "";
-  if (g_utf8_validate_len(bytes, text.size(), nullptr)) return write(bytes, text.size());
-  char* const valid = g_utf8_make_valid(bytes, static_cast<gssize>(text.size()));
-  write(valid, std::char_traits<char>::length(valid));
+  writer.String(text.data() ? text.data() : "", static_cast<rapidjson::SizeType>(text.size()));
+}
+
+// Files may hold any bytes, and JSON halves of characters.
+String validText(const char* text, std::size_t length) {
+  if (g_utf8_validate_len(text, length, nullptr)) return std::string_view(text, length);
+  char* const valid = g_utf8_make_valid(text, static_cast<gssize>(length));
+  const String result(valid);
   g_free(valid);
+  return result;
 }
 
 // The number that the text begins with; none when it begins with none, or with one that is none of
@@ -128,7 +134,7 @@ String ppsValueToJson(const PPSValue& value) {
     writer.EndObject();
   }
   writer.EndObject();
-  return std::string(buffer.GetString(), buffer.GetSize());
+  return validText(buffer.GetString(), buffer.GetSize());
 }
 
 std::optional<String> ppsLinesFromJson(const String& json) {
@@ -144,5 +150,5 @@ std::optional<String> ppsLinesFromJson(const String& json) {
     }
     lines.append(nameText).append(":").append(rest.view()).append("\n");
   }
-  return lines;
+  return validText(lines.data(), lines.size());
 }

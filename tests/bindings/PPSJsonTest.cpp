@@ -26,6 +26,7 @@ TEST(PPSJsonTest, MembersBecomeLinesInTheirOrder) {
             "a:b:1\nb:n:1.5\nc::x\nd:json:{\"e\":1}\nf:\n");
   EXPECT_EQ(linesOf(R"({"z":false,"a":[1, "\n", null, {}],"z":-0.0,"u":"\u00e4:\t","":""})"),
             "z:b:0\na:json:[1,\"\\n\",null,{}]\nz:n:-0\nu::\xc3\xa4:\t\n::\n");
+  EXPECT_EQ(linesOf(R"({"a":"\ude00"})"), "a::\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\n");
   EXPECT_EQ(linesOf(R"({"n":1234567,"big":18446744073709551615,"small":1e-7,"int":-3})"),
             "n:n:1.23457e+06\nbig:n:1.84467e+19\nsmall:n:1e-07\nint:n:-3\n");
 }
@@ -35,7 +36,8 @@ TEST(PPSJsonTest, WhatIsNoObjectGivesNoLines) {
   for (const std::string& json :
        {std::string(), std::string("[1]"), std::string("{}"), std::string("7"),
         std::string("{a:1}"), std::string(R"({"a":1)"), std::string(R"({"a":1}x)"),
-        std::string(R"({"a":1e999})"), std::string("{\"a\":\"\xff\"}"), deep, R"({"a":)" + deep,
+        std::string(R"({"a":1e999})"), std::string(R"({"a":[5e308]})"),
+        std::string(R"({"a":5e308})"), std::string("{\"a\":\"\xff\"}"), deep, R"({"a":)" + deep,
         R"({"a":)" + deep + std::string(deep.size(), ']') + "}"}) {
     EXPECT_EQ(linesOf(json), "") << json.substr(0, 40);
   }
@@ -60,8 +62,12 @@ TEST(PPSJsonTest, AttributesBecomeWhatTheirEncodingSays) {
             R"({"o":{"a":"abc","b":"","c":"1e999","d":"inf","e":"nan","f":"1e-320"}})");
   EXPECT_EQ(jsonOf("x:json:{bad\ny:json: [1, {\"a\" : null}] \nz:json:\n"),
             R"({"o":{"x":"{bad","y":[1,{"a":null}],"z":""}})");
+  EXPECT_EQ(jsonOf("a:json:5e308\nb:json:[-2e308]\nc:json:[1.7e308,0.1]\n"),
+            R"({"o":{"a":"5e308","b":"[-2e308]","c":[1.7e308,0.1]}})");
   EXPECT_EQ(jsonOf("a::say \"x\"\\\t\nb:other:1\nc:N:1\n"),
             R"({"o":{"a":"say \"x\"\\\t","b":"1","c":"1"}})");
+  EXPECT_EQ(jsonOf("a:json:\"\\ude00\"\n"),
+            "{\"o\":{\"a\":\"\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\"}}");
   EXPECT_EQ(jsonOf("a\xff::x\xfe\nb:json:\"\xff\"\n"),
             "{\"o\":{\"a\xef\xbf\xbd\":\"x\xef\xbf\xbd\",\"b\":\"\\\"\xef\xbf\xbd\\\"\"}}");
 }

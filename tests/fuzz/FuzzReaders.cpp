@@ -53,6 +53,7 @@ const std::vector<std::string>& values() {
                                              "1E-7",
                                              "1e308",
                                              "1e309",
+                                             "5e308",
                                              "123456789.125",
                                              R"("")",
                                              R"("x")",
