@@ -22,6 +22,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 
 namespace {
 
@@ -32,7 +33,7 @@ volatile std::sig_atomic_t notifyPid = -1;
 volatile std::sig_atomic_t notifyProcess = -1;
 
 // The request of a child, which keeps it for good.
-char* requestData = nullptr;
+std::unique_ptr<char[]> requestData;
 std::size_t requestSize = 0;
 bool done = false;
 
@@ -68,11 +69,10 @@ void becomeNotified(pid_t client) {
 // In the child: what the handler leaves for after the dispatch loop.
 int takeRequest(const DeviceMessage& message) {
   std::signal(SIGCHLD, SIG_DFL);
-  std::free(requestData);
   requestSize = message.declaredSize;
-  requestData = static_cast<char*>(std::malloc(requestSize));
+  requestData.reset(new (std::nothrow) char[requestSize]);
   if (!requestData) std::exit(-1);
-  std::memcpy(requestData, message.data, requestSize);
+  std::memcpy(requestData.get(), message.data, requestSize);
   done = true;
   // The server answers.
   return noReply;
@@ -178,5 +178,5 @@ void launcherServerMain(ApplicationMain application, const LauncherConfiguration
   resmgr_detach(*dispatch);
   dispatch.reset();
   if (notifyProcess >= 0) ::close(notifyProcess);
-  runLaunchedProcess(requestData, requestSize, isRestricted(configuration), application);
+  runLaunchedProcess(requestData.get(), requestSize, isRestricted(configuration), application);
 }

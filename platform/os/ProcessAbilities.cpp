@@ -186,6 +186,7 @@ int Abilities::take(const AbilityWord& entry) {
 
 int keepOnly(const std::vector<const Bounded*>& allowed) {
   std::vector<cap_value_t> kept;
+  kept.reserve(allowed.size());
   for (const Bounded* ability : allowed) kept.push_back(ability->capability);
   if (::prctl(PR_SET_KEEPCAPS, 1) != 0) return errno;
   return setCapabilities(kept);

@@ -25,7 +25,11 @@ std::vector<char> requestOf(const LaunchOptions& options, std::string& problem) 
     request.insert(request.end(), text.c_str(), text.c_str() + text.size() + 1);
   };
   for (const std::string& argument : options.arguments) append(argument);
-  for (const auto& [name, value] : options.environment) append(name + "=" + value);
+  for (const auto& [name, value] : options.environment) {
+    request.insert(request.end(), name.begin(), name.end());
+    request.push_back('=');
+    append(value);
+  }
   if (options.directory) append(*options.directory);
 
   const std::size_t largest = largestLaunchMessage - sizeof(Tessel::Platform::DeviceMessageHeader);
