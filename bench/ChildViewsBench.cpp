@@ -1,5 +1,6 @@
 // What a web view in a child process costs: the time until its page is loaded, and the memory of
 // its processes, beside a program that does nothing but show one page. Needs a display.
+#include "bench/Memory.h"
 #include "tests/support/Processes.h"
 #include "tests/support/Program.h"
 
@@ -11,42 +12,18 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <string>
-#include <thread>
 #include <vector>
 
+using bench::memoryOf;
+using bench::settle;
+using bench::treeOf;
 using test_support::childrenOf;
-using test_support::descendantsOf;
 using test_support::nameOf;
 using test_support::Program;
 using Clock = std::chrono::steady_clock;
 
 namespace {
-
-// What the processes have in memory, shared pages by their share: megabytes.
-double memoryOf(const std::vector<pid_t>& pids) {
-  long kilobytes = 0;
-  for (const pid_t pid : pids) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/smaps_rollup");
-    for (std::string word; file >> word;) {
-      long count = 0;
-      if (word == "Pss:" && file >> count) kilobytes += count;
-    }
-  }
-  return static_cast<double>(kilobytes) / 1024;
-}
-
-std::vector<pid_t> treeOf(pid_t pid) {
-  std::vector<pid_t> tree = descendantsOf(pid);
-  tree.push_back(pid);
-  return tree;
-}
-
-// Pages settle for a while after they are loaded.
-void settle() {
-  std::this_thread::sleep_for(std::chrono::seconds(2));
-}
 
 struct Cost {
   double milliseconds = 0;

@@ -1,5 +1,6 @@
 // The program's entry: what every role shares, and the choice of role by the name that the
 // program was started under. Main thread.
+#include "LauncherServer.h"
 #include "PagehostMain.h"
 #include "bindings/BindingManager.h"
 #include "bindings/CclBinding.h"
@@ -10,7 +11,6 @@
 #include <fontconfig/fontconfig.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 
 extern const char* __progname;
@@ -25,10 +25,5 @@ int main(int argc, char** argv) {
   CclBinding::instance();
   FcInit();
   if (isApplication) pagehost_main(argc, argv);
-  Tessel::Platform::logAlways(
-      Tessel::Platform::LogError,
-      "Started as \"%s\", this would be the launcher server, which is not part of this build yet. "
-      "Start it as \"pagehost\" to run the application.",
-      __progname);
-  std::exit(EXIT_FAILURE);
+  launcherServerMain(pagehost_main);
 }

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 
 #include <csignal>
 #include <filesystem>
@@ -283,10 +284,45 @@ TEST_F(ProgramTest, AStartThatCannotBeSaysWhatToDo) {
   }
 }
 
-TEST_F(ProgramTest, UnderAnotherNameItIsNotTheApplication) {
-  Program program(environment("idle.html"), {}, "pagehost-server");
-  EXPECT_EQ(program.status(), 1);
-  EXPECT_NE(program.errors().find("launcher server"), std::string::npos) << program.errors();
+TEST_F(ProgramTest, UnderAnotherNameItStartsApplicationsOfOtherUsersAsItIsAskedTo) {
+  if (::geteuid() != 0) GTEST_SKIP() << "the server starts as root";
+  const Environment resources{{"TESSEL_RESMGR_ROOT", folder_.string()}};
+  const auto ask = [&](const std::vector<std::string>& options) {
+    return std::make_unique<Program>(resources, options, "pagehost-launch", PAGEHOST_TEST_LAUNCHER);
+  };
+  const auto nobody = ask({"--uid", "1234", "--gid", "1234", "--", "app"});
+  EXPECT_EQ(nobody->status(), 1);
+  EXPECT_NE(nobody->errors().find("No launcher server is at"), std::string::npos);
+  EXPECT_EQ(ask({"--", "app"})->status(), 2) << "root's application was asked for";
+
+  Program server(resources, {}, "pagehost-server");
+  ASSERT_TRUE(server.waitForError("Waiting for launch requests")) << server.errors();
+  // What the user can reach.
+  std::filesystem::permissions(folder_, std::filesystem::perms(0755));
+  const std::filesystem::path home = folder_ / "home";
+  std::filesystem::create_directory(home);
+  ASSERT_EQ(::chown(home.c_str(), 1234, 1234), 0);
+  std::vector<std::string> options{"--uid",     "1234",    "--gid", "1234",
+                                   "--console", "console", "--wait"};
+  for (const auto& [name, value] : environment("idle.html")) {
+    options.insert(options.end(), {"--env", name + "=" + value});
+  }
+  for (const char* name : {"XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_RUNTIME_DIR", "HOME"}) {
+    options.insert(options.end(), {"--env", std::string(name) + "=" + home.string()});
+  }
+  options.insert(options.end(), {"--", "an-app"});
+  const auto client = ask(options);
+  const auto pid = client->nextLine();
+  ASSERT_TRUE(pid) << client->errors();
+  EXPECT_TRUE(server.waitForLine("idle")) << server.errors();
+  const pid_t application = std::atoi(pid->c_str());
+  struct stat process {};
+  ASSERT_EQ(::stat(("/proc/" + *pid).c_str(), &process), 0);
+  EXPECT_EQ(process.st_uid, 1234u);
+  EXPECT_EQ(nameOf(application), "an-app");
+  ASSERT_EQ(::kill(application, SIGTERM), 0);
+  EXPECT_EQ(client->status(), 0) << client->errors();
+  EXPECT_NE(client->errors().find("process " + *pid + " has ended"), std::string::npos);
 }
 
 TEST_F(ProgramTest, AChromeThatCannotBeLoadedIsExplainedOnTheScreenAndInTheLog) {

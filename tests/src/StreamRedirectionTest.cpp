@@ -1,8 +1,9 @@
 // Standard streams on files, in processes that have nothing to lose.
 #include "StreamRedirection.h"
-#include "tests/support/ChromeFixture.h"
+#include "tests/support/OwnProcess.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

@@ -9,6 +9,7 @@
 #include "platform/graphics/Window.h"
 #include "platform/messages/MessageClient.h"
 #include "tests/support/FakePage.h"
+#include "tests/support/OwnProcess.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
@@ -16,13 +17,6 @@
 #include <gtest/gtest.h>
 
 namespace test_support {
-
-// Runs a part of a test in a forked process and expects it to pass there.
-void inOwnProcess(const std::function<void()>& body);
-
-// In a forked process: its main context wakes up on its own, not with that of the process that it
-// was forked from, with which it would share the descriptor.
-void separateMainContext();
 
 // What a main client's loop ends with; -1 when it does not end within the deadline.
 int exitStatusOf(Tessel::Platform::MainMessageClient& client);

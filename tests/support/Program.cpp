@@ -34,7 +34,7 @@ bool drain(const UniqueFd& fd, std::string& text) {
 }  // namespace
 
 Program::Program(const Environment& changes, const std::vector<std::string>& arguments,
-                 const std::string& name) {
+                 const std::string& name, const char* file) {
   int output[2];
   int error[2];
   if (::pipe2(output, O_CLOEXEC) != 0 || ::pipe2(error, O_CLOEXEC) != 0) std::abort();
@@ -50,7 +50,7 @@ Program::Program(const Environment& changes, const std::vector<std::string>& arg
     }
     ::dup2(output[1], STDOUT_FILENO);
     ::dup2(error[1], STDERR_FILENO);
-    ::execv(PAGEHOST_TEST_PROGRAM, argv.data());
+    ::execv(file ? file : PAGEHOST_TEST_PROGRAM, argv.data());
     ::_exit(127);
   }
   ::close(output[1]);

@@ -19,9 +19,10 @@ class Program {
   static constexpr std::chrono::seconds patience{30};
 
   // Starts it in the environment of the test with these changes; an empty value removes one. The
-  // name is what the program sees itself started as.
+  // name is what the program sees itself started as; the file is the program's unless another one
+  // is named.
   Program(const Environment& changes, const std::vector<std::string>& arguments = {},
-          const std::string& name = "pagehost");
+          const std::string& name = "pagehost", const char* file = nullptr);
   // Ends it if need be.
   ~Program();
   Program(const Program&) = delete;

@@ -1,0 +1,45 @@
+// What a process that gives up being root may still do, and within which bounds. For a process with
+// one thread: the kernel keeps all this for each thread.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <initializer_list>
+
+namespace Tessel::Platform {
+
+// The parts of a word: the number of an ability ...
+enum AbilityBits : std::uint32_t {
+  AbilitySetUserId = 2,
+  AbilitySetGroupId = 3,
+  AbilityMapFixed = 39,      // mapping memory at an address of one's choice
+  AbilitySignalOthers = 43,  // sending signals to processes of other users
+  // What is done about the ability; added to its number.
+  AbilityDeny = 0x00010000,
+  AbilityAllow = 0x00020000,
+  AbilityRange = 0x00040000,  // allowed from `first` to `last` and not outside
+  AbilityLock = 0x00080000,   // nothing later changes it
+  AbilityInherit = 0x00400000,
+  AbilityNonRoot = 0x20000000,  // while the process is not root's
+};
+
+struct AbilityWord {
+  std::uint32_t word;
+  std::uint64_t first = 0;
+  std::uint64_t last = ~std::uint64_t{0};
+};
+
+// Applies the words in their order to a process; only to 0, this one. 0 or a number of errno.
+//
+// Words that allow something are for root: of root's rights it keeps those that are allowed, across
+// switchUser(), and gives up all others at once. A range's lower bound is the kernel's to enforce
+// from then on, for this process and every descendant, whatever rights that has; 0, which is
+// root's, is never in it. Words that deny give the rights up for good. EINVAL for a range with an
+// upper bound and for words that mean nothing here.
+int procmgr_ability(pid_t process, std::initializer_list<AbilityWord> words);
+
+// setuid(2) that keeps the rights which procmgr_ability left. 0 or a number of errno.
+int switchUser(uid_t user);
+
+}  // namespace Tessel::Platform

@@ -1,0 +1,318 @@
+// Serving paths over Unix sockets.
+#include "platform/os/ResourceManager.h"
+
+#include "platform/Log.h"
+
+#include <fcntl.h>
+#include <sys/epoll.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <utility>
+
+namespace Tessel::Platform {
+
+namespace {
+
+constexpr int changeableFlags = O_APPEND | O_NONBLOCK;
+
+bool addressOf(const std::string& path, sockaddr_un& address) {
+  address = {};
+  address.sun_family = AF_UNIX;
+  if (path.size() >= sizeof address.sun_path) {
+    errno = ENAMETOOLONG;
+    return false;
+  }
+  path.copy(address.sun_path, path.size());
+  return true;
+}
+
+UniqueFd newSocket() {
+  return UniqueFd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+}
+
+// Whether a server answers there. One whose queue is full does.
+bool isServed(const std::string& path) {
+  sockaddr_un address{};
+  if (!addressOf(path, address)) return false;
+  const UniqueFd probe = newSocket();
+  if (!probe) return true;
+  return ::connect(probe.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 ||
+         errno == EAGAIN;
+}
+
+// A listener with mode and owner as they are to be, under a name that nobody looks for yet.
+UniqueFd listenAt(const std::string& path, const PathAttributes& attributes) {
+  sockaddr_un address{};
+  if (!addressOf(path, address)) return {};
+  UniqueFd listener = newSocket();
+  if (!listener) return {};
+  ::unlink(path.c_str());  // of a server of that number that died right here
+  const mode_t before = ::umask(0777);
+  const int bound = ::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address);
+  ::umask(before);
+  if (bound == 0 && ::chown(path.c_str(), attributes.uid, attributes.gid) == 0 &&
+      ::chmod(path.c_str(), attributes.mode & 07777) == 0 &&
+      ::listen(listener.get(), SOMAXCONN) == 0) {
+    return listener;
+  }
+  const int error = errno;
+  if (bound == 0) ::unlink(path.c_str());
+  errno = error;
+  return {};
+}
+
+// What the mode allows the client, as read and write bits of one class.
+mode_t allowed(const PathAttributes& attributes, const ClientInfo& client) {
+  if (client.uid == 0) return S_IROTH | S_IWOTH;
+  if (client.uid == attributes.uid) return (attributes.mode >> 6) & 07;
+  if (client.gid == attributes.gid) return (attributes.mode >> 3) & 07;
+  return attributes.mode & 07;
+}
+
+}  // namespace
+
+bool OpenContext::canRead() const {
+  return open && (flags & O_ACCMODE) != O_WRONLY;
+}
+
+bool OpenContext::canWrite() const {
+  return open && (flags & O_ACCMODE) != O_RDONLY;
+}
+
+void iofunc_func_init(ConnectFunctions& connect, IoFunctions& io) {
+  connect.open = iofunc_open_default;
+  io.devctl = iofunc_devctl_default;
+}
+
+void iofunc_attr_init(PathAttributes& attributes, mode_t mode, uid_t uid, gid_t gid) {
+  attributes = {mode, uid, gid};
+}
+
+ClientInfo iofunc_client_info(const OpenContext& open) {
+  return open.client;
+}
+
+int iofunc_open_default(const DeviceMessage& message, OpenContext& open) {
+  if (open.open) return EINVAL;
+  const int access = static_cast<int>(message.command) & O_ACCMODE;
+  if (access == O_ACCMODE) return EINVAL;
+  mode_t wanted = 0;
+  if (access != O_WRONLY) wanted |= S_IROTH;
+  if (access != O_RDONLY) wanted |= S_IWOTH;
+  if ((allowed(*open.attributes, open.client) & wanted) != wanted) return EACCES;
+  open.flags = static_cast<int>(message.command) & (O_ACCMODE | changeableFlags);
+  open.open = true;
+  return 0;
+}
+
+int iofunc_devctl_default(const DeviceMessage& message, OpenContext& open) {
+  std::uint32_t flags = 0;
+  switch (message.command) {
+    case devctlGetFlags:
+      flags = static_cast<std::uint32_t>(open.flags);
+      message.context->reply(0, &flags, sizeof flags);
+      return noReply;
+    case devctlSetFlags:
+      if (message.arrivedSize < sizeof flags) return EINVAL;
+      std::memcpy(&flags, message.data, sizeof flags);
+      open.flags = (open.flags & ~changeableFlags) | (static_cast<int>(flags) & changeableFlags);
+      return 0;
+    default:
+      return handledElsewhere;
+  }
+}
+
+std::unique_ptr<Dispatch> dispatch_create() {
+  UniqueFd events(::epoll_create1(EPOLL_CLOEXEC));
+  if (!events) return nullptr;
+  std::unique_ptr<Dispatch> dispatch(new Dispatch);
+  dispatch->events_ = std::move(events);
+  return dispatch;
+}
+
+Dispatch::~Dispatch() {
+  resmgr_detach(*this);
+}
+
+bool Dispatch::watch(int descriptor) {
+  epoll_event event{};
+  event.events = EPOLLIN;
+  event.data.fd = descriptor;
+  return ::epoll_ctl(events_.get(), EPOLL_CTL_ADD, descriptor, &event) == 0;
+}
+
+int resmgr_attach(Dispatch& dispatch, const char* path, const ConnectFunctions& connect,
+                  const IoFunctions& io, const PathAttributes& attributes,
+                  std::size_t largestMessage) {
+  if (dispatch.listener_ || largestMessage < sizeof(DeviceMessageHeader)) return EINVAL;
+  const std::string socketPath = devicePath(path);
+  const std::filesystem::path folder = std::filesystem::path(socketPath).parent_path();
+  std::error_code problem;
+  std::filesystem::create_directories(folder, problem);
+  if (problem) return problem.value();
+  // Of servers that start at the same time, the second one finds the first one serving.
+  const UniqueFd lock(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!lock || ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) return errno;
+  if (isServed(socketPath)) return EADDRINUSE;
+
+  const std::string newPath = socketPath + "." + std::to_string(::getpid());
+  UniqueFd listener = listenAt(newPath, attributes);
+  if (!listener) return errno;
+  if (!dispatch.watch(listener.get()) || ::rename(newPath.c_str(), socketPath.c_str()) != 0) {
+    const int error = errno;
+    ::unlink(newPath.c_str());
+    return error;
+  }
+  dispatch.listener_ = std::move(listener);
+  dispatch.path_ = socketPath;
+  dispatch.owner_ = ::getpid();
+  dispatch.connect_ = connect;
+  dispatch.io_ = io;
+  dispatch.attributes_ = attributes;
+  dispatch.largestMessage_ = largestMessage;
+  return 0;
+}
+
+void resmgr_detach(Dispatch& dispatch) {
+  // A server that gave up its rights may not be able to: the next one replaces what it finds.
+  if (dispatch.owner_ == ::getpid()) ::unlink(dispatch.path_.c_str());
+  dispatch.owner_ = -1;
+  dispatch.clients_.clear();
+  dispatch.listener_.reset();
+}
+
+void Dispatch::disconnect(std::map<int, Client>::iterator client) {
+  // Closing alone does not end the watch while a child that was just forked has a copy.
+  ::epoll_ctl(events_.get(), EPOLL_CTL_DEL, client->first, nullptr);
+  clients_.erase(client);
+}
+
+void Dispatch::disconnectOldest() {
+  const auto oldest = std::min_element(
+      clients_.begin(), clients_.end(),
+      [](const auto& a, const auto& b) { return a.second.lastUse < b.second.lastUse; });
+  if (oldest == clients_.end()) return;
+  logAlways(LogNotice, "Too many clients of %s: process %d, silent longest, is disconnected",
+            path_.c_str(), oldest->second.open.client.pid);
+  disconnect(oldest);
+}
+
+void Dispatch::acceptClient() {
+  if (clients_.size() >= mostClients) disconnectOldest();
+  UniqueFd socket(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+  if (!socket) {
+    // The one that waits would make us spin.
+    if (errno == EMFILE || errno == ENFILE) disconnectOldest();
+    return;
+  }
+  ucred credentials{};
+  socklen_t size = sizeof credentials;
+  if (::getsockopt(socket.get(), SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) return;
+  const int descriptor = socket.get();
+  if (!watch(descriptor)) return;
+  Client client;
+  client.socket = std::move(socket);
+  client.open.attributes = &attributes_;
+  client.open.client = {credentials.pid, credentials.uid, credentials.gid};
+  client.lastUse = ++uses_;
+  clients_.insert_or_assign(descriptor, std::move(client));
+}
+
+DispatchContext::DispatchContext(Dispatch& dispatch)
+    : dispatch_(dispatch), buffer_(new std::byte[dispatch.largestMessage_]) {}
+
+void DispatchContext::reply(int status, const void* data, std::size_t size) {
+  const auto client = dispatch_.clients_.find(socket_);
+  if (client == dispatch_.clients_.end()) return;
+  DeviceReplyHeader header{status, static_cast<std::uint32_t>(size)};
+  std::array<iovec, 2> parts{{{&header, sizeof header}, {const_cast<void*>(data), size}}};
+  msghdr message{};
+  message.msg_iov = parts.data();
+  message.msg_iovlen = parts.size();
+  if (::sendmsg(socket_, &message, MSG_DONTWAIT | MSG_NOSIGNAL) < 0) {
+    dispatch_.disconnect(client);
+  }
+}
+
+// False when there was none: the client has gone then.
+bool DispatchContext::receive(int socket) {
+  const auto client = dispatch_.clients_.find(socket);
+  if (client == dispatch_.clients_.end()) return false;
+  ssize_t count = -1;
+  do {
+    count = ::recv(socket, buffer_.get(), dispatch_.largestMessage_, MSG_DONTWAIT);
+  } while (count < 0 && errno == EINTR);
+  if (count < 0 && errno == EAGAIN) return false;
+  if (count <= 0) {
+    dispatch_.disconnect(client);
+    return false;
+  }
+  socket_ = socket;
+  length_ = static_cast<std::size_t>(count);
+  client->second.lastUse = ++dispatch_.uses_;
+  return true;
+}
+
+bool dispatch_block(DispatchContext& context) {
+  Dispatch& dispatch = context.dispatch_;
+  for (;;) {
+    epoll_event event{};
+    // One at a time: the kernel then takes the clients in turn.
+    const int count = ::epoll_wait(dispatch.events_.get(), &event, 1, -1);
+    if (count < 0 && errno != EINTR) return false;
+    if (count <= 0) continue;
+    if (event.data.fd == dispatch.listener_.get()) {
+      dispatch.acceptClient();
+    } else if (context.receive(event.data.fd)) {
+      return true;
+    }
+  }
+}
+
+// Handles the message at the offset, and moves the offset to the next one of the packet.
+int DispatchContext::handle(std::size_t& offset) {
+  const auto client = dispatch_.clients_.find(socket_);
+  if (client == dispatch_.clients_.end()) return noReply;
+  OpenContext& open = client->second.open;
+  const std::size_t left = length_ - offset;
+  DeviceMessageHeader header{};
+  if (left < sizeof header) return ENOSYS;
+  std::memcpy(&header, buffer_.get() + offset, sizeof header);
+  const std::size_t whole = header.combineLength != 0 ? header.combineLength : left;
+  if (whole < sizeof header || whole > left) return ENOSYS;
+  DeviceMessage message;
+  message.command = header.command;
+  message.declaredSize = header.size;
+  message.data = buffer_.get() + offset + sizeof header;
+  message.arrivedSize = whole - sizeof header;
+  message.offset = offset;
+  message.context = this;
+  offset += whole;
+  switch (header.type) {
+    case DeviceMessageType::Open:
+      return dispatch_.connect_.open(message, open);
+    case DeviceMessageType::DeviceControl:
+      return open.open ? dispatch_.io_.devctl(message, open) : EBADF;
+  }
+  return ENOSYS;
+}
+
+void dispatch_handler(DispatchContext& context) {
+  int status = 0;
+  std::size_t offset = 0;
+  // Of combined messages the first that fails is the last that is handled.
+  do {
+    status = context.handle(offset);
+  } while (status == 0 && offset < context.length_);
+  if (status != noReply) context.reply(status == handledElsewhere ? ENOSYS : status);
+}
+
+}  // namespace Tessel::Platform

@@ -1,0 +1,216 @@
+// From a forked child of the launcher server to an application.
+#include "LaunchedProcess.h"
+
+#include "LauncherRequest.h"
+#include "StreamRedirection.h"
+#include "platform/Log.h"
+#include "platform/Process.h"
+#include "platform/os/LogDevices.h"
+#include "platform/os/ProcessAbilities.h"
+#include "platform/os/Scheduling.h"
+
+#include <fcntl.h>
+#include <fontconfig/fontconfig.h>
+#include <grp.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+extern const char* __progname;
+
+namespace {
+
+using Tessel::Platform::logAlways;
+using Tessel::Platform::LogError;
+using Tessel::Platform::LogNotice;
+
+constexpr int invalidRequest = -1;
+
+// Says why, since the requester only learns that the process has ended.
+[[noreturn]] void refuse(int status, const char* what, int error = 0) {
+  if (error != 0) {
+    logAlways(LogError, "Launch refused: %s: %s (%d)", what, std::strerror(error), error);
+  } else {
+    logAlways(LogError, "Launch refused: %s", what);
+  }
+  std::exit(status);
+}
+
+// The strings of a request, one after the other.
+class Strings {
+ public:
+  Strings(char* first, std::size_t unread) : next_(first), unread_(unread) {}
+
+  // Exits when there is no whole one left.
+  char* next() {
+    char* const string = next_;
+    const void* const end = unread_ > 0 ? std::memchr(string, '\0', unread_) : nullptr;
+    if (!end) refuse(invalidRequest, "a string runs past the end of the request");
+    const std::size_t whole = std::strlen(string) + 1;
+    next_ += whole;
+    unread_ -= whole;
+    return string;
+  }
+
+ private:
+  char* next_;
+  std::size_t unread_;
+};
+
+void takePriority(int priority) {
+  if (priority <= 0) return;
+  using Tessel::Platform::SchedSet;
+  int error = SchedSet(0, -1, -1, priority);
+  if (error == 0) error = SchedSet(0, 0, -1, priority);
+  if (error != 0) logAlways(LogNotice, "Priority %d: %s", priority, std::strerror(error));
+}
+
+// Returns the bytes that the groups take of the request.
+std::size_t takeGroups(const LauncherRequest& request, const char* groups, std::size_t unread) {
+  if (request.ngroups < 0 || request.ngroups > ::sysconf(_SC_NGROUPS_MAX)) {
+    refuse(EXIT_FAILURE, "that many supplementary groups are not possible");
+  }
+  const auto count = static_cast<std::size_t>(request.ngroups);
+  const std::size_t size = count * sizeof(gid_t);
+  if (size >= unread) refuse(invalidRequest, "the supplementary groups are not all there");
+  std::vector<gid_t> list(count);
+  if (count > 0) std::memcpy(list.data(), groups, size);
+  if (::setgroups(count, list.data()) != 0) {
+    refuse(EXIT_FAILURE, "the supplementary groups cannot be set", errno);
+  }
+  return size;
+}
+
+void takeUser(const LauncherRequest& request) {
+  if (request.gid <= 0 || request.uid <= 0) {
+    refuse(EXIT_FAILURE, "user and group id must be greater than 0");
+  }
+  if (::setgid(static_cast<gid_t>(request.gid)) != 0) {
+    refuse(EXIT_FAILURE, "the group cannot be set", errno);
+  }
+  if (::setuid(static_cast<uid_t>(request.uid)) != 0) {
+    refuse(EXIT_FAILURE, "the user cannot be set", errno);
+  }
+}
+
+void giveUpAbilities() {
+  using namespace Tessel::Platform;
+  const int error = procmgr_ability(
+      0, {{AbilityDeny | AbilitySetUserId},
+          {AbilityDeny | AbilitySetGroupId},
+          {AbilityDeny | AbilitySignalOthers},
+          {AbilityNonRoot | AbilityAllow | AbilityMapFixed},
+          {AbilityNonRoot | AbilityInherit | AbilityLock | AbilityRange | AbilityMapFixed, 4096}});
+  if (error != 0) refuse(EXIT_FAILURE, "the server's abilities cannot be given up", error);
+  // The kernel closes a process that changed its user to others of that user, debuggers and system
+  // monitors among them. There is nothing of the server in it that they may not know.
+  ::prctl(PR_SET_DUMPABLE, 1);
+}
+
+std::vector<char*> readArguments(const LauncherRequest& request, Strings& strings) {
+  char* const name = strings.next();
+  // The name behind the last slash is what libraries call the process.
+  const char* const slash = std::strrchr(name, '/');
+  __progname = slash ? slash + 1 : name;
+  Tessel::Platform::showProcessName(name);
+  // A count that the strings cannot have ends the process before it takes any memory to speak of.
+  std::vector<char*> arguments{name};
+  for (int i = 1; i < request.argc; ++i) arguments.push_back(::strdup(strings.next()));
+  arguments.push_back(nullptr);
+  return arguments;
+}
+
+void readEnvironment(const LauncherRequest& request, Strings& strings) {
+  for (int i = 0; i < request.envc; ++i) {
+    char* const variable = strings.next();
+    char* const value = std::strchr(variable, '=');
+    if (!value) continue;
+    *value = '\0';
+    ::setenv(variable, value + 1, 1);
+  }
+}
+
+void enterWorkingDirectory(const LauncherRequest& request, Strings& strings) {
+  if (request.version <= 1) return;
+  const char* const directory = strings.next();
+  if (::chdir(directory) == 0) return;
+  std::fprintf(stderr, "Unable to chdir %s (%d)\n", directory, errno);
+  std::exit(invalidRequest);
+}
+
+// The lowest free descriptor is the one that open() takes.
+void openInPlace(int descriptor, int flags) {
+  ::close(descriptor);
+  ::open("/dev/null", flags);
+}
+
+void takeStreams() {
+  openInPlace(STDIN_FILENO, O_RDONLY);
+  const char* const variable = std::getenv("CONSOLE_MODE");
+  const std::string_view mode = variable ? variable : "";
+  if (mode == "console") return;
+  if (mode == "file") {
+    redirectStandardStream(STDOUT_FILENO, "logs/log", O_WRONLY | O_CREAT | O_TRUNC);
+    ::close(STDERR_FILENO);
+    if (::dup(STDOUT_FILENO) < 0) logAlways(LogError, "Standard error: %s", std::strerror(errno));
+  } else if (mode == "slog2") {
+    using Tessel::Platform::logDevice;
+    constexpr int writeOnly = O_WRONLY | O_APPEND;
+    redirectStandardStream(STDOUT_FILENO, logDevice("debug").c_str(), writeOnly);
+    redirectStandardStream(STDERR_FILENO, logDevice("error").c_str(), writeOnly);
+  } else {
+    openInPlace(STDOUT_FILENO, O_WRONLY);
+    openInPlace(STDERR_FILENO, O_WRONLY);
+  }
+}
+
+// The server knows the fonts of the system and, at most, those of its own user.
+void addFontsOfUser() {
+  const char* const home = std::getenv("HOME");
+  const char* const data = std::getenv("XDG_DATA_HOME");
+  const char* const config = std::getenv("XDG_CONFIG_HOME");
+  const std::string homeFolder = home ? home : "";
+  const std::string dataFolder = data && *data ? data : homeFolder + "/.local/share";
+  const std::string configFolder = config && *config ? config : homeFolder + "/.config";
+  for (const std::string& place :
+       {homeFolder + "/.fonts", dataFolder + "/fonts", configFolder + "/fontconfig"}) {
+    if (::access(place.c_str(), R_OK) != 0) continue;
+    FcInitReinitialize();
+    return;
+  }
+}
+
+}  // namespace
+
+void runLaunchedProcess(char* data, std::size_t size, bool restricted,
+                        ApplicationMain application) {
+  LauncherRequest request{};
+  std::memcpy(&request, data, sizeof request);
+  char* const rest = data + sizeof request;
+  const std::size_t unread = size - sizeof request;
+
+  ::setpgrp();
+  takePriority(request.priority);
+  const std::size_t groupsSize = takeGroups(request, rest, unread);
+  takeUser(request);
+  if (restricted) giveUpAbilities();
+
+  Strings strings(rest + groupsSize, unread - groupsSize);
+  // The application keeps it for good.
+  static std::vector<char*> arguments;
+  arguments = readArguments(request, strings);
+  readEnvironment(request, strings);
+  enterWorkingDirectory(request, strings);
+  takeStreams();
+  addFontsOfUser();
+  Tessel::Platform::setupApplicationLogging(Tessel::Platform::processName());
+  application(static_cast<int>(arguments.size()) - 1, arguments.data());
+  std::abort();
+}

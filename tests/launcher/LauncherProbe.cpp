@@ -1,0 +1,11 @@
+// The launcher server with an application of the tests in the place of the real one.
+#include "LauncherServer.h"
+#include "platform/Log.h"
+#include "platform/Process.h"
+#include "tests/launcher/ProbeReport.h"
+
+int main(int argc, char** argv) {
+  Tessel::Platform::rememberArguments(argc, argv);
+  Tessel::Platform::setupApplicationLogging("probe-server");
+  launcherServerMain(test_support::reportMain);
+}

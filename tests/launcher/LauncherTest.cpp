@@ -1,0 +1,403 @@
+// The launcher server with real requests and real children, as root: only root has other users to
+// start them as.
+#include "LaunchedProcess.h"
+#include "LauncherRequest.h"
+#include "platform/os/DeviceProtocol.h"
+#include "tests/launcher/ProbeReport.h"
+#include "tests/launcher/RawRequest.h"
+#include "tests/support/Mutator.h"
+#include "tests/support/Processes.h"
+#include "tests/support/Program.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+using Tessel::Platform::UniqueFd;
+using test_support::Mutator;
+using test_support::Program;
+using test_support::RawClient;
+using test_support::rawMessage;
+using test_support::RawReply;
+using test_support::RawRequest;
+using test_support::readReport;
+using test_support::Report;
+
+std::string contentOf(const std::filesystem::path& path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+int descriptorCount(pid_t pid) {
+  const std::filesystem::directory_iterator entries("/proc/" + std::to_string(pid) + "/fd");
+  return static_cast<int>(std::distance(begin(entries), end(entries)));
+}
+
+// The server notices a moment later that a client has gone.
+bool waitForFewerDescriptors(pid_t pid, int limit) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (descriptorCount(pid) > limit) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    ::usleep(5000);
+  }
+  return true;
+}
+
+int zombiesOf(pid_t parent) {
+  int count = 0;
+  for (const pid_t pid : test_support::allProcesses()) {
+    std::istringstream stat(contentOf("/proc/" + std::to_string(pid) + "/stat"));
+    std::string number;
+    std::string name;
+    std::string state;
+    pid_t its = 0;
+    stat >> number >> name >> state >> its;
+    if (its == parent && state == "Z") ++count;
+  }
+  return count;
+}
+
+// Until the process is gone or a zombie.
+bool waitForEnd(pid_t pid) {
+  const UniqueFd process(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+  if (!process) return errno == ESRCH;
+  pollfd ended{process.get(), POLLIN, 0};
+  return ::poll(&ended, 1, 20000) == 1;
+}
+
+// Pipes that the server's children inherit from the test.
+class Pipe {
+ public:
+  Pipe() {
+    int ends[2];
+    if (::pipe(ends) != 0) std::abort();
+    out = UniqueFd(ends[0]);
+    in = UniqueFd(ends[1]);
+    ::fcntl(out.get(), F_SETFD, FD_CLOEXEC);
+  }
+  std::string variable(const char* name) const {
+    return std::string(name) + "=" + std::to_string(in.get());
+  }
+  UniqueFd out;
+  UniqueFd in;
+};
+
+class LauncherTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (::geteuid() != 0) GTEST_SKIP() << "the server starts as root";
+    std::string pattern = testing::TempDir() + "launcher-XXXXXX";
+    folder = ::mkdtemp(pattern.data());
+    ::chmod(folder.c_str(), 0777);
+    ::sigemptyset(&ends);
+    ::sigaddset(&ends, childEndedSignal);
+    ::sigprocmask(SIG_BLOCK, &ends, nullptr);
+    const timespec now{};
+    while (::sigtimedwait(&ends, nullptr, &now) > 0) {
+    }  // those of another server's children
+    start();
+  }
+  void TearDown() override {
+    server.reset();
+    if (!folder.empty()) std::filesystem::remove_all(folder);
+  }
+
+  void start() {
+    server.emplace(Program::Environment{{"TESSEL_RESMGR_ROOT", folder.string()},
+                                        {"OVERWRITTEN", "the server's"}},
+                   std::vector<std::string>{}, "probe-server");
+    ASSERT_TRUE(server->waitForError("Waiting for launch requests")) << server->errors();
+  }
+  std::string path() const { return folder.string() + launcherPath; }
+  RawRequest request() const {
+    RawRequest request;
+    request.environment = {report.variable("REPORT")};
+    return request;
+  }
+  // The child's process id, or minus the error.
+  static pid_t pidOf(const RawReply& reply) {
+    if (reply.status != 0 || reply.data.size() != 4) return -reply.status;
+    pid_t pid = 0;
+    std::memcpy(&pid, reply.data.data(), 4);
+    return pid;
+  }
+  pid_t launch(const RawRequest& request) {
+    RawClient client(path());
+    EXPECT_EQ(client.open(O_RDWR), 0);
+    return pidOf(client.exchange(rawMessage(2, launchCommand, request.bytes())));
+  }
+  Report launchAndRead(const RawRequest& request) {
+    const pid_t pid = launch(request);
+    Report told = readReport(report.out.get());
+    EXPECT_EQ(told["pid"], std::to_string(pid)) << server->errors();
+    EXPECT_TRUE(waitForEnd(pid));
+    return told;
+  }
+  // The next child's end that the server tells of; 0 when it tells none in that time.
+  pid_t nextEnd(int seconds) const {
+    const timespec limit{seconds, 0};
+    siginfo_t info{};
+    if (::sigtimedwait(&ends, &info, &limit) != childEndedSignal) return 0;
+    EXPECT_EQ(info.si_pid, server->pid());
+    return info.si_value.sival_int;
+  }
+
+  std::filesystem::path folder;
+  sigset_t ends{};
+  Pipe report;
+  std::optional<Program> server;
+};
+
+TEST_F(LauncherTest, AChildIsWhatTheRequestSaysAndCannotBecomeAnythingElse) {
+  RawRequest wanted = request();
+  wanted.version = 2;
+  wanted.priority = 4;
+  wanted.groups = {300, 400};
+  wanted.arguments = {"some/where/a-name-of-more-than-15-letters", "", "second"};
+  wanted.environment.insert(wanted.environment.end(),
+                            {"CONSOLE_MODE=console", "GREETING=hello", "EMPTY=", "EQUATION=a=b",
+                             "no equals sign", "OVERWRITTEN=anew"});
+  wanted.directory = folder;
+  Report told = launchAndRead(wanted);
+  EXPECT_EQ(told["user"], "1234,1234");
+  EXPECT_EQ(told["group"], "2345,2345");
+  EXPECT_EQ(told["groups"], "300,400,");
+  EXPECT_EQ(told["leads"], "1");
+  EXPECT_EQ(told["nice"], "6");
+  EXPECT_EQ(told["name"], std::string("some/where/a-name").substr(0, 15));
+  EXPECT_EQ(told["folder"], folder.string());
+  EXPECT_EQ(told["arguments"], "some/where/a-name-of-more-than-15-letters,,second,");
+  EXPECT_EQ(told["GREETING"], "hello");
+  EXPECT_EQ(told["EMPTY"], "");
+  EXPECT_EQ(told["EQUATION"], "a=b");
+  EXPECT_EQ(told["OVERWRITTEN"], "anew");
+  EXPECT_EQ(told["children"], "default");
+  EXPECT_EQ(told["foreign"], "0") << "descriptors of the server are left";
+  EXPECT_EQ(told["in"], "/dev/null");
+  for (const char* right :
+       {"becomeRoot", "becomeServer", "becomeOther", "rootGroup", "signalParent"}) {
+    EXPECT_EQ(told[right], std::to_string(EPERM)) << right;
+  }
+  EXPECT_EQ(server->nextLine(), "out") << "the console is the server's";
+  EXPECT_TRUE(std::filesystem::exists(path())) << "the child has taken the server's path along";
+}
+
+TEST_F(LauncherTest, StandardStreamsGoWhereTheConsoleModeSays) {
+  RawRequest wanted = request();
+  Report told = launchAndRead(wanted);
+  EXPECT_EQ(told["out"] + told["err"], "/dev/null/dev/null");
+
+  wanted.version = 2;
+  wanted.directory = folder / "home";
+  std::filesystem::create_directories(folder / "home/logs");
+  ASSERT_EQ(::chown((folder / "home/logs").c_str(), wanted.uid, wanted.gid), 0);
+  wanted.environment.emplace_back("CONSOLE_MODE=file");
+  told = launchAndRead(wanted);
+  EXPECT_EQ(contentOf(folder / "home/logs/log"), "out\nerr\n");
+
+  const std::filesystem::path runtime = folder / "run";
+  std::filesystem::create_directory(runtime);
+  ASSERT_EQ(::chown(runtime.c_str(), wanted.uid, wanted.gid), 0);
+  wanted.environment.back() = "CONSOLE_MODE=slog2";
+  wanted.environment.push_back("XDG_RUNTIME_DIR=" + runtime.string());
+  launchAndRead(wanted);
+  launchAndRead(wanted);
+  EXPECT_EQ(contentOf(runtime / "pagehost/slog2/debug"), "out\nout\n") << "both are kept";
+  EXPECT_EQ(contentOf(runtime / "pagehost/slog2/error"), "err\nerr\n");
+}
+
+TEST_F(LauncherTest, RequestsThatAreNotInOrderAreRefusedAndStartNothing) {
+  const std::string good = request().bytes();
+  const std::string launchMessage = rawMessage(2, launchCommand, good);
+  RawClient client(path());
+  EXPECT_EQ(client.exchange(launchMessage).status, EBADF) << "not opened yet";
+  EXPECT_EQ(client.open(3), EINVAL);
+  EXPECT_EQ(client.open(O_RDONLY), 0);
+  EXPECT_EQ(client.open(O_RDWR), EINVAL) << "opened already";
+  EXPECT_EQ(client.exchange(launchMessage).status, EBADF) << "opened to read";
+
+  RawClient writer(path());
+  ASSERT_EQ(writer.open(O_WRONLY), 0);
+  const std::string flags =
+      writer.exchange(rawMessage(2, Tessel::Platform::devctlGetFlags, "")).data;
+  EXPECT_EQ(flags, test_support::word(O_WRONLY)) << "the default handler knows this one";
+  const struct {
+    const char* what;
+    std::string packet;
+  } refused[] = {
+      {"another command", rawMessage(2, launchCommand + 1, good)},
+      {"an unknown type", rawMessage(7, launchCommand, good)},
+      {"half a header", launchMessage.substr(0, 9)},
+      {"half a request", rawMessage(2, launchCommand, good.substr(0, 43))},
+      {"less declared than a request has", rawMessage(2, launchCommand, good, 43)},
+      {"more declared than arrived", rawMessage(2, launchCommand, good, good.size() + 1)},
+      {"a size beyond all bounds", rawMessage(2, launchCommand, good, 0xffffffff)},
+      {"larger than is received",
+       rawMessage(2, launchCommand, good + std::string(largestLaunchMessage, 'x'))},
+      {"behind another message",
+       rawMessage(2, Tessel::Platform::devctlSetFlags, test_support::word(0), 4, 20) +
+           launchMessage},
+      {"a combined message longer than the packet", rawMessage(2, launchCommand, good, {}, 60000)},
+      {"a combined message shorter than its header", rawMessage(2, launchCommand, good, {}, 3)},
+  };
+  for (const auto& [what, packet] : refused) {
+    EXPECT_EQ(writer.exchange(packet).status, ENOSYS) << what;
+  }
+  EXPECT_TRUE(test_support::childrenOf(server->pid()).empty());
+  EXPECT_EQ(nextEnd(0), 0);
+
+  // The largest there can be, and a declared size below what arrived.
+  RawRequest largest = request();
+  largest.arguments.push_back(
+      std::string(largestLaunchMessage - 16 - largest.bytes().size() - 1, 'a'));
+  ASSERT_EQ(largest.bytes().size(), largestLaunchMessage - 16);
+  EXPECT_GT(pidOf(writer.exchange(rawMessage(2, launchCommand, largest.bytes()))), 0);
+  EXPECT_EQ(readReport(report.out.get())["user"], "1234,1234");
+  EXPECT_GT(pidOf(writer.exchange(rawMessage(2, launchCommand, good + "tail", good.size()))), 0);
+  EXPECT_EQ(readReport(report.out.get())["user"], "1234,1234");
+}
+
+TEST_F(LauncherTest, OnlyTheFirstRequesterIsToldOfEveryChildsEnd) {
+  const pid_t mine = launch(request());
+  EXPECT_EQ(nextEnd(20), mine);
+  const pid_t other = ::fork();
+  if (other == 0) {
+    const pid_t its = launch(request());
+    ::_exit(its > 0 && waitForEnd(its) && nextEnd(1) == 0 ? 0 : 1);
+  }
+  int status = 0;
+  const pid_t its = nextEnd(20);
+  ASSERT_EQ(::waitpid(other, &status, 0), other);
+  EXPECT_EQ(status, 0) << "the second requester was told, or had no child";
+  EXPECT_GT(its, 0);
+  EXPECT_NE(its, mine);
+}
+
+TEST_F(LauncherTest, ClientsWhoStayAndSayNothingKeepNobodyOut) {
+  const int before = descriptorCount(server->pid());
+  {
+    std::vector<std::unique_ptr<RawClient>> silent;
+    for (int i = 0; i < 200; ++i) silent.push_back(std::make_unique<RawClient>(path()));
+    EXPECT_EQ(launchAndRead(request())["user"], "1234,1234");
+  }
+  EXPECT_EQ(launchAndRead(request())["user"], "1234,1234");
+  // One more: that of the first requester.
+  EXPECT_TRUE(waitForFewerDescriptors(server->pid(), before + 1));
+}
+
+TEST_F(LauncherTest, RandomRequestsNeitherEndTheServerNorCostItAnything) {
+  RawRequest plain;
+  plain.version = 2;
+  plain.groups = {5, 6};
+  plain.arguments = {"a", "b"};
+  plain.environment = {"A=B"};
+  plain.directory = "/";
+  Mutator mutator(6, {test_support::word(0), test_support::word(0xffffffff), test_support::word(89),
+                      test_support::word(0x7fffffff), std::string(1, '\0'), "=", "/"});
+  RawClient client(path());
+  ASSERT_EQ(client.open(O_RDWR), 0);
+  launchAndRead(request());
+  const int before = descriptorCount(server->pid());
+  int launched = 0;
+  for (int i = 0; i < 1000; ++i) {
+    std::string packet = rawMessage(2, launchCommand, plain.bytes());
+    // The command and the size stay right more often than not: the requests are the subject.
+    packet = i % 4 == 0 ? mutator.damage(packet)
+                        : packet.substr(0, 16) + mutator.damage(packet.substr(16));
+    if (packet.empty()) continue;
+    const RawReply reply = client.exchange(packet);
+    ASSERT_GE(reply.status, 0) << i << ": no answer\n" << server->errors();
+    const pid_t child = pidOf(reply);
+    if (child <= 0 || reply.status != 0) continue;
+    ++launched;
+    ASSERT_TRUE(waitForEnd(child)) << i << ": a child goes on for ever";
+  }
+  EXPECT_GT(launched, 100);
+  EXPECT_EQ(launchAndRead(request())["user"], "1234,1234");
+  EXPECT_TRUE(waitForFewerDescriptors(server->pid(), before));
+  // Their ends came one at a time, but for a child and the one that its last signal overtook.
+  EXPECT_LE(zombiesOf(server->pid()), 2);
+}
+
+TEST_F(LauncherTest, APathHasOneServerAndTheNextOneTakesItOver) {
+  Program second({{"TESSEL_RESMGR_ROOT", folder.string()}}, {}, "second");
+  EXPECT_EQ(second.status(), 1);
+  EXPECT_NE(second.errors().find("resmgr_attach failed\n"), std::string::npos) << second.errors();
+  struct stat status {};
+  ASSERT_EQ(::stat(path().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0600u);
+  EXPECT_EQ(status.st_uid, 89u);
+  EXPECT_EQ(status.st_gid, 214u);
+
+  server.reset();  // by SIGKILL
+  start();
+  EXPECT_EQ(launchAndRead(request())["user"], "1234,1234");
+}
+
+// Its status is the server's to know, so here the child is the test's own.
+TEST_F(LauncherTest, ChildrenThatCannotBeWhatIsAskedForEndWithoutRunningTheApplication) {
+  const auto statusOf = [](const std::string& bytes) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+      std::string request = bytes;
+      runLaunchedProcess(request.data(), request.size(), false,
+                         [](int, char**) { std::_Exit(77); });
+    }
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  };
+  const auto with = [](auto change) {
+    RawRequest request;
+    request.environment = {"A=B"};
+    change(request);
+    return request.bytes();
+  };
+  EXPECT_EQ(statusOf(with([](RawRequest&) {})), 77);
+  EXPECT_EQ(statusOf(with([](RawRequest& r) { r.uid = 0; })), 1);
+  EXPECT_EQ(statusOf(with([](RawRequest& r) { r.gid = 0; })), 1);
+  EXPECT_EQ(statusOf(with([](RawRequest& r) { r.uid = 0xffffffff; })), 1);
+  EXPECT_EQ(statusOf(with([](RawRequest& r) { r.groupCount = 0xffffffff; })), 1);
+  EXPECT_EQ(statusOf(with([](RawRequest& r) { r.groupCount = 0x7fffffff; })), 1);
+  EXPECT_EQ(statusOf(with([](RawRequest& r) { r.groupCount = 100; })), 255);
+  EXPECT_EQ(statusOf(with([](RawRequest& r) { r.argumentCount = 0x7fffffff; })), 255);
+  EXPECT_EQ(statusOf(with([](RawRequest& r) { r.argumentCount = 0xffffffff; })), 77)
+      << "the first argument is there whatever the count says";
+  EXPECT_EQ(statusOf(with([](RawRequest& r) { r.version = 2, r.directory = "/no/such/place"; })),
+            255);
+  EXPECT_EQ(statusOf(with([](RawRequest& r) { r.version = 2, r.directory = "/"; })), 77);
+  std::string unterminated = with([](RawRequest&) {});
+  unterminated.pop_back();
+  EXPECT_EQ(statusOf(unterminated), 255);
+  EXPECT_EQ(statusOf(with([](RawRequest&) {}).substr(0, 44)), 255) << "no strings at all";
+}
+
+TEST_F(LauncherTest, WithoutRootsRightsThereIsNoServer) {
+  Program::Environment elsewhere{{"TESSEL_RESMGR_ROOT", (folder / "mine").string()}};
+  const pid_t child = ::fork();
+  if (child == 0) {
+    if (::setgid(1234) != 0 || ::setuid(1234) != 0) ::_exit(9);
+    Program refused(elsewhere, {}, "probe-server");
+    const bool told = refused.status() == 1 &&
+                      refused.errors().find("resmgr_attach failed\n") != std::string::npos;
+    ::_exit(told ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+}
+
+}  // namespace

@@ -1,0 +1,226 @@
+// The command line of pagehost-launch.
+#include "LaunchOptions.h"
+
+#include <getopt.h>
+#include <grp.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstdlib>
+#include <string_view>
+
+const char* const usage = R"(Usage: pagehost-launch [OPTION...] -- NAME [ARGUMENT...]
+
+Asks the launcher server for an application process, and prints its process id. The
+process is shown as NAME and gets the arguments.
+
+  --uid USER         run as this user, a name or a number; your own unless you are root
+  --gid GROUP        with this group; else the user's own
+  --groups LIST      with these supplementary groups, with commas between; else the
+                     user's own
+  --env NAME=VALUE   with this variable; NAME alone takes the value from here. Again for more.
+                     HOME, USER, LOGNAME and XDG_RUNTIME_DIR of the user are set, and DISPLAY,
+                     XAUTHORITY, LANG and TZ from here
+  --cwd FOLDER       in this working directory; else in the server's
+  --priority N       with this priority; 10 is normal, more is more urgent
+  --console MODE     where its output goes: console (the server's), file (logs/log in the
+                     working directory), slog2 (the user's log files); else nowhere
+  --wait             stay until it has ended, and say so
+  --help             this text
+
+The server is found at /dev/webkit, below the folder TESSEL_RESMGR_ROOT if that is set.
+The status is 0, 1 when the process could not be had, and 2 when the call makes no sense.
+)";
+
+namespace {
+
+constexpr std::array consoleModes{"console", "file", "slog2"};
+constexpr std::array passedOn{"DISPLAY", "XAUTHORITY", "LANG", "TZ", "CHROME_URL"};
+
+bool readNumber(std::string_view text, int& number) {
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+  return result.ec == std::errc() && result.ptr == text.data() + text.size() && number >= 0;
+}
+
+// What options say before the user's record is known.
+struct Given {
+  std::optional<std::string> user;
+  std::optional<std::string> group;
+  std::optional<std::string> groups;
+};
+
+bool findGroup(const std::string& text, gid_t& gid, std::string& problem) {
+  int number = 0;
+  if (readNumber(text, number)) {
+    gid = static_cast<gid_t>(number);
+    return true;
+  }
+  const group* const record = ::getgrnam(text.c_str());
+  if (!record) {
+    problem = "There is no group \"" + text + "\".";
+    return false;
+  }
+  gid = record->gr_gid;
+  return true;
+}
+
+void groupsOf(const passwd& user, gid_t gid, std::vector<gid_t>& groups) {
+  int count = 64;
+  groups.resize(static_cast<std::size_t>(count));
+  if (::getgrouplist(user.pw_name, gid, groups.data(), &count) < 0) {
+    groups.resize(static_cast<std::size_t>(count));
+    ::getgrouplist(user.pw_name, gid, groups.data(), &count);
+  }
+  groups.resize(static_cast<std::size_t>(std::max(count, 0)));
+}
+
+void setFromRecord(const passwd& user, LaunchOptions& options) {
+  options.environment.emplace("HOME", user.pw_dir);
+  options.environment.emplace("USER", user.pw_name);
+  options.environment.emplace("LOGNAME", user.pw_name);
+}
+
+bool findUser(const Given& given, LaunchOptions& options, std::string& problem) {
+  const passwd* record = nullptr;
+  int number = 0;
+  if (!given.user) {
+    options.uid = ::getuid();
+    record = ::getpwuid(options.uid);
+  } else if (readNumber(*given.user, number)) {
+    options.uid = static_cast<uid_t>(number);
+    record = ::getpwuid(options.uid);
+  } else {
+    record = ::getpwnam(given.user->c_str());
+    if (!record) {
+      problem = "There is no user \"" + *given.user + "\".";
+      return false;
+    }
+    options.uid = record->pw_uid;
+  }
+  if (given.group) {
+    if (!findGroup(*given.group, options.gid, problem)) return false;
+  } else if (record) {
+    options.gid = record->pw_gid;
+  } else {
+    problem = "User " + std::to_string(options.uid) + " is not known here: give --gid as well.";
+    return false;
+  }
+  if (!record) return true;
+  setFromRecord(*record, options);
+  if (!given.groups) groupsOf(*record, options.gid, options.groups);
+  return true;
+}
+
+bool readGroups(const std::string& list, std::vector<gid_t>& groups, std::string& problem) {
+  groups.clear();
+  for (std::size_t start = 0; start < list.size();) {
+    const std::size_t end = std::min(list.find(',', start), list.size());
+    gid_t gid = 0;
+    if (!findGroup(list.substr(start, end - start), gid, problem)) return false;
+    groups.push_back(gid);
+    start = end + 1;
+  }
+  return true;
+}
+
+void setVariable(const std::string& text, LaunchOptions& options) {
+  const std::size_t equals = text.find('=');
+  if (equals != std::string::npos) {
+    options.environment[text.substr(0, equals)] = text.substr(equals + 1);
+  } else if (const char* value = std::getenv(text.c_str())) {
+    options.environment[text] = value;
+  }
+}
+
+// What an application needs that nobody thinks of giving.
+void setDefaults(LaunchOptions& options) {
+  for (const char* name : passedOn) {
+    if (const char* value = std::getenv(name)) options.environment.emplace(name, value);
+  }
+  const std::string runtime = "/run/user/" + std::to_string(options.uid);
+  if (::access(runtime.c_str(), F_OK) == 0) {
+    options.environment.emplace("XDG_RUNTIME_DIR", runtime);
+  }
+}
+
+// What one option says.
+bool take(int option, const std::string& value, Given& given, LaunchOptions& options,
+          std::string& problem) {
+  switch (option) {
+    case 'u':
+      given.user = value;
+      return true;
+    case 'g':
+      given.group = value;
+      return true;
+    case 'G':
+      given.groups = value;
+      return true;
+    case 'e':
+      setVariable(value, options);
+      return true;
+    case 'd':
+      options.directory = value;
+      return true;
+    case 'p':
+      if (readNumber(value, options.priority) && options.priority > 0) return true;
+      problem = "A priority is a number from 1 up, not \"" + value + "\".";
+      return false;
+    case 'c':
+      if (std::find(consoleModes.begin(), consoleModes.end(), value) != consoleModes.end()) {
+        options.environment["CONSOLE_MODE"] = value;
+        return true;
+      }
+      problem = "There is no console mode \"" + value + "\": it is console, file or slog2.";
+      return false;
+    case 'w':
+      options.wait = true;
+      return true;
+    case 'h':
+      options.help = true;
+      return true;
+    default:
+      problem = "An option is unknown or lacks its value.";
+      return false;
+  }
+}
+
+}  // namespace
+
+bool readOptions(int argc, char** argv, LaunchOptions& options, std::string& problem) {
+  constexpr std::array<option, 10> known{{{"uid", required_argument, nullptr, 'u'},
+                                          {"gid", required_argument, nullptr, 'g'},
+                                          {"groups", required_argument, nullptr, 'G'},
+                                          {"env", required_argument, nullptr, 'e'},
+                                          {"cwd", required_argument, nullptr, 'd'},
+                                          {"priority", required_argument, nullptr, 'p'},
+                                          {"console", required_argument, nullptr, 'c'},
+                                          {"wait", no_argument, nullptr, 'w'},
+                                          {"help", no_argument, nullptr, 'h'},
+                                          {}}};
+  Given given;
+  ::opterr = 0;
+  // The first word that is no option is the name: what follows is the application's.
+  for (int option = 0; (option = ::getopt_long(argc, argv, "+", known.data(), nullptr)) != -1;) {
+    if (!take(option, ::optarg ? ::optarg : "", given, options, problem)) return false;
+  }
+  if (options.help) return true;
+  options.arguments.assign(argv + ::optind, argv + argc);
+  if (options.arguments.empty()) {
+    problem = "What is the application to be called? A name is missing.";
+    return false;
+  }
+  if (!findUser(given, options, problem)) return false;
+  if (given.groups && !readGroups(*given.groups, options.groups, problem)) return false;
+  if (options.uid == 0 || options.gid == 0) {
+    problem = "An application is never root's: give --uid, and --gid if need be.";
+    return false;
+  }
+  setDefaults(options);
+  return true;
+}

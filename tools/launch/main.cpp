@@ -1,0 +1,91 @@
+// pagehost-launch: asks the launcher server for an application. Main thread.
+#include "LaunchOptions.h"
+#include "LauncherRequest.h"
+#include "platform/os/DeviceClient.h"
+#include "platform/os/DeviceProtocol.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+using Tessel::Platform::UniqueFd;
+
+constexpr int makesNoSense = 2;
+
+int fail(int status, const std::string& problem) {
+  std::fprintf(stderr, "pagehost-launch: %s\n", problem.c_str());
+  return status;
+}
+
+std::string whyNot(int error) {
+  const std::string path = Tessel::Platform::devicePath(launcherPath);
+  switch (error) {
+    case ENOENT:
+    case ECONNREFUSED:
+      return "No launcher server is at " + path +
+             ". Start pagehost-server as root, or set TESSEL_RESMGR_ROOT to what it was started "
+             "with.";
+    case EACCES:
+      return "You may not launch applications at " + path +
+             ": the user of the server may, and root.";
+    default:
+      return path + ": " + std::strerror(error) + ".";
+  }
+}
+
+// Until the process has ended, which may be long ago.
+int waitFor(std::int32_t pid) {
+  const UniqueFd process(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+  if (!process && errno != ESRCH) {
+    return fail(EXIT_FAILURE,
+                std::string("The process cannot be waited for: ") + std::strerror(errno) + ".");
+  }
+  pollfd ended{process.get(), POLLIN, 0};
+  while (process && ::poll(&ended, 1, -1) < 0 && errno == EINTR) {
+  }
+  std::fprintf(stderr, "pagehost-launch: process %d has ended; how, its server knows\n", pid);
+  return EXIT_SUCCESS;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // The server tells its first requester of every child's end; unasked, that would end this
+  // process.
+  sigset_t ends;
+  ::sigemptyset(&ends);
+  ::sigaddset(&ends, childEndedSignal);
+  ::sigprocmask(SIG_BLOCK, &ends, nullptr);
+
+  LaunchOptions options;
+  std::string problem;
+  if (!readOptions(argc, argv, options, problem)) {
+    return fail(makesNoSense, problem + " See pagehost-launch --help.");
+  }
+  if (options.help) {
+    std::fputs(usage, stdout);
+    return EXIT_SUCCESS;
+  }
+  const std::vector<char> request = requestOf(options, problem);
+  if (request.empty()) return fail(makesNoSense, problem);
+
+  const UniqueFd device = Tessel::Platform::openDevice(launcherPath, O_RDWR);
+  if (!device) return fail(EXIT_FAILURE, whyNot(errno));
+  std::int32_t pid = 0;
+  const int error = Tessel::Platform::controlDevice(device.get(), launchCommand, request.data(),
+                                                    request.size(), &pid, sizeof pid);
+  if (error != 0) return fail(EXIT_FAILURE, whyNot(error));
+  std::printf("%d\n", pid);
+  std::fflush(stdout);
+  return options.wait ? waitFor(pid) : EXIT_SUCCESS;
+}
