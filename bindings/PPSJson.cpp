@@ -62,7 +62,7 @@ void writeText(Writer& writer, std::string_view text) {
 String validText(const char* text, std::size_t length) {
   if (g_utf8_validate_len(text, length, nullptr)) return std::string_view(text, length);
   char* const valid = g_utf8_make_valid(text, static_cast<gssize>(length));
-  const String result(valid);
+  String result(valid);
   g_free(valid);
   return result;
 }
