@@ -5,12 +5,16 @@
 #include "ChildWebViewMain.h"
 #include "ChildWindows.h"
 #include "EngineStart.h"
+#include "NavigatorServices.h"
+#include "bindings/ApplicationBinding.h"
+#include "bindings/InvocationBinding.h"
 #include "ipc/ChildLauncher.h"
 #include "platform/Crash.h"
 #include "platform/Log.h"
 #include "platform/Settings.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 #include "platform/messages/MessageClient.h"
+#include "platform/navigator/NavigatorHandler.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
@@ -18,6 +22,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <optional>
 
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
@@ -38,6 +43,10 @@ constexpr const char* defaultChromeUrl = "local:///chrome/index.html";
 gboolean onEndSignal(gpointer) {
   WebViewManager::instance().shutdown();
   return G_SOURCE_REMOVE;
+}
+
+void setKeyboardFocus(int value) {
+  ApplicationWindow::instance().setKeyboardFocus(value);
 }
 
 }  // namespace
@@ -81,8 +90,14 @@ void pagehost_main(int argc, char** argv) {
   root->setDevicePixelRatio(1.0);
   root->loadURL(chromeUrl ? chromeUrl : defaultChromeUrl);
 
+  Tessel::Platform::NavigatorHandler::instance();
+  const ApplicationBinding application(root, setKeyboardFocus);
+  const InvocationBinding invocation(root);
+  std::optional<NavigatorServices> services(window);
+
   for (const int signal : {SIGTERM, SIGINT}) g_unix_signal_add(signal, onEndSignal, nullptr);
   const int status = client->run();
+  services.reset();
   logAlways(LogNotice, "Exit %s: %d", argv[0], status);
   std::exit(status);
 }

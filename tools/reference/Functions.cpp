@@ -2,7 +2,9 @@
 #include "Functions.h"
 
 #include "ApplicationWindow.h"
+#include "bindings/ApplicationBinding.h"
 #include "bindings/BindingManager.h"
+#include "bindings/InvocationBinding.h"
 #include "platform/graphics/MemoryWindowSystem.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/CommandMessages.h"
@@ -116,6 +118,8 @@ void addCommands(Collector& collector) {
 std::set<std::string> registeredNames() {
   WebViewManager::instance();
   ApplicationWindow::instance();
+  const ApplicationBinding application(nullptr, nullptr);
+  const InvocationBinding invocation(nullptr);
   BindingManager& bindings = BindingManager::instance();
   registerCommands(bindings);
   OrvWebJavaScriptCallbackEvent event({"bindingManager.listBindings"});

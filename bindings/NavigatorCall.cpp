@@ -1,0 +1,33 @@
+// What the modules of the navigator share. UI thread.
+#include "bindings/NavigatorCall.h"
+
+#include "webview/WebView.h"
+
+#include <cstdlib>
+
+namespace navigator {
+
+const char* argumentAt(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
+  const char* text = index < event.numArgs() ? event.args()[index] : nullptr;
+  return text ? text : "";
+}
+
+unsigned long numberAt(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
+  return std::strtoul(argumentAt(event, index), nullptr, 10);
+}
+
+void tellChrome(const Tessel::Platform::GuardedPointer<WebView>& chrome, const char* space,
+                const char* event, const std::vector<JavaScriptVariant>& arguments) {
+  if (WebView* view = chrome.get()) {
+    view->executeJavaScriptFunction({"chrome", "internal", space, event}, arguments);
+  }
+}
+
+String withHyphen(const String& locale) {
+  std::string text = locale.toStdString();
+  const std::size_t place = text.find('_');
+  if (place != std::string::npos) text[place] = '-';
+  return text;
+}
+
+}  // namespace navigator
