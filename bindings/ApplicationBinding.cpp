@@ -160,14 +160,13 @@ ApplicationBinding::~ApplicationBinding() {
   FontInfo::instance().removeListener(this);
 }
 
-#define APPLICATION_NOTIFICATION(name, Result, parameters, arguments, text) \
-  Result ApplicationBinding::name parameters {                              \
-    navigator::tellChrome(root_, "application", #name, variants arguments); \
-    /* What ends with the application ends after the chrome was told. */    \
-    if constexpr (std::string_view(#name) == "onExit") {                    \
-      WebViewManager::instance().shutdown();                                \
-    }                                                                       \
-    return Result();                                                        \
+// The end comes after the chrome has heard of it: what is only posted would go with its page.
+#define APPLICATION_NOTIFICATION(name, Result, parameters, arguments, text)       \
+  Result ApplicationBinding::name parameters {                                    \
+    constexpr bool ends = std::string_view(#name) == "onExit";                    \
+    navigator::tellChrome(root_, "application", #name, variants arguments, ends); \
+    if constexpr (ends) WebViewManager::instance().shutdown();                    \
+    return Result();                                                              \
   }
 #include "platform/navigator/Notifications.def"
 

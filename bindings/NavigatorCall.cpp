@@ -17,9 +17,14 @@ unsigned long numberAt(const OrvWebJavaScriptCallbackEvent& event, unsigned int 
 }
 
 void tellChrome(const Tessel::Platform::GuardedPointer<WebView>& chrome, const char* space,
-                const char* event, const std::vector<JavaScriptVariant>& arguments) {
-  if (WebView* view = chrome.get()) {
-    view->executeJavaScriptFunction({"chrome", "internal", space, event}, arguments);
+                const char* event, const std::vector<JavaScriptVariant>& arguments, bool waits) {
+  const Tessel::Platform::GuardedPin<WebView> view(chrome);
+  if (!view) return;
+  const std::vector<String> function{"chrome", "internal", space, event};
+  if (waits) {
+    view->executeJavaScriptFunctionSync(function, arguments);
+  } else {
+    view->executeJavaScriptFunction(function, arguments);
   }
 }
 

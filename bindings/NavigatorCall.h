@@ -84,10 +84,12 @@ void call(OrvWebJavaScriptCallbackEvent* event) {
   ask(*event, request, indicesOf(request));
 }
 
-// Calls chrome.internal.<space>.<event>(arguments) and does not wait. Without a chrome nothing
-// happens.
+// Calls chrome.internal.<space>.<event>(arguments). Without a chrome nothing happens. Returns when
+// the chrome has heard, or has not for some seconds, where nothing of it may be left afterwards;
+// else at once.
 void tellChrome(const Tessel::Platform::GuardedPointer<WebView>& chrome, const char* space,
-                const char* event, const std::vector<JavaScriptVariant>& arguments);
+                const char* event, const std::vector<JavaScriptVariant>& arguments,
+                bool waits = false);
 
 // The text with its first "_" replaced by "-".
 String withHyphen(const String& locale);

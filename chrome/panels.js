@@ -8,13 +8,14 @@ import { NewTabPanel } from './new-tab-panel.js';
 import { PageInfoPanel } from './page-info.js';
 import { WebView } from './pagehost.js';
 import { PanelPlace } from './panel.js';
+import { PlatformPanel } from './platform-panel.js';
 import { ScreenshotPanel } from './screenshot-panel.js';
 import { SettingsPanel } from './settings-panel.js';
 import { SiteDataPanel } from './site-data-panel.js';
 
 const $ = (id) => document.getElementById(id);
 
-export function makePanels({ tabs, store, settings, known, find, openNewTab, restore, canRestore }) {
+export function makePanels({ tabs, store, platform, settings, known, find, openNewTab, restore, canRestore }) {
   const list = new DownloadList(tabs);
   const panels = {
     functions: new FunctionsPanel($('panel'), { currentHandle: () => tabs.active?.view?.handle ?? WebView.root.handle }),
@@ -25,6 +26,7 @@ export function makePanels({ tabs, store, settings, known, find, openNewTab, res
     newTab: new NewTabPanel(tabs, openNewTab),
     screenshot: new ScreenshotPanel(tabs, list),
     siteData: new SiteDataPanel(tabs, store),
+    platform: new PlatformPanel(platform),
   };
   const opens = (panel) => () => panel.open();
   panels.menu = new MenuPanel(tabs, [
@@ -37,6 +39,7 @@ export function makePanels({ tabs, store, settings, known, find, openNewTab, res
     { label: 'Page information', run: opens(panels.pageInfo) },
     { label: 'Clear data', key: 'Ctrl+Shift+Del', run: opens(panels.siteData) },
     { label: 'Settings', key: 'Ctrl+,', run: opens(panels.settings) },
+    { label: 'Platform', run: opens(panels.platform) },
     { label: 'Native functions', run: opens(panels.functions) },
   ]);
 
