@@ -6,7 +6,6 @@
 
 using navigator::call;
 using Tessel::Platform::NavigatorHandler;
-using Tessel::Platform::String;
 
 namespace {
 

@@ -30,6 +30,9 @@ class ApplicationWindow final : public Tessel::Platform::Graphics::Window,
   // Without one, closing the window ends every web view.
   void setService(Tessel::Platform::WindowService* service) { service_ = service; }
 
+  // As its close button does.
+  void close() { windowCloseRequested(); }
+
   void addChildWindow(Window* child) override;
   void removeChildWindow(Window* child) override;
 

@@ -41,7 +41,7 @@ constexpr const char* defaultChromeUrl = "local:///chrome/index.html";
 // Ends as if the window had been closed. Only once: the next signal ends a program whose pages do
 // not.
 gboolean onEndSignal(gpointer) {
-  WebViewManager::instance().shutdown();
+  ApplicationWindow::instance().close();
   return G_SOURCE_REMOVE;
 }
 

@@ -9,7 +9,7 @@ packages_build=(g++ cmake ninja-build pkg-config libwebkit2gtk-4.1-dev libgtk-3-
   libfontconfig-dev libgnutls28-dev libpsl-dev libbenchmark-dev libsystemd-dev)
 packages_run=(libegl-mesa0 libgl1-mesa-dri fonts-dejavu-core ca-certificates x11-utils)
 packages_headless=(xvfb imagemagick)
-packages_test=(libgtest-dev libgmock-dev libxtst-dev nodejs)
+packages_test=(libgtest-dev libgmock-dev libxtst-dev nodejs dbus-daemon)
 packages_lint=(git clang-format clang-tidy shellcheck)
 # Installed along with others, but no reason to stop.
 packages_nice=(ccache)

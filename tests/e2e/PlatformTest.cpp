@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 
@@ -109,11 +111,18 @@ TEST_F(PlatformTest, ARegionOfTheControlIsThatOfTheUser) {
   EXPECT_EQ(control(program, {"onNothing"}), 2);
 }
 
-TEST_F(PlatformTest, TheChromeHearsOfTheEndThatItsWindowOrItAsksFor) {
+TEST_F(PlatformTest, TheChromeHearsOfTheEndWhoeverAsksForIt) {
   {
     Program program(environment());
     ASSERT_TRUE(program.waitForLine("ready")) << program.errors();
     ASSERT_TRUE(test_support::requestClose("pagehost"));
+    EXPECT_TRUE(program.waitForLine("application.onExit []")) << program.errors();
+    EXPECT_EQ(program.status(), 0);
+  }
+  {
+    Program program(environment());
+    ASSERT_TRUE(program.waitForLine("ready")) << program.errors();
+    ASSERT_EQ(::kill(program.pid(), SIGTERM), 0);
     EXPECT_TRUE(program.waitForLine("application.onExit []")) << program.errors();
     EXPECT_EQ(program.status(), 0);
   }
