@@ -872,6 +872,94 @@ export interface PropertyEvents {
   PropertyEnableWebContentCacheEvent: TruthText;
 }
 
+/** chrome.internal.application, which a chrome provides. */
+export interface ApplicationListener {
+  /** The application is to end: its window was asked to close. Every web view ends right after it. */
+  onExit?(): void;
+  /** The edge of the device was touched. */
+  onDeviceEdge?(edge: string): void;
+  /** The device was turned: top_up, left_up, bottom_up or right_up, with its degrees. application.notifyRotateComplete answers it. */
+  onRotate?(orientation: string, degrees: string): void;
+  /** The application has turned along. */
+  onRotateDone?(orientation: string): void;
+  /** A swipe from the edge has begun. */
+  onSwipeStart?(): void;
+  /** A swipe from the upper edge. */
+  onSwipeDown?(): void;
+  /** The window has the keyboard. */
+  onWindowActive?(): void;
+  /** The window has the keyboard no more. */
+  onWindowInactive?(): void;
+  /** How the window is shown: normal, maximized, fullscreen, minimized or covered. */
+  onWindowState?(state: string): void;
+  /** The keyboard on the screen is about to appear. */
+  onKeyboardOpening?(): void;
+  /** The keyboard on the screen is there. */
+  onKeyboardOpened?(): void;
+  /** The keyboard on the screen is about to go. */
+  onKeyboardClosing?(): void;
+  /** The keyboard on the screen is gone. */
+  onKeyboardClosed?(): void;
+  /** Where the keyboard on the screen begins, in pixels from the top. */
+  onKeyboardPosition?(position: number): void;
+  /** Memory is short: what can be had again should be given up. */
+  onLowMemory?(): void;
+  /** The application waits in the background to be used. */
+  onPooled?(): void;
+  /** The answer to application.isDeviceLocked: true, false, or unknown where nobody can tell. */
+  onIsDeviceLocked?(locked: string): void;
+  /** What the window shows while it is covered. */
+  onWindowCover?(cover: string): void;
+  /** The window cannot be seen: it is minimized or behind others. */
+  onWindowCoverEnter?(): void;
+  /** The window can be seen again. */
+  onWindowCoverExit?(): void;
+  /** The screen was locked. */
+  onWindowLock?(): void;
+  /** The screen was unlocked. */
+  onWindowUnlock?(): void;
+  /** The language of the user has changed, such as en_US. */
+  onLanguageChange?(language: string): void;
+  /** The region of the user has changed, such as en_US. */
+  onRegionChange?(region: string): void;
+  /** The system's font has changed. Its size is raised in points, and told to the chrome in pixels. */
+  onFontInfoChange?(family: string, size: number): void;
+}
+
+/** chrome.internal.invocation, which a chrome provides. */
+export interface InvocationListener {
+  /** The answer to invocation.invoke. */
+  onInvokeResponse?(id: string, result: string, error: string): void;
+  /** This application was invoked. The request is JSON. */
+  onInvoked?(request: string): void;
+  /** The answer to invocation.invokeViewer. */
+  onInvokeViewerResponse?(id: string, result: string): void;
+  /** The answer to invocation.queryTargets. */
+  onQueryTargetsResponse?(id: string, targets: string, error: string): void;
+  /** A viewer was started. Its state is JSON with its uri. */
+  onViewerCreate?(viewer: string, state: string): void;
+  /** A message of the other side: of a viewer, or, in a viewer, of who opened it. */
+  onViewerRelay?(viewer: string, message: string): void;
+  /** Whether a message has reached the other side. */
+  onViewerRelayResponse?(viewer: string, result: string): void;
+  /** A viewer has ended. */
+  onViewerStopped?(viewer: string): void;
+  /** What lies behind a card is being looked at. */
+  onCardStartPeek?(kind: string): void;
+  /** What lies behind a card is not being looked at any more. */
+  onCardEndPeek?(): void;
+  /** The card that this application opened has closed. */
+  onCardChildClosed?(reason: string): void;
+  /** This application, a card, was closed. */
+  onCardClosed?(reason: string): void;
+  /** This application, a card, was resized. */
+  onCardResize?(width: string, height: string): void;
+  /** The answer to invocation.getInvokeTargetFilters. */
+  onGetInvokeTargetFiltersResponse?(id: string, filters: string, error: string): void;
+  /** The answer to invocation.setInvokeTargetFilters. */
+  onSetInvokeTargetFiltersResponse?(id: string, filters: string, error: string): void;
+}
+
 /** Every native function. */
 export interface NativeFunctions {
   /** Real. Makes a web view in a window group; Created follows, and until then it takes no commands. The result is its handle, a number that is never used again. The process is InProcess, OutProcess for a child process of its own or a number for that child process; when there is none to be had the result is 0, with an error besides. */
