@@ -4,8 +4,8 @@
 #include "ApplicationWindow.h"
 #include "platform/Folders.h"
 #include "platform/Log.h"
-#include "platform/navigator/gtk/SystemFont.h"
 #include "platform/navigator/FontInfo.h"
+#include "platform/navigator/gtk/SystemFont.h"
 
 #include <unistd.h>
 

@@ -19,7 +19,6 @@
 
 using Tessel::Platform::ControlSocket;
 using Tessel::Platform::String;
-using Tessel::Platform::UniqueFd;
 namespace NavigatorJson = Tessel::Platform::NavigatorJson;
 
 namespace {
