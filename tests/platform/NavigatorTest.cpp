@@ -229,6 +229,14 @@ class DeviceBusTest : public NavigatorTest {
     return g_dbus_connection_new_for_address_sync(g_test_dbus_get_bus_address(bus_), flags, nullptr,
                                                   nullptr, nullptr);
   }
+  // What the application has subscribed to by now is known to the bus afterwards.
+  void settle() {
+    GVariant* answer = g_dbus_connection_call_sync(
+        application_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+        "GetId", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+    ASSERT_TRUE(answer);
+    g_variant_unref(answer);
+  }
   void own(const char* name) {
     GVariant* answer = g_dbus_connection_call_sync(
         desktop_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
@@ -277,6 +285,7 @@ class DeviceBusTest : public NavigatorTest {
 TEST_F(DeviceBusTest, TheLockIsToldAndAskedFor) {
   {
     DeviceBus device(handler, rotation, application_, nullptr);
+    settle();
     handler.isDeviceLocked();
     ASSERT_TRUE(hears(1));
     EXPECT_THAT(heard, ElementsAre("locked unknown")) << "nobody is there yet";
@@ -307,6 +316,7 @@ TEST_F(DeviceBusTest, SensorsAndTheLocaleServiceAreHeard) {
   own("net.hadess.SensorProxy");
   own("org.freedesktop.locale1");
   DeviceBus device(handler, rotation, nullptr, application_);
+  settle();
   emitChange("/net/hadess/SensorProxy", "net.hadess.SensorProxy", "AccelerometerOrientation",
              g_variant_new_string("bottom-up"));
   const char* settings[] = {"LANG=de_AT.UTF-8"};
