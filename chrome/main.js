@@ -9,6 +9,7 @@ import { onLongPress } from './history-panel.js';
 import { Infobar } from './infobar.js';
 import { call, isHosted, listBindings, MISSING, on, WebView } from './pagehost.js';
 import { makePanels } from './panels.js';
+import { answerPlatform, Platform } from './platform.js';
 import { Previews } from './previews.js';
 import { namesOf } from './processes.js';
 import { Session } from './session.js';
@@ -38,8 +39,10 @@ function start() {
   new Infobar($('infobar'), tabs);
   new EndedNotice($('ended'), tabs);
   new Previews(tabs);
+  const platform = new Platform();
+  answerPlatform(platform, tabs);
   const panels = makePanels({
-    tabs, store, settings, known,
+    tabs, store, platform, settings, known,
     find: () => findBar.open(),
     openNewTab: (process) => openNewTab(tabs, process),
     restore: () => restoreSession(tabs, session),

@@ -872,6 +872,94 @@ export interface PropertyEvents {
   PropertyEnableWebContentCacheEvent: TruthText;
 }
 
+/** chrome.internal.application, which a chrome provides. */
+export interface ApplicationListener {
+  /** The application is to end: its window was asked to close. Every web view ends right after it. */
+  onExit?(): void;
+  /** The edge of the device was touched. */
+  onDeviceEdge?(edge: string): void;
+  /** The device was turned: top_up, left_up, bottom_up or right_up, with its degrees. application.notifyRotateComplete answers it. */
+  onRotate?(orientation: string, degrees: string): void;
+  /** The application has turned along. */
+  onRotateDone?(orientation: string): void;
+  /** A swipe from the edge has begun. */
+  onSwipeStart?(): void;
+  /** A swipe from the upper edge. */
+  onSwipeDown?(): void;
+  /** The window has the keyboard. */
+  onWindowActive?(): void;
+  /** The window has the keyboard no more. */
+  onWindowInactive?(): void;
+  /** How the window is shown: normal, maximized, fullscreen, minimized or covered. */
+  onWindowState?(state: string): void;
+  /** The keyboard on the screen is about to appear. */
+  onKeyboardOpening?(): void;
+  /** The keyboard on the screen is there. */
+  onKeyboardOpened?(): void;
+  /** The keyboard on the screen is about to go. */
+  onKeyboardClosing?(): void;
+  /** The keyboard on the screen is gone. */
+  onKeyboardClosed?(): void;
+  /** Where the keyboard on the screen begins, in pixels from the top. */
+  onKeyboardPosition?(position: number): void;
+  /** Memory is short: what can be had again should be given up. */
+  onLowMemory?(): void;
+  /** The application waits in the background to be used. */
+  onPooled?(): void;
+  /** The answer to application.isDeviceLocked: true, false, or unknown where nobody can tell. */
+  onIsDeviceLocked?(locked: string): void;
+  /** What the window shows while it is covered. */
+  onWindowCover?(cover: string): void;
+  /** The window cannot be seen: it is minimized or behind others. */
+  onWindowCoverEnter?(): void;
+  /** The window can be seen again. */
+  onWindowCoverExit?(): void;
+  /** The screen was locked. */
+  onWindowLock?(): void;
+  /** The screen was unlocked. */
+  onWindowUnlock?(): void;
+  /** The language of the user has changed, such as en_US. */
+  onLanguageChange?(language: string): void;
+  /** The region of the user has changed, such as en_US. */
+  onRegionChange?(region: string): void;
+  /** The system's font has changed. Its size is raised in points, and told to the chrome in pixels. */
+  onFontInfoChange?(family: string, size: number): void;
+}
+
+/** chrome.internal.invocation, which a chrome provides. */
+export interface InvocationListener {
+  /** The answer to invocation.invoke. */
+  onInvokeResponse?(id: string, result: string, error: string): void;
+  /** This application was invoked. The request is JSON. */
+  onInvoked?(request: string): void;
+  /** The answer to invocation.invokeViewer. */
+  onInvokeViewerResponse?(id: string, result: string): void;
+  /** The answer to invocation.queryTargets. */
+  onQueryTargetsResponse?(id: string, targets: string, error: string): void;
+  /** A viewer was started. Its state is JSON with its uri. */
+  onViewerCreate?(viewer: string, state: string): void;
+  /** A message of the other side: of a viewer, or, in a viewer, of who opened it. */
+  onViewerRelay?(viewer: string, message: string): void;
+  /** Whether a message has reached the other side. */
+  onViewerRelayResponse?(viewer: string, result: string): void;
+  /** A viewer has ended. */
+  onViewerStopped?(viewer: string): void;
+  /** What lies behind a card is being looked at. */
+  onCardStartPeek?(kind: string): void;
+  /** What lies behind a card is not being looked at any more. */
+  onCardEndPeek?(): void;
+  /** The card that this application opened has closed. */
+  onCardChildClosed?(reason: string): void;
+  /** This application, a card, was closed. */
+  onCardClosed?(reason: string): void;
+  /** This application, a card, was resized. */
+  onCardResize?(width: string, height: string): void;
+  /** The answer to invocation.getInvokeTargetFilters. */
+  onGetInvokeTargetFiltersResponse?(id: string, filters: string, error: string): void;
+  /** The answer to invocation.setInvokeTargetFilters. */
+  onSetInvokeTargetFiltersResponse?(id: string, filters: string, error: string): void;
+}
+
 /** Every native function. */
 export interface NativeFunctions {
   /** Real. Makes a web view in a window group; Created follows, and until then it takes no commands. The result is its handle, a number that is never used again. The process is InProcess, OutProcess for a child process of its own or a number for that child process; when there is none to be had the result is 0, with an error besides. */
@@ -936,6 +1024,88 @@ export interface NativeFunctions {
   'ccl.eventKeysDelete'(): '';
   /** Real. Writes the keys into the log. */
   'ccl.eventKeysPrint'(): '';
+  /** Kept. Offers an address to the device's home screen. A desktop has none to add to; whoever watches the control sees it. */
+  'application.adduri'(type: string, uri: string, title: string, icon: string): '';
+  /** Kept. Offers a picture as the wallpaper. Nothing here changes the user's; whoever watches the control sees it. */
+  'application.newWallpaper'(path: string): '';
+  /** Real. Turns the application: top_up, left_up, bottom_up or right_up. onRotate follows; notifyRotateComplete answers that. The window of a desktop stays as it is. */
+  'application.rotate'(orientation: string): '';
+  /** Real. The application turns no more with the device. With an orientation, it turns that way first. */
+  'application.lockRotation'(orientation?: string): '';
+  /** Real. The application turns with the device again, at once if that was turned meanwhile. */
+  'application.unlockRotation'(): '';
+  /** Real. Asks the window manager to take the window off the screen. onWindowState tells when it did. */
+  'application.minimizeWindow'(): '';
+  /** Real. Ends the application as the window's close button does: onExit, and every web view ends. */
+  'application.requestExit'(): '';
+  /** Real. The value of a variable of the program's environment; empty when it is not set. */
+  'application.getenv'(name: string): string;
+  /** Real. The chrome has turned as onRotate told it to; onRotateDone follows. */
+  'application.notifyRotateComplete'(): '';
+  /** Real. Sets a variable in this process only; 0, or -1 for a name that cannot be one. */
+  'application.setenv'(name: string, value: string): NumberText;
+  /** Real. Removes a variable from this process; 0, or -1 for a name that cannot be one. */
+  'application.unsetenv'(name: string): NumberText;
+  /** Kept. Whether the keyboard on the screen is followed; a desktop has none. Whoever watches the control sees it. */
+  'application.setKeyboardTracking'(on: Flag): '';
+  /** Kept. Asks for onSwipeStart; nothing swipes in on a desktop. Whoever watches the control sees it. */
+  'application.setSwipeStart'(): '';
+  /** Real. The family of the desktop's font, as fontconfig resolves it. */
+  'application.systemFontFamily'(): string;
+  /** Real. The size of the desktop's font, in pixels. */
+  'application.systemFontSize'(): NumberText;
+  /** Real. The region of the user, such as en-US. */
+  'application.systemRegion'(): string;
+  /** Later. Tells every child process, and those to come, the network device to use, in the variable SOCK_SO_BINDTODEVICE. The engine's connections do not heed it yet. */
+  'application.bindToNetworkDevice'(device: string): '';
+  /** Real. Asks the desktop's screen lock. onIsDeviceLocked answers with true, false or unknown. */
+  'application.isDeviceLocked'(): '';
+  /** Kept. What the window is to show while it is covered; desktops decide that. Whoever watches the control sees it. */
+  'application.updateCover'(cover: string): '';
+  /** Kept. Offers the application for later use. Whoever watches the control sees it, and answers with onPooled. */
+  'application.setPooled'(): '';
+  /** Kept. Asks for more time before the end. Nobody ends a desktop's program by the clock; whoever watches the control sees it. */
+  'application.extendTerminate'(): '';
+  /** Real. The size of what a covered window shows, as {"width":800,"height":600} in pixels: that of the window. */
+  'application.coverSize'(): string;
+  /** Real. Whether the window can be seen and has the keyboard. */
+  'application.isForeground'(): BooleanText;
+  /** Real. The path of a file without links and dots; empty when there is no such file. */
+  'application.realpath'(path: string): string;
+  /** Real. Gives the application window the keyboard (1), or leaves it where it is (0). */
+  'application.setKeyboardFocus'(value: Numeric): '';
+  /** Real. The part of a host name that somebody has registered: example.co.uk for www.example.co.uk. Empty where there is none, as of an address in numbers. */
+  'application.getRegisteredDomain'(host: string): string;
+  /** Real. Ends a viewer as closing its window does; onViewerStopped follows. */
+  'invocation.closeViewer'(viewer: string): '';
+  /** Real. Opens an address or a file with the application that is registered for it, or with the one of those that the request names. onInvokeResponse answers under the id; docs/platform.md describes the JSON. */
+  'invocation.invoke'(id: string, request: string): '';
+  /** Real. What this program, a viewer, was asked to show, as JSON; empty in any other. */
+  'invocation.invokeRequest'(): string;
+  /** Real. Opens a viewer of that name on the request's address or file: a window of its own, in a program of its own. onInvokeViewerResponse answers under the id. */
+  'invocation.invokeViewer'(id: string, viewer: string, request: string): '';
+  /** Real. Asks which applications are registered for an address, a file or a type. onQueryTargetsResponse answers under the id. */
+  'invocation.queryTargets'(id: string, request: string): '';
+  /** Kept. Where a viewer is to be; the window manager places its window. Whoever watches the control sees it. */
+  'invocation.setViewerPosition'(viewer: string, x: Numeric, y: Numeric): '';
+  /** Kept. Whether a viewer is to be seen; its window is the user's to minimize. Whoever watches the control sees it. */
+  'invocation.setViewerVisibility'(viewer: string, visible: Flag): '';
+  /** Kept. Where in the order of windows a viewer is to be; the window manager decides that. Whoever watches the control sees it. */
+  'invocation.setViewerZOrder'(viewer: string, zOrder: Numeric): '';
+  /** Real. Sends a viewer a message; a viewer sends its opener one, under the name opener. The other side hears onViewerRelay, this one onViewerRelayResponse. */
+  'invocation.viewerRelay'(viewer: string, message: string): '';
+  /** Kept. Lets the user look behind a card; there are no cards here. Whoever watches the control sees it. */
+  'invocation.cardPeek'(kind: string): '';
+  /** Kept. Closes a card; there are no cards here. Whoever watches the control sees it. */
+  'invocation.cardClose'(reason: string): '';
+  /** Kept. Closes the card that this application has opened; there are no cards here. Whoever watches the control sees it. */
+  'invocation.cardChildClose'(): '';
+  /** Kept. Says that a card has been resized; there are no cards here. Whoever watches the control sees it. */
+  'invocation.cardResize'(size: string): '';
+  /** Kept. Asks for the types that this application takes. onGetInvokeTargetFiltersResponse answers under the id. */
+  'invocation.getInvokeTargetFilters'(id: string, target: string): '';
+  /** Kept. Says which types this application takes, as a list of texts in JSON, while it runs: the user's choice of applications stays as it is. onSetInvokeTargetFiltersResponse answers under the id. */
+  'invocation.setInvokeTargetFilters'(id: string, filters: string): '';
   /** Real. Accepts a certificate for a host: pages of the host load with it and with no other. The certificate is its record, the record of a connection that failed, or PEM text; the result is 0 and nothing changes when it cannot be read. */
   'webview.addKnownSSLCertificate'(view: Numeric, host: string, certificate: CertificateText): BooleanText;
   /** Real. Accepts several certificates, an object of records by host. All of them or none: the result is 0 when one cannot be read. */

@@ -9,13 +9,14 @@ import { PageInfoPanel } from './page-info.js';
 import { WebView } from './pagehost.js';
 import { PanelPlace } from './panel.js';
 import { ObjectsPanel } from './pps-panel.js';
+import { PlatformPanel } from './platform-panel.js';
 import { ScreenshotPanel } from './screenshot-panel.js';
 import { SettingsPanel } from './settings-panel.js';
 import { SiteDataPanel } from './site-data-panel.js';
 
 const $ = (id) => document.getElementById(id);
 
-export function makePanels({ tabs, store, settings, known, find, openNewTab, restore, canRestore }) {
+export function makePanels({ tabs, store, platform, settings, known, find, openNewTab, restore, canRestore }) {
   const list = new DownloadList(tabs);
   const panels = {
     functions: new FunctionsPanel($('panel'), { currentHandle: () => tabs.active?.view?.handle ?? WebView.root.handle }),
@@ -27,6 +28,7 @@ export function makePanels({ tabs, store, settings, known, find, openNewTab, res
     screenshot: new ScreenshotPanel(tabs, list),
     siteData: new SiteDataPanel(tabs, store),
     objects: new ObjectsPanel(),
+    platform: new PlatformPanel(platform),
   };
   const opens = (panel) => () => panel.open();
   panels.menu = new MenuPanel(tabs, [
@@ -40,6 +42,7 @@ export function makePanels({ tabs, store, settings, known, find, openNewTab, res
     { label: 'Clear data', key: 'Ctrl+Shift+Del', run: opens(panels.siteData) },
     { label: 'Settings', key: 'Ctrl+,', run: opens(panels.settings) },
     { label: 'Shared objects', run: opens(panels.objects) },
+    { label: 'Platform', run: opens(panels.platform) },
     { label: 'Native functions', run: opens(panels.functions) },
   ]);
 

@@ -158,5 +158,14 @@ void ApplicationWindow::windowResized(IntSize size) {
 }
 
 void ApplicationWindow::windowCloseRequested() {
+  if (service_ && service_->closeRequested()) return;
   WebViewManager::instance().shutdown();
+}
+
+void ApplicationWindow::windowActiveChanged(bool active) {
+  if (service_) service_->activeChanged(active);
+}
+
+void ApplicationWindow::windowShownAsChanged(Tessel::Platform::Graphics::ShownAs shownAs) {
+  if (service_) service_->shownAsChanged(shownAs);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/graphics/Window.h"
+#include "platform/navigator/WindowService.h"
 
 #include <map>
 #include <string>
@@ -25,6 +26,13 @@ class ApplicationWindow final : public Tessel::Platform::Graphics::Window,
   // Resizes and turns the window.
   void resize(int width, int height, int rotation);
 
+  // Told what the desktop does to the window, and whether to end the application; not owned.
+  // Without one, closing the window ends every web view.
+  void setService(Tessel::Platform::WindowService* service) { service_ = service; }
+
+  // As its close button does.
+  void close() { windowCloseRequested(); }
+
   void addChildWindow(Window* child) override;
   void removeChildWindow(Window* child) override;
 
@@ -33,6 +41,9 @@ class ApplicationWindow final : public Tessel::Platform::Graphics::Window,
 
   void windowResized(Tessel::Platform::IntSize size) override;
   void windowCloseRequested() override;
+  void windowActiveChanged(bool active) override;
+  void windowShownAsChanged(Tessel::Platform::Graphics::ShownAs shownAs) override;
 
   std::map<std::string, Window*> children_;
+  Tessel::Platform::WindowService* service_ = nullptr;
 };

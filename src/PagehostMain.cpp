@@ -5,6 +5,9 @@
 #include "ChildWebViewMain.h"
 #include "ChildWindows.h"
 #include "EngineStart.h"
+#include "NavigatorServices.h"
+#include "bindings/ApplicationBinding.h"
+#include "bindings/InvocationBinding.h"
 #include "bindings/PPSBinding.h"
 #include "ipc/ChildLauncher.h"
 #include "platform/Crash.h"
@@ -12,6 +15,7 @@
 #include "platform/Settings.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 #include "platform/messages/MessageClient.h"
+#include "platform/navigator/NavigatorHandler.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
@@ -19,6 +23,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <optional>
 
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
@@ -37,8 +42,12 @@ constexpr const char* defaultChromeUrl = "local:///chrome/index.html";
 // Ends as if the window had been closed. Only once: the next signal ends a program whose pages do
 // not.
 gboolean onEndSignal(gpointer) {
-  WebViewManager::instance().shutdown();
+  ApplicationWindow::instance().close();
   return G_SOURCE_REMOVE;
+}
+
+void setKeyboardFocus(int value) {
+  ApplicationWindow::instance().setKeyboardFocus(value);
 }
 
 }  // namespace
@@ -81,10 +90,16 @@ void pagehost_main(int argc, char** argv) {
   root->setExtraPluginDirectory(pluginDirectory);
   root->setDevicePixelRatio(1.0);
   root->loadURL(chromeUrl ? chromeUrl : defaultChromeUrl);
+
+  Tessel::Platform::NavigatorHandler::instance();
+  const ApplicationBinding application(root, setKeyboardFocus);
+  const InvocationBinding invocation(root);
   PPSBinding::instance();
+  std::optional<NavigatorServices> services(window);
 
   for (const int signal : {SIGTERM, SIGINT}) g_unix_signal_add(signal, onEndSignal, nullptr);
   const int status = client->run();
+  services.reset();
   logAlways(LogNotice, "Exit %s: %d", argv[0], status);
   std::exit(status);
 }

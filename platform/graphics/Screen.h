@@ -3,6 +3,12 @@
 
 namespace Tessel::Platform::Graphics {
 
+// Horizontal and vertical.
+struct PixelsPerInch {
+  float x = 96;
+  float y = 96;
+};
+
 class Screen {
  public:
   static Screen& primaryScreen();
@@ -12,8 +18,17 @@ class Screen {
   int rotation() const { return rotation_; }
   void setRotation(int degrees) { rotation_ = degrees; }
 
+  // By which points of fonts become pixels. Of one of the screen's modes, and there is only one:
+  // -1, the current one.
+  PixelsPerInch pixelsPerInch(int mode) const {
+    static_cast<void>(mode);
+    return pixelsPerInch_;
+  }
+  void setPixelsPerInch(PixelsPerInch value) { pixelsPerInch_ = value; }
+
  private:
   int rotation_ = 0;
+  PixelsPerInch pixelsPerInch_;
 };
 
 class ScreenContext {

@@ -15,12 +15,18 @@ namespace Tessel::Platform::Graphics {
 
 enum class WindowType : int { Application = 1, Child = 2 };
 
+// How the desktop shows a top-level window.
+enum class ShownAs : int { Normal, Maximized, Fullscreen, Minimized, Covered };
+
 // Told what the person at the screen does to a top-level window.
 class WindowListener {
  public:
   virtual ~WindowListener() = default;
   virtual void windowResized(IntSize size) = 0;
   virtual void windowCloseRequested() = 0;
+  // Whether it has the keyboard.
+  virtual void windowActiveChanged(bool active) { static_cast<void>(active); }
+  virtual void windowShownAsChanged(ShownAs shownAs) { static_cast<void>(shownAs); }
 };
 
 class Window : public GuardedPointerBase {

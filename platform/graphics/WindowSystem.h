@@ -46,6 +46,8 @@ class WindowSurface {
   virtual void post(const IntRect& area) = 0;
   // Asks for the keyboard; the window manager may refuse.
   virtual void requestKeyboardFocus() = 0;
+  // Of a top-level window: asks the window manager to take it off the screen.
+  virtual void minimize() {}
 };
 
 class WindowSystem {

@@ -24,6 +24,11 @@ class ListenerList {
     fillHoles();
   }
 
+  bool isEmpty() const {
+    return std::all_of(listeners_.begin(), listeners_.end(),
+                       [](const Listener* listener) { return listener == nullptr; });
+  }
+
   template <typename Visit>
   void forEach(Visit visit) {
     ++walks_;

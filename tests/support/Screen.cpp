@@ -117,4 +117,32 @@ bool requestClose(const char* title) {
   return true;
 }
 
+unsigned long topLevelWindow(const char* title) {
+  if (!display()) return 0;
+  XSetErrorHandler(ignoreError);
+  return findWindow(DefaultRootWindow(display()), title);
+}
+
+void showTopLevel(unsigned long window, bool shown) {
+  shown ? XMapWindow(display(), window) : XUnmapWindow(display(), window);
+  XSync(display(), False);
+}
+
+void giveKeyboardTo(unsigned long window) {
+  XSetInputFocus(display(), window, RevertToPointerRoot, CurrentTime);
+  XSync(display(), False);
+}
+
+void coverScreen(bool covered) {
+  static const Window cover = [] {
+    XSetWindowAttributes attributes{};
+    attributes.override_redirect = True;
+    return XCreateWindow(display(), DefaultRootWindow(display()), 0, 0, 4096, 4096, 0,
+                         CopyFromParent, InputOutput, CopyFromParent, CWOverrideRedirect,
+                         &attributes);
+  }();
+  covered ? XMapRaised(display(), cover) : XUnmapWindow(display(), cover);
+  XSync(display(), False);
+}
+
 }  // namespace test_support

@@ -22,4 +22,13 @@ void pressKey(const char* name, bool down);
 // there is none.
 bool requestClose(const char* title);
 
+// The number of the top-level window of that title prefix, 0 when there is none on the screen.
+unsigned long topLevelWindow(const char* title);
+// What a window manager does to a window: takes it off the screen or brings it back, and gives it
+// the keyboard.
+void showTopLevel(unsigned long window, bool shown);
+void giveKeyboardTo(unsigned long window);
+// Puts another program's window over the whole screen, or takes it away again.
+void coverScreen(bool covered);
+
 }  // namespace test_support

@@ -2,9 +2,11 @@
 #include "Functions.h"
 
 #include "ApplicationWindow.h"
+#include "bindings/ApplicationBinding.h"
 #include "bindings/BindingManager.h"
 #include "bindings/CclBinding.h"
 #include "bindings/PPSBinding.h"
+#include "bindings/InvocationBinding.h"
 #include "platform/graphics/MemoryWindowSystem.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/CommandMessages.h"
@@ -118,6 +120,8 @@ void addCommands(Collector& collector) {
 std::set<std::string> registeredNames() {
   WebViewManager::instance();
   ApplicationWindow::instance();
+  const ApplicationBinding application(nullptr, nullptr);
+  const InvocationBinding invocation(nullptr);
   BindingManager& bindings = BindingManager::instance();
   registerCommands(bindings);
   CclBinding::instance();

@@ -1,5 +1,8 @@
 // The reference for TypeScript, and for editors. Any thread: texts from texts.
 #include "Writers.h"
+#include "platform/String.h"
+
+#include <type_traits>
 
 namespace reference {
 
@@ -114,6 +117,52 @@ std::string declared(const Function& function) {
          function.name + "'(" + list + "): " + function.result.typeScript + ";\n";
 }
 
+// The parameters "(a, b)" of that signature, as "a: string, b: number".
+template <typename Signature>
+struct Parameters;
+template <typename Result, typename... Types>
+struct Parameters<Result(Types...)> {
+  static std::string typed(std::string names) {
+    constexpr bool isText[] = {std::is_class_v<std::decay_t<Types>>..., false};
+    std::string text;
+    std::size_t place = 1;
+    for (std::size_t i = 0; i < sizeof...(Types); ++i) {
+      const std::size_t end = names.find_first_of(",)", place);
+      text.append(text.empty() ? "" : ", ").append(names.substr(place, end - place));
+      text.append(isText[i] ? ": string" : ": number");
+      place = end + 2;
+    }
+    return text;
+  }
+};
+
+using Tessel::Platform::String;
+
+#define LISTENER(name, Result, parameters, arguments, words)    \
+  text.append(comment(words, "  "))                             \
+      .append("  " #name "?(")                                  \
+      .append(Parameters<Result parameters>::typed(#arguments)) \
+      .append("): void;\n");
+
+std::string applicationListener() {
+  std::string text = "\n/** chrome.internal.application, which a chrome provides. */\n";
+  text.append("export interface ApplicationListener {\n");
+#define APPLICATION_NOTIFICATION LISTENER
+#define LOCALE_NOTIFICATION LISTENER
+#define FONT_NOTIFICATION LISTENER
+#include "platform/navigator/Notifications.def"
+  return text.append("}\n");
+}
+
+std::string invocationListener() {
+  std::string text = "\n/** chrome.internal.invocation, which a chrome provides. */\n";
+  text.append("export interface InvocationListener {\n");
+#define INVOCATION_NOTIFICATION LISTENER
+#include "platform/navigator/Notifications.def"
+  return text.append("}\n");
+}
+#undef LISTENER
+
 }  // namespace
 
 std::string typeScript(const Reference& reference) {
@@ -159,7 +208,8 @@ std::string typeScript(const Reference& reference) {
   for (const PropertyEvent& event : reference.events.properties) {
     text.append("  ").append(event.name).append(": ").append(event.type).append(";\n");
   }
-  text.append("}\n\n/** Every native function. */\nexport interface NativeFunctions {\n");
+  text.append("}\n").append(applicationListener()).append(invocationListener());
+  text.append("\n/** Every native function. */\nexport interface NativeFunctions {\n");
   for (const Function& function : reference.functions) text.append(declared(function));
   return text.append("}\n").append(closing);
 }

@@ -45,6 +45,10 @@ class TopLevelSurface final : public WindowSurface {
     g_signal_connect(window_, "draw", G_CALLBACK(onDraw), this);
     g_signal_connect(window_, "delete-event", G_CALLBACK(onDelete), this);
     g_signal_connect(window_, "size-allocate", G_CALLBACK(onAllocate), this);
+    gtk_widget_add_events(window_, GDK_VISIBILITY_NOTIFY_MASK);
+    g_signal_connect(window_, "window-state-event", G_CALLBACK(onState), this);
+    g_signal_connect(window_, "visibility-notify-event", G_CALLBACK(onVisibility), this);
+    g_signal_connect(window_, "notify::is-active", G_CALLBACK(onActive), this);
     gtk_container_add(GTK_CONTAINER(window_), stack_);
     gtk_widget_show(stack_);
   }
@@ -79,6 +83,7 @@ class TopLevelSurface final : public WindowSurface {
     gtk_widget_queue_draw_area(window_, area.x, area.y, area.width, area.height);
   }
   void requestKeyboardFocus() override { gtk_window_present(GTK_WINDOW(window_)); }
+  void minimize() override { gtk_window_iconify(GTK_WINDOW(window_)); }
 
  private:
   static gboolean onDraw(GtkWidget*, cairo_t* cairo, gpointer self) {
@@ -91,6 +96,39 @@ class TopLevelSurface final : public WindowSurface {
     WindowListener* listener = static_cast<TopLevelSurface*>(self)->owner_.listener();
     if (listener) listener->windowCloseRequested();
     return TRUE;
+  }
+
+  static gboolean onState(GtkWidget*, GdkEventWindowState* event, gpointer data) {
+    auto* self = static_cast<TopLevelSurface*>(data);
+    self->state_ = event->new_window_state;
+    self->tellShownAs();
+    return FALSE;
+  }
+
+  static gboolean onVisibility(GtkWidget*, GdkEventVisibility* event, gpointer data) {
+    auto* self = static_cast<TopLevelSurface*>(data);
+    self->covered_ = event->state == GDK_VISIBILITY_FULLY_OBSCURED;
+    self->tellShownAs();
+    return FALSE;
+  }
+
+  static void onActive(GtkWindow* window, GParamSpec*, gpointer data) {
+    WindowListener* listener = static_cast<TopLevelSurface*>(data)->owner_.listener();
+    if (listener) listener->windowActiveChanged(gtk_window_is_active(window));
+  }
+
+  void tellShownAs() {
+    WindowListener* listener = owner_.listener();
+    // Before the first showing it is nothing of all that.
+    if (!listener || (state_ & GDK_WINDOW_STATE_WITHDRAWN) != 0) return;
+    listener->windowShownAsChanged(shownAs());
+  }
+
+  ShownAs shownAs() const {
+    if ((state_ & GDK_WINDOW_STATE_ICONIFIED) != 0) return ShownAs::Minimized;
+    if (covered_) return ShownAs::Covered;
+    if ((state_ & GDK_WINDOW_STATE_FULLSCREEN) != 0) return ShownAs::Fullscreen;
+    return (state_ & GDK_WINDOW_STATE_MAXIMIZED) != 0 ? ShownAs::Maximized : ShownAs::Normal;
   }
 
   static void onAllocate(GtkWidget*, GdkRectangle*, gpointer data) {
@@ -106,6 +144,8 @@ class TopLevelSurface final : public WindowSurface {
   GtkWidget* stack_;
   IntSize requested_;
   IntSize allocated_;
+  int state_ = GDK_WINDOW_STATE_WITHDRAWN;
+  bool covered_ = false;
   Fill fill_;
 };
 

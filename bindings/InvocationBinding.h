@@ -1,0 +1,26 @@
+// The invocation.* functions, and what other applications want told to the chrome. UI thread.
+#pragma once
+
+#include "platform/GuardedPointer.h"
+#include "platform/navigator/Listeners.h"
+
+class WebView;
+
+class InvocationBinding final : public Tessel::Platform::NavigatorListener {
+ public:
+  using String = Tessel::Platform::String;
+
+  // Registers the functions, listens from now on, and calls chrome.internal.invocation of that web
+  // view; what happens while it is null or gone is dropped. One per process.
+  explicit InvocationBinding(WebView* root);
+  ~InvocationBinding() override;
+  InvocationBinding(const InvocationBinding&) = delete;
+  InvocationBinding& operator=(const InvocationBinding&) = delete;
+
+#define INVOCATION_NOTIFICATION(name, Result, parameters, arguments, text) \
+  Result name parameters override;
+#include "platform/navigator/Notifications.def"
+
+ private:
+  Tessel::Platform::GuardedPointer<WebView> root_;
+};

@@ -1,0 +1,34 @@
+// Everything that connects the application with the desktop and the device. Main thread.
+#include "NavigatorServices.h"
+
+#include "ApplicationWindow.h"
+#include "platform/Folders.h"
+#include "platform/Log.h"
+#include "platform/navigator/FontInfo.h"
+#include "platform/navigator/gtk/SystemFont.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+using Tessel::Platform::ControlSocket;
+
+NavigatorServices::NavigatorServices(ApplicationWindow& window)
+    : window_(window), windowService_(handler_, window) {
+  window_.setService(&windowService_);
+  Tessel::Platform::followSystemFont();
+  Tessel::Platform::FontInfo::instance().watchFiles();
+  Tessel::Platform::removeSocketsOfTheDead(Tessel::Platform::runtimeFolder(),
+                                           ControlSocket::namePrefix);
+  control_ = ControlSocket::open(ControlSocket::pathOf(::getpid()));
+  if (!control_) {
+    Tessel::Platform::logAlways(Tessel::Platform::LogError,
+                                "There is no control, pagehost-ctl cannot reach this program: %s",
+                                std::strerror(errno));
+  }
+}
+
+NavigatorServices::~NavigatorServices() {
+  window_.setService(nullptr);
+}

@@ -1,0 +1,30 @@
+// Everything that connects the application with the desktop and the device. Main thread.
+#pragma once
+
+#include "platform/navigator/ControlSocket.h"
+#include "platform/navigator/DeviceBus.h"
+#include "platform/navigator/InvocationService.h"
+#include "platform/navigator/MemoryPressure.h"
+#include "platform/navigator/RotationService.h"
+#include "platform/navigator/WindowService.h"
+
+class ApplicationWindow;
+
+class NavigatorServices {
+ public:
+  // Of a window that outlives it. Needs a started toolkit.
+  explicit NavigatorServices(ApplicationWindow& window);
+  ~NavigatorServices();
+  NavigatorServices(const NavigatorServices&) = delete;
+  NavigatorServices& operator=(const NavigatorServices&) = delete;
+
+ private:
+  Tessel::Platform::NavigatorHandler& handler_ = Tessel::Platform::NavigatorHandler::instance();
+  ApplicationWindow& window_;
+  Tessel::Platform::WindowService windowService_;
+  Tessel::Platform::RotationService rotation_{handler_};
+  Tessel::Platform::DeviceBus device_{handler_, rotation_};
+  Tessel::Platform::InvocationService invocation_{handler_};
+  Tessel::Platform::MemoryPressure memory_{[this] { handler_.onLowMemory(); }};
+  std::unique_ptr<Tessel::Platform::ControlSocket> control_;
+};

@@ -1,0 +1,222 @@
+// The real program and what surrounds it: its window, its control, the fonts, other applications.
+#include "platform/navigator/Notifications.h"
+#include "tests/support/Program.h"
+#include "tests/support/Screen.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+using Tessel::Platform::Notification;
+using Tessel::Platform::notifications;
+using test_support::Program;
+
+class PlatformTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern =
+        (std::filesystem::temp_directory_path() / "pagehost-test-XXXXXX").string();
+    ASSERT_TRUE(::mkdtemp(pattern.data()));
+    folder_ = pattern;
+    std::filesystem::copy(PAGEHOST_TEST_PAGES, folder_ / "root",
+                          std::filesystem::copy_options::recursive);
+    std::filesystem::create_directories(folder_ / "config/fontconfig");
+    std::filesystem::create_directories(folder_ / "data/applications");
+  }
+  void TearDown() override { std::filesystem::remove_all(folder_); }
+
+  Program::Environment environment(const std::string& calls = "[]") const {
+    return {{"CHROME_URL", "local:///platform.html?calls=" + calls},
+            {"TESSEL_LOCAL_ROOT", (folder_ / "root").string()},
+            {"XDG_CONFIG_HOME", (folder_ / "config").string()},
+            {"XDG_DATA_HOME", (folder_ / "data").string()},
+            {"XDG_CACHE_HOME", (folder_ / "cache").string()},
+            {"WIDTH", "800"},
+            {"HEIGHT", "600"}};
+  }
+
+  // The status of the control's client.
+  static int control(const Program& program, const std::vector<std::string>& words) {
+    const std::string pid = std::to_string(program.pid());
+    std::vector<const char*> arguments{"pagehost-ctl", "--pid", pid.c_str()};
+    for (const std::string& word : words) arguments.push_back(word.c_str());
+    arguments.push_back(nullptr);
+    const pid_t child = ::fork();
+    if (child == 0) {
+      ::execv(PAGEHOST_TEST_CONTROL, const_cast<char**>(arguments.data()));
+      ::_exit(127);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  std::filesystem::path folder_;
+};
+
+TEST_F(PlatformTest, TheChromeHearsWhatHappensToItsWindow) {
+  Program program(environment());
+  ASSERT_TRUE(program.waitForLine("ready")) << program.errors();
+  const unsigned long window = test_support::topLevelWindow("pagehost");
+  ASSERT_NE(window, 0u);
+  test_support::giveKeyboardTo(window);
+  EXPECT_TRUE(program.waitForLine("application.onWindowActive []"));
+
+  test_support::showTopLevel(window, false);
+  EXPECT_TRUE(program.waitForLine(R"(application.onWindowState ["minimized"])"));
+  EXPECT_TRUE(program.waitForLine("application.onWindowCoverEnter []"));
+  test_support::showTopLevel(window, true);
+  EXPECT_TRUE(program.waitForLine(R"(application.onWindowState ["normal"])"));
+  EXPECT_TRUE(program.waitForLine("application.onWindowCoverExit []"));
+
+  test_support::coverScreen(true);
+  EXPECT_TRUE(program.waitForLine(R"(application.onWindowState ["covered"])"));
+  test_support::coverScreen(false);
+  EXPECT_TRUE(program.waitForLine(R"(application.onWindowState ["normal"])"));
+}
+
+TEST_F(PlatformTest, TheControlRaisesEveryNotification) {
+  Program program(environment());
+  ASSERT_TRUE(program.waitForLine("ready")) << program.errors();
+  for (const Notification& notification : notifications()) {
+    const std::string name = notification.name;
+    std::vector<std::string> words{name};
+    words.resize(1 + notification.count, "7");
+    if (name == "onExit") continue;
+    EXPECT_EQ(control(program, words), 0) << name;
+    if (name == "onRotateCheck") continue;  // a question, of which the chrome hears nothing
+    EXPECT_TRUE(program.waitForLine(std::string(notification.group) + "." + name + " ["))
+        << name << program.errors();
+  }
+  EXPECT_EQ(control(program, {"onExit"}), 0);
+  EXPECT_TRUE(program.waitForLine("application.onExit []")) << program.errors();
+  EXPECT_EQ(program.status(), 0);
+}
+
+TEST_F(PlatformTest, ARegionOfTheControlIsThatOfTheUser) {
+  Program program(
+      environment(R"([{"after":"onRegionChange","call":["application.systemRegion"]}])"));
+  ASSERT_TRUE(program.waitForLine("ready")) << program.errors();
+  EXPECT_EQ(control(program, {"onRegionChange", "zh_Hant_TW"}), 0);
+  EXPECT_TRUE(program.waitForLine(R"(application.onRegionChange ["zh-Hant_TW"])"));
+  EXPECT_TRUE(program.waitForLine(R"(application.systemRegion returns "zh-Hant_TW")"));
+  EXPECT_EQ(control(program, {"onKeyboardPosition", "low"}), 1);
+  EXPECT_EQ(control(program, {"onRegionChange"}), 2);
+  EXPECT_EQ(control(program, {"onNothing"}), 2);
+}
+
+TEST_F(PlatformTest, TheChromeHearsOfTheEndWhoeverAsksForIt) {
+  {
+    Program program(environment());
+    ASSERT_TRUE(program.waitForLine("ready")) << program.errors();
+    ASSERT_TRUE(test_support::requestClose("pagehost"));
+    EXPECT_TRUE(program.waitForLine("application.onExit []")) << program.errors();
+    EXPECT_EQ(program.status(), 0);
+  }
+  {
+    Program program(environment());
+    ASSERT_TRUE(program.waitForLine("ready")) << program.errors();
+    ASSERT_EQ(::kill(program.pid(), SIGTERM), 0);
+    EXPECT_TRUE(program.waitForLine("application.onExit []")) << program.errors();
+    EXPECT_EQ(program.status(), 0);
+  }
+  Program program(environment(R"([{"call":["application.requestExit"]}])"));
+  EXPECT_TRUE(program.waitForLine("application.onExit []")) << program.errors();
+  EXPECT_EQ(program.status(), 0);
+}
+
+TEST_F(PlatformTest, ClosingTheWindowEndsTheBundledChrome) {
+  Program::Environment bundled = environment();
+  bundled["CHROME_URL"] = bundled["TESSEL_LOCAL_ROOT"] = "";
+  Program program(bundled, {"--demo"});
+  ASSERT_TRUE(program.waitForLine("demo ready")) << program.errors();
+  ASSERT_TRUE(test_support::requestClose("pagehost"));
+  EXPECT_EQ(program.status(), 0);
+}
+
+TEST_F(PlatformTest, OtherFontsAreNoticed) {
+  Program program(environment());
+  ASSERT_TRUE(program.waitForLine("ready")) << program.errors();
+  // Whatever is wished for becomes this one.
+  std::ofstream(folder_ / "config/fontconfig/fonts.conf")
+      << R"(<?xml version="1.0"?><!DOCTYPE fontconfig SYSTEM "fonts.dtd"><fontconfig>
+<match target="pattern"><edit name="family" mode="assign" binding="strong">
+<string>DejaVu Serif</string></edit></match></fontconfig>)";
+  EXPECT_TRUE(program.waitForLine(R"(application.onFontInfoChange ["DejaVu Serif",)"))
+      << program.errors();
+}
+
+TEST_F(PlatformTest, AnAddressIsOpenedWithTheApplicationThatIsRegisteredForIt) {
+  const std::string seen = (folder_ / "seen").string();
+  const std::string script = (folder_ / "opener").string();
+  std::ofstream(script) << "#!/bin/sh\nprintf %s \"$1\" >" << seen << ".new\nmv " << seen << ".new "
+                        << seen << "\n";
+  std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+  std::ofstream(folder_ / "data/applications/opener.desktop")
+      << "[Desktop Entry]\nType=Application\nName=Opener\nExec=" << script
+      << " %u\nMimeType=x-scheme-handler/phtest;\n";
+  std::ofstream(folder_ / "config/mimeapps.list")
+      << "[Default Applications]\nx-scheme-handler/phtest=opener.desktop\n";
+
+  Program program(environment(
+      R"([{"call":["invocation.queryTargets","q","{\"uri\":\"phtest:a\"}"]},)"
+      R"({"call":["invocation.invoke","i","{\"uri\":\"phtest:$(id)'; id\"}"]},)"
+      R"({"call":["invocation.invoke","n","{\"uri\":\"phtest:a\",\"target\":\"other.desktop\"}"]},)"
+      R"({"call":["invocation.invoke","p","{\"file\":\"/bin/sh\"}"]}])"));
+  EXPECT_TRUE(
+      program.waitForLine("invocation.onQueryTargetsResponse [\"q\",\"[{\\\"target\\\":"
+                          "\\\"opener.desktop\\\",\\\"name\\\":\\\"Opener\\\","
+                          "\\\"default\\\":true}]\",\"\"]"))
+      << program.errors();
+  EXPECT_TRUE(
+      program.waitForLine("invocation.onInvokeResponse [\"i\",\"{\\\"target\\\":"
+                          "\\\"opener.desktop\\\""));
+  EXPECT_TRUE(program.waitForLine(
+      R"(["n","","No such application is registered for x-scheme-handler/phtest"])"));
+  EXPECT_TRUE(program.waitForLine(R"(["p","","Programs are not opened"])"));
+  const auto deadline = std::chrono::steady_clock::now() + Program::patience;
+  while (!std::filesystem::exists(seen) && std::chrono::steady_clock::now() < deadline) {
+    ::usleep(10000);
+  }
+  std::string text;
+  std::getline(std::ifstream(seen), text);
+  EXPECT_EQ(text, "phtest:$(id)'; id") << "it is one word, and nothing runs it";
+}
+
+TEST_F(PlatformTest, AViewerIsOpenedTalkedToAndClosed) {
+  const std::string page = "file://" + (folder_ / "root/content.html").string();
+  // Until the viewer's control is there, messages come back with an error: they are sent again.
+  Program program(environment(
+      R"([{"call":["invocation.invokeViewer","v","show","{\"uri\":\")" + page + R"(\"}"]},)" +
+      R"({"after":"onViewerCreate","call":["invocation.viewerRelay","show","hello"]},)"
+      R"({"after":"onWindowCover","call":["invocation.viewerRelay","show","hello"]},)"
+      R"({"after":"onPooled","call":["invocation.closeViewer","show"]},)"
+      R"({"after":"onPooled","call":["invocation.viewerRelay","none","hello"]}])"));
+  EXPECT_TRUE(
+      program.waitForLine(R"(invocation.onInvokeViewerResponse ["v","{\"viewer\":\"show\"}"])"))
+      << program.errors();
+  const std::string reached = R"(invocation.onViewerRelayResponse ["show","{}"])";
+  const auto deadline = std::chrono::steady_clock::now() + Program::patience;
+  for (bool heard = false; !heard;) {
+    ASSERT_LT(std::chrono::steady_clock::now(), deadline) << program.errors();
+    const auto line = program.nextLine();
+    ASSERT_TRUE(line) << program.errors();
+    heard = *line == reached;
+    if (!heard && line->starts_with("invocation.onViewerRelayResponse")) {
+      ::usleep(100000);
+      EXPECT_EQ(control(program, {"onWindowCover", "again"}), 0);
+    }
+  }
+  EXPECT_EQ(control(program, {"onPooled"}), 0);
+  EXPECT_TRUE(program.waitForLine(
+      R"(invocation.onViewerRelayResponse ["none","{\"error\":\"There is no such viewer\"}"])"));
+  EXPECT_TRUE(program.waitForLine(R"(invocation.onViewerStopped ["show"])")) << program.errors();
+}
+
+}  // namespace
