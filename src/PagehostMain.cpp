@@ -5,6 +5,7 @@
 #include "ChildWebViewMain.h"
 #include "ChildWindows.h"
 #include "EngineStart.h"
+#include "bindings/WindowAnimations.h"
 #include "ipc/ChildLauncher.h"
 #include "platform/Crash.h"
 #include "platform/Log.h"
@@ -80,6 +81,7 @@ void pagehost_main(int argc, char** argv) {
   root->setExtraPluginDirectory(pluginDirectory);
   root->setDevicePixelRatio(1.0);
   root->loadURL(chromeUrl ? chromeUrl : defaultChromeUrl);
+  WindowAnimations::instance();
 
   for (const int signal : {SIGTERM, SIGINT}) g_unix_signal_add(signal, onEndSignal, nullptr);
   const int status = client->run();

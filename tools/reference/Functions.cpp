@@ -3,6 +3,7 @@
 
 #include "ApplicationWindow.h"
 #include "bindings/BindingManager.h"
+#include "bindings/WindowAnimations.h"
 #include "platform/graphics/MemoryWindowSystem.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/CommandMessages.h"
@@ -116,6 +117,7 @@ void addCommands(Collector& collector) {
 std::set<std::string> registeredNames() {
   WebViewManager::instance();
   ApplicationWindow::instance();
+  WindowAnimations::instance();
   BindingManager& bindings = BindingManager::instance();
   registerCommands(bindings);
   OrvWebJavaScriptCallbackEvent event({"bindingManager.listBindings"});
