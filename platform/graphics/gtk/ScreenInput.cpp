@@ -15,6 +15,9 @@ namespace {
 // More than anybody has; what comes beyond is a device gone wrong.
 constexpr std::size_t mostFingers = 32;
 
+constexpr int wantedEvents = GDK_BUTTON_PRESS_MASK | GDK_BUTTON_RELEASE_MASK |
+                             GDK_BUTTON1_MOTION_MASK | GDK_ENTER_NOTIFY_MASK | GDK_TOUCH_MASK;
+
 bool isTouch(GdkEventType type) {
   return type == GDK_TOUCH_BEGIN || type == GDK_TOUCH_UPDATE || type == GDK_TOUCH_END ||
          type == GDK_TOUCH_CANCEL;
@@ -22,7 +25,10 @@ bool isTouch(GdkEventType type) {
 
 }  // namespace
 
+ScreenInput* ScreenInput::current = nullptr;
+
 ScreenInput::ScreenInput() {
+  current = this;
   const auto handler = [](GdkEvent* event, gpointer data) {
     static_cast<ScreenInput*>(data)->handle(event);
     gtk_main_do_event(event);
@@ -31,12 +37,17 @@ ScreenInput::ScreenInput() {
 }
 
 ScreenInput::~ScreenInput() {
+  // A later one may have taken over.
+  if (current != this) return;
+  current = nullptr;
   const auto handler = [](GdkEvent* event, gpointer) { gtk_main_do_event(event); };
   gdk_event_handler_set(handler, nullptr, nullptr);
 }
 
 void ScreenInput::watch(GtkWidget* topLevel) {
   topLevels_.push_back(topLevel);
+  // Also where no widget wants them.
+  gtk_widget_add_events(topLevel, wantedEvents);
 }
 
 void ScreenInput::unwatch(GtkWidget* topLevel) {
@@ -86,7 +97,7 @@ void ScreenInput::handleTouch(const GdkEvent* event, GtkWidget* topLevel) {
   if (type == GDK_TOUCH_BEGIN) {
     // This is said of a finger that comes when there is no other. Those that we know of went with
     // windows that were destroyed below them.
-    if (gdk_event_get_pointer_emulated(const_cast<GdkEvent*>(event))) fingers_.clear();
+    if (event->touch.emulating_pointer) fingers_.clear();
     if (fingers_.empty()) learnOrigin(topLevel);
     if (fingers_.size() >= mostFingers) return;
     std::erase_if(fingers_, [=](const Finger& finger) { return finger.sequence == sequence; });

@@ -13,7 +13,7 @@ typedef struct _GtkWidget GtkWidget;
 
 namespace Tessel::Platform::Graphics {
 
-// One per process: it takes the place of the toolkit's handler of all events, and calls that.
+// Takes the place of the toolkit's handler of all events, and calls that. The latest one hears.
 class ScreenInput {
  public:
   ScreenInput();
@@ -26,6 +26,8 @@ class ScreenInput {
   void unwatch(GtkWidget* topLevel);
 
  private:
+  static ScreenInput* current;
+
   struct Finger {
     std::uintptr_t sequence = 0;
     TouchPoint point;

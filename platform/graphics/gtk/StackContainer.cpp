@@ -68,22 +68,18 @@ cairo_region_t* keptRegion(const WindowState& state) {
   return region;
 }
 
-GdkWindow* inputWindow(const Slot& slot) {
-  return gtk_widget_get_has_window(slot.widget) ? gtk_widget_get_window(slot.widget) : nullptr;
-}
-
 void applyInput(const Slot& slot) {
-  if (GdkWindow* window = inputWindow(slot)) {
-    gdk_window_set_pass_through(window, !takesInput(slot.state));
-  }
+  GdkWindow* window =
+      gtk_widget_get_has_window(slot.widget) ? gtk_widget_get_window(slot.widget) : nullptr;
+  if (window) gdk_window_set_pass_through(window, !takesInput(slot.state));
 }
 
 // Clicks on what is discarded are those of what lies below.
 void applyInputShape(const Slot& slot) {
-  GdkWindow* window = inputWindow(slot);
-  if (!window) return;
+  // What has no window takes no input.
+  if (!gtk_widget_get_has_window(slot.widget)) return;
   cairo_region_t* kept = keptRegion(slot.state);
-  gdk_window_input_shape_combine_region(window, kept, 0, 0);
+  gtk_widget_input_shape_combine_region(slot.widget, kept);
   if (kept) cairo_region_destroy(kept);
 }
 
@@ -96,9 +92,7 @@ void raiseInOrder(StackContainer* stack) {
   }
 }
 
-void onChildRealized(GtkWidget* child, gpointer stack) {
-  const auto slot = findSlot(asStack(stack), child);
-  if (slot != asStack(stack)->slots->end()) applyInputShape(*slot);
+void onChildRealized(GtkWidget*, gpointer stack) {
   raiseInOrder(asStack(stack));
 }
 
@@ -225,7 +219,7 @@ void stackContainerPut(GtkWidget* container, GtkWidget* child, const WindowState
   const auto place =
       std::find_if(stack->slots->begin(), stack->slots->end(),
                    [&](const Slot& slot) { return slot.state.zOrder > state.zOrder; });
-  stack->slots->insert(place, Slot{child, state});
+  applyInputShape(*stack->slots->insert(place, Slot{child, state}));
   g_signal_connect(child, "realize", G_CALLBACK(onChildRealized), stack);
   gtk_widget_set_parent(child, container);
   applySlot(stack, child, state);
