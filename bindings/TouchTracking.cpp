@@ -180,22 +180,19 @@ using Mode = bool TrackedAxis::*;
 
 // One of the ways in which a group follows.
 struct Tracking {
-  const char* name;
   const char* function;
   Axis axis;
   Mode mode;
   bool alpha;  // base and range stand between the limits and the start
 };
-constexpr Tracking trackings[] = {
-    {"windowTouchTracking.setWindowGroupTrackX", "jsSetWindowGroupTrackX",
-     &WindowTouchTrackingGroup::x, &TrackedAxis::moves, false},
-    {"windowTouchTracking.setWindowGroupTrackY", "jsSetWindowGroupTrackY",
-     &WindowTouchTrackingGroup::y, &TrackedAxis::moves, false},
-    {"windowTouchTracking.setWindowGroupTrackXToAlpha", "jsSetWindowGroupTrackXToAlpha",
-     &WindowTouchTrackingGroup::x, &TrackedAxis::fades, true},
-    {"windowTouchTracking.setWindowGroupTrackYToAlpha", "jsSetWindowGroupTrackYToAlpha",
-     &WindowTouchTrackingGroup::y, &TrackedAxis::fades, true},
-};
+constexpr Tracking trackX{"jsSetWindowGroupTrackX", &WindowTouchTrackingGroup::x,
+                          &TrackedAxis::moves, false};
+constexpr Tracking trackY{"jsSetWindowGroupTrackY", &WindowTouchTrackingGroup::y,
+                          &TrackedAxis::moves, false};
+constexpr Tracking trackXToAlpha{"jsSetWindowGroupTrackXToAlpha", &WindowTouchTrackingGroup::x,
+                                 &TrackedAxis::fades, true};
+constexpr Tracking trackYToAlpha{"jsSetWindowGroupTrackYToAlpha", &WindowTouchTrackingGroup::y,
+                                 &TrackedAxis::fades, true};
 
 // group, enable, minimum, maximum, [base, range,] start
 template <const Tracking& tracking>
@@ -239,10 +236,12 @@ constexpr struct {
 } functions[] = {
     {"windowTouchTracking.createWindowTouchTrackingGroup", onUserInterfaceThread<createGroup>},
     {"windowTouchTracking.destroyWindowTouchTrackingGroup", onUserInterfaceThread<destroyGroup>},
-    {trackings[0].name, onUserInterfaceThread<setTracking<trackings[0]>>},
-    {trackings[1].name, onUserInterfaceThread<setTracking<trackings[1]>>},
-    {trackings[2].name, onUserInterfaceThread<setTracking<trackings[2]>>},
-    {trackings[3].name, onUserInterfaceThread<setTracking<trackings[3]>>},
+    {"windowTouchTracking.setWindowGroupTrackX", onUserInterfaceThread<setTracking<trackX>>},
+    {"windowTouchTracking.setWindowGroupTrackY", onUserInterfaceThread<setTracking<trackY>>},
+    {"windowTouchTracking.setWindowGroupTrackXToAlpha",
+     onUserInterfaceThread<setTracking<trackXToAlpha>>},
+    {"windowTouchTracking.setWindowGroupTrackYToAlpha",
+     onUserInterfaceThread<setTracking<trackYToAlpha>>},
     {"windowTouchTracking.jsGetWindowTouchTrackingGroupCurrentDeltaX",
      onUserInterfaceThread<currentDelta<deltaX, &WindowTouchTrackingGroup::x>>},
     {"windowTouchTracking.jsGetWindowTouchTrackingGroupCurrentDeltaY",

@@ -9,9 +9,11 @@
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
-#include <cstring>
+#include <algorithm>
+#include <array>
 #include <limits>
 #include <optional>
+#include <string_view>
 
 using Tessel::Platform::deleteGuardedObject;
 using Tessel::Platform::GuardedPointerBase;
@@ -85,19 +87,20 @@ struct Pending {
 Pending<WindowAnimationHandle> pendingAnimation;
 Pending<WindowAnimationGroupHandle> pendingGroup;
 
-constexpr const char* curveNames[] = {"Linear", "EaseInCurve", "EaseOutCurve"};
+constexpr std::array<std::string_view, 3> curveNames{"Linear", "EaseInCurve", "EaseOutCurve"};
 
 // Curve and duration, which are neighbours everywhere. Nothing, and an error, for an unknown curve.
 std::optional<AnimationTiming> timingAt(const Callback& event, unsigned int index,
                                         const char* function) {
   const char* name = arguments::textAt(event, index);
-  for (std::size_t i = 0; i < std::size(curveNames); ++i) {
-    if (std::strcmp(name, curveNames[i]) != 0) continue;
-    const double milliseconds = std::strtod(arguments::textAt(event, index + 1), nullptr);
-    return AnimationTiming{static_cast<AnimationCurve>(i), AnimationTiming::Duration(milliseconds)};
+  const auto* const found = std::find(curveNames.begin(), curveNames.end(), name);
+  if (found == curveNames.end()) {
+    BindingManager::reportArgumentError(static_cast<int>(index), name, function);
+    return std::nullopt;
   }
-  BindingManager::reportArgumentError(static_cast<int>(index), name, function);
-  return std::nullopt;
+  const double milliseconds = std::strtod(arguments::textAt(event, index + 1), nullptr);
+  return AnimationTiming{static_cast<AnimationCurve>(found - curveNames.begin()),
+                         AnimationTiming::Duration(milliseconds)};
 }
 
 WindowChange locationAt(const Callback& event, unsigned int index) {

@@ -71,12 +71,12 @@ Window::Window(WindowType type, Window* parent, const IntRect& windowRect,
   if (topLevel_ != this) topLevel_->addChildWindow(this);
 }
 
-Window::Window(Window& topLevel, int handle, int pid, const WindowState& state)
+Window::Window(Window& topLevel, int handle, int pid, WindowState state)
     : handle_(handle),
       identifier_(identifierFor(pid, handle)),
       topLevel_(&topLevel),
       group_(topLevel.windowGroup()),
-      state_(state) {
+      state_(std::move(state)) {
   registry().byHandle.emplace(handle_, this);
   if (topLevel.surface()) {
     surface_ = WindowSystem::current().createSurface(*this, topLevel.surface());

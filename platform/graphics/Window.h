@@ -33,7 +33,7 @@ class Window : public GuardedPointerBase {
          IntSize size, int usage, bool flag, const String& group);
   // The stand-in, in a top-level window of this process, for a child window that another process
   // made: it has that window's handle, which must name no window here, and its identifier.
-  Window(Window& topLevel, int handle, int pid, const WindowState& state);
+  Window(Window& topLevel, int handle, int pid, WindowState state);
   ~Window() override;
 
   // Windows that this process makes from now on have handles with that group in their upper bits,

@@ -11,6 +11,7 @@ namespace {
 
 // A window that has not been painted for this long may never be.
 constexpr guint patienceMilliseconds = 50;
+constexpr gint64 patience = gint64{patienceMilliseconds} * 1000;
 
 }  // namespace
 
@@ -32,7 +33,7 @@ void GtkFrameClock::start(FrameListener& listener) {
   const auto late = [](gpointer data) -> gboolean {
     auto* self = static_cast<GtkFrameClock*>(data);
     const gint64 now = g_get_monotonic_time();
-    if (now - self->last_ >= patienceMilliseconds * 1000) self->frame(now);
+    if (now - self->last_ >= patience) self->frame(now);
     return G_SOURCE_CONTINUE;
   };
   timer_ = g_timeout_add(patienceMilliseconds, late, this);
