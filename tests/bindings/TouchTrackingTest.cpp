@@ -1,6 +1,6 @@
 // Groups of windows that follow a finger or the mouse, with events that the test makes.
-#include "bindings/TouchTracking.h"
 #include "bindings/BindingManager.h"
+#include "bindings/TouchTracking.h"
 #include "bindings/WindowAnimations.h"
 #include "platform/graphics/Screen.h"
 #include "tests/support/ChromeFixture.h"
