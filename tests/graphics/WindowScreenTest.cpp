@@ -315,6 +315,32 @@ TEST_F(ScreenInputTest, TheMouseIsToldWhileItsFirstButtonIsDownAndBeyondTheWindo
   ASSERT_TRUE(tells("2 50,50 50,50"));
 }
 
+TEST_F(ScreenInputTest, AButtonThatCameUpUnseenEndsTheDragWithTheNextMotion) {
+  movePointer(60, 60);
+  pressButton(1, true);
+  ASSERT_TRUE(tells("0 60,60 60,60"));
+  GdkWindow* window = gtk_widget_get_window(widget_);
+  GdkEvent* event = gdk_event_new(GDK_MOTION_NOTIFY);
+  event->motion.window = GDK_WINDOW(g_object_ref(window));
+  int left = 0;
+  int top = 0;
+  gdk_window_get_origin(window, &left, &top);
+  event->motion.x_root = left + 70;
+  event->motion.y_root = top + 80;
+  gdk_event_set_device(
+      event, gdk_seat_get_pointer(gdk_display_get_default_seat(gdk_display_get_default())));
+  gdk_event_put(event);
+  gdk_event_free(event);
+  EXPECT_TRUE(tells("3 70,80 70,80"));
+  pressButton(1, false);
+  movePointer(90, 60);
+  pressButton(1, true);
+  EXPECT_TRUE(tells("0 90,60 90,60"));
+  EXPECT_EQ(take().size(), 3u) << "the late release ends nothing";
+  pressButton(1, false);
+  EXPECT_TRUE(tells("2 90,60 90,60"));
+}
+
 TEST_F(WindowScreenTest, WhatIsDiscardedShowsAndClicksWhatLiesBelow) {
   // Two widgets with windows of their own, as those of web views are.
   struct Pane {

@@ -15,8 +15,8 @@ namespace {
 // More than anybody has; what comes beyond is a device gone wrong.
 constexpr std::size_t mostFingers = 32;
 
-constexpr int wantedEvents = GDK_BUTTON_PRESS_MASK | GDK_BUTTON_RELEASE_MASK |
-                             GDK_BUTTON1_MOTION_MASK | GDK_ENTER_NOTIFY_MASK | GDK_TOUCH_MASK;
+constexpr int wantedEvents =
+    GDK_BUTTON_PRESS_MASK | GDK_BUTTON_RELEASE_MASK | GDK_POINTER_MOTION_MASK | GDK_TOUCH_MASK;
 
 bool isTouch(GdkEventType type) {
   return type == GDK_TOUCH_BEGIN || type == GDK_TOUCH_UPDATE || type == GDK_TOUCH_END ||
@@ -143,7 +143,8 @@ void ScreenInput::handleMouse(const GdkEvent* event, GtkWidget* topLevel) {
     buttonDown_ = false;
     return tellMouse(RawMouseEvent::Release, positionOf(event), topLevel);
   }
-  if (type != GDK_MOTION_NOTIFY && type != GDK_ENTER_NOTIFY) return;
+  // Crossings say of the buttons what was true before the pointer was given to somebody else.
+  if (type != GDK_MOTION_NOTIFY) return;
   GdkModifierType state{};
   gdk_event_get_state(event, &state);
   buttonDown_ = (state & GDK_BUTTON1_MASK) != 0;
