@@ -57,7 +57,8 @@ class Crowd {
       clearBuffer(*member.window, {static_cast<std::uint8_t>(i * 2), 90, 160, 255});
       member.window->post({0, 0, 40, 30});
       member.near = {x, y};
-      member.far = {x + 35, y + 28};
+      // Far enough to be elsewhere in every frame: what does not change is not painted.
+      member.far = {x + 70, y + 28};
     }
     for (Member& member : members_) {
       // Every second one fades, so that there are as many animations as windows.
@@ -83,7 +84,7 @@ class Crowd {
     }
     member.animation = std::make_unique<WindowAnimation>(
         member.window.get(), change,
-        AnimationTiming{AnimationCurve::EaseInCurve, AnimationTiming::Duration(700)},
+        AnimationTiming{AnimationCurve::Linear, AnimationTiming::Duration(700)},
         [this, &member, fades, forth] {
           ++finished_;
           go(member, fades, !forth);
