@@ -18,6 +18,7 @@ export type Flag = boolean | TruthText;
 declare const pem: unique symbol;
 /** A certificate in PEM form. */
 export type PemText = string & { readonly [pem]: true };
+export type WindowAnimationCurve = 'Linear' | 'EaseInCurve' | 'EaseOutCurve';
 export type CertificateText = JsonText<SSLCertificateInfo> | JsonText<SSLConnectionInfo> | PemText;
 
 export type OrvWebNavigationType =
@@ -1106,6 +1107,34 @@ export interface NativeFunctions {
   'invocation.getInvokeTargetFilters'(id: string, target: string): '';
   /** Kept. Says which types this application takes, as a list of texts in JSON, while it runs: the user's choice of applications stays as it is. onSetInvokeTargetFiltersResponse answers under the id. */
   'invocation.setInvokeTargetFilters'(id: string, filters: string): '';
+  /** Real. Prepares a window's way between two places, for windowAnimations.startAnimation; what was prepared like this before and not started is dropped. The window is named by its handle, 0 does nothing; the eased curves are those of style sheets; the duration is in milliseconds, an hour at most. The result is the animation's id, with which chrome.internal.windowAnimations.onWindowAnimationFinished(id) is called once when it has ended: when its time is over, when its window goes, or when a later animation of the same kind has the window. */
+  'windowAnimations.animateWindowLocation'(window: Numeric, curve: WindowAnimationCurve, duration: Numeric, fromX: Numeric, fromY: Numeric, toX: Numeric, toY: Numeric): NumberText;
+  /** Real. Prepares a window's fading, with alphas of 0 to 255, as windowAnimations.animateWindowLocation does for its place. */
+  'windowAnimations.animateGlobalAlpha'(window: Numeric, curve: WindowAnimationCurve, duration: Numeric, fromAlpha: Numeric, toAlpha: Numeric): NumberText;
+  /** Real. Prepares the ways of several windows that start together, each told by five numbers: window, from x, from y, to x, to y. What was prepared for several windows before and not started is dropped. Each has an id that is one more than that of the one before, and reports its end by it; the result is the last id, or 0 when all windows are 0. */
+  'windowAnimations.animateWindowLocationMultiple'(curve: WindowAnimationCurve, duration: Numeric, ...windows: Numeric[]): NumberText;
+  /** Real. The same for fading, each window told by three numbers: window, from alpha, to alpha. */
+  'windowAnimations.animateGlobalAlphaMultiple'(curve: WindowAnimationCurve, duration: Numeric, ...windows: Numeric[]): NumberText;
+  /** Real. Starts what was prepared last for one window, and what was prepared last for several. */
+  'windowAnimations.startAnimation'(): '';
+  /** Real. Makes a group of windows, named by their handles, that can follow the first finger or the mouse while its first button is down. The result is the group's id. While there is any group, chrome.internal.windowAnimations.onDragTouchRelease() is called at the end of each drag. */
+  'windowTouchTracking.createWindowTouchTrackingGroup'(...windows: Numeric[]): NumberText;
+  /** Real. Ends a group; its windows stay where they are. An id that names none is ignored, here and below. */
+  'windowTouchTracking.destroyWindowTouchTrackingGroup'(group: Numeric): '';
+  /** Real. Lets the windows of a group follow a drag from left to right, from where they are now: by the distance to the start, which lies between the limits. Null switches it off, every other value switches it on. */
+  'windowTouchTracking.setWindowGroupTrackX'(group: Numeric, enable: unknown, minX: Numeric, maxX: Numeric, startX: Numeric): '';
+  /** Real. The same from top to bottom. */
+  'windowTouchTracking.setWindowGroupTrackY'(group: Numeric, enable: unknown, minY: Numeric, maxY: Numeric, startY: Numeric): '';
+  /** Real. Lets the windows of a group fade with a drag from left to right: their alpha is the base, and as much of the range as the distance is of the way between the limits. Limits and start are those of setWindowGroupTrackX, too. Null switches it off. */
+  'windowTouchTracking.setWindowGroupTrackXToAlpha'(group: Numeric, enable: unknown, minX: Numeric, maxX: Numeric, alphaBase: Numeric, alphaRange: Numeric, startX: Numeric): '';
+  /** Real. The same from top to bottom; where both are on, left to right counts. */
+  'windowTouchTracking.setWindowGroupTrackYToAlpha'(group: Numeric, enable: unknown, minY: Numeric, maxY: Numeric, alphaBase: Numeric, alphaRange: Numeric, startY: Numeric): '';
+  /** Real. How far a group has been dragged to the right, within its limits. */
+  'windowTouchTracking.jsGetWindowTouchTrackingGroupCurrentDeltaX'(group: Numeric): NumberText;
+  /** Real. How far a group has been dragged down, within its limits. */
+  'windowTouchTracking.jsGetWindowTouchTrackingGroupCurrentDeltaY'(group: Numeric): NumberText;
+  /** Real. Sets the parts of a window that need not be drawn, each told by four numbers: x, y, width, height, from the window's corner. What lies below shows there, and is clicked. Without any the window is whole again. */
+  'window.setDiscardRects'(window: Numeric, ...rects: Numeric[]): '';
   /** Real. Accepts a certificate for a host: pages of the host load with it and with no other. The certificate is its record, the record of a connection that failed, or PEM text; the result is 0 and nothing changes when it cannot be read. */
   'webview.addKnownSSLCertificate'(view: Numeric, host: string, certificate: CertificateText): BooleanText;
   /** Real. Accepts several certificates, an object of records by host. All of them or none: the result is 0 when one cannot be read. */
@@ -1692,6 +1721,10 @@ export interface ChromeFunctions {
   internal: {
     webEvent(handle: number, name: string, data: string, integer: number): string | void;
     pps?: { onEvent(id: number, name: PPSEventName, text?: string): void };
+    windowAnimations?: {
+      onWindowAnimationFinished(id: number): void;
+      onDragTouchRelease(): void;
+    };
   };
   native: { error(text: string): void };
 }

@@ -1,5 +1,6 @@
 /** All the panels, and the menu that leads to them. */
 
+import { AnimationsPanel } from './animations-panel.js';
 import { DownloadList, DownloadsPanel } from './downloads.js';
 import { FunctionsPanel } from './functions-panel.js';
 import { HistoryPanel } from './history-panel.js';
@@ -29,6 +30,7 @@ export function makePanels({ tabs, store, platform, settings, known, find, openN
     siteData: new SiteDataPanel(tabs, store),
     objects: new ObjectsPanel(),
     platform: new PlatformPanel(platform),
+    animations: new AnimationsPanel(tabs),
   };
   const opens = (panel) => () => panel.open();
   panels.menu = new MenuPanel(tabs, [
@@ -38,6 +40,7 @@ export function makePanels({ tabs, store, platform, settings, known, find, openN
     { label: 'Restore the last session', run: restore, isThere: canRestore },
     { label: 'Downloads', run: opens(panels.downloads) },
     { label: 'Picture of the page', run: opens(panels.screenshot) },
+    { label: 'Windows in motion', run: opens(panels.animations) },
     { label: 'Page information', run: opens(panels.pageInfo) },
     { label: 'Clear data', key: 'Ctrl+Shift+Del', run: opens(panels.siteData) },
     { label: 'Settings', key: 'Ctrl+,', run: opens(panels.settings) },

@@ -9,6 +9,7 @@
 #include "bindings/ApplicationBinding.h"
 #include "bindings/InvocationBinding.h"
 #include "bindings/PPSBinding.h"
+#include "bindings/WindowAnimations.h"
 #include "ipc/ChildLauncher.h"
 #include "platform/Crash.h"
 #include "platform/Log.h"
@@ -95,6 +96,7 @@ void pagehost_main(int argc, char** argv) {
   const ApplicationBinding application(root, setKeyboardFocus);
   const InvocationBinding invocation(root);
   PPSBinding::instance();
+  WindowAnimations::instance();
   std::optional<NavigatorServices> services(window);
 
   for (const int signal : {SIGTERM, SIGINT}) g_unix_signal_add(signal, onEndSignal, nullptr);

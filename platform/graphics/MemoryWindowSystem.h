@@ -9,16 +9,35 @@
 
 namespace Tessel::Platform::Graphics {
 
+// Frames come when a test says so.
+class MemoryFrameClock final : public FrameClock {
+ public:
+  void start(FrameListener& listener) override { listener_ = &listener; }
+  void stop() override { listener_ = nullptr; }
+
+  bool isRunning() const { return listener_ != nullptr; }
+  void frame(std::chrono::microseconds time) {
+    if (listener_) listener_->frame(time);
+  }
+
+ private:
+  FrameListener* listener_ = nullptr;
+};
+
 class MemoryWindowSystem final : public WindowSystem {
  public:
   class Surface;
 
   std::unique_ptr<WindowSurface> createSurface(Window& window, WindowSurface* parent) override;
   void flush(bool) override { ++flushes; }
+  MemoryFrameClock& frameClock() override { return clock_; }
 
   // Makes createSurface fail, as a system without memory for another buffer does.
   bool full = false;
   int flushes = 0;
+
+ private:
+  MemoryFrameClock clock_;
 };
 
 class MemoryWindowSystem::Surface final : public WindowSurface {

@@ -1,6 +1,11 @@
 // The screen and what is shared by everything drawn on it. UI thread.
 #pragma once
 
+#include "platform/graphics/ScreenEvents.h"
+#include "platform/messages/ListenerList.h"
+
+#include <map>
+
 namespace Tessel::Platform::Graphics {
 
 // Horizontal and vertical.
@@ -37,6 +42,17 @@ class ScreenContext {
 
   // Hands everything drawn so far to the display; with wait, returns when the display has it.
   void flush(bool wait);
+
+  // Tells a listener about events of one kind in the application's windows. It is not owned, and
+  // must be removed before it dies.
+  void addWindowListener(ScreenEventType type, ScreenWindowListener* listener);
+  void removeWindowListener(ScreenEventType type, ScreenWindowListener* listener);
+  // For the window system.
+  void tell(const RawTouchEvent& event);
+  void tell(const RawMouseEvent& event);
+
+ private:
+  std::map<ScreenEventType, ListenerList<ScreenWindowListener>> listeners_;
 };
 
 }  // namespace Tessel::Platform::Graphics

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <limits>
 #include <map>
+#include <utility>
 
 namespace Tessel::Platform::Graphics {
 
@@ -70,12 +71,12 @@ Window::Window(WindowType type, Window* parent, const IntRect& windowRect,
   if (topLevel_ != this) topLevel_->addChildWindow(this);
 }
 
-Window::Window(Window& topLevel, int handle, int pid, const WindowState& state)
+Window::Window(Window& topLevel, int handle, int pid, WindowState state)
     : handle_(handle),
       identifier_(identifierFor(pid, handle)),
       topLevel_(&topLevel),
       group_(topLevel.windowGroup()),
-      state_(state) {
+      state_(std::move(state)) {
   registry().byHandle.emplace(handle_, this);
   if (topLevel.surface()) {
     surface_ = WindowSystem::current().createSurface(*this, topLevel.surface());
@@ -124,7 +125,7 @@ Window* Window::fromPlatformHandle(int handle) {
 template <typename Value>
 void Window::change(Value WindowState::*field, Value value) {
   if (state_.*field == value) return;
-  state_.*field = value;
+  state_.*field = std::move(value);
   if (surface_) surface_->update(state_);
 }
 
@@ -135,6 +136,22 @@ void Window::setWindowRectangle(const IntRect& rect) {
   if (surface_) surface_->update(state_);
 }
 
+IntPoint Window::windowLocation() const {
+  return state_.fillsParent ? IntPoint() : IntPoint{state_.rect.x, state_.rect.y};
+}
+
+void Window::setWindowLocation(IntPoint location) {
+  const IntPoint place{std::clamp(location.x, -farthestPlace, farthestPlace),
+                       std::clamp(location.y, -farthestPlace, farthestPlace)};
+  if (place == windowLocation()) return;
+  const IntSize size =
+      state_.fillsParent ? surfaceSize() : IntSize{state_.rect.width, state_.rect.height};
+  setWindowRectangle({place.x, place.y, size.width, size.height});
+}
+
+void Window::setDiscardRects(std::vector<IntRect> rects) {
+  change(&WindowState::discardRects, std::move(rects));
+}
 void Window::setZOrder(int zOrder) {
   change(&WindowState::zOrder, zOrder);
 }

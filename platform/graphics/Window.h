@@ -10,6 +10,7 @@
 #include "platform/graphics/WindowSystem.h"
 
 #include <memory>
+#include <vector>
 
 namespace Tessel::Platform::Graphics {
 
@@ -38,7 +39,7 @@ class Window : public GuardedPointerBase {
          IntSize size, int usage, bool flag, const String& group);
   // The stand-in, in a top-level window of this process, for a child window that another process
   // made: it has that window's handle, which must name no window here, and its identifier.
-  Window(Window& topLevel, int handle, int pid, const WindowState& state);
+  Window(Window& topLevel, int handle, int pid, WindowState state);
   ~Window() override;
 
   // Windows that this process makes from now on have handles with that group in their upper bits,
@@ -73,6 +74,14 @@ class Window : public GuardedPointerBase {
   void setWindowRectangle(const IntRect& rect);
   // The part of the surface that is shown; kept, surfaces here are as large as their windows.
   void setViewportRectangle(const IntRect& rect) { viewportRect_ = rect; }
+  // The corner, in the parent; {0, 0} for a window that covers its parent.
+  IntPoint windowLocation() const;
+  // Moves the window and keeps its size, which for one that covered its parent is the parent's from
+  // now on. What is farther off than farthestPlace is brought nearer: nobody sees it there either.
+  void setWindowLocation(IntPoint location);
+  static constexpr int farthestPlace = 1 << 20;
+  // Parts, from the window's corner, that are not painted and take no input. Empty for none.
+  void setDiscardRects(std::vector<IntRect> rects);
   void setZOrder(int zOrder);
   void setVisible(bool visible);
   void setGlobalAlpha(int alpha);  // 0 to 255; what lies outside is brought to the nearer end

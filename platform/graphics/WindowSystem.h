@@ -4,9 +4,11 @@
 
 #include "platform/Geometry.h"
 #include "platform/String.h"
+#include "platform/graphics/FrameClock.h"
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace Tessel::Platform::Graphics {
 
@@ -33,6 +35,8 @@ struct WindowState {
   Sensitivity sensitivity = Sensitivity::Test;
   int transparency = 0;  // kept: the toolkit blends by the pixels' own alpha
   int orientation = 0;   // degrees; kept: a desktop window does not turn
+  // Parts, from the window's corner, that are not painted and take no input: what lies below shows.
+  std::vector<IntRect> discardRects;
 };
 
 // One window of a window system. Destroying it takes it off the screen.
@@ -64,6 +68,7 @@ class WindowSystem {
   virtual std::unique_ptr<WindowSurface> createSurface(Window& window, WindowSurface* parent) = 0;
   // Hands everything drawn so far to the display; with wait, returns when the display has it.
   virtual void flush(bool wait) = 0;
+  virtual FrameClock& frameClock() = 0;
 };
 
 }  // namespace Tessel::Platform::Graphics

@@ -208,6 +208,69 @@ TEST_P(PlacingTest, WebViewsAreSeenWhereTheyArePlaced) {
 
 INSTANTIATE_TEST_SUITE_P(InEitherProcess, PlacingTest, testing::Values("", "?process=1"));
 
+TEST_F(ProgramTest, WindowsOfEitherProcessMoveFadeAndFollowTheMouse) {
+  using test_support::movePointer;
+  using test_support::pressButton;
+  constexpr Pixel chrome{0, 0, 200};
+  constexpr Pixel red{200, 0, 0};
+  constexpr Pixel green{0, 200, 0};
+  Program program(environment("animations.html"));
+  ASSERT_TRUE(program.waitForLine("animated")) << program.errors();
+  EXPECT_TRUE(waitForPixel(402, 198, red)) << "it ended on its target";
+  EXPECT_TRUE(waitForPixel(398, 198, chrome));
+  EXPECT_TRUE(waitForPixel(410, 110, chrome)) << "its corner is discarded";
+  EXPECT_TRUE(waitForPixel(402, 302, green)) << "a web view of a child process";
+  EXPECT_TRUE(waitForPixel(398, 302, chrome));
+  EXPECT_TRUE(waitForPixel(450, 525, {200, 200, 0})) << "a colour window";
+
+  // Both windows are that far right of where they are; the red one's corner is discarded.
+  const auto expectAt = [&](int x) {
+    EXPECT_TRUE(waitForPixel(x + 2, 198, red)) << x;
+    EXPECT_TRUE(waitForPixel(x - 2, 198, chrome)) << x;
+    EXPECT_TRUE(waitForPixel(x + 97, 302, green)) << x;
+    EXPECT_TRUE(waitForPixel(x + 102, 302, chrome)) << x;
+  };
+  movePointer(200, 590);
+  pressButton(1, true);
+  ASSERT_TRUE(program.waitForLine("tracking")) << program.errors();
+  movePointer(230, 580);
+  expectAt(430);
+  movePointer(600, 20);
+  expectAt(450);
+  movePointer(150, 590);
+  expectAt(350);
+  EXPECT_TRUE(waitForPixel(450, 525, {100, 100, 100})) << "half of the way is half of the colour";
+  movePointer(20, 590);
+  expectAt(300);
+  pressButton(1, false);
+  ASSERT_TRUE(program.waitForLine("released at -100")) << program.errors();
+
+  ASSERT_TRUE(program.waitForLine("armed")) << program.errors();
+  movePointer(350, 350);
+  pressButton(1, true);
+  expectAt(250);
+  movePointer(370, 590);
+  expectAt(270);
+  movePointer(420, 350);
+  expectAt(320);
+  pressButton(1, false);
+  ASSERT_TRUE(program.waitForLine("released at 20")) << program.errors();
+
+  // The child process's web view has gone; the group lives on.
+  EXPECT_TRUE(waitForPixel(350, 350, chrome));
+  movePointer(200, 590);
+  pressButton(1, true);
+  ASSERT_TRUE(program.waitForLine("tracking")) << program.errors();
+  movePointer(240, 590);
+  EXPECT_TRUE(waitForPixel(362, 198, red));
+  EXPECT_TRUE(waitForPixel(358, 198, chrome));
+  // Beyond the program's window.
+  movePointer(1200, 590);
+  pressButton(1, false);
+  ASSERT_TRUE(program.waitForLine("released at 50")) << program.errors();
+  EXPECT_TRUE(program.waitForLine("finished 3, released 3, errors 0 "));
+}
+
 TEST_F(ProgramTest, DeletingTheLastWebViewEndsTheProgramWithStatusZero) {
   Program program(environment("lastview.html"));
   ASSERT_TRUE(program.waitForLine("deleting")) << program.errors();

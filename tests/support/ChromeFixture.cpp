@@ -104,6 +104,20 @@ std::vector<std::string> ChromeFixture::events() {
   return texts;
 }
 
+std::vector<std::string> ChromeFixture::animationEvents() {
+  std::vector<std::string> texts;
+  for (const char* name : {"onWindowAnimationFinished", "onDragTouchRelease"}) {
+    for (const FunctionCall& call :
+         takeCalls({"chrome", "internal", "windowAnimations", String(name)})) {
+      std::string& text = texts.emplace_back(name);
+      for (const JavaScriptVariant& argument : call.arguments) {
+        text += " " + String::fromNumber(argument.numberValue()).toStdString();
+      }
+    }
+  }
+  return texts;
+}
+
 std::string ChromeFixture::countError(const char* function, int count, int required) {
   return concat("Native function: \"", function,
                 "\" was called with: ", String::fromSignedInteger(count),

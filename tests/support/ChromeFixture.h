@@ -50,6 +50,8 @@ class ChromeFixture : public ::testing::Test {
   // "handle name data" or "handle name".
   std::vector<std::string> errors();
   std::vector<std::string> events();
+  // Likewise those of chrome.internal.windowAnimations, each as "name number" or "name".
+  std::vector<std::string> animationEvents();
   static std::string countError(const char* function, int count, int required);
 
   // A web view that has reported that it exists; it goes with the fixture at the latest.

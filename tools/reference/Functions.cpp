@@ -5,8 +5,9 @@
 #include "bindings/ApplicationBinding.h"
 #include "bindings/BindingManager.h"
 #include "bindings/CclBinding.h"
-#include "bindings/PPSBinding.h"
 #include "bindings/InvocationBinding.h"
+#include "bindings/PPSBinding.h"
+#include "bindings/WindowAnimations.h"
 #include "platform/graphics/MemoryWindowSystem.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/CommandMessages.h"
@@ -122,6 +123,7 @@ std::set<std::string> registeredNames() {
   ApplicationWindow::instance();
   const ApplicationBinding application(nullptr, nullptr);
   const InvocationBinding invocation(nullptr);
+  WindowAnimations::instance();
   BindingManager& bindings = BindingManager::instance();
   registerCommands(bindings);
   CclBinding::instance();

@@ -61,6 +61,7 @@ std::string headline(const Function& function) {
     if (argument.optional) list.append("[");
     if (argument.optional) closing.append("]");
     if (!list.empty()) list.append(", ");
+    if (argument.type.repeated) list.append("...");
     list.append(argument.name);
   }
   return function.name + "(" + list + closing + ")";

@@ -29,6 +29,7 @@ export type Flag = boolean | TruthText;
 declare const pem: unique symbol;
 /** A certificate in PEM form. */
 export type PemText = string & { readonly [pem]: true };
+export type WindowAnimationCurve = 'Linear' | 'EaseInCurve' | 'EaseOutCurve';
 export type CertificateText = JsonText<SSLCertificateInfo> | JsonText<SSLConnectionInfo> | PemText;
 
 )";
@@ -58,6 +59,10 @@ export interface ChromeFunctions {
   internal: {
     webEvent(handle: number, name: string, data: string, integer: number): string | void;
     pps?: { onEvent(id: number, name: PPSEventName, text?: string): void };
+    windowAnimations?: {
+      onWindowAnimationFinished(id: number): void;
+      onDragTouchRelease(): void;
+    };
   };
   native: { error(text: string): void };
 }
@@ -110,6 +115,7 @@ std::string declared(const Function& function) {
   std::string list = function.ofWebView ? "view: Numeric" : "";
   for (const Argument& argument : function.arguments) {
     if (!list.empty()) list.append(", ");
+    if (argument.type.repeated) list.append("...");
     list.append(argument.name).append(argument.optional ? "?: " : ": ");
     list.append(argument.type.typeScript);
   }

@@ -163,7 +163,15 @@ struct TypeText {
   std::string words;
   std::string typeScript;
   bool refusable = false;  // there are texts that it does not accept
+  bool repeated = false;   // there may be any number of them
 };
+
+// The last argument of functions that end with any number of numbers.
+struct Numbers {};
+// Off with null, on with everything else.
+struct Switch {};
+// How an animation of a window goes.
+struct Curve {};
 
 // In words what a JSON text holds.
 template <typename T>
@@ -228,6 +236,21 @@ TypeText argumentText(Records& records) {
     text.typeScript = "JsonText<" + jsonType<T>(records) + ">";
   }
   return text;
+}
+
+template <typename T>
+requires std::is_same_v<T, Numbers> TypeText argumentText(Records&) {
+  return {"any number of numbers", "Numeric[]", false, true};
+}
+
+template <typename T>
+requires std::is_same_v<T, Switch> TypeText argumentText(Records&) {
+  return {"null, or anything else for on", "unknown"};
+}
+
+template <typename T>
+requires std::is_same_v<T, Curve> TypeText argumentText(Records&) {
+  return {"`Linear`, `EaseInCurve` or `EaseOutCurve`; checked", "WindowAnimationCurve"};
 }
 
 template <typename T>

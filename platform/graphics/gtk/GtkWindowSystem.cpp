@@ -2,6 +2,7 @@
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 
 #include "platform/graphics/Window.h"
+#include "platform/graphics/gtk/ScreenInput.h"
 #include "platform/graphics/gtk/StackContainer.h"
 #include "platform/graphics/gtk/WidgetHost.h"
 
@@ -34,8 +35,13 @@ struct Fill {
 
 class TopLevelSurface final : public WindowSurface {
  public:
-  explicit TopLevelSurface(Window& owner)
-      : owner_(owner), window_(gtk_window_new(GTK_WINDOW_TOPLEVEL)), stack_(stackContainerNew()) {
+  TopLevelSurface(Window& owner, std::shared_ptr<GtkFrameClock> clock,
+                  std::shared_ptr<ScreenInput> input)
+      : owner_(owner),
+        clock_(std::move(clock)),
+        input_(std::move(input)),
+        window_(gtk_window_new(GTK_WINDOW_TOPLEVEL)),
+        stack_(stackContainerNew()) {
     const IntRect& rect = owner.state().rect;
     gtk_window_set_title(GTK_WINDOW(window_), g_get_prgname() ? g_get_prgname() : "pagehost");
     gtk_window_set_default_size(GTK_WINDOW(window_), std::max(rect.width, 1),
@@ -51,9 +57,14 @@ class TopLevelSurface final : public WindowSurface {
     g_signal_connect(window_, "notify::is-active", G_CALLBACK(onActive), this);
     gtk_container_add(GTK_CONTAINER(window_), stack_);
     gtk_widget_show(stack_);
+    input_->watch(window_);
+    // An application has one; of several, the first counts.
+    if (!clock_->followed()) clock_->follow(window_);
   }
 
   ~TopLevelSurface() override {
+    if (clock_->followed() == window_) clock_->follow(nullptr);
+    input_->unwatch(window_);
     g_signal_handlers_disconnect_by_data(window_, this);
     gtk_widget_destroy(window_);
   }
@@ -140,6 +151,8 @@ class TopLevelSurface final : public WindowSurface {
   }
 
   Window& owner_;
+  std::shared_ptr<GtkFrameClock> clock_;
+  std::shared_ptr<ScreenInput> input_;
   GtkWidget* window_;
   GtkWidget* stack_;
   IntSize requested_;
@@ -216,12 +229,17 @@ std::unique_ptr<GtkWindowSystem> GtkWindowSystem::create() {
   // input can be forwarded to.
   gdk_set_allowed_backends("x11");
   if (!gtk_init_check(nullptr, nullptr)) return nullptr;
-  return std::make_unique<GtkWindowSystem>();
+  return std::unique_ptr<GtkWindowSystem>(new GtkWindowSystem);
 }
+
+GtkWindowSystem::GtkWindowSystem()
+    : clock_(std::make_shared<GtkFrameClock>()), input_(std::make_shared<ScreenInput>()) {}
+
+GtkWindowSystem::~GtkWindowSystem() = default;
 
 std::unique_ptr<WindowSurface> GtkWindowSystem::createSurface(Window& window,
                                                               WindowSurface* parent) {
-  if (!parent) return std::make_unique<TopLevelSurface>(window);
+  if (!parent) return std::make_unique<TopLevelSurface>(window, clock_, input_);
   auto* topLevel = dynamic_cast<TopLevelSurface*>(parent);
   if (!topLevel) return nullptr;
   return std::make_unique<ChildSurface>(window, *topLevel);

@@ -45,10 +45,42 @@ bool takesInput(const WindowState& state) {
   return state.globalAlpha > 0 && state.sensitivity != Sensitivity::Never;
 }
 
+// No window is larger, nor farther off.
+constexpr int farthest = 1 << 20;
+
+// All of a window but the parts that are discarded, from its corner. Null when it has no such
+// parts.
+cairo_region_t* keptRegion(const WindowState& state) {
+  if (state.discardRects.empty()) return nullptr;
+  const cairo_rectangle_int_t everything{0, 0, farthest, farthest};
+  cairo_region_t* region = cairo_region_create_rectangle(&everything);
+  for (const IntRect& rect : state.discardRects) {
+    const auto within = [](long long value) {
+      return static_cast<int>(std::clamp<long long>(value, 0, farthest));
+    };
+    const int left = within(rect.x);
+    const int top = within(rect.y);
+    const int right = within(static_cast<long long>(rect.x) + rect.width);
+    const int bottom = within(static_cast<long long>(rect.y) + rect.height);
+    const cairo_rectangle_int_t part{left, top, right - left, bottom - top};
+    if (part.width > 0 && part.height > 0) cairo_region_subtract_rectangle(region, &part);
+  }
+  return region;
+}
+
 void applyInput(const Slot& slot) {
   GdkWindow* window =
       gtk_widget_get_has_window(slot.widget) ? gtk_widget_get_window(slot.widget) : nullptr;
   if (window) gdk_window_set_pass_through(window, !takesInput(slot.state));
+}
+
+// Clicks on what is discarded are those of what lies below.
+void applyInputShape(const Slot& slot) {
+  // What has no window takes no input.
+  if (!gtk_widget_get_has_window(slot.widget)) return;
+  cairo_region_t* kept = keptRegion(slot.state);
+  gtk_widget_input_shape_combine_region(slot.widget, kept);
+  if (kept) cairo_region_destroy(kept);
 }
 
 void raiseInOrder(StackContainer* stack) {
@@ -68,11 +100,16 @@ void applySlot(StackContainer* stack, GtkWidget* child, const WindowState& state
   const auto slot = findSlot(stack, child);
   if (slot == stack->slots->end()) return;
   const bool restack = slot->state.zOrder != state.zOrder;
+  const bool reshape = slot->state.discardRects != state.discardRects;
   slot->state = state;
   gtk_widget_set_opacity(child, state.globalAlpha / 255.0);
   gtk_widget_set_can_focus(child, state.sensitivity != Sensitivity::NoFocus);
   gtk_widget_set_visible(child, state.visible);
   applyInput(*slot);
+  if (reshape) {
+    applyInputShape(*slot);
+    gtk_widget_queue_draw(child);
+  }
   if (restack) {
     std::stable_sort(stack->slots->begin(), stack->slots->end(),
                      [](const Slot& a, const Slot& b) { return a.state.zOrder < b.state.zOrder; });
@@ -129,7 +166,20 @@ void sizeAllocate(GtkWidget* widget, GtkAllocation* allocation) {
 
 gboolean draw(GtkWidget* widget, cairo_t* cairo) {
   for (const Slot& slot : *asStack(widget)->slots) {
+    cairo_region_t* kept = keptRegion(slot.state);
+    if (kept) {
+      GtkAllocation place;
+      GtkAllocation own;
+      gtk_widget_get_allocation(slot.widget, &place);
+      gtk_widget_get_allocation(widget, &own);
+      cairo_region_translate(kept, place.x - own.x, place.y - own.y);
+      cairo_save(cairo);
+      gdk_cairo_region(cairo, kept);
+      cairo_clip(cairo);
+      cairo_region_destroy(kept);
+    }
     gtk_container_propagate_draw(GTK_CONTAINER(widget), slot.widget, cairo);
+    if (kept) cairo_restore(cairo);
   }
   return FALSE;
 }
@@ -169,7 +219,7 @@ void stackContainerPut(GtkWidget* container, GtkWidget* child, const WindowState
   const auto place =
       std::find_if(stack->slots->begin(), stack->slots->end(),
                    [&](const Slot& slot) { return slot.state.zOrder > state.zOrder; });
-  stack->slots->insert(place, Slot{child, state});
+  applyInputShape(*stack->slots->insert(place, Slot{child, state}));
   g_signal_connect(child, "realize", G_CALLBACK(onChildRealized), stack);
   gtk_widget_set_parent(child, container);
   applySlot(stack, child, state);

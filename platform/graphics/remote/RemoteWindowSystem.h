@@ -7,6 +7,7 @@
 
 #include "platform/UniqueFd.h"
 #include "platform/graphics/WindowSystem.h"
+#include "platform/graphics/gtk/GtkFrameClock.h"
 
 #include <memory>
 
@@ -23,6 +24,9 @@ class RemoteWindowSystem final : public WindowSystem {
   // Null for a second top-level window, and for more child windows than the application shows.
   std::unique_ptr<WindowSurface> createSurface(Window& window, WindowSurface* parent) override;
   void flush(bool wait) override;
+  // Nothing is painted here: it is a timer. The application animates these windows, not this
+  // process.
+  FrameClock& frameClock() override { return clock_; }
 
  private:
   class Connected;
@@ -32,6 +36,7 @@ class RemoteWindowSystem final : public WindowSystem {
 
   // The surfaces share it, and may outlive the system.
   std::shared_ptr<Connected> connected_;
+  GtkFrameClock clock_;
 };
 
 }  // namespace Tessel::Platform::Graphics

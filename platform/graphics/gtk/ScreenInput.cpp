@@ -1,0 +1,161 @@
+// Fingers and the mouse in the application's top-level windows. UI thread.
+#include "platform/graphics/gtk/ScreenInput.h"
+
+#include "platform/graphics/Screen.h"
+
+#include <gtk/gtk.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace Tessel::Platform::Graphics {
+
+namespace {
+
+// More than anybody has; what comes beyond is a device gone wrong.
+constexpr std::size_t mostFingers = 32;
+
+constexpr int wantedEvents =
+    GDK_BUTTON_PRESS_MASK | GDK_BUTTON_RELEASE_MASK | GDK_POINTER_MOTION_MASK | GDK_TOUCH_MASK;
+
+bool isTouch(GdkEventType type) {
+  return type == GDK_TOUCH_BEGIN || type == GDK_TOUCH_UPDATE || type == GDK_TOUCH_END ||
+         type == GDK_TOUCH_CANCEL;
+}
+
+}  // namespace
+
+ScreenInput* ScreenInput::current = nullptr;
+
+ScreenInput::ScreenInput() {
+  current = this;
+  const auto handler = [](GdkEvent* event, gpointer data) {
+    static_cast<ScreenInput*>(data)->handle(event);
+    gtk_main_do_event(event);
+  };
+  gdk_event_handler_set(handler, this, nullptr);
+}
+
+ScreenInput::~ScreenInput() {
+  // A later one may have taken over.
+  if (current != this) return;
+  current = nullptr;
+  const auto handler = [](GdkEvent* event, gpointer) { gtk_main_do_event(event); };
+  gdk_event_handler_set(handler, nullptr, nullptr);
+}
+
+void ScreenInput::watch(GtkWidget* topLevel) {
+  topLevels_.push_back(topLevel);
+  // Also where no widget wants them.
+  gtk_widget_add_events(topLevel, wantedEvents);
+}
+
+void ScreenInput::unwatch(GtkWidget* topLevel) {
+  std::erase(topLevels_, topLevel);
+}
+
+void ScreenInput::handle(const GdkEvent* event) {
+  GdkWindow* const window = event->any.window;
+  if (!window || gdk_window_is_destroyed(window)) return;
+  gpointer owner = nullptr;
+  gdk_window_get_user_data(gdk_window_get_toplevel(window), &owner);
+  const auto watched = std::find(topLevels_.begin(), topLevels_.end(), owner);
+  if (watched == topLevels_.end()) return;
+  if (isTouch(gdk_event_get_event_type(event))) {
+    handleTouch(event, *watched);
+  } else {
+    handleMouse(event, *watched);
+  }
+}
+
+// Asked once per drag, for it is a question to the display. Places are taken on the screen, because
+// those in the windows change while the windows are moved.
+void ScreenInput::learnOrigin(GtkWidget* topLevel) {
+  gdk_window_get_origin(gtk_widget_get_window(topLevel), &origin_.x, &origin_.y);
+}
+
+IntPoint ScreenInput::positionOf(const GdkEvent* event) const {
+  gdouble x = 0;
+  gdouble y = 0;
+  gdk_event_get_root_coords(event, &x, &y);
+  return {static_cast<int>(std::floor(x)) - origin_.x, static_cast<int>(std::floor(y)) - origin_.y};
+}
+
+int ScreenInput::freeContact() const {
+  const auto isTaken = [this](int id) {
+    return std::any_of(fingers_.begin(), fingers_.end(),
+                       [id](const Finger& finger) { return finger.point.contactId == id; });
+  };
+  int id = 0;
+  while (isTaken(id)) ++id;
+  return id;
+}
+
+void ScreenInput::handleTouch(const GdkEvent* event, GtkWidget* topLevel) {
+  const GdkEventType type = gdk_event_get_event_type(event);
+  const auto sequence = reinterpret_cast<std::uintptr_t>(gdk_event_get_event_sequence(event));
+  if (type == GDK_TOUCH_BEGIN) {
+    // This is said of a finger that comes when there is no other. Those that we know of went with
+    // windows that were destroyed below them.
+    if (event->touch.emulating_pointer) fingers_.clear();
+    if (fingers_.empty()) learnOrigin(topLevel);
+    if (fingers_.size() >= mostFingers) return;
+    std::erase_if(fingers_, [=](const Finger& finger) { return finger.sequence == sequence; });
+    const int contact = freeContact();
+    fingers_.push_back({sequence, {contact, positionOf(event)}});
+    return tellTouch(contact == 0 ? RawTouchEvent::Touch : RawTouchEvent::Move);
+  }
+  const auto finger = std::find_if(fingers_.begin(), fingers_.end(), [=](const Finger& candidate) {
+    return candidate.sequence == sequence;
+  });
+  if (finger == fingers_.end()) return;
+  // A touch that is taken away says nothing of value about its place.
+  if (type != GDK_TOUCH_CANCEL) finger->point.position = positionOf(event);
+  if (type == GDK_TOUCH_UPDATE) return tellTouch(RawTouchEvent::Move);
+  if (finger->point.contactId == 0) {
+    tellTouch(RawTouchEvent::Release);
+    fingers_.erase(finger);
+  } else {
+    fingers_.erase(finger);
+    tellTouch(RawTouchEvent::Move);
+  }
+}
+
+void ScreenInput::tellTouch(RawTouchEvent::Type type) const {
+  RawTouchEvent told{type, {}};
+  for (const Finger& finger : fingers_) told.points.push_back(finger.point);
+  ScreenContext::sharedContext().tell(told);
+}
+
+void ScreenInput::handleMouse(const GdkEvent* event, GtkWidget* topLevel) {
+  // The pointer that a finger moves along is the finger's.
+  if (gdk_event_get_pointer_emulated(const_cast<GdkEvent*>(event))) return;
+  const GdkEventType type = gdk_event_get_event_type(event);
+  guint button = 0;
+  gdk_event_get_button(event, &button);
+  if (type == GDK_BUTTON_PRESS && button == GDK_BUTTON_PRIMARY) {
+    learnOrigin(topLevel);
+    buttonDown_ = true;
+    return tellMouse(RawMouseEvent::Press, positionOf(event), topLevel);
+  }
+  if (!buttonDown_) return;
+  if (type == GDK_BUTTON_RELEASE && button == GDK_BUTTON_PRIMARY) {
+    buttonDown_ = false;
+    return tellMouse(RawMouseEvent::Release, positionOf(event), topLevel);
+  }
+  // Crossings say of the buttons what was true before the pointer was given to somebody else.
+  if (type != GDK_MOTION_NOTIFY) return;
+  GdkModifierType state{};
+  gdk_event_get_state(event, &state);
+  buttonDown_ = (state & GDK_BUTTON1_MASK) != 0;
+  tellMouse(buttonDown_ ? RawMouseEvent::Move : RawMouseEvent::Cancel, positionOf(event), topLevel);
+}
+
+void ScreenInput::tellMouse(RawMouseEvent::Type type, IntPoint source, GtkWidget* topLevel) const {
+  const int right = std::max(gtk_widget_get_allocated_width(topLevel) - 1, 0);
+  const int bottom = std::max(gtk_widget_get_allocated_height(topLevel) - 1, 0);
+  const IntPoint inside{std::clamp(source.x, 0, right), std::clamp(source.y, 0, bottom)};
+  ScreenContext::sharedContext().tell(RawMouseEvent{type, inside, source});
+}
+
+}  // namespace Tessel::Platform::Graphics

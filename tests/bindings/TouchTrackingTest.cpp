@@ -1,0 +1,223 @@
+// Groups of windows that follow a finger or the mouse, with events that the test makes.
+#include "bindings/BindingManager.h"
+#include "bindings/TouchTracking.h"
+#include "bindings/WindowAnimations.h"
+#include "platform/graphics/Screen.h"
+#include "tests/support/ChromeFixture.h"
+
+#include <thread>
+
+namespace {
+
+using Tessel::Platform::executableMessage;
+using Tessel::Platform::IntPoint;
+using Tessel::Platform::IntRect;
+using Tessel::Platform::IntSize;
+using Tessel::Platform::Graphics::MemoryWindowSystem;
+using Tessel::Platform::Graphics::RawMouseEvent;
+using Tessel::Platform::Graphics::RawTouchEvent;
+using Tessel::Platform::Graphics::ScreenContext;
+using Tessel::Platform::Graphics::TouchPoint;
+using Tessel::Platform::Graphics::Window;
+using Tessel::Platform::Graphics::WindowSystem;
+using Tessel::Platform::Graphics::WindowType;
+using test_support::turnLoop;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class TouchTrackingTest : public test_support::ChromeFixture {
+ protected:
+  TouchTrackingTest() {
+    WindowAnimations::instance();
+    for (auto& window : windows_) {
+      window = std::make_unique<Window>(WindowType::Child, nullptr, IntRect{100, 200, 20, 20},
+                                        IntRect(), IntSize(), 0, false, group);
+    }
+    const std::string first = std::to_string(windows_[0]->platformHandle());
+    const std::string second = std::to_string(windows_[1]->platformHandle());
+    id_ = callNative(
+        {"windowTouchTracking.createWindowTouchTrackingGroup", first.c_str(), "0", second.c_str()});
+  }
+  ~TouchTrackingTest() override { call("destroyWindowTouchTrackingGroup", {}); }
+
+  // A function of windowTouchTracking with the group's id before the other arguments.
+  std::string call(const std::string& function, std::vector<const char*> arguments) {
+    const std::string name = "windowTouchTracking." + function;
+    arguments.insert(arguments.begin(), {name.c_str(), id_.c_str()});
+    return callNative(arguments);
+  }
+  std::string delta(const char* axis) {
+    return call(std::string("jsGetWindowTouchTrackingGroupCurrentDelta") + axis, {});
+  }
+  static void touch(RawTouchEvent::Type type, std::vector<TouchPoint> points) {
+    ScreenContext::sharedContext().tell(RawTouchEvent{type, std::move(points)});
+  }
+  // The windows' place once that finger has moved there.
+  IntPoint follow(int x, int y) {
+    touch(RawTouchEvent::Move, {{0, {x, y}}});
+    turnLoop();
+    return windows_[0]->windowLocation();
+  }
+  static int flushes() { return static_cast<MemoryWindowSystem&>(WindowSystem::current()).flushes; }
+
+  std::array<std::unique_ptr<Window>, 2> windows_;
+  std::string id_;
+};
+
+TEST_F(TouchTrackingTest, WindowsFollowWithinTheLimitsFromWhereTheyWere) {
+  EXPECT_EQ(follow(500, 500), (IntPoint{100, 200})) << "nothing is tracked yet";
+  call("setWindowGroupTrackX", {"true", "-50", "200", "100"});
+  EXPECT_EQ(follow(130, 999), (IntPoint{130, 200}));
+  EXPECT_EQ(delta("X"), "30");
+  EXPECT_EQ(delta("Y"), "0");
+  EXPECT_EQ(follow(400, 0), (IntPoint{300, 200}));
+  EXPECT_EQ(delta("X"), "200");
+  EXPECT_EQ(follow(0, 0), (IntPoint{50, 200}));
+  EXPECT_EQ(delta("X"), "-50");
+  EXPECT_EQ(windows_[1]->windowLocation(), (IntPoint{50, 200}));
+  EXPECT_EQ(windows_[0]->state().globalAlpha, 255);
+
+  // The other axis begins where the windows are now.
+  call("setWindowGroupTrackY", {"", "0", "10", "300"});
+  EXPECT_EQ(follow(100, 305), (IntPoint{50, 205})) << "the empty text is not null";
+  call("setWindowGroupTrackX", {nullptr, "1", "2", "3"});
+  EXPECT_EQ(follow(500, 303), (IntPoint{50, 203})) << "off, and nothing else was taken over";
+  EXPECT_EQ(delta("X"), "200");
+  call("setWindowGroupTrackY", {nullptr, "", "", ""});
+  EXPECT_EQ(follow(0, 0), (IntPoint{50, 203}));
+  EXPECT_THAT(errors(), IsEmpty());
+}
+
+TEST_F(TouchTrackingTest, TheMinimumWinsAndExtremesAreHarmless) {
+  call("setWindowGroupTrackX", {"1", "70", "20", "0"});
+  EXPECT_EQ(follow(50, 0).x, 170);
+  call("setWindowGroupTrackX", {"1", "-2147483648", "2147483647", "-2147483648"});
+  EXPECT_EQ(follow(2147483647, 0).x, Window::farthestPlace);
+  EXPECT_EQ(delta("X"), "2147483647");
+  call("setWindowGroupTrackXToAlpha",
+       {"1", "-2147483648", "2147483647", "-2147483648", "-2147483648", "-2147483648"});
+  follow(2147483647, 0);
+  EXPECT_EQ(windows_[0]->state().globalAlpha, 0);
+}
+
+TEST_F(TouchTrackingTest, AlphaFollowsWithTheQuotientTruncated) {
+  const auto alphaAt = [&](int x, int y) {
+    follow(x, y);
+    return windows_[1]->state().globalAlpha;
+  };
+  call("setWindowGroupTrackYToAlpha", {"1", "0", "100", "10", "200", "0"});
+  EXPECT_EQ(alphaAt(0, 51), 112);
+  call("setWindowGroupTrackXToAlpha", {"1", "0", "300", "255", "-255", "0"});
+  EXPECT_EQ(alphaAt(150, 51), 128) << "left to right counts";
+  EXPECT_EQ(windows_[0]->windowLocation(), (IntPoint{100, 200})) << "it only fades";
+  call("setWindowGroupTrackX", {"1", "0", "100", "0"});
+  EXPECT_EQ(alphaAt(50, 0), 128) << "the limits are the axis's";
+  EXPECT_EQ(windows_[0]->windowLocation(), (IntPoint{150, 200}));
+  call("setWindowGroupTrackXToAlpha", {"1", "5", "5", "255", "-255", "0"});
+  EXPECT_EQ(alphaAt(50, 0), 0) << "nothing to be between";
+}
+
+TEST_F(TouchTrackingTest, WindowsThatGoAndComeLateAreSkipped) {
+  call("setWindowGroupTrackX", {"1", "-500", "500", "0"});
+  windows_[0].reset();
+  touch(RawTouchEvent::Move, {{0, {40, 0}}});
+  turnLoop();
+  EXPECT_EQ(windows_[1]->windowLocation(), (IntPoint{140, 200}));
+  call("setWindowGroupTrackX", {"1", "-500", "500", "0"});
+  touch(RawTouchEvent::Move, {{0, {-40, 0}}});
+  turnLoop();
+  EXPECT_EQ(windows_[1]->windowLocation(), (IntPoint{100, 200})) << "each from its own place";
+
+  const std::string none = callNative(
+      {"windowTouchTracking.createWindowTouchTrackingGroup", "999999999", "nothing", nullptr});
+  EXPECT_EQ(std::stoul(none), std::stoul(id_) + 1);
+  callNative({"windowTouchTracking.setWindowGroupTrackX", none.c_str(), "1", "0", "9", "0"});
+  touch(RawTouchEvent::Move, {{0, {5, 0}}});
+  turnLoop();
+  callNative({"windowTouchTracking.destroyWindowTouchTrackingGroup", none.c_str()});
+}
+
+TEST_F(TouchTrackingTest, OnlyTheLastPositionCountsAndTheReleaseComesAfterIt) {
+  call("setWindowGroupTrackX", {"1", "0", "500", "0"});
+  const int flushed = flushes();
+  touch(RawTouchEvent::Touch, {{0, {1, 0}}});
+  for (int x = 2; x < 100; ++x) touch(RawTouchEvent::Move, {{1, {400, 400}}, {0, {x, 0}}});
+  touch(RawTouchEvent::Release, {{0, {120, 0}}});
+  EXPECT_EQ(windows_[0]->windowLocation().x, 100) << "nothing happens within an event";
+  std::string deltaAtRelease;
+  client.dispatchMessage(executableMessage([&] { deltaAtRelease = delta("X"); }));
+  turnLoop();
+  EXPECT_EQ(deltaAtRelease, "120");
+  EXPECT_EQ(flushes(), flushed + 1);
+  EXPECT_THAT(animationEvents(), ElementsAre("onDragTouchRelease"));
+
+  // Without the first finger nothing is followed.
+  touch(RawTouchEvent::Move, {{1, {300, 0}}});
+  turnLoop();
+  EXPECT_EQ(delta("X"), "120");
+}
+
+TEST_F(TouchTrackingTest, TheMouseIsFollowedWhereItReallyIs) {
+  call("setWindowGroupTrackX", {"1", "-500", "500", "0"});
+  const auto mouse = [&](RawMouseEvent::Type type, IntPoint position, IntPoint source) {
+    ScreenContext::sharedContext().tell(RawMouseEvent{type, position, source});
+    turnLoop();
+    return delta("X");
+  };
+  EXPECT_EQ(mouse(RawMouseEvent::Press, {10, 0}, {10, 0}), "10");
+  EXPECT_EQ(mouse(RawMouseEvent::Move, {0, 7}, {-30, 7}), "-30");
+  EXPECT_EQ(mouse(RawMouseEvent::Move, {25, 0}, {0, 0}), "25");
+  EXPECT_THAT(animationEvents(), IsEmpty());
+  EXPECT_EQ(mouse(RawMouseEvent::Release, {30, 0}, {30, 0}), "30");
+  EXPECT_THAT(animationEvents(), ElementsAre("onDragTouchRelease"));
+  EXPECT_EQ(mouse(RawMouseEvent::Cancel, {31, 0}, {31, 0}), "31");
+  EXPECT_THAT(animationEvents(), ElementsAre("onDragTouchRelease"));
+
+  call("destroyWindowTouchTrackingGroup", {});
+  EXPECT_EQ(mouse(RawMouseEvent::Release, {40, 0}, {40, 0}), "") << "of a group that is no more";
+  EXPECT_THAT(animationEvents(), IsEmpty()) << "without groups nobody is told";
+  EXPECT_EQ(windows_[0]->windowLocation().x, 131);
+}
+
+TEST_F(TouchTrackingTest, OtherThreadsHaveTheirCallsRunOnTheMainThread) {
+  call("setWindowGroupTrackX", {"1", "0", "500", "0"});
+  std::string fromThere;
+  std::thread thread([&] {
+    touch(RawTouchEvent::Move, {{0, {64, 0}}});
+    // What comes back says that the position before it has been followed.
+    const std::string name = "windowTouchTracking.jsGetWindowTouchTrackingGroupCurrentDeltaX";
+    OrvWebJavaScriptCallbackEvent event({name.c_str(), id_.c_str()});
+    BindingManager::instance().dispatch(&event);
+    fromThere = event.result().toStdString();
+    client.exit(0);
+  });
+  EXPECT_EQ(test_support::exitStatusOf(client), 0);
+  thread.join();
+  EXPECT_EQ(fromThere, "64");
+  EXPECT_EQ(windows_[0]->windowLocation().x, 164);
+}
+
+TEST_F(TouchTrackingTest, CountsAreCheckedAndUnknownGroupsIgnored) {
+  call("destroyWindowTouchTrackingGroup", {"1"});
+  call("setWindowGroupTrackX", {"1", "2", "3"});
+  call("setWindowGroupTrackY", {"1", "2", "3", "4", "5"});
+  call("setWindowGroupTrackXToAlpha", {"1", "2", "3", "4"});
+  call("setWindowGroupTrackYToAlpha", {});
+  call("jsGetWindowTouchTrackingGroupCurrentDeltaX", {"1"});
+  call("jsGetWindowTouchTrackingGroupCurrentDeltaY", {"1"});
+  EXPECT_THAT(errors(),
+              ElementsAre(countError("jsDestroyWindowTouchTrackingGroup", 3, 2),
+                          countError("jsSetWindowGroupTrackX", 5, 6),
+                          countError("jsSetWindowGroupTrackY", 7, 6),
+                          countError("jsSetWindowGroupTrackXToAlpha", 6, 8),
+                          countError("jsSetWindowGroupTrackYToAlpha", 2, 8),
+                          countError("jsGetWindowTouchTrackingGroupCurrentDeltaX", 3, 2),
+                          countError("jsGetWindowTouchTrackingGroupCurrentDeltaY", 3, 2)));
+  for (const char* function : {"setWindowGroupTrackX", "setWindowGroupTrackY"}) {
+    const std::string name = std::string("windowTouchTracking.") + function;
+    callNative({name.c_str(), "4000000000", "1", "2", "3", "4"});
+  }
+  EXPECT_THAT(errors(), IsEmpty());
+}
+
+}  // namespace

@@ -1,0 +1,397 @@
+// Windows on a real display: animations on the toolkit's own frames, fingers and the mouse, and
+// parts that are left out of painting and input.
+#include "platform/graphics/Screen.h"
+#include "platform/graphics/Window.h"
+#include "platform/graphics/WindowAnimation.h"
+#include "platform/graphics/gtk/GtkWindowSystem.h"
+#include "tests/support/Screen.h"
+
+#include <gtest/gtest.h>
+#include <gtk/gtk.h>
+
+#include <chrono>
+#include <cmath>
+#include <memory>
+#include <string>
+#include <vector>
+
+using test_support::clickAt;
+using test_support::movePointer;
+using test_support::Pixel;
+using test_support::pixelAt;
+using test_support::pressButton;
+using namespace Tessel::Platform;
+
+namespace Graphics = Tessel::Platform::Graphics;
+
+namespace {
+
+using Graphics::RawMouseEvent;
+using Graphics::RawTouchEvent;
+using Graphics::ScreenContext;
+using Graphics::ScreenEventType;
+
+// Runs the main loop until that holds; false when it has not after a while.
+template <typename Condition>
+bool runUntil(Condition holds) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (!holds()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    // Others draw, and tell nobody here: looked at again every few milliseconds.
+    const guint tick = g_timeout_add(
+        5, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
+    g_main_context_iteration(nullptr, TRUE);
+    g_source_remove(tick);
+  }
+  return true;
+}
+
+bool shows(int x, int y, const Pixel& color) {
+  return runUntil([&] { return pixelAt(x, y) == color; });
+}
+
+constexpr Pixel background{40, 40, 40};
+
+class WindowScreenTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    auto system = Graphics::GtkWindowSystem::create();
+    ASSERT_TRUE(system) << "there is no display";
+    Graphics::WindowSystem::install(std::move(system));
+    top_ = std::make_unique<Graphics::Window>(Graphics::WindowType::Application, nullptr,
+                                              IntRect{0, 0, 400, 300}, IntRect{}, IntSize{}, 0,
+                                              false, "tests");
+    // No colour that an empty screen has.
+    paint(*top_, {40, 40, 40, 255});
+    widget_ = Graphics::GtkWindowSystem::topLevelWidget(*top_);
+    ASSERT_TRUE(shows(200, 150, background));
+  }
+  void TearDown() override {
+    child_.reset();
+    top_.reset();
+    while (g_main_context_iteration(nullptr, FALSE)) {
+    }
+  }
+
+  std::unique_ptr<Graphics::Window> makeChild(IntRect rect) const {
+    return std::make_unique<Graphics::Window>(Graphics::WindowType::Child, top_.get(), rect,
+                                              IntRect{}, IntSize{}, 0, false, "");
+  }
+  static void paint(Graphics::Window& window, Graphics::Color color) {
+    Graphics::clearBuffer(window, color);
+    window.post({0, 0, 400, 300});
+  }
+
+  std::unique_ptr<Graphics::Window> top_;
+  std::unique_ptr<Graphics::Window> child_;
+  GtkWidget* widget_ = nullptr;
+};
+
+// Where a window was in each picture that the toolkit painted.
+class Recorder {
+ public:
+  Recorder(GtkWidget* topLevel, const Graphics::Window& window)
+      : clock_(gtk_widget_get_frame_clock(topLevel)), window_(window) {
+    const auto painted = [](GdkFrameClock* clock, gpointer data) {
+      auto* self = static_cast<Recorder*>(data);
+      self->frames.push_back(
+          {gdk_frame_clock_get_frame_time(clock), self->window_.windowLocation()});
+    };
+    signal_ = g_signal_connect(clock_, "after-paint", G_CALLBACK(+painted), this);
+  }
+  ~Recorder() { g_signal_handler_disconnect(clock_, signal_); }
+
+  struct Frame {
+    gint64 time;
+    IntPoint place;
+  };
+  std::vector<Frame> frames;
+
+ private:
+  GdkFrameClock* clock_;
+  gulong signal_ = 0;
+  const Graphics::Window& window_;
+};
+
+TEST_F(WindowScreenTest, AWindowIsInEveryPictureWhereItsCurveIsAtThatTime) {
+  using Graphics::AnimationCurve;
+  constexpr double duration = 400;
+  constexpr IntPoint from{0, 200};
+  constexpr IntPoint to{350, 20};
+  for (const auto curve :
+       {AnimationCurve::Linear, AnimationCurve::EaseInCurve, AnimationCurve::EaseOutCurve}) {
+    child_ = makeChild({50, 50, 50, 50});
+    paint(*child_, {255, 0, 0, 255});
+    int finished = 0;
+    Graphics::WindowAnimation moves(child_.get(), Graphics::LocationChange{from, to},
+                                    {curve, Graphics::AnimationTiming::Duration(duration)},
+                                    [&] { ++finished; });
+    const Recorder recorder(widget_, *child_);
+    moves.start();
+    ASSERT_TRUE(runUntil([&] { return finished > 0 && recorder.frames.back().place == to; }));
+    const auto& frames = recorder.frames;
+    // The first picture of the way is the one before the first that differs from its beginning, or
+    // an earlier one: the one from which all others are where they should be.
+    std::size_t begin = 0;
+    while (begin + 1 < frames.size() && frames[begin].place == from) ++begin;
+    bool fits = false;
+    std::size_t first = begin;
+    while (first-- > 0 && !fits) {
+      fits = true;
+      for (std::size_t i = first; i < frames.size(); ++i) {
+        const double time = static_cast<double>(frames[i].time - frames[first].time) / 1000;
+        const double value = Graphics::valueOfCurve(curve, time / duration);
+        const IntPoint place{static_cast<int>(std::lround(350 * value)),
+                             static_cast<int>(std::lround(200 - 180 * value))};
+        fits = fits && frames[i].place == place;
+      }
+    }
+    std::string way;
+    int distinct = 0;
+    for (std::size_t i = 1; i < frames.size(); ++i) {
+      EXPECT_GE(frames[i].place.x, frames[i - 1].place.x);
+      EXPECT_LE(frames[i].place.y, frames[i - 1].place.y);
+      distinct += frames[i].place != frames[i - 1].place;
+      way += " " + std::to_string(frames[i].time - frames[0].time) + ":" +
+             std::to_string(frames[i].place.x);
+    }
+    EXPECT_TRUE(fits) << way;
+    EXPECT_GT(distinct, 3) << way;
+    EXPECT_EQ(finished, 1);
+    EXPECT_TRUE(shows(351, 21, {255, 0, 0})) << "and there it is on the screen";
+    EXPECT_TRUE(shows(349, 21, background));
+    RecordProperty(("frames" + std::to_string(static_cast<int>(curve))).c_str(), distinct);
+  }
+}
+
+TEST_F(WindowScreenTest, WhatNobodySeesComesToItsEndToo) {
+  child_ = makeChild({0, 0, 50, 50});
+  top_->setVisible(false);
+  int finished = 0;
+  Graphics::WindowAnimation moves(child_.get(), Graphics::LocationChange{{0, 0}, {30, 0}}, {},
+                                  [&] { ++finished; });
+  moves.start();
+  EXPECT_TRUE(runUntil([&] { return finished == 1; }));
+  EXPECT_EQ(child_->windowLocation(), (IntPoint{30, 0}));
+  // Nor does it have to be in a window.
+  child_ = makeChild({0, 0, 50, 50});
+  Graphics::WindowAnimation orphan(child_.get(), Graphics::LocationChange{{0, 0}, {30, 0}}, {},
+                                   [&] { ++finished; });
+  orphan.start();
+  top_.reset();
+  EXPECT_TRUE(runUntil([&] { return finished == 2; }));
+}
+
+class ScreenInputTest : public WindowScreenTest, public Graphics::ScreenWindowListener {
+ protected:
+  void SetUp() override {
+    WindowScreenTest::SetUp();
+    for (const auto type : {ScreenEventType::Touch, ScreenEventType::Mouse}) {
+      ScreenContext::sharedContext().addWindowListener(type, this);
+    }
+  }
+  void TearDown() override {
+    for (const auto type : {ScreenEventType::Touch, ScreenEventType::Mouse}) {
+      ScreenContext::sharedContext().removeWindowListener(type, this);
+    }
+    WindowScreenTest::TearDown();
+  }
+
+  // "101 0:30,40 1:50,60"
+  void touchEvent(const RawTouchEvent& event) override {
+    std::string text = std::to_string(event.type);
+    for (const auto& point : event.points) {
+      text += " " + std::to_string(point.contactId) + ":" + placeText(point.position);
+    }
+    told_.push_back(text);
+  }
+  // "1 0,40 -30,40", consecutive moves to one place once
+  void mouseEvent(const RawMouseEvent& event) override {
+    const std::string text = std::to_string(event.type) + " " + placeText(event.position) + " " +
+                             placeText(event.sourcePosition);
+    if (told_.empty() || told_.back() != text) told_.push_back(text);
+  }
+  static std::string placeText(IntPoint point) {
+    return std::to_string(point.x) + "," + std::to_string(point.y);
+  }
+
+  // As the display tells it; the sequence is a number that names the finger.
+  void touch(GdkEventType type, std::uintptr_t sequence, double x, double y,
+             bool emulates = false) {
+    GdkWindow* window = gtk_widget_get_window(widget_);
+    int left = 0;
+    int top = 0;
+    gdk_window_get_origin(window, &left, &top);
+    GdkEvent* event = gdk_event_new(type);
+    event->touch.window = GDK_WINDOW(g_object_ref(window));
+    event->touch.sequence = fingers_.at(sequence);
+    event->touch.emulating_pointer = emulates;
+    event->touch.x = x;
+    event->touch.y = y;
+    event->touch.x_root = left + x;
+    event->touch.y_root = top + y;
+    GdkSeat* seat = gdk_display_get_default_seat(gdk_display_get_default());
+    gdk_event_set_device(event, gdk_seat_get_pointer(seat));
+    gdk_event_put(event);
+    gdk_event_free(event);
+  }
+  std::vector<std::string> take() { return std::exchange(told_, {}); }
+  bool tells(const std::string& text) {
+    const bool told = runUntil([&] { return !told_.empty() && told_.back() == text; });
+    if (!told) {
+      for (const std::string& each : told_) ADD_FAILURE() << "told " << each;
+    }
+    return told;
+  }
+
+  std::vector<std::string> told_;
+
+ private:
+  // The toolkit only compares these.
+  char places_[4]{};
+  std::vector<GdkEventSequence*> fingers_ = [this] {
+    std::vector<GdkEventSequence*> fingers;
+    for (char& place : places_) fingers.push_back(reinterpret_cast<GdkEventSequence*>(&place));
+    return fingers;
+  }();
+};
+
+using Strings = std::vector<std::string>;
+
+TEST_F(ScreenInputTest, FingersAreNumberedAndTheFirstOnesEndIsTheRelease) {
+  touch(GDK_TOUCH_BEGIN, 0, 30, 40, true);
+  touch(GDK_TOUCH_UPDATE, 0, 31.7, 40, true);
+  touch(GDK_TOUCH_BEGIN, 1, 50, 60);
+  touch(GDK_TOUCH_UPDATE, 1, 51, 60);
+  touch(GDK_TOUCH_BEGIN, 2, 70, 80);
+  touch(GDK_TOUCH_END, 1, 52, 60);
+  touch(GDK_TOUCH_UPDATE, 0, -5, -6, true);
+  touch(GDK_TOUCH_END, 0, 32, 40, true);
+  EXPECT_TRUE(tells("102 0:32,40 2:70,80"));
+  EXPECT_EQ(take(), (Strings{"100 0:30,40", "101 0:31,40", "101 0:31,40 1:50,60",
+                             "101 0:31,40 1:51,60", "101 0:31,40 1:51,60 2:70,80",
+                             "101 0:31,40 2:70,80", "101 0:-5,-6 2:70,80", "102 0:32,40 2:70,80"}));
+  // While another stays, the next finger is the first again.
+  touch(GDK_TOUCH_BEGIN, 3, 1, 2);
+  touch(GDK_TOUCH_CANCEL, 3, 0, 0);
+  touch(GDK_TOUCH_END, 2, 70, 80);
+  touch(GDK_TOUCH_END, 1, 70, 80);
+  EXPECT_TRUE(tells("101"));
+  EXPECT_EQ(take(), (Strings{"100 2:70,80 0:1,2", "102 2:70,80 0:1,2", "101"}))
+      << "taken away, it ends where it was; what is unknown is ignored";
+}
+
+TEST_F(ScreenInputTest, AFingerWhoseEndWasLostIsForgottenWithTheNextFirstOne) {
+  touch(GDK_TOUCH_BEGIN, 0, 30, 40, true);
+  touch(GDK_TOUCH_BEGIN, 1, 5, 6, true);
+  EXPECT_TRUE(tells("100 0:5,6"));
+  touch(GDK_TOUCH_END, 1, 5, 6, true);
+  EXPECT_TRUE(tells("102 0:5,6"));
+}
+
+TEST_F(ScreenInputTest, TheMouseIsToldWhileItsFirstButtonIsDownAndBeyondTheWindow) {
+  movePointer(100, 100);
+  movePointer(110, 100);
+  pressButton(3, true);
+  movePointer(112, 100);
+  pressButton(3, false);
+  pressButton(1, true);
+  ASSERT_TRUE(tells("0 112,100 112,100"));
+  EXPECT_EQ(take().size(), 1u) << "neither hovering nor another button counts";
+  movePointer(120, 130);
+  ASSERT_TRUE(tells("1 120,130 120,130"));
+  movePointer(600, 130);
+  ASSERT_TRUE(tells("1 399,130 600,130"));
+  pressButton(1, false);
+  ASSERT_TRUE(tells("2 399,130 600,130"));
+  take();
+  movePointer(50, 50);
+  pressButton(3, true);
+  pressButton(3, false);
+  pressButton(1, true);
+  ASSERT_TRUE(tells("0 50,50 50,50"));
+  EXPECT_EQ(take().size(), 1u);
+  pressButton(1, false);
+  ASSERT_TRUE(tells("2 50,50 50,50"));
+}
+
+TEST_F(ScreenInputTest, AButtonThatCameUpUnseenEndsTheDragWithTheNextMotion) {
+  movePointer(60, 60);
+  pressButton(1, true);
+  ASSERT_TRUE(tells("0 60,60 60,60"));
+  GdkWindow* window = gtk_widget_get_window(widget_);
+  GdkEvent* event = gdk_event_new(GDK_MOTION_NOTIFY);
+  event->motion.window = GDK_WINDOW(g_object_ref(window));
+  int left = 0;
+  int top = 0;
+  gdk_window_get_origin(window, &left, &top);
+  event->motion.x_root = left + 70;
+  event->motion.y_root = top + 80;
+  gdk_event_set_device(
+      event, gdk_seat_get_pointer(gdk_display_get_default_seat(gdk_display_get_default())));
+  gdk_event_put(event);
+  gdk_event_free(event);
+  EXPECT_TRUE(tells("3 70,80 70,80"));
+  pressButton(1, false);
+  movePointer(90, 60);
+  pressButton(1, true);
+  EXPECT_TRUE(tells("0 90,60 90,60"));
+  EXPECT_EQ(take().size(), 3u) << "the late release ends nothing";
+  pressButton(1, false);
+  EXPECT_TRUE(tells("2 90,60 90,60"));
+}
+
+TEST_F(WindowScreenTest, WhatIsDiscardedShowsAndClicksWhatLiesBelow) {
+  // Two widgets with windows of their own, as those of web views are.
+  struct Pane {
+    std::unique_ptr<Graphics::Window> window;
+    int clicks = 0;
+  };
+  Pane lower{makeChild({0, 0, 200, 200})};
+  Pane upper{makeChild({50, 50, 200, 200})};
+  const auto fill = [](Pane& pane, const char* color) {
+    GtkWidget* box = gtk_event_box_new();
+    gtk_widget_set_name(box, color);
+    const auto draw = [](GtkWidget* widget, cairo_t* cairo, gpointer) -> gboolean {
+      GdkRGBA rgba;
+      gdk_rgba_parse(&rgba, gtk_widget_get_name(widget));
+      gdk_cairo_set_source_rgba(cairo, &rgba);
+      cairo_paint(cairo);
+      return TRUE;
+    };
+    const auto press = [](GtkWidget*, GdkEvent*, gpointer data) -> gboolean {
+      ++static_cast<Pane*>(data)->clicks;
+      return TRUE;
+    };
+    g_signal_connect(box, "draw", G_CALLBACK(+draw), nullptr);
+    g_signal_connect(box, "button-press-event", G_CALLBACK(+press), &pane);
+    ASSERT_TRUE(Graphics::GtkWindowSystem::embed(*pane.window, box));
+  };
+  // Set before there is a widget, and after.
+  upper.window->setDiscardRects({{0, 0, 50, 50}, {-10, 60, 1000000000, 10}, {5, 5, -3, 20}});
+  fill(lower, "#0000ff");
+  fill(upper, "#ff0000");
+  const Pixel red{255, 0, 0};
+  const Pixel blue{0, 0, 255};
+  EXPECT_TRUE(shows(75, 75, blue));
+  EXPECT_TRUE(shows(120, 75, red));
+  EXPECT_TRUE(shows(120, 115, blue));
+  EXPECT_TRUE(shows(230, 115, background)) << "below is the application's window";
+  clickAt(20, 20);
+  EXPECT_TRUE(runUntil([&] { return lower.clicks == 1; }));
+  clickAt(75, 75);
+  EXPECT_TRUE(runUntil([&] { return lower.clicks == 2; }));
+  clickAt(120, 75);
+  EXPECT_TRUE(runUntil([&] { return upper.clicks == 1; }));
+
+  upper.window->setWindowLocation({60, 50});
+  EXPECT_TRUE(shows(105, 75, blue)) << "they move along";
+  EXPECT_TRUE(shows(115, 75, red));
+  upper.window->setDiscardRects({});
+  EXPECT_TRUE(shows(75, 75, red));
+  clickAt(75, 75);
+  EXPECT_TRUE(runUntil([&] { return upper.clicks == 2; }));
+  EXPECT_EQ(lower.clicks, 2);
+}
+
+}  // namespace
