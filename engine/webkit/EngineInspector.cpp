@@ -9,6 +9,7 @@
 #include <libsoup/soup.h>
 #include <linux/filter.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -25,6 +26,11 @@ using Tessel::Platform::UniqueFd;
 namespace {
 
 constexpr const char* variable = "WEBKIT_INSPECTOR_HTTP_SERVER";
+// So many connections the engine makes to itself, the last with its first page, and so often it is
+// looked whether it tries, in milliseconds.
+constexpr int innerConnections = 2;
+constexpr guint expectInterval = 50;
+constexpr int mostExpectations = 200;
 constexpr guint answerLimit = 10;        // seconds
 constexpr gsize longestList = 4u << 20;  // bytes
 constexpr std::size_t mostTargets = 4096;
@@ -67,29 +73,75 @@ std::uint16_t freePort() {
   return ntohs(address.sin_port);
 }
 
-bool listensAt(int fd, const Place& place) {
-  int listens = 0;
-  socklen_t size = sizeof listens;
-  if (::getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &listens, &size) != 0 || listens == 0) {
-    return false;
-  }
+using NameOf = int (*)(int, sockaddr*, socklen_t*);
+
+// The port of that address that a socket has, by getsockname, or is connected to, by getpeername; 0
+// for every other descriptor.
+std::uint16_t portOf(int fd, NameOf nameOf) {
   sockaddr_in address{};
-  size = sizeof address;
-  return ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
-         address.sin_family == AF_INET && address.sin_addr.s_addr == place.address &&
-         address.sin_port == htons(place.port);
+  socklen_t size = sizeof address;
+  const bool isOurs = nameOf(fd, reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
+                      address.sin_family == AF_INET && address.sin_addr.s_addr == place().address;
+  return isOurs ? ntohs(address.sin_port) : 0;
 }
 
-// The engine's listening socket among the descriptors of the process.
-int findListener(const Place& place) {
+bool isListening(int fd) {
+  int listens = 0;
+  socklen_t size = sizeof listens;
+  return ::getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &listens, &size) == 0 && listens != 0;
+}
+
+// Calls a function with every descriptor of the process.
+template <typename Function>
+void forEachDescriptor(Function function) {
   std::error_code error;
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", error)) {
     const std::string name = entry.path().filename();
     int fd = -1;
     std::from_chars(name.data(), name.data() + name.size(), fd);
-    if (fd >= 0 && listensAt(fd, place)) return fd;
+    if (fd >= 0) function(fd);
   }
-  return -1;
+}
+
+bool attach(int fd, std::vector<sock_filter> program) {
+  const sock_fprog whole{static_cast<unsigned short>(program.size()), program.data()};
+  return ::setsockopt(fd, SOL_SOCKET, SO_ATTACH_FILTER, &whole, sizeof whole) == 0;
+}
+
+// The port of a socket that tries to connect to a loopback address; 0 for all others.
+std::uint16_t connectingPortOf(int fd) {
+  tcp_info info{};
+  socklen_t size = sizeof info;
+  if (::getsockopt(fd, IPPROTO_TCP, TCP_INFO, &info, &size) != 0 ||
+      info.tcpi_state != TCP_SYN_SENT) {
+    return 0;
+  }
+  sockaddr_in address{};
+  size = sizeof address;
+  const bool isLocal = ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
+                       address.sin_family == AF_INET &&
+                       address.sin_addr.s_addr == htonl(INADDR_LOOPBACK);
+  return isLocal ? ntohs(address.sin_port) : 0;
+}
+
+// Admits what comes from one of the ports of an address, which is in the network's byte order.
+std::vector<sock_filter> admitting(in_addr_t address, const std::set<std::uint16_t>& ports) {
+  constexpr std::uint32_t sourceAddress = 12;  // in the network's header
+  constexpr std::uint32_t sourcePort = 0;      // in that of TCP
+  std::vector<sock_filter> program;
+  const auto add = [&program](std::uint16_t code, std::uint32_t value, std::size_t yes,
+                              std::size_t no) {
+    program.push_back({code, static_cast<std::uint8_t>(yes), static_cast<std::uint8_t>(no), value});
+  };
+  std::size_t left = ports.size();
+  add(BPF_LD | BPF_W | BPF_ABS, static_cast<std::uint32_t>(SKF_NET_OFF) + sourceAddress, 0, 0);
+  add(BPF_JMP | BPF_JEQ | BPF_K, ntohl(address), 0, left + 1);
+  add(BPF_LD | BPF_H | BPF_ABS, sourcePort, 0, 0);
+  // To the end that lets it in.
+  for (const std::uint16_t port : ports) add(BPF_JMP | BPF_JEQ | BPF_K, port, left--, 0);
+  add(BPF_RET | BPF_K, 0, 0, 0);
+  add(BPF_RET | BPF_K, 0xFFFFFFFF, 0, 0);
+  return program;
 }
 
 // "/socket/1/2/WebPage" at the start of a text; empty when there is none.
@@ -124,41 +176,66 @@ bool EngineInspector::announce() {
   return ::setenv(variable, place().text().c_str(), 1) == 0;
 }
 
-EngineInspector::~EngineInspector() = default;
+EngineInspector::~EngineInspector() {
+  if (expecting_ != 0) g_source_remove(expecting_);
+}
 
 void EngineInspector::shut() {
   if (!std::getenv(variable)) return;
   ::unsetenv(variable);
-  listener_ = findListener(place());
+  forEachDescriptor([this](int fd) {
+    const std::uint16_t port = portOf(fd, ::getsockname);
+    if (port == 0 || !isListening(fd)) return;
+    port == place().port ? void(listener_ = fd) : innerListeners_.push_back(fd);
+  });
   if (listener_ < 0) {
     logAlways(LogError, "Pages of this process cannot be inspected: the engine does not listen.");
   } else if (!filter()) {
     logAlways(LogError, "Pages of this process cannot be inspected: the system has no filters.");
-    ::shutdown(listener_, SHUT_RDWR);
-    listener_ = -1;
+    for (const int fd : innerListeners_) ::shutdown(fd, SHUT_RDWR);
+    innerListeners_.clear();
+    ::shutdown(std::exchange(listener_, -1), SHUT_RDWR);
+  }
+  for (const int fd : innerListeners_) {
+    if (!attach(fd, admitting(htonl(INADDR_LOOPBACK), {}))) ::shutdown(fd, SHUT_RDWR);
   }
 }
 
-// What may arrive comes from our own address and one of the allowed ports.
+void EngineInspector::expectConnections() {
+  if (innerListeners_.empty() || isConnected_) return;
+  expectations_ = mostExpectations;
+  if (expecting_ != 0) return;
+  expecting_ = g_timeout_add(
+      expectInterval,
+      [](gpointer data) -> gboolean {
+        auto* const self = static_cast<EngineInspector*>(data);
+        if (!self->admitOwn() && --self->expectations_ > 0) return G_SOURCE_CONTINUE;
+        self->expecting_ = 0;
+        return G_SOURCE_REMOVE;
+      },
+      this);
+}
+
+// Lets in who tries and belongs to this process; the kernel tries again by itself. True when all
+// are there.
+bool EngineInspector::admitOwn() {
+  std::set<std::uint16_t> trying;
+  int connected = 0;
+  forEachDescriptor([&](int fd) {
+    connected += portOf(fd, ::getpeername) != 0 ? 1 : 0;
+    if (const std::uint16_t port = connectingPortOf(fd); port != 0) trying.insert(port);
+  });
+  isConnected_ = connected >= innerConnections;
+  if (isConnected_) trying.clear();
+  if (trying != admitted_) {
+    for (const int fd : innerListeners_) attach(fd, admitting(htonl(INADDR_LOOPBACK), trying));
+    admitted_ = std::move(trying);
+  }
+  return isConnected_;
+}
+
 bool EngineInspector::filter() {
-  constexpr std::uint32_t sourceAddress = 12;  // in the network's header
-  constexpr std::uint32_t sourcePort = 0;      // in that of TCP
-  std::vector<sock_filter> program;
-  const auto add = [&program](std::uint16_t code, std::uint32_t value, std::size_t yes,
-                              std::size_t no) {
-    program.push_back({code, static_cast<std::uint8_t>(yes), static_cast<std::uint8_t>(no), value});
-  };
-  const std::size_t ports = allowed_.size();
-  add(BPF_LD | BPF_W | BPF_ABS, static_cast<std::uint32_t>(SKF_NET_OFF) + sourceAddress, 0, 0);
-  add(BPF_JMP | BPF_JEQ | BPF_K, ntohl(place().address), 0, ports + 1);
-  add(BPF_LD | BPF_H | BPF_ABS, sourcePort, 0, 0);
-  // To the end that lets it in.
-  std::size_t left = ports;
-  for (const std::uint16_t port : allowed_) add(BPF_JMP | BPF_JEQ | BPF_K, port, left--, 0);
-  add(BPF_RET | BPF_K, 0, 0, 0);
-  add(BPF_RET | BPF_K, 0xFFFFFFFF, 0, 0);
-  const sock_fprog whole{static_cast<unsigned short>(program.size()), program.data()};
-  return ::setsockopt(listener_, SOL_SOCKET, SO_ATTACH_FILTER, &whole, sizeof whole) == 0;
+  return attach(listener_, admitting(place().address, allowed_));
 }
 
 void EngineInspector::allow(std::uint16_t port, bool allowed) {

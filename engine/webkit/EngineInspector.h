@@ -59,6 +59,10 @@ class EngineInspector {
   // shuts the port. Once the engine has started. Where the port cannot be shut, it is closed for
   // good.
   void shut();
+  // The engine connects its pages to its server over another port, when it starts and with its
+  // first page: these are let in, while web processes, which try as well, go without. Called
+  // when a view was made.
+  void expectConnections();
   bool isThere() const { return listener_ >= 0; }
 
   // Asks the engine for its list; there are no paths in it when there is no answer. Not called
@@ -78,8 +82,15 @@ class EngineInspector {
  private:
   void allow(std::uint16_t port, bool allowed);
   bool filter();
+  bool admitOwn();
 
-  int listener_ = -1;  // the engine's; -1 for none
+  // The engine's listening sockets, and who gets through to them by the ports that they come from.
+  int listener_ = -1;  // of its server; -1 for none
   std::set<std::uint16_t> allowed_;
+  std::vector<int> innerListeners_;  // of its own processes
+  std::set<std::uint16_t> admitted_;
+  bool isConnected_ = false;
+  unsigned int expecting_ = 0;  // the source that looks for the engine's connections; 0 for none
+  int expectations_ = 0;
   std::map<std::string, const void*> owners_;
 };

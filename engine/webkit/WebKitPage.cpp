@@ -108,6 +108,7 @@ WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
   parts_->settings.setAllowedOrigins(allowedOrigins_);
   if (zoom_ != 1) webkit_web_view_set_zoom_level(view_, zoom_);
   engine_.downloads().registerPage(view_, weak_from_this());
+  engine_.inspector().expectConnections();
   if (hasFrontEnd_) parts_->inspector.message(String(), true);
   return view_;
 }

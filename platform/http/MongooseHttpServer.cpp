@@ -68,6 +68,22 @@ void refuse(SoupServerMessage* message, guint status, const std::string& text) {
   respond(message, status, "text/plain; charset=utf-8", text);
 }
 
+GSocket* socketOf(GIOStream* stream) {
+  // The library wraps what it is given.
+  GIOStream* base = nullptr;
+  if (!G_IS_SOCKET_CONNECTION(stream)) {
+    if (!g_object_class_find_property(G_OBJECT_GET_CLASS(stream), "base-iostream")) return nullptr;
+    g_object_get(stream, "base-iostream", &base, nullptr);
+    stream = base;
+  }
+  GSocket* const socket = G_IS_SOCKET_CONNECTION(stream)
+                              ? g_socket_connection_get_socket(G_SOCKET_CONNECTION(stream))
+                              : nullptr;
+  // Whoever wraps it holds it.
+  if (base) g_object_unref(base);
+  return socket;
+}
+
 bool hasBody(SoupServerMessage* message) {
   SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
   const SoupEncoding encoding = soup_message_headers_get_encoding(headers);
@@ -365,8 +381,9 @@ void MongooseHttpServer::Impl::upgrade(SoupServerMessage* message, unsigned int 
 
 void MongooseHttpServer::Impl::connected(SoupServerMessage* message, unsigned int handle) {
   GUri* const uri = g_uri_ref(soup_server_message_get_uri(message));
-  g_socket_set_timeout(soup_server_message_get_socket(message), 0);
   GIOStream* const stream = soup_server_message_steal_connection(message);
+  // A front end may be silent as long as it likes.
+  if (GSocket* const socket = socketOf(stream)) g_socket_set_timeout(socket, 0);
   auto* const frontEnd = new FrontEnd(*this, handle, stream, uri);
   g_object_unref(stream);
   g_uri_unref(uri);
@@ -470,7 +487,10 @@ void MongooseHttpServer::setPreventClientOverride(bool prevent) {
 }
 
 void MongooseHttpServer::setFrontEnd(const std::string& resourceFolder) {
-  impl_->frontEnd = resourceFolder;
+  const bool isThere =
+      g_resources_get_info((resourceFolder + "Main.html").c_str(), G_RESOURCE_LOOKUP_FLAGS_NONE,
+                           nullptr, nullptr, nullptr) != FALSE;
+  impl_->frontEnd = isThere ? resourceFolder : std::string();
 }
 
 void MongooseHttpServer::sendWebSocketMessageToFrontEnd(
