@@ -13,7 +13,11 @@ using rapidjson::SizeType;
 using rapidjson::Value;
 using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
 
-constexpr std::string_view domain = "Target.";
+// The domains that the engine itself answers, not its pages.
+bool isForEngine(std::string_view method) {
+  return method.starts_with("Target.") || method.starts_with("Browser.");
+}
+
 // What may wait for a page, and for the engine to confirm.
 constexpr std::size_t mostHeld = 1000;
 constexpr std::size_t mostWaiting = 10000;
@@ -73,8 +77,7 @@ std::optional<std::string> TargetProtocol::toEngine(std::string_view message) {
   // The engine would say that it cannot read it, to nobody.
   if (document.HasParseError() || !document.IsObject()) return std::nullopt;
   if (frontEnd_ == FrontEnd::Unknown) {
-    frontEnd_ =
-        textAt(document, "method").starts_with(domain) ? FrontEnd::Wrapping : FrontEnd::Plain;
+    frontEnd_ = isForEngine(textAt(document, "method")) ? FrontEnd::Wrapping : FrontEnd::Plain;
     if (frontEnd_ == FrontEnd::Wrapping) return std::string(message);
   }
   if (!target_.empty()) return wrap(message, idOf(document));

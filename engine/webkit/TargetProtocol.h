@@ -16,7 +16,8 @@ class TargetProtocol {
  public:
   // What to send to the engine for a message of the front end. Nothing yet when there is no page
   // to address: it comes with the next page, from takeHeld(). A front end whose first message is
-  // one of the domain Target speaks for itself: nothing is changed in either direction.
+  // for the engine itself (the domains Target and Browser) speaks for itself: nothing is changed in
+  // either direction.
   std::optional<std::string> toEngine(std::string_view message);
   // What the front end gets for a message of the engine; nothing for what only concerns the
   // wrapping. The events of the domain Target are for every front end.

@@ -336,7 +336,7 @@ void MongooseHttpServer::Impl::answerInspect(SoupServerMessage* message, std::st
   if (frontEnd.empty()) return refuse(message, SOUP_STATUS_NOT_FOUND, "There is no front end.");
   const std::string socket = addressesFor(message).socketOf(handle);
   constexpr std::string_view scheme = "ws://";
-  const std::string place = "/front-end/Main.html?ws=" + socket.substr(scheme.size());
+  const std::string place = "/front-end/Main.html?ws=" + socket.substr(scheme.size()) + std::string(frontEndKind);
   respond(message, SOUP_STATUS_OK, "text/plain", "");
   soup_server_message_set_redirect(message, SOUP_STATUS_FOUND, place.c_str());
 }

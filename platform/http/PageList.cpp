@@ -117,7 +117,9 @@ SocketPath socketPathFrom(std::string_view path) {
   path.remove_prefix(prefix.size());
   const std::size_t slash = path.find('/');
   if (slash == std::string_view::npos) return {};
-  return {path.substr(0, slash), handleFrom(path.substr(slash + 1))};
+  std::string_view handle = path.substr(slash + 1);
+  if (handle.ends_with(frontEndKind)) handle.remove_suffix(frontEndKind.size());
+  return {path.substr(0, slash), handleFrom(handle)};
 }
 
 }  // namespace Tessel::Platform
