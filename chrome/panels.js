@@ -3,6 +3,7 @@
 import { DownloadList, DownloadsPanel } from './downloads.js';
 import { FunctionsPanel } from './functions-panel.js';
 import { HistoryPanel } from './history-panel.js';
+import { InspectorPanel } from './inspector-panel.js';
 import { MenuPanel } from './menu-panel.js';
 import { NewTabPanel } from './new-tab-panel.js';
 import { PageInfoPanel } from './page-info.js';
@@ -22,6 +23,7 @@ export function makePanels({ tabs, store, settings, known, find, openNewTab, res
     pageInfo: new PageInfoPanel(tabs, known),
     settings: new SettingsPanel(tabs, settings),
     history: new HistoryPanel(tabs),
+    inspector: new InspectorPanel(tabs),
     newTab: new NewTabPanel(tabs, openNewTab),
     screenshot: new ScreenshotPanel(tabs, list),
     siteData: new SiteDataPanel(tabs, store),
@@ -37,6 +39,7 @@ export function makePanels({ tabs, store, settings, known, find, openNewTab, res
     { label: 'Page information', run: opens(panels.pageInfo) },
     { label: 'Clear data', key: 'Ctrl+Shift+Del', run: opens(panels.siteData) },
     { label: 'Settings', key: 'Ctrl+,', run: opens(panels.settings) },
+    { label: 'Web inspector', run: opens(panels.inspector) },
     { label: 'Native functions', run: opens(panels.functions) },
   ]);
 
