@@ -119,11 +119,16 @@ TEST_P(InspectorTest, PagesAreLookedInto) {
   const std::size_t target = second.received.find("page-");
   const std::string name =
       second.received.substr(target, second.received.find('"', target) - target);
-  second.send(wholeText(R"({"id":1,"method":"Browser.enable"})") +
-              wholeText(R"({"id":2,"method":"Target.sendMessageToTarget","params":{"targetId":")" +
-                        name + R"(","message":"{\"id\":3,\"method\":\"Runtime.evaluate\",)" +
-                        R"(\"params\":{\"expression\":\"document.title='bye'\"}}"}})"));
+  const auto evaluatingWrapped = [&name](int id, const std::string& expression) {
+    return wholeText(R"({"id":)" + std::to_string(id) +
+                     R"(,"method":"Target.sendMessageToTarget","params":{"targetId":")" + name +
+                     R"(","message":"{\"id\":3,\"method\":\"Runtime.evaluate\",)" +
+                     R"(\"params\":{\"expression\":\")" + expression + R"(\"}}"}})");
+  };
+  second.send(wholeText(R"({"id":1,"method":"Browser.enable"})") + evaluatingWrapped(2, "40 + 3"));
   EXPECT_TRUE(second.waitFor(R"({"result":{},"id":2})")) << second.received;
+  EXPECT_TRUE(second.waitFor(R"(\"value\":43)")) << second.received;
+  second.send(evaluatingWrapped(4, "document.title='bye'"));
   EXPECT_TRUE(second.waitFor("The inspector was closed")) << second.received;
 
   HttpPeer late(port);
