@@ -24,7 +24,7 @@ export class InspectorPanel extends Panel {
     });
     this.#open.addEventListener('click', () => this.#tabs.open(address()));
     this.body.append(
-      make('div', { className: 'row' }, this.#switch, this.#open),
+      make('div', { className: 'row' }, this.#open, this.#switch),
       this.#about,
       make('p', { className: 'inspector-address' }, this.#address),
       make('h3', { textContent: 'Pages that may be inspected' }), this.#list,

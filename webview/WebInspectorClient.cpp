@@ -70,7 +70,7 @@ void WebInspectorClient::inspectablePages(std::vector<InspectablePage>& pages) {
   }
 }
 
-void WebInspectorClient::setPageConnection(unsigned int handle, Connection connection) {
+void WebInspectorClient::setPageConnection(unsigned int handle, const Connection& connection) {
   const std::lock_guard lock(connectionsMutex_);
   const auto found = connections_.find(handle);
   const bool hadOne = found != connections_.end();

@@ -40,7 +40,7 @@ class WebInspectorClient final : public Tessel::Platform::MongooseClient {
 
   void inspectablePages(std::vector<InspectablePage>& pages) override;
   // Closes the front end that was there before.
-  void setPageConnection(unsigned int handle, Connection connection) override;
+  void setPageConnection(unsigned int handle, const Connection& connection) override;
   void handleFrontEndMessage(unsigned int handle, const std::string& message) override;
   void disconnectAllPages() override;
   unsigned int inspectablePageAt(std::size_t index) override;

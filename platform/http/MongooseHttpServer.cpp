@@ -336,7 +336,8 @@ void MongooseHttpServer::Impl::answerInspect(SoupServerMessage* message, std::st
   if (frontEnd.empty()) return refuse(message, SOUP_STATUS_NOT_FOUND, "There is no front end.");
   const std::string socket = addressesFor(message).socketOf(handle);
   constexpr std::string_view scheme = "ws://";
-  const std::string place = "/front-end/Main.html?ws=" + socket.substr(scheme.size()) + std::string(frontEndKind);
+  const std::string place =
+      "/front-end/Main.html?ws=" + socket.substr(scheme.size()) + std::string(frontEndKind);
   respond(message, SOUP_STATUS_OK, "text/plain", "");
   soup_server_message_set_redirect(message, SOUP_STATUS_FOUND, place.c_str());
 }
@@ -494,12 +495,12 @@ void MongooseHttpServer::setFrontEnd(const std::string& resourceFolder) {
 }
 
 void MongooseHttpServer::sendWebSocketMessageToFrontEnd(
-    const std::string& message, GuardedPointer<WebSocketConnection> connection) {
+    const std::string& message, const GuardedPointer<WebSocketConnection>& connection) {
   Impl::onMainThread([impl = impl_, message, connection] { impl->send(message, connection); });
 }
 
-void MongooseHttpServer::closeWebSocketConnection(GuardedPointer<WebSocketConnection> connection,
-                                                  bool tellClient) {
+void MongooseHttpServer::closeWebSocketConnection(
+    const GuardedPointer<WebSocketConnection>& connection, bool tellClient) {
   Impl::onMainThread([impl = impl_, connection, tellClient] {
     impl->close(connection, tellClient, "The inspector was closed, or opened in another place.");
   });

@@ -38,7 +38,7 @@ class MongooseClient {
   virtual void inspectablePages(std::vector<InspectablePage>& pages) = 0;
   // A front end has connected to a page; null: it has gone.
   virtual void setPageConnection(unsigned int handle,
-                                 GuardedPointer<WebSocketConnection> connection) = 0;
+                                 const GuardedPointer<WebSocketConnection>& connection) = 0;
   virtual void handleFrontEndMessage(unsigned int handle, const std::string& message) = 0;
   // Another client takes over.
   virtual void disconnectAllPages() = 0;
@@ -80,15 +80,15 @@ class MongooseHttpServer {
   // Queues a message, UTF-8; what is none, and what is for a connection that has gone, is dropped.
   // Any thread; the messages of one thread come in order.
   void sendWebSocketMessageToFrontEnd(const std::string& message,
-                                      GuardedPointer<WebSocketConnection> connection);
+                                      const GuardedPointer<WebSocketConnection>& connection);
   // Whether the client is told, as if the front end had gone by itself. Any thread.
-  void closeWebSocketConnection(GuardedPointer<WebSocketConnection> connection, bool tellClient);
+  void closeWebSocketConnection(const GuardedPointer<WebSocketConnection>& connection,
+                                bool tellClient);
 
  private:
   class Impl;
 
   MongooseHttpServer();
-  ~MongooseHttpServer() = delete;
 
   Impl* const impl_;
 };

@@ -32,7 +32,8 @@ bool isLocalHost(std::string_view host);
 // What the engine's front end finds at the end of a socket's path: what it is that it inspects.
 inline constexpr std::string_view frontEndKind = "/WebPage";
 
-// "/socket/TOKEN/7", also with the kind behind it: the token and the handle. The handle is 0 for every other path.
+// "/socket/TOKEN/7", also with the kind behind it: the token and the handle. The handle is 0 for
+// every other path.
 struct SocketPath {
   std::string_view token;
   unsigned int handle = 0;

@@ -29,7 +29,7 @@ class RememberingClient final : public MongooseClient {
     list.insert(list.end(), pages.begin(), pages.end());
   }
   void setPageConnection(unsigned int handle,
-                         GuardedPointer<WebSocketConnection> connection) override {
+                         const GuardedPointer<WebSocketConnection>& connection) override {
     MongooseHttpServer::instance()->closeWebSocketConnection(connections[handle], false);
     connections[handle] = connection;
     if (!connection) ++gone;
