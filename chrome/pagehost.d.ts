@@ -1452,7 +1452,7 @@ export interface NativeFunctions {
   'webview.viewportUserScalable'(view: Numeric): NumberText;
   /** Kept. The value that was set, 0 at first. */
   'webview.viewportWidth'(view: Numeric): NumberText;
-  /** Later. The port of the inspector; there is none yet: 0. */
+  /** Later. The port of the web inspector as a property of the page, which is not told yet: 0. webInspector.port has it. */
   'webview.webInspectorPort'(view: Numeric): NumberText;
   /** Real. A text that names the web view's window. */
   'webview.windowUniqueId'(view: Numeric): string;
