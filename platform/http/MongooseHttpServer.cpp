@@ -149,7 +149,8 @@ class MongooseHttpServer::Impl {
   MongooseClient* client_ = nullptr;
   SoupServer* server_ = nullptr;
   GSocketService* service_ = nullptr;  // there while it is running
-  std::size_t connections_ = 0;
+  // The last reference to a connection may go in a thread of the library's.
+  std::atomic<std::size_t> connections_ = 0;
   std::string token_;
 };
 
