@@ -37,6 +37,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   // Created on first use, never destroyed. Registers "webview.create", "webview.delete" and the
   // functions of the web inspector.
   static WebViewManager& instance();
+  ~WebViewManager() override;
 
   // The first web view of a process is there when this returns; others of this process come into
   // being on a later turn of the main loop, when whoever asked for them has returned. 0 when a
@@ -83,7 +84,6 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
 
  private:
   WebViewManager();
-  ~WebViewManager() override;
 
   void createInProcessWebView(WebViewHandle handle, const String& windowGroup, int rotation);
   void handlePostedEvent(const class HandleOrvWebPostEventMessage& message);
