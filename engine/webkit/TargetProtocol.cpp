@@ -117,7 +117,7 @@ std::vector<std::string> TargetProtocol::takeHeld() {
 
 std::optional<std::string> TargetProtocol::toFrontEnd(std::string_view message) {
   if (frontEnd_ == FrontEnd::Wrapping) return std::string(message);
-  rapidjson::Document document = parsed(message);
+  const rapidjson::Document document = parsed(message);
   if (document.HasParseError() || !document.IsObject()) return std::nullopt;
   const std::string method = textAt(document, "method");
   const Value* parameters = memberOf(document, "params");
@@ -135,11 +135,16 @@ std::optional<std::string> TargetProtocol::toFrontEnd(std::string_view message) 
   if (waiting == waiting_.end()) return std::nullopt;
   const std::int64_t innerId = waiting->second;
   waiting_.erase(waiting);
-  if (!memberOf(document, "error")) return std::nullopt;
-  document["id"].SetInt64(innerId);
+  const Value* error = memberOf(document, "error");
+  if (!error) return std::nullopt;
   rapidjson::StringBuffer buffer;
   Writer writer(buffer);
-  document.Accept(writer);
+  writer.StartObject();
+  writer.Key("error");
+  error->Accept(writer);
+  writer.Key("id");
+  writer.Int64(innerId);
+  writer.EndObject();
   return std::string(buffer.GetString(), buffer.GetSize());
 }
 
