@@ -967,6 +967,20 @@ export interface NativeFunctions {
   'webview.create'(windowGroup: string, process?: string): NumberText;
   /** Real. Frees a web view and its window. With the last one of the application the program ends. A handle that names none is ignored. */
   'webview.delete'(view: Numeric): '';
+  /** Real. Starts the web inspector's server, or stops it for anything but true; the first argument does not count. See webInspector.setEnabled. */
+  'webview.setEnabledOutOfProcessWebInspector'(any: string, enabled: Flag): '';
+  /** Real. The same as webInspector.setEnabledForWebView; the first argument does not count. */
+  'webview.setAllowWebInspection'(any: string, view: Numeric, allowed: Flag): '';
+  /** Real. Whether the web inspector's server is running. */
+  'webInspector.enabled'(): BooleanText;
+  /** Real. Starts the web inspector's server, at which a browser of this machine finds the pages, or stops it; only false stops it. Inspectors that are connected stay. */
+  'webInspector.setEnabled'(enabled: Flag): '';
+  /** Real. Whether a web view may be inspected. All may when they are made. */
+  'webInspector.enabledForWebView'(view: Numeric): BooleanText;
+  /** Real. Allows a web view to be inspected, or not; only false takes it away and closes its inspector. */
+  'webInspector.setEnabledForWebView'(view: Numeric, enabled: Flag): '';
+  /** Real. The port of the web inspector's server, at 127.0.0.1; 0 before it was first started. */
+  'webInspector.port'(): NumberText;
   /** Real. The names of all native functions, in order, each followed by a line break. */
   'bindingManager.listBindings'(): string;
   /** Real. Shows at once what was drawn in the application window. */
@@ -1279,8 +1293,8 @@ export interface NativeFunctions {
   'webview.goForward'(view: Numeric): '';
   /** Real. Does in the page what an item of the last context menu says: cut, copy, paste, delete, select all, clear a field, open, save or copy a link or an image, inspect. Other items are for the chrome to do; nothing happens. */
   'webview.handleContextMenuResponse'(view: Numeric, item: OrvWebContextMenuItem): '';
-  /** Later. Would hand a message to the page's inspector. There is no connection to it yet, so nothing happens. */
-  'webview.handleWebInspectorMessageToBackend'(view: Numeric, message: string, length: Numeric): '';
+  /** Real. Hands a message of an inspector's front end, JSON, to the page's inspector; InspectorMessage brings what that has to say. An empty message with 1 tells that a front end has come, with 0 that it has gone. The web inspector's server does all this. */
+  'webview.handleWebInspectorMessageToBackend'(view: Numeric, message: string, connected: Numeric): '';
   /** Real. How many entries the history has. */
   'webview.historyLength'(view: Numeric): NumberText;
   /** Real. Which entry of the history is shown, from 0. */
@@ -1629,7 +1643,7 @@ export interface NativeFunctions {
   'webview.setVisible'(view: Numeric, visible: Flag): '';
   /** Real. Whether events of that kind are raised. */
   'webview.setWebEventEnabled'(view: Numeric, event: WebEventName, enabled: Flag): '';
-  /** Real. Whether the page can be inspected: by its context menu, or by handleContextMenuResponse with InspectElement. */
+  /** Real. Whether the page can be inspected: by its context menu, by handleContextMenuResponse with InspectElement, or over the web inspector's server, which switches it on itself. */
   'webview.setWebInspectorEnabled'(view: Numeric, enabled: Flag): '';
   /** Real. The place of the web view in the stack of its window group; higher is nearer to the user. */
   'webview.setZOrder'(view: Numeric, zOrder: Numeric): '';
@@ -1687,7 +1701,7 @@ export interface NativeFunctions {
   'webview.viewportUserScalable'(view: Numeric): NumberText;
   /** Kept. The value that was set, 0 at first. */
   'webview.viewportWidth'(view: Numeric): NumberText;
-  /** Later. The port of the inspector; there is none yet: 0. */
+  /** Later. The port of the web inspector as a property of the page, which is not told yet: 0. webInspector.port has it. */
   'webview.webInspectorPort'(view: Numeric): NumberText;
   /** Real. A text that names the web view's window. */
   'webview.windowUniqueId'(view: Numeric): string;

@@ -4,6 +4,7 @@ import { AnimationsPanel } from './animations-panel.js';
 import { DownloadList, DownloadsPanel } from './downloads.js';
 import { FunctionsPanel } from './functions-panel.js';
 import { HistoryPanel } from './history-panel.js';
+import { InspectorPanel } from './inspector-panel.js';
 import { MenuPanel } from './menu-panel.js';
 import { NewTabPanel } from './new-tab-panel.js';
 import { PageInfoPanel } from './page-info.js';
@@ -25,6 +26,7 @@ export function makePanels({ tabs, store, platform, settings, known, find, openN
     pageInfo: new PageInfoPanel(tabs, known),
     settings: new SettingsPanel(tabs, settings),
     history: new HistoryPanel(tabs),
+    inspector: new InspectorPanel(tabs),
     newTab: new NewTabPanel(tabs, openNewTab),
     screenshot: new ScreenshotPanel(tabs, list),
     siteData: new SiteDataPanel(tabs, store),
@@ -46,6 +48,7 @@ export function makePanels({ tabs, store, platform, settings, known, find, openN
     { label: 'Settings', key: 'Ctrl+,', run: opens(panels.settings) },
     { label: 'Shared objects', run: opens(panels.objects) },
     { label: 'Platform', run: opens(panels.platform) },
+    { label: 'Web inspector', run: opens(panels.inspector) },
     { label: 'Native functions', run: opens(panels.functions) },
   ]);
 

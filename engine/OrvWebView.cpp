@@ -404,6 +404,10 @@ void OrvWebView::handleContextMenuResponse(OrvWebContextMenuItem item) {
   if (auto page = this->page()) page->runMenuItem(item);
 }
 
+void OrvWebView::handleWebInspectorMessageToBackend(const String& message, int connected) {
+  if (auto page = this->page()) page->inspectorMessage(message, connected != 0);
+}
+
 void OrvWebView::automationLog(const String& message) {
   OrvWebAutomationLogEvent event;
   event.message = message;

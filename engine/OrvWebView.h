@@ -123,13 +123,12 @@ class OrvWebView : private PageClient {
   void notificationShown(const String&) {}
   void notifyContextMenuCancelled() {}
 
-  // Nothing is filled in or remembered for forms yet, no connection of the inspector or of a
-  // resource is handed to the chrome: there is nothing for these to work on.
+  // Nothing is filled in or remembered for forms yet, no connection of a resource is handed to the
+  // chrome: there is nothing for these to work on.
   void autofillTextField(const String&) {}
   void clearAutofillData() {}
   void clearCredentials() {}
   void syncProxyCredential(const String&, const String&) {}
-  void handleWebInspectorMessageToBackend(const String&, int) {}
   void notifyOpen(unsigned int, int, const String&) {}
   void notifyHeaderReceived(unsigned int, const String&, const String&) {}
   void notifyDataReceived(unsigned int, const String&, unsigned int) {}
@@ -220,6 +219,9 @@ class OrvWebView : private PageClient {
   void textHasAttribute(const String& name);
   // Does what an item of the last context menu says; some are the chrome's own.
   void handleContextMenuResponse(OrvWebContextMenuItem item);
+  // A message of an inspector's front end. An empty one with 1 tells that the front end has come,
+  // with 0 that it has gone. InspectorMessage brings what the engine's inspector has to say.
+  void handleWebInspectorMessageToBackend(const String& message, int connected);
   // Raises AutomationLog.
   void automationLog(const String& message);
 

@@ -154,6 +154,10 @@ class Page {
   virtual bool hasTypingAttribute(const String& name) = 0;
   // Does what an item of the context menu that was last asked for says.
   virtual void runMenuItem(OrvWebContextMenuItem item) = 0;
+  // A message of an inspector's front end, JSON, for the engine's inspector of this page, which
+  // answers with InspectorMessage. An empty one tells that a front end has connected, or that it
+  // has gone; until then the page's inspector is not at work. Needs isEnableWebInspector.
+  virtual void inspectorMessage(const String& message, bool connected) = 0;
   // Looks for a text from where the last one was found; FindString tells. An empty text ends it.
   virtual void findString(const String& text, const FindOptions& options) = 0;
   // Answers a question that an event was told to leave open, by its number.

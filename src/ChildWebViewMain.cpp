@@ -102,6 +102,7 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int
   Tessel::Platform::closeChannel(Tessel::Platform::windowChannel);
   if (!windowConnection) giveUp("The main process does not ask for the windows of this one.");
   keepBusAway();
+  prepareInspector();
   if (!Window::setHandleBase(groupId)) giveUp("The number of the web view group is too large.");
   auto system = RemoteWindowSystem::create(std::move(windowConnection));
   if (!system) giveUp(noDisplay);

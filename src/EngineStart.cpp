@@ -27,6 +27,13 @@ void keepBusAway() {
   ::setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
 }
 
+void prepareInspector() {
+  if (!EngineInspector::announce()) {
+    Tessel::Platform::logAlways(Tessel::Platform::LogError,
+                                "Pages of this process cannot be inspected: no random numbers.");
+  }
+}
+
 namespace {
 
 // A folder that the environment names; else the one beside the executable, which is how a build

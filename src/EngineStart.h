@@ -16,6 +16,10 @@ extern const char* const noDisplay;
 // keeps its descriptors open. Before the toolkit starts.
 void keepBusAway();
 
+// Tells the engine where its inspector is to listen, in this process alone. Before the toolkit
+// starts.
+void prepareInspector();
+
 // Starts the engine, with what pages leave behind in the folder of that name; the toolkit must be
 // running. Gives up when it cannot be.
 void startEngine(const Tessel::Platform::String& dataName);

@@ -10,11 +10,13 @@
 #include "bindings/InvocationBinding.h"
 #include "bindings/PPSBinding.h"
 #include "bindings/WindowAnimations.h"
+#include "engine/webkit/EngineInspector.h"
 #include "ipc/ChildLauncher.h"
 #include "platform/Crash.h"
 #include "platform/Log.h"
 #include "platform/Settings.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
+#include "platform/http/MongooseHttpServer.h"
 #include "platform/messages/MessageClient.h"
 #include "platform/navigator/NavigatorHandler.h"
 #include "webview/WebView.h"
@@ -30,6 +32,7 @@ using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
 using Tessel::Platform::LogNotice;
 using Tessel::Platform::MainMessageClient;
+using Tessel::Platform::MongooseHttpServer;
 using Tessel::Platform::platformCrash;
 using Tessel::Platform::Settings;
 using Tessel::Platform::Graphics::GtkWindowSystem;
@@ -67,10 +70,12 @@ void pagehost_main(int argc, char** argv) {
   if (MainMessageClient::instance() != client) platformCrash("src/main", 40, "pagehost_main");
 
   keepBusAway();
+  prepareInspector();
   auto windows = GtkWindowSystem::create();
   if (!windows) giveUp(noDisplay);
   WindowSystem::install(std::move(windows));
   startEngine(settings.applicationSandbox());
+  MongooseHttpServer::instance()->setFrontEnd(EngineInspector::frontEndResources);
 
   ApplicationWindow& window = ApplicationWindow::instance();
   showWindowsOfChildren(window);

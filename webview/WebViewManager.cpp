@@ -11,6 +11,7 @@
 #include "platform/messages/GuardedPointerDeleter.h"
 #include "platform/messages/MessageClient.h"
 #include "platform/messages/MethodDelegate.h"
+#include "webview/WebInspectorClient.h"
 #include "webview/WebView.h"
 #include "webview/commands/IPCSenderWebView.h"
 #include "webview/events/EventMessages.h"
@@ -75,11 +76,14 @@ WebViewManager& WebViewManager::instance() {
   return *manager;
 }
 
-WebViewManager::WebViewManager() {
+WebViewManager::WebViewManager() : inspector_(std::make_unique<WebInspectorClient>(*this)) {
   BindingManager& bindings = BindingManager::instance();
   bindings.registerBinding("webview.create", jsCreate);
   bindings.registerBinding("webview.delete", jsDelete);
+  registerInspectorFunctions(bindings);
 }
+
+WebViewManager::~WebViewManager() = default;
 
 WebViewManager::WebViewHandle WebViewManager::createWebView(const std::string& windowGroup,
                                                             int processGroup) {
@@ -148,9 +152,11 @@ void WebViewManager::createInProcessWebView(WebViewHandle handle, const String& 
                                " cannot be shown: there is no window group \"", windowGroup,
                                "\"."));
   }
+  inspector_->addInspectable(handle);
 }
 
 void WebViewManager::destroyWebView(WebViewHandle handle) {
+  inspector_->removeInspectable(handle);
   const auto found = webViews_.find(handle);
   if (found != webViews_.end()) {
     WebView* webView = found->second;
@@ -233,6 +239,7 @@ IPCSenderWebView* WebViewManager::remoteWebViewForHandle(WebViewHandle handle) c
 void WebViewManager::addRemoteWebView(IPCSenderWebView* remote) {
   remoteWebViews_.emplace(remote->handle(), remote);
   created_.emplace(remote->handle(), false);
+  inspector_->addInspectable(remote->handle());
 }
 
 WebViewManager::WebViewHandle WebViewManager::handleForWebView(const WebView* webView) const {
@@ -298,6 +305,9 @@ void WebViewManager::handlePostedEvent(const HandleOrvWebPostEventMessage& messa
         named(OrvWebEvent::JavaScriptCallback)) {
       return;
     }
+  }
+  if (named(OrvWebEvent::InspectorMessage)) {
+    return inspector_->sendToFrontEnd(message.handle(), message.data());
   }
   if (named(OrvWebEvent::Created) && !isCreated(message.handle())) markCreated(message.handle());
   sendChromePostEvent(rootWebView(), message.name(), message.data(), message.handle(),

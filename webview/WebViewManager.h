@@ -18,6 +18,7 @@
 #include <string>
 
 class IPCSenderGroup;
+class WebInspectorClient;
 class IPCSenderWebView;
 class WebView;
 
@@ -33,8 +34,10 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   static constexpr int inThisProcess = 0;
   static constexpr int inNewProcess = -1;
 
-  // Created on first use, never destroyed. Registers "webview.create" and "webview.delete".
+  // Created on first use, never destroyed. Registers "webview.create", "webview.delete" and the
+  // functions of the web inspector.
   static WebViewManager& instance();
+  ~WebViewManager() override;
 
   // The first web view of a process is there when this returns; others of this process come into
   // being on a later turn of the main loop, when whoever asked for them has returned. 0 when a
@@ -69,6 +72,9 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   // Tells the chrome about an error; logged and dropped when there is no chrome. Any thread.
   void informChromeOfError(const String& message);
 
+  // Which web views may be inspected, and by whom they are.
+  WebInspectorClient& inspector() const { return *inspector_; }
+
   // The event messages of web views; others are ignored. A posted event on the UI thread, one
   // that is answered on any.
   void handleMessage(const Tessel::Platform::Message& message);
@@ -96,6 +102,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   std::map<int, IPCSenderGroup*> groups_;  // owned; only those that live
   std::map<const WebView*, WebViewHandle> handles_;
   std::set<WebViewHandle> closing_;
+  const std::unique_ptr<WebInspectorClient> inspector_;
 
   mutable std::mutex rootMutex_;
   Tessel::Platform::GuardedPointer<WebView> publishedRoot_;

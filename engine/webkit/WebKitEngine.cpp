@@ -45,6 +45,7 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
   engine->context_ = WEBKIT_WEB_CONTEXT(
       g_object_new(WEBKIT_TYPE_WEB_CONTEXT, "website-data-manager", data, nullptr));
   g_object_unref(data);
+  engine->inspector_.shut();
   engine->localRoot_ = places.localRoot;
   engine->prepare(engine->context_);
   engine->downloads_ = std::make_unique<Downloads>();

@@ -4,6 +4,7 @@
 
 #include "engine/Page.h"
 #include "engine/webkit/Downloads.h"
+#include "engine/webkit/EngineInspector.h"
 #include "engine/webkit/WebProcessLinks.h"
 #include "platform/Folders.h"
 
@@ -33,6 +34,7 @@ class WebKitEngine final : public PageFactory {
   // What local: addresses are files of.
   const std::string& localRoot() const { return localRoot_; }
   WebProcessLinks& links() { return *links_; }
+  EngineInspector& inspector() { return inspector_; }
   Downloads& downloads() { return *downloads_; }
 
  private:
@@ -45,6 +47,7 @@ class WebKitEngine final : public PageFactory {
   std::string localRoot_;
   Tessel::Platform::ClaimedFolder dataFolder_;
   std::unique_ptr<WebProcessLinks> links_;
+  EngineInspector inspector_;
   WebKitWebContext* context_ = nullptr;
   WebKitWebContext* privateContext_ = nullptr;  // made at first need
   std::unique_ptr<Downloads> downloads_;

@@ -108,6 +108,8 @@ WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
   parts_->settings.setAllowedOrigins(allowedOrigins_);
   if (zoom_ != 1) webkit_web_view_set_zoom_level(view_, zoom_);
   engine_.downloads().registerPage(view_, weak_from_this());
+  engine_.inspector().expectConnections();
+  if (hasFrontEnd_) parts_->inspector.message(String(), true);
   return view_;
 }
 
@@ -243,6 +245,9 @@ void WebKitPage::tryClose() {
 void WebKitPage::settingChanged(WebViewSetting setting) {
   if (setting == WebViewSetting::isPrivateBrowsing) return remakeView();
   if (parts_) parts_->settings.changed(setting);
+  if (setting == WebViewSetting::isEnableWebInspector && parts_) {
+    parts_->inspector.message(String(), hasFrontEnd_);
+  }
   if (setting == WebViewSetting::isEnableDownloadableBinaryFonts ||
       setting == WebViewSetting::isStandalone) {
     sendSetup();
@@ -381,6 +386,12 @@ void WebKitPage::runScript(const String& script, bool isolated, const String& re
         if (const auto page = running->page.lock()) page->raise(event);
       },
       new Running{weak_from_this(), resultId});
+}
+
+void WebKitPage::inspectorMessage(const String& message, bool connected) {
+  // For a view that is made later, or anew.
+  if (message.isEmpty()) hasFrontEnd_ = connected;
+  if (parts_) parts_->inspector.message(message, connected);
 }
 
 void WebKitPage::findString(const String& text, const FindOptions& options) {

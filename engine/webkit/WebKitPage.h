@@ -5,6 +5,7 @@
 #include "engine/Page.h"
 #include "engine/webkit/PageFind.h"
 #include "engine/webkit/PageHistory.h"
+#include "engine/webkit/PageInspector.h"
 #include "engine/webkit/PageMenu.h"
 #include "engine/webkit/PageNavigation.h"
 #include "engine/webkit/PageNotifications.h"
@@ -65,6 +66,7 @@ class WebKitPage final : public Page,
   void stepNotification(const String& id, NotificationStep step) override;
   bool hasTypingAttribute(const String& name) override;
   void runMenuItem(OrvWebContextMenuItem item) override;
+  void inspectorMessage(const String& message, bool connected) override;
   void findString(const String& text, const FindOptions& options) override;
   void answerQuestion(unsigned int number, const QuestionAnswer& answer) override;
   void answerOrigin(PagePermission permission, const String& origin, bool granted) override;
@@ -121,7 +123,8 @@ class WebKitPage final : public Page,
           windows(page, view),
           find(page, view),
           menu(page, view),
-          notifications(page, view) {}
+          notifications(page, view),
+          inspector(page, view) {}
 
     PageSettings settings;
     PageHistory history;
@@ -132,6 +135,7 @@ class WebKitPage final : public Page,
     PageFind find;
     PageMenu menu;
     PageNotifications notifications;
+    PageInspector inspector;
   };
 
   static void onPageNumber(WebKitWebView*, GParamSpec*, WebKitPage* self);
@@ -178,6 +182,7 @@ class WebKitPage final : public Page,
 
   std::unique_ptr<Parts> parts_;        // there as long as the view
   std::vector<String> allowedOrigins_;  // for a view that is not made yet
+  bool hasFrontEnd_ = false;            // an inspector's
   bool inFullScreen_ = false;
   gint64 fullScreenMoment_ = 0;  // of the last step into or out of it; 0 for none
   double zoom_ = 1;

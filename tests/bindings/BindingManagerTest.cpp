@@ -38,7 +38,8 @@ TEST_F(BindingManagerTest, ListHasEveryNameInByteOrderWithALineEndEach) {
   }
   const std::string list = callNative({"bindingManager.listBindings"});
   EXPECT_THAT(list, StartsWith("bindingManager.listBindings\ntest.B\ntest.B.c\ntest.a\ntest.b\n"));
-  EXPECT_THAT(list, HasSubstr("\ntest.\xc3\xa4\nwebview."));
+  EXPECT_THAT(list, HasSubstr("\ntest.\xc3\xa4\nwebInspector.enabled\n"));
+  EXPECT_THAT(list, HasSubstr("\nwebInspector.setEnabledForWebView\nwebview."));
   EXPECT_THAT(list, HasSubstr("\nwebview.create\nwebview.createFadeColorWindow\n"));
   EXPECT_EQ(list.back(), '\n');
 }

@@ -103,6 +103,9 @@ class FakePage final : public Page {
   void runMenuItem(OrvWebContextMenuItem item) override {
     note("runMenuItem", number(static_cast<int>(item)));
   }
+  void inspectorMessage(const String& message, bool connected) override {
+    note("inspectorMessage", message, text(connected));
+  }
   void settingChanged(WebViewSetting setting) override { changedSettings.push_back(setting); }
   void setRequestHeaders(const std::vector<OrvWebHeader>& list) override { headers = list; }
   void setCallbackObjectEnabled(bool enabled) override { callbackObjectEnabled = enabled; }

@@ -1,0 +1,96 @@
+// The engine's own inspector server, kept to ourselves. Main thread.
+//
+// The engine listens for inspectors where the environment says when it starts, lists every page of
+// the process there and lets everybody in who connects; nothing of that can be switched. So it is
+// told an address of this machine's own network that nobody can guess, and the kernel drops
+// whatever arrives there but the connections that this class makes.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+using GCancellable = struct _GCancellable;
+using SoupSession = struct _SoupSession;
+
+class EngineInspector {
+ public:
+  // Where the engine keeps its front end, among the resources of every process that it is in.
+  static constexpr const char* frontEndResources = "/org/webkit/inspector/UserInterface/";
+
+  // The paths of the sockets of the pages that the engine lists, in its order.
+  using Listed = std::function<void(const std::vector<std::string>& paths)>;
+
+  // A connection that the kernel lets through, from a port of its own: while this lives it can be
+  // made, and what was made goes on.
+  class Passage {
+   public:
+    explicit Passage(EngineInspector& inspector);
+    ~Passage();
+    Passage(const Passage&) = delete;
+    Passage& operator=(const Passage&) = delete;
+
+    // Null when there is no way. Its connections come from the port.
+    SoupSession* session() const { return session_; }
+    // The address of a path, for http: or ws:.
+    std::string address(const char* scheme, const std::string& path) const;
+
+   private:
+    EngineInspector& inspector_;
+    std::uint16_t port_ = 0;
+    SoupSession* session_ = nullptr;
+  };
+
+  // Chooses the address and puts it into the environment; before the toolkit starts. False, and
+  // there will be no inspector, without random numbers.
+  static bool announce();
+
+  EngineInspector() = default;
+  ~EngineInspector();
+  EngineInspector(const EngineInspector&) = delete;
+  EngineInspector& operator=(const EngineInspector&) = delete;
+
+  // Takes the address out of the environment again, which web processes would get it from, and
+  // shuts the port. Once the engine has started. Where the port cannot be shut, it is closed for
+  // good.
+  void shut();
+  // The engine connects its pages to its server over another port, when it starts and with its
+  // first page: these are let in, while web processes, which try as well, go without. Called
+  // when a view was made.
+  void expectConnections();
+  bool isThere() const { return listener_ >= 0; }
+
+  // Asks the engine for its list; there are no paths in it when there is no answer. Not called
+  // after the cancelling.
+  void list(GCancellable* cancellable, Listed listed);
+  // The paths in the text of the engine's list.
+  static std::vector<std::string> pathsFrom(std::string_view page);
+
+  // A socket is a page's as long as its view lives. Which one it is has to be tried once, and must
+  // not be tried with one that another page is inspected over: that would end its session.
+  void claim(const std::string& path, const void* owner) { owners_[path] = owner; }
+  bool isForeign(const std::string& path, const void* owner) const;
+  // "" while it is not known.
+  std::string pathOf(const void* owner) const;
+  void release(const void* owner);
+
+ private:
+  void allow(std::uint16_t port, bool allowed);
+  bool filter();
+  bool admitOwn();
+
+  // The engine's listening sockets, and who gets through to them by the ports that they come from.
+  int listener_ = -1;  // of its server; -1 for none
+  std::set<std::uint16_t> allowed_;
+  std::vector<int> innerListeners_;  // of its own processes
+  std::set<std::uint16_t> admitted_;
+  bool isConnected_ = false;
+  unsigned int expecting_ = 0;  // the source that looks for the engine's connections; 0 for none
+  int expectations_ = 0;
+  std::map<std::string, const void*> owners_;
+};

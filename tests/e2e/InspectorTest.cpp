@@ -1,0 +1,144 @@
+// Inspectors of real pages, in the program's own process and in a child.
+#include "tests/support/HttpPeer.h"
+#include "tests/support/Program.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <sstream>
+
+namespace {
+
+using test_support::frame;
+using test_support::HttpPeer;
+using test_support::Program;
+
+class InspectorTest : public testing::TestWithParam<const char*> {
+ protected:
+  void SetUp() override {
+    std::string pattern =
+        (std::filesystem::temp_directory_path() / "pagehost-test-XXXXXX").string();
+    ASSERT_TRUE(::mkdtemp(pattern.data()));
+    folder_ = pattern;
+  }
+  void TearDown() override { std::filesystem::remove_all(folder_); }
+
+  Program::Environment environment() const {
+    return {{"CHROME_URL", std::string("local:///inspected.html") + GetParam()},
+            {"TESSEL_LOCAL_ROOT", PAGEHOST_TEST_PAGES},
+            {"XDG_DATA_HOME", (folder_ / "data").string()},
+            {"XDG_CACHE_HOME", (folder_ / "cache").string()},
+            {"WIDTH", "800"},
+            {"HEIGHT", "600"}};
+  }
+
+  std::filesystem::path folder_;
+};
+
+// Where a process listens at this machine, but for 127.0.0.1.
+std::vector<sockaddr_in> hiddenListeners(pid_t pid) {
+  std::set<std::string> inodes;
+  for (const auto& entry :
+       std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/fd")) {
+    std::error_code gone;
+    const std::string target = std::filesystem::read_symlink(entry.path(), gone).string();
+    if (target.starts_with("socket:[")) inodes.insert(target.substr(8, target.size() - 9));
+  }
+  std::vector<sockaddr_in> found;
+  std::ifstream table("/proc/net/tcp");
+  for (std::string line; std::getline(table, line);) {
+    std::istringstream fields(line);
+    std::string number, local, remote, state, queues, timer, retransmits, uid, timeout, inode;
+    fields >> number >> local >> remote >> state >> queues >> timer >> retransmits >> uid >>
+        timeout >> inode;
+    if (state != "0A" || !inodes.contains(inode)) continue;
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = static_cast<in_addr_t>(std::stoul(local.substr(0, 8), nullptr, 16));
+    address.sin_port = htons(static_cast<std::uint16_t>(std::stoul(local.substr(9), nullptr, 16)));
+    if (address.sin_addr.s_addr != htonl(INADDR_LOOPBACK)) found.push_back(address);
+  }
+  return found;
+}
+
+bool canConnect(const sockaddr_in& address) {
+  const Tessel::Platform::UniqueFd socket(
+      ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  pollfd writable{socket.get(), POLLOUT, 0};
+  return ::poll(&writable, 1, 500) > 0 && (writable.revents & POLLERR) == 0;
+}
+
+std::string wholeText(const std::string& text) {
+  return frame(test_support::wholeText, text);
+}
+
+std::string evaluating(int id, const std::string& expression) {
+  return R"({"id":)" + std::to_string(id) +
+         R"(,"method":"Runtime.evaluate","params":{"expression":")" + expression + R"("}})";
+}
+
+TEST_P(InspectorTest, PagesAreLookedInto) {
+  Program program(environment());
+  const auto line = program.nextLine();
+  ASSERT_TRUE(line) << program.errors();
+  std::istringstream words(*line);
+  std::string ready, view;
+  int port = 0;
+  ASSERT_TRUE(words >> ready >> port >> view) << *line;
+
+  // The engine's own ports, which list every page to everybody, are nobody else's.
+  const auto hidden = hiddenListeners(program.pid());
+  EXPECT_FALSE(hidden.empty());
+  for (const sockaddr_in& address : hidden) EXPECT_FALSE(canConnect(address));
+
+  const std::string list = HttpPeer(port).get("/json");
+  ASSERT_NE(list.find(R"("title":"inspected page")"), list.npos) << list;
+  const std::size_t end = list.find("/" + view + "\"");
+  const std::size_t start = list.rfind("/socket/", end);
+  ASSERT_NE(start, list.npos) << list;
+  const std::string path = list.substr(start, list.find('"', start) - start);
+
+  HttpPeer first(port);
+  ASSERT_TRUE(first.upgrade(path));
+  first.send(wholeText(evaluating(7, "document.querySelector('h1').textContent + 6 * 7")));
+  EXPECT_TRUE(first.waitFor(R"("value":"hello42"},"wasThrown":false},"id":7})")) << first.received;
+  first.send(wholeText(R"({"id":8,"method":"DOM.getDocument"})") +
+             wholeText(R"({"id":9,"method":"Console.enable"})"));
+  EXPECT_TRUE(first.waitFor(R"("nodeName":"#document")")) << first.received;
+  EXPECT_TRUE(first.waitFor(R"("text":"tick")")) << first.received;
+
+  // The second is one that knows how the engine wraps.
+  HttpPeer second(port);
+  ASSERT_TRUE(second.upgrade(path));
+  EXPECT_TRUE(first.waitFor("in another place"));
+  ASSERT_TRUE(second.waitFor("\"targetId\":\"page-")) << second.received;
+  const std::size_t target = second.received.find("page-");
+  const std::string name =
+      second.received.substr(target, second.received.find('"', target) - target);
+  const auto evaluatingWrapped = [&name](int id, const std::string& expression) {
+    return wholeText(R"({"id":)" + std::to_string(id) +
+                     R"(,"method":"Target.sendMessageToTarget","params":{"targetId":")" + name +
+                     R"(","message":"{\"id\":3,\"method\":\"Runtime.evaluate\",)" +
+                     R"(\"params\":{\"expression\":\")" + expression + R"(\"}}"}})");
+  };
+  second.send(wholeText(R"({"id":1,"method":"Browser.enable"})") + evaluatingWrapped(2, "40 + 3"));
+  EXPECT_TRUE(second.waitFor(R"({"result":{},"id":2})")) << second.received;
+  EXPECT_TRUE(second.waitFor(R"(\"value\":43)")) << second.received;
+  second.send(evaluatingWrapped(4, "document.title='bye'"));
+  EXPECT_TRUE(second.waitFor("The inspector was closed")) << second.received;
+
+  HttpPeer late(port);
+  late.send(test_support::upgradeRequest(port, path));
+  EXPECT_TRUE(late.waitFor("The page you are trying to inspect doesn't exist.")) << late.received;
+}
+
+INSTANTIATE_TEST_SUITE_P(Processes, InspectorTest, testing::Values("", "?process=1"),
+                         [](const auto& info) {
+                           return *info.param ? "InAChild" : "InTheProgram";
+                         });
+
+}  // namespace

@@ -1,0 +1,185 @@
+// The web inspector between its native functions, the server and web views without an engine. Main
+// thread; the load of the last test comes from others.
+#include "engine/OrvWebEvents.h"
+#include "tests/support/ChromeFixture.h"
+#include "tests/support/HttpPeer.h"
+#include "webview/WebInspectorClient.h"
+
+#include <poll.h>
+
+#include <atomic>
+#include <thread>
+
+namespace {
+
+using namespace Tessel::Platform;
+using test_support::ChromeFixture;
+using test_support::connectTo;
+using test_support::frame;
+using test_support::HttpPeer;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using Testing::iterateUntil;
+
+std::string socketPathIn(const std::string& list, unsigned int handle) {
+  const std::size_t end = list.find("/" + std::to_string(handle) + "\"");
+  const std::size_t start = list.rfind("/socket/", end);
+  return end == std::string::npos || start == std::string::npos
+             ? ""
+             : list.substr(start, list.find('"', start) - start);
+}
+
+class WebInspectorClientTest : public ChromeFixture {
+ protected:
+  ~WebInspectorClientTest() override { server.stop(); }
+
+  std::string socketPath(unsigned int handle) {
+    return socketPathIn(HttpPeer(server.port()).get("/json"), handle);
+  }
+  bool allowed(unsigned int handle) {
+    return callNative({"webInspector.enabledForWebView", std::to_string(handle).c_str()}) == "true";
+  }
+
+  MongooseHttpServer& server = *MongooseHttpServer::instance();
+  WebInspectorClient& inspector = manager.inspector();
+};
+
+TEST_F(WebInspectorClientTest, TheServerIsSwitchedByTwoFunctionsWithOppositeDefaults) {
+  EXPECT_EQ(callNative({"webInspector.enabled"}), "false");
+  callNative({"webInspector.setEnabled", "FALSE"});
+  EXPECT_EQ(callNative({"webInspector.enabled", "ignored"}), "true");
+  EXPECT_EQ(callNative({"webInspector.port"}), std::to_string(server.port()));
+  callNative({"webview.setEnabledOutOfProcessWebInspector", "x", "1"});
+  EXPECT_EQ(callNative({"webInspector.enabled"}), "false");
+  callNative({"webview.setEnabledOutOfProcessWebInspector", "x", "true"});
+  EXPECT_EQ(callNative({"webInspector.enabled"}), "true");
+  callNative({"webInspector.setEnabled", "false"});
+  EXPECT_EQ(callNative({"webInspector.enabled"}), "false");
+  EXPECT_THAT(errors(), IsEmpty());
+  callNative({"webInspector.setEnabled"});
+  callNative({"webInspector.enabledForWebView"});
+  callNative({"webInspector.setEnabledForWebView", "1"});
+  callNative({"webview.setEnabledOutOfProcessWebInspector", "true"});
+  callNative({"webview.setAllowWebInspection", "1", "true"});
+  EXPECT_THAT(errors(), ElementsAre(countError("jswebInspectorSetEnabled", 1, 2),
+                                    countError("jswebInspectorEnabledForWebView", 1, 2),
+                                    countError("jswebInspectorSetEnabledForWebView", 2, 3),
+                                    countError("jssetEnabledOutOfProcessWebInspector", 2, 3),
+                                    countError("jssetAllowWebInspection", 3, 4)));
+}
+
+TEST_F(WebInspectorClientTest, WebViewsMayBeInspectedUntilTheChromeOrTheirEndSaysNo) {
+  const unsigned int first = createWebView();
+  const unsigned int second = createWebView();
+  const std::string handle = std::to_string(first);
+  EXPECT_TRUE(allowed(first));
+  EXPECT_TRUE(webView(first).isWebEventEnabled(OrvWebEvent::InspectorMessage));
+  callNative({"webInspector.setEnabledForWebView", handle.c_str(), "false"});
+  EXPECT_FALSE(allowed(first));
+  EXPECT_FALSE(webView(first).isWebEventEnabled(OrvWebEvent::InspectorMessage));
+  callNative({"webview.setAllowWebInspection", "x", handle.c_str(), "FALSE"});
+  inspector.addInspectable(first);
+  std::vector<InspectablePage> pages;
+  inspector.inspectablePages(pages);
+  ASSERT_GE(pages.size(), 3u);
+  EXPECT_EQ(pages.front().handle, WebViewManager::rootHandle);
+  EXPECT_EQ(pages.back().handle, first) << "added anew, at the end, once";
+  EXPECT_EQ(pages[pages.size() - 2].handle, second);
+  EXPECT_EQ(inspector.inspectablePageAt(pages.size() - 1), first);
+  EXPECT_EQ(inspector.inspectablePageAt(pages.size()), 0u);
+  callNative({"webview.delete", handle.c_str()});
+  EXPECT_FALSE(allowed(first));
+  EXPECT_EQ(inspector.pageNotFoundText(), "The page you are trying to inspect doesn't exist.");
+}
+
+TEST_F(WebInspectorClientTest, AFrontEndTalksToItsPage) {
+  const unsigned int handle = createWebView();
+  const auto itsPage = pageOf(handle);
+  server.start();
+  const std::string path = socketPath(handle);
+  HttpPeer first(server.port());
+  ASSERT_TRUE(first.upgrade(path));
+  first.send(frame(test_support::wholeText, "{\"id\":1}") + frame(test_support::wholeText, ""));
+  EXPECT_TRUE(iterateUntil([&] { return itsPage->trace.size() == 2; }));
+  EXPECT_THAT(itsPage->trace,
+              ElementsAre("inspectorMessage(true)", "inspectorMessage({\"id\":1}, false)"));
+  EXPECT_TRUE(webView(handle).isEnableWebInspector());
+  OrvWebInspectorMessageEvent event;
+  event.message = "{\"result\":\"\\u0000 \xc3\xa4\"}";
+  itsPage->raise(event);
+  EXPECT_TRUE(first.waitFor("{\"result\":\"\\u0000 \xc3\xa4\"}"));
+  EXPECT_THAT(events(), IsEmpty()) << "it is not for the chrome";
+  for (const char* broken : {"", "[]", "{\"message\":1}", "{\"message\":", "{}"}) {
+    inspector.sendToFrontEnd(handle, broken);
+  }
+  inspector.sendToFrontEnd(handle + 1, "{\"message\":\"for nobody\"}");
+
+  itsPage->trace.clear();
+  HttpPeer second(server.port());
+  ASSERT_TRUE(second.upgrade(path));
+  EXPECT_TRUE(first.waitFor("in another place"));
+  EXPECT_TRUE(iterateUntil([&] { return !itsPage->trace.empty(); }));
+  EXPECT_THAT(itsPage->trace, ElementsAre("inspectorMessage(true)"));
+  inspector.sendToFrontEnd(handle, "{\"message\":\"for the second\"}");
+  EXPECT_TRUE(second.waitFor("for the second"));
+  callNative({"webview.delete", std::to_string(handle).c_str()});
+  EXPECT_THAT(itsPage->trace, Contains("inspectorMessage(false)"));
+  EXPECT_TRUE(second.waitFor("The inspector was closed"));
+  inspector.handleFrontEndMessage(handle, "to nobody");
+}
+
+// For the thread sanitizer above all: see tools/tsan-inspector.
+TEST_F(WebInspectorClientTest, EverybodyAtOnce) {
+  constexpr int rounds = 300;
+  server.start();
+  const unsigned int lasting = createWebView();
+  const std::string list = HttpPeer(server.port()).get("/json");
+  const std::string path = socketPathIn(list, lasting);
+  std::atomic<int> running = 0;
+  std::atomic<int> answers = 0;
+  std::vector<std::thread> threads;
+  const auto start = [&](auto work) {
+    ++running;
+    threads.emplace_back([&running, work] {
+      for (int i = 0; i < rounds; ++i) work();
+      --running;
+    });
+  };
+  // Front ends that come, talk, and go without a word; they replace one another.
+  const auto frontEnd = [&] {
+    const UniqueFd socket = connectTo(server.port());
+    const std::string talk = test_support::upgradeRequest(server.port(), path) +
+                             frame(test_support::wholeText, "{\"id\":1}");
+    ::send(socket.get(), talk.data(), talk.size(), MSG_NOSIGNAL);
+    pollfd readable{socket.get(), POLLIN, 0};
+    char text[512];
+    if (::poll(&readable, 1, 5000) > 0 && ::recv(socket.get(), text, sizeof text, 0) > 0) ++answers;
+  };
+  for (int i = 0; i < 3; ++i) start(frontEnd);
+  start([&] {
+    for (int i = 0; i < 20; ++i) {
+      inspector.sendToFrontEnd(lasting, "{\"message\":\"hello\"}");
+      inspector.containsInspectable(lasting);
+      inspector.inspectablePageAt(1);
+    }
+  });
+  start([&] { server.isRunning() ? void(server.port()) : void(); });
+  int turns = 0;
+  EXPECT_TRUE(iterateUntil([&] {
+    if (++turns % 10 == 0) {
+      const unsigned int passing = createWebView();
+      inspector.removeInspectable(passing);
+      inspector.addInspectable(passing);
+      manager.destroyWebView(passing);
+    }
+    if (turns % 25 == 0) inspector.disconnectAllPages();
+    return running == 0;
+  }));
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(answers, 3 * rounds) << "everybody was let in";
+  EXPECT_TRUE(inspector.containsInspectable(lasting));
+}
+
+}  // namespace
