@@ -4,6 +4,7 @@
 
 #include "engine/Page.h"
 #include "engine/webkit/Downloads.h"
+#include "engine/webkit/Resources.h"
 #include "engine/webkit/WebProcessLinks.h"
 #include "platform/Folders.h"
 
@@ -34,6 +35,7 @@ class WebKitEngine final : public PageFactory {
   const std::string& localRoot() const { return localRoot_; }
   WebProcessLinks& links() { return *links_; }
   Downloads& downloads() { return *downloads_; }
+  Resources& resources() { return *resources_; }
 
  private:
   WebKitEngine() = default;
@@ -45,6 +47,7 @@ class WebKitEngine final : public PageFactory {
   std::string localRoot_;
   Tessel::Platform::ClaimedFolder dataFolder_;
   std::unique_ptr<WebProcessLinks> links_;
+  std::unique_ptr<Resources> resources_ = std::make_unique<Resources>();
   WebKitWebContext* context_ = nullptr;
   WebKitWebContext* privateContext_ = nullptr;  // made at first need
   std::unique_ptr<Downloads> downloads_;
