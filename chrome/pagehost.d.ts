@@ -1353,7 +1353,7 @@ export interface NativeFunctions {
   'webview.isEnableLocalAccessToAllCookies'(view: Numeric): BooleanText;
   /** Kept. The value that was set, 0 at first. */
   'webview.isEnableMediaRTSP'(view: Numeric): BooleanText;
-  /** Later. The value that was set, 0 at first. */
+  /** Real. The value that was set, 0 at first. */
   'webview.isEnableNetworkResourceRequestedEvents'(view: Numeric): BooleanText;
   /** Kept. The value that was set, 0 at first. */
   'webview.isEnablePlugins'(view: Numeric): BooleanText;
@@ -1429,13 +1429,13 @@ export interface NativeFunctions {
   'webview.notifyApplicationOrientationDone'(view: Numeric): '';
   /** Fixed. Nothing to do: no menu is kept open for the chrome. */
   'webview.notifyContextMenuCancelled'(view: Numeric): '';
-  /** Later. Would hand a part of a resource's content, of so many bytes, to the page. No resource is handed to the chrome yet, so nothing happens. */
+  /** Real. Hands the next part of a resource's content, so many bytes of the data, to the page. */
   'webview.notifyDataReceived'(view: Numeric, streamId: Numeric, data: string, length: Numeric): '';
-  /** Later. Would end a resource that the chrome provides. No resource is handed to the chrome yet, so nothing happens. */
+  /** Real. Ends a resource that the chrome provides: all of its content has been handed over. */
   'webview.notifyDone'(view: Numeric, streamId: Numeric): '';
-  /** Later. Would hand a header of a resource to the page. No resource is handed to the chrome yet, so nothing happens. */
+  /** Real. Adds a header to a resource that the chrome provides, before its content. Lengths and encodings of the transfer are left out. */
   'webview.notifyHeaderReceived'(view: Numeric, streamId: Numeric, key: string, value: string): '';
-  /** Later. Would open a resource that the chrome provides, with its HTTP status. No resource is handed to the chrome yet, so nothing happens. */
+  /** Real. Opens a resource that the chrome provides, with its HTTP status. The stream is that of a NetworkResourceRequested event that was answered with SUBSTITUTE, or with FILTER for what the chrome adds or replaces. */
   'webview.notifyOpen'(view: Numeric, streamId: Numeric, status: Numeric, message: string): '';
   /** Real. Empties the engine's cache in memory. */
   'webview.notifySystemLowMemory'(view: Numeric): '';
@@ -1549,7 +1549,7 @@ export interface NativeFunctions {
   'webview.setEnableLocalAccessToAllCookies'(view: Numeric, enabled: Flag): '';
   /** Kept. The value is kept; the engine has no such switch. */
   'webview.setEnableMediaRTSP'(view: Numeric, enabled: Flag): '';
-  /** Later. Would raise an event for each request of a page. The value is kept and reported; it is not raised yet. */
+  /** Real. Has NetworkResourceRequested raised for each request of the page, which waits for what the chrome decides. The chrome's own page is not asked about. */
   'webview.setEnableNetworkResourceRequestedEvents'(view: Numeric, enabled: Flag): '';
   /** Kept. The value is kept; there are no plug-ins. */
   'webview.setEnablePlugins'(view: Numeric, enabled: Flag): '';

@@ -146,6 +146,26 @@ std::vector<OrvWebHistoryItem> OrvWebView::historyList() {
   return page ? page->history() : std::vector<OrvWebHistoryItem>();
 }
 
+void OrvWebView::notifyOpen(unsigned int stream, int status, const String& message) {
+  if (auto page = this->page())
+    page->stepResource(stream, {ResourceStep::Kind::Open, status, message, {}});
+}
+
+void OrvWebView::notifyHeaderReceived(unsigned int stream, const String& key, const String& value) {
+  if (auto page = this->page())
+    page->stepResource(stream, {ResourceStep::Kind::Header, 0, key, value});
+}
+
+void OrvWebView::notifyDataReceived(unsigned int stream, const String& data, unsigned int length) {
+  const std::string_view bytes(data.utf8(), data.length());
+  if (auto page = this->page())
+    page->stepResource(stream, {ResourceStep::Kind::Data, 0, {}, String(bytes.substr(0, length))});
+}
+
+void OrvWebView::notifyDone(unsigned int stream) {
+  if (auto page = this->page()) page->stepResource(stream, {});
+}
+
 void OrvWebView::notifyViewportChanged(const OrvWebRect& rect) {
   viewport_ = rect;
   raisePropertyChanged(OrvWebPropertyChangedEvent::Viewport);

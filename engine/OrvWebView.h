@@ -129,10 +129,11 @@ class OrvWebView : private PageClient {
   void clearAutofillData() {}
   void clearCredentials() {}
   void syncProxyCredential(const String&, const String&) {}
-  void notifyOpen(unsigned int, int, const String&) {}
-  void notifyHeaderReceived(unsigned int, const String&, const String&) {}
-  void notifyDataReceived(unsigned int, const String&, unsigned int) {}
-  void notifyDone(unsigned int) {}
+  void notifyOpen(unsigned int stream, int status, const String& message);
+  void notifyHeaderReceived(unsigned int stream, const String& key, const String& value);
+  // No more bytes than the data has.
+  void notifyDataReceived(unsigned int stream, const String& data, unsigned int length);
+  void notifyDone(unsigned int stream);
   void notificationError(const String& id) {
     notificationClosed(id);
   }

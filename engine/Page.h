@@ -45,6 +45,15 @@ enum class SiteData { Everything, Caches, MemoryCache, Cookies, Databases, Local
 // What becomes of a notification that a page shows.
 enum class NotificationStep { Clicked, Closed };
 
+// A part of a resource that the chrome provides.
+struct ResourceStep {
+  enum class Kind { Open, Header, Data, Done };
+  Kind kind = Kind::Done;
+  int status = 0;                  // of Open, as in HTTP
+  Tessel::Platform::String name;   // of Header; of Open the message
+  Tessel::Platform::String value;  // of Header; of Data the bytes
+};
+
 // What a page tells its web view. Implemented by OrvWebView.
 class PageClient {
  public:
@@ -143,6 +152,9 @@ class Page {
   // scaled by a factor and to fit into a size (unless that is empty).
   virtual void capture(double scale, const OrvWebRect& part, const OrvWebSize& size) = 0;
   virtual void clear(SiteData data) = 0;
+  // Goes on with the resource of that stream; nothing happens when it is none of this engine's, or
+  // over.
+  virtual void stepResource(unsigned int stream, const ResourceStep& step) = 0;
   // CookieResult brings the cookies that an address would be sent.
   virtual void requestCookies(const String& url) = 0;
   // In the form of the header Set-Cookie. What is no cookie is left out.

@@ -108,3 +108,16 @@ SSLConnectionInfo connectionInfoFrom(const char* uri, GTlsCertificate* certifica
   info.certificate = pemOf(certificate);
   return info;
 }
+
+bool hasTypingAttribute(WebKitEditorState* state, const String& name) {
+  constexpr std::pair<const char*, guint> attributes[] = {
+      {"bold", WEBKIT_EDITOR_TYPING_ATTRIBUTE_BOLD},
+      {"italic", WEBKIT_EDITOR_TYPING_ATTRIBUTE_ITALIC},
+      {"underline", WEBKIT_EDITOR_TYPING_ATTRIBUTE_UNDERLINE},
+      {"strikethrough", WEBKIT_EDITOR_TYPING_ATTRIBUTE_STRIKETHROUGH}};
+  const guint set = webkit_editor_state_get_typing_attributes(state);
+  for (const auto& [attribute, bit] : attributes) {
+    if (name == String(attribute)) return (set & bit) != 0;
+  }
+  return false;
+}

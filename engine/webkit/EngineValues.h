@@ -23,6 +23,9 @@ OrvWebFavicon faviconFrom(cairo_surface_t* surface, const Tessel::Platform::Stri
 // The items that the chrome has a name for, in their order.
 std::vector<OrvWebContextMenuItem> menuItemsOf(WebKitContextMenu* menu);
 
+// Whether what is typed now has that attribute, one of CSS.
+bool hasTypingAttribute(WebKitEditorState* state, const Tessel::Platform::String& name);
+
 // A connection that was refused, by its server's certificate.
 SSLConnectionInfo connectionInfoFrom(const char* uri, GTlsCertificate* certificate,
                                      GTlsCertificateFlags problems);

@@ -2,6 +2,7 @@
 #include "engine/webkit/PageReports.h"
 
 #include "engine/OrvWebEvents.h"
+#include "engine/webkit/WebKitEngine.h"
 #include "engine/webkit/WebKitPage.h"
 
 #include <algorithm>
@@ -101,6 +102,16 @@ String onWindowObjectCleared(WebKitPage& page, const Details&) {
   return event.script();
 }
 
+String onResource(WebKitPage& page, const Details& details) {
+  // The chrome would wait for itself; and of what somebody has given, nothing is asked.
+  if (!page.client() || page.setup().drivesApplication || page.isSupplied(details.text(0))) {
+    return {};
+  }
+  return page.engine().resources().decide(
+      page.shared_from_this(),
+      {details.text(0), details.text(1), details.text(2), details.text(3)});
+}
+
 String onContent(WebKitPage& page, const Details& details) {
   page.update<&PageState::contentRectangle>(
       OrvWebRect{0, 0, details.integer(0), details.integer(1)});
@@ -166,6 +177,7 @@ constexpr std::pair<const char*, Handler> handlers[] = {
     {"functionResult", onFunctionResult},
     {"pinch", onPinch},
     {"rendered", onRendered},
+    {"resource", onResource},
     {"scrolled", update<&PageState::scrollPosition>},
     {"selection", raiseEvent<Selection, &Selection::startX, &Selection::startY,
                              &Selection::startWidth, &Selection::startHeight, &Selection::endX,
@@ -198,6 +210,10 @@ std::uint32_t watchedBy(const PageClient& client) {
   std::uint32_t watched = 0;
   for (const auto& [what, type] : watchedEvents) {
     if (client.wants(type)) watched |= static_cast<std::uint32_t>(what);
+  }
+  if (client.wants(OrvWebEvent::NetworkResourceRequested) &&
+      client.settings().isEnableNetworkResourceRequestedEvents) {
+    watched |= static_cast<std::uint32_t>(Watched::Resources);
   }
   return watched;
 }

@@ -68,6 +68,7 @@ WebKitEngine::~WebKitEngine() {
 void WebKitEngine::prepare(WebKitWebContext* context) {
   g_signal_connect(context, "initialize-web-extensions", G_CALLBACK(onInitializeModules), this);
   serveLocalScheme(context, localRoot_);
+  resources_->serve(context);
 }
 
 WebKitWebContext* WebKitEngine::context(bool isPrivate) {

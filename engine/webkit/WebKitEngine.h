@@ -5,6 +5,7 @@
 #include "engine/Page.h"
 #include "engine/webkit/Downloads.h"
 #include "engine/webkit/EngineInspector.h"
+#include "engine/webkit/Resources.h"
 #include "engine/webkit/WebProcessLinks.h"
 #include "platform/Folders.h"
 
@@ -36,6 +37,7 @@ class WebKitEngine final : public PageFactory {
   WebProcessLinks& links() { return *links_; }
   EngineInspector& inspector() { return inspector_; }
   Downloads& downloads() { return *downloads_; }
+  Resources& resources() { return *resources_; }
 
  private:
   WebKitEngine() = default;
@@ -48,6 +50,7 @@ class WebKitEngine final : public PageFactory {
   Tessel::Platform::ClaimedFolder dataFolder_;
   std::unique_ptr<WebProcessLinks> links_;
   EngineInspector inspector_;
+  std::unique_ptr<Resources> resources_ = std::make_unique<Resources>();
   WebKitWebContext* context_ = nullptr;
   WebKitWebContext* privateContext_ = nullptr;  // made at first need
   std::unique_ptr<Downloads> downloads_;

@@ -4,6 +4,7 @@
 #include "engine/OrvWebEvents.h"
 #include "engine/webkit/Dialogs.h"
 #include "engine/webkit/EngineValues.h"
+#include "engine/webkit/FailurePage.h"
 #include "engine/webkit/PageCapture.h"
 #include "engine/webkit/PageReports.h"
 #include "engine/webkit/SiteDataStore.h"
@@ -158,11 +159,17 @@ void WebKitPage::load(const String& url) {
 }
 
 void WebKitPage::loadText(const String& text, const String& mimeType, const String& baseURL) {
+  loadContent(text, mimeType, "utf-8", baseURL);
+}
+
+void WebKitPage::loadContent(const String& content, const String& mimeType, const String& encoding,
+                             const String& baseURL) {
+  const auto orNull = [](const String& text) { return text.isEmpty() ? nullptr : text.utf8(); };
   if (!view()) return;
-  startLoad([this, text, mimeType, baseURL] {
-    GBytes* bytes = g_bytes_new(text.utf8(), text.length());
-    webkit_web_view_load_bytes(view_, bytes, mimeType.utf8(), "utf-8",
-                               baseURL.isEmpty() ? nullptr : baseURL.utf8());
+  startLoad([=, this] {
+    supplied_ = baseURL;
+    GBytes* bytes = g_bytes_new(content.utf8(), content.length());
+    webkit_web_view_load_bytes(view_, bytes, mimeType.utf8(), orNull(encoding), orNull(baseURL));
     g_bytes_unref(bytes);
   });
 }
@@ -249,7 +256,8 @@ void WebKitPage::settingChanged(WebViewSetting setting) {
     parts_->inspector.message(String(), hasFrontEnd_);
   }
   if (setting == WebViewSetting::isEnableDownloadableBinaryFonts ||
-      setting == WebViewSetting::isStandalone) {
+      setting == WebViewSetting::isStandalone ||
+      setting == WebViewSetting::isEnableNetworkResourceRequestedEvents) {
     sendSetup();
   }
 }
@@ -326,6 +334,10 @@ void WebKitPage::clear(SiteData data) {
   if (view()) clearSiteData(view_, data);
 }
 
+void WebKitPage::stepResource(unsigned int stream, const ResourceStep& step) {
+  engine_.resources().step(stream, step);
+}
+
 void WebKitPage::requestCookies(const String& url) {
   if (view()) ::requestCookies(view_, weak_from_this(), url);
 }
@@ -343,18 +355,7 @@ void WebKitPage::stepNotification(const String& id, NotificationStep step) {
 }
 
 bool WebKitPage::hasTypingAttribute(const String& name) {
-  constexpr std::pair<const char*, guint> attributes[] = {
-      {"bold", WEBKIT_EDITOR_TYPING_ATTRIBUTE_BOLD},
-      {"italic", WEBKIT_EDITOR_TYPING_ATTRIBUTE_ITALIC},
-      {"underline", WEBKIT_EDITOR_TYPING_ATTRIBUTE_UNDERLINE},
-      {"strikethrough", WEBKIT_EDITOR_TYPING_ATTRIBUTE_STRIKETHROUGH}};
-  if (!view_) return false;
-  const guint set =
-      webkit_editor_state_get_typing_attributes(webkit_web_view_get_editor_state(view_));
-  for (const auto& [attribute, bit] : attributes) {
-    if (name == String(attribute)) return (set & bit) != 0;
-  }
-  return false;
+  return view_ && ::hasTypingAttribute(webkit_web_view_get_editor_state(view_), name);
 }
 
 void WebKitPage::runMenuItem(OrvWebContextMenuItem item) {
@@ -527,7 +528,10 @@ void WebKitPage::onTitle(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
 
 void WebKitPage::onLocation(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
   const auto self = page->shared_from_this();
-  self->client_->update<&PageState::location>(String(webkit_web_view_get_uri(view)));
+  const char* uri = webkit_web_view_get_uri(view);
+  // On the way to a document that the chrome provides.
+  if (Resources::isStream(uri) || (!uri && self->repeating_)) return;
+  self->client_->update<&PageState::location>(String(uri));
   if (self->parts_) self->parts_->navigation.moved();
 }
 
@@ -554,6 +558,7 @@ void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKi
       break;
     case WEBKIT_LOAD_COMMITTED:
       self->repeats_ = 0;
+      self->supplied_ = String();
       if (!self->showingFailure_ && !self->parts_->security.committed()) break;
       if (!self->parts_) break;
       self->parts_->navigation.committed();
@@ -600,6 +605,15 @@ bool WebKitPage::repeatLoad(const gchar* uri) {
 gboolean WebKitPage::onLoadFailed(WebKitWebView*, WebKitLoadEvent when, const gchar* uri,
                                   GError* error, WebKitPage* page) {
   const auto self = page->shared_from_this();
+  Resources::DocumentEnd provided;
+  if (Resources::isStream(uri)) {
+    provided = self->engine_.resources().takeDocument(uri);
+    if (provided.kind != Resources::DocumentEnd::Kind::Failed) {
+      self->showProvided(provided);
+      return TRUE;
+    }
+    uri = provided.url.utf8();
+  }
   // When it is stopped by somebody, the engine says so in another way.
   if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED) &&
       (when != WEBKIT_LOAD_STARTED || self->repeatLoad(uri))) {
@@ -654,18 +668,28 @@ void WebKitPage::showFailure(const String& uri, const String& reason) {
   if (!view_) return;
   logAlways(LogError, "%s could not be loaded: %s %s", uri.utf8(), reason.utf8(),
             loadFailureHint_.utf8());
-  gchar* page = g_markup_printf_escaped(
-      "<!doctype html><html><head><meta charset='utf-8'><title>Not loaded</title>"
-      "<meta name='color-scheme' content='light dark'></head>"
-      "<body style='font:16px/1.5 sans-serif;margin:4em auto;max-width:36em;padding:0 1em'>"
-      "<h1 style='font-size:1.5em'>This page could not be loaded</h1>"
-      "<p><code style='overflow-wrap:anywhere'>%s</code></p><p>%s</p><p>%s</p></body></html>",
-      uri.utf8(), reason.utf8(), loadFailureHint_.utf8());
   unstartedLoad_ = nullptr;
   failureFollows_ = true;
-  webkit_web_view_load_alternate_html(view_, page, uri.isEmpty() ? "about:blank" : uri.utf8(),
-                                      nullptr);
-  g_free(page);
+  supplied_ = uri;
+  webkit_web_view_load_alternate_html(view_, failurePage(uri, reason, loadFailureHint_).utf8(),
+                                      uri.isEmpty() ? "about:blank" : uri.utf8(), nullptr);
+}
+
+// Inside the failure of the load that waited for it.
+void WebKitPage::showProvided(const Resources::DocumentEnd& document) {
+  if (document.kind != Resources::DocumentEnd::Kind::Ready || !view_) return;
+  // The end of that load is not told.
+  repeating_ = true;
+  const String& url = document.url;
+  if (document.isHtml) {
+    // In this form, and here, the history goes on as if the load had not failed.
+    supplied_ = url;
+    webkit_web_view_load_alternate_html(view_, document.content.utf8(), url.utf8(), url.utf8());
+    return;
+  }
+  unstartedLoad_ = [this, document] {
+    loadContent(document.content, document.mimeType, document.charset, document.url);
+  };
 }
 
 void WebKitPage::redrawAfterLoad() {

@@ -13,6 +13,7 @@
 #include "engine/webkit/PageSecurity.h"
 #include "engine/webkit/PageSettings.h"
 #include "engine/webkit/PageWindows.h"
+#include "engine/webkit/Resources.h"
 #include "engine/webkit/WebProcessLinks.h"
 
 #include <webkit2/webkit2.h>
@@ -60,6 +61,7 @@ class WebKitPage final : public Page,
   void setZoom(double level) override;
   void capture(double scale, const OrvWebRect& part, const OrvWebSize& size) override;
   void clear(SiteData data) override;
+  void stepResource(unsigned int stream, const ResourceStep& step) override;
   void requestCookies(const String& url) override;
   void addCookies(const String& url, const std::vector<String>& cookies) override;
   void continueHandshake(unsigned int number, bool trust) override;
@@ -105,6 +107,12 @@ class WebKitPage final : public Page,
   // Whether it is tryClose that closes the page; asked once.
   bool takeCloseRequest() { return std::exchange(closeRequested_, false) && client_; }
   void showFailure(const String& uri, const String& reason);
+  // The encoding may be empty: it is found out then.
+  void showProvided(const Resources::DocumentEnd& document);
+  void loadContent(const String& content, const String& mimeType, const String& encoding,
+                   const String& baseURL);
+  // What the engine asks for in its name is here already.
+  bool isSupplied(const String& url) const { return !supplied_.isEmpty() && url == supplied_; }
   // The engine's view, made if need be. Null once the page is closed, or where the window cannot
   // show it.
   WebKitWebView* view() { return view_ ? view_ : makeView(nullptr); }
@@ -172,6 +180,7 @@ class WebKitPage final : public Page,
   WebKitWebView* view_ = nullptr;
   link_protocol::PageSetup setup_;
   String loadFailureHint_;
+  String supplied_;              // the address of a text that is loaded; empty for none
   bool failureFollows_ = false;  // the next load to start is that of a failure page
   bool showingFailure_ = false;  // the load that goes on is
   bool startsLater_ = false;     // from the main loop, which will come to it

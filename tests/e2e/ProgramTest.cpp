@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 
@@ -117,17 +118,33 @@ class EchoServer {
   std::string address() const { return "http://127.0.0.1:" + std::to_string(port_) + "/"; }
 
  private:
+  // Many at once: the engine makes connections ahead that it may never use.
   void serve() {
+    std::vector<Tessel::Platform::UniqueFd> clients;
     for (;;) {
-      const Tessel::Platform::UniqueFd client(
-          ::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+      std::vector<pollfd> waiting{{listener_.get(), POLLIN, 0}};
+      for (const auto& client : clients) waiting.push_back({client.get(), POLLIN, 0});
+      if (::poll(waiting.data(), waiting.size(), -1) < 0) continue;
+      for (std::size_t i = 0; i < clients.size(); ++i) {
+        if (waiting[i + 1].revents != 0) serveOnce(clients[i]);
+      }
+      std::erase_if(clients, [](const auto& client) { return !client; });
+      if (waiting.front().revents == 0) continue;
+      Tessel::Platform::UniqueFd client(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
       if (!client) return;
-      std::string request(8192, '\0');
-      const ssize_t count = ::recv(client.get(), request.data(), request.size(), 0);
-      request.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+      clients.push_back(std::move(client));
+    }
+  }
+
+  static void serveOnce(Tessel::Platform::UniqueFd& client) {
+    std::string request(8192, '\0');
+    const ssize_t count = ::recv(client.get(), request.data(), request.size(), 0);
+    if (count > 0) {
+      request.resize(static_cast<std::size_t>(count));
       const std::string answer = answerTo(request);
       ::send(client.get(), answer.data(), answer.size(), MSG_NOSIGNAL);
     }
+    client.reset();
   }
 
   static std::string answerTo(const std::string& request) {
@@ -160,6 +177,13 @@ TEST_F(ProgramTest, NativeFunctionsAnswerTheChrome) {
 TEST_F(ProgramTest, ExtraHeadersReachTheServer) {
   const EchoServer server;
   runSuite("headers.html?server=" + server.address());
+}
+
+TEST_F(ProgramTest, TheChromeDecidesAboutEachResourceOfAPage) {
+  const EchoServer server;
+  for (const char* process : {"", "1"}) {
+    runSuite("resources.html?process=" + std::string(process) + "&server=" + server.address());
+  }
 }
 
 class EngineTest : public ProgramTest {

@@ -90,6 +90,10 @@ class FakePage final : public Page {
   }
   void clear(SiteData data) override { note("clear", number(static_cast<int>(data))); }
   void requestCookies(const String& url) override { note("requestCookies", url); }
+  void stepResource(unsigned int stream, const ResourceStep& step) override {
+    note("stepResource", number(static_cast<int>(stream)), number(static_cast<int>(step.kind)),
+         number(step.status), concat(step.name, ", ", step.value));
+  }
   void addCookies(const String& url, const std::vector<String>& cookies) override {
     note("addCookies", url, number(static_cast<int>(cookies.size())));
   }

@@ -63,6 +63,7 @@ enum class Watched : std::uint32_t {
   Rendering = 1u << 3,
   Clipboard = 1u << 4,
   FormControls = 1u << 5,
+  Resources = 1u << 6,
 };
 
 // What the module must know about a page before its first document.

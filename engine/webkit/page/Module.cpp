@@ -60,6 +60,7 @@ class Module final : public HostLinkDelegate {
   static void onDocumentLoaded(WebKitWebPage* page, gpointer self);
   static void onConsoleMessage(WebKitWebPage* page, WebKitConsoleMessage* message, gpointer self);
   void report(WebKitWebPage* page, const char* what, std::vector<JavaScriptVariant> details);
+  bool askForResource(WebKitWebPage* page, WebKitURIRequest* request, SoupMessageHeaders* headers);
   void prepareDocument(JSCContext* context, std::uint64_t number, const PageRecord& record);
 
   std::unique_ptr<HostLink> link_;
@@ -305,18 +306,63 @@ void Module::onConsoleMessage(WebKitWebPage* page, WebKitConsoleMessage* message
 
 gboolean Module::onSendRequest(WebKitWebPage* page, WebKitURIRequest* request, WebKitURIResponse*,
                                gpointer data) {
-  const auto& pages = static_cast<Module*>(data)->pages_;
-  const auto found = pages.find(webkit_web_page_get_id(page));
-  if (found == pages.end()) return FALSE;
+  auto* self = static_cast<Module*>(data);
+  const auto found = self->pages_.find(webkit_web_page_get_id(page));
+  if (found == self->pages_.end()) return FALSE;
   // Not every scheme's requests have headers.
-  if (SoupMessageHeaders* headers = webkit_uri_request_get_http_headers(request)) {
+  SoupMessageHeaders* headers = webkit_uri_request_get_http_headers(request);
+  if (headers) {
     const char* destination = soup_message_headers_get_one(headers, "Sec-Fetch-Dest");
     if (!found->second.setup.downloadableFonts && g_strcmp0(destination, "font") == 0) return TRUE;
     for (const OrvWebHeader& header : found->second.setup.requestHeaders) {
       soup_message_headers_replace(headers, header.key().utf8(), header.value().utf8());
     }
   }
-  return FALSE;
+  const bool isWatched =
+      (found->second.setup.watched & static_cast<std::uint32_t>(Watched::Resources)) != 0;
+  return isWatched && self->askForResource(page, request, headers) ? TRUE : FALSE;
+}
+
+// As pages see it: "https://example.org", with the port if it is not the usual one.
+String originOf(const char* url) {
+  GUri* uri =
+      url ? g_uri_parse(url, static_cast<GUriFlags>(SOUP_HTTP_URI_FLAGS), nullptr) : nullptr;
+  if (!uri) return {};
+  gchar* text = g_uri_join(G_URI_FLAGS_NONE, g_uri_get_scheme(uri), nullptr, g_uri_get_host(uri),
+                           g_uri_get_port(uri), "", nullptr, nullptr);
+  String origin(text);
+  g_free(text);
+  g_uri_unref(uri);
+  return origin;
+}
+
+// The page waits. True when there shall be no such request.
+bool Module::askForResource(WebKitWebPage* page, WebKitURIRequest* request,
+                            SoupMessageHeaders* headers) {
+  const auto header = [&](const char* name) {
+    return String(headers ? soup_message_headers_get_one(headers, name) : nullptr);
+  };
+  const String destination = header("Sec-Fetch-Dest");
+  const auto answer = link_->ask(
+      FrameKind::Ask, webkit_web_page_get_id(page),
+      encode(FunctionCall{
+          {"resource"},
+          {String(webkit_uri_request_get_uri(request)), destination, header("Referer"),
+           destination == String("document") ? String()
+                                             : originOf(webkit_web_page_get_uri(page))}}));
+  FunctionCall decision;
+  // Without an answer it goes on as if nobody had been asked.
+  if (!answer || answer->empty() || !decode(*answer, decision)) return false;
+  const String action = decision.path.empty() ? String() : decision.path.front();
+  if (action == String("deny")) return true;
+  std::vector<JavaScriptVariant>& details = decision.arguments;
+  if (action == String("redirect") && !details.empty()) {
+    webkit_uri_request_set_uri(request, details.front().stringValue().utf8());
+  }
+  if (headers && !details.empty() && details.back().stringValue() != header("Referer")) {
+    soup_message_headers_replace(headers, "Referer", details.back().stringValue().utf8());
+  }
+  return false;
 }
 
 }  // namespace
