@@ -1,0 +1,68 @@
+# shellcheck shell=bash
+# What soaks share: the program on a screen of its own, and what it costs meanwhile. To be sourced by
+# bash, which has $minutes.
+: "${minutes:?}"
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+source "$root/tools/packages.sh"
+source "$root/tools/build.sh"
+source "$root/tools/headless.sh"
+
+scratch=$(mktemp -d)
+display_pid=
+program_pid=
+helper_pid=
+clean_up() {
+  local pid
+  for pid in "$program_pid" "$helper_pid" "$display_pid"; do
+    if [[ $pid ]]; then end_process "$pid" || true; fi
+  done
+  rm -rf "$scratch"
+}
+trap clean_up EXIT
+
+# prepare_soak: the program built, a screen, folders of its own.
+prepare_soak() {
+  install_packages build run headless
+  build_preset release pagehost page_module chrome_files
+  use_private_folders "$scratch"
+  start_display "$scratch"
+}
+
+# start_program CHROME_URL LOCAL_ROOT
+start_program() {
+  CHROME_URL=$1 TESSEL_LOCAL_ROOT=$2 \
+    "$root/build/release/bin/pagehost" >"$scratch/output" 2>"$scratch/errors" &
+  program_pid=$!
+}
+
+# The processes of this run: all that have its folder in their environment.
+processes() { grep -lzF "$scratch" /proc/[0-9]*/environ 2>/dev/null | cut -d/ -f3; }
+children() { pgrep -f '^pagehost-webview' | grep -xFf <(processes) || true; }
+
+# measure: sets memory in MB, count of processes, descriptors of the program.
+measure() {
+  local pid part
+  memory=0 count=0
+  for pid in $(processes); do
+    [[ $pid != "$display_pid" && $pid != "$helper_pid" ]] || continue
+    part=$(awk '$1 == "Pss:" { print $2 }' "/proc/$pid/smaps_rollup" 2>/dev/null) || continue
+    memory=$((memory + ${part:-0}))
+    count=$((count + 1))
+  done
+  memory=$((memory / 1024))
+  descriptors=$(find "/proc/$program_pid/fd" -mindepth 1 2>/dev/null | wc -l)
+}
+
+sample() {
+  measure
+  printf '%5d s  %4d MB  %3d processes  %4d descriptors  %d sockets\n' "$SECONDS" "$memory" "$count" \
+    "$descriptors" "$(find "$XDG_RUNTIME_DIR" -type s | wc -l)"
+}
+
+# give_up TEXT: says what is wrong, with the program's last words.
+give_up() {
+  printf '%s\n' "$1" >&2
+  tail -n 20 "$scratch/errors" >&2
+  exit 1
+}
