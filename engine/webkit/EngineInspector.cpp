@@ -1,22 +1,30 @@
 // The engine's own inspector server, kept to ourselves. Main thread.
 #include "engine/webkit/EngineInspector.h"
 
+#include "platform/Folders.h"
 #include "platform/Log.h"
 #include "platform/RandomKey.h"
 #include "platform/UniqueFd.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
+#include <gio/gunixsocketaddress.h>
 #include <libsoup/soup.h>
 #include <linux/filter.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <utility>
 
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
@@ -34,7 +42,7 @@ constexpr int mostExpectations = 200;
 constexpr guint answerLimit = 10;        // seconds
 constexpr gsize longestList = 4u << 20;  // bytes
 constexpr std::size_t mostTargets = 4096;
-constexpr std::size_t mostPassages = 100;  // what the kernel compares a packet with
+constexpr const char* socketPrefix = "inspector-";
 
 // What the engine was told; the port in the machine's byte order.
 struct Place {
@@ -108,6 +116,27 @@ bool attach(int fd, std::vector<sock_filter> program) {
   return ::setsockopt(fd, SOL_SOCKET, SO_ATTACH_FILTER, &whole, sizeof whole) == 0;
 }
 
+// Puts a listener of this machine's file system in the place of a network's: who has the descriptor
+// goes on listening with it. Without a path nobody can ever connect.
+bool takeOver(int fd, const std::string& path) {
+  const std::string name = path.empty() ? Tessel::Platform::runtimeFolder() + "/" + socketPrefix +
+                                              "nobody-" + std::to_string(::getpid())
+                                        : path;
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  const UniqueFd listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  bool listens = false;
+  if (listener && name.size() < sizeof address.sun_path) {
+    name.copy(address.sun_path, name.size());
+    ::unlink(name.c_str());
+    listens = ::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+              ::listen(listener.get(), SOMAXCONN) == 0;
+    if (path.empty()) ::unlink(name.c_str());
+  }
+  // A socket that does not listen would keep whoever accepts from it busy for ever, but it is shut.
+  return ::dup3(listener.get(), fd, O_CLOEXEC) == fd && listens;
+}
+
 // The port of a socket that tries to connect to a loopback address; 0 for all others.
 std::uint16_t connectingPortOf(int fd) {
   tcp_info info{};
@@ -177,28 +206,33 @@ bool EngineInspector::announce() {
 }
 
 EngineInspector::~EngineInspector() {
+  if (!path_.empty()) ::unlink(path_.c_str());
   if (expecting_ != 0) g_source_remove(expecting_);
 }
 
 void EngineInspector::shut() {
   if (!std::getenv(variable)) return;
   ::unsetenv(variable);
-  forEachDescriptor([this](int fd) {
+  int listener = -1;
+  forEachDescriptor([&](int fd) {
     const std::uint16_t port = portOf(fd, ::getsockname);
     if (port == 0 || !isListening(fd)) return;
-    port == place().port ? void(listener_ = fd) : innerListeners_.push_back(fd);
+    port == place().port ? void(listener = fd) : innerListeners_.push_back(fd);
   });
-  if (listener_ < 0) {
+  const std::string folder = Tessel::Platform::runtimeFolder();
+  Tessel::Platform::removeSocketsOfTheDead(folder, socketPrefix);
+  const std::string path = folder + "/" + socketPrefix + std::to_string(::getpid());
+  if (listener < 0) {
     logAlways(LogError, "Pages of this process cannot be inspected: the engine does not listen.");
-  } else if (!filter()) {
-    logAlways(LogError, "Pages of this process cannot be inspected: the system has no filters.");
-    for (const int fd : innerListeners_) ::shutdown(fd, SHUT_RDWR);
-    innerListeners_.clear();
-    ::shutdown(std::exchange(listener_, -1), SHUT_RDWR);
+  } else if (takeOver(listener, path)) {
+    path_ = path;
+  } else {
+    logAlways(LogError, "Pages of this process cannot be inspected: %s: %s", path.c_str(),
+              std::strerror(errno));
+    takeOver(listener, "");
   }
-  for (const int fd : innerListeners_) {
-    if (!attach(fd, admitting(htonl(INADDR_LOOPBACK), {}))) ::shutdown(fd, SHUT_RDWR);
-  }
+  // Where the system lets only its administrator filter, they stay open until they are connected.
+  for (const int fd : innerListeners_) attach(fd, admitting(htonl(INADDR_LOOPBACK), {}));
 }
 
 void EngineInspector::expectConnections() {
@@ -211,6 +245,7 @@ void EngineInspector::expectConnections() {
         auto* const self = static_cast<EngineInspector*>(data);
         if (!self->admitOwn() && --self->expectations_ > 0) return G_SOURCE_CONTINUE;
         self->expecting_ = 0;
+        for (const int fd : std::exchange(self->innerListeners_, {})) takeOver(fd, "");
         return G_SOURCE_REMOVE;
       },
       this);
@@ -234,37 +269,18 @@ bool EngineInspector::admitOwn() {
   return isConnected_;
 }
 
-bool EngineInspector::filter() {
-  return attach(listener_, admitting(place().address, allowed_));
-}
-
-void EngineInspector::allow(std::uint16_t port, bool allowed) {
-  if (!isThere()) return;
-  if (allowed) {
-    allowed_.insert(port);
-  } else {
-    allowed_.erase(port);
-  }
-  if (!filter()) logAlways(LogError, "The filter of the engine's inspector cannot be changed.");
-}
-
-EngineInspector::Passage::Passage(EngineInspector& inspector) : inspector_(inspector) {
-  if (!inspector.isThere() || inspector.allowed_.size() >= mostPassages) return;
-  port_ = freePort();
-  if (port_ == 0) return;
-  inspector.allow(port_, true);
-  sockaddr_in address = place().socketAddress(port_);
-  GSocketAddress* const local = g_socket_address_new_from_native(&address, sizeof address);
-  session_ = soup_session_new_with_options("local-address", local, "timeout", answerLimit, nullptr);
-  g_object_unref(local);
+EngineInspector::Passage::Passage(EngineInspector& inspector) {
+  if (!inspector.isThere()) return;
+  GSocketAddress* const socket = g_unix_socket_address_new(inspector.path_.c_str());
+  session_ =
+      soup_session_new_with_options("remote-connectable", socket, "timeout", answerLimit, nullptr);
+  g_object_unref(socket);
 }
 
 EngineInspector::Passage::~Passage() {
-  if (session_) {
-    soup_session_abort(session_);
-    g_object_unref(session_);
-  }
-  if (port_ != 0) inspector_.allow(port_, false);
+  if (!session_) return;
+  soup_session_abort(session_);
+  g_object_unref(session_);
 }
 
 std::string EngineInspector::Passage::address(const char* scheme, const std::string& path) const {

@@ -1,9 +1,8 @@
 // The engine's own inspector server, kept to ourselves. Main thread.
 //
 // The engine listens for inspectors where the environment says when it starts, lists every page of
-// the process there and lets everybody in who connects; nothing of that can be switched. So it is
-// told an address of this machine's own network that nobody can guess, and the kernel drops
-// whatever arrives there but the connections that this class makes.
+// the process there and lets everybody in who connects; nothing of that can be switched. So the
+// socket that it listens with is replaced, once it has one, by one in the user's run-time folder.
 #pragma once
 
 #include <cstdint>
@@ -26,8 +25,7 @@ class EngineInspector {
   // The paths of the sockets of the pages that the engine lists, in its order.
   using Listed = std::function<void(const std::vector<std::string>& paths)>;
 
-  // A connection that the kernel lets through, from a port of its own: while this lives it can be
-  // made, and what was made goes on.
+  // A way to the engine's server.
   class Passage {
    public:
     explicit Passage(EngineInspector& inspector);
@@ -35,14 +33,12 @@ class EngineInspector {
     Passage(const Passage&) = delete;
     Passage& operator=(const Passage&) = delete;
 
-    // Null when there is no way. Its connections come from the port.
+    // Null when there is no way.
     SoupSession* session() const { return session_; }
     // The address of a path, for http: or ws:.
     std::string address(const char* scheme, const std::string& path) const;
 
    private:
-    EngineInspector& inspector_;
-    std::uint16_t port_ = 0;
     SoupSession* session_ = nullptr;
   };
 
@@ -56,14 +52,13 @@ class EngineInspector {
   EngineInspector& operator=(const EngineInspector&) = delete;
 
   // Takes the address out of the environment again, which web processes would get it from, and
-  // shuts the port. Once the engine has started. Where the port cannot be shut, it is closed for
-  // good.
+  // moves the engine's server off the network. Once the engine has started.
   void shut();
   // The engine connects its pages to its server over another port, when it starts and with its
-  // first page: these are let in, while web processes, which try as well, go without. Called
-  // when a view was made.
+  // first page: these are let in, while web processes, which try as well, go without where the
+  // system has filters for this user; then the port is closed. Called when a view was made.
   void expectConnections();
-  bool isThere() const { return listener_ >= 0; }
+  bool isThere() const { return !path_.empty(); }
 
   // Asks the engine for its list; there are no paths in it when there is no answer. Not called
   // after the cancelling.
@@ -80,14 +75,10 @@ class EngineInspector {
   void release(const void* owner);
 
  private:
-  void allow(std::uint16_t port, bool allowed);
-  bool filter();
   bool admitOwn();
 
-  // The engine's listening sockets, and who gets through to them by the ports that they come from.
-  int listener_ = -1;  // of its server; -1 for none
-  std::set<std::uint16_t> allowed_;
-  std::vector<int> innerListeners_;  // of its own processes
+  std::string path_;                 // of the socket of the engine's server; empty for none
+  std::vector<int> innerListeners_;  // sockets for its own processes, and the ports let in there
   std::set<std::uint16_t> admitted_;
   bool isConnected_ = false;
   unsigned int expecting_ = 0;  // the source that looks for the engine's connections; 0 for none

@@ -1,4 +1,5 @@
 // The real program with a chrome of the tests: what it shows, what it answers, how it ends.
+#include "tests/e2e/Coverage.h"
 #include "tests/support/Program.h"
 #include "tests/support/Screen.h"
 #include "tests/support/TlsServer.h"
@@ -59,7 +60,7 @@ class ProgramTest : public testing::Test {
       ASSERT_TRUE(line) << "the suite does not end\n" << program.errors();
       if (*line == "end") break;
       if (line->starts_with("#")) {
-        std::printf("%s\n", line->c_str());
+        coverage_.take(*line);
         continue;
       }
       EXPECT_EQ(line->substr(0, 3), "ok ") << *line << "\n" << program.errors();
@@ -69,6 +70,7 @@ class ProgramTest : public testing::Test {
   }
 
   std::filesystem::path folder_;
+  test_support::Coverage coverage_;
 };
 
 std::vector<pid_t> childrenOf(pid_t parent) {
@@ -179,32 +181,31 @@ TEST_F(ProgramTest, ExtraHeadersReachTheServer) {
   runSuite("headers.html?server=" + server.address());
 }
 
-TEST_F(ProgramTest, TheChromeDecidesAboutEachResourceOfAPage) {
-  const EchoServer server;
-  for (const char* process : {"", "1"}) {
-    runSuite("resources.html?process=" + std::string(process) + "&server=" + server.address());
-  }
-}
-
-class EngineTest : public ProgramTest {
+// With every web view of the suites in the program's own process, or in a child with that number.
+class EngineTest : public ProgramTest, public testing::WithParamInterface<const char*> {
  protected:
-  // With every web view of the suites in that process, as the chrome names it.
-  void runSuites(const std::string& process) {
+  void runSuites() {
     const EchoServer server;
     const test_support::TlsServer secure;
-    runSuite("engine.html?process=" + process + "&server=" + server.address() +
-             "&secure=" + secure.address() + "&folder=" + folder_.string());
-    EXPECT_EQ(std::filesystem::file_size(folder_ / "saved.bin"), 100000u);
+    const std::string arguments = "?process=" + std::string(GetParam()) +
+                                  "&server=" + server.address() + "&secure=" + secure.address() +
+                                  "&folder=" + folder_.string();
+    for (const char* suite : {"engine.html", "resources.html"}) runSuite(suite + arguments);
   }
 };
 
-TEST_F(EngineTest, EventsAndCommandsWorkOnRealPages) {
-  runSuites("");
+// What docs/events.md says about the numbers is what this prints.
+TEST_P(EngineTest, WhatCommandsDoAndEventsTellIsSeenOnRealPages) {
+  runSuites();
+  EXPECT_EQ(std::filesystem::file_size(folder_ / "saved.bin"), 100000u);
+  std::printf("%s", coverage_.report().c_str());
+  // A few depend on where the pointer and the keyboard are.
+  EXPECT_GE(coverage_.commands(), 100u);
+  EXPECT_GE(coverage_.events(), 45u);
+  EXPECT_GE(coverage_.properties(), 68u);
 }
 
-TEST_F(EngineTest, EventsAndCommandsWorkInAChildProcess) {
-  runSuites("1");
-}
+INSTANTIATE_TEST_SUITE_P(InEitherProcess, EngineTest, testing::Values("", "1"));
 
 TEST_F(ProgramTest, ALoadThatTheEngineGivesUpBeginsAgain) {
   using test_support::TlsServer;

@@ -2,8 +2,16 @@
 // its standard output, a line per test and "end" at last.
 
 export const events = [];
+// The names of everything that was raised in the whole suite.
+const seen = new Set();
 export const errors = [];
-export const native = (name, ...args) => orv.callNative(name, ...args);
+// The commands of the whole suite; those of a test that fails are forgotten.
+const called = new Set();
+let calledNow = new Set();
+export const native = (name, ...args) => {
+  calledNow.add(name);
+  return orv.callNative(name, ...args);
+};
 export const print = line => native('webview.printToStdout', 1, `${line}\n`);
 
 // What sent events are answered with: setters, or a function of the event that gives some.
@@ -15,6 +23,7 @@ globalThis.chrome = {
   internal: {
     webEvent(handle, name, data, integer) {
       events.push({ handle, name, data, integer });
+      seen.add(name);
       if (raw.answer !== undefined) return raw.answer;
       const answer = answers.get(name);
       const setters = typeof answer === 'function' ? answer(JSON.parse(data), handle) : answer;
@@ -69,9 +78,6 @@ export async function createView(where = process) {
   return handle;
 }
 
-// The names of everything that was raised in the whole suite.
-const seen = new Set();
-
 const tests = [];
 export const test = (name, body) => tests.push([name, body]);
 
@@ -79,18 +85,18 @@ export async function run() {
   for (const [name, body] of tests) {
     events.length = 0;
     errors.length = 0;
+    calledNow = new Set();
     answers.clear();
     raw.answer = undefined;
     try {
       await body();
+      for (const command of calledNow) called.add(command);
       print(`ok ${name}`);
     } catch (error) {
       print(`not ok ${name}: ${error.message}`);
     }
-    for (const event of events) seen.add(event.name);
   }
-  const properties = [...seen].filter(name => /^Property.+Event$/.test(name));
-  print(`# ${seen.size - properties.length} types of events, ${properties.length} properties: `
-    + [...seen].sort().join(' '));
+  print(`# called ${[...called].join(' ')}`);
+  print(`# raised ${[...seen].join(' ')}`);
   print('end');
 }
