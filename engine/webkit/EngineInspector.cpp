@@ -232,7 +232,9 @@ void EngineInspector::shut() {
     takeOver(listener, "");
   }
   // Where the system lets only its administrator filter, they stay open until they are connected.
-  for (const int fd : innerListeners_) attach(fd, admitting(htonl(INADDR_LOOPBACK), {}));
+  for (const int fd : innerListeners_) {
+    isFiltered_ = attach(fd, admitting(htonl(INADDR_LOOPBACK), {})) && isFiltered_;
+  }
 }
 
 void EngineInspector::expectConnections() {
@@ -245,6 +247,7 @@ void EngineInspector::expectConnections() {
         auto* const self = static_cast<EngineInspector*>(data);
         if (!self->admitOwn() && --self->expectations_ > 0) return G_SOURCE_CONTINUE;
         self->expecting_ = 0;
+        if (self->isFiltered_) return G_SOURCE_REMOVE;
         for (const int fd : std::exchange(self->innerListeners_, {})) takeOver(fd, "");
         return G_SOURCE_REMOVE;
       },

@@ -80,6 +80,7 @@ class EngineInspector {
   std::string path_;                 // of the socket of the engine's server; empty for none
   std::vector<int> innerListeners_;  // sockets for its own processes, and the ports let in there
   std::set<std::uint16_t> admitted_;
+  bool isFiltered_ = true;  // by the system, for as long as they are there
   bool isConnected_ = false;
   unsigned int expecting_ = 0;  // the source that looks for the engine's connections; 0 for none
   int expectations_ = 0;
