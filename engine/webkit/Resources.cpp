@@ -12,7 +12,6 @@
 #include <cstdint>
 #include <utility>
 
-using Tessel::Platform::concat;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogNotice;
 using Tessel::Platform::String;
