@@ -8,7 +8,7 @@ using Tessel::Platform::String;
 
 namespace {
 
-constexpr gsize chunkSize = 64 * 1024;
+constexpr gsize chunkSize = gsize{64} << 10;
 constexpr gsize mostBody = gsize{64} << 20;
 constexpr guint secondsOfSilence = 30;  // of a server, before the load is given up
 constexpr guint pauseMilliseconds = 5;

@@ -1,7 +1,6 @@
 // The content of one resource of a page.
 #include "engine/webkit/ResourceStream.h"
 
-#include "platform/Log.h"
 
 #include <fcntl.h>
 #include <gio/gunixinputstream.h>
@@ -12,8 +11,6 @@
 #include <array>
 #include <cerrno>
 
-using Tessel::Platform::logAlways;
-using Tessel::Platform::LogNotice;
 using Tessel::Platform::String;
 using Tessel::Platform::UniqueFd;
 
@@ -98,7 +95,7 @@ String ResourceStream::mimeType() const {
 String ResourceStream::charset() const {
   GHashTable* parameters = nullptr;
   if (!soup_message_headers_get_content_type(headers_.get(), &parameters)) return {};
-  const String charset(static_cast<const char*>(g_hash_table_lookup(parameters, "charset")));
+  String charset(static_cast<const char*>(g_hash_table_lookup(parameters, "charset")));
   g_hash_table_unref(parameters);
   return charset;
 }
