@@ -101,8 +101,6 @@ WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
   connect("load-changed", onLoadChanged);
   connect("load-failed", onLoadFailed);
   connect("web-process-terminated", onProcessEnded);
-  connect("focus-in-event", onFocusIn);
-  connect("focus-out-event", onFocusOut);
   connect("enter-fullscreen", onEnterFullscreen);
   connect("leave-fullscreen", onLeaveFullscreen);
   parts_ = std::make_unique<Parts>(*this, view_);
@@ -462,21 +460,6 @@ void WebKitPage::raise(OrvWebEvent::Type type) {
 String WebKitPage::report(const FunctionCall& report) {
   const auto self = shared_from_this();
   return handleReport(*this, report);
-}
-
-gboolean WebKitPage::onFocusIn(GtkWidget*, GdkEvent*, WebKitPage* page) {
-  const auto self = page->shared_from_this();
-  OrvWebFocusEvent event;
-  event.isFocused = true;
-  self->raise(event);
-  return GDK_EVENT_PROPAGATE;
-}
-
-gboolean WebKitPage::onFocusOut(GtkWidget*, GdkEvent*, WebKitPage* page) {
-  const auto self = page->shared_from_this();
-  OrvWebFocusEvent event;
-  self->raise(event);
-  return GDK_EVENT_PROPAGATE;
 }
 
 void WebKitPage::onFavicon(WebKitWebView* view, GParamSpec*, WebKitPage* page) {

@@ -5,6 +5,7 @@
 #include "engine/Page.h"
 #include "engine/webkit/PageFind.h"
 #include "engine/webkit/PageHistory.h"
+#include "engine/webkit/PageInput.h"
 #include "engine/webkit/PageInspector.h"
 #include "engine/webkit/PageMenu.h"
 #include "engine/webkit/PageNavigation.h"
@@ -123,7 +124,8 @@ class WebKitPage final : public Page,
   // What works on the engine's view, made and gone with it.
   struct Parts {
     Parts(WebKitPage& page, WebKitWebView* view)
-        : settings(page, view),
+        : input(page, view),
+          settings(page, view),
           history(page, view),
           security(page, view),
           navigation(page, view),
@@ -134,6 +136,7 @@ class WebKitPage final : public Page,
           notifications(page, view),
           inspector(page, view) {}
 
+    PageInput input;  // before the settings, which may take the input method away
     PageSettings settings;
     PageHistory history;
     PageSecurity security;
@@ -155,8 +158,6 @@ class WebKitPage final : public Page,
   static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, WebKitPage* self);
   static gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent, const gchar* uri, GError* error,
                                WebKitPage* self);
-  static gboolean onFocusIn(GtkWidget*, GdkEvent*, WebKitPage* self);
-  static gboolean onFocusOut(GtkWidget*, GdkEvent*, WebKitPage* self);
   static gboolean onEnterFullscreen(WebKitWebView*, WebKitPage* self);
   static gboolean onLeaveFullscreen(WebKitWebView*, WebKitPage* self);
   static void onProcessEnded(WebKitWebView*, WebKitWebProcessTerminationReason reason,
