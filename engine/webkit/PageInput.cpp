@@ -1,7 +1,6 @@
 // The keyboard, the pointer and fingers in a page, and the text that is typed there. Main thread.
 #include "engine/webkit/PageInput.h"
 
-#include "engine/OrvWebEvents.h"
 #include "engine/webkit/WebKitPage.h"
 
 #include <utility>
@@ -26,6 +25,25 @@ guint plainValueOf(const GdkEventKey& event) {
       gdk_keymap_get_for_display(gdk_window_get_display(event.window)), event.hardware_keycode,
       GdkModifierType{}, event.group, &value, nullptr, nullptr, nullptr);
   return value;
+}
+
+OrvWebUnhandledKeyInputEvent unhandledInput(const GdkEventKey& event) {
+  const auto holds = [&](guint modifier) { return (event.state & modifier) != 0; };
+  OrvWebUnhandledKeyInputEvent told;
+  told.altActive = holds(GDK_MOD1_MASK);
+  told.ctrlActive = holds(GDK_CONTROL_MASK);
+  told.metaActive = holds(GDK_MOD4_MASK | GDK_META_MASK | GDK_SUPER_MASK);
+  told.shiftActive = holds(GDK_SHIFT_MASK);
+  told.character = characterOf(event.keyval);
+  told.alternateCharacter = characterOf(plainValueOf(event));
+  told.keyDown = event.type == GDK_KEY_PRESS;
+  told.keycode = event.keyval;
+  told.modifierMask = event.state & modifiers;
+  return told;
+}
+
+bool isArrow(guint keyValue) {
+  return keyValue >= GDK_KEY_Left && keyValue <= GDK_KEY_Down;
 }
 
 }  // namespace
@@ -91,6 +109,9 @@ gboolean PageInput::onKey(GtkWidget*, GdkEventKey* event, PageInput* self) {
   auto held = self->heldKeys_[event->hardware_keycode % self->heldKeys_.size()];
   const bool isRepeated = event->type == GDK_KEY_PRESS && held;
   held = event->type == GDK_KEY_PRESS;
+  if (held && isArrow(event->keyval) && (event->state & GDK_MOD1_MASK) != 0) {
+    self->arrow_ = unhandledInput(*event);
+  }
   if (page->wants(OrvWebEvent::KeyEvent)) page->raise(OrvWebEvent::KeyEvent);
   return self->notifyOfKey(*event, isRepeated) ? GDK_EVENT_STOP : GDK_EVENT_PROPAGATE;
 }
@@ -112,20 +133,14 @@ bool PageInput::notifyOfKey(const GdkEventKey& event, bool isRepeated) {
 gboolean PageInput::onKeyLeft(GtkWidget*, GdkEventKey* event, PageInput* self) {
   const auto page = self->page_.shared_from_this();
   if (!page->wants(OrvWebEvent::UnhandledKeyInput)) return GDK_EVENT_PROPAGATE;
-  const auto holds = [&](guint modifier) { return (event->state & modifier) != 0; };
-  OrvWebUnhandledKeyInputEvent told;
-  told.altActive = holds(GDK_MOD1_MASK);
-  told.ctrlActive = holds(GDK_CONTROL_MASK);
-  told.metaActive = holds(GDK_MOD4_MASK | GDK_META_MASK | GDK_SUPER_MASK);
-  told.shiftActive = holds(GDK_SHIFT_MASK);
-  told.character = characterOf(event->keyval);
-  told.alternateCharacter = characterOf(plainValueOf(*event));
-  told.keyDown = event->type == GDK_KEY_PRESS;
-  told.keycode = event->keyval;
-  told.modifierMask = event->state & modifiers;
+  OrvWebUnhandledKeyInputEvent told = unhandledInput(*event);
   page->raise(told);
   // It is the chrome's now, not the window's, which would move the keyboard elsewhere.
   return GDK_EVENT_STOP;
+}
+
+void PageInput::keyLeft() {
+  if (auto arrow = std::exchange(arrow_, std::nullopt)) page_.raise(*arrow);
 }
 
 // The engine looks a key up among those of the toolkit before it asks the page; some move the
@@ -147,6 +162,8 @@ bool PageInput::textFocused() {
   const auto page = page_.shared_from_this();
   takesText_ = true;
   awaitsCaret_ = false;
+  // What the last field had is no place in this one.
+  position_ = anchor_ = -1;
   if (wantsNotification(OrvWebEvent::InputNotificationFocusEvent)) {
     OrvWebInputNotificationFocusEvent told;
     told.focused = true;

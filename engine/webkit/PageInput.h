@@ -1,14 +1,14 @@
 // The keyboard, the pointer and fingers in a page, and the text that is typed there. Main thread.
 #pragma once
 
-#include "engine/Enumerations.h"
-#include "engine/OrvWebEvent.h"
+#include "engine/OrvWebEvents.h"
 #include "engine/webkit/InputMethod.h"
 #include "engine/webkit/link/ObjectPointer.h"
 
 #include <webkit2/webkit2.h>
 
 #include <bitset>
+#include <optional>
 
 class WebKitPage;
 
@@ -17,6 +17,9 @@ class PageInput final : public InputMethodClient {
  public:
   PageInput(WebKitPage& page, WebKitWebView* view);
   ~PageInput();
+
+  // The last key with an arrow was not taken by the page.
+  void keyLeft();
 
   bool textFocused() override;
   void textUnfocused() override;
@@ -43,5 +46,6 @@ class PageInput final : public InputMethodClient {
   bool awaitsCaret_ = false;  // text was typed, and the caret is not yet behind it
   int position_ = 0;          // of the caret, when it was last told
   int anchor_ = 0;
+  std::optional<OrvWebUnhandledKeyInputEvent> arrow_;  // pressed together with Alt
   std::bitset<256> heldKeys_;  // by the numbers that the keyboard has for them
 };

@@ -105,6 +105,10 @@ class WebKitPage final : public Page,
   WebKitEngine& engine() { return engine_; }
   // How much larger the user has pulled the document with two fingers, on top of its zoom.
   void setPinch(double factor);
+  // The page has let a key go that the engine does not give back.
+  void keyLeft() {
+    if (parts_) parts_->input.keyLeft();
+  }
   // Whether it is tryClose that closes the page; asked once.
   bool takeCloseRequest() { return std::exchange(closeRequested_, false) && client_; }
   void showFailure(const String& uri, const String& reason);

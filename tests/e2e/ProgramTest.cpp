@@ -50,7 +50,8 @@ class ProgramTest : public testing::Test {
             {"HEIGHT", "600"}};
   }
 
-  // A chrome that tests by itself: every line but the last must be an "ok".
+  // A chrome that tests by itself: every line but the last must be an "ok", or asks for something
+  // to be done on the display.
   void runSuite(const std::string& page) {
     Program program(environment(page));
     int tests = 0;
@@ -58,6 +59,10 @@ class ProgramTest : public testing::Test {
       const auto line = program.nextLine();
       ASSERT_TRUE(line) << "the suite does not end\n" << program.errors();
       if (*line == "end") break;
+      if (line->starts_with("do ")) {
+        test_support::perform(line->substr(3));
+        continue;
+      }
       if (line->starts_with("#")) {
         std::printf("%s\n", line->c_str());
         continue;
@@ -184,6 +189,10 @@ TEST_F(ProgramTest, TheChromeDecidesAboutEachResourceOfAPage) {
   for (const char* process : {"", "1"}) {
     runSuite("resources.html?process=" + std::string(process) + "&server=" + server.address());
   }
+}
+
+TEST_F(ProgramTest, KeysThePointerAndTextInputAreTold) {
+  for (const char* process : {"", "1"}) runSuite("input.html?process=" + std::string(process));
 }
 
 class EngineTest : public ProgramTest {
