@@ -39,7 +39,9 @@ State& stateOf(gpointer object) {
 
 void onCommit(GtkIMContext*, const char* text, gpointer self) {
   g_signal_emit_by_name(self, "committed", text);
-  if (InputMethodClient* client = stateOf(self).client) client->textCommitted();
+  if (InputMethodClient* client = stateOf(self).client) {
+    client->textCommitted(static_cast<int>(g_utf8_strlen(text, -1)));
+  }
 }
 
 void onPreeditStart(GtkIMContext*, gpointer self) {

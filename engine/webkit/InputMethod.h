@@ -18,7 +18,7 @@ class InputMethodClient {
   virtual void textUnfocused() = 0;
   // The caret, and the other end of what is selected: the same place when nothing is.
   virtual void caretMoved(int position, int anchor) = 0;
-  virtual void textCommitted() = 0;
+  virtual void textCommitted(int characters) = 0;
   virtual void compositionEnded() = 0;
 
  protected:

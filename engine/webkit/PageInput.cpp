@@ -3,6 +3,7 @@
 
 #include "engine/webkit/WebKitPage.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -161,7 +162,7 @@ bool PageInput::wantsNotification(OrvWebEvent::Type type) const {
 bool PageInput::textFocused() {
   const auto page = page_.shared_from_this();
   takesText_ = true;
-  awaitsCaret_ = false;
+  commits_ = 0;
   // What the last field had is no place in this one.
   position_ = anchor_ = -1;
   if (wantsNotification(OrvWebEvent::InputNotificationFocusEvent)) {
@@ -190,11 +191,15 @@ void PageInput::caretMoved(int position, int anchor) {
     anchor_ = anchor;
     notify(OrvWebInputNotification::CaretChanged);
   }
-  if (std::exchange(awaitsCaret_, false)) notify(OrvWebInputNotification::InputEventComplete);
+  if (commits_ == 0) return;
+  // The caret may have jumped over several at once, or not have got as far as expected.
+  commits_ = position_ >= committedEnd_ ? 0 : commits_ - 1;
+  notify(OrvWebInputNotification::InputEventComplete);
 }
 
-void PageInput::textCommitted() {
-  awaitsCaret_ = true;
+void PageInput::textCommitted(int characters) {
+  if (commits_++ == 0) committedEnd_ = std::max(std::min(position_, anchor_), 0);
+  committedEnd_ += characters;
 }
 
 void PageInput::compositionEnded() {

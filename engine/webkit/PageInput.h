@@ -24,7 +24,7 @@ class PageInput final : public InputMethodClient {
   bool textFocused() override;
   void textUnfocused() override;
   void caretMoved(int position, int anchor) override;
-  void textCommitted() override;
+  void textCommitted(int characters) override;
   void compositionEnded() override;
 
  private:
@@ -42,9 +42,10 @@ class PageInput final : public InputMethodClient {
   WebKitPage& page_;
   WebKitWebView* view_;
   ObjectPointer<WebKitInputMethodContext> method_;
-  bool takesText_ = false;    // something in the page that has the keyboard does
-  bool awaitsCaret_ = false;  // text was typed, and the caret is not yet behind it
-  int position_ = 0;          // of the caret, when it was last told
+  bool takesText_ = false;  // something in the page that has the keyboard does
+  int commits_ = 0;         // texts that were typed, and the caret is not yet behind them
+  int committedEnd_ = 0;    // where it will be
+  int position_ = 0;        // of the caret, when it was last told
   int anchor_ = 0;
   std::optional<OrvWebUnhandledKeyInputEvent> arrow_;  // pressed together with Alt
   std::bitset<256> heldKeys_;  // by the numbers that the keyboard has for them

@@ -452,11 +452,6 @@ link_protocol::DialogAnswer WebKitPage::dialog(const link_protocol::DialogQuesti
   return view_ ? runDialog(view_, question) : link_protocol::DialogAnswer();
 }
 
-void WebKitPage::raise(OrvWebEvent::Type type) {
-  OrvWebEvent event(type);
-  raise(event);
-}
-
 String WebKitPage::report(const FunctionCall& report) {
   const auto self = shared_from_this();
   return handleReport(*this, report);

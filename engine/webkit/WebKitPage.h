@@ -93,7 +93,10 @@ class WebKitPage final : public Page,
   void raise(OrvWebEvent& event) {
     if (client_) client_->raise(event);
   }
-  void raise(OrvWebEvent::Type type);
+  void raise(OrvWebEvent::Type type) {
+    OrvWebEvent event(type);
+    raise(event);
+  }
   void propertyChanged(OrvWebPropertyChangedEvent::Property property) {
     if (client_) client_->raisePropertyChanged(property);
   }

@@ -360,6 +360,46 @@ TEST_F(ProgramTest, TheBundledChromeShowsAPageOfAnotherProcessAndBringsItBack) {
   EXPECT_NE(later, processes);
 }
 
+TEST_F(ProgramTest, TheBundledChromesKeysWorkWhileAPageHasTheKeyboard) {
+  using test_support::giveKeyboardTo;
+  using test_support::perform;
+  using test_support::topLevelWindow;
+  constexpr Pixel red{200, 0, 0};
+  constexpr Pixel green{0, 200, 0};
+  constexpr Pixel blue{0, 0, 200};
+  const auto shows = [](const Pixel& color) { return waitForPixel(400, 400, color); };
+  const auto press = [](const char* held, const char* key) {
+    perform(std::string("press ") + held);
+    perform(std::string("key ") + key);
+    perform(std::string("release ") + held);
+  };
+  const auto page = [&](const char* name, const char* color) {
+    const std::string path = (folder_ / name).string();
+    std::ofstream(path) << "<title>page</title><script>"
+                        << "document.documentElement.style.background = location.search ? "
+                        << "'rgb(0, 0, 200)' : '" << color << "';"
+                        << "onkeydown = event => { if (event.key === 'n') location.search = '?2'; }"
+                        << "</script>";
+    return path;
+  };
+  Environment bundled = environment("");
+  bundled["TESSEL_LOCAL_ROOT"] = "";
+  Program program(bundled, {page("red.html", "rgb(200,0,0)"), page("green.html", "rgb(0,200,0)")});
+  ASSERT_TRUE(shows(red)) << program.errors();
+  giveKeyboardTo(topLevelWindow("pagehost"));
+  clickAt(400, 400);
+  press("Control_L", "Tab");
+  ASSERT_TRUE(shows(green)) << "the next tab\n" << program.errors();
+  press("Control_L", "Tab");
+  ASSERT_TRUE(shows(red)) << "the tab that was gone to has the keyboard\n" << program.errors();
+  press("Control_L", "w");
+  ASSERT_TRUE(shows(green)) << "the tab is closed\n" << program.errors();
+  perform("key n");
+  ASSERT_TRUE(shows(blue)) << "the page has its keys\n" << program.errors();
+  press("Alt_L", "Left");
+  ASSERT_TRUE(shows(green)) << "back\n" << program.errors();
+}
+
 TEST_F(ProgramTest, AStartThatCannotBeSaysWhatToDo) {
   Environment noDisplay = environment("idle.html");
   noDisplay["DISPLAY"] = "";
