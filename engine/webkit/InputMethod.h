@@ -9,6 +9,7 @@
 class InputMethodClient {
  public:
   InputMethodClient() = default;
+  virtual ~InputMethodClient() = default;
   InputMethodClient(const InputMethodClient&) = delete;
   InputMethodClient& operator=(const InputMethodClient&) = delete;
 
@@ -20,9 +21,6 @@ class InputMethodClient {
   virtual void caretMoved(int position, int anchor) = 0;
   virtual void textCommitted(int characters) = 0;
   virtual void compositionEnded() = 0;
-
- protected:
-  ~InputMethodClient() = default;
 };
 
 // An input method for that view, which must be alive as long as it is used there. The caller owns

@@ -16,7 +16,7 @@ class WebKitPage;
 class PageInput final : public InputMethodClient {
  public:
   PageInput(WebKitPage& page, WebKitWebView* view);
-  ~PageInput();
+  ~PageInput() override;
 
   // The last key with an arrow was not taken by the page.
   void keyLeft();
