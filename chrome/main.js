@@ -17,13 +17,16 @@ import { Settings } from './settings.js';
 import { Store } from './store.js';
 import { Tabs } from './tabs.js';
 import { hideToast, showToast } from './toast.js';
-import { focus } from './keyboard.js';
+import { focus, keyOf, nameOf } from './keyboard.js';
 import { zoomBy, zoomTo } from './zoom.js';
 
 const START_PAGE = new URL('samples/start.html', document.baseURI).href;
 const DEMO_PAGE = new URL('samples/reader.html', document.baseURI).href;
 /** A web view smaller than this helps nobody. */
 const LEAST_SIDE = 48;
+
+/** The keys that lead from one tab to another. */
+const MOVES = new Set(['Ctrl+Tab', 'Ctrl+Shift+Tab', 'Ctrl+w']);
 
 const $ = (id) => document.getElementById(id);
 
@@ -181,6 +184,8 @@ function openNewTab(tabs, process) {
 }
 
 function connectKeyboard(tabs, findBar, panels) {
+  // Whoever comes to another page with the keyboard in this one goes on typing there.
+  const follow = () => tabs.active.ready && tabs.active.view.setActive(true);
   const keys = {
     'Ctrl+l': () => focus($('address')),
     'Ctrl+t': () => openNewTab(tabs),
@@ -205,13 +210,17 @@ function connectKeyboard(tabs, findBar, panels) {
     Escape: () => tabs.active.loading && tabs.active.stop(),
   };
   document.addEventListener('keydown', (event) => {
-    const key = event.key.length === 1 ? event.key.toLowerCase() : event.key;
-    const held = [event.ctrlKey && 'Ctrl', event.altKey && 'Alt', event.shiftKey && 'Shift'].filter(Boolean);
-    const action = keys[[...held, key].join('+')];
+    const action = keys[nameOf(event)];
     if (!action) return;
     event.preventDefault();
     action();
   });
+  tabs.addEventListener('attached', ({ detail: tab }) => tab.view.on('UnhandledKeyInput', ({ data }) => {
+    if (!data.keyDown || tab !== tabs.active) return;
+    const name = nameOf(keyOf(data));
+    keys[name]?.();
+    if (MOVES.has(name)) follow();
+  }));
 }
 
 function connectReports(tabs, certificates, panel) {

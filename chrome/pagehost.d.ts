@@ -1345,7 +1345,7 @@ export interface NativeFunctions {
   'webview.isEnableGeolocation'(view: Numeric): BooleanText;
   /** Real. Whether the user's input method works in the page. */
   'webview.isEnableInputMethodSupport'(view: Numeric): BooleanText;
-  /** Later. The value that was set, 0 at first. */
+  /** Real. Whether the events of text input are raised, 0 at first. */
   'webview.isEnableInputNotifications'(view: Numeric): BooleanText;
   /** Real. Whether scripts of pages run. */
   'webview.isEnableJavaScript'(view: Numeric): BooleanText;
@@ -1541,7 +1541,7 @@ export interface NativeFunctions {
   'webview.setEnableGeolocation'(view: Numeric, enabled: Flag): '';
   /** Real. Whether the user's input method works in the page. */
   'webview.setEnableInputMethodSupport'(view: Numeric, enabled: Flag): '';
-  /** Later. Would raise the events of text input. The value is kept and reported; they are not raised yet. */
+  /** Real. Whether the events of text input are raised: InputNotificationEvent, InputNotificationFocusEvent and InputNotificationKeyEvent, each if it is enabled. */
   'webview.setEnableInputNotifications'(view: Numeric, enabled: Flag): '';
   /** Real. Whether scripts of pages run, from the next document on. The chrome's own scripts in the page run always. */
   'webview.setEnableJavaScript'(view: Numeric, enabled: Flag): '';

@@ -57,11 +57,53 @@ gboolean PageMenu::onMenu(WebKitWebView*, WebKitContextMenu* menu, GdkEvent*,
   event.menuItems = menuItemsOf(menu);
   page->raise(event);
   // Prevented, the chrome shows a menu of its own.
+  if (event.isPreventDefault() && page->wants(OrvWebEvent::ContextMenuCancelEvent)) {
+    self->watchForEnd();
+  }
   return event.isPreventDefault();
+}
+
+// The chrome's menu is over when something else happens in the page.
+void PageMenu::watchForEnd() {
+  forgetEnd();
+  for (const char* signal : {"button-press-event", "scroll-event", "touch-event"}) {
+    g_signal_connect(view_, signal, G_CALLBACK(onInput), this);
+  }
+  g_signal_connect(view_, "load-changed", G_CALLBACK(onLoadChanged), this);
+}
+
+void PageMenu::forgetEnd() {
+  g_signal_handlers_disconnect_by_func(view_, reinterpret_cast<gpointer>(onInput), this);
+  g_signal_handlers_disconnect_by_func(view_, reinterpret_cast<gpointer>(onLoadChanged), this);
+}
+
+void PageMenu::cancel(OrvWebContextMenuCancelReason reason) {
+  const auto page = page_.shared_from_this();
+  forgetEnd();
+  OrvWebContextMenuCancelEvent event;
+  event.reason = reason;
+  page->raise(event);
+}
+
+gboolean PageMenu::onInput(GtkWidget*, GdkEvent* event, PageMenu* self) {
+  const GdkEventType type = gdk_event_get_event_type(event);
+  if (type == GDK_SCROLL) {
+    self->cancel(OrvWebContextMenuCancelReason::TouchMove);
+  } else if (type == GDK_BUTTON_PRESS || type == GDK_TOUCH_BEGIN) {
+    // The finger that has brought the menu may go and leave it there.
+    self->cancel(OrvWebContextMenuCancelReason::SelectionCancelled);
+  }
+  return GDK_EVENT_PROPAGATE;
+}
+
+void PageMenu::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, PageMenu* self) {
+  if (event != WEBKIT_LOAD_COMMITTED) return;
+  self->cancel(OrvWebContextMenuCancelReason::ResetStateForNewObject);
 }
 
 void PageMenu::run(Item item) {
   const auto page = page_.shared_from_this();
+  forgetEnd();
   const auto edit = [&](const char* command) {
     webkit_web_view_execute_editing_command(view_, command);
   };

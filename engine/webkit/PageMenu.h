@@ -23,7 +23,12 @@ class PageMenu {
   static void onPointedAt(WebKitWebView*, WebKitHitTestResult* hit, guint, PageMenu* self);
   static gboolean onMenu(WebKitWebView*, WebKitContextMenu* menu, GdkEvent*,
                          WebKitHitTestResult* hit, PageMenu* self);
+  static gboolean onInput(GtkWidget*, GdkEvent* event, PageMenu* self);
+  static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, PageMenu* self);
 
+  void watchForEnd();
+  void forgetEnd();
+  void cancel(OrvWebContextMenuCancelReason reason);
   void updateContext(WebKitHitTestResult* hit);
 
   WebKitPage& page_;

@@ -152,6 +152,11 @@ String onElement(WebKitPage& page, const Details& details) {
   return {};
 }
 
+String onKeyLeft(WebKitPage& page, const Details&) {
+  page.keyLeft();
+  return {};
+}
+
 String onClipboard(WebKitPage& page, const Details& details) {
   page.raise(details.text(0) == String("read") ? OrvWebEvent::ClipboardRead
                                                : OrvWebEvent::ClipboardWrite);
@@ -175,6 +180,7 @@ constexpr std::pair<const char*, Handler> handlers[] = {
     {"encoding", update<&PageState::textEncoding>},
     {"exception", raiseEvent<Exception, &Exception::exception, &Exception::file, &Exception::line>},
     {"functionResult", onFunctionResult},
+    {"keyLeft", onKeyLeft},
     {"pinch", onPinch},
     {"rendered", onRendered},
     {"resource", onResource},
@@ -195,6 +201,7 @@ constexpr std::pair<Watched, OrvWebEvent::Type> watchedEvents[] = {
     {Watched::Clipboard, OrvWebEvent::ClipboardWrite},
     {Watched::Clipboard, OrvWebEvent::ClipboardRead},
     {Watched::FormControls, OrvWebEvent::FormControlEvent},
+    {Watched::Keys, OrvWebEvent::UnhandledKeyInput},
 };
 
 }  // namespace

@@ -101,8 +101,6 @@ WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
   connect("load-changed", onLoadChanged);
   connect("load-failed", onLoadFailed);
   connect("web-process-terminated", onProcessEnded);
-  connect("focus-in-event", onFocusIn);
-  connect("focus-out-event", onFocusOut);
   connect("enter-fullscreen", onEnterFullscreen);
   connect("leave-fullscreen", onLeaveFullscreen);
   parts_ = std::make_unique<Parts>(*this, view_);
@@ -454,29 +452,9 @@ link_protocol::DialogAnswer WebKitPage::dialog(const link_protocol::DialogQuesti
   return view_ ? runDialog(view_, question) : link_protocol::DialogAnswer();
 }
 
-void WebKitPage::raise(OrvWebEvent::Type type) {
-  OrvWebEvent event(type);
-  raise(event);
-}
-
 String WebKitPage::report(const FunctionCall& report) {
   const auto self = shared_from_this();
   return handleReport(*this, report);
-}
-
-gboolean WebKitPage::onFocusIn(GtkWidget*, GdkEvent*, WebKitPage* page) {
-  const auto self = page->shared_from_this();
-  OrvWebFocusEvent event;
-  event.isFocused = true;
-  self->raise(event);
-  return GDK_EVENT_PROPAGATE;
-}
-
-gboolean WebKitPage::onFocusOut(GtkWidget*, GdkEvent*, WebKitPage* page) {
-  const auto self = page->shared_from_this();
-  OrvWebFocusEvent event;
-  self->raise(event);
-  return GDK_EVENT_PROPAGATE;
 }
 
 void WebKitPage::onFavicon(WebKitWebView* view, GParamSpec*, WebKitPage* page) {

@@ -5,6 +5,7 @@
 #include "engine/Page.h"
 #include "engine/webkit/PageFind.h"
 #include "engine/webkit/PageHistory.h"
+#include "engine/webkit/PageInput.h"
 #include "engine/webkit/PageInspector.h"
 #include "engine/webkit/PageMenu.h"
 #include "engine/webkit/PageNavigation.h"
@@ -92,7 +93,10 @@ class WebKitPage final : public Page,
   void raise(OrvWebEvent& event) {
     if (client_) client_->raise(event);
   }
-  void raise(OrvWebEvent::Type type);
+  void raise(OrvWebEvent::Type type) {
+    OrvWebEvent event(type);
+    raise(event);
+  }
   void propertyChanged(OrvWebPropertyChangedEvent::Property property) {
     if (client_) client_->raisePropertyChanged(property);
   }
@@ -104,6 +108,10 @@ class WebKitPage final : public Page,
   WebKitEngine& engine() { return engine_; }
   // How much larger the user has pulled the document with two fingers, on top of its zoom.
   void setPinch(double factor);
+  // The page has let a key go that the engine does not give back.
+  void keyLeft() {
+    if (parts_) parts_->input.keyLeft();
+  }
   // Whether it is tryClose that closes the page; asked once.
   bool takeCloseRequest() { return std::exchange(closeRequested_, false) && client_; }
   void showFailure(const String& uri, const String& reason);
@@ -123,7 +131,8 @@ class WebKitPage final : public Page,
   // What works on the engine's view, made and gone with it.
   struct Parts {
     Parts(WebKitPage& page, WebKitWebView* view)
-        : settings(page, view),
+        : input(page, view),
+          settings(page, view),
           history(page, view),
           security(page, view),
           navigation(page, view),
@@ -134,6 +143,7 @@ class WebKitPage final : public Page,
           notifications(page, view),
           inspector(page, view) {}
 
+    PageInput input;  // before the settings, which may take the input method away
     PageSettings settings;
     PageHistory history;
     PageSecurity security;
@@ -155,8 +165,6 @@ class WebKitPage final : public Page,
   static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, WebKitPage* self);
   static gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent, const gchar* uri, GError* error,
                                WebKitPage* self);
-  static gboolean onFocusIn(GtkWidget*, GdkEvent*, WebKitPage* self);
-  static gboolean onFocusOut(GtkWidget*, GdkEvent*, WebKitPage* self);
   static gboolean onEnterFullscreen(WebKitWebView*, WebKitPage* self);
   static gboolean onLeaveFullscreen(WebKitWebView*, WebKitPage* self);
   static void onProcessEnded(WebKitWebView*, WebKitWebProcessTerminationReason reason,

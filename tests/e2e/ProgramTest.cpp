@@ -51,7 +51,8 @@ class ProgramTest : public testing::Test {
             {"HEIGHT", "600"}};
   }
 
-  // A chrome that tests by itself: every line but the last must be an "ok".
+  // A chrome that tests by itself: every line but the last must be an "ok", or asks for something
+  // to be done on the display.
   void runSuite(const std::string& page) {
     Program program(environment(page));
     int tests = 0;
@@ -59,6 +60,10 @@ class ProgramTest : public testing::Test {
       const auto line = program.nextLine();
       ASSERT_TRUE(line) << "the suite does not end\n" << program.errors();
       if (*line == "end") break;
+      if (line->starts_with("do ")) {
+        test_support::perform(line->substr(3));
+        continue;
+      }
       if (line->starts_with("#")) {
         coverage_.take(*line);
         continue;
@@ -190,7 +195,7 @@ class EngineTest : public ProgramTest, public testing::WithParamInterface<const 
     const std::string arguments = "?process=" + std::string(GetParam()) +
                                   "&server=" + server.address() + "&secure=" + secure.address() +
                                   "&folder=" + folder_.string();
-    for (const char* suite : {"engine.html", "resources.html"}) runSuite(suite + arguments);
+    for (const char* suite : {"engine.html", "resources.html", "input.html"}) runSuite(suite + arguments);
   }
 };
 
@@ -350,6 +355,46 @@ TEST_F(ProgramTest, TheBundledChromeShowsAPageOfAnotherProcessAndBringsItBack) {
   const std::vector<pid_t> later = webViewProcesses(program.pid());
   ASSERT_EQ(later.size(), 1u);
   EXPECT_NE(later, processes);
+}
+
+TEST_F(ProgramTest, TheBundledChromesKeysWorkWhileAPageHasTheKeyboard) {
+  using test_support::giveKeyboardTo;
+  using test_support::perform;
+  using test_support::topLevelWindow;
+  constexpr Pixel red{200, 0, 0};
+  constexpr Pixel green{0, 200, 0};
+  constexpr Pixel blue{0, 0, 200};
+  const auto shows = [](const Pixel& color) { return waitForPixel(400, 400, color); };
+  const auto press = [](const char* held, const char* key) {
+    perform(std::string("press ") + held);
+    perform(std::string("key ") + key);
+    perform(std::string("release ") + held);
+  };
+  const auto page = [&](const char* name, const char* color) {
+    const std::string path = (folder_ / name).string();
+    std::ofstream(path) << "<title>page</title><script>"
+                        << "document.documentElement.style.background = location.search ? "
+                        << "'rgb(0, 0, 200)' : '" << color << "';"
+                        << "onkeydown = event => { if (event.key === 'n') location.search = '?2'; }"
+                        << "</script>";
+    return path;
+  };
+  Environment bundled = environment("");
+  bundled["TESSEL_LOCAL_ROOT"] = "";
+  Program program(bundled, {page("red.html", "rgb(200,0,0)"), page("green.html", "rgb(0,200,0)")});
+  ASSERT_TRUE(shows(red)) << program.errors();
+  giveKeyboardTo(topLevelWindow("pagehost"));
+  clickAt(400, 400);
+  press("Control_L", "Tab");
+  ASSERT_TRUE(shows(green)) << "the next tab\n" << program.errors();
+  press("Control_L", "Tab");
+  ASSERT_TRUE(shows(red)) << "the tab that was gone to has the keyboard\n" << program.errors();
+  press("Control_L", "w");
+  ASSERT_TRUE(shows(green)) << "the tab is closed\n" << program.errors();
+  perform("key n");
+  ASSERT_TRUE(shows(blue)) << "the page has its keys\n" << program.errors();
+  press("Alt_L", "Left");
+  ASSERT_TRUE(shows(green)) << "back\n" << program.errors();
 }
 
 TEST_F(ProgramTest, AStartThatCannotBeSaysWhatToDo) {

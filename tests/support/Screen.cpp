@@ -1,12 +1,14 @@
 // What can be seen and done on the display of the test. Main thread.
 #include "tests/support/Screen.h"
 
+#include <X11/XKBlib.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
 
 #include <chrono>
 #include <cstdlib>
+#include <sstream>
 #include <string_view>
 #include <thread>
 
@@ -45,6 +47,22 @@ Window findWindow(Window parent, std::string_view title) {
   for (unsigned int i = 0; i < count && !found; ++i) found = findWindow(children[i], title);
   if (children) XFree(children);
   return found;
+}
+
+// Where the key is; one that the keyboard does not have is put on it.
+KeyCode codeOf(KeySym key) {
+  const KeyCode there = XKeysymToKeycode(display(), key);
+  if (there != 0) return there;
+  int lowest = 0;
+  int highest = 0;
+  XDisplayKeycodes(display(), &lowest, &highest);
+  for (int code = highest; code >= lowest; --code) {
+    if (XkbKeycodeToKeysym(display(), static_cast<KeyCode>(code), 0, 0) != NoSymbol) continue;
+    XChangeKeyboardMapping(display(), code, 1, &key, 1);
+    XSync(display(), False);
+    return static_cast<KeyCode>(code);
+  }
+  return 0;
 }
 
 }  // namespace
@@ -95,9 +113,27 @@ void pressButton(unsigned int number, bool down) {
 
 void pressKey(const char* name, bool down) {
   if (!display()) return;
-  const KeyCode code = XKeysymToKeycode(display(), XStringToKeysym(name));
-  XTestFakeKeyEvent(display(), code, down, CurrentTime);
+  XTestFakeKeyEvent(display(), codeOf(XStringToKeysym(name)), down, CurrentTime);
   XSync(display(), False);
+}
+
+void perform(const std::string& command) {
+  std::istringstream words(command);
+  std::string what;
+  std::string name;
+  words >> what >> name;
+  int second = 0;
+  words >> second;
+  const int first = std::atoi(name.c_str());
+  if (what == "press" || what == "key") pressKey(name.c_str(), true);
+  if (what == "release" || what == "key") pressKey(name.c_str(), false);
+  if (what == "move") movePointer(first, second);
+  if (what == "click") clickAt(first, second);
+  if (what == "button") {
+    pressButton(static_cast<unsigned int>(first), true);
+    pressButton(static_cast<unsigned int>(first), false);
+  }
+  if (what == "keyboard") giveKeyboardTo(topLevelWindow(name.c_str()));
 }
 
 bool requestClose(const char* title) {

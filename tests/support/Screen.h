@@ -3,6 +3,7 @@
 
 #include <array>
 #include <functional>
+#include <string>
 
 namespace test_support {
 
@@ -18,6 +19,9 @@ void clickAt(int x, int y);
 void movePointer(int x, int y);
 void pressButton(unsigned int number, bool down);
 void pressKey(const char* name, bool down);
+// One of these by its name: "press KEY", "release KEY", "key KEY" for both, "move X Y", "click X
+// Y", "button NUMBER" for a press and a release, "keyboard TITLE" to give a window the keyboard.
+void perform(const std::string& command);
 // Asks the top-level window of that title prefix to close, as a window manager does; false when
 // there is none.
 bool requestClose(const char* title);

@@ -47,7 +47,7 @@ void Probe::start(JSCContext* context, Report report) {
 void Probe::watch(std::uint32_t watched) {
   FunctionCall call{{"watch"}, {}};
   for (const Watched one : {Watched::Selection, Watched::Caret, Watched::Rendering,
-                            Watched::Clipboard, Watched::FormControls}) {
+                            Watched::Clipboard, Watched::FormControls, Watched::Keys}) {
     call.arguments.emplace_back((watched & static_cast<std::uint32_t>(one)) != 0);
   }
   if (actions_) act(call);

@@ -17,7 +17,7 @@
   };
 
   const watched = { selection: false, caret: false, rendering: false, clipboard: false,
-    controls: false };
+    controls: false, keys: false };
 
   const root = () => document.scrollingElement || document.documentElement;
 
@@ -125,6 +125,14 @@
     if (watched.clipboard) report('clipboard', event.type === 'paste' ? 'read' : 'write');
   };
 
+  // Of all the keys that a page does not take, the engine keeps these to itself.
+  const keyPressed = event => {
+    if (!watched.keys || !event.isTrusted || !event.altKey || !event.key.startsWith('Arrow')) return;
+    if (event.target instanceof HTMLSelectElement) return;
+    // When the page has seen it, too.
+    setTimeout(() => event.defaultPrevented || report('keyLeft'), 0);
+  };
+
   const started = () => {
     lookSoon();
     new ResizeObserver(resized).observe(document.documentElement);
@@ -142,6 +150,7 @@
   listen(document, 'scroll', lookSoon);
   listen(document, 'visibilitychange', lookSoon);
   listen(document, 'mouseover', pointed);
+  listen(window, 'keydown', keyPressed);
   listen(document, 'selectionchange', selectionChanged);
   listen(document, 'focusin', focusMoved);
   listen(document, 'focusout', () => setTimeout(focusMoved, 0));
@@ -163,9 +172,9 @@
   };
 
   return {
-    watch(selection, caret, rendering, clipboardUse, controlFocus) {
+    watch(selection, caret, rendering, clipboardUse, controlFocus, keys) {
       Object.assign(watched, { selection, caret, rendering, clipboard: clipboardUse,
-        controls: controlFocus });
+        controls: controlFocus, keys });
     },
     scrollTo(x, y) { scroll(x, y, 'instant'); },
     animateTo(x, y) { scroll(x, y, 'smooth'); },
