@@ -186,6 +186,13 @@ TEST_F(ProgramTest, TheChromeDecidesAboutEachResourceOfAPage) {
   }
 }
 
+TEST_F(ProgramTest, PagesAskTheirHostAndAreHeldFittedAndStopped) {
+  const EchoServer server;
+  for (const char* process : {"", "1"}) {
+    runSuite("pageapis.html?process=" + std::string(process) + "&server=" + server.address());
+  }
+}
+
 class EngineTest : public ProgramTest {
  protected:
   // With every web view of the suites in that process, as the chrome names it.
