@@ -14,20 +14,6 @@ namespace {
 // the first step they are over.
 constexpr guint linger = 1000;
 
-void destroyLater(WebKitWebView* view) {
-  g_object_ref(view);
-  gtk_widget_hide(GTK_WIDGET(view));
-  gtk_container_remove(GTK_CONTAINER(gtk_widget_get_parent(GTK_WIDGET(view))), GTK_WIDGET(view));
-  g_timeout_add(
-      linger,
-      [](gpointer data) -> gboolean {
-        gtk_widget_destroy(GTK_WIDGET(data));
-        g_object_unref(data);
-        return G_SOURCE_REMOVE;
-      },
-      view);
-}
-
 template <typename Event>
 void setPlace(Event& event, const OrvWebRect& place) {
   event.x = place.x;
@@ -45,18 +31,27 @@ PageFullScreen::PageFullScreen(WebKitPage& page, WebKitWebView* view) : page_(pa
 }
 
 PageFullScreen::~PageFullScreen() {
-  if (view_) g_signal_handlers_disconnect_by_data(view_, this);
+  g_signal_handlers_disconnect_by_data(view_, this);
 }
 
-void PageFullScreen::destroyView() {
-  g_signal_handlers_disconnect_by_data(view_, this);
-  WebKitWebView* view = std::exchange(view_, nullptr);
+bool PageFullScreen::isMoving() const {
   const gint64 since = g_get_monotonic_time() - moment_;
-  if (inFullScreen_ || (moment_ != 0 && since < linger * G_TIME_SPAN_MILLISECOND)) {
-    destroyLater(view);
-  } else {
-    gtk_widget_destroy(GTK_WIDGET(view));
-  }
+  return inFullScreen_ || (moment_ != 0 && since < linger * G_TIME_SPAN_MILLISECOND);
+}
+
+void PageFullScreen::destroy(WebKitWebView* view, bool later) {
+  if (!later) return gtk_widget_destroy(GTK_WIDGET(view));
+  g_object_ref(view);
+  gtk_widget_hide(GTK_WIDGET(view));
+  gtk_container_remove(GTK_CONTAINER(gtk_widget_get_parent(GTK_WIDGET(view))), GTK_WIDGET(view));
+  g_timeout_add(
+      linger,
+      [](gpointer data) -> gboolean {
+        gtk_widget_destroy(GTK_WIDGET(data));
+        g_object_unref(data);
+        return G_SOURCE_REMOVE;
+      },
+      view);
 }
 
 gboolean PageFullScreen::onEnter(WebKitWebView*, PageFullScreen* self) {

@@ -23,9 +23,10 @@ class PageFullScreen {
   void capableChanged();
   void documentGone() { videoChanged(false, String()); }
 
-  // Takes the view off its window and destroys it: later, while the engine goes into full screen
-  // or out of it.
-  void destroyView();
+  // Whether the engine goes into full screen or out of it, or is there.
+  bool isMoving() const;
+  // Takes a view off its window and destroys it; later, when what moves is at its end.
+  static void destroy(WebKitWebView* view, bool later);
 
  private:
   static gboolean onEnter(WebKitWebView*, PageFullScreen* self);

@@ -117,8 +117,9 @@ void WebKitPage::dropView() {
   engine_.downloads().forgetPage(view_);
   failureFollows_ = showingFailure_ = repeating_ = false;
   g_signal_handlers_disconnect_by_data(view_, this);
-  const auto parts = std::move(parts_);
-  if (parts) parts->fullScreen.destroyView();
+  const bool later = parts_ && parts_->fullScreen.isMoving();
+  parts_.reset();
+  PageFullScreen::destroy(view_, later);
   view_ = nullptr;
 }
 

@@ -91,7 +91,7 @@ void HostLink::standStill() {
   if (standsStill_ || openQuestions_ > 0) return;
   standsStill_ = true;
   while (!broken_ && delegate_.isDeferred()) {
-    if (!socket_.receive(arrived_, LinkSocket::Mode::Wait)) breakLink();
+    if (arrived_.empty() && !socket_.receive(arrived_, LinkSocket::Mode::Wait)) breakLink();
     serveArrived();
   }
   standsStill_ = false;
