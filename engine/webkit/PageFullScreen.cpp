@@ -5,8 +5,6 @@
 #include "engine/webkit/WebKitPage.h"
 #include "platform/graphics/Window.h"
 
-using Tessel::Platform::String;
-
 namespace {
 
 // The engine goes into full screen and out of it in steps that it does not tell the end of, and a
