@@ -1,4 +1,7 @@
-/** Asks whether a page may use what is not its own: a bar above the page, which goes on meanwhile. */
+/**
+ * Asks whether a page may use what is not its own, and what else can be asked in a line: a bar above the
+ * page, which goes on meanwhile.
+ */
 
 import { placeOf } from './address.js';
 import { Questions } from './questions.js';
@@ -25,8 +28,8 @@ export const PERMISSIONS = {
 
 const MARKUP = `
   <span id="infobar-text"></span>
-  <button id="infobar-deny">Don’t allow</button>
-  <button id="infobar-allow" class="primary">Allow</button>`;
+  <button id="infobar-deny"></button>
+  <button id="infobar-allow" class="primary"></button>`;
 
 export class Infobar {
   #element;
@@ -44,6 +47,19 @@ export class Infobar {
     });
   }
 
+  /**
+   * @param {{text: string, deny?: string, allow?: string, answer: (allowed: boolean) => void, drop: () => void}} question
+   *   with what stands on its buttons, unless it is about what a page may do
+   */
+  ask(tab, question) {
+    this.#questions.ask(tab, question);
+  }
+
+  /** It need not be answered any more. */
+  take(tab, question) {
+    this.#questions.drop(tab, (each) => each === question);
+  }
+
   #listen(tab, name) {
     const { view } = tab;
     const { wish, answer } = PERMISSIONS[name];
@@ -59,7 +75,10 @@ export class Infobar {
 
   #show(question) {
     this.#element.hidden = !question;
-    this.#element.querySelector('#infobar-text').textContent = question?.text ?? '';
+    const write = (id, text) => { this.#element.querySelector(`#infobar-${id}`).textContent = text; };
+    write('text', question?.text ?? '');
+    write('deny', question?.deny ?? 'Don’t allow');
+    write('allow', question?.allow ?? 'Allow');
   }
 
   #answer(allowed) {

@@ -15,6 +15,7 @@ import { namesOf } from './processes.js';
 import { Session } from './session.js';
 import { Settings } from './settings.js';
 import { Store } from './store.js';
+import { StuckPages } from './stuck.js';
 import { Tabs } from './tabs.js';
 import { hideToast, showToast } from './toast.js';
 import { focus, keyOf, nameOf } from './keyboard.js';
@@ -39,7 +40,7 @@ function start() {
   const dialogs = new Dialogs($('dialog'), tabs);
   const certificates = new CertificateSheet($('certificate'), tabs, { known, home: START_PAGE });
   const findBar = new FindBar($('find-bar'), tabs);
-  new Infobar($('infobar'), tabs);
+  new StuckPages(new Infobar($('infobar'), tabs), tabs);
   new EndedNotice($('ended'), tabs);
   new Previews(tabs);
   const platform = new Platform();

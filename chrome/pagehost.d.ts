@@ -1231,7 +1231,7 @@ export interface NativeFunctions {
   'webview.destroy'(view: Numeric): '';
   /** Real. Removes the coloured window, if there is one. */
   'webview.destroyFadeColorWindow'(view: Numeric): '';
-  /** Real. Asks the document whether it may be closed, and ends the page as destroy does if it agrees. */
+  /** Real. Asks the document whether it may be closed, and ends the page as destroy does if it agrees. A page that is deferred is not asked. */
   'webview.destroyIfNotRejectedByUser'(view: Numeric): '';
   /** Kept. The value that was set, 1 at first. It does not tell the scale of the display. */
   'webview.devicePixelRatio'(view: Numeric): NumberText;
@@ -1277,7 +1277,7 @@ export interface NativeFunctions {
   'webview.focusPreviousField'(view: Numeric): '';
   /** Real. The encoding that documents are read in whatever they say; empty when there is none. */
   'webview.forcedTextEncoding'(view: Numeric): string;
-  /** Later. The value that was set, 0 at first. It decides about nothing yet. */
+  /** Real. The value that was set, 0 at first. */
   'webview.fullScreenVideoCapable'(view: Numeric): BooleanText;
   /** Real. Makes the page leave full screen. The value does not matter. */
   'webview.fullScreenVideoExited'(view: Numeric, exited: Flag): '';
@@ -1317,7 +1317,7 @@ export interface NativeFunctions {
   'webview.isAutoDeferNetworkingAndJavaScript'(view: Numeric): BooleanText;
   /** Real. Whether scripts may open windows only when the user has done something. */
   'webview.isBlockPopups'(view: Numeric): BooleanText;
-  /** Later. The value that was set, 0 at first. */
+  /** Real. The value that was set, 0 at first. */
   'webview.isDeferNetworkingAndJavaScript'(view: Numeric): BooleanText;
   /** Real. Whether what pages log is written to standard output. */
   'webview.isEnableConsoleLogging'(view: Numeric): BooleanText;
@@ -1383,9 +1383,9 @@ export interface NativeFunctions {
   'webview.isVisible'(view: Numeric): BooleanText;
   /** Real. Whether events of that kind are raised. */
   'webview.isWebEventEnabled'(view: Numeric, event: WebEventName): BooleanText;
-  /** Later. The value that was set, 0 at first. */
+  /** Real. The value that was set, 0 at first. */
   'webview.isZoomToFitWidthOnLoad'(view: Numeric): BooleanText;
-  /** Later. The value that was set, 0 at first. */
+  /** Real. The value that was set, 0 at first. */
   'webview.javaScriptInterruptTimeout'(view: Numeric): NumberText;
   /** Real. The number of the web view's window in the application window, 0 when it has none. */
   'webview.jsScreenWindowHandle'(view: Numeric): NumberText;
@@ -1511,7 +1511,7 @@ export interface NativeFunctions {
   'webview.setDefaultFontSize'(view: Numeric, pixels: Numeric): '';
   /** Real. The encoding of documents that do not say theirs. */
   'webview.setDefaultTextEncoding'(view: Numeric, encoding: string): '';
-  /** Later. Would hold the page's scripts and requests. The value is kept and reported, and the page goes on. */
+  /** Real. Lets the process of the page stand still: none of its scripts run and nothing is asked for, loaded or painted, until it is switched off. Functions that the chrome calls run. Pages that share the process, a page and the windows it opened, stand still with it. */
   'webview.setDeferNetworkingAndJavaScript'(view: Numeric, enabled: Flag): '';
   /** Kept. The value is kept and reported; the display decides how pages are drawn. */
   'webview.setDevicePixelRatio'(view: Numeric, ratio: Numeric): '';
@@ -1575,7 +1575,7 @@ export interface NativeFunctions {
   'webview.setFileSystemAPISandboxed'(view: Numeric, sandboxed: Flag): '';
   /** Real. The encoding that documents are read in whatever they say; the empty text leaves it to them. The page is loaded again. */
   'webview.setForcedTextEncoding'(view: Numeric, encoding: string): '';
-  /** Later. Would raise the events of videos in full screen. The value is kept and reported; they are not raised yet. */
+  /** Real. Raises FullScreenVideoStarted, FullScreenVideoWindowUpdated and FullScreenVideoEnded for videos that fill the screen. */
   'webview.setFullScreenVideoCapable'(view: Numeric, capable: Flag): '';
   /** Real. Places the web view in the application window, in pixels. */
   'webview.setGeometry'(view: Numeric, x: Numeric, y: Numeric, width: Numeric, height: Numeric): '';
@@ -1583,7 +1583,7 @@ export interface NativeFunctions {
   'webview.setHistoryPosition'(view: Numeric, position: Numeric): '';
   /** Real. Whether native functions that the page calls run here, as the chrome's do, or arrive as JavaScriptCallback. Either way the page has the object to call them with from its next document on. */
   'webview.setJSWebViewBindings'(view: Numeric, enabled: Flag): '';
-  /** Later. Would tell of scripts that run too long. The value is kept and reported; nobody watches yet. */
+  /** Real. Raises JavaScriptInterrupted when a script of the page has run for that many milliseconds, and again after the same time while it goes on; 0 for never. From then on stop ends the process of the page, and a load goes to a new one. */
   'webview.setJavaScriptInterruptTimeout'(view: Numeric, timeout: Numeric): '';
   /** Kept. The value is kept; there is no keyboard on the screen. */
   'webview.setKeyboardVisibilityLocked'(view: Numeric, locked: Flag): '';
@@ -1649,13 +1649,13 @@ export interface NativeFunctions {
   'webview.setZOrder'(view: Numeric, zOrder: Numeric): '';
   /** Fixed. Nothing: the zoom of a page is its scale. */
   'webview.setZoomFactor'(view: Numeric, factor: Numeric): '';
-  /** Later. Would fit wide pages into the web view. The value is kept and reported; nothing is fitted yet. */
+  /** Real. Scales pages that are wider than the web view down to its width when they have loaded, not below minimumScale. */
   'webview.setZoomToFitWidthOnLoad'(view: Numeric, enabled: Flag): '';
   /** Real. Scrolls the document by a distance in its own units, as a movement. */
   'webview.startAnimatedScroll'(view: Numeric, distance: JsonText<OrvWebPoint>): '';
   /** Real. The address of the link at the pointer; empty when there is none. */
   'webview.status'(view: Numeric): string;
-  /** Real. Ends loading. */
+  /** Real. Ends loading. A page whose script does not end, as JavaScriptInterrupted told, loses its process and shows why. */
   'webview.stop'(view: Numeric): '';
   /** Real. Ends a movement where it is. */
   'webview.stopAnimatedScroll'(view: Numeric): '';

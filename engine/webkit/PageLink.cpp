@@ -192,6 +192,10 @@ void PageLink::close() {
   delegate_.linkClosed(*this);
 }
 
+void PageLink::ping(std::uint64_t page) {
+  send(FrameKind::Ping, 0, page, {});
+}
+
 void PageLink::changeSetup(std::uint64_t page, const link_protocol::PageSetup& setup) {
   send(FrameKind::SetupChanged, 0, page, encode(setup));
 }

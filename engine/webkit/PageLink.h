@@ -62,6 +62,8 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   // Serve this link in every wait of the main thread: whoever is waited for may need its page.
   // Main thread.
   void serveInEveryWait();
+  // Has the page reported as alive when its process comes to it. Main thread.
+  void ping(std::uint64_t page);
   // Main thread.
   void changeSetup(std::uint64_t page, const link_protocol::PageSetup& setup);
   // Nothing arrives any more, and every wait on the link ends. Twice is fine. Main thread.

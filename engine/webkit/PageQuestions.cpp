@@ -31,7 +31,8 @@ void answerDialog(WebKitScriptDialog* dialog, const QuestionAnswer& answer) {
 // is closed by the engine, and must not be closed twice.
 class OpenDialog final : public OpenQuestion {
  public:
-  explicit OpenDialog(WebKitScriptDialog* dialog) : dialog_(webkit_script_dialog_ref(dialog)) {}
+  OpenDialog(WebKitScriptDialog* dialog, std::shared_ptr<void> pause)
+      : dialog_(webkit_script_dialog_ref(dialog)), pause_(std::move(pause)) {}
   // Closed unanswered, a dialog counts as cancelled.
   ~OpenDialog() override {
     webkit_script_dialog_close(dialog_);
@@ -41,6 +42,7 @@ class OpenDialog final : public OpenQuestion {
 
  private:
   WebKitScriptDialog* dialog_;
+  std::shared_ptr<void> pause_;  // of the watch for scripts that do not end
 };
 
 // A request of the engine that is refused when nobody answers it.
@@ -188,8 +190,10 @@ gboolean PageQuestions::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialo
   // The engine's own dialog is as good as any when nobody else wants to show one.
   if (!page->wants(OrvWebEvent::DialogRequested) ||
       !page->client()->settings().isEnableDialogRequestedEvents) {
+    page->parts()->watch.pause();
     return FALSE;
   }
+  auto pause = page->parts()->watch.pauseFor();
   OrvWebDialogRequestedEvent event;
   event.dialogType = dialogTypeOf(dialog);
   event.message = String(webkit_script_dialog_get_message(dialog));
@@ -201,7 +205,7 @@ gboolean PageQuestions::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialo
   page->raise(event);
   if (!page->client()) return TRUE;
   if (event.wait()) {
-    self->hold(event.waitHandle(), std::make_unique<OpenDialog>(dialog));
+    self->hold(event.waitHandle(), std::make_unique<OpenDialog>(dialog, std::move(pause)));
   } else {
     const bool accepted = !event.isPreventDefault() || !event.result().isEmpty();
     answerDialog(dialog, {accepted, event.result(), event.username(), event.password()});

@@ -157,6 +157,42 @@ String onKeyLeft(WebKitPage& page, const Details&) {
   return {};
 }
 
+String onAlive(WebKitPage& page, const Details&) {
+  if (page.parts()) page.parts()->watch.alive();
+  return {};
+}
+
+String onWidth(WebKitPage& page, const Details& details) {
+  if (page.parts()) page.parts()->fit.measured(details.integer(0), details.integer(1));
+  return {};
+}
+
+String onVideoFullScreen(WebKitPage& page, const Details& details) {
+  if (page.parts()) page.parts()->fullScreen.videoChanged(details.flag(0), details.text(1));
+  return {};
+}
+
+String onLockOrientation(WebKitPage& page, const Details& details) {
+  return page.parts() ? page.parts()->apis.lockOrientation(details.flag(0)) : String();
+}
+
+String onUnlockOrientation(WebKitPage& page, const Details&) {
+  if (page.parts()) page.parts()->apis.unlockOrientation();
+  return {};
+}
+
+template <OrvWebProtocolHandlerType What>
+String onProtocolHandler(WebKitPage& page, const Details& details) {
+  if (!page.parts()) return {};
+  return page.parts()->apis.protocolHandler(
+      What, {details.text(0), details.text(1), details.text(2), details.text(3)});
+}
+
+String onIsSearchProviderInstalled(WebKitPage& page, const Details& details) {
+  if (!page.parts()) return {};
+  return String(std::to_string(page.parts()->apis.isSearchProviderInstalled(details.text(0))));
+}
+
 String onClipboard(WebKitPage& page, const Details& details) {
   page.raise(details.text(0) == String("read") ? OrvWebEvent::ClipboardRead
                                                : OrvWebEvent::ClipboardWrite);
@@ -168,7 +204,11 @@ using Caret = OrvWebCaretChangedEvent;
 using Selection = OrvWebSelectionChangedEvent;
 using Exception = OrvWebJavaScriptExceptionEvent;
 using Control = OrvWebFormControlEvent;
+using Handlers = OrvWebProtocolHandlerType;
+using SearchProvider = OrvWebAddSearchProviderRequestEvent;
 constexpr std::pair<const char*, Handler> handlers[] = {
+    {"addSearchProvider", raiseEvent<SearchProvider, &SearchProvider::url>},
+    {"alive", onAlive},
     {"caret",
      raiseEvent<Caret, &Caret::rectX, &Caret::rectY, &Caret::rectWidth, &Caret::rectHeight>},
     {"clipboard", onClipboard},
@@ -181,7 +221,11 @@ constexpr std::pair<const char*, Handler> handlers[] = {
     {"exception", raiseEvent<Exception, &Exception::exception, &Exception::file, &Exception::line>},
     {"functionResult", onFunctionResult},
     {"keyLeft", onKeyLeft},
+    {"isProtocolHandlerRegistered", onProtocolHandler<Handlers::IsRegistered>},
+    {"isSearchProviderInstalled", onIsSearchProviderInstalled},
+    {"lockOrientation", onLockOrientation},
     {"pinch", onPinch},
+    {"registerProtocolHandler", onProtocolHandler<Handlers::Register>},
     {"rendered", onRendered},
     {"resource", onResource},
     {"scrolled", update<&PageState::scrollPosition>},
@@ -189,7 +233,10 @@ constexpr std::pair<const char*, Handler> handlers[] = {
                              &Selection::startWidth, &Selection::startHeight, &Selection::endX,
                              &Selection::endY, &Selection::endWidth, &Selection::endHeight>},
     {"tooltip", update<&PageState::tooltip>},
-    {"videoFullScreen", update<&PageState::isVideoFullScreen>},
+    {"unlockOrientation", onUnlockOrientation},
+    {"unregisterProtocolHandler", onProtocolHandler<Handlers::Unregister>},
+    {"videoFullScreen", onVideoFullScreen},
+    {"width", onWidth},
     {"windowObjectCleared", onWindowObjectCleared},
 };
 
@@ -221,6 +268,9 @@ std::uint32_t watchedBy(const PageClient& client) {
   if (client.wants(OrvWebEvent::NetworkResourceRequested) &&
       client.settings().isEnableNetworkResourceRequestedEvents) {
     watched |= static_cast<std::uint32_t>(Watched::Resources);
+  }
+  if (client.settings().isZoomToFitWidthOnLoad) {
+    watched |= static_cast<std::uint32_t>(Watched::Width);
   }
   return watched;
 }

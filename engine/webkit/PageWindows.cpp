@@ -45,6 +45,8 @@ GtkWidget* PageWindows::onCreate(WebKitWebView* view, WebKitNavigationAction* ac
   event.waitHandle = nextQuestionNumber();
   event.view = opener->client()->popupView();
   const unsigned int number = event.waitHandle();
+  // The opener stands still for as long as this takes.
+  const auto pause = opener->parts()->watch.pauseFor();
   opener->raise(event);
   if (!opener->client() || event.isPreventDefault() ||
       event.action() == OrvWebOpenWindowAction::DISCARD) {

@@ -12,6 +12,7 @@
 #include "platform/Log.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <utility>
@@ -31,30 +32,17 @@ namespace {
 // are off; these milliseconds after the load cover every case that was seen.
 constexpr std::array<guint, 4> redrawTimes{50, 200, 600, 1200};
 
-// The engine goes into full screen and out of it in steps that it does not tell the end of, and a
-// view that is destroyed between two of them takes the program with it. So many milliseconds after
-// the first step they are over.
-constexpr guint fullScreenLinger = 1000;
-
-void destroyLater(WebKitWebView* view) {
-  g_object_ref(view);
-  gtk_widget_hide(GTK_WIDGET(view));
-  gtk_container_remove(GTK_CONTAINER(gtk_widget_get_parent(GTK_WIDGET(view))), GTK_WIDGET(view));
-  g_timeout_add(
-      fullScreenLinger,
-      [](gpointer data) -> gboolean {
-        gtk_widget_destroy(GTK_WIDGET(data));
-        g_object_unref(data);
-        return G_SOURCE_REMOVE;
-      },
-      view);
-}
-
 // The engine connects ahead of the load of a page. It gives that up after ten seconds, or when it
 // does not know the server's certificate; and when the load has taken the connection over just
 // then, the load is cancelled with it, although nobody wants that. What is asked for again gets a
 // connection of its own, and by so many times also one that is not given up at the wrong moment.
 constexpr unsigned int mostRepeats = 5;
+
+// What the module in the page's process has to know.
+constexpr std::array settingsOfModule{
+    WebViewSetting::isDeferNetworkingAndJavaScript, WebViewSetting::isEnableDownloadableBinaryFonts,
+    WebViewSetting::isEnableNetworkResourceRequestedEvents, WebViewSetting::isStandalone,
+    WebViewSetting::isZoomToFitWidthOnLoad};
 
 bool isFailedStatus(guint status) {
   return status >= 400;
@@ -101,8 +89,6 @@ WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
   connect("load-changed", onLoadChanged);
   connect("load-failed", onLoadFailed);
   connect("web-process-terminated", onProcessEnded);
-  connect("enter-fullscreen", onEnterFullscreen);
-  connect("leave-fullscreen", onLeaveFullscreen);
   parts_ = std::make_unique<Parts>(*this, view_);
   parts_->settings.setAllowedOrigins(allowedOrigins_);
   if (zoom_ != 1) webkit_web_view_set_zoom_level(view_, zoom_);
@@ -119,21 +105,19 @@ void WebKitPage::close() {
 }
 
 void WebKitPage::dropView() {
-  link_.store(nullptr);
+  // A process that stands still could not end.
+  if (const auto link = link_.exchange(nullptr); link && setup_.deferred) {
+    link->changeSetup(number_, link_protocol::PageSetup());
+  }
   if (!view_) return;
   engine_.links().forgetPage(number_);
   number_ = 0;
   engine_.downloads().forgetPage(view_);
   failureFollows_ = showingFailure_ = repeating_ = false;
-  parts_.reset();
   g_signal_handlers_disconnect_by_data(view_, this);
-  const gint64 since = g_get_monotonic_time() - fullScreenMoment_;
-  if (inFullScreen_ ||
-      (fullScreenMoment_ != 0 && since < fullScreenLinger * G_TIME_SPAN_MILLISECOND)) {
-    destroyLater(view_);
-  } else {
-    gtk_widget_destroy(GTK_WIDGET(view_));
-  }
+  const bool later = parts_ && parts_->fullScreen.isMoving();
+  parts_.reset();
+  PageFullScreen::destroy(view_, later);
   view_ = nullptr;
 }
 
@@ -175,6 +159,7 @@ void WebKitPage::loadContent(const String& content, const String& mimeType, cons
 void WebKitPage::startLoad(std::function<void()> load) {
   repeats_ = 0;
   unstartedLoad_ = std::move(load);
+  if (parts_ && parts_->watch.isStuck()) return parts_->watch.endProcess();
   // The engine loses what is asked for while it begins to show a page of its own.
   if (!failureFollows_ && !showingFailure_ && !startsLater_) unstartedLoad_();
 }
@@ -198,11 +183,13 @@ void WebKitPage::startLater() {
 }
 
 void WebKitPage::reload() {
+  if (parts_ && parts_->watch.isStuck()) return load(client_->pageState().location);
   if (view_) webkit_web_view_reload(view_);
 }
 
 void WebKitPage::stop() {
   unstartedLoad_ = nullptr;
+  if (parts_ && parts_->watch.isStuck()) return parts_->watch.endProcess();
   // The page about a failure is there at once, and must be told of before anything else can load.
   if (view_ && !failureFollows_ && !showingFailure_) webkit_web_view_stop_loading(view_);
 }
@@ -242,7 +229,8 @@ bool WebKitPage::restoreSession(const String& session, int position) {
 
 void WebKitPage::tryClose() {
   closeRequested_ = view_ != nullptr;
-  if (view_) return webkit_web_view_try_close(view_);
+  // What stands still cannot be asked.
+  if (view_ && !setup_.deferred) return webkit_web_view_try_close(view_);
   // Nothing was loaded that could object.
   if (client_) client_->closeAllowed();
 }
@@ -253,10 +241,11 @@ void WebKitPage::settingChanged(WebViewSetting setting) {
   if (setting == WebViewSetting::isEnableWebInspector && parts_) {
     parts_->inspector.message(String(), hasFrontEnd_);
   }
-  if (setting == WebViewSetting::isEnableDownloadableBinaryFonts ||
-      setting == WebViewSetting::isStandalone ||
-      setting == WebViewSetting::isEnableNetworkResourceRequestedEvents) {
-    sendSetup();
+  if (setting == WebViewSetting::javaScriptInterruptTimeout && parts_) parts_->watch.limitChanged();
+  if (std::ranges::find(settingsOfModule, setting) != settingsOfModule.end()) sendSetup();
+  // Last: it raises an event, and the page may be gone after that.
+  if (setting == WebViewSetting::fullScreenVideoCapable && parts_) {
+    parts_->fullScreen.capableChanged();
   }
 }
 
@@ -301,6 +290,8 @@ void WebKitPage::refreshSetup() {
   setup_.downloadableFonts = settings.isEnableDownloadableBinaryFonts;
   setup_.standalone = settings.isStandalone;
   setup_.watched = watchedBy(*client_);
+  // The page that drives the program could never be released.
+  setup_.deferred = settings.isDeferNetworkingAndJavaScript && !setup_.drivesApplication;
 }
 
 void WebKitPage::act(const char* action, std::vector<JavaScriptVariant> arguments) {
@@ -311,6 +302,7 @@ void WebKitPage::act(const char* action, std::vector<JavaScriptVariant> argument
 
 void WebKitPage::setZoom(double level) {
   zoom_ = level;
+  if (parts_) parts_->fit.zoomChosen();
   if (view_) webkit_web_view_set_zoom_level(view_, level);
   updateScale();
 }
@@ -469,25 +461,6 @@ void WebKitPage::onFavicon(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
       faviconFrom(webkit_web_view_get_favicon(view), address));
 }
 
-gboolean WebKitPage::onEnterFullscreen(WebKitWebView*, WebKitPage* page) {
-  const auto self = page->shared_from_this();
-  self->fullScreenMoment_ = g_get_monotonic_time();
-  self->inFullScreen_ = true;
-  OrvWebFullScreenEnteringEvent event;
-  self->raise(event);
-  if (event.isPreventDefault()) return TRUE;
-  self->raise(OrvWebEvent::FullScreenEnter);
-  return FALSE;
-}
-
-gboolean WebKitPage::onLeaveFullscreen(WebKitWebView*, WebKitPage* page) {
-  const auto self = page->shared_from_this();
-  self->fullScreenMoment_ = g_get_monotonic_time();
-  self->inFullScreen_ = false;
-  self->raise(OrvWebEvent::FullScreenExit);
-  return FALSE;
-}
-
 void WebKitPage::listenToPage() {
   if (number_ != 0) engine_.links().forgetPage(number_);
   number_ = webkit_web_view_get_page_id(view_);
@@ -538,6 +511,10 @@ void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKi
       self->repeats_ = 0;
       self->supplied_ = String();
       if (!self->showingFailure_ && !self->parts_->security.committed()) break;
+      if (!self->parts_) break;
+      self->parts_->fit.documentGone();
+      self->parts_->fullScreen.documentGone();
+      if (self->parts_) self->parts_->apis.documentGone();
       if (!self->parts_) break;
       self->parts_->navigation.committed();
       self->raise(OrvWebEvent::DocumentLoadCommitted);
@@ -618,6 +595,9 @@ void WebKitPage::onProcessEnded(WebKitWebView* view, WebKitWebProcessTermination
                                 WebKitPage* page) {
   const auto self = page->shared_from_this();
   self->link_.store(nullptr);
+  if (self->parts_) self->parts_->watch.processEnded();
+  if (self->parts_) self->parts_->fullScreen.documentGone();
+  if (!self->view_) return;
   const char* why = reason == WEBKIT_WEB_PROCESS_EXCEEDED_MEMORY_LIMIT ? "used too much memory"
                     : reason == WEBKIT_WEB_PROCESS_CRASHED             ? "crashed"
                                                                        : "was ended";

@@ -3,7 +3,10 @@
 
 #include "engine/Enumerations.h"
 #include "engine/Page.h"
+#include "engine/webkit/PageApis.h"
 #include "engine/webkit/PageFind.h"
+#include "engine/webkit/PageFit.h"
+#include "engine/webkit/PageFullScreen.h"
 #include "engine/webkit/PageHistory.h"
 #include "engine/webkit/PageInput.h"
 #include "engine/webkit/PageInspector.h"
@@ -13,6 +16,7 @@
 #include "engine/webkit/PageQuestions.h"
 #include "engine/webkit/PageSecurity.h"
 #include "engine/webkit/PageSettings.h"
+#include "engine/webkit/PageWatch.h"
 #include "engine/webkit/PageWindows.h"
 #include "engine/webkit/Resources.h"
 #include "engine/webkit/WebProcessLinks.h"
@@ -106,6 +110,13 @@ class WebKitPage final : public Page,
     if (client_) client_->update<Member>(std::move(value));
   }
   WebKitEngine& engine() { return engine_; }
+  const Tessel::Platform::Graphics::Window& window() const { return window_; }
+  // False while the page has no process that could be asked; its answer goes to the watch.
+  bool askWhetherAlive() {
+    const auto link = link_.load();
+    if (link) link->ping(number_);
+    return link != nullptr;
+  }
   // How much larger the user has pulled the document with two fingers, on top of its zoom.
   void setPinch(double factor);
   // The page has let a key go that the engine does not give back.
@@ -127,7 +138,6 @@ class WebKitPage final : public Page,
   // Becomes the window that another page opens; false when it is something already.
   bool becomeWindowOf(WebKitWebView* opener) { return !view_ && makeView(opener) != nullptr; }
 
- private:
   // What works on the engine's view, made and gone with it.
   struct Parts {
     Parts(WebKitPage& page, WebKitWebView* view)
@@ -141,7 +151,11 @@ class WebKitPage final : public Page,
           find(page, view),
           menu(page, view),
           notifications(page, view),
-          inspector(page, view) {}
+          inspector(page, view),
+          fullScreen(page, view),
+          fit(page, view),
+          apis(page),
+          watch(page, view) {}
 
     PageInput input;  // before the settings, which may take the input method away
     PageSettings settings;
@@ -154,8 +168,15 @@ class WebKitPage final : public Page,
     PageMenu menu;
     PageNotifications notifications;
     PageInspector inspector;
+    PageFullScreen fullScreen;
+    PageFit fit;
+    PageApis apis;
+    PageWatch watch;
   };
+  // Null while there is no view. Every event that is raised may make it so.
+  Parts* parts() { return parts_.get(); }
 
+ private:
   static void onPageNumber(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onTitle(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onLocation(WebKitWebView*, GParamSpec*, WebKitPage* self);
@@ -165,8 +186,6 @@ class WebKitPage final : public Page,
   static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, WebKitPage* self);
   static gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent, const gchar* uri, GError* error,
                                WebKitPage* self);
-  static gboolean onEnterFullscreen(WebKitWebView*, WebKitPage* self);
-  static gboolean onLeaveFullscreen(WebKitWebView*, WebKitPage* self);
   static void onProcessEnded(WebKitWebView*, WebKitWebProcessTerminationReason reason,
                              WebKitPage* self);
 
@@ -200,8 +219,6 @@ class WebKitPage final : public Page,
   std::unique_ptr<Parts> parts_;        // there as long as the view
   std::vector<String> allowedOrigins_;  // for a view that is not made yet
   bool hasFrontEnd_ = false;            // an inspector's
-  bool inFullScreen_ = false;
-  gint64 fullScreenMoment_ = 0;  // of the last step into or out of it; 0 for none
   double zoom_ = 1;
   double pinch_ = 1;
 

@@ -195,7 +195,7 @@ class EngineTest : public ProgramTest, public testing::WithParamInterface<const 
     const std::string arguments = "?process=" + std::string(GetParam()) +
                                   "&server=" + server.address() + "&secure=" + secure.address() +
                                   "&folder=" + folder_.string();
-    for (const char* suite : {"engine.html", "resources.html", "input.html"}) runSuite(suite + arguments);
+    for (const char* suite : {"engine.html", "resources.html", "input.html", "pageapis.html"}) runSuite(suite + arguments);
   }
 };
 

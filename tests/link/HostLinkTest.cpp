@@ -45,7 +45,9 @@ class HostLinkTest : public testing::Test, protected HostLinkDelegate {
   void setupChanged(std::uint64_t number, const PageSetup& setup) override {
     EXPECT_EQ(number, page);
     ran_ += setup.callbackObject ? "allowed " : "forbidden ";
+    deferred_ = setup.deferred;
   }
+  bool isDeferred() const override { return deferred_; }
 
   void post(const char* function) {
     host_.send(FrameKind::PostFunction, 0, page, encode(PostedCall{{{function}, {}}, {}}));
@@ -70,6 +72,7 @@ class HostLinkTest : public testing::Test, protected HostLinkDelegate {
   std::unique_ptr<HostLink> link_;
   ScriptedPeer host_;
   std::string ran_;  // what the delegate did
+  bool deferred_ = false;
   std::function<void(const std::string&)> onCall_;
 };
 
@@ -134,6 +137,53 @@ TEST_F(HostLinkTest, NestedQuestionsGetTheirOwnAnswersInAnyOrder) {
   EXPECT_EQ(inner, "to inner");
   EXPECT_EQ(ran_, "nest ");
   EXPECT_TRUE(runUntilRan("nest posted ")) << ran_;
+}
+
+TEST_F(HostLinkTest, APingIsAnsweredEvenInsideAQuestion) {
+  const auto isAlive = [&] { return host_.next(FrameKind::Report).payload; };
+  const std::string alive = encode(FunctionCall{{"alive"}, {}});
+  Script host([&] {
+    const Frame question = host_.next(FrameKind::NativeCall);
+    host_.send(FrameKind::Ping, 0, page, "");
+    EXPECT_EQ(isAlive(), alive);
+    host_.answer(question, "answer");
+  });
+  EXPECT_EQ(ask("question"), "answer");
+}
+
+TEST_F(HostLinkTest, AProcessThatStandsStillServesTheProgramAndNothingElse) {
+  bool otherRan = false;
+  g_idle_add(
+      [](gpointer ran) -> gboolean {
+        *static_cast<bool*>(ran) = true;
+        return G_SOURCE_REMOVE;
+      },
+      &otherRan);
+  PageSetup deferred;
+  deferred.deferred = true;
+  Script host([&] {
+    const Frame question = host_.next(FrameKind::NativeCall);
+    host_.send(FrameKind::SetupChanged, 0, page, encode(deferred));
+    host_.answer(question, "an open question goes first");
+    call(1, "a");
+    expectValue(1, "value of a");
+    host_.send(FrameKind::Ping, 0, page, "");
+    host_.next(FrameKind::Report);
+    EXPECT_FALSE(otherRan);
+    host_.send(FrameKind::SetupChanged, 0, page, encode(PageSetup()));
+    post("b");
+  });
+  EXPECT_EQ(ask("question"), "an open question goes first");
+  link_->standStill();
+  EXPECT_TRUE(runUntilRan("forbidden a forbidden b ")) << ran_;
+  EXPECT_TRUE(iterateUntil([&] { return otherRan; }));
+}
+
+TEST_F(HostLinkTest, AProcessThatStandsStillGoesOnWhenTheProgramIsGone) {
+  deferred_ = true;
+  host_ = ScriptedPeer(UniqueFd());
+  link_->standStill();
+  EXPECT_EQ(ask("question"), "(nothing)");
 }
 
 TEST_F(HostLinkTest, AQuestionToAProgramThatHasGoneGivesNothing) {

@@ -29,6 +29,7 @@ enum class FrameKind : std::uint32_t {
   PostFunction,  // run it when no native call is going on
   CallFunction,  // run it now; asks for its value
   SetupChanged,  // the page's PageSetup has changed
+  Ping,          // asks whether the process does anything but run a script; reported as alive
   // From both.
   Answer,  // to the frame with the same id
 };
@@ -65,6 +66,7 @@ enum class Watched : std::uint32_t {
   FormControls = 1u << 5,
   Resources = 1u << 6,
   Keys = 1u << 7,
+  Width = 1u << 8,
 };
 
 // What the module must know about a page before its first document.
@@ -75,6 +77,7 @@ struct PageSetup {
   bool downloadableFonts = true;  // its documents may load fonts
   bool standalone = false;        // navigator.standalone is there and true
   std::uint32_t watched = 0;      // what it is looked at for; see Watched
+  bool deferred = false;          // its process stands still, but for what the program asks
 };
 
 enum class DialogKind : std::uint8_t { Alert, Confirm, Prompt, Print };

@@ -54,6 +54,7 @@ gboolean HostLink::onReadable(gint, GIOCondition, gpointer data) {
   auto* self = static_cast<HostLink*>(data);
   const bool alive = self->socket_.receive(self->arrived_, LinkSocket::Mode::Poll);
   self->serveArrived();
+  self->standStill();
   if (alive) return G_SOURCE_CONTINUE;
   self->readSource_ = 0;
   self->breakLink();
@@ -64,6 +65,7 @@ gboolean HostLink::onIdle(gpointer data) {
   auto* self = static_cast<HostLink*>(data);
   self->idleSource_ = 0;
   self->serveArrived();
+  self->standStill();
   return G_SOURCE_REMOVE;
 }
 
@@ -78,10 +80,21 @@ void HostLink::serveArrived() {
       runPosts();
     } else if (frame.kind == FrameKind::CallFunction) {
       serveCall(frame);
-    } else if (frame.kind == FrameKind::SetupChanged) {
-      applySetup(frame);
+    } else {
+      serveAside(frame);
     }
   }
+}
+
+void HostLink::standStill() {
+  // An open question goes first; its end comes by here again.
+  if (standsStill_ || openQuestions_ > 0) return;
+  standsStill_ = true;
+  while (!broken_ && delegate_.isDeferred()) {
+    if (arrived_.empty() && !socket_.receive(arrived_, LinkSocket::Mode::Wait)) breakLink();
+    serveArrived();
+  }
+  standsStill_ = false;
 }
 
 void HostLink::runPosts() {
@@ -114,9 +127,14 @@ void HostLink::serveCall(const Frame& frame) {
   }
 }
 
-void HostLink::applySetup(const Frame& frame) {
+// What runs nothing of a page, and so need not wait for anything.
+void HostLink::serveAside(const Frame& frame) {
   link_protocol::PageSetup setup;
-  if (decode(frame.payload, setup)) delegate_.setupChanged(frame.page, setup);
+  if (frame.kind == FrameKind::SetupChanged && decode(frame.payload, setup)) {
+    delegate_.setupChanged(frame.page, setup);
+  } else if (frame.kind == FrameKind::Ping) {
+    tell(FrameKind::Report, frame.page, encode(FunctionCall{{"alive"}, {}}));
+  }
 }
 
 std::optional<std::string> HostLink::ask(FrameKind kind, std::uint64_t page,
@@ -159,10 +177,8 @@ std::optional<std::string> HostLink::ask(FrameKind kind, std::uint64_t page,
       case FrameKind::PostFunction:
         posts_.push_back(std::move(frame));
         break;
-      case FrameKind::SetupChanged:
-        applySetup(frame);
-        break;
       default:
+        serveAside(frame);
         break;
     }
   }
@@ -172,7 +188,8 @@ std::optional<std::string> HostLink::ask(FrameKind kind, std::uint64_t page,
 
 // What came in behind the answer is in our hands already: the socket will not tell of it again.
 void HostLink::serveLater() {
-  if (broken_ || idleSource_ != 0 || (arrived_.empty() && posts_.empty())) return;
+  const bool nothing = arrived_.empty() && posts_.empty() && !delegate_.isDeferred();
+  if (broken_ || idleSource_ != 0 || nothing) return;
   idleSource_ = g_idle_add_full(G_PRIORITY_DEFAULT, onIdle, this, nullptr);
 }
 

@@ -20,6 +20,8 @@ class HostLinkDelegate {
   virtual JavaScriptVariant callFunction(std::uint64_t page, const FunctionCall& call) = 0;
   virtual void act(std::uint64_t page, const FunctionCall& action) = 0;
   virtual void setupChanged(std::uint64_t page, const link_protocol::PageSetup& setup) = 0;
+  // Whether the process shall stand still, but for what the program asks.
+  virtual bool isDeferred() const { return false; }
 };
 
 class HostLink {
@@ -37,6 +39,9 @@ class HostLink {
   std::optional<std::string> ask(link_protocol::FrameKind kind, std::uint64_t page,
                                  std::string_view payload);
   void tell(link_protocol::FrameKind kind, std::uint64_t page, std::string_view payload);
+  // Serves the program, and does nothing else, for as long as the delegate is deferred and the
+  // program is there.
+  void standStill();
 
  private:
   HostLink(link_protocol::LinkSocket socket, HostLinkDelegate& delegate);
@@ -44,9 +49,9 @@ class HostLink {
   static gboolean onReadable(gint fd, GIOCondition condition, gpointer self);
   static gboolean onIdle(gpointer self);
   void serveArrived();
+  void serveAside(const link_protocol::Frame& frame);
   void runPosts();
   void serveCall(const link_protocol::Frame& frame);
-  void applySetup(const link_protocol::Frame& frame);
   void serveLater();
   void breakLink();
 
@@ -55,6 +60,7 @@ class HostLink {
   guint readSource_ = 0;
   guint idleSource_ = 0;
   bool broken_ = false;
+  bool standsStill_ = false;
   std::uint32_t lastId_ = 0;
   unsigned int openQuestions_ = 0;
   std::deque<link_protocol::Frame> arrived_;  // in order, not yet looked at

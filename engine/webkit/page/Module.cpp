@@ -3,6 +3,7 @@
 // functions, and adds the extra headers of requests. Web process, main thread only.
 #include "engine/webkit/link/ObjectPointer.h"
 #include "engine/webkit/page/HostLink.h"
+#include "engine/webkit/page/PageApi.h"
 #include "engine/webkit/page/PageScripts.h"
 #include "engine/webkit/page/Probe.h"
 
@@ -10,6 +11,7 @@
 #include <libsoup/soup.h>
 #include <webkit2/webkit-web-extension.h>
 
+#include <algorithm>
 #include <map>
 #include <memory>
 
@@ -40,6 +42,7 @@ class Module final : public HostLinkDelegate {
   JavaScriptVariant callFunction(std::uint64_t page, const FunctionCall& call) override;
   void setupChanged(std::uint64_t page, const PageSetup& setup) override;
   void act(std::uint64_t page, const FunctionCall& action) override;
+  bool isDeferred() const override;
 
   JSCValue* callNative(std::uint64_t page, GPtrArray* arguments);
   JSCValue* runDialog(std::uint64_t page, DialogKind kind, GPtrArray* arguments);
@@ -152,6 +155,14 @@ void Module::onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer da
   // Before the page's first document: it must find its functions.
   const auto answer = self->link_->ask(FrameKind::PageCreated, number, std::string_view());
   if (answer) decode(*answer, record.setup);
+  // Before it asks for anything.
+  self->link_->standStill();
+}
+
+// The engine has one thread for all pages of the process: with one, all stand still.
+bool Module::isDeferred() const {
+  return std::any_of(pages_.begin(), pages_.end(),
+                     [](const auto& page) { return page.second.setup.deferred; });
 }
 
 void Module::onPageGone(gpointer number, GObject*) {
@@ -171,6 +182,14 @@ void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page
   record.functions = makePageFunctions(context.get());
   if (record.setup.callbackObject) exposeNativeFunctions(context.get(), record.functions, number);
   if (record.setup.drivesApplication) replaceDialogs(context.get(), record.functions, number);
+  // What the page that drives the program would ask, nobody else could answer.
+  if (!record.setup.drivesApplication) {
+    definePageApi(context.get(), [self, number](const FunctionCall& call, bool waits) {
+      if (waits) return self->link_->ask(FrameKind::Ask, number, encode(call)).value_or("");
+      self->report(number, call);
+      return std::string();
+    });
+  }
   self->prepareDocument(context.get(), number, record);
   // The probe's world is made by asking for it.
   const ObjectPointer<JSCContext> probe(

@@ -93,6 +93,20 @@ JavaScriptVariant fromScript(JSCValue* value, const PageFunctions& functions) {
   return JavaScriptVariant::object();
 }
 
+FunctionCall callFrom(const GPtrArray* arguments, const PageFunctions& functions) {
+  FunctionCall call;
+  for (guint i = 0; i < arguments->len; ++i) {
+    const JavaScriptVariant value =
+        fromScript(static_cast<JSCValue*>(g_ptr_array_index(arguments, i)), functions);
+    if (i == 0) {
+      call.path.push_back(value.stringValue());
+    } else {
+      call.arguments.push_back(value);
+    }
+  }
+  return call;
+}
+
 JavaScriptVariant callPageFunction(JSCContext* context, const PageFunctions& functions,
                                    const FunctionCall& call, std::string& problem) {
   if (call.path.empty()) return {};

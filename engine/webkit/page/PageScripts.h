@@ -26,6 +26,8 @@ std::string bytesOf(JSCValue* text);
 
 JSCValue* toScript(JSCContext* context, const JavaScriptVariant& value);
 JavaScriptVariant fromScript(JSCValue* value, const PageFunctions& functions);
+// What a script of ours tells: the first argument names it. Without any, the path is empty.
+FunctionCall callFrom(const GPtrArray* arguments, const PageFunctions& functions);
 
 // Calls a function by its path from the global object, with the object that holds it as this.
 // Undefined when it does not exist or throws; problem tells of what was thrown.

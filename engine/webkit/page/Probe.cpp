@@ -15,16 +15,7 @@ struct Reporter {
 // report(what, ...values) of the script.
 JSCValue* onReport(GPtrArray* arguments, gpointer data) {
   const auto* reporter = static_cast<Reporter*>(data);
-  FunctionCall report;
-  for (guint i = 0; i < arguments->len; ++i) {
-    const JavaScriptVariant value =
-        fromScript(static_cast<JSCValue*>(g_ptr_array_index(arguments, i)), reporter->functions);
-    if (i == 0) {
-      report.path.push_back(value.stringValue());
-    } else {
-      report.arguments.push_back(value);
-    }
-  }
+  const FunctionCall report = callFrom(arguments, reporter->functions);
   if (!report.path.empty()) reporter->report(report);
   return jsc_value_new_undefined(jsc_context_get_current());
 }
@@ -47,7 +38,8 @@ void Probe::start(JSCContext* context, Report report) {
 void Probe::watch(std::uint32_t watched) {
   FunctionCall call{{"watch"}, {}};
   for (const Watched one : {Watched::Selection, Watched::Caret, Watched::Rendering,
-                            Watched::Clipboard, Watched::FormControls, Watched::Keys}) {
+                            Watched::Clipboard, Watched::FormControls, Watched::Keys,
+                            Watched::Width}) {
     call.arguments.emplace_back((watched & static_cast<std::uint32_t>(one)) != 0);
   }
   if (actions_) act(call);

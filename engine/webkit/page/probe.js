@@ -17,7 +17,7 @@
   };
 
   const watched = { selection: false, caret: false, rendering: false, clipboard: false,
-    controls: false, keys: false };
+    controls: false, keys: false, width: false };
 
   const root = () => document.scrollingElement || document.documentElement;
 
@@ -116,9 +116,12 @@
     tell('controls', position >= 0 && position + 1 < list.length, position > 0, position >= 0);
   };
 
+  const longestAddress = 4096;
   const fullScreenChanged = () => {
     const element = document.fullscreenElement;
-    tell('videoFullScreen', element instanceof HTMLVideoElement);
+    const isVideo = element instanceof HTMLVideoElement;
+    const source = isVideo ? element.currentSrc || element.src : '';
+    tell('videoFullScreen', isVideo, source.slice(0, longestAddress));
   };
 
   const clipboard = event => {
@@ -133,8 +136,15 @@
     setTimeout(() => event.defaultPrevented || report('keyLeft'), 0);
   };
 
+  // When a document is there, and when all that belongs to it is.
+  const measure = () => {
+    const element = root();
+    if (watched.width && element) report('width', element.scrollWidth, element.clientWidth);
+  };
+
   const started = () => {
     lookSoon();
+    measure();
     new ResizeObserver(resized).observe(document.documentElement);
     if (document.body) new ResizeObserver(resized).observe(document.body);
   };
@@ -142,9 +152,11 @@
   const listen = (target, type, listener) =>
     target.addEventListener(type, listener, { capture: true, passive: true });
   listen(window, 'load', resized);
-  listen(window, 'pageshow', () => {
+  listen(window, 'load', measure);
+  listen(window, 'pageshow', event => {
     told.clear();
     resized();
+    if (event.persisted) measure();
   });
   listen(window, 'resize', resized);
   listen(document, 'scroll', lookSoon);
@@ -172,9 +184,9 @@
   };
 
   return {
-    watch(selection, caret, rendering, clipboardUse, controlFocus, keys) {
+    watch(selection, caret, rendering, clipboardUse, controlFocus, keys, width) {
       Object.assign(watched, { selection, caret, rendering, clipboard: clipboardUse,
-        controls: controlFocus, keys });
+        controls: controlFocus, keys, width });
     },
     scrollTo(x, y) { scroll(x, y, 'instant'); },
     animateTo(x, y) { scroll(x, y, 'smooth'); },
