@@ -200,6 +200,7 @@ constexpr std::pair<Watched, OrvWebEvent::Type> watchedEvents[] = {
 }  // namespace
 
 String handleReport(WebKitPage& page, const FunctionCall& report) {
+  if (PageForms* forms = page.forms(); forms && forms->take(report)) return {};
   for (const auto& [name, handler] : handlers) {
     if (report.path.front() == String(name)) return handler(page, Details(report.arguments));
   }
@@ -214,6 +215,13 @@ std::uint32_t watchedBy(const PageClient& client) {
   if (client.wants(OrvWebEvent::NetworkResourceRequested) &&
       client.settings().isEnableNetworkResourceRequestedEvents) {
     watched |= static_cast<std::uint32_t>(Watched::Resources);
+  }
+  if (!client.settings().isPrivateBrowsing) {
+    const auto add = [&](bool isOn, Watched what) {
+      if (isOn) watched |= static_cast<std::uint32_t>(what);
+    };
+    add(client.settings().isEnableFormAutofill, Watched::FormTexts);
+    add(client.settings().isEnableCredentialAutofill, Watched::Logins);
   }
   return watched;
 }

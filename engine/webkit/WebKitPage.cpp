@@ -257,6 +257,8 @@ void WebKitPage::settingChanged(WebViewSetting setting) {
   }
   if (setting == WebViewSetting::isEnableDownloadableBinaryFonts ||
       setting == WebViewSetting::isStandalone ||
+      setting == WebViewSetting::isEnableFormAutofill ||
+      setting == WebViewSetting::isEnableCredentialAutofill ||
       setting == WebViewSetting::isEnableNetworkResourceRequestedEvents) {
     sendSetup();
   }
@@ -360,6 +362,18 @@ bool WebKitPage::hasTypingAttribute(const String& name) {
 
 void WebKitPage::runMenuItem(OrvWebContextMenuItem item) {
   if (parts_) parts_->menu.run(item);
+}
+
+void WebKitPage::fillField(const String& text) {
+  if (parts_) parts_->forms.fill(text);
+}
+
+void WebKitPage::forget(Remembered what) {
+  engine_.forget(what);
+}
+
+void WebKitPage::keepProxyLogin(const String& username, const String& password) {
+  engine_.setProxyLogin({{}, username, password});
 }
 
 void WebKitPage::runScript(const String& script, bool isolated, const String& resultId) {

@@ -64,6 +64,8 @@ enum class Watched : std::uint32_t {
   Clipboard = 1u << 4,
   FormControls = 1u << 5,
   Resources = 1u << 6,
+  FormTexts = 1u << 7,
+  Logins = 1u << 8,
 };
 
 // What the module must know about a page before its first document.
