@@ -76,9 +76,8 @@ bool FileLoginStore::save(const SavedLogin& login) {
 void FileLoginStore::forget(const String& place, const String& username) {
   file_.change([&](const String& before) {
     std::vector<SavedLogin> all = loginsOf(before);
-    std::erase_if(all, [&](const SavedLogin& one) {
-      return one.place == place && one.username == username;
-    });
+    std::erase_if(
+        all, [&](const SavedLogin& one) { return one.place == place && one.username == username; });
     return textOf(std::move(all));
   });
 }

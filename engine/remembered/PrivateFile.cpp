@@ -80,8 +80,7 @@ bool PrivateFile::hasChanged() {
 UniqueFd PrivateFile::lock() const {
   if (g_mkdir_with_parents(folder_.c_str(), 0700) != 0) return {};
   // Not the file itself: that is another one after each change.
-  UniqueFd lock(
-      ::open((path_ + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+  UniqueFd lock(::open((path_ + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
   for (int i = 0; lock && ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0; ++i) {
     if ((errno != EWOULDBLOCK && errno != EINTR) || i == mostTries) return {};
     std::this_thread::sleep_for(betweenTries);

@@ -50,8 +50,7 @@ void PageForms::fieldText(const Details& details) {
       !page_.wants(OrvWebEvent::FormAutofillRequestEvent)) {
     return;
   }
-  auto items =
-      page_.engine().texts().offered(details[0].stringValue(), details[1].stringValue());
+  auto items = page_.engine().texts().offered(details[0].stringValue(), details[1].stringValue());
   if (items.empty()) return endOffer();
   if (offering_ && items == offered_) return;
   offering_ = true;
@@ -130,6 +129,6 @@ void PageForms::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, PageFo
 }
 
 bool isForgetful(WebKitWebView* view) {
-  return webkit_website_data_manager_is_ephemeral(
-             webkit_web_view_get_website_data_manager(view)) != FALSE;
+  return webkit_website_data_manager_is_ephemeral(webkit_web_view_get_website_data_manager(view)) !=
+         FALSE;
 }

@@ -72,8 +72,8 @@ class OpenRequest : public OpenQuestion {
 void authenticate(WebKitAuthenticationRequest* request, const String& username,
                   const String& password) {
   // What is kept is kept by us.
-  WebKitCredential* credential = webkit_credential_new(username.utf8(), password.utf8(),
-                                                       WEBKIT_CREDENTIAL_PERSISTENCE_NONE);
+  WebKitCredential* credential =
+      webkit_credential_new(username.utf8(), password.utf8(), WEBKIT_CREDENTIAL_PERSISTENCE_NONE);
   webkit_authentication_request_authenticate(request, credential);
   webkit_credential_free(credential);
 }
@@ -239,8 +239,7 @@ gboolean PageQuestions::onAuthenticate(WebKitWebView*, WebKitAuthenticationReque
   const auto page = self->page_.shared_from_this();
   if (!page->client()) return FALSE;
   g_signal_connect_data(
-      request, "authenticated", G_CALLBACK(onAuthenticated),
-      new std::weak_ptr<WebKitPage>(page),
+      request, "authenticated", G_CALLBACK(onAuthenticated), new std::weak_ptr<WebKitPage>(page),
       [](gpointer data, GClosure*) { delete static_cast<std::weak_ptr<WebKitPage>*>(data); },
       GConnectFlags(0));
   if (self->answerFromSaved(request)) return TRUE;
@@ -318,9 +317,8 @@ void PageQuestions::offerToSave(const SavedLogin& login) {
   // The chrome is not told the password: it does not need it to ask.
   OrvWebDialogRequestedEvent event;
   event.dialogType = OrvWebDialogType::SaveCredential;
-  event.isNew = std::none_of(saved.begin(), saved.end(), [&](const SavedLogin& one) {
-    return one.username == login.username;
-  });
+  event.isNew = std::none_of(saved.begin(), saved.end(),
+                             [&](const SavedLogin& one) { return one.username == login.username; });
   event.url = login.place;
   event.username = login.username;
   event.waitHandle = nextQuestionNumber();

@@ -256,8 +256,7 @@ void WebKitPage::settingChanged(WebViewSetting setting) {
     parts_->inspector.message(String(), hasFrontEnd_);
   }
   if (setting == WebViewSetting::isEnableDownloadableBinaryFonts ||
-      setting == WebViewSetting::isStandalone ||
-      setting == WebViewSetting::isEnableFormAutofill ||
+      setting == WebViewSetting::isStandalone || setting == WebViewSetting::isEnableFormAutofill ||
       setting == WebViewSetting::isEnableCredentialAutofill ||
       setting == WebViewSetting::isEnableNetworkResourceRequestedEvents) {
     sendSetup();

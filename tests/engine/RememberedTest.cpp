@@ -2,11 +2,10 @@
 #include "engine/remembered/LoginStore.h"
 #include "engine/remembered/RememberedTexts.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-
-#include <fcntl.h>
 
 #include <filesystem>
 #include <fstream>

@@ -59,8 +59,8 @@ class Module final : public HostLinkDelegate {
 
   static void onDocumentLoaded(WebKitWebPage* page, gpointer self);
   static void onConsoleMessage(WebKitWebPage* page, WebKitConsoleMessage* message, gpointer self);
-  static void onSubmitForm(WebKitWebFormManager*, JSCValue* form, WebKitFormSubmissionStep step,
-                           WebKitFrame* source, WebKitFrame* target, gpointer page);
+  static void onSubmitForm(WebKitWebFormManager*, JSCValue* form, WebKitFrame* source,
+                           WebKitFrame* target, gpointer page);
   static void onFormsChanged(WebKitWebFormManager*, WebKitFrame* frame, GPtrArray* elements,
                              gpointer page);
   void report(WebKitWebPage* page, const char* what, std::vector<JavaScriptVariant> details);
@@ -166,10 +166,10 @@ void Module::onPageGone(gpointer number, GObject*) {
   module().pages_.erase(GPOINTER_TO_SIZE(number));
 }
 
-void Module::onSubmitForm(WebKitWebFormManager*, JSCValue* form, WebKitFormSubmissionStep step,
-                          WebKitFrame* source, WebKitFrame*, gpointer number) {
+void Module::onSubmitForm(WebKitWebFormManager*, JSCValue* form, WebKitFrame* source, WebKitFrame*,
+                          gpointer number) {
   // Forms of frames inside a page may be anybody's: they are left alone.
-  if (step != WEBKIT_FORM_SUBMISSION_WILL_COMPLETE || !webkit_frame_is_main_frame(source)) return;
+  if (!webkit_frame_is_main_frame(source)) return;
   const auto found = module().pages_.find(GPOINTER_TO_SIZE(number));
   if (found != module().pages_.end()) found->second.probe.formSubmitted(form);
 }

@@ -61,9 +61,9 @@ void Probe::start(JSCContext* context, Report report) {
 void Probe::startForms(JSCValue* report) {
   JSCContext* context = context_.get();
   const ObjectPointer<JSCValue> script(jsc_context_evaluate(context, formsScript, -1));
-  const ObjectPointer<JSCValue> fill(jsc_value_new_function(
-      context, "fill", G_CALLBACK(onFill), nullptr, nullptr, G_TYPE_NONE, 2, JSC_TYPE_VALUE,
-      G_TYPE_STRING));
+  const ObjectPointer<JSCValue> fill(jsc_value_new_function(context, "fill", G_CALLBACK(onFill),
+                                                            nullptr, nullptr, G_TYPE_NONE, 2,
+                                                            JSC_TYPE_VALUE, G_TYPE_STRING));
   const ObjectPointer<JSCValue> isEdited(
       jsc_value_new_function(context, "isEdited", G_CALLBACK(onIsEdited), nullptr, nullptr,
                              G_TYPE_BOOLEAN, 1, JSC_TYPE_VALUE));
@@ -113,8 +113,7 @@ std::string Probe::act(const FunctionCall& action) {
     arguments.emplace_back(toScript(context_.get(), argument));
     parameters.push_back(arguments.back().get());
   }
-  const ObjectPointer<JSCValue> result(
-      jsc_value_object_invoke_methodv(actions, name, static_cast<guint>(parameters.size()),
-                                      parameters.data()));
+  const ObjectPointer<JSCValue> result(jsc_value_object_invoke_methodv(
+      actions, name, static_cast<guint>(parameters.size()), parameters.data()));
   return takeException(context_.get());
 }
