@@ -46,6 +46,7 @@ export const DIALOGS = {
     cancel: 'Don’t save',
     // The page that sent it goes on to the next one at once.
     outlives: () => true,
+    isOnlyOne: true,
   }),
 };
 
@@ -94,6 +95,8 @@ export class Dialogs {
         view.dialogResponse(data.waitHandle, accepted, text, username, password);
         if (data.dialogType === 'BeforeUnloadConfirm' && !accepted) tab.stay();
       };
+      // The host keeps one of these at a time.
+      if (look.isOnlyOne) this.#questions.drop(tab, (question) => question.isOnlyOne);
       this.#questions.ask(tab, {
         ...look,
         answer,

@@ -35,14 +35,14 @@ PageForms::~PageForms() {
 }
 
 bool PageForms::take(const FunctionCall& report) {
-  for (const Handler& handler : handlers) {
-    if (report.path.front() != String(handler.report)) continue;
-    if (page_.client() && report.arguments.size() >= handler.leastDetails) {
-      (this->*handler.run)(report.arguments);
-    }
-    return true;
+  const auto* handler =
+      std::find_if(std::begin(handlers), std::end(handlers),
+                   [&](const Handler& one) { return report.path.front() == String(one.report); });
+  if (handler == std::end(handlers)) return false;
+  if (page_.client() && report.arguments.size() >= handler->leastDetails) {
+    (this->*handler->run)(report.arguments);
   }
-  return false;
+  return true;
 }
 
 void PageForms::fieldText(const Details& details) {

@@ -9,6 +9,7 @@
 #include "platform/Log.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 using Tessel::Platform::concat;
@@ -325,6 +326,8 @@ void PageQuestions::offerToSave(const SavedLogin& login) {
   page->raise(event);
   if (!page->client() || page->questions() != this) return;
   if (event.wait()) {
+    // One at a time: a page must not pile them up.
+    held_.erase(std::exchange(openSaving_, event.waitHandle()));
     hold(event.waitHandle(), std::move(question));
   } else {
     // Nothing is saved that nobody has said yes to.

@@ -65,4 +65,5 @@ class PageQuestions {
   WebKitPage& page_;
   WebKitWebView* view_;
   std::map<unsigned int, Held> held_;
+  unsigned int openSaving_ = 0;  // the number of the question whether to save a log-in
 };
