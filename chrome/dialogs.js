@@ -39,6 +39,15 @@ export const DIALOGS = {
       { name: 'password', label: 'Password', type: 'password', autocomplete: 'current-password' },
     ],
   }),
+  SaveCredential: ({ url, username, isNew }) => ({
+    title: isNew === false ? 'Save the new password?' : 'Save this log-in?',
+    message: `${username ? `“${username}”` : 'A password'} at ${placeOf(url.split(' ')[0])}. It will be filled in there, and lies unencrypted in a file of yours.`,
+    accept: 'Save',
+    cancel: 'Don’t save',
+    // The page that sent it goes on to the next one at once.
+    outlives: () => true,
+    isOnlyOne: true,
+  }),
 };
 
 const MARKUP = `
@@ -86,6 +95,8 @@ export class Dialogs {
         view.dialogResponse(data.waitHandle, accepted, text, username, password);
         if (data.dialogType === 'BeforeUnloadConfirm' && !accepted) tab.stay();
       };
+      // The host keeps one of these at a time.
+      if (look.isOnlyOne) this.#questions.drop(tab, (question) => question.isOnlyOne);
       this.#questions.ask(tab, {
         ...look,
         answer,

@@ -5,6 +5,7 @@ import { CertificateSheet, KnownCertificates } from './certificates.js';
 import { Dialogs } from './dialogs.js';
 import { EndedNotice } from './ended.js';
 import { FindBar } from './findbar.js';
+import { FieldList, shareProxyLogins } from './forms.js';
 import { onLongPress } from './history-panel.js';
 import { Infobar } from './infobar.js';
 import { call, isHosted, listBindings, MISSING, on, WebView } from './pagehost.js';
@@ -43,6 +44,8 @@ function start() {
   new StuckPages(new Infobar($('infobar'), tabs), tabs);
   new EndedNotice($('ended'), tabs);
   new Previews(tabs);
+  new FieldList(tabs);
+  shareProxyLogins(tabs);
   const platform = new Platform();
   answerPlatform(platform, tabs);
   const panels = makePanels({

@@ -1149,6 +1149,10 @@ export interface NativeFunctions {
   'windowTouchTracking.jsGetWindowTouchTrackingGroupCurrentDeltaY'(group: Numeric): NumberText;
   /** Real. Sets the parts of a window that need not be drawn, each told by four numbers: x, y, width, height, from the window's corner. What lies below shows there, and is clicked. Without any the window is whole again. */
   'window.setDiscardRects'(window: Numeric, ...rects: Numeric[]): '';
+  /** Real. The log-ins that are saved for the pages of all processes, a JSON array of {"place", "username"}, by place: an origin, for log-ins of HTTP with a space and the realm. Passwords are not told. See webview.setEnableCredentialAutofill. */
+  'remembered.logins'(): string;
+  /** Real. Forgets one of the log-ins that remembered.logins names; the others stay. */
+  'remembered.forgetLogin'(place: string, username: string): '';
   /** Real. Accepts a certificate for a host: pages of the host load with it and with no other. The certificate is its record, the record of a connection that failed, or PEM text; the result is 0 and nothing changes when it cannot be read. */
   'webview.addKnownSSLCertificate'(view: Numeric, host: string, certificate: CertificateText): BooleanText;
   /** Real. Accepts several certificates, an object of records by host. All of them or none: the result is 0 when one cannot be read. */
@@ -1169,7 +1173,7 @@ export interface NativeFunctions {
   'webview.arguments'(view: Numeric): string;
   /** Real. Gives the page the keyboard and focuses its first control (FocusDirectionTop) or its last one (FocusDirectionBottom). */
   'webview.assignFocus'(view: Numeric, direction: OrvWebFocusDirection): '';
-  /** Later. Would put a stored text into the field that FormAutofillRequestEvent was about. Nothing is stored for forms yet, so nothing happens. */
+  /** Real. Puts a text into the field that FormAutofillRequestEvent was about, as if it were typed; it need not be one of those that were offered. Nothing happens when that field has lost the focus since. */
   'webview.autofillTextField'(view: Numeric, text: string): '';
   /** Real. Raises AutomationLog with the message. */
   'webview.automationLog'(view: Numeric, message: string): '';
@@ -1191,7 +1195,7 @@ export interface NativeFunctions {
   'webview.chooseFileResponse'(view: Numeric, waitHandle: Numeric, files: string): '';
   /** Fixed. Nothing to free: getSSLCertificateDetails keeps nothing. */
   'webview.cleanupSSLCertificateDetails'(view: Numeric, details: JsonText<string[]>): '';
-  /** Later. Would forget what was stored for forms. Nothing is stored yet, so nothing happens. */
+  /** Real. Forgets the texts that were typed into forms, for the pages of all processes. */
   'webview.clearAutofillData'(view: Numeric): '';
   /** Real. Empties the history; the entry that is shown stays in it if wanted. */
   'webview.clearBackForwardList'(view: Numeric, keepCurrent: Flag): '';
@@ -1201,7 +1205,7 @@ export interface NativeFunctions {
   'webview.clearCache'(view: Numeric): '';
   /** Real. Deletes all cookies of the process, those of private browsing apart. */
   'webview.clearCookies'(view: Numeric): '';
-  /** Later. Would forget stored log-ins. None are stored yet, and what the engine remembers of a session cannot be dropped. */
+  /** Real. Forgets the log-ins that are saved, for the pages of all processes, and the one that this process keeps for proxies. A server at which a page has logged in keeps it until the program ends, as the engine does. */
   'webview.clearCredentials'(view: Numeric): '';
   /** Real. Deletes the IndexedDB databases of all sites. */
   'webview.clearDatabases'(view: Numeric): '';
@@ -1323,7 +1327,7 @@ export interface NativeFunctions {
   'webview.isEnableConsoleLogging'(view: Numeric): BooleanText;
   /** Real. Whether the page has cookies. */
   'webview.isEnableCookies'(view: Numeric): BooleanText;
-  /** Later. The value that was set, 0 at first. */
+  /** Real. Whether log-ins are saved and filled in; 0 at first. */
   'webview.isEnableCredentialAutofill'(view: Numeric): BooleanText;
   /** Real. Whether scripts of the page may read answers of all origins. */
   'webview.isEnableCrossSiteXHR'(view: Numeric): BooleanText;
@@ -1339,7 +1343,7 @@ export interface NativeFunctions {
   'webview.isEnableDownloadableBinaryFonts'(view: Numeric): BooleanText;
   /** Kept. The value that was set, 0 at first. */
   'webview.isEnableFineCursorControl'(view: Numeric): BooleanText;
-  /** Later. The value that was set, 0 at first. */
+  /** Real. Whether texts of forms are remembered and offered; 0 at first. */
   'webview.isEnableFormAutofill'(view: Numeric): BooleanText;
   /** Real. Whether pages may ask where they are. */
   'webview.isEnableGeolocation'(view: Numeric): BooleanText;
@@ -1519,7 +1523,7 @@ export interface NativeFunctions {
   'webview.setEnableConsoleLogging'(view: Numeric, enabled: Flag): '';
   /** Real. Whether the page has cookies, and whether the process takes those that come with answers: the latter is one switch for all web views that share their data. */
   'webview.setEnableCookies'(view: Numeric, enabled: Flag): '';
-  /** Later. Would fill in stored log-ins. The value is kept and reported; none are stored yet. */
+  /** Real. Saves log-ins and fills them in. When a page sends a form with a password, or a log-in of HTTP is accepted, and it is not saved so already, DialogRequested of type SaveCredential asks, with the origin as url and the username but without the password; it is saved when dialogResponse accepts, a username there taking the place of the old one, or when the answer sets a result. Log-in forms of that origin are filled in, and HTTP's log-ins answered, before DialogRequested asks for one. Passwords with autocomplete=off, forms in frames and private browsing are left alone. The passwords lie unencrypted in a file that only the user can read. */
   'webview.setEnableCredentialAutofill'(view: Numeric, enabled: Flag): '';
   /** Real. Whether scripts of the page may read answers of all origins. */
   'webview.setEnableCrossSiteXHR'(view: Numeric, enabled: Flag): '';
@@ -1535,7 +1539,7 @@ export interface NativeFunctions {
   'webview.setEnableDownloadableBinaryFonts'(view: Numeric, enabled: Flag): '';
   /** Kept. The value is kept; it is about touch screens. */
   'webview.setEnableFineCursorControl'(view: Numeric, enabled: Flag): '';
-  /** Later. Would offer stored texts in forms. The value is kept and reported; nothing is stored yet. */
+  /** Real. Remembers what is typed into text fields of forms that are sent, by the fields' names, and offers it with FormAutofillRequestEvent. Passwords, fields with autocomplete=off, frames and private browsing are left alone. */
   'webview.setEnableFormAutofill'(view: Numeric, enabled: Flag): '';
   /** Real. Whether pages may ask where they are, from the next document on. */
   'webview.setEnableGeolocation'(view: Numeric, enabled: Flag): '';
@@ -1661,7 +1665,7 @@ export interface NativeFunctions {
   'webview.stopAnimatedScroll'(view: Numeric): '';
   /** Real. Sends the form of the control that has the focus, after the checks that it asks for. */
   'webview.submitForm'(view: Numeric): '';
-  /** Later. Would answer log-ins of proxies. They are not kept yet, so nothing happens; the chrome is asked with DialogRequested. */
+  /** Real. Answers proxies that want a log-in with this one, in the process of the web view and as long as that runs; an empty username ends that. The event SyncProxyCredential tells of one that a proxy has accepted, to be passed on to other processes. */
   'webview.syncProxyCredential'(view: Numeric, username: string, password: string): '';
   /** Real. The encoding of the document. */
   'webview.textEncoding'(view: Numeric): string;

@@ -5,6 +5,7 @@ import { DownloadList, DownloadsPanel } from './downloads.js';
 import { FunctionsPanel } from './functions-panel.js';
 import { HistoryPanel } from './history-panel.js';
 import { InspectorPanel } from './inspector-panel.js';
+import { LoginsPanel } from './logins-panel.js';
 import { MenuPanel } from './menu-panel.js';
 import { NewTabPanel } from './new-tab-panel.js';
 import { PageInfoPanel } from './page-info.js';
@@ -27,6 +28,7 @@ export function makePanels({ tabs, store, platform, settings, known, find, openN
     settings: new SettingsPanel(tabs, settings),
     history: new HistoryPanel(tabs),
     inspector: new InspectorPanel(tabs),
+    logins: new LoginsPanel(),
     newTab: new NewTabPanel(tabs, openNewTab),
     screenshot: new ScreenshotPanel(tabs, list),
     siteData: new SiteDataPanel(tabs, store),
@@ -44,6 +46,7 @@ export function makePanels({ tabs, store, platform, settings, known, find, openN
     { label: 'Picture of the page', run: opens(panels.screenshot) },
     { label: 'Windows in motion', run: opens(panels.animations) },
     { label: 'Page information', run: opens(panels.pageInfo) },
+    { label: 'Saved log-ins', run: opens(panels.logins) },
     { label: 'Clear data', key: 'Ctrl+Shift+Del', run: opens(panels.siteData) },
     { label: 'Settings', key: 'Ctrl+,', run: opens(panels.settings) },
     { label: 'Shared objects', run: opens(panels.objects) },

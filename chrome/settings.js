@@ -13,6 +13,7 @@ import { WebView } from './pagehost.js';
  * @property {string} label
  * @property {boolean} [inverse]  the label says the opposite of the host's name
  * @property {boolean} [later]    not for the current tab, which would start anew
+ * @property {boolean} [start]    what tabs have where nothing was chosen, instead of the host's own
  * @property {[number, number]} [range]
  * @property {string} [empty]     what stands in the empty field
  * @property {string[]} [choices] suggestions
@@ -42,6 +43,8 @@ export const SETTING_GROUPS = [
     { name: 'DefaultTextEncoding', kind: 'text', label: 'Encoding where none is given', choices: ENCODINGS },
     { name: 'ForcedTextEncoding', kind: 'text', label: 'Encoding of every page', empty: 'as pages say', choices: ENCODINGS },
     { name: 'EnableSpatialNavigation', kind: 'flag', label: 'Move between links with arrow keys' },
+    { name: 'EnableFormAutofill', kind: 'flag', label: 'Remember what is typed into forms', start: true },
+    { name: 'EnableCredentialAutofill', kind: 'flag', label: 'Offer to save log-ins', start: true },
   ]],
   ['Who you are', [
     { name: 'UserAgent', kind: 'text', label: 'Name of the browser', empty: 'the engine’s own' },
@@ -95,7 +98,7 @@ export class Settings {
   /** The host's own values again. The chrome's own web view still has them. */
   reset(view) {
     for (const setting of SETTINGS.filter(({ name, later }) => name in this.#chosen && !later)) {
-      const standard = WebView.root[getterOf(setting)]();
+      const standard = setting.start === undefined ? WebView.root[getterOf(setting)]() : setting.start ? '1' : '0';
       view?.[`set${setting.name}`](setting.kind === 'flag' ? standard === '1' : standard);
     }
     this.#store.set('settings', {});
@@ -107,7 +110,8 @@ export class Settings {
 
   #prepare({ view, opener }) {
     const chosen = this.#chosen;
-    for (const { name, later } of SETTINGS) {
+    for (const { name, later, start } of SETTINGS) {
+      if (start !== undefined && !(name in chosen)) view[`set${name}`](start);
       // A window that a page opened shares what that page stores.
       if (name in chosen && !(later && opener)) view[`set${name}`](chosen[name]);
     }

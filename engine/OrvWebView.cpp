@@ -438,6 +438,18 @@ void OrvWebView::clear(SiteData data) {
   if (auto page = this->page()) page->clear(data);
 }
 
+void OrvWebView::forget(Remembered what) {
+  if (auto page = this->page()) page->forget(what);
+}
+
+void OrvWebView::autofillTextField(const String& text) {
+  if (auto page = this->page()) page->fillField(text);
+}
+
+void OrvWebView::syncProxyCredential(const String& username, const String& password) {
+  if (auto page = this->page()) page->keepProxyLogin(username, password);
+}
+
 void OrvWebView::getCookies(const String& url) {
   if (auto page = this->page()) page->requestCookies(url);
 }

@@ -123,12 +123,17 @@ class OrvWebView : private PageClient {
   void notificationShown(const String&) {}
   void notifyContextMenuCancelled() {}
 
-  // Nothing is filled in or remembered for forms yet, no connection of a resource is handed to the
-  // chrome: there is nothing for these to work on.
-  void autofillTextField(const String&) {}
-  void clearAutofillData() {}
-  void clearCredentials() {}
-  void syncProxyCredential(const String&, const String&) {}
+  // Puts a text into the field that FormAutofillRequestEvent was about.
+  void autofillTextField(const String& text);
+  // Forgets what was typed into forms, and the log-ins, of all pages.
+  void clearAutofillData() {
+    forget(Remembered::Texts);
+  }
+  void clearCredentials() {
+    forget(Remembered::Logins);
+  }
+  // What proxies are answered from now on.
+  void syncProxyCredential(const String& username, const String& password);
   void notifyOpen(unsigned int stream, int status, const String& message);
   void notifyHeaderReceived(unsigned int stream, const String& key, const String& value);
   // No more bytes than the data has.
@@ -367,6 +372,7 @@ class OrvWebView : private PageClient {
   void raiseLater(Type type);
   void act(const char* action, std::vector<JavaScriptVariant> arguments = {});
   void clear(SiteData data);
+  void forget(Remembered what);
   void scaleTo(double scale, const OrvWebPoint& scrollPosition);
   void settingStored(WebViewSetting setting);
   void allowedOriginsChanged();

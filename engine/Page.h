@@ -42,6 +42,9 @@ enum class DownloadStep { Cancel, Pause, Resume, Retry, Remove };
 // What pages leave behind on the machine.
 enum class SiteData { Everything, Caches, MemoryCache, Cookies, Databases, LocalStorage };
 
+// What is remembered of forms and log-ins.
+enum class Remembered { Texts, Logins };
+
 // What becomes of a notification that a page shows.
 enum class NotificationStep { Clicked, Closed };
 
@@ -164,6 +167,12 @@ class Page {
   virtual void stepNotification(const String& id, NotificationStep step) = 0;
   // Whether the text that would be typed now is bold, italic, underlined or struck through.
   virtual bool hasTypingAttribute(const String& name) = 0;
+  // Puts a text into the field that FormAutofillRequestEvent was about.
+  virtual void fillField(const String& text) = 0;
+  // Forgets it for all pages.
+  virtual void forget(Remembered what) = 0;
+  // What proxies are answered that want a log-in; no name for nothing.
+  virtual void keepProxyLogin(const String& username, const String& password) = 0;
   // Does what an item of the context menu that was last asked for says.
   virtual void runMenuItem(OrvWebContextMenuItem item) = 0;
   // A message of an inspector's front end, JSON, for the engine's inspector of this page, which

@@ -9,6 +9,7 @@
 #include "bindings/ApplicationBinding.h"
 #include "bindings/InvocationBinding.h"
 #include "bindings/PPSBinding.h"
+#include "bindings/RememberedBinding.h"
 #include "bindings/WindowAnimations.h"
 #include "engine/webkit/EngineInspector.h"
 #include "ipc/ChildLauncher.h"
@@ -100,6 +101,7 @@ void pagehost_main(int argc, char** argv) {
   Tessel::Platform::NavigatorHandler::instance();
   const ApplicationBinding application(root, setKeyboardFocus);
   const InvocationBinding invocation(root);
+  registerRememberedFunctions();
   PPSBinding::instance();
   WindowAnimations::instance();
   std::optional<NavigatorServices> services(window);

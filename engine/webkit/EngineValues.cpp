@@ -121,3 +121,14 @@ bool hasTypingAttribute(WebKitEditorState* state, const String& name) {
   }
   return false;
 }
+
+String originOf(WebKitWebView* view) {
+  const char* uri = webkit_web_view_get_uri(view);
+  WebKitSecurityOrigin* origin = uri ? webkit_security_origin_new_for_uri(uri) : nullptr;
+  if (!origin) return String();
+  gchar* text = webkit_security_origin_to_string(origin);
+  String result(text);
+  g_free(text);
+  webkit_security_origin_unref(origin);
+  return result;
+}

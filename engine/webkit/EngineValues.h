@@ -29,3 +29,6 @@ bool hasTypingAttribute(WebKitEditorState* state, const Tessel::Platform::String
 // A connection that was refused, by its server's certificate.
 SSLConnectionInfo connectionInfoFrom(const char* uri, GTlsCertificate* certificate,
                                      GTlsCertificateFlags problems);
+
+// As "https://example.org"; empty for a view that shows nothing.
+Tessel::Platform::String originOf(WebKitWebView* view);

@@ -2,13 +2,19 @@
 #include "engine/webkit/PageQuestions.h"
 
 #include "engine/OrvWebEvents.h"
+#include "engine/webkit/EngineValues.h"
+#include "engine/webkit/WebKitEngine.h"
 #include "engine/webkit/WebKitPage.h"
 #include "engine/webkit/link/ObjectPointer.h"
+#include "platform/Log.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 using Tessel::Platform::concat;
+using Tessel::Platform::logAlways;
+using Tessel::Platform::LogError;
 using Tessel::Platform::String;
 
 namespace {
@@ -66,16 +72,47 @@ class OpenRequest : public OpenQuestion {
   bool answered_ = false;
 };
 
+void authenticate(WebKitAuthenticationRequest* request, const String& username,
+                  const String& password) {
+  // What is kept is kept by us.
+  WebKitCredential* credential =
+      webkit_credential_new(username.utf8(), password.utf8(), WEBKIT_CREDENTIAL_PERSISTENCE_NONE);
+  webkit_authentication_request_authenticate(request, credential);
+  webkit_credential_free(credential);
+}
+
+// Where a log-in of HTTP's own belongs: a server may have several realms.
+String placeOf(WebKitAuthenticationRequest* request) {
+  WebKitSecurityOrigin* origin = webkit_authentication_request_get_security_origin(request);
+  gchar* text = webkit_security_origin_to_string(origin);
+  String place = concat(text, " ", webkit_authentication_request_get_realm(request));
+  g_free(text);
+  webkit_security_origin_unref(origin);
+  return place;
+}
+
+// Saved when it is answered so.
+class OpenSaving final : public OpenQuestion {
+ public:
+  OpenSaving(LoginStore& store, SavedLogin login) : store_(store), login_(std::move(login)) {}
+  void answer(const QuestionAnswer& answer) override {
+    if (!answer.accepted) return;
+    if (!answer.username.isEmpty()) login_.username = answer.username;
+    if (!store_.save(login_)) logAlways(LogError, "A log-in could not be saved.");
+  }
+
+ private:
+  LoginStore& store_;
+  SavedLogin login_;
+};
+
 class OpenLogin final
     : public OpenRequest<WebKitAuthenticationRequest, webkit_authentication_request_cancel> {
  public:
   using OpenRequest::OpenRequest;
   void answer(const QuestionAnswer& answer) override {
     if (!answer.accepted) return;
-    WebKitCredential* credential = webkit_credential_new(
-        answer.username.utf8(), answer.password.utf8(), WEBKIT_CREDENTIAL_PERSISTENCE_NONE);
-    webkit_authentication_request_authenticate(take(), credential);
-    webkit_credential_free(credential);
+    authenticate(take(), answer.username, answer.password);
   }
 };
 
@@ -130,17 +167,6 @@ OrvWebDialogType dialogTypeOf(WebKitScriptDialog* dialog) {
     default:
       return OrvWebDialogType::JavaScriptAlert;
   }
-}
-
-String originOf(WebKitWebView* view) {
-  const char* uri = webkit_web_view_get_uri(view);
-  WebKitSecurityOrigin* origin = uri ? webkit_security_origin_new_for_uri(uri) : nullptr;
-  if (!origin) return String();
-  gchar* text = webkit_security_origin_to_string(origin);
-  String result(text);
-  g_free(text);
-  webkit_security_origin_unref(origin);
-  return result;
 }
 
 }  // namespace
@@ -216,6 +242,12 @@ gboolean PageQuestions::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialo
 gboolean PageQuestions::onAuthenticate(WebKitWebView*, WebKitAuthenticationRequest* request,
                                        PageQuestions* self) {
   const auto page = self->page_.shared_from_this();
+  if (!page->client()) return FALSE;
+  g_signal_connect_data(
+      request, "authenticated", G_CALLBACK(onAuthenticated), new std::weak_ptr<WebKitPage>(page),
+      [](gpointer data, GClosure*) { delete static_cast<std::weak_ptr<WebKitPage>*>(data); },
+      GConnectFlags(0));
+  if (self->answerFromSaved(request)) return TRUE;
   if (!page->wants(OrvWebEvent::DialogRequested)) return FALSE;
   auto question = std::make_unique<OpenLogin>(request);
   OrvWebDialogRequestedEvent event;
@@ -235,6 +267,76 @@ gboolean PageQuestions::onAuthenticate(WebKitWebView*, WebKitAuthenticationReque
         {!event.username().isEmpty(), event.result(), event.username(), event.password()});
   }
   return TRUE;
+}
+
+bool PageQuestions::answerFromSaved(WebKitAuthenticationRequest* request) {
+  // What was not accepted is not tried again.
+  const bool isRetry = webkit_authentication_request_is_retry(request) != FALSE;
+  WebKitEngine& engine = page_.engine();
+  if (webkit_authentication_request_is_for_proxy(request)) {
+    if (isRetry) engine.setProxyLogin({});
+    const SavedLogin& login = engine.proxyLogin();
+    if (login.username.isEmpty()) return false;
+    authenticate(request, login.username, login.password);
+    return true;
+  }
+  if (isRetry || isForgetful(view_) || !page_.client()->settings().isEnableCredentialAutofill) {
+    return false;
+  }
+  const std::vector<SavedLogin> saved = engine.logins().of(placeOf(request));
+  if (saved.empty()) return false;
+  authenticate(request, saved.front().username, saved.front().password);
+  return true;
+}
+
+void PageQuestions::onAuthenticated(WebKitAuthenticationRequest* request,
+                                    WebKitCredential* credential, gpointer data) {
+  const auto page = static_cast<std::weak_ptr<WebKitPage>*>(data)->lock();
+  if (!page || !page->client() || !credential) return;
+  SavedLogin login{{},
+                   String(webkit_credential_get_username(credential)),
+                   String(webkit_credential_get_password(credential))};
+  if (!webkit_authentication_request_is_for_proxy(request)) {
+    login.place = placeOf(request);
+    return page->offerToSave(login);
+  }
+  if (login == page->engine().proxyLogin()) return;
+  page->engine().setProxyLogin(login);
+  // For the other processes: each has connections of its own.
+  OrvWebSyncProxyCredentialEvent event;
+  event.username = login.username;
+  event.password = login.password;
+  page->raise(event);
+}
+
+void PageQuestions::offerToSave(const SavedLogin& login) {
+  const auto page = page_.shared_from_this();
+  if (!page->wants(OrvWebEvent::DialogRequested) || isForgetful(view_) ||
+      !page->client()->settings().isEnableCredentialAutofill) {
+    return;
+  }
+  LoginStore& store = page->engine().logins();
+  const std::vector<SavedLogin> saved = store.of(login.place);
+  if (std::find(saved.begin(), saved.end(), login) != saved.end()) return;
+  auto question = std::make_unique<OpenSaving>(store, login);
+  // The chrome is not told the password: it does not need it to ask.
+  OrvWebDialogRequestedEvent event;
+  event.dialogType = OrvWebDialogType::SaveCredential;
+  event.isNew = std::none_of(saved.begin(), saved.end(),
+                             [&](const SavedLogin& one) { return one.username == login.username; });
+  event.url = login.place;
+  event.username = login.username;
+  event.waitHandle = nextQuestionNumber();
+  page->raise(event);
+  if (!page->client() || page->questions() != this) return;
+  if (event.wait()) {
+    // One at a time: a page must not pile them up.
+    held_.erase(std::exchange(openSaving_, event.waitHandle()));
+    hold(event.waitHandle(), std::move(question));
+  } else {
+    // Nothing is saved that nobody has said yes to.
+    question->answer({!event.result().isEmpty(), {}, event.username(), {}});
+  }
 }
 
 gboolean PageQuestions::onPermission(WebKitWebView*, WebKitPermissionRequest* request,

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "engine/Page.h"
+#include "engine/remembered/LoginStore.h"
 #include "platform/String.h"
 
 #include <webkit2/webkit2.h>
@@ -32,6 +33,9 @@ class PageQuestions {
   PageQuestions& operator=(const PageQuestions&) = delete;
 
   void answer(unsigned int number, const QuestionAnswer& answer);
+  // Asks whether a log-in shall be saved, unless it is saved already. The page may be closed
+  // afterwards.
+  void offerToSave(const SavedLogin& login);
   // All open questions of an origin for one permission.
   void answerOrigin(PagePermission permission, const String& origin, bool granted);
 
@@ -39,12 +43,16 @@ class PageQuestions {
   static gboolean onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog, PageQuestions* self);
   static gboolean onAuthenticate(WebKitWebView*, WebKitAuthenticationRequest* request,
                                  PageQuestions* self);
+  static void onAuthenticated(WebKitAuthenticationRequest* request, WebKitCredential* credential,
+                              gpointer page);
   static gboolean onPermission(WebKitWebView*, WebKitPermissionRequest* request,
                                PageQuestions* self);
   static gboolean onPermissionState(WebKitWebView*, WebKitPermissionStateQuery* query,
                                     PageQuestions* self);
   static gboolean onChooseFile(WebKitWebView*, WebKitFileChooserRequest* request,
                                PageQuestions* self);
+
+  bool answerFromSaved(WebKitAuthenticationRequest* request);
 
   struct Held {
     std::unique_ptr<OpenQuestion> question;
@@ -57,4 +65,5 @@ class PageQuestions {
   WebKitPage& page_;
   WebKitWebView* view_;
   std::map<unsigned int, Held> held_;
+  unsigned int openSaving_ = 0;  // the number of the question whether to save a log-in
 };

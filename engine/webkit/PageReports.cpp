@@ -254,6 +254,7 @@ constexpr std::pair<Watched, OrvWebEvent::Type> watchedEvents[] = {
 }  // namespace
 
 String handleReport(WebKitPage& page, const FunctionCall& report) {
+  if (PageForms* forms = page.forms(); forms && forms->take(report)) return {};
   for (const auto& [name, handler] : handlers) {
     if (report.path.front() == String(name)) return handler(page, Details(report.arguments));
   }
@@ -265,12 +266,16 @@ std::uint32_t watchedBy(const PageClient& client) {
   for (const auto& [what, type] : watchedEvents) {
     if (client.wants(type)) watched |= static_cast<std::uint32_t>(what);
   }
-  if (client.wants(OrvWebEvent::NetworkResourceRequested) &&
-      client.settings().isEnableNetworkResourceRequestedEvents) {
-    watched |= static_cast<std::uint32_t>(Watched::Resources);
-  }
-  if (client.settings().isZoomToFitWidthOnLoad) {
-    watched |= static_cast<std::uint32_t>(Watched::Width);
+  const auto add = [&](bool isOn, Watched what) {
+    if (isOn) watched |= static_cast<std::uint32_t>(what);
+  };
+  add(client.wants(OrvWebEvent::NetworkResourceRequested) &&
+          client.settings().isEnableNetworkResourceRequestedEvents,
+      Watched::Resources);
+  add(client.settings().isZoomToFitWidthOnLoad, Watched::Width);
+  if (!client.settings().isPrivateBrowsing) {
+    add(client.settings().isEnableFormAutofill, Watched::FormTexts);
+    add(client.settings().isEnableCredentialAutofill, Watched::Logins);
   }
   return watched;
 }

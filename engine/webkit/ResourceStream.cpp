@@ -1,7 +1,6 @@
 // The content of one resource of a page.
 #include "engine/webkit/ResourceStream.h"
 
-
 #include <fcntl.h>
 #include <gio/gunixinputstream.h>
 #include <glib-unix.h>

@@ -65,7 +65,16 @@ WebKitEngine::~WebKitEngine() {
   }
 }
 
+void WebKitEngine::forget(Remembered what) {
+  if (what == Remembered::Texts) return texts_.clear();
+  logins_->clear();
+  proxyLogin_ = {};
+}
+
 void WebKitEngine::prepare(WebKitWebContext* context) {
+  // The log-ins that are kept are kept by us, where they can be listed and forgotten.
+  webkit_website_data_manager_set_persistent_credential_storage_enabled(
+      webkit_web_context_get_website_data_manager(context), FALSE);
   g_signal_connect(context, "initialize-web-extensions", G_CALLBACK(onInitializeModules), this);
   serveLocalScheme(context, localRoot_);
   resources_->serve(context);

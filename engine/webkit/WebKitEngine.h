@@ -3,6 +3,8 @@
 #pragma once
 
 #include "engine/Page.h"
+#include "engine/remembered/LoginStore.h"
+#include "engine/remembered/RememberedTexts.h"
 #include "engine/webkit/Downloads.h"
 #include "engine/webkit/EngineInspector.h"
 #include "engine/webkit/Resources.h"
@@ -38,6 +40,13 @@ class WebKitEngine final : public PageFactory {
   EngineInspector& inspector() { return inspector_; }
   Downloads& downloads() { return *downloads_; }
   Resources& resources() { return *resources_; }
+  RememberedTexts& texts() { return texts_; }
+  LoginStore& logins() { return *logins_; }
+  // The log-in of the proxy that this process uses, kept as long as it runs; without a name there
+  // is none. Its place is empty.
+  const SavedLogin& proxyLogin() const { return proxyLogin_; }
+  void setProxyLogin(const SavedLogin& login) { proxyLogin_ = login; }
+  void forget(Remembered what);
 
  private:
   WebKitEngine() = default;
@@ -51,6 +60,9 @@ class WebKitEngine final : public PageFactory {
   std::unique_ptr<WebProcessLinks> links_;
   EngineInspector inspector_;
   std::unique_ptr<Resources> resources_ = std::make_unique<Resources>();
+  RememberedTexts texts_{rememberedFolder()};
+  std::unique_ptr<LoginStore> logins_ = std::make_unique<FileLoginStore>(rememberedFolder());
+  SavedLogin proxyLogin_;
   WebKitWebContext* context_ = nullptr;
   WebKitWebContext* privateContext_ = nullptr;  // made at first need
   std::unique_ptr<Downloads> downloads_;

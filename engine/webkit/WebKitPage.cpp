@@ -39,10 +39,13 @@ constexpr std::array<guint, 4> redrawTimes{50, 200, 600, 1200};
 constexpr unsigned int mostRepeats = 5;
 
 // What the module in the page's process has to know.
-constexpr std::array settingsOfModule{
-    WebViewSetting::isDeferNetworkingAndJavaScript, WebViewSetting::isEnableDownloadableBinaryFonts,
-    WebViewSetting::isEnableNetworkResourceRequestedEvents, WebViewSetting::isStandalone,
-    WebViewSetting::isZoomToFitWidthOnLoad};
+constexpr std::array settingsOfModule{WebViewSetting::isDeferNetworkingAndJavaScript,
+                                      WebViewSetting::isEnableDownloadableBinaryFonts,
+                                      WebViewSetting::isEnableNetworkResourceRequestedEvents,
+                                      WebViewSetting::isStandalone,
+                                      WebViewSetting::isEnableFormAutofill,
+                                      WebViewSetting::isEnableCredentialAutofill,
+                                      WebViewSetting::isZoomToFitWidthOnLoad};
 
 bool isFailedStatus(guint status) {
   return status >= 400;
@@ -350,6 +353,18 @@ bool WebKitPage::hasTypingAttribute(const String& name) {
 
 void WebKitPage::runMenuItem(OrvWebContextMenuItem item) {
   if (parts_) parts_->menu.run(item);
+}
+
+void WebKitPage::fillField(const String& text) {
+  if (parts_) parts_->forms.fill(text);
+}
+
+void WebKitPage::forget(Remembered what) {
+  engine_.forget(what);
+}
+
+void WebKitPage::keepProxyLogin(const String& username, const String& password) {
+  engine_.setProxyLogin({{}, username, password});
 }
 
 void WebKitPage::runScript(const String& script, bool isolated, const String& resultId) {

@@ -6,6 +6,7 @@
 #include "engine/webkit/PageApis.h"
 #include "engine/webkit/PageFind.h"
 #include "engine/webkit/PageFit.h"
+#include "engine/webkit/PageForms.h"
 #include "engine/webkit/PageFullScreen.h"
 #include "engine/webkit/PageHistory.h"
 #include "engine/webkit/PageInput.h"
@@ -73,6 +74,9 @@ class WebKitPage final : public Page,
   void stepNotification(const String& id, NotificationStep step) override;
   bool hasTypingAttribute(const String& name) override;
   void runMenuItem(OrvWebContextMenuItem item) override;
+  void fillField(const String& text) override;
+  void forget(Remembered what) override;
+  void keepProxyLogin(const String& username, const String& password) override;
   void inspectorMessage(const String& message, bool connected) override;
   void findString(const String& text, const FindOptions& options) override;
   void answerQuestion(unsigned int number, const QuestionAnswer& answer) override;
@@ -117,6 +121,12 @@ class WebKitPage final : public Page,
     if (link) link->ping(number_);
     return link != nullptr;
   }
+  // Null while there is no view.
+  PageForms* forms() { return parts_ ? &parts_->forms : nullptr; }
+  PageQuestions* questions() { return parts_ ? &parts_->questions : nullptr; }
+  void offerToSave(const SavedLogin& login) {
+    if (parts_) parts_->questions.offerToSave(login);
+  }
   // How much larger the user has pulled the document with two fingers, on top of its zoom.
   void setPinch(double factor);
   // The page has let a key go that the engine does not give back.
@@ -149,6 +159,7 @@ class WebKitPage final : public Page,
           questions(page, view),
           windows(page, view),
           find(page, view),
+          forms(page, view),
           menu(page, view),
           notifications(page, view),
           inspector(page, view),
@@ -165,6 +176,7 @@ class WebKitPage final : public Page,
     PageQuestions questions;
     PageWindows windows;
     PageFind find;
+    PageForms forms;
     PageMenu menu;
     PageNotifications notifications;
     PageInspector inspector;

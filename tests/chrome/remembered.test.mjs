@@ -54,14 +54,24 @@ test('what was chosen goes to this tab and, before its page, to every later one'
   const settings = new Settings(tabs, store);
   const tab = openTab('http://a/');
   const [flag, secret] = ['BlockPopups', 'PrivateBrowsing'].map((name) => SETTINGS.find((each) => each.name === name));
+  // What tabs begin with comes by itself; see below.
+  const chosen = ({ calls }) => calls.filter(([name]) => SETTINGS.find((each) => each.name === name).start === undefined);
   settings.choose(tab.view, flag, valueOf(flag, false));
   settings.choose(tab.view, secret, true);
-  assert.deepEqual(tab.calls, [['BlockPopups', true]]);
+  assert.deepEqual(chosen(tab), [['BlockPopups', true]]);
 
   nextStart();
   new Settings(tabs, store);
-  assert.deepEqual(openTab('http://b/').calls, [['BlockPopups', true], ['PrivateBrowsing', true]]);
-  assert.deepEqual(openTab('http://c/', { opener: tab }).calls, [['BlockPopups', true]]);
+  assert.deepEqual(chosen(openTab('http://b/')), [['BlockPopups', true], ['PrivateBrowsing', true]]);
+  assert.deepEqual(chosen(openTab('http://c/', { opener: tab })), [['BlockPopups', true]]);
+});
+
+test('tabs begin with what the chrome wants, unless something else was chosen', () => {
+  const settings = new Settings(tabs, store);
+  const autofill = SETTINGS.find(({ name }) => name === 'EnableFormAutofill');
+  assert.deepEqual(openTab('http://a/').calls, [['EnableFormAutofill', true], ['EnableCredentialAutofill', true]]);
+  settings.choose(null, autofill, false);
+  assert.deepEqual(openTab('http://b/').calls, [['EnableFormAutofill', false], ['EnableCredentialAutofill', true]]);
 });
 
 test('only what a setting can be is taken from its field', () => {

@@ -53,8 +53,10 @@ class ProgramTest : public testing::Test {
 
   // A chrome that tests by itself: every line but the last must be an "ok", or asks for something
   // to be done on the display.
-  void runSuite(const std::string& page) {
-    Program program(environment(page));
+  void runSuite(const std::string& page, const Environment& more = {}) {
+    Environment all = environment(page);
+    all.insert(more.begin(), more.end());
+    Program program(all);
     int tests = 0;
     for (;;) {
       const auto line = program.nextLine();
@@ -154,6 +156,20 @@ class EchoServer {
     client.reset();
   }
 
+  static constexpr const char* formPage =
+      "<title>form</title><form action=/sent><input name=city><input name=street autocomplete=off>"
+      "<input name=pin type=password><input name=card autocomplete=cc-number>"
+      "<input name=shown type=password><input name=made><button>send</button></form>";
+  static constexpr const char* accountPage =
+      "<title>account</title><form action=/sent method=post><input name=user>"
+      "<input name=word type=password><button>log in</button></form>";
+
+  static std::string page(const std::string& html) {
+    return "HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nConnection: close\r\n"
+           "Content-Length: " +
+           std::to_string(html.size()) + "\r\n\r\n" + html;
+  }
+
   static std::string answerTo(const std::string& request) {
     const auto asks = [&](const char* path) {
       return request.find(std::string(" ") + path + " ") != std::string::npos;
@@ -162,6 +178,14 @@ class EchoServer {
       return "HTTP/1.1 401 Unauthorized\r\nWWW-Authenticate: Basic realm=\"here\"\r\n"
              "Content-Length: 0\r\nConnection: close\r\n\r\n";
     }
+    // As a proxy.
+    if (request.starts_with("GET http://") &&
+        request.find("Proxy-Authorization: Basic dXNlcjpzZWNyZXQ=") == request.npos) {
+      return "HTTP/1.1 407 Proxy Authentication Required\r\nProxy-Authenticate: Basic "
+             "realm=\"proxy\"\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
+    }
+    if (asks("/form")) return page(formPage);
+    if (asks("/account")) return page(accountPage);
     const std::string body =
         asks("/file") ? std::string(100000, 'f') : "<title>" + request + "</title>";
     const std::string kind = asks("/file")
@@ -195,7 +219,15 @@ class EngineTest : public ProgramTest, public testing::WithParamInterface<const 
     const std::string arguments = "?process=" + std::string(GetParam()) +
                                   "&server=" + server.address() + "&secure=" + secure.address() +
                                   "&folder=" + folder_.string();
-    for (const char* suite : {"engine.html", "resources.html", "input.html", "pageapis.html"}) runSuite(suite + arguments);
+    for (const char* suite :
+         {"engine.html", "resources.html", "input.html", "pageapis.html", "forms.html"}) {
+      runSuite(suite + arguments);
+    }
+    // What the first run kept, and behind a proxy that asks who one is.
+    runSuite("forms.html" + arguments + "&stage=1");
+    for (const char* stage : {"2", "3"}) {
+      runSuite("forms.html" + arguments + "&stage=" + stage, {{"http_proxy", server.address()}});
+    }
   }
 };
 

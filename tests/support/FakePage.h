@@ -104,6 +104,13 @@ class FakePage final : public Page {
     note("stepNotification", id, step == NotificationStep::Clicked ? "clicked" : "closed");
   }
   bool hasTypingAttribute(const String& name) override { return name == String("bold"); }
+  void fillField(const String& text) override { note("fillField", text); }
+  void forget(Remembered what) override {
+    note("forget", what == Remembered::Texts ? "texts" : "logins");
+  }
+  void keepProxyLogin(const String& username, const String& password) override {
+    note("keepProxyLogin", username, password);
+  }
   void runMenuItem(OrvWebContextMenuItem item) override {
     note("runMenuItem", number(static_cast<int>(item)));
   }

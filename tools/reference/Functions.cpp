@@ -7,6 +7,7 @@
 #include "bindings/CclBinding.h"
 #include "bindings/InvocationBinding.h"
 #include "bindings/PPSBinding.h"
+#include "bindings/RememberedBinding.h"
 #include "bindings/WindowAnimations.h"
 #include "platform/graphics/MemoryWindowSystem.h"
 #include "webview/WebViewManager.h"
@@ -123,6 +124,7 @@ std::set<std::string> registeredNames() {
   ApplicationWindow::instance();
   const ApplicationBinding application(nullptr, nullptr);
   const InvocationBinding invocation(nullptr);
+  registerRememberedFunctions();
   WindowAnimations::instance();
   BindingManager& bindings = BindingManager::instance();
   registerCommands(bindings);

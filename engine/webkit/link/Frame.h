@@ -67,6 +67,8 @@ enum class Watched : std::uint32_t {
   Resources = 1u << 6,
   Keys = 1u << 7,
   Width = 1u << 8,
+  FormTexts = 1u << 9,
+  Logins = 1u << 10,
 };
 
 // What the module must know about a page before its first document.

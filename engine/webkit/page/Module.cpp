@@ -62,6 +62,10 @@ class Module final : public HostLinkDelegate {
 
   static void onDocumentLoaded(WebKitWebPage* page, gpointer self);
   static void onConsoleMessage(WebKitWebPage* page, WebKitConsoleMessage* message, gpointer self);
+  static void onSubmitForm(WebKitWebFormManager*, JSCValue* form, WebKitFrame* source,
+                           WebKitFrame* target, gpointer page);
+  static void onFormsChanged(WebKitWebFormManager*, WebKitFrame* frame, GPtrArray* elements,
+                             gpointer page);
   void report(WebKitWebPage* page, const char* what, std::vector<JavaScriptVariant> details);
   bool askForResource(WebKitWebPage* page, WebKitURIRequest* request, SoupMessageHeaders* headers);
   void prepareDocument(JSCContext* context, std::uint64_t number, const PageRecord& record);
@@ -152,6 +156,10 @@ void Module::onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer da
   g_signal_connect(page, "send-request", G_CALLBACK(onSendRequest), self);
   g_signal_connect(page, "document-loaded", G_CALLBACK(onDocumentLoaded), self);
   g_signal_connect(page, "console-message-sent", G_CALLBACK(onConsoleMessage), self);
+  WebKitWebFormManager* forms = webkit_web_page_get_form_manager(page, self->probeWorld_);
+  g_signal_connect(forms, "will-submit-form", G_CALLBACK(onSubmitForm), GSIZE_TO_POINTER(number));
+  g_signal_connect(forms, "form-controls-associated", G_CALLBACK(onFormsChanged),
+                   GSIZE_TO_POINTER(number));
   // Before the page's first document: it must find its functions.
   const auto answer = self->link_->ask(FrameKind::PageCreated, number, std::string_view());
   if (answer) decode(*answer, record.setup);
@@ -167,6 +175,21 @@ bool Module::isDeferred() const {
 
 void Module::onPageGone(gpointer number, GObject*) {
   module().pages_.erase(GPOINTER_TO_SIZE(number));
+}
+
+void Module::onSubmitForm(WebKitWebFormManager*, JSCValue* form, WebKitFrame* source, WebKitFrame*,
+                          gpointer number) {
+  // Forms of frames inside a page may be anybody's: they are left alone.
+  if (!webkit_frame_is_main_frame(source)) return;
+  const auto found = module().pages_.find(GPOINTER_TO_SIZE(number));
+  if (found != module().pages_.end()) found->second.probe.formSubmitted(form);
+}
+
+void Module::onFormsChanged(WebKitWebFormManager*, WebKitFrame* frame, GPtrArray*,
+                            gpointer number) {
+  if (!webkit_frame_is_main_frame(frame)) return;
+  const auto found = module().pages_.find(GPOINTER_TO_SIZE(number));
+  if (found != module().pages_.end()) found->second.probe.formsChanged();
 }
 
 void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page,

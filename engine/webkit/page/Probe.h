@@ -14,12 +14,18 @@ class Probe {
 
   // Runs the script in a new document's context; a probe of an older document is forgotten.
   void start(JSCContext* context, Report report);
+  // A form is about to be sent, or others have come into the document.
+  void formSubmitted(JSCValue* form);
+  void formsChanged();
   // What to look for, bits of link_protocol::Watched; nothing before start.
   void watch(std::uint32_t watched);
   // Runs an action by its name, the path's first. The result tells of what was thrown.
   std::string act(const FunctionCall& action);
 
  private:
+  void startForms(JSCValue* report);
+
   ObjectPointer<JSCContext> context_;
   ObjectPointer<JSCValue> actions_;
+  ObjectPointer<JSCValue> formActions_;
 };

@@ -1,0 +1,28 @@
+// The native functions "remembered.*". UI thread.
+#include "bindings/RememberedBinding.h"
+
+#include "bindings/Arguments.h"
+#include "engine/OrvWebEvents.h"
+#include "engine/remembered/LoginStore.h"
+
+namespace {
+
+using Event = OrvWebJavaScriptCallbackEvent;
+
+void jsLogins(Event* event) {
+  event->setResult(jsonOf(FileLoginStore(rememberedFolder()).list()));
+}
+
+void jsForgetLogin(Event* event) {
+  if (arguments::wrongCount(*event, 3, "jsForgetLogin")) return;
+  FileLoginStore(rememberedFolder())
+      .forget(arguments::textAt(*event, 1), arguments::textAt(*event, 2));
+}
+
+}  // namespace
+
+void registerRememberedFunctions() {
+  BindingManager& manager = BindingManager::instance();
+  manager.registerBinding("remembered.logins", jsLogins);
+  manager.registerBinding("remembered.forgetLogin", jsForgetLogin);
+}
