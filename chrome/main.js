@@ -8,7 +8,9 @@ import { FindBar } from './findbar.js';
 import { onLongPress } from './history-panel.js';
 import { Infobar } from './infobar.js';
 import { call, isHosted, listBindings, MISSING, on, WebView } from './pagehost.js';
+import { NotificationList, NotificationRows } from './notifications.js';
 import { makePanels } from './panels.js';
+import { Permissions } from './permissions.js';
 import { answerPlatform, Platform } from './platform.js';
 import { Previews } from './previews.js';
 import { namesOf } from './processes.js';
@@ -36,15 +38,17 @@ function start() {
   const dialogs = new Dialogs($('dialog'), tabs);
   const certificates = new CertificateSheet($('certificate'), tabs, { known, home: START_PAGE });
   const findBar = new FindBar($('find-bar'), tabs);
-  new Infobar($('infobar'), tabs);
+  const permissions = new Permissions(tabs, store);
+  new Infobar($('infobar'), tabs, permissions);
+  new NotificationRows($('notifications'), new NotificationList(tabs));
   new EndedNotice($('ended'), tabs);
   new Previews(tabs);
   const platform = new Platform();
   answerPlatform(platform, tabs);
   const panels = makePanels({
-    tabs, store, platform, settings, known,
+    tabs, store, platform, settings, known, permissions,
     find: () => findBar.open(),
-    openNewTab: (process) => openNewTab(tabs, process),
+    openNewTab: (process, isPrivate) => openNewTab(tabs, process, isPrivate),
     restore: () => restoreSession(tabs, session),
     canRestore: () => session.lastTime.length > 0,
   });
@@ -136,6 +140,7 @@ function connectToolbar(tabs) {
 
 function showPage(tabs, tab) {
   document.title = `${tab.label} · pagehost`;
+  $('shell').classList.toggle('private', tab.isPrivate);
   $('back').disabled = !tab.canGoBack;
   $('forward').disabled = !tab.canGoForward;
 
@@ -174,8 +179,8 @@ function showExceptions({ exceptions }) {
   $('exceptions').title = last ? `${last.exception}\n${last.file}:${last.line}` : '';
 }
 
-function openNewTab(tabs, process) {
-  tabs.open(START_PAGE, process);
+function openNewTab(tabs, process, isPrivate) {
+  tabs.open(START_PAGE, process, { isPrivate });
   focus($('address'));
   $('address').select();
 }
@@ -184,6 +189,7 @@ function connectKeyboard(tabs, findBar, panels) {
   const keys = {
     'Ctrl+l': () => focus($('address')),
     'Ctrl+t': () => openNewTab(tabs),
+    'Ctrl+Shift+n': () => openNewTab(tabs, undefined, true),
     'Ctrl+w': () => tabs.close(tabs.active),
     'Ctrl+r': () => tabs.active.reload(),
     'Ctrl+f': () => findBar.open(),
