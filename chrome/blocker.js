@@ -60,7 +60,6 @@ export class Blocker extends EventTarget {
     this.#store = store;
     this.#matches = makeMatcher(this.lines);
     tabs.addEventListener('created', ({ detail: tab }) => this.#listen(tab));
-    tabs.addEventListener('committed', ({ detail: tab }) => this.#count(tab, []));
   }
 
   /** @returns {string[]} */
@@ -96,8 +95,11 @@ export class Blocker extends EventTarget {
     // A tab whose process ended keeps its switch.
     this.#turn(tab, tab.blocks ?? this.isUsual);
     tab.view.on('NetworkResourceRequested', ({ data: { url, targetType } }) => {
-      // What a person has asked for is not taken away from him.
-      const line = tab.blocks && targetType !== 'TargetIsMainFrame' ? this.#matches(url) : '';
+      // What a person has asked for is not taken away from him. The count begins anew with it: that it
+      // is there the chrome hears later than what it asks for.
+      const isPage = targetType === 'TargetIsMainFrame';
+      if (isPage) this.#count(tab, []);
+      const line = tab.blocks && !isPage ? this.#matches(url) : '';
       if (!line) return { setAction: 'ACCEPT' };
       this.#count(tab, [...tab.blocked, { url, line }]);
       return { setAction: 'DENY' };
