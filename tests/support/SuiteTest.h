@@ -44,6 +44,9 @@ class SuiteTest : public testing::Test {
     Program::Environment all = environment(page);
     for (const auto& [name, value] : changes) all[name] = value;
     Program program(all);
+    readSuite(program);
+  }
+  static void readSuite(Program& program) {
     int tests = 0;
     for (;;) {
       const auto line = program.nextLine();
