@@ -153,6 +153,23 @@ std::string FileServer::log(const std::string& name) {
   return text.empty() ? "[]" : text + "\"]";
 }
 
+void FileServer::add(const std::string& name, const std::string& type, const std::string& content,
+                     const std::string& cookie) {
+  const std::lock_guard guard(lock_);
+  pages_[name] = "HTTP/1.1 200 OK\r\nContent-Type: " + type +
+                 "\r\nConnection: close\r\nCache-Control: max-age=3600\r\n" +
+                 (cookie.empty() ? "" : "Set-Cookie: " + cookie + "\r\n") +
+                 "Content-Length: " + std::to_string(content.size()) + "\r\n\r\n" + content;
+}
+
+std::string FileServer::page(const std::string& name) {
+  const std::lock_guard guard(lock_);
+  const auto found = pages_.find(name);
+  return found != pages_.end()
+             ? found->second
+             : "HTTP/1.1 404 Not Found\r\nConnection: close\r\nContent-Length: 0\r\n\r\n";
+}
+
 void FileServer::serve(int client) {
   std::string head;
   while (head.find("\r\n\r\n") == std::string::npos && head.size() < longestRequest) {
@@ -164,6 +181,10 @@ void FileServer::serve(int client) {
     head.append(piece.data(), static_cast<std::size_t>(count));
   }
   const Request request(head);
+  if (request.kind != "log" && request.kind != "file") {
+    sendAll(client, page(request.name));
+    return;
+  }
   if (request.kind == "log") {
     const std::string text = log(request.name);
     sendAll(client,

@@ -21,6 +21,7 @@ namespace test_support {
 //   tag=no         there is no entity tag
 //   changes=yes    each request finds another version of the file
 //   pace=N         milliseconds between pieces of 16 KiB
+// GET /page/NAME is what was added, and may be kept in caches.
 // GET /log/NAME tells what the requests for a file asked: "RANGE IF-RANGE" each, as a JSON list.
 class FileServer {
  public:
@@ -30,6 +31,8 @@ class FileServer {
   FileServer& operator=(const FileServer&) = delete;
 
   std::string address() const { return "http://127.0.0.1:" + std::to_string(port_) + "/"; }
+  void add(const std::string& name, const std::string& type, const std::string& content,
+           const std::string& cookie = {});
   // The file that the server has under every name.
   static std::string content(std::size_t size, int version = 1);
 
@@ -39,6 +42,7 @@ class FileServer {
   // What the requests for a file have asked so far, this one's included.
   std::vector<std::string> remember(const std::string& name, const std::string& asked);
   std::string log(const std::string& name);
+  std::string page(const std::string& name);
   // Waits until the client goes, or the server.
   void hold(int client) const;
 
@@ -47,6 +51,7 @@ class FileServer {
   int port_ = 0;
   std::mutex lock_;
   std::map<std::string, std::vector<std::string>> asked_;  // under the lock
+  std::map<std::string, std::string> pages_;               // whole answers, under the lock
   std::thread acceptor_;
   std::vector<std::thread> connections_;  // the acceptor's, until it has ended
 };
