@@ -42,6 +42,7 @@ export function sizeText(bytes) {
 /** One line about a download. */
 export function stateText({ state, done, total, result }) {
   if (state === 'running') return total > 0 ? `${sizeText(done)} of ${sizeText(total)}` : sizeText(done);
+  if (state === 'paused') return `Paused at ${sizeText(done)}`;
   if (state === 'finished') return sizeText(done);
   if (state === 'lost') return 'The process that loaded it ended';
   if (state === 'left') return 'Its tab was closed; how far it is, is not known';
@@ -59,7 +60,7 @@ export class DownloadList extends EventTarget {
     // Whose web view is gone is not told of any more, though the host goes on with it, if its process does.
     for (const [end, state] of [['closed', 'left'], ['crashed', 'lost']]) {
       tabs.addEventListener(end, ({ detail: tab }) => {
-        for (const item of this.items) if (item.tab === tab && item.state === 'running') item.state = state;
+        for (const item of this.items) if (item.tab === tab && ['running', 'paused'].includes(item.state)) item.state = state;
         this.#changed();
       });
     }
@@ -82,24 +83,44 @@ export class DownloadList extends EventTarget {
     return freeName(name, new Set(this.items.map((item) => item.name)));
   }
 
+  pause(item) {
+    this.#update(item, { state: 'paused' });
+    item.view.downloadPause(item.id);
+  }
+
+  resume(item) {
+    this.#update(item, { state: 'running' });
+    item.view.downloadResume(item.id);
+  }
+
   cancel(item) {
     item.view.downloadCancel(item.id);
   }
 
   retry(item) {
-    this.#update(item, { state: 'running', done: 0, result: '' });
+    this.#update(item, { state: 'running', result: '' });
     item.view.downloadRetry(item.id);
   }
 
   clearFinished() {
-    for (const item of this.items) if (item.state !== 'running' && this.#canCommand(item)) item.view.downloadRemove(item.id);
-    this.items = this.running;
+    for (const item of this.items) if (!this.#isUnderWay(item) && this.#canCommand(item)) item.view.downloadRemove(item.id);
+    this.items = this.items.filter(this.#isUnderWay);
     this.#changed();
   }
 
   canRetry(item) {
     return item.state === 'failed' && this.#canCommand(item);
   }
+
+  /** What the button beside it does, and another one before it. @returns {[string, () => void][]} */
+  actionsOf(item) {
+    const cancel = ['Cancel', () => this.cancel(item)];
+    if (item.state === 'running') return [['Pause', () => this.pause(item)], cancel];
+    if (item.state === 'paused') return [['Resume', () => this.resume(item)], cancel];
+    return this.canRetry(item) ? [['Retry', () => this.retry(item)]] : [];
+  }
+
+  #isUnderWay = ({ state }) => state === 'running' || state === 'paused';
 
   #canCommand({ tab, view }) {
     return tab.view === view;
@@ -208,9 +229,9 @@ export class DownloadsPanel {
     this.#drawButton();
     if (!this.isOpen) return;
 
-    const { items, running } = this.#list;
+    const { items } = this.#list;
     this.#part('none').hidden = items.length > 0;
-    this.#part('clear').hidden = running.length === items.length;
+    this.#part('clear').hidden = items.every(({ state }) => state === 'running' || state === 'paused');
     for (const [item, row] of this.#rows) {
       if (items.includes(item)) continue;
       row.root.remove();
@@ -241,15 +262,15 @@ export class DownloadsPanel {
       <div class="dl-name"></div>
       <progress max="1"></progress>
       <div class="dl-state" role="status"></div>
-      <button type="button" class="text"></button>`;
-    const [name, progress, state, action] = root.children;
-    action.addEventListener('click', () => (item.state === 'running' ? this.#list.cancel(item) : this.#list.retry(item)));
-    const row = { root, name, progress, state, action };
+      <div class="dl-actions"></div>`;
+    const [name, progress, state, actions] = root.children;
+    const row = { root, name, progress, state, actions, drawn: '' };
     this.#rows.set(item, row);
     return row;
   }
 
-  #drawRow(item, { root, name, progress, state, action }) {
+  #drawRow(item, row) {
+    const { root, name, progress, state } = row;
     const running = item.state === 'running';
     root.className = item.state;
     root.title = item.path || item.url.slice(0, 200);
@@ -259,8 +280,16 @@ export class DownloadsPanel {
     progress.setAttribute('aria-label', item.name);
     if (item.total > 0) progress.value = item.done / item.total;
     else progress.removeAttribute('value');
-    action.hidden = !running && !this.#list.canRetry(item);
-    action.textContent = running ? 'Cancel' : 'Retry';
-    action.setAttribute('aria-label', `${action.textContent} ${item.name}`);
+    const actions = this.#list.actionsOf(item);
+    const words = actions.map(([word]) => word).join();
+    // Drawn again at every step, a button would not be there any more when it is let go.
+    if (words === row.drawn) return;
+    row.drawn = words;
+    row.actions.replaceChildren(...actions.map(([word, run]) => {
+      const button = Object.assign(document.createElement('button'), { type: 'button', className: 'text', textContent: word });
+      button.setAttribute('aria-label', `${word} ${item.name}`);
+      button.addEventListener('click', run);
+      return button;
+    }));
   }
 }

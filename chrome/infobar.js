@@ -4,27 +4,8 @@
  */
 
 import { placeOf } from './address.js';
+import { PERMISSION_EVENTS, permissionOf, PERMISSIONS } from './permissions.js';
 import { Questions } from './questions.js';
-
-/**
- * Per event: what is asked for, and how the host learns the answer.
- * @type {Record<string, {wish: (event: object) => string, answer: (view: object, event: object, allowed: boolean) => void}>}
- */
-export const PERMISSIONS = {
-  GeolocationPermissionRequest: {
-    wish: () => 'know where you are',
-    answer: (view, { origin }, allowed) => view.setAllowGeolocation(origin, allowed),
-  },
-  NotificationPermissionRequest: {
-    wish: () => 'show notifications',
-    answer: (view, { origin }, allowed) => view.setAllowNotification(origin, allowed),
-  },
-  UserMediaRequest: {
-    wish: ({ cameras }) => (cameras?.length ? 'use your camera' : 'use your microphone'),
-    // The name of a device allows it; no name refuses.
-    answer: (view, { id }, allowed) => view.setAllowUserMedia(id, allowed ? 'default' : ''),
-  },
-};
 
 const MARKUP = `
   <span id="infobar-text"></span>
@@ -35,15 +16,23 @@ export class Infobar {
   #element;
   #questions;
 
-  constructor(element, tabs) {
+  #permissions;
+
+  /** @param {import('./permissions.js').Permissions} permissions  what was decided, and will be */
+  constructor(element, tabs, permissions) {
     this.#element = element;
+    this.#permissions = permissions;
     element.innerHTML = MARKUP;
     this.#questions = new Questions(tabs, (question) => this.#show(question));
     for (const [id, allowed] of [['allow', true], ['deny', false]]) {
       element.querySelector(`#infobar-${id}`).addEventListener('click', () => this.#answer(allowed));
     }
     tabs.addEventListener('attached', ({ detail: tab }) => {
-      for (const name of Object.keys(PERMISSIONS)) this.#listen(tab, name);
+      for (const event of PERMISSION_EVENTS) this.#listen(tab, event);
+      tab.view.on('NotificationPermissionCheck', ({ data: { origin } }) => {
+        const allowed = permissions.decided(tab.isPrivate, origin, 'notification');
+        return { setResult: { true: 'granted', false: 'denied' }[allowed] ?? 'default' };
+      });
     });
   }
 
@@ -60,16 +49,25 @@ export class Infobar {
     this.#questions.drop(tab, (each) => each === question);
   }
 
-  #listen(tab, name) {
+  #listen(tab, event) {
     const { view } = tab;
-    const { wish, answer } = PERMISSIONS[name];
     // Answered with nothing, the request stays open until the person has decided.
-    view.on(name, ({ data }) => {
+    view.on(event, ({ data }) => {
+      const name = permissionOf(event, data);
+      const { wish, answer } = PERMISSIONS[name];
+      const { isPrivate } = tab;
+      const decided = this.#permissions.decided(isPrivate, data.origin, name);
+      // After this event: only then is there a question that the host knows.
+      if (decided !== undefined) return void setTimeout(() => tab.view === view && answer(view, data, decided));
       this.#questions.ask(tab, {
-        text: `${placeOf(data.origin)} would like to ${wish(data)}.`,
-        answer: (allowed) => answer(view, data, allowed),
+        text: `${placeOf(data.origin)} would like to ${wish}.`,
+        answer: (allowed) => {
+          this.#permissions.decide(isPrivate, data.origin, name, allowed);
+          answer(view, data, allowed);
+        },
         drop: () => tab.view === view && answer(view, data, false),
       });
+      return undefined;
     });
   }
 

@@ -9,7 +9,9 @@ import { FieldList, shareProxyLogins } from './forms.js';
 import { onLongPress } from './history-panel.js';
 import { Infobar } from './infobar.js';
 import { call, isHosted, listBindings, MISSING, on, WebView } from './pagehost.js';
+import { NotificationList, NotificationRows } from './notifications.js';
 import { makePanels } from './panels.js';
+import { Permissions } from './permissions.js';
 import { answerPlatform, Platform } from './platform.js';
 import { Previews } from './previews.js';
 import { namesOf } from './processes.js';
@@ -41,7 +43,9 @@ function start() {
   const dialogs = new Dialogs($('dialog'), tabs);
   const certificates = new CertificateSheet($('certificate'), tabs, { known, home: START_PAGE });
   const findBar = new FindBar($('find-bar'), tabs);
-  new StuckPages(new Infobar($('infobar'), tabs), tabs);
+  const permissions = new Permissions(tabs, store);
+  new StuckPages(new Infobar($('infobar'), tabs, permissions), tabs);
+  new NotificationRows($('notifications'), new NotificationList(tabs));
   new EndedNotice($('ended'), tabs);
   new Previews(tabs);
   new FieldList(tabs);
@@ -49,9 +53,9 @@ function start() {
   const platform = new Platform();
   answerPlatform(platform, tabs);
   const panels = makePanels({
-    tabs, store, platform, settings, known,
+    tabs, store, platform, settings, known, permissions,
     find: () => findBar.open(),
-    openNewTab: (process) => openNewTab(tabs, process),
+    openNewTab: (process, isPrivate) => openNewTab(tabs, process, isPrivate),
     restore: () => restoreSession(tabs, session),
     canRestore: () => session.lastTime.length > 0,
   });
@@ -143,6 +147,7 @@ function connectToolbar(tabs) {
 
 function showPage(tabs, tab) {
   document.title = `${tab.label} · pagehost`;
+  $('shell').classList.toggle('private', tab.isPrivate);
   $('back').disabled = !tab.canGoBack;
   $('forward').disabled = !tab.canGoForward;
 
@@ -181,8 +186,8 @@ function showExceptions({ exceptions }) {
   $('exceptions').title = last ? `${last.exception}\n${last.file}:${last.line}` : '';
 }
 
-function openNewTab(tabs, process) {
-  tabs.open(START_PAGE, process);
+function openNewTab(tabs, process, isPrivate) {
+  tabs.open(START_PAGE, process, { isPrivate });
   focus($('address'));
   $('address').select();
 }
@@ -193,6 +198,7 @@ function connectKeyboard(tabs, findBar, panels) {
   const keys = {
     'Ctrl+l': () => focus($('address')),
     'Ctrl+t': () => openNewTab(tabs),
+    'Ctrl+Shift+n': () => openNewTab(tabs, undefined, true),
     'Ctrl+w': () => tabs.close(tabs.active),
     'Ctrl+r': () => tabs.active.reload(),
     'Ctrl+f': () => findBar.open(),

@@ -7,11 +7,12 @@ import { HERE } from './processes.js';
 
 /**
  * @param {import('./processes.js').Processes} processes
- * @returns {{label: string, about: string, process: import('./processes.js').Process}[]} what there is to choose from
+ * @returns {{label: string, about: string, process: import('./processes.js').Process, isPrivate?: boolean}[]} what there is to choose from
  */
 export function newTabChoices(processes) {
   return [
     { label: 'New tab', about: 'In the program’s own process', process: HERE },
+    { label: 'New private tab', about: 'What its pages leave behind goes with it', process: HERE, isPrivate: true },
     { label: 'New tab in its own process', about: 'What ends it ends no other tab', process: processes.fresh() },
     ...processes.running.map((process) => ({
       label: `New tab in process ${process.number}`,
@@ -27,7 +28,7 @@ export class NewTabPanel extends Panel {
   #shown = '';
   #list = make('ul', { className: 'rows' });
 
-  /** @param {(process: import('./processes.js').Process) => void} open  opens the tab */
+  /** @param {(process: import('./processes.js').Process, isPrivate: boolean) => void} open  opens the tab */
   constructor(tabs, open) {
     super('new-tab-panel', 'New tab');
     this.#tabs = tabs;
@@ -52,12 +53,12 @@ export class NewTabPanel extends Panel {
     const shown = JSON.stringify(choices);
     if (shown === this.#shown) return;
     this.#shown = shown;
-    this.#list.replaceChildren(...choices.map(({ label, about, process }) => {
+    this.#list.replaceChildren(...choices.map(({ label, about, process, isPrivate = false }) => {
       const button = make('button', { type: 'button', className: 'entry', title: about },
         make('b', { textContent: label }), make('small', { textContent: about }));
       button.addEventListener('click', () => {
         this.toggle();
-        this.#open(process);
+        this.#open(process, isPrivate);
       });
       return make('li', {}, button);
     }));

@@ -1243,13 +1243,13 @@ export interface NativeFunctions {
   'webview.dialogResponse'(view: Numeric, waitHandle: Numeric, accepted: Flag, result: string, username: string, password: string): '';
   /** Real. Ends a download; DownloadFinished tells ResultCancelled. */
   'webview.downloadCancel'(view: Numeric, downloadId: Numeric): '';
-  /** Real. Stops a download that can be resumed. The engine cannot keep what has come: it starts from the first byte again. */
+  /** Real. Stops a download until it is resumed. What has come is kept in a file with ".part" behind its name, if the server has given the file an entity tag or a time of change. */
   'webview.downloadPause'(view: Numeric, downloadId: Numeric): '';
-  /** Real. Forgets a download. One that runs is ended, and what has come of its file is deleted. */
+  /** Real. Forgets a download. One that runs or is paused is ended (DownloadFinished tells ResultCancelled), and what has come of its file is deleted. */
   'webview.downloadRemove'(view: Numeric, downloadId: Numeric): '';
-  /** Real. Starts a paused download again, from the first byte. */
+  /** Real. Goes on with a paused download: with the rest, where something is kept, the file is still the same and the server gives files in parts, else from the first byte. DownloadStarted tells of it again. */
   'webview.downloadResume'(view: Numeric, downloadId: Numeric): '';
-  /** Real. Starts a download again that failed or was cancelled, under the same number. */
+  /** Real. Starts a download again that failed or was cancelled, under the same number: after a broken connection as downloadResume does, else from the first byte. */
   'webview.downloadRetry'(view: Numeric, downloadId: Numeric): '';
   /** Real. Decides about a download that DownloadRequest left pending: ActionSave saves it under the file name, ActionPending leaves it open, everything else discards it. */
   'webview.downloadUpdate'(view: Numeric, downloadId: Numeric, action: OrvWebDownloadAction, filename: string): '';

@@ -1,6 +1,8 @@
 /** All the panels, and the menu that leads to them. */
 
 import { AnimationsPanel } from './animations-panel.js';
+import { Blocker } from './blocker.js';
+import { BlockerPanel } from './blocker-panel.js';
 import { DownloadList, DownloadsPanel } from './downloads.js';
 import { FunctionsPanel } from './functions-panel.js';
 import { HistoryPanel } from './history-panel.js';
@@ -11,6 +13,7 @@ import { NewTabPanel } from './new-tab-panel.js';
 import { PageInfoPanel } from './page-info.js';
 import { WebView } from './pagehost.js';
 import { PanelPlace } from './panel.js';
+import { PermissionsPanel } from './permissions-panel.js';
 import { ObjectsPanel } from './pps-panel.js';
 import { PlatformPanel } from './platform-panel.js';
 import { ScreenshotPanel } from './screenshot-panel.js';
@@ -19,7 +22,7 @@ import { SiteDataPanel } from './site-data-panel.js';
 
 const $ = (id) => document.getElementById(id);
 
-export function makePanels({ tabs, store, platform, settings, known, find, openNewTab, restore, canRestore }) {
+export function makePanels({ tabs, store, platform, settings, known, permissions, find, openNewTab, restore, canRestore }) {
   const list = new DownloadList(tabs);
   const panels = {
     functions: new FunctionsPanel($('panel'), { currentHandle: () => tabs.active?.view?.handle ?? WebView.root.handle }),
@@ -32,12 +35,15 @@ export function makePanels({ tabs, store, platform, settings, known, find, openN
     newTab: new NewTabPanel(tabs, openNewTab),
     screenshot: new ScreenshotPanel(tabs, list),
     siteData: new SiteDataPanel(tabs, store),
+    permissions: new PermissionsPanel(tabs, permissions),
+    blocker: new BlockerPanel(tabs, new Blocker(tabs, store), $('blocked')),
     objects: new ObjectsPanel(),
     platform: new PlatformPanel(platform),
     animations: new AnimationsPanel(tabs),
   };
   const opens = (panel) => () => panel.open();
   panels.menu = new MenuPanel(tabs, [
+    { label: 'New private tab', key: 'Ctrl+Shift+N', run: () => openNewTab(undefined, true) },
     { label: 'New tab in a process…', key: 'Alt+T', run: opens(panels.newTab) },
     { label: 'Find in page', key: 'Ctrl+F', run: find },
     { label: 'History of this tab', key: 'Ctrl+H', run: opens(panels.history) },
@@ -47,6 +53,8 @@ export function makePanels({ tabs, store, platform, settings, known, find, openN
     { label: 'Windows in motion', run: opens(panels.animations) },
     { label: 'Page information', run: opens(panels.pageInfo) },
     { label: 'Saved log-ins', run: opens(panels.logins) },
+    { label: 'Site permissions', run: opens(panels.permissions) },
+    { label: 'Blocked resources', run: opens(panels.blocker) },
     { label: 'Clear data', key: 'Ctrl+Shift+Del', run: opens(panels.siteData) },
     { label: 'Settings', key: 'Ctrl+,', run: opens(panels.settings) },
     { label: 'Shared objects', run: opens(panels.objects) },

@@ -18,7 +18,7 @@ export class Session {
   constructor(tabs, store, { isStart }) {
     this.#tabs = tabs;
     this.#store = store;
-    this.#isWorthIt = (tab) => isPage(tab.url) && !isStart(tab.url) && !(tab.ready && tab.view.isPrivateBrowsing() === '1');
+    this.#isWorthIt = (tab) => isPage(tab.url) && !isStart(tab.url) && !tab.isPrivate;
     const saved = store.get('session');
     this.lastTime = Array.isArray(saved) ? saved.filter(({ url }) => isPage(url ?? '')) : [];
 

@@ -108,12 +108,12 @@ export class Settings {
     return this.#store.get('settings') ?? {};
   }
 
-  #prepare({ view, opener }) {
+  #prepare({ view, opener, isPrivate }) {
     const chosen = this.#chosen;
     for (const { name, later, start } of SETTINGS) {
       if (start !== undefined && !(name in chosen)) view[`set${name}`](start);
-      // A window that a page opened shares what that page stores.
-      if (name in chosen && !(later && opener)) view[`set${name}`](chosen[name]);
+      // A window that a page opened shares what that page stores, and a private tab stays one.
+      if (name in chosen && !(later && (opener || isPrivate))) view[`set${name}`](chosen[name]);
     }
   }
 }

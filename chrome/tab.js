@@ -30,6 +30,8 @@ export class Tab {
   encryptionInfo = '';
   /** Whether the page asked to cover everything else. */
   fullScreen = false;
+  /** Whether it leaves nothing behind on this machine. */
+  isPrivate = false;
   /** Whether something of it waits for a person. */
   asking = false;
   /** The page's uncaught errors, the latest last. */
@@ -41,12 +43,14 @@ export class Tab {
    * @param {import('./processes.js').Process} place.process  where its view shall live
    * @param {import('./processes.js').Processes} place.processes
    * @param {Tab} [place.opener]  whose page opened this one
+   * @param {boolean} [place.isPrivate]
    */
-  constructor(report, { process, processes, opener }) {
+  constructor(report, { process, processes, opener, isPrivate }) {
     this.report = report;
     this.process = process;
     this.processes = processes;
     this.opener = opener;
+    this.isPrivate = opener?.isPrivate ?? Boolean(isPrivate);
   }
 
   get label() {
@@ -168,9 +172,13 @@ export class Tab {
     view.on('Destroyed', () => this.#detach('ended'));
     view.whenCreated(() => {
       this.ready = true;
+      // Before it has loaded anything; a window that a page opened has what that page has.
+      if (this.isPrivate && !this.opener) view.setPrivateBrowsing(true);
       // Placed before loaded, so that the page lays itself out once.
       this.place(this.rect);
       this.update({}, 'created');
+      // Settings may have made it so.
+      if (!this.isPrivate && view.isPrivateBrowsing() === '1') this.update({ isPrivate: true });
       start(view);
     });
     // Last, so that the state is complete; still early enough to listen to all that the page does.

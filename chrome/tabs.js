@@ -30,8 +30,8 @@ export class Tabs extends EventTarget {
     });
   }
 
-  open(url, process = HERE) {
-    const tab = this.#add({ process });
+  open(url, process = HERE, { isPrivate = false } = {}) {
+    const tab = this.#add({ process, isPrivate });
     tab.navigate(url);
     this.activate(tab);
     return tab;
@@ -58,8 +58,8 @@ export class Tabs extends EventTarget {
     return Boolean(tab.view);
   }
 
-  #add({ opener, process }) {
-    const tab = new Tab((changed, what) => this.#onReport(changed, what), { opener, process, processes: this.processes });
+  #add({ opener, process, isPrivate }) {
+    const tab = new Tab((changed, what) => this.#onReport(changed, what), { opener, process, processes: this.processes, isPrivate });
     const index = opener ? this.list.indexOf(opener) + 1 : this.list.length;
     this.list.splice(index, 0, tab);
     tab.room = this.#rect;
@@ -149,6 +149,7 @@ export class Tabs extends EventTarget {
     root.classList.toggle('selected', selected);
     root.classList.toggle('loading', tab.loading);
     root.classList.toggle('ended', Boolean(tab.ended));
+    root.classList.toggle('private', tab.isPrivate);
     root.classList.toggle('asking', tab.asking && !selected);
     button.setAttribute('aria-selected', selected);
     button.tabIndex = selected ? 0 : -1;
@@ -170,9 +171,9 @@ export class Tabs extends EventTarget {
 }
 
 /** What a tab says of itself to those who do not see its signs. */
-function wordsOf({ label, asking, ended, process: { number } }) {
+function wordsOf({ label, asking, ended, isPrivate, process: { number } }) {
   if (ended) return `${label} – ended`;
-  return [label, number && `in process ${number}`, asking && 'waits for an answer'].filter(Boolean).join(' – ');
+  return [label, isPrivate && 'private', number && `in process ${number}`, asking && 'waits for an answer'].filter(Boolean).join(' – ');
 }
 
 /** For a page without an icon, the place it comes from gives the colour. */

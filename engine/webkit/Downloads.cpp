@@ -33,8 +33,9 @@ std::string downloadFolder() {
 std::string placeFor(const String& filename) {
   if (g_path_is_absolute(filename.utf8())) return filename.toStdString();
   gchar* base = g_path_get_basename(filename.utf8());
-  const std::string name = base;
+  const std::string last = base;
   g_free(base);
+  const std::string name = last == "." || last == ".." || last == "/" ? "download" : last;
   const auto dot = name.rfind('.');
   const std::string stem = name.substr(0, dot == 0 ? std::string::npos : dot);
   const std::string ending = name.substr(stem.size());
@@ -47,12 +48,31 @@ std::string placeFor(const String& filename) {
   return place;
 }
 
-// The engine tells destinations encoded as in an address.
-String decoded(const char* destination) {
-  gchar* text = g_uri_unescape_string(destination, nullptr);
-  String result(text ? text : destination);
-  g_free(text);
-  return result;
+// Where the engine writes until it is done; it deletes that when it does not get so far.
+std::string placeOfEngine(const String& filename) {
+  return filename.toStdString() + ".wkdownload";
+}
+
+// The version of what the engine loads, if that can be gone on with at all.
+String versionOf(WebKitDownload* download) {
+  WebKitURIRequest* request = webkit_download_get_request(download);
+  WebKitURIResponse* response = webkit_download_get_response(download);
+  if (!request || !response) return {};
+  const char* method = webkit_uri_request_get_http_method(request);
+  if (method && g_strcmp0(method, "GET") != 0) return {};
+  if (webkit_uri_response_get_status_code(response) != SOUP_STATUS_OK) return {};
+  return validatorOf(webkit_uri_response_get_http_headers(response));
+}
+
+// The engine takes a connection that closes too early for the end of the file.
+bool isCutOff(WebKitDownload* download) {
+  WebKitURIResponse* response = webkit_download_get_response(download);
+  if (!response) return false;
+  SoupMessageHeaders* headers = webkit_uri_response_get_http_headers(response);
+  // What is encoded has another length on its way.
+  if (!headers || soup_message_headers_get_one(headers, "Content-Encoding")) return false;
+  return webkit_download_get_received_data_length(download) <
+         webkit_uri_response_get_content_length(response);
 }
 
 }  // namespace
@@ -84,7 +104,8 @@ void Downloads::start(WebKitWebView* view, const String& url, const String& file
   entry.url = url;
   entry.filename = filename;
   entry.paused = false;
-  entry.result = 0;
+  entry.beginning = {};
+  entry.result = OrvWebDownloadResult::ResultSuccess;
   // The signal of the context comes inside this call or later; either way it is ours by then.
   WebKitDownload* download = webkit_web_view_download_uri(view, url.utf8());
   adopt(download, number);
@@ -129,6 +150,8 @@ void Downloads::raise(const Entry& entry, OrvWebEvent& event) const {
 
 void Downloads::saveAs(Entry& entry, const String& filename) {
   entry.filename = placeFor(filename);
+  // What a killed program has left there would be taken for the beginning of this file.
+  g_unlink(placeOfEngine(entry.filename).c_str());
   webkit_download_set_allow_overwrite(entry.download.get(), TRUE);
   webkit_download_set_destination(entry.download.get(), entry.filename.utf8());
 }
@@ -142,8 +165,10 @@ gboolean Downloads::onDecide(WebKitDownload* download, const gchar* suggested, D
     return TRUE;
   }
   const auto page = entry.page.lock();
-  // Nobody wants to be asked: the engine saves it where downloads go.
-  if (!page || !page->wants(OrvWebEvent::DownloadRequest)) return FALSE;
+  if (!page || !page->wants(OrvWebEvent::DownloadRequest)) {
+    self->saveAs(entry, String(suggested));
+    return TRUE;
+  }
   const unsigned int id = number;
   OrvWebDownloadRequestEvent event;
   event.downloadId = id;
@@ -162,7 +187,7 @@ gboolean Downloads::onDecide(WebKitDownload* download, const gchar* suggested, D
   } else if (event.action() == OrvWebDownloadAction::ActionSave) {
     self->saveAs(asked, event.filename().isEmpty() ? String(suggested) : event.filename());
   } else if (event.action() == OrvWebDownloadAction::ActionNone) {
-    return FALSE;
+    self->saveAs(asked, String(suggested));
   }
   // Pending: without a destination the engine waits for one.
   return TRUE;
@@ -178,15 +203,41 @@ void Downloads::decide(unsigned int number, bool save, const String& filename) {
   }
 }
 
-void Downloads::onCreated(WebKitDownload* download, const gchar* destination, Downloads* self) {
+void Downloads::raiseStarted(unsigned int number, const Entry& entry) const {
+  OrvWebDownloadStartedEvent event;
+  event.downloadId = number;
+  event.filename = entry.filename;
+  event.url = entry.url;
+  raise(entry, event);
+}
+
+void Downloads::raiseFinished(unsigned int number, const Entry& entry) const {
+  OrvWebDownloadFinishedEvent event;
+  event.downloadId = number;
+  event.downloadResult = entry.result;
+  raise(entry, event);
+}
+
+void Downloads::raiseFileError(unsigned int number, const Entry& entry) const {
+  OrvWebDownloadErrorEvent event;
+  event.downloadId = number;
+  event.downloadError = OrvWebDownloadError::ErrorInvalidFilename;
+  raise(entry, event);
+}
+
+void Downloads::onCreated(WebKitDownload* download, const gchar*, Downloads* self) {
   auto* found = self->find(download);
   if (!found) return;
-  if (found->second.filename.isEmpty()) found->second.filename = decoded(destination);
-  OrvWebDownloadStartedEvent event;
-  event.downloadId = found->first;
-  event.filename = found->second.filename;
-  event.url = found->second.url;
-  self->raise(found->second, event);
+  auto& [number, entry] = *found;
+  entry.beginning.validator = versionOf(download);
+  // Without a name for this version of the file nobody could go on with it.
+  if (!entry.beginning.validator.isEmpty()) {
+    entry.beginning.part =
+        PartFile::sharedWith(placeOfEngine(entry.filename), entry.filename.toStdString());
+  }
+  WebKitURIRequest* request = webkit_download_get_request(download);
+  if (entry.url.isEmpty() && request) entry.url = String(webkit_uri_request_get_uri(request));
+  self->raiseStarted(number, entry);
 }
 
 void Downloads::onResponse(WebKitDownload* download, GParamSpec*, Downloads* self) {
@@ -207,37 +258,131 @@ void Downloads::onReceived(WebKitDownload* download, guint64, Downloads* self) {
   event.downloadedSize = webkit_download_get_received_data_length(download);
   WebKitURIResponse* response = webkit_download_get_response(download);
   event.totalSize = response ? webkit_uri_response_get_content_length(response) : 0;
+  found->second.beginning.total = event.totalSize();
   self->raise(found->second, event);
 }
 
 void Downloads::onFailed(WebKitDownload* download, GError* error, Downloads* self) {
   auto* found = self->find(download);
   if (!found) return;
-  const OrvWebDownloadResult result = resultOf(error);
-  found->second.result = static_cast<int>(result);
-  if (result != OrvWebDownloadResult::ResultFileIOError) return;
-  OrvWebDownloadErrorEvent event;
-  event.downloadId = found->first;
-  event.downloadError = OrvWebDownloadError::ErrorInvalidFilename;
-  self->raise(found->second, event);
+  found->second.result = resultOf(error);
+  if (found->second.result == OrvWebDownloadResult::ResultFileIOError) {
+    self->raiseFileError(found->first, found->second);
+  }
 }
 
 void Downloads::onFinished(WebKitDownload* download, Downloads* self) {
   auto* found = self->find(download);
   if (!found) return;
+  const unsigned int number = found->first;
   Entry& entry = found->second;
   g_signal_handlers_disconnect_by_data(download, self);
+  if (entry.result == OrvWebDownloadResult::ResultSuccess && isCutOff(download)) {
+    entry.result = OrvWebDownloadResult::ResultNetworkError;
+    g_unlink(entry.filename.utf8());
+  }
   entry.download.reset();
-  if (entry.removed && entry.result != 0) g_unlink(entry.filename.utf8());
-  OrvWebDownloadFinishedEvent event;
-  event.downloadId = found->first;
-  event.downloadResult = static_cast<OrvWebDownloadResult>(entry.result);
-  const bool paused = entry.paused;
-  const auto page = entry.page;
-  if (entry.removed) self->entries_.erase(found->first);
+  const bool isComplete = entry.result == OrvWebDownloadResult::ResultSuccess;
+  if (isComplete) entry.paused = false;
+  const bool mayGoOn = entry.paused || entry.result == OrvWebDownloadResult::ResultNetworkError;
+  if (!mayGoOn || entry.removed) entry.beginning = {};
   // A pause is no end.
-  if (paused) return;
-  if (const auto alive = page.lock()) alive->raise(event);
+  if (entry.paused && !entry.removed) {
+    if (std::exchange(entry.goesOn, false)) self->goOn(number, entry);
+    return;
+  }
+  if (entry.removed) {
+    const auto node = self->entries_.extract(number);
+    if (!isComplete) g_unlink(node.mapped().filename.utf8());
+    self->raiseFinished(number, node.mapped());
+  } else {
+    self->raiseFinished(number, entry);
+  }
+}
+
+void Downloads::progressed(unsigned int number, std::uint64_t done) {
+  const auto found = entries_.find(number);
+  if (found == entries_.end()) return;
+  OrvWebDownloadProgressEvent event;
+  event.downloadId = number;
+  event.downloadedSize = done;
+  event.totalSize = found->second.beginning.total;
+  raise(found->second, event);
+}
+
+void Downloads::ended(unsigned int number, ResumedDownload::End end) {
+  using End = ResumedDownload::End;
+  const auto found = entries_.find(number);
+  if (found == entries_.end()) return;
+  Entry& entry = found->second;
+  entry.rest.reset();
+  if (end == End::Refused) {
+    entry.beginning = {};
+    return goOn(number, entry);
+  }
+  if (end == End::Complete) {
+    const std::uint64_t size = entry.beginning.part->size();
+    if (!entry.beginning.part->finish(entry.filename.toStdString())) end = End::DiskFails;
+    if (end == End::Complete) progressed(number, size);
+  }
+  // The chrome may have done away with it meanwhile.
+  const auto still = entries_.find(number);
+  if (still == entries_.end()) return;
+  Entry& over = still->second;
+  using Result = OrvWebDownloadResult;
+  over.result = end == End::Complete ? Result::ResultSuccess
+                : end == End::Broken ? Result::ResultNetworkError
+                                     : Result::ResultFileIOError;
+  if (end != End::Broken) over.beginning = {};
+  if (end == End::DiskFails) raiseFileError(number, over);
+  if (const auto left = entries_.find(number); left != entries_.end()) {
+    raiseFinished(number, left->second);
+  }
+}
+
+void Downloads::pause(unsigned int number, Entry& entry) {
+  if (!entry.isRunning()) return;
+  entry.paused = true;
+  entry.goesOn = false;
+  // The engine cannot hold a transfer: it is ended, and what has come is kept.
+  if (entry.download) webkit_download_cancel(entry.download.get());
+  if (entry.rest) progressed(number, entry.beginning.part->size());
+  entry.rest.reset();
+}
+
+void Downloads::cancel(unsigned int number, Entry& entry) {
+  const bool wasPaused = std::exchange(entry.paused, false);
+  if (entry.download) return webkit_download_cancel(entry.download.get());
+  if (!entry.rest && !wasPaused) return;
+  entry.rest.reset();
+  entry.beginning = {};
+  entry.result = OrvWebDownloadResult::ResultCancelled;
+  raiseFinished(number, entry);
+}
+
+void Downloads::remove(unsigned int number, Entry& entry) {
+  if (entry.download) {
+    entry.removed = true;
+    return webkit_download_cancel(entry.download.get());
+  }
+  const bool wasUnderWay = entry.rest || entry.paused;
+  const auto node = entries_.extract(number);
+  node.mapped().rest.reset();
+  node.mapped().beginning = {};
+  if (!wasUnderWay) return;
+  node.mapped().result = OrvWebDownloadResult::ResultCancelled;
+  raiseFinished(number, node.mapped());
+}
+
+void Downloads::goOn(unsigned int number, Entry& entry) {
+  const auto page = entry.page.lock();
+  if (!page || !page->view()) return;
+  if (!entry.beginning.canGoOn()) return start(page->view(), entry.url, entry.filename, number);
+  entry.paused = false;
+  entry.result = OrvWebDownloadResult::ResultSuccess;
+  entry.rest = std::make_unique<ResumedDownload>(number, entry.beginning, *this);
+  entry.rest->start(entry.url, page->view());
+  raiseStarted(number, entry);
 }
 
 void Downloads::step(unsigned int number, DownloadStep step) {
@@ -246,26 +391,22 @@ void Downloads::step(unsigned int number, DownloadStep step) {
   Entry& entry = found->second;
   switch (step) {
     case DownloadStep::Pause:
-      // The engine cannot hold a transfer: it is ended, and begun again at the beginning.
-      entry.paused = entry.download != nullptr;
-      [[fallthrough]];
+      return pause(number, entry);
     case DownloadStep::Cancel:
-      if (entry.download) webkit_download_cancel(entry.download.get());
-      break;
+      return cancel(number, entry);
     case DownloadStep::Remove:
-      entry.removed = true;
-      if (entry.download) {
-        webkit_download_cancel(entry.download.get());
-      } else {
-        entries_.erase(found);
-      }
-      break;
+      return remove(number, entry);
     case DownloadStep::Resume:
-    case DownloadStep::Retry:
-      if (entry.download) break;
-      if (const auto page = entry.page.lock(); page && page->view()) {
-        start(page->view(), entry.url, entry.filename, number);
+      if (entry.paused && entry.download) {
+        entry.goesOn = true;
+      } else if (entry.paused) {
+        goOn(number, entry);
       }
-      break;
+      return;
+    case DownloadStep::Retry: {
+      const bool hasFailed = entry.result != OrvWebDownloadResult::ResultSuccess;
+      if (!entry.isRunning() && !entry.paused && hasFailed) goOn(number, entry);
+      return;
+    }
   }
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "engine/Page.h"
+#include "engine/webkit/ResumedDownload.h"
 #include "engine/webkit/link/ObjectPointer.h"
 
 #include <webkit2/webkit2.h>
@@ -12,12 +13,12 @@
 
 class WebKitPage;
 
-class Downloads {
+class Downloads final : public ResumedDownload::Client {
  public:
   using String = Tessel::Platform::String;
 
   Downloads() = default;
-  ~Downloads();
+  ~Downloads() override;
   // Takes in what is started in a context.
   void listenTo(WebKitWebContext* context);
   Downloads(const Downloads&) = delete;
@@ -36,12 +37,17 @@ class Downloads {
  private:
   struct Entry {
     ObjectPointer<WebKitDownload> download;  // null once it has ended
+    DownloadBeginning beginning;             // while it runs, and when it can go on
+    std::unique_ptr<ResumedDownload> rest;   // in the place of the engine's download
     std::weak_ptr<WebKitPage> page;
     String url;
     String filename;      // asked for; empty while nobody has said
     bool paused = false;  // ended by us, to be started again
+    bool goesOn = false;  // as soon as the pause, which takes the engine a moment, has begun
     bool removed = false;
-    int result = 0;  // what DownloadFinished will tell
+    OrvWebDownloadResult result = OrvWebDownloadResult::ResultSuccess;  // the last end's
+
+    bool isRunning() const { return download || rest; }
   };
 
   static void onStarted(WebKitWebContext*, WebKitDownload* download, Downloads* self);
@@ -57,6 +63,17 @@ class Downloads {
   std::pair<const unsigned int, Entry>* find(WebKitDownload* download);
   void saveAs(Entry& entry, const String& filename);
   void raise(const Entry& entry, OrvWebEvent& event) const;
+  void raiseStarted(unsigned int number, const Entry& entry) const;
+  void raiseFinished(unsigned int number, const Entry& entry) const;
+  void raiseFileError(unsigned int number, const Entry& entry) const;
+
+  void pause(unsigned int number, Entry& entry);
+  void cancel(unsigned int number, Entry& entry);
+  void remove(unsigned int number, Entry& entry);
+  // From where it stands, or from the beginning. An entry without a page stays as it is.
+  void goOn(unsigned int number, Entry& entry);
+  void progressed(unsigned int number, std::uint64_t done) override;
+  void ended(unsigned int number, ResumedDownload::End end) override;
 
   std::vector<WebKitWebContext*> contexts_;  // outlive this
   unsigned int lastNumber_ = 0;

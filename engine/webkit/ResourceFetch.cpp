@@ -55,6 +55,9 @@ void ResourceFetch::start(const ResourceRequest& request, WebKitCookieManager* c
         this);
     return;
   }
+  if (!request.isDecoded) {
+    soup_message_disable_feature(message_.get(), SOUP_TYPE_CONTENT_DECODER);
+  }
   cookies_.reset(WEBKIT_COOKIE_MANAGER(g_object_ref(cookies)));
   if (request.headers) {
     soup_message_headers_foreach(

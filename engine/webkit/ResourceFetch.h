@@ -30,6 +30,7 @@ struct ResourceRequest {
   Tessel::Platform::String method;
   SoupMessageHeaders* headers = nullptr;  // none for null; only read
   GInputStream* body = nullptr;           // none for null; read to its end
+  bool isDecoded = true;                  // else nothing encoded is asked for, nor decoded
 };
 
 // One load, which goes on until it is done or this is destroyed. Cookies are those of the engine's

@@ -11,7 +11,7 @@ function openTab(process = HERE) {
   const listeners = {};
   const command = (name) => (...args) => commands.push([name, ...args]);
   const view = { on: (name, listener) => { listeners[name] = listener; } };
-  for (const name of ['downloadCancel', 'downloadRetry', 'downloadRemove']) view[name] = command(name);
+  for (const name of ['downloadCancel', 'downloadPause', 'downloadResume', 'downloadRetry', 'downloadRemove']) view[name] = command(name);
   const tab = { view, process, requested: '', stay: () => commands.push(['stay']), raise: (name, data) => listeners[name]({ data }) };
   tabs.dispatchEvent(Object.assign(new Event('attached'), { detail: tab }));
   return tab;
@@ -63,6 +63,21 @@ test('from the request over failure and retry to the end', () => {
   assert.equal(list.items.length, 1);
   list.clearFinished();
   assert.equal(list.items.length, 0);
+});
+
+test('a paused download is kept when the finished ones are cleared, and goes on', () => {
+  const tab = openTab();
+  request(tab, 6, 'film');
+  tab.raise('DownloadProgress', { downloadId: 6, downloadedSize: '500', totalSize: '2000' });
+  const [item] = list.items;
+  const actions = () => list.actionsOf(item).map(([word]) => word);
+  list.actionsOf(item)[0][1]();
+  assert.deepEqual([stateText(item), actions()], ['Paused at 500 bytes', ['Resume', 'Cancel']]);
+  list.clearFinished();
+  assert.equal(list.items.length, 1);
+  list.actionsOf(item)[0][1]();
+  assert.deepEqual(actions(), ['Pause', 'Cancel']);
+  assert.deepEqual(commands, [['downloadPause', 6], ['downloadResume', 6]]);
 });
 
 test('after its tab, a download is neither followed nor commanded', () => {

@@ -17,13 +17,14 @@ beforeEach(() => {
   host = { views: new Map(), loaded: [], refuses: false };
   globalThis.orv = {
     callNative(name, handle, ...args) {
-      if (name === 'bindingManager.listBindings') return 'webview.create\nwebview.delete\nwebview.loadURL\nwebview.applicationWindowGroup\nwebview.setVisible\nwebview.openWindowResponse\n';
+      if (name === 'bindingManager.listBindings') return 'webview.create\nwebview.delete\nwebview.loadURL\nwebview.applicationWindowGroup\nwebview.setVisible\nwebview.openWindowResponse\nwebview.isPrivateBrowsing\nwebview.setPrivateBrowsing\n';
       if (name === 'webview.create') {
         if (host.refuses) return '0';
         host.views.set(++lastHandle, Number(args[0] ?? 0));
         return String(lastHandle);
       }
       if (name === 'webview.delete') host.views.delete(handle);
+      if (name === 'webview.setPrivateBrowsing') host.loaded.push([handle, 'private']);
       if (name === 'webview.loadURL') host.loaded.push([handle, ...args]);
       return '';
     },
@@ -76,7 +77,7 @@ test('there is a process to choose for a new tab', () => {
   const one = open('http://one/', processes.fresh());
   open('http://two/', one.process);
   assert.deepEqual(newTabChoices(processes).map(({ about, process }) => [about, process.number]), [
-    ['In the program’s own process', 0], ['What ends it ends no other tab', 2], ['one · two', 1],
+    ['In the program’s own process', 0], ['What its pages leave behind goes with it', 0], ['What ends it ends no other tab', 2], ['one · two', 1],
   ]);
 });
 
@@ -129,4 +130,19 @@ test('a page waits for the window that it opens only if there will be one', () =
   assert.deepEqual(answer(), { setWait: true });
   opens = false;
   assert.deepEqual(answer(), { setAction: 'DISCARD' });
+});
+
+test('a private tab is one before it loads anything, and again in its next process', () => {
+  const tab = new Tab(() => {}, { process: processes.fresh(), processes, isPrivate: true });
+  tabs.list.push(tab);
+  const opened = () => {
+    host.loaded = [];
+    tab.navigate('http://secret/');
+    raise(tab.view.handle, 'Created');
+    return host.loaded.map(([, what]) => what);
+  };
+  assert.deepEqual(opened(), ['private', 'http://secret/']);
+  crash(1);
+  assert.deepEqual(opened(), ['private', 'http://secret/']);
+  assert.ok(new Tab(() => {}, { process: HERE, processes, opener: tab }).isPrivate);
 });

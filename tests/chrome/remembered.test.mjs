@@ -26,7 +26,7 @@ function openTab(url, { opener, isPrivate, process = HERE } = {}) {
   const view = { on: (name, listener) => { listeners[name] = listener; }, isPrivateBrowsing: () => (isPrivate ? '1' : '0') };
   view.requestSession = () => listeners.SessionInfo({ data: { data: `way to ${url}` } });
   for (const { name } of SETTINGS) view[`set${name}`] = (value) => calls.push([name, value]);
-  const tab = { url, title: url, view, process, opener, ready: true, calls };
+  const tab = { url, title: url, view, process, opener, isPrivate: Boolean(isPrivate), ready: true, calls };
   tabs.list.push(tab);
   for (const type of ['attached', 'created', 'loaded']) report(type, tab);
   return tab;

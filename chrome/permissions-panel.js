@@ -1,0 +1,45 @@
+/** What was decided about sites: a panel that lists it by origin, and changes it. */
+
+import { placeOf } from './address.js';
+import { make } from './dom.js';
+import { Panel } from './panel.js';
+import { PERMISSIONS } from './permissions.js';
+
+const CHOICES = [['Allow', true], ['Don’t allow', false], ['Ask', undefined]];
+
+export class PermissionsPanel extends Panel {
+  #tabs;
+  #permissions;
+  #list = make('ul', { className: 'rows' });
+  #note = make('p', { className: 'note' });
+  #forget = make('button', { type: 'button', className: 'text', textContent: 'Forget all' });
+  #isPrivate = null;
+
+  constructor(tabs, permissions) {
+    super('permissions-panel', 'Site permissions');
+    this.#tabs = tabs;
+    this.#permissions = permissions;
+    this.#forget.addEventListener('click', () => permissions.forgetAll(tabs.active.isPrivate));
+    this.body.append(this.#note, this.#list, this.#forget);
+    permissions.addEventListener('change', () => this.refresh());
+    tabs.addEventListener('change', ({ detail: tab }) => tab.isPrivate !== this.#isPrivate && this.refresh());
+  }
+
+  draw() {
+    const { isPrivate } = this.#tabs.active;
+    this.#isPrivate = isPrivate;
+    const all = Object.entries(this.#permissions.all(isPrivate)).sort(([a], [b]) => (a < b ? -1 : 1));
+    const whose = isPrivate ? 'For private tabs, until the last of them closes.' : 'They count from the next time that the site asks.';
+    this.#note.textContent = all.length ? whose : 'Nothing has been decided about any site.';
+    this.#forget.hidden = !all.length;
+    this.#list.replaceChildren(...all.flatMap(([origin, decisions]) => Object.keys(decisions).map((name) => this.#makeRow(isPrivate, origin, name, decisions[name]))));
+  }
+
+  #makeRow(isPrivate, origin, name, allowed) {
+    const { label } = PERMISSIONS[name] ?? { label: name };
+    const select = make('select', { 'aria-label': `${label}, ${placeOf(origin)}` },
+      ...CHOICES.map(([text, value]) => make('option', { textContent: text, selected: value === allowed })));
+    select.addEventListener('change', () => this.#permissions.decide(isPrivate, origin, name, CHOICES[select.selectedIndex][1]));
+    return make('li', { className: 'setting' }, make('div', {}, make('b', { textContent: placeOf(origin) }), make('small', { textContent: label })), select);
+  }
+}

@@ -1,0 +1,56 @@
+// Downloads of the real program that stop and go on, from a server that is slow or breaks off.
+#include "tests/support/FileServer.h"
+#include "tests/support/SuiteTest.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+
+namespace {
+
+using test_support::FileServer;
+
+class DownloadsTest : public test_support::SuiteTest {};
+
+std::map<std::string, std::string> filesIn(const std::filesystem::path& folder) {
+  std::map<std::string, std::string> files;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    std::ifstream file(entry.path(), std::ios::binary);
+    files[entry.path().filename()] = std::string(std::istreambuf_iterator<char>(file), {});
+  }
+  return files;
+}
+
+TEST_F(DownloadsTest, GoOnFromWhereTheyStoodAndLeaveNothingElse) {
+  constexpr std::size_t size = 400000;
+  for (const char* process : {"", "1"}) {
+    const FileServer server;
+    const std::filesystem::path folder = folder_ / ("downloads" + std::string(process));
+    std::filesystem::create_directory(folder);
+    std::ofstream(folder / "stale.bin.wkdownload") << std::string(1000, 'x');
+    std::filesystem::create_directories(folder_ / "config");
+    std::ofstream(folder_ / "config/user-dirs.dirs")
+        << "XDG_DOWNLOAD_DIR=\"" << folder.string() << "\"\n";
+    runSuite("downloads.html?process=" + std::string(process) + "&server=" + server.address() +
+                 "&folder=" + folder.string(),
+             {{"XDG_CONFIG_HOME", (folder_ / "config").string()}});
+    const std::map<std::string, int> expected{{"paused.bin", 1},       {"twice.bin", 1},
+                                              {"whole.bin", 1},        {"changed.bin", 2},
+                                              {"untagged.bin", 1},     {"broken.bin", 1},
+                                              {"stale.bin", 1},        {"of a person, 100%.bin", 1},
+                                              {"straße?.bin", 1},      {"given%20here.bin", 1},
+                                              {"by the server.bin", 1}};
+    const auto files = filesIn(folder);
+    for (const auto& [name, content] : files) {
+      const auto found = expected.find(name);
+      ASSERT_NE(found, expected.end()) << name << " was left";
+      EXPECT_TRUE(content == FileServer::content(size, found->second)) << name;
+    }
+    EXPECT_EQ(files.size(), expected.size());
+  }
+}
+
+}  // namespace

@@ -1,0 +1,151 @@
+// What private browsing leaves on the disk: nothing, while it goes on and after the program was
+// killed. An ordinary visit shows that the test would see it.
+#include "tests/support/FileServer.h"
+#include "tests/support/Processes.h"
+#include "tests/support/SuiteTest.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <map>
+#include <thread>
+
+namespace {
+
+using test_support::FileServer;
+using test_support::Program;
+
+constexpr std::string_view mark = "Zq7secret4Xw";
+
+constexpr const char* page =
+    R"(<!doctype html><link rel=icon href=icon.png><title>Zq7secret4Xw</title>
+<script>(async () => {
+  const left = [];
+  const leave = async (what, how) => { try { await how(); left.push(what); } catch (e) {} };
+  await leave('cookie', () => { document.cookie = 'own=Zq7secret4Xw; max-age=9999'; if (!document.cookie.includes('own')) throw 1; });
+  await leave('localStorage', () => { localStorage.own = 'Zq7secret4Xw'; });
+  await leave('indexedDB', () => new Promise((done, failed) => {
+    const opening = indexedDB.open('Zq7secret4Xw');
+    opening.onerror = failed;
+    opening.onupgradeneeded = () => opening.result.createObjectStore('s');
+    opening.onsuccess = () => {
+      const writing = opening.result.transaction('s', 'readwrite');
+      writing.objectStore('s').put('Zq7secret4Xw', 'key');
+      writing.oncomplete = done;
+      writing.onerror = failed;
+    };
+  }));
+  await leave('caches', async () => (await caches.open('Zq7secret4Xw')).put('/page/kept', new Response('Zq7secret4Xw')));
+  await leave('fetched', async () => (await fetch('big')).text());
+  await leave('worker', async () => {
+    await navigator.serviceWorker.register('worker.js');
+    await navigator.serviceWorker.ready;
+  });
+  document.title = 'left ' + left.join();
+})()</script>)";
+
+using Files = std::map<std::string, std::string>;
+
+Files filesBelow(const std::vector<std::filesystem::path>& folders) {
+  Files files;
+  for (const auto& folder : folders) {
+    std::error_code gone;
+    std::filesystem::recursive_directory_iterator entries(folder, gone);
+    for (; !gone && entries != std::filesystem::recursive_directory_iterator();
+         entries.increment(gone)) {
+      // A folder's name tells something, too. Files may go while they are looked at.
+      std::string& content = files[entries->path().lexically_relative(folder.parent_path())];
+      if (!entries->is_regular_file(gone)) continue;
+      std::ifstream file(entries->path(), std::ios::binary);
+      content.assign(std::istreambuf_iterator<char>(file), {});
+    }
+  }
+  return files;
+}
+
+// As it is, or in two bytes a letter; in a name or in a file.
+std::vector<std::string> withMark(const Files& files) {
+  std::string wide;
+  for (const char letter : mark) wide.append({letter, '\0'});
+  std::vector<std::string> found;
+  for (const auto& [name, content] : files) {
+    const bool has = name.find(mark) != name.npos || content.find(mark) != content.npos ||
+                     content.find(wide) != content.npos;
+    if (has) found.push_back(name);
+  }
+  return found;
+}
+
+class PrivateTest : public test_support::SuiteTest,
+                    public testing::WithParamInterface<const char*> {
+ protected:
+  PrivateTest() {
+    server_.add("secret", "text/html", page, "server=" + std::string(mark) + "; Max-Age=9999");
+    server_.add("icon.png", "image/svg+xml", "<svg xmlns='http://www.w3.org/2000/svg'/>");
+    server_.add("worker.js", "text/javascript", "// " + std::string(mark));
+    std::string big;
+    while (big.size() < 200000) big += mark;
+    server_.add("big", "text/plain", big);
+  }
+
+  // The files while the page is there, then those that are left when everything was killed.
+  std::pair<Files, Files> visit(const std::string& kind,
+                                const std::function<bool(const Files&)>& isThere) {
+    Program program(environment("visit.html?visit=" + kind + "&process=" + GetParam() +
+                                "&page=" + server_.address() + "page/secret"));
+    std::string line;
+    while (line != "visited") {
+      const auto next = program.nextLine();
+      EXPECT_TRUE(next) << program.errors();
+      if (!next) return {};
+      line = *next;
+      if (!line.starts_with("left ")) continue;
+      std::printf("%s: %s\n", kind.c_str(), line.c_str());
+      EXPECT_TRUE(line.starts_with("left cookie,localStorage,indexedDB,")) << line;
+    }
+    const auto end = std::chrono::steady_clock::now() + Program::patience;
+    Files running = files();
+    while (!isThere(running) && std::chrono::steady_clock::now() < end) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      running = files();
+    }
+    const std::vector<pid_t> processes = test_support::descendantsOf(program.pid());
+    ::kill(program.pid(), SIGKILL);
+    EXPECT_EQ(program.status(), -SIGKILL);
+    for (const pid_t process : processes) {
+      while (test_support::isRunning(process) && std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      }
+      EXPECT_FALSE(test_support::isRunning(process)) << process;
+    }
+    return {running, files()};
+  }
+  Files files() const { return filesBelow({folder_ / "data", folder_ / "cache"}); }
+
+  FileServer server_;
+};
+
+TEST_P(PrivateTest, LeavesNothingOnTheDisk) {
+  const auto always = [](const Files&) { return true; };
+  const auto [idle, before] = visit("none", always);
+  const auto [during, after] = visit("private", always);
+  for (const Files& files : {during, after}) {
+    EXPECT_EQ(withMark(files), std::vector<std::string>());
+    for (const auto& [name, content] : files) {
+      EXPECT_TRUE(idle.contains(name) || before.contains(name)) << name << " was not there before";
+    }
+  }
+  // Else the test would be blind.
+  const auto [ordinary, left] =
+      visit("ordinary", [](const Files& files) { return withMark(files).size() >= 3; });
+  EXPECT_GE(withMark(left).size(), 3u) << testing::PrintToString(withMark(left));
+}
+
+INSTANTIATE_TEST_SUITE_P(InEitherProcess, PrivateTest, testing::Values("", "1"));
+
+}  // namespace

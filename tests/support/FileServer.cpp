@@ -1,0 +1,215 @@
+// A server on the loopback interface whose files come slowly, break off, or in parts.
+#include "tests/support/FileServer.h"
+
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdlib>
+
+using Tessel::Platform::UniqueFd;
+
+namespace test_support {
+
+namespace {
+
+constexpr std::size_t pieceSize = 16 * 1024;
+constexpr std::size_t longestRequest = 16 * 1024;
+
+std::size_t numberOf(std::string_view text) {
+  std::size_t number = 0;
+  std::from_chars(text.data(), text.data() + text.size(), number);
+  return number;
+}
+
+std::string between(const std::string& text, const std::string& before, std::string_view after) {
+  const auto start = text.find(before);
+  if (start == std::string::npos) return {};
+  const auto first = start + before.size();
+  return text.substr(first, text.find_first_of(after, first) - first);
+}
+
+struct Request {
+  explicit Request(const std::string& head)
+      : kind(between(head, "GET /", "/ ")),
+        name(between(head, "GET /" + kind + "/", "? ")),
+        range(between(head, "\r\nRange: ", "\r")),
+        ifRange(between(head, "\r\nIf-Range: ", "\r")),
+        query("&" + between(head, "?", " ") + "&") {}
+
+  std::string option(const std::string& option) const {
+    return between(query, "&" + option + "=", "&");
+  }
+
+  std::string kind;
+  std::string name;
+  std::string range;
+  std::string ifRange;
+  std::string query;
+};
+
+bool sendAll(int client, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = ::send(client, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (count <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return true;
+}
+
+struct Answer {
+  std::string head;
+  std::size_t first = 0;  // of the file
+};
+
+Answer answerTo(const Request& request, std::size_t size, const std::string& tag) {
+  const bool inParts = request.option("range") != "no";
+  const bool isSame = request.ifRange.empty() || request.ifRange == tag;
+  Answer answer;
+  if (inParts && isSame && request.range.starts_with("bytes=")) {
+    answer.first = std::min(size, numberOf(std::string_view(request.range).substr(6)));
+  }
+  answer.head = answer.first > 0
+                    ? "HTTP/1.1 206 Partial Content\r\nContent-Range: bytes " +
+                          std::to_string(answer.first) + "-" + std::to_string(size - 1) + "/" +
+                          std::to_string(size) + "\r\n"
+                    : "HTTP/1.1 200 OK\r\n";
+  if (!tag.empty()) answer.head += "ETag: " + tag + "\r\n";
+  answer.head +=
+      "Content-Type: application/octet-stream\r\nContent-Disposition: attachment\r\n"
+      "Cache-Control: no-store\r\nConnection: close\r\nContent-Length: " +
+      std::to_string(size - answer.first) + "\r\n\r\n";
+  return answer;
+}
+
+}  // namespace
+
+std::string FileServer::content(std::size_t size, int version) {
+  std::string bytes(size, '\0');
+  for (std::size_t i = 0; i < size; ++i) {
+    bytes[i] = static_cast<char>((i * 31 + i / 251 + static_cast<std::size_t>(version) * 97) % 256);
+  }
+  return bytes;
+}
+
+FileServer::FileServer()
+    : listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)),
+      ended_(::eventfd(0, EFD_CLOEXEC)) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof address;
+  if (::bind(listener_.get(), reinterpret_cast<sockaddr*>(&address), size) != 0 ||
+      ::listen(listener_.get(), 16) != 0 ||
+      ::getsockname(listener_.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0) {
+    std::abort();
+  }
+  port_ = ntohs(address.sin_port);
+  acceptor_ = std::thread([this] { accept(); });
+}
+
+FileServer::~FileServer() {
+  ::eventfd_write(ended_.get(), 1);
+  acceptor_.join();
+  for (std::thread& connection : connections_) connection.join();
+}
+
+void FileServer::accept() {
+  for (;;) {
+    std::array<pollfd, 2> waiting{{{listener_.get(), POLLIN, 0}, {ended_.get(), POLLIN, 0}}};
+    if (::poll(waiting.data(), waiting.size(), -1) < 0) continue;
+    if (waiting[1].revents != 0) return;
+    const int client = ::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC);
+    if (client < 0) continue;
+    connections_.emplace_back([this, client] {
+      const UniqueFd owned(client);
+      serve(client);
+    });
+  }
+}
+
+void FileServer::hold(int client) const {
+  std::array<pollfd, 2> waiting{{{client, POLLIN | POLLRDHUP, 0}, {ended_.get(), POLLIN, 0}}};
+  ::poll(waiting.data(), waiting.size(), -1);
+}
+
+std::vector<std::string> FileServer::remember(const std::string& name, const std::string& asked) {
+  const std::lock_guard guard(lock_);
+  asked_[name].push_back(asked);
+  return asked_[name];
+}
+
+std::string FileServer::log(const std::string& name) {
+  const std::lock_guard guard(lock_);
+  std::string text;
+  for (std::string asked : asked_[name]) {
+    std::replace(asked.begin(), asked.end(), '"', '\'');
+    text += (text.empty() ? "[\"" : "\",\"") + asked;
+  }
+  return text.empty() ? "[]" : text + "\"]";
+}
+
+void FileServer::add(const std::string& name, const std::string& type, const std::string& content,
+                     const std::string& cookie) {
+  const std::lock_guard guard(lock_);
+  pages_[name] = "HTTP/1.1 200 OK\r\nContent-Type: " + type +
+                 "\r\nConnection: close\r\nCache-Control: max-age=3600\r\n" +
+                 (cookie.empty() ? "" : "Set-Cookie: " + cookie + "\r\n") +
+                 "Content-Length: " + std::to_string(content.size()) + "\r\n\r\n" + content;
+}
+
+std::string FileServer::page(const std::string& name) {
+  const std::lock_guard guard(lock_);
+  const auto found = pages_.find(name);
+  return found != pages_.end()
+             ? found->second
+             : "HTTP/1.1 404 Not Found\r\nConnection: close\r\nContent-Length: 0\r\n\r\n";
+}
+
+void FileServer::serve(int client) {
+  std::string head;
+  while (head.find("\r\n\r\n") == std::string::npos && head.size() < longestRequest) {
+    // An engine opens connections that it may never use.
+    hold(client);
+    std::array<char, 4096> piece{};
+    const ssize_t count = ::recv(client, piece.data(), piece.size(), MSG_DONTWAIT);
+    if (count <= 0) return;
+    head.append(piece.data(), static_cast<std::size_t>(count));
+  }
+  const Request request(head);
+  if (request.kind != "log" && request.kind != "file") {
+    sendAll(client, page(request.name));
+    return;
+  }
+  if (request.kind == "log") {
+    const std::string text = log(request.name);
+    sendAll(client,
+            "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nConnection: close\r\n"
+            "Access-Control-Allow-Origin: *\r\nContent-Length: " +
+                std::to_string(text.size()) + "\r\n\r\n" + text);
+    return;
+  }
+  const std::size_t count = remember(request.name, request.range + " " + request.ifRange).size();
+  const int version = request.option("changes") == "yes" ? static_cast<int>(count) : 1;
+  const std::string tag =
+      request.option("tag") == "no" ? "" : "\"v" + std::to_string(version) + "\"";
+  const std::string file = content(numberOf(request.option("size")), version);
+  const Answer answer = answerTo(request, file.size(), tag);
+  std::string_view body = std::string_view(file).substr(answer.first);
+  const std::size_t breaks = std::max<std::size_t>(1, numberOf(request.option("breaks")));
+  const bool stops = !request.option("stop").empty() && count <= breaks;
+  if (stops) body = body.substr(0, numberOf(request.option("stop")));
+  if (!sendAll(client, answer.head)) return;
+  const auto pace = std::chrono::milliseconds(numberOf(request.option("pace")));
+  for (; !body.empty(); body.remove_prefix(std::min(pieceSize, body.size()))) {
+    if (!sendAll(client, body.substr(0, pieceSize))) return;
+    std::this_thread::sleep_for(pace);
+  }
+  if (stops && request.option("then") == "hold") hold(client);
+}
+
+}  // namespace test_support

@@ -1,0 +1,59 @@
+// A server on the loopback interface whose files come slowly, break off, or can be asked for in
+// part, as their address says. Its threads are its own.
+#pragma once
+
+#include "platform/UniqueFd.h"
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace test_support {
+
+// GET /file/NAME?size=N with any of
+//   stop=N         the first answer stops after so many bytes of its body ...
+//   then=hold      ... and waits until the client goes; then=break closes the connection
+//   breaks=N       so many answers stop, each after as many bytes; 1 if not given
+//   range=no       requests for a part are answered with the whole
+//   tag=no         there is no entity tag
+//   changes=yes    each request finds another version of the file
+//   pace=N         milliseconds between pieces of 16 KiB
+// GET /page/NAME is what was added, and may be kept in caches.
+// GET /log/NAME tells what the requests for a file asked: "RANGE IF-RANGE" each, as a JSON list.
+class FileServer {
+ public:
+  FileServer();
+  ~FileServer();
+  FileServer(const FileServer&) = delete;
+  FileServer& operator=(const FileServer&) = delete;
+
+  std::string address() const { return "http://127.0.0.1:" + std::to_string(port_) + "/"; }
+  void add(const std::string& name, const std::string& type, const std::string& content,
+           const std::string& cookie = {});
+  // The file that the server has under every name.
+  static std::string content(std::size_t size, int version = 1);
+
+ private:
+  void accept();
+  void serve(int client);
+  // What the requests for a file have asked so far, this one's included.
+  std::vector<std::string> remember(const std::string& name, const std::string& asked);
+  std::string log(const std::string& name);
+  std::string page(const std::string& name);
+  // Waits until the client goes, or the server.
+  void hold(int client) const;
+
+  Tessel::Platform::UniqueFd listener_;
+  Tessel::Platform::UniqueFd ended_;  // readable once the server goes
+  int port_ = 0;
+  std::mutex lock_;
+  std::map<std::string, std::vector<std::string>> asked_;  // under the lock
+  std::map<std::string, std::string> pages_;               // whole answers, under the lock
+  std::thread acceptor_;
+  std::vector<std::thread> connections_;  // the acceptor's, until it has ended
+};
+
+}  // namespace test_support

@@ -1,0 +1,75 @@
+// Tests of the real program with a chrome of the tests, which may be a suite that tests by itself
+// (tests/e2e/pages/suite.js). Main thread.
+#pragma once
+
+#include "tests/e2e/Coverage.h"
+#include "tests/support/Program.h"
+#include "tests/support/Screen.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace test_support {
+
+class SuiteTest : public testing::Test {
+ protected:
+  // Files of its own for every test: the program must neither find nor leave anything.
+  void SetUp() override {
+    std::string pattern =
+        (std::filesystem::temp_directory_path() / "pagehost-test-XXXXXX").string();
+    ASSERT_TRUE(::mkdtemp(pattern.data()));
+    folder_ = pattern;
+    std::filesystem::copy(PAGEHOST_TEST_PAGES, folder_ / "root",
+                          std::filesystem::copy_options::recursive);
+    std::ofstream(folder_ / "outside.txt") << "secret";
+    std::filesystem::create_symlink(folder_ / "outside.txt", folder_ / "root/link-out.txt");
+    std::filesystem::create_directory_symlink(folder_, folder_ / "root/link-folder");
+  }
+  void TearDown() override { std::filesystem::remove_all(folder_); }
+
+  Program::Environment environment(const std::string& page) const {
+    return {{"CHROME_URL", page.empty() ? "" : "local:///" + page},
+            {"TESSEL_LOCAL_ROOT", (folder_ / "root").string()},
+            {"XDG_DATA_HOME", (folder_ / "data").string()},
+            {"XDG_CACHE_HOME", (folder_ / "cache").string()},
+            {"WIDTH", "800"},
+            {"HEIGHT", "600"}};
+  }
+
+  // A chrome that tests by itself: every line but the last must be an "ok", or asks for something
+  // to be done on the display.
+  void runSuite(const std::string& page, const Program::Environment& changes = {}) {
+    Program::Environment all = environment(page);
+    for (const auto& [name, value] : changes) all[name] = value;
+    Program program(all);
+    readSuite(program);
+  }
+  void readSuite(Program& program) {
+    int tests = 0;
+    for (;;) {
+      const auto line = program.nextLine();
+      ASSERT_TRUE(line) << "the suite does not end\n" << program.errors();
+      if (*line == "end") break;
+      if (line->starts_with("do ")) {
+        perform(line->substr(3));
+        continue;
+      }
+      if (line->starts_with("#")) {
+        coverage_.take(*line);
+        continue;
+      }
+      EXPECT_EQ(line->substr(0, 3), "ok ") << *line << "\n" << program.errors();
+      ++tests;
+    }
+    EXPECT_GT(tests, 0);
+  }
+
+  std::filesystem::path folder_;
+  Coverage coverage_;
+};
+
+}  // namespace test_support
