@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iostream>
 #include <map>
 
 namespace {
@@ -69,20 +68,12 @@ CopiedBlobs blobsByHand(const MessageLayoutFact& fact) {
   return blobsByHand(fact.number, std::string("i") + fact.fields);
 }
 
-std::vector<MessageLayoutFact> factsInTheTable() {
-  std::map<std::string, int> rows;
-  for (const CommandRow& row : commandTable()) rows[row.name] = row.messageNumber;
-  std::vector<MessageLayoutFact> facts;
-  for (const MessageLayoutFact& fact : messageLayoutFacts()) {
-    if (rows.count(fact.name)) facts.push_back(fact);
-  }
-  return facts;
-}
-
 TEST(CommandLayoutTest, EveryCommandKeepsItsNumberItsFieldsAndItsReply) {
   constexpr std::size_t commandCount = 280;
   std::map<std::string, MessageLayoutFact> facts;
   for (const MessageLayoutFact& fact : messageLayoutFacts()) facts[fact.name] = fact;
+  ASSERT_EQ(commandTable().size(), commandCount);
+  // One of them is answered where the chrome is.
   ASSERT_EQ(facts.size(), commandCount - 1);
   for (const CommandRow& row : commandTable()) {
     if (row.name == "jsScreenWindowHandle"sv) {
@@ -95,16 +86,12 @@ TEST(CommandLayoutTest, EveryCommandKeepsItsNumberItsFieldsAndItsReply) {
     EXPECT_EQ(row.messageFields, fact.fields) << row.name;
     EXPECT_EQ(row.messageReply, fact.reply) << row.name;
   }
-  const std::size_t missing = commandCount - commandTable().size();
-  std::cout << missing << " of " << commandCount << " commands are not in the table yet\n";
-  RecordProperty("commandsNotInTheTable", static_cast<int>(missing));
-  EXPECT_EQ(factsInTheTable().size(), commandTable().size() - 1);
 }
 
 TEST(CommandLayoutTest, EveryLayoutIsReadAndWrittenByteForByte) {
   std::map<int, std::string> layouts{{1000, ""},      {1001, "isi"}, {1002, "i"},  {1003, "ss"},
                                      {1100, "iiiii"}, {1101, "iss"}, {1102, "iss"}};
-  for (const MessageLayoutFact& fact : factsInTheTable()) {
+  for (const MessageLayoutFact& fact : messageLayoutFacts()) {
     layouts[fact.number] = std::string("i") + fact.fields;
   }
   layouts[2082] = "i";  // a number of the protocol that no command has
@@ -124,7 +111,7 @@ TEST(CommandLayoutTest, EveryLayoutIsReadAndWrittenByteForByte) {
 TEST(CommandLayoutTest, DamagedMessagesAreReadOrDroppedButNeverBelieved) {
   constexpr int mutations = 60000;
   std::vector<std::string> tokens{std::string(1, '\0'), "\1", std::string(1u << 20, '\1')};
-  const auto facts = factsInTheTable();
+  const auto& facts = messageLayoutFacts();
   for (const auto& fact : facts) tokens.push_back(wordOf(static_cast<unsigned int>(fact.number)));
   test_support::Mutator mutator(20260611, tokens);
   const auto damage = [&](std::vector<std::string>& bytes) {
