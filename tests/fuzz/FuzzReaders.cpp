@@ -29,74 +29,6 @@ void require(bool holds, const char* what, const std::string& text) {
   std::abort();
 }
 
-const std::vector<std::string>& values() {
-  static const std::vector<std::string> list{"true",
-                                             "false",
-                                             "null",
-                                             "0",
-                                             "-0",
-                                             "1",
-                                             "-1",
-                                             "7",
-                                             "2147483647",
-                                             "-2147483648",
-                                             "2147483648",
-                                             "-2147483649",
-                                             "4294967295",
-                                             "4294967296",
-                                             "18446744073709551615",
-                                             "18446744073709551616",
-                                             "0.0",
-                                             "2.0",
-                                             "-2.9",
-                                             "1e3",
-                                             "1E-7",
-                                             "1e308",
-                                             "1e309",
-                                             "5e308",
-                                             "123456789.125",
-                                             R"("")",
-                                             R"("x")",
-                                             R"("true")",
-                                             R"("5")",
-                                             R"("1")",
-                                             R"("4294967296")",
-                                             R"("-1")",
-                                             R"("cut\u0000here")",
-                                             R"("\ud83d\ude00 \u00e4 \"\\\n")",
-                                             "\"\xc3\xa4\xff\"",
-                                             R"("ACCEPT")",
-                                             R"("DENY")",
-                                             R"("CREATE")",
-                                             R"("DISCARD")",
-                                             R"("ActionSave")",
-                                             R"("ActionMax")",
-                                             R"("Deny")",
-                                             "[]",
-                                             "{}",
-                                             "[[]]",
-                                             R"(["a",1,true])",
-                                             R"({"x":1})",
-                                             std::string(40, '[') + std::string(40, ']'),
-                                             "\"" + std::string(3000, 'y') + "\""};
-  return list;
-}
-
-std::string object(test_support::Mutator& mutator, const std::vector<std::string>& keys) {
-  std::string text = "{";
-  const auto add = [&](const std::string& key) {
-    text.append(text.size() > 1 ? ",\"" : "\"").append(key).append("\":");
-    text.append(mutator.oneOf(values()));
-  };
-  // Whole records must be among them: each key is there more often than not.
-  for (const std::string& key : keys) {
-    if (mutator.below(8) != 0) add(key);
-  }
-  if (!keys.empty() && mutator.below(4) == 0) add(mutator.oneOf(keys));
-  if (mutator.below(4) == 0) add("other");
-  return text + "}";
-}
-
 namespace {
 
 // The log says a line for every mistake of an answer. The sanitizers are still heard.
@@ -112,15 +44,7 @@ void silenceTheLog() {
 int run(std::uint64_t seed, int seconds) {
   std::printf("seed %" PRIu64 "\n", seed);
   std::fflush(stdout);
-  std::vector<std::string> tokens = values();
-  for (const auto& keys : {recordKeys(), answerKeys()}) {
-    for (const std::string& key : keys) tokens.push_back("\"" + key + "\":");
-  }
-  for (const char* token : {"{", "}", "[", "]", ",", ":", "\"", "\\", "\\u0000", "\\ud800", " "}) {
-    tokens.emplace_back(token);
-  }
-  for (const std::string& token : objectTokens()) tokens.push_back(token);
-  test_support::Mutator mutator(seed, tokens);
+  test_support::Mutator mutator = mutatorOfTexts(seed);
   Tally records;
   Tally answers;
   Tally objects;

@@ -1,5 +1,5 @@
-// The parts of fuzz_readers. Each takes one text and checks everything that must hold whatever it
-// is; a failure ends the program with the text. Main thread.
+// The parts of fuzz_readers, and of the unit tests, which take the same texts each time. Each takes
+// one text and checks everything that must hold whatever it is. Main thread.
 #pragma once
 
 #include "tests/support/Mutator.h"
@@ -16,7 +16,7 @@ struct Tally {
   std::uint64_t accepted = 0;
 };
 
-// Ends the program when it does not hold.
+// Whoever drives the fuzzers has this: it fails, with the text, when that does not hold.
 void require(bool holds, const char* what, const std::string& text);
 
 // Values of every kind, well-formed; some of them at the borders of their kind.
@@ -24,6 +24,9 @@ const std::vector<std::string>& values();
 
 // An object of some of these keys with values, perhaps twice, perhaps with a foreign one.
 std::string object(test_support::Mutator& mutator, const std::vector<std::string>& keys);
+
+// Puts what the readers look for in the place of other bytes.
+test_support::Mutator mutatorOfTexts(std::uint64_t seed);
 
 // Readers of records: one round of each.
 void fuzzRecords(test_support::Mutator& mutator, Tally& tally);

@@ -4,12 +4,12 @@
 #include "platform/graphics/Window.h"
 #include "platform/graphics/WindowAnimation.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
+#include "tests/platform/Waiting.h"
 #include "tests/support/Screen.h"
 
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
 
-#include <chrono>
 #include <cmath>
 #include <memory>
 #include <string>
@@ -30,24 +30,10 @@ using Graphics::RawMouseEvent;
 using Graphics::RawTouchEvent;
 using Graphics::ScreenContext;
 using Graphics::ScreenEventType;
-
-// Runs the main loop until that holds; false when it has not after a while.
-template <typename Condition>
-bool runUntil(Condition holds) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (!holds()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    // Others draw, and tell nobody here: looked at again every few milliseconds.
-    const guint tick = g_timeout_add(
-        5, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
-    g_main_context_iteration(nullptr, TRUE);
-    g_source_remove(tick);
-  }
-  return true;
-}
+using Testing::iterateUntil;
 
 bool shows(int x, int y, const Pixel& color) {
-  return runUntil([&] { return pixelAt(x, y) == color; });
+  return iterateUntil([&] { return pixelAt(x, y) == color; });
 }
 
 constexpr Pixel background{40, 40, 40};
@@ -128,7 +114,7 @@ TEST_F(WindowScreenTest, AWindowIsInEveryPictureWhereItsCurveIsAtThatTime) {
                                     [&] { ++finished; });
     const Recorder recorder(widget_, *child_);
     moves.start();
-    ASSERT_TRUE(runUntil([&] { return finished > 0 && recorder.frames.back().place == to; }));
+    ASSERT_TRUE(iterateUntil([&] { return finished > 0 && recorder.frames.back().place == to; }));
     const auto& frames = recorder.frames;
     // The first picture of the way is the one before the first that differs from its beginning, or
     // an earlier one: the one from which all others are where they should be.
@@ -171,7 +157,7 @@ TEST_F(WindowScreenTest, WhatNobodySeesComesToItsEndToo) {
   Graphics::WindowAnimation moves(child_.get(), Graphics::LocationChange{{0, 0}, {30, 0}}, {},
                                   [&] { ++finished; });
   moves.start();
-  EXPECT_TRUE(runUntil([&] { return finished == 1; }));
+  EXPECT_TRUE(iterateUntil([&] { return finished == 1; }));
   EXPECT_EQ(child_->windowLocation(), (IntPoint{30, 0}));
   // Nor does it have to be in a window.
   child_ = makeChild({0, 0, 50, 50});
@@ -179,7 +165,7 @@ TEST_F(WindowScreenTest, WhatNobodySeesComesToItsEndToo) {
                                    [&] { ++finished; });
   orphan.start();
   top_.reset();
-  EXPECT_TRUE(runUntil([&] { return finished == 2; }));
+  EXPECT_TRUE(iterateUntil([&] { return finished == 2; }));
 }
 
 class ScreenInputTest : public WindowScreenTest, public Graphics::ScreenWindowListener {
@@ -237,7 +223,7 @@ class ScreenInputTest : public WindowScreenTest, public Graphics::ScreenWindowLi
   }
   std::vector<std::string> take() { return std::exchange(told_, {}); }
   bool tells(const std::string& text) {
-    const bool told = runUntil([&] { return !told_.empty() && told_.back() == text; });
+    const bool told = iterateUntil([&] { return !told_.empty() && told_.back() == text; });
     if (!told) {
       for (const std::string& each : told_) ADD_FAILURE() << "told " << each;
     }
@@ -378,11 +364,11 @@ TEST_F(WindowScreenTest, WhatIsDiscardedShowsAndClicksWhatLiesBelow) {
   EXPECT_TRUE(shows(120, 115, blue));
   EXPECT_TRUE(shows(230, 115, background)) << "below is the application's window";
   clickAt(20, 20);
-  EXPECT_TRUE(runUntil([&] { return lower.clicks == 1; }));
+  EXPECT_TRUE(iterateUntil([&] { return lower.clicks == 1; }));
   clickAt(75, 75);
-  EXPECT_TRUE(runUntil([&] { return lower.clicks == 2; }));
+  EXPECT_TRUE(iterateUntil([&] { return lower.clicks == 2; }));
   clickAt(120, 75);
-  EXPECT_TRUE(runUntil([&] { return upper.clicks == 1; }));
+  EXPECT_TRUE(iterateUntil([&] { return upper.clicks == 1; }));
 
   upper.window->setWindowLocation({60, 50});
   EXPECT_TRUE(shows(105, 75, blue)) << "they move along";
@@ -390,7 +376,7 @@ TEST_F(WindowScreenTest, WhatIsDiscardedShowsAndClicksWhatLiesBelow) {
   upper.window->setDiscardRects({});
   EXPECT_TRUE(shows(75, 75, red));
   clickAt(75, 75);
-  EXPECT_TRUE(runUntil([&] { return upper.clicks == 2; }));
+  EXPECT_TRUE(iterateUntil([&] { return upper.clicks == 2; }));
   EXPECT_EQ(lower.clicks, 2);
 }
 

@@ -162,52 +162,6 @@ TEST(GroupTest, WebViewsLiveInChildrenAndSayTheyExist) {
   });
 }
 
-TEST(GroupTest, AChildThatDiesTakesItsWebViewsAlongInTheirOrderAndNoOthers) {
-  withChildren([](Chrome& chrome) {
-    const unsigned int first = chrome.create(5);
-    const unsigned int second = chrome.create(5);
-    const unsigned int other = chrome.create(6);
-    ASSERT_TRUE(iterateUntil([&] {
-      return chrome.manager.isCreated(first) && chrome.manager.isCreated(second) &&
-             chrome.manager.isCreated(other);
-    }));
-    chrome.events();
-    const pid_t process = chrome.processOf(first);
-    ::kill(process, SIGKILL);
-    ASSERT_TRUE(iterateUntil([&] { return !chrome.manager.remoteWebViewForHandle(second); }));
-    EXPECT_THAT(chrome.errors(), ElementsAre("WebView group 5 (child process " +
-                                             std::to_string(process) + ") has died unexpectedly!"));
-    EXPECT_THAT(chrome.events(), ElementsAre(std::to_string(first) + " ProcessCrash",
-                                             std::to_string(second) + " ProcessCrash"));
-    EXPECT_EQ(chrome.callNative({"webview.isVisible", std::to_string(other).c_str()}), "1");
-    // The number is free again.
-    const unsigned int again = chrome.create(5);
-    ASSERT_NE(again, 0u);
-    EXPECT_NE(chrome.processOf(again), process);
-  });
-}
-
-TEST(GroupTest, WithoutALauncherOldGroupsLiveAndNewOnesFail) {
-  withChildren([](Chrome& chrome) {
-    const unsigned int old = chrome.create(1);
-    const pid_t child = chrome.processOf(old);
-    std::ifstream stat("/proc/" + std::to_string(child) + "/stat");
-    std::string pid, name, state;
-    pid_t launcher = 0;
-    stat >> pid >> name >> state >> launcher;
-    ASSERT_GT(launcher, 1);
-    ::kill(launcher, SIGKILL);
-    ASSERT_TRUE(iterateUntil([&] { return !isAlive(launcher); }));
-    EXPECT_EQ(chrome.create(2), 0u);
-    EXPECT_THAT(chrome.errors(),
-                ElementsAre("IPCSenderGroup for process -1 encountered error: Error writing launch "
-                            "data to child launcher pipe: Broken pipe(32)!"));
-    ASSERT_TRUE(iterateUntil([&] { return chrome.manager.isCreated(old); }));
-    EXPECT_EQ(chrome.callNative({"webview.isVisible", std::to_string(old).c_str()}), "1");
-    EXPECT_NE(chrome.create(1), 0u);
-  });
-}
-
 class RefusedHandshakeTest : public ::testing::TestWithParam<Group> {};
 
 TEST_P(RefusedHandshakeTest, EndsTheLaunchAfterThreeSeconds) {

@@ -130,7 +130,7 @@ class FakePage {
         call.arguments.empty() ? JavaScriptVariant() : call.arguments[0];
     const std::string function = functionOf(frame);
     if (function == "echo") peer_.answer(frame, encode(value));
-    if (function == "native" || function == "nativeAndHang") {
+    if (function == "native") {
       const NativeArguments arguments{value.stringValue().toStdString()};
       native_.emplace(++lastId_, frame);
       peer_.send(FrameKind::NativeCall, lastId_, page, encode(arguments));
@@ -144,8 +144,6 @@ class FakePage {
       for (const auto& [heldCall, payload] : heldCalls_) peer_.answer(heldCall, payload);
       heldCalls_.clear();
     }
-    if (function == "babble") peer_.answer(frame, "\xff");
-    if (function == "die") peer_.close();
   }
 
   ScriptedPeer& peer_;
@@ -199,28 +197,6 @@ TEST(PageLinkTest, WhatIsNoQuestionClosesTheLink) {
   }
 }
 
-TEST(PageLinkTest, ASecondThreadNeedsTheMainThreadOnlyForQuestions) {
-  Host host;
-  FakePage page(host);
-  // The main thread is in a native call and reads nothing.
-  host.delegate.onNativeCall = [&](const NativeArguments&) {
-    auto second = std::async(std::launch::async, [&] { return host.number("echo", 5); });
-    EXPECT_EQ(second.wait_for(Deadline), std::future_status::ready);
-    return String("served");
-  };
-  const auto result = host.call("native");
-  ASSERT_TRUE(result);
-  EXPECT_EQ(result->stringValue(), String("served"));
-
-  // The main thread is idle, and the second thread's call asks it something.
-  host.delegate.onNativeCall = [](const NativeArguments&) { return String("idle"); };
-  auto second = std::async(std::launch::async, [&] { return host.call("native"); });
-  EXPECT_TRUE(iterateUntil([&] { return second.wait_for(0s) == std::future_status::ready; }));
-  const auto answer = second.get();
-  ASSERT_TRUE(answer);
-  EXPECT_EQ(answer->stringValue(), String("idle"));
-}
-
 TEST(PageLinkTest, ThreadsThatCallAllTheTimeLoseNothing) {
   Host host;
   FakePage page(host);
@@ -259,17 +235,6 @@ TEST(PageLinkTest, AWaitEndsAtItsLimitAndTheLateAnswerIsNobodys) {
   };
   test();
   std::async(std::launch::async, test).get();
-}
-
-TEST(PageLinkTest, TheDeathOfThePeerEndsEveryWait) {
-  Host host;
-  FakePage page(host);
-  auto second = std::async(std::launch::async, [&] { return host.call("hold"); });
-  ASSERT_TRUE(iterateUntil([&] { return page.held == 1; }));
-  EXPECT_FALSE(host.call("die"));
-  EXPECT_EQ(second.wait_for(Deadline), std::future_status::ready);
-  EXPECT_FALSE(second.get());
-  EXPECT_TRUE(iterateUntil([&] { return host.delegate.closed == 1; }));
 }
 
 TEST(PageLinkTest, ACallTooLargeToSendEndsTheLinkAndEveryWait) {

@@ -1,6 +1,7 @@
 // The control: who may use it, what it takes, what it tells.
 #include "platform/navigator/ControlSocket.h"
 #include "platform/navigator/NavigatorHandler.h"
+#include "tests/link/TemporaryFolder.h"
 
 #include <glib.h>
 #include <gmock/gmock.h>
@@ -14,7 +15,6 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <filesystem>
 
 namespace {
 
@@ -41,11 +41,6 @@ UniqueFd connectTo(const std::string& path) {
 class ControlSocketTest : public testing::Test, public NavigatorListener {
  protected:
   void SetUp() override {
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / "pagehost-test-XXXXXX").string();
-    ASSERT_TRUE(::mkdtemp(pattern.data()));
-    folder_ = pattern;
-    path_ = pattern + "/control";
     control_ = ControlSocket::open(path_);
     ASSERT_TRUE(control_);
     NavigatorHandler::instance().addListener(this);
@@ -54,7 +49,6 @@ class ControlSocketTest : public testing::Test, public NavigatorListener {
     NavigatorHandler::instance().removeListener(this);
     control_.reset();
     EXPECT_FALSE(std::filesystem::exists(path_));
-    std::filesystem::remove_all(folder_);
   }
 
   void onWindowState(const String& state) override { heard.push_back(state.toStdString()); }
@@ -82,8 +76,8 @@ class ControlSocketTest : public testing::Test, public NavigatorListener {
     return read(socket, 1);
   }
 
-  std::filesystem::path folder_;
-  std::string path_;
+  const test_support::TemporaryFolder folder_;
+  const std::string path_ = folder_.path() / "control";
   std::unique_ptr<ControlSocket> control_;
   std::vector<std::string> heard;
 };
@@ -152,7 +146,7 @@ TEST_F(ControlSocketTest, ThereAreNoMoreClientsThanItTakes) {
 TEST_F(ControlSocketTest, OtherUsersAreRefused) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can become another user";
   // What keeps others away from the folder is not what is tested here.
-  ASSERT_EQ(::chmod(folder_.c_str(), 0755), 0);
+  ASSERT_EQ(::chmod(folder_.path().c_str(), 0755), 0);
   ASSERT_EQ(::chmod(path_.c_str(), 0777), 0);
   const pid_t stranger = ::fork();
   if (stranger == 0) {

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <set>
 
 namespace Tessel::Platform {
 namespace {
@@ -137,29 +136,6 @@ TEST(MessageBlobsTest, LayoutIsRefusedByAnotherTypesSerialiser) {
   StandardErrorPipe standardError;
   EXPECT_EQ(RecordSerializer<Everything>().deserialize(list), nullptr);
   EXPECT_THAT(standardError.read(), HasSubstr("another layout"));
-}
-
-TEST(MessageBlobsTest, FieldTypesHaveACodecEach) {
-  const std::vector<int> ids{
-      MessageSerializerFactory<int>::type(), MessageSerializerFactory<unsigned int>::type(),
-      MessageSerializerFactory<bool>::type(), MessageSerializerFactory<IPCSafeString>::type()};
-  EXPECT_EQ(std::set<int>(ids.begin(), ids.end()).size(), ids.size());
-  for (const int id : ids) EXPECT_TRUE(messageBlobSerializer(id));
-  EXPECT_FALSE(messageBlobSerializer(-1));
-  EXPECT_FALSE(messageBlobSerializer(generateUniqueType()));
-
-  // Without its codec a field is left out and, when it is there, not read.
-  const int numbers = MessageSerializerFactory<int>::type();
-  const BlobSerializerBase* codec = messageBlobSerializer(numbers);
-  Everything message(everythingType, nullptr, 5, "", true, 2u, true, "");
-  const CopiedBlobs complete = blobsOf(message);
-  installMessageBlobSerializer(numbers, nullptr);
-  EXPECT_EQ(blobsOf(message).bytes.size(), complete.bytes.size() - 1);
-  const auto received = complete.deserialize();
-  installMessageBlobSerializer(numbers, codec);
-  ASSERT_TRUE(received);
-  EXPECT_EQ(static_cast<Everything&>(*received).field<0>(), 0);
-  EXPECT_EQ(static_cast<Everything&>(*received).field<3>(), 2u);
 }
 
 TEST(MessageBlobsTest, ReplyBuffersTakeOnlyWhatCanBeTheirs) {

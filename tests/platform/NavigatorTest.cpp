@@ -8,15 +8,14 @@
 #include "platform/navigator/MemoryPressure.h"
 #include "platform/navigator/RotationService.h"
 #include "platform/navigator/WindowService.h"
+#include "tests/platform/Waiting.h"
 
 #include <gio/gio.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 
 namespace {
 
@@ -27,15 +26,7 @@ using Graphics::Window;
 using Graphics::WindowType;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-bool turnUntil(const std::function<bool()>& condition) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    g_main_context_iteration(nullptr, FALSE);
-  }
-  return true;
-}
+using Testing::iterateUntil;
 
 // Remembers every notification that these tests raise.
 class NavigatorTest : public testing::Test, public NavigatorListener, public LocaleListener {
@@ -119,7 +110,7 @@ TEST_F(WindowServiceTest, RequestsReachTheWindowAndTheEndComesLater) {
   handler.closeWindow();
   handler.closeWindow();
   EXPECT_THAT(heard, IsEmpty());
-  EXPECT_TRUE(turnUntil([this] { return !heard.empty(); }));
+  EXPECT_TRUE(iterateUntil([this] { return !heard.empty(); }));
   while (g_main_context_iteration(nullptr, FALSE)) {
   }
   EXPECT_THAT(heard, ElementsAre("exit"));
@@ -179,7 +170,7 @@ TEST_F(NavigatorTest, MemoryIsShortOnceUntilThePressureIsOver) {
   write("40.00");
   {
     const MemoryPressure pressure([&] { ++low; }, path, 1);
-    EXPECT_TRUE(turnUntil([&] { return low == 1; }));
+    EXPECT_TRUE(iterateUntil([&] { return low == 1; }));
     write("7.00");
     // Many looks: it is neither told again nor over.
     int looks = 0;
@@ -190,13 +181,13 @@ TEST_F(NavigatorTest, MemoryIsShortOnceUntilThePressureIsOver) {
           return G_SOURCE_CONTINUE;
         },
         &looks);
-    EXPECT_TRUE(turnUntil([&] { return looks > 20; }));
+    EXPECT_TRUE(iterateUntil([&] { return looks > 20; }));
     EXPECT_EQ(low, 1);
     write("1.00");
     looks = 0;
-    EXPECT_TRUE(turnUntil([&] { return looks > 20; }));
+    EXPECT_TRUE(iterateUntil([&] { return looks > 20; }));
     write("40.00");
-    EXPECT_TRUE(turnUntil([&] { return low == 2; }));
+    EXPECT_TRUE(iterateUntil([&] { return low == 2; }));
     g_source_remove(counter);
   }
   std::filesystem::remove(path);
@@ -273,7 +264,7 @@ class DeviceBusTest : public NavigatorTest {
          g_variant_new("(sa{sv}as)", interface, &changed, nullptr));
   }
   bool hears(std::size_t count) {
-    return turnUntil([&] { return heard.size() >= count; });
+    return iterateUntil([&] { return heard.size() >= count; });
   }
 
   RotationService rotation{handler};

@@ -2,11 +2,11 @@
 // a line each, on its standard output. One thread.
 //
 //   window NAME X Y W H      a child window; all zero: it covers the application's
-//   content NAME KIND [TEXT] a widget in it: area, entry, combo, or page (TEXT is its document)
+//   content NAME KIND [TEXT] a widget in it: area, or page (TEXT is its document)
 //   place NAME X Y W H, alpha NAME N, order NAME N, show NAME 0|1, color NAME R G B, remove NAME
 //   tint NAME R G B          areas are of that colour from now on, each part 0 or 1
 //   paints NAME              how often areas were drawn, after a time that is enough for more
-//   focus NAME, tell NAME (its handle and size), hang (reads nothing for ever)
+//   focus NAME, tell NAME (its handle and size)
 #include "platform/Log.h"
 #include "platform/graphics/Window.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
@@ -121,25 +121,6 @@ GtkWidget* makeArea() {
 
 GtkWidget* makeContent(const std::string& kind, const std::string& text) {
   if (kind == "area") return makeArea();
-  if (kind == "entry") {
-    GtkWidget* entry = gtk_entry_new();
-    const auto changed = [](GtkEditable* editable, gpointer) {
-      tell("text", gtk_entry_get_text(GTK_ENTRY(editable)));
-    };
-    g_signal_connect(entry, "changed", G_CALLBACK(+changed), nullptr);
-    return entry;
-  }
-  if (kind == "combo") {
-    GtkWidget* combo = gtk_combo_box_text_new();
-    for (const char* item : {"one", "two", "three"}) {
-      gtk_combo_box_text_append_text(GTK_COMBO_BOX_TEXT(combo), item);
-    }
-    const auto changed = [](GtkComboBox* box, gpointer) {
-      tell("chosen", gtk_combo_box_get_active(box));
-    };
-    g_signal_connect(combo, "changed", G_CALLBACK(+changed), nullptr);
-    return combo;
-  }
   GtkWidget* page = webkit_web_view_new();
   const auto titled = [](WebKitWebView* view, GParamSpec*, gpointer) {
     tell("title", webkit_web_view_get_title(view) ? webkit_web_view_get_title(view) : "");
@@ -164,9 +145,6 @@ void obey(const std::string& line) {
     words >> read.x >> read.y >> read.width >> read.height;
     return read;
   };
-  if (order == "hang") {
-    for (;;) pause();
-  }
   if (order == "window") {
     windows[name] = std::make_unique<Window>(WindowType::Child, nullptr, rect(), IntRect(),
                                              IntSize(), 0, false, "tests");

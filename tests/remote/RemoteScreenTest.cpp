@@ -3,6 +3,7 @@
 #include "platform/graphics/Window.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 #include "platform/graphics/remote/RemoteWindows.h"
+#include "tests/platform/Waiting.h"
 #include "tests/support/Screen.h"
 
 #include <fcntl.h>
@@ -14,12 +15,11 @@
 #include <unistd.h>
 
 #include <array>
-#include <chrono>
 #include <cstdlib>
 #include <memory>
-#include <optional>
 #include <string>
 
+using Tessel::Platform::Testing::iterateUntil;
 using test_support::movePointer;
 using test_support::Pixel;
 using test_support::pressButton;
@@ -35,21 +35,6 @@ constexpr Pixel red{255, 0, 0};
 constexpr Pixel blue{0, 0, 255};
 constexpr Pixel black{0, 0, 0};
 constexpr unsigned group = 7;
-
-// Runs the main loop until that holds; false when it has not after a while.
-template <typename Condition>
-bool runUntil(Condition holds, std::chrono::seconds patience = std::chrono::seconds(6)) {
-  const auto end = std::chrono::steady_clock::now() + patience;
-  while (!holds()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    // Others draw, and tell nobody here: looked at again every few milliseconds.
-    const guint tick = g_timeout_add(
-        5, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
-    g_main_context_iteration(nullptr, TRUE);
-    g_source_remove(tick);
-  }
-  return true;
-}
 
 class RemoteScreenTest : public testing::Test {
  protected:
@@ -115,21 +100,22 @@ class RemoteScreenTest : public testing::Test {
 
   // Until the child has told a line that begins like that; the lines before it are dropped.
   bool waitFor(const std::string& beginning) {
-    return runUntil([&] {
+    bool found = false;
+    return iterateUntil([&] {
       std::array<char, 4096> chunk;
       const ssize_t count = ::read(output_.get(), chunk.data(), chunk.size());
       if (count > 0) unread_.append(chunk.data(), static_cast<std::size_t>(count));
-      for (std::size_t end; (end = unread_.find('\n')) != std::string::npos;) {
+      for (std::size_t end; !found && (end = unread_.find('\n')) != std::string::npos;) {
         line_ = unread_.substr(0, end);
         unread_.erase(0, end + 1);
-        if (line_.rfind(beginning, 0) == 0) return true;
+        found = line_.starts_with(beginning);
       }
-      return false;
+      return found;
     });
   }
 
   static bool shows(int x, int y, const Pixel& color) {
-    return runUntil([&] {
+    return iterateUntil([&] {
       const Pixel pixel = test_support::pixelAt(x, y);
       int difference = 0;
       for (std::size_t i = 0; i < color.size(); ++i) difference += std::abs(pixel[i] - color[i]);
@@ -223,7 +209,7 @@ TEST_F(RemoteScreenTest, FollowsTheApplicationsWindowAndWhatItDoesByHandle) {
   EXPECT_NE(line_.find(" 60 70"), std::string::npos);
   // What the child changes now leaves the place alone, until it places the window itself.
   order("order a 3");
-  EXPECT_TRUE(runUntil([&] { return mirror->state().zOrder == 3; }));
+  EXPECT_TRUE(iterateUntil([&] { return mirror->state().zOrder == 3; }));
   EXPECT_EQ(mirror->state().rect, (IntRect{50, 50, 60, 70}));
   order("place a 10 10 30 30");
   ASSERT_TRUE(waitFor("size 30 30"));
@@ -307,33 +293,6 @@ TEST_F(RemoteScreenTest, TakesTouchesAndSmoothScrolling) {
   EXPECT_TRUE(waitFor("scroll 4 0.25"));
 }
 
-TEST_F(RemoteScreenTest, TypesIntoAnEntry) {
-  order("window a 10 10 200 40");
-  order("content a entry");
-  order("focus a");
-  ASSERT_TRUE(runUntil([] { return test_support::pixelAt(100, 30) != black; }));
-  click(100, 30);
-  type("x");
-  EXPECT_TRUE(waitFor("text x"));
-}
-
-TEST_F(RemoteScreenTest, OpensAPopUpWhereItsWidgetIs) {
-  order("window a 60 40 120 40");
-  order("content a combo");
-  ASSERT_TRUE(runUntil([] { return test_support::pixelAt(100, 60) != black; }));
-  click(100, 60);
-  // The list lies below or over the widget, in a window of its own.
-  ASSERT_TRUE(runUntil([] { return test_support::pixelAt(100, 120) != black; }));
-  type("Down");
-  type("Down");
-  type("Return");
-  EXPECT_TRUE(waitFor("chosen"));
-  EXPECT_TRUE(shows(100, 120, black));
-  // Again, now with the chosen item over the widget and the others above.
-  click(100, 60);
-  EXPECT_TRUE(runUntil([] { return test_support::pixelAt(100, 30) != black; }));
-}
-
 TEST_F(RemoteScreenTest, ShowsAPage) {
   order("window a 50 50 300 200");
   order(
@@ -372,7 +331,7 @@ TEST_F(RemoteScreenTest, OpensTheMenuOfAPageAndShowsItsCursor) {
   ASSERT_TRUE(shows(340, 240, green));
   ASSERT_TRUE(shows(280, 80, blue));
   click(90, 125);
-  ASSERT_TRUE(runUntil([] { return test_support::pixelAt(150, 190) != green; }));
+  ASSERT_TRUE(iterateUntil([] { return test_support::pixelAt(150, 190) != green; }));
   EXPECT_EQ(test_support::pixelAt(65, 190), green) << "it is as far to the left as its element";
   click(90, 175);
   EXPECT_TRUE(waitFor("title picked two"));
@@ -382,7 +341,7 @@ TEST_F(RemoteScreenTest, OpensTheMenuOfAPageAndShowsItsCursor) {
   GdkDisplay* ours = gdk_display_get_default();
   GdkDevice* pointer = gdk_seat_get_pointer(gdk_display_get_default_seat(ours));
   GdkCursor* hand = gdk_cursor_new_from_name(ours, "pointer");
-  EXPECT_TRUE(runUntil([&] {
+  EXPECT_TRUE(iterateUntil([&] {
     GdkWindow* below = gdk_device_get_window_at_position(pointer, nullptr, nullptr);
     return below && hand && gdk_window_get_cursor(below) == hand;
   }));

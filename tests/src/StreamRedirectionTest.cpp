@@ -1,5 +1,6 @@
 // Standard streams on files, in processes that have nothing to lose.
 #include "StreamRedirection.h"
+#include "tests/link/TemporaryFolder.h"
 #include "tests/support/OwnProcess.h"
 
 #include <fcntl.h>
@@ -9,8 +10,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 
 namespace {
@@ -19,11 +18,6 @@ using test_support::inOwnProcess;
 
 class StreamRedirectionTest : public ::testing::Test {
  protected:
-  StreamRedirectionTest() {
-    std::string name = ::testing::TempDir() + "streams-XXXXXX";
-    folder = ::mkdtemp(name.data());
-  }
-  ~StreamRedirectionTest() override { std::filesystem::remove_all(folder); }
   static std::string contentOf(const std::string& path) {
     std::ifstream file(path);
     return {std::istreambuf_iterator<char>(file), {}};
@@ -45,7 +39,8 @@ class StreamRedirectionTest : public ::testing::Test {
     return "Could not open " + path + " as " + stream + ": error " + std::to_string(ENOENT) + "\n";
   }
 
-  std::string folder;
+  const test_support::TemporaryFolder temporary;
+  const std::string folder = temporary.path();
 };
 
 TEST_F(StreamRedirectionTest, StreamsGoToFilesWithTheFlagsGivenThatOnlyTheUserMayRead) {

@@ -1,16 +1,21 @@
-// The exact bodies of events: every type's keys in their order, and every kind of value.
+// The exact bodies of events: every type's keys in their order, and every kind of value; and what
+// the chrome is told of changed properties.
+#include "engine/OrvWebView.h"
 #include "tests/support/ChromeFixture.h"
 #include "tests/webview/EventFactsData.h"
 #include "webview/events/EventFields.h"
 #include "webview/events/EventForwarding.h"
+#include "webview/events/Names.h"
 
 #include <cmath>
 #include <limits>
 #include <sstream>
+#include <utility>
 
 namespace {
 
 using Event = OrvWebEvent;
+using Changed = OrvWebPropertyChangedEvent;
 using Tessel::Platform::String;
 using test_support::eventFacts;
 using ::testing::ElementsAre;
@@ -288,6 +293,54 @@ TEST(EventBodiesTest, RecordsAndWhatHasNoFormAreWrittenInPlace) {
   EXPECT_EQ(memberOf(OrvWebInputNotificationFocusEvent(), "styleMask"),
             R"("Unsupported type: int64_t")");
   EXPECT_EQ(memberOf(OrvWebCookieResultEvent(), "cookies"), "[]");
+}
+
+class ForwardingTest : public ::testing::Test {
+ protected:
+  std::vector<std::string> forward(OrvWebEvent&& event) {
+    forwardWebEvent(view, event, sink);
+    return std::exchange(sink.trace, {});
+  }
+  std::string valueOf(Changed::Property property) {
+    return propertyValueText(view, property).toStdString();
+  }
+
+  OrvWebView view;
+  RememberingSink sink;
+};
+
+TEST_F(ForwardingTest, PropertyChangeTellsTheValueFirstAndThenThatItChanged) {
+  const auto changed = [](const std::string& name) {
+    return "post PropertyChanged {\"isPost\":true,\"isSend\":false,\"property\":\"" + name +
+           "\",\"type\":\"PropertyChanged\"}";
+  };
+  EXPECT_THAT(forward(Changed(Changed::ZOrder)),
+              ElementsAre("post PropertyZOrderEvent 0", changed("ZOrder")));
+  EXPECT_THAT(forward(Changed(Changed::HistoryList)),
+              ElementsAre("post PropertyHistoryListEvent ", changed("HistoryList")));
+  EXPECT_THAT(forward(Changed(Changed::PropertyMax)), ElementsAre(changed("PropertyMax")));
+  EXPECT_THAT(forward(Changed(Changed::Property(86))), ElementsAre(changed("")));
+  EXPECT_THAT(forward(Changed(Changed::Property(-1))), ElementsAre(changed("")));
+}
+
+TEST_F(ForwardingTest, PropertyValuesAreWrittenByTheirKind) {
+  EXPECT_EQ(valueOf(Changed::EnableJavaScript), "true");
+  EXPECT_EQ(valueOf(Changed::BlockPopups), "false");
+  EXPECT_EQ(valueOf(Changed::Visible), "true");
+  EXPECT_EQ(valueOf(Changed::CanGoBack), "false");
+  EXPECT_EQ(valueOf(Changed::LoadProgress), "0");
+  EXPECT_EQ(valueOf(Changed::DefaultFontSize), "16");
+  view.setZOrder(-7);
+  EXPECT_EQ(valueOf(Changed::ZOrder), "-7");
+  view.setDevicePixelRatio(1.0 / 3);
+  EXPECT_EQ(valueOf(Changed::DevicePixelRatio), "0.333333");
+  view.setUserAgent("no \"JSON\"");
+  EXPECT_EQ(valueOf(Changed::UserAgent), "no \"JSON\"");
+  view.setViewport({-1, 2, 300, 40});
+  EXPECT_EQ(valueOf(Changed::Viewport), "{\"height\":40,\"width\":300,\"x\":-1,\"y\":2}");
+  for (auto property : {Changed::HistoryList, Changed::CustomHTTPHeaders, Changed::Property(86)}) {
+    EXPECT_EQ(valueOf(property), "");
+  }
 }
 
 class OpenWindowBodyTest : public test_support::ChromeFixture {};

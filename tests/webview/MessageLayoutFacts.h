@@ -2,299 +2,134 @@
 // processes of different builds talk by these numbers and layouts, so they never change.
 #pragma once
 
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <vector>
+
 namespace test_support {
 
-// Number, name, a letter per field after the handle (i int, b bool, s text), and one for the reply
-// (- none, b bool, i int, u unsigned int, f float, d double, e enumeration, t text).
 struct MessageLayoutFact {
-  int number;
-  const char* name;
-  const char* fields;
-  char reply;
+  int number = 0;
+  std::string name;
+  std::string fields;
+  char reply = '-';
+};
+
+// The commands from a number on, each as its name, then after a colon a letter per field after the
+// handle (i int, b bool, s text), and after an equals sign one for the reply (b bool, i int,
+// u unsigned int, f float, d double, e enumeration, t text), where there are any.
+struct MessageLayoutRun {
+  int first;
+  const char* commands;
 };
 
 // clang-format off
-inline constexpr MessageLayoutFact messageLayoutFacts[] = {
-    {2000, "applicationSwipeInEvent", "", 'b'},
-    {2001, "applicationWindowGroup", "", 't'},
-    {2002, "arguments", "", 't'},
-    {2003, "backgroundColor", "", 'u'},
-    {2004, "canGoBack", "", 'b'},
-    {2005, "canGoForward", "", 'b'},
-    {2006, "cancelVibration", "", '-'},
-    {2007, "certificateInfo", "", 't'},
-    {2008, "clearAutofillData", "", '-'},
-    {2009, "clearBrowsingData", "", '-'},
-    {2010, "clearCache", "", '-'},
-    {2011, "clearCookies", "", '-'},
-    {2012, "clearCredentials", "", '-'},
-    {2013, "clearDatabases", "", '-'},
-    {2014, "clearFocus", "", '-'},
-    {2015, "clearHistory", "", '-'},
-    {2016, "clearLocalStorage", "", '-'},
-    {2017, "clearWebFileSystem", "", '-'},
-    {2018, "contentRectangle", "", 't'},
-    {2019, "currentContext", "", 't'},
-    {2020, "defaultFontSize", "", 'i'},
-    {2021, "defaultTextEncoding", "", 't'},
-    {2022, "destroy", "", '-'},
-    {2023, "destroyFadeColorWindow", "", '-'},
-    {2024, "destroyIfNotRejectedByUser", "", '-'},
-    {2025, "devicePixelRatio", "", 'd'},
-    {2026, "encryptionInfo", "", 't'},
-    {2027, "eventNames", "", 't'},
-    {2028, "extraHttpHeaders", "", 't'},
-    {2029, "fadeColorWindowPlatformHandle", "", 'i'},
-    {2030, "favicon", "", 't'},
-    {2031, "fileSystemAPISandboxed", "", 'b'},
-    {2032, "focusNextField", "", '-'},
-    {2033, "focusPreviousField", "", '-'},
-    {2034, "forcedTextEncoding", "", 't'},
-    {2035, "fullScreenVideoCapable", "", 'b'},
-    {2036, "getHistoryList", "", 't'},
-    {2037, "goBack", "", '-'},
-    {2038, "goForward", "", '-'},
-    {2039, "historyLength", "", 'i'},
-    {2040, "historyPosition", "", 'i'},
-    {2041, "isActive", "", 'b'},
-    {2042, "isAllPropertyChangedEventsEnabled", "", 'b'},
-    {2043, "isAllWebEventsEnabled", "", 'b'},
-    {2044, "isAlwaysShowKeyboardOnFocus", "", 'b'},
-    {2045, "isAnyPropertyChangedEventsEnabled", "", 'b'},
-    {2046, "isAnyWebEventsEnabled", "", 'b'},
-    {2047, "isAutoDeferNetworkingAndJavaScript", "", 'b'},
-    {2048, "isBlockPopups", "", 'b'},
-    {2049, "isDeferNetworkingAndJavaScript", "", 'b'},
-    {2050, "isEnableConsoleLogging", "", 'b'},
-    {2051, "isEnableCookies", "", 'b'},
-    {2052, "isEnableCredentialAutofill", "", 'b'},
-    {2053, "isEnableCrossSiteXHR", "", 'b'},
-    {2054, "isEnableDNSPrefetch", "", 'b'},
-    {2055, "isEnableDefaultOverScrollBackground", "", 'b'},
-    {2056, "isEnableDialogRequestedEvents", "", 'b'},
-    {2057, "isEnableDiskCache", "", 'b'},
-    {2058, "isEnableDownloadableBinaryFonts", "", 'b'},
-    {2059, "isEnableFineCursorControl", "", 'b'},
-    {2060, "isEnableFormAutofill", "", 'b'},
-    {2061, "isEnableGeolocation", "", 'b'},
-    {2062, "isEnableInputMethodSupport", "", 'b'},
-    {2063, "isEnableInputNotifications", "", 'b'},
-    {2064, "isEnableJavaScript", "", 'b'},
-    {2065, "isEnableLocalAccessToAllCookies", "", 'b'},
-    {2066, "isEnableMediaRTSP", "", 'b'},
-    {2067, "isEnableNetworkResourceRequestedEvents", "", 'b'},
-    {2068, "isEnablePlugins", "", 'b'},
-    {2069, "isEnableSoundOnAnchorElementTouchEvents", "", 'b'},
-    {2070, "isEnableSpatialNavigation", "", 'b'},
-    {2071, "isEnableTextSelectionControls", "", 'b'},
-    {2072, "isEnableWebContentCache", "", 'b'},
-    {2073, "isEnableWebInspector", "", 'b'},
-    {2074, "isEnableWebSockets", "", 'b'},
-    {2075, "isLoadImages", "", 'b'},
-    {2076, "isPluginFullScreen", "", 'b'},
-    {2077, "isPrivateBrowsing", "", 'b'},
-    {2078, "isVideoFullScreen", "", 'b'},
-    {2079, "isVisible", "", 'b'},
-    {2080, "isZoomToFitWidthOnLoad", "", 'b'},
-    {2081, "javaScriptInterruptTimeout", "", 'i'},
-    {2083, "knownSSLCertificates", "", 't'},
-    {2084, "loadProgress", "", 'i'},
-    {2085, "location", "", 't'},
-    {2086, "lockProperties", "", '-'},
-    {2087, "maximumScale", "", 'd'},
-    {2088, "minimumFontSize", "", 'i'},
-    {2089, "minimumScale", "", 'd'},
-    {2090, "notifyApplicationOrientationDone", "", '-'},
-    {2091, "notifyContextMenuCancelled", "", '-'},
-    {2092, "notifySystemLowMemory", "", '-'},
-    {2093, "originalLocation", "", 't'},
-    {2094, "overScrollColor", "", 'u'},
-    {2096, "reload", "", '-'},
-    {2097, "removeAllKnownSSLCertificates", "", '-'},
-    {2098, "requestCurrentContextUpdate", "", '-'},
-    {2099, "requestSession", "", '-'},
-    {2100, "scale", "", 'd'},
-    {2102, "scrollPosition", "", 't'},
-    {2103, "secureType", "", 'e'},
-    {2104, "securityInfo", "", 't'},
-    {2105, "sensitivity", "", 'e'},
-    {2106, "status", "", 't'},
-    {2107, "stop", "", '-'},
-    {2108, "stopAnimatedScroll", "", '-'},
-    {2109, "submitForm", "", '-'},
-    {2110, "textEncoding", "", 't'},
-    {2111, "textReflowMode", "", 'e'},
-    {2112, "title", "", 't'},
-    {2113, "tooltip", "", 't'},
-    {2114, "unlockProperties", "", '-'},
-    {2115, "userAgent", "", 't'},
-    {2116, "userStyleSheetLocation", "", 't'},
-    {2117, "viewport", "", 't'},
-    {2118, "viewportHeight", "", 'f'},
-    {2119, "viewportInitialScale", "", 'f'},
-    {2120, "viewportMaximumScale", "", 'f'},
-    {2121, "viewportMinimumScale", "", 'f'},
-    {2122, "viewportTargetDensityDpi", "", 'f'},
-    {2123, "viewportUserScalable", "", 'f'},
-    {2124, "viewportWidth", "", 'f'},
-    {2125, "webInspectorPort", "", 'i'},
-    {2126, "windowUniqueId", "", 't'},
-    {2127, "zOrder", "", 'i'},
-    {2128, "zoomFactor", "", 'i'},
-    {2129, "addKnownSSLCertificates", "s", 'b'},
-    {2130, "animateToDocumentScrollPosition", "s", '-'},
-    {2131, "assignFocus", "i", '-'},
-    {2132, "autofillTextField", "s", '-'},
-    {2133, "automationLog", "s", '-'},
-    {2134, "cleanupSSLCertificateDetails", "s", '-'},
-    {2135, "clearBackForwardList", "b", '-'},
-    {2137, "downloadCancel", "s", '-'},
-    {2138, "downloadPause", "s", '-'},
-    {2139, "downloadRemove", "s", '-'},
-    {2140, "downloadResume", "s", '-'},
-    {2141, "downloadRetry", "s", '-'},
-    {2142, "enableOrvJavaScriptObject", "b", '-'},
-    {2143, "fullScreenVideoExited", "b", '-'},
-    {2144, "getCookies", "s", '-'},
-    {2145, "getSSLCertificateDetails", "s", 't'},
-    {2146, "handleContextMenuResponse", "i", '-'},
-    {2148, "isPropertyChangedEventEnabled", "i", 'b'},
-    {2149, "isWebEventEnabled", "i", 'b'},
-    {2150, "knownSSLCertificate", "s", 't'},
-    {2151, "loadURL", "s", '-'},
-    {2152, "log", "s", '-'},
-    {2153, "notificationClicked", "s", '-'},
-    {2154, "notificationClosed", "s", '-'},
-    {2155, "notificationError", "s", '-'},
-    {2156, "notificationShown", "s", '-'},
-    {2157, "notifyDone", "s", '-'},
-    {2158, "notifyViewportChanged", "s", '-'},
-    {2159, "printToStderr", "s", '-'},
-    {2160, "printToStdout", "s", '-'},
-    {2161, "removeGeolocationFilter", "s", '-'},
-    {2162, "setActive", "b", '-'},
-    {2163, "setAllPropertyChangedEventsEnabled", "b", '-'},
-    {2164, "setAllWebEventsEnabled", "b", '-'},
-    {2165, "setAlwaysShowKeyboardOnFocus", "b", '-'},
-    {2166, "setApplicationActivationState", "i", '-'},
-    {2167, "setApplicationOrientation", "i", '-'},
-    {2168, "setAutoDeferNetworkingAndJavaScript", "b", '-'},
-    {2169, "setBackgroundColor", "s", '-'},
-    {2170, "setBitmapZooming", "b", '-'},
-    {2171, "setBlockPopups", "b", '-'},
-    {2172, "setDefaultFontSize", "i", '-'},
-    {2173, "setDefaultTextEncoding", "s", '-'},
-    {2174, "setDeferNetworkingAndJavaScript", "b", '-'},
-    {2175, "setDevicePixelRatio", "s", '-'},
-    {2176, "setEnableConsoleLogging", "b", '-'},
-    {2177, "setEnableCookies", "b", '-'},
-    {2178, "setEnableCredentialAutofill", "b", '-'},
-    {2179, "setEnableCrossSiteXHR", "b", '-'},
-    {2180, "setEnableDNSPrefetch", "b", '-'},
-    {2181, "setEnableDefaultOverScrollBackground", "b", '-'},
-    {2182, "setEnableDialogRequestedEvents", "b", '-'},
-    {2183, "setEnableDiskCache", "b", '-'},
-    {2184, "setEnableDownloadableBinaryFonts", "b", '-'},
-    {2185, "setEnableFineCursorControl", "b", '-'},
-    {2186, "setEnableFormAutofill", "b", '-'},
-    {2187, "setEnableGeolocation", "b", '-'},
-    {2188, "setEnableInputMethodSupport", "b", '-'},
-    {2189, "setEnableInputNotifications", "b", '-'},
-    {2190, "setEnableJavaScript", "b", '-'},
-    {2191, "setEnableLocalAccessToAllCookies", "b", '-'},
-    {2192, "setEnableMediaRTSP", "b", '-'},
-    {2193, "setEnableNetworkResourceRequestedEvents", "b", '-'},
-    {2194, "setEnablePlugins", "b", '-'},
-    {2195, "setEnableSoundOnAnchorElementTouchEvents", "b", '-'},
-    {2196, "setEnableSpatialNavigation", "b", '-'},
-    {2197, "setEnableTextSelectionControls", "b", '-'},
-    {2198, "setEnableWebContentCache", "b", '-'},
-    {2199, "setEnableWebSockets", "b", '-'},
-    {2200, "setExtraHttpHeaders", "s", 'b'},
-    {2201, "setExtraPluginDirectory", "s", '-'},
-    {2202, "setFileSystemAPISandboxed", "b", '-'},
-    {2203, "setForcedTextEncoding", "s", '-'},
-    {2204, "setFullScreenVideoCapable", "b", '-'},
-    {2205, "setHistoryPosition", "i", '-'},
-    {2206, "setJSWebViewBindings", "b", '-'},
-    {2207, "setJavaScriptInterruptTimeout", "i", '-'},
-    {2208, "setKeyboardVisibilityLocked", "b", '-'},
-    {2209, "setKeyboardVisible", "b", '-'},
-    {2210, "setLoadImages", "b", '-'},
-    {2211, "setMinimumFontSize", "i", '-'},
-    {2212, "setOverScrollColor", "s", '-'},
-    {2213, "setPatternMatchingEnabled", "b", '-'},
-    {2214, "setPopupWebView", "s", '-'},
-    {2215, "setPrivateBrowsing", "b", '-'},
-    {2216, "setScreenPowerState", "b", '-'},
-    {2217, "setScrollPosition", "s", '-'},
-    {2218, "setScrolling", "b", '-'},
-    {2219, "setSensitivity", "i", '-'},
-    {2220, "setStandalone", "b", '-'},
-    {2221, "setTemporaryViewportSize", "s", '-'},
-    {2222, "setTextReflowMode", "i", '-'},
-    {2223, "setUserAgent", "s", '-'},
-    {2224, "setUserStyleSheetLocation", "s", '-'},
-    {2225, "setViewport", "s", '-'},
-    {2226, "setViewportHeight", "s", '-'},
-    {2227, "setViewportInitialScale", "s", '-'},
-    {2228, "setViewportMaximumScale", "s", '-'},
-    {2229, "setViewportMinimumScale", "s", '-'},
-    {2230, "setViewportTargetDensityDpi", "s", '-'},
-    {2231, "setViewportUserScalable", "s", '-'},
-    {2232, "setViewportWidth", "s", '-'},
-    {2233, "setVisible", "b", '-'},
-    {2234, "setWebInspectorEnabled", "b", '-'},
-    {2235, "setZOrder", "i", '-'},
-    {2236, "setZoomFactor", "i", '-'},
-    {2237, "setZoomToFitWidthOnLoad", "b", '-'},
-    {2238, "startAnimatedScroll", "s", '-'},
-    {2239, "textHasAttribute", "s", '-'},
-    {2240, "addKnownSSLCertificate", "ss", 'b'},
-    {2241, "animateToScaleAndDocumentScrollPosition", "ss", '-'},
-    {2242, "animateZoomBy", "ss", '-'},
-    {2243, "chooseFileResponse", "ss", '-'},
-    {2244, "continueSSLHandshaking", "si", '-'},
-    {2245, "convertIDNtoReadableStringByLanguage", "ss", 't'},
-    {2246, "executeJavaScript", "si", 't'},
-    {2247, "executeJavaScriptFunction", "ss", 't'},
-    {2248, "handleWebInspectorMessageToBackend", "si", '-'},
-    {2249, "initialize", "si", 'b'},
-    {2250, "loadFile", "ss", '-'},
-    {2251, "loadString", "ss", '-'},
-    {2252, "notificationPermissionCheckResponse", "ss", '-'},
-    {2253, "openWindowResponse", "ss", '-'},
-    {2254, "removeKnownSSLCertificate", "ss", 'b'},
-    {2255, "restoreSession", "si", '-'},
-    {2256, "scrollBy", "ii", '-'},
-    {2257, "setAllowGeolocation", "sb", '-'},
-    {2258, "setAllowNotification", "sb", '-'},
-    {2259, "setAllowUserMedia", "ss", '-'},
-    {2260, "setCookies", "ss", '-'},
-    {2262, "setPropertyChangedEventEnabled", "ib", '-'},
-    {2263, "setWebEventEnabled", "ib", '-'},
-    {2264, "syncProxyCredential", "ss", '-'},
-    {2265, "updateDisabledPluginFiles", "sb", '-'},
-    {2266, "updateGeolocationFilter", "sb", '-'},
-    {2267, "updateNotificationPermission", "sb", '-'},
-    {2268, "addOriginAccessWhitelistEntry", "ssb", '-'},
-    {2269, "bitmapZoom", "sss", '-'},
-    {2270, "captureContents", "sss", '-'},
-    {2271, "downloadUpdate", "sis", '-'},
-    {2272, "downloadUrl", "sss", '-'},
-    {2273, "loadStringWithBase", "sss", '-'},
-    {2274, "notifyDataReceived", "sss", '-'},
-    {2275, "notifyHeaderReceived", "sss", '-'},
-    {2276, "notifyOpen", "sis", '-'},
-    {2277, "removeOriginAccessWhitelistEntry", "ssb", '-'},
-    {2278, "setFadeColorWindowRect", "iiii", '-'},
-    {2279, "setFadeWindowColor", "iiii", '-'},
-    {2280, "setGeometry", "iiii", '-'},
-    {2281, "setLayerTilerPrefillRect", "iiii", '-'},
-    {2282, "createFadeColorWindow", "iiiii", 'i'},
-    {2283, "dialogResponse", "sbsss", '-'},
-    {2284, "findString", "sbbbb", '-'},
+inline constexpr MessageLayoutRun messageLayoutRuns[] = {
+    {2000,
+     "applicationSwipeInEvent=b applicationWindowGroup=t arguments=t backgroundColor=u "
+     "canGoBack=b canGoForward=b cancelVibration certificateInfo=t clearAutofillData "
+     "clearBrowsingData clearCache clearCookies clearCredentials clearDatabases clearFocus "
+     "clearHistory clearLocalStorage clearWebFileSystem contentRectangle=t currentContext=t "
+     "defaultFontSize=i defaultTextEncoding=t destroy destroyFadeColorWindow "
+     "destroyIfNotRejectedByUser devicePixelRatio=d encryptionInfo=t eventNames=t "
+     "extraHttpHeaders=t fadeColorWindowPlatformHandle=i favicon=t fileSystemAPISandboxed=b "
+     "focusNextField focusPreviousField forcedTextEncoding=t fullScreenVideoCapable=b "
+     "getHistoryList=t goBack goForward historyLength=i historyPosition=i isActive=b "
+     "isAllPropertyChangedEventsEnabled=b isAllWebEventsEnabled=b isAlwaysShowKeyboardOnFocus=b "
+     "isAnyPropertyChangedEventsEnabled=b isAnyWebEventsEnabled=b "
+     "isAutoDeferNetworkingAndJavaScript=b isBlockPopups=b isDeferNetworkingAndJavaScript=b "
+     "isEnableConsoleLogging=b isEnableCookies=b isEnableCredentialAutofill=b "
+     "isEnableCrossSiteXHR=b isEnableDNSPrefetch=b isEnableDefaultOverScrollBackground=b "
+     "isEnableDialogRequestedEvents=b isEnableDiskCache=b isEnableDownloadableBinaryFonts=b "
+     "isEnableFineCursorControl=b isEnableFormAutofill=b isEnableGeolocation=b "
+     "isEnableInputMethodSupport=b isEnableInputNotifications=b isEnableJavaScript=b "
+     "isEnableLocalAccessToAllCookies=b isEnableMediaRTSP=b "
+     "isEnableNetworkResourceRequestedEvents=b isEnablePlugins=b "
+     "isEnableSoundOnAnchorElementTouchEvents=b isEnableSpatialNavigation=b "
+     "isEnableTextSelectionControls=b isEnableWebContentCache=b isEnableWebInspector=b "
+     "isEnableWebSockets=b isLoadImages=b isPluginFullScreen=b isPrivateBrowsing=b "
+     "isVideoFullScreen=b isVisible=b isZoomToFitWidthOnLoad=b javaScriptInterruptTimeout=i"},
+    {2083,
+     "knownSSLCertificates=t loadProgress=i location=t lockProperties maximumScale=d "
+     "minimumFontSize=i minimumScale=d notifyApplicationOrientationDone "
+     "notifyContextMenuCancelled notifySystemLowMemory originalLocation=t overScrollColor=u"},
+    {2096,
+     "reload removeAllKnownSSLCertificates requestCurrentContextUpdate requestSession scale=d"},
+    {2102,
+     "scrollPosition=t secureType=e securityInfo=t sensitivity=e status=t stop stopAnimatedScroll "
+     "submitForm textEncoding=t textReflowMode=e title=t tooltip=t unlockProperties userAgent=t "
+     "userStyleSheetLocation=t viewport=t viewportHeight=f viewportInitialScale=f "
+     "viewportMaximumScale=f viewportMinimumScale=f viewportTargetDensityDpi=f "
+     "viewportUserScalable=f viewportWidth=f webInspectorPort=i windowUniqueId=t zOrder=i "
+     "zoomFactor=i addKnownSSLCertificates:s=b animateToDocumentScrollPosition:s assignFocus:i "
+     "autofillTextField:s automationLog:s cleanupSSLCertificateDetails:s clearBackForwardList:b"},
+    {2137,
+     "downloadCancel:s downloadPause:s downloadRemove:s downloadResume:s downloadRetry:s "
+     "enableOrvJavaScriptObject:b fullScreenVideoExited:b getCookies:s "
+     "getSSLCertificateDetails:s=t handleContextMenuResponse:i"},
+    {2148,
+     "isPropertyChangedEventEnabled:i=b isWebEventEnabled:i=b knownSSLCertificate:s=t loadURL:s "
+     "log:s notificationClicked:s notificationClosed:s notificationError:s notificationShown:s "
+     "notifyDone:s notifyViewportChanged:s printToStderr:s printToStdout:s "
+     "removeGeolocationFilter:s setActive:b setAllPropertyChangedEventsEnabled:b "
+     "setAllWebEventsEnabled:b setAlwaysShowKeyboardOnFocus:b setApplicationActivationState:i "
+     "setApplicationOrientation:i setAutoDeferNetworkingAndJavaScript:b setBackgroundColor:s "
+     "setBitmapZooming:b setBlockPopups:b setDefaultFontSize:i setDefaultTextEncoding:s "
+     "setDeferNetworkingAndJavaScript:b setDevicePixelRatio:s setEnableConsoleLogging:b "
+     "setEnableCookies:b setEnableCredentialAutofill:b setEnableCrossSiteXHR:b "
+     "setEnableDNSPrefetch:b setEnableDefaultOverScrollBackground:b "
+     "setEnableDialogRequestedEvents:b setEnableDiskCache:b setEnableDownloadableBinaryFonts:b "
+     "setEnableFineCursorControl:b setEnableFormAutofill:b setEnableGeolocation:b "
+     "setEnableInputMethodSupport:b setEnableInputNotifications:b setEnableJavaScript:b "
+     "setEnableLocalAccessToAllCookies:b setEnableMediaRTSP:b "
+     "setEnableNetworkResourceRequestedEvents:b setEnablePlugins:b "
+     "setEnableSoundOnAnchorElementTouchEvents:b setEnableSpatialNavigation:b "
+     "setEnableTextSelectionControls:b setEnableWebContentCache:b setEnableWebSockets:b "
+     "setExtraHttpHeaders:s=b setExtraPluginDirectory:s setFileSystemAPISandboxed:b "
+     "setForcedTextEncoding:s setFullScreenVideoCapable:b setHistoryPosition:i "
+     "setJSWebViewBindings:b setJavaScriptInterruptTimeout:i setKeyboardVisibilityLocked:b "
+     "setKeyboardVisible:b setLoadImages:b setMinimumFontSize:i setOverScrollColor:s "
+     "setPatternMatchingEnabled:b setPopupWebView:s setPrivateBrowsing:b setScreenPowerState:b "
+     "setScrollPosition:s setScrolling:b setSensitivity:i setStandalone:b "
+     "setTemporaryViewportSize:s setTextReflowMode:i setUserAgent:s setUserStyleSheetLocation:s "
+     "setViewport:s setViewportHeight:s setViewportInitialScale:s setViewportMaximumScale:s "
+     "setViewportMinimumScale:s setViewportTargetDensityDpi:s setViewportUserScalable:s "
+     "setViewportWidth:s setVisible:b setWebInspectorEnabled:b setZOrder:i setZoomFactor:i "
+     "setZoomToFitWidthOnLoad:b startAnimatedScroll:s textHasAttribute:s "
+     "addKnownSSLCertificate:ss=b animateToScaleAndDocumentScrollPosition:ss animateZoomBy:ss "
+     "chooseFileResponse:ss continueSSLHandshaking:si convertIDNtoReadableStringByLanguage:ss=t "
+     "executeJavaScript:si=t executeJavaScriptFunction:ss=t handleWebInspectorMessageToBackend:si "
+     "initialize:si=b loadFile:ss loadString:ss notificationPermissionCheckResponse:ss "
+     "openWindowResponse:ss removeKnownSSLCertificate:ss=b restoreSession:si scrollBy:ii "
+     "setAllowGeolocation:sb setAllowNotification:sb setAllowUserMedia:ss setCookies:ss"},
+    {2262,
+     "setPropertyChangedEventEnabled:ib setWebEventEnabled:ib syncProxyCredential:ss "
+     "updateDisabledPluginFiles:sb updateGeolocationFilter:sb updateNotificationPermission:sb "
+     "addOriginAccessWhitelistEntry:ssb bitmapZoom:sss captureContents:sss downloadUpdate:sis "
+     "downloadUrl:sss loadStringWithBase:sss notifyDataReceived:sss notifyHeaderReceived:sss "
+     "notifyOpen:sis removeOriginAccessWhitelistEntry:ssb setFadeColorWindowRect:iiii "
+     "setFadeWindowColor:iiii setGeometry:iiii setLayerTilerPrefillRect:iiii "
+     "createFadeColorWindow:iiiii=i dialogResponse:sbsss findString:sbbbb"},
 };
 // clang-format on
+
+inline const std::vector<MessageLayoutFact>& messageLayoutFacts() {
+  static const std::vector<MessageLayoutFact> all = [] {
+    std::vector<MessageLayoutFact> facts;
+    for (MessageLayoutRun run : messageLayoutRuns) {
+      std::istringstream stream(run.commands);
+      for (std::string word; stream >> word; ++run.first) {
+        const auto end = std::min(word.find('='), word.size());
+        const auto colon = std::min(word.find(':'), end);
+        facts.push_back({run.first, word.substr(0, colon),
+                         colon < end ? word.substr(colon + 1, end - colon - 1) : "",
+                         end < word.size() ? word.at(end + 1) : '-'});
+      }
+    }
+    return facts;
+  }();
+  return all;
+}
 
 }  // namespace test_support

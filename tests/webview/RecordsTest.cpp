@@ -50,32 +50,6 @@ TEST(RecordsTest, AreWrittenInTheirOrder) {
             R"("trusted":1,"filenames":"Unsupported type: char const**"})");
 }
 
-// Runs longer than a machine word, with something to escape at every place of them, and long
-// enough for the heap.
-TEST(RecordsTest, TextsOfEveryLengthAreEscapedEverywhere) {
-  for (std::size_t length = 1; length < 40; ++length) {
-    for (std::size_t at = 0; at < length; ++at) {
-      for (const auto& [character, escaped] : {std::pair{'"', R"(\")"},
-                                               {'\\', R"(\\)"},
-                                               {'\x1f', R"(\u001F)"},
-                                               {' ', " "},
-                                               {'!', "!"},
-                                               {'\xa2', "\xa2"},
-                                               {'\xdc', "\xdc"}}) {
-        std::string text(length, 'x');
-        text[at] = character;
-        std::string expected(length, 'x');
-        expected.replace(at, 1, escaped);
-        ASSERT_EQ(textOf(String(text)), "\"" + expected + "\"");
-      }
-    }
-  }
-  const std::string quotes(5000, '"');
-  std::string expected;
-  for (int i = 0; i < 5000; ++i) expected += "\\\"";
-  EXPECT_EQ(textOf(Texts{String(quotes), "z"}), "[\"" + expected + "\",\"z\"]");
-}
-
 TEST(RecordsTest, AreReadWhenWhole) {
   EXPECT_EQ(recordFromJSON<OrvWebRect>(
                 R"( {"z":[{}],"x":1,"x":9,"y":-2.9,"width":1e99,"height":-1e99} )"),

@@ -41,14 +41,6 @@ class WebViewManagerTest : public test_support::ChromeFixture {
   }
 };
 
-TEST_F(WebViewManagerTest, FirstWebViewIsTheRootAndIsThereAtOnce) {
-  EXPECT_EQ(root, manager.webViewForHandle(1));
-  EXPECT_EQ(root, manager.rootWebView());
-  EXPECT_EQ(manager.handleForWebView(root), 1u);
-  EXPECT_EQ(manager.webViewForHandle(0), nullptr);
-  EXPECT_EQ(manager.handleForWebView(nullptr), 0u);
-}
-
 TEST_F(WebViewManagerTest, LaterWebViewsComeWithTheLoopAndCountOnceTheyReportThemselves) {
   const auto first = static_cast<unsigned int>(std::stoul(callNative({"webview.create", group})));
   const unsigned int second = create("InProcess");

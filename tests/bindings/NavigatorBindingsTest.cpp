@@ -1,6 +1,7 @@
-// The application.* functions and the chrome's functions for what surrounds the application. The
-// module registers once per process, so every test has a process of its own.
+// The application.* and invocation.* functions, and the chrome's functions for what surrounds the
+// application. The modules register once per process, so every test has a process of its own.
 #include "bindings/ApplicationBinding.h"
+#include "bindings/InvocationBinding.h"
 #include "platform/graphics/Screen.h"
 #include "platform/navigator/FontInfo.h"
 #include "platform/navigator/LocaleHandler.h"
@@ -25,9 +26,9 @@ using ::testing::IsEmpty;
 
 int focusSet = -1;
 
-class ApplicationBindingTest : public test_support::ChromeFixture {
+class NavigatorBindingsTest : public test_support::ChromeFixture {
  protected:
-  // In a process of its own, with the module.
+  // In a process of its own, with the modules.
   void withBinding(const std::function<void()>& body) {
     inOwnProcess([&] {
       NavigatorHandler::instance().setWatcher(
@@ -37,6 +38,7 @@ class ApplicationBindingTest : public test_support::ChromeFixture {
             requests.push_back(text);
           });
       const ApplicationBinding binding(root, [](int value) { focusSet = value; });
+      const InvocationBinding invocation(root);
       body();
     });
   }
@@ -62,7 +64,7 @@ class ApplicationBindingTest : public test_support::ChromeFixture {
   std::vector<std::string> requests;
 };
 
-TEST_F(ApplicationBindingTest, RequestsReachTheNavigatorWithTheirArguments) {
+TEST_F(NavigatorBindingsTest, RequestsOfTheApplicationReachTheNavigator) {
   withBinding([this] {
     EXPECT_EQ(callNative({"application.adduri", "t", "u", "n", "i"}), "");
     callNative({"application.lockRotation"});
@@ -81,7 +83,7 @@ TEST_F(ApplicationBindingTest, RequestsReachTheNavigatorWithTheirArguments) {
   });
 }
 
-TEST_F(ApplicationBindingTest, WrongCountsAreReportedByTheHandlersOwnName) {
+TEST_F(NavigatorBindingsTest, WrongCountsAreReportedByTheHandlersOwnName) {
   withBinding([this] {
     struct {
       const char* function;
@@ -116,7 +118,7 @@ TEST_F(ApplicationBindingTest, WrongCountsAreReportedByTheHandlersOwnName) {
   });
 }
 
-TEST_F(ApplicationBindingTest, EnvironmentPathsAndDomainsAreAnswered) {
+TEST_F(NavigatorBindingsTest, EnvironmentPathsAndDomainsAreAnswered) {
   withBinding([this] {
     EXPECT_EQ(callNative({"application.setenv", "PAGEHOST_T", "a=b"}), "0");
     EXPECT_EQ(callNative({"application.getenv", "PAGEHOST_T"}), "a=b");
@@ -136,10 +138,11 @@ TEST_F(ApplicationBindingTest, EnvironmentPathsAndDomainsAreAnswered) {
   });
 }
 
-TEST_F(ApplicationBindingTest, AnswersOfServicesAreResults) {
+TEST_F(NavigatorBindingsTest, AnswersOfServicesAreResults) {
   struct : NavigatorService {
     bool isForeground() override { return foreground; }
     String coverSize() override { return size; }
+    String invokeRequest() override { return R"({"uri":"a"})"; }
     bool foreground = false;
     String size;
   } service;
@@ -151,10 +154,11 @@ TEST_F(ApplicationBindingTest, AnswersOfServicesAreResults) {
     service.size = "{}";
     EXPECT_EQ(callNative({"application.isForeground"}), "1");
     EXPECT_EQ(callNative({"application.coverSize"}), "{}");
+    EXPECT_EQ(callNative({"invocation.invokeRequest", "some", "thing"}), R"({"uri":"a"})");
   });
 }
 
-TEST_F(ApplicationBindingTest, LocaleAndFontAreToldInTheChromesOwnTerms) {
+TEST_F(NavigatorBindingsTest, LocaleAndFontAreToldInTheChromesOwnTerms) {
   withBinding([this] {
     LocaleHandler::instance().onRegionChange("zh_Hant_TW");
     LocaleHandler::instance().onLanguageChange("eo");
@@ -174,29 +178,25 @@ TEST_F(ApplicationBindingTest, LocaleAndFontAreToldInTheChromesOwnTerms) {
   });
 }
 
-TEST_F(ApplicationBindingTest, EveryNotificationOfTheApplicationCallsTheChrome) {
+TEST_F(NavigatorBindingsTest, EveryNotificationCallsTheChromeOnceWithItsTexts) {
   withBinding([this] {
     for (const Notification& row : notifications()) {
-      const std::string name = row.name;
-      // The one ends everything, the other is a question, the last ones are of the other module.
-      if (name == "onExit" || row.group == std::string("invocation")) continue;
-      const std::vector<String> arguments(row.count, "7");
-      EXPECT_FALSE(raiseNotification(row.name, arguments));
-      std::string expected = "application." + name;
+      const std::string name = std::string(row.group) + "." + row.name;
+      if (name == "application.onExit") continue;  // the end of everything
+      EXPECT_FALSE(raiseNotification(row.name, std::vector<String>(row.count, "7")));
+      std::string expected = name;
       for (unsigned i = 0; i < row.count; ++i) expected += " 7";
-      if (name == "onFontInfoChange") expected = "application.onFontInfoChange 7 9";
-      if (name == "onRotateCheck") {
-        EXPECT_THAT(told(), IsEmpty());
-      } else {
-        EXPECT_THAT(told(), ElementsAre(expected));
-      }
+      if (name == "application.onFontInfoChange") expected = name + " 7 9";
+      // The one that is a question.
+      const bool isTold = name != "application.onRotateCheck";
+      EXPECT_EQ(told(), isTold ? std::vector{expected} : std::vector<std::string>());
     }
     EXPECT_TRUE(NavigatorHandler::instance().onRotateCheck("a", "b"));
     EXPECT_FALSE(NavigatorHandler::instance().onRotate("a", "b"));
   });
 }
 
-TEST_F(ApplicationBindingTest, TheEndIsToldAndThenComes) {
+TEST_F(NavigatorBindingsTest, TheEndIsToldAndThenComes) {
   withBinding([this] {
     NavigatorHandler::instance().onExit();
     // Waited for: afterwards there is no page to hear it.
@@ -206,12 +206,56 @@ TEST_F(ApplicationBindingTest, TheEndIsToldAndThenComes) {
   });
 }
 
-TEST_F(ApplicationBindingTest, WithoutAWebViewNotificationsAreDropped) {
+TEST_F(NavigatorBindingsTest, WithoutAWebViewNotificationsAreDropped) {
   inOwnProcess([this] {
     const ApplicationBinding binding(nullptr, nullptr);
     NavigatorHandler::instance().onWindowActive();
     EXPECT_EQ(callNative({"application.setKeyboardFocus", "1"}), "");
     EXPECT_THAT(told(), IsEmpty());
+  });
+}
+
+TEST_F(NavigatorBindingsTest, InvocationsReachTheNavigatorAndWrongCountsDoNot) {
+  withBinding([this] {
+    struct {
+      std::string function;
+      int count;  // 0 where nobody counts
+    } const functions[] = {{"closeViewer", 2},       {"invoke", 3},
+                           {"invokeViewer", 4},      {"queryTargets", 3},
+                           {"setViewerPosition", 4}, {"setViewerVisibility", 3},
+                           {"setViewerZOrder", 3},   {"viewerRelay", 3},
+                           {"cardPeek", 2},          {"cardClose", 2},
+                           {"cardResize", 2},        {"getInvokeTargetFilters", 3},
+                           {"cardChildClose", 0},    {"setInvokeTargetFilters", 3},
+                           {"invokeRequest", 0}};
+    for (const auto& [function, count] : functions) {
+      const std::string full = "invocation." + function;
+      std::vector<const char*> arguments(count ? static_cast<std::size_t>(count) : 3, "7");
+      arguments[0] = full.c_str();
+      EXPECT_EQ(callNative(arguments), "");
+      EXPECT_THAT(errors(), IsEmpty());
+      ASSERT_EQ(requests.size(), 1u) << function;
+      EXPECT_EQ(requests.back().substr(0, function.size()), function);
+      requests.clear();
+      if (!count) continue;
+      arguments.push_back("7");
+      callNative(arguments);
+      std::string name = "js" + function;
+      name[2] = static_cast<char>(name[2] - 'a' + 'A');
+      EXPECT_THAT(errors(), ElementsAre(countError(name.c_str(), count + 1, count)));
+      EXPECT_THAT(requests, IsEmpty());
+    }
+  });
+}
+
+TEST_F(NavigatorBindingsTest, NumbersAndTruthValuesAreReadAsFarAsTheyGo) {
+  withBinding([this] {
+    callNative({"invocation.setViewerPosition", "v", "12px", "left"});
+    callNative({"invocation.setViewerVisibility", "v", "TRUE"});
+    callNative({"invocation.setViewerVisibility", "v", "true"});
+    callNative({"invocation.setViewerZOrder", "v", "-1"});
+    EXPECT_THAT(requests, ElementsAre("setViewerPosition v 12 0", "setViewerVisibility v false",
+                                      "setViewerVisibility v true", "setViewerZOrder v -1"));
   });
 }
 
