@@ -43,7 +43,7 @@ inline std::vector<FunctionCall> sampleCalls() {
 }
 inline std::vector<link_protocol::PageSetup> sampleSetups() {
   return {{},
-          {true, false, {header("X-One", "1")}, true, true, 5},
+          {true, false, {header("X-One", "1")}, true, true, 5, true},
           {false, true, {header("", ""), header(awkwardText(), awkwardText())}, false}};
 }
 inline std::vector<link_protocol::DialogQuestion> sampleDialogs() {
@@ -65,7 +65,7 @@ inline bool same(const FunctionCall& a, const FunctionCall& b) {
 }
 inline bool same(const link_protocol::PageSetup& a, const link_protocol::PageSetup& b) {
   return a.callbackObject == b.callbackObject && a.drivesApplication == b.drivesApplication &&
-         a.requestHeaders == b.requestHeaders;
+         a.requestHeaders == b.requestHeaders && a.watched == b.watched && a.deferred == b.deferred;
 }
 inline bool same(const link_protocol::DialogQuestion& a, const link_protocol::DialogQuestion& b) {
   return a.kind == b.kind && a.message == b.message && a.initialText == b.initialText;
