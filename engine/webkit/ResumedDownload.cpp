@@ -3,7 +3,6 @@
 
 #include <algorithm>
 
-using Tessel::Platform::concat;
 using Tessel::Platform::String;
 
 namespace {

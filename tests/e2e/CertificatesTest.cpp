@@ -17,7 +17,7 @@ constexpr const char* unshare = "/usr/bin/unshare";
 // In a mount namespace of its own, the file that the first argument names lies over the list of
 // trusted authorities.
 constexpr const char* withAuthority =
-    "mount --bind \"$0\" /etc/ssl/certs/ca-certificates.crt && exec \"$@\"";
+    R"(mount --bind "$0" /etc/ssl/certs/ca-certificates.crt && exec "$@")";
 
 class CertificatesTest : public test_support::SuiteTest {};
 

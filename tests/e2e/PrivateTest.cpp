@@ -74,8 +74,9 @@ std::vector<std::string> withMark(const Files& files) {
   for (const char letter : mark) wide.append({letter, '\0'});
   std::vector<std::string> found;
   for (const auto& [name, content] : files) {
-    const bool has = name.find(mark) != name.npos || content.find(mark) != content.npos ||
-                     content.find(wide) != content.npos;
+    const bool has = name.find(mark) != std::string::npos ||
+                     content.find(mark) != std::string::npos ||
+                     content.find(wide) != std::string::npos;
     if (has) found.push_back(name);
   }
   return found;

@@ -17,8 +17,8 @@ namespace test_support {
 
 namespace {
 
-constexpr std::size_t pieceSize = 16 * 1024;
-constexpr std::size_t longestRequest = 16 * 1024;
+constexpr std::size_t pieceSize = std::size_t{16} << 10;
+constexpr std::size_t longestRequest = std::size_t{16} << 10;
 
 std::size_t numberOf(std::string_view text) {
   std::size_t number = 0;
