@@ -191,21 +191,36 @@ PageQuestions::~PageQuestions() {
   g_signal_handlers_disconnect_by_data(view_, this);
 }
 
+PageQuestions::Early PageQuestions::ask(WebKitPage& page, OrvWebEvent& event, unsigned int number,
+                                        PagePermission permission, const String& origin) {
+  const auto asking = asking_;
+  asking->insert_or_assign(number, Asking{permission, origin, std::nullopt});
+  page.raise(event);
+  return asking->extract(number).mapped().answer;
+}
+
 void PageQuestions::hold(unsigned int number, std::unique_ptr<OpenQuestion> question,
-                         PagePermission permission, const String& origin) {
+                         const Early& early, PagePermission permission, const String& origin) {
+  if (early) return question->answer(*early);
   held_[number] = {std::move(question), permission, origin};
 }
 
 void PageQuestions::answer(unsigned int number, const QuestionAnswer& answer) {
   // Out of the map first: answering may let the page ask the next thing.
   const auto node = held_.extract(number);
-  if (node) node.mapped().question->answer(answer);
+  if (node) return node.mapped().question->answer(answer);
+  if (const auto asked = asking_->find(number); asked != asking_->end()) {
+    asked->second.answer = answer;
+  }
 }
 
 void PageQuestions::answerOrigin(PagePermission permission, const String& origin, bool granted) {
   std::vector<unsigned int> numbers;
   for (const auto& [number, held] : held_) {
     if (held.permission == permission && held.origin == origin) numbers.push_back(number);
+  }
+  for (const auto& [number, asked] : *asking_) {
+    if (asked.permission == permission && asked.origin == origin) numbers.push_back(number);
   }
   for (const unsigned int number : numbers) answer(number, {granted, {}, {}, {}});
 }
@@ -228,10 +243,10 @@ gboolean PageQuestions::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialo
   }
   event.url = String(webkit_web_view_get_uri(self->view_));
   event.waitHandle = nextQuestionNumber();
-  page->raise(event);
+  const Early early = self->ask(*page, event, event.waitHandle());
   if (!page->client()) return TRUE;
   if (event.wait()) {
-    self->hold(event.waitHandle(), std::make_unique<OpenDialog>(dialog, std::move(pause)));
+    self->hold(event.waitHandle(), std::make_unique<OpenDialog>(dialog, std::move(pause)), early);
   } else {
     const bool accepted = !event.isPreventDefault() || !event.result().isEmpty();
     answerDialog(dialog, {accepted, event.result(), event.username(), event.password()});
@@ -258,10 +273,10 @@ gboolean PageQuestions::onAuthenticate(WebKitWebView*, WebKitAuthenticationReque
   event.url = concat(webkit_authentication_request_get_host(request), ":",
                      String::fromUnsignedInteger(webkit_authentication_request_get_port(request)));
   event.waitHandle = nextQuestionNumber();
-  page->raise(event);
+  const Early early = self->ask(*page, event, event.waitHandle());
   if (!page->client()) return TRUE;
   if (event.wait()) {
-    self->hold(event.waitHandle(), std::move(question));
+    self->hold(event.waitHandle(), std::move(question), early);
   } else {
     question->answer(
         {!event.username().isEmpty(), event.result(), event.username(), event.password()});
@@ -327,12 +342,12 @@ void PageQuestions::offerToSave(const SavedLogin& login) {
   event.url = login.place;
   event.username = login.username;
   event.waitHandle = nextQuestionNumber();
-  page->raise(event);
+  const Early early = ask(*page, event, event.waitHandle());
   if (!page->client() || page->questions() != this) return;
   if (event.wait()) {
     // One at a time: a page must not pile them up.
     held_.erase(std::exchange(openSaving_, event.waitHandle()));
-    hold(event.waitHandle(), std::move(question));
+    hold(event.waitHandle(), std::move(question), early);
   } else {
     // Nothing is saved that nobody has said yes to.
     question->answer({!event.result().isEmpty(), {}, event.username(), {}});
@@ -347,10 +362,10 @@ gboolean PageQuestions::onPermission(WebKitWebView*, WebKitPermissionRequest* re
   auto question = std::make_unique<OpenPermission>(request);
   const auto ask = [&](OrvWebSendEvent& event, PagePermission permission) {
     if (!page->wants(event.type())) return;
-    page->raise(event);
+    const Early early = self->ask(*page, event, number, permission, origin);
     // Refused at once, or left for the chrome to decide in its own time.
     if (page->client() && !event.isPreventDefault()) {
-      self->hold(number, std::move(question), permission, origin);
+      self->hold(number, std::move(question), early, permission, origin);
     }
   };
   // What was decided before is not asked again. Switched off, the document that is there already
@@ -383,7 +398,7 @@ gboolean PageQuestions::onPermission(WebKitWebView*, WebKitPermissionRequest* re
     OrvWebNotificationPermissionRequestEvent event;
     event.origin = origin;
     event.id = String::fromUnsignedInteger(number);
-    self->hold(number, std::move(question), PagePermission::Notification, origin);
+    self->hold(number, std::move(question), {}, PagePermission::Notification, origin);
     page->raise(event);
   }
   // What nobody took is refused when the question goes.
@@ -406,10 +421,10 @@ gboolean PageQuestions::onPermissionState(WebKitWebView*, WebKitPermissionStateQ
   OrvWebNotificationPermissionCheckEvent event;
   event.origin = originOf(self->view_);
   event.waitHandle = nextQuestionNumber();
-  page->raise(event);
+  const Early early = self->ask(*page, event, event.waitHandle());
   if (!page->client()) return TRUE;
   if (event.wait()) {
-    self->hold(event.waitHandle(), std::move(question));
+    self->hold(event.waitHandle(), std::move(question), early);
   } else {
     question->answer({true, event.result(), {}, {}});
   }
@@ -428,10 +443,10 @@ gboolean PageQuestions::onChooseFile(WebKitWebView*, WebKitFileChooserRequest* r
   for (; accepted && *accepted; ++accepted) types.emplace_back(*accepted);
   event.acceptMIMETypes = types;
   event.waitHandle = nextQuestionNumber();
-  page->raise(event);
+  const Early early = self->ask(*page, event, event.waitHandle());
   if (!page->client()) return TRUE;
   if (event.wait()) {
-    self->hold(event.waitHandle(), std::move(question));
+    self->hold(event.waitHandle(), std::move(question), early);
   } else {
     question->answer({true, event.fileChosen(), {}, {}});
   }

@@ -10,6 +10,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 
 class WebKitPage;
 
@@ -59,11 +60,25 @@ class PageQuestions {
     PagePermission permission = PagePermission::None;
     String origin;
   };
-  void hold(unsigned int number, std::unique_ptr<OpenQuestion> question,
+  using Early = std::optional<QuestionAnswer>;
+  // Asks the chrome. What it decides by a command can overtake the answer of the event, which only
+  // then leaves the question open: such a decision is the result. This may be gone afterwards.
+  Early ask(WebKitPage& page, OrvWebEvent& event, unsigned int number,
+            PagePermission permission = PagePermission::None, const String& origin = String());
+  // Leaves a question open, unless it has been decided early.
+  void hold(unsigned int number, std::unique_ptr<OpenQuestion> question, const Early& early,
             PagePermission permission = PagePermission::None, const String& origin = String());
 
   WebKitPage& page_;
   WebKitWebView* view_;
   std::map<unsigned int, Held> held_;
+  struct Asking {
+    PagePermission permission;
+    String origin;
+    Early answer;
+  };
+  // What the chrome is asked just now, by number.
+  std::shared_ptr<std::map<unsigned int, Asking>> asking_ =
+      std::make_shared<std::map<unsigned int, Asking>>();
   unsigned int openSaving_ = 0;  // the number of the question whether to save a log-in
 };

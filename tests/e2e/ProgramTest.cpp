@@ -323,7 +323,7 @@ TEST_F(ProgramTest, TheBundledChromeShowsAPageOfAnotherProcessAndBringsItBack) {
   ASSERT_TRUE(shows(page)) << program.errors();
   clickAt(296, 28);
   ASSERT_TRUE(shows(chrome)) << "the panel\n" << program.errors();
-  clickAt(572, 241);
+  clickAt(572, 298);
   ASSERT_TRUE(shows(page)) << "a tab in its own process\n" << program.errors();
   const std::vector<pid_t> processes = webViewProcesses(program.pid());
   ASSERT_EQ(processes.size(), 1u);

@@ -128,7 +128,7 @@ template <typename Signature>
 struct Parameters;
 template <typename Result, typename... Types>
 struct Parameters<Result(Types...)> {
-  static std::string typed(std::string names) {
+  static std::string typed(const std::string& names) {
     constexpr bool isText[] = {std::is_class_v<std::decay_t<Types>>..., false};
     std::string text;
     std::size_t place = 1;
