@@ -323,6 +323,7 @@ TEST_F(ProgramTest, TheBundledChromeShowsAPageOfAnotherProcessAndBringsItBack) {
   ASSERT_TRUE(shows(page)) << program.errors();
   clickAt(296, 28);
   ASSERT_TRUE(shows(chrome)) << "the panel\n" << program.errors();
+  ASSERT_TRUE(waitForPixel(600, 278, {207, 214, 219})) << "the line above its third row";
   clickAt(572, 298);
   ASSERT_TRUE(shows(page)) << "a tab in its own process\n" << program.errors();
   const std::vector<pid_t> processes = webViewProcesses(program.pid());
