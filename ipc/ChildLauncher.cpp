@@ -1,6 +1,7 @@
 // The process that forks child web view processes.
 #include "ipc/ChildLauncher.h"
 
+#include "platform/Fork.h"
 #include "platform/Log.h"
 #include "platform/Process.h"
 
@@ -98,7 +99,7 @@ bool spawnChildLauncher(ChildWebViewMain childMain) {
   }
   const pid_t mainPid = ::getpid();
   const std::string programName = __progname;
-  const pid_t launcher = ::fork();
+  const pid_t launcher = Tessel::Platform::forkUndisturbed();
   if (launcher < 0) {
     logAlways(LogError, "Error forking child launcher: %d (%s)", errno, std::strerror(errno));
     ::close(ends[0]);

@@ -6,6 +6,7 @@
 #include "ipc/ProcessMessages.h"
 #include "platform/Log.h"
 #include "platform/MemoryStats.h"
+#include "platform/Process.h"
 #include "platform/Settings.h"
 #include "platform/graphics/Window.h"
 #include "platform/graphics/remote/RemoteWindowSystem.h"
@@ -13,11 +14,16 @@
 #include "platform/messages/Connections.h"
 #include "platform/messages/MessageClient.h"
 
+#include <poll.h>
+#include <signal.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <future>
 #include <memory>
+#include <thread>
 
 using Tessel::Platform::ChannelSocket;
 using Tessel::Platform::concat;
@@ -39,6 +45,29 @@ namespace {
 
 // The main process connects as soon as it has accepted the handshake.
 constexpr std::chrono::seconds windowConnectionLimit{10};
+
+// What a child has after the main process's end to see to its own.
+constexpr std::chrono::seconds timeToEnd{5};
+
+// A thread of its own. The main loop ends this process when it loses the main process; this is for
+// a main thread that does not come back to it.
+void outliveNoParent(void* process) {
+  pollfd descriptor{static_cast<int>(reinterpret_cast<std::intptr_t>(process)), POLLIN, 0};
+  while (::poll(&descriptor, 1, -1) < 0 && errno == EINTR) {
+  }
+  std::this_thread::sleep_for(timeToEnd);
+  logAlways(LogError, "The main process has ended, and this one does not; it is killed.");
+  ::kill(0, SIGKILL);
+}
+
+void watchParent(pid_t parent) {
+  const int process = static_cast<int>(::syscall(SYS_pidfd_open, parent, 0));
+  // Without one the attempt to connect shows whether the parent is there.
+  if (process < 0) return;
+  Tessel::Platform::startNamedDetachedThread(
+      "parent-watch", outliveNoParent,
+      reinterpret_cast<void*>(static_cast<std::intptr_t>(process)));
+}
 
 // Takes the one connection over which the main process gets this one's windows.
 class WindowConnection final : public Tessel::Platform::ChannelOwner {
@@ -71,6 +100,7 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int
   // What ends this process by its group, itself included, ends the engine's helpers and no other
   // child.
   ::setpgid(0, 0);
+  watchParent(parentPid);
   Settings& settings = Settings::instance();
   settings.setApplicationSandbox("webviews");
   const int mainConnection = ConnectAttach(0, parentPid, mainChannelId, sideChannel, 0);

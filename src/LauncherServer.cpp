@@ -2,6 +2,7 @@
 #include "LauncherServer.h"
 
 #include "LauncherRequest.h"
+#include "platform/Fork.h"
 #include "platform/Log.h"
 #include "platform/UniqueFd.h"
 #include "platform/os/ProcessAbilities.h"
@@ -88,7 +89,7 @@ int handleDeviceControl(const DeviceMessage& message, OpenContext& open) {
       message.declaredSize > message.arrivedSize) {
     return ENOSYS;
   }
-  const pid_t child = ::fork();
+  const pid_t child = Tessel::Platform::forkUndisturbed();
   if (child < 0) return errno;
   if (child == 0) return takeRequest(message);
   const std::int32_t answer = child;

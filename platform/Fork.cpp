@@ -1,0 +1,153 @@
+// Forking a process in which libraries have started threads before main() ran. The calling thread.
+#include "platform/Fork.h"
+
+#include "platform/Log.h"
+#include "platform/UniqueFd.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+
+namespace Tessel::Platform {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// An allocator's thread works for a millisecond or two, some ten times a second.
+constexpr std::chrono::milliseconds patience{2000};
+constexpr std::chrono::microseconds pause{500};
+
+// How often each other thread has left a processor.
+using Sleepers = std::map<std::string, unsigned long>;
+
+std::string readFile(const std::filesystem::path& path) {
+  const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  std::array<char, 4096> text{};
+  const ssize_t count = file ? ::read(file.get(), text.data(), text.size()) : 0;
+  return {text.data(), static_cast<std::size_t>(count > 0 ? count : 0)};
+}
+
+// The rest of the line that begins like that.
+std::string_view field(std::string_view status, std::string_view beginning) {
+  const std::size_t start = status.find(beginning);
+  if (start == std::string_view::npos) return {};
+  status.remove_prefix(start + beginning.size());
+  return status.substr(0, status.find('\n'));
+}
+
+unsigned long number(std::string_view text) {
+  unsigned long value = 0;
+  std::from_chars(text.data(), text.data() + text.size(), value);
+  return value;
+}
+
+// Nothing while one of them does not sleep.
+std::optional<Sleepers> sleepers() {
+  Sleepers found;
+  std::error_code error;
+  const std::string own = std::to_string(::gettid());
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task", error)) {
+    const std::string id = task.path().filename();
+    if (id == own) continue;
+    const std::string status = readFile(task.path() / "status");
+    if (!field(status, "\nState:\t").starts_with('S')) return std::nullopt;
+    found[id] = number(field(status, "\nvoluntary_ctxt_switches:\t")) +
+                number(field(status, "\nnonvoluntary_ctxt_switches:\t"));
+  }
+  return found;
+}
+
+struct Go {
+  UniqueFd reader;
+  UniqueFd writer;
+};
+
+std::optional<Go> makeGo() {
+  int ends[2] = {-1, -1};
+  if (::pipe2(ends, O_CLOEXEC) != 0) return std::nullopt;
+  return Go{UniqueFd(ends[0]), UniqueFd(ends[1])};
+}
+
+void awaitGo(Go& go) {
+  go.writer.reset();
+  char byte = 0;
+  ssize_t count = 0;
+  do {
+    count = ::read(go.reader.get(), &byte, 1);
+  } while (count < 0 && errno == EINTR);
+  if (count != 1) ::_exit(EXIT_FAILURE);
+}
+
+void discard(pid_t child) {
+  ::kill(child, SIGKILL);
+  while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+  }
+}
+
+// The child waits for its word; nobody hears of one that never gets it.
+class ChildEndsUnheard {
+ public:
+  ChildEndsUnheard() {
+    sigset_t childEnd;
+    sigemptyset(&childEnd);
+    sigaddset(&childEnd, SIGCHLD);
+    pthread_sigmask(SIG_BLOCK, &childEnd, &before_);
+  }
+  ~ChildEndsUnheard() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  ChildEndsUnheard(const ChildEndsUnheard&) = delete;
+  ChildEndsUnheard& operator=(const ChildEndsUnheard&) = delete;
+
+ private:
+  sigset_t before_{};
+};
+
+}  // namespace
+
+pid_t forkUndisturbed() {
+  const ChildEndsUnheard unheard;
+  const auto deadline = Clock::now() + patience;
+  for (;; std::this_thread::sleep_for(pause)) {
+    const auto before = sleepers();
+    if (before && before->empty()) return ::fork();
+    const bool isLate = Clock::now() > deadline;
+    if (!before && !isLate) continue;
+    auto go = makeGo();
+    if (!go) return -1;
+    const pid_t child = ::fork();
+    if (child < 0) return child;
+    if (child == 0) {
+      awaitGo(*go);
+      return 0;
+    }
+    const bool isClean = before && sleepers() == before;
+    if (!isClean && !isLate) {
+      discard(child);
+      continue;
+    }
+    if (!isClean) {
+      logAlways(LogError, "Process %d was forked while another thread ran.",
+                static_cast<int>(child));
+    }
+    if (::write(go->writer.get(), "", 1) != 1) {
+      discard(child);
+      return -1;
+    }
+    return child;
+  }
+}
+
+}  // namespace Tessel::Platform
