@@ -21,9 +21,11 @@
 
   const root = () => document.scrollingElement || document.documentElement;
 
+  const LONGEST_FRAME_MS = 250;
   let pending = false;
   let rendered = true;
   const look = () => {
+    if (!pending) return;
     pending = false;
     const element = root();
     if (!element) return;
@@ -37,12 +39,14 @@
         window.innerWidth, window.innerHeight, element.scrollWidth, element.scrollHeight);
     }
   };
-  // The next frame; a hidden page has none, so it is looked at without.
+  // With the next frame. A hidden page has none, and one that nobody sees or that is hidden meanwhile
+  // may not get it, so it is looked at without.
   const lookSoon = () => {
     if (pending) return;
     pending = true;
-    if (document.visibilityState === 'hidden') setTimeout(look, 0);
-    else requestAnimationFrame(look);
+    const isHidden = document.visibilityState === 'hidden';
+    if (!isHidden) requestAnimationFrame(look);
+    setTimeout(look, isHidden ? 0 : LONGEST_FRAME_MS);
   };
   const resized = () => {
     rendered = false;
