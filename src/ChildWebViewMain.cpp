@@ -52,7 +52,7 @@ constexpr std::chrono::seconds timeToEnd{5};
 // A thread of its own. The main loop ends this process when it loses the main process; this is for
 // a main thread that does not come back to it.
 void outliveNoParent(void* process) {
-  pollfd descriptor{static_cast<int>(reinterpret_cast<std::intptr_t>(process)), POLLIN, 0};
+  pollfd descriptor{*static_cast<const int*>(process), POLLIN, 0};
   while (::poll(&descriptor, 1, -1) < 0 && errno == EINTR) {
   }
   std::this_thread::sleep_for(timeToEnd);
@@ -61,12 +61,12 @@ void outliveNoParent(void* process) {
 }
 
 void watchParent(pid_t parent) {
-  const int process = static_cast<int>(::syscall(SYS_pidfd_open, parent, 0));
+  // There is one parent for the life of the process.
+  static int process = -1;
+  process = static_cast<int>(::syscall(SYS_pidfd_open, parent, 0));
   // Without one the attempt to connect shows whether the parent is there.
   if (process < 0) return;
-  Tessel::Platform::startNamedDetachedThread(
-      "parent-watch", outliveNoParent,
-      reinterpret_cast<void*>(static_cast<std::intptr_t>(process)));
+  Tessel::Platform::startNamedDetachedThread("parent-watch", outliveNoParent, &process);
 }
 
 // Takes the one connection over which the main process gets this one's windows.

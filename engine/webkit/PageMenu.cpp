@@ -55,9 +55,11 @@ gboolean PageMenu::onMenu(WebKitWebView*, WebKitContextMenu* menu, GdkEvent*,
   if (!page->wants(OrvWebEvent::ContextMenuRequestEvent)) return FALSE;
   OrvWebContextMenuRequestEvent event;
   event.menuItems = menuItemsOf(menu);
+  const unsigned int runsBefore = self->runs_;
   page->raise(event);
-  // Prevented, the chrome shows a menu of its own.
-  if (event.isPreventDefault() && page->wants(OrvWebEvent::ContextMenuCancelEvent)) {
+  // Prevented, the chrome shows a menu of its own. What it says by command may overtake its answer.
+  const bool isOver = self->runs_ != runsBefore;
+  if (event.isPreventDefault() && !isOver && page->wants(OrvWebEvent::ContextMenuCancelEvent)) {
     self->watchForEnd();
   }
   return event.isPreventDefault();
@@ -103,6 +105,7 @@ void PageMenu::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, PageMenu* se
 
 void PageMenu::run(Item item) {
   const auto page = page_.shared_from_this();
+  ++runs_;
   forgetEnd();
   const auto edit = [&](const char* command) {
     webkit_web_view_execute_editing_command(view_, command);

@@ -34,4 +34,5 @@ class PageMenu {
   WebKitPage& page_;
   WebKitWebView* view_;
   ObjectPointer<WebKitHitTestResult> hit_;  // of the last menu
+  unsigned int runs_ = 0;
 };
