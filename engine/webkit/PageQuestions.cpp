@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <utility>
-#include <vector>
 
 using Tessel::Platform::concat;
 using Tessel::Platform::logAlways;
@@ -72,13 +71,28 @@ class OpenRequest : public OpenQuestion {
   bool answered_ = false;
 };
 
+// Where a request keeps the log-in that it was answered with.
+constexpr const char* credentialKey = "pagehost-credential";
+
+void freeCredential(gpointer credential) {
+  webkit_credential_free(static_cast<WebKitCredential*>(credential));
+}
+
+// Whether the document is there, and not what says that a log-in is missing.
+bool isLoaded(WebKitWebView* view) {
+  WebKitWebResource* document = webkit_web_view_get_main_resource(view);
+  WebKitURIResponse* response = document ? webkit_web_resource_get_response(document) : nullptr;
+  const guint status = response ? webkit_uri_response_get_status_code(response) : 0;
+  return status >= 200 && status < 400;
+}
+
 void authenticate(WebKitAuthenticationRequest* request, const String& username,
                   const String& password) {
   // What is kept is kept by us.
   WebKitCredential* credential =
       webkit_credential_new(username.utf8(), password.utf8(), WEBKIT_CREDENTIAL_PERSISTENCE_NONE);
   webkit_authentication_request_authenticate(request, credential);
-  webkit_credential_free(credential);
+  g_object_set_data_full(G_OBJECT(request), credentialKey, credential, freeCredential);
 }
 
 // Where a log-in of HTTP's own belongs: a server may have several realms.
@@ -182,6 +196,7 @@ PageQuestions::PageQuestions(WebKitPage& page, WebKitWebView* view) : page_(page
   };
   connect("script-dialog", onScriptDialog);
   connect("authenticate", onAuthenticate);
+  connect("load-changed", onLoadChanged);
   connect("permission-request", onPermission);
   connect("query-permission-state", onPermissionState);
   connect("run-file-chooser", onChooseFile);
@@ -262,12 +277,20 @@ gboolean PageQuestions::onAuthenticate(WebKitWebView*, WebKitAuthenticationReque
       request, "authenticated", G_CALLBACK(onAuthenticated), new std::weak_ptr<WebKitPage>(page),
       [](gpointer data, GClosure*) { delete static_cast<std::weak_ptr<WebKitPage>*>(data); },
       GConnectFlags(0));
+  const bool isForProxy = webkit_authentication_request_is_for_proxy(request) != FALSE;
+  if (webkit_authentication_request_is_retry(request)) {
+    // The one before was wrong.
+    std::erase_if(self->logins_, [isForProxy](const auto& earlier) {
+      return (webkit_authentication_request_is_for_proxy(earlier.get()) != FALSE) == isForProxy;
+    });
+  }
+  self->logins_.emplace_back(WEBKIT_AUTHENTICATION_REQUEST(g_object_ref(request)));
   if (self->answerFromSaved(request)) return TRUE;
   if (!page->wants(OrvWebEvent::DialogRequested)) return FALSE;
   auto question = std::make_unique<OpenLogin>(request);
   OrvWebDialogRequestedEvent event;
   event.dialogType = OrvWebDialogType::AuthenticationChallenge;
-  event.isProxy = webkit_authentication_request_is_for_proxy(request) != FALSE;
+  event.isProxy = isForProxy;
   event.isNew = webkit_authentication_request_is_retry(request) == FALSE;
   event.message = String(webkit_authentication_request_get_realm(request));
   event.url = concat(webkit_authentication_request_get_host(request), ":",
@@ -308,20 +331,48 @@ void PageQuestions::onAuthenticated(WebKitAuthenticationRequest* request,
                                     WebKitCredential* credential, gpointer data) {
   const auto page = static_cast<std::weak_ptr<WebKitPage>*>(data)->lock();
   if (!page || !page->client() || !credential) return;
+  if (PageQuestions* const questions = page->questions()) {
+    std::erase_if(questions->logins_,
+                  [request](const auto& login) { return login.get() == request; });
+  }
+  accepted(*page, request, credential);
+}
+
+// The engine keeps one request per page: of a log-in that was right it tells nothing when a second
+// request, for the page's icon perhaps, has come before the document.
+void PageQuestions::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, PageQuestions* self) {
+  if (event == WEBKIT_LOAD_STARTED) self->logins_.clear();
+  if (event != WEBKIT_LOAD_FINISHED) return;
+  const auto page = self->page_.shared_from_this();
+  const auto logins = std::exchange(self->logins_, {});
+  if (!isLoaded(view)) return;
+  for (const auto& login : logins) {
+    auto* const credential =
+        static_cast<WebKitCredential*>(g_object_get_data(G_OBJECT(login.get()), credentialKey));
+    if (!credential) continue;
+    // Once is enough, should it be told later.
+    g_signal_handlers_disconnect_matched(login.get(), G_SIGNAL_MATCH_FUNC, 0, 0, nullptr,
+                                         reinterpret_cast<gpointer>(onAuthenticated), nullptr);
+    if (page->client()) accepted(*page, login.get(), credential);
+  }
+}
+
+void PageQuestions::accepted(WebKitPage& page, WebKitAuthenticationRequest* request,
+                             WebKitCredential* credential) {
   SavedLogin login{{},
                    String(webkit_credential_get_username(credential)),
                    String(webkit_credential_get_password(credential))};
   if (!webkit_authentication_request_is_for_proxy(request)) {
     login.place = placeOf(request);
-    return page->offerToSave(login);
+    return page.offerToSave(login);
   }
-  if (login == page->engine().proxyLogin()) return;
-  page->engine().setProxyLogin(login);
+  if (login == page.engine().proxyLogin()) return;
+  page.engine().setProxyLogin(login);
   // For the other processes: each has connections of its own.
   OrvWebSyncProxyCredentialEvent event;
   event.username = login.username;
   event.password = login.password;
-  page->raise(event);
+  page.raise(event);
 }
 
 void PageQuestions::offerToSave(const SavedLogin& login) {

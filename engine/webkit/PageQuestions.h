@@ -4,6 +4,7 @@
 
 #include "engine/Page.h"
 #include "engine/remembered/LoginStore.h"
+#include "engine/webkit/link/ObjectPointer.h"
 #include "platform/String.h"
 
 #include <webkit2/webkit2.h>
@@ -11,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <vector>
 
 class WebKitPage;
 
@@ -53,7 +55,12 @@ class PageQuestions {
   static gboolean onChooseFile(WebKitWebView*, WebKitFileChooserRequest* request,
                                PageQuestions* self);
 
+  static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, PageQuestions* self);
+
   bool answerFromSaved(WebKitAuthenticationRequest* request);
+  // What to do with a log-in that has proved right. This may be gone afterwards.
+  static void accepted(WebKitPage& page, WebKitAuthenticationRequest* request,
+                       WebKitCredential* credential);
 
   struct Held {
     std::unique_ptr<OpenQuestion> question;
@@ -80,5 +87,7 @@ class PageQuestions {
   // What the chrome is asked just now, by number.
   std::shared_ptr<std::map<unsigned int, Asking>> asking_ =
       std::make_shared<std::map<unsigned int, Asking>>();
+  // Asked for by the load that goes on; the engine has told of none of them that it was right.
+  std::vector<ObjectPointer<WebKitAuthenticationRequest>> logins_;
   unsigned int openSaving_ = 0;  // the number of the question whether to save a log-in
 };
