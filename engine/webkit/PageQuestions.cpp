@@ -338,10 +338,9 @@ void PageQuestions::onAuthenticated(WebKitAuthenticationRequest* request,
   accepted(*page, request, credential);
 }
 
-// The engine keeps one request per page: of a log-in that was right it tells nothing when a second
-// request, for the page's icon perhaps, has come before the document.
+// The engine forgets a request when it tells of the load's start, which under load comes after the
+// request: nothing is told then of a log-in that was right.
 void PageQuestions::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, PageQuestions* self) {
-  if (event == WEBKIT_LOAD_STARTED) self->logins_.clear();
   if (event != WEBKIT_LOAD_FINISHED) return;
   const auto page = self->page_.shared_from_this();
   const auto logins = std::exchange(self->logins_, {});

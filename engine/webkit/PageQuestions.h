@@ -87,7 +87,7 @@ class PageQuestions {
   // What the chrome is asked just now, by number.
   std::shared_ptr<std::map<unsigned int, Asking>> asking_ =
       std::make_shared<std::map<unsigned int, Asking>>();
-  // Asked for by the load that goes on; the engine has told of none of them that it was right.
+  // Asked for since the last load ended; the engine has told of none of them that it was right.
   std::vector<ObjectPointer<WebKitAuthenticationRequest>> logins_;
   unsigned int openSaving_ = 0;  // the number of the question whether to save a log-in
 };
