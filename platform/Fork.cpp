@@ -9,16 +9,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <thread>
 
 namespace Tessel::Platform {
@@ -30,29 +28,27 @@ using Clock = std::chrono::steady_clock;
 // An allocator's thread works for a millisecond or two, some ten times a second.
 constexpr std::chrono::milliseconds patience{2000};
 constexpr std::chrono::microseconds pause{500};
+constexpr std::streamsize longestLine = 65536;
 
 // How often each other thread has left a processor.
 using Sleepers = std::map<std::string, unsigned long>;
 
-std::string readFile(const std::filesystem::path& path) {
-  const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  std::array<char, 4096> text{};
-  const ssize_t count = file ? ::read(file.get(), text.data(), text.size()) : 0;
-  return {text.data(), static_cast<std::size_t>(count > 0 ? count : 0)};
-}
-
-// The rest of the line that begins like that.
-std::string_view field(std::string_view status, std::string_view beginning) {
-  const std::size_t start = status.find(beginning);
-  if (start == std::string_view::npos) return {};
-  status.remove_prefix(start + beginning.size());
-  return status.substr(0, status.find('\n'));
-}
-
-unsigned long number(std::string_view text) {
-  unsigned long value = 0;
-  std::from_chars(text.data(), text.data() + text.size(), value);
-  return value;
+// How often a thread that sleeps has left a processor; nothing for one that does not sleep.
+std::optional<unsigned long> sleeperSwitches(const std::filesystem::path& task) {
+  std::ifstream status(task / "status");
+  unsigned long switches = 0;
+  bool sleeps = false;
+  for (std::string key; status >> key; status.ignore(longestLine, '\n')) {
+    if (key == "State:") {
+      char state = 0;
+      sleeps = status >> state && state == 'S';
+    } else if (key.ends_with("voluntary_ctxt_switches:")) {  // "non" before it or not
+      unsigned long count = 0;
+      status >> count;
+      switches += count;
+    }
+  }
+  return sleeps ? std::optional(switches) : std::nullopt;
 }
 
 // Nothing while one of them does not sleep.
@@ -63,10 +59,9 @@ std::optional<Sleepers> sleepers() {
   for (const auto& task : std::filesystem::directory_iterator("/proc/self/task", error)) {
     const std::string id = task.path().filename();
     if (id == own) continue;
-    const std::string status = readFile(task.path() / "status");
-    if (!field(status, "\nState:\t").starts_with('S')) return std::nullopt;
-    found[id] = number(field(status, "\nvoluntary_ctxt_switches:\t")) +
-                number(field(status, "\nnonvoluntary_ctxt_switches:\t"));
+    const auto switches = sleeperSwitches(task.path());
+    if (!switches) return std::nullopt;
+    found[id] = *switches;
   }
   return found;
 }

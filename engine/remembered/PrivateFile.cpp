@@ -24,16 +24,6 @@ namespace {
 constexpr int mostTries = 100;
 constexpr std::chrono::milliseconds betweenTries{5};
 
-bool writeAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::write(fd, bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) return false;
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return ::fsync(fd) == 0;
-}
-
 }  // namespace
 
 PrivateFile::PrivateFile(std::string folder, const char* name)
@@ -91,21 +81,22 @@ UniqueFd PrivateFile::lock() const {
 bool PrivateFile::change(const std::function<String(const String&)>& change) {
   const UniqueFd held = lock();
   if (!held) return failed("changed");
-  return replace(change(read())) || failed("written");
+  return replace(change(read()));
 }
 
 bool PrivateFile::replace(const String& text) const {
-  if (text.isEmpty()) return ::unlink(path_.c_str()) == 0 || errno == ENOENT;
-  std::string newPath = path_ + ".XXXXXX";
-  // With mode 0600.
-  const UniqueFd file(::mkostemp(newPath.data(), O_CLOEXEC));
-  if (!file) return false;
-  if (writeAll(file.get(), text.view()) && ::rename(newPath.c_str(), path_.c_str()) == 0) {
+  if (text.isEmpty()) {
+    return ::unlink(path_.c_str()) == 0 || errno == ENOENT || failed("removed");
+  }
+  constexpr auto flags =
+      GFileSetContentsFlags(G_FILE_SET_CONTENTS_CONSISTENT | G_FILE_SET_CONTENTS_DURABLE);
+  GError* error = nullptr;
+  if (g_file_set_contents_full(path_.c_str(), text.utf8(), static_cast<gssize>(text.length()),
+                               flags, S_IRUSR | S_IWUSR, &error)) {
     return true;
   }
-  const int reason = errno;
-  ::unlink(newPath.c_str());
-  errno = reason;
+  logAlways(LogError, "%s", error->message);
+  g_error_free(error);
   return false;
 }
 

@@ -122,6 +122,16 @@ bool hasTypingAttribute(WebKitEditorState* state, const String& name) {
   return false;
 }
 
+guint statusOf(WebKitWebView* view) {
+  WebKitWebResource* document = webkit_web_view_get_main_resource(view);
+  WebKitURIResponse* response = document ? webkit_web_resource_get_response(document) : nullptr;
+  return response ? webkit_uri_response_get_status_code(response) : 0;
+}
+
+bool isFailedStatus(guint status) {
+  return status >= 400;
+}
+
 String originOf(WebKitWebView* view) {
   const char* uri = webkit_web_view_get_uri(view);
   WebKitSecurityOrigin* origin = uri ? webkit_security_origin_new_for_uri(uri) : nullptr;

@@ -30,5 +30,9 @@ bool hasTypingAttribute(WebKitEditorState* state, const Tessel::Platform::String
 SSLConnectionInfo connectionInfoFrom(const char* uri, GTlsCertificate* certificate,
                                      GTlsCertificateFlags problems);
 
+// That of the answer that the document came with; 0 for none.
+guint statusOf(WebKitWebView* view);
+bool isFailedStatus(guint status);
+
 // As "https://example.org"; empty for a view that shows nothing.
 Tessel::Platform::String originOf(WebKitWebView* view);

@@ -78,14 +78,6 @@ void freeCredential(gpointer credential) {
   webkit_credential_free(static_cast<WebKitCredential*>(credential));
 }
 
-// Whether the document is there, and not what says that a log-in is missing.
-bool isLoaded(WebKitWebView* view) {
-  WebKitWebResource* document = webkit_web_view_get_main_resource(view);
-  WebKitURIResponse* response = document ? webkit_web_resource_get_response(document) : nullptr;
-  const guint status = response ? webkit_uri_response_get_status_code(response) : 0;
-  return status >= 200 && status < 400;
-}
-
 void authenticate(WebKitAuthenticationRequest* request, const String& username,
                   const String& password) {
   // What is kept is kept by us.
@@ -196,7 +188,6 @@ PageQuestions::PageQuestions(WebKitPage& page, WebKitWebView* view) : page_(page
   };
   connect("script-dialog", onScriptDialog);
   connect("authenticate", onAuthenticate);
-  connect("load-changed", onLoadChanged);
   connect("permission-request", onPermission);
   connect("query-permission-state", onPermissionState);
   connect("run-file-chooser", onChooseFile);
@@ -338,13 +329,11 @@ void PageQuestions::onAuthenticated(WebKitAuthenticationRequest* request,
   accepted(*page, request, credential);
 }
 
-// The engine forgets a request when it tells of the load's start, which under load comes after the
-// request: nothing is told then of a log-in that was right.
-void PageQuestions::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, PageQuestions* self) {
-  if (event != WEBKIT_LOAD_FINISHED) return;
-  const auto page = self->page_.shared_from_this();
-  const auto logins = std::exchange(self->logins_, {});
-  if (!isLoaded(view)) return;
+void PageQuestions::loaded() {
+  const auto page = page_.shared_from_this();
+  const auto logins = std::exchange(logins_, {});
+  const guint status = statusOf(view_);
+  if (status == 0 || isFailedStatus(status)) return;
   for (const auto& login : logins) {
     auto* const credential =
         static_cast<WebKitCredential*>(g_object_get_data(G_OBJECT(login.get()), credentialKey));

@@ -41,6 +41,9 @@ class PageQuestions {
   void offerToSave(const SavedLogin& login);
   // All open questions of an origin for one permission.
   void answerOrigin(PagePermission permission, const String& origin, bool granted);
+  // A load has ended. The engine forgets a log-in request when it tells of the load's start, which
+  // under load comes after the request; so that a log-in was right is told here, if not by then.
+  void loaded();
 
  private:
   static gboolean onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog, PageQuestions* self);
@@ -54,8 +57,6 @@ class PageQuestions {
                                     PageQuestions* self);
   static gboolean onChooseFile(WebKitWebView*, WebKitFileChooserRequest* request,
                                PageQuestions* self);
-
-  static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, PageQuestions* self);
 
   bool answerFromSaved(WebKitAuthenticationRequest* request);
   // What to do with a log-in that has proved right. This may be gone afterwards.

@@ -47,10 +47,6 @@ constexpr std::array settingsOfModule{WebViewSetting::isDeferNetworkingAndJavaSc
                                       WebViewSetting::isEnableCredentialAutofill,
                                       WebViewSetting::isZoomToFitWidthOnLoad};
 
-bool isFailedStatus(guint status) {
-  return status >= 400;
-}
-
 }  // namespace
 
 WebKitPage::WebKitPage(WebKitEngine& engine, PageClient& client, Window& window)
@@ -536,6 +532,8 @@ void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKi
       break;
     case WEBKIT_LOAD_FINISHED: {
       self->redrawAfterLoad();
+      self->parts_->questions.loaded();
+      if (!self->parts_) break;
       // Not finished, but to be begun again.
       const bool repeating = std::exchange(self->repeating_, false);
       if (std::exchange(self->showingFailure_, false) || repeating) {
@@ -544,9 +542,7 @@ void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKi
       }
       // A program whose chrome answers "not found" would only show that to somebody who cannot
       // tell what to do about it.
-      WebKitWebResource* resource = webkit_web_view_get_main_resource(view);
-      WebKitURIResponse* response = resource ? webkit_web_resource_get_response(resource) : nullptr;
-      const guint status = response ? webkit_uri_response_get_status_code(response) : 0;
+      const guint status = statusOf(view);
       if (self->setup_.drivesApplication && isFailedStatus(status)) {
         self->showFailure(webkit_web_view_get_uri(view),
                           concat("The answer was ", String::fromUnsignedInteger(status), "."));

@@ -23,9 +23,11 @@ class Worker {
           while (!ended_) {
             {
               const std::lock_guard lock(mutex);
+              works_ = true;
               const auto end = std::chrono::steady_clock::now() + work;
               while (!ended_ && std::chrono::steady_clock::now() < end) {
               }
+              works_ = false;
             }
             std::this_thread::sleep_for(sleep);
           }
@@ -35,9 +37,14 @@ class Worker {
     thread_.join();
   }
 
+  void awaitWork() const {
+    while (!works_) std::this_thread::yield();
+  }
+
   std::mutex mutex;
 
  private:
+  std::atomic<bool> works_ = false;
   std::atomic<bool> ended_ = false;
   std::thread thread_;
 };
@@ -54,14 +61,17 @@ bool isFreeInChild(pid_t (*makeChild)(), std::mutex& mutex) {
 
 TEST(ForkTest, NoLockOfAnotherThreadIsHeldInTheChild) {
   Worker worker(3ms, 5ms);
-  int heldAfterPlainFork = 0;
-  for (int i = 0; i < 40; ++i) {
-    EXPECT_TRUE(isFreeInChild(forkUndisturbed, worker.mutex));
-    if (!isFreeInChild(::fork, worker.mutex)) ++heldAfterPlainFork;
-    std::this_thread::sleep_for(std::chrono::microseconds(i * 200));
-  }
   // Otherwise this test does not see what it is for.
-  EXPECT_GT(heldAfterPlainFork, 0);
+  bool isEverHeld = false;
+  for (int i = 0; i < 100 && !isEverHeld; ++i) {
+    worker.awaitWork();
+    isEverHeld = !isFreeInChild(::fork, worker.mutex);
+  }
+  EXPECT_TRUE(isEverHeld);
+  for (int i = 0; i < 20; ++i) {
+    worker.awaitWork();
+    EXPECT_TRUE(isFreeInChild(forkUndisturbed, worker.mutex));
+  }
 }
 
 TEST(ForkTest, AProcessThatIsNeverQuietIsForkedAllTheSame) {
