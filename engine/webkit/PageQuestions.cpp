@@ -74,6 +74,9 @@ class OpenRequest : public OpenQuestion {
 // Where a request keeps the log-in that it was answered with.
 constexpr const char* credentialKey = "pagehost-credential";
 
+// More are not waited for at once.
+constexpr std::size_t mostLogins = 16;
+
 void freeCredential(gpointer credential) {
   webkit_credential_free(static_cast<WebKitCredential*>(credential));
 }
@@ -275,6 +278,8 @@ gboolean PageQuestions::onAuthenticate(WebKitWebView*, WebKitAuthenticationReque
       return (webkit_authentication_request_is_for_proxy(earlier.get()) != FALSE) == isForProxy;
     });
   }
+  // A page may bring up as many as it likes.
+  if (self->logins_.size() == mostLogins) self->logins_.erase(self->logins_.begin());
   self->logins_.emplace_back(WEBKIT_AUTHENTICATION_REQUEST(g_object_ref(request)));
   if (self->answerFromSaved(request)) return TRUE;
   if (!page->wants(OrvWebEvent::DialogRequested)) return FALSE;
