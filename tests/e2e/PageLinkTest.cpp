@@ -1,5 +1,6 @@
 // The page link with the real engine at its other end: calls in both directions, nested, from two
 // threads, to pages that hang, misbehave or die.
+#include "tests/support/Processes.h"
 #include "tests/support/RealEngine.h"
 
 #include <gtest/gtest.h>
@@ -39,31 +40,9 @@ constexpr const char* page = R"(<!doctype html><title>link</title><script>
   window.holder = { name: 'holder', who() { return this.name; } };
 </script>)";
 
-// Processes below this one, the engine's among them.
-std::vector<pid_t> descendants() {
-  std::vector<pid_t> found{::getpid()};
-  for (std::size_t i = 0; i < found.size(); ++i) {
-    std::error_code gone;  // a process may end while it is looked at
-    for (const auto& task :
-         std::filesystem::directory_iterator("/proc/" + std::to_string(found[i]) + "/task", gone)) {
-      std::ifstream children(task.path() / "children");
-      for (pid_t child = 0; children >> child;) found.push_back(child);
-    }
-  }
-  found.erase(found.begin());
-  return found;
-}
-
-std::string nameOf(pid_t pid) {
-  std::ifstream file("/proc/" + std::to_string(pid) + "/comm");
-  std::string name;
-  std::getline(file, name);
-  return name;
-}
-
 std::vector<pid_t> webProcesses() {
-  auto all = descendants();
-  std::erase_if(all, [](pid_t pid) { return nameOf(pid).find("WebKitWebPro") != 0; });
+  auto all = test_support::descendantsOf(::getpid());
+  std::erase_if(all, [](pid_t pid) { return test_support::nameOf(pid).find("WebKitWebPro") != 0; });
   return all;
 }
 

@@ -131,15 +131,6 @@ TEST_F(PlatformTest, TheChromeHearsOfTheEndWhoeverAsksForIt) {
   EXPECT_EQ(program.status(), 0);
 }
 
-TEST_F(PlatformTest, ClosingTheWindowEndsTheBundledChrome) {
-  Program::Environment bundled = environment();
-  bundled["CHROME_URL"] = bundled["TESSEL_LOCAL_ROOT"] = "";
-  Program program(bundled, {"--demo"});
-  ASSERT_TRUE(program.waitForLine("demo ready")) << program.errors();
-  ASSERT_TRUE(test_support::requestClose("pagehost"));
-  EXPECT_EQ(program.status(), 0);
-}
-
 TEST_F(PlatformTest, OtherFontsAreNoticed) {
   Program program(environment());
   ASSERT_TRUE(program.waitForLine("ready")) << program.errors();
