@@ -61,10 +61,4 @@ TEST_F(BindingManagerTest, CountsFromRequiredToTheLargerOfRequiredAndMaximumAreA
                                                "(3 with optional args)"));
 }
 
-TEST_F(BindingManagerTest, ArgumentErrorNamesTheFunctionTheTextAndThePosition) {
-  BindingManager::reportArgumentError(3, "say \"x\"", "jsSet");
-  EXPECT_THAT(errors(), ElementsAre("Argument error when trying to call native function: \"jsSet\" "
-                                    "with argument \"say \"x\"\" at position: 3"));
-}
-
 }  // namespace
