@@ -86,7 +86,7 @@ TEST_P(CommandTableTest, EveryCommandIsRefusedForAWebViewThatIsNotCreated) {
   const unsigned int unreported = manager.createWebView("no such group", 0);
   turnLoop();
   ASSERT_TRUE(manager.webViewForHandle(unreported));
-  errors();
+  EXPECT_THAT(errors(), ElementsAre(::testing::HasSubstr("\"no such group\"")));
   const std::string pending = std::to_string(unreported);
   const std::map<std::string, std::string> handles{
       {pending, pending}, {"abc", "0"}, {"", "0"}, {"99999", "99999"}};

@@ -98,14 +98,6 @@ TEST_F(WebViewManagerTest, ChildProcessesAreRefusedWithAnError) {
   deleteWebView(handle);
 }
 
-TEST_F(WebViewManagerTest, UnknownGroupIsAnErrorAndTheWebViewIsNeverCreated) {
-  const unsigned int handle = create("InProcess", "no such");
-  turnLoop();
-  EXPECT_THAT(errors(), ElementsAre(HasSubstr("\"no such\"")));
-  EXPECT_FALSE(manager.isCreated(handle));
-  deleteWebView(handle);
-}
-
 TEST_F(WebViewManagerTest, ChromeIsNotToldAboutItsOwnScripts) {
   const auto post = [&](unsigned int handle, const char* name) {
     HandleOrvWebPostEventMessage message(handle, name, "{}");
