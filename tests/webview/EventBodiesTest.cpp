@@ -7,6 +7,7 @@
 #include "webview/events/EventForwarding.h"
 #include "webview/events/Names.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <sstream>
@@ -222,13 +223,9 @@ TEST(EventBodiesTest, NumbersHaveTheirNamesAndOthersHaveNone) {
       if (facts.type != type) continue;
       ++count;
       EXPECT_EQ(namesOf<Type>(facts), "");
-      std::istringstream names(facts.names);
-      const auto size = std::distance(std::istream_iterator<std::string>(names), {});
-      const int end = facts.first + static_cast<int>(size);
-      const bool hasOneApart = type == test_support::apartFacts.type;
-      EXPECT_EQ(EnumerationNames<Type>::table.names().size() - (hasOneApart ? 1 : 0),
-                static_cast<std::size_t>(size));
-      for (const int none : {facts.first - 1, end, std::numeric_limits<int>::max(),
+      const std::string names = facts.names;
+      const auto end = facts.first + static_cast<int>(std::count(names.begin(), names.end(), ' '));
+      for (const int none : {facts.first - 1, end + 1, std::numeric_limits<int>::max(),
                              std::numeric_limits<int>::min()}) {
         EXPECT_STREQ(nameOf(Type(none)), "") << none;
       }

@@ -64,8 +64,6 @@ TEST_F(WebViewManagerTest, LaterWebViewsComeWithTheLoopAndCountOnceTheyReportThe
 TEST_F(WebViewManagerTest, NewWebViewRaisesCreatedOnlyAndDestroyedOnceItIsCreated) {
   const unsigned int handle = createWebView();
   WebView& view = webView(handle);
-  EXPECT_TRUE(view.isWebEventEnabled(Event::Created));
-  EXPECT_TRUE(view.isWebEventEnabled(Event::Destroyed));
   EXPECT_FALSE(view.isWebEventEnabled(Event::Focus));
   EXPECT_FALSE(view.isAnyPropertyChangedEventsEnabled());
   EXPECT_FALSE(view.isEnableDiskCache());
