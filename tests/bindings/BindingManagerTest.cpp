@@ -5,9 +5,7 @@
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::StartsWith;
 
 class BindingManagerTest : public test_support::ChromeFixture {
  protected:
@@ -32,18 +30,6 @@ TEST_F(BindingManagerTest, CallRunsTheHandlerThatWasFirstRegisteredUnderItsExact
   EXPECT_THAT(errors(), IsEmpty());
 }
 
-TEST_F(BindingManagerTest, ListHasEveryNameInByteOrderWithALineEndEach) {
-  for (const char* name : {"test.b", "test.B", "test.a", "test.\xc3\xa4", "test.B.c"}) {
-    bindings.registerBinding(name, [](OrvWebJavaScriptCallbackEvent*) {});
-  }
-  const std::string list = callNative({"bindingManager.listBindings"});
-  EXPECT_THAT(list, StartsWith("bindingManager.listBindings\ntest.B\ntest.B.c\ntest.a\ntest.b\n"));
-  EXPECT_THAT(list, HasSubstr("\ntest.\xc3\xa4\nwebInspector.enabled\n"));
-  EXPECT_THAT(list, HasSubstr("\nwebInspector.setEnabledForWebView\nwebview."));
-  EXPECT_THAT(list, HasSubstr("\nwebview.create\nwebview.createFadeColorWindow\n"));
-  EXPECT_EQ(list.back(), '\n');
-}
-
 TEST_F(BindingManagerTest, CountsFromRequiredToTheLargerOfRequiredAndMaximumAreAccepted) {
   EXPECT_FALSE(BindingManager::checkArgumentCount(2, 2, "f"));
   EXPECT_FALSE(BindingManager::checkArgumentCount(2, 2, "f", 3));
@@ -59,12 +45,6 @@ TEST_F(BindingManagerTest, CountsFromRequiredToTheLargerOfRequiredAndMaximumAreA
                                     function + "1 arguments when it requires: 2",
                                     function + "4 arguments when it requires: 2 "
                                                "(3 with optional args)"));
-}
-
-TEST_F(BindingManagerTest, ArgumentErrorNamesTheFunctionTheTextAndThePosition) {
-  BindingManager::reportArgumentError(3, "say \"x\"", "jsSet");
-  EXPECT_THAT(errors(), ElementsAre("Argument error when trying to call native function: \"jsSet\" "
-                                    "with argument \"say \"x\"\" at position: 3"));
 }
 
 }  // namespace

@@ -1,12 +1,10 @@
 // The calls of the chrome's functions and what becomes of their values.
 #include "bindings/ChromeChannel.h"
-#include "tests/platform/StandardErrorPipe.h"
 #include "tests/support/ChromeFixture.h"
 
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 class ChromeChannelTest : public test_support::ChromeFixture {
  protected:
@@ -44,16 +42,6 @@ TEST_F(ChromeChannelTest, AnswersBecomeTextByTheirType) {
   EXPECT_EQ(answerFor("\xc3\xa4\n\"text\""), "\xc3\xa4\n\"text\"");
   EXPECT_EQ(answerFor(JavaScriptVariant()), "");
   EXPECT_EQ(answerFor(JavaScriptVariant::object()), "");
-}
-
-TEST_F(ChromeChannelTest, WithoutAChromeEventsAreLoggedAndAnsweredWithNothing) {
-  Tessel::Platform::Testing::StandardErrorPipe log;
-  sendChromePostEvent(nullptr, "Created", "", 3, 0);
-  EXPECT_THAT(log.read(),
-              HasSubstr("WebView::sendChromePostEvent: webView doesn't exist, can't send event!"));
-  EXPECT_EQ(sendChromeSendEvent(nullptr, "Dialog", "", 3, 0), String());
-  EXPECT_THAT(log.read(),
-              HasSubstr("WebView::sendChromeSendEvent: webView doesn't exists, can't send event!"));
 }
 
 }  // namespace

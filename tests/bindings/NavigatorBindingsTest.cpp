@@ -6,7 +6,6 @@
 #include "platform/navigator/FontInfo.h"
 #include "platform/navigator/LocaleHandler.h"
 #include "platform/navigator/NavigatorHandler.h"
-#include "platform/navigator/Notifications.h"
 #include "tests/support/ChromeFixture.h"
 
 namespace {
@@ -15,9 +14,6 @@ using Tessel::Platform::FontInfo;
 using Tessel::Platform::LocaleHandler;
 using Tessel::Platform::NavigatorHandler;
 using Tessel::Platform::NavigatorService;
-using Tessel::Platform::Notification;
-using Tessel::Platform::notifications;
-using Tessel::Platform::raiseNotification;
 using Tessel::Platform::String;
 using Tessel::Platform::Graphics::Screen;
 using test_support::inOwnProcess;
@@ -83,41 +79,6 @@ TEST_F(NavigatorBindingsTest, RequestsOfTheApplicationReachTheNavigator) {
   });
 }
 
-TEST_F(NavigatorBindingsTest, WrongCountsAreReportedByTheHandlersOwnName) {
-  withBinding([this] {
-    struct {
-      const char* function;
-      const char* name;
-      int required;
-    } const counted[] = {{"adduri", "jsAddURI", 5},
-                         {"newWallpaper", "jsNewWallpaper", 2},
-                         {"rotate", "jsRotate", 2},
-                         {"unlockRotation", "jsUnlockRotation", 1},
-                         {"minimizeWindow", "jsMinimizeWindow", 1},
-                         {"getenv", "jsGetenv", 2},
-                         {"setenv", "jsSetenv", 3},
-                         {"unsetenv", "jsUnsetenv", 2},
-                         {"setKeyboardTracking", "jsSetKeyboardTracking", 2},
-                         {"setSwipeStart", "jsSetSwipeStart", 1},
-                         {"bindToNetworkDevice", "jsBindToNetworkDevice", 2},
-                         {"updateCover", "jsUpdateCover", 2},
-                         {"realpath", "jsRealpath", 2},
-                         {"setKeyboardFocus", "jsSetKeyboardFocus", 2},
-                         {"getRegisteredDomain", "jsGetRegisteredDomain", 2}};
-    for (const auto& [function, name, required] : counted) {
-      const std::string full = std::string("application.") + function;
-      std::vector<const char*> arguments(static_cast<std::size_t>(required) + 1, "1");
-      arguments[0] = full.c_str();
-      EXPECT_EQ(callNative(arguments), "");
-      EXPECT_THAT(errors(), ElementsAre(countError(name, required + 1, required)));
-    }
-    callNative({"application.lockRotation", "a", "b"});
-    EXPECT_THAT(errors(),
-                ElementsAre(countError("jsLockRotation", 3, 1) + " (2 with optional args)"));
-    EXPECT_THAT(requests, IsEmpty());
-  });
-}
-
 TEST_F(NavigatorBindingsTest, EnvironmentPathsAndDomainsAreAnswered) {
   withBinding([this] {
     EXPECT_EQ(callNative({"application.setenv", "PAGEHOST_T", "a=b"}), "0");
@@ -178,21 +139,12 @@ TEST_F(NavigatorBindingsTest, LocaleAndFontAreToldInTheChromesOwnTerms) {
   });
 }
 
-TEST_F(NavigatorBindingsTest, EveryNotificationCallsTheChromeOnceWithItsTexts) {
+TEST_F(NavigatorBindingsTest, TurningIsAgreedToAndLeftToTheChrome) {
   withBinding([this] {
-    for (const Notification& row : notifications()) {
-      const std::string name = std::string(row.group) + "." + row.name;
-      if (name == "application.onExit") continue;  // the end of everything
-      EXPECT_FALSE(raiseNotification(row.name, std::vector<String>(row.count, "7")));
-      std::string expected = name;
-      for (unsigned i = 0; i < row.count; ++i) expected += " 7";
-      if (name == "application.onFontInfoChange") expected = name + " 7 9";
-      // The one that is a question.
-      const bool isTold = name != "application.onRotateCheck";
-      EXPECT_EQ(told(), isTold ? std::vector{expected} : std::vector<std::string>());
-    }
     EXPECT_TRUE(NavigatorHandler::instance().onRotateCheck("a", "b"));
+    EXPECT_THAT(told(), IsEmpty());
     EXPECT_FALSE(NavigatorHandler::instance().onRotate("a", "b"));
+    EXPECT_THAT(told(), ElementsAre("application.onRotate a b"));
   });
 }
 
@@ -215,36 +167,29 @@ TEST_F(NavigatorBindingsTest, WithoutAWebViewNotificationsAreDropped) {
   });
 }
 
-TEST_F(NavigatorBindingsTest, InvocationsReachTheNavigatorAndWrongCountsDoNot) {
+TEST_F(NavigatorBindingsTest, InvocationsReachTheNavigator) {
   withBinding([this] {
-    struct {
-      std::string function;
-      int count;  // 0 where nobody counts
-    } const functions[] = {{"closeViewer", 2},       {"invoke", 3},
-                           {"invokeViewer", 4},      {"queryTargets", 3},
-                           {"setViewerPosition", 4}, {"setViewerVisibility", 3},
-                           {"setViewerZOrder", 3},   {"viewerRelay", 3},
-                           {"cardPeek", 2},          {"cardClose", 2},
-                           {"cardResize", 2},        {"getInvokeTargetFilters", 3},
-                           {"cardChildClose", 0},    {"setInvokeTargetFilters", 3},
-                           {"invokeRequest", 0}};
+    const std::pair<const char*, std::size_t> functions[] = {{"closeViewer", 1},
+                                                             {"invoke", 2},
+                                                             {"invokeViewer", 3},
+                                                             {"queryTargets", 2},
+                                                             {"viewerRelay", 2},
+                                                             {"cardPeek", 1},
+                                                             {"cardClose", 1},
+                                                             {"cardResize", 1},
+                                                             {"getInvokeTargetFilters", 2},
+                                                             {"cardChildClose", 0},
+                                                             {"setInvokeTargetFilters", 2}};
     for (const auto& [function, count] : functions) {
-      const std::string full = "invocation." + function;
-      std::vector<const char*> arguments(count ? static_cast<std::size_t>(count) : 3, "7");
+      const std::string full = std::string("invocation.") + function;
+      std::string expected = function;
+      for (std::size_t i = 0; i < count; ++i) expected += " 7";
+      std::vector<const char*> arguments(count + 1, "7");
       arguments[0] = full.c_str();
       EXPECT_EQ(callNative(arguments), "");
-      EXPECT_THAT(errors(), IsEmpty());
-      ASSERT_EQ(requests.size(), 1u) << function;
-      EXPECT_EQ(requests.back().substr(0, function.size()), function);
-      requests.clear();
-      if (!count) continue;
-      arguments.push_back("7");
-      callNative(arguments);
-      std::string name = "js" + function;
-      name[2] = static_cast<char>(name[2] - 'a' + 'A');
-      EXPECT_THAT(errors(), ElementsAre(countError(name.c_str(), count + 1, count)));
-      EXPECT_THAT(requests, IsEmpty());
+      EXPECT_THAT(std::exchange(requests, {}), ElementsAre(expected));
     }
+    EXPECT_THAT(errors(), IsEmpty());
   });
 }
 

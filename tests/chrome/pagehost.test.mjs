@@ -53,15 +53,6 @@ test('nothing is enabled before Created, everything inside it', async () => {
   assert.deepEqual(titles, ['{"looks":"like JSON"}']);
 });
 
-test('property values have their type', () => {
-  const seen = [];
-  const view = new pagehost.WebView(7);
-  for (const name of ['CanGoBack', 'LoadProgress']) view.onProperty(name, (value) => seen.push(value));
-  raise(7, 'PropertyCanGoBackEvent', 'false', 0);
-  raise(7, 'PropertyLoadProgressEvent', '40', 0);
-  assert.deepEqual(seen, [false, 40]);
-});
-
 test('the answers of all listeners are merged; failures and promises are none', () => {
   const view = new pagehost.WebView(7);
   assert.equal(raise(7, 'OpenWindow', '{}', 0), undefined);
@@ -94,14 +85,6 @@ test('two copies share listeners and dispatch once', async () => {
   raise(7, 'Focus', '', 0);
   assert.equal(heard, 2);
   assert.equal(globalThis.chrome.internal.application, 'kept');
-});
-
-test('error texts reach the console and the listeners', () => {
-  const texts = [];
-  pagehost.on('errors', ({ text }) => texts.push(text));
-  globalThis.chrome.native.error('Binding for native function: "x" does not exist.');
-  assert.equal(texts.length, 1);
-  assert.equal(console.error.mock.callCount(), 1);
 });
 
 test('outside the host, calls fail with one readable message', async () => {

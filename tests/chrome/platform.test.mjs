@@ -26,17 +26,6 @@ test('every notification is heard, the newest first, and the list has an end', (
   assert.equal(platform.last.length, 30);
 });
 
-test('the state follows what is told and what is asked', () => {
-  platform.ask();
-  chrome.internal.application.onWindowState('fullscreen');
-  chrome.internal.application.onWindowInactive();
-  chrome.internal.application.onWindowLock();
-  chrome.internal.application.onRegionChange('nl-BE');
-  chrome.internal.application.onLowMemory();
-  assert.deepEqual(platform.state, { window: 'fullscreen', active: false, locked: 'true', rotation: 'top_up', language: '', region: 'nl-BE', font: { family: 'Sans', pixels: 13 }, lowMemory: new Date(0) });
-  assert.ok(calls.includes('application.isDeviceLocked'));
-});
-
 test('the chrome turns along, and gives up memory in every view that takes commands', () => {
   answerPlatform(platform, { list: [{ ready: true, view: { handle: 5 } }, { ready: false, view: { handle: 6 } }] });
   chrome.internal.application.onRotate('left_up', '90');

@@ -1,7 +1,6 @@
 import assert from 'node:assert/strict';
 import test, { beforeEach } from 'node:test';
 import { endedWords } from '../../chrome/ended.js';
-import { newTabChoices } from '../../chrome/new-tab-panel.js';
 import { HERE, Processes } from '../../chrome/processes.js';
 import { Tab } from '../../chrome/tab.js';
 
@@ -70,15 +69,6 @@ test('a tab lives where it was asked for, and new processes have the lowest free
   assert.deepEqual(processes.fresh(), { number: 3 });
   shared.end();
   assert.deepEqual(processes.fresh(), { number: 1 });
-});
-
-test('there is a process to choose for a new tab', () => {
-  open('a:');
-  const one = open('http://one/', processes.fresh());
-  open('http://two/', one.process);
-  assert.deepEqual(newTabChoices(processes).map(({ about, process }) => [about, process.number]), [
-    ['In the program’s own process', 0], ['What its pages leave behind goes with it', 0], ['What ends it ends no other tab', 2], ['one · two', 1],
-  ]);
 });
 
 test('tabs that lost their process together go on together, apart from all others', () => {

@@ -66,14 +66,6 @@ test('what was chosen goes to this tab and, before its page, to every later one'
   assert.deepEqual(chosen(openTab('http://c/', { opener: tab })), [['BlockPopups', true]]);
 });
 
-test('tabs begin with what the chrome wants, unless something else was chosen', () => {
-  const settings = new Settings(tabs, store);
-  const autofill = SETTINGS.find(({ name }) => name === 'EnableFormAutofill');
-  assert.deepEqual(openTab('http://a/').calls, [['EnableFormAutofill', true], ['EnableCredentialAutofill', true]]);
-  settings.choose(null, autofill, false);
-  assert.deepEqual(openTab('http://b/').calls, [['EnableFormAutofill', false], ['EnableCredentialAutofill', true]]);
-});
-
 test('only what a setting can be is taken from its field', () => {
   const [size, agent, color] = ['DefaultFontSize', 'UserAgent', 'BackgroundColor'].map((name) => SETTINGS.find((each) => each.name === name));
   for (const [setting, entered, value] of [

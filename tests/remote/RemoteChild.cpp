@@ -99,13 +99,6 @@ void onAllocate(GtkWidget*, GdkRectangle* place, gpointer) {
   tell("size", place->width, place->height);
 }
 
-// Crosshair, so that it can be told from the default.
-void onRealize(GtkWidget* area, gpointer) {
-  GdkCursor* cursor = gdk_cursor_new_for_display(gtk_widget_get_display(area), GDK_CROSSHAIR);
-  gdk_window_set_cursor(gtk_widget_get_window(area), cursor);
-  g_object_unref(cursor);
-}
-
 GtkWidget* area = nullptr;
 
 GtkWidget* makeArea() {
@@ -115,7 +108,6 @@ GtkWidget* makeArea() {
   g_signal_connect(area, "draw", G_CALLBACK(onDraw), nullptr);
   g_signal_connect(area, "event", G_CALLBACK(onEvent), nullptr);
   g_signal_connect(area, "size-allocate", G_CALLBACK(onAllocate), nullptr);
-  g_signal_connect(area, "realize", G_CALLBACK(onRealize), nullptr);
   return area;
 }
 

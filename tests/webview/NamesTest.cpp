@@ -4,7 +4,6 @@
 #include "webview/events/Names.h"
 
 #include <gtest/gtest.h>
-#include <rapidjson/document.h>
 
 #include <iterator>
 #include <sstream>
@@ -82,25 +81,12 @@ TEST(NamesTest, OnlyExactNamesAreFoundAndOthersGiveZero) {
 }
 
 TEST(NamesTest, CatalogueListsEveryEventAndThenEveryPropertysEvent) {
-  const std::string text = eventNamesCatalogue().toStdString();
-  EXPECT_EQ(text.size(), 5422u);
-  EXPECT_EQ(text.find("{\"Focus\":true,\"LocationChange\":true,"), 0u);
-
-  rapidjson::Document catalogue;
-  catalogue.Parse(text.c_str());
-  ASSERT_TRUE(catalogue.IsObject());
-  ASSERT_EQ(eventNames.size(), 85u);
-  ASSERT_EQ(propertyNames.size(), 86u);
-  ASSERT_EQ(catalogue.MemberCount(), eventNames.size() + propertyNames.size());
-  std::size_t index = 0;
-  for (const auto& member : catalogue.GetObject()) {
-    const std::string expected =
-        index < eventNames.size() ? eventNames[index]
-                                  : "Property" + propertyNames[index - eventNames.size()] + "Event";
-    EXPECT_EQ(member.name.GetString(), expected);
-    EXPECT_TRUE(member.value.IsTrue()) << expected;
-    ++index;
-  }
+  std::string expected = "{";
+  for (const std::string& name : eventNames) expected += "\"" + name + "\":true,";
+  for (const std::string& name : propertyNames) expected += "\"Property" + name + "Event\":true,";
+  expected.back() = '}';
+  EXPECT_EQ(eventNamesCatalogue(), expected);
+  EXPECT_EQ(expected.size(), 5422u);
 }
 
 }  // namespace

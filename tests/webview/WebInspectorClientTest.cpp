@@ -58,16 +58,6 @@ TEST_F(WebInspectorClientTest, TheServerIsSwitchedByTwoFunctionsWithOppositeDefa
   callNative({"webInspector.setEnabled", "false"});
   EXPECT_EQ(callNative({"webInspector.enabled"}), "false");
   EXPECT_THAT(errors(), IsEmpty());
-  callNative({"webInspector.setEnabled"});
-  callNative({"webInspector.enabledForWebView"});
-  callNative({"webInspector.setEnabledForWebView", "1"});
-  callNative({"webview.setEnabledOutOfProcessWebInspector", "true"});
-  callNative({"webview.setAllowWebInspection", "1", "true"});
-  EXPECT_THAT(errors(), ElementsAre(countError("jswebInspectorSetEnabled", 1, 2),
-                                    countError("jswebInspectorEnabledForWebView", 1, 2),
-                                    countError("jswebInspectorSetEnabledForWebView", 2, 3),
-                                    countError("jssetEnabledOutOfProcessWebInspector", 2, 3),
-                                    countError("jssetAllowWebInspection", 3, 4)));
 }
 
 TEST_F(WebInspectorClientTest, WebViewsMayBeInspectedUntilTheChromeOrTheirEndSaysNo) {

@@ -64,8 +64,6 @@ TEST_F(WebViewManagerTest, LaterWebViewsComeWithTheLoopAndCountOnceTheyReportThe
 TEST_F(WebViewManagerTest, NewWebViewRaisesCreatedOnlyAndDestroyedOnceItIsCreated) {
   const unsigned int handle = createWebView();
   WebView& view = webView(handle);
-  EXPECT_TRUE(view.isWebEventEnabled(Event::Created));
-  EXPECT_TRUE(view.isWebEventEnabled(Event::Destroyed));
   EXPECT_FALSE(view.isWebEventEnabled(Event::Focus));
   EXPECT_FALSE(view.isAnyPropertyChangedEventsEnabled());
   EXPECT_FALSE(view.isEnableDiskCache());
@@ -95,14 +93,6 @@ TEST_F(WebViewManagerTest, ChildProcessesAreRefusedWithAnError) {
   turnLoop();
   EXPECT_TRUE(manager.isCreated(handle));
   EXPECT_THAT(errors(), IsEmpty());
-  deleteWebView(handle);
-}
-
-TEST_F(WebViewManagerTest, UnknownGroupIsAnErrorAndTheWebViewIsNeverCreated) {
-  const unsigned int handle = create("InProcess", "no such");
-  turnLoop();
-  EXPECT_THAT(errors(), ElementsAre(HasSubstr("\"no such\"")));
-  EXPECT_FALSE(manager.isCreated(handle));
   deleteWebView(handle);
 }
 
