@@ -180,6 +180,30 @@ TEST_F(MessageClientTest, ExitEndsTheLoopAfterTheMessageInHandWithTheFirstStatus
   EXPECT_EQ(leftOver.use_count(), 1);
 }
 
+TEST_F(MessageClientTest, SyncMessageRunsOnTheClientsThreadBeforeTheCallReturns) {
+  EXPECT_TRUE(client->isCurrentThread());
+  bool ran = false;
+  EXPECT_TRUE(client->dispatchSyncMessage(executableMessage([&] { ran = true; })));
+  EXPECT_TRUE(ran);
+
+  auto sender = std::async(std::launch::async, [this] {
+    EXPECT_FALSE(client->isCurrentThread());
+    int sum = 0;
+    for (int i = 1; i <= 100; ++i) {
+      std::thread::id thread;
+      auto token = std::make_shared<int>(i);
+      EXPECT_TRUE(client->dispatchSyncMessage(executableMessage([&sum, &thread, token] {
+        sum += *token;
+        thread = std::this_thread::get_id();
+      })));
+      EXPECT_EQ(token.use_count(), 1) << "the message outlives the call";
+      EXPECT_NE(thread, std::this_thread::get_id());
+    }
+    client->exit(sum);
+  });
+  EXPECT_EQ(run(), 5050);
+}
+
 TEST_F(MessageClientTest, SyncMessageIsRefusedOnceTheLoopHasEnded) {
   // The end finds some senders waiting in the queue and some on their way there.
   for (int round = 0; round < 50; ++round) {
@@ -240,6 +264,17 @@ TEST_F(MessageClientTest, WaitThatBeginsAfterTheContextFoundMessagesReadyHoldsTh
   g_main_context_iteration(nullptr, FALSE);
   EXPECT_TRUE(waited);
   EXPECT_TRUE(iterateUntil([this] { return trace == "held "; }));
+}
+
+TEST_F(MessageClientTest, MessageThatRunsTheLoopLetsLaterOnesThrough) {
+  dispatch([this] {
+    trace += "dialog( ";
+    EXPECT_TRUE(iterateUntil([this] { return trace == "dialog( inside "; }));
+    trace += ") ";
+  });
+  note("inside");
+  runWaiting();
+  EXPECT_EQ(trace, "dialog( inside ) ");
 }
 
 TEST_F(MessageClientTest, MessageDispatchedWhileTheLoopGoesToSleepWakesIt) {
