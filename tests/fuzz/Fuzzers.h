@@ -1,5 +1,5 @@
-// The parts of fuzz_readers, and of the unit tests, which take the same texts each time. Each takes
-// one text and checks everything that must hold whatever it is. Main thread.
+// The fuzzers. Each takes one text and checks everything that must hold whatever it is. Main
+// thread.
 #pragma once
 
 #include "tests/support/Mutator.h"
@@ -16,7 +16,7 @@ struct Tally {
   std::uint64_t accepted = 0;
 };
 
-// Whoever drives the fuzzers has this: it fails, with the text, when that does not hold.
+// Fails, with the text, when that does not hold.
 void require(bool holds, const char* what, const std::string& text);
 
 // Values of every kind, well-formed; some of them at the borders of their kind.

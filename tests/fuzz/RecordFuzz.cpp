@@ -4,7 +4,6 @@
 #include "webview/events/RecordReaders.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace fuzz {
 
@@ -71,18 +70,6 @@ bool check(const std::string& text) {
   return accepted;
 }
 
-// An element for each entry of the array that can be one.
-template <typename Element, typename IsElement>
-void checkCount(const rapidjson::Document& document, const std::string& text, IsElement isElement) {
-  std::size_t expected = 0;
-  if (!document.HasParseError() && document.IsArray()) {
-    const auto array = document.GetArray();
-    expected = static_cast<std::size_t>(std::count_if(array.begin(), array.end(), isElement));
-  }
-  require(recordFromJSON<std::vector<Element>>(text).size() == expected,
-          "another number of elements", text);
-}
-
 // Byte for byte what the library's writer makes of it.
 void checkEscapes(const std::string& bytes) {
   rapidjson::StringBuffer buffer;
@@ -142,15 +129,6 @@ void fuzzRecords(test_support::Mutator& mutator, Tally& tally) {
       check<Variants>(text)) {
     ++tally.accepted;
   }
-  rapidjson::Document document;
-  document.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
-  using rapidjson::Value;
-  checkCount<String>(document, text, [](const Value& value) { return value.IsString(); });
-  checkCount<OrvWebHistoryItem>(document, text, [](const Value&) { return true; });
-  checkCount<JavaScriptVariant>(document, text, [](const Value& value) {
-    return value.IsString() || value.IsInt() || value.IsBool() ||
-           (value.IsDouble() && std::isfinite(value.GetDouble()));
-  });
   checkEscapes(text);
 }
 

@@ -54,21 +54,6 @@ class EventParty final : public MainThreadWait::Party {
   std::function<void()> onEvent_;
 };
 
-TEST(MainThreadWaitTest, PartiesAreServedUntilTheAnswerArrives) {
-  Event answer;
-  EventParty root([&] { answer.raise(); });  // the answer depends on the party being served
-  root.event.raise();
-
-  MainThreadWait wait;
-  std::vector<pollfd> own{answer.descriptor()};
-  EXPECT_FALSE(wait.poll(own, Testing::Deadline)) << "the party's descriptor is not the caller's";
-  EXPECT_EQ(root.served, 1);
-  EXPECT_TRUE(wait.poll(own, Testing::Deadline));
-  ASSERT_EQ(own.size(), 1u);
-  EXPECT_EQ(own[0].revents, POLLIN);
-  EXPECT_EQ(root.served, 1);
-}
-
 TEST(MainThreadWaitTest, PartyMayWaitWhileItIsServed) {
   Event answer;
   int depth = 0;
