@@ -30,21 +30,4 @@ TEST_F(BindingManagerTest, CallRunsTheHandlerThatWasFirstRegisteredUnderItsExact
   EXPECT_THAT(errors(), IsEmpty());
 }
 
-TEST_F(BindingManagerTest, CountsFromRequiredToTheLargerOfRequiredAndMaximumAreAccepted) {
-  EXPECT_FALSE(BindingManager::checkArgumentCount(2, 2, "f"));
-  EXPECT_FALSE(BindingManager::checkArgumentCount(2, 2, "f", 3));
-  EXPECT_FALSE(BindingManager::checkArgumentCount(3, 2, "f", 3));
-  EXPECT_THAT(errors(), IsEmpty());
-  EXPECT_TRUE(BindingManager::checkArgumentCount(3, 2, "f"));
-  EXPECT_TRUE(BindingManager::checkArgumentCount(-1, 0, "f", 0));
-  EXPECT_TRUE(BindingManager::checkArgumentCount(1, 2, "f", 1)) << "a maximum below required";
-  EXPECT_TRUE(BindingManager::checkArgumentCount(4, 2, "f", 3));
-  const std::string function = "Native function: \"f\" was called with: ";
-  EXPECT_THAT(errors(), ElementsAre(function + "3 arguments when it requires: 2",
-                                    function + "-1 arguments when it requires: 0",
-                                    function + "1 arguments when it requires: 2",
-                                    function + "4 arguments when it requires: 2 "
-                                               "(3 with optional args)"));
-}
-
 }  // namespace

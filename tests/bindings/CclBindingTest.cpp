@@ -9,9 +9,7 @@
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::EndsWith;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 
 class CclBindingTest : public test_support::ChromeFixture {
  protected:
@@ -34,42 +32,6 @@ class CclBindingTest : public test_support::ChromeFixture {
   test_support::TemporaryFolder folder_;
   CclBinding& binding = CclBinding::instance();
 };
-
-TEST_F(CclBindingTest, EachEventIsItsOwn) {
-  EXPECT_EQ(callNative({"ccl.onButtonClick"}), "-1") << "before init";
-  EXPECT_EQ(callNative({"ccl.init", "", "1"}), "0");
-  EXPECT_EQ(callNative({"ccl.init", "shop", "1"}), "1");
-  const CclClient* const first = binding.client;
-  EXPECT_EQ(callNative({"ccl.init", "other", "2"}), "1");
-  EXPECT_EQ(binding.client, first);
-  EXPECT_EQ(callNative({"ccl.isCCLEnabled"}), "1");
-
-  const std::pair<const char*, const char*> events[] = {
-      {"ccl.onApplicationStart", "applicationStart"},
-      {"ccl.onApplicationEnd", "applicationEnd"},
-      {"ccl.onApplicationForeground", "applicationForeground"},
-      {"ccl.onApplicationBackground", "applicationBackground"},
-      {"ccl.onApplicationError", "applicationError"},
-      {"ccl.onButtonClick", "buttonClick"},
-      {"ccl.onContentView", "contentView"},
-      {"ccl.onSearchEvent", "search"},
-      {"ccl.onActivityStart", "activityStart"},
-      {"ccl.onActivityEnd", "activityEnd"},
-      {"ccl.onActivityPause", "activityPause"},
-      {"ccl.onAdClickEvent", "adClick"},
-      {"ccl.onConversionEvent", "conversion"}};
-  for (std::size_t i = 0; i < std::size(events); ++i) {
-    const auto& [function, name] = events[i];
-    EXPECT_EQ(callNative({function}), "0");
-    EXPECT_EQ(lastEvent(), R"("event":")" + std::string(name) + "\"}");
-    // The first seven take no text, and nobody counts their arguments.
-    EXPECT_EQ(callNative({function, "it"}), "0");
-    EXPECT_THAT(lastEvent(), i < 7 ? EndsWith("\"}") : EndsWith(R"(,"text":"it"})"));
-  }
-  EXPECT_EQ(callNative({"ccl.onCustomEvent", "mine"}), "0");
-  EXPECT_EQ(lastEvent(), R"("custom":"mine"})");
-  EXPECT_THAT(errors(), IsEmpty());
-}
 
 TEST_F(CclBindingTest, KeysHaveFlagsAndGoWithTheClient) {
   const std::string noKeys = "eventKeysCreate() should be called before eventKeysAdd()";
@@ -102,15 +64,6 @@ TEST_F(CclBindingTest, KeysHaveFlagsAndGoWithTheClient) {
   EXPECT_THAT(errors(), ElementsAre(noKeys));
   EXPECT_EQ(callNative({"ccl.eventKeysDelete"}), "");
   EXPECT_EQ(callNative({"ccl.eventKeysPrint"}), "");
-}
-
-TEST_F(CclBindingTest, TheSwitchIsReadExactly) {
-  callNative({"ccl.init", "shop", "1"});
-  EXPECT_EQ(callNative({"ccl.setCCLEnabled", "yes"}), "-2");
-  EXPECT_EQ(callNative({"ccl.setCCLEnabled", "false"}), "0");
-  EXPECT_EQ(callNative({"ccl.isCCLEnabled"}), "0");
-  EXPECT_EQ(callNative({"ccl.onButtonClick"}), "-4");
-  EXPECT_EQ(callNative({"ccl.setCCLEnabled", "true"}), "0");
 }
 
 }  // namespace

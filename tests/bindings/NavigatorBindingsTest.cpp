@@ -79,26 +79,6 @@ TEST_F(NavigatorBindingsTest, RequestsOfTheApplicationReachTheNavigator) {
   });
 }
 
-TEST_F(NavigatorBindingsTest, EnvironmentPathsAndDomainsAreAnswered) {
-  withBinding([this] {
-    EXPECT_EQ(callNative({"application.setenv", "PAGEHOST_T", "a=b"}), "0");
-    EXPECT_EQ(callNative({"application.getenv", "PAGEHOST_T"}), "a=b");
-    EXPECT_EQ(callNative({"application.unsetenv", "PAGEHOST_T"}), "0");
-    EXPECT_EQ(callNative({"application.getenv", "PAGEHOST_T"}), "");
-    EXPECT_EQ(callNative({"application.setenv", "a=b", "c"}), "-1");
-    EXPECT_EQ(callNative({"application.unsetenv", ""}), "-1");
-    EXPECT_EQ(callNative({"application.bindToNetworkDevice", "eth7"}), "");
-    EXPECT_STREQ(::getenv("SOCK_SO_BINDTODEVICE"), "eth7");
-    EXPECT_EQ(callNative({"application.realpath", "/proc/../dev/./null"}), "/dev/null");
-    EXPECT_EQ(callNative({"application.realpath", "/no/such/file"}), "");
-    EXPECT_EQ(callNative({"application.getRegisteredDomain", "www.Example.co.uk"}),
-              "example.co.uk");
-    for (const char* none : {"co.uk", "localhost", "127.0.0.1", "::1", "", "..", "\xff"}) {
-      EXPECT_EQ(callNative({"application.getRegisteredDomain", none}), "") << none;
-    }
-  });
-}
-
 TEST_F(NavigatorBindingsTest, AnswersOfServicesAreResults) {
   struct : NavigatorService {
     bool isForeground() override { return foreground; }
@@ -119,26 +99,6 @@ TEST_F(NavigatorBindingsTest, AnswersOfServicesAreResults) {
   });
 }
 
-TEST_F(NavigatorBindingsTest, LocaleAndFontAreToldInTheChromesOwnTerms) {
-  withBinding([this] {
-    LocaleHandler::instance().onRegionChange("zh_Hant_TW");
-    LocaleHandler::instance().onLanguageChange("eo");
-    EXPECT_EQ(callNative({"application.systemRegion"}), "zh-Hant_TW");
-    LocaleHandler::instance().onRegionChange("Mars");
-    EXPECT_EQ(callNative({"application.systemRegion"}), "Mars");
-    LocaleHandler::instance().onRegionChange("Mars");
-    // 12.3 points on a screen of 100 by 200 pixels per inch: 25.625
-    Screen::primaryScreen().setPixelsPerInch({100, 200});
-    FontInfo::instance().onFontInfoChange("A Family", 12.3F);
-    EXPECT_EQ(callNative({"application.systemFontFamily"}), "A Family");
-    EXPECT_EQ(callNative({"application.systemFontSize"}), "26");
-    EXPECT_THAT(
-        told(),
-        ElementsAre("application.onRegionChange zh-Hant_TW", "application.onLanguageChange eo",
-                    "application.onRegionChange Mars", "application.onFontInfoChange A Family 26"));
-  });
-}
-
 TEST_F(NavigatorBindingsTest, TurningIsAgreedToAndLeftToTheChrome) {
   withBinding([this] {
     EXPECT_TRUE(NavigatorHandler::instance().onRotateCheck("a", "b"));
@@ -148,48 +108,12 @@ TEST_F(NavigatorBindingsTest, TurningIsAgreedToAndLeftToTheChrome) {
   });
 }
 
-TEST_F(NavigatorBindingsTest, TheEndIsToldAndThenComes) {
-  withBinding([this] {
-    NavigatorHandler::instance().onExit();
-    // Waited for: afterwards there is no page to hear it.
-    ASSERT_EQ(page->called.size(), 1u);
-    EXPECT_THAT(page->called[0].path, ElementsAre("chrome", "internal", "application", "onExit"));
-    EXPECT_TRUE(page->closed);
-  });
-}
-
 TEST_F(NavigatorBindingsTest, WithoutAWebViewNotificationsAreDropped) {
   inOwnProcess([this] {
     const ApplicationBinding binding(nullptr, nullptr);
     NavigatorHandler::instance().onWindowActive();
     EXPECT_EQ(callNative({"application.setKeyboardFocus", "1"}), "");
     EXPECT_THAT(told(), IsEmpty());
-  });
-}
-
-TEST_F(NavigatorBindingsTest, InvocationsReachTheNavigator) {
-  withBinding([this] {
-    const std::pair<const char*, std::size_t> functions[] = {{"closeViewer", 1},
-                                                             {"invoke", 2},
-                                                             {"invokeViewer", 3},
-                                                             {"queryTargets", 2},
-                                                             {"viewerRelay", 2},
-                                                             {"cardPeek", 1},
-                                                             {"cardClose", 1},
-                                                             {"cardResize", 1},
-                                                             {"getInvokeTargetFilters", 2},
-                                                             {"cardChildClose", 0},
-                                                             {"setInvokeTargetFilters", 2}};
-    for (const auto& [function, count] : functions) {
-      const std::string full = std::string("invocation.") + function;
-      std::string expected = function;
-      for (std::size_t i = 0; i < count; ++i) expected += " 7";
-      std::vector<const char*> arguments(count + 1, "7");
-      arguments[0] = full.c_str();
-      EXPECT_EQ(callNative(arguments), "");
-      EXPECT_THAT(std::exchange(requests, {}), ElementsAre(expected));
-    }
-    EXPECT_THAT(errors(), IsEmpty());
   });
 }
 

@@ -14,7 +14,6 @@ using Tessel::Platform::IntPoint;
 using Tessel::Platform::IntRect;
 using Tessel::Platform::IntSize;
 using Tessel::Platform::Graphics::MemoryWindowSystem;
-using Tessel::Platform::Graphics::RawMouseEvent;
 using Tessel::Platform::Graphics::RawTouchEvent;
 using Tessel::Platform::Graphics::ScreenContext;
 using Tessel::Platform::Graphics::TouchPoint;
@@ -157,28 +156,6 @@ TEST_F(TouchTrackingTest, OnlyTheLastPositionCountsAndTheReleaseComesAfterIt) {
   EXPECT_EQ(delta("X"), "120");
 }
 
-TEST_F(TouchTrackingTest, TheMouseIsFollowedWhereItReallyIs) {
-  call("setWindowGroupTrackX", {"1", "-500", "500", "0"});
-  const auto mouse = [&](RawMouseEvent::Type type, IntPoint position, IntPoint source) {
-    ScreenContext::sharedContext().tell(RawMouseEvent{type, position, source});
-    turnLoop();
-    return delta("X");
-  };
-  EXPECT_EQ(mouse(RawMouseEvent::Press, {10, 0}, {10, 0}), "10");
-  EXPECT_EQ(mouse(RawMouseEvent::Move, {0, 7}, {-30, 7}), "-30");
-  EXPECT_EQ(mouse(RawMouseEvent::Move, {25, 0}, {0, 0}), "25");
-  EXPECT_THAT(animationEvents(), IsEmpty());
-  EXPECT_EQ(mouse(RawMouseEvent::Release, {30, 0}, {30, 0}), "30");
-  EXPECT_THAT(animationEvents(), ElementsAre("onDragTouchRelease"));
-  EXPECT_EQ(mouse(RawMouseEvent::Cancel, {31, 0}, {31, 0}), "31");
-  EXPECT_THAT(animationEvents(), ElementsAre("onDragTouchRelease"));
-
-  call("destroyWindowTouchTrackingGroup", {});
-  EXPECT_EQ(mouse(RawMouseEvent::Release, {40, 0}, {40, 0}), "") << "of a group that is no more";
-  EXPECT_THAT(animationEvents(), IsEmpty()) << "without groups nobody is told";
-  EXPECT_EQ(windows_[0]->windowLocation().x, 131);
-}
-
 TEST_F(TouchTrackingTest, OtherThreadsHaveTheirCallsRunOnTheMainThread) {
   call("setWindowGroupTrackX", {"1", "0", "500", "0"});
   std::string fromThere;
@@ -195,14 +172,6 @@ TEST_F(TouchTrackingTest, OtherThreadsHaveTheirCallsRunOnTheMainThread) {
   thread.join();
   EXPECT_EQ(fromThere, "64");
   EXPECT_EQ(windows_[0]->windowLocation().x, 164);
-}
-
-TEST_F(TouchTrackingTest, UnknownGroupsAreIgnored) {
-  for (const char* function : {"setWindowGroupTrackX", "setWindowGroupTrackY"}) {
-    const std::string name = std::string("windowTouchTracking.") + function;
-    EXPECT_EQ(callNative({name.c_str(), "4000000000", "1", "2", "3", "4"}), "");
-  }
-  EXPECT_THAT(errors(), IsEmpty());
 }
 
 }  // namespace

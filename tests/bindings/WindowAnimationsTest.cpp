@@ -94,27 +94,6 @@ TEST_F(WindowAnimationsTest, WhatIsPreparedLastStartsAndReportsItsIdOnce) {
   EXPECT_THAT(errors(), IsEmpty());
 }
 
-TEST_F(WindowAnimationsTest, GroupsFadeAndEndEvenIfTheirWindowsGo) {
-  const std::string last =
-      animate("animateGlobalAlphaMultiple",
-              {"EaseOutCurve", "100", "#0", "255", "0", "#1", "0", "255", "999999999", "0", "1"});
-  callNative({"windowAnimations.startAnimation"});
-  frame(0);
-  windows_[0].reset();
-  frame(50);
-  EXPECT_EQ(windows_[1]->state().globalAlpha, 175);  // 0.6846 of the way
-  frame(100);
-  EXPECT_THAT(animationEvents(),
-              ::testing::UnorderedElementsAre("onWindowAnimationFinished " + idAfter(last, -2),
-                                              "onWindowAnimationFinished " + idAfter(last, -1),
-                                              "onWindowAnimationFinished " + last));
-  EXPECT_EQ(windows_[1]->state().globalAlpha, 255);
-
-  EXPECT_EQ(animate("animateGlobalAlphaMultiple", {"Linear", "1", "0", "0", "1"}), "0");
-  callNative({"windowAnimations.startAnimation"});
-  EXPECT_THAT(animationEvents(), IsEmpty());
-}
-
 TEST_F(WindowAnimationsTest, MistakesAreReportedAndPrepareNothing) {
   EXPECT_EQ(animate("animateWindowLocation", {"0", "Linear", "1", "0", "0", "1", "1"}), "");
   EXPECT_EQ(animate("animateWindowLocation", {"#0", "Ease", "1", "0", "0", "1", "1"}), "");
@@ -143,19 +122,6 @@ TEST_F(WindowAnimationsTest, MistakesAreReportedAndPrepareNothing) {
   callNative({"windowAnimations.startAnimation"});
   EXPECT_FALSE(clock().isRunning());
   EXPECT_THAT(animationEvents(), IsEmpty());
-}
-
-TEST_F(WindowAnimationsTest, DiscardedPartsReachTheWindow) {
-  const std::string window = handle(0);
-  callNative({"window.setDiscardRects", window.c_str(), "1", "2", "3", "4", "-5", "6", "7", "8"});
-  const auto& state = test_support::surfaceOf(*windows_[0]).state;
-  EXPECT_THAT(state.discardRects, ElementsAre(IntRect{1, 2, 3, 4}, IntRect{-5, 6, 7, 8}));
-  callNative({"window.setDiscardRects", window.c_str()});
-  EXPECT_THAT(state.discardRects, IsEmpty());
-  for (const char* none : {"0", "", "4294967297", "99999999999999999999999"}) {
-    callNative({"window.setDiscardRects", none, "1", "2", "3", "4"});
-  }
-  EXPECT_THAT(errors(), IsEmpty());
 }
 
 }  // namespace

@@ -97,19 +97,6 @@ TEST_F(WindowAnimationTest, AWindowIsWhereTheCurveIsAtEachFrameAndEndsOnItsTarge
   }
 }
 
-TEST_F(WindowAnimationTest, AlphaFadesAndTheRestIsLeftAlone) {
-  const auto fades = animation(GlobalAlphaChange{300, -45}, timing(100));
-  fades->start();
-  frame(0);
-  child_->setWindowLocation({5, 6});
-  EXPECT_EQ(child_->state().globalAlpha, 255) << "what lies outside is brought to the nearer end";
-  EXPECT_EQ(frame(50), (IntPoint{5, 6}));
-  EXPECT_EQ(child_->state().globalAlpha, std::lround(300 - 345 * 0.5));
-  frame(100);
-  EXPECT_EQ(child_->state().globalAlpha, 0);
-  EXPECT_EQ(finished_.size(), 1u);
-}
-
 TEST_F(WindowAnimationTest, EveryDurationComesToAnEnd) {
   for (const double duration : {0.0, -5.0, std::nan(""), -HUGE_VAL}) {
     const auto moves = animation(LocationChange{{0, 0}, {7, 7}}, timing(duration));

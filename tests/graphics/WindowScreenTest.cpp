@@ -100,56 +100,6 @@ class Recorder {
   const Graphics::Window& window_;
 };
 
-TEST_F(WindowScreenTest, AWindowIsInEveryPictureWhereItsCurveIsAtThatTime) {
-  using Graphics::AnimationCurve;
-  constexpr double duration = 400;
-  constexpr IntPoint from{0, 200};
-  constexpr IntPoint to{350, 20};
-  for (const auto curve :
-       {AnimationCurve::Linear, AnimationCurve::EaseInCurve, AnimationCurve::EaseOutCurve}) {
-    child_ = makeChild({50, 50, 50, 50});
-    paint(*child_, {255, 0, 0, 255});
-    int finished = 0;
-    Graphics::WindowAnimation moves(child_.get(), Graphics::LocationChange{from, to},
-                                    {curve, Graphics::AnimationTiming::Duration(duration)},
-                                    [&] { ++finished; });
-    const Recorder recorder(widget_, *child_);
-    moves.start();
-    ASSERT_TRUE(iterateUntil([&] { return finished > 0 && recorder.frames.back().place == to; }));
-    const auto& frames = recorder.frames;
-    // The first picture of the way is the one before the first that differs from its beginning, or
-    // an earlier one: the one from which all others are where they should be.
-    std::size_t begin = 0;
-    while (begin + 1 < frames.size() && frames[begin].place == from) ++begin;
-    bool fits = false;
-    std::size_t first = begin;
-    while (first-- > 0 && !fits) {
-      fits = true;
-      for (std::size_t i = first; i < frames.size(); ++i) {
-        const double time = static_cast<double>(frames[i].time - frames[first].time) / 1000;
-        const double value = Graphics::valueOfCurve(curve, time / duration);
-        const IntPoint place{static_cast<int>(std::lround(350 * value)),
-                             static_cast<int>(std::lround(200 - 180 * value))};
-        fits = fits && frames[i].place == place;
-      }
-    }
-    std::string way;
-    int distinct = 0;
-    for (std::size_t i = 1; i < frames.size(); ++i) {
-      EXPECT_GE(frames[i].place.x, frames[i - 1].place.x);
-      EXPECT_LE(frames[i].place.y, frames[i - 1].place.y);
-      distinct += frames[i].place != frames[i - 1].place;
-      way += " " + std::to_string(frames[i].time - frames[0].time) + ":" +
-             std::to_string(frames[i].place.x);
-    }
-    EXPECT_TRUE(fits) << way;
-    EXPECT_GT(distinct, 3) << way;
-    EXPECT_EQ(finished, 1);
-    EXPECT_TRUE(shows(351, 21, {255, 0, 0})) << "and there it is on the screen";
-    EXPECT_TRUE(shows(349, 21, background));
-  }
-}
-
 TEST_F(WindowScreenTest, WhatNobodySeesComesToItsEndToo) {
   child_ = makeChild({0, 0, 50, 50});
   top_->setVisible(false);

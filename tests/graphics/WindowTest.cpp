@@ -95,24 +95,6 @@ TEST_F(WindowTest, AGroupBelongsToTheFirstWindowOfItsName) {
   EXPECT_EQ(Window::topLevelOf("main"), first.get());
 }
 
-TEST_F(WindowTest, ChangesReachTheSurface) {
-  const auto top = topLevel();
-  const auto window = child(top.get());
-  EXPECT_TRUE(shown(*window).state.fillsParent);
-  EXPECT_FALSE(shown(*top).state.fillsParent);
-  for (const auto& [asked, kept] : {std::pair(-1, 0), {0, 0}, {128, 128}, {256, 255}}) {
-    window->setGlobalAlpha(asked);
-    EXPECT_EQ(shown(*window).state.globalAlpha, kept) << asked;
-  }
-  window->setWindowRectangle({1, 2, 30, 40});
-  EXPECT_FALSE(shown(*window).state.fillsParent);
-  EXPECT_EQ(window->surfaceSize(), (IntSize{30, 40}));
-
-  const auto placed = child(top.get());
-  placed->setWindowRectangle({});
-  EXPECT_FALSE(shown(*placed).state.fillsParent) << "placed, even though nowhere";
-}
-
 TEST_F(WindowTest, AWindowWithoutRoomDoesNothing) {
   system_->full = true;
   const auto top = topLevel("main");

@@ -223,20 +223,6 @@ TEST(PageLinkTest, ThreadsThatCallAllTheTimeLoseNothing) {
   EXPECT_EQ(second.get() + third.get(), 1000);
 }
 
-TEST(PageLinkTest, AWaitEndsAtItsLimitAndTheLateAnswerIsNobodys) {
-  Host host;
-  FakePage page(host);
-  const auto test = [&] {
-    const auto begin = std::chrono::steady_clock::now();
-    EXPECT_FALSE(host.call("hold", {1}, 50ms));
-    EXPECT_GE(std::chrono::steady_clock::now() - begin, 50ms);
-    EXPECT_EQ(host.number("release", 2), 2);
-    EXPECT_EQ(host.number("echo", 3), 3);
-  };
-  test();
-  std::async(std::launch::async, test).get();
-}
-
 TEST(PageLinkTest, ACallTooLargeToSendEndsTheLinkAndEveryWait) {
   Host host;
   FakePage page(host);

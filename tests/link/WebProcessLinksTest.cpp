@@ -61,22 +61,6 @@ class WebProcessLinksTest : public testing::Test {
   std::unique_ptr<WebProcessLinks> links_ = std::make_unique<WebProcessLinks>(folder_.path());
 };
 
-TEST_F(WebProcessLinksTest, APageIsLinkedAndMayDoWhatItsSetupAllows) {
-  const auto page = std::make_shared<FakeLinkedPage>();
-  page->currentSetup = {true, true, {header("X-One", "1")}};
-  links_->registerPage(7, page);
-  ScriptedPeer peer = connect(links_->token());
-  EXPECT_EQ(ask(peer, FrameKind::PageCreated, 7, ""), encode(page->currentSetup));
-  ASSERT_TRUE(page->link);
-  EXPECT_EQ(page->link->peerPid(), ::getpid());
-  EXPECT_EQ(callNative(peer, 7), "called");
-
-  page->currentSetup.callbackObject = false;
-  EXPECT_EQ(callNative(peer, 7), "") << "whatever the web process believes";
-  EXPECT_EQ(ask(peer, FrameKind::Dialog, 7, encode(DialogQuestion())),
-            encode(DialogAnswer{true, "answered"}));
-}
-
 TEST_F(WebProcessLinksTest, PagesThatAreUnknownForgottenOrGoneAreAnsweredEmpty) {
   auto page = std::make_shared<FakeLinkedPage>();
   page->currentSetup.callbackObject = true;

@@ -12,7 +12,6 @@
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 
 class CclTest : public testing::Test {
@@ -76,25 +75,6 @@ TEST_F(CclTest, WhatIsMissingOrTooLargeIsRefused) {
   EXPECT_EQ(ccl_onadclick_event(client, keys, (text + "x").c_str()), CclTooLarge);
   EXPECT_EQ(ccl_onadclick_event(client, keys, text.c_str()), CclSuccess);
   EXPECT_EQ(lines().size(), 1u);
-  ccl_shutdown(client);
-}
-
-TEST_F(CclTest, AFileThatCannotBeWrittenIsToldEachTime) {
-  CclClient* client = ccl_init("shop", "");
-  Tessel::Platform::Testing::StandardErrorPipe log;
-  ::setenv("TESSEL_CCL_FILE", folder_.path().c_str(), 1);
-  EXPECT_EQ(ccl_onbutton_click(client, nullptr), CclNotWritten);
-  EXPECT_THAT(log.read(), HasSubstr("could not be written: Is a directory"));
-  ::setenv("TESSEL_CCL_FILE", "/dev/full", 1);
-  EXPECT_EQ(ccl_onbutton_click(client, nullptr), CclNotWritten);
-  ASSERT_EQ(::mkfifo(file().c_str(), 0600), 0);
-  ::setenv("TESSEL_CCL_FILE", file().c_str(), 1);
-  EXPECT_EQ(ccl_onbutton_click(client, nullptr), CclNotWritten) << "nobody reads the pipe";
-  ASSERT_EQ(::unlink(file().c_str()), 0);
-  std::ofstream(file()).close();
-  ASSERT_EQ(::truncate(file().c_str(), (64 << 20) - 20), 0);
-  EXPECT_EQ(ccl_onbutton_click(client, nullptr), CclNotWritten);
-  EXPECT_THAT(log.read(), HasSubstr("it is full"));
   ccl_shutdown(client);
 }
 

@@ -13,10 +13,8 @@
 namespace Tessel::Platform {
 namespace {
 
-using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::MatchesRegex;
 using testing::Not;
 using Testing::StandardErrorPipe;
 
@@ -32,24 +30,6 @@ class LogTest : public testing::Test {
   LogTest() { setupApplicationLogging("tester"); }
   ~LogTest() override { setupApplicationLogging("pagehost"); }
 };
-
-TEST_F(LogTest, EachProcessSpeaksUnderItsOwnNameAndPid) {
-  StandardErrorPipe pipe;
-  logAlways(LogError, "a %s of %d", "line", 7);
-  const pid_t child = fork();
-  if (child == 0) {
-    setupApplicationLogging(std::string(200, 'n').c_str());
-    logAlways(LogNotice, "%s", "");
-    _exit(0);
-  }
-  ASSERT_EQ(waitpid(child, nullptr, 0), child);
-  const std::string time = " [0-9]+\\.[0-9]{6} ";
-  EXPECT_THAT(linesOf(pipe.read()),
-              ElementsAre(MatchesRegex("\\[error\\] tester " + std::to_string(getpid()) + time +
-                                       "a line of 7"),
-                          MatchesRegex("\\[notice\\] " + std::string(63, 'n') + ' ' +
-                                       std::to_string(child) + time)));
-}
 
 TEST_F(LogTest, LongLineIsCutToOnePieceBetweenCharacters) {
   StandardErrorPipe pipe;

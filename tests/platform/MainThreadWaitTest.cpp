@@ -100,28 +100,5 @@ TEST(MainThreadWaitTest, PartiesMayLeaveWhileOneOfThemIsServed) {
   EXPECT_EQ(leaver.served, 1) << "who has left is not served";
 }
 
-TEST(MainThreadWaitTest, TimeoutAndSignalReturnWithoutADescriptor) {
-  Event answer;
-  std::vector<pollfd> own{answer.descriptor()};
-  own[0].revents = POLLIN;  // left from an earlier call
-  MainThreadWait wait;
-  EXPECT_FALSE(wait.poll(own, 1ms));
-  EXPECT_EQ(own[0].revents, 0);
-
-  struct sigaction quiet {};
-  struct sigaction before {};
-  quiet.sa_handler = [](int) {};
-  sigaction(SIGALRM, &quiet, &before);
-  // Repeats, because the first one may come before the poll.
-  const itimerval everyFewMilliseconds{{0, 5000}, {0, 5000}};
-  setitimer(ITIMER_REAL, &everyFewMilliseconds, nullptr);
-  own[0].revents = POLLIN;
-  EXPECT_FALSE(wait.poll(own, -1ms));
-  EXPECT_EQ(own[0].revents, 0);
-  const itimerval off{};
-  setitimer(ITIMER_REAL, &off, nullptr);
-  sigaction(SIGALRM, &before, nullptr);
-}
-
 }  // namespace
 }  // namespace Tessel::Platform

@@ -116,32 +116,6 @@ class MessageClientTest : public testing::Test {
   std::optional<MainMessageClient> client{std::in_place, 0, -1};
 };
 
-TEST_F(MessageClientTest, DeliversInOrderOfDispatchToHandlersInOrderOfInstallation) {
-  TypedReplyBuffer<int> reply;
-  TracingHandler first("first", trace, [&](TracingHandler& self, Message& message) {
-    if (auto* buffer = dynamic_cast<TypedReplyBuffer<int>*>(message.reply())) buffer->set(42);
-    if (message.type() == 2) client->removeMessageHandler(&self);
-  });
-  TracingHandler second("second", trace);
-  TracingHandler late("late", trace, [&](TracingHandler& self, Message&) {
-    client->removeMessageHandler(&self);
-    client->removeMessageHandler(&second);
-  });
-  client->installMessageHandler(&first);
-  client->installMessageHandler(&second);
-
-  client->dispatchMessage(std::make_unique<Message>(1, &reply));
-  note("note");
-  client->dispatchMessage(std::make_unique<Message>(2));
-  client->dispatchMessage(std::make_unique<Message>(3));
-  dispatch([&] { client->installMessageHandler(&late); });
-  client->dispatchMessage(std::make_unique<Message>(4));
-  client->dispatchMessage(std::make_unique<Message>(5));
-  runWaiting();
-  EXPECT_EQ(trace, "first1 second1 note first2 second2 second3 second4 late4 ");
-  EXPECT_EQ(reply.value(), 42);
-}
-
 TEST_F(MessageClientTest, CoalescesMessagesOfOneTypeAndClassThatAreStillWaiting) {
   using enum ExecutableMessage::Coalescing;
   note("a", Merge, 1);

@@ -99,38 +99,6 @@ class RemoteWindowsTest : public testing::Test {
   std::unique_ptr<RemoteWindows> remote_;
 };
 
-TEST_F(RemoteWindowsTest, MirrorsAWindowUnderItsHandleUntilItGoes) {
-  send(windowRecord());
-  Window* mirror = Window::fromPlatformHandle(handle);
-  ASSERT_TRUE(mirror);
-  EXPECT_EQ(mirror->identifier(), String("window-4711-3145729"));
-  EXPECT_EQ(mirror->windowGroup(), String("remote"));
-  EXPECT_EQ(shown(*mirror).state.rect, (IntRect{10, 20, 30, 40}));
-  send(FillRecord{{RecordType::Fill, handle}, {1, 2, 3, 255}});
-  EXPECT_EQ(shown(*mirror).color, (Color{1, 2, 3, 255}));
-  EXPECT_EQ(shown(*mirror).posts.size(), 1u);
-
-  // Both ends change it: per field, the later one has it.
-  mirror->setWindowRectangle({1, 1, 5, 5});
-  mirror->setGlobalAlpha(9);
-  WindowRecord next = windowRecord();
-  next.zOrder = 4;
-  send(next);
-  EXPECT_EQ(mirror->state().zOrder, 4);
-  EXPECT_EQ(mirror->state().rect, (IntRect{1, 1, 5, 5}));
-  next.globalAlpha = 100;
-  send(next);
-  EXPECT_EQ(mirror->state().globalAlpha, 100);
-
-  send(WindowGoneRecord{{RecordType::WindowGone, handle}});
-  EXPECT_FALSE(Window::fromPlatformHandle(handle));
-  send(windowRecord());
-  peer_.reset();
-  settle();
-  EXPECT_FALSE(Window::fromPlatformHandle(handle));
-  EXPECT_FALSE(remote_->isConnected());
-}
-
 TEST_F(RemoteWindowsTest, TheTopLevelWindowMayGoFirst) {
   send(windowRecord());
   top_.reset();

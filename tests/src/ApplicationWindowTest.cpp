@@ -11,15 +11,11 @@ namespace {
 using Tessel::Platform::IntRect;
 using Tessel::Platform::IntSize;
 using Tessel::Platform::Settings;
-using Tessel::Platform::Graphics::Color;
 using Tessel::Platform::Graphics::MemoryWindowSystem;
 using Tessel::Platform::Graphics::Screen;
 using Tessel::Platform::Graphics::Window;
 using Tessel::Platform::Graphics::WindowSystem;
-using test_support::exitStatusOf;
 using test_support::inOwnProcess;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
 class ApplicationWindowTest : public test_support::ChromeFixture {

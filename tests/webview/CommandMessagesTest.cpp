@@ -18,15 +18,12 @@ using namespace std::string_view_literals;
 using Tessel::Platform::IPCSafeString;
 using Tessel::Platform::Message;
 using Tessel::Platform::serializeMessage;
-using Tessel::Platform::String;
 using Tessel::Platform::TypedReplyBuffer;
 using Tessel::Platform::Testing::StandardErrorPipe;
 using test_support::CopiedBlobs;
 using test_support::MessageLayoutFact;
 using test_support::messageLayoutFacts;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
 
 std::string wordOf(unsigned int value) {
   std::string bytes(4, '\0');
@@ -168,29 +165,6 @@ class CommandMessagesTest : public test_support::ChromeFixture {
   test_support::MemoryTransport transport;
 };
 
-TEST_F(CommandMessagesTest, NothingIsSentToAGroupThatIsNotConnectedOrGone) {
-  view.setZOrder(3);
-  childGroup.setError("");
-  const auto expectDefaults = [&](const IPCSenderWebView& remote) {
-    remote.setVisible(false);
-    EXPECT_FALSE(remote.isVisible());
-    EXPECT_EQ(remote.windowUniqueId(), "");
-    EXPECT_EQ(remote.zOrder(), 0);
-    EXPECT_EQ(remote.devicePixelRatio(), 0);
-    EXPECT_EQ(remote.viewport(), OrvWebRect());
-    EXPECT_THAT(remote.getHistoryList(), IsEmpty());
-    EXPECT_EQ(remote.createFadeColorWindow(1, 2, 3, 4, 5), 0);
-  };
-  expectDefaults(proxy);
-  auto* gone = new IPCSenderGroup(1, channel);
-  const IPCSenderWebView orphan(gone, handle);
-  deleteGuardedObject(gone);
-  expectDefaults(orphan);
-  EXPECT_THAT(transport.channels, IsEmpty());
-  EXPECT_TRUE(view.isVisible());
-  EXPECT_EQ(callNative({"webview.isVisible", std::to_string(handle).c_str()}), "0");
-}
-
 TEST_F(CommandMessagesTest, ReceiverRunsOnlyCommandsOfItsWebViews) {
   TypedReplyBuffer<int> reply;
   reply.set(7);
@@ -224,21 +198,6 @@ TEST_F(CommandMessagesTest, ReceiverDoesNotRunWhatHasArgumentsThatAreNone) {
   EXPECT_TRUE(
       dispatchWebViewCommand(loadURLMessage(handle, nullptr, IPCSafeString::latin1("gr\xfcn"))));
   EXPECT_EQ(itsPage->trace.back(), "load(gr\xc3\xbcn)");
-}
-
-TEST(WireTest, NumbersCrossInFull) {
-  const auto crossed = [](auto value, const char* text) {
-    using Wire = commands::Wire<decltype(value)>;
-    EXPECT_EQ(Wire::encode(value), IPCSafeString(text));
-    decltype(value) back{};
-    EXPECT_TRUE(Wire::decode(Wire::encode(value), back)) << text;
-    return back;
-  };
-  EXPECT_EQ(crossed(4294967295u, "4294967295"), 4294967295u);
-  EXPECT_EQ(crossed(18446744073709551615ull, "18446744073709551615"), 18446744073709551615ull);
-  EXPECT_EQ(crossed(1e30, "1e+30"), static_cast<double>(1e30F));
-  EXPECT_EQ(crossed(std::vector<String>{"a", "\""}, R"(["a","\""])"),
-            (std::vector<String>{"a", "\""}));
 }
 
 }  // namespace

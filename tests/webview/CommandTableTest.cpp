@@ -12,7 +12,6 @@
 
 namespace {
 
-using Tessel::Platform::String;
 using test_support::turnLoop;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;

@@ -17,9 +17,6 @@ using test_support::ChromeFixture;
 using test_support::connectTo;
 using test_support::frame;
 using test_support::HttpPeer;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using Testing::iterateUntil;
 
@@ -34,13 +31,6 @@ std::string socketPathIn(const std::string& list, unsigned int handle) {
 class WebInspectorClientTest : public ChromeFixture {
  protected:
   ~WebInspectorClientTest() override { server.stop(); }
-
-  std::string socketPath(unsigned int handle) {
-    return socketPathIn(HttpPeer(server.port()).get("/json"), handle);
-  }
-  bool allowed(unsigned int handle) {
-    return callNative({"webInspector.enabledForWebView", std::to_string(handle).c_str()}) == "true";
-  }
 
   MongooseHttpServer& server = *MongooseHttpServer::instance();
   WebInspectorClient& inspector = manager.inspector();
@@ -58,66 +48,6 @@ TEST_F(WebInspectorClientTest, TheServerIsSwitchedByTwoFunctionsWithOppositeDefa
   callNative({"webInspector.setEnabled", "false"});
   EXPECT_EQ(callNative({"webInspector.enabled"}), "false");
   EXPECT_THAT(errors(), IsEmpty());
-}
-
-TEST_F(WebInspectorClientTest, WebViewsMayBeInspectedUntilTheChromeOrTheirEndSaysNo) {
-  const unsigned int first = createWebView();
-  const unsigned int second = createWebView();
-  const std::string handle = std::to_string(first);
-  EXPECT_TRUE(allowed(first));
-  EXPECT_TRUE(webView(first).isWebEventEnabled(OrvWebEvent::InspectorMessage));
-  callNative({"webInspector.setEnabledForWebView", handle.c_str(), "false"});
-  EXPECT_FALSE(allowed(first));
-  EXPECT_FALSE(webView(first).isWebEventEnabled(OrvWebEvent::InspectorMessage));
-  callNative({"webview.setAllowWebInspection", "x", handle.c_str(), "FALSE"});
-  inspector.addInspectable(first);
-  std::vector<InspectablePage> pages;
-  inspector.inspectablePages(pages);
-  ASSERT_GE(pages.size(), 3u);
-  EXPECT_EQ(pages.front().handle, WebViewManager::rootHandle);
-  EXPECT_EQ(pages.back().handle, first) << "added anew, at the end, once";
-  EXPECT_EQ(pages[pages.size() - 2].handle, second);
-  EXPECT_EQ(inspector.inspectablePageAt(pages.size() - 1), first);
-  EXPECT_EQ(inspector.inspectablePageAt(pages.size()), 0u);
-  callNative({"webview.delete", handle.c_str()});
-  EXPECT_FALSE(allowed(first));
-  EXPECT_EQ(inspector.pageNotFoundText(), "The page you are trying to inspect doesn't exist.");
-}
-
-TEST_F(WebInspectorClientTest, AFrontEndTalksToItsPage) {
-  const unsigned int handle = createWebView();
-  const auto itsPage = pageOf(handle);
-  server.start();
-  const std::string path = socketPath(handle);
-  HttpPeer first(server.port());
-  ASSERT_TRUE(first.upgrade(path));
-  first.send(frame(test_support::wholeText, "{\"id\":1}") + frame(test_support::wholeText, ""));
-  EXPECT_TRUE(iterateUntil([&] { return itsPage->trace.size() == 2; }));
-  EXPECT_THAT(itsPage->trace,
-              ElementsAre("inspectorMessage(true)", "inspectorMessage({\"id\":1}, false)"));
-  EXPECT_TRUE(webView(handle).isEnableWebInspector());
-  OrvWebInspectorMessageEvent event;
-  event.message = "{\"result\":\"\\u0000 \xc3\xa4\"}";
-  itsPage->raise(event);
-  EXPECT_TRUE(first.waitFor("{\"result\":\"\\u0000 \xc3\xa4\"}"));
-  EXPECT_THAT(events(), IsEmpty()) << "it is not for the chrome";
-  for (const char* broken : {"", "[]", "{\"message\":1}", "{\"message\":", "{}"}) {
-    inspector.sendToFrontEnd(handle, broken);
-  }
-  inspector.sendToFrontEnd(handle + 1, "{\"message\":\"for nobody\"}");
-
-  itsPage->trace.clear();
-  HttpPeer second(server.port());
-  ASSERT_TRUE(second.upgrade(path));
-  EXPECT_TRUE(first.waitFor("in another place"));
-  EXPECT_TRUE(iterateUntil([&] { return !itsPage->trace.empty(); }));
-  EXPECT_THAT(itsPage->trace, ElementsAre("inspectorMessage(true)"));
-  inspector.sendToFrontEnd(handle, "{\"message\":\"for the second\"}");
-  EXPECT_TRUE(second.waitFor("for the second"));
-  callNative({"webview.delete", std::to_string(handle).c_str()});
-  EXPECT_THAT(itsPage->trace, Contains("inspectorMessage(false)"));
-  EXPECT_TRUE(second.waitFor("The inspector was closed"));
-  inspector.handleFrontEndMessage(handle, "to nobody");
 }
 
 // For the thread sanitizer above all: see tools/tsan-inspector.

@@ -19,7 +19,6 @@ using test_support::turnLoop;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::SizeIs;
 
 class WebViewManagerTest : public test_support::ChromeFixture {
  protected:
@@ -81,19 +80,6 @@ TEST_F(WebViewManagerTest, NewWebViewRaisesCreatedOnlyAndDestroyedOnceItIsCreate
   turnLoop();
   EXPECT_THAT(events(), ElementsAre(plainEvent(handle, "Destroyed")));
   EXPECT_EQ(manager.webViewForHandle(handle), &view);
-}
-
-TEST_F(WebViewManagerTest, ChildProcessesAreRefusedWithAnError) {
-  for (const char* where : {"OutProcess", "7"}) {
-    EXPECT_EQ(create(where), 0u);
-    EXPECT_THAT(errors(), SizeIs(1)) << where;
-  }
-  // A text that is no number is group 0: this process.
-  const unsigned int handle = create("outprocess");
-  turnLoop();
-  EXPECT_TRUE(manager.isCreated(handle));
-  EXPECT_THAT(errors(), IsEmpty());
-  deleteWebView(handle);
 }
 
 TEST_F(WebViewManagerTest, ChromeIsNotToldAboutItsOwnScripts) {

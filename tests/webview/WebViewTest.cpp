@@ -1,4 +1,4 @@
-// The program's web view: headers, arguments, its companion window and its text outputs.
+// The program's web view: headers, arguments and its text outputs.
 #include "platform/Settings.h"
 #include "tests/platform/StandardErrorPipe.h"
 #include "tests/support/ChromeFixture.h"
@@ -6,17 +6,9 @@
 
 namespace {
 
-using Tessel::Platform::IntRect;
-using Tessel::Platform::Graphics::Color;
-using Tessel::Platform::Graphics::MemoryWindowSystem;
-using Tessel::Platform::Graphics::Sensitivity;
-using Tessel::Platform::Graphics::Window;
-using Tessel::Platform::Graphics::WindowSystem;
 using test_support::inOwnProcess;
-using test_support::surfaceOf;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::MatchesRegex;
 
 class WebViewTest : public test_support::ChromeFixture {
  protected:
@@ -28,7 +20,6 @@ class WebViewTest : public test_support::ChromeFixture {
     }
     return list;
   }
-  Window* fadeWindow() { return Window::fromPlatformHandle(view.fadeColorWindowPlatformHandle()); }
 
   const unsigned int handle = createWebView();
   WebView& view = webView(handle);
@@ -93,47 +84,6 @@ TEST_F(WebViewTest, NativeBindingsSendCallsToTheRegistryInsteadOfTheChrome) {
   view.enableNativeBindings(true);
   EXPECT_EQ(call(), "");
   EXPECT_THAT(errors(), ElementsAre("Binding for native function: \"no.such\" does not exist."));
-}
-
-TEST_F(WebViewTest, FadeWindowIsOneTransparentColouredWindowInTheGroup) {
-  EXPECT_EQ(view.fadeColorWindowPlatformHandle(), 0);
-  view.setFadeColorWindowRect(1, 1, 1, 1);  // there is none to place
-  view.setFadeWindowColor(1, 2, 3, 260);
-  const int made = view.createFadeColorWindow(10, 20, 300, 40, 5);
-  EXPECT_EQ(view.fadeColorWindowPlatformHandle(), made);
-  ASSERT_TRUE(fadeWindow());
-  EXPECT_EQ(fadeWindow()->windowGroup(), group);
-  auto& surface = surfaceOf(*fadeWindow());
-  // The second and the third component change places.
-  EXPECT_EQ(surface.color, (Color{1, 3, 2, 4}));
-  EXPECT_THAT(surface.posts, ElementsAre(IntRect{0, 0, 1, 1}));
-  EXPECT_EQ(surface.state.rect, (IntRect{10, 20, 300, 40}));
-  EXPECT_EQ(surface.state.globalAlpha, 0);
-  EXPECT_EQ(surface.state.sensitivity, Sensitivity::Never);
-
-  // The one that is there stays as it is.
-  view.setFadeWindowColor(9, 9, 9, 9);
-  EXPECT_EQ(view.createFadeColorWindow(0, 0, 1, 1, 0), made);
-  EXPECT_EQ(surface.state.rect, (IntRect{10, 20, 300, 40}));
-  EXPECT_EQ(surface.color, (Color{1, 3, 2, 4}));
-
-  view.destroyFadeColorWindow();
-  view.destroyFadeColorWindow();
-  EXPECT_EQ(view.fadeColorWindowPlatformHandle(), 0);
-  EXPECT_EQ(Window::fromPlatformHandle(made), nullptr);
-}
-
-TEST_F(WebViewTest, FadeWindowIsBlackUntilColouredNoneWithoutRoomAndGoesWithItsWebView) {
-  auto& windows = static_cast<MemoryWindowSystem&>(WindowSystem::current());
-  windows.full = true;
-  EXPECT_EQ(view.createFadeColorWindow(0, 0, 1, 1, 0), 0);
-  windows.full = false;
-  EXPECT_EQ(view.fadeColorWindowPlatformHandle(), 0);
-
-  const int made = view.createFadeColorWindow(0, 0, 1, 1, 0);
-  EXPECT_EQ(surfaceOf(*fadeWindow()).color, (Color{0, 0, 0, 255}));
-  manager.destroyWebView(handle);
-  EXPECT_EQ(Window::fromPlatformHandle(made), nullptr);
 }
 
 }  // namespace
