@@ -1,10 +1,13 @@
-// What a web process that was taken over could send: valid bytes with damage, always the same.
+// The page link's payloads and frames, and what a web process that was taken over could send: valid
+// bytes with damage, always the same.
 #include "engine/webkit/link/LinkSocket.h"
 #include "tests/link/FrameSamples.h"
 #include "tests/link/ScriptedPeer.h"
 #include "tests/support/Mutator.h"
 
 #include <gtest/gtest.h>
+
+#include <set>
 
 namespace {
 
@@ -44,6 +47,22 @@ std::vector<std::string> samplePayloads() {
     for (const auto& sample : samples) payloads.push_back(encode(sample));
   });
   return payloads;
+}
+
+TEST(FrameFuzzTest, SamplesAreTakenAndEachIsItsOwn) {
+  forEachSampleList([](const auto& samples) {
+    std::set<std::string> encoded;
+    for (const auto& sample : samples) {
+      const std::string payload = encode(sample);
+      EXPECT_TRUE(acceptsOnlyItsOwn<std::decay_t<decltype(sample)>>(payload));
+      EXPECT_TRUE(encoded.insert(payload).second) << testing::PrintToString(payload);
+    }
+  });
+  // There is an end to the number of arguments, each of a single byte.
+  const auto most = static_cast<std::uint32_t>(maximumArguments);
+  NativeArguments arguments;
+  EXPECT_TRUE(decode(rawBytes(most) + std::string(most, '\0'), arguments));
+  EXPECT_FALSE(decode(rawBytes(most + 1) + std::string(most + 1, '\0'), arguments));
 }
 
 TEST(FrameFuzzTest, DamagedPayloadsAreDecodedOrRefused) {

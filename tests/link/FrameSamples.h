@@ -1,4 +1,4 @@
-// Payloads of the page link with awkward values, and how to compare them.
+// Payloads of the page link with awkward values.
 #pragma once
 
 #include "engine/webkit/link/Frame.h"
@@ -23,9 +23,11 @@ inline std::vector<JavaScriptVariant> sampleVariants() {
           JavaScriptVariant::object(),
           true,
           false,
+          0,
           -0.0,
           1e300,
           std::numeric_limits<double>::infinity(),
+          std::numeric_limits<double>::quiet_NaN(),
           std::numeric_limits<double>::denorm_min(),
           String(),
           String(awkwardText())};
@@ -55,26 +57,6 @@ inline std::vector<link_protocol::DialogAnswer> sampleDialogAnswers() {
 }
 inline std::vector<link_protocol::NativeArguments> sampleArguments() {
   return {{}, {""}, {std::nullopt}, {"quit", std::nullopt, "", awkwardText()}};
-}
-
-inline bool same(const JavaScriptVariant& a, const JavaScriptVariant& b) {
-  return a == b;
-}
-inline bool same(const FunctionCall& a, const FunctionCall& b) {
-  return a.path == b.path && a.arguments == b.arguments;
-}
-inline bool same(const link_protocol::PageSetup& a, const link_protocol::PageSetup& b) {
-  return a.callbackObject == b.callbackObject && a.drivesApplication == b.drivesApplication &&
-         a.requestHeaders == b.requestHeaders && a.watched == b.watched && a.deferred == b.deferred;
-}
-inline bool same(const link_protocol::DialogQuestion& a, const link_protocol::DialogQuestion& b) {
-  return a.kind == b.kind && a.message == b.message && a.initialText == b.initialText;
-}
-inline bool same(const link_protocol::DialogAnswer& a, const link_protocol::DialogAnswer& b) {
-  return a.confirmed == b.confirmed && a.text == b.text;
-}
-inline bool same(const link_protocol::NativeArguments& a, const link_protocol::NativeArguments& b) {
-  return a == b;
 }
 
 // Calls the visitor with the samples of every type of payload.

@@ -9,7 +9,6 @@
 
 #include <atomic>
 #include <future>
-#include <map>
 
 namespace {
 
@@ -44,13 +43,8 @@ class FakeDelegate final : public PageLinkDelegate {
     note();
     return {question.kind == DialogKind::Confirm, question.message};
   }
-  String report(const PageLink&, std::uint64_t, const FunctionCall& report) override {
-    reports.push_back(report);
-    return report.path.front();
-  }
+  String report(const PageLink&, std::uint64_t, const FunctionCall&) override { return {}; }
   void linkClosed(PageLink&) override { ++closed; }
-
-  std::vector<FunctionCall> reports;
 
   std::function<String(const NativeArguments&)> onNativeCall = [](auto&) { return String(); };
   int questions = 0;
@@ -90,67 +84,36 @@ struct Host {
   std::shared_ptr<PageLink> link = PageLink::open(std::move(ends.first), 1, token, delegate);
 };
 
-// A web process in a thread, whose page has a few functions, until the link ends.
-class FakePage {
+// A web process in a thread, until the link ends. Its page gives every call's argument back, those
+// of "hold" late: after the answer to the next call.
+class EchoPage {
  public:
-  explicit FakePage(Host& host) : peer_(host.peer), host_(host), thread_([this] { run(); }) {}
-  ~FakePage() {
+  explicit EchoPage(Host& host) : host_(host), thread_([this] { run(); }) {}
+  ~EchoPage() {
     host_.link->close();
     thread_.finish();
   }
 
-  std::atomic<int> held{0};
+  std::atomic<bool> holds = false;
 
  private:
   void run() {
-    while (const auto frame = peer_.next()) {
-      if (frame->kind == FrameKind::CallFunction) {
-        callFunction(*frame);
-      } else if (frame->kind == FrameKind::Answer) {
-        // Native calls return in the reverse order of their making.
-        const Frame call = std::move(native_.at(frame->id));
-        native_.erase(frame->id);
-        JavaScriptVariant value(String(frame->payload));
-        if (functionOf(call) == "native") peer_.answer(call, encode(value));
-      }
+    std::vector<std::pair<Frame, std::string>> held;
+    while (const auto frame = host_.peer.next()) {
+      if (frame->kind != FrameKind::CallFunction) continue;
+      FunctionCall call;
+      ASSERT_TRUE(decode(frame->payload, call));
+      ASSERT_EQ(frame->page, page);
+      std::pair answer(*frame, encode(call.arguments.at(0)));
+      holds = call.path.at(0) == "hold";
+      if (!holds) host_.peer.answer(answer.first, answer.second);
+      for (const auto& [late, payload] : held) host_.peer.answer(late, payload);
+      held.clear();
+      if (holds) held.push_back(std::move(answer));
     }
   }
 
-  static std::string functionOf(const Frame& frame) {
-    FunctionCall call;
-    EXPECT_TRUE(decode(frame.payload, call) && call.path.size() == 1);
-    return call.path.empty() ? "" : call.path[0].toStdString();
-  }
-
-  void callFunction(const Frame& frame) {
-    FunctionCall call;
-    EXPECT_TRUE(decode(frame.payload, call));
-    EXPECT_EQ(frame.page, page);
-    const JavaScriptVariant value =
-        call.arguments.empty() ? JavaScriptVariant() : call.arguments[0];
-    const std::string function = functionOf(frame);
-    if (function == "echo") peer_.answer(frame, encode(value));
-    if (function == "native") {
-      const NativeArguments arguments{value.stringValue().toStdString()};
-      native_.emplace(++lastId_, frame);
-      peer_.send(FrameKind::NativeCall, lastId_, page, encode(arguments));
-    }
-    if (function == "hold") {
-      heldCalls_.push_back({frame, encode(value)});
-      ++held;
-    }
-    if (function == "release") {
-      peer_.answer(frame, encode(value));
-      for (const auto& [heldCall, payload] : heldCalls_) peer_.answer(heldCall, payload);
-      heldCalls_.clear();
-    }
-  }
-
-  ScriptedPeer& peer_;
   Host& host_;
-  std::map<std::uint32_t, Frame> native_;
-  std::vector<std::pair<Frame, std::string>> heldCalls_;
-  std::uint32_t lastId_ = 0;
   Script thread_;
 };
 
@@ -199,38 +162,43 @@ TEST(PageLinkTest, WhatIsNoQuestionClosesTheLink) {
 
 TEST(PageLinkTest, ThreadsThatCallAllTheTimeLoseNothing) {
   Host host;
-  FakePage page(host);
-  host.delegate.onNativeCall = [&](const NativeArguments& arguments) {
-    return host.number("echo", 1) == 1 ? String(*arguments.at(0)) : String();
-  };
+  const EchoPage echo(host);
   const auto countRight = [&](int from) {
     int right = 0;
     for (int i = from; i < from + 500; ++i) {
-      const String text = String::fromSignedInteger(i);
-      const auto result = host.call(i % 5 == 0 ? "native" : "echo", {text});
-      if (result && result->stringValue() == text) ++right;
-      host.link->changeSetup(::page, {});
+      if (host.number("echo", i) == i) ++right;
+      host.link->changeSetup(page, {});
     }
     return right;
   };
   auto second = std::async(std::launch::async, countRight, 1000);
   auto third = std::async(std::launch::async, countRight, 2000);
   EXPECT_EQ(countRight(0), 500);
-  const auto isReady = [](auto& future) {
-    return future.wait_for(0s) == std::future_status::ready;
-  };
-  EXPECT_TRUE(iterateUntil([&] { return isReady(second) && isReady(third); }));
   EXPECT_EQ(second.get() + third.get(), 1000);
+}
+
+TEST(PageLinkTest, AWaitEndsAtItsLimitAndTheLateAnswerIsNobodys) {
+  Host host;
+  const EchoPage echo(host);
+  const auto test = [&] {
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_FALSE(host.call("hold", {1}, 50ms));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 50ms);
+    EXPECT_EQ(host.number("echo", 2), 2);
+    EXPECT_EQ(host.number("echo", 3), 3);
+  };
+  test();
+  std::async(std::launch::async, test).get();
 }
 
 TEST(PageLinkTest, ACallTooLargeToSendEndsTheLinkAndEveryWait) {
   Host host;
-  FakePage page(host);
+  const EchoPage echo(host);
   auto second = std::async(std::launch::async, [&] {
-    while (page.held == 0) std::this_thread::yield();
+    while (!echo.holds) std::this_thread::yield();
     return host.call("echo", {String(std::string(maximumPayload, 'x'))});
   });
-  EXPECT_FALSE(host.call("hold"));
+  EXPECT_FALSE(host.call("hold", {1}));
   EXPECT_FALSE(second.get());
   EXPECT_TRUE(iterateUntil([&] { return host.delegate.closed == 1; }));
 }
@@ -270,13 +238,13 @@ TEST(PageLinkTest, PostsToAPeerThatDoesNotReadBlockNobodyAndKeepTheirOrder) {
 TEST(PageLinkTest, ALinkMayBeClosedInsideAQuestion) {
   {
     Host host;
-    FakePage page(host);
     host.delegate.onNativeCall = [&](const NativeArguments&) {
       host.link->close();
       EXPECT_FALSE(host.call("echo"));
       return String("nobody reads this");
     };
-    EXPECT_FALSE(host.call("native"));
+    host.peer.send(FrameKind::NativeCall, 1, page, encode(NativeArguments()));
+    EXPECT_FALSE(host.call("never answered"));
     EXPECT_EQ(host.delegate.closed, 1);
   }
   // What had arrived behind the question is not served any more, and the last reference may go.
