@@ -1,7 +1,6 @@
 import assert from 'node:assert/strict';
 import test, { beforeEach } from 'node:test';
-import { animate, DragGroup, onDragRelease } from '../../chrome/animations.js';
-import { nearerEnd } from '../../chrome/animations-panel.js';
+import { animate } from '../../chrome/animations.js';
 
 const host = globalThis.chrome.internal.windowAnimations;
 let calls;
@@ -13,9 +12,7 @@ beforeEach(() => {
     callNative(name, ...args) {
       calls.push([name, ...args].join(' '));
       const size = { 'windowAnimations.animateWindowLocationMultiple': 5, 'windowAnimations.animateGlobalAlphaMultiple': 3 }[name];
-      if (size) return String((nextId += (args.length - 2) / size) - 1);
-      if (name === 'windowTouchTracking.createWindowTouchTrackingGroup') return '4';
-      return name.endsWith('DeltaX') ? '-12' : '';
+      return size ? String((nextId += (args.length - 2) / size) - 1) : '';
     },
   };
 });
@@ -42,32 +39,4 @@ test('animations of both kinds start, and the promise waits for the last of them
   await all;
   await animate({ curve: 'Linear', duration: 1 }, [{ window: 0, from: [0], to: [1] }]);
   assert.equal(calls.length, 4, 'of no window nothing is asked');
-});
-
-test('a drag group tells its limits, its start and its end', () => {
-  const group = new DragGroup(7, 8);
-  group.follow(-5, 20, 100);
-  group.fade(0, 50, [255, 100], 100);
-  assert.equal(group.delta, -12);
-  group.stop();
-  group.destroy();
-  assert.deepEqual(calls.map((call) => call.replace('windowTouchTracking.', '')), [
-    'createWindowTouchTrackingGroup 7 8',
-    'setWindowGroupTrackX 4 true -5 20 100',
-    'setWindowGroupTrackXToAlpha 4 true 0 50 255 -155 100',
-    'jsGetWindowTouchTrackingGroupCurrentDeltaX 4',
-    'setWindowGroupTrackX 4  0 0 0',
-    'setWindowGroupTrackXToAlpha 4  0 0 0 0 0',
-    'destroyWindowTouchTrackingGroup 4',
-  ]);
-});
-
-test('a release reaches those who listen, and a card goes to the nearer end', () => {
-  let heard = 0;
-  const off = onDragRelease(() => { heard++; });
-  host.onDragTouchRelease();
-  off();
-  host.onDragTouchRelease();
-  assert.equal(heard, 1);
-  assert.deepEqual([0, 49, 50, 100].map((x) => nearerEnd(x, 100)), [0, 0, 100, 100]);
 });

@@ -8,8 +8,7 @@ let calls;
 
 beforeEach(() => {
   calls = [];
-  const answers = { 'application.systemRegion': 'de-AT', 'application.systemFontFamily': 'Sans', 'application.systemFontSize': '13', 'application.isForeground': '1' };
-  globalThis.orv = { callNative: (name, ...args) => { calls.push([name, ...args].join(' ')); return answers[name] ?? ''; } };
+  globalThis.orv = { callNative: (name, ...args) => { calls.push([name, ...args].join(' ')); return ''; } };
   chrome = { internal: {} };
   platform = new Platform(chrome, () => new Date(0));
 });
@@ -18,10 +17,11 @@ test('every notification is heard, the newest first, and the list has an end', (
   const names = [];
   platform.addEventListener('onCardResize', ({ detail }) => names.push(detail));
   chrome.internal.invocation.onCardResize('1', '2');
-  chrome.internal.application.somethingNew('a');
+  chrome.internal.application.onWindowState('fullscreen');
+  assert.equal(platform.state.window, 'fullscreen');
   assert.deepEqual(names, [['1', '2']]);
   assert.deepEqual(platform.last.map(({ space, name, args }) => [space, name, ...args]),
-    [['application', 'somethingNew', 'a'], ['invocation', 'onCardResize', '1', '2']]);
+    [['application', 'onWindowState', 'fullscreen'], ['invocation', 'onCardResize', '1', '2']]);
   for (let i = 0; i < 100; ++i) chrome.internal.application.onSwipeDown();
   assert.equal(platform.last.length, 30);
 });
