@@ -1,40 +1,34 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
 import { KnownCertificates, placeBefore } from '../../chrome/certificates.js';
-import { Questions } from '../../chrome/questions.js';
 import { cookieParts } from '../../chrome/site-data-panel.js';
 import { fileName } from '../../chrome/screenshot-panel.js';
 import { stepFrom } from '../../chrome/zoom.js';
-
-const report = (tabs, type, tab) => tabs.dispatchEvent(Object.assign(new Event(type), { detail: tab }));
+import { fakeTab, fakeTabs } from './fakes.mjs';
 
 function openTab(tabs) {
   let known = {};
-  const log = [];
-  const view = {
+  const tab = fakeTab();
+  Object.assign(tab.view, {
     knownSSLCertificates: () => JSON.stringify(known),
     addKnownSSLCertificates: (text) => { known = { ...known, ...JSON.parse(text) }; },
     addKnownSSLCertificate: (host, text) => { known[host] = JSON.parse(text); },
     removeKnownSSLCertificate: (host) => delete known[host],
-    removeAllKnownSSLCertificates: () => { known = {}; },
-    continueSSLHandshaking: (id, action) => {
-      log.push([id, action]);
-      if (action === 'SSLActionTrust') known.host = { host: 'host' };
+    continueSSLHandshaking(...args) {
+      tab.calls.push(args);
+      known.host = { host: 'host' };
     },
-  };
-  const tab = { ready: true, view, log };
-  tabs.list.push(tab);
-  report(tabs, 'created', tab);
-  return tab;
+  });
+  return tabs.open(tab);
 }
 
 test('a certificate is accepted, and taken back, for the tabs of now and of later', () => {
-  const tabs = Object.assign(new EventTarget(), { list: [] });
+  const tabs = fakeTabs();
   const known = new KnownCertificates(tabs);
   const [first, second] = [openTab(tabs), openTab(tabs)];
   known.accept(first.view, 9, { host: 'host' });
-  assert.deepEqual(first.log, [[9, 'SSLActionTrust']]);
-  assert.deepEqual(second.log, []);
+  assert.deepEqual(first.calls, [[9, 'SSLActionTrust']]);
+  assert.deepEqual(second.calls, []);
   const hosts = () => tabs.list.map(({ view }) => Object.keys(JSON.parse(view.knownSSLCertificates())).join());
   openTab(tabs);
   assert.deepEqual(hosts(), ['host', 'host', 'host']);
@@ -53,23 +47,6 @@ test('the way back from a refused page passes by all that it left', () => {
     [urls('bad'), 0, -1],
     [[], -1, -1],
   ]) assert.equal(placeBefore(history, position, 'bad'), at, JSON.stringify(history));
-});
-
-test('a question outlives the pages that have to do with it, and no other', () => {
-  const tabs = new EventTarget();
-  const tab = { update() {} };
-  tabs.active = tab;
-  const questions = new Questions(tabs, () => {});
-  const dropped = [];
-  let pages = 1;
-  questions.ask(tab, { drop: () => dropped.push('dialog') });
-  questions.ask(tab, { drop: () => dropped.push('certificate'), outlives: () => pages-- > 0 });
-  report(tabs, 'committed', tab);
-  assert.deepEqual(dropped, ['dialog']);
-  assert.ok(questions.isAsking(tab));
-  report(tabs, 'committed', tab);
-  assert.deepEqual(dropped, ['dialog', 'certificate']);
-  assert.ok(!questions.isAsking(tab));
 });
 
 test('zoom goes by steps, from between them too, and ends at its ends', () => {

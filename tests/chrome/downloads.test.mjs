@@ -2,24 +2,17 @@ import assert from 'node:assert/strict';
 import test, { beforeEach } from 'node:test';
 import { DownloadList, freeName, sizeText, stateText } from '../../chrome/downloads.js';
 import { HERE } from '../../chrome/processes.js';
+import { fakeTab, fakeTabs } from './fakes.mjs';
 
 let tabs;
 let list;
 let commands;
 
-function openTab(process = HERE) {
-  const listeners = {};
-  const command = (name) => (...args) => commands.push([name, ...args]);
-  const view = { on: (name, listener) => { listeners[name] = listener; } };
-  for (const name of ['downloadCancel', 'downloadPause', 'downloadResume', 'downloadRetry', 'downloadRemove']) view[name] = command(name);
-  const tab = { view, process, requested: '', stay: () => commands.push(['stay']), raise: (name, data) => listeners[name]({ data }) };
-  tabs.dispatchEvent(Object.assign(new Event('attached'), { detail: tab }));
-  return tab;
-}
+const openTab = (process = HERE) => tabs.open(fakeTab({ calls: commands, process, requested: '', stay: () => commands.push(['stay']) }));
 const request = (tab, downloadId, filename) => tab.raise('DownloadRequest', { downloadId, filename, url: `http://x/${filename}` });
 
 beforeEach(() => {
-  tabs = new EventTarget();
+  tabs = fakeTabs();
   commands = [];
   list = new DownloadList(tabs);
 });
@@ -83,7 +76,7 @@ test('a paused download is kept when the finished ones are cleared, and goes on'
 test('after its tab, a download is neither followed nor commanded', () => {
   const tab = openTab();
   request(tab, 5, 'film');
-  tabs.dispatchEvent(Object.assign(new Event('closed'), { detail: tab }));
+  tabs.close(tab);
   tab.view = null;
   assert.equal(list.running.length, 0);
   list.clearFinished();
@@ -96,7 +89,7 @@ test('downloads of two processes that have the same number are two, and one ends
   request(there, 1, 'far');
   here.raise('DownloadFinished', { downloadId: 1, downloadResult: 'ResultSuccess' });
   assert.deepEqual(list.items.map(({ name, state }) => [name, state]), [['far', 'running'], ['near', 'finished']]);
-  tabs.dispatchEvent(Object.assign(new Event('crashed'), { detail: there }));
+  tabs.report('crashed', there);
   assert.equal(stateText(list.items[0]), 'The process that loaded it ended');
 });
 

@@ -1,6 +1,7 @@
 import assert from 'node:assert/strict';
 import test, { beforeEach } from 'node:test';
 import { Questions } from '../../chrome/questions.js';
+import { fakeTabs } from './fakes.mjs';
 
 let tabs;
 let shown;
@@ -16,14 +17,14 @@ const tabNamed = (name) => ({
   },
 });
 const question = (name, log = []) => ({ name, drop: () => log.push(name) });
-const report = (type, tab) => tabs.dispatchEvent(Object.assign(new Event(type), { detail: tab }));
+const report = (type, tab) => tabs.report(type, tab);
 const activate = (tab) => {
   tabs.active = tab;
   report('change', tab);
 };
 
 beforeEach(() => {
-  tabs = new EventTarget();
+  tabs = fakeTabs();
   shown = [];
   questions = new Questions(tabs, (each) => shown.push(each?.name ?? null));
 });
@@ -82,4 +83,19 @@ test('a tab is marked as long as anybody asks for it', () => {
   assert.ok(tab.asking);
   others.done(permission);
   assert.ok(!tab.asking);
+});
+
+test('a question outlives the pages that have to do with it, and no other', () => {
+  const log = [];
+  const tab = tabNamed('a');
+  let pages = 1;
+  activate(tab);
+  questions.ask(tab, question('dialog', log));
+  questions.ask(tab, { ...question('certificate', log), outlives: () => pages-- > 0 });
+  report('committed', tab);
+  assert.deepEqual(log, ['dialog']);
+  assert.ok(questions.isAsking(tab));
+  report('committed', tab);
+  assert.deepEqual(log, ['dialog', 'certificate']);
+  assert.ok(!questions.isAsking(tab));
 });

@@ -4,6 +4,7 @@ import { HERE, Processes } from '../../chrome/processes.js';
 import { Session } from '../../chrome/session.js';
 import { colorText, Settings, SETTINGS, valueOf } from '../../chrome/settings.js';
 import { Store } from '../../chrome/store.js';
+import { fakeTab, fakeTabs } from './fakes.mjs';
 
 const START = 'local:///start';
 let tabs;
@@ -20,21 +21,16 @@ const storage = () => ({
   },
 });
 
-function openTab(url, { opener, isPrivate, process = HERE } = {}) {
-  const calls = [];
-  const listeners = {};
-  const view = { on: (name, listener) => { listeners[name] = listener; }, isPrivateBrowsing: () => (isPrivate ? '1' : '0') };
-  view.requestSession = () => listeners.SessionInfo({ data: { data: `way to ${url}` } });
-  for (const { name } of SETTINGS) view[`set${name}`] = (value) => calls.push([name, value]);
-  const tab = { url, title: url, view, process, opener, isPrivate: Boolean(isPrivate), ready: true, calls };
-  tabs.list.push(tab);
-  for (const type of ['attached', 'created', 'loaded']) report(type, tab);
+function openTab(url, { isPrivate = false, process = HERE, ...fields } = {}) {
+  const commands = { isPrivateBrowsing: () => (isPrivate ? '1' : '0'), requestSession: () => tab.raise('SessionInfo', { data: `way to ${url}` }) };
+  const tab = fakeTab({ url, title: url, process, isPrivate, commands, ...fields });
+  tabs.open(tab);
+  tabs.report('loaded', tab);
   return tab;
 }
-const report = (type, tab) => tabs.dispatchEvent(Object.assign(new Event(type), { detail: tab }));
 const newSession = () => new Session(tabs, store, { isStart: (url) => url === START });
 const nextStart = () => {
-  tabs = Object.assign(new EventTarget(), { list: [], reopened: [] });
+  tabs = fakeTabs({ reopened: [] });
   tabs.processes = new Processes(tabs);
   tabs.reopen = (url, title, state, process) => {
     tabs.reopened.push([url, title, state, process.number]);
@@ -55,15 +51,15 @@ test('what was chosen goes to this tab and, before its page, to every later one'
   const tab = openTab('http://a/');
   const [flag, secret] = ['BlockPopups', 'PrivateBrowsing'].map((name) => SETTINGS.find((each) => each.name === name));
   // What tabs begin with comes by itself; see below.
-  const chosen = ({ calls }) => calls.filter(([name]) => SETTINGS.find((each) => each.name === name).start === undefined);
+  const chosen = ({ calls }) => calls.filter(([command]) => SETTINGS.find(({ name }) => command === `set${name}`).start === undefined);
   settings.choose(tab.view, flag, valueOf(flag, false));
   settings.choose(tab.view, secret, true);
-  assert.deepEqual(chosen(tab), [['BlockPopups', true]]);
+  assert.deepEqual(chosen(tab), [['setBlockPopups', true]]);
 
   nextStart();
   new Settings(tabs, store);
-  assert.deepEqual(chosen(openTab('http://b/')), [['BlockPopups', true], ['PrivateBrowsing', true]]);
-  assert.deepEqual(chosen(openTab('http://c/', { opener: tab })), [['BlockPopups', true]]);
+  assert.deepEqual(chosen(openTab('http://b/')), [['setBlockPopups', true], ['setPrivateBrowsing', true]]);
+  assert.deepEqual(chosen(openTab('http://c/', { opener: tab })), [['setBlockPopups', true]]);
 });
 
 test('only what a setting can be is taken from its field', () => {
@@ -81,8 +77,7 @@ test('tabs come back with their way; start pages and private ones do not', () =>
   openTab('http://a/');
   openTab('http://secret/', { isPrivate: true });
   const closed = openTab('http://b/');
-  tabs.list = tabs.list.filter((tab) => tab !== closed);
-  report('closed', closed);
+  tabs.close(closed);
 
   const session = nextStart();
   openTab(START);
@@ -96,7 +91,7 @@ test('tabs that shared a process share one again, whatever its number', () => {
   const [ended, one, other] = [{ number: 1 }, { number: 1 }, { number: 2 }];
   for (const [url, process] of [['http://a/', one], ['http://b/', HERE], ['http://c/', other], ['http://d/', one]]) openTab(url, { process });
   Object.assign(openTab('http://e/', { process: ended }), { view: null, ready: false });
-  report('closed', {});
+  tabs.report('closed', {});
 
   const session = nextStart();
   openTab('http://f/', { process: { number: 2 } });
@@ -109,15 +104,14 @@ test('a start that opened nothing leaves the last session where it is', () => {
   openTab('http://a/');
   nextStart();
   const start = openTab(START);
-  tabs.list = [];
-  report('closed', start);
+  tabs.close(start);
   assert.equal(nextStart().lastTime.length, 1);
 });
 
 test('a history that was cleared is not remembered, and neither is too long a one', () => {
   const tab = openTab('http://a/');
-  report('forgotten', tab);
-  report('loaded', tab);
+  tabs.report('forgotten', tab);
+  tabs.report('loaded', tab);
   assert.deepEqual(nextStart().lastTime, [{ url: 'http://a/', title: 'http://a/', state: '', process: 0 }]);
 
   room = 87;

@@ -2,35 +2,18 @@ import assert from 'node:assert/strict';
 import test, { beforeEach } from 'node:test';
 import { Blocker, makeMatcher } from '../../chrome/blocker.js';
 import { NotificationList } from '../../chrome/notifications.js';
-import { permissionOf, Permissions } from '../../chrome/permissions.js';
+import { Permissions } from '../../chrome/permissions.js';
+import { fakeTab, fakeTabs } from './fakes.mjs';
 
 let tabs;
 let kept;
 let store;
-const report = (type, tab) => tabs.dispatchEvent(Object.assign(new Event(type), { detail: tab }));
-
-function openTab(fields = {}) {
-  const calls = [];
-  const listeners = {};
-  const view = { on: (name, listener) => { listeners[name] = listener; } };
-  for (const name of ['notificationClicked', 'notificationClosed', 'notificationShown', 'setEnableNetworkResourceRequestedEvents']) {
-    view[name] = (...args) => calls.push([name, ...args]);
-  }
-  const tab = { view, ready: true, isPrivate: false, calls, raise: (name, data) => listeners[name]({ data }), ...fields };
-  tabs.list.push(tab);
-  report('attached', tab);
-  report('created', tab);
-  return tab;
-}
-function closeTab(tab) {
-  tabs.list.splice(tabs.list.indexOf(tab), 1);
-  report('closed', tab);
-}
+const openTab = (fields) => tabs.open(fakeTab(fields));
 
 beforeEach(() => {
   kept = {};
   store = { get: (name) => kept[name] ?? null, set: (name, value) => { kept[name] = value; } };
-  tabs = Object.assign(new EventTarget(), { list: [], activate: (tab) => { tabs.active = tab; } });
+  tabs = fakeTabs({ activate: (tab) => { tabs.active = tab; } });
 });
 
 test('a line of the list names a host with all below it, or a part of an address', () => {
@@ -89,20 +72,14 @@ test('decisions are remembered by origin; those of private tabs go with the last
   permissions.decide(true, 'http://b', 'notification', true);
   assert.deepEqual([permissions.decided(true, 'http://b', 'notification'), permissions.decided(false, 'http://b', 'notification')], [true, undefined]);
   assert.equal(JSON.stringify(kept).includes('http://b'), false);
-  closeTab(first);
+  tabs.close(first);
   assert.equal(permissions.decided(true, 'http://b', 'notification'), true);
-  closeTab(second);
+  tabs.close(second);
   assert.equal(permissions.decided(true, 'http://b', 'notification'), undefined);
 
   for (let number = 0; number < 600; number++) permissions.decide(false, `http://${number}`, 'camera', true);
   assert.equal(Object.keys(kept.permissions).length, 500);
   assert.equal(permissions.decided(false, 'http://599', 'camera'), true);
-});
-
-test('a camera is asked for by another name than a microphone', () => {
-  assert.equal(permissionOf('UserMediaRequest', { cameras: ['front'] }), 'camera');
-  assert.equal(permissionOf('UserMediaRequest', { cameras: [] }), 'microphone');
-  assert.equal(permissionOf('GeolocationPermissionRequest', {}), 'geolocation');
 });
 
 test('notifications are told back to the page that they are from', () => {
@@ -123,6 +100,6 @@ test('notifications are told back to the page that they are from', () => {
   for (const id of ['a', 'b', 'c', 'd']) tab.raise('NotificationShow', { id });
   assert.deepEqual(ids(), ['d', 'c', 'b']);
   assert.deepEqual(tab.calls.at(-1), ['notificationClosed', 'a']);
-  closeTab(tab);
+  tabs.close(tab);
   assert.deepEqual(ids(), []);
 });

@@ -1,8 +1,8 @@
 import assert from 'node:assert/strict';
 import test, { beforeEach, mock } from 'node:test';
 import { PATIENCE, StuckPages } from '../../chrome/stuck.js';
+import { fakeTab, fakeTabs } from './fakes.mjs';
 
-let tab;
 let open;
 let log;
 let interrupt;
@@ -10,15 +10,11 @@ let interrupt;
 beforeEach(() => {
   mock.timers.reset();
   mock.timers.enable({ apis: ['setTimeout'] });
-  const tabs = new EventTarget();
+  const tabs = fakeTabs();
+  const tab = fakeTab({ label: 'A page' });
   open = [];
-  log = [];
-  const view = {
-    setJavaScriptInterruptTimeout: (limit) => log.push(limit),
-    stop: () => log.push('stopped'),
-    on: (name, handler) => { if (name === 'JavaScriptInterrupted') interrupt = handler; },
-  };
-  tab = { view, label: 'A page' };
+  log = tab.calls;
+  interrupt = () => tab.raise('JavaScriptInterrupted');
   new StuckPages({
     ask: (of, question) => open.push(question),
     take: (of, question) => {
@@ -26,22 +22,22 @@ beforeEach(() => {
       question.drop();
     },
   }, tabs);
-  for (const type of ['attached', 'created']) tabs.dispatchEvent(Object.assign(new Event(type), { detail: tab }));
+  tabs.open(tab);
 });
 
 test('a page that is stuck is named and asked about once, and stopped or waited for', () => {
-  assert.deepEqual(log, [PATIENCE]);
+  assert.deepEqual(log, [['setJavaScriptInterruptTimeout', PATIENCE]]);
   interrupt();
   interrupt();
   assert.equal(open.length, 1);
   assert.match(open[0].text, /A page/);
   open[0].answer(true);
-  assert.deepEqual(log, [PATIENCE]);
+  assert.deepEqual(log, [['setJavaScriptInterruptTimeout', PATIENCE]]);
   // Still stuck after a while, it is asked about again.
   interrupt();
   assert.equal(open.length, 2);
   open[1].answer(false);
-  assert.deepEqual(log, [PATIENCE, 'stopped']);
+  assert.deepEqual(log, [['setJavaScriptInterruptTimeout', PATIENCE], ['stop']]);
 });
 
 test('a page that comes back by itself is not asked about any more', () => {

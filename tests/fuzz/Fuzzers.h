@@ -2,9 +2,11 @@
 // thread.
 #pragma once
 
+#include "engine/OrvWebEvent.h"
 #include "tests/support/Mutator.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -35,6 +37,8 @@ std::vector<std::string> recordKeys();
 // The answers to events: one round with an event of some type.
 void fuzzAnswers(test_support::Mutator& mutator, Tally& tally);
 std::vector<std::string> answerKeys();
+// A new event of every type, in their order.
+std::vector<std::unique_ptr<OrvWebEvent>> everyEvent();
 
 // Files of shared objects, and what is written into them: one round of each.
 void fuzzObjects(test_support::Mutator& mutator, Tally& tally);

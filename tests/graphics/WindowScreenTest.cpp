@@ -1,25 +1,19 @@
 // Windows on a real display: animations on the toolkit's own frames, fingers and the mouse, and
 // parts that are left out of painting and input.
 #include "platform/graphics/Screen.h"
-#include "platform/graphics/Window.h"
 #include "platform/graphics/WindowAnimation.h"
-#include "platform/graphics/gtk/GtkWindowSystem.h"
-#include "tests/platform/Waiting.h"
-#include "tests/support/Screen.h"
+#include "tests/support/WindowsOnScreen.h"
 
-#include <gtest/gtest.h>
 #include <gtk/gtk.h>
 
-#include <cmath>
+#include <algorithm>
 #include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
 using test_support::clickAt;
 using test_support::movePointer;
 using test_support::Pixel;
-using test_support::pixelAt;
 using test_support::pressButton;
 using namespace Tessel::Platform;
 
@@ -33,95 +27,54 @@ using Graphics::ScreenContext;
 using Graphics::ScreenEventType;
 using Testing::iterateUntil;
 
-bool shows(int x, int y, const Pixel& color) {
-  return iterateUntil([&] { return pixelAt(x, y) == color; });
-}
-
-constexpr Pixel background{40, 40, 40};
-
-class WindowScreenTest : public testing::Test {
+class WindowScreenTest : public test_support::WindowsOnScreen {
  protected:
-  void SetUp() override {
-    auto system = Graphics::GtkWindowSystem::create();
-    ASSERT_TRUE(system) << "there is no display";
-    Graphics::WindowSystem::install(std::move(system));
-    top_ = std::make_unique<Graphics::Window>(Graphics::WindowType::Application, nullptr,
-                                              IntRect{0, 0, 400, 300}, IntRect{}, IntSize{}, 0,
-                                              false, "tests");
-    // No colour that an empty screen has.
-    paint(*top_, {40, 40, 40, 255});
-    widget_ = Graphics::GtkWindowSystem::topLevelWidget(*top_);
-    ASSERT_TRUE(shows(200, 150, background));
-  }
-  void TearDown() override {
-    child_.reset();
-    top_.reset();
-    while (g_main_context_iteration(nullptr, FALSE)) {
-    }
+  // One that moves to the right and counts its end.
+  std::unique_ptr<Graphics::WindowAnimation> move(Window& window) {
+    const Graphics::LocationChange way{{0, 200}, {350, 20}};
+    const Graphics::AnimationTiming timing{Graphics::AnimationCurve::Linear,
+                                           Graphics::AnimationTiming::Duration(200)};
+    auto moves =
+        std::make_unique<Graphics::WindowAnimation>(&window, way, timing, [this] { ++finished_; });
+    moves->start();
+    return moves;
   }
 
-  std::unique_ptr<Graphics::Window> makeChild(IntRect rect) const {
-    return std::make_unique<Graphics::Window>(Graphics::WindowType::Child, top_.get(), rect,
-                                              IntRect{}, IntSize{}, 0, false, "");
-  }
-  static void paint(Graphics::Window& window, Graphics::Color color) {
-    Graphics::clearBuffer(window, color);
-    window.post({0, 0, 400, 300});
-  }
-
-  std::unique_ptr<Graphics::Window> top_;
-  std::unique_ptr<Graphics::Window> child_;
-  GtkWidget* widget_ = nullptr;
+  int finished_ = 0;
 };
 
-// Where a window was in each picture that the toolkit painted.
-class Recorder {
- public:
-  Recorder(GtkWidget* topLevel, const Graphics::Window& window)
-      : clock_(gtk_widget_get_frame_clock(topLevel)), window_(window) {
-    const auto painted = [](GdkFrameClock* clock, gpointer data) {
-      auto* self = static_cast<Recorder*>(data);
-      self->frames.push_back(
-          {gdk_frame_clock_get_frame_time(clock), self->window_.windowLocation()});
-    };
-    signal_ = g_signal_connect(clock_, "after-paint", G_CALLBACK(+painted), this);
-  }
-  ~Recorder() { g_signal_handler_disconnect(clock_, signal_); }
+TEST_F(WindowScreenTest, AnimationsMoveWithThePicturesAndEndWhereNobodySeesThemToo) {
+  auto child = makeChild({50, 50, 50, 50});
+  paint(*child, {255, 0, 0, 255});
+  std::vector<int> places{0};
+  auto moves = move(*child);
+  ASSERT_TRUE(iterateUntil([&] {
+    const int place = child->windowLocation().x;
+    if (place != places.back()) places.push_back(place);
+    return finished_ == 1;
+  }));
+  EXPECT_GT(places.size(), 3u);
+  EXPECT_TRUE(std::is_sorted(places.begin() + 1, places.end())) << "from where it is told to start";
+  EXPECT_TRUE(shows(351, 21, {255, 0, 0})) << "and there it is on the screen";
+  EXPECT_TRUE(shows(349, 21, background));
 
-  struct Frame {
-    gint64 time;
-    IntPoint place;
-  };
-  std::vector<Frame> frames;
-
- private:
-  GdkFrameClock* clock_;
-  gulong signal_ = 0;
-  const Graphics::Window& window_;
-};
-
-TEST_F(WindowScreenTest, WhatNobodySeesComesToItsEndToo) {
-  child_ = makeChild({0, 0, 50, 50});
   top_->setVisible(false);
-  int finished = 0;
-  Graphics::WindowAnimation moves(child_.get(), Graphics::LocationChange{{0, 0}, {30, 0}}, {},
-                                  [&] { ++finished; });
-  moves.start();
-  EXPECT_TRUE(iterateUntil([&] { return finished == 1; }));
-  EXPECT_EQ(child_->windowLocation(), (IntPoint{30, 0}));
+  moves = move(*child);
+  EXPECT_TRUE(iterateUntil([&] { return finished_ == 2; }));
+  EXPECT_EQ(child->windowLocation(), (IntPoint{350, 20}));
   // Nor does it have to be in a window.
-  child_ = makeChild({0, 0, 50, 50});
-  Graphics::WindowAnimation orphan(child_.get(), Graphics::LocationChange{{0, 0}, {30, 0}}, {},
-                                   [&] { ++finished; });
-  orphan.start();
+  child = makeChild({0, 0, 50, 50});
+  moves = move(*child);
   top_.reset();
-  EXPECT_TRUE(iterateUntil([&] { return finished == 2; }));
+  EXPECT_TRUE(iterateUntil([&] { return finished_ == 3; }));
 }
 
-class ScreenInputTest : public WindowScreenTest, public Graphics::ScreenWindowListener {
+class ScreenInputTest : public test_support::WindowsOnScreen,
+                        public Graphics::ScreenWindowListener {
  protected:
   void SetUp() override {
-    WindowScreenTest::SetUp();
+    WindowsOnScreen::SetUp();
+    widget_ = Graphics::GtkWindowSystem::topLevelWidget(*top_);
     for (const auto type : {ScreenEventType::Touch, ScreenEventType::Mouse}) {
       ScreenContext::sharedContext().addWindowListener(type, this);
     }
@@ -130,7 +83,7 @@ class ScreenInputTest : public WindowScreenTest, public Graphics::ScreenWindowLi
     for (const auto type : {ScreenEventType::Touch, ScreenEventType::Mouse}) {
       ScreenContext::sharedContext().removeWindowListener(type, this);
     }
-    WindowScreenTest::TearDown();
+    WindowsOnScreen::TearDown();
   }
 
   // "101 0:30,40 1:50,60"
@@ -189,6 +142,7 @@ class ScreenInputTest : public WindowScreenTest, public Graphics::ScreenWindowLi
   std::vector<std::string> told_;
 
  private:
+  GtkWidget* widget_ = nullptr;
   // The toolkit only compares these.
   char places_[4]{};
   std::vector<GdkEventSequence*> fingers_ = [this] {

@@ -1,13 +1,8 @@
 // Windows of a child process on the screen of the application: what shows, and what input does.
-#include "platform/Log.h"
-#include "platform/graphics/Window.h"
-#include "platform/graphics/gtk/GtkWindowSystem.h"
 #include "platform/graphics/remote/RemoteWindows.h"
-#include "tests/platform/Waiting.h"
-#include "tests/support/Screen.h"
+#include "tests/support/WindowsOnScreen.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <gtk/gtk.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -33,23 +28,12 @@ namespace {
 constexpr Pixel green{0, 204, 0};
 constexpr Pixel red{255, 0, 0};
 constexpr Pixel blue{0, 0, 255};
-constexpr Pixel black{0, 0, 0};
 constexpr unsigned group = 7;
 
-class RemoteScreenTest : public testing::Test {
+class RemoteScreenTest : public test_support::WindowsOnScreen {
  protected:
   void SetUp() override {
-    auto system = Graphics::GtkWindowSystem::create();
-    ASSERT_TRUE(system) << "there is no display";
-    Graphics::WindowSystem::install(std::move(system));
-    // From wherever an earlier test left it: a first motion inside of the window, which also enters
-    // a child window, stays in the toolkit's queue until something else happens.
-    movePointer(1000, 700);
-    top_ = std::make_unique<Graphics::Window>(Graphics::WindowType::Application, nullptr,
-                                              IntRect{0, 0, 400, 300}, IntRect{}, IntSize{}, 0,
-                                              false, "tests");
-    Graphics::clearBuffer(*top_, {0, 0, 0, 255});
-    top_->post({0, 0, 400, 300});
+    WindowsOnScreen::SetUp();
     startChild();
     ASSERT_TRUE(waitFor("ready"));
     ASSERT_TRUE(waitFor("resized 400 300"));
@@ -58,9 +42,7 @@ class RemoteScreenTest : public testing::Test {
   void TearDown() override {
     remote_.reset();
     endChild();
-    top_.reset();
-    while (g_main_context_iteration(nullptr, FALSE)) {
-    }
+    WindowsOnScreen::TearDown();
   }
 
   void startChild() {
@@ -121,15 +103,6 @@ class RemoteScreenTest : public testing::Test {
     return testing::AssertionFailure() << "heard only: " << heard;
   }
 
-  static bool shows(int x, int y, const Pixel& color) {
-    return iterateUntil([&] {
-      const Pixel pixel = test_support::pixelAt(x, y);
-      int difference = 0;
-      for (std::size_t i = 0; i < color.size(); ++i) difference += std::abs(pixel[i] - color[i]);
-      return difference < 12;
-    });
-  }
-
   static void click(int x, int y, unsigned number = 1) {
     movePointer(x, y);
     pressButton(number, true);
@@ -140,7 +113,6 @@ class RemoteScreenTest : public testing::Test {
     pressKey(key, false);
   }
 
-  std::unique_ptr<Graphics::Window> top_;
   std::unique_ptr<Graphics::RemoteWindows> remote_;
   pid_t child_ = -1;
   UniqueFd input_;
@@ -148,6 +120,41 @@ class RemoteScreenTest : public testing::Test {
   std::string unread_;
   std::string line_;
 };
+
+TEST_F(RemoteScreenTest, IsPlacedStackedFadedAndHiddenLikeAnyChildWindow) {
+  order("window a 20 20 100 100");
+  order("content a area");
+  ASSERT_TRUE(shows(25, 25, green));
+  ASSERT_TRUE(shows(115, 115, green));
+  EXPECT_EQ(test_support::pixelAt(125, 60), background);
+  order("alpha a 128");
+  EXPECT_TRUE(shows(60, 60, {20, 122, 20}));
+  order("alpha a 255");
+  order("place a 200 20 150 200");
+  EXPECT_TRUE(shows(345, 215, green));
+
+  // A window of the application itself lies between two of the child.
+  const auto local = makeChild({180, 10, 100, 100});
+  local->setZOrder(5);
+  paint(*local, {255, 0, 0, 255});
+  EXPECT_TRUE(shows(250, 60, red));
+  order("order a 6");
+  EXPECT_TRUE(shows(250, 60, green));
+  order("window b 240 50 40 40");
+  order("color b 0 0 255");
+  order("order b 7");
+  EXPECT_TRUE(shows(250, 60, blue));
+  order("show a 0");
+  order("remove b");
+  EXPECT_TRUE(shows(250, 60, red));
+  order("show a 1");
+  EXPECT_TRUE(shows(250, 60, green));
+
+  endChild();
+  EXPECT_TRUE(shows(250, 60, red));
+  EXPECT_TRUE(shows(345, 215, background));
+  EXPECT_FALSE(remote_->isConnected());
+}
 
 TEST_F(RemoteScreenTest, FollowsTheApplicationsWindowAndWhatItDoesByHandle) {
   order("window a 0 0 0 0");
@@ -167,7 +174,7 @@ TEST_F(RemoteScreenTest, FollowsTheApplicationsWindowAndWhatItDoesByHandle) {
   mirror->setWindowRectangle({50, 50, 60, 70});
   ASSERT_TRUE(waitFor("size 60 70"));
   EXPECT_TRUE(shows(105, 115, green));
-  EXPECT_TRUE(shows(115, 115, black));
+  EXPECT_TRUE(shows(115, 115, background));
   top_->setWindowRectangle({0, 0, 450, 320});
   ASSERT_TRUE(waitFor("resized 450 320"));
   order("tell a");
@@ -294,7 +301,7 @@ TEST_F(RemoteScreenTest, PaintsNothingWhileNothingCanBeSeen) {
   order("content a area");
   ASSERT_TRUE(shows(50, 50, green));
   order("alpha a 0");
-  ASSERT_TRUE(shows(50, 50, black));
+  ASSERT_TRUE(shows(50, 50, background));
   order("tint a 0 0 1");
   order("paints a");
   ASSERT_TRUE(waitFor("paints"));
