@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include <atomic>
 #include <functional>
 #include <future>
 #include <optional>
