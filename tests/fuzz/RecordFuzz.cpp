@@ -3,8 +3,6 @@
 #include "webview/events/RecordFields.h"
 #include "webview/events/RecordReaders.h"
 
-#include <algorithm>
-
 namespace fuzz {
 
 namespace {

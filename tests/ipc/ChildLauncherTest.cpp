@@ -1,19 +1,17 @@
 // The child launcher, with real processes.
 #include "ipc/ChildLauncher.h"
-#include "platform/Process.h"
-#include "tests/support/ChromeFixture.h"
+#include "tests/platform/Waiting.h"
+#include "tests/support/OwnProcess.h"
 
-#include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <fstream>
+#include <algorithm>
 #include <initializer_list>
-#include <sstream>
 
 namespace {
 
@@ -55,25 +53,10 @@ Report nextReport() {
   return report;
 }
 
-std::string shownName(pid_t pid) {
-  std::ifstream file("/proc/" + std::to_string(pid) + "/comm");
-  std::string name;
-  std::getline(file, name);
-  return name;
-}
-
 // Bounded: false when all of the processes are still there.
 bool isOneGone(std::initializer_list<pid_t> pids) {
-  for (int i = 0; i < 2000; ++i) {
-    for (const pid_t pid : pids) {
-      if (::kill(pid, 0) != 0 && errno == ESRCH) return true;
-    }
-    ::usleep(10000);
-  }
-  return false;
-}
-bool isGone(pid_t pid) {
-  return isOneGone({pid});
+  return Tessel::Platform::Testing::iterateUntil(
+      [&] { return std::ranges::any_of(pids, [](pid_t pid) { return ::kill(pid, 0) != 0; }); });
 }
 
 void launch(const LaunchRecord& record, std::size_t piece) {
@@ -102,11 +85,7 @@ TEST(ChildLauncherTest, ARecordBecomesAChildAndTheEndOfThePipeTheEnd) {
     EXPECT_EQ(first.webEngineChannelId, 7);
     EXPECT_EQ(first.pipeFd, -1) << "a child must not launch others";
     EXPECT_TRUE(first.childSignalIsDefault);
-    EXPECT_EQ(shownName(first.pid), "pagehost-webvie") << "the kernel keeps 15 characters";
-    EXPECT_EQ(shownName(first.parent), "webkit-child-la");
     EXPECT_EQ(::getpgid(first.parent), first.parent) << "the launcher leads its own group";
-
-    EXPECT_STREQ(Tessel::Platform::processName(), "") << "the main process keeps its own";
 
     // In pieces it is the same.
     launch({2, 3, 4, 5, 0}, 8);
@@ -121,7 +100,7 @@ TEST(ChildLauncherTest, ARecordBecomesAChildAndTheEndOfThePipeTheEnd) {
     EXPECT_EQ(nextReport().groupId, 9u);
 
     ::close(launchPipeFd);
-    EXPECT_TRUE(isGone(first.parent)) << "the launcher outlives its pipe";
+    EXPECT_TRUE(isOneGone({first.parent})) << "the launcher outlives its pipe";
     ::close(holdPipe[1]);
     while (::waitpid(-1, nullptr, 0) > 0) {
     }

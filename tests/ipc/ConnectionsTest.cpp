@@ -16,7 +16,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <thread>
 
 namespace {
 
@@ -43,11 +42,23 @@ void post(int connection, const String& name, const String& value = String()) {
   MessageClient::sendMessage(std::make_unique<SetEnvMessage>(name, value), connection);
 }
 
+// In a peer: its connection to the test, made when it is first wanted.
+int toTest(int channel) {
+  static const int connection = ConnectAttach(0, ::getppid(), channel, sideChannel, 0);
+  return connection;
+}
+
 // The test's end: a main client and what it has heard.
 class Listener {
  public:
   Listener() { client.installMessageHandler(&handler); }
   ~Listener() { client.removeMessageHandler(&handler); }
+  // Starts a peer that serves; the connection to it.
+  int connectTo(Peer& peer) {
+    client.registerPID(peer.pid());
+    peer.start(client.channelId());
+    return ConnectAttach(0, peer.pid(), peer.hear(), sideChannel, 0);
+  }
 
   MainMessageClient client{0, -1};
   std::vector<std::string> heard;
@@ -63,49 +74,17 @@ class Listener {
   }};
 };
 
-TEST(ConnectionsTest, AnswersComeBackAndTextsOfEverySizeCross) {
-  inOwnProcess([] {
-    Peer peer([](int) {
-      std::string last;
-      Peer::serve([&](Message& message) {
-        if (message.type() == SetEnvMessage::messageType) {
-          last = static_cast<SetEnvMessage&>(message).value().toStdString();
-        } else if (message.type() == DeleteWebViewMessage::messageType) {
-          answer(message,
-                 last == std::string(static_cast<DeleteWebViewMessage&>(message).handle(), 'x'));
-        }
-      });
-    });
-    peer.start(0);
-    const int channel = peer.hear();
-    Listener self;
-    const int connection = ConnectAttach(0, peer.pid(), channel, sideChannel, 0);
-    ASSERT_GT(connection, 0);
-    for (const unsigned int size : {0u, 1u, 5000u, 32u << 10, 3u << 20}) {
-      post(connection, "x", std::string(size, 'x'));
-      EXPECT_TRUE(ask(connection, size)) << size;
-      EXPECT_FALSE(ask(connection, size + 1)) << size;
-    }
-    EXPECT_EQ(ConnectAttach(0, peer.pid(), channel + 1, sideChannel, 0), -1);
-    EXPECT_EQ(ConnectAttach(0, ::getpid(), channel, sideChannel, 0), -1);
-  });
-}
-
 TEST(ConnectionsTest, ACrowdOfPostsDuringAWaitComesWholeAndInOrderAfterIt) {
   inOwnProcess([] {
     constexpr int crowd = 100'000;
     Peer peer([](int channel) {
-      int connection = -1;
       Peer::serve([&](Message& message) {
-        if (connection < 0) connection = ConnectAttach(0, ::getppid(), channel, sideChannel, 0);
-        for (int i = 0; i < crowd; ++i) post(connection, std::to_string(i));
+        for (int i = 0; i < crowd; ++i) post(toTest(channel), std::to_string(i));
         answer(message, true);
       });
     });
     Listener self;
-    self.client.registerPID(peer.pid());
-    peer.start(self.client.channelId());
-    const int connection = ConnectAttach(0, peer.pid(), peer.hear(), sideChannel, 0);
+    const int connection = self.connectTo(peer);
     EXPECT_TRUE(ask(connection, 0));
     EXPECT_TRUE(self.heard.empty()) << "a post ran in the middle of a wait";
     ASSERT_TRUE(iterateUntil([&] { return self.heard.size() == crowd; }));
@@ -117,8 +96,7 @@ TEST(ConnectionsTest, ACrowdOfPostsDuringAWaitComesWholeAndInOrderAfterIt) {
 TEST(ConnectionsTest, NothingIsDeliveredOnceTheLoopIsToEnd) {
   inOwnProcess([] {
     Peer peer([](int channel) {
-      const int connection = ConnectAttach(0, ::getppid(), channel, sideChannel, 0);
-      for (const char* name : {"first", "second", "third"}) post(connection, name);
+      for (const char* name : {"first", "second", "third"}) post(toTest(channel), name);
       Peer::say(1);
       Peer::listen();
     });
@@ -136,19 +114,15 @@ TEST(ConnectionsTest, NothingIsDeliveredOnceTheLoopIsToEnd) {
 TEST(ConnectionsTest, BothEndsServeTheOtherWhileTheyWait) {
   inOwnProcess([] {
     Peer peer([](int channel) {
-      int connection = -1;
       Peer::serve([&](Message& message) {
-        if (connection < 0) connection = ConnectAttach(0, ::getppid(), channel, sideChannel, 0);
         const unsigned int question = static_cast<DeleteWebViewMessage&>(message).handle();
         // Ten levels deep.
-        answer(message, question >= 10 ? true : ask(connection, question + 1));
+        answer(message, question >= 10 ? true : ask(toTest(channel), question + 1));
       });
     });
     Listener self;
     self.client.serveDuringWaits();
-    self.client.registerPID(peer.pid());
-    peer.start(self.client.channelId());
-    const int connection = ConnectAttach(0, peer.pid(), peer.hear(), sideChannel, 0);
+    const int connection = self.connectTo(peer);
     self.onMessage = [&](Message& message) {
       const unsigned int question = static_cast<DeleteWebViewMessage&>(message).handle();
       answer(message, ask(connection, question + 1));
@@ -160,18 +134,14 @@ TEST(ConnectionsTest, BothEndsServeTheOtherWhileTheyWait) {
 TEST(ConnectionsTest, DeathEndsAWaitAndIsToldOnceAfterWhatWasSentBefore) {
   inOwnProcess([] {
     Peer peer([](int channel) {
-      int connection = -1;
       Peer::serve([&](Message&) {
-        connection = ConnectAttach(0, ::getppid(), channel, sideChannel, 0);
-        post(connection, "first");
-        post(connection, "second");
+        post(toTest(channel), "first");
+        post(toTest(channel), "second");
         ::_exit(0);
       });
     });
     Listener self;
-    self.client.registerPID(peer.pid());
-    peer.start(self.client.channelId());
-    const int connection = ConnectAttach(0, peer.pid(), peer.hear(), sideChannel, 0);
+    const int connection = self.connectTo(peer);
     EXPECT_FALSE(ask(connection, 1));
     EXPECT_TRUE(self.heard.empty());
     ASSERT_TRUE(iterateUntil([&] { return self.heard.size() >= 3; }));
@@ -191,13 +161,9 @@ TEST(ConnectionsTest, WhoDoesNotAnswerIsKilledAndWhoDoesNotReadAsWell) {
     const auto body = [](int) { Peer::serve([](Message& message) { answer(message, true); }); };
     Peer stopped(body);
     Peer deaf(body);
-    stopped.start(0);
-    deaf.start(0);
-    const int stoppedChannel = stopped.hear();
-    const int deafChannel = deaf.hear();
     Listener self;
-    const int silent = ConnectAttach(0, stopped.pid(), stoppedChannel, sideChannel, 0);
-    const int full = ConnectAttach(0, deaf.pid(), deafChannel, sideChannel, 0);
+    const int silent = self.connectTo(stopped);
+    const int full = self.connectTo(deaf);
     EXPECT_TRUE(ask(silent, 1));
     killSilentPeer(silent, 200ms);
     killSilentPeer(full, 30s);
@@ -217,12 +183,12 @@ TEST(ConnectionsTest, WhoDoesNotAnswerIsKilledAndWhoDoesNotReadAsWell) {
   });
 }
 
-// Connects to a channel by its name, as anybody would who follows no rules.
-int connectRaw(pid_t pid, int channel) {
+// Connects to a channel of the test by its name in a folder, as anybody would who follows no rules.
+int connectRaw(const std::string& folder, int channel) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   const std::string path =
-      runtimeFolder() + "/channel-" + std::to_string(pid) + "-" + std::to_string(channel);
+      folder + "/channel-" + std::to_string(::getppid()) + "-" + std::to_string(channel);
   path.copy(address.sun_path, sizeof address.sun_path - 1);
   const int fd = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
   if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) return fd;
@@ -238,13 +204,12 @@ bool isClosedByPeer(int fd) {
 TEST(ConnectionsTest, WhoIsNotRegisteredOrSendsNoMessageIsCutOff) {
   inOwnProcess([] {
     Peer stranger([](int channel) {
-      const int connection = ConnectAttach(0, ::getppid(), channel, sideChannel, 0);
-      post(connection, "let me in");
-      Peer::say(connection > 0);
+      post(toTest(channel), "let me in");
+      Peer::say(toTest(channel) > 0);
       Peer::listen();
     });
     Peer vandal([](int channel) {
-      const int fd = connectRaw(::getppid(), channel);
+      const int fd = connectRaw(runtimeFolder(), channel);
       static_cast<void>(::send(fd, "nonsense", 8, MSG_NOSIGNAL));
       Peer::say(isClosedByPeer(fd));
       Peer::listen();
@@ -266,34 +231,6 @@ TEST(ConnectionsTest, WhoIsNotRegisteredOrSendsNoMessageIsCutOff) {
   });
 }
 
-TEST(ConnectionsTest, OneFirstMessageIsHeardWhileHandshakesAreAwaited) {
-  inOwnProcess([] {
-    const auto body = [](int channel) {
-      const int connection = ConnectAttach(0, ::getppid(), channel, sideChannel, 0);
-      post(connection, "hello");
-      post(connection, "again");
-      Peer::say(1);
-      Peer::listen();
-    };
-    Peer accepted(body);
-    Peer refused(body);
-    Listener self;
-    std::atomic<int> greetings = 0;
-    PeerHandler greeter([&](Message& message) {
-      ++greetings;
-      if (message.senderPid() == accepted.pid()) self.client.registerPID(message.senderPid());
-    });
-    self.client.setHandshakeMode(false, &greeter);
-    accepted.start(self.client.channelId());
-    refused.start(self.client.channelId());
-    EXPECT_EQ(accepted.hear() + refused.hear(), 2);
-    ASSERT_TRUE(iterateUntil([&] { return greetings == 2 && !self.heard.empty(); }));
-    // The greeting itself went to the greeter only.
-    EXPECT_EQ(self.heard, std::vector<std::string>{"again"});
-    self.client.setHandshakeMode(true);
-  });
-}
-
 TEST(ConnectionsTest, AProcessOfAnotherUserIsRefusedEvenWhereItCanConnect) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can become somebody else";
   inOwnProcess([] {
@@ -304,16 +241,10 @@ TEST(ConnectionsTest, AProcessOfAnotherUserIsRefusedEvenWhereItCanConnect) {
     const std::string folder = runtimeFolder();
     Peer other([folder](int channel) {
       if (::chdir(folder.c_str()) != 0 || ::setuid(65534) != 0) ::_exit(5);
-      sockaddr_un address{};
-      address.sun_family = AF_UNIX;
-      const std::string name =
-          "channel-" + std::to_string(::getppid()) + "-" + std::to_string(channel);
-      name.copy(address.sun_path, sizeof address.sun_path - 1);
       for (;;) {
-        const int fd = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-        const bool isIn = ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-        Peer::say(isIn && !isClosedByPeer(fd));
-        Peer::say(isIn);
+        const int fd = connectRaw(".", channel);
+        Peer::say(fd >= 0 && !isClosedByPeer(fd));
+        Peer::say(fd >= 0);
         Peer::listen();
       }
     });

@@ -385,19 +385,4 @@ TEST_F(LauncherTest, ChildrenThatCannotBeWhatIsAskedForEndWithoutRunningTheAppli
   EXPECT_EQ(statusOf(with([](RawRequest&) {}).substr(0, 44)), 255) << "no strings at all";
 }
 
-TEST_F(LauncherTest, WithoutRootsRightsThereIsNoServer) {
-  Program::Environment elsewhere{{"TESSEL_RESMGR_ROOT", (folder / "mine").string()}};
-  const pid_t child = ::fork();
-  if (child == 0) {
-    if (::setgid(1234) != 0 || ::setuid(1234) != 0) ::_exit(9);
-    Program refused(elsewhere, {}, "probe-server");
-    const bool told = refused.status() == 1 &&
-                      refused.errors().find("resmgr_attach failed\n") != std::string::npos;
-    ::_exit(told ? 0 : 1);
-  }
-  int status = 0;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  EXPECT_EQ(status, 0);
-}
-
 }  // namespace

@@ -88,7 +88,7 @@ TEST_F(ControlSocketTest, LinesRaiseNotificationsAndMistakesAreAnswered) {
             "{\"ok\":true}\n");
   EXPECT_EQ(ask(socket, "[\"raise\",\"onKeyboardPosition\",\"-3\"]\n"), "{\"ok\":true}\n");
   for (const char* mistake :
-       {"\n", "raise\n", "[]\n", "{}\n", "[1]\n", "[\"raise\"]\n", "[\"end\"]\n",
+       {"\n", "raise\n", "{}\n", "[1]\n", "[\"raise\"]\n", "[\"end\"]\n",
         "[\"raise\",\"onNothing\"]\n", "[\"raise\",\"onWindowState\"]\n",
         "[\"raise\",\"onWindowState\",\"a\",\"b\"]\n",
         "[\"raise\",\"onKeyboardPosition\",\"1x\"]\n", "[\"raise\",\"onKeyboardPosition\",\"\"]\n",

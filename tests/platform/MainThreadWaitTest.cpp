@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <functional>
-#include <future>
 #include <memory>
 
 namespace Tessel::Platform {
@@ -53,29 +52,6 @@ class EventParty final : public MainThreadWait::Party {
  private:
   std::function<void()> onEvent_;
 };
-
-TEST(MainThreadWaitTest, PartyMayWaitWhileItIsServed) {
-  Event answer;
-  int depth = 0;
-  EventParty party([&] {
-    if (++depth == 3) return;
-    MainThreadWait nested;
-    party.event.raise();
-    std::vector<pollfd> none;
-    nested.poll(none, Testing::Deadline);
-    EXPECT_TRUE(MainThreadWait::isActive());
-  });
-  party.event.raise();
-  {
-    MainThreadWait wait;
-    std::vector<pollfd> own{answer.descriptor()};
-    EXPECT_FALSE(wait.poll(own, Testing::Deadline));
-    EXPECT_EQ(party.served, 3);
-    EXPECT_TRUE(MainThreadWait::isActive());
-    EXPECT_FALSE(std::async(std::launch::async, MainThreadWait::isActive).get());
-  }
-  EXPECT_FALSE(MainThreadWait::isActive());
-}
 
 TEST(MainThreadWaitTest, PartiesMayLeaveWhileOneOfThemIsServed) {
   std::unique_ptr<EventParty> dismissed;

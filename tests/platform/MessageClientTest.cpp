@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include <atomic>
 #include <functional>
 #include <future>
 #include <optional>
@@ -42,28 +41,13 @@ class TracingHandler final : public MessageHandler {
   OnMessage onMessage_;
 };
 
-// Adds its text to the trace; a merged one has the texts of both.
-class Note final : public ExecutableMessage {
- public:
-  Note(std::string& trace, std::string text, Coalescing coalescing = Coalescing::None, int type = 0)
-      : ExecutableMessage(coalescing, type), trace_(trace), text_(std::move(text)) {}
-  void execute() override { trace_ += text_ + ' '; }
-  void merge(ExecutableMessage& newer) override { text_ += static_cast<Note&>(newer).text_; }
-
- private:
-  std::string& trace_;
-  std::string text_;
-};
-
 class MessageClientTest : public testing::Test {
  protected:
   void dispatch(std::function<void()> call) {
     client->dispatchMessage(executableMessage(std::move(call)));
   }
-  void note(std::string text,
-            ExecutableMessage::Coalescing coalescing = ExecutableMessage::Coalescing::None,
-            int type = 0) {
-    client->dispatchMessage(std::make_unique<Note>(trace, std::move(text), coalescing, type));
+  void note(const std::string& text) {
+    dispatch([this, text] { trace += text + ' '; });
   }
   // Runs the client until somebody ends it, which is expected to happen in time.
   int run() {
@@ -114,27 +98,6 @@ TEST_F(MessageClientTest, DeliversInOrderOfDispatchToHandlersInOrderOfInstallati
   post(5);
   runWaiting();
   EXPECT_EQ(trace, "first1 second1 note first2 second2 second3 second4 late4 ");
-}
-
-TEST_F(MessageClientTest, CoalescesMessagesOfOneTypeAndClassThatAreStillWaiting) {
-  using enum ExecutableMessage::Coalescing;
-  note("a", Merge, 1);
-  note("b", KeepFirst, 2);
-  note("x", None, 3);
-  note("c", Merge, 1);
-  note("d", KeepFirst, 2);
-  note("e", None, 3);
-  note("f", Merge, 1);
-  dispatch([this] { note("later", Merge, 1); });
-  // Shares its number with the callable above, but not its class.
-  note("untyped", KeepFirst);
-  runWaiting();
-  EXPECT_EQ(trace, "acf b x e untyped ");
-
-  client.emplace(0, -1);
-  note("again", KeepFirst, 2);
-  runWaiting();
-  EXPECT_EQ(trace, "acf b x e untyped again ") << "what was delivered stands in nobody's way";
 }
 
 TEST_F(MessageClientTest, ExitEndsTheLoopAfterTheMessageInHandWithTheFirstStatus) {

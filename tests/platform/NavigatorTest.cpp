@@ -1,5 +1,4 @@
 // The services around the navigator, each against what stands in for the outside.
-#include "platform/graphics/MemoryWindowSystem.h"
 #include "platform/graphics/Screen.h"
 #include "platform/graphics/Window.h"
 #include "platform/navigator/DeviceBus.h"
@@ -20,7 +19,6 @@
 namespace {
 
 using namespace Tessel::Platform;
-using Graphics::MemoryWindowSystem;
 using Graphics::ShownAs;
 using Graphics::Window;
 using Graphics::WindowType;
@@ -40,7 +38,6 @@ class NavigatorTest : public testing::Test, public NavigatorListener, public Loc
     LocaleHandler::instance().removeListener(this);
   }
 
-  void onExit() override { heard.emplace_back("exit"); }
   bool onRotateCheck(const String&, const String&) override { return agrees; }
   bool onRotate(const String& orientation, const String& degrees) override {
     heard.push_back(concat("rotate ", orientation, " ", degrees).toStdString());
@@ -69,16 +66,9 @@ class NavigatorTest : public testing::Test, public NavigatorListener, public Loc
   std::vector<std::string> heard;
 };
 
-class WindowServiceTest : public NavigatorTest, public Graphics::WindowListener {
- protected:
-  void windowResized(IntSize) override {}
-  void windowCloseRequested() override { service.closeRequested(); }
-
+TEST_F(NavigatorTest, StatesAreToldOnceAndForegroundIsWhatIsSeenAndHasTheKeyboard) {
   Window window{WindowType::Application, nullptr, {0, 0, 320, 240}, {}, {}, 0, false, String()};
   WindowService service{handler, window};
-};
-
-TEST_F(WindowServiceTest, StatesAreToldOnceAndForegroundIsWhatIsSeenAndHasTheKeyboard) {
   service.activeChanged(true);
   service.activeChanged(true);
   EXPECT_TRUE(handler.isForeground());
@@ -93,19 +83,6 @@ TEST_F(WindowServiceTest, StatesAreToldOnceAndForegroundIsWhatIsSeenAndHasTheKey
   EXPECT_FALSE(handler.isForeground());
   EXPECT_THAT(heard, ElementsAre("active", "fullscreen", "minimized", "enter", "covered",
                                  "maximized", "leave", "inactive"));
-}
-
-TEST_F(WindowServiceTest, RequestsReachTheWindowAndTheEndComesLater) {
-  handler.minimizeWindow();
-  EXPECT_EQ(static_cast<MemoryWindowSystem::Surface*>(window.surface())->minimizeRequests, 1);
-  window.setListener(this);
-  handler.closeWindow();
-  handler.closeWindow();
-  EXPECT_THAT(heard, IsEmpty());
-  EXPECT_TRUE(iterateUntil([this] { return !heard.empty(); }));
-  while (g_main_context_iteration(nullptr, FALSE)) {
-  }
-  EXPECT_THAT(heard, ElementsAre("exit"));
 }
 
 TEST_F(NavigatorTest, TheApplicationTurnsWithTheDeviceUnlessItIsLocked) {

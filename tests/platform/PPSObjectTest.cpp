@@ -115,26 +115,6 @@ TEST_F(PPSObjectTest, OpenReadsWhatIsThereAndTellsItAgain) {
   EXPECT_THAT(status.events, ElementsAre("Opened", "FirstReadComplete " + value));
 }
 
-TEST_F(PPSObjectTest, WritesAreMergedForEverybody) {
-  Subscriber one("folder/deep/status");
-  Subscriber two("folder/deep/status");
-  Subscriber writer("folder/deep/status");
-  ASSERT_TRUE(one.open(create));
-  ASSERT_TRUE(two.open(readOnly));
-  ASSERT_TRUE(writer.open(O_WRONLY));
-  EXPECT_EQ(textOf(one.first), "@status");
-  EXPECT_EQ(textOf(writer.first), "");
-
-  EXPECT_TRUE(one.object.write("a:n:1\nflag:b:1\ntext::say: \"x\"\n"));
-  ASSERT_TRUE(two.hears("NewData @status a=n:1 flag=b:true text=:say: \"x\""));
-  EXPECT_TRUE(writer.object.write("a:n:2\nflag:b:0\ntext:\n"));
-  for (Subscriber* each : {&one, &two}) {
-    ASSERT_TRUE(each->hears("NewData @status a=n:2 flag=b:false"));
-  }
-  EXPECT_EQ(fileText("folder/deep/status"), "@status\na:n:2\nflag:b:false\n");
-  EXPECT_THAT(filesIn(root() / "folder/deep"), ElementsAre("status"));
-}
-
 TEST_F(PPSObjectTest, EditsFromOutsideAreHeardInEveryManner) {
   edit("status", "a:n:1\n");
   fs::permissions(root() / "status", fs::perms(0640));
