@@ -4,8 +4,6 @@
 
 namespace {
 
-using ::testing::ElementsAre;
-
 class ChromeChannelTest : public test_support::ChromeFixture {
  protected:
   // What a send gets when the chrome answers with that value.
@@ -14,23 +12,6 @@ class ChromeChannelTest : public test_support::ChromeFixture {
     return sendChromeSendEvent(root, "Name", "", 1, 0).toStdString();
   }
 };
-
-TEST_F(ChromeChannelTest, EventsCarryHandleNameDataAndIntegerPostedOrWaitedFor) {
-  sendChromePostEvent(root, "Created", "", 3, 7);
-  ASSERT_EQ(page->posted.size(), 1u);
-  EXPECT_THAT(page->posted[0].path, ElementsAre("chrome", "internal", "webEvent"));
-  EXPECT_THAT(page->posted[0].arguments, ElementsAre(3, "Created", "", 7));
-
-  sendChromeSendEvent(root, "Dialog", "{\"a\":\"\"}", 4294967295u, -1);
-  ASSERT_EQ(page->called.size(), 1u);
-  EXPECT_THAT(page->called[0].path, ElementsAre("chrome", "internal", "webEvent"));
-  EXPECT_THAT(page->called[0].arguments, ElementsAre(4294967295.0, "Dialog", "{\"a\":\"\"}", -1));
-
-  sendChromeError(*root, "it \"failed\"");
-  ASSERT_EQ(page->posted.size(), 2u);
-  EXPECT_THAT(page->posted[1].path, ElementsAre("chrome", "native", "error"));
-  EXPECT_THAT(page->posted[1].arguments, ElementsAre("it \"failed\""));
-}
 
 TEST_F(ChromeChannelTest, AnswersBecomeTextByTheirType) {
   EXPECT_EQ(answerFor(2), "2");

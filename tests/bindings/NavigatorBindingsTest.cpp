@@ -13,7 +13,6 @@ namespace {
 using Tessel::Platform::FontInfo;
 using Tessel::Platform::LocaleHandler;
 using Tessel::Platform::NavigatorHandler;
-using Tessel::Platform::NavigatorService;
 using Tessel::Platform::String;
 using Tessel::Platform::Graphics::Screen;
 using test_support::inOwnProcess;
@@ -99,26 +98,6 @@ TEST_F(NavigatorBindingsTest, EnvironmentPathsAndDomainsAreAnswered) {
   });
 }
 
-TEST_F(NavigatorBindingsTest, AnswersOfServicesAreResults) {
-  struct : NavigatorService {
-    bool isForeground() override { return foreground; }
-    String coverSize() override { return size; }
-    String invokeRequest() override { return R"({"uri":"a"})"; }
-    bool foreground = false;
-    String size;
-  } service;
-  withBinding([&] {
-    NavigatorHandler::instance().addService(&service);
-    EXPECT_EQ(callNative({"application.isForeground"}), "0");
-    EXPECT_EQ(callNative({"application.coverSize"}), "");
-    service.foreground = true;
-    service.size = "{}";
-    EXPECT_EQ(callNative({"application.isForeground"}), "1");
-    EXPECT_EQ(callNative({"application.coverSize"}), "{}");
-    EXPECT_EQ(callNative({"invocation.invokeRequest", "some", "thing"}), R"({"uri":"a"})");
-  });
-}
-
 TEST_F(NavigatorBindingsTest, LocaleAndFontAreToldInTheChromesOwnTerms) {
   withBinding([this] {
     LocaleHandler::instance().onRegionChange("zh_Hant_TW");
@@ -167,40 +146,16 @@ TEST_F(NavigatorBindingsTest, WithoutAWebViewNotificationsAreDropped) {
   });
 }
 
-TEST_F(NavigatorBindingsTest, InvocationsReachTheNavigator) {
-  withBinding([this] {
-    const std::pair<const char*, std::size_t> functions[] = {{"closeViewer", 1},
-                                                             {"invoke", 2},
-                                                             {"invokeViewer", 3},
-                                                             {"queryTargets", 2},
-                                                             {"viewerRelay", 2},
-                                                             {"cardPeek", 1},
-                                                             {"cardClose", 1},
-                                                             {"cardResize", 1},
-                                                             {"getInvokeTargetFilters", 2},
-                                                             {"cardChildClose", 0},
-                                                             {"setInvokeTargetFilters", 2}};
-    for (const auto& [function, count] : functions) {
-      const std::string full = std::string("invocation.") + function;
-      std::string expected = function;
-      for (std::size_t i = 0; i < count; ++i) expected += " 7";
-      std::vector<const char*> arguments(count + 1, "7");
-      arguments[0] = full.c_str();
-      EXPECT_EQ(callNative(arguments), "");
-      EXPECT_THAT(std::exchange(requests, {}), ElementsAre(expected));
-    }
-    EXPECT_THAT(errors(), IsEmpty());
-  });
-}
-
 TEST_F(NavigatorBindingsTest, NumbersAndTruthValuesAreReadAsFarAsTheyGo) {
   withBinding([this] {
+    callNative({"invocation.cardChildClose", "nobody", "counts"});
     callNative({"invocation.setViewerPosition", "v", "12px", "left"});
     callNative({"invocation.setViewerVisibility", "v", "TRUE"});
     callNative({"invocation.setViewerVisibility", "v", "true"});
     callNative({"invocation.setViewerZOrder", "v", "-1"});
-    EXPECT_THAT(requests, ElementsAre("setViewerPosition v 12 0", "setViewerVisibility v false",
-                                      "setViewerVisibility v true", "setViewerZOrder v -1"));
+    EXPECT_THAT(requests, ElementsAre("cardChildClose", "setViewerPosition v 12 0",
+                                      "setViewerVisibility v false", "setViewerVisibility v true",
+                                      "setViewerZOrder v -1"));
   });
 }
 

@@ -64,27 +64,6 @@ class PPSBindingTest : public test_support::ChromeFixture {
   long opened_ = 0;
 };
 
-TEST_F(PPSBindingTest, AnObjectIsOpenedWrittenHeardOfAndClosed) {
-  folder_.write("dir/status", "n:n:12\non:b:true\n");
-  EXPECT_EQ(open("5", "/dir/status", "2"),
-            R"({"result":true,"data":{"status":{"n":12,"on":true}}})");
-  EXPECT_EQ(open("5", "/dir/status", "2"), R"({"result":false})");
-  ASSERT_TRUE(hears(R"(5 FirstReadComplete {"status":{"n":12,"on":true}})"));
-  EXPECT_THAT(events(),
-              ElementsAre("5 Opened", R"(5 FirstReadComplete {"status":{"n":12,"on":true}})"));
-
-  EXPECT_EQ(callNative({"pps.write", "5", R"({"on":false,"n":null,"list":[1,2]})"}), "true");
-  ASSERT_TRUE(hears(R"(5 NewData {"status":{"list":[1,2],"on":false}})"));
-  folder_.write("dir/status", "on:b:true\n");
-  ASSERT_TRUE(hears(R"(5 NewData {"status":{"on":true}})"));
-
-  callNative({"pps.close", "5"});
-  ASSERT_TRUE(hears("5 Closed"));
-  EXPECT_EQ(callNative({"pps.write", "5", R"({"on":false})"}), "false");
-  EXPECT_EQ(open("5", "/dir/status", "2"), R"({"result":true,"data":{"status":{"on":true}}})");
-  EXPECT_THAT(errors(), IsEmpty());
-}
-
 TEST_F(PPSBindingTest, AClosingObjectKeepsItsIdUntilClosedHasArrived) {
   EXPECT_EQ(open("5", "status"), R"({"result":true,"data":{"status":{}}})");
   // The thread of the events is kept busy.

@@ -48,9 +48,7 @@ class WindowAnimationsTest : public test_support::ChromeFixture {
   std::string handle(std::size_t index) const {
     return std::to_string(windows_[index]->platformHandle());
   }
-  static std::string idAfter(const std::string& id, long count = 1) {
-    return std::to_string(std::stol(id) + count);
-  }
+  static std::string idAfter(const std::string& id) { return std::to_string(std::stol(id) + 1); }
 
   std::array<std::unique_ptr<Window>, 2> windows_;
   const long base_ = 1000;
@@ -92,27 +90,6 @@ TEST_F(WindowAnimationsTest, WhatIsPreparedLastStartsAndReportsItsIdOnce) {
   frame(5000);
   EXPECT_THAT(animationEvents(), IsEmpty());
   EXPECT_THAT(errors(), IsEmpty());
-}
-
-TEST_F(WindowAnimationsTest, GroupsFadeAndEndEvenIfTheirWindowsGo) {
-  const std::string last =
-      animate("animateGlobalAlphaMultiple",
-              {"EaseOutCurve", "100", "#0", "255", "0", "#1", "0", "255", "999999999", "0", "1"});
-  callNative({"windowAnimations.startAnimation"});
-  frame(0);
-  windows_[0].reset();
-  frame(50);
-  EXPECT_EQ(windows_[1]->state().globalAlpha, 175);  // 0.6846 of the way
-  frame(100);
-  EXPECT_THAT(animationEvents(),
-              ::testing::UnorderedElementsAre("onWindowAnimationFinished " + idAfter(last, -2),
-                                              "onWindowAnimationFinished " + idAfter(last, -1),
-                                              "onWindowAnimationFinished " + last));
-  EXPECT_EQ(windows_[1]->state().globalAlpha, 255);
-
-  EXPECT_EQ(animate("animateGlobalAlphaMultiple", {"Linear", "1", "0", "0", "1"}), "0");
-  callNative({"windowAnimations.startAnimation"});
-  EXPECT_THAT(animationEvents(), IsEmpty());
 }
 
 TEST_F(WindowAnimationsTest, MistakesAreReportedAndPrepareNothing) {
