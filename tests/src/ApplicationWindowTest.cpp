@@ -87,23 +87,4 @@ TEST_F(ApplicationWindowTest, SetSizeResizesAndTurnsAndStoresTheSizeSidewaysWhen
   });
 }
 
-TEST_F(ApplicationWindowTest, ChildWindowsAreFoundByTheirIdentifierWhileTheyLive) {
-  inOwnProcess([this] {
-    ApplicationWindow& window = ApplicationWindow::instance();
-    const unsigned int handle = manager.createWebView(window.windowGroup().toStdString(), 0);
-    test_support::turnLoop();
-    const std::string handleText = std::to_string(handle);
-    const std::string identifier = webView(handle).windowUniqueId().toStdString();
-    const int found = window.windowHandleFor(identifier);
-    ASSERT_TRUE(Window::fromPlatformHandle(found));
-    EXPECT_EQ(Window::fromPlatformHandle(found)->identifier(), identifier.c_str());
-    EXPECT_EQ(callNative({"webview.jsScreenWindowHandle", handleText.c_str()}),
-              std::to_string(found));
-    // The chrome of this test is in another group.
-    EXPECT_EQ(callNative({"webview.jsScreenWindowHandle", "1"}), "0");
-    manager.destroyWebView(handle);
-    EXPECT_EQ(window.windowHandleFor(identifier), 0);
-  });
-}
-
 }  // namespace

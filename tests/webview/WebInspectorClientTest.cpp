@@ -46,20 +46,6 @@ class WebInspectorClientTest : public ChromeFixture {
   WebInspectorClient& inspector = manager.inspector();
 };
 
-TEST_F(WebInspectorClientTest, TheServerIsSwitchedByTwoFunctionsWithOppositeDefaults) {
-  EXPECT_EQ(callNative({"webInspector.enabled"}), "false");
-  callNative({"webInspector.setEnabled", "FALSE"});
-  EXPECT_EQ(callNative({"webInspector.enabled", "ignored"}), "true");
-  EXPECT_EQ(callNative({"webInspector.port"}), std::to_string(server.port()));
-  callNative({"webview.setEnabledOutOfProcessWebInspector", "x", "1"});
-  EXPECT_EQ(callNative({"webInspector.enabled"}), "false");
-  callNative({"webview.setEnabledOutOfProcessWebInspector", "x", "true"});
-  EXPECT_EQ(callNative({"webInspector.enabled"}), "true");
-  callNative({"webInspector.setEnabled", "false"});
-  EXPECT_EQ(callNative({"webInspector.enabled"}), "false");
-  EXPECT_THAT(errors(), IsEmpty());
-}
-
 TEST_F(WebInspectorClientTest, WebViewsMayBeInspectedUntilTheChromeOrTheirEndSaysNo) {
   const unsigned int first = createWebView();
   const unsigned int second = createWebView();

@@ -1,6 +1,4 @@
-// The program's web view: headers, arguments, its companion window and its text outputs.
-#include "platform/Settings.h"
-#include "tests/platform/StandardErrorPipe.h"
+// The program's web view: headers, its companion window and its native calls.
 #include "tests/support/ChromeFixture.h"
 #include "webview/WebView.h"
 
@@ -16,7 +14,6 @@ using test_support::inOwnProcess;
 using test_support::surfaceOf;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::MatchesRegex;
 
 class WebViewTest : public test_support::ChromeFixture {
  protected:
@@ -59,23 +56,12 @@ TEST_F(WebViewTest, RefusedExtraHeadersLeaveThoseInForce) {
   }
   EXPECT_THAT(headers(), ElementsAre("A: 1"));
   EXPECT_EQ(view.extraHttpHeaders(), R"({"A":"1"})");
-}
-
-TEST_F(WebViewTest, DeepNestingInAnExtraHeaderIsHarmless) {
-  constexpr std::size_t depth = 200000;
-  const std::string deep = std::string(depth, '[') + std::string(depth, ']');
+  // However deep, a value that is no text is left out.
+  const std::string deep = std::string(200000, '[') + std::string(200000, ']');
   inOwnProcess([&] {
     EXPECT_TRUE(view.setExtraHttpHeaders("{\"A\":" + deep + ",\"B\":\"1\"}"));
     EXPECT_THAT(headers(), ElementsAre("B: 1"));
   });
-}
-
-TEST_F(WebViewTest, ArgumentsAreAJsonArrayOfTexts) {
-  EXPECT_EQ(view.arguments(), "");
-  std::string texts[] = {"/bin/pagehost", "a \"b\" \\ \n\x01\xc3\xa4", ""};
-  char* arguments[] = {texts[0].data(), texts[1].data(), texts[2].data(), nullptr};
-  view.setArguments(3, arguments);
-  EXPECT_EQ(view.arguments(), "[\"/bin/pagehost\",\"a \\\"b\\\" \\\\ \\n\\u0001\xc3\xa4\",\"\"]");
 }
 
 TEST_F(WebViewTest, NativeBindingsSendCallsToTheRegistryInsteadOfTheChrome) {
@@ -119,21 +105,15 @@ TEST_F(WebViewTest, FadeWindowIsOneTransparentColouredWindowInTheGroup) {
 
   view.destroyFadeColorWindow();
   view.destroyFadeColorWindow();
-  EXPECT_EQ(view.fadeColorWindowPlatformHandle(), 0);
   EXPECT_EQ(Window::fromPlatformHandle(made), nullptr);
-}
-
-TEST_F(WebViewTest, FadeWindowIsBlackUntilColouredNoneWithoutRoomAndGoesWithItsWebView) {
   auto& windows = static_cast<MemoryWindowSystem&>(WindowSystem::current());
   windows.full = true;
   EXPECT_EQ(view.createFadeColorWindow(0, 0, 1, 1, 0), 0);
   windows.full = false;
   EXPECT_EQ(view.fadeColorWindowPlatformHandle(), 0);
-
-  const int made = view.createFadeColorWindow(0, 0, 1, 1, 0);
-  EXPECT_EQ(surfaceOf(*fadeWindow()).color, (Color{0, 0, 0, 255}));
+  const int next = view.createFadeColorWindow(0, 0, 1, 1, 0);
   manager.destroyWebView(handle);
-  EXPECT_EQ(Window::fromPlatformHandle(made), nullptr);
+  EXPECT_EQ(Window::fromPlatformHandle(next), nullptr) << "it goes with its web view";
 }
 
 }  // namespace
