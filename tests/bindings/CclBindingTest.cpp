@@ -58,6 +58,11 @@ TEST_F(CclBindingTest, KeysHaveFlagsAndGoWithTheClient) {
                                      R"({"key":"d","value":"4","flags":3},)"
                                      R"({"key":"e","value":"5","flags":3},)"
                                      R"({"key":"f","value":"6","flags":0}])"));
+  EXPECT_EQ(callNative({"ccl.setCCLEnabled", "yes"}), "-2");
+  EXPECT_EQ(callNative({"ccl.setCCLEnabled", "false"}), "0");
+  EXPECT_EQ(callNative({"ccl.isCCLEnabled"}), "0");
+  EXPECT_EQ(callNative({"ccl.onButtonClick"}), "-4");
+  EXPECT_EQ(callNative({"ccl.setCCLEnabled", "true"}), "0");
   EXPECT_EQ(callNative({"ccl.shutdown"}), "0");
   EXPECT_EQ(callNative({"ccl.shutdown"}), "-1");
   EXPECT_EQ(callNative({"ccl.eventKeysAdd", "a", "1"}), "-3");

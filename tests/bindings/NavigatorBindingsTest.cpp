@@ -13,7 +13,6 @@ namespace {
 using Tessel::Platform::FontInfo;
 using Tessel::Platform::LocaleHandler;
 using Tessel::Platform::NavigatorHandler;
-using Tessel::Platform::NavigatorService;
 using Tessel::Platform::String;
 using Tessel::Platform::Graphics::Screen;
 using test_support::inOwnProcess;
@@ -79,23 +78,23 @@ TEST_F(NavigatorBindingsTest, RequestsOfTheApplicationReachTheNavigator) {
   });
 }
 
-TEST_F(NavigatorBindingsTest, AnswersOfServicesAreResults) {
-  struct : NavigatorService {
-    bool isForeground() override { return foreground; }
-    String coverSize() override { return size; }
-    String invokeRequest() override { return R"({"uri":"a"})"; }
-    bool foreground = false;
-    String size;
-  } service;
-  withBinding([&] {
-    NavigatorHandler::instance().addService(&service);
-    EXPECT_EQ(callNative({"application.isForeground"}), "0");
-    EXPECT_EQ(callNative({"application.coverSize"}), "");
-    service.foreground = true;
-    service.size = "{}";
-    EXPECT_EQ(callNative({"application.isForeground"}), "1");
-    EXPECT_EQ(callNative({"application.coverSize"}), "{}");
-    EXPECT_EQ(callNative({"invocation.invokeRequest", "some", "thing"}), R"({"uri":"a"})");
+TEST_F(NavigatorBindingsTest, EnvironmentPathsAndDomainsAreAnswered) {
+  withBinding([this] {
+    EXPECT_EQ(callNative({"application.setenv", "PAGEHOST_T", "a=b"}), "0");
+    EXPECT_EQ(callNative({"application.getenv", "PAGEHOST_T"}), "a=b");
+    EXPECT_EQ(callNative({"application.unsetenv", "PAGEHOST_T"}), "0");
+    EXPECT_EQ(callNative({"application.getenv", "PAGEHOST_T"}), "");
+    EXPECT_EQ(callNative({"application.setenv", "a=b", "c"}), "-1");
+    EXPECT_EQ(callNative({"application.unsetenv", ""}), "-1");
+    EXPECT_EQ(callNative({"application.bindToNetworkDevice", "eth7"}), "");
+    EXPECT_STREQ(::getenv("SOCK_SO_BINDTODEVICE"), "eth7");
+    EXPECT_EQ(callNative({"application.realpath", "/proc/../dev/./null"}), "/dev/null");
+    EXPECT_EQ(callNative({"application.realpath", "/no/such/file"}), "");
+    EXPECT_EQ(callNative({"application.getRegisteredDomain", "www.Example.co.uk"}),
+              "example.co.uk");
+    for (const char* none : {"co.uk", "localhost", "127.0.0.1", "::1", "", "..", "\xff"}) {
+      EXPECT_EQ(callNative({"application.getRegisteredDomain", none}), "") << none;
+    }
   });
 }
 
@@ -119,12 +118,14 @@ TEST_F(NavigatorBindingsTest, WithoutAWebViewNotificationsAreDropped) {
 
 TEST_F(NavigatorBindingsTest, NumbersAndTruthValuesAreReadAsFarAsTheyGo) {
   withBinding([this] {
+    callNative({"invocation.cardChildClose", "nobody", "counts"});
     callNative({"invocation.setViewerPosition", "v", "12px", "left"});
     callNative({"invocation.setViewerVisibility", "v", "TRUE"});
     callNative({"invocation.setViewerVisibility", "v", "true"});
     callNative({"invocation.setViewerZOrder", "v", "-1"});
-    EXPECT_THAT(requests, ElementsAre("setViewerPosition v 12 0", "setViewerVisibility v false",
-                                      "setViewerVisibility v true", "setViewerZOrder v -1"));
+    EXPECT_THAT(requests, ElementsAre("cardChildClose", "setViewerPosition v 12 0",
+                                      "setViewerVisibility v false", "setViewerVisibility v true",
+                                      "setViewerZOrder v -1"));
   });
 }
 

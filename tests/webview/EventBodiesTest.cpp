@@ -106,12 +106,6 @@ TEST(EventBodiesTest, CStringsEndAtTheirFirstZeroByteAndMayBeMissing) {
                               R"("streamId":4294967295,"type":"NetworkResourceDataReceived"})");
   received.data = nullptr;
   EXPECT_EQ(memberOf(received, "data"), R"("")");
-  OrvWebSessionInfoEvent session;
-  EXPECT_EQ(memberOf(session, "version"), R"("")");
-  session.version = "1.0";
-  session.data = "{}";
-  EXPECT_EQ(bodyOf(session), R"({"data":"{}","isPost":true,"isSend":false,)"
-                             R"("type":"SessionInfo","version":"1.0"})");
 }
 
 TEST(EventBodiesTest, IntegersAreWrittenInFull) {
@@ -130,16 +124,6 @@ TEST(EventBodiesTest, IntegersAreWrittenInFull) {
   EXPECT_EQ(bodyOf(video), R"({"context":"c","height":2147483647,"isPost":true,"isSend":false,)"
                            R"("screenWindow":"Unsupported type: screen_window_t",)"
                            R"("type":"FullScreenVideoStarted","width":-2147483648,"x":-1,"y":0})");
-  OrvWebUnhandledKeyInputEvent key;
-  key.character = 0x1f600;
-  key.modifierMask = 0x80000000u;
-  key.keyDown = key.shiftActive = true;
-  key.sourceDevice = OrvWebSourceDevice::TesselKeyPad;
-  EXPECT_EQ(bodyOf(key), R"({"altActive":false,"alternateCharacter":0,"character":128512,)"
-                         R"("ctrlActive":false,"isPost":true,"isSend":false,"keyDown":true,)"
-                         R"("keycode":0,"metaActive":false,"modifierMask":2147483648,)"
-                         R"("shiftActive":true,"sourceDevice":"TesselKeyPad",)"
-                         R"("type":"UnhandledKeyInput"})");
 }
 
 TEST(EventBodiesTest, FunctionResultsAreWrittenByTheirKindUnderEitherNumber) {
@@ -193,6 +177,10 @@ TEST_F(ForwardingTest, PropertyChangeTellsTheValueFirstAndThenThatItChanged) {
   };
   EXPECT_THAT(forward(Changed(Changed::ZOrder)),
               ElementsAre("post PropertyZOrderEvent 0", changed("ZOrder")));
+  view.setDevicePixelRatio(1.0 / 3);
+  EXPECT_THAT(
+      forward(Changed(Changed::DevicePixelRatio)),
+      ElementsAre("post PropertyDevicePixelRatioEvent 0.333333", changed("DevicePixelRatio")));
   EXPECT_THAT(forward(Changed(Changed::HistoryList)),
               ElementsAre("post PropertyHistoryListEvent ", changed("HistoryList")));
   EXPECT_THAT(forward(Changed(Changed::PropertyMax)), ElementsAre(changed("PropertyMax")));

@@ -17,7 +17,6 @@ using test_support::ChromeFixture;
 using test_support::connectTo;
 using test_support::frame;
 using test_support::HttpPeer;
-using ::testing::IsEmpty;
 using Testing::iterateUntil;
 
 std::string socketPathIn(const std::string& list, unsigned int handle) {
@@ -32,22 +31,39 @@ class WebInspectorClientTest : public ChromeFixture {
  protected:
   ~WebInspectorClientTest() override { server.stop(); }
 
+  std::string socketPath(unsigned int handle) {
+    return socketPathIn(HttpPeer(server.port()).get("/json"), handle);
+  }
+  bool allowed(unsigned int handle) {
+    return callNative({"webInspector.enabledForWebView", std::to_string(handle).c_str()}) == "true";
+  }
+
   MongooseHttpServer& server = *MongooseHttpServer::instance();
   WebInspectorClient& inspector = manager.inspector();
 };
 
-TEST_F(WebInspectorClientTest, TheServerIsSwitchedByTwoFunctionsWithOppositeDefaults) {
-  EXPECT_EQ(callNative({"webInspector.enabled"}), "false");
-  callNative({"webInspector.setEnabled", "FALSE"});
-  EXPECT_EQ(callNative({"webInspector.enabled", "ignored"}), "true");
-  EXPECT_EQ(callNative({"webInspector.port"}), std::to_string(server.port()));
-  callNative({"webview.setEnabledOutOfProcessWebInspector", "x", "1"});
-  EXPECT_EQ(callNative({"webInspector.enabled"}), "false");
-  callNative({"webview.setEnabledOutOfProcessWebInspector", "x", "true"});
-  EXPECT_EQ(callNative({"webInspector.enabled"}), "true");
-  callNative({"webInspector.setEnabled", "false"});
-  EXPECT_EQ(callNative({"webInspector.enabled"}), "false");
-  EXPECT_THAT(errors(), IsEmpty());
+TEST_F(WebInspectorClientTest, WebViewsMayBeInspectedUntilTheChromeOrTheirEndSaysNo) {
+  const unsigned int first = createWebView();
+  const unsigned int second = createWebView();
+  const std::string handle = std::to_string(first);
+  EXPECT_TRUE(allowed(first));
+  EXPECT_TRUE(webView(first).isWebEventEnabled(OrvWebEvent::InspectorMessage));
+  callNative({"webInspector.setEnabledForWebView", handle.c_str(), "false"});
+  EXPECT_FALSE(allowed(first));
+  EXPECT_FALSE(webView(first).isWebEventEnabled(OrvWebEvent::InspectorMessage));
+  callNative({"webview.setAllowWebInspection", "x", handle.c_str(), "FALSE"});
+  inspector.addInspectable(first);
+  std::vector<InspectablePage> pages;
+  inspector.inspectablePages(pages);
+  ASSERT_GE(pages.size(), 3u);
+  EXPECT_EQ(pages.front().handle, WebViewManager::rootHandle);
+  EXPECT_EQ(pages.back().handle, first) << "added anew, at the end, once";
+  EXPECT_EQ(pages[pages.size() - 2].handle, second);
+  EXPECT_EQ(inspector.inspectablePageAt(pages.size() - 1), first);
+  EXPECT_EQ(inspector.inspectablePageAt(pages.size()), 0u);
+  callNative({"webview.delete", handle.c_str()});
+  EXPECT_FALSE(allowed(first));
+  EXPECT_EQ(inspector.pageNotFoundText(), "The page you are trying to inspect doesn't exist.");
 }
 
 // For the thread sanitizer above all: see tools/tsan-inspector.
