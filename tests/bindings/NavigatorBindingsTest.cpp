@@ -2,24 +2,16 @@
 // application. The modules register once per process, so every test has a process of its own.
 #include "bindings/ApplicationBinding.h"
 #include "bindings/InvocationBinding.h"
-#include "platform/graphics/Screen.h"
-#include "platform/navigator/FontInfo.h"
-#include "platform/navigator/LocaleHandler.h"
 #include "platform/navigator/NavigatorHandler.h"
 #include "tests/support/ChromeFixture.h"
 
 namespace {
 
-using Tessel::Platform::FontInfo;
-using Tessel::Platform::LocaleHandler;
 using Tessel::Platform::NavigatorHandler;
 using Tessel::Platform::String;
-using Tessel::Platform::Graphics::Screen;
 using test_support::inOwnProcess;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-int focusSet = -1;
 
 class NavigatorBindingsTest : public test_support::ChromeFixture {
  protected:
@@ -32,7 +24,7 @@ class NavigatorBindingsTest : public test_support::ChromeFixture {
             for (const String& argument : arguments) text += " " + argument.toStdString();
             requests.push_back(text);
           });
-      const ApplicationBinding binding(root, [](int value) { focusSet = value; });
+      const ApplicationBinding binding(root, [](int) {});
       const InvocationBinding invocation(root);
       body();
     });
@@ -58,25 +50,6 @@ class NavigatorBindingsTest : public test_support::ChromeFixture {
 
   std::vector<std::string> requests;
 };
-
-TEST_F(NavigatorBindingsTest, RequestsOfTheApplicationReachTheNavigator) {
-  withBinding([this] {
-    EXPECT_EQ(callNative({"application.adduri", "t", "u", "n", "i"}), "");
-    callNative({"application.lockRotation"});
-    callNative({"application.lockRotation", "left_up"});
-    callNative({"application.setKeyboardTracking", "True"});
-    callNative({"application.setKeyboardTracking", "true"});
-    callNative({"application.requestExit", "what", "ever"});
-    EXPECT_THAT(requests, ElementsAre("addURI t u n i", "lockRotation", "lockRotation left_up",
-                                      "setKeyboardTracking false", "setKeyboardTracking true",
-                                      "closeWindow"));
-    EXPECT_THAT(errors(), IsEmpty());
-    callNative({"application.setKeyboardFocus", "1x"});
-    EXPECT_EQ(focusSet, 1);
-    callNative({"application.setKeyboardFocus", "x"});
-    EXPECT_EQ(focusSet, 0);
-  });
-}
 
 TEST_F(NavigatorBindingsTest, EnvironmentPathsAndDomainsAreAnswered) {
   withBinding([this] {
@@ -104,15 +77,6 @@ TEST_F(NavigatorBindingsTest, TurningIsAgreedToAndLeftToTheChrome) {
     EXPECT_THAT(told(), IsEmpty());
     EXPECT_FALSE(NavigatorHandler::instance().onRotate("a", "b"));
     EXPECT_THAT(told(), ElementsAre("application.onRotate a b"));
-  });
-}
-
-TEST_F(NavigatorBindingsTest, WithoutAWebViewNotificationsAreDropped) {
-  inOwnProcess([this] {
-    const ApplicationBinding binding(nullptr, nullptr);
-    NavigatorHandler::instance().onWindowActive();
-    EXPECT_EQ(callNative({"application.setKeyboardFocus", "1"}), "");
-    EXPECT_THAT(told(), IsEmpty());
   });
 }
 

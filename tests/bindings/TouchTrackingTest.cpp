@@ -99,23 +99,6 @@ TEST_F(TouchTrackingTest, TheMinimumWinsAndExtremesAreHarmless) {
   EXPECT_EQ(windows_[0]->state().globalAlpha, 0);
 }
 
-TEST_F(TouchTrackingTest, AlphaFollowsWithTheQuotientTruncated) {
-  const auto alphaAt = [&](int x, int y) {
-    follow(x, y);
-    return windows_[1]->state().globalAlpha;
-  };
-  call("setWindowGroupTrackYToAlpha", {"1", "0", "100", "10", "200", "0"});
-  EXPECT_EQ(alphaAt(0, 51), 112);
-  call("setWindowGroupTrackXToAlpha", {"1", "0", "300", "255", "-255", "0"});
-  EXPECT_EQ(alphaAt(150, 51), 128) << "left to right counts";
-  EXPECT_EQ(windows_[0]->windowLocation(), (IntPoint{100, 200})) << "it only fades";
-  call("setWindowGroupTrackX", {"1", "0", "100", "0"});
-  EXPECT_EQ(alphaAt(50, 0), 128) << "the limits are the axis's";
-  EXPECT_EQ(windows_[0]->windowLocation(), (IntPoint{150, 200}));
-  call("setWindowGroupTrackXToAlpha", {"1", "5", "5", "255", "-255", "0"});
-  EXPECT_EQ(alphaAt(50, 0), 0) << "nothing to be between";
-}
-
 TEST_F(TouchTrackingTest, WindowsThatGoAndComeLateAreSkipped) {
   call("setWindowGroupTrackX", {"1", "-500", "500", "0"});
   windows_[0].reset();

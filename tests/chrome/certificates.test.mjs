@@ -1,9 +1,6 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
 import { KnownCertificates, placeBefore } from '../../chrome/certificates.js';
-import { cookieParts } from '../../chrome/site-data-panel.js';
-import { fileName } from '../../chrome/screenshot-panel.js';
-import { stepFrom } from '../../chrome/zoom.js';
 import { fakeTab, fakeTabs } from './fakes.mjs';
 
 function openTab(tabs) {
@@ -47,17 +44,4 @@ test('the way back from a refused page passes by all that it left', () => {
     [urls('bad'), 0, -1],
     [[], -1, -1],
   ]) assert.equal(placeBefore(history, position, 'bad'), at, JSON.stringify(history));
-});
-
-test('zoom goes by steps, from between them too, and ends at its ends', () => {
-  for (const [scale, direction, next] of [
-    [1, 1, 1.1], [1, -1, 0.9], [1.0001, 1, 1.1], [0.9999, -1, 0.9], [1.3, -1, 1.25], [5, 1, 5], [0.25, -1, 0.25], [8, 1, 5],
-  ]) assert.equal(stepFrom(scale, direction), next, `${scale} ${direction}`);
-});
-
-test('cookies and file names in odd shapes', () => {
-  assert.deepEqual(cookieParts('a=b=c; path=/; HttpOnly'), { name: 'a', value: 'b=c', rest: 'path=/, HttpOnly' });
-  assert.deepEqual(cookieParts('lone'), { name: 'lone', value: '', rest: '' });
-  assert.equal(fileName('../etc/passwd: “ö”'), 'etc passwd ö.png');
-  assert.equal(fileName('///'), 'page.png');
 });

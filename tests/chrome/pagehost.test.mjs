@@ -82,10 +82,3 @@ test('two copies share listeners and dispatch once', async () => {
   assert.equal(heard, 2);
   assert.equal(globalThis.chrome.internal.application, 'kept');
 });
-
-test('outside the host, calls fail with one readable message', async () => {
-  delete globalThis.orv;
-  const outside = await load();
-  assert.equal(outside.isHosted(), false);
-  assert.throws(() => outside.call('webview.title', 1), /only inside pagehost/);
-});

@@ -99,29 +99,6 @@ test('tabs that lost their process together go on together, apart from all other
   assert.deepEqual(numbers(one), [[4, 4]]);
 });
 
-test('a process that cannot be had leaves the tab, to try again', () => {
-  host.refuses = true;
-  const tab = open('http://x/', processes.fresh());
-  assert.equal(tab.ended, 'refused');
-  assert.deepEqual(tabs.reports, [['http://x/', 'refused']]);
-  assert.match(endedWords(tab, tabs.list).text, /no process/);
-  reopen(tab);
-  assert.equal(tab.ended, 'refused');
-  host.refuses = false;
-  reopen(tab);
-  assert.deepEqual([tab.ended, ...numbers(tab)], ['', [1, 1]]);
-});
-
-test('a page waits for the window that it opens only if there will be one', () => {
-  let opens = true;
-  const tab = new Tab((_, what) => (what?.opens ? opens : undefined), { process: HERE, processes });
-  tab.navigate('http://x/');
-  const answer = () => JSON.parse(raise(tab.view.handle, 'OpenWindow', '{"waitHandle":1}'));
-  assert.deepEqual(answer(), { setWait: true });
-  opens = false;
-  assert.deepEqual(answer(), { setAction: 'DISCARD' });
-});
-
 test('a private tab is one before it loads anything, and again in its next process', () => {
   const tab = new Tab(() => {}, { process: processes.fresh(), processes, isPrivate: true });
   tabs.list.push(tab);

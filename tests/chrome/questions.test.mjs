@@ -45,17 +45,6 @@ test('one question at a time, in their order, and then none', () => {
   assert.ok(!tab.asking);
 });
 
-test('a question of a tab in the background waits there', () => {
-  const [front, back] = [tabNamed('front'), tabNamed('back')];
-  activate(front);
-  questions.ask(back, question('quiet'));
-  assert.deepEqual(shown, []);
-  assert.ok(back.asking && !front.asking);
-  activate(back);
-  activate(front);
-  assert.deepEqual(shown, ['quiet', null]);
-});
-
 test('a page that goes takes its questions along, each of them refused once', () => {
   for (const end of ['committed', 'crashed', 'closed']) {
     const log = [];
@@ -70,19 +59,6 @@ test('a page that goes takes its questions along, each of them refused once', ()
     assert.equal(questions.shown, null);
     assert.ok(questions.isAsking(other));
   }
-});
-
-test('a tab is marked as long as anybody asks for it', () => {
-  const tab = tabNamed('a');
-  const others = new Questions(tabs, () => {});
-  const [dialog, permission] = [question('dialog'), question('permission')];
-  activate(tab);
-  questions.ask(tab, dialog);
-  others.ask(tab, permission);
-  questions.done(dialog);
-  assert.ok(tab.asking);
-  others.done(permission);
-  assert.ok(!tab.asking);
 });
 
 test('a question outlives the pages that have to do with it, and no other', () => {

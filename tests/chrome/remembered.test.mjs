@@ -2,7 +2,7 @@ import assert from 'node:assert/strict';
 import test, { beforeEach } from 'node:test';
 import { HERE, Processes } from '../../chrome/processes.js';
 import { Session } from '../../chrome/session.js';
-import { colorText, Settings, SETTINGS, valueOf } from '../../chrome/settings.js';
+import { Settings, SETTINGS, valueOf } from '../../chrome/settings.js';
 import { Store } from '../../chrome/store.js';
 import { fakeTab, fakeTabs } from './fakes.mjs';
 
@@ -62,16 +62,6 @@ test('what was chosen goes to this tab and, before its page, to every later one'
   assert.deepEqual(chosen(openTab('http://c/', { opener: tab })), [['setBlockPopups', true]]);
 });
 
-test('only what a setting can be is taken from its field', () => {
-  const [size, agent, color] = ['DefaultFontSize', 'UserAgent', 'BackgroundColor'].map((name) => SETTINGS.find((each) => each.name === name));
-  for (const [setting, entered, value] of [
-    [size, '16', '16'], [size, ' 9 ', '9'], [size, '5', null], [size, '73', null], [size, '', null], [size, '1e1', null],
-    [agent, ' me ', 'me'], [agent, '', ''],
-    [color, '#00ff80', '4278255488'], [color, 'red', null],
-  ]) assert.equal(valueOf(setting, entered), value, `${setting.name} ${entered}`);
-  assert.equal(colorText('4278255488'), '#00ff80');
-});
-
 test('tabs come back with their way; start pages and private ones do not', () => {
   openTab(START);
   openTab('http://a/');
@@ -98,14 +88,6 @@ test('tabs that shared a process share one again, whatever its number', () => {
   session.restore();
   const numbers = Object.fromEntries(tabs.reopened.map(([url,,, number]) => [url, number]));
   assert.deepEqual(numbers, { 'http://a/': 1, 'http://b/': 0, 'http://c/': 3, 'http://d/': 1, 'http://e/': 4 });
-});
-
-test('a start that opened nothing leaves the last session where it is', () => {
-  openTab('http://a/');
-  nextStart();
-  const start = openTab(START);
-  tabs.close(start);
-  assert.equal(nextStart().lastTime.length, 1);
 });
 
 test('a history that was cleared is not remembered, and neither is too long a one', () => {

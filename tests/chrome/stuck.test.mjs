@@ -39,13 +39,3 @@ test('a page that is stuck is named and asked about once, and stopped or waited 
   open[1].answer(false);
   assert.deepEqual(log, [['setJavaScriptInterruptTimeout', PATIENCE], ['stop']]);
 });
-
-test('a page that comes back by itself is not asked about any more', () => {
-  interrupt();
-  mock.timers.tick(PATIENCE);
-  interrupt();
-  mock.timers.tick(PATIENCE + 1000);
-  assert.equal(open.length, 1);
-  mock.timers.tick(PATIENCE);
-  assert.equal(open.length, 0);
-});

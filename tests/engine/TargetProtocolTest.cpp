@@ -48,15 +48,4 @@ TEST(TargetProtocolTest, APlainFrontEndTalksToThePageThatIsThere) {
   EXPECT_EQ(protocol.toEngine(std::string(1000000, '[')), std::nullopt);
 }
 
-TEST(TargetProtocolTest, AFrontEndThatWrapsIsLeftAlone) {
-  for (const char* first :
-       {R"({"id":1,"method":"Browser.enable"})", R"({"id":1,"method":"Target.setPauseOnStart"})"}) {
-    TargetProtocol protocol;
-    EXPECT_THAT(protocol.toFrontEnd(created("page-1")), Optional(created("page-1")));
-    EXPECT_THAT(protocol.toEngine(first), Optional(std::string(first)));
-    EXPECT_THAT(protocol.toEngine(question), Optional(std::string(question)));
-    EXPECT_THAT(protocol.toFrontEnd(from("page-1", "answer")), Optional(from("page-1", "answer")));
-  }
-}
-
 }  // namespace

@@ -1,7 +1,6 @@
-// Windows on a real display: animations on the toolkit's own frames, fingers and the mouse, and
-// parts that are left out of painting and input.
+// Windows on a real display: fingers and the mouse, and parts that are left out of painting and
+// input.
 #include "platform/graphics/Screen.h"
-#include "platform/graphics/WindowAnimation.h"
 #include "tests/support/WindowsOnScreen.h"
 
 #include <gtk/gtk.h>
@@ -27,47 +26,7 @@ using Graphics::ScreenContext;
 using Graphics::ScreenEventType;
 using Testing::iterateUntil;
 
-class WindowScreenTest : public test_support::WindowsOnScreen {
- protected:
-  // One that moves to the right and counts its end.
-  std::unique_ptr<Graphics::WindowAnimation> move(Window& window) {
-    const Graphics::LocationChange way{{0, 200}, {350, 20}};
-    const Graphics::AnimationTiming timing{Graphics::AnimationCurve::Linear,
-                                           Graphics::AnimationTiming::Duration(200)};
-    auto moves =
-        std::make_unique<Graphics::WindowAnimation>(&window, way, timing, [this] { ++finished_; });
-    moves->start();
-    return moves;
-  }
-
-  int finished_ = 0;
-};
-
-TEST_F(WindowScreenTest, AnimationsMoveWithThePicturesAndEndWhereNobodySeesThemToo) {
-  auto child = makeChild({50, 50, 50, 50});
-  paint(*child, {255, 0, 0, 255});
-  std::vector<int> places{0};
-  auto moves = move(*child);
-  ASSERT_TRUE(iterateUntil([&] {
-    const int place = child->windowLocation().x;
-    if (place != places.back()) places.push_back(place);
-    return finished_ == 1;
-  }));
-  EXPECT_GT(places.size(), 3u);
-  EXPECT_TRUE(std::is_sorted(places.begin() + 1, places.end())) << "from where it is told to start";
-  EXPECT_TRUE(shows(351, 21, {255, 0, 0})) << "and there it is on the screen";
-  EXPECT_TRUE(shows(349, 21, background));
-
-  top_->setVisible(false);
-  moves = move(*child);
-  EXPECT_TRUE(iterateUntil([&] { return finished_ == 2; }));
-  EXPECT_EQ(child->windowLocation(), (IntPoint{350, 20}));
-  // Nor does it have to be in a window.
-  child = makeChild({0, 0, 50, 50});
-  moves = move(*child);
-  top_.reset();
-  EXPECT_TRUE(iterateUntil([&] { return finished_ == 3; }));
-}
+class WindowScreenTest : public test_support::WindowsOnScreen {};
 
 class ScreenInputTest : public test_support::WindowsOnScreen,
                         public Graphics::ScreenWindowListener {

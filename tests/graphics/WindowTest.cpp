@@ -87,14 +87,6 @@ TEST_F(WindowTest, ChildrenOutliveTheirTopLevelWindowUnseen) {
   EXPECT_FALSE(orphan->hasBuffer()) << "a new window of that name has children of its own";
 }
 
-TEST_F(WindowTest, AGroupBelongsToTheFirstWindowOfItsName) {
-  const auto first = topLevel("main");
-  auto second = topLevel("main");
-  EXPECT_EQ(Window::topLevelOf("main"), first.get());
-  second.reset();
-  EXPECT_EQ(Window::topLevelOf("main"), first.get());
-}
-
 TEST_F(WindowTest, AWindowWithoutRoomDoesNothing) {
   system_->full = true;
   const auto top = topLevel("main");

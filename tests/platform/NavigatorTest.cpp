@@ -111,20 +111,6 @@ TEST_F(NavigatorTest, TheApplicationTurnsWithTheDeviceUnlessItIsLocked) {
   handler.rotate("top_up");
 }
 
-TEST_F(NavigatorTest, SettingsOfTheLocaleServiceAreReadAsProgramsReadTheEnvironment) {
-  LocaleHandler& locale = LocaleHandler::instance();
-  locale.takeSettings({"LANG=fr_FR.UTF-8"});
-  heard.clear();
-  locale.takeSettings({"LANG=de_AT.UTF-8@euro", "LC_TIME=nl_BE.utf8"});
-  EXPECT_THAT(heard, ElementsAre("language de_AT", "region nl_BE"));
-  heard.clear();
-  locale.takeSettings({"LANG=de_AT", "LC_ALL=C", "LC_TIME=nl_BE"});
-  EXPECT_THAT(heard, ElementsAre("language en_US", "region en_US"));
-  heard.clear();
-  locale.takeSettings({});
-  EXPECT_THAT(heard, IsEmpty());
-}
-
 TEST_F(NavigatorTest, MemoryIsShortOnceUntilThePressureIsOver) {
   EXPECT_EQ(MemoryPressure::shareOf("some avg10=12.50 avg60=0.10 avg300=0.00 total=7\nfull"), 12.5);
   EXPECT_LT(MemoryPressure::shareOf("full avg10=12.50"), 0);

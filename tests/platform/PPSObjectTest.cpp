@@ -102,19 +102,6 @@ class PPSObjectTest : public testing::Test {
   MainMessageClient client{0, -1};
 };
 
-TEST_F(PPSObjectTest, OpenReadsWhatIsThereAndTellsItAgain) {
-  edit("system/status",
-       "@other\nn:n:12\non:b:true\nthis is no attribute\n:n:1\nn:n:13\nurl::a:b\n"
-       "gone:\n@n:n:1\nlast:x:");
-  Subscriber status("/system/status");
-  ASSERT_TRUE(status.open(readOnly));
-  const std::string value = "@status last=x: n=n:13 on=b:true url=:a:b";
-  EXPECT_EQ(textOf(status.first), value);
-  EXPECT_THAT(status.events, ElementsAre()) << "events come from the loop";
-  ASSERT_TRUE(status.hears(value));
-  EXPECT_THAT(status.events, ElementsAre("Opened", "FirstReadComplete " + value));
-}
-
 TEST_F(PPSObjectTest, EditsFromOutsideAreHeardInEveryManner) {
   edit("status", "a:n:1\n");
   fs::permissions(root() / "status", fs::perms(0640));
@@ -283,24 +270,6 @@ TEST_F(PPSFaultTest, AFullDiskAndOneThatIsReadOnlyAreTold) {
     EXPECT_FALSE(Subscriber("new").open(create));
     EXPECT_TRUE(Subscriber("status").open(readOnly));
     EXPECT_EQ(fileText("status"), "@status\na:n:3\n");
-  });
-}
-
-TEST_F(PPSFaultTest, AFolderWithoutPermissionIsTold) {
-  edit("status", "@status\na:n:1\n");
-  edit("secret", "a:n:1\n");
-  fs::permissions(folder_.path(), fs::perms(0755));
-  fs::permissions(root(), fs::perms(0755));
-  fs::permissions(root() / "status", fs::perms(0666));
-  fs::permissions(root() / "secret", fs::perms(0600));
-  inOwnProcess([&] {
-    ASSERT_EQ(::setresuid(65534, 65534, 65534), 0);
-    Subscriber status("status");
-    ASSERT_TRUE(status.open(O_RDWR));
-    EXPECT_THAT(mustFail(status, "a:n:2\n"), EndsWith("could not be written: Permission denied"));
-    EXPECT_FALSE(Subscriber("secret").open(readOnly));
-    EXPECT_FALSE(Subscriber("new").open(create));
-    EXPECT_EQ(fileText("status"), "@status\na:n:1\n");
   });
 }
 

@@ -3,7 +3,7 @@
 //
 //   window NAME X Y W H      a child window; all zero: it covers the application's
 //   content NAME KIND [TEXT] a widget in it: area, or page (TEXT is its document)
-//   place NAME X Y W H, alpha NAME N, order NAME N, show NAME 0|1, color NAME R G B, remove NAME
+//   place NAME X Y W H, alpha NAME N, order NAME N
 //   tint NAME R G B          areas are of that colour from now on, each part 0 or 1
 //   paints NAME              how often areas were drawn, after a time that is enough for more
 //   focus NAME, tell NAME (its handle and size)
@@ -155,16 +155,6 @@ void obey(const std::string& line) {
     window.setGlobalAlpha(number());
   } else if (order == "order") {
     window.setZOrder(number());
-  } else if (order == "show") {
-    window.setVisible(number() != 0);
-  } else if (order == "color") {
-    const auto byte = [&] { return static_cast<std::uint8_t>(number()); };
-    Color color;
-    color.red = byte();
-    color.green = byte();
-    color.blue = byte();
-    clearBuffer(window, color);
-    window.post({0, 0, 1, 1});
   } else if (order == "tint") {
     for (double& part : tint) part = number();
     gtk_widget_queue_draw(area);
@@ -179,8 +169,6 @@ void obey(const std::string& line) {
   } else if (order == "tell") {
     const IntSize size = window.surfaceSize();
     tell("window", window.platformHandle(), window.identifier().utf8(), size.width, size.height);
-  } else if (order == "remove") {
-    windows.erase(name);
   }
 }
 

@@ -121,41 +121,6 @@ class RemoteScreenTest : public test_support::WindowsOnScreen {
   std::string line_;
 };
 
-TEST_F(RemoteScreenTest, IsPlacedStackedFadedAndHiddenLikeAnyChildWindow) {
-  order("window a 20 20 100 100");
-  order("content a area");
-  ASSERT_TRUE(shows(25, 25, green));
-  ASSERT_TRUE(shows(115, 115, green));
-  EXPECT_EQ(test_support::pixelAt(125, 60), background);
-  order("alpha a 128");
-  EXPECT_TRUE(shows(60, 60, {20, 122, 20}));
-  order("alpha a 255");
-  order("place a 200 20 150 200");
-  EXPECT_TRUE(shows(345, 215, green));
-
-  // A window of the application itself lies between two of the child.
-  const auto local = makeChild({180, 10, 100, 100});
-  local->setZOrder(5);
-  paint(*local, {255, 0, 0, 255});
-  EXPECT_TRUE(shows(250, 60, red));
-  order("order a 6");
-  EXPECT_TRUE(shows(250, 60, green));
-  order("window b 240 50 40 40");
-  order("color b 0 0 255");
-  order("order b 7");
-  EXPECT_TRUE(shows(250, 60, blue));
-  order("show a 0");
-  order("remove b");
-  EXPECT_TRUE(shows(250, 60, red));
-  order("show a 1");
-  EXPECT_TRUE(shows(250, 60, green));
-
-  endChild();
-  EXPECT_TRUE(shows(250, 60, red));
-  EXPECT_TRUE(shows(345, 215, background));
-  EXPECT_FALSE(remote_->isConnected());
-}
-
 TEST_F(RemoteScreenTest, FollowsTheApplicationsWindowAndWhatItDoesByHandle) {
   order("window a 0 0 0 0");
   order("content a area");

@@ -16,7 +16,6 @@
 #include <filesystem>
 
 using Tessel::Platform::MainMessageClient;
-using Tessel::Platform::UniqueFd;
 using Tessel::Platform::Graphics::Window;
 using Tessel::Platform::Graphics::WindowType;
 

@@ -126,27 +126,6 @@ TEST(EventBodiesTest, IntegersAreWrittenInFull) {
                            R"("type":"FullScreenVideoStarted","width":-2147483648,"x":-1,"y":0})");
 }
 
-TEST(EventBodiesTest, FunctionResultsAreWrittenByTheirKindUnderEitherNumber) {
-  const std::pair<JavaScriptVariant, std::string> results[]{
-      {true, "true"},
-      {false, "false"},
-      {-5, "-5"},
-      {String(std::string("t\0\"", 3)), R"("t\u0000\"")"},
-      {JavaScriptVariant(), R"("")"},
-      {JavaScriptVariant::null(), R"("")"},
-      {JavaScriptVariant::object(), R"("")"}};
-  for (const auto& [result, written] : results) {
-    OrvWebJavaScriptFunctionResultEvent event;
-    event.result = result;
-    event.resultId = "7";
-    const std::string body =
-        R"({"isPost":true,"isSend":false,"result":)" + written + R"(,"resultId":"7","type":)";
-    EXPECT_EQ(bodyOf(event), body + R"("JavaScriptFunctionResult"})");
-    static_cast<Event&>(event) = Event(Event::JavaScriptFunctionResultEvent);
-    EXPECT_EQ(bodyOf(event), body + R"("JavaScriptFunctionResultEvent"})");
-  }
-}
-
 TEST(EventBodiesTest, UnknownNumbersAreWrittenAsNoName) {
   OrvWebJavaScriptResultEvent result;
   result.resultType = OrvWebJavaScriptResultType(9);

@@ -17,7 +17,6 @@ using test_support::exitStatusOf;
 using test_support::inOwnProcess;
 using test_support::turnLoop;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 class WebViewManagerTest : public test_support::ChromeFixture {
@@ -58,28 +57,6 @@ TEST_F(WebViewManagerTest, LaterWebViewsComeWithTheLoopAndCountOnceTheyReportThe
   deleteWebView(first);
   deleteWebView(second);
   EXPECT_EQ(createWebView(), second + 1) << "handles are never used again";
-}
-
-TEST_F(WebViewManagerTest, NewWebViewRaisesCreatedOnlyAndDestroyedOnceItIsCreated) {
-  const unsigned int handle = createWebView();
-  WebView& view = webView(handle);
-  EXPECT_FALSE(view.isWebEventEnabled(Event::Focus));
-  EXPECT_FALSE(view.isAnyPropertyChangedEventsEnabled());
-  EXPECT_FALSE(view.isEnableDiskCache());
-  EXPECT_FALSE(pageOf(handle)->callbackObjectEnabled);
-
-  // A second report is an event like any other.
-  view.setWebEventEnabled(Event::Destroyed, false);
-  pageOf(handle)->raise(Event(Event::Created));
-  EXPECT_THAT(events(), ElementsAre(plainEvent(handle, "Created")));
-  EXPECT_FALSE(view.isWebEventEnabled(Event::Destroyed));
-
-  // One that ends by itself stays until it is deleted.
-  view.setWebEventEnabled(Event::Destroyed, true);
-  view.destroy();
-  turnLoop();
-  EXPECT_THAT(events(), ElementsAre(plainEvent(handle, "Destroyed")));
-  EXPECT_EQ(manager.webViewForHandle(handle), &view);
 }
 
 TEST_F(WebViewManagerTest, ChromeIsNotToldAboutItsOwnScripts) {
@@ -126,22 +103,6 @@ TEST_F(WebViewManagerTest, WebViewMayBeDeletedInsideItsOwnEvent) {
   };
   EXPECT_EQ(itsPage->raise(Callback({"f"})).result(), "last words");
   EXPECT_TRUE(itsPage->closed);
-}
-
-TEST_F(WebViewManagerTest, WithoutAChromeErrorsAreLoggedAndSentEventsGetNoAnswer) {
-  inOwnProcess([this] {
-    // The loop goes on without web views where there never was a chrome.
-    client.dispatchMessage(executableMessage([this] { manager.destroyWebView(1); }));
-    client.dispatchMessage(executableMessage(
-        [this] { client.dispatchMessage(executableMessage([this] { client.exit(4); })); }));
-    EXPECT_EQ(exitStatusOf(client), 4);
-    EXPECT_FALSE(manager.rootWebViewFromAnyThread());
-    Tessel::Platform::Testing::StandardErrorPipe log;
-    manager.informChromeOfError("lost");
-    EXPECT_THAT(log.read(),
-                HasSubstr("WebViewManager::informChromeOfError: can't find root webview!"));
-    EXPECT_EQ(send(9, "Dialog"), "");
-  });
 }
 
 TEST_F(WebViewManagerTest, LoopEndsWithTheLastWebViewUnlessAnotherOneCameMeanwhile) {
