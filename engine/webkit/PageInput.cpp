@@ -186,12 +186,14 @@ void PageInput::textUnfocused() {
 
 void PageInput::caretMoved(int position, int anchor) {
   const auto page = page_.shared_from_this();
+  // Where the caret was when the field got the keyboard may be told after the first key.
+  const bool isOld = position_ < 0 && position < committedEnd_;
   if (position != position_ || anchor != anchor_) {
     position_ = position;
     anchor_ = anchor;
     notify(OrvWebInputNotification::CaretChanged);
   }
-  if (commits_ == 0) return;
+  if (commits_ == 0 || isOld) return;
   // The caret may have jumped over several at once, or not have got as far as expected.
   commits_ = position_ >= committedEnd_ ? 0 : commits_ - 1;
   notify(OrvWebInputNotification::InputEventComplete);

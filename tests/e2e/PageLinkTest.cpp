@@ -332,8 +332,8 @@ TEST_F(PageLinkTest, TwoHundredWebViewsLeaveNothingBehind) {
   const std::size_t descriptors = openDescriptors();
   const long memory = residentKilobytes();
   cycle(200);
-  // One for every fifth web view would be a leak. The engine keeps a thread and two descriptors of a
-  // web process now and then: of one in fifteen on a busy machine, of hardly any on a quiet one.
+  // One for every fifth web view would be a leak. The engine keeps a thread and two descriptors of
+  // a web process now and then: one in fifteen on a busy machine, hardly any on a quiet one.
   EXPECT_LT(openDescriptors(), descriptors + 40);
   EXPECT_LT(residentKilobytes() - memory, 16 * 1024);
 }
