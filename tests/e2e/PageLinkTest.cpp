@@ -309,6 +309,49 @@ TEST_F(PageLinkTest, OnlyThePageItselfReachesNativeFunctions) {
       << "a permission that is taken back counts at once";
 }
 
+// Of this process, or of another.
+long residentKilobytes(const std::string& process = "self") {
+  std::ifstream status("/proc/" + process + "/statm");
+  long total = 0;
+  long resident = 0;
+  status >> total >> resident;
+  return resident * (::sysconf(_SC_PAGESIZE) / 1024);
+}
+
+// What the program keeps in a document must not keep the document.
+TEST_F(PageLinkTest, DocumentsThatWereLeftAreFreed) {
+  constexpr int documents = 40;
+  constexpr long each = 8192;  // kilobytes
+  const std::string heavy = "<title>x</title><script>large = new Uint8Array(" +
+                            std::to_string(each * 1024) +
+                            ").fill(1); addEventListener('scroll', () => large)</script>";
+  for (const bool drives : {false, true}) {
+    ASSERT_TRUE(RealEngine::runUntil([] { return webProcesses().empty(); }));
+    const auto view = engine_->openPage(heavy, {}, drives);
+    ASSERT_TRUE(view);
+    ASSERT_EQ(webProcesses().size(), 1u);
+    const std::string process = std::to_string(webProcesses().front());
+    const long before = residentKilobytes(process);
+    const auto load = [&](const std::string& html) {
+      view->events.clear();
+      view->loadString(html, "text/html");
+      return RealEngine::runUntil([&] {
+        return std::count(view->events.begin(), view->events.end(),
+                          OrvWebEvent::DocumentLoadFinished) > 0;
+      });
+    };
+    for (int i = 0; i < documents; ++i) ASSERT_TRUE(load(heavy));
+    // The engine collects when it likes, but some time after it has left a document.
+    long more = documents * each;
+    for (int i = 0; i < 300 && more > documents * each / 4; ++i) {
+      ASSERT_TRUE(load("<title>x</title>"));
+      std::this_thread::sleep_for(20ms);
+      more = residentKilobytes(process) - before;
+    }
+    EXPECT_LT(more, documents * each / 4) << drives;
+  }
+}
+
 TEST_F(PageLinkTest, TwoHundredWebViewsLeaveNothingBehind) {
   const auto cycle = [&](int count) {
     for (int i = 0; i < count; ++i) {
@@ -319,13 +362,6 @@ TEST_F(PageLinkTest, TwoHundredWebViewsLeaveNothingBehind) {
     }
     ASSERT_TRUE(RealEngine::runUntil([&] { return webProcesses().empty(); }));
     RealEngine::settle();
-  };
-  const auto residentKilobytes = [] {
-    std::ifstream status("/proc/self/statm");
-    long total = 0;
-    long resident = 0;
-    status >> total >> resident;
-    return resident * (::sysconf(_SC_PAGESIZE) / 1024);
   };
   // The first ones fill the caches of the toolkit and the engine.
   cycle(20);

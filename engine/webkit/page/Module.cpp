@@ -100,16 +100,12 @@ JSCValue* onDialog(GPtrArray* arguments, gpointer data) {
   return module().runDialog(function->page, function->dialog, arguments);
 }
 
-using VariadicCallback = JSCValue* (*)(GPtrArray*, gpointer);
-
 // A function that the page can call with anything and that gets texts, null and undefined.
 void defineFunction(JSCContext* context, const PageFunctions& functions, JSCValue* holder,
                     const char* name, VariadicCallback callback, const NativeFunction& function) {
-  const ObjectPointer<JSCValue> native(jsc_value_new_function_variadic(
-      context, name, G_CALLBACK(callback), new NativeFunction(function), freeNativeFunction,
-      JSC_TYPE_VALUE));
-  const ObjectPointer<JSCValue> wrapped(jsc_value_function_call(
-      functions.wrapNative.get(), JSC_TYPE_VALUE, native.get(), G_TYPE_NONE));
+  const ObjectPointer<JSCValue> wrapped(makeVariadic(context, functions.wrapNative.get(), name,
+                                                     callback, new NativeFunction(function),
+                                                     freeNativeFunction));
   jsc_value_object_set_property(holder, name, wrapped.get());
 }
 
@@ -207,11 +203,13 @@ void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page
   if (record.setup.drivesApplication) replaceDialogs(context.get(), record.functions, number);
   // What the page that drives the program would ask, nobody else could answer.
   if (!record.setup.drivesApplication) {
-    definePageApi(context.get(), [self, number](const FunctionCall& call, bool waits) {
-      if (waits) return self->link_->ask(FrameKind::Ask, number, encode(call)).value_or("");
-      self->report(number, call);
-      return std::string();
-    });
+    definePageApi(context.get(), record.functions,
+                  [self, number](const FunctionCall& call, bool waits) {
+                    if (waits)
+                      return self->link_->ask(FrameKind::Ask, number, encode(call)).value_or("");
+                    self->report(number, call);
+                    return std::string();
+                  });
   }
   self->prepareDocument(context.get(), number, record);
   // The probe's world is made by asking for it.

@@ -11,36 +11,30 @@ using Tessel::Platform::String;
 
 namespace {
 
-struct Caller {
-  PageApiCall call;
-  PageFunctions functions;
-};
 // Shared by the two functions of a document.
-using CallerPointer = std::shared_ptr<const Caller>;
+using Caller = std::shared_ptr<const PageApiCall>;
 
 template <bool Waits>
 JSCValue* onCall(GPtrArray* arguments, gpointer data) {
-  const CallerPointer caller = *static_cast<CallerPointer*>(data);
-  const FunctionCall call = callFrom(arguments, caller->functions);
-  const std::string result = call.path.empty() ? std::string() : caller->call(call, Waits);
+  const Caller caller = *static_cast<Caller*>(data);
+  const FunctionCall call = callFrom(arguments);
+  const std::string result = call.path.empty() ? std::string() : (*caller)(call, Waits);
   return toScript(jsc_context_get_current(), String(std::string_view(result)));
 }
 
 template <bool Waits>
-JSCValue* makeFunction(JSCContext* context, const CallerPointer& caller) {
-  return jsc_value_new_function_variadic(
-      context, nullptr, G_CALLBACK(onCall<Waits>), new CallerPointer(caller),
-      [](gpointer data) { delete static_cast<CallerPointer*>(data); }, JSC_TYPE_VALUE);
+JSCValue* makeFunction(JSCContext* context, const PageFunctions& functions, const Caller& caller) {
+  return makeVariadic(context, functions.wrapOwn.get(), nullptr, onCall<Waits>, new Caller(caller),
+                      [](gpointer data) { delete static_cast<Caller*>(data); });
 }
 
 }  // namespace
 
-void definePageApi(JSCContext* context, PageApiCall call) {
-  const auto caller =
-      std::make_shared<const Caller>(Caller{std::move(call), makePageFunctions(context)});
+void definePageApi(JSCContext* context, const PageFunctions& functions, PageApiCall call) {
+  const auto caller = std::make_shared<const PageApiCall>(std::move(call));
   const ObjectPointer<JSCValue> script(jsc_context_evaluate(context, pageApiScript, -1));
-  const ObjectPointer<JSCValue> ask(makeFunction<true>(context, caller));
-  const ObjectPointer<JSCValue> tell(makeFunction<false>(context, caller));
+  const ObjectPointer<JSCValue> ask(makeFunction<true>(context, functions, caller));
+  const ObjectPointer<JSCValue> tell(makeFunction<false>(context, functions, caller));
   const ObjectPointer<JSCValue> ignored(jsc_value_function_call(
       script.get(), JSC_TYPE_VALUE, ask.get(), JSC_TYPE_VALUE, tell.get(), G_TYPE_NONE));
   const std::string problem = takeException(context);

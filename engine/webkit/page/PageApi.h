@@ -11,4 +11,4 @@
 using PageApiCall = std::function<std::string(const FunctionCall& call, bool waits)>;
 
 // Defines them in a new document's context, before any script of the page runs in it.
-void definePageApi(JSCContext* context, PageApiCall call);
+void definePageApi(JSCContext* context, const PageFunctions& functions, PageApiCall call);

@@ -43,11 +43,19 @@ PageFunctions makePageFunctions(JSCContext* context) {
       }
       return apply(native, undefined, values);
     };
-    return { wellFormed, wrapNative };
+    const wrapOwn = native => (...values) => {
+      for (let i = 0; i < values.length; ++i) {
+        if (typeof values[i] === 'string') values[i] = wellFormed(values[i]);
+      }
+      return apply(native, undefined, values);
+    };
+    return { wellFormed, wrapNative, wrapOwn };
   })())";
   const ObjectPointer<JSCValue> made(jsc_context_evaluate(context, source, -1));
-  return {ObjectPointer<JSCValue>(jsc_value_object_get_property(made.get(), "wellFormed")),
-          ObjectPointer<JSCValue>(jsc_value_object_get_property(made.get(), "wrapNative"))};
+  const auto member = [&made](const char* name) {
+    return ObjectPointer<JSCValue>(jsc_value_object_get_property(made.get(), name));
+  };
+  return {member("wellFormed"), member("wrapNative"), member("wrapOwn")};
 }
 
 std::string bytesOf(JSCValue* text) {
@@ -80,24 +88,20 @@ JSCValue* toScript(JSCContext* context, const JavaScriptVariant& value) {
   }
 }
 
-JavaScriptVariant fromScript(JSCValue* value, const PageFunctions& functions) {
+JavaScriptVariant fromScript(JSCValue* value) {
   if (jsc_value_is_undefined(value)) return {};
   if (jsc_value_is_null(value)) return JavaScriptVariant::null();
   if (jsc_value_is_boolean(value)) return jsc_value_to_boolean(value) != FALSE;
   if (jsc_value_is_number(value)) return jsc_value_to_double(value);
-  if (jsc_value_is_string(value)) {
-    const ObjectPointer<JSCValue> text(
-        jsc_value_function_call(functions.wellFormed.get(), JSC_TYPE_VALUE, value, G_TYPE_NONE));
-    return String(bytesOf(text.get()));
-  }
+  if (jsc_value_is_string(value)) return String(bytesOf(value));
   return JavaScriptVariant::object();
 }
 
-FunctionCall callFrom(const GPtrArray* arguments, const PageFunctions& functions) {
+FunctionCall callFrom(const GPtrArray* arguments) {
   FunctionCall call;
   for (guint i = 0; i < arguments->len; ++i) {
     const JavaScriptVariant value =
-        fromScript(static_cast<JSCValue*>(g_ptr_array_index(arguments, i)), functions);
+        fromScript(static_cast<JSCValue*>(g_ptr_array_index(arguments, i)));
     if (i == 0) {
       call.path.push_back(value.stringValue());
     } else {
@@ -105,6 +109,13 @@ FunctionCall callFrom(const GPtrArray* arguments, const PageFunctions& functions
     }
   }
   return call;
+}
+
+JSCValue* makeVariadic(JSCContext* context, JSCValue* wrapper, const char* name,
+                       VariadicCallback callback, gpointer data, GDestroyNotify free) {
+  const ObjectPointer<JSCValue> native(jsc_value_new_function_variadic(
+      context, name, G_CALLBACK(callback), data, free, JSC_TYPE_VALUE));
+  return jsc_value_function_call(wrapper, JSC_TYPE_VALUE, native.get(), G_TYPE_NONE);
 }
 
 JavaScriptVariant callPageFunction(JSCContext* context, const PageFunctions& functions,
@@ -131,12 +142,17 @@ JavaScriptVariant callPageFunction(JSCContext* context, const PageFunctions& fun
     arguments.emplace_back(toScript(context, argument));
     parameters.push_back(arguments.back().get());
   }
-  const ObjectPointer<JSCValue> result(jsc_value_object_invoke_methodv(
+  ObjectPointer<JSCValue> result(jsc_value_object_invoke_methodv(
       holder.get(), name, static_cast<guint>(parameters.size()), parameters.data()));
   problem = takeException(context);
   if (!problem.empty()) {
     problem = joined(call.path).toStdString() + ": " + problem;
     return {};
   }
-  return result ? fromScript(result.get(), functions) : JavaScriptVariant();
+  if (!result) return {};
+  if (jsc_value_is_string(result.get())) {
+    result.reset(jsc_value_function_call(functions.wellFormed.get(), JSC_TYPE_VALUE, result.get(),
+                                         G_TYPE_NONE));
+  }
+  return fromScript(result.get());
 }

@@ -12,12 +12,16 @@
 // is none.
 std::string takeException(JSCContext* context);
 
-// What is made in a page's world before any script of the page can have changed its functions.
+// What is made in a page's world before any script of the page can have changed its functions. Each
+// keeps the page's document alive, so what a document owns, such as the data of a native function,
+// must not hold them: the engine could not free either.
 struct PageFunctions {
   ObjectPointer<JSCValue> wellFormed;  // a string with the halves of surrogate pairs replaced
   // Gives a native function a face for pages: every argument becomes String(argument), well
   // formed, but for null and undefined.
   ObjectPointer<JSCValue> wrapNative;
+  // The same for our own scripts: only strings are changed.
+  ObjectPointer<JSCValue> wrapOwn;
 };
 PageFunctions makePageFunctions(JSCContext* context);
 
@@ -25,9 +29,17 @@ PageFunctions makePageFunctions(JSCContext* context);
 std::string bytesOf(JSCValue* text);
 
 JSCValue* toScript(JSCContext* context, const JavaScriptVariant& value);
-JavaScriptVariant fromScript(JSCValue* value, const PageFunctions& functions);
-// What a script of ours tells: the first argument names it. Without any, the path is empty.
-FunctionCall callFrom(const GPtrArray* arguments, const PageFunctions& functions);
+// Strings must be well formed.
+JavaScriptVariant fromScript(JSCValue* value);
+// What a script of ours tells, through wrapOwn: the first argument names it. Without any, the path
+// is empty.
+FunctionCall callFrom(const GPtrArray* arguments);
+
+// A native function that takes anything, behind one of the wrappers above. The data is the
+// function's.
+using VariadicCallback = JSCValue* (*)(GPtrArray*, gpointer);
+JSCValue* makeVariadic(JSCContext* context, JSCValue* wrapper, const char* name,
+                       VariadicCallback callback, gpointer data, GDestroyNotify free);
 
 // Calls a function by its path from the global object, with the object that holds it as this.
 // Undefined when it does not exist or throws; problem tells of what was thrown.

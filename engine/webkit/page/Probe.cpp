@@ -10,16 +10,10 @@ using link_protocol::Watched;
 
 namespace {
 
-struct Reporter {
-  Probe::Report report;
-  PageFunctions functions;
-};
-
 // report(what, ...values) of the script.
 JSCValue* onReport(GPtrArray* arguments, gpointer data) {
-  const auto* reporter = static_cast<Reporter*>(data);
-  const FunctionCall report = callFrom(arguments, reporter->functions);
-  if (!report.path.empty()) reporter->report(report);
+  const FunctionCall report = callFrom(arguments);
+  if (!report.path.empty()) (*static_cast<Probe::Report*>(data))(report);
   return jsc_value_new_undefined(jsc_context_get_current());
 }
 
@@ -38,10 +32,9 @@ void Probe::start(JSCContext* context, Report report) {
   actions_.reset();
   formActions_.reset();
   const ObjectPointer<JSCValue> script(jsc_context_evaluate(context, probeScript, -1));
-  const ObjectPointer<JSCValue> native(jsc_value_new_function_variadic(
-      context, "report", G_CALLBACK(onReport),
-      new Reporter{std::move(report), makePageFunctions(context)},
-      [](gpointer data) { delete static_cast<Reporter*>(data); }, JSC_TYPE_VALUE));
+  const ObjectPointer<JSCValue> native(makeVariadic(
+      context, makePageFunctions(context).wrapOwn.get(), "report", onReport,
+      new Report(std::move(report)), [](gpointer data) { delete static_cast<Report*>(data); }));
   actions_.reset(jsc_value_function_call(script.get(), JSC_TYPE_VALUE, native.get(), G_TYPE_NONE));
   startForms(native.get());
   const std::string problem = takeException(context);
