@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 using Tessel::Platform::executableMessage;
 using Tessel::Platform::GuardedPointer;
@@ -424,8 +425,12 @@ void OrvWebView::handleContextMenuResponse(OrvWebContextMenuItem item) {
   if (auto page = this->page()) page->runMenuItem(item);
 }
 
-void OrvWebView::handleWebInspectorMessageToBackend(const String& message, int connected) {
-  if (auto page = this->page()) page->inspectorMessage(message, connected != 0);
+void OrvWebView::handleWebInspectorMessageToBackend(const String& message, int notice) {
+  if (notice == ServerPort) {
+    const long port = std::strtol(message.utf8(), nullptr, 10);
+    return update<&PageState::webInspectorPort>(static_cast<int>(std::clamp(port, 0L, 65535L)));
+  }
+  if (auto page = this->page()) page->inspectorMessage(message, notice != FrontEndMessage);
 }
 
 void OrvWebView::automationLog(const String& message) {
@@ -476,7 +481,12 @@ void OrvWebView::allowedOriginsChanged() {
     const std::string_view text = origin.view();
     const std::size_t scheme = text.find("://");
     if (scheme == std::string_view::npos) continue;
-    const std::string_view host = text.substr(scheme + 3, text.find('/', scheme + 3) - scheme - 3);
+    std::string_view host = text.substr(scheme + 3, text.find('/', scheme + 3) - scheme - 3);
+    // The engine's patterns know no ports: one with a port would never match.
+    const std::size_t port = host.rfind(':');
+    if (port != host.npos && host.find_first_not_of("0123456789", port + 1) == host.npos) {
+      host = host.substr(0, port);
+    }
     const std::string start(text.substr(0, scheme + 3));
     patterns.emplace_back(start + std::string(host) + "/*");
     if (subdomains) patterns.emplace_back(start + "*." + std::string(host) + "/*");

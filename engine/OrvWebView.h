@@ -225,9 +225,12 @@ class OrvWebView : private PageClient {
   void textHasAttribute(const String& name);
   // Does what an item of the last context menu says; some are the chrome's own.
   void handleContextMenuResponse(OrvWebContextMenuItem item);
-  // A message of an inspector's front end. An empty one with 1 tells that the front end has come,
-  // with 0 that it has gone. InspectorMessage brings what the engine's inspector has to say.
-  void handleWebInspectorMessageToBackend(const String& message, int connected);
+  // What the second number of the function below means.
+  enum InspectorNotice { FrontEndMessage = 0, FrontEndGone = 0, FrontEndCame = 1, ServerPort = 2 };
+  // A message of an inspector's front end. An empty one tells that the front end has come or gone.
+  // With ServerPort it is the new value of webInspectorPort, in decimal. InspectorMessage brings
+  // what the engine's inspector has to say.
+  void handleWebInspectorMessageToBackend(const String& message, int notice);
   // Raises AutomationLog.
   void automationLog(const String& message);
 

@@ -40,6 +40,7 @@ void WebInspectorClient::addInspectable(unsigned int handle) {
   withWebView(handle, [](auto& webView) {
     webView.setWebEventEnabled(OrvWebEvent::InspectorMessage, true);
   });
+  tellOfServer(handle);
 }
 
 void WebInspectorClient::removeInspectable(unsigned int handle) {
@@ -47,6 +48,7 @@ void WebInspectorClient::removeInspectable(unsigned int handle) {
   if (containsInspectable(handle)) {
     setPageConnection(handle, nullptr);
     std::erase(handles_, handle);
+    tellOfServer(handle);
   }
   withWebView(handle, [](auto& webView) {
     webView.setWebEventEnabled(OrvWebEvent::InspectorMessage, false);
@@ -88,15 +90,32 @@ void WebInspectorClient::setPageConnection(unsigned int handle, const Connection
 
 void WebInspectorClient::tellOfFrontEnd(unsigned int handle, bool connected) const {
   withWebView(handle, [connected](auto& webView) {
-    webView.handleWebInspectorMessageToBackend(String(), connected ? 1 : 0);
+    webView.handleWebInspectorMessageToBackend(
+        String(), connected ? OrvWebView::FrontEndCame : OrvWebView::FrontEndGone);
   });
+}
+
+void WebInspectorClient::tellOfServer(unsigned int handle) const {
+  const MongooseHttpServer& server = *MongooseHttpServer::instance();
+  const int port = server.isRunning() && containsInspectable(handle) ? server.port() : 0;
+  withWebView(handle, [port](auto& webView) {
+    webView.handleWebInspectorMessageToBackend(String::fromSignedInteger(port),
+                                               OrvWebView::ServerPort);
+  });
+}
+
+void WebInspectorClient::switchServer(bool on) {
+  MongooseHttpServer* const server = MongooseHttpServer::instance();
+  on ? server->start() : server->stop();
+  const std::lock_guard lock(handlesMutex_);
+  for (const unsigned int handle : std::vector(handles_)) tellOfServer(handle);
 }
 
 void WebInspectorClient::handleFrontEndMessage(unsigned int handle, const std::string& message) {
   // The empty text is no message, and has a meaning of its own.
   if (message.empty()) return;
   withWebView(handle, [&](auto& webView) {
-    webView.handleWebInspectorMessageToBackend(String(message), 0);
+    webView.handleWebInspectorMessageToBackend(String(message), OrvWebView::FrontEndMessage);
   });
 }
 
@@ -149,11 +168,6 @@ unsigned int handleAt(const Event& event, unsigned int index) {
   return static_cast<unsigned int>(std::strtoul(textAt(event, index), nullptr, 10));
 }
 
-void switchServer(bool on) {
-  MongooseHttpServer* const server = MongooseHttpServer::instance();
-  on ? server->start() : server->stop();
-}
-
 // The handle at that position, and the flag after it: only "false" takes the permission away.
 void switchWebView(const Event& event, unsigned int index) {
   const unsigned int handle = handleAt(event, index);
@@ -167,7 +181,7 @@ String textOf(bool value) {
 
 void setEnabledOutOfProcess(Event* event) {
   if (!hasCount(*event, 3, "jssetEnabledOutOfProcessWebInspector")) return;
-  switchServer(std::strcmp(textAt(*event, 2), "true") == 0);
+  client().switchServer(std::strcmp(textAt(*event, 2), "true") == 0);
 }
 
 void setAllowWebInspection(Event* event) {
@@ -180,7 +194,7 @@ void enabled(Event* event) {
 
 void setEnabled(Event* event) {
   if (!hasCount(*event, 2, "jswebInspectorSetEnabled")) return;
-  switchServer(std::strcmp(textAt(*event, 1), "false") != 0);
+  client().switchServer(std::strcmp(textAt(*event, 1), "false") != 0);
 }
 
 void enabledForWebView(Event* event) {

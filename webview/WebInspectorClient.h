@@ -34,6 +34,8 @@ class WebInspectorClient final : public Tessel::Platform::MongooseClient {
   // Its front end is closed. UI thread.
   void removeInspectable(unsigned int handle);
   bool containsInspectable(unsigned int handle) const;
+  // Starts or stops the server and tells the web views of the list its port. UI thread.
+  void switchServer(bool on);
   // Hands on what an InspectorMessage brings, the JSON of the event. What has no text "message" is
   // dropped, and what nobody waits for.
   void sendToFrontEnd(unsigned int handle, const String& event) const;
@@ -51,6 +53,7 @@ class WebInspectorClient final : public Tessel::Platform::MongooseClient {
   template <typename Call>
   bool withWebView(unsigned int handle, Call call) const;
   void tellOfFrontEnd(unsigned int handle, bool connected) const;
+  void tellOfServer(unsigned int handle) const;
 
   WebViewManager& manager_;
   // Recursive: what is called inside may come back. If both, the handles' first.

@@ -5,6 +5,7 @@
 #include "engine/webkit/WebKitPage.h"
 #include "platform/Log.h"
 
+#include <algorithm>
 #include <cstring>
 
 using Tessel::Platform::logAlways;
@@ -244,12 +245,14 @@ void PageSettings::setAllowedOrigins(std::vector<String> patterns) {
 }
 
 void PageSettings::applyOrigins() {
-  std::vector<const char*> patterns;
-  if (page_.client()->settings().isEnableCrossSiteXHR) {
-    patterns = {"*://*/*"};
-  } else {
-    for (const String& pattern : allowedOrigins_) patterns.push_back(pattern.utf8());
+  std::vector<String> patterns = allowedOrigins_;
+  if (page_.client()->settings().isEnableCrossSiteXHR) patterns = {"*://*/*"};
+  for (const String& pattern : appliedOrigins_) {
+    if (std::ranges::find(patterns, pattern) == patterns.end()) originsTakenBack_ = true;
   }
-  patterns.push_back(nullptr);
-  webkit_web_view_set_cors_allowlist(view_, patterns.data());
+  appliedOrigins_ = std::move(patterns);
+  std::vector<const char*> list;
+  for (const String& pattern : appliedOrigins_) list.push_back(pattern.utf8());
+  list.push_back(nullptr);
+  webkit_web_view_set_cors_allowlist(view_, list.data());
 }

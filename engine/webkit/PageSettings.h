@@ -24,6 +24,9 @@ class PageSettings {
 
   void changed(WebViewSetting setting);
   void setAllowedOrigins(std::vector<String> patterns);
+  // Whether some origin may not be read any more. A web process never forgets what it was allowed,
+  // so only another view heeds it.
+  bool originsTakenBack() const { return originsTakenBack_; }
 
  private:
   static void apply(WebKitSettings* settings, WebViewSetting setting,
@@ -39,4 +42,6 @@ class PageSettings {
   WebKitWebView* view_;
   WebKitInputMethodContext* inputMethods_;  // the view's own; kept while it is switched off
   std::vector<String> allowedOrigins_;
+  std::vector<String> appliedOrigins_;  // those, or the pattern of all
+  bool originsTakenBack_ = false;
 };

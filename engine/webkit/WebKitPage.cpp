@@ -121,11 +121,19 @@ void WebKitPage::dropView() {
 }
 
 // For what the engine fixes when it makes a view. The page starts anew at its address.
-void WebKitPage::remakeView() {
+void WebKitPage::remakeView(bool withHistory) {
   if (!view_) return;
   const String location(webkit_web_view_get_uri(view_));
+  const String session = withHistory ? parts_->history.session() : String();
+  const bool hasHistory = withHistory && !parts_->history.items().empty();
   dropView();
+  if (hasHistory && view() && parts_->history.restore(session, -1)) return;
   if (!location.isEmpty()) load(location);
+}
+
+// A chrome that is loaded anew would lose what it drives: it keeps what it was allowed.
+void WebKitPage::forgetTakenOrigins() {
+  if (parts_ && parts_->settings.originsTakenBack() && !setup_.drivesApplication) remakeView(true);
 }
 
 void WebKitPage::load(const String& url) {
@@ -235,8 +243,9 @@ void WebKitPage::tryClose() {
 }
 
 void WebKitPage::settingChanged(WebViewSetting setting) {
-  if (setting == WebViewSetting::isPrivateBrowsing) return remakeView();
+  if (setting == WebViewSetting::isPrivateBrowsing) return remakeView(false);
   if (parts_) parts_->settings.changed(setting);
+  if (setting == WebViewSetting::isEnableCrossSiteXHR) forgetTakenOrigins();
   if (setting == WebViewSetting::isEnableWebInspector && parts_) {
     parts_->inspector.message(String(), hasFrontEnd_);
   }
@@ -259,6 +268,7 @@ void WebKitPage::knownCertificatesChanged() {
 void WebKitPage::setAllowedOrigins(const std::vector<String>& patterns) {
   allowedOrigins_ = patterns;
   if (parts_) parts_->settings.setAllowedOrigins(patterns);
+  forgetTakenOrigins();
 }
 
 void WebKitPage::setRequestHeaders(const std::vector<OrvWebHeader>& headers) {

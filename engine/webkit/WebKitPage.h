@@ -203,7 +203,8 @@ class WebKitPage final : public Page,
 
   WebKitWebView* makeView(WebKitWebView* opener);
   void dropView();
-  void remakeView();
+  void remakeView(bool withHistory);
+  void forgetTakenOrigins();
   void startLoad(std::function<void()> load);
   void startLater();
   bool repeatLoad(const gchar* uri);

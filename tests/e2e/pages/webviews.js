@@ -1,0 +1,195 @@
+// What settings do to real pages, and what the chrome asks and does of a web view besides.
+import { answers, bodies, createView, equal, events, happened, native, ok, perform, test, until } from './suite.js';
+
+const query = new URLSearchParams(location.search);
+const server = query.get('server');
+const get = (view, name, ...args) => native(`webview.${name}`, view, ...args);
+const loaded = async (view, command, ...args) => {
+  events.length = 0;
+  get(view, command, ...args);
+  await until(() => happened(view, 'DocumentLoadFinished'), command);
+};
+const load = (view, html) =>
+  loaded(view, 'loadStringWithBase', `<!doctype html><title>still</title><body>${html}`, server, 'text/html');
+// Setters of children are done a little later.
+const becomes = (view, getter, expected) =>
+  until(() => get(view, getter) === String(expected), `${getter} ${expected}, not ${get(view, getter)}`);
+const told = (view, property) =>
+  events.filter(e => e.handle === view && e.name === `Property${property}Event`).map(e => e.data);
+const titleOf = expression => `<script>onload = async () => { document.title = String(${expression}) }</` + 'script>';
+
+// A setting, its value, a page that shows it as its title, the title without and with it.
+const shown = [
+  ['setEnableJavaScript', false, titleOf('1 + 1'), '2', 'still'],
+  ['setLoadImages', false, `<img src="${server}image">${titleOf("performance.getEntriesByType('resource').length")}`, '1', '0'],
+  ['setEnableWebSockets', false, titleOf('typeof WebSocket'), 'function', 'undefined'],
+  ['setEnableGeolocation', false, titleOf('typeof navigator.geolocation'), 'object', 'undefined'],
+  ['setEnableCookies', false, titleOf('navigator.cookieEnabled'), 'true', 'false'],
+  ['setDefaultFontSize', 30, titleOf('getComputedStyle(document.body).fontSize'), '16px', '30px'],
+  ['setMinimumFontSize', 40, `<b id=b style="font-size:5px">b</b>${titleOf('b.offsetHeight > 30')}`, 'false', 'true'],
+  ['setStandalone', true, titleOf('navigator.standalone'), 'undefined', 'true'],
+  ['setUserAgent', 'Somebody/2', titleOf("navigator.userAgent === 'Somebody/2'"), 'false', 'true'],
+  ['setEnableCrossSiteXHR', true,
+    titleOf(`await fetch('${server.replace('127.0.0.1', 'localhost')}x').then(r => r.status, () => 'refused')`), 'refused', '200'],
+];
+for (const [setter, value, html, without, with_] of shown) {
+  test(`${setter} is seen by pages`, async () => {
+    const view = await createView();
+    await load(view, html);
+    await becomes(view, 'title', without);
+    get(view, setter, value);
+    await load(view, html);
+    await becomes(view, 'title', with_);
+    native('webview.delete', view);
+  });
+}
+
+test('origins are let read, and no more', async () => {
+  const view = await createView();
+  const other = server.replace('127.0.0.1', 'localhost');
+  const page = titleOf(`await fetch('${other}x').then(r => r.status, () => 'refused')`);
+  for (const [command, expected] of [['addOriginAccessWhitelistEntry', '200'],
+    ['removeOriginAccessWhitelistEntry', 'refused']]) {
+    get(view, command, server, other.slice(0, -1), false);
+    await load(view, page);
+    await becomes(view, 'title', expected);
+  }
+  native('webview.delete', view);
+});
+
+test('pages go back, are loaded again and stopped', async () => {
+  const view = await createView();
+  await loaded(view, 'loadURL', `${server}one`);
+  await loaded(view, 'loadURL', `${server}two`);
+  equal(['loadProgress', 'originalLocation', 'encryptionInfo', 'historyLength'].map(name => get(view, name)),
+    ['100', `${server}two`, '', '2']);
+  await loaded(view, 'goBack');
+  equal(get(view, 'location'), `${server}one`);
+  await loaded(view, 'reload');
+  get(view, 'clearBackForwardList', true);
+  await becomes(view, 'historyLength', 1);
+  get(view, 'setEnableNetworkResourceRequestedEvents', true);
+  // Nobody ever answers the stream.
+  answers.set('NetworkResourceRequested', { setAction: 'SUBSTITUTE' });
+  events.length = 0;
+  get(view, 'loadURL', `${server}never`);
+  await until(() => happened(view, 'NetworkResourceRequested'));
+  get(view, 'stop');
+  await until(() => happened(view, 'DocumentLoadFinished'));
+  equal(get(view, 'location'), `${server}one`);
+  native('webview.delete', view);
+});
+
+test('events and property changes are chosen', async () => {
+  const view = await createView();
+  const masks = ['isAnyWebEventsEnabled', 'isAllWebEventsEnabled', 'isAnyPropertyChangedEventsEnabled',
+    'isAllPropertyChangedEventsEnabled'];
+  const areNow = expected => until(() => masks.map(name => get(view, name)).join('') === expected, expected);
+  await areNow('1111');
+  get(view, 'setWebEventEnabled', 'LocationChange', false);
+  get(view, 'setPropertyChangedEventEnabled', 'ZOrder', false);
+  await areNow('1010');
+  equal(['ZOrder', 'Title'].map(name => get(view, 'isPropertyChangedEventEnabled', name)), ['0', '1']);
+  get(view, 'setZOrder', 5);
+  get(view, 'setDefaultFontSize', 21);
+  await until(() => told(view, 'DefaultFontSize').length === 1);
+  equal([get(view, 'zOrder'), told(view, 'ZOrder')], ['5', []]);
+  const names = JSON.parse(get(view, 'eventNames'));
+  ok(names.LocationChange && names.PropertyZOrderEvent, 'names');
+  get(view, 'setAllPropertyChangedEventsEnabled', false);
+  get(view, 'setAllWebEventsEnabled', false);
+  await areNow('0000');
+  native('webview.delete', view);
+});
+
+test('a web view has its place, its window and one of colour', async () => {
+  const view = await createView();
+  const other = await createView();
+  const place = { height: 200, width: 300, x: 10, y: 20 };
+  get(view, 'setViewport', JSON.stringify(place));
+  await becomes(view, 'viewport', JSON.stringify(place));
+  get(view, 'notifyViewportChanged', JSON.stringify({ ...place, x: 11 }));
+  await until(() => told(view, 'Viewport').length === 2);
+  ok(get(view, 'windowUniqueId') && get(view, 'windowUniqueId') !== get(other, 'windowUniqueId'), 'unique');
+  ok(Number(get(view, 'jsScreenWindowHandle')) > 0, 'a window');
+  get(view, 'setActive', true);
+  await becomes(view, 'isActive', 1);
+  get(view, 'setFadeWindowColor', 255, 0, 0, 128);
+  const fade = get(view, 'createFadeColorWindow', 0, 0, 50, 50, 9);
+  ok(Number(fade) > 0, 'a coloured window');
+  get(view, 'setFadeColorWindowRect', 5, 5, 20, 20);
+  equal(get(view, 'fadeColorWindowPlatformHandle'), fade);
+  get(view, 'destroyFadeColorWindow');
+  await becomes(view, 'fadeColorWindowPlatformHandle', 0);
+  native('webview.delete', view);
+  native('webview.delete', other);
+});
+
+test('what the pointer is at is told', async () => {
+  const view = await createView();
+  get(view, 'setGeometry', 0, 0, 300, 200);
+  get(view, 'setZOrder', 50);
+  await load(view, `<a href="${server}there" title="a hint" style="display:block;height:150px">link</a>`);
+  await until(() => happened(view, 'ContentRendered'));
+  perform('move 40 40');
+  perform('move 50 60');
+  await becomes(view, 'status', `${server}there`);
+  await becomes(view, 'tooltip', 'a hint');
+  native('webview.delete', view);
+});
+
+test('the port of the inspector is told while the page may be inspected', async () => {
+  const view = await createView();
+  native('webInspector.setEnabled', true);
+  const port = native('webInspector.port');
+  ok(Number(port) > 0, 'a port');
+  await becomes(view, 'webInspectorPort', port);
+  native('webInspector.setEnabledForWebView', view, false);
+  await becomes(view, 'webInspectorPort', 0);
+  native('webInspector.setEnabledForWebView', view, true);
+  await becomes(view, 'webInspectorPort', port);
+  native('webInspector.setEnabled', false);
+  await becomes(view, 'webInspectorPort', 0);
+  await until(() => told(view, 'WebInspectorPort').length === 4);
+  equal(told(view, 'WebInspectorPort'), [port, '0', port, '0']);
+  native('webview.delete', view);
+});
+
+test('files are chosen later, or none', async () => {
+  const view = await createView();
+  await load(view, `<input type=file id=f>`);
+  answers.set('ChooseFile', { setWait: true });
+  for (const [files, expected] of [[`${query.get('folder')}/outside.txt`, '1 files'], ['', 'none']]) {
+    events.length = 0;
+    get(view, 'executeJavaScript', `document.title = 'asking'; f.value = ''; f.click();
+      f.onchange = () => { document.title = f.files.length + ' files'; }; f.oncancel = () => { document.title = 'none'; }`);
+    await until(() => happened(view, 'ChooseFile'));
+    get(view, 'chooseFileResponse', bodies(view, 'ChooseFile')[0].waitHandle, files);
+    await becomes(view, 'title', expected);
+  }
+  native('webview.delete', view);
+});
+
+test('notifications end as the chrome says', async () => {
+  const view = await createView();
+  get(view, 'updateNotificationPermission', new URL(server).origin, true);
+  for (const command of ['notificationClosed', 'notificationError']) {
+    await loaded(view, 'loadURL', `${server}notify`);
+    get(view, 'executeJavaScript', `Notification.requestPermission().then(() => {
+      globalThis.n = new Notification('head'); n.onclose = () => { document.title = 'closed' }; })`);
+    await until(() => happened(view, 'NotificationShow'));
+    get(view, command, bodies(view, 'NotificationShow')[0].id);
+    await becomes(view, 'title', 'closed');
+  }
+  native('webview.delete', view);
+});
+
+test('names of hosts are shown as they are read, and a page ends', async () => {
+  const view = await createView();
+  equal(get(view, 'convertIDNtoReadableStringByLanguage', 'xn--bcher-kva.example', 'de'), 'bücher.example');
+  equal(get(view, 'extraHttpHeaders'), '{}');
+  equal(get(view, 'initialize', native('webview.applicationWindowGroup', 1), 0), '0');
+  get(view, 'destroy');
+  await until(() => happened(view, 'Destroyed'));
+  native('webview.delete', view);
+});
