@@ -41,7 +41,12 @@ class Server {
     for (int i = 0; i < resources; ++i) {
       page_ += "<link rel=stylesheet href=/style" + std::to_string(i) + ">";
     }
-    thread_ = std::thread([this] { g_main_loop_run(loop_); });
+    thread_ = std::thread([this] {
+      // For the connections, which are taken here.
+      g_main_context_push_thread_default(context_);
+      g_main_loop_run(loop_);
+      g_main_context_pop_thread_default(context_);
+    });
   }
   ~Server() {
     g_main_loop_quit(loop_);
@@ -114,8 +119,9 @@ Times askedTimes(const Server& server, const char* process) {
     words >> what;
     if (what == "end") return times;
     if (what != "loaded" || !(words >> way >> time >> asked)) fail(*line);
-    const int expected = way == "off" ? 0 : resources + 1;
-    if (asked != expected) fail(*line + ": not as often as there are resources");
+    // The engine may ask for the icon of the page as well.
+    const bool isOff = way == "off";
+    if (isOff ? asked != 0 : asked <= resources) fail(*line + ": not asked as often as it should");
     times[way].push_back(time);
   }
 }

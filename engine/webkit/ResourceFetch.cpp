@@ -185,6 +185,9 @@ void ResourceFetch::readOn() {
           const auto* content = static_cast<const char*>(g_bytes_get_data(bytes, &size));
           const Handle handle = self.handle_;
           if (size == 0) {
+            // The session gives the connection to the next fetch only when nobody has this any
+            // more.
+            self.content_.reset();
             self.client_.done();
           } else {
             self.client_.received({content, size});
