@@ -60,6 +60,16 @@ sample() {
     "$descriptors" "$(find "$XDG_RUNTIME_DIR" -type s | wc -l)"
 }
 
+# The processes that have most, to tell one page that is large from all that have grown.
+largest() {
+  local pid
+  for pid in $(processes); do
+    printf '%s kB, %s s old: %s\n' \
+      "$(awk '$1 == "Pss:" { print $2 }' "/proc/$pid/smaps_rollup" 2>/dev/null)" \
+      "$(ps -o etimes= -p "$pid" | tr -d ' ')" "$(ps -o args= -p "$pid")"
+  done | sort -rn | head -n 8
+}
+
 # give_up TEXT: says what is wrong, with the program's last words.
 give_up() {
   printf '%s\n' "$1" >&2

@@ -1157,7 +1157,7 @@ export interface NativeFunctions {
   'webview.addKnownSSLCertificate'(view: Numeric, host: string, certificate: CertificateText): BooleanText;
   /** Real. Accepts several certificates, an object of records by host. All of them or none: the result is 0 when one cannot be read. */
   'webview.addKnownSSLCertificates'(view: Numeric, certificates: JsonText<Record<string, SSLCertificateInfo>>): BooleanText;
-  /** Real. Lets scripts of the page read answers of the destination, an origin, and of what is below its domain if wanted. The engine keeps the list per view, so the source does not matter. */
+  /** Real. Lets scripts of the page read answers of the destination, an origin, and of what is below its domain if wanted. The engine keeps the list per view and by host, so neither the source nor a port matters. */
   'webview.addOriginAccessWhitelistEntry'(view: Numeric, source: string, destination: string, subdomains: Flag): '';
   /** Real. Scrolls the document to a position in its own units, as a movement. */
   'webview.animateToDocumentScrollPosition'(view: Numeric, position: JsonText<OrvWebPoint>): '';
@@ -1297,7 +1297,7 @@ export interface NativeFunctions {
   'webview.goForward'(view: Numeric): '';
   /** Real. Does in the page what an item of the last context menu says: cut, copy, paste, delete, select all, clear a field, open, save or copy a link or an image, inspect. Other items are for the chrome to do; nothing happens. */
   'webview.handleContextMenuResponse'(view: Numeric, item: OrvWebContextMenuItem): '';
-  /** Real. Hands a message of an inspector's front end, JSON, to the page's inspector; InspectorMessage brings what that has to say. An empty message with 1 tells that a front end has come, with 0 that it has gone. The web inspector's server does all this. */
+  /** Real. Hands a message of an inspector's front end, JSON, to the page's inspector; InspectorMessage brings what that has to say. An empty message with 1 tells that a front end has come, with 0 that it has gone; with 2 the message is the new webInspectorPort. The web inspector's server does all this. */
   'webview.handleWebInspectorMessageToBackend'(view: Numeric, message: string, connected: Numeric): '';
   /** Real. How many entries the history has. */
   'webview.historyLength'(view: Numeric): NumberText;
@@ -1463,7 +1463,7 @@ export interface NativeFunctions {
   'webview.removeGeolocationFilter'(view: Numeric, origin: string): '';
   /** Real. Forgets the certificate that was accepted for a host, if it is that one; an empty record means whichever it is. The result is 0 when it was not there. */
   'webview.removeKnownSSLCertificate'(view: Numeric, host: string, certificate: CertificateText): BooleanText;
-  /** Real. Takes back what addOriginAccessWhitelistEntry allowed. The source does not matter. */
+  /** Real. Takes back what addOriginAccessWhitelistEntry allowed. The source does not matter. The page is loaded anew, with its history, as a web process never forgets what it was allowed; a chrome's page keeps it. */
   'webview.removeOriginAccessWhitelistEntry'(view: Numeric, source: string, destination: string, subdomains: Flag): '';
   /** Real. Looks again at what stands at the pointer; CurrentContext is reported even if it is the same. */
   'webview.requestCurrentContextUpdate'(view: Numeric): '';
@@ -1525,7 +1525,7 @@ export interface NativeFunctions {
   'webview.setEnableCookies'(view: Numeric, enabled: Flag): '';
   /** Real. Saves log-ins and fills them in. When a page sends a form with a password, or a log-in of HTTP is accepted, and it is not saved so already, DialogRequested of type SaveCredential asks, with the origin as url and the username but without the password; it is saved when dialogResponse accepts, a username there taking the place of the old one, or when the answer sets a result. Log-in forms of that origin are filled in, and HTTP's log-ins answered, before DialogRequested asks for one. Passwords with autocomplete=off, forms in frames and private browsing are left alone. The passwords lie unencrypted in a file that only the user can read. */
   'webview.setEnableCredentialAutofill'(view: Numeric, enabled: Flag): '';
-  /** Real. Whether scripts of the page may read answers of all origins. */
+  /** Real. Whether scripts of the page may read answers of all origins. Switched off, the page is loaded anew, with its history, as a web process never forgets what it was allowed; a chrome's page keeps it. */
   'webview.setEnableCrossSiteXHR'(view: Numeric, enabled: Flag): '';
   /** Real. Whether names of links are looked up ahead. */
   'webview.setEnableDNSPrefetch'(view: Numeric, enabled: Flag): '';
@@ -1705,7 +1705,7 @@ export interface NativeFunctions {
   'webview.viewportUserScalable'(view: Numeric): NumberText;
   /** Kept. The value that was set, 0 at first. */
   'webview.viewportWidth'(view: Numeric): NumberText;
-  /** Later. The port of the web inspector as a property of the page, which is not told yet: 0. webInspector.port has it. */
+  /** Real. The port at which the page can be inspected: the web inspector's server's while it runs, 0 when it does not or when the web view may not be inspected. */
   'webview.webInspectorPort'(view: Numeric): NumberText;
   /** Real. A text that names the web view's window. */
   'webview.windowUniqueId'(view: Numeric): string;
