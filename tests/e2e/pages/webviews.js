@@ -63,6 +63,7 @@ test('pages go back, are loaded again and stopped', async () => {
   await loaded(view, 'loadURL', `${server}two`);
   equal(['loadProgress', 'originalLocation', 'encryptionInfo', 'historyLength'].map(name => get(view, name)),
     ['100', `${server}two`, '', '2']);
+  await becomes(view, 'textEncoding', 'windows-1252');
   await loaded(view, 'goBack');
   equal(get(view, 'location'), `${server}one`);
   await loaded(view, 'reload');
@@ -181,6 +182,25 @@ test('notifications end as the chrome says', async () => {
     get(view, command, bodies(view, 'NotificationShow')[0].id);
     await becomes(view, 'title', 'closed');
   }
+  native('webview.delete', view);
+});
+
+test('a movement is ended where it is', async () => {
+  const view = await createView();
+  await load(view, '<div style="height:100000px">tall</div>');
+  const y = () => JSON.parse(get(view, 'scrollPosition')).y;
+  get(view, 'animateToDocumentScrollPosition', '{"x":0,"y":90000}');
+  await until(() => y() > 0, 'it moves');
+  get(view, 'stopAnimatedScroll');
+  // Positions are told with the frames: it stands when many looks in a row see the same.
+  let last = -1;
+  let same = 0;
+  await until(() => {
+    same = y() === last ? same + 1 : 0;
+    last = y();
+    return same > 80;
+  }, 'it stands');
+  ok(y() < 90000, `it went on to ${y()}`);
   native('webview.delete', view);
 });
 
