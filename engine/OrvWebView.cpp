@@ -484,7 +484,8 @@ void OrvWebView::allowedOriginsChanged() {
     std::string_view host = text.substr(scheme + 3, text.find('/', scheme + 3) - scheme - 3);
     // The engine's patterns know no ports: one with a port would never match.
     const std::size_t port = host.rfind(':');
-    if (port != host.npos && host.find_first_not_of("0123456789", port + 1) == host.npos) {
+    if (port != std::string_view::npos &&
+        host.find_first_not_of("0123456789", port + 1) == std::string_view::npos) {
       host = host.substr(0, port);
     }
     const std::string start(text.substr(0, scheme + 3));
