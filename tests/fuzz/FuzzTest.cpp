@@ -29,7 +29,7 @@ TEST_P(FuzzTest, EveryTextKeepsTheRules) {
     WebViewManager::instance().destroyWebView(WebViewManager::rootHandle);
     const Tessel::Platform::Testing::StandardErrorPipe log;
     test_support::Mutator mutator = mutatorOfTexts(wanted("PAGEHOST_FUZZ_SEED", 20261125));
-    const std::uint64_t texts = wanted("PAGEHOST_FUZZ_TEXTS", 30000);
+    const std::uint64_t texts = wanted("PAGEHOST_FUZZ_TEXTS", 12000);
     Tally tally;
     while (tally.all < texts && !HasFailure()) GetParam().second(mutator, tally);
     // Of only good or only bad texts, half of the code would not be reached.
