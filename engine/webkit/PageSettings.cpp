@@ -246,9 +246,10 @@ void PageSettings::setAllowedOrigins(std::vector<String> patterns) {
 
 void PageSettings::applyOrigins() {
   std::vector<String> patterns = allowedOrigins_;
-  if (page_.client()->settings().isEnableCrossSiteXHR) patterns = {"*://*/*"};
+  const bool all = page_.client()->settings().isEnableCrossSiteXHR;
+  if (all) patterns = {"*://*/*"};
   for (const String& pattern : appliedOrigins_) {
-    if (std::ranges::find(patterns, pattern) == patterns.end()) originsTakenBack_ = true;
+    if (!all && std::ranges::find(patterns, pattern) == patterns.end()) originsTakenBack_ = true;
   }
   appliedOrigins_ = std::move(patterns);
   std::vector<const char*> list;
