@@ -193,8 +193,10 @@ function openNewTab(tabs, process, isPrivate) {
 }
 
 function connectKeyboard(tabs, findBar, panels) {
-  // Whoever comes to another page with the keyboard in this one goes on typing there.
-  const follow = () => tabs.active.ready && tabs.active.view.setActive(true);
+  // Whoever comes to another page with the keyboard in this one goes on typing there. The page has it
+  // before it is seen: whoever sees it may type.
+  let follows = false;
+  tabs.addEventListener('chosen', ({ detail: tab }) => follows && tab.ready && tab.view.setActive(true));
   const keys = {
     'Ctrl+l': () => focus($('address')),
     'Ctrl+t': () => openNewTab(tabs),
@@ -228,8 +230,9 @@ function connectKeyboard(tabs, findBar, panels) {
   tabs.addEventListener('attached', ({ detail: tab }) => tab.view.on('UnhandledKeyInput', ({ data }) => {
     if (!data.keyDown || tab !== tabs.active) return;
     const name = nameOf(keyOf(data));
+    follows = MOVES.has(name);
     keys[name]?.();
-    if (MOVES.has(name)) follow();
+    follows = false;
   }));
 }
 

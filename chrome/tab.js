@@ -88,12 +88,13 @@ export class Tab {
     this.update({ loading: false, stopped: true });
   }
 
+  /** Whether there is a page to go to is the engine's to say: what is known here comes a little later. */
   goBack() {
-    if (this.canGoBack) this.view.goBack();
+    if (this.ready) this.view.goBack();
   }
 
   goForward() {
-    if (this.canGoForward) this.view.goForward();
+    if (this.ready) this.view.goForward();
   }
 
   /** Lays the web view over the rectangle; without one, hides it. Hidden pages have a size, too. */

@@ -4,7 +4,7 @@ import { HERE, Processes } from './processes.js';
 import { Tab } from './tab.js';
 
 /**
- * Reports "change" (the active tab looks different); per tab "attached" (it has a
+ * Reports "change" (the active tab looks different), "chosen" (it will be seen next); per tab "attached" (it has a
  * new web view to listen to), "created" (its view takes commands and has no page yet),
  * "committed", "loaded", "failed", "crashed" (its process ended, and its view with it),
  * "refused" (it could not have a view), "closed", "forgotten" (its history was cleared), "pointed" and "unpointed" (by a mouse in the strip); "empty" at the end.
@@ -72,6 +72,7 @@ export class Tabs extends EventTarget {
     if (tab === this.active) return;
     this.active?.place(null);
     this.active = tab;
+    this.#emit('chosen', tab);
     tab.place(this.#rect);
     this.list.forEach((each) => this.#render(each));
     this.#elements.get(tab).root.scrollIntoView({ inline: 'nearest', block: 'nearest' });

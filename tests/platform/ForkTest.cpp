@@ -60,7 +60,8 @@ bool isFreeInChild(pid_t (*makeChild)(), std::mutex& mutex) {
 }  // namespace
 
 TEST(ForkTest, NoLockOfAnotherThreadIsHeldInTheChild) {
-  Worker worker(3ms, 5ms);
+  // The sleep is longer than a fork of a large process on a slow machine.
+  Worker worker(3ms, 50ms);
   // Otherwise this test does not see what it is for.
   bool isEverHeld = false;
   for (int i = 0; i < 100 && !isEverHeld; ++i) {
