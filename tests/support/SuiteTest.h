@@ -58,6 +58,11 @@ class SuiteTest : public testing::Test {
         perform(line->substr(3));
         continue;
       }
+      if (line->starts_with("said ")) {
+        const std::string text = line->substr(5);
+        EXPECT_TRUE(program.waitForError(text)) << text << "\n" << program.errors();
+        continue;
+      }
       if (line->starts_with("#")) {
         coverage_.take(*line);
         continue;

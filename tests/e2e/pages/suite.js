@@ -17,6 +17,9 @@ export const print = line => native('webview.printToStdout', 1, `${line}\n`);
 // Has the test do something on the display: a command of tests/support/Screen.h.
 export const perform = command => print(`do ${command}`);
 
+// Has the test wait for a text on the program's standard error.
+export const said = text => print(`said ${text}`);
+
 // What sent events are answered with: setters, or a function of the event that gives some.
 export const answers = new Map();
 // A text to answer every question with, as it is.

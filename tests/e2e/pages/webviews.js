@@ -1,5 +1,5 @@
 // What settings do to real pages, and what the chrome asks and does of a web view besides.
-import { answers, bodies, createView, equal, events, happened, native, ok, perform, test, until } from './suite.js';
+import { answers, bodies, createView, equal, events, happened, native, ok, perform, said, test, until } from './suite.js';
 
 const query = new URLSearchParams(location.search);
 const server = query.get('server');
@@ -181,6 +181,35 @@ test('notifications end as the chrome says', async () => {
     await until(() => happened(view, 'NotificationShow'));
     get(view, command, bodies(view, 'NotificationShow')[0].id);
     await becomes(view, 'title', 'closed');
+  }
+  native('webview.delete', view);
+});
+
+test('an origin that may not know where it is may ask once that is forgotten', async () => {
+  const view = await createView();
+  await loaded(view, 'loadURL', `${server}where`);
+  const { origin } = new URL(server);
+  // Each document asks anew; in one document the engine asks once.
+  const ask = title => get(view, 'executeJavaScript',
+    `navigator.geolocation.getCurrentPosition(() => {}, error => { document.title = '${title} ' + error.code; })`);
+  get(view, 'updateGeolocationFilter', origin, false);
+  ask('refused');
+  await becomes(view, 'title', 'refused 1');
+  equal(bodies(view, 'GeolocationPermissionRequest'), []);
+  get(view, 'removeGeolocationFilter', origin);
+  await loaded(view, 'reload');
+  ask('again');
+  await until(() => happened(view, 'GeolocationPermissionRequest'));
+  get(view, 'setAllowGeolocation', origin, false);
+  await becomes(view, 'title', 'again 1');
+  native('webview.delete', view);
+});
+
+test('what the chrome says is heard', async () => {
+  const view = await createView();
+  for (const command of ['log', 'printToStderr']) {
+    get(view, command, `${command} of view ${view}\n`);
+    said(`${command} of view ${view}`);
   }
   native('webview.delete', view);
 });
