@@ -13,6 +13,7 @@
 #include <linux/filter.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -137,6 +138,12 @@ bool takeOver(int fd, const std::string& path) {
   return ::dup3(listener.get(), fd, O_CLOEXEC) == fd && listens;
 }
 
+// Whether somebody has connected to a listener and is not accepted yet.
+bool hasWaiting(int fd) {
+  pollfd ready{fd, POLLIN, 0};
+  return ::poll(&ready, 1, 0) == 1;
+}
+
 // The port of a socket that tries to connect to a loopback address; 0 for all others.
 std::uint16_t connectingPortOf(int fd) {
   tcp_info info{};
@@ -246,6 +253,12 @@ void EngineInspector::expectConnections() {
       [](gpointer data) -> gboolean {
         auto* const self = static_cast<EngineInspector*>(data);
         if (!self->admitOwn() && --self->expectations_ > 0) return G_SOURCE_CONTINUE;
+        // The loop may know of a connection already, and accepting it waits for ever once it is
+        // gone.
+        if (!self->isFiltered_ &&
+            std::any_of(self->innerListeners_.begin(), self->innerListeners_.end(), hasWaiting)) {
+          return G_SOURCE_CONTINUE;
+        }
         self->expecting_ = 0;
         if (self->isFiltered_) return G_SOURCE_REMOVE;
         for (const int fd : std::exchange(self->innerListeners_, {})) takeOver(fd, "");
