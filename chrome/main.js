@@ -231,8 +231,11 @@ function connectKeyboard(tabs, findBar, panels) {
     if (!data.keyDown || tab !== tabs.active) return;
     const name = nameOf(keyOf(data));
     follows = MOVES.has(name);
-    keys[name]?.();
-    follows = false;
+    try {
+      keys[name]?.();
+    } finally {
+      follows = false;
+    }
   }));
 }
 

@@ -253,15 +253,13 @@ void EngineInspector::expectConnections() {
       [](gpointer data) -> gboolean {
         auto* const self = static_cast<EngineInspector*>(data);
         if (!self->admitOwn() && --self->expectations_ > 0) return G_SOURCE_CONTINUE;
-        // The loop may know of a connection already, and accepting it waits for ever once it is
-        // gone.
-        if (!self->isFiltered_ &&
-            std::any_of(self->innerListeners_.begin(), self->innerListeners_.end(), hasWaiting)) {
-          return G_SOURCE_CONTINUE;
+        if (!self->isFiltered_) {
+          // The loop may know of a connection already, and accepting it waits for ever once it is
+          // gone.
+          if (std::ranges::any_of(self->innerListeners_, hasWaiting)) return G_SOURCE_CONTINUE;
+          for (const int fd : std::exchange(self->innerListeners_, {})) takeOver(fd, "");
         }
         self->expecting_ = 0;
-        if (self->isFiltered_) return G_SOURCE_REMOVE;
-        for (const int fd : std::exchange(self->innerListeners_, {})) takeOver(fd, "");
         return G_SOURCE_REMOVE;
       },
       this);
