@@ -76,6 +76,7 @@ bool OrvWebView::initialize(const String& windowGroup, int rotation) {
   settingStored(WebViewSetting::sensitivity);
   page_ = PageFactory::current()->createPage(*this, *window_);
   if (!page_) return false;
+  page_->bindCallbackObject(callbackObjectBound_, furtherOrigins_);
   page_->setCallbackObjectEnabled(callbackObjectEnabled_);
   page_->setRequestHeaders(headers_);
   allowedOriginsChanged();
@@ -219,6 +220,12 @@ void OrvWebView::setCustomHTTPHeaders(const OrvWebHeader* headers, unsigned int 
 void OrvWebView::enableOrvJavaScriptObject(bool enabled) {
   callbackObjectEnabled_ = enabled;
   if (auto page = this->page()) page->setCallbackObjectEnabled(enabled);
+}
+
+void OrvWebView::bindOrvJavaScriptObject(bool bound, std::vector<String> furtherOrigins) {
+  callbackObjectBound_ = bound;
+  furtherOrigins_ = std::move(furtherOrigins);
+  if (auto page = this->page()) page->bindCallbackObject(bound, furtherOrigins_);
 }
 
 void OrvWebView::setDrivesApplication(const String& loadFailureHint) {

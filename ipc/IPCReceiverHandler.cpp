@@ -54,6 +54,11 @@ void IPCReceiverHandler::handleMessage(Message& message) {
       ::setenv(variable.name().utf8(), variable.value().utf8(), 1);
       return;
     }
+    case SetCapabilitiesMessage::messageType: {
+      const auto& capabilities = static_cast<const SetCapabilitiesMessage&>(message);
+      WebViewManager::instance().setCapabilities(capabilities.handle(), capabilities.text());
+      return;
+    }
     case Pulse::connectionDied:
       return connectionDied(message.integer());
     case Pulse::unblock:

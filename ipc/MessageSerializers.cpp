@@ -35,6 +35,7 @@ constexpr std::array processMessages{
     of<CreateWebViewMessage>(),
     of<DeleteWebViewMessage>(),
     of<SetEnvMessage>(),
+    of<SetCapabilitiesMessage>(),
     of<HandleOrvWebPostEventMessage>(),
     of<HandleOrvWebSendEventMessage>(),
     of<HandshakeMessage>(),

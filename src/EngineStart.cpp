@@ -57,14 +57,17 @@ std::string folderFor(const char* variable, const char* besideExecutable, const 
 
 }  // namespace
 
+std::string localRoot() {
+  return folderFor("TESSEL_LOCAL_ROOT", "share", PAGEHOST_DATA_FOLDER);
+}
+
 void startEngine(const Tessel::Platform::String& dataName) {
   std::string problem;
   // Pages outlive every scope of ours, so the engine does as well.
   static WebKitEngine* engine =
-      WebKitEngine::create(
-          {folderFor("PAGEHOST_MODULE_PATH", "modules", PAGEHOST_MODULE_FOLDER),
-           folderFor("TESSEL_LOCAL_ROOT", "share", PAGEHOST_DATA_FOLDER), dataName.toStdString()},
-          problem)
+      WebKitEngine::create({folderFor("PAGEHOST_MODULE_PATH", "modules", PAGEHOST_MODULE_FOLDER),
+                            localRoot(), dataName.toStdString()},
+                           problem)
           .release();
   if (!engine) giveUp(problem);
   PageFactory::install(engine);

@@ -20,6 +20,9 @@ void keepBusAway();
 // starts.
 void prepareInspector();
 
+// The folder that local: addresses are files of.
+std::string localRoot();
+
 // Starts the engine, with what pages leave behind in the folder of that name; the toolkit must be
 // running. Gives up when it cannot be.
 void startEngine(const Tessel::Platform::String& dataName);

@@ -4,9 +4,11 @@
 #include "ApplicationWindow.h"
 #include "ChildWebViewMain.h"
 #include "ChildWindows.h"
+#include "ChromeCapabilities.h"
 #include "EngineStart.h"
 #include "NavigatorServices.h"
 #include "bindings/ApplicationBinding.h"
+#include "bindings/CapabilitiesBinding.h"
 #include "bindings/InvocationBinding.h"
 #include "bindings/PPSBinding.h"
 #include "bindings/RememberedBinding.h"
@@ -102,9 +104,13 @@ void pagehost_main(int argc, char** argv) {
   const ApplicationBinding application(root, setKeyboardFocus);
   const InvocationBinding invocation(root);
   registerRememberedFunctions();
+  registerCapabilityFunctions();
   PPSBinding::instance();
   WindowAnimations::instance();
   std::optional<NavigatorServices> services(window);
+
+  // No page has run yet: the loop does.
+  root->setCapabilities(chromeCapabilities(chromeUrl ? chromeUrl : defaultChromeUrl));
 
   for (const int signal : {SIGTERM, SIGINT}) g_unix_signal_add(signal, onEndSignal, nullptr);
   const int status = client->run();

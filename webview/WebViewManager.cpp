@@ -216,6 +216,19 @@ void WebViewManager::setEnvInGroups(const String& name, const String& value) {
   }
 }
 
+bool WebViewManager::setCapabilities(WebViewHandle handle, const String& text) {
+  std::string problem;
+  const auto capabilities = Capabilities::read(text.toStdString(), problem);
+  if (WebView* webView = webViewForHandle(handle); webView && capabilities) {
+    webView->setCapabilities(*capabilities);
+    return true;
+  }
+  const IPCSenderWebView* remote = remoteWebViewForHandle(handle);
+  if (!remote || !remote->group()) return false;
+  remote->group()->sendMessage(std::make_unique<SetCapabilitiesMessage>(handle, text));
+  return true;
+}
+
 void WebViewManager::remoteWebViewCrashed(WebViewHandle handle) {
   sendChromePostEvent(rootWebView(), "ProcessCrash", String(), handle, 0);
   destroyWebView(handle);

@@ -58,6 +58,9 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   bool addWebView(WebViewHandle handle, std::unique_ptr<WebView> webView, int rotation);
   // The process of a web view has gone: the chrome is told, and the web view is no more.
   void remoteWebViewCrashed(WebViewHandle handle);
+  // What origins may call in a web view, in the form of Capabilities::read. False when there is no
+  // such web view.
+  bool setCapabilities(WebViewHandle handle, const String& text);
   // Sets an environment variable in every child process.
   void setEnvInGroups(const String& name, const String& value);
   WebViewHandle handleForWebView(const WebView* webView) const;
