@@ -20,8 +20,8 @@ packages_nice=(ccache)
 # missing_packages NAME...: prints those that are not installed, one a line.
 missing_packages() {
   local installed
-  # It complains about names that it has never heard of; those are missing, too.
-  installed=$(dpkg-query --show --showformat='${db:Status-Abbrev}${Package}\n' "$@" 2>/dev/null)
+  # It fails on names that it has never heard of; those are missing, too. The callers stop at failures.
+  installed=$(dpkg-query --show --showformat='${db:Status-Abbrev}${Package}\n' "$@" 2>/dev/null) || true
   comm -23 <(printf '%s\n' "$@" | sort -u) <(sed -n 's/^ii //p' <<<"$installed" | sort -u)
 }
 
