@@ -13,7 +13,8 @@ class Coverage {
   // A line that a suite prints at its end: "# called" or "# raised" and names. Others are ignored.
   void take(const std::string& line);
 
-  // The names as lines for take(), to be added to by another process. False when there is no such file.
+  // The names as lines for take(), to be added to by another process. False when there is no such
+  // file.
   void save(const std::filesystem::path& file) const;
   bool load(const std::filesystem::path& file);
 

@@ -161,7 +161,8 @@ TEST_F(ProgramTest, ExtraHeadersReachTheServer) {
   runSuite("headers.html?server=" + server.address());
 }
 
-// One suite of pages with every web view in the program's own process, or in a child with that number.
+// One suite of pages with every web view in the program's own process, or in a child with that
+// number.
 using Walk = std::tuple<const char*, const char*>;
 
 constexpr std::array suites{"engine", "resources", "input", "pageapis", "forms"};
@@ -172,7 +173,9 @@ std::string nameOf(const Walk& walk) {
 }
 
 // Where the walks leave what they have seen, for the sum of all; null when one runs by itself.
-const char* walkResults() { return std::getenv("PAGEHOST_WALK_RESULTS"); }
+const char* walkResults() {
+  return std::getenv("PAGEHOST_WALK_RESULTS");
+}
 std::filesystem::path coverageFile(const Walk& walk) {
   return std::filesystem::path(walkResults()) / nameOf(walk);
 }
@@ -185,7 +188,9 @@ class EngineTest : public ProgramTest, public testing::WithParamInterface<Walk> 
     const std::string arguments = ".html?process=" + process + "&server=" + server.address() +
                                   "&secure=" + secure.address() + "&folder=" + folder_.string();
     runSuite(suite + arguments);
-    if (suite == "engine") EXPECT_EQ(std::filesystem::file_size(folder_ / "saved.bin"), 100000u);
+    if (suite == "engine") {
+      EXPECT_EQ(std::filesystem::file_size(folder_ / "saved.bin"), 100000u);
+    }
     if (suite != "forms") return;
     // What the first run kept, and behind a proxy that asks who one is.
     runSuite(suite + arguments + "&stage=1");
@@ -202,11 +207,9 @@ TEST_P(EngineTest, WhatCommandsDoAndEventsTellIsSeenOnRealPages) {
   if (walkResults() && !HasFailure()) coverage_.save(coverageFile(GetParam()));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    InEitherProcess, EngineTest,
-    testing::Combine(testing::ValuesIn(suites),
-                     testing::Values("", "1")),
-    [](const auto& info) { return nameOf(info.param); });
+INSTANTIATE_TEST_SUITE_P(InEitherProcess, EngineTest,
+                         testing::Combine(testing::ValuesIn(suites), testing::Values("", "1")),
+                         [](const auto& info) { return nameOf(info.param); });
 
 // What docs/events.md says about the numbers is what this prints.
 class WalkSumTest : public testing::TestWithParam<const char*> {};

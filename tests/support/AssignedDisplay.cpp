@@ -1,5 +1,6 @@
-// Before anything of the toolkit starts, a test takes the display that ctest has given it: tests that run
-// at the same time would click into each other's windows otherwise. Without an assignment, which only
+// Before anything of the toolkit starts, a test takes the display that ctest has given it: tests
+// that run at the same time would click into each other's windows otherwise. Without an assignment,
+// which only
 // ./test makes, it is the display of the environment. Main thread.
 #include <cstdlib>
 #include <string>
