@@ -163,13 +163,13 @@ TEST_F(ProgramTest, ExtraHeadersReachTheServer) {
 
 // One suite of pages with every web view in the program's own process, or in a child with that
 // number.
-using Walk = std::tuple<const char*, const char*>;
+using Walk = std::tuple<std::string, std::string>;
 
-constexpr std::array suites{"engine", "resources", "input", "pageapis", "forms"};
+const std::array<std::string, 5> suites{"engine", "resources", "input", "pageapis", "forms"};
 
 std::string nameOf(const Walk& walk) {
   const auto& [suite, process] = walk;
-  return std::string(suite) + (*process ? "_child" : "_here");
+  return suite + (process.empty() ? "_here" : "_child");
 }
 
 // Where the walks leave what they have seen, for the sum of all; null when one runs by itself.
@@ -212,12 +212,12 @@ INSTANTIATE_TEST_SUITE_P(InEitherProcess, EngineTest,
                          [](const auto& info) { return nameOf(info.param); });
 
 // What docs/events.md says about the numbers is what this prints.
-class WalkSumTest : public testing::TestWithParam<const char*> {};
+class WalkSumTest : public testing::TestWithParam<std::string> {};
 
 TEST_P(WalkSumTest, AllWalksTogetherHaveSeenNearlyEverything) {
   if (!walkResults()) GTEST_SKIP() << "The walks have left nothing: ctest runs them before.";
   test_support::Coverage coverage;
-  for (const char* suite : suites) {
+  for (const std::string& suite : suites) {
     ASSERT_TRUE(coverage.load(coverageFile({suite, GetParam()}))) << suite;
   }
   std::printf("%s", coverage.report().c_str());
