@@ -1,4 +1,5 @@
 // The real program with a chrome of the tests: what it shows, what it answers, how it ends.
+#include "tests/support/Processes.h"
 #include "tests/support/Program.h"
 #include "tests/support/Screen.h"
 #include "tests/support/SuiteTest.h"
@@ -21,7 +22,9 @@
 
 namespace {
 
+using test_support::childrenOf;
 using test_support::clickAt;
+using test_support::nameOf;
 using test_support::Pixel;
 using test_support::pixelAt;
 using test_support::Program;
@@ -31,24 +34,12 @@ using Environment = Program::Environment;
 
 using ProgramTest = test_support::SuiteTest;
 
-std::vector<pid_t> childrenOf(pid_t parent) {
-  std::ifstream list("/proc/" + std::to_string(parent) + "/task/" + std::to_string(parent) +
-                     "/children");
-  return {std::istream_iterator<pid_t>(list), {}};
-}
-
-std::string nameOf(pid_t process) {
-  std::string name;
-  std::getline(std::ifstream("/proc/" + std::to_string(process) + "/comm"), name);
-  return name;
-}
-
 // The processes with web views that the program has started.
 std::vector<pid_t> webViewProcesses(pid_t program) {
   std::vector<pid_t> found;
   for (const pid_t child : childrenOf(program)) {
     for (const pid_t grandchild : childrenOf(child)) {
-      if (nameOf(grandchild).starts_with("pagehost-webvie")) found.push_back(grandchild);
+      if (nameOf(grandchild) == "pagehost-webview") found.push_back(grandchild);
     }
   }
   return found;

@@ -5,8 +5,8 @@
 #include "platform/graphics/remote/Records.h"
 #include "platform/graphics/remote/RemoteWindows.h"
 #include "platform/graphics/remote/WindowConnection.h"
-#include "tests/platform/StandardErrorPipe.h"
 #include "tests/support/RawDatagram.h"
+#include "tests/support/StandardErrorPipe.h"
 
 #include <fcntl.h>
 #include <glib.h>

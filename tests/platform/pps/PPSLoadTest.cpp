@@ -2,8 +2,8 @@
 // many as PAGEHOST_PPS_LOAD_SECONDS says.
 #include "platform/pps/PPSFiles.h"
 #include "platform/pps/PPSObject.h"
-#include "tests/link/TemporaryFolder.h"
 #include "tests/support/ChromeFixture.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <glib.h>

@@ -1,7 +1,7 @@
 // The control: who may use it, what it takes, what it tells.
 #include "platform/navigator/ControlSocket.h"
 #include "platform/navigator/NavigatorHandler.h"
-#include "tests/link/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <glib.h>
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 // Messages as blobs: the record, the texts, the codecs, and what is refused.
 #include "platform/messages/IPCMessage.h"
-#include "tests/platform/StandardErrorPipe.h"
 #include "tests/support/MemoryTransport.h"
+#include "tests/support/StandardErrorPipe.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

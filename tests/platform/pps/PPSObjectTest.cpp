@@ -1,9 +1,9 @@
 // Objects of the publish/subscribe service as files: what is read, written, told, and refused.
 #include "platform/pps/PPSFiles.h"
 #include "platform/pps/PPSObject.h"
-#include "tests/link/TemporaryFolder.h"
-#include "tests/platform/Waiting.h"
 #include "tests/support/ChromeFixture.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Waiting.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -14,8 +14,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <fstream>
-#include <iterator>
 #include <utility>
 
 namespace Tessel::Platform {
@@ -86,10 +84,7 @@ class PPSObjectTest : public testing::Test {
   void edit(const std::string& name, const std::string& text) const {
     folder_.write("root/" + name, text);
   }
-  std::string fileText(const std::string& name) const {
-    std::ifstream file(root() / name);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  std::string fileText(const std::string& name) const { return folder_.read("root/" + name); }
   std::vector<std::string> filesIn(const fs::path& folder) const {
     std::vector<std::string> found;
     for (const auto& entry : fs::directory_iterator(folder)) {
@@ -140,8 +135,10 @@ TEST_F(PPSObjectTest, DeltaBringsWhatIsDifferent) {
   ASSERT_TRUE(status.hears("NewData @status a=n:2 b=json:null d=:x"));
 }
 
-TEST_F(PPSObjectTest, ADestroyedObjectIsSilent) {
+TEST_F(PPSObjectTest, ADestroyedObjectIsSilentAndOthersInItsFolderAreNot) {
   int events = 0;
+  Subscriber other("other");
+  ASSERT_TRUE(other.open(create));
   {
     PPSObject object("status", PPSObject::Full, &client);
     object.setEventFunc([](void* context, const PPSEvent&) { ++*static_cast<int*>(context); },
@@ -154,6 +151,8 @@ TEST_F(PPSObjectTest, ADestroyedObjectIsSilent) {
   ASSERT_TRUE(later.object.write("a:n:2\n"));
   ASSERT_TRUE(later.hears("NewData @status a=n:2"));
   EXPECT_EQ(events, 0);
+  edit("other", "a:n:3\n");
+  EXPECT_TRUE(other.hears("NewData @other a=n:3"));
 }
 
 TEST_F(PPSObjectTest, NoPathLeavesTheRoot) {
@@ -175,8 +174,7 @@ TEST_F(PPSObjectTest, NoPathLeavesTheRoot) {
       EXPECT_THAT(refused.events[0], HasSubstr("OpenFailed The object \"")) << path;
     }
   }
-  std::ifstream outside(folder_.path() / "outside");
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(outside), {}), "secret::x\n");
+  EXPECT_EQ(folder_.read("outside"), "secret::x\n");
   EXPECT_FALSE(Subscriber("missing").open(O_RDWR));
   EXPECT_FALSE(Subscriber("real/object").open(create | O_EXCL));
   Subscriber emptied("real/object");

@@ -6,9 +6,10 @@
 #include "platform/navigator/LocaleHandler.h"
 #include "platform/navigator/MemoryPressure.h"
 #include "platform/navigator/RotationService.h"
+#include "platform/navigator/Viewers.h"
 #include "platform/navigator/WindowService.h"
-#include "tests/link/TemporaryFolder.h"
-#include "tests/platform/Waiting.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Waiting.h"
 
 #include <gio/gio.h>
 #include <gmock/gmock.h>
@@ -23,8 +24,10 @@ using Graphics::ShownAs;
 using Graphics::Window;
 using Graphics::WindowType;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using Testing::iterateUntil;
+using ::testing::Not;
 
 // Remembers every notification that these tests raise.
 class NavigatorTest : public testing::Test, public NavigatorListener, public LocaleListener {
@@ -281,6 +284,22 @@ TEST(InvocationTest, WishesThatNameNothingToOpenOrAProgramAreRefused) {
   EXPECT_EQ(wish.type, "x-scheme-handler/mailto");
   InvokeTarget opened;
   EXPECT_NE(openWith({"phnone:a", "x-scheme-handler/phnone", ""}, opened), "");
+}
+
+TEST(ViewersTest, AViewerHasItsNameAndRequestAndNotTheChromeOfItsOpener) {
+  const test_support::TemporaryFolder folder;
+  folder.write("program", "#!/bin/sh\nenv >\"$1\"\n");
+  std::filesystem::permissions(folder.path() / "program", std::filesystem::perms::owner_all);
+  ::setenv("CHROME_URL", "file:///privileged", 1);
+  String stopped;
+  Viewers viewers([&](const String& viewer) { stopped = viewer; }, {}, folder.path() / "program");
+  EXPECT_EQ(viewers.open("show", (folder.path() / "seen").string(), "{}"), "");
+  ASSERT_TRUE(iterateUntil([&] { return stopped == String("show"); }));
+  ::unsetenv("CHROME_URL");
+  const std::string seen = folder.read("seen");
+  EXPECT_THAT(seen, HasSubstr("PAGEHOST_VIEWER_NAME=show\n"));
+  EXPECT_THAT(seen, HasSubstr("PAGEHOST_INVOKE_REQUEST={}\n"));
+  EXPECT_THAT(seen, Not(HasSubstr("CHROME_URL")));
 }
 
 }  // namespace

@@ -1,14 +1,12 @@
 // What is remembered of forms and log-ins, in its files. Main thread.
 #include "engine/remembered/LoginStore.h"
 #include "engine/remembered/RememberedTexts.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-
-#include <filesystem>
-#include <fstream>
 
 namespace {
 
@@ -18,27 +16,15 @@ using testing::IsEmpty;
 
 class RememberedTest : public testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / "pagehost-test-XXXXXX").string();
-    ASSERT_TRUE(::mkdtemp(pattern.data()));
-    parent_ = pattern;
-    folder_ = pattern + "/remembered";
-  }
-  void TearDown() override { std::filesystem::remove_all(parent_); }
-
   std::string file(const char* name) const { return folder_ + "/" + name; }
-  std::string contentOf(const char* name) const {
-    std::ifstream stream(file(name));
-    return {std::istreambuf_iterator<char>(stream), {}};
-  }
   static mode_t modeOf(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 0777 : 0;
   }
 
-  std::string parent_;
-  std::string folder_;
+  const test_support::TemporaryFolder temporary_;
+  const std::string parent_ = temporary_.path();
+  const std::string folder_ = parent_ + "/remembered";
 };
 
 TEST_F(RememberedTest, TextsAreOfferedToFieldsOfTheirNameTheLatestFirst) {
@@ -136,19 +122,17 @@ TEST_F(RememberedTest, AFileThatIsNoneOfOursIsNotFollowedOrTrusted) {
   std::filesystem::create_symlink(parent_ + "/elsewhere", file("logins.json"));
   EXPECT_TRUE(store.save({"https://a.example", "ann", "two"}));
   EXPECT_EQ(store.list().size(), 1u);
-  std::string untouched;
-  std::getline(std::ifstream(parent_ + "/elsewhere"), untouched);
-  EXPECT_EQ(untouched, "secret");
+  EXPECT_EQ(temporary_.read("elsewhere"), "secret");
 }
 
 TEST_F(RememberedTest, ALockThatIsNeverGivenUpFailsTheChange) {
   FileLoginStore store(folder_);
   ASSERT_TRUE(store.save({"https://a.example", "ann", "one"}));
-  const std::string before = contentOf("logins.json");
+  const std::string before = temporary_.read("remembered/logins.json");
   const Tessel::Platform::UniqueFd lock(::open(file("logins.json.lock").c_str(), O_RDWR));
   ASSERT_EQ(::flock(lock.get(), LOCK_EX), 0);
   EXPECT_FALSE(store.save({"https://a.example", "ann", "two"}));
-  EXPECT_EQ(contentOf("logins.json"), before);
+  EXPECT_EQ(temporary_.read("remembered/logins.json"), before);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // Message loops; the main client runs on the test's thread, the senders on others.
 #include "platform/messages/MainThreadWait.h"
 #include "platform/messages/MessageClient.h"
-#include "tests/platform/Waiting.h"
+#include "tests/support/Waiting.h"
 
 #include <glib.h>
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // The program's end of the page link, against a web process that the test plays. The test's thread
 // is the main thread.
 #include "engine/webkit/PageLink.h"
-#include "tests/link/FrameSamples.h"
-#include "tests/link/ScriptedPeer.h"
+#include "tests/engine/webkit/link/FrameSamples.h"
+#include "tests/engine/webkit/link/ScriptedPeer.h"
 
 #include <gtest/gtest.h>
 #include <sys/eventfd.h>
@@ -189,6 +189,23 @@ TEST(PageLinkTest, AWaitEndsAtItsLimitAndTheLateAnswerIsNobodys) {
   };
   test();
   std::async(std::launch::async, test).get();
+}
+
+TEST(PageLinkTest, TheClockOfAWaitStandsDuringEveryQuestionThatIsServedInIt) {
+  Host host;
+  host.delegate.onNativeCall = [](const NativeArguments&) {
+    std::this_thread::sleep_for(150ms);
+    return String();
+  };
+  Script peer([&] {
+    const Frame call = host.peer.next(FrameKind::CallFunction);
+    for (std::uint32_t id = 1; id < 4; ++id) {
+      host.peer.send(FrameKind::NativeCall, id, page, encode(NativeArguments()));
+      host.peer.next(FrameKind::Answer);
+    }
+    host.peer.answer(call, encode(JavaScriptVariant(1)));
+  });
+  EXPECT_TRUE(host.call("slow", {}, 250ms));
 }
 
 TEST(PageLinkTest, ACallTooLargeToSendEndsTheLinkAndEveryWait) {

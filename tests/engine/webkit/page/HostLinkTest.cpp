@@ -1,9 +1,9 @@
 // The module's end of the page link, against a program that the test plays. The test's thread is
 // the web process's main thread.
 #include "engine/webkit/page/HostLink.h"
-#include "tests/link/FrameSamples.h"
-#include "tests/link/ScriptedPeer.h"
-#include "tests/link/TemporaryFolder.h"
+#include "tests/engine/webkit/link/FrameSamples.h"
+#include "tests/engine/webkit/link/ScriptedPeer.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 

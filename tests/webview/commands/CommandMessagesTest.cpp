@@ -1,9 +1,9 @@
 // What crosses for web view commands: layouts, the proxy, the receiver, and damaged messages.
-#include "tests/platform/StandardErrorPipe.h"
 #include "tests/support/ChromeFixture.h"
 #include "tests/support/MemoryTransport.h"
 #include "tests/support/Mutator.h"
-#include "tests/webview/MessageLayoutFacts.h"
+#include "tests/support/StandardErrorPipe.h"
+#include "tests/webview/commands/MessageLayoutFacts.h"
 #include "webview/commands/CommandTable.h"
 #include "webview/commands/IPCSenderWebView.h"
 #include "webview/events/EventMessages.h"

@@ -1,6 +1,8 @@
 // A folder that lasts as long as its test.
 #pragma once
 
+#include "tests/support/FileContent.h"
+
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
@@ -38,6 +40,7 @@ class TemporaryFolder {
     std::filesystem::create_directories((path_ / name).parent_path());
     std::ofstream(path_ / name) << content;
   }
+  std::string read(const std::string& name) const { return contentOf(path_ / name); }
 
  private:
   std::filesystem::path path_;

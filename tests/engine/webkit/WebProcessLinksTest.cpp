@@ -1,8 +1,8 @@
 // Where web processes connect, over a real socket. Both ends are played on the test's thread.
 #include "engine/webkit/WebProcessLinks.h"
-#include "tests/link/FrameSamples.h"
-#include "tests/link/ScriptedPeer.h"
-#include "tests/link/TemporaryFolder.h"
+#include "tests/engine/webkit/link/FrameSamples.h"
+#include "tests/engine/webkit/link/ScriptedPeer.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "engine/webkit/link/LinkSocket.h"
-#include "tests/platform/Waiting.h"
+#include "tests/support/Waiting.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>

@@ -1,7 +1,7 @@
 // Frames over a stream socket that cuts and joins them as it likes.
 #include "engine/webkit/link/LinkSocket.h"
-#include "tests/link/FrameSamples.h"
-#include "tests/link/ScriptedPeer.h"
+#include "tests/engine/webkit/link/FrameSamples.h"
+#include "tests/engine/webkit/link/ScriptedPeer.h"
 
 #include <gtest/gtest.h>
 

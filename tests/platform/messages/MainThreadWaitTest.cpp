@@ -1,6 +1,6 @@
 // Waits of the main thread, which is the test's.
 #include "platform/messages/MainThreadWait.h"
-#include "tests/platform/Waiting.h"
+#include "tests/support/Waiting.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>

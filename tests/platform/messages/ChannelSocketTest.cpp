@@ -89,6 +89,19 @@ TEST_F(ChannelSocketTest, SendingNeverBlocksAndLosesNothing) {
   EXPECT_FALSE(near.hasUnsent());
 }
 
+TEST_F(ChannelSocketTest, WhatHasBeenSentNoLongerCountsAsWaiting) {
+  const std::string piece(ChannelSocket::maximumUnsent / 8, 'x');
+  ReceivedMessage message;
+  for (int round = 0; round < 10; ++round) {
+    while (!near.hasUnsent()) ASSERT_TRUE(sendTexts(near, {"filler"}));
+    ASSERT_TRUE(sendTexts(near, {piece})) << "round " << round;
+    while (near.hasUnsent()) {
+      ASSERT_EQ(far.receive(message), Outcome::Message);
+      ASSERT_TRUE(near.flush());
+    }
+  }
+}
+
 TEST_F(ChannelSocketTest, APeerThatDoesNotReadOrHasGoneBreaksTheChannel) {
   const std::string piece(1u << 20, 'x');
   int taken = 0;

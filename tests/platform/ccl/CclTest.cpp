@@ -1,7 +1,7 @@
 // The analytics client: what it writes for whom, and what it refuses.
 #include "platform/ccl/Ccl.h"
-#include "tests/link/TemporaryFolder.h"
-#include "tests/platform/StandardErrorPipe.h"
+#include "tests/support/StandardErrorPipe.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>

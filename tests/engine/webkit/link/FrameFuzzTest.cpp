@@ -1,8 +1,8 @@
 // The page link's payloads and frames, and what a web process that was taken over could send: valid
 // bytes with damage, always the same.
 #include "engine/webkit/link/LinkSocket.h"
-#include "tests/link/FrameSamples.h"
-#include "tests/link/ScriptedPeer.h"
+#include "tests/engine/webkit/link/FrameSamples.h"
+#include "tests/engine/webkit/link/ScriptedPeer.h"
 #include "tests/support/Mutator.h"
 
 #include <gtest/gtest.h>
