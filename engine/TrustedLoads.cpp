@@ -163,6 +163,12 @@ void TrustedLoads::committed(const String& shown) {
   origin_ = Origin::of(url.view()).text();
 }
 
+bool TrustedLoads::changesCaller() const {
+  if (!comes_) return false;
+  const bool isOwnNext = loading_ || isOfProgram(at_);
+  return *comes_ != trusted_ || isOwnNext != own_ || Origin::of(at_.view()).text() != origin_;
+}
+
 bool TrustedLoads::admits(const String& url) const {
   const auto leadsTo = [&](const String& address) {
     return address == url || Origin::of(address.view()).holds(url.view());

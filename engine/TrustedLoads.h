@@ -67,6 +67,9 @@ class TrustedLoads {
   bool isTrusted() const { return trusted_; }
   // So may the one that takes its place as soon as the engine comes to it; nothing when none does.
   std::optional<bool> isTrustedNext() const { return comes_; }
+  // Whether it is somebody else than the one that is shown: of a call in between nobody knows whose
+  // it is.
+  bool changesCaller() const;
   // Whether a document of that address may be one of the above.
   bool admits(const String& url) const;
   // Whether the program has loaded its origin, which is not one of the further ones.

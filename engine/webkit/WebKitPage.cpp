@@ -668,7 +668,7 @@ void WebKitPage::committed() {
 // By what the engine has told of the document that is shown. A document calls as soon as it is
 // there, and what the engine tells of it may still be on its way: that is waited for.
 bool WebKitPage::isTrusted() {
-  if (loads_.isTrustedNext().value_or(false) && !loads_.isTrusted() && !hasWaited_) {
+  if (loads_.changesCaller() && loads_.isTrustedNext().value_or(false) && !hasWaited_) {
     const gint64 end = g_get_monotonic_time() + longestCommit;
     const auto tick = [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; };
     const guint timer = g_timeout_add(20, tick, nullptr);
@@ -678,7 +678,7 @@ bool WebKitPage::isTrusted() {
     g_source_remove(timer);
     hasWaited_ = loads_.isTrustedNext().has_value();
   }
-  return loads_.isTrusted() && loads_.isTrustedNext().value_or(true);
+  return loads_.isTrusted() && !loads_.changesCaller();
 }
 
 // Whether a load was cancelled by nobody, and will begin again.

@@ -85,7 +85,7 @@ TEST_F(TrustedLoadsTest, ADocumentThatComesIsKnownBeforeItIsThere) {
   loads.answered("http://b/");
   EXPECT_TRUE(loads.admits("http://b/x") && !loads.admits("http://c/"));
   EXPECT_EQ(loads.isTrustedNext(), true);
-  EXPECT_FALSE(loads.isTrusted());
+  EXPECT_TRUE(!loads.isTrusted() && loads.changesCaller());
   loads.ended();
   EXPECT_FALSE(loads.isTrustedNext() || loads.admits("http://b/"));
   // Nothing answers for a text.
@@ -113,6 +113,13 @@ TEST_F(TrustedLoadsTest, AFailureKeepsTheOriginForTheNextTry) {
   loads.setFurtherOrigins({Origin::of("http://panel/")});
   EXPECT_TRUE(go("http://panel/"));
   EXPECT_FALSE(loads.isOwn());
+  // One that may call gives way to another: until that is there, a call may be of either.
+  loads.started();
+  loads.requested("http://panel/2");
+  loads.answered("http://panel/2");
+  EXPECT_FALSE(loads.changesCaller());
+  loads.answered("http://a/");
+  EXPECT_TRUE(loads.changesCaller());
 }
 
 }  // namespace
