@@ -8,6 +8,7 @@
 #include "tests/support/Mutator.h"
 #include "tests/support/Processes.h"
 #include "tests/support/Program.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -27,6 +28,7 @@
 namespace {
 
 using Tessel::Platform::UniqueFd;
+using test_support::contentOf;
 using test_support::Mutator;
 using test_support::Program;
 using test_support::RawClient;
@@ -35,11 +37,6 @@ using test_support::RawReply;
 using test_support::RawRequest;
 using test_support::readReport;
 using test_support::Report;
-
-std::string contentOf(const std::filesystem::path& path) {
-  std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 int descriptorCount(pid_t pid) {
   const std::filesystem::directory_iterator entries("/proc/" + std::to_string(pid) + "/fd");
@@ -54,20 +51,6 @@ bool waitForFewerDescriptors(pid_t pid, int limit) {
     ::usleep(5000);
   }
   return true;
-}
-
-int zombiesOf(pid_t parent) {
-  int count = 0;
-  for (const pid_t pid : test_support::allProcesses()) {
-    std::istringstream stat(contentOf("/proc/" + std::to_string(pid) + "/stat"));
-    std::string number;
-    std::string name;
-    std::string state;
-    pid_t its = 0;
-    stat >> number >> name >> state >> its;
-    if (its == parent && state == "Z") ++count;
-  }
-  return count;
 }
 
 // Until the process is gone or a zombie.
@@ -99,8 +82,6 @@ class LauncherTest : public testing::Test {
  protected:
   void SetUp() override {
     if (::geteuid() != 0) GTEST_SKIP() << "the server starts as root";
-    std::string pattern = testing::TempDir() + "launcher-XXXXXX";
-    folder = ::mkdtemp(pattern.data());
     ::chmod(folder.c_str(), 0777);
     ::sigemptyset(&ends);
     ::sigaddset(&ends, childEndedSignal);
@@ -110,15 +91,11 @@ class LauncherTest : public testing::Test {
     }  // those of another server's children
     start();
   }
-  void TearDown() override {
-    server.reset();
-    if (!folder.empty()) std::filesystem::remove_all(folder);
-  }
 
   void start() {
     server.emplace(Program::Environment{{"TESSEL_RESMGR_ROOT", folder.string()},
                                         {"OVERWRITTEN", "the server's"}},
-                   std::vector<std::string>{}, "probe-server");
+                   std::vector<std::string>{}, "probe-server", PAGEHOST_TEST_PROBE);
     ASSERT_TRUE(server->waitForError("Waiting for launch requests")) << server->errors();
   }
   std::string path() const { return folder.string() + launcherPath; }
@@ -155,7 +132,8 @@ class LauncherTest : public testing::Test {
     return info.si_value.sival_int;
   }
 
-  std::filesystem::path folder;
+  const test_support::TemporaryFolder temporary;
+  const std::filesystem::path folder = temporary.path();
   sigset_t ends{};
   Pipe report;
   std::optional<Program> server;
@@ -329,7 +307,7 @@ TEST_F(LauncherTest, RandomRequestsNeitherEndTheServerNorCostItAnything) {
   EXPECT_EQ(launchAndRead(request())["user"], "1234,1234");
   EXPECT_TRUE(waitForFewerDescriptors(server->pid(), before));
   // Their ends came one at a time, but for a child and the one that its last signal overtook.
-  EXPECT_LE(zombiesOf(server->pid()), 2);
+  EXPECT_LE(test_support::zombiesOf(server->pid()).size(), 2u);
 }
 
 TEST_F(LauncherTest, APathHasOneServerAndTheNextOneTakesItOver) {
