@@ -126,6 +126,9 @@ void IPCSenderHandler::handleMessage(Message& message) {
     logAlways(LogError, "Someone unknown was trying to send message to me during handshake!");
     return;
   }
+  if (message.type() == ErrorMessage::messageType) {
+    return manager.informChromeOfError(static_cast<const ErrorMessage&>(message).text());
+  }
   if (message.type() != HandleOrvWebPostEventMessage::messageType &&
       message.type() != HandleOrvWebSendEventMessage::messageType) {
     return;

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -74,6 +75,19 @@ void showProcessName(const char* name) {
 const char* processName() {
   if (shown[0] != '\0') return shown.data();
   return area ? area : "";
+}
+
+bool isStoppedOrTraced(int pid) {
+  std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with("State:\t")) {
+      const char state = line.size() > 7 ? line[7] : ' ';
+      if (state == 'T' || state == 't') return true;
+    } else if (line.starts_with("TracerPid:\t")) {
+      return line != "TracerPid:\t0";
+    }
+  }
+  return false;
 }
 
 bool startNamedDetachedThread(const char* name, void (*function)(void*), void* argument) {

@@ -15,6 +15,10 @@ void showProcessName(const char* name);
 // The name as it was set last; main()'s first argument before that, and "" before that.
 const char* processName();
 
+// Whether a process stands still because somebody has stopped it, or is looked at by a debugger.
+// False for one that is not there.
+bool isStoppedOrTraced(int pid);
+
 // The thread's name is cut to 15 characters. False when there can be no thread; errno tells why.
 bool startNamedDetachedThread(const char* name, void (*function)(void*), void* argument);
 

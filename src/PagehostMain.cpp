@@ -16,6 +16,7 @@
 #include "engine/webkit/EngineInspector.h"
 #include "ipc/ChildLauncher.h"
 #include "platform/Crash.h"
+#include "platform/ErrorReport.h"
 #include "platform/Log.h"
 #include "platform/Settings.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
@@ -38,6 +39,7 @@ using Tessel::Platform::MainMessageClient;
 using Tessel::Platform::MongooseHttpServer;
 using Tessel::Platform::platformCrash;
 using Tessel::Platform::Settings;
+using Tessel::Platform::String;
 using Tessel::Platform::Graphics::GtkWindowSystem;
 using Tessel::Platform::Graphics::WindowSystem;
 
@@ -83,6 +85,8 @@ void pagehost_main(int argc, char** argv) {
   ApplicationWindow& window = ApplicationWindow::instance();
   showWindowsOfChildren(window);
   WebViewManager& manager = WebViewManager::instance();
+  Tessel::Platform::setErrorListener(
+      [](const String& text) { WebViewManager::instance().informChromeOfError(text); });
   WebView* root = manager.webViewForHandle(
       manager.createWebView(window.windowGroup().toStdString(), WebViewManager::inThisProcess));
   if (!root) platformCrash("src/main", 51, "pagehost_main");

@@ -11,6 +11,7 @@
 #include "platform/messages/Message.h"
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -74,6 +75,8 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
 
   // Tells the chrome about an error; logged and dropped when there is no chrome. Any thread.
   void informChromeOfError(const String& message);
+  // Where errors go in a process without a chrome, from its main thread.
+  void forwardErrors(std::function<void(const String&)> forward) { forward_ = std::move(forward); }
 
   // Which web views may be inspected, and by whom they are.
   WebInspectorClient& inspector() const { return *inspector_; }
@@ -105,6 +108,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   std::map<int, IPCSenderGroup*> groups_;  // owned; only those that live
   std::map<const WebView*, WebViewHandle> handles_;
   std::set<WebViewHandle> closing_;
+  std::function<void(const String&)> forward_;
   const std::unique_ptr<WebInspectorClient> inspector_;
 
   mutable std::mutex rootMutex_;

@@ -182,7 +182,10 @@ void WebKitPage::loadContent(const String& content, const String& mimeType, cons
   if (!view()) return;
   startLoad([=, this] {
     supplied_ = baseURL;
-    GBytes* bytes = g_bytes_new(content.utf8(), content.length());
+    // The engine takes no empty document; a byte order mark is none of the text.
+    constexpr std::string_view nothing = "\xEF\xBB\xBF";
+    const std::string_view text = content.isEmpty() ? nothing : content.view();
+    GBytes* bytes = g_bytes_new(text.data(), text.size());
     webkit_web_view_load_bytes(view_, bytes, mimeType.utf8(), orNull(encoding), orNull(baseURL));
     g_bytes_unref(bytes);
   });
@@ -268,6 +271,10 @@ void WebKitPage::tryClose() {
   if (view_ && !setup_.deferred) return webkit_web_view_try_close(view_);
   // Nothing was loaded that could object.
   if (client_) client_->closeAllowed();
+}
+
+bool WebKitPage::takesUserAgent(const String& text) const {
+  return PageSettings::takesUserAgent(text);
 }
 
 void WebKitPage::settingChanged(WebViewSetting setting) {

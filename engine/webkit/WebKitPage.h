@@ -55,6 +55,7 @@ class WebKitPage final : public Page,
   void requestSession() override;
   bool restoreSession(const String& session, int position) override;
   void tryClose() override;
+  bool takesUserAgent(const String& text) const override;
   void settingChanged(WebViewSetting setting) override;
   void wantedEventsChanged() override;
   void setAllowedOrigins(const std::vector<String>& patterns) override;

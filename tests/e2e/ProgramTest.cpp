@@ -253,6 +253,7 @@ TEST_F(ProgramTest, WindowsOfEitherProcessMoveFadeAndFollowTheMouse) {
   constexpr Pixel red{200, 0, 0};
   constexpr Pixel green{0, 200, 0};
   Program program(environment("animations.html"));
+  ASSERT_TRUE(program.waitForLine("put back")) << program.errors();
   ASSERT_TRUE(program.waitForLine("animated")) << program.errors();
   EXPECT_TRUE(waitForPixel(402, 198, red)) << "it ended on its target";
   EXPECT_TRUE(waitForPixel(398, 198, chrome));
@@ -306,7 +307,7 @@ TEST_F(ProgramTest, WindowsOfEitherProcessMoveFadeAndFollowTheMouse) {
   movePointer(1200, 590);
   pressButton(1, false);
   ASSERT_TRUE(program.waitForLine("released at 50")) << program.errors();
-  EXPECT_TRUE(program.waitForLine("finished 3, released 3, errors 0 "));
+  EXPECT_TRUE(program.waitForLine("finished 5, released 3, errors 0 "));
 }
 
 TEST_F(ProgramTest, DeletingTheLastWebViewEndsTheProgramWithStatusZero) {

@@ -28,6 +28,10 @@ using Tessel::Platform::String;
 
 namespace {
 
+// Bytes. A page must not get around the chrome's decision by what is too large to be told; no server
+// takes addresses of that length, nor do other browsers send them.
+constexpr std::size_t longestAskedAddress = 2u << 20;
+
 struct PageRecord {
   PageSetup setup;
   ObjectPointer<WebKitFrame> mainFrame;
@@ -47,7 +51,7 @@ class Module final : public HostLinkDelegate {
   JSCValue* callNative(std::uint64_t page, GPtrArray* arguments);
   JSCValue* runDialog(std::uint64_t page, DialogKind kind, GPtrArray* arguments);
   void report(std::uint64_t page, const FunctionCall& report) {
-    link_->tell(FrameKind::Report, page, encode(report));
+    link_->report(page, report);
   }
 
  private:
@@ -397,16 +401,24 @@ bool Module::askForResource(WebKitWebPage* page, WebKitURIRequest* request,
     return String(headers ? soup_message_headers_get_one(headers, name) : nullptr);
   };
   const String destination = header("Sec-Fetch-Dest");
+  const String address(webkit_uri_request_get_uri(request));
+  if (address.length() > longestAskedAddress) {
+    link_->tell(FrameKind::Log, webkit_web_page_get_id(page),
+                "A request is refused: its address is too long for anybody to be asked about it.");
+    return true;
+  }
   const auto answer = link_->ask(
       FrameKind::Ask, webkit_web_page_get_id(page),
       encode(FunctionCall{
           {"resource"},
-          {String(webkit_uri_request_get_uri(request)), destination, header("Referer"),
+          {address, destination, header("Referer"),
            destination == String("document") ? String()
                                              : originOf(webkit_web_page_get_uri(page))}}));
+  // Whoever is not heard has not let it pass.
+  if (!answer) return true;
   FunctionCall decision;
-  // Without an answer it goes on as if nobody had been asked.
-  if (!answer || answer->empty() || !decode(*answer, decision)) return false;
+  // The chrome has decided nothing.
+  if (answer->empty() || !decode(*answer, decision)) return false;
   const String action = decision.path.empty() ? String() : decision.path.front();
   if (action == String("deny")) return true;
   std::vector<JavaScriptVariant>& details = decision.arguments;
