@@ -61,7 +61,7 @@ void showProcessName(const char* name) {
   if (length >= areaSize) {
     // The kernel shows a name that runs on into the environment whole. The variables move away
     // first; who read some before has the old ones, which the process's start is early enough for.
-    for (char** variable = environ; *variable; ++variable) {
+    for (char** variable = environ; variable && *variable; ++variable) {
       if (*variable >= area && *variable < area + roomSize) *variable = ::strdup(*variable);
     }
   }
