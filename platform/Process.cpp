@@ -9,7 +9,9 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -74,6 +76,16 @@ void showProcessName(const char* name) {
 const char* processName() {
   if (shown[0] != '\0') return shown.data();
   return area ? area : "";
+}
+
+pid_t parentOf(pid_t pid) {
+  std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+  std::string text;
+  std::getline(file, text, '\0');
+  // "PID (NAME) STATE PARENT ...", and the name may hold anything.
+  const std::size_t name = text.rfind(')');
+  if (name == std::string::npos || name + 4 >= text.size()) return 0;
+  return std::atoi(text.c_str() + name + 4);
 }
 
 bool startNamedDetachedThread(const char* name, void (*function)(void*), void* argument) {
