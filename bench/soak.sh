@@ -9,22 +9,22 @@ source "$root/tools/build.sh"
 source "$root/tools/headless.sh"
 
 scratch=$(mktemp -d)
-display_pid=
 program_pid=
 helper_pid=
 clean_up() {
   local pid
-  for pid in "$program_pid" "$helper_pid" "$display_pid"; do
+  for pid in "$program_pid" "$helper_pid"; do
     if [[ $pid ]]; then end_process "$pid" || true; fi
   done
+  end_displays
   rm -rf "$scratch"
 }
 trap clean_up EXIT
 
 # prepare_soak: the program built, a screen, folders of its own.
 prepare_soak() {
-  install_packages build run headless
-  build_preset release pagehost page_module chrome_files
+  install_packages build run headless bench
+  build_preset release product
   use_private_folders "$scratch"
   start_display "$scratch"
 }
@@ -45,7 +45,7 @@ measure() {
   local pid part
   memory=0 count=0
   for pid in $(processes); do
-    [[ $pid != "$display_pid" && $pid != "$helper_pid" ]] || continue
+    [[ $pid != "${display_pids[0]}" && $pid != "$helper_pid" ]] || continue
     part=$(awk '$1 == "Pss:" { print $2 }' "/proc/$pid/smaps_rollup" 2>/dev/null) || continue
     memory=$((memory + ${part:-0}))
     count=$((count + 1))

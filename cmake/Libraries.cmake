@@ -6,6 +6,8 @@
 # #include "engine/OrvWebView.h" does not compile in platform/.
 
 set(PAGEHOST_INCLUDE_ROOT ${CMAKE_BINARY_DIR}/include)
+# The links are made anew: those of an earlier state of the tree would be in the way.
+file(REMOVE_RECURSE ${PAGEHOST_INCLUDE_ROOT})
 
 # pagehost_library(<target> FOLDER <folder below the source root>
 #                  SOURCES <files> [DEPENDS <targets>])

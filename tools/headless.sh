@@ -26,20 +26,29 @@ end_process() {
 }
 process_is_gone() { ! kill -0 "$1" 2>/dev/null; }
 
-# start_display FOLDER: starts an X server on a free display, logging into the folder. Exports
-# DISPLAY and sets display_pid, which the caller ends.
+# The X servers that start_display has started; the caller ends them with end_displays.
+display_pids=()
+
+# start_display FOLDER: starts an X server on a free display, logging into the folder. Exports DISPLAY.
 start_display() {
-  local folder=$1 number=
+  local folder=$1 display_pid number=
   : >"$folder/display"
   Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp -noreset \
     3>>"$folder/display" >"$folder/xvfb.log" 2>&1 </dev/null &
   display_pid=$!
+  display_pids+=("$display_pid")
   if ! await 30 "$display_pid" read_line number "$folder/display"; then
     printf 'The X server did not start:\n' >&2
     tail -n 20 "$folder/xvfb.log" >&2
     return 1
   fi
   export DISPLAY=:$number
+}
+
+end_displays() {
+  local pid
+  for pid in "${display_pids[@]}"; do end_process "$pid" || true; done
+  display_pids=()
 }
 
 read_line() { read -r "$1" <"$2"; }

@@ -8,7 +8,7 @@ Usage: tools/lint.sh CHECK...
 
   format   the layout of the C++ files, by clang-format
   tidy     the product's C++ sources, by clang-tidy, where they or what they include changed
-           since this last passed; build/dev must be built
+           since this last passed; build/release must be built, with its tests
   syntax   whether bash can read the shell scripts
   shell    the shell scripts, by shellcheck
 TEXT
@@ -17,6 +17,7 @@ TEXT
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 source "$root/tools/packages.sh"
 cd "$root" || exit
+build=build/release
 
 # Fails when there is nothing to look at: that would pass for the wrong reason.
 some() {
@@ -25,11 +26,22 @@ some() {
   return 1
 }
 
-files_of_git() { git ls-files --cached --others --exclude-standard -- "$@"; }
+# source_files [PATTERN]...: those of the tree; what git ignores is none. An archive of it has no git.
+source_files() {
+  if git rev-parse --git-dir >/dev/null 2>&1; then
+    git ls-files --cached --others --exclude-standard -- "$@"
+  else
+    local pattern
+    (($#)) || set -- '*'
+    for pattern in "$@"; do
+      find . -path ./build -prune -o -type f -name "$pattern" -printf '%P\n'
+    done
+  fi
+}
 
 shell_scripts() {
   # By their first line: some have no ending.
-  files_of_git | while IFS= read -r file; do
+  source_files | while IFS= read -r file; do
     if [[ $file == *.sh ]] || { [[ -x $file ]] && head -c 64 "$file" | grep -q '^#!.*\bbash'; }; then
       printf '%s\n' "$file"
     fi
@@ -38,7 +50,7 @@ shell_scripts() {
 
 check_format() {
   local -a files
-  mapfile -t files < <(files_of_git '*.cpp' '*.h')
+  mapfile -t files < <(source_files '*.cpp' '*.h')
   some "${files[@]}" && clang-format --dry-run -Werror "${files[@]}"
 }
 
@@ -60,14 +72,14 @@ check_shell() {
 
 # Prints, for each object of the build, its source and the files of this tree that went into it.
 sources_with_headers() {
-  ninja -C build/dev -t deps | awk -v root="$PWD/" '
+  ninja -C "$build" -t deps | awk -v root="$PWD/" -v build="$build/" '
     /^[^ ]/ { if (line) print line; line = "" }
     /^ / {
       file = $1
       if (file ~ /^\/usr\//) next
       if (file ~ /^\.\.\/\.\.\//) sub(/^\.\.\/\.\.\//, "", file)
       else if (file ~ /^\//) sub("^" root, "", file)
-      else file = "build/dev/" file
+      else file = build file
       line = line (line ? " " : "") file
     }
     END { if (line) print line }'
@@ -79,11 +91,11 @@ tidy_one() {
   sum=$({
     cat "$passed/common" "$@"
     # Where the tree lies does not count: a fresh clone may find what another one left.
-    grep -F -B 1 "\"$PWD/$source\"" build/dev/compile_commands.json | sed "s|$PWD|.|g"
+    grep -F -B 1 "\"$PWD/$source\"" "$build/compile_commands.json" | sed "s|$PWD|.|g"
   } | sha256sum)
   sum=${sum%% *}
   if [[ ! -e $passed/$sum ]]; then
-    output=$(clang-tidy --quiet -p build/dev "$source" 2>&1) || {
+    output=$(clang-tidy --quiet -p "$build" "$source" 2>&1) || {
       # How much it has to say about other people's headers is no finding.
       grep -vE '^[0-9]+ warnings? (generated|treated as errors)|^Suppressed ' <<<"$output"
       return 1
@@ -96,14 +108,14 @@ check_tidy() {
   local -a sources
   mapfile -t sources < <(sources_with_headers | grep -vE '^(tests|bench)/' | sort)
   some "${sources[@]}" || return
-  passed=${XDG_CACHE_HOME:-$HOME/.cache}/pagehost-lint
+  passed=build/tidy
   mkdir -p "$passed"
   # Other checks, another tool or other libraries: everything counts anew.
   {
     cat .clang-tidy tools/lint.sh
     dpkg-query --show clang-tidy "${packages_build[@]}"
   } >"$passed/common"
-  export passed
+  export passed build
   export -f tidy_one
   # shellcheck disable=SC2016  # the inner shell splits each line into its files
   printf '%s\n' "${sources[@]}" | xargs -d '\n' -n 1 -P "$(nproc)" bash -c 'tidy_one $0'

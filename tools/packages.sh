@@ -3,16 +3,14 @@
 # To be sourced by bash.
 
 # shellcheck disable=SC2034  # the groups are looked up by name
-# What each occasion needs. The benchmarks belong to the build: the preset that is installed is the
-# one that is measured.
+# What each occasion needs.
 packages_build=(g++ cmake ninja-build pkg-config libwebkit2gtk-4.1-dev libgtk-3-dev rapidjson-dev
-  libsoup-3.0-dev libfontconfig-dev libcap-dev libseccomp-dev libgnutls28-dev libpsl-dev
-  libbenchmark-dev libsystemd-dev)
+  libsoup-3.0-dev libfontconfig-dev libcap-dev libseccomp-dev libgnutls28-dev libpsl-dev)
 packages_run=(libegl-mesa0 libgl1-mesa-dri fonts-dejavu-core ca-certificates x11-utils)
 packages_headless=(xvfb imagemagick)
-packages_test=(libgtest-dev libgmock-dev libxtst-dev nodejs dbus-daemon)
-# What figures are compared with.
-packages_bench=(surf)
+packages_test=(libgtest-dev libgmock-dev libxtst-dev nodejs dbus-daemon python3-minimal)
+# The library of the benchmarks, and what figures are compared with.
+packages_bench=(libbenchmark-dev libsystemd-dev procps surf)
 packages_lint=(git clang-format clang-tidy shellcheck)
 # Installed along with others, but no reason to stop.
 packages_nice=(ccache)
@@ -20,8 +18,8 @@ packages_nice=(ccache)
 # missing_packages NAME...: prints those that are not installed, one a line.
 missing_packages() {
   local installed
-  # It complains about names that it has never heard of; those are missing, too.
-  installed=$(dpkg-query --show --showformat='${db:Status-Abbrev}${Package}\n' "$@" 2>/dev/null)
+  # It fails on names that it has never heard of; those are missing, too. The callers stop at failures.
+  installed=$(dpkg-query --show --showformat='${db:Status-Abbrev}${Package}\n' "$@" 2>/dev/null) || true
   comm -23 <(printf '%s\n' "$@" | sort -u) <(sed -n 's/^ii //p' <<<"$installed" | sort -u)
 }
 

@@ -1,8 +1,8 @@
 // The analytics functions as the chrome calls them.
 #include "bindings/BindingManager.h"
 #include "bindings/CclBinding.h"
-#include "tests/link/TemporaryFolder.h"
 #include "tests/support/ChromeFixture.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <cstdlib>
 
@@ -20,13 +20,9 @@ class CclBindingTest : public test_support::ChromeFixture {
   }
 
   std::string file() const { return folder_.path() / "events"; }
-  // What the last line says happened.
-  std::string lastEvent() const {
-    std::string last;
-    std::ifstream stream(file());
-    for (std::string line; std::getline(stream, line);) last = line;
-    last.erase(0, last.find("\"process\""));
-    return last.substr(std::min(last.size(), last.find(',') + 1));
+  std::string lastLine() const {
+    const std::string lines = folder_.read("events");
+    return lines.substr(lines.rfind('\n', lines.size() - 2) + 1);
   }
 
   test_support::TemporaryFolder folder_;
@@ -51,13 +47,17 @@ TEST_F(CclBindingTest, KeysHaveFlagsAndGoWithTheClient) {
     whole.insert(whole.end(), call.begin(), call.end());
     EXPECT_EQ(callNative(whole), "0");
   }
+  EXPECT_EQ(callNative({"ccl.onSearchEvent", "shoes"}), "0");
+  EXPECT_THAT(lastLine(), HasSubstr(R"("event":"search","text":"shoes")"));
   EXPECT_EQ(callNative({"ccl.onCustomEvent", "mine"}), "0");
-  EXPECT_THAT(lastEvent(), HasSubstr(R"("keys":[{"key":"a","value":"1","flags":3},)"
-                                     R"({"key":"b","value":"2","flags":0},)"
-                                     R"({"key":"c","value":"3","flags":1},)"
-                                     R"({"key":"d","value":"4","flags":3},)"
-                                     R"({"key":"e","value":"5","flags":3},)"
-                                     R"({"key":"f","value":"6","flags":0}])"));
+  EXPECT_THAT(lastLine(), HasSubstr(R"("application":"shop","version":"1",)"));
+  EXPECT_THAT(lastLine(), HasSubstr(R"("custom":"mine",)"));
+  EXPECT_THAT(lastLine(), HasSubstr(R"("keys":[{"key":"a","value":"1","flags":3},)"
+                                    R"({"key":"b","value":"2","flags":0},)"
+                                    R"({"key":"c","value":"3","flags":1},)"
+                                    R"({"key":"d","value":"4","flags":3},)"
+                                    R"({"key":"e","value":"5","flags":3},)"
+                                    R"({"key":"f","value":"6","flags":0}])"));
   EXPECT_EQ(callNative({"ccl.setCCLEnabled", "yes"}), "-2");
   EXPECT_EQ(callNative({"ccl.setCCLEnabled", "false"}), "0");
   EXPECT_EQ(callNative({"ccl.isCCLEnabled"}), "0");

@@ -1,9 +1,9 @@
 // Objects as the chrome opens, writes, closes and hears of them.
 #include "bindings/PPSBinding.h"
 #include "platform/messages/MessageClient.h"
-#include "tests/link/TemporaryFolder.h"
-#include "tests/platform/Waiting.h"
 #include "tests/support/ChromeFixture.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Waiting.h"
 
 #include <cstdlib>
 

@@ -14,6 +14,7 @@ using Tessel::Platform::IntPoint;
 using Tessel::Platform::IntRect;
 using Tessel::Platform::IntSize;
 using Tessel::Platform::Graphics::MemoryWindowSystem;
+using Tessel::Platform::Graphics::RawMouseEvent;
 using Tessel::Platform::Graphics::RawTouchEvent;
 using Tessel::Platform::Graphics::ScreenContext;
 using Tessel::Platform::Graphics::TouchPoint;
@@ -134,6 +135,22 @@ TEST_F(TouchTrackingTest, OnlyTheLastPositionCountsAndTheReleaseComesAfterIt) {
   touch(RawTouchEvent::Move, {{1, {300, 0}}});
   turnLoop();
   EXPECT_EQ(delta("X"), "120");
+}
+
+TEST_F(TouchTrackingTest, TheMouseIsFollowedUntilItsButtonIsUpOrLost) {
+  call("setWindowGroupTrackX", {"1", "-500", "500", "0"});
+  const auto placeAfter = [&](RawMouseEvent::Type type, int inWindow, int source) {
+    ScreenContext::sharedContext().tell(RawMouseEvent{type, {inWindow, 0}, {source, 0}});
+    turnLoop();
+    return windows_[0]->windowLocation().x;
+  };
+  EXPECT_EQ(placeAfter(RawMouseEvent::Press, 10, 0), 110);
+  EXPECT_EQ(placeAfter(RawMouseEvent::Move, 0, -30), 70) << "outside of the window, too";
+  EXPECT_THAT(animationEvents(), IsEmpty());
+  for (const auto end : {RawMouseEvent::Release, RawMouseEvent::Cancel}) {
+    EXPECT_EQ(placeAfter(end, 40, 0), 140);
+    EXPECT_THAT(animationEvents(), ElementsAre("onDragTouchRelease"));
+  }
 }
 
 TEST_F(TouchTrackingTest, OtherThreadsHaveTheirCallsRunOnTheMainThread) {

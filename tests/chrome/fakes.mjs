@@ -1,5 +1,13 @@
 // Tabs without the program: what they are told, and what is asked of their web views.
 
+// What every page has, and node only from version 19 on.
+globalThis.CustomEvent ??= class CustomEvent extends Event {
+  constructor(type, { detail = null, ...options } = {}) {
+    super(type, options);
+    this.detail = detail;
+  }
+};
+
 // With what the test needs of the tabs besides.
 export function fakeTabs(fields) {
   const tabs = Object.assign(new EventTarget(), { list: [], ...fields });

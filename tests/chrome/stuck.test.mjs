@@ -9,7 +9,8 @@ let interrupt;
 
 beforeEach(() => {
   mock.timers.reset();
-  mock.timers.enable({ apis: ['setTimeout'] });
+  // Older versions take the list itself.
+  mock.timers.enable(parseInt(process.versions.node, 10) < 20 ? ['setTimeout'] : { apis: ['setTimeout'] });
   const tabs = fakeTabs();
   const tab = fakeTab({ label: 'A page' });
   open = [];

@@ -4,6 +4,7 @@
 #include "tools/reference/Effect.h"
 
 #include <algorithm>
+#include <fstream>
 #include <sstream>
 #include <string_view>
 #include <utility>
@@ -93,6 +94,22 @@ void Coverage::take(const std::string& line) {
   if (mark != "#" || (kind != "called" && kind != "raised")) return;
   Names& names = kind == "called" ? called_ : raised_;
   for (std::string name; words >> name;) names.insert(name);
+}
+
+void Coverage::save(const std::filesystem::path& file) const {
+  std::filesystem::create_directories(file.parent_path());
+  std::ofstream text(file);
+  for (const auto& [kind, names] : {std::pair("called", &called_), {"raised", &raised_}}) {
+    text << "# " << kind;
+    for (const std::string& name : *names) text << ' ' << name;
+    text << '\n';
+  }
+}
+
+bool Coverage::load(const std::filesystem::path& file) {
+  std::ifstream text(file);
+  for (std::string line; std::getline(text, line);) take(line);
+  return text.eof();
 }
 
 std::string Coverage::report() const {

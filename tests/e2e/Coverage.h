@@ -2,6 +2,7 @@
 // that are said to be. Main thread.
 #pragma once
 
+#include <filesystem>
 #include <set>
 #include <string>
 
@@ -11,6 +12,11 @@ class Coverage {
  public:
   // A line that a suite prints at its end: "# called" or "# raised" and names. Others are ignored.
   void take(const std::string& line);
+
+  // The names as lines for take(), to be added to by another process. False when there is no such
+  // file.
+  void save(const std::filesystem::path& file) const;
+  bool load(const std::filesystem::path& file);
 
   // A line for each of commands, events and properties: how many of how many, and what is missing.
   std::string report() const;

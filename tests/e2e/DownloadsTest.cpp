@@ -6,7 +6,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
 
 namespace {
@@ -18,8 +17,7 @@ class DownloadsTest : public test_support::SuiteTest {};
 std::map<std::string, std::string> filesIn(const std::filesystem::path& folder) {
   std::map<std::string, std::string> files;
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-    std::ifstream file(entry.path(), std::ios::binary);
-    files[entry.path().filename()] = std::string(std::istreambuf_iterator<char>(file), {});
+    files[entry.path().filename()] = test_support::contentOf(entry.path());
   }
   return files;
 }

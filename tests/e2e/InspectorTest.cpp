@@ -1,6 +1,6 @@
 // Inspectors of real pages, in the program's own process and in a child.
 #include "tests/support/HttpPeer.h"
-#include "tests/support/Program.h"
+#include "tests/support/SuiteTest.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -16,27 +16,8 @@ using test_support::frame;
 using test_support::HttpPeer;
 using test_support::Program;
 
-class InspectorTest : public testing::TestWithParam<const char*> {
- protected:
-  void SetUp() override {
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / "pagehost-test-XXXXXX").string();
-    ASSERT_TRUE(::mkdtemp(pattern.data()));
-    folder_ = pattern;
-  }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
-
-  Program::Environment environment() const {
-    return {{"CHROME_URL", std::string("local:///inspected.html") + GetParam()},
-            {"TESSEL_LOCAL_ROOT", PAGEHOST_TEST_PAGES},
-            {"XDG_DATA_HOME", (folder_ / "data").string()},
-            {"XDG_CACHE_HOME", (folder_ / "cache").string()},
-            {"WIDTH", "800"},
-            {"HEIGHT", "600"}};
-  }
-
-  std::filesystem::path folder_;
-};
+class InspectorTest : public test_support::SuiteTest,
+                      public testing::WithParamInterface<const char*> {};
 
 // Where a process listens at this machine, but for 127.0.0.1.
 std::vector<sockaddr_in> hiddenListeners(pid_t pid) {
@@ -87,7 +68,7 @@ std::string evaluating(int id, const std::string& expression) {
 }
 
 TEST_P(InspectorTest, PagesAreLookedInto) {
-  Program program(environment());
+  Program program(environment(std::string("inspected.html") + GetParam()));
   const auto line = program.nextLine();
   ASSERT_TRUE(line) << program.errors();
   std::istringstream words(*line);
@@ -115,6 +96,9 @@ TEST_P(InspectorTest, PagesAreLookedInto) {
              wholeText(R"({"id":9,"method":"Console.enable"})"));
   EXPECT_TRUE(first.waitFor(R"("nodeName":"#document")")) << first.received;
   EXPECT_TRUE(first.waitFor(R"("text":"tick")")) << first.received;
+  first.send(wholeText(R"({"id":10,"method":"Debugger.enable"})") +
+             wholeText(R"({"id":11,"method":"Debugger.pause"})"));
+  EXPECT_TRUE(first.waitFor("Debugger.paused")) << first.received;
 
   // The second is one that knows how the engine wraps.
   HttpPeer second(port);
@@ -133,7 +117,8 @@ TEST_P(InspectorTest, PagesAreLookedInto) {
   second.send(wholeText(R"({"id":1,"method":"Browser.enable"})") + evaluatingWrapped(2, "40 + 3"));
   EXPECT_TRUE(second.waitFor(R"({"result":{},"id":2})")) << second.received;
   EXPECT_TRUE(second.waitFor(R"(\"value\":43)")) << second.received;
-  second.send(evaluatingWrapped(4, "document.title='bye'"));
+  // By a timer, which a page that the first has left paused would not run.
+  second.send(evaluatingWrapped(4, "setTimeout(() => { document.title = 'bye'; })"));
   EXPECT_TRUE(second.waitFor("The inspector was closed")) << second.received;
 
   HttpPeer late(port);

@@ -1,7 +1,6 @@
 // The real program and what surrounds it: its window, its control, the fonts, other applications.
 #include "platform/navigator/Notifications.h"
-#include "tests/support/Program.h"
-#include "tests/support/Screen.h"
+#include "tests/support/SuiteTest.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -17,28 +16,17 @@ using Tessel::Platform::Notification;
 using Tessel::Platform::notifications;
 using test_support::Program;
 
-class PlatformTest : public testing::Test {
+class PlatformTest : public test_support::SuiteTest {
  protected:
-  void SetUp() override {
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / "pagehost-test-XXXXXX").string();
-    ASSERT_TRUE(::mkdtemp(pattern.data()));
-    folder_ = pattern;
-    std::filesystem::copy(PAGEHOST_TEST_PAGES, folder_ / "root",
-                          std::filesystem::copy_options::recursive);
+  PlatformTest() {
     std::filesystem::create_directories(folder_ / "config/fontconfig");
     std::filesystem::create_directories(folder_ / "data/applications");
   }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
 
   Program::Environment environment(const std::string& calls = "[]") const {
-    return {{"CHROME_URL", "local:///platform.html?calls=" + calls},
-            {"TESSEL_LOCAL_ROOT", (folder_ / "root").string()},
-            {"XDG_CONFIG_HOME", (folder_ / "config").string()},
-            {"XDG_DATA_HOME", (folder_ / "data").string()},
-            {"XDG_CACHE_HOME", (folder_ / "cache").string()},
-            {"WIDTH", "800"},
-            {"HEIGHT", "600"}};
+    Program::Environment all = SuiteTest::environment("platform.html?calls=" + calls);
+    all["XDG_CONFIG_HOME"] = (folder_ / "config").string();
+    return all;
   }
 
   // The status of the control's client.
@@ -56,8 +44,6 @@ class PlatformTest : public testing::Test {
     ::waitpid(child, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
-
-  std::filesystem::path folder_;
 };
 
 TEST_F(PlatformTest, TheChromeHearsWhatHappensToItsWindow) {
@@ -135,12 +121,15 @@ TEST_F(PlatformTest, OtherFontsAreNoticed) {
   Program program(environment());
   ASSERT_TRUE(program.waitForLine("ready")) << program.errors();
   // Whatever is wished for becomes this one.
-  std::ofstream(folder_ / "config/fontconfig/fonts.conf")
-      << R"(<?xml version="1.0"?><!DOCTYPE fontconfig SYSTEM "fonts.dtd"><fontconfig>
+  for (const std::string family : {"DejaVu Serif", "DejaVu Sans Mono"}) {
+    std::ofstream(folder_ / "config/fontconfig/fonts.conf")
+        << R"(<?xml version="1.0"?><!DOCTYPE fontconfig SYSTEM "fonts.dtd"><fontconfig>
 <match target="pattern"><edit name="family" mode="assign" binding="strong">
-<string>DejaVu Serif</string></edit></match></fontconfig>)";
-  EXPECT_TRUE(program.waitForLine(R"(application.onFontInfoChange ["DejaVu Serif",)"))
-      << program.errors();
+<string>)"
+        << family << "</string></edit></match></fontconfig>";
+    EXPECT_TRUE(program.waitForLine("application.onFontInfoChange [\"" + family + "\","))
+        << program.errors();
+  }
 }
 
 TEST_F(PlatformTest, AnAddressIsOpenedWithTheApplicationThatIsRegisteredForIt) {
@@ -175,9 +164,8 @@ TEST_F(PlatformTest, AnAddressIsOpenedWithTheApplicationThatIsRegisteredForIt) {
   while (!std::filesystem::exists(seen) && std::chrono::steady_clock::now() < deadline) {
     ::usleep(10000);
   }
-  std::string text;
-  std::getline(std::ifstream(seen), text);
-  EXPECT_EQ(text, "phtest:$(id)'; id") << "it is one word, and nothing runs it";
+  EXPECT_EQ(test_support::contentOf(seen), "phtest:$(id)'; id")
+      << "it is one word, and nothing runs it";
 }
 
 TEST_F(PlatformTest, AViewerIsOpenedTalkedToAndClosed) {

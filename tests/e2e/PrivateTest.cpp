@@ -9,9 +9,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <regex>
 #include <thread>
@@ -62,8 +60,7 @@ Files filesBelow(const std::vector<std::filesystem::path>& folders) {
       // A folder's name tells something, too. Files may go while they are looked at.
       std::string& content = files[entries->path().lexically_relative(folder.parent_path())];
       if (!entries->is_regular_file(gone)) continue;
-      std::ifstream file(entries->path(), std::ios::binary);
-      content.assign(std::istreambuf_iterator<char>(file), {});
+      content = test_support::contentOf(entries->path());
     }
   }
   return files;

@@ -1,7 +1,7 @@
 // Kills what the program consists of, at random moments while it is at work: what dies takes
 // nothing else along, and everything ends with the main process.
 #include "tests/support/Processes.h"
-#include "tests/support/Program.h"
+#include "tests/support/SuiteTest.h"
 
 #include <gtest/gtest.h>
 
@@ -21,31 +21,12 @@ using test_support::isRunning;
 using test_support::nameOf;
 using test_support::Program;
 
-class ProcessFaultTest : public testing::Test {
+class ProcessFaultTest : public test_support::SuiteTest {
  protected:
-  void SetUp() override {
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / "pagehost-fault-XXXXXX").string();
-    ASSERT_TRUE(::mkdtemp(pattern.data()));
-    folder_ = pattern;
-  }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
-
   std::unique_ptr<Program> start() const {
-    return std::make_unique<Program>(
-        Program::Environment{{"CHROME_URL", "local:///crowd.html"},
-                             {"TESSEL_LOCAL_ROOT", PAGEHOST_TEST_PAGES},
-                             {"XDG_DATA_HOME", (folder_ / "data").string()},
-                             {"XDG_CACHE_HOME", (folder_ / "cache").string()},
-                             {"XDG_RUNTIME_DIR", runtime()},
-                             {"WIDTH", "800"},
-                             {"HEIGHT", "600"}});
-  }
-  std::string runtime() const {
-    const auto path = folder_ / "run";
-    std::filesystem::create_directory(path);
-    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
-    return path.string();
+    Program::Environment all = environment("crowd.html");
+    all["XDG_RUNTIME_DIR"] = folder_.string();
+    return std::make_unique<Program>(all);
   }
 
   // Reads on until every web view is at work.
@@ -63,8 +44,6 @@ class ProcessFaultTest : public testing::Test {
     const char* wished = std::getenv("PAGEHOST_FAULT_ROUNDS");
     return wished ? std::atoi(wished) : 12;
   }
-
-  std::filesystem::path folder_;
 };
 
 pid_t launcherOf(const Program& program) {

@@ -1,8 +1,8 @@
 // The fuzzers' rules: what every answer, record and object file may change, and nothing else. The
 // texts are the same each time, unless a variable asks for others or for more. Main thread.
 #include "tests/fuzz/Fuzzers.h"
-#include "tests/platform/StandardErrorPipe.h"
 #include "tests/support/ChromeFixture.h"
+#include "tests/support/StandardErrorPipe.h"
 
 #include <cstdlib>
 

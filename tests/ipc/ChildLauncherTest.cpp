@@ -1,7 +1,7 @@
 // The child launcher, with real processes.
 #include "ipc/ChildLauncher.h"
-#include "tests/platform/Waiting.h"
 #include "tests/support/OwnProcess.h"
+#include "tests/support/Waiting.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>

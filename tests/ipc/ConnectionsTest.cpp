@@ -4,10 +4,11 @@
 #include "platform/messages/Channels.h"
 #include "platform/messages/Connections.h"
 #include "platform/messages/MainThreadWait.h"
-#include "tests/platform/StandardErrorPipe.h"
-#include "tests/platform/Waiting.h"
 #include "tests/support/ChromeFixture.h"
 #include "tests/support/Peer.h"
+#include "tests/support/StandardErrorPipe.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Waiting.h"
 
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -15,7 +16,6 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
 
 namespace {
 
@@ -156,6 +156,22 @@ TEST(ConnectionsTest, DeathEndsAWaitAndIsToldOnceAfterWhatWasSentBefore) {
   });
 }
 
+TEST(ConnectionsTest, AMessageOfAnUnknownTypeIsAnsweredWithNothing) {
+  inOwnProcess([] {
+    Peer peer([](int) { Peer::serve([](Message& message) { answer(message, true); }); });
+    // The peer was forked before this process knew the type.
+    constexpr int type = largestMessageType;
+    installMessageSerializer(type, new RecordSerializer<IPCMessage<>>);
+    Listener self;
+    const int connection = self.connectTo(peer);
+    killSilentPeer(connection, 5s);
+    TypedReplyBuffer<bool> reply;
+    MessageClient::sendMessage(std::make_unique<IPCMessage<>>(type, &reply), connection);
+    EXPECT_FALSE(reply.value());
+    EXPECT_TRUE(ask(connection, 1)) << "the peer has lost its connection, or its life";
+  });
+}
+
 TEST(ConnectionsTest, WhoDoesNotAnswerIsKilledAndWhoDoesNotReadAsWell) {
   inOwnProcess([] {
     const auto body = [](int) { Peer::serve([](Message& message) { answer(message, true); }); };
@@ -235,9 +251,8 @@ TEST(ConnectionsTest, AProcessOfAnotherUserIsRefusedEvenWhereItCanConnect) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can become somebody else";
   inOwnProcess([] {
     // A run-time folder of its own: it is opened to others, which no other process puts up with.
-    std::string base = (std::filesystem::temp_directory_path() / "pagehost-run-XXXXXX").string();
-    ASSERT_TRUE(::mkdtemp(base.data()));
-    ::setenv("XDG_RUNTIME_DIR", base.c_str(), 1);
+    const test_support::TemporaryFolder base;
+    ::setenv("XDG_RUNTIME_DIR", base.path().c_str(), 1);
     const std::string folder = runtimeFolder();
     Peer other([folder](int channel) {
       if (::chdir(folder.c_str()) != 0 || ::setuid(65534) != 0) ::_exit(5);
@@ -263,7 +278,6 @@ TEST(ConnectionsTest, AProcessOfAnotherUserIsRefusedEvenWhereItCanConnect) {
     other.tell(0);
     EXPECT_FALSE(other.hear());
     EXPECT_TRUE(other.hear());
-    std::filesystem::remove_all(base);
     EXPECT_NE(log.read().find("of user 65534 is refused"), std::string::npos);
   });
 }

@@ -8,25 +8,28 @@
 #include "ipc/ProcessMessages.h"
 #include "platform/messages/Channels.h"
 #include "platform/messages/Connections.h"
-#include "tests/platform/StandardErrorPipe.h"
-#include "tests/platform/Waiting.h"
+#include "platform/messages/MainThreadWait.h"
 #include "tests/support/ChromeFixture.h"
+#include "tests/support/Processes.h"
+#include "tests/support/StandardErrorPipe.h"
+#include "tests/support/Waiting.h"
 #include "webview/commands/IPCSenderWebView.h"
 #include "webview/events/EventMessages.h"
 
 #include <signal.h>
+#include <sys/eventfd.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <fstream>
 #include <thread>
 
 namespace {
 
 using namespace Tessel::Platform;
 using test_support::inOwnProcess;
+using test_support::isRunning;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -70,6 +73,7 @@ int goodChild(IPCReceiverHandler& handler, MainMessageClient& client) {
   // What an earlier test in the process that this was forked from has left: a child has no chrome.
   WebViewManager::instance().destroyWebView(WebViewManager::rootHandle);
   test_support::FakePage::onLoad = [](test_support::FakePage& page, const String&) {
+    page.client.update<&PageState::title>(String(std::getenv("SOCK_SO_BINDTODEVICE")));
     page.raise(OrvWebDialogRequestedEvent());
   };
   client.installMessageHandler(&handler);
@@ -150,25 +154,63 @@ void withChildren(const std::function<void(Chrome&)>& body) {
   });
 }
 
-bool isAlive(pid_t pid) {
-  // Nobody of this process waits for it, so that it may linger as a zombie where init is slow.
-  std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-  std::string pidText, name, state;
-  return bool(file >> pidText >> name >> state) && state != "Z";
-}
-
 TEST(GroupTest, TheLastWebViewOfAGroupTakesItsProcessAlong) {
   withChildren([](Chrome& chrome) {
-    const unsigned int first = chrome.create(1);
-    const unsigned int second = chrome.create(1);
+    const unsigned int first = chrome.create(2);
+    const unsigned int second = chrome.create(2);
     const pid_t process = chrome.processOf(first);
     EXPECT_EQ(chrome.processOf(second), process);
-    EXPECT_NE(chrome.processOf(chrome.create(2)), process);
+    EXPECT_NE(chrome.processOf(chrome.create(WebViewManager::inNewProcess)), process)
+        << "a number in use was given out";
     chrome.callNative({"webview.delete", std::to_string(first).c_str()});
-    EXPECT_TRUE(isAlive(process));
+    EXPECT_TRUE(isRunning(process));
     chrome.callNative({"webview.delete", std::to_string(second).c_str()});
-    ASSERT_TRUE(iterateUntil([&] { return !isAlive(process); }));
+    ASSERT_TRUE(iterateUntil([&] { return !isRunning(process); }));
     EXPECT_THAT(chrome.errors(), IsEmpty());
+  });
+}
+
+TEST(GroupTest, ANewChildIsToldItsNetworkDevice) {
+  withChildren([](Chrome& chrome) {
+    ::setenv("SOCK_SO_BINDTODEVICE", "eth7", 1);
+    const unsigned int view = chrome.create(1);
+    const std::string handle = std::to_string(view);
+    ASSERT_TRUE(iterateUntil([&] { return chrome.manager.isCreated(view); }));
+    chrome.callNative({"webview.loadURL", handle.c_str(), "about:blank"});
+    EXPECT_EQ(chrome.callNative({"webview.title", handle.c_str()}), "eth7");
+  });
+}
+
+// What the chrome does in the main thread's next wait.
+class InNextWait final : public MainThreadWait::Party {
+ public:
+  explicit InNextWait(std::function<void()> action) : action_(std::move(action)) {
+    MainThreadWait::addParty(this);
+  }
+  ~InNextWait() override { MainThreadWait::removeParty(this); }
+  void appendPollDescriptors(std::vector<pollfd>& descriptors) const override {
+    if (action_) descriptors.push_back({ready_.get(), POLLIN, 0});
+  }
+  void serve() override {
+    if (const auto action = std::exchange(action_, nullptr)) action();
+  }
+
+ private:
+  std::function<void()> action_;
+  const UniqueFd ready_{::eventfd(1, EFD_CLOEXEC)};
+};
+
+TEST(GroupTest, AGroupThatCreatesOutlivesItsLastWebView) {
+  withChildren([](Chrome& chrome) {
+    const unsigned int first = chrome.create(1);
+    const pid_t process = chrome.processOf(first);
+    const InNextWait deletion([&] { chrome.manager.destroyWebView(first); });
+    const unsigned int second = chrome.create(1);
+    EXPECT_EQ(chrome.manager.remoteWebViewForHandle(first), nullptr);
+    test_support::turnLoop();
+    ASSERT_NE(chrome.manager.remoteWebViewForHandle(second)->group(), nullptr);
+    EXPECT_EQ(chrome.processOf(second), process);
+    EXPECT_TRUE(isRunning(process));
   });
 }
 
@@ -308,6 +350,11 @@ TEST(GroupTest, MessagesDuringAHandshakeAreDropped) {
     EXPECT_THAT(log.read(),
                 HasSubstr("Someone unknown was trying to send message to me during handshake!"));
     EXPECT_THAT(chrome.events(), IsEmpty());
+    // A number that another group has taken over is not the first one's to remove.
+    auto* const later = new Relaunched(77, 4712);
+    handler.addProcess(4242, later);
+    handler.removeProcess(4242, group);
+    EXPECT_EQ(handler.groupForConnection(4712), later);
     // Outside the main process there is no launcher.
     EXPECT_EQ(chrome.create(3), 0u);
     EXPECT_THAT(chrome.errors(),

@@ -8,6 +8,7 @@
 #include "tests/support/Mutator.h"
 #include "tests/support/Processes.h"
 #include "tests/support/Program.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -29,6 +30,7 @@
 namespace {
 
 using Tessel::Platform::UniqueFd;
+using test_support::contentOf;
 using test_support::Mutator;
 using test_support::Program;
 using test_support::RawClient;
@@ -37,11 +39,6 @@ using test_support::RawReply;
 using test_support::RawRequest;
 using test_support::readReport;
 using test_support::Report;
-
-std::string contentOf(const std::filesystem::path& path) {
-  std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 int descriptorCount(pid_t pid) {
   const std::filesystem::directory_iterator entries("/proc/" + std::to_string(pid) + "/fd");
@@ -56,20 +53,6 @@ bool waitForFewerDescriptors(pid_t pid, int limit) {
     ::usleep(5000);
   }
   return true;
-}
-
-int zombiesOf(pid_t parent) {
-  int count = 0;
-  for (const pid_t pid : test_support::allProcesses()) {
-    std::istringstream stat(contentOf("/proc/" + std::to_string(pid) + "/stat"));
-    std::string number;
-    std::string name;
-    std::string state;
-    pid_t its = 0;
-    stat >> number >> name >> state >> its;
-    if (its == parent && state == "Z") ++count;
-  }
-  return count;
 }
 
 // Until the process is gone or a zombie.
@@ -106,8 +89,6 @@ class LauncherTest : public testing::Test {
  protected:
   void SetUp() override {
     if (::geteuid() != 0) GTEST_SKIP() << "the server starts as root";
-    std::string pattern = testing::TempDir() + "launcher-XXXXXX";
-    folder = ::mkdtemp(pattern.data());
     ::chmod(folder.c_str(), 0777);
     ::sigemptyset(&ends);
     ::sigaddset(&ends, childEndedSignal);
@@ -121,17 +102,13 @@ class LauncherTest : public testing::Test {
     report = UniqueFd(::open(reportPath().c_str(), O_RDWR | O_CLOEXEC));
     start();
   }
-  void TearDown() override {
-    server.reset();
-    if (!folder.empty()) std::filesystem::remove_all(folder);
-  }
 
   void start() {
     server.emplace(Program::Environment{{"TESSEL_RESMGR_ROOT", folder.string()},
                                         {"OVERWRITTEN", "the server's"},
                                         {"LC_NUMERIC", "de_DE"},
                                         {"SERVERS_SECRET", "not for applications"}},
-                   std::vector<std::string>{}, "probe-server");
+                   std::vector<std::string>{}, "probe-server", PAGEHOST_TEST_PROBE);
     ASSERT_TRUE(server->waitForError("Waiting for launch requests")) << server->errors();
   }
   std::string reportPath() const { return folder.string() + "/report"; }
@@ -169,7 +146,8 @@ class LauncherTest : public testing::Test {
     return info.si_value.sival_int;
   }
 
-  std::filesystem::path folder;
+  const test_support::TemporaryFolder temporary;
+  const std::filesystem::path folder = temporary.path();
   sigset_t ends{};
   UniqueFd report;
   std::optional<Program> server;
@@ -329,7 +307,7 @@ TEST_F(LauncherTest, EveryEndCanBeAskedForWhateverBecomesOfTheSignals) {
                                      std::to_string(i)))
         << server->errors();
   }
-  EXPECT_EQ(zombiesOf(server->pid()), 0);
+  EXPECT_TRUE(test_support::zombiesOf(server->pid()).empty());
   EXPECT_EQ(endOf(::getpid()).status, ESRCH);
 
   RawRequest held = request();
@@ -381,7 +359,8 @@ TEST_F(LauncherTest, NobodyElseKeepsAServerFromStarting) {
   EXPECT_EQ(status.st_mode & 0777, 0600u);
   server.reset();
   ASSERT_EQ(::chown((path() + ".lock").c_str(), 1234, 1234), 0);
-  Program other({{"TESSEL_RESMGR_ROOT", folder.string()}}, {}, "probe-server");
+  Program other({{"TESSEL_RESMGR_ROOT", folder.string()}}, {}, "probe-server",
+                PAGEHOST_TEST_PROBE);
   EXPECT_EQ(other.status(), 1) << "somebody else's file";
 }
 
@@ -444,7 +423,7 @@ TEST_F(LauncherTest, RandomRequestsNeitherEndTheServerNorCostItAnything) {
   EXPECT_GT(launched, 100);
   EXPECT_EQ(launchAndRead(request())["user"], "1234,1234");
   EXPECT_TRUE(waitForFewerDescriptors(server->pid(), before));
-  EXPECT_EQ(zombiesOf(server->pid()), 0);
+  EXPECT_TRUE(test_support::zombiesOf(server->pid()).empty());
 }
 
 TEST_F(LauncherTest, APathHasOneServerAndTheNextOneTakesItOver) {

@@ -1,7 +1,7 @@
 // The last words of a process. Each death happens in a forked child.
 #include "platform/Crash.h"
 #include "platform/Log.h"
-#include "tests/platform/StandardErrorPipe.h"
+#include "tests/support/StandardErrorPipe.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>

@@ -1,6 +1,6 @@
 // The folders of the user: whose they are, and which process has them.
 #include "platform/Folders.h"
-#include "tests/link/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

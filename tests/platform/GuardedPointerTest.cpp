@@ -2,7 +2,7 @@
 #include "platform/GuardedPointer.h"
 #include "platform/messages/MessageClient.h"
 #include "platform/messages/MethodDelegate.h"
-#include "tests/platform/Waiting.h"
+#include "tests/support/Waiting.h"
 
 #include <gtest/gtest.h>
 

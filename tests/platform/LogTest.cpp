@@ -1,6 +1,6 @@
 // Log lines as whoever reads standard error gets them; a pipe stands in for it.
 #include "platform/Log.h"
-#include "tests/platform/StandardErrorPipe.h"
+#include "tests/support/StandardErrorPipe.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

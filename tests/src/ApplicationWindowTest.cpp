@@ -1,8 +1,8 @@
 // The application window. It is made once per process, so every test has a process of its own.
 #include "ApplicationWindow.h"
 #include "platform/Settings.h"
-#include "tests/platform/StandardErrorPipe.h"
 #include "tests/support/ChromeFixture.h"
+#include "tests/support/StandardErrorPipe.h"
 
 #include <cstdlib>
 

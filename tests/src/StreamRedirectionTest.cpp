@@ -1,7 +1,7 @@
 // Standard streams on files, in processes that have nothing to lose.
 #include "StreamRedirection.h"
-#include "tests/link/TemporaryFolder.h"
 #include "tests/support/OwnProcess.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -10,18 +10,14 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <iterator>
 
 namespace {
 
+using test_support::contentOf;
 using test_support::inOwnProcess;
 
 class StreamRedirectionTest : public ::testing::Test {
  protected:
-  static std::string contentOf(const std::string& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
   // Redirects the streams, says something on both and tells whether the failed one is silenced.
   void redirect(const std::string& out, const std::string& err, int failed) {
     inOwnProcess([&] {

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "platform/UniqueFd.h"
-#include "tests/platform/Waiting.h"
+#include "tests/support/Waiting.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>

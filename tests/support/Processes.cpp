@@ -1,10 +1,10 @@
 // The processes of this machine. Any thread.
 #include "tests/support/Processes.h"
 
+#include "tests/support/FileContent.h"
+
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 
 namespace test_support {
@@ -12,8 +12,7 @@ namespace test_support {
 namespace {
 
 std::string fileOf(pid_t pid, const char* name) {
-  std::ifstream file("/proc/" + std::to_string(pid) + "/" + name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  return contentOf("/proc/" + std::to_string(pid) + "/" + name);
 }
 
 struct Status {
@@ -29,6 +28,16 @@ Status statusOf(pid_t pid) {
   if (end != std::string::npos)
     std::istringstream(text.substr(end + 1)) >> status.state >> status.parent;
   return status;
+}
+
+template <typename Condition>
+std::vector<pid_t> childrenThat(pid_t parent, Condition hasState) {
+  std::vector<pid_t> children;
+  for (const pid_t candidate : allProcesses()) {
+    const Status status = statusOf(candidate);
+    if (status.parent == parent && hasState(status.state)) children.push_back(candidate);
+  }
+  return children;
 }
 
 }  // namespace
@@ -66,12 +75,11 @@ bool isRunning(pid_t pid) {
 }
 
 std::vector<pid_t> childrenOf(pid_t pid) {
-  std::vector<pid_t> children;
-  for (const pid_t candidate : allProcesses()) {
-    const Status status = statusOf(candidate);
-    if (status.parent == pid && status.state != 'Z') children.push_back(candidate);
-  }
-  return children;
+  return childrenThat(pid, [](char state) { return state != 'Z'; });
+}
+
+std::vector<pid_t> zombiesOf(pid_t parent) {
+  return childrenThat(parent, [](char state) { return state == 'Z'; });
 }
 
 std::vector<pid_t> descendantsOf(pid_t pid) {

@@ -5,10 +5,10 @@
 #include "tests/e2e/Coverage.h"
 #include "tests/support/Program.h"
 #include "tests/support/Screen.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -18,18 +18,13 @@ namespace test_support {
 class SuiteTest : public testing::Test {
  protected:
   // Files of its own for every test: the program must neither find nor leave anything.
-  void SetUp() override {
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / "pagehost-test-XXXXXX").string();
-    ASSERT_TRUE(::mkdtemp(pattern.data()));
-    folder_ = pattern;
+  SuiteTest() {
     std::filesystem::copy(PAGEHOST_TEST_PAGES, folder_ / "root",
                           std::filesystem::copy_options::recursive);
     std::ofstream(folder_ / "outside.txt") << "secret";
     std::filesystem::create_symlink(folder_ / "outside.txt", folder_ / "root/link-out.txt");
     std::filesystem::create_directory_symlink(folder_, folder_ / "root/link-folder");
   }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
 
   Program::Environment environment(const std::string& page) const {
     return {{"CHROME_URL", page.empty() ? "" : "local:///" + page},
@@ -73,7 +68,8 @@ class SuiteTest : public testing::Test {
     EXPECT_GT(tests, 0);
   }
 
-  std::filesystem::path folder_;
+  const TemporaryFolder temporary_;
+  const std::filesystem::path folder_ = temporary_.path();
   Coverage coverage_;
 };
 

@@ -3,8 +3,8 @@
 
 #include "platform/graphics/Window.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
-#include "tests/platform/Waiting.h"
 #include "tests/support/Screen.h"
+#include "tests/support/Waiting.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The owner of all web views, and what the chrome hears of them.
 #include "platform/Settings.h"
-#include "tests/platform/StandardErrorPipe.h"
 #include "tests/support/ChromeFixture.h"
+#include "tests/support/StandardErrorPipe.h"
 #include "webview/WebViewManager.h"
 #include "webview/events/EventMessages.h"
 

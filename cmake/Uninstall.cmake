@@ -1,0 +1,21 @@
+# Removes the files that LIST names, links among them, and below PREFIX the folders that are empty then.
+set(list "$ENV{DESTDIR}${LIST}")
+if(NOT EXISTS "${list}")
+  message(FATAL_ERROR "${list} is not there: nothing is installed in this place.")
+endif()
+file(STRINGS "${list}" files)
+foreach(file IN LISTS files)
+  message(STATUS "Removing: $ENV{DESTDIR}${file}")
+  file(REMOVE "$ENV{DESTDIR}${file}")
+  # Its folder, and those around it. The folders that all programs share end with the first that holds
+  # something else.
+  cmake_path(GET file PARENT_PATH folder)
+  while(NOT folder STREQUAL PREFIX AND folder MATCHES "/pagehost(/|$)")
+    file(GLOB content "$ENV{DESTDIR}${folder}/*")
+    if(content)
+      break()
+    endif()
+    file(REMOVE_RECURSE "$ENV{DESTDIR}${folder}")
+    cmake_path(GET folder PARENT_PATH folder)
+  endwhile()
+endforeach()

@@ -1,0 +1,125 @@
+// Frames over a stream socket that cuts and joins them as it likes.
+#include "engine/webkit/link/LinkSocket.h"
+#include "tests/engine/webkit/link/FrameSamples.h"
+#include "tests/engine/webkit/link/ScriptedPeer.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace link_protocol;
+using namespace test_support;
+
+constexpr auto poll = LinkSocket::Mode::Poll;
+constexpr auto hello = static_cast<std::uint32_t>(FrameKind::Hello);
+
+class LinkSocketTest : public testing::Test {
+ protected:
+  void write(std::string_view bytes) {
+    ASSERT_EQ(::send(other_.fd(), bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL),
+              static_cast<ssize_t>(bytes.size()));
+  }
+
+  std::pair<Tessel::Platform::UniqueFd, Tessel::Platform::UniqueFd> ends_ = socketPair();
+  LinkSocket socket_{std::move(ends_.first)};
+  LinkSocket other_{std::move(ends_.second)};
+  std::deque<Frame> frames_;
+};
+
+TEST_F(LinkSocketTest, FramesThatArriveByteByByteAreWholeOrNotThere) {
+  const std::string bytes = rawFrame(static_cast<std::uint32_t>(FrameKind::Answer), awkwardText(),
+                                     0xfffffffe, 0x123456789abcdef0) +
+                            rawFrame(hello, "");
+  const std::size_t first = sizeof(FrameHeader) + awkwardText().size();
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    write(bytes.substr(i, 1));
+    ASSERT_TRUE(socket_.receive(frames_, i % 2 == 0 ? poll : LinkSocket::Mode::Wait));
+    ASSERT_EQ(frames_.size(), i + 1 == bytes.size() ? 2u : i + 1 >= first ? 1u : 0u) << i;
+  }
+  EXPECT_EQ(frames_[0].kind, FrameKind::Answer);
+  EXPECT_EQ(frames_[0].id, 0xfffffffe);
+  EXPECT_EQ(frames_[0].page, 0x123456789abcdef0u);
+  EXPECT_EQ(frames_[0].payload, awkwardText());
+  EXPECT_EQ(frames_[1].kind, FrameKind::Hello);
+  EXPECT_EQ(frames_[1].payload, "");
+  EXPECT_TRUE(socket_.receive(frames_, poll)) << "nothing to read is no failure";
+}
+
+TEST_F(LinkSocketTest, AFullSocketKeepsTheRestInOrder) {
+  const auto payloadOf = [](std::uint32_t i) {
+    return std::string(i * 37 % 5000, static_cast<char>(i));
+  };
+  constexpr std::uint32_t count = 1000;  // some 2.5 MB, more than a socket takes
+  for (std::uint32_t i = 0; i < count; ++i) {
+    ASSERT_TRUE(other_.send(FrameKind::PostFunction, i, i, payloadOf(i)));
+  }
+  ASSERT_TRUE(other_.hasUnsent());
+  while (other_.hasUnsent()) {
+    const std::size_t before = frames_.size();
+    ASSERT_TRUE(socket_.receive(frames_, poll));
+    ASSERT_TRUE(frames_.size() > before) << "what is sent arrives";
+    ASSERT_TRUE(other_.flush());
+  }
+  ASSERT_TRUE(socket_.receive(frames_, poll));
+  ASSERT_EQ(frames_.size(), count);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    ASSERT_EQ(frames_[i].id, i);
+    ASSERT_EQ(frames_[i].payload, payloadOf(i));
+  }
+}
+
+TEST_F(LinkSocketTest, FlushAllWaitsForAReaderAndEndsWithIt) {
+  const std::string large(8u << 20, 'x');
+  Script reader([this] {
+    while (frames_.empty() && socket_.receive(frames_, LinkSocket::Mode::Wait)) {
+    }
+    socket_ = LinkSocket(Tessel::Platform::UniqueFd());
+  });
+  ASSERT_TRUE(other_.send(FrameKind::NativeCall, 1, 2, large));
+  EXPECT_TRUE(other_.flushAll());
+  EXPECT_FALSE(other_.send(FrameKind::NativeCall, 1, 2, large) && other_.flushAll());
+  reader.finish();
+  ASSERT_EQ(frames_.size(), 1u);
+  EXPECT_TRUE(frames_.front().payload == large);
+}
+
+TEST_F(LinkSocketTest, TooMuchIsRefusedBeforeItIsKept) {
+  const std::string largest(maximumPayload, 'x');
+  EXPECT_FALSE(other_.send(FrameKind::Log, 0, 0, largest + 'x'));
+  EXPECT_TRUE(other_.send(FrameKind::Log, 0, 0, largest));
+  EXPECT_TRUE(other_.hasUnsent());
+  EXPECT_FALSE(other_.send(FrameKind::Log, 0, 0, largest)) << "the peer does not read";
+}
+
+TEST_F(LinkSocketTest, WhatIsNoFrameEndsTheLinkAfterTheFramesBeforeIt) {
+  FrameHeader oversize{};
+  oversize.size = maximumPayload + 1;
+  FrameHeader unknown{};
+  unknown.kind = frameKindCount;
+  FrameHeader hostile{};
+  hostile.size = hostile.kind = 0xffffffff;
+  for (const FrameHeader& bad : {oversize, unknown, hostile}) {
+    auto [here, there] = socketPair();
+    LinkSocket socket(std::move(here));
+    const std::string bytes = rawFrame(hello, "good") + rawBytes(bad);
+    ASSERT_EQ(::send(there.get(), bytes.data(), bytes.size(), 0),
+              static_cast<ssize_t>(bytes.size()));
+    std::deque<Frame> frames;
+    EXPECT_FALSE(socket.receive(frames, poll));
+    ASSERT_EQ(frames.size(), 1u);
+    EXPECT_EQ(frames[0].payload, "good");
+  }
+}
+
+TEST_F(LinkSocketTest, APeerThatClosesLeavesWhatItHadSent) {
+  ASSERT_TRUE(other_.send(FrameKind::Log, 0, 0, "last words"));
+  write(rawFrame(hello, "cut short").substr(0, 30));
+  other_ = LinkSocket(Tessel::Platform::UniqueFd());
+  while (socket_.receive(frames_, LinkSocket::Mode::Wait)) {
+  }
+  ASSERT_EQ(frames_.size(), 1u);
+  EXPECT_EQ(frames_[0].payload, "last words");
+  EXPECT_FALSE(socket_.send(FrameKind::Log, 0, 0, "")) << "and no signal ends the process";
+}
+
+}  // namespace

@@ -1,0 +1,106 @@
+// The other end of a link, played by a test frame by frame. Every wait has a deadline. One thread
+// at a time.
+#pragma once
+
+#include "engine/webkit/link/LinkSocket.h"
+#include "tests/support/Waiting.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <chrono>
+#include <cstring>
+#include <deque>
+#include <functional>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+
+namespace test_support {
+
+using Tessel::Platform::Testing::Deadline;
+
+inline std::pair<Tessel::Platform::UniqueFd, Tessel::Platform::UniqueFd> socketPair() {
+  int ends[2] = {-1, -1};
+  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) ADD_FAILURE();
+  return {Tessel::Platform::UniqueFd(ends[0]), Tessel::Platform::UniqueFd(ends[1])};
+}
+
+inline sockaddr_un addressOf(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  return address;
+}
+
+class ScriptedPeer {
+ public:
+  using Frame = link_protocol::Frame;
+  using FrameKind = link_protocol::FrameKind;
+
+  ScriptedPeer() : socket_(Tessel::Platform::UniqueFd()) {}
+  explicit ScriptedPeer(Tessel::Platform::UniqueFd socket) : socket_(std::move(socket)) {}
+
+  void send(FrameKind kind, std::uint32_t id, std::uint64_t page, std::string_view payload) {
+    // The other end may have gone on purpose: whoever needs an answer will miss it.
+    static_cast<void>(socket_.send(kind, id, page, payload) && socket_.flushAll());
+  }
+  void answer(const Frame& question, std::string_view payload) {
+    send(FrameKind::Answer, question.id, question.page, payload);
+  }
+
+  // The next frame; nothing when either end has closed, or at the deadline, which is a failure.
+  std::optional<Frame> next() {
+    while (frames_.empty()) {
+      if (socket_.fd() < 0) return std::nullopt;
+      pollfd readable{socket_.fd(), POLLIN, 0};
+      constexpr auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(Deadline);
+      if (::poll(&readable, 1, static_cast<int>(limit.count())) != 1) {
+        ADD_FAILURE() << "nothing arrived";
+        return std::nullopt;
+      }
+      const bool alive = socket_.receive(frames_, link_protocol::LinkSocket::Mode::Poll);
+      if (!alive && frames_.empty()) return std::nullopt;
+    }
+    Frame frame = std::move(frames_.front());
+    frames_.pop_front();
+    return frame;
+  }
+  // The next frame, which is of that kind; an empty one after a failure.
+  Frame next(FrameKind kind) {
+    auto frame = next();
+    EXPECT_TRUE(frame && frame->kind == kind)
+        << "expected kind " << static_cast<unsigned int>(kind) << ", got "
+        << (frame ? std::to_string(static_cast<unsigned int>(frame->kind)) : "the end");
+    return frame && frame->kind == kind ? std::move(*frame) : Frame();
+  }
+  bool hasGone() { return !next(); }
+  // Without waiting.
+  bool hasFrame() {
+    static_cast<void>(socket_.receive(frames_, link_protocol::LinkSocket::Mode::Poll));
+    return !frames_.empty();
+  }
+  void close() { socket_ = link_protocol::LinkSocket(Tessel::Platform::UniqueFd()); }
+
+ private:
+  link_protocol::LinkSocket socket_;
+  std::deque<Frame> frames_;
+};
+
+// Runs a script in a thread and waits for its end.
+class Script {
+ public:
+  explicit Script(std::function<void()> run) : thread_(std::move(run)) {}
+  ~Script() { finish(); }
+  void finish() {
+    if (thread_.joinable()) thread_.join();
+  }
+
+ private:
+  std::thread thread_;
+};
+
+}  // namespace test_support

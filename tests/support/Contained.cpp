@@ -1,0 +1,81 @@
+// contained COMMAND...: runs a test so that nothing of it is left when it ends, however it ends. An
+// orphan would hold the pipe of whoever waits for the test's output. One thread.
+//
+// Who kills this program with its tree, as ctest does at a time limit, finds the orphans below it.
+#include "tests/support/Processes.h"
+
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr std::chrono::seconds limit{10};  // for the kernel to end what is killed
+
+pid_t test = -1;
+
+// The test ends, and then this program by itself.
+void passOn(int signal) {
+  ::kill(test, signal);
+}
+
+// The status of the test. Orphans are reaped as they end: tests wait for them to be gone.
+int waitForTest() {
+  for (;;) {
+    int status = 0;
+    const pid_t ended = ::waitpid(-1, &status, 0);
+    if (ended == test) return status;
+    if (ended < 0 && errno != EINTR) return -1;
+  }
+}
+
+// False when somebody is still there at the limit.
+bool endOrphans() {
+  const auto end = Clock::now() + limit;
+  for (;;) {
+    pid_t reaped = 0;
+    do reaped = ::waitpid(-1, nullptr, WNOHANG);
+    while (reaped > 0);
+    if (reaped < 0 && errno == ECHILD) return true;
+    if (Clock::now() >= end) return false;
+    // Their own children come here, and are next.
+    for (const pid_t orphan : test_support::childrenOf(::getpid())) ::kill(orphan, SIGKILL);
+    ::usleep(1000);
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) {
+    std::fprintf(stderr, "Usage: contained COMMAND [ARGUMENT...]\n");
+    return 2;
+  }
+  ::prctl(PR_SET_CHILD_SUBREAPER, 1);
+  const pid_t self = ::getpid();
+  test = ::fork();
+  if (test == 0) {
+    // Whatever becomes of this program.
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() == self) ::execvp(argv[1], argv + 1);
+    std::fprintf(stderr, "%s: %s\n", argv[1], std::strerror(errno));
+    ::_exit(127);
+  }
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, passOn);
+  const int status = waitForTest();
+  if (!endOrphans()) {
+    std::fprintf(stderr, "The test has left processes that cannot be ended.\n");
+    return 1;
+  }
+  if (WIFEXITED(status)) return WEXITSTATUS(status);
+  std::fprintf(stderr, "The test was ended by signal %d (%s).\n", WTERMSIG(status),
+               ::strsignal(WTERMSIG(status)));
+  return 128 + WTERMSIG(status);
+}

@@ -1,0 +1,203 @@
+// What crosses for web view commands: layouts, the proxy, the receiver, and damaged messages.
+#include "tests/support/ChromeFixture.h"
+#include "tests/support/MemoryTransport.h"
+#include "tests/support/Mutator.h"
+#include "tests/support/StandardErrorPipe.h"
+#include "tests/webview/commands/MessageLayoutFacts.h"
+#include "webview/commands/CommandTable.h"
+#include "webview/commands/IPCSenderWebView.h"
+#include "webview/events/EventMessages.h"
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+
+namespace {
+
+using namespace std::string_view_literals;
+using Tessel::Platform::IPCSafeString;
+using Tessel::Platform::Message;
+using Tessel::Platform::serializeMessage;
+using Tessel::Platform::TypedReplyBuffer;
+using Tessel::Platform::Testing::StandardErrorPipe;
+using test_support::CopiedBlobs;
+using test_support::MessageLayoutFact;
+using test_support::messageLayoutFacts;
+using ::testing::HasSubstr;
+
+std::string wordOf(unsigned int value) {
+  std::string bytes(4, '\0');
+  std::memcpy(bytes.data(), &value, 4);
+  return bytes;
+}
+
+// The blobs of a message of those fields, written without the code that is tested.
+CopiedBlobs blobsByHand(int type, std::string_view fields) {
+  CopiedBlobs blobs;
+  std::string record = wordOf(static_cast<unsigned int>(type)) + wordOf(1);
+  for (int i = 0; i < 6; ++i) record += wordOf(0);
+  std::vector<std::string> others;
+  unsigned int value = 77;
+  for (const char field : fields) {
+    if (field == 'b') {
+      record += '\1';
+      others.emplace_back("\1");
+      continue;
+    }
+    record.resize((record.size() + 3) / 4 * 4);
+    record += field == 's' ? wordOf(0) : wordOf(value);
+    if (field == 's') {
+      others.emplace_back("\1");
+      others.emplace_back("t\xc3\xa4\0xt\0"sv);
+    } else {
+      others.push_back(wordOf(value++));
+    }
+  }
+  record.resize((record.size() + 3) / 4 * 4);
+  record.replace(28, 4, wordOf(static_cast<unsigned int>(record.size())));
+  blobs.bytes.push_back(record);
+  blobs.bytes.insert(blobs.bytes.end(), others.begin(), others.end());
+  return blobs;
+}
+
+// Commands have their web view's handle first.
+CopiedBlobs blobsByHand(const MessageLayoutFact& fact) {
+  return blobsByHand(fact.number, std::string("i") + fact.fields);
+}
+
+TEST(CommandLayoutTest, EveryCommandKeepsItsNumberItsFieldsAndItsReply) {
+  constexpr std::size_t commandCount = 280;
+  std::map<std::string, MessageLayoutFact> facts;
+  for (const MessageLayoutFact& fact : messageLayoutFacts()) facts[fact.name] = fact;
+  ASSERT_EQ(commandTable().size(), commandCount);
+  // One of them is answered where the chrome is.
+  ASSERT_EQ(facts.size(), commandCount - 1);
+  for (const CommandRow& row : commandTable()) {
+    if (row.name == "jsScreenWindowHandle"sv) {
+      EXPECT_EQ(row.messageNumber, 0);
+      continue;
+    }
+    ASSERT_TRUE(facts.count(row.name)) << row.name;
+    const MessageLayoutFact& fact = facts[row.name];
+    EXPECT_EQ(row.messageNumber, fact.number) << row.name;
+    EXPECT_EQ(row.messageFields, fact.fields) << row.name;
+    EXPECT_EQ(row.messageReply, fact.reply) << row.name;
+  }
+}
+
+TEST(CommandLayoutTest, EveryLayoutIsReadAndWrittenByteForByte) {
+  std::map<int, std::string> layouts{{1000, ""},      {1001, "isi"}, {1002, "i"},  {1003, "ss"},
+                                     {1100, "iiiii"}, {1101, "iss"}, {1102, "iss"}};
+  for (const MessageLayoutFact& fact : messageLayoutFacts()) {
+    layouts[fact.number] = std::string("i") + fact.fields;
+  }
+  layouts[2082] = "i";  // a number of the protocol that no command has
+  for (const auto& [type, fields] : layouts) {
+    const CopiedBlobs blobs = blobsByHand(type, fields);
+    const auto message = blobs.deserialize();
+    ASSERT_TRUE(message) << type;
+    EXPECT_EQ(message->type(), type);
+    EXPECT_EQ(CopiedBlobs(serializeMessage(*message)).bytes, blobs.bytes) << type;
+  }
+  for (const int type : {999, 1004, 1099, 1103, 1999, 2095, 2101, 2136, 2147, 2261, 2285}) {
+    EXPECT_EQ(Tessel::Platform::messageSerializer(type), nullptr) << type;
+  }
+}
+
+// Damages messages of every layout, always in the same way.
+TEST(CommandLayoutTest, DamagedMessagesAreReadOrDroppedButNeverBelieved) {
+  constexpr int mutations = 60000;
+  std::vector<std::string> tokens{std::string(1, '\0'), "\1", std::string(1u << 20, '\1')};
+  const auto& facts = messageLayoutFacts();
+  for (const auto& fact : facts) tokens.push_back(wordOf(static_cast<unsigned int>(fact.number)));
+  test_support::Mutator mutator(20260611, tokens);
+  const auto damage = [&](std::vector<std::string>& bytes) {
+    const auto at = static_cast<std::ptrdiff_t>(mutator.below(bytes.size()));
+    std::string& piece = bytes[static_cast<std::size_t>(at)];
+    switch (mutator.below(6)) {
+      case 0:
+        bytes.erase(bytes.begin() + at);
+        break;
+      case 1:
+        bytes.insert(bytes.begin() + at, mutator.oneOf(tokens).substr(0, 6));
+        break;
+      case 2:
+        std::swap(piece, bytes[mutator.below(bytes.size())]);
+        break;
+      default:
+        piece = mutator.damage(piece);
+    }
+  };
+  StandardErrorPipe standardError;
+  int accepted = 0;
+  for (int i = 0; i < mutations && !testing::Test::HasFailure(); ++i) {
+    CopiedBlobs blobs = blobsByHand(mutator.oneOf(facts));
+    for (auto faults = 1 + mutator.below(3); faults > 0 && !blobs.bytes.empty(); --faults) {
+      damage(blobs.bytes);
+    }
+    const auto message = blobs.deserialize();
+    if (!message) continue;
+    ++accepted;
+    // What is accepted says the same when it is sent on. A UTF-8 text may lack its terminator.
+    const CopiedBlobs again(serializeMessage(*message));
+    ASSERT_EQ(again.bytes.size(), blobs.bytes.size());
+    for (std::size_t part = 1; part < again.bytes.size(); ++part) {
+      if (blobs.bytes[part].empty()) blobs.bytes[part] = "\0"sv;
+      ASSERT_TRUE(again.bytes[part] == blobs.bytes[part])
+          << testing::PrintToString(blobs.bytes[part]);
+    }
+  }
+  // The damage must leave both.
+  EXPECT_GT(accepted, mutations / 50);
+  EXPECT_LT(accepted, mutations * 49 / 50);
+}
+
+class CommandMessagesTest : public test_support::ChromeFixture {
+ protected:
+  CommandMessagesTest() { manager.addRemoteWebView(new IPCSenderWebView(&childGroup, handle)); }
+
+  static constexpr int channel = 42;
+  const unsigned int handle = createWebView();
+  WebView& view = webView(handle);
+  const std::shared_ptr<test_support::FakePage> itsPage = pageOf(handle);
+  IPCSenderGroup childGroup{1, channel};
+  IPCSenderWebView proxy{&childGroup, handle};
+  test_support::MemoryTransport transport;
+};
+
+TEST_F(CommandMessagesTest, ReceiverRunsOnlyCommandsOfItsWebViews) {
+  TypedReplyBuffer<int> reply;
+  reply.set(7);
+  EXPECT_FALSE(dispatchWebViewCommand(zOrderMessage(handle + 1000, &reply)));
+  EXPECT_EQ(reply.value(), 7);
+  for (const int type :
+       {-1, 0, 1001, 1101, 1999, 2082, 2095, 2101, 2136, 2147, 2261, 2285, 65536}) {
+    EXPECT_FALSE(dispatchWebViewCommand(Message(type, &reply))) << type;
+  }
+  EXPECT_TRUE(dispatchWebViewCommand(zOrderMessage(handle, &reply)));
+  EXPECT_EQ(reply.value(), 0);
+  EXPECT_TRUE(dispatchWebViewCommand(zOrderMessage(handle))) << "a getter nobody waits for";
+}
+
+TEST_F(CommandMessagesTest, ReceiverDoesNotRunWhatHasArgumentsThatAreNone) {
+  TypedReplyBuffer<bool> reply;
+  StandardErrorPipe standardError;
+  for (const int type : {-1, 5000, 0x7fffffff}) {
+    EXPECT_TRUE(dispatchWebViewCommand(setWebEventEnabledMessage(handle, nullptr, type, true)));
+    EXPECT_TRUE(dispatchWebViewCommand(isPropertyChangedEventEnabledMessage(handle, &reply, type)));
+    EXPECT_THAT(standardError.read(), HasSubstr("2148"));
+  }
+  view.setViewport({1, 2, 3, 4});
+  for (const char* json : {"", "[]", "{\"x\":1}", "{"}) {
+    EXPECT_TRUE(dispatchWebViewCommand(setViewportMessage(handle, nullptr, json)));
+  }
+  EXPECT_EQ(view.viewport(), (OrvWebRect{1, 2, 3, 4}));
+  // A number text counts as far as it is one.
+  EXPECT_TRUE(dispatchWebViewCommand(setDevicePixelRatioMessage(handle, nullptr, "x")));
+  EXPECT_EQ(view.devicePixelRatio(), 0);
+  EXPECT_TRUE(
+      dispatchWebViewCommand(loadURLMessage(handle, nullptr, IPCSafeString::latin1("gr\xfcn"))));
+  EXPECT_EQ(itsPage->trace.back(), "load(gr\xc3\xbcn)");
+}
+
+}  // namespace
