@@ -53,7 +53,7 @@ function start() {
   const platform = new Platform();
   answerPlatform(platform, tabs);
   const panels = makePanels({
-    tabs, store, platform, settings, known, permissions,
+    tabs, store, platform, settings, known, permissions, dialogs,
     find: () => findBar.open(),
     openNewTab: (process, isPrivate) => openNewTab(tabs, process, isPrivate),
     restore: () => restoreSession(tabs, session),

@@ -103,5 +103,6 @@ void IPCReceiverHandler::connectionDied(int connectionId) const {
   if (connectionId != mainConnectionId_) return;
   logAlways(LogError, "Received unexpected connection death %d from parent process! Exiting %s...",
             connectionId, Tessel::Platform::processName());
+  logAlways(LogError, "Exit %s: %d", Tessel::Platform::processName(), 128 + SIGKILL);
   ::kill(0, SIGKILL);
 }

@@ -140,5 +140,9 @@ void IPCSenderHandler::handleMessage(Message& message) {
               static_cast<int>(message.senderPid()), handle);
     return;
   }
-  manager.handleMessage(message);
+  if (message.type() == HandleOrvWebPostEventMessage::messageType) {
+    group->handlePostedEvent(static_cast<const HandleOrvWebPostEventMessage&>(message));
+  } else {
+    manager.handleMessage(message);
+  }
 }

@@ -64,6 +64,7 @@ void outliveNoParent(void* process) {
   }
   std::this_thread::sleep_for(timeToEnd);
   logAlways(LogError, "The main process has ended, and this one does not; it is killed.");
+  logAlways(LogError, "Exit %s: %d", Tessel::Platform::processName(), 128 + SIGKILL);
   ::kill(0, SIGKILL);
 }
 
@@ -92,6 +93,7 @@ class WindowConnection final : public Tessel::Platform::ChannelOwner {
   explicit WindowConnection(pid_t parent) : parent_(parent) {}
 
   bool knows(pid_t pid) const override { return pid == parent_; }
+  bool expects(pid_t) const override { return false; }
   void greet(pid_t, const ReceivedMessage&) override {}
   void connected(pid_t, ChannelSocket socket) override {
     if (std::exchange(taken_, true)) return;

@@ -3,6 +3,7 @@
 
 #include "engine/webkit/WebKitEngine.h"
 #include "platform/Log.h"
+#include "platform/Process.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -15,7 +16,9 @@ const char* const noDisplay =
     "or start the program with ./run, which brings one of its own.";
 
 void giveUp(const std::string& problem) {
-  Tessel::Platform::logAlways(Tessel::Platform::LogError, "%s", problem.c_str());
+  using namespace Tessel::Platform;
+  logAlways(LogError, "%s", problem.c_str());
+  logAlways(LogError, "Exit %s: %d", processName(), EXIT_FAILURE);
   std::exit(EXIT_FAILURE);
 }
 

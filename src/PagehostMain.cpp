@@ -20,6 +20,7 @@
 #include "platform/Log.h"
 #include "platform/Settings.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
+#include "platform/graphics/gtk/ToolkitEnds.h"
 #include "platform/http/MongooseHttpServer.h"
 #include "platform/messages/MessageClient.h"
 #include "platform/navigator/NavigatorHandler.h"
@@ -48,9 +49,20 @@ namespace {
 constexpr const char* pluginDirectory = "/usr/lib/vireo/plugins/";
 constexpr const char* defaultChromeUrl = "local:///chrome/index.html";
 
+// How often dialogs are looked for once the program is to end, in milliseconds.
+constexpr unsigned int dismissInterval = 100;
+
 // Ends as if the window had been closed. Only once: the next signal ends a program whose pages do
-// not.
+// not. Whoever waits for an answer of a person in a dialog of the toolkit waits no more, and
+// neither does who asks then.
 gboolean onEndSignal(gpointer) {
+  g_timeout_add(
+      dismissInterval,
+      [](gpointer) -> gboolean {
+        Tessel::Platform::Graphics::dismissDialogs();
+        return G_SOURCE_CONTINUE;
+      },
+      nullptr);
   ApplicationWindow::instance().close();
   return G_SOURCE_REMOVE;
 }
