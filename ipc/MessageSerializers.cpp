@@ -38,6 +38,7 @@ constexpr std::array processMessages{
     of<HandleOrvWebPostEventMessage>(),
     of<HandleOrvWebSendEventMessage>(),
     of<HandshakeMessage>(),
+    of<CookieChangesMessage>(),
 };
 
 // Commands share the serialisers of their layouts. In the order of their numbers; a command

@@ -86,8 +86,8 @@ TEST(CommandLayoutTest, EveryCommandKeepsItsNumberItsFieldsAndItsReply) {
 }
 
 TEST(CommandLayoutTest, EveryLayoutIsReadAndWrittenByteForByte) {
-  std::map<int, std::string> layouts{{1000, ""},      {1001, "isi"}, {1002, "i"},  {1003, "ss"},
-                                     {1100, "iiiii"}, {1101, "iss"}, {1102, "iss"}};
+  std::map<int, std::string> layouts{{1000, ""},  {1001, "isi"},   {1002, "i"},   {1003, "ss"},
+                                     {4000, "s"}, {1100, "iiiii"}, {1101, "iss"}, {1102, "iss"}};
   for (const MessageLayoutFact& fact : messageLayoutFacts()) {
     layouts[fact.number] = std::string("i") + fact.fields;
   }
