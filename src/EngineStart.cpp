@@ -63,8 +63,8 @@ std::string applicationFolder() {
   const char* chrome = std::getenv("CHROME_URL");
   if (!chrome || !*chrome) return "";
   const std::string address(chrome, std::strcspn(chrome, "?#"));
-  std::string name =
-      address.substr(address.find("://") == address.npos ? 0 : address.find("://") + 3);
+  const auto scheme = address.find("://");
+  std::string name = scheme == std::string::npos ? address : address.substr(scheme + 3);
   std::erase_if(name, [](unsigned char c) { return !g_ascii_isalnum(c) && c != '.' && c != '-'; });
   constexpr std::size_t longestName = 40;
   constexpr std::size_t digits = 16;  // addresses whose names are alike differ in these
