@@ -40,6 +40,7 @@ constexpr std::array processMessages{
     of<HandleOrvWebSendEventMessage>(),
     of<HandshakeMessage>(),
     of<ErrorMessage>(),
+    of<CookieChangesMessage>(),
 };
 
 // Commands share the serialisers of their layouts. In the order of their numbers; a command

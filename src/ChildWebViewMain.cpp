@@ -2,6 +2,7 @@
 #include "ChildWebViewMain.h"
 
 #include "EngineStart.h"
+#include "ipc/CookieExchange.h"
 #include "ipc/IPCReceiverHandler.h"
 #include "ipc/ProcessMessages.h"
 #include "platform/ErrorReport.h"
@@ -173,7 +174,9 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int
   auto system = RemoteWindowSystem::create(std::move(windowConnection));
   if (!system) giveUp(noDisplay);
   WindowSystem::install(std::move(system));
-  startEngine(concat(settings.applicationSandbox(), "-", String::fromUnsignedInteger(groupId)));
+  startEngine(concat(settings.applicationSandbox(), "-", String::fromUnsignedInteger(groupId)),
+              false);
+  shareCookiesWithParent(mainConnection);
 
   const int status = client->run();
   client->removeMessageHandler(&handler);

@@ -15,6 +15,7 @@
 #include "bindings/WindowAnimations.h"
 #include "engine/webkit/EngineInspector.h"
 #include "ipc/ChildLauncher.h"
+#include "ipc/CookieExchange.h"
 #include "platform/Crash.h"
 #include "platform/ErrorReport.h"
 #include "platform/Log.h"
@@ -91,7 +92,8 @@ void pagehost_main(int argc, char** argv) {
   auto windows = GtkWindowSystem::create();
   if (!windows) giveUp(noDisplay);
   WindowSystem::install(std::move(windows));
-  startEngine(settings.applicationSandbox());
+  startEngine(settings.applicationSandbox(), true);
+  shareCookiesWithChildren();
   MongooseHttpServer::instance()->setFrontEnd(EngineInspector::frontEndResources);
 
   ApplicationWindow& window = ApplicationWindow::instance();
