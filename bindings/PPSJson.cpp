@@ -1,11 +1,11 @@
 // Between the chrome's JSON and the attributes of objects. Any thread.
 #include "bindings/PPSJson.h"
 
+#include "platform/JsonWriter.h"
+
 #include <glib.h>
 #include <rapidjson/document.h>
 #include <rapidjson/reader.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
 
 #include <cerrno>
 #include <cmath>
@@ -19,7 +19,7 @@ using Tessel::Platform::String;
 
 namespace {
 
-using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
+using Writer = Tessel::Platform::JsonWriter;
 
 // Of objects and arrays within each other: writing them anew goes down by calls.
 constexpr int deepest = 64;
@@ -61,11 +61,7 @@ bool parse(std::string_view json, rapidjson::Document& document) {
   if (isTooDeep(json)) return false;
   document.Parse<rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag>(
       json.data() ? json.data() : "", json.size());
-  if (document.HasParseError()) return false;
-  // Some numbers just beyond the largest are read as infinite, which cannot be written.
-  rapidjson::StringBuffer buffer;
-  Writer writer(buffer);
-  return document.Accept(writer);
+  return !document.HasParseError();
 }
 
 void writeText(Writer& writer, std::string_view text) {
@@ -99,8 +95,7 @@ void writeValue(Writer& writer, const PPSAttribute& attribute) {
   }
   if (encoding == "n") {
     if (const auto number = numberOf(attribute.value)) {
-      const std::string text = Tessel::Platform::formatNumberText(*number);
-      writer.RawValue(text.data(), text.size(), rapidjson::kNumberType);
+      writer.Double(*number);
       return;
     }
   }

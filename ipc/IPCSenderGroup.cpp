@@ -3,6 +3,7 @@
 #include "ipc/IPCSenderGroup.h"
 
 #include "ipc/ChildLauncher.h"
+#include "ipc/CookieExchange.h"
 #include "ipc/EventDelivery.h"
 #include "ipc/IPCSenderHandler.h"
 #include "ipc/ProcessMessages.h"
@@ -177,6 +178,7 @@ void IPCSenderGroup::launch() {
   }
   connected_ = true;
   if (connectedHook()) connectedHook()(*this, childPid());
+  tellCookiesTo(*this);
   if (const char* device = std::getenv(deviceVariable)) {
     sendMessage(std::make_unique<SetEnvMessage>(deviceVariable, device));
   }

@@ -78,6 +78,19 @@ const char* processName() {
   return area ? area : "";
 }
 
+bool isStoppedOrTraced(int pid) {
+  std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with("State:\t")) {
+      const char state = line.size() > 7 ? line[7] : ' ';
+      if (state == 'T' || state == 't') return true;
+    } else if (line.starts_with("TracerPid:\t")) {
+      return line != "TracerPid:\t0";
+    }
+  }
+  return false;
+}
+
 pid_t parentOf(pid_t pid) {
   std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
   std::string text;

@@ -17,6 +17,10 @@ void showProcessName(const char* name);
 // The name as it was set last; main()'s first argument before that, and "" before that.
 const char* processName();
 
+// Whether a process stands still because somebody has stopped it, or is looked at by a debugger.
+// False for one that is not there.
+bool isStoppedOrTraced(int pid);
+
 // The process that forked it, or that it was given to later; 0 when there is no such process.
 pid_t parentOf(pid_t pid);
 

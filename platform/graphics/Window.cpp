@@ -18,7 +18,7 @@ namespace {
 // A handle is the group of the process that gave it out, then a number of its own.
 constexpr int groupShift = 20;
 constexpr int lastNumber = (1 << groupShift) - 1;
-constexpr unsigned lastGroup = std::numeric_limits<int>::max() >> groupShift;
+static_assert(Window::lastHandleGroup == std::numeric_limits<int>::max() >> groupShift);
 
 struct Registry {
   int base = 0;
@@ -104,7 +104,7 @@ Window::~Window() {
 }
 
 bool Window::setHandleBase(unsigned groupId) {
-  if (groupId > lastGroup) return false;
+  if (groupId > lastHandleGroup) return false;
   registry().base = static_cast<int>(groupId) << groupShift;
   return true;
 }
@@ -131,12 +131,24 @@ void Window::change(Value WindowState::*field, Value value) {
   if (surface_) surface_->update(state_);
 }
 
+IntRect Window::windowRectangle() const {
+  if (!state_.fillsParent) return state_.rect;
+  const IntSize size = surfaceSize();
+  return {0, 0, size.width, size.height};
+}
+
+void Window::windowPlaced(const IntRect& rect, bool fillsParent) {
+  state_.rect = fillsParent ? IntRect() : rect;
+  state_.fillsParent = fillsParent;
+}
+
 void Window::setWindowRectangle(const IntRect& wanted) {
   const IntRect rect = displayable(wanted);
-  if (!state_.fillsParent && state_.rect == rect) return;
+  const bool isKnown = !surface_ || !surface_->isMovedByOthers();
+  if (isKnown && !state_.fillsParent && state_.rect == rect) return;
   state_.fillsParent = false;
   state_.rect = rect;
-  if (surface_) surface_->update(state_);
+  if (surface_) surface_->place(state_);
 }
 
 IntPoint Window::windowLocation() const {

@@ -1,6 +1,7 @@
 // A connection that another process has made to a message client.
 #include "platform/messages/IncomingConnection.h"
 
+#include "platform/ErrorReport.h"
 #include "platform/Log.h"
 #include "platform/messages/ClientChannel.h"
 #include "platform/messages/MainThreadWait.h"
@@ -181,7 +182,17 @@ void IncomingConnection::reply(int type, std::uint64_t id, std::string_view byte
   BlobList blobs;
   blobs.add(&header, sizeof header);
   blobs.add(bytes.data(), bytes.size());
-  if (!ended_ && socket_.send(blobs)) return;
+  SendOutcome outcome = ended_ ? SendOutcome::Broken : socket_.send(blobs, true);
+  if (outcome == SendOutcome::TooLarge) {
+    reportError(concat("The reply to a message of type ", String::fromSignedInteger(type),
+                       " is too large for another process: ",
+                       String::fromUnsignedInteger(bytes.size()), " bytes. It is left out."));
+    blobs.clear();
+    blobs.add(&header, sizeof header);
+    blobs.add(nullptr, 0);
+    outcome = socket_.send(blobs, true);
+  }
+  if (outcome == SendOutcome::Sent) return;
   // Nobody waits any more.
   if (MessageClient* const client = MessageClient::ofThisThread()) {
     client->dispatchPulse(Pulse::unblock, static_cast<int>(id));

@@ -147,7 +147,9 @@ class TopLevelSurface final : public WindowSurface {
     auto* self = static_cast<TopLevelSurface*>(data);
     const IntSize size = self->size();
     if (size == self->allocated_) return;
-    self->allocated_ = size;
+    self->allocated_ = self->requested_ = size;
+    const IntRect& rect = self->owner_.state().rect;
+    self->owner_.windowPlaced({rect.x, rect.y, size.width, size.height}, false);
     if (WindowListener* listener = self->owner_.listener()) listener->windowResized(size);
   }
 

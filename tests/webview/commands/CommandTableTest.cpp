@@ -66,7 +66,8 @@ TEST_F(CommandTableTest, EveryCommandIsRefusedForAWebViewThatIsNotCreated) {
   EXPECT_THAT(errors(), ElementsAre(::testing::HasSubstr("\"no such group\"")));
   const std::string pending = std::to_string(unreported);
   const std::map<std::string, std::string> handles{
-      {pending, pending}, {"abc", "0"}, {"", "0"}, {"99999", "99999"}};
+      {pending, pending}, {"abc", "0"}, {"", "0"}, {"99999", "99999"},
+      {"4294967297", "4294967297"}};
   for (const CommandRow& row : commandTable()) {
     for (const auto& [text, number] : handles) {
       const std::string fullName = std::string("webview.") + row.name;
@@ -82,6 +83,22 @@ TEST_F(CommandTableTest, EveryCommandIsRefusedForAWebViewThatIsNotCreated) {
   EXPECT_EQ(callNative({"webview.title", nullptr}), "");
   EXPECT_THAT(errors(), SizeIs(1));
   manager.destroyWebView(unreported);
+}
+
+TEST_F(CommandTableTest, RecordsOfAWebViewThatIsNowhereAreTheDefaultOnes) {
+  manager.markCreated(88888);
+  EXPECT_EQ(callNative({"webview.viewport", "88888"}), R"({"height":0,"width":0,"x":0,"y":0})");
+  EXPECT_EQ(callNative({"webview.knownSSLCertificates", "88888"}), "{}");
+  EXPECT_EQ(callNative({"webview.getHistoryList", "88888"}), "[]");
+  EXPECT_EQ(callNative({"webview.title", "88888"}), "");
+  manager.destroyWebView(88888);
+}
+
+TEST_F(CommandTableTest, OfCertificatesAllAreTakenOrNone) {
+  for (const char* text : {"none", "[]", R"({"a.example":"x"})", R"({"a.example":{}})"}) {
+    EXPECT_EQ(call("addKnownSSLCertificates", {text}), "0") << text;
+  }
+  EXPECT_EQ(call("knownSSLCertificates"), "{}");
 }
 
 TEST_F(CommandTableTest, RefusedArgumentIsReportedWithItsPositionAndChangesNothing) {
@@ -130,7 +147,9 @@ TEST_F(CommandTableTest, WordsNumbersListsAndHandlesArrive) {
     call("setLoadImages", {word});
     EXPECT_EQ(call("isLoadImages"), flag) << word;
   }
-  call("executeJavaScriptFunction", {R"(["a","b"])", R"([1,0.5,"t",true])"});
+  // What is no element, and what does not fit one, is passed over.
+  call("executeJavaScriptFunction",
+       {R"(["a","b"])", R"([1,0.5,"t",true,2147483648,18446744073709551616,null,[2],{"c":3},1e999])"});
   ASSERT_THAT(itsPage->posted, SizeIs(1));
   EXPECT_EQ(itsPage->posted[0].arguments, (std::vector<JavaScriptVariant>{1, 0.5, "t", true}));
   call("dialogResponse", {"4294967295", "true", "text", "user", "word"});
