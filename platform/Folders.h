@@ -18,6 +18,12 @@ std::string runtimeFolder();
 // names are the prefix and then the process's number.
 void removeSocketsOfTheDead(const std::string& folder, const char* prefix);
 
+// Removes a file, such as a socket, when this process ends by exit(3), or is told to. Not in processes
+// that it has forked meanwhile.
+void removeAtExit(const std::string& path);
+// For those who end by _exit(2).
+void removeRegisteredFiles();
+
 // A folder that holds what one process keeps between its runs, and the claim on it.
 struct ClaimedFolder {
   std::string data;

@@ -233,6 +233,7 @@ void EngineInspector::shut() {
     logAlways(LogError, "Pages of this process cannot be inspected: the engine does not listen.");
   } else if (takeOver(listener, path)) {
     path_ = path;
+    Tessel::Platform::removeAtExit(path);
   } else {
     logAlways(LogError, "Pages of this process cannot be inspected: %s: %s", path.c_str(),
               std::strerror(errno));
