@@ -6,7 +6,6 @@ namespace {
 
 using test_support::inOwnProcess;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 class WebViewTest : public test_support::ChromeFixture {
  protected:
@@ -23,18 +22,6 @@ class WebViewTest : public test_support::ChromeFixture {
   WebView& view = webView(handle);
   const std::shared_ptr<test_support::FakePage> itsPage = pageOf(handle);
 };
-
-TEST_F(WebViewTest, ExtraHeadersAreTheMembersOfTheObjectInTheirOrder) {
-  EXPECT_EQ(view.extraHttpHeaders(), "{}");
-  const std::string json =
-      R"({"Z":"last \"first\"","A":"\u00e4","N":7,"F":1.5,"B":true,"X":null,"L":["1"],"O":{}})";
-  EXPECT_TRUE(view.setExtraHttpHeaders(json));
-  EXPECT_THAT(headers(), ElementsAre("Z: last \"first\"", "A: \xc3\xa4", "N: 7", "F: 1.5",
-                                     "B: true", "X: null"));
-  EXPECT_EQ(view.extraHttpHeaders(), json);
-  EXPECT_TRUE(view.setExtraHttpHeaders(" {} "));
-  EXPECT_THAT(headers(), IsEmpty());
-}
 
 TEST_F(WebViewTest, RefusedExtraHeadersLeaveThoseInForce) {
   ASSERT_TRUE(view.setExtraHttpHeaders(R"({"A":"1"})"));
@@ -54,23 +41,6 @@ TEST_F(WebViewTest, RefusedExtraHeadersLeaveThoseInForce) {
     EXPECT_TRUE(view.setExtraHttpHeaders("{\"A\":" + deep + ",\"B\":\"1\"}"));
     EXPECT_THAT(headers(), ElementsAre("B: 1"));
   });
-}
-
-TEST_F(WebViewTest, NativeBindingsSendCallsToTheRegistryInsteadOfTheChrome) {
-  const auto call = [&] { return itsPage->raise(Callback({"no.such", "a"})).result(); };
-  page->answer = [](const FunctionCall&) {
-    return JavaScriptVariant("{\"setResult\":\"chrome\"}");
-  };
-  EXPECT_EQ(call(), "") << "not even raised";
-  // Either way the page can make calls from now on.
-  view.enableNativeBindings(false);
-  EXPECT_TRUE(itsPage->callbackObjectEnabled);
-  EXPECT_EQ(call(), "chrome");
-  EXPECT_THAT(errors(), IsEmpty());
-
-  view.enableNativeBindings(true);
-  EXPECT_EQ(call(), "");
-  EXPECT_THAT(errors(), ElementsAre("Binding for native function: \"no.such\" does not exist."));
 }
 
 }  // namespace
