@@ -16,9 +16,11 @@
 
 #include <chrono>
 #include <deque>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -69,13 +71,15 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   // Nothing arrives any more, and every wait on the link ends. Twice is fine. Main thread.
   void close();
 
-  // Any thread.
+  // What is too large for the link, and what a page that does not read has no room for, is not
+  // sent, and reported (reportError). Any thread.
   // With an id, the module reports the function's value under it.
   void postFunction(std::uint64_t page, const FunctionCall& call,
                     const Tessel::Platform::String& resultId = {});
   // Has the module's own script in the page do something.
   void postAction(std::uint64_t page, const FunctionCall& action);
-  // Nothing when the link ended or the time was over. Any thread.
+  // Nothing when the link ended or the time was over, and at once when the call is not sent. An
+  // answer that comes after its time is reported (reportError). Any thread.
   FunctionResult callFunction(std::uint64_t page, const FunctionCall& call,
                               std::chrono::milliseconds limit = callLimit);
 
@@ -90,10 +94,17 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   void appendPollDescriptors(std::vector<pollfd>& descriptors) const override;
   void serve() override;
 
-  void send(link_protocol::FrameKind kind, std::uint32_t id, std::uint64_t page,
-            std::string_view payload);
+  // What is not sent is reported under the name.
+  void send(link_protocol::FrameKind kind, std::uint64_t page, std::string_view payload,
+            std::string_view name);
+  // In place of an answer that is too large the page gets an empty one.
+  void answer(const link_protocol::Frame& question, std::string_view payload,
+              std::string_view name);
+  Tessel::Platform::SendOutcome sendLocked(link_protocol::FrameKind kind, std::uint32_t id,
+                                           std::uint64_t page, std::string_view payload);
   void exchange(bool onMainThread);
   void sort(link_protocol::Frame&& frame, bool onMainThread);
+  void exchangeLocked(bool onMainThread);
   bool answerQuestion(const link_protocol::Frame& question);
   void waitOnMainThread(Waiter& waiter);
   void waitElsewhere(Waiter& waiter);
@@ -119,8 +130,12 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   std::deque<link_protocol::Frame> arrived_;
   std::deque<link_protocol::Frame> questions_;
   std::vector<Waiter*> waiters_;
+  // Calls whose time was over, by what they are told as; the oldest are forgotten.
+  std::map<std::uint32_t, std::string> overdue_;
+  std::vector<std::string> late_;  // of those, whose answers have come meanwhile
   std::uint32_t lastId_ = 0;
   bool broken_ = false;
+  bool full_ = false;  // it was told that the page does not read
   // Brings the main thread out of a poll when another thread has read something for it.
   Tessel::Platform::UniqueFd mainWake_;
   bool mainWoken_ = false;

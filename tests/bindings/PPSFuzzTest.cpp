@@ -119,7 +119,8 @@ bool checkLines(const std::string& text, const std::string& lines) {
 
 // The chrome's JSON has a line for each member, or none at all.
 void checkJson(const std::string& json) {
-  const auto lines = ppsLinesFromJson(json);
+  Tessel::Platform::String problem;
+  const auto lines = ppsLinesFromJson(json, problem);
   if (!lines || lines->isEmpty()) return;
   const rapidjson::Document document = parsed(json);
   require(!document.HasParseError() && document.IsObject(), "lines of what is no object", json);

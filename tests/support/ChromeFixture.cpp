@@ -67,6 +67,7 @@ void turnLoop() {
 ChromeFixture::ChromeFixture()
     : root(theRoot(group)), page(FakePageFactory::instance().pageOf(*root)) {
   page->posted.clear();
+  page->called.clear();
 }
 
 ChromeFixture::~ChromeFixture() {

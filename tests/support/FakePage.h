@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace test_support {
@@ -26,6 +27,7 @@ class FakePage final : public Page {
   // Loads with their arguments, in order, such as "load(local:///)".
   std::vector<std::string> trace;
   std::vector<FunctionCall> posted;
+  std::vector<FunctionCall> called;
   // Answers called functions; undefined without it.
   std::function<JavaScriptVariant(const FunctionCall&)> answer;
   std::vector<OrvWebHeader> headers;
@@ -33,6 +35,7 @@ class FakePage final : public Page {
   std::vector<std::pair<unsigned int, QuestionAnswer>> answers;
   std::vector<std::pair<unsigned int, std::shared_ptr<Page>>> windows;
   bool callbackObjectEnabled = true;
+  bool callbackObjectBound = false;
   bool closed = false;
   // What loads do, in processes that no test can reach into.
   static inline std::function<void(FakePage&, const String&)> onLoad;
@@ -40,6 +43,9 @@ class FakePage final : public Page {
   // Raises an event and gives it back as its handler left it.
   template <typename Event>
   Event raise(Event event) {
+    if constexpr (std::is_same_v<Event, OrvWebJavaScriptCallbackEvent>) {
+      event.setCaller("local://", true);
+    }
     client.raise(event);
     return event;
   }
@@ -55,6 +61,9 @@ class FakePage final : public Page {
   void settingChanged(WebViewSetting setting) override { changedSettings.push_back(setting); }
   void setRequestHeaders(const std::vector<OrvWebHeader>& list) override { headers = list; }
   void setCallbackObjectEnabled(bool enabled) override { callbackObjectEnabled = enabled; }
+  void bindCallbackObject(bool bound, const std::vector<String>&) override {
+    callbackObjectBound = bound;
+  }
   void answerQuestion(unsigned int number, const QuestionAnswer& answer) override {
     answers.emplace_back(number, answer);
   }
@@ -63,6 +72,7 @@ class FakePage final : public Page {
   }
   void postFunction(const FunctionCall& call, const String&) override { posted.push_back(call); }
   JavaScriptVariant callFunction(const FunctionCall& call) override {
+    called.push_back(call);
     return answer ? answer(call) : JavaScriptVariant();
   }
 

@@ -6,6 +6,7 @@ namespace {
 
 using test_support::inOwnProcess;
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 class WebViewTest : public test_support::ChromeFixture {
  protected:
@@ -22,6 +23,23 @@ class WebViewTest : public test_support::ChromeFixture {
   WebView& view = webView(handle);
   const std::shared_ptr<test_support::FakePage> itsPage = pageOf(handle);
 };
+
+TEST_F(WebViewTest, ExtraHeadersAreTheMembersOfTheObjectInTheirOrder) {
+  EXPECT_EQ(view.extraHttpHeaders(), "{}");
+  const std::string json =
+      R"({"Z":"last \"first\"","A":"\u00e4","N":7,"F":1.5,"B":true,"X":null,"L":["1"],"O":{}})";
+  EXPECT_TRUE(view.setExtraHttpHeaders(json));
+  EXPECT_THAT(headers(), ElementsAre("Z: last \"first\"", "A: \xc3\xa4", "N: 7", "F: 1.5",
+                                     "B: true", "X: null"));
+  EXPECT_EQ(view.extraHttpHeaders(),
+            R"({"Z":"last \"first\"","A":"ä","N":"7","F":"1.5","B":"true","X":"null"})");
+  // What cannot be sent is not said to be.
+  EXPECT_TRUE(view.setExtraHttpHeaders(
+      R"({"A":"1","a":"2","B c":"3","":"4","D":"5\r\nE: 6","F":"\u0000","G":1e21})"));
+  EXPECT_EQ(view.extraHttpHeaders(), R"({"a":"2","G":"1e+21"})");
+  EXPECT_TRUE(view.setExtraHttpHeaders(" {} "));
+  EXPECT_THAT(headers(), IsEmpty());
+}
 
 TEST_F(WebViewTest, RefusedExtraHeadersLeaveThoseInForce) {
   ASSERT_TRUE(view.setExtraHttpHeaders(R"({"A":"1"})"));

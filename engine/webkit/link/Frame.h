@@ -7,6 +7,7 @@
 
 #include "engine/JavaScriptVariant.h"
 #include "engine/Records.h"
+#include "platform/SendQueue.h"
 
 #include <cstdint>
 #include <optional>
@@ -44,9 +45,9 @@ struct FrameHeader {
 };
 static_assert(sizeof(FrameHeader) == 24);
 
-// Larger ones are refused at both ends: a page that builds one gets an exception, a link that
-// sends one is closed. It bounds what one page can make the program allocate.
-inline constexpr std::uint32_t maximumPayload = 64u << 20;
+// Larger ones are not sent: a page that builds one gets an exception or the default answer. A peer
+// that sends one all the same is cut off. It bounds what one page can make the program allocate.
+inline constexpr std::uint32_t maximumPayload = Tessel::Platform::largestMessage;
 inline constexpr std::size_t maximumArguments = 65536;
 
 struct Frame {
@@ -80,6 +81,7 @@ struct PageSetup {
   bool standalone = false;        // navigator.standalone is there and true
   std::uint32_t watched = 0;      // what it is looked at for; see Watched
   bool deferred = false;          // its process stands still, but for what the program asks
+  bool bound = false;             // of each document the program is asked whether it may call them
 };
 
 enum class DialogKind : std::uint8_t { Alert, Confirm, Prompt, Print };

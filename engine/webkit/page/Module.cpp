@@ -28,6 +28,10 @@ using Tessel::Platform::String;
 
 namespace {
 
+// Bytes. A page must not get around the chrome's decision by what is too large to be told; no server
+// takes addresses of that length, nor do other browsers send them.
+constexpr std::size_t longestAskedAddress = 2u << 20;
+
 struct PageRecord {
   PageSetup setup;
   ObjectPointer<WebKitFrame> mainFrame;
@@ -47,7 +51,7 @@ class Module final : public HostLinkDelegate {
   JSCValue* callNative(std::uint64_t page, GPtrArray* arguments);
   JSCValue* runDialog(std::uint64_t page, DialogKind kind, GPtrArray* arguments);
   void report(std::uint64_t page, const FunctionCall& report) {
-    link_->tell(FrameKind::Report, page, encode(report));
+    link_->report(page, report);
   }
 
  private:
@@ -68,6 +72,7 @@ class Module final : public HostLinkDelegate {
                              gpointer page);
   void report(WebKitWebPage* page, const char* what, std::vector<JavaScriptVariant> details);
   bool askForResource(WebKitWebPage* page, WebKitURIRequest* request, SoupMessageHeaders* headers);
+  bool mayCall(JSCContext* context, std::uint64_t number);
   void prepareDocument(JSCContext* context, std::uint64_t number, const PageRecord& record);
 
   std::unique_ptr<HostLink> link_;
@@ -199,7 +204,10 @@ void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page
   const ObjectPointer<JSCContext> context(
       webkit_frame_get_js_context_for_script_world(frame, world));
   record.functions = makePageFunctions(context.get());
-  if (record.setup.callbackObject) exposeNativeFunctions(context.get(), record.functions, number);
+  if (record.setup.callbackObject &&
+      (!record.setup.bound || self->mayCall(context.get(), number))) {
+    exposeNativeFunctions(context.get(), record.functions, number);
+  }
   if (record.setup.drivesApplication) replaceDialogs(context.get(), record.functions, number);
   // What the page that drives the program would ask, nobody else could answer.
   if (!record.setup.drivesApplication) {
@@ -215,6 +223,16 @@ void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page
   // The probe's world is made by asking for it.
   const ObjectPointer<JSCContext> probe(
       webkit_frame_get_js_context_for_script_world(frame, self->probeWorld_));
+}
+
+// The program checks every call besides, by what it knows the page to show: this only keeps the
+// object out of sight of documents that it is not for.
+bool Module::mayCall(JSCContext* context, std::uint64_t number) {
+  const ObjectPointer<JSCValue> address(jsc_context_evaluate(context, "location.href", -1));
+  const auto answer = link_->ask(
+      FrameKind::Ask, number,
+      encode(FunctionCall{{"mayCall"}, {String(std::string_view(bytesOf(address.get())))}}));
+  return answer && !answer->empty();
 }
 
 void Module::prepareDocument(JSCContext* context, std::uint64_t number, const PageRecord& record) {
@@ -383,16 +401,24 @@ bool Module::askForResource(WebKitWebPage* page, WebKitURIRequest* request,
     return String(headers ? soup_message_headers_get_one(headers, name) : nullptr);
   };
   const String destination = header("Sec-Fetch-Dest");
+  const String address(webkit_uri_request_get_uri(request));
+  if (address.length() > longestAskedAddress) {
+    link_->tell(FrameKind::Log, webkit_web_page_get_id(page),
+                "A request is refused: its address is too long for anybody to be asked about it.");
+    return true;
+  }
   const auto answer = link_->ask(
       FrameKind::Ask, webkit_web_page_get_id(page),
       encode(FunctionCall{
           {"resource"},
-          {String(webkit_uri_request_get_uri(request)), destination, header("Referer"),
+          {address, destination, header("Referer"),
            destination == String("document") ? String()
                                              : originOf(webkit_web_page_get_uri(page))}}));
+  // Whoever is not heard has not let it pass.
+  if (!answer) return true;
   FunctionCall decision;
-  // Without an answer it goes on as if nobody had been asked.
-  if (!answer || answer->empty() || !decode(*answer, decision)) return false;
+  // The chrome has decided nothing.
+  if (answer->empty() || !decode(*answer, decision)) return false;
   const String action = decision.path.empty() ? String() : decision.path.front();
   if (action == String("deny")) return true;
   std::vector<JavaScriptVariant>& details = decision.arguments;

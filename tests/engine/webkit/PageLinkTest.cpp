@@ -1,12 +1,14 @@
 // The program's end of the page link, against a web process that the test plays. The test's thread
 // is the main thread.
 #include "engine/webkit/PageLink.h"
+#include "platform/ErrorReport.h"
 #include "tests/engine/webkit/link/FrameSamples.h"
 #include "tests/engine/webkit/link/ScriptedPeer.h"
 
 #include <gtest/gtest.h>
 #include <sys/eventfd.h>
 
+#include <array>
 #include <atomic>
 #include <future>
 
@@ -116,6 +118,42 @@ class EchoPage {
   Host& host_;
   Script thread_;
 };
+
+TEST(PageLinkTest, WhatIsTooLargeIsLeftOutAndEverythingElseGoesOn) {
+  static std::vector<std::string> errors;
+  errors.clear();
+  Tessel::Platform::setErrorListener(
+      [](const String& text) { errors.push_back(text.toStdString()); });
+  Host host;
+  const EchoPage echo(host);
+  const std::string large(maximumPayload, 'x');
+  EXPECT_FALSE(host.call("called", {String(large)}));
+  host.link->postFunction(page, {{"posted"}, {String(large)}}, {});
+  host.delegate.onNativeCall = [&](auto&) { return String(large + 'x'); };
+  host.peer.send(FrameKind::NativeCall, 1, page, encode(NativeArguments{"native"}));
+  EXPECT_TRUE(iterateUntil([&] { return errors.size() == 3; }));
+  EXPECT_EQ(host.number("echo", 7), 7);
+  Tessel::Platform::setErrorListener(nullptr);
+  ASSERT_EQ(errors.size(), 3u);
+  for (std::size_t i = 0; i < 3; ++i) {
+    const char* const name = std::array{"called", "posted", "native"}[i];
+    EXPECT_NE(errors[i].find(name), std::string::npos) << errors[i];
+  }
+}
+
+TEST(PageLinkTest, AnAnswerThatComesTooLateIsTold) {
+  static std::string told;
+  told.clear();
+  Tessel::Platform::setErrorListener([](const String& text) { told = text.toStdString(); });
+  Host host;
+  const EchoPage echo(host);
+  EXPECT_FALSE(host.call("hold", {1, "Focus", "data"}, 50ms));
+  EXPECT_EQ(told, "") << "it may never come";
+  EXPECT_EQ(host.number("echo", 2), 2);
+  EXPECT_TRUE(iterateUntil([] { return !told.empty(); }));
+  Tessel::Platform::setErrorListener(nullptr);
+  EXPECT_NE(told.find("hold(1, \"Focus\", …)"), std::string::npos) << told;
+}
 
 TEST(PageLinkTest, AStrangerIsShutOut) {
   const std::string question = encode(NativeArguments{"quit"});

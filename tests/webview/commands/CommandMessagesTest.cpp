@@ -80,8 +80,9 @@ TEST(CommandLayoutTest, NumbersFieldsAndRepliesAreWhatTheyWere) {
 }
 
 TEST(CommandLayoutTest, EveryLayoutIsReadAndWrittenByteForByte) {
-  std::map<int, std::string> layouts{{1000, ""},      {1001, "isi"}, {1002, "i"},  {1003, "ss"},
-                                     {1100, "iiiii"}, {1101, "iss"}, {1102, "iss"}};
+  std::map<int, std::string> layouts{{1000, ""},    {1001, "isi"}, {1002, "i"}, {1003, "ss"},
+                                     {1004, "is"},  {1005, "s"},   {1103, "s"}, {1100, "iiiii"},
+                                     {1101, "iss"}, {1102, "iss"}};
   for (const CommandRow& row : commandTable()) {
     if (row.messageNumber != 0) layouts[row.messageNumber] = "i" + std::string(row.messageFields);
   }
@@ -93,7 +94,7 @@ TEST(CommandLayoutTest, EveryLayoutIsReadAndWrittenByteForByte) {
     EXPECT_EQ(message->type(), type);
     EXPECT_EQ(CopiedBlobs(serializeMessage(*message)).bytes, blobs.bytes) << type;
   }
-  for (const int type : {999, 1004, 1099, 1103, 1999, 2095, 2101, 2136, 2147, 2261, 2285}) {
+  for (const int type : {999, 1006, 1099, 1104, 1999, 2095, 2101, 2136, 2147, 2261, 2285}) {
     EXPECT_EQ(Tessel::Platform::messageSerializer(type), nullptr) << type;
   }
 }

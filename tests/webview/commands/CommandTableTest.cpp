@@ -37,6 +37,31 @@ class CommandTableTest : public test_support::ChromeFixture {
   const std::shared_ptr<test_support::FakePage> itsPage = pageOf(handle);
 };
 
+TEST_F(CommandTableTest, ACommandOfAWebViewThatIsNoneIsRefused) {
+  for (const auto& [text, number] : {std::pair("abc", "0"), {"4294967297", "4294967297"}}) {
+    EXPECT_EQ(callNative({"webview.title", text}), "");
+    EXPECT_THAT(errors(), ElementsAre(std::string("WebView: ") + number +
+                                      " has not been created yet, so the call to \"title\" will be "
+                                      "ignored."));
+  }
+}
+
+TEST_F(CommandTableTest, RecordsOfAWebViewThatIsNowhereAreTheDefaultOnes) {
+  manager.markCreated(88888);
+  EXPECT_EQ(callNative({"webview.viewport", "88888"}), R"({"height":0,"width":0,"x":0,"y":0})");
+  EXPECT_EQ(callNative({"webview.knownSSLCertificates", "88888"}), "{}");
+  EXPECT_EQ(callNative({"webview.getHistoryList", "88888"}), "[]");
+  EXPECT_EQ(callNative({"webview.title", "88888"}), "");
+  manager.destroyWebView(88888);
+}
+
+TEST_F(CommandTableTest, OfCertificatesAllAreTakenOrNone) {
+  for (const char* text : {"none", "[]", R"({"a.example":"x"})", R"({"a.example":{}})"}) {
+    EXPECT_EQ(call("addKnownSSLCertificates", {text}), "0") << text;
+  }
+  EXPECT_EQ(call("knownSSLCertificates"), "{}");
+}
+
 TEST_F(CommandTableTest, RefusedArgumentIsReportedWithItsPositionAndChangesNothing) {
   for (const char* text : {"", "x", R"({"x":1,"y":1,"width":1,"height":1)"}) {
     expectRefused("setViewport", {text}, 0);
@@ -71,7 +96,10 @@ TEST_F(CommandTableTest, WordsNumbersListsAndHandlesArrive) {
     call("setLoadImages", {word});
     EXPECT_EQ(call("isLoadImages"), flag) << word;
   }
-  call("executeJavaScriptFunction", {R"(["a","b"])", R"([1,0.5,"t",true])"});
+  // What is no element, and what does not fit one, is passed over.
+  call("executeJavaScriptFunction",
+       {R"(["a","b"])",
+        R"([1,0.5,"t",true,2147483648,18446744073709551616,null,[2],{"c":3},1e999])"});
   ASSERT_THAT(itsPage->posted, SizeIs(1));
   EXPECT_EQ(itsPage->posted[0].arguments, (std::vector<JavaScriptVariant>{1, 0.5, "t", true}));
   call("dialogResponse", {"4294967295", "true", "text", "user", "word"});

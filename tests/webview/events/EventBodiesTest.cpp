@@ -100,6 +100,15 @@ TEST(EventBodiesTest, IntegersAreWrittenInFull) {
                            R"("type":"FullScreenVideoStarted","width":-2147483648,"x":-1,"y":0})");
 }
 
+TEST(EventBodiesTest, NumbersThatJsonDoesNotHaveAreNull) {
+  OrvWebJavaScriptFunctionResultEvent result;
+  for (const double value :
+       {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
+    result.result = JavaScriptVariant(value);
+    EXPECT_EQ(memberOf(result, "result"), "null");
+  }
+}
+
 TEST(EventBodiesTest, UnknownNumbersAreWrittenAsNoName) {
   OrvWebJavaScriptResultEvent result;
   result.resultType = OrvWebJavaScriptResultType(9);

@@ -9,6 +9,7 @@ namespace {
 
 using namespace link_protocol;
 using namespace test_support;
+using Tessel::Platform::SendOutcome;
 
 constexpr auto poll = LinkSocket::Mode::Poll;
 constexpr auto hello = static_cast<std::uint32_t>(FrameKind::Hello);
@@ -45,23 +46,39 @@ TEST_F(LinkSocketTest, FramesThatArriveByteByByteAreWholeOrNotThere) {
   EXPECT_TRUE(socket_.receive(frames_, poll)) << "nothing to read is no failure";
 }
 
-TEST_F(LinkSocketTest, TooMuchIsRefusedBeforeItIsKept) {
+TEST_F(LinkSocketTest, WhatIsTooLargeOrTooMuchIsLeftOutAndTheLinkLives) {
   const std::string largest(maximumPayload, 'x');
-  EXPECT_FALSE(other_.send(FrameKind::Log, 0, 0, largest + 'x'));
-  EXPECT_TRUE(other_.send(FrameKind::Log, 0, 0, largest));
+  EXPECT_EQ(other_.send(FrameKind::Log, 0, 0, largest + 'x'), SendOutcome::TooLarge);
+  EXPECT_EQ(other_.send(FrameKind::Log, 0, 0, largest), SendOutcome::Sent);
   EXPECT_TRUE(other_.hasUnsent());
-  EXPECT_FALSE(other_.send(FrameKind::Log, 0, 0, largest)) << "the peer does not read";
+  EXPECT_EQ(other_.send(FrameKind::PostFunction, 0, 0, largest), SendOutcome::Full);
+  EXPECT_EQ(other_.send(FrameKind::PostFunction, 0, 0, "small"), SendOutcome::Sent);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(other_.send(FrameKind::Answer, 1, 0, largest), SendOutcome::Sent) << "it is owed";
+  }
+  // The socket has taken a little of the first one.
+  EXPECT_EQ(other_.send(FrameKind::Answer, 1, 0, largest), SendOutcome::Sent);
+  EXPECT_EQ(other_.send(FrameKind::Answer, 1, 0, largest), SendOutcome::Broken)
+      << "a peer that asks on without reading";
+  // What was kept is whole.
+  while (frames_.size() < 5) {
+    ASSERT_TRUE(other_.flush());
+    ASSERT_TRUE(socket_.receive(frames_, poll));
+  }
+  EXPECT_TRUE(frames_[0].payload == largest);
+  EXPECT_EQ(frames_[1].payload, "small");
 }
 
 TEST_F(LinkSocketTest, APeerThatClosesLeavesWhatItHadSent) {
-  ASSERT_TRUE(other_.send(FrameKind::Log, 0, 0, "last words"));
+  ASSERT_EQ(other_.send(FrameKind::Log, 0, 0, "last words"), SendOutcome::Sent);
   write(rawFrame(hello, "cut short").substr(0, 30));
   other_ = LinkSocket(Tessel::Platform::UniqueFd());
   while (socket_.receive(frames_, LinkSocket::Mode::Wait)) {
   }
   ASSERT_EQ(frames_.size(), 1u);
   EXPECT_EQ(frames_[0].payload, "last words");
-  EXPECT_FALSE(socket_.send(FrameKind::Log, 0, 0, "")) << "and no signal ends the process";
+  EXPECT_EQ(socket_.send(FrameKind::Log, 0, 0, ""), SendOutcome::Broken)
+      << "and no signal ends the process";
 }
 
 }  // namespace

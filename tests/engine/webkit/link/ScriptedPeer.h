@@ -46,7 +46,9 @@ class ScriptedPeer {
 
   void send(FrameKind kind, std::uint32_t id, std::uint64_t page, std::string_view payload) {
     // The other end may have gone on purpose: whoever needs an answer will miss it.
-    static_cast<void>(socket_.send(kind, id, page, payload) && socket_.flushAll());
+    static_cast<void>(socket_.send(kind, id, page, payload) ==
+                          Tessel::Platform::SendOutcome::Sent &&
+                      socket_.flushAll());
   }
   void answer(const Frame& question, std::string_view payload) {
     send(FrameKind::Answer, question.id, question.page, payload);
