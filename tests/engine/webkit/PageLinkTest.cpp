@@ -198,23 +198,6 @@ TEST(PageLinkTest, WhatIsNoQuestionClosesTheLink) {
   }
 }
 
-TEST(PageLinkTest, ThreadsThatCallAllTheTimeLoseNothing) {
-  Host host;
-  const EchoPage echo(host);
-  const auto countRight = [&](int from) {
-    int right = 0;
-    for (int i = from; i < from + 500; ++i) {
-      if (host.number("echo", i) == i) ++right;
-      host.link->changeSetup(page, {});
-    }
-    return right;
-  };
-  auto second = std::async(std::launch::async, countRight, 1000);
-  auto third = std::async(std::launch::async, countRight, 2000);
-  EXPECT_EQ(countRight(0), 500);
-  EXPECT_EQ(second.get() + third.get(), 1000);
-}
-
 TEST(PageLinkTest, AWaitEndsAtItsLimitAndTheLateAnswerIsNobodys) {
   Host host;
   const EchoPage echo(host);
