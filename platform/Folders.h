@@ -12,8 +12,8 @@ namespace Tessel::Platform {
 // made or is somebody else's.
 std::string runtimeFolder();
 
-// Programs that were killed leave their sockets behind: removes those of dead processes, whose
-// names are the prefix and then the process's number.
+// Programs that were killed leave their sockets behind: removes those of dead processes, and the
+// folders that they are in, whose names are the prefix and then the process's number.
 void removeSocketsOfTheDead(const std::string& folder, const char* prefix);
 
 // A folder that holds what one process keeps between its runs, and the claim on it.

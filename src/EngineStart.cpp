@@ -2,7 +2,9 @@
 #include "EngineStart.h"
 
 #include "engine/webkit/WebKitEngine.h"
+#include "platform/Folders.h"
 #include "platform/Log.h"
+#include "platform/Settings.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,12 +12,15 @@
 #include <climits>
 #include <cstdlib>
 
+using Tessel::Platform::logAlways;
+using Tessel::Platform::PageSandbox;
+
 const char* const noDisplay =
     "There is no display to open a window on. Set DISPLAY to an X server that this user may use, "
     "or start the program with ./run, which brings one of its own.";
 
 void giveUp(const std::string& problem) {
-  Tessel::Platform::logAlways(Tessel::Platform::LogError, "%s", problem.c_str());
+  logAlways(Tessel::Platform::LogError, "%s", problem.c_str());
   std::exit(EXIT_FAILURE);
 }
 
@@ -29,8 +34,8 @@ void keepBusAway() {
 
 void prepareInspector() {
   if (!EngineInspector::announce()) {
-    Tessel::Platform::logAlways(Tessel::Platform::LogError,
-                                "Pages of this process cannot be inspected: no random numbers.");
+    logAlways(Tessel::Platform::LogError,
+              "Pages of this process cannot be inspected: no random numbers.");
   }
 }
 
@@ -59,12 +64,20 @@ std::string folderFor(const char* variable, const char* besideExecutable, const 
 
 void startEngine(const Tessel::Platform::String& dataName) {
   std::string problem;
+  const std::string modules = folderFor("PAGEHOST_MODULE_PATH", "modules", PAGEHOST_MODULE_FOLDER);
+  auto sandbox = PageSandbox::None;
+  if (!choosePageSandbox({modules, Tessel::Platform::runtimeFolder()}, sandbox, problem)) {
+    giveUp(problem);
+  }
+  logAlways(Tessel::Platform::LogNotice, "Sandbox of web pages: %s%s%s", textOf(sandbox),
+            problem.empty() ? "" : ", for ", problem.c_str());
+  Tessel::Platform::Settings::instance().setPageSandbox(sandbox);
+  problem.clear();
   // Pages outlive every scope of ours, so the engine does as well.
   static WebKitEngine* engine =
-      WebKitEngine::create(
-          {folderFor("PAGEHOST_MODULE_PATH", "modules", PAGEHOST_MODULE_FOLDER),
-           folderFor("TESSEL_LOCAL_ROOT", "share", PAGEHOST_DATA_FOLDER), dataName.toStdString()},
-          problem)
+      WebKitEngine::create({modules, folderFor("TESSEL_LOCAL_ROOT", "share", PAGEHOST_DATA_FOLDER),
+                            dataName.toStdString(), sandbox},
+                           problem)
           .release();
   if (!engine) giveUp(problem);
   PageFactory::install(engine);

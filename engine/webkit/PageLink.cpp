@@ -35,6 +35,7 @@ constexpr unsigned int deepestNesting = 256;
 
 // What a web process that was taken over can make us keep.
 constexpr std::size_t mostWaitingQuestions = 100000;
+constexpr std::size_t mostCreatedPages = 1024;
 
 UniqueFd makeEventFd() {
   return UniqueFd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
@@ -55,16 +56,6 @@ void clearEventFd(int fd) {
 int wakeFdOfThisThread() {
   thread_local const UniqueFd fd = makeEventFd();
   return fd.get();
-}
-
-bool equalInConstantTime(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  unsigned int difference = 0;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    difference |= static_cast<unsigned int>(static_cast<unsigned char>(a[i]) ^
-                                            static_cast<unsigned char>(b[i]));
-  }
-  return difference == 0;
 }
 
 void iterateMainContextFor(std::chrono::milliseconds longest) {
@@ -129,17 +120,12 @@ class PageLink::ServingScope {
   std::vector<std::uint32_t> stopped_;
 };
 
-PageLink::PageLink(UniqueFd socket, pid_t peer, std::string token, PageLinkDelegate& delegate)
-    : peer_(peer),
-      token_(std::move(token)),
-      delegate_(delegate),
-      socket_(std::move(socket)),
-      mainWake_(makeEventFd()) {}
+PageLink::PageLink(UniqueFd socket, pid_t peer, PageLinkDelegate& delegate)
+    : peer_(peer), delegate_(delegate), socket_(std::move(socket)), mainWake_(makeEventFd()) {}
 
 PageLink::~PageLink() = default;
 
-std::shared_ptr<PageLink> PageLink::open(UniqueFd socket, pid_t peer, std::string token,
-                                         PageLinkDelegate& delegate) {
+std::shared_ptr<PageLink> PageLink::open(UniqueFd socket, pid_t peer, PageLinkDelegate& delegate) {
   struct Source {
     GSource base;
     PageLink* link;
@@ -157,7 +143,7 @@ std::shared_ptr<PageLink> PageLink::open(UniqueFd socket, pid_t peer, std::strin
       nullptr,
       nullptr};
 
-  std::shared_ptr<PageLink> link(new PageLink(std::move(socket), peer, std::move(token), delegate));
+  std::shared_ptr<PageLink> link(new PageLink(std::move(socket), peer, delegate));
   GSource* source = g_source_new(&functions, sizeof(Source));
   reinterpret_cast<Source*>(source)->link = link.get();
   g_source_set_static_name(source, "page link");
@@ -190,6 +176,11 @@ void PageLink::close() {
   source_ = nullptr;
   if (inEveryWait_) MainThreadWait::removeParty(this);
   delegate_.linkClosed(*this);
+}
+
+void PageLink::answerPageCreated(std::uint64_t page, const link_protocol::PageSetup& setup) {
+  const auto asked = createdPages_.extract(page);
+  if (!asked.empty()) send(FrameKind::Answer, asked.mapped(), page, encode(setup));
 }
 
 void PageLink::ping(std::uint64_t page) {
@@ -373,18 +364,16 @@ void PageLink::sort(Frame&& frame, bool onMainThread) {
 }
 
 bool PageLink::answerQuestion(const Frame& question) {
-  if (!greeted_) {
-    greeted_ = question.kind == FrameKind::Hello && equalInConstantTime(question.payload, token_);
-    return greeted_;
-  }
   const ServingScope serving(*this);
   switch (question.kind) {
-    case FrameKind::PageCreated: {
-      link_protocol::PageSetup setup;
-      delegate_.pageCreated(shared_from_this(), question.page, setup);
-      send(FrameKind::Answer, question.id, question.page, encode(setup));
+    case FrameKind::PageCreated:
+      // It waits for each; some may be made inside the wait of another.
+      if (createdPages_.size() == mostCreatedPages ||
+          !createdPages_.emplace(question.page, question.id).second) {
+        return false;
+      }
+      delegate_.pageCreated(shared_from_this(), question.page);
       return true;
-    }
     case FrameKind::NativeCall: {
       link_protocol::NativeArguments arguments;
       if (!decode(question.payload, arguments)) return false;

@@ -10,6 +10,7 @@
 #include "engine/webkit/Resources.h"
 #include "engine/webkit/WebProcessLinks.h"
 #include "platform/Folders.h"
+#include "platform/os/PageSandbox.h"
 
 #include <webkit2/webkit2.h>
 
@@ -22,6 +23,8 @@ class WebKitEngine final : public PageFactory {
     std::string moduleFolder;  // holds the page module, an absolute path
     std::string localRoot;     // what local: addresses are files of, an absolute path
     std::string dataName;      // of the folder for cookies, caches and the like
+    // Of web processes. The engine ends the program where it cannot give them its own.
+    Tessel::Platform::PageSandbox sandbox = Tessel::Platform::PageSandbox::None;
   };
 
   // Starts the engine; GTK must be running. On failure null, and problem says in a sentence what
@@ -56,6 +59,7 @@ class WebKitEngine final : public PageFactory {
 
   std::string moduleFolder_;
   std::string localRoot_;
+  Tessel::Platform::PageSandbox sandbox_ = Tessel::Platform::PageSandbox::None;
   Tessel::Platform::ClaimedFolder dataFolder_;
   std::unique_ptr<WebProcessLinks> links_;
   EngineInspector inspector_;

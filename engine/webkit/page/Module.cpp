@@ -71,6 +71,7 @@ class Module final : public HostLinkDelegate {
   void prepareDocument(JSCContext* context, std::uint64_t number, const PageRecord& record);
 
   std::unique_ptr<HostLink> link_;
+  std::string token_;
   WebKitScriptWorld* probeWorld_ = nullptr;
   std::map<std::uint64_t, PageRecord> pages_;
 };
@@ -132,6 +133,7 @@ void replaceDialogs(JSCContext* context, const PageFunctions& functions, std::ui
 
 void Module::start(WebKitWebExtension* extension, const std::string& address,
                    const std::string& token) {
+  token_ = token;
   link_ = HostLink::connect(address, token, *this);
   if (!link_) {
     g_warning("The application does not answer at %s: its pages work without it.", address.c_str());
@@ -156,6 +158,12 @@ void Module::onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer da
   g_signal_connect(forms, "will-submit-form", G_CALLBACK(onSubmitForm), GSIZE_TO_POINTER(number));
   g_signal_connect(forms, "form-controls-associated", G_CALLBACK(onFormsChanged),
                    GSIZE_TO_POINTER(number));
+  // The program believes the engine, not us, which pages are in this process.
+  webkit_web_page_send_message_to_view(
+      page,
+      webkit_user_message_new(link_protocol::placeMessage,
+                              g_variant_new_string(self->token_.c_str())),
+      nullptr, nullptr, nullptr);
   // Before the page's first document: it must find its functions.
   const auto answer = self->link_->ask(FrameKind::PageCreated, number, std::string_view());
   if (answer) decode(*answer, record.setup);
