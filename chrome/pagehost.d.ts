@@ -1091,6 +1091,8 @@ export interface NativeFunctions {
   'application.setKeyboardFocus'(value: Numeric): '';
   /** Real. The part of a host name that somebody has registered: example.co.uk for www.example.co.uk. Empty where there is none, as of an address in numbers. */
   'application.getRegisteredDomain'(host: string): string;
+  /** Real. What confines the processes of web pages: "bubblewrap", the engine's sandbox; "landlock", weaker, where the system has no namespaces for it; "none", when it was switched off or nothing works. */
+  'application.sandbox'(): string;
   /** Real. Ends a viewer as closing its window does; onViewerStopped follows. */
   'invocation.closeViewer'(viewer: string): '';
   /** Real. Opens an address or a file with the application that is registered for it, or with the one of those that the request names. onInvokeResponse answers under the id; docs/platform.md describes the JSON. */

@@ -105,7 +105,8 @@ void WebKitEngine::onInitializeModules(WebKitWebContext* context, gpointer data)
   webkit_web_context_set_web_extensions_directory(context, self->moduleFolder_.c_str());
   webkit_web_context_set_web_extensions_initialization_user_data(
       context,
-      g_variant_new("(ss)", self->links_->address().c_str(), self->links_->issueToken().c_str()));
+      g_variant_new("(ssss)", self->links_->address().c_str(), self->links_->issueToken().c_str(),
+                    textOf(self->sandbox_), self->moduleFolder_.c_str()));
 }
 
 std::shared_ptr<Page> WebKitEngine::createPage(PageClient& client, Window& window) {

@@ -35,6 +35,7 @@ class AttackTest : public testing::Test {
     fs::create_directory(folder_.path() / "run");
     fs::permissions(folder_.path() / "run", fs::perms::owner_all);
     folder_.write("home/secret", "a key");
+    folder_.write("data/pagehost/remembered/logins.json", "[]");
   }
 
   // Six web views, two in each of three child processes.
@@ -87,6 +88,17 @@ std::string statusOf(pid_t pid, const std::string& key) {
   return "no such line";
 }
 
+int threadsWithRights(pid_t pid) {
+  int count = 0;
+  std::error_code gone;
+  const std::string tasks = "/proc/" + std::to_string(pid) + "/task";
+  for (const auto& entry : fs::directory_iterator(tasks, gone)) {
+    const std::string rights = statusOf(std::atoi(entry.path().filename().c_str()), "CapPrm");
+    if (rights.find_first_not_of('0') != std::string::npos) ++count;
+  }
+  return count;
+}
+
 bool sharesNamespace(pid_t pid, const char* kind) {
   std::error_code gone;
   return fs::read_symlink("/proc/" + std::to_string(pid) + "/ns/" + kind, gone) ==
@@ -109,11 +121,12 @@ TEST_F(AttackTest, WebProcessesSeeNothingOfTheUserAndChildrenCanRiseNoMore) {
   for (const pid_t pid : web) {
     EXPECT_EQ(statusOf(pid, "NoNewPrivs"), "1");
     EXPECT_EQ(statusOf(pid, "Seccomp"), "2");
+    EXPECT_EQ(threadsWithRights(pid), 0);
     for (const char* kind : {"pid", "net", "mnt", "uts"}) {
       EXPECT_FALSE(sharesNamespace(pid, kind)) << kind;
     }
     EXPECT_FALSE(fs::exists(seenBy(pid, folder_.path() / "home/secret")));
-    EXPECT_FALSE(fs::exists(seenBy(pid, folder_.path() / "data/pagehost")));
+    EXPECT_FALSE(fs::exists(seenBy(pid, folder_.path() / "data/pagehost/remembered")));
     // Of the sockets of the program, the one of its own process's page link.
     std::vector<std::string> sockets;
     for (const auto& entry :

@@ -3,6 +3,7 @@
 // functions, and adds the extra headers of requests. Web process, main thread only.
 #include "engine/webkit/link/ObjectPointer.h"
 #include "engine/webkit/page/HostLink.h"
+#include "engine/webkit/page/Lockdown.h"
 #include "engine/webkit/page/PageApi.h"
 #include "engine/webkit/page/PageScripts.h"
 #include "engine/webkit/page/Probe.h"
@@ -38,6 +39,8 @@ struct PageRecord {
 class Module final : public HostLinkDelegate {
  public:
   void start(WebKitWebExtension* extension, const std::string& address, const std::string& token);
+  // Before anything of a page is there.
+  void lockDown(const std::string& sandbox, const std::string& moduleFolder);
 
   JavaScriptVariant callFunction(std::uint64_t page, const FunctionCall& call) override;
   void setupChanged(std::uint64_t page, const PageSetup& setup) override;
@@ -144,6 +147,13 @@ void Module::start(WebKitWebExtension* extension, const std::string& address,
                    G_CALLBACK(onWindowObjectCleared), this);
   probeWorld_ = webkit_script_world_new();
   g_signal_connect(probeWorld_, "window-object-cleared", G_CALLBACK(onProbeWorldCleared), this);
+}
+
+void Module::lockDown(const std::string& sandbox, const std::string& moduleFolder) {
+  if (sandbox == "none") return;
+  const std::string problem = ::lockDown(sandbox == "landlock", moduleFolder);
+  if (problem.empty() || !link_) return;
+  link_->tell(FrameKind::Log, 0, "A web process is less confined than it should be: " + problem);
 }
 
 void Module::onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer data) {
@@ -417,9 +427,12 @@ bool Module::askForResource(WebKitWebPage* page, WebKitURIRequest* request,
 
 extern "C" G_MODULE_EXPORT void webkit_web_extension_initialize_with_user_data(
     WebKitWebExtension* extension, GVariant* data) {
-  if (!data || !g_variant_is_of_type(data, G_VARIANT_TYPE("(ss)"))) return;
+  if (!data || !g_variant_is_of_type(data, G_VARIANT_TYPE("(ssss)"))) return;
   const char* address = nullptr;
   const char* token = nullptr;
-  g_variant_get(data, "(&s&s)", &address, &token);
+  const char* sandbox = nullptr;
+  const char* folder = nullptr;
+  g_variant_get(data, "(&s&s&s&s)", &address, &token, &sandbox, &folder);
   module().start(extension, address, token);
+  module().lockDown(sandbox, folder);
 }
