@@ -27,6 +27,8 @@ constexpr const char* bubblewrap = "/usr/bin/bwrap";
 constexpr const char* busProxy = "/usr/bin/xdg-dbus-proxy";
 
 constexpr int probeLimit = 5000;  // milliseconds
+// Of a probe that somebody ended: the system has refused nothing.
+constexpr int mostProbes = 3;
 // Of a probe that says nothing because it was forked and never became bubblewrap.
 constexpr int notStarted = 127;
 
@@ -59,7 +61,7 @@ Probe spawnProbe() {
 }
 
 // "" when it has ended well.
-std::string resultOf(const Probe& started) {
+std::string resultOf(const Probe& started, int probesLeft = mostProbes - 1) {
   if (started.pid < 0) return std::string(bubblewrap) + ": " + std::strerror(started.error);
   const UniqueFd process(static_cast<int>(::syscall(SYS_pidfd_open, started.pid, 0)));
   pollfd ended{process.get(), POLLIN, 0};
@@ -79,6 +81,10 @@ std::string resultOf(const Probe& started) {
   if (reaped == started.pid && WIFEXITED(status) && WEXITSTATUS(status) == 0) return {};
   if (reaped == started.pid && WIFEXITED(status) && WEXITSTATUS(status) == notStarted) {
     return std::string(bubblewrap) + " cannot be run";
+  }
+  if (reaped == started.pid && WIFSIGNALED(status)) {
+    if (probesLeft > 0) return resultOf(spawnProbe(), probesLeft - 1);
+    return std::string("bubblewrap is ended by ") + ::strsignal(WTERMSIG(status));
   }
   return "the system refuses bubblewrap namespaces of its own";
 }

@@ -182,6 +182,24 @@ TEST_F(AttackTest, TheSandboxIsWhatWasAskedForOrTheStartSaysWhyNot) {
   EXPECT_EQ(status, 0);
 }
 
+// The engine ends the program by itself when a process of its own ends before it is there.
+TEST_F(AttackTest, AnEngineProcessKilledAtItsStartTakesNothingAlong) {
+  for (const char* name : {"WebKitNetworkProc", "WebKitWebProc"}) {
+    const auto program = start({"--sandbox=off"});
+    const auto end = std::chrono::steady_clock::now() + 20s;
+    bool isKilled = false;
+    while (!isKilled && std::chrono::steady_clock::now() < end) {
+      for (const pid_t pid : childrenOf(program->pid())) {
+        if (nameOf(pid).starts_with(name)) isKilled = ::kill(pid, SIGKILL) == 0;
+      }
+    }
+    ASSERT_TRUE(isKilled);
+    EXPECT_TRUE(program->waitForError("has ended while it was started")) << program->errors();
+    ::kill(program->pid(), SIGTERM);
+    EXPECT_EQ(program->status(), 0) << program->errors();
+  }
+}
+
 TEST_F(AttackTest, NoSocketOfTheProgramLeadsToTheEnginesInspector) {
   const auto program = start();
   ASSERT_TRUE(everybodyWorks(*program));
