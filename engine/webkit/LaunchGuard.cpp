@@ -1,15 +1,18 @@
-// Keeps the program alive when a process of the engine ends while it is being started. Any thread.
+// Keeps the program alive when a process of the engine, or one that the engine's sandbox needs,
+// ends too early. Any thread.
 //
 // The engine waits for a new process to tell its number over a socket, and ends the program when
 // the process has ended instead ("readPIDFromPeer"): one that was killed for want of memory takes
-// everything along. There is no setting for that. So the call by which the engine reads that socket
-// is this one, found before the C library's, and the end of that socket reads as the number of a
-// process that has ended: the engine goes on, finds the connection to it closed, and treats it like
-// every process that has crashed.
+// everything along. So it does when the bus proxy beside a sandboxed process is killed, at any
+// time. There is no setting for that. So the calls by which the engine learns of it are these,
+// found before those of the libraries. The end of that socket reads as the number of a process that
+// has ended: the engine goes on, finds the connection to it closed, and treats it like every
+// process that has crashed. A proxy has always ended well: its process has no bus any more, and a
+// page needs none.
 #include "platform/Log.h"
 
 #include <dlfcn.h>
-#include <glib.h>
+#include <gio/gio.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -83,4 +86,17 @@ extern "C" __attribute__((visibility("default"))) ssize_t recvmsg(int socket, ms
   std::memcpy(CMSG_DATA(header), &credentials, sizeof credentials);
   std::memset(message->msg_iov[0].iov_base, 0, message->msg_iov[0].iov_len);
   return static_cast<ssize_t>(message->msg_iov[0].iov_len);
+}
+
+// The engine's sandbox has each web process a bus proxy beside it.
+extern "C" __attribute__((visibility("default"))) gboolean g_subprocess_wait_check_finish(
+    GSubprocess* process, GAsyncResult* result, GError** error) {
+  using WaitCheckFinish = gboolean (*)(GSubprocess*, GAsyncResult*, GError**);
+  static const auto next =
+      reinterpret_cast<WaitCheckFinish>(::dlsym(RTLD_NEXT, "g_subprocess_wait_check_finish"));
+  const gboolean good = next(process, result, error);
+  if (good || !isEngine(__builtin_return_address(0))) return good;
+  logAlways(LogError, "The bus proxy of a web process has ended: it goes on without a bus.");
+  g_clear_error(error);
+  return TRUE;
 }

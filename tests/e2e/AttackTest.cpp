@@ -200,6 +200,18 @@ TEST_F(AttackTest, AnEngineProcessKilledAtItsStartTakesNothingAlong) {
   }
 }
 
+TEST_F(AttackTest, TheBusProxiesOfTheSandboxDieAndThePagesGoOn) {
+  const auto program = start();
+  ASSERT_TRUE(everybodyWorks(*program));
+  const auto proxies = descendantsNamed(program->pid(), "xdg-dbus-proxy");
+  if (proxies.empty()) GTEST_SKIP() << "no namespaces here";
+  for (const pid_t pid : proxies) ::kill(pid, SIGKILL);
+  EXPECT_TRUE(program->waitForError("it goes on without a bus")) << program->errors();
+  EXPECT_TRUE(everybodyWorks(*program));
+  ::kill(program->pid(), SIGTERM);
+  EXPECT_EQ(program->status(), 0) << program->errors();
+}
+
 TEST_F(AttackTest, NoSocketOfTheProgramLeadsToTheEnginesInspector) {
   const auto program = start();
   ASSERT_TRUE(everybodyWorks(*program));
