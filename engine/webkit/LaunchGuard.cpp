@@ -96,7 +96,10 @@ extern "C" __attribute__((visibility("default"))) gboolean g_subprocess_wait_che
       reinterpret_cast<WaitCheckFinish>(::dlsym(RTLD_NEXT, "g_subprocess_wait_check_finish"));
   const gboolean good = next(process, result, error);
   if (good || !isEngine(__builtin_return_address(0))) return good;
-  logAlways(LogError, "The bus proxy of a web process has ended: it goes on without a bus.");
+  // Where there is no bus, it ends by itself.
+  if (g_subprocess_get_if_signaled(process)) {
+    logAlways(LogError, "The bus proxy of a web process was ended: it goes on without a bus.");
+  }
   g_clear_error(error);
   return TRUE;
 }

@@ -182,34 +182,41 @@ TEST_F(AttackTest, TheSandboxIsWhatWasAskedForOrTheStartSaysWhyNot) {
   EXPECT_EQ(status, 0);
 }
 
+std::string commandOf(pid_t pid) {
+  std::ifstream file("/proc/" + std::to_string(pid) + "/cmdline");
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
 // The engine ends the program by itself when a process of its own ends before it is there.
 TEST_F(AttackTest, AnEngineProcessKilledAtItsStartTakesNothingAlong) {
-  for (const char* name : {"WebKitNetworkProc", "WebKitWebProc"}) {
-    const auto program = start({"--sandbox=off"});
+  constexpr struct {
+    const char* command;
+    const char* sandbox;
+    const char* word;
+  } victims[] = {{"WebKitNetworkProcess", "--sandbox=off", "has ended while it was started"},
+                 {"WebKitWebProcess", "--sandbox=off", "has ended while it was started"},
+                 {"xdg-dbus-proxy", "--sandbox=auto", "it goes on without a bus"}};
+  for (const auto& [command, sandbox, word] : victims) {
+    const auto program = start({sandbox});
+    if (sandbox == std::string_view("--sandbox=auto") &&
+        (!program->waitForError("Sandbox of web pages: ") ||
+         program->errors().find("bubblewrap") == std::string::npos)) {
+      continue;
+    }
     const auto end = std::chrono::steady_clock::now() + 20s;
     bool isKilled = false;
     while (!isKilled && std::chrono::steady_clock::now() < end) {
       for (const pid_t pid : childrenOf(program->pid())) {
-        if (nameOf(pid).starts_with(name)) isKilled = ::kill(pid, SIGKILL) == 0;
+        if (commandOf(pid).find(command) != std::string::npos) isKilled = ::kill(pid, SIGKILL) == 0;
       }
     }
-    ASSERT_TRUE(isKilled);
-    EXPECT_TRUE(program->waitForError("has ended while it was started")) << program->errors();
+    ASSERT_TRUE(isKilled) << command;
+    EXPECT_TRUE(program->waitForError(word)) << program->errors();
     ::kill(program->pid(), SIGTERM);
-    EXPECT_EQ(program->status(), 0) << program->errors();
+    // It may not listen to signals yet.
+    const auto status = program->status();
+    EXPECT_TRUE(status == 0 || status == -SIGTERM) << status.value_or(1) << program->errors();
   }
-}
-
-TEST_F(AttackTest, TheBusProxiesOfTheSandboxDieAndThePagesGoOn) {
-  const auto program = start();
-  ASSERT_TRUE(everybodyWorks(*program));
-  const auto proxies = descendantsNamed(program->pid(), "xdg-dbus-proxy");
-  if (proxies.empty()) GTEST_SKIP() << "no namespaces here";
-  for (const pid_t pid : proxies) ::kill(pid, SIGKILL);
-  EXPECT_TRUE(program->waitForError("it goes on without a bus")) << program->errors();
-  EXPECT_TRUE(everybodyWorks(*program));
-  ::kill(program->pid(), SIGTERM);
-  EXPECT_EQ(program->status(), 0) << program->errors();
 }
 
 TEST_F(AttackTest, NoSocketOfTheProgramLeadsToTheEnginesInspector) {
