@@ -94,7 +94,9 @@ void removeSocketsOfTheDead(const std::string& folder, const char* prefix) {
     const std::string name = entry.path().filename();
     if (name.rfind(prefix, 0) != 0) continue;
     const pid_t owner = std::atoi(name.c_str() + std::strlen(prefix));
-    if (owner > 0 && ::kill(owner, 0) != 0 && errno == ESRCH) ::unlink(entry.path().c_str());
+    if (owner > 0 && ::kill(owner, 0) != 0 && errno == ESRCH) {
+      std::filesystem::remove_all(entry.path(), unreadable);
+    }
   }
 }
 
