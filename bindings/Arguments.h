@@ -8,6 +8,7 @@
 #include "platform/Geometry.h"
 
 #include <cstdlib>
+#include <limits>
 
 namespace arguments {
 
@@ -24,6 +25,12 @@ inline bool isNullAt(const OrvWebJavaScriptCallbackEvent& event, unsigned int in
 
 inline unsigned long unsignedAt(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
   return std::strtoul(textAt(event, index), nullptr, 10);
+}
+
+// A web view's handle; 0, which names none, for what is no handle.
+inline unsigned int handleAt(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
+  const unsigned long number = unsignedAt(event, index);
+  return number <= std::numeric_limits<unsigned int>::max() ? static_cast<unsigned int>(number) : 0;
 }
 
 inline int numberAt(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {

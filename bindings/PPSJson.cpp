@@ -1,10 +1,11 @@
 // Between the chrome's JSON and the attributes of objects. Any thread.
 #include "bindings/PPSJson.h"
 
+#include "platform/JsonWriter.h"
+
 #include <glib.h>
 #include <rapidjson/document.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
+#include <rapidjson/reader.h>
 
 #include <cerrno>
 #include <cmath>
@@ -18,7 +19,7 @@ using Tessel::Platform::String;
 
 namespace {
 
-using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
+using Writer = Tessel::Platform::JsonWriter;
 
 // Of objects and arrays within each other: writing them anew goes down by calls.
 constexpr int deepest = 64;
@@ -42,16 +43,25 @@ bool isTooDeep(std::string_view json) {
   return false;
 }
 
+// Whether it is the JSON of an object, however deep.
+bool isObject(const String& json) {
+  const std::size_t first = json.view().find_first_not_of(" \t\r\n");
+  if (first == std::string_view::npos || json.view()[first] != '{') return false;
+  rapidjson::Reader reader;
+  rapidjson::StringStream stream(json.utf8());
+  rapidjson::BaseReaderHandler<> nobody;
+  return !reader
+              .Parse<rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag>(stream,
+                                                                                             nobody)
+              .IsError();
+}
+
 // False for what is no JSON.
 bool parse(std::string_view json, rapidjson::Document& document) {
   if (isTooDeep(json)) return false;
   document.Parse<rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag>(
       json.data() ? json.data() : "", json.size());
-  if (document.HasParseError()) return false;
-  // Some numbers just beyond the largest are read as infinite, which cannot be written.
-  rapidjson::StringBuffer buffer;
-  Writer writer(buffer);
-  return document.Accept(writer);
+  return !document.HasParseError();
 }
 
 void writeText(Writer& writer, std::string_view text) {
@@ -85,8 +95,7 @@ void writeValue(Writer& writer, const PPSAttribute& attribute) {
   }
   if (encoding == "n") {
     if (const auto number = numberOf(attribute.value)) {
-      const std::string text = Tessel::Platform::formatNumberText(*number);
-      writer.RawValue(text.data(), text.size(), rapidjson::kNumberType);
+      writer.Double(*number);
       return;
     }
   }
@@ -137,7 +146,12 @@ String ppsValueToJson(const PPSValue& value) {
   return validText(buffer.GetString(), buffer.GetSize());
 }
 
-std::optional<String> ppsLinesFromJson(const String& json) {
+std::optional<String> ppsLinesFromJson(const String& json, String& problem) {
+  if (isTooDeep(json.view())) {
+    if (!isObject(json)) return String();
+    problem = "The JSON is nested too deep: nothing was written";
+    return std::nullopt;
+  }
   rapidjson::Document document;
   if (!parse(json.view(), document) || !document.IsObject()) return String();
   std::string lines;
@@ -146,6 +160,9 @@ std::optional<String> ppsLinesFromJson(const String& json) {
     const String rest = encoded(value);
     if (nameText.find_first_of(":\n") != std::string_view::npos ||
         rest.view().find('\n') != std::string_view::npos) {
+      problem =
+          "Names of attributes have neither colons nor line breaks, and texts no line breaks: "
+          "nothing was written";
       return std::nullopt;
     }
     lines.append(nameText).append(":").append(rest.view()).append("\n");

@@ -2,6 +2,7 @@
 
 const PASSED = /^(https?|local|file|data|about|blob):/i;
 const LOOPBACK = /^(localhost|127(\.\d+){3}|\[::1\])(?=[:/?#]|$)/i;
+const ENCODED_HOST = /^([a-z][a-z0-9+.-]*:\/\/(?:[^/?#]*@)?)([^/?#:@]*xn--[^/?#:@]*)(?=(?::\d*)?(?:[/?#]|$))/i;
 const SCHEME = /^([a-z][a-z0-9+.-]*):(?!\d+(?:[/?#]|$))/i;
 
 /**
@@ -27,6 +28,15 @@ function checked(url) {
   } catch {
     return { hint: `“${url}” is not a complete address.` };
   }
+}
+
+/**
+ * An address as it is shown: its host in letters that the user can read.
+ * @param {string} url
+ * @param {(host: string) => string} toReadable  leaves what could be taken for another host as it is
+ */
+export function readableAddress(url, toReadable) {
+  return url.replace(ENCODED_HOST, (all, start, host) => start + toReadable(host));
 }
 
 /** A short name for a page that has no title (yet). */

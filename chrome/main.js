@@ -1,6 +1,6 @@
 /** The chrome: a toolbar and tabs around native web views. */
 
-import { resolveAddress, securityOf } from './address.js';
+import { readableAddress, resolveAddress, securityOf } from './address.js';
 import { CertificateSheet, KnownCertificates } from './certificates.js';
 import { Dialogs } from './dialogs.js';
 import { EndedNotice } from './ended.js';
@@ -53,7 +53,7 @@ function start() {
   const platform = new Platform();
   answerPlatform(platform, tabs);
   const panels = makePanels({
-    tabs, store, platform, settings, known, permissions,
+    tabs, store, platform, settings, known, permissions, dialogs,
     find: () => findBar.open(),
     openNewTab: (process, isPrivate) => openNewTab(tabs, process, isPrivate),
     restore: () => restoreSession(tabs, session),
@@ -119,7 +119,8 @@ function connectToolbar(tabs) {
     address.toggleAttribute('aria-invalid', Boolean(text));
   };
   const showLocation = () => {
-    address.value = tabs.active?.url ?? '';
+    address.value = readableAddress(tabs.active?.url ?? '',
+      (host) => call('webview.convertIDNtoReadableStringByLanguage', 1, host) || host);
     setHint();
   };
 

@@ -3,6 +3,7 @@
 
 #include "engine/Certificates.h"
 #include "engine/OrvWebEvents.h"
+#include "platform/ErrorReport.h"
 #include "platform/messages/MessageClient.h"
 #include "platform/messages/MethodDelegate.h"
 
@@ -168,23 +169,28 @@ void OrvWebView::notifyDone(unsigned int stream) {
   if (auto page = this->page()) page->stepResource(stream, {});
 }
 
-void OrvWebView::notifyViewportChanged(const OrvWebRect& rect) {
-  viewport_ = rect;
+void OrvWebView::notifyViewportChanged(const OrvWebRect&) {
   raisePropertyChanged(OrvWebPropertyChangedEvent::Viewport);
 }
 
 void OrvWebView::setViewport(const OrvWebRect& rect) {
-  if (viewport_ == rect) return;
-  viewport_ = rect;
-  if (window_) window_->setWindowRectangle(rect);
+  if (!window_) {
+    if (viewport_ == rect) return;
+    viewport_ = rect;
+  } else {
+    // One that covers its group stays so until it gets a rectangle.
+    const auto& state = window_->state();
+    if (state.fillsParent && rect == OrvWebRect()) return;
+    const bool changes = state.fillsParent || state.rect != rect;
+    window_->setWindowRectangle(rect);
+    if (!changes) return;
+  }
   raisePropertyChanged(OrvWebPropertyChangedEvent::Viewport);
 }
 
 OrvWebRect OrvWebView::viewport() const {
-  // One that was never placed covers its window group, whatever size that has.
-  if (viewport_ != OrvWebRect() || !window_) return viewport_;
-  const IntSize size = window_->surfaceSize();
-  return {0, 0, size.width, size.height};
+  // Others move the window as well: animations, the user's finger.
+  return window_ ? window_->windowRectangle() : viewport_;
 }
 
 void OrvWebView::setVisible(bool visible) {
@@ -345,6 +351,13 @@ void OrvWebView::unlockProperties() {
     raisePropertyChanged(property);
     if (!self) return;
   }
+}
+
+bool OrvWebView::accepts(WebViewSetting setting, const String& value) {
+  auto page = this->page();
+  if (setting != WebViewSetting::userAgent || !page || page->takesUserAgent(value)) return true;
+  Tessel::Platform::reportError("A user agent is refused: the text cannot stand in a header.");
+  return false;
 }
 
 void OrvWebView::settingStored(WebViewSetting setting) {

@@ -9,6 +9,7 @@
 #include "engine/SecurityRecords.h"
 #include "engine/WebViewSettings.h"
 #include "platform/GuardedPointer.h"
+#include "platform/SendQueue.h"
 #include "platform/graphics/Window.h"
 
 #include <bitset>
@@ -24,6 +25,10 @@ class OrvWebView : private PageClient {
   using String = Tessel::Platform::String;
   using Type = OrvWebEvent::Type;
   using Property = OrvWebPropertyChangedEvent::Property;
+
+  // Bytes of all texts of one call of a page's function: what is larger is not sent.
+  static constexpr std::size_t largestCall =
+      Tessel::Platform::largestMessage - Tessel::Platform::SendQueue::smallMessage;
 
   OrvWebView();
   ~OrvWebView() override;
@@ -91,6 +96,7 @@ class OrvWebView : private PageClient {
     return settings_.getter;                                                  \
   }                                                                           \
   void setter(type value) {                                                   \
+    if (!accepts(WebViewSetting::getter, value)) return;                      \
     changeSetting(settings_.getter, std::move(value), WebViewSetting::getter, \
                   OrvWebPropertyChangedEvent::property);                      \
   }
@@ -142,8 +148,8 @@ class OrvWebView : private PageClient {
   void notificationError(const String& id) {
     notificationClosed(id);
   }
-  // Somebody else has moved it: only reports that.
-  void notifyViewportChanged(const OrvWebRect& rect);
+  // Somebody else has moved it: only reports that. Where it is now, its window knows.
+  void notifyViewportChanged(const OrvWebRect&);
   void setVisible(bool visible);
   bool isVisible() const {
     return visible_;
@@ -167,6 +173,9 @@ class OrvWebView : private PageClient {
 
   // The headers that are added to every request of the page from now on.
   void setCustomHTTPHeaders(const OrvWebHeader* headers, unsigned int count);
+  const std::vector<OrvWebHeader>& customHTTPHeaders() const {
+    return headers_;
+  }
   // Whether the page may call native functions; from its next document on.
   void enableOrvJavaScriptObject(bool enabled);
   bool isOrvJavaScriptObjectEnabled() const {
@@ -381,6 +390,12 @@ class OrvWebView : private PageClient {
   void forget(Remembered what);
   void scaleTo(double scale, const OrvWebPoint& scrollPosition);
   void settingStored(WebViewSetting setting);
+  // False, and the chrome is told, for a value that cannot be in force: the old one stays.
+  template <typename Value>
+  bool accepts(WebViewSetting, const Value&) {
+    return true;
+  }
+  bool accepts(WebViewSetting setting, const String& value);
   void allowedOriginsChanged();
   void knownCertificatesChanged();
   void stepDownload(unsigned int id, DownloadStep step);
@@ -403,7 +418,7 @@ class OrvWebView : private PageClient {
   std::bitset<OrvWebPropertyChangedEvent::propertyCount> properties_;
   WebViewSettings settings_;
   String windowGroup_;
-  OrvWebRect viewport_;
+  OrvWebRect viewport_;  // until there is a window
   bool visible_ = true;
   int zOrder_ = 0;
   bool active_ = false;

@@ -128,6 +128,11 @@ class Page {
   // Asks the page's document whether it may go; closeAllowed follows if it may.
   virtual void tryClose() = 0;
 
+  // Whether requests can say that of the program; the empty text brings the engine's own back.
+  virtual bool takesUserAgent(const String& text) const {
+    static_cast<void>(text);
+    return true;
+  }
   // A setting has another value now; the client has it.
   virtual void settingChanged(WebViewSetting setting) = 0;
   // Other events are enabled now; the client knows which.

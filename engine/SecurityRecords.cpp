@@ -51,9 +51,11 @@ bool certificatesFromText(const String& text, SSLCertificateMap& certificates) {
   rapidjson::Document document;
   if (!record_json::parse(text, document)) return false;
   for (const auto& member : document.GetObject()) {
-    if (!member.value.IsObject()) continue;
     const String name(std::string_view(member.name.GetString(), member.name.GetStringLength()));
-    record_json::read(member.value, certificates[name]);
+    // What is no record stays an empty one, and whoever takes certificates refuses it.
+    SSLCertificateInfo record;
+    record_json::read(member.value, record);
+    certificates[name] = std::move(record);
   }
   return true;
 }

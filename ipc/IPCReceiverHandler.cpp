@@ -1,6 +1,7 @@
 // What the main process tells a child process. UI thread.
 #include "ipc/IPCReceiverHandler.h"
 
+#include "ipc/CookieExchange.h"
 #include "ipc/IPCReceiverWebView.h"
 #include "ipc/ProcessMessages.h"
 #include "platform/Log.h"
@@ -59,6 +60,8 @@ void IPCReceiverHandler::handleMessage(Message& message) {
       WebViewManager::instance().setCapabilities(capabilities.handle(), capabilities.text());
       return;
     }
+    case CookieChangesMessage::messageType:
+      return takeCookiesFromParent(static_cast<const CookieChangesMessage&>(message));
     case Pulse::connectionDied:
       return connectionDied(message.integer());
     case Pulse::unblock:
@@ -103,5 +106,6 @@ void IPCReceiverHandler::connectionDied(int connectionId) const {
   if (connectionId != mainConnectionId_) return;
   logAlways(LogError, "Received unexpected connection death %d from parent process! Exiting %s...",
             connectionId, Tessel::Platform::processName());
+  logAlways(LogError, "Exit %s: %d", Tessel::Platform::processName(), 128 + SIGKILL);
   ::kill(0, SIGKILL);
 }

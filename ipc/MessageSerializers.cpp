@@ -39,6 +39,8 @@ constexpr std::array processMessages{
     of<HandleOrvWebPostEventMessage>(),
     of<HandleOrvWebSendEventMessage>(),
     of<HandshakeMessage>(),
+    of<ErrorMessage>(),
+    of<CookieChangesMessage>(),
 };
 
 // Commands share the serialisers of their layouts. In the order of their numbers; a command

@@ -76,6 +76,19 @@ class SetCapabilitiesMessage final
   Tessel::Platform::String text() const { return field<1>().toString(); }
 };
 
+// What pages of one process have changed of the cookies; the main process tells the other ones.
+class CookieChangesMessage final
+    : public Tessel::Platform::IPCMessage1<Tessel::Platform::IPCSafeString> {
+ public:
+  static constexpr int messageType = 1005;
+
+  explicit CookieChangesMessage(int type) : IPCMessage(type) {}
+  explicit CookieChangesMessage(const Tessel::Platform::String& changes)
+      : IPCMessage(messageType, nullptr, changes) {}
+
+  Tessel::Platform::String changes() const { return field<0>().toString(); }
+};
+
 // A child's first message: who it is, where it listens, and the key it was launched with.
 class HandshakeMessage final
     : public Tessel::Platform::IPCMessage5<unsigned int, int, int, unsigned int, unsigned int> {

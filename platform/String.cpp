@@ -38,6 +38,56 @@ String String::fromNumber(double value) {
   return String(formatNumberText(value));
 }
 
+namespace {
+
+// Bytes of the character at the start of a text that is not empty, and whether they are one; what
+// is none is as long as what could have begun a character.
+struct Sequence {
+  std::size_t length;
+  bool isCharacter;
+};
+Sequence sequenceAt(std::string_view text) {
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  const unsigned char first = byte(0);
+  if (first < 0x80) return {1, true};
+  const std::size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
+  if (first < 0xC2 || first > 0xF4) return {1, false};
+  // The second byte keeps out long forms, surrogates, and what lies beyond the last character.
+  const unsigned char least = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
+  const unsigned char most = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
+  if (text.size() < 2 || byte(1) < least || byte(1) > most) return {1, false};
+  for (std::size_t i = 2; i < length; ++i) {
+    if (i == text.size() || (byte(i) & 0xC0) != 0x80) return {i, false};
+  }
+  return {length, true};
+}
+
+}  // namespace
+
+String repaired(const String& text) {
+  constexpr std::string_view replacement = "\xEF\xBF\xBD";
+  const std::string_view bytes = text.view();
+  std::string result;
+  std::size_t good = 0;  // from here on nothing is copied yet
+  bool isGood = true;
+  for (std::size_t at = 0; at < bytes.size();) {
+    // Nearly all of nearly every text.
+    if (static_cast<unsigned char>(bytes[at]) < 0x80) {
+      ++at;
+      continue;
+    }
+    const Sequence next = sequenceAt(bytes.substr(at));
+    if (!next.isCharacter) {
+      isGood = false;
+      result.append(bytes.substr(good, at - good)).append(replacement);
+      good = at + next.length;
+    }
+    at += next.length;
+  }
+  if (isGood) return text;
+  return String(std::move(result.append(bytes.substr(good))));
+}
+
 std::string formatNumberText(double value) {
   // to_chars knows no locale, unlike printf: the decimal point stays a point.
   char text[23];

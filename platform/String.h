@@ -54,6 +54,10 @@ std::string formatNumberText(double value);
 // 0 for none. For what a float cannot hold, 0 with succeeded false.
 float parseFloatArgument(const char* text, bool* succeeded = nullptr);
 
+// The text with every byte that belongs to no character replaced by U+FFFD, a truncated character
+// by one. Zero bytes are characters.
+String repaired(const String& text);
+
 namespace detail {
 inline std::string_view asView(const String& text) {
   return text.view();

@@ -2,8 +2,10 @@
 #include "ChildWebViewMain.h"
 
 #include "EngineStart.h"
+#include "ipc/CookieExchange.h"
 #include "ipc/IPCReceiverHandler.h"
 #include "ipc/ProcessMessages.h"
+#include "platform/ErrorReport.h"
 #include "platform/Log.h"
 #include "platform/MemoryStats.h"
 #include "platform/Process.h"
@@ -13,14 +15,20 @@
 #include "platform/messages/Channels.h"
 #include "platform/messages/Connections.h"
 #include "platform/messages/MessageClient.h"
+#include "platform/os/Confinement.h"
+#include "platform/os/PageSandbox.h"
+#include "webview/WebViewManager.h"
+#include "webview/events/EventMessages.h"
 
 #include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <future>
 #include <memory>
 #include <thread>
@@ -49,6 +57,9 @@ constexpr std::chrono::seconds windowConnectionLimit{10};
 // What a child has after the main process's end to see to its own.
 constexpr std::chrono::seconds timeToEnd{5};
 
+// Bytes of an error; one with an argument in it may be as long as that.
+constexpr std::size_t longestError = Tessel::Platform::largestMessage / 2;
+
 // A thread of its own. The main loop ends this process when it loses the main process; this is for
 // a main thread that does not come back to it.
 void outliveNoParent(void* process) {
@@ -57,6 +68,7 @@ void outliveNoParent(void* process) {
   }
   std::this_thread::sleep_for(timeToEnd);
   logAlways(LogError, "The main process has ended, and this one does not; it is killed.");
+  logAlways(LogError, "Exit %s: %d", Tessel::Platform::processName(), 128 + SIGKILL);
   ::kill(0, SIGKILL);
 }
 
@@ -69,12 +81,23 @@ void watchParent(pid_t parent) {
   Tessel::Platform::startNamedDetachedThread("parent-watch", outliveNoParent, &process);
 }
 
+// Whatever goes wrong here is told to the chrome of the main process.
+void forwardErrorsOver(int connection) {
+  WebViewManager::instance().forwardErrors([connection](const String& text) {
+    MessageClient::sendMessage(
+        std::make_unique<ErrorMessage>(String(text.view().substr(0, longestError))), connection);
+  });
+  Tessel::Platform::setErrorListener(
+      [](const String& text) { WebViewManager::instance().informChromeOfError(text); });
+}
+
 // Takes the one connection over which the main process gets this one's windows.
 class WindowConnection final : public Tessel::Platform::ChannelOwner {
  public:
   explicit WindowConnection(pid_t parent) : parent_(parent) {}
 
   bool knows(pid_t pid) const override { return pid == parent_; }
+  bool expects(pid_t) const override { return false; }
   void greet(pid_t, const ReceivedMessage&) override {}
   void connected(pid_t, ChannelSocket socket) override {
     if (std::exchange(taken_, true)) return;
@@ -93,6 +116,19 @@ class WindowConnection final : public Tessel::Platform::ChannelOwner {
   std::promise<UniqueFd> socket_;
 };
 
+// The first thing that comes over it: what the handles of this process's windows begin with.
+unsigned int handleGroupFrom(const UniqueFd& connection) {
+  std::uint32_t group = 0;
+  pollfd readable{connection.get(), POLLIN, 0};
+  constexpr auto limit =
+      std::chrono::duration_cast<std::chrono::milliseconds>(windowConnectionLimit);
+  if (::poll(&readable, 1, static_cast<int>(limit.count())) != 1 ||
+      ::recv(connection.get(), &group, sizeof group, MSG_DONTWAIT) != sizeof group) {
+    return 0;
+  }
+  return group;
+}
+
 }  // namespace
 
 int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int webEngineChannelId,
@@ -100,6 +136,10 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int
   // What ends this process by its group, itself included, ends the engine's helpers and no other
   // child.
   ::setpgid(0, 0);
+  if (const int error = Tessel::Platform::confineProcess(); error != 0) {
+    logAlways(LogError, "This process is not confined: %s", std::strerror(error));
+  }
+  Tessel::Platform::probeSandbox();
   watchParent(parentPid);
   Settings& settings = Settings::instance();
   settings.setApplicationSandbox("webviews");
@@ -116,6 +156,7 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int
     return -1;
   }
   auto client = std::make_unique<MainMessageClient>(3, -1);
+  forwardErrorsOver(mainConnection);
   IPCReceiverHandler handler(mainConnection, webEngineConnection);
   client->installMessageHandler(&handler);
   client->registerPID(parentPid);
@@ -133,11 +174,16 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int
   if (!windowConnection) giveUp("The main process does not ask for the windows of this one.");
   keepBusAway();
   prepareInspector();
-  if (!Window::setHandleBase(groupId)) giveUp("The number of the web view group is too large.");
+  const unsigned int handleGroup = handleGroupFrom(windowConnection);
+  if (handleGroup == 0 || !Window::setHandleBase(handleGroup)) {
+    giveUp("The main process has no handles left for the windows of this one.");
+  }
   auto system = RemoteWindowSystem::create(std::move(windowConnection));
   if (!system) giveUp(noDisplay);
   WindowSystem::install(std::move(system));
-  startEngine(concat(settings.applicationSandbox(), "-", String::fromUnsignedInteger(groupId)));
+  startEngine(concat(settings.applicationSandbox(), "-", String::fromUnsignedInteger(groupId)),
+              false);
+  shareCookiesWithParent(mainConnection);
 
   const int status = client->run();
   client->removeMessageHandler(&handler);

@@ -6,10 +6,14 @@
 #include "platform/graphics/remote/RemoteWindows.h"
 #include "platform/messages/Channels.h"
 
+#include <sys/socket.h>
+
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <map>
 #include <memory>
+#include <set>
 
 using Tessel::Platform::connectToChannel;
 using Tessel::Platform::UniqueFd;
@@ -17,19 +21,56 @@ using Tessel::Platform::windowChannel;
 using Tessel::Platform::Graphics::RemoteWindows;
 using Tessel::Platform::Graphics::Window;
 
+namespace {
+
+// The numbers that handles of windows begin with, one per child process that lives; 0 is the
+// application's own. Those of the dead come last: somebody may still have their windows' handles.
+class HandleGroups {
+ public:
+  // 0 when all are taken.
+  unsigned take() {
+    for (unsigned i = 0; i < Window::lastHandleGroup; ++i) {
+      last_ = last_ % Window::lastHandleGroup + 1;
+      if (taken_.insert(last_).second) return last_;
+    }
+    return 0;
+  }
+  void give(unsigned group) { taken_.erase(group); }
+
+ private:
+  unsigned last_ = 0;
+  std::set<unsigned> taken_;
+};
+
+struct Shown {
+  unsigned handleGroup;
+  std::unique_ptr<RemoteWindows> windows;
+};
+
+}  // namespace
+
 void showWindowsOfChildren(Window& applicationWindow) {
   // Leaked, as the window is.
-  static auto* const byGroup = new std::map<const IPCSenderGroup*, std::unique_ptr<RemoteWindows>>;
+  static auto* const byGroup = new std::map<const IPCSenderGroup*, Shown>;
+  static auto* const handleGroups = new HandleGroups;
   IPCSenderGroup::onConnected([&applicationWindow](const IPCSenderGroup& group, int pid) {
     UniqueFd connection = connectToChannel(pid, windowChannel);
-    if (!connection) {
+    const std::uint32_t handleGroup = connection ? handleGroups->take() : 0;
+    // The child begins with it: it makes no window before.
+    if (handleGroup == 0 ||
+        ::send(connection.get(), &handleGroup, sizeof handleGroup, MSG_NOSIGNAL) < 0) {
+      if (connection && handleGroup == 0) errno = EMFILE;
+      handleGroups->give(handleGroup);
       Tessel::Platform::logAlways(Tessel::Platform::LogError,
                                   "The windows of process %d cannot be shown: %s", pid,
                                   std::strerror(errno));
       return;
     }
-    (*byGroup)[&group] =
-        std::make_unique<RemoteWindows>(std::move(connection), group.groupId(), applicationWindow);
+    (*byGroup)[&group] = {handleGroup, std::make_unique<RemoteWindows>(
+                                           std::move(connection), handleGroup, applicationWindow)};
   });
-  IPCSenderGroup::onGone([](const IPCSenderGroup& group) { byGroup->erase(&group); });
+  IPCSenderGroup::onGone([](const IPCSenderGroup& group) {
+    const auto gone = byGroup->extract(&group);
+    if (!gone.empty()) handleGroups->give(gone.mapped().handleGroup);
+  });
 }

@@ -7,6 +7,7 @@
 #include "ChromeCapabilities.h"
 #include "EngineStart.h"
 #include "NavigatorServices.h"
+#include "ProgramOptions.h"
 #include "bindings/ApplicationBinding.h"
 #include "bindings/CapabilitiesBinding.h"
 #include "bindings/InvocationBinding.h"
@@ -15,13 +16,17 @@
 #include "bindings/WindowAnimations.h"
 #include "engine/webkit/EngineInspector.h"
 #include "ipc/ChildLauncher.h"
+#include "ipc/CookieExchange.h"
 #include "platform/Crash.h"
+#include "platform/ErrorReport.h"
 #include "platform/Log.h"
 #include "platform/Settings.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
+#include "platform/graphics/gtk/ToolkitEnds.h"
 #include "platform/http/MongooseHttpServer.h"
 #include "platform/messages/MessageClient.h"
 #include "platform/navigator/NavigatorHandler.h"
+#include "platform/os/PageSandbox.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
@@ -30,6 +35,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <optional>
+#include <vector>
 
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
@@ -38,6 +44,7 @@ using Tessel::Platform::MainMessageClient;
 using Tessel::Platform::MongooseHttpServer;
 using Tessel::Platform::platformCrash;
 using Tessel::Platform::Settings;
+using Tessel::Platform::String;
 using Tessel::Platform::Graphics::GtkWindowSystem;
 using Tessel::Platform::Graphics::WindowSystem;
 
@@ -46,9 +53,20 @@ namespace {
 constexpr const char* pluginDirectory = "/usr/lib/vireo/plugins/";
 constexpr const char* defaultChromeUrl = "local:///chrome/index.html";
 
+// How often dialogs are looked for once the program is to end, in milliseconds.
+constexpr unsigned int dismissInterval = 100;
+
 // Ends as if the window had been closed. Only once: the next signal ends a program whose pages do
-// not.
+// not. Whoever waits for an answer of a person in a dialog of the toolkit waits no more, and
+// neither does who asks then.
 gboolean onEndSignal(gpointer) {
+  g_timeout_add(
+      dismissInterval,
+      [](gpointer) -> gboolean {
+        Tessel::Platform::Graphics::dismissDialogs();
+        return G_SOURCE_CONTINUE;
+      },
+      nullptr);
   ApplicationWindow::instance().close();
   return G_SOURCE_REMOVE;
 }
@@ -60,6 +78,7 @@ void setKeyboardFocus(int value) {
 }  // namespace
 
 void pagehost_main(int argc, char** argv) {
+  std::vector<char*> arguments = takeOptions(argc, argv);
   if (!spawnChildLauncher(childWebViewMain)) {
     logAlways(LogError, "Could not spawn child launcher");
     std::exit(EXIT_FAILURE);
@@ -69,6 +88,7 @@ void pagehost_main(int argc, char** argv) {
   settings.setChromeProcess(true);
   settings.setApplicationSandbox("chrome");
 
+  Tessel::Platform::probeSandbox();
   auto* client = new MainMessageClient(3, -1);
   if (MainMessageClient::instance() != client) platformCrash("src/main", 40, "pagehost_main");
 
@@ -77,18 +97,21 @@ void pagehost_main(int argc, char** argv) {
   auto windows = GtkWindowSystem::create();
   if (!windows) giveUp(noDisplay);
   WindowSystem::install(std::move(windows));
-  startEngine(settings.applicationSandbox());
+  startEngine(settings.applicationSandbox(), true);
+  shareCookiesWithChildren();
   MongooseHttpServer::instance()->setFrontEnd(EngineInspector::frontEndResources);
 
   ApplicationWindow& window = ApplicationWindow::instance();
   showWindowsOfChildren(window);
   WebViewManager& manager = WebViewManager::instance();
+  Tessel::Platform::setErrorListener(
+      [](const String& text) { WebViewManager::instance().informChromeOfError(text); });
   WebView* root = manager.webViewForHandle(
       manager.createWebView(window.windowGroup().toStdString(), WebViewManager::inThisProcess));
   if (!root) platformCrash("src/main", 51, "pagehost_main");
 
   const char* chromeUrl = std::getenv("CHROME_URL");
-  root->setArguments(argc, argv);
+  root->setArguments(static_cast<int>(arguments.size()) - 1, arguments.data());
   root->setDrivesApplication(
       chromeUrl ? "This address comes from the environment variable CHROME_URL: correct it, or "
                   "unset it to get the bundled chrome."

@@ -1,6 +1,7 @@
 // Which web views may be inspected, and the way between a front end and its web view.
 #include "webview/WebInspectorClient.h"
 
+#include "bindings/Arguments.h"
 #include "bindings/BindingManager.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
@@ -36,10 +37,14 @@ bool WebInspectorClient::withWebView(unsigned int handle, Call call) const {
 
 void WebInspectorClient::addInspectable(unsigned int handle) {
   const std::lock_guard lock(handlesMutex_);
+  // What names no web view would be a page without anything, and end the list for those who go
+  // through it.
+  if (!withWebView(handle, [](auto& webView) {
+        webView.setWebEventEnabled(OrvWebEvent::InspectorMessage, true);
+      })) {
+    return;
+  }
   if (!containsInspectable(handle)) handles_.push_back(handle);
-  withWebView(handle, [](auto& webView) {
-    webView.setWebEventEnabled(OrvWebEvent::InspectorMessage, true);
-  });
   tellOfServer(handle);
 }
 
@@ -164,13 +169,9 @@ bool hasCount(const Event& event, int required, const char* function) {
   return !BindingManager::checkArgumentCount(static_cast<int>(event.numArgs()), required, function);
 }
 
-unsigned int handleAt(const Event& event, unsigned int index) {
-  return static_cast<unsigned int>(std::strtoul(textAt(event, index), nullptr, 10));
-}
-
 // The handle at that position, and the flag after it: only "false" takes the permission away.
 void switchWebView(const Event& event, unsigned int index) {
-  const unsigned int handle = handleAt(event, index);
+  const unsigned int handle = arguments::handleAt(event, index);
   std::strcmp(textAt(event, index + 1), "false") == 0 ? client().removeInspectable(handle)
                                                       : client().addInspectable(handle);
 }
@@ -199,7 +200,7 @@ void setEnabled(Event* event) {
 
 void enabledForWebView(Event* event) {
   if (!hasCount(*event, 2, "jswebInspectorEnabledForWebView")) return;
-  event->setResult(textOf(client().containsInspectable(handleAt(*event, 1))));
+  event->setResult(textOf(client().containsInspectable(arguments::handleAt(*event, 1))));
 }
 
 void setEnabledForWebView(Event* event) {

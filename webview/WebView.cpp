@@ -2,20 +2,25 @@
 #include "webview/WebView.h"
 
 #include "bindings/BindingManager.h"
-#include "platform/Idn.h"
 #include "platform/Log.h"
 #include "platform/Settings.h"
 #include "platform/Vibrator.h"
+#include "platform/navigator/HostNames.h"
+#include "platform/navigator/LocaleHandler.h"
 #include "webview/WebViewManager.h"
 #include "webview/events/EventMessages.h"
 #include "webview/events/Fields.h"
 #include "webview/events/Names.h"
 
+#include <glib.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
 using Tessel::Platform::concat;
 using Tessel::Platform::GuardedPin;
+using Tessel::Platform::LocaleHandler;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogNotice;
 using Tessel::Platform::Settings;
@@ -29,6 +34,17 @@ namespace {
 constexpr int blendedTransparency = 3;
 
 WebView::WindowLookup windowLookup = nullptr;
+
+// The characters of a header's name, and no line break or zero byte in its value.
+bool canBeSent(const OrvWebHeader& header) {
+  const std::string_view name = header.key().view();
+  const auto isOfToken = [](char c) {
+    return g_ascii_isalnum(c) || std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string::npos;
+  };
+  const std::string_view value = header.value().view();
+  return !name.empty() && std::all_of(name.begin(), name.end(), isOfToken) &&
+         value.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
+}
 
 }  // namespace
 
@@ -70,18 +86,38 @@ bool WebView::setExtraHttpHeaders(const String& json) {
   for (const auto& member : document.GetObject()) {
     // Lists and objects are no values of headers, and writing them is recursive.
     if (member.value.IsArray() || member.value.IsObject()) continue;
-    OrvWebHeader& header = headers.emplace_back();
+    OrvWebHeader header;
     header.setKey(std::string_view(member.name.GetString(), member.name.GetStringLength()));
     if (member.value.IsString()) {
       header.setValue(std::string_view(member.value.GetString(), member.value.GetStringLength()));
-      continue;
+    } else {
+      header.setValue(
+          fields::jsonText([&](fields::JsonWriter& writer) { member.value.Accept(writer); }));
     }
-    header.setValue(
-        fields::jsonText([&](fields::JsonWriter& writer) { member.value.Accept(writer); }));
+    if (!canBeSent(header)) continue;
+    // Of several names that differ by their case only, the last is sent.
+    std::erase_if(headers, [&](const OrvWebHeader& other) {
+      return g_ascii_strcasecmp(other.key().utf8(), header.key().utf8()) == 0;
+    });
+    headers.push_back(std::move(header));
   }
   setCustomHTTPHeaders(headers.data(), static_cast<unsigned int>(headers.size()));
-  extraHeaders_ = json;
   return true;
+}
+
+WebView::String WebView::extraHttpHeaders() const {
+  return fields::jsonText([this](fields::JsonWriter& writer) {
+    const auto text = [](const String& value) {
+      return rapidjson::Value(
+          rapidjson::StringRef(value.utf8(), static_cast<rapidjson::SizeType>(value.length())));
+    };
+    writer.StartObject();
+    for (const OrvWebHeader& header : customHTTPHeaders()) {
+      text(header.key()).Accept(writer);
+      text(header.value()).Accept(writer);
+    }
+    writer.EndObject();
+  });
 }
 
 int WebView::createFadeColorWindow(int x, int y, int width, int height, int zOrder) {
@@ -131,7 +167,7 @@ void WebView::setLayerTilerPrefillRect(int x, int y, int width, int height) {
 WebView::String WebView::convertIDNtoReadableStringByLanguage(const String& host,
                                                               const String& language) const {
   return Tessel::Platform::idnToReadableUtf8String(
-      host, language.isEmpty() ? Tessel::Platform::currentLanguage() : language);
+      host, language.isEmpty() ? LocaleHandler::instance().language() : language);
 }
 
 void WebView::cancelVibration() {

@@ -38,11 +38,12 @@ class WebView : public OrvWebView,
   void setCapabilities(Capabilities capabilities);
 
   // The members of a JSON object become extra headers of all requests. A number, true, false and
-  // null count as their JSON; a list or an object is left out. False, and an error is reported, for
+  // null count as their JSON; a list or an object is left out, and so is what no header can be. Of
+  // names that differ by their case only, the last counts. False, and an error is reported, for
   // anything but a JSON object.
   bool setExtraHttpHeaders(const String& json);
   // The headers in force as a JSON object.
-  String extraHttpHeaders() const { return extraHeaders_; }
+  String extraHttpHeaders() const;
 
   // A coloured window over the page, transparent at first. The result is its platform handle, 0
   // when there was no room for it; one that is there already stays as it is.
@@ -57,7 +58,8 @@ class WebView : public OrvWebView,
   void setGeometry(int x, int y, int width, int height);
   void setLayerTilerPrefillRect(int x, int y, int width, int height);
   std::vector<OrvWebHistoryItem> getHistoryList() { return historyList(); }
-  // A host name in the script that a reader of the language expects; "" means the user's language.
+  // A host name as a reader of the language can read it without being misled; "" means the user's
+  // language.
   String convertIDNtoReadableStringByLanguage(const String& host, const String& language) const;
   void cancelVibration();
   // Fixed: the zoom of a page is its scale.
@@ -89,7 +91,6 @@ class WebView : public OrvWebView,
   Capabilities capabilities_;
   String arguments_;
   const String windowGroup_;
-  String extraHeaders_ = "{}";
   Tessel::Platform::Graphics::Window* fadeWindow_ = nullptr;
   std::array<std::uint8_t, 4> fadeColor_{0, 0, 0, 255};
 };

@@ -1,6 +1,7 @@
 // The owner of all web views of a process.
 #include "webview/WebViewManager.h"
 
+#include "bindings/Arguments.h"
 #include "bindings/BindingManager.h"
 #include "bindings/ChromeChannel.h"
 #include "ipc/IPCSenderGroup.h"
@@ -8,6 +9,7 @@
 #include "platform/Log.h"
 #include "platform/Settings.h"
 #include "platform/graphics/Screen.h"
+#include "platform/graphics/Window.h"
 #include "platform/messages/GuardedPointerDeleter.h"
 #include "platform/messages/MessageClient.h"
 #include "platform/messages/MethodDelegate.h"
@@ -20,6 +22,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
+#include <optional>
 
 using Tessel::Platform::concat;
 using Tessel::Platform::deleteGuardedObject;
@@ -37,6 +41,7 @@ using Tessel::Platform::MethodDelegate3;
 using Tessel::Platform::Settings;
 using Tessel::Platform::String;
 using Tessel::Platform::Graphics::Screen;
+using Tessel::Platform::Graphics::Window;
 
 namespace {
 
@@ -49,24 +54,34 @@ int argumentCount(const OrvWebJavaScriptCallbackEvent& event) {
   return static_cast<int>(event.numArgs());
 }
 
-int processGroupFrom(const char* where) {
+// Nothing for a number that no group can have.
+std::optional<int> processGroupFrom(const char* where) {
   if (std::strcmp(where, "InProcess") == 0) return WebViewManager::inThisProcess;
   if (std::strcmp(where, "OutProcess") == 0) return WebViewManager::inNewProcess;
-  return static_cast<int>(std::strtoul(where, nullptr, 10));
+  const unsigned long number = std::strtoul(where, nullptr, 10);
+  if (number > std::numeric_limits<unsigned int>::max()) return std::nullopt;
+  return static_cast<int>(number);
+}
+
+void reportNoWindowGroup(unsigned int handle, const String& windowGroup) {
+  WebViewManager::instance().informChromeOfError(
+      concat("Web view ", String::fromUnsignedInteger(handle),
+             " cannot be shown: there is no window group \"", windowGroup, "\"."));
 }
 
 void jsCreate(OrvWebJavaScriptCallbackEvent* event) {
   const int count = argumentCount(*event);
   if (BindingManager::checkArgumentCount(count, 2, "jsCreate", 3)) return;
-  const int group = count > 2 ? processGroupFrom(textAt(*event, 2)) : WebViewManager::inThisProcess;
+  const auto group = count > 2 ? processGroupFrom(textAt(*event, 2))
+                               : std::optional(WebViewManager::inThisProcess);
+  if (!group) return BindingManager::reportArgumentError(1, textAt(*event, 2), "jsCreate");
   event->setResult(String::fromUnsignedInteger(
-      WebViewManager::instance().createWebView(textAt(*event, 1), group)));
+      WebViewManager::instance().createWebView(textAt(*event, 1), *group)));
 }
 
 void jsDelete(OrvWebJavaScriptCallbackEvent* event) {
   if (BindingManager::checkArgumentCount(argumentCount(*event), 2, "jsDelete", -1)) return;
-  WebViewManager::instance().destroyWebView(
-      static_cast<WebViewManager::WebViewHandle>(std::strtoul(textAt(*event, 1), nullptr, 10)));
+  WebViewManager::instance().destroyWebView(arguments::handleAt(*event, 1));
 }
 
 }  // namespace
@@ -87,10 +102,18 @@ WebViewManager::~WebViewManager() = default;
 
 WebViewManager::WebViewHandle WebViewManager::createWebView(const std::string& windowGroup,
                                                             int processGroup) {
+  if (shuttingDown_) {
+    informChromeOfError("No web view is created: the application ends.");
+    return 0;
+  }
   const WebViewHandle handle = ++lastHandle_;
   const int rotation = Screen::primaryScreen().rotation();
   if (processGroup != inThisProcess) {
-    if (!createRemoteWebView(handle, windowGroup, processGroup, rotation)) return 0;
+    if (!Window::topLevelOf(windowGroup)) {
+      reportNoWindowGroup(handle, windowGroup);
+    } else if (!createRemoteWebView(handle, windowGroup, processGroup, rotation)) {
+      return 0;
+    }
   } else if (handle == rootHandle) {
     createInProcessWebView(handle, windowGroup, rotation);
   } else {
@@ -121,6 +144,7 @@ bool WebViewManager::createRemoteWebView(WebViewHandle handle, const std::string
     // The chrome, served while the child was started, may have made a group of that id meanwhile.
     groups_.emplace(id, group);
     addRemoteWebView(remote);
+    if (shuttingDown_) destroyWebView(handle);  // the chrome has ended the program meanwhile
   } else if (isNew) {
     deleteGuardedObject(group);
     return false;
@@ -143,25 +167,25 @@ bool WebViewManager::addWebView(WebViewHandle handle, std::unique_ptr<WebView> w
 
 void WebViewManager::createInProcessWebView(WebViewHandle handle, const String& windowGroup,
                                             int rotation) {
+  if (shuttingDown_) {
+    created_.erase(handle);
+    return;
+  }
   auto* webView = new WebView(handle, windowGroup);
   webViews_.emplace(handle, webView);
   handles_.emplace(webView, handle);
   if (handle == rootHandle) publishRoot(webView);
-  if (!webView->initialize(windowGroup, rotation)) {
-    informChromeOfError(concat("Web view ", String::fromUnsignedInteger(handle),
-                               " cannot be shown: there is no window group \"", windowGroup,
-                               "\"."));
-  }
+  if (!webView->initialize(windowGroup, rotation)) reportNoWindowGroup(handle, windowGroup);
   inspector_->addInspectable(handle);
 }
 
 void WebViewManager::destroyWebView(WebViewHandle handle) {
   inspector_->removeInspectable(handle);
+  created_.erase(handle);
   const auto found = webViews_.find(handle);
   if (found != webViews_.end()) {
     WebView* webView = found->second;
     webViews_.erase(found);
-    created_.erase(handle);
     handles_.erase(webView);
     if (handle == rootHandle) publishRoot(nullptr);
     deleteGuardedObject(webView);
@@ -170,7 +194,6 @@ void WebViewManager::destroyWebView(WebViewHandle handle) {
     IPCSenderWebView* proxy = remote->second;
     IPCSenderGroup* const group = proxy->group();
     remoteWebViews_.erase(remote);
-    created_.erase(handle);
     deleteGuardedObject(proxy);
     const auto entry = std::find_if(groups_.begin(), groups_.end(),
                                     [&](const auto& item) { return item.second == group; });
@@ -192,10 +215,14 @@ bool WebViewManager::noWebViews() const {
 }
 
 void WebViewManager::endLoopIfEmpty() {
-  if (noWebViews()) MainMessageClient::instance()->exit(0);
+  if (!noWebViews()) return;
+  shuttingDown_ = false;
+  MainMessageClient::instance()->exit(0);
 }
 
 void WebViewManager::shutdown() {
+  // Nothing would end what is made from now on, or what was asked for and is not made yet.
+  shuttingDown_ = true;
   // Ending a web view may delete others.
   const auto webViews = webViews_;
   for (const auto& [handle, webView] : webViews) {
@@ -292,6 +319,7 @@ void WebViewManager::informChromeOfError(const String& message) {
     return;
   }
   WebView* root = rootWebView();
+  if (!root && forward_) return forward_(message);
   if (!root) {
     logAlways(LogError, "WebViewManager::informChromeOfError: can't find root webview!");
     return;

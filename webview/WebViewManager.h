@@ -11,6 +11,7 @@
 #include "platform/messages/Message.h"
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -41,7 +42,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
 
   // The first web view of a process is there when this returns; others of this process come into
   // being on a later turn of the main loop, when whoever asked for them has returned. 0 when a
-  // new child process could not be had.
+  // new child process could not be had, and while the application ends.
   WebViewHandle createWebView(const std::string& windowGroup, int processGroup);
   // Asked for by no one, gone when this returns, but for those who have it pinned.
   void destroyWebView(WebViewHandle handle);
@@ -74,6 +75,8 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
 
   // Tells the chrome about an error; logged and dropped when there is no chrome. Any thread.
   void informChromeOfError(const String& message);
+  // Where errors go in a process without a chrome, from its main thread.
+  void forwardErrors(std::function<void(const String&)> forward) { forward_ = std::move(forward); }
 
   // Which web views may be inspected, and by whom they are.
   WebInspectorClient& inspector() const { return *inspector_; }
@@ -104,7 +107,9 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   std::map<WebViewHandle, bool> created_;
   std::map<int, IPCSenderGroup*> groups_;  // owned; only those that live
   std::map<const WebView*, WebViewHandle> handles_;
+  bool shuttingDown_ = false;  // until the loop ends
   std::set<WebViewHandle> closing_;
+  std::function<void(const String&)> forward_;
   const std::unique_ptr<WebInspectorClient> inspector_;
 
   mutable std::mutex rootMutex_;

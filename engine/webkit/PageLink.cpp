@@ -1,6 +1,7 @@
 // The program's end of the page link.
 #include "engine/webkit/PageLink.h"
 
+#include "platform/ErrorReport.h"
 #include "platform/Log.h"
 
 #include <sys/eventfd.h>
@@ -9,16 +10,20 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 using link_protocol::decode;
 using link_protocol::encode;
 using link_protocol::Frame;
 using link_protocol::FrameKind;
 using link_protocol::LinkSocket;
+using Tessel::Platform::concat;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
 using Tessel::Platform::LogNotice;
 using Tessel::Platform::MainThreadWait;
+using Tessel::Platform::reportError;
+using Tessel::Platform::SendOutcome;
 using Tessel::Platform::String;
 using Tessel::Platform::UniqueFd;
 using namespace std::chrono_literals;
@@ -33,8 +38,9 @@ constexpr auto patience = 20ms;
 // Page and program calling each other without end must not exhaust our stack.
 constexpr unsigned int deepestNesting = 256;
 
-// What a web process that was taken over can make us keep.
+// With so many unserved, nothing more is read: a page that reports in crowds waits.
 constexpr std::size_t mostWaitingQuestions = 100000;
+constexpr std::size_t mostCreatedPages = 1024;
 
 UniqueFd makeEventFd() {
   return UniqueFd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
@@ -57,14 +63,51 @@ int wakeFdOfThisThread() {
   return fd.get();
 }
 
-bool equalInConstantTime(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  unsigned int difference = 0;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    difference |= static_cast<unsigned int>(static_cast<unsigned char>(a[i]) ^
-                                            static_cast<unsigned char>(b[i]));
+// Calls whose late answers are still known.
+constexpr std::size_t mostOverdue = 64;
+
+// Of what a function's name is told in an error: names are the page's.
+constexpr std::size_t longestName = 200;
+
+std::string_view nameOf(const FunctionCall& call) {
+  return call.path.empty() ? std::string_view() : call.path.back().view();
+}
+
+// chrome.internal.webEvent(3, "DialogRequested", …), as far as it can be read at a glance.
+std::string descriptionOf(const FunctionCall& call) {
+  constexpr std::size_t longestArgument = 60;
+  std::string text;
+  for (const String& name : call.path) {
+    text.append(text.empty() ? "" : ".").append(name.view().substr(0, longestName));
   }
-  return difference == 0;
+  text += '(';
+  for (std::size_t i = 0; i < call.arguments.size(); ++i) {
+    const JavaScriptVariant& argument = call.arguments[i];
+    const String word = argument.type() == JavaScriptVariant::Number
+                            ? String::fromNumber(argument.numberValue())
+                            : concat("\"", argument.stringValue(), "\"");
+    if (i > 0) text += ", ";
+    if (i == 2 || word.length() > longestArgument) {
+      text += "…";
+      break;
+    }
+    text.append(word.view());
+  }
+  return text + ")";
+}
+
+void reportUnsent(SendOutcome outcome, std::uint64_t page, std::string_view name,
+                  std::size_t size) {
+  const String what =
+      concat("\"", name.substr(0, longestName), "\" of page ", String::fromUnsignedInteger(page));
+  if (outcome == SendOutcome::TooLarge) {
+    reportError(concat("A call of ", what, " is too large: ", String::fromUnsignedInteger(size),
+                       " bytes. It is not made."));
+  } else if (outcome == SendOutcome::Full) {
+    reportError(concat("A call of ", what,
+                       " is not made: the page has not read what came before. The same goes for "
+                       "others until it does."));
+  }
 }
 
 void iterateMainContextFor(std::chrono::milliseconds longest) {
@@ -129,17 +172,12 @@ class PageLink::ServingScope {
   std::vector<std::uint32_t> stopped_;
 };
 
-PageLink::PageLink(UniqueFd socket, pid_t peer, std::string token, PageLinkDelegate& delegate)
-    : peer_(peer),
-      token_(std::move(token)),
-      delegate_(delegate),
-      socket_(std::move(socket)),
-      mainWake_(makeEventFd()) {}
+PageLink::PageLink(UniqueFd socket, pid_t peer, PageLinkDelegate& delegate)
+    : peer_(peer), delegate_(delegate), socket_(std::move(socket)), mainWake_(makeEventFd()) {}
 
 PageLink::~PageLink() = default;
 
-std::shared_ptr<PageLink> PageLink::open(UniqueFd socket, pid_t peer, std::string token,
-                                         PageLinkDelegate& delegate) {
+std::shared_ptr<PageLink> PageLink::open(UniqueFd socket, pid_t peer, PageLinkDelegate& delegate) {
   struct Source {
     GSource base;
     PageLink* link;
@@ -157,7 +195,7 @@ std::shared_ptr<PageLink> PageLink::open(UniqueFd socket, pid_t peer, std::strin
       nullptr,
       nullptr};
 
-  std::shared_ptr<PageLink> link(new PageLink(std::move(socket), peer, std::move(token), delegate));
+  std::shared_ptr<PageLink> link(new PageLink(std::move(socket), peer, delegate));
   GSource* source = g_source_new(&functions, sizeof(Source));
   reinterpret_cast<Source*>(source)->link = link.get();
   g_source_set_static_name(source, "page link");
@@ -192,20 +230,27 @@ void PageLink::close() {
   delegate_.linkClosed(*this);
 }
 
+void PageLink::answerPageCreated(std::uint64_t page, const link_protocol::PageSetup& setup) {
+  const auto asked = createdPages_.extract(page);
+  if (!asked.empty()) answer(asked.mapped(), page, encode(setup), "set-up");
+}
+
 void PageLink::ping(std::uint64_t page) {
-  send(FrameKind::Ping, 0, page, {});
+  send(FrameKind::Ping, page, {}, "ping");
 }
 
 void PageLink::changeSetup(std::uint64_t page, const link_protocol::PageSetup& setup) {
-  send(FrameKind::SetupChanged, 0, page, encode(setup));
+  send(FrameKind::SetupChanged, page, encode(setup), "set-up");
 }
 
 void PageLink::postFunction(std::uint64_t page, const FunctionCall& call, const String& resultId) {
-  send(FrameKind::PostFunction, 0, page, encode(link_protocol::PostedCall{call, resultId}));
+  send(FrameKind::PostFunction, page, encode(link_protocol::PostedCall{call, resultId}),
+       nameOf(call));
 }
 
 void PageLink::postAction(std::uint64_t page, const FunctionCall& action) {
-  send(FrameKind::PostFunction, 0, page, encode(link_protocol::PostedCall{action, {}, true}));
+  send(FrameKind::PostFunction, page, encode(link_protocol::PostedCall{action, {}, true}),
+       nameOf(action));
 }
 
 PageLink::FunctionResult PageLink::callFunction(std::uint64_t page, const FunctionCall& call,
@@ -217,16 +262,17 @@ PageLink::FunctionResult PageLink::callFunction(std::uint64_t page, const Functi
   if (!waiter.onMainThread) waiter.wakeFd = wakeFdOfThisThread();
   waiter.limit = limit;
   waiter.start = Clock::now();
+  SendOutcome outcome = SendOutcome::Sent;
   {
     const std::lock_guard lock(mutex_);
     if (broken_) return std::nullopt;
     waiter.id = ++lastId_;
-    waiters_.push_back(&waiter);
-    if (!socket_.send(FrameKind::CallFunction, waiter.id, page, payload)) {
-      breakLocked();
-      wakeMainLocked();
-    }
-    watchSocketLocked();
+    outcome = sendLocked(FrameKind::CallFunction, waiter.id, page, payload);
+    if (outcome == SendOutcome::Sent) waiters_.push_back(&waiter);
+  }
+  if (outcome != SendOutcome::Sent) {
+    reportUnsent(outcome, page, nameOf(call), payload.size());
+    return std::nullopt;
   }
   if (waiter.onMainThread) {
     waitOnMainThread(waiter);
@@ -236,6 +282,8 @@ PageLink::FunctionResult PageLink::callFunction(std::uint64_t page, const Functi
   const std::lock_guard lock(mutex_);
   std::erase(waiters_, &waiter);
   if (!waiter.answered && !broken_) {
+    overdue_[waiter.id] = descriptionOf(call);
+    if (overdue_.size() > mostOverdue) overdue_.erase(overdue_.begin());
     logAlways(LogError, "A function of page %llu did not return within %lld ms: %s",
               static_cast<unsigned long long>(page), static_cast<long long>(limit.count()),
               call.path.empty() ? "" : call.path.back().utf8());
@@ -299,7 +347,8 @@ void PageLink::appendPollDescriptors(std::vector<pollfd>& descriptors) const {
 }
 
 short PageLink::interestLocked() const {
-  return socket_.hasUnsent() ? POLLIN | POLLOUT : POLLIN;
+  const int reads = questions_.size() < mostWaitingQuestions ? POLLIN : 0;
+  return static_cast<short>(socket_.hasUnsent() ? reads | POLLOUT : reads);
 }
 
 void PageLink::serve() {
@@ -330,14 +379,28 @@ void PageLink::serve() {
 
 // Sends what is unsent, reads what has arrived and gives it to whom it concerns.
 void PageLink::exchange(bool onMainThread) {
-  const std::lock_guard lock(mutex_);
+  std::vector<std::string> late;
+  {
+    const std::lock_guard lock(mutex_);
+    exchangeLocked(onMainThread);
+    late.swap(late_);
+  }
+  for (const std::string& call : late) {
+    reportError(
+        concat("The answer of ", call, " came too late: the default has been taken in its place."));
+  }
+}
+
+void PageLink::exchangeLocked(bool onMainThread) {
   if (onMainThread && mainWoken_) {
     mainWoken_ = false;
     clearEventFd(mainWake_.get());
   }
   if (broken_) return;
   const bool sent = !socket_.hasUnsent() || socket_.flush();
-  const bool received = socket_.receive(arrived_, LinkSocket::Mode::Poll);
+  if (!socket_.hasUnsent()) full_ = false;
+  const bool received = questions_.size() >= mostWaitingQuestions ||
+                        socket_.receive(arrived_, LinkSocket::Mode::Poll);
   while (!arrived_.empty()) {
     sort(std::move(arrived_.front()), onMainThread);
     arrived_.pop_front();
@@ -351,16 +414,16 @@ void PageLink::exchange(bool onMainThread) {
 
 void PageLink::sort(Frame&& frame, bool onMainThread) {
   if (frame.kind != FrameKind::Answer) {
-    // A page waits for its answer before it asks again; only reports come in crowds.
-    if (questions_.size() >= mostWaitingQuestions) return breakLocked();
     questions_.push_back(std::move(frame));
     if (!onMainThread) wakeMainLocked();
     return;
   }
   const auto found = std::find_if(waiters_.begin(), waiters_.end(),
                                   [&](const Waiter* waiter) { return waiter->id == frame.id; });
-  // An answer that nobody waits for any more came after its time.
-  if (found == waiters_.end()) return;
+  if (found == waiters_.end()) {
+    if (const auto call = overdue_.extract(frame.id)) late_.push_back(std::move(call.mapped()));
+    return;
+  }
   Waiter& waiter = **found;
   JavaScriptVariant value;
   if (decode(frame.payload, value)) waiter.value = std::move(value);
@@ -373,18 +436,16 @@ void PageLink::sort(Frame&& frame, bool onMainThread) {
 }
 
 bool PageLink::answerQuestion(const Frame& question) {
-  if (!greeted_) {
-    greeted_ = question.kind == FrameKind::Hello && equalInConstantTime(question.payload, token_);
-    return greeted_;
-  }
   const ServingScope serving(*this);
   switch (question.kind) {
-    case FrameKind::PageCreated: {
-      link_protocol::PageSetup setup;
-      delegate_.pageCreated(shared_from_this(), question.page, setup);
-      send(FrameKind::Answer, question.id, question.page, encode(setup));
+    case FrameKind::PageCreated:
+      // It waits for each; some may be made inside the wait of another.
+      if (createdPages_.size() == mostCreatedPages ||
+          !createdPages_.emplace(question.page, question.id).second) {
+        return false;
+      }
+      delegate_.pageCreated(shared_from_this(), question.page);
       return true;
-    }
     case FrameKind::NativeCall: {
       link_protocol::NativeArguments arguments;
       if (!decode(question.payload, arguments)) return false;
@@ -395,14 +456,15 @@ bool PageLink::answerQuestion(const Frame& question) {
       } else {
         result = delegate_.nativeCall(*this, question.page, arguments);
       }
-      send(FrameKind::Answer, question.id, question.page, result.view());
+      answer(question.id, question.page, result.view(),
+             arguments.empty() || !arguments.front() ? std::string_view() : *arguments.front());
       return true;
     }
     case FrameKind::Dialog: {
       link_protocol::DialogQuestion dialog;
       if (!decode(question.payload, dialog)) return false;
-      send(FrameKind::Answer, question.id, question.page,
-           encode(delegate_.dialog(*this, question.page, dialog)));
+      answer(question.id, question.page, encode(delegate_.dialog(*this, question.page, dialog)),
+             "dialog");
       return true;
     }
     case FrameKind::Report: {
@@ -414,8 +476,8 @@ bool PageLink::answerQuestion(const Frame& question) {
     case FrameKind::Ask: {
       FunctionCall report;
       if (!decode(question.payload, report) || report.path.empty()) return false;
-      send(FrameKind::Answer, question.id, question.page,
-           delegate_.report(*this, question.page, report).view());
+      answer(question.id, question.page, delegate_.report(*this, question.page, report).view(),
+             nameOf(report));
       return true;
     }
     case FrameKind::Log:
@@ -426,15 +488,47 @@ bool PageLink::answerQuestion(const Frame& question) {
   }
 }
 
-void PageLink::send(FrameKind kind, std::uint32_t id, std::uint64_t page,
-                    std::string_view payload) {
-  const std::lock_guard lock(mutex_);
-  if (broken_) return;
-  if (!socket_.send(kind, id, page, payload)) {
+void PageLink::send(FrameKind kind, std::uint64_t page, std::string_view payload,
+                    std::string_view name) {
+  SendOutcome outcome = SendOutcome::Sent;
+  bool isNews = true;
+  {
+    const std::lock_guard lock(mutex_);
+    if (broken_) return;
+    outcome = sendLocked(kind, 0, page, payload);
+    // Told once, until the page has read everything.
+    if (outcome == SendOutcome::Full) isNews = !std::exchange(full_, true);
+  }
+  if (isNews) reportUnsent(outcome, page, name, payload.size());
+}
+
+void PageLink::answer(std::uint32_t id, std::uint64_t page, std::string_view payload,
+                      std::string_view name) {
+  SendOutcome outcome = SendOutcome::Sent;
+  {
+    const std::lock_guard lock(mutex_);
+    if (broken_) return;
+    outcome = sendLocked(FrameKind::Answer, id, page, payload);
+    if (outcome == SendOutcome::TooLarge) {
+      sendLocked(FrameKind::Answer, id, page, {});
+    }
+  }
+  if (outcome == SendOutcome::TooLarge) {
+    reportError(concat(
+        "The answer to \"", name.substr(0, longestName), "\" is too large for the page: ",
+        String::fromUnsignedInteger(payload.size()), " bytes. The page gets the empty answer."));
+  }
+}
+
+SendOutcome PageLink::sendLocked(FrameKind kind, std::uint32_t id, std::uint64_t page,
+                                 std::string_view payload) {
+  const SendOutcome outcome = socket_.send(kind, id, page, payload);
+  if (outcome == SendOutcome::Broken) {
     breakLocked();
     wakeMainLocked();
   }
   watchSocketLocked();
+  return outcome;
 }
 
 // Every wait on the link ends; the main thread closes it when it comes by.

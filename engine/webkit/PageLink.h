@@ -16,9 +16,11 @@
 
 #include <chrono>
 #include <deque>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -29,9 +31,8 @@ class PageLink;
 class PageLinkDelegate {
  public:
   virtual ~PageLinkDelegate() = default;
-  // A page was made in the link's web process; false for a page that is not ours to be.
-  virtual bool pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t page,
-                           link_protocol::PageSetup& setup) = 0;
+  // The link's web process says that it has made a page, which waits for answerPageCreated.
+  virtual void pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t page) = 0;
   virtual Tessel::Platform::String nativeCall(const PageLink& link, std::uint64_t page,
                                               const link_protocol::NativeArguments& arguments) = 0;
   virtual link_protocol::DialogAnswer dialog(const PageLink& link, std::uint64_t page,
@@ -51,10 +52,9 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   // How long callFunction waits, the serving of native calls not counted.
   static constexpr std::chrono::milliseconds callLimit{5000};
 
-  // The link serves its socket from the default main context until it is closed. The peer must
-  // show the token before anything else is listened to. Main thread.
+  // The link serves its socket from the default main context until it is closed. Main thread.
   static std::shared_ptr<PageLink> open(Tessel::Platform::UniqueFd socket, pid_t peer,
-                                        std::string token, PageLinkDelegate& delegate);
+                                        PageLinkDelegate& delegate);
   ~PageLink() override;
 
   pid_t peerPid() const { return peer_; }
@@ -62,6 +62,10 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   // Serve this link in every wait of the main thread: whoever is waited for may need its page.
   // Main thread.
   void serveInEveryWait();
+  // Whether that page waits for its setup. Main thread.
+  bool hasAskedFor(std::uint64_t page) const { return createdPages_.contains(page); }
+  // Does nothing for a page that has not asked. Main thread.
+  void answerPageCreated(std::uint64_t page, const link_protocol::PageSetup& setup);
   // Has the page reported as alive when its process comes to it. Main thread.
   void ping(std::uint64_t page);
   // Main thread.
@@ -69,13 +73,15 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   // Nothing arrives any more, and every wait on the link ends. Twice is fine. Main thread.
   void close();
 
-  // Any thread.
+  // What is too large for the link, and what a page that does not read has no room for, is not
+  // sent, and reported (reportError). Any thread.
   // With an id, the module reports the function's value under it.
   void postFunction(std::uint64_t page, const FunctionCall& call,
                     const Tessel::Platform::String& resultId = {});
   // Has the module's own script in the page do something.
   void postAction(std::uint64_t page, const FunctionCall& action);
-  // Nothing when the link ended or the time was over. Any thread.
+  // Nothing when the link ended or the time was over, and at once when the call is not sent. An
+  // answer that comes after its time is reported (reportError). Any thread.
   FunctionResult callFunction(std::uint64_t page, const FunctionCall& call,
                               std::chrono::milliseconds limit = callLimit);
 
@@ -84,16 +90,22 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   struct Waiter;
   class ServingScope;
 
-  PageLink(Tessel::Platform::UniqueFd socket, pid_t peer, std::string token,
-           PageLinkDelegate& delegate);
+  PageLink(Tessel::Platform::UniqueFd socket, pid_t peer, PageLinkDelegate& delegate);
 
   void appendPollDescriptors(std::vector<pollfd>& descriptors) const override;
   void serve() override;
 
-  void send(link_protocol::FrameKind kind, std::uint32_t id, std::uint64_t page,
-            std::string_view payload);
+  // What is not sent is reported under the name.
+  void send(link_protocol::FrameKind kind, std::uint64_t page, std::string_view payload,
+            std::string_view name);
+  // In place of an answer that is too large the page gets an empty one.
+  void answer(std::uint32_t id, std::uint64_t page, std::string_view payload,
+              std::string_view name);
+  Tessel::Platform::SendOutcome sendLocked(link_protocol::FrameKind kind, std::uint32_t id,
+                                           std::uint64_t page, std::string_view payload);
   void exchange(bool onMainThread);
   void sort(link_protocol::Frame&& frame, bool onMainThread);
+  void exchangeLocked(bool onMainThread);
   bool answerQuestion(const link_protocol::Frame& question);
   void waitOnMainThread(Waiter& waiter);
   void waitElsewhere(Waiter& waiter);
@@ -107,20 +119,23 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
 
   const std::thread::id mainThread_ = std::this_thread::get_id();
   const pid_t peer_;
-  const std::string token_;
   PageLinkDelegate& delegate_;
   GSource* source_ = nullptr;  // main thread; null once closed
   bool inEveryWait_ = false;   // main thread
-  bool greeted_ = false;       // main thread
   unsigned int serving_ = 0;   // main thread: questions being answered, one inside the other
+  std::map<std::uint64_t, std::uint32_t> createdPages_;  // main thread: the unanswered questions
 
   mutable std::mutex mutex_;  // guards what follows
   link_protocol::LinkSocket socket_;
   std::deque<link_protocol::Frame> arrived_;
   std::deque<link_protocol::Frame> questions_;
   std::vector<Waiter*> waiters_;
+  // Calls whose time was over, by what they are told as; the oldest are forgotten.
+  std::map<std::uint32_t, std::string> overdue_;
+  std::vector<std::string> late_;  // of those, whose answers have come meanwhile
   std::uint32_t lastId_ = 0;
   bool broken_ = false;
+  bool full_ = false;  // it was told that the page does not read
   // Brings the main thread out of a poll when another thread has read something for it.
   Tessel::Platform::UniqueFd mainWake_;
   bool mainWoken_ = false;

@@ -4,6 +4,7 @@
 #include "engine/OrvWebEvents.h"
 #include "engine/webkit/WebKitEngine.h"
 #include "engine/webkit/WebKitPage.h"
+#include "platform/ErrorReport.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,6 +13,8 @@
 #include <utility>
 
 using link_protocol::Watched;
+using Tessel::Platform::concat;
+using Tessel::Platform::reportError;
 using Tessel::Platform::String;
 
 namespace {
@@ -110,6 +113,15 @@ String onResource(WebKitPage& page, const Details& details) {
   return page.engine().resources().decide(
       page.shared_from_this(),
       {details.text(0), details.text(1), details.text(2), details.text(3)});
+}
+
+// Something that the page has said, or its answer, was too large for the link.
+String onOversized(WebKitPage&, const Details& details) {
+  constexpr std::size_t longestName = 200;
+  reportError(concat("A message of a page is too large and is left out: \"",
+                     details.text(0).view().substr(0, longestName), "\", ",
+                     String::fromNumber(details.number(1)), " bytes."));
+  return {};
 }
 
 String onContent(WebKitPage& page, const Details& details) {
@@ -229,6 +241,7 @@ constexpr std::pair<const char*, Handler> handlers[] = {
     {"isSearchProviderInstalled", onIsSearchProviderInstalled},
     {"lockOrientation", onLockOrientation},
     {"mayCall", onMayCall},
+    {"oversized", onOversized},
     {"pinch", onPinch},
     {"registerProtocolHandler", onProtocolHandler<Handlers::Register>},
     {"rendered", onRendered},

@@ -22,6 +22,8 @@ class PageSettings {
   PageSettings(const PageSettings&) = delete;
   PageSettings& operator=(const PageSettings&) = delete;
 
+  // Whether the engine would take it.
+  static bool takesUserAgent(const String& text);
   void changed(WebViewSetting setting);
   void setAllowedOrigins(std::vector<String> patterns);
   // Whether some origin may not be read any more. A web process never forgets what it was allowed,

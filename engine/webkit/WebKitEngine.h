@@ -8,8 +8,10 @@
 #include "engine/webkit/Downloads.h"
 #include "engine/webkit/EngineInspector.h"
 #include "engine/webkit/Resources.h"
+#include "engine/webkit/SharedCookies.h"
 #include "engine/webkit/WebProcessLinks.h"
 #include "platform/Folders.h"
+#include "platform/os/PageSandbox.h"
 
 #include <webkit2/webkit2.h>
 
@@ -22,6 +24,11 @@ class WebKitEngine final : public PageFactory {
     std::string moduleFolder;  // holds the page module, an absolute path
     std::string localRoot;     // what local: addresses are files of, an absolute path
     std::string dataName;      // of the folder for cookies, caches and the like
+    // Whether cookies are written into that folder; else they go with the process, which other
+    // processes tell of theirs (CookieJar).
+    bool keepsCookies = true;
+    // Of web processes. The engine ends the program where it cannot give them its own.
+    Tessel::Platform::PageSandbox sandbox = Tessel::Platform::PageSandbox::None;
   };
 
   // Starts the engine; GTK must be running. On failure null, and problem says in a sentence what
@@ -56,6 +63,7 @@ class WebKitEngine final : public PageFactory {
 
   std::string moduleFolder_;
   std::string localRoot_;
+  Tessel::Platform::PageSandbox sandbox_ = Tessel::Platform::PageSandbox::None;
   Tessel::Platform::ClaimedFolder dataFolder_;
   std::unique_ptr<WebProcessLinks> links_;
   EngineInspector inspector_;
@@ -66,4 +74,5 @@ class WebKitEngine final : public PageFactory {
   WebKitWebContext* context_ = nullptr;
   WebKitWebContext* privateContext_ = nullptr;  // made at first need
   std::unique_ptr<Downloads> downloads_;
+  std::unique_ptr<SharedCookies> cookies_;
 };

@@ -98,6 +98,7 @@ WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
   connect("load-changed", onLoadChanged);
   connect("load-failed", onLoadFailed);
   connect("web-process-terminated", onProcessEnded);
+  connect("user-message-received", onEngineMessage);
   parts_ = std::make_unique<Parts>(*this, view_);
   parts_->settings.setAllowedOrigins(allowedOrigins_);
   if (zoom_ != 1) webkit_web_view_set_zoom_level(view_, zoom_);
@@ -182,7 +183,10 @@ void WebKitPage::loadContent(const String& content, const String& mimeType, cons
   if (!view()) return;
   startLoad([=, this] {
     supplied_ = baseURL;
-    GBytes* bytes = g_bytes_new(content.utf8(), content.length());
+    // The engine takes no empty document; a byte order mark is none of the text.
+    constexpr std::string_view nothing = "\xEF\xBB\xBF";
+    const std::string_view text = content.isEmpty() ? nothing : content.view();
+    GBytes* bytes = g_bytes_new(text.data(), text.size());
     webkit_web_view_load_bytes(view_, bytes, mimeType.utf8(), orNull(encoding), orNull(baseURL));
     g_bytes_unref(bytes);
   });
@@ -268,6 +272,10 @@ void WebKitPage::tryClose() {
   if (view_ && !setup_.deferred) return webkit_web_view_try_close(view_);
   // Nothing was loaded that could object.
   if (client_) client_->closeAllowed();
+}
+
+bool WebKitPage::takesUserAgent(const String& text) const {
+  return PageSettings::takesUserAgent(text);
 }
 
 void WebKitPage::settingChanged(WebViewSetting setting) {
@@ -728,6 +736,19 @@ gboolean WebKitPage::onLoadFailed(WebKitWebView*, WebKitLoadEvent when, const gc
   if (!event.isPreventDefault() && !self->unstartedLoad_) self->showFailure(uri, error->message);
   self->raise(OrvWebEvent::DocumentLoadFailed);
   return TRUE;
+}
+
+// From the page's module, by way of the engine, which knows what page it comes from.
+gboolean WebKitPage::onEngineMessage(WebKitWebView*, WebKitUserMessage* message, WebKitPage* page) {
+  GVariant* token = webkit_user_message_get_parameters(message);
+  const bool isPlace =
+      g_strcmp0(webkit_user_message_get_name(message), link_protocol::placeMessage) == 0 && token &&
+      g_variant_is_of_type(token, G_VARIANT_TYPE_STRING);
+  if (isPlace) {
+    const auto self = page->shared_from_this();
+    self->engine_.links().placePage(self->number_, g_variant_get_string(token, nullptr));
+  }
+  return isPlace ? TRUE : FALSE;
 }
 
 void WebKitPage::onProcessEnded(WebKitWebView* view, WebKitWebProcessTerminationReason reason,

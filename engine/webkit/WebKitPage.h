@@ -55,6 +55,7 @@ class WebKitPage final : public Page,
   void requestSession() override;
   bool restoreSession(const String& session, int position) override;
   void tryClose() override;
+  bool takesUserAgent(const String& text) const override;
   void settingChanged(WebViewSetting setting) override;
   void wantedEventsChanged() override;
   void setAllowedOrigins(const std::vector<String>& patterns) override;
@@ -208,6 +209,7 @@ class WebKitPage final : public Page,
   static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, WebKitPage* self);
   static gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent, const gchar* uri, GError* error,
                                WebKitPage* self);
+  static gboolean onEngineMessage(WebKitWebView*, WebKitUserMessage* message, WebKitPage* self);
   static void onProcessEnded(WebKitWebView*, WebKitWebProcessTerminationReason reason,
                              WebKitPage* self);
 

@@ -1,6 +1,8 @@
 // Windows, their groups and their registry of handles. UI thread.
 #include "platform/graphics/Window.h"
 
+#include "platform/graphics/DisplayLimits.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,7 +18,7 @@ namespace {
 // A handle is the group of the process that gave it out, then a number of its own.
 constexpr int groupShift = 20;
 constexpr int lastNumber = (1 << groupShift) - 1;
-constexpr unsigned lastGroup = std::numeric_limits<int>::max() >> groupShift;
+static_assert(Window::lastHandleGroup == std::numeric_limits<int>::max() >> groupShift);
 
 struct Registry {
   int base = 0;
@@ -55,7 +57,7 @@ Window::Window(WindowType type, Window* parent, const IntRect& windowRect,
                                                 : topLevelOf(group)),
       group_(groupFor(topLevel_ == this ? nullptr : topLevel_, group, handle_)),
       viewportRect_(viewportRect) {
-  state_.rect = windowRect;
+  state_.rect = displayable(windowRect);
   state_.fillsParent = windowRect == IntRect();
   // A child of no group has nowhere to be shown.
   if (!topLevel_ || handle_ == 0) return;
@@ -102,7 +104,7 @@ Window::~Window() {
 }
 
 bool Window::setHandleBase(unsigned groupId) {
-  if (groupId > lastGroup) return false;
+  if (groupId > lastHandleGroup) return false;
   registry().base = static_cast<int>(groupId) << groupShift;
   return true;
 }
@@ -129,11 +131,24 @@ void Window::change(Value WindowState::*field, Value value) {
   if (surface_) surface_->update(state_);
 }
 
-void Window::setWindowRectangle(const IntRect& rect) {
-  if (!state_.fillsParent && state_.rect == rect) return;
+IntRect Window::windowRectangle() const {
+  if (!state_.fillsParent) return state_.rect;
+  const IntSize size = surfaceSize();
+  return {0, 0, size.width, size.height};
+}
+
+void Window::windowPlaced(const IntRect& rect, bool fillsParent) {
+  state_.rect = fillsParent ? IntRect() : rect;
+  state_.fillsParent = fillsParent;
+}
+
+void Window::setWindowRectangle(const IntRect& wanted) {
+  const IntRect rect = displayable(wanted);
+  const bool isKnown = !surface_ || !surface_->isMovedByOthers();
+  if (isKnown && !state_.fillsParent && state_.rect == rect) return;
   state_.fillsParent = false;
   state_.rect = rect;
-  if (surface_) surface_->update(state_);
+  if (surface_) surface_->place(state_);
 }
 
 IntPoint Window::windowLocation() const {

@@ -43,9 +43,12 @@ class Window : public GuardedPointerBase {
   ~Window() override;
 
   // Windows that this process makes from now on have handles with that group in their upper bits,
-  // so that no two processes give out the same one. Group 0 is the application itself. False, and
+  // so that no two processes give out the same one. Group 0 is the application itself, and it gives
+  // each child process a number of its own. False, and
   // nothing changes, for a group that does not fit. Call it before the first window is made.
   static bool setHandleBase(unsigned groupId);
+  // Handles are positive ints, and a process may give out a million.
+  static constexpr unsigned lastHandleGroup = 2047;
   // Whether a handle was given out by the process of that group.
   static bool isHandleOf(unsigned groupId, int handle);
 
@@ -71,7 +74,12 @@ class Window : public GuardedPointerBase {
   IntSize surfaceSize() const { return surface_ ? surface_->size() : IntSize(); }
   const WindowState& state() const { return state_; }
 
+  // Where the window is, whoever has put it there: the program, an animation, the window system, or
+  // the process that shows it. Nobody else keeps a copy to compare with.
+  IntRect windowRectangle() const;
   void setWindowRectangle(const IntRect& rect);
+  // For the window system: the window is there already.
+  void windowPlaced(const IntRect& rect, bool fillsParent);
   // The part of the surface that is shown; kept, surfaces here are as large as their windows.
   void setViewportRectangle(const IntRect& rect) { viewportRect_ = rect; }
   // The corner, in the parent; {0, 0} for a window that covers its parent.

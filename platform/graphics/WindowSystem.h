@@ -27,7 +27,7 @@ enum class Sensitivity : int { Test = 0, Always = 1, Never = 2, NoFocus = 3, Ful
 
 // Everything about a window that a window system shows.
 struct WindowState {
-  IntRect rect;             // of a child: in its parent; of a top-level window: its wished size
+  IntRect rect;             // of a child: in its parent; of a top-level window: its size
   bool fillsParent = true;  // a child that was never placed covers its parent, whatever its size
   int zOrder = 0;           // higher is nearer to the viewer; equal ones in order of creation
   bool visible = true;
@@ -44,6 +44,10 @@ class WindowSurface {
  public:
   virtual ~WindowSurface() = default;
   virtual void update(const WindowState& state) = 0;
+  // As update, for a rectangle that was asked for. Where others move the window as well, and tell
+  // later, it counts even if it seems to be the one that the window has.
+  virtual void place(const WindowState& state) { update(state); }
+  virtual bool isMovedByOthers() const { return false; }
   virtual IntSize size() const = 0;
   // Fills the whole surface; shown by the next post.
   virtual void clear(Color color) = 0;

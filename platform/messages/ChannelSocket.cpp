@@ -34,8 +34,6 @@ static_assert(sizeof(DatagramHeader) == 16);
 
 using Lengths = std::array<std::uint32_t, BlobList::capacity>;
 
-// Each blob may be as long as a text may be, all of them together as long as the queue.
-constexpr std::size_t maximumBytes = ChannelSocket::maximumUnsent;
 constexpr int seals = F_SEAL_SEAL | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE;
 
 UniqueFd fileOf(const std::string& content) {
@@ -72,12 +70,12 @@ struct ChannelSocket::Preamble {
   DatagramHeader header{};
   Lengths lengths{};
 
-  // False for what no message may be.
+  // False for what is too large. All blobs together may be as long as one text may be.
   bool fill(Blobs blobs) {
     if (blobs.size() > BlobList::capacity) return false;
     std::size_t size = 0;
     for (std::size_t i = 0; i < blobs.size(); ++i) {
-      if (blobs[i].length > maximumBytes - size) return false;
+      if (blobs[i].length > largestMessage - size) return false;
       size += blobs[i].length;
       lengths[i] = static_cast<std::uint32_t>(blobs[i].length);
     }
@@ -162,14 +160,24 @@ ChannelSocket::Sent ChannelSocket::sendNow(const Preamble& preamble, Blobs blobs
   return sendNow({pieces.data(), blobs.size() + 1}, std::string());
 }
 
-bool ChannelSocket::send(Blobs blobs) {
+SendOutcome ChannelSocket::outcomeOf(Sent sent) {
+  return sent == Sent::All ? SendOutcome::Sent : SendOutcome::Broken;
+}
+
+SendOutcome ChannelSocket::send(Blobs blobs, bool isAnswer) {
   static_assert(offsetof(Preamble, lengths) == sizeof(DatagramHeader));
   Preamble preamble;
-  if (!socket_ || !preamble.fill(blobs)) return false;
+  if (!socket_) return SendOutcome::Broken;
+  if (!preamble.fill(blobs)) return SendOutcome::TooLarge;
+  if (const SendOutcome outcome =
+          SendQueue::admit(unsentBytes_, preamble.size() + preamble.header.size, isAnswer);
+      outcome != SendOutcome::Sent) {
+    return outcome;
+  }
   const bool inFile = preamble.header.flags == DatagramHeader::inFile;
   if (unsent_.empty() && !inFile) {
     const Sent sent = sendNow(preamble, blobs);
-    if (sent != Sent::None) return sent == Sent::All;
+    if (sent != Sent::None) return outcomeOf(sent);
   }
   Datagram datagram;
   datagram.bytes.assign(reinterpret_cast<const char*>(&preamble), preamble.size());
@@ -180,12 +188,11 @@ bool ChannelSocket::send(Blobs blobs) {
   }
   if (unsent_.empty() && inFile) {
     const Sent sent = sendNow(datagram);
-    if (sent != Sent::None) return sent == Sent::All;
+    if (sent != Sent::None) return outcomeOf(sent);
   }
-  if (unsentBytes_ + datagram.size() > maximumUnsent) return false;
   unsentBytes_ += datagram.size();
   unsent_.push_back(std::move(datagram));
-  return true;
+  return SendOutcome::Sent;
 }
 
 bool ChannelSocket::flush() {
@@ -225,7 +232,7 @@ ChannelSocket::Outcome ChannelSocket::receive(ReceivedMessage& message) {
   if (size < sizeof header) return Outcome::Malformed;
   std::memcpy(&header, message.bytes_.get(), sizeof header);
   if (header.mark != DatagramHeader::expectedMark || header.flags > DatagramHeader::inFile ||
-      header.count > BlobList::capacity || header.size > maximumBytes) {
+      header.count > BlobList::capacity || header.size > largestMessage) {
     return Outcome::Malformed;
   }
   const bool inFile = header.flags == DatagramHeader::inFile;

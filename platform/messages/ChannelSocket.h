@@ -6,6 +6,7 @@
 // are checked before anything is read.
 #pragma once
 
+#include "platform/SendQueue.h"
 #include "platform/UniqueFd.h"
 #include "platform/messages/MessageBlobs.h"
 
@@ -39,8 +40,6 @@ class ReceivedMessage {
 
 class ChannelSocket {
  public:
-  // What the peer does not read is kept up to this many bytes; then the channel is broken.
-  static constexpr std::size_t maximumUnsent = 64u << 20;
   // Larger messages travel in memory files: the kernel's buffers hold some 200 kB.
   static constexpr std::size_t largestDatagram = 32u << 10;
 
@@ -56,9 +55,9 @@ class ChannelSocket {
   UniqueFd release() { return std::move(socket_); }
   explicit operator bool() const { return bool(socket_); }
 
-  // Sends without ever blocking; what the socket does not take is kept, in order, for flush().
-  // False when the channel is broken: the peer has gone, or it does not read.
-  bool send(Blobs blobs);
+  // Sends without ever blocking; what the socket does not take is kept, in order, for flush(),
+  // within the bounds of SendQueue. A message is as large as all its blobs.
+  SendOutcome send(Blobs blobs, bool isAnswer = false);
   bool flush();
   bool hasUnsent() const { return !unsent_.empty(); }
 
@@ -81,6 +80,7 @@ class ChannelSocket {
 
   struct Preamble;
   enum class Sent { All, None, Broken };
+  static SendOutcome outcomeOf(Sent sent);
   Sent sendNow(std::string_view bytes) const;
   Sent sendNow(std::span<const iovec> pieces, const std::string& fileContent) const;
   Sent sendNow(const Datagram& datagram) const;

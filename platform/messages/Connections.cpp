@@ -1,7 +1,9 @@
 // The connections of this process to channels of others.
 #include "platform/messages/Connections.h"
 
+#include "platform/ErrorReport.h"
 #include "platform/Log.h"
+#include "platform/Process.h"
 #include "platform/messages/Channels.h"
 #include "platform/messages/MainThreadWait.h"
 #include "platform/messages/MessageClient.h"
@@ -33,7 +35,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
  public:
   static std::shared_ptr<Connection> open(int id, pid_t peer, UniqueFd socket);
 
-  // False when the message cannot cross or the connection is broken.
+  // False when the message is not sent: it cannot cross, is too large, or nobody reads at the other
+  // end; the chrome is told.
   bool send(Message& message);
   void call(Message& message);
   void setSilenceLimit(std::chrono::milliseconds limit) { silenceLimit_ = limit; }
@@ -66,6 +69,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
   Connection(int id, pid_t peer, UniqueFd socket)
       : id_(id), peer_(peer), socket_(std::move(socket)) {}
 
+  void reportUnsent(SendOutcome outcome, const Message& message, Blobs blobs) const;
   void takeReply();
   void end(bool isPeerAlive);
   void dropSource();
@@ -78,12 +82,14 @@ class Connection : public std::enable_shared_from_this<Connection> {
   std::vector<pollfd> spare_;  // what the last call polled with
   std::uint64_t lastReplyId_ = 0;
   bool ended_ = false;
+  bool unresponsive_ = false;  // it was stopped while it was waited for, and has not answered since
   GSource* source_ = nullptr;
 
   mutable std::mutex mutex_;
   ChannelSocket socket_;              // under the mutex, but for receiving
   std::atomic<bool> unsent_ = false;  // whether the socket has unsent messages
-  std::atomic<bool> broken_ = false;  // the peer does not read, or has gone
+  std::atomic<bool> broken_ = false;  // the peer asks without reading, or has gone
+  bool full_ = false;                 // under the mutex: it was told that the peer does not read
 };
 
 // Every connection by its number, and the party that flushes them while the main thread waits for
@@ -179,21 +185,43 @@ bool Connection::send(Message& message) {
   // The log has said why it cannot cross.
   if (Blobs(blobs).empty()) return false;
   bool wakeLoop = false;
+  SendOutcome outcome = SendOutcome::Broken;
+  bool isNews = true;
   {
     const std::lock_guard lock(mutex_);
-    if (broken_ || !socket_.send(blobs)) broken_ = true;
+    // Whoever waits has room: there are only so many waits at once.
+    if (!broken_) outcome = socket_.send(blobs, message.reply() != nullptr);
+    if (outcome == SendOutcome::Broken) broken_ = true;
+    // Told once, until the peer has read everything.
+    if (outcome == SendOutcome::Full) isNews = !std::exchange(full_, true);
     const bool hasUnsent = socket_.hasUnsent();
     wakeLoop = broken_ || (hasUnsent && !unsent_);
     unsent_ = hasUnsent;
   }
   if (wakeLoop) g_main_context_wakeup(nullptr);
-  return !broken_;
+  if (isNews) reportUnsent(outcome, message, blobs);
+  return outcome == SendOutcome::Sent;
+}
+
+void Connection::reportUnsent(SendOutcome outcome, const Message& message, Blobs blobs) const {
+  const String process = String::fromSignedInteger(peer_);
+  if (outcome == SendOutcome::TooLarge) {
+    std::size_t size = 0;
+    for (const Blob& blob : blobs) size += blob.length;
+    reportError(concat("What is too large for another process is not sent: ", message.description(),
+                       ", ", String::fromUnsignedInteger(size), " bytes."));
+  } else if (outcome == SendOutcome::Full) {
+    reportError(concat("Process ", process, " does not read: ", message.description(),
+                       " is not sent, and others are not until it does."));
+  }
 }
 
 void Connection::call(Message& message) {
   const auto self = shared_from_this();
   Waiter waiter{++lastReplyId_, message.reply()};
   message.setReplyId(waiter.id);
+  // Whoever was waited for in vain is not waited for again before it goes on.
+  if (unresponsive_ && isStoppedOrTraced(peer_)) return;
   MainThreadWait wait;
   if (!send(message)) {
     if (broken_) end(true);
@@ -206,7 +234,12 @@ void Connection::call(Message& message) {
   while (!waiter.answered && !ended_) {
     own.assign(1, pollDescriptor());
     if (silence >= limit) {
-      if (silenceLimit_) {
+      if (isStoppedOrTraced(peer_)) {
+        unresponsive_ = true;
+        reportError(concat("Process ", String::fromSignedInteger(peer_),
+                           " is stopped or traced and does not answer: ", message.description(),
+                           " gets the default answer. It is let live."));
+      } else if (silenceLimit_) {
         logAlways(LogError, "Process %d has not answered for %lld ms and is killed.",
                   static_cast<int>(peer_), static_cast<long long>(limit.count()));
         end(true);
@@ -238,6 +271,7 @@ void Connection::exchange(const Waiter* until) {
     const std::lock_guard lock(mutex_);
     isBroken = !socket_.flush();
     unsent_ = socket_.hasUnsent();
+    if (!unsent_) full_ = false;
   }
   for (;;) {
     const auto outcome = socket_.receive(received_);
@@ -258,6 +292,7 @@ void Connection::exchange(const Waiter* until) {
 }
 
 void Connection::takeReply() {
+  unresponsive_ = false;
   MessageHeader header{};
   const Blobs blobs = received_.blobs();
   if (blobs.size() != 2 || !readHeader(blobs, header) ||

@@ -30,7 +30,8 @@ int ConnectAttach(int node, pid_t pid, int channelId, int index, int flags);
 void ConnectDetach(int connectionId);
 
 // Whoever does not answer for that long while the main thread waits for him is killed and counts as
-// dead. Without it such a wait ends, unanswered, after a minute.
+// dead, but for one that somebody has stopped or traces: there the wait ends, unanswered, and the
+// chrome is told. Without a limit such a wait ends, unanswered, after a minute.
 void killSilentPeer(int connectionId, std::chrono::milliseconds limit);
 
 // Sends over a connection. With a reply buffer it waits (MainThreadWait) until the reply is in

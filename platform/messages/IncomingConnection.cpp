@@ -1,6 +1,7 @@
 // A connection that another process has made to a message client.
 #include "platform/messages/IncomingConnection.h"
 
+#include "platform/ErrorReport.h"
 #include "platform/Log.h"
 #include "platform/messages/ClientChannel.h"
 #include "platform/messages/MainThreadWait.h"
@@ -15,6 +16,14 @@
 namespace Tessel::Platform {
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// What one connection may have of a turn of the loop, and how long it may be busy before others
+// come first.
+constexpr int mostOfATurn = 16;
+constexpr std::chrono::milliseconds longestTurn{2};
+constexpr std::chrono::milliseconds longestBurst{20};
 
 // Orders a source's making before its use by the context's thread, for those who cannot see the
 // context's own lock: thread sanitizers.
@@ -90,10 +99,22 @@ bool IncomingConnection::mayServe() const {
 }
 
 void IncomingConnection::serveSome() {
-  constexpr int most = 16;
-  for (int i = 0; i < most && mayServe(); ++i) {
-    if (serveOne() != Served::One) return;
+  const auto start = Clock::now();
+  for (int i = 0; i < mostOfATurn && mayServe(); ++i) {
+    if (serveOne() != Served::One) return setBusy(false);
+    if (Clock::now() - start > longestTurn) break;
   }
+  busy_ += Clock::now() - start;
+  if (busy_ > longestBurst) setBusy(true);
+}
+
+// The window is painted and the toolkit's other work done at lower priorities than those of
+// messages and input: a connection that always has more would keep them waiting for ever.
+void IncomingConnection::setBusy(bool busy) {
+  if (!busy) busy_ = {};
+  if (!source_) return;
+  const int priority = busy ? G_PRIORITY_DEFAULT_IDLE : G_PRIORITY_DEFAULT;
+  if (g_source_get_priority(source_) != priority) g_source_set_priority(source_, priority);
 }
 
 void IncomingConnection::serveAll() {
@@ -161,7 +182,17 @@ void IncomingConnection::reply(int type, std::uint64_t id, std::string_view byte
   BlobList blobs;
   blobs.add(&header, sizeof header);
   blobs.add(bytes.data(), bytes.size());
-  if (!ended_ && socket_.send(blobs)) return;
+  SendOutcome outcome = ended_ ? SendOutcome::Broken : socket_.send(blobs, true);
+  if (outcome == SendOutcome::TooLarge) {
+    reportError(concat("The reply to a message of type ", String::fromSignedInteger(type),
+                       " is too large for another process: ",
+                       String::fromUnsignedInteger(bytes.size()), " bytes. It is left out."));
+    blobs.clear();
+    blobs.add(&header, sizeof header);
+    blobs.add(nullptr, 0);
+    outcome = socket_.send(blobs, true);
+  }
+  if (outcome == SendOutcome::Sent) return;
   // Nobody waits any more.
   if (MessageClient* const client = MessageClient::ofThisThread()) {
     client->dispatchPulse(Pulse::unblock, static_cast<int>(id));

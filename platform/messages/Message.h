@@ -39,6 +39,9 @@ class Message {
   std::uint64_t replyId() const { return replyId_; }
   void setReplyId(std::uint64_t id) { replyId_ = id; }
 
+  // What it is, for errors about it.
+  virtual String description() const;
+
   // A number that no other caller in this process gets. They start at 0x10000, above every
   // number with a fixed meaning. Any thread.
   static int generateUniqueMessageType();

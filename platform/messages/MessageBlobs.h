@@ -8,6 +8,7 @@
 // The other end is not trusted. Every count, length and marker is checked before it is used.
 #pragma once
 
+#include "platform/SendQueue.h"
 #include "platform/messages/IPCSafeString.h"
 #include "platform/messages/Message.h"
 
@@ -40,7 +41,7 @@ class BlobList {
 };
 
 // A longer one is refused.
-inline constexpr std::size_t maximumBlobLength = 64u << 20;
+inline constexpr std::size_t maximumBlobLength = largestMessage;
 
 struct MessageHeader {
   static constexpr std::uint32_t currentVersion = 1;

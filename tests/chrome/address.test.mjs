@@ -1,6 +1,6 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
-import { labelFor, placeOf, resolveAddress, securityOf } from '../../chrome/address.js';
+import { labelFor, placeOf, readableAddress, resolveAddress, securityOf } from '../../chrome/address.js';
 
 test('addresses that open', () => {
   for (const [typed, url] of [
@@ -58,4 +58,12 @@ test('what is said about security', () => {
     ['local:///chrome/samples/start.html', 'SecureNone', ''],
     ['', 'SecureNone', ''],
   ]) assert.equal(securityOf(url, type), security, url);
+});
+
+test('only the host of an address is shown decoded', () => {
+  const shown = (url) => readableAddress(url, (host) => `<${host}>`);
+  assert.equal(shown('https://xn--mller-kva.example:8/xn--a?b=xn--c#d'), 'https://<xn--mller-kva.example>:8/xn--a?b=xn--c#d');
+  for (const url of ['https://example.org/xn--a', 'data:text/html,//xn--a', 'https://xn--a@example.org/', '']) {
+    assert.equal(shown(url), url);
+  }
 });

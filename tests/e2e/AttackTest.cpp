@@ -140,4 +140,12 @@ TEST_F(AttackTest, ALinkThatIsDroppedOnTheTabStripLeadsNowhere) {
   EXPECT_EQ(program.errors().find("does not go to"), std::string::npos);
 }
 
+TEST_F(AttackTest, NoPageSilencesTheChromeByWhatIsTooLarge) {
+  runSuite("oversized.html");
+}
+
+TEST_F(AttackTest, NoPageSilencesTheChromeOrItsProcessByWhatIsTooLarge) {
+  runSuite("oversized.html?process=1");
+}
+
 }  // namespace

@@ -152,6 +152,12 @@ TEST_F(ProgramTest, ExtraHeadersReachTheServer) {
   runSuite("headers.html?server=" + server.address());
 }
 
+TEST_F(ProgramTest, AllProcessesHaveTheSameCookies) {
+  const EchoServer server;
+  runSuite("cookies.html?server=" + server.address());
+  runSuite("cookies.html?again=1&server=" + server.address());
+}
+
 // One suite of pages with every web view in the program's own process, or in a child with that
 // number.
 using Walk = std::tuple<std::string, std::string>;
@@ -253,6 +259,7 @@ TEST_F(ProgramTest, WindowsOfEitherProcessMoveFadeAndFollowTheMouse) {
   constexpr Pixel red{200, 0, 0};
   constexpr Pixel green{0, 200, 0};
   Program program(environment("animations.html"));
+  ASSERT_TRUE(program.waitForLine("put back")) << program.errors();
   ASSERT_TRUE(program.waitForLine("animated")) << program.errors();
   EXPECT_TRUE(waitForPixel(402, 198, red)) << "it ended on its target";
   EXPECT_TRUE(waitForPixel(398, 198, chrome));
@@ -306,7 +313,7 @@ TEST_F(ProgramTest, WindowsOfEitherProcessMoveFadeAndFollowTheMouse) {
   movePointer(1200, 590);
   pressButton(1, false);
   ASSERT_TRUE(program.waitForLine("released at 50")) << program.errors();
-  EXPECT_TRUE(program.waitForLine("finished 3, released 3, errors 0 "));
+  EXPECT_TRUE(program.waitForLine("finished 5, released 3, errors 0 "));
 }
 
 TEST_F(ProgramTest, DeletingTheLastWebViewEndsTheProgramWithStatusZero) {
@@ -453,6 +460,14 @@ TEST_F(ProgramTest, UnderAnotherNameItStartsApplicationsOfOtherUsersAsItIsAskedT
   ASSERT_EQ(::kill(application, SIGTERM), 0);
   EXPECT_EQ(client->status(), 0) << client->errors();
   EXPECT_NE(client->errors().find("process " + *pid + " has ended"), std::string::npos);
+}
+
+TEST_F(ProgramTest, TheFirstSignalEndsItAlsoWhileADialogWaitsForItsUser) {
+  Program program(environment("modal.html"));
+  ASSERT_TRUE(program.waitForLine("asking")) << program.errors();
+  // Whether or not the dialog is there already: the page opens the next one.
+  ASSERT_EQ(::kill(program.pid(), SIGTERM), 0);
+  EXPECT_EQ(program.status(), 0) << program.errors();
 }
 
 TEST_F(ProgramTest, AChromeThatCannotBeLoadedIsExplainedOnTheScreenAndInTheLog) {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -119,6 +120,20 @@ TEST_F(RuntimeFolderTest, WhatOthersCanReachIsRefused) {
     EXPECT_EQ(errno, EACCES);
   }
   fs::remove(ours_);
+  // What holds it: whoever can write there can put another one in its place.
+  for (const mode_t mode : {0777u, 0770u, 0722u}) {
+    ASSERT_EQ(chmod(base_.path().c_str(), mode), 0);
+    EXPECT_EQ(runtimeFolder(), "") << mode;
+  }
+  ASSERT_EQ(chmod(base_.path().c_str(), 01777), 0);
+  EXPECT_EQ(runtimeFolder(), ours_) << "as /tmp is";
+  ASSERT_EQ(chmod(base_.path().c_str(), 0700), 0);
+  if (geteuid() == 0) {
+    ASSERT_EQ(chown(base_.path().c_str(), 1234, 1234), 0);
+    EXPECT_EQ(runtimeFolder(), "") << "another user's";
+    ASSERT_EQ(chown(base_.path().c_str(), 0, 0), 0);
+  }
+  fs::remove(ours_);
   fs::create_directory(base_.path() / "elsewhere");
   ASSERT_EQ(chmod((base_.path() / "elsewhere").c_str(), 0700), 0);
   fs::create_directory_symlink("elsewhere", ours_);
@@ -126,6 +141,24 @@ TEST_F(RuntimeFolderTest, WhatOthersCanReachIsRefused) {
   fs::remove(ours_);
   base_.write("pagehost", "a file");
   EXPECT_EQ(runtimeFolder(), "");
+}
+
+TEST(RemoveAtExitTest, AFileGoesWithTheProcessThatMadeItAndWithNoOther) {
+  const test_support::TemporaryFolder folder;
+  folder.write("socket", "");
+  const fs::path path = folder.path() / "socket";
+  const pid_t process = fork();
+  if (process == 0) {
+    removeAtExit(path);
+    const pid_t forked = fork();
+    if (forked == 0) std::exit(0);
+    waitpid(forked, nullptr, 0);
+    std::exit(fs::exists(path) ? 0 : 1);
+  }
+  int status = -1;
+  ASSERT_EQ(waitpid(process, &status, 0), process);
+  EXPECT_EQ(status, 0) << "a forked process has taken it along";
+  EXPECT_FALSE(fs::exists(path));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The table of webview.* commands and the one handler that all of them share. UI thread.
 #include "webview/commands/CommandTable.h"
 
+#include "bindings/Arguments.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/IPCSenderWebView.h"
@@ -49,12 +50,7 @@ const char* argumentText(const OrvWebJavaScriptCallbackEvent& event, std::size_t
   return text ? text : "";
 }
 
-unsigned int handleOf(const OrvWebJavaScriptCallbackEvent& event) {
-  const char* text = event.args()[1];
-  return text ? static_cast<unsigned int>(std::strtoul(text, nullptr, 10)) : 0;
-}
-
-void reportNotCreated(unsigned int handle, const char* name) {
+void reportNotCreated(unsigned long handle, const char* name) {
   WebViewManager::instance().informChromeOfError(
       concat("WebView: ", String::fromUnsignedInteger(handle),
              " has not been created yet, so the call to \"", name, "\" will be ignored."));
@@ -111,8 +107,10 @@ void run(OrvWebJavaScriptCallbackEvent& event, const Facts& facts, typename Shap
     return;
   }
   WebViewManager& manager = WebViewManager::instance();
-  const unsigned int handle = handleOf(event);
-  if (!manager.isCreated(handle)) return reportNotCreated(handle, facts.name);
+  const unsigned int handle = arguments::handleAt(event, 1);
+  if (!manager.isCreated(handle)) {
+    return reportNotCreated(arguments::unsignedAt(event, 1), facts.name);
+  }
 
   // A command may delete the web view that it is for, by what it makes the chrome do.
   if (IPCSenderWebView* remote = manager.remoteWebViewForHandle(handle)) {
@@ -125,6 +123,10 @@ void run(OrvWebJavaScriptCallbackEvent& event, const Facts& facts, typename Shap
   typename Shape::Arguments arguments{};
   if (!readArguments(event, facts, arguments)) return;
   const Tessel::Platform::GuardedPin<WebView> webView(manager.webViewForHandle(handle));
+  // It was told of and is nowhere any more: records have a text even then.
+  if constexpr (std::is_class_v<Result> && !std::is_same_v<Result, String>) {
+    if (!webView) event.setResult(Value<Result>::text(Result{}));
+  }
   if (!webView) return;
   answer<Result>(event, arguments,
                  [&](const auto&... values) { return operation(*webView.get(), values...); });

@@ -152,7 +152,9 @@ template <typename T>
 requires std::same_as<T, std::vector<String>> || std::same_as<T, std::vector<JavaScriptVariant>>
 struct Value<T> {
   static bool parse(const char* text, T& value) {
-    readRecord(text, value);
+    const String json(text);
+    if (json.length() > maximumRecordText) return false;
+    readRecord(json, value);
     return true;
   }
   static String text(const T& value) { return fields::textOf(value); }
@@ -179,7 +181,8 @@ struct Value<SSLCertificateInfo> {
 template <>
 struct Value<SSLCertificateMap> {
   static bool parse(const char* text, SSLCertificateMap& value) {
-    certificatesFromText(text, value);
+    // A text that is none is refused as a list with something in it that is no certificate.
+    if (!certificatesFromText(text, value)) value[String()] = {};
     return true;
   }
   static String text(const SSLCertificateMap& value) { return textOf(value); }
@@ -187,6 +190,19 @@ struct Value<SSLCertificateMap> {
 template <>
 struct Value<OrvWebPageSecurityInfo> {
   static String text(const OrvWebPageSecurityInfo& value) { return value.serialize(); }
+};
+
+// A web view of another process: its handle, in the text that the chrome gave.
+struct HandleText {
+  String text;
+};
+template <>
+struct Value<HandleText> {
+  static bool parse(const char* text, HandleText& value) {
+    unsigned int handle = 0;
+    value.text = text;
+    return Value<unsigned int>::parse(text, handle);
+  }
 };
 
 // A web view of this process by its handle; null for a handle that names none.

@@ -7,7 +7,8 @@
 namespace commands {
 
 bool Wire<OrvWebView*>::decode(const Field& field, OrvWebView*& value) {
-  const auto handle = static_cast<unsigned int>(std::strtoul(field.data(), nullptr, 10));
+  unsigned int handle = 0;
+  if (!Value<unsigned int>::parse(field.data(), handle)) return false;
   value = WebViewManager::instance().webViewForHandle(handle);
   return true;
 }

@@ -155,8 +155,8 @@ struct Wire<T> {
 template <>
 struct Wire<OrvWebView*> {
   using Field = IPCSafeString;
-  using ProxyArgument = String;
-  static Field encode(const String& handle) { return handle; }
+  using ProxyArgument = HandleText;
+  static Field encode(const HandleText& handle) { return handle.text; }
   static bool decode(const Field& field, OrvWebView*& value);
 };
 

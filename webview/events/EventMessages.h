@@ -1,5 +1,5 @@
-// The two messages that carry web view events to the manager of the process with the chrome.
-// Plain values; see Message for who owns them.
+// The messages that carry web view events, and errors, to the manager of the process with the
+// chrome. Plain values; see Message for who owns them.
 #pragma once
 
 #include "platform/messages/IPCMessage.h"
@@ -14,6 +14,10 @@ class WebEventMessage
   unsigned int handle() const { return field<0>(); }
   String name() const { return field<1>().toString(); }
   String data() const { return field<2>().toString(); }
+  String description() const override {
+    return Tessel::Platform::concat("event \"", name(), "\" of web view ",
+                                    String::fromUnsignedInteger(handle()));
+  }
 
  protected:
   using IPCMessage::IPCMessage;
@@ -41,4 +45,16 @@ class HandleOrvWebSendEventMessage final : public WebEventMessage {
   void answer(const String& text) const {
     if (reply()) reply()->assign(text.utf8(), text.length() + 1);
   }
+};
+
+// An error that arose where there is no chrome to be told of it.
+class ErrorMessage final : public Tessel::Platform::IPCMessage1<Tessel::Platform::IPCSafeString> {
+ public:
+  static constexpr int messageType = 1103;
+
+  explicit ErrorMessage(int type) : IPCMessage(type) {}
+  explicit ErrorMessage(Tessel::Platform::String text)
+      : IPCMessage(messageType, nullptr, std::move(text)) {}
+
+  Tessel::Platform::String text() const { return field<0>().toString(); }
 };

@@ -6,13 +6,12 @@
 #include "engine/OrvWebEvent.h"
 #include "engine/Records.h"
 #include "engine/SecurityRecords.h"
+#include "platform/JsonWriter.h"
 #include "platform/String.h"
 #include "webview/events/EnumerationNames.h"
 #include "webview/events/JsonText.h"
 
 #include <rapidjson/document.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
 
 #include <algorithm>
 #include <array>
@@ -28,7 +27,7 @@ class OrvWebView;
 
 namespace fields {
 
-using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;
+using Tessel::Platform::JsonWriter;
 
 // A key and what is written for it: a member function or a plain function of the object, or a
 // member of it. The type of its value chooses the encoding.

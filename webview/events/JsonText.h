@@ -10,6 +10,7 @@
 
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -61,7 +62,9 @@ char* write(char* out, Integer value) {
 constexpr std::size_t room(double) {
   return 23;
 }
+// JSON has no number that is not finite.
 inline char* write(char* out, double value) {
+  if (!std::isfinite(value)) return copy(out, "null");
   return copy(out, Tessel::Platform::formatNumberText(value));
 }
 

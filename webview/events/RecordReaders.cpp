@@ -3,9 +3,13 @@
 
 #include "webview/events/RecordFields.h"
 
+#include <rapidjson/memorystream.h>
+#include <rapidjson/reader.h>
+
 #include <algorithm>
-#include <cmath>
+#include <charconv>
 #include <limits>
+#include <system_error>
 
 using Tessel::Platform::String;
 
@@ -27,23 +31,6 @@ bool read(const Value& json, int& value) {
 bool read(const Value& json, String& value) {
   if (!json.IsString()) return false;
   value = std::string_view(json.GetString(), json.GetStringLength());
-  return true;
-}
-bool read(const Value& json, JavaScriptVariant& value) {
-  if (json.IsString()) {
-    String text;
-    read(json, text);
-    value = text;
-  } else if (json.IsInt()) {
-    value = json.GetInt();
-  } else if (json.IsDouble() && std::isfinite(json.GetDouble())) {
-    // The library takes some numbers that are too large for infinity, which JSON does not know.
-    value = json.GetDouble();
-  } else if (json.IsBool()) {
-    value = json.GetBool();
-  } else {
-    return false;
-  }
   return true;
 }
 template <typename T>
@@ -92,7 +79,68 @@ bool read(const Value& json, std::vector<Element>& list) {
   return true;
 }
 
+// The elements of a list, one by one: whether a number is an integer its text says, and the library
+// makes a double of an integer that is too large.
+class VariantList : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, VariantList> {
+ public:
+  std::vector<JavaScriptVariant> values;
+  bool isList = false;
+
+  bool Default() { return true; }
+  bool Bool(bool value) { return add(value); }
+  bool String(const char* text, rapidjson::SizeType length, bool) {
+    return add(::String(std::string_view(text, length)));
+  }
+  bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
+    const std::string_view number(text, length);
+    const char* const end = number.data() + number.size();
+    if (number.find_first_of(".eE") == std::string_view::npos) {
+      int value = 0;
+      return std::from_chars(number.data(), end, value).ec != std::errc() || add(value);
+    }
+    double value = 0;
+    return std::from_chars(number.data(), end, value).ec != std::errc() || add(value);
+  }
+  bool StartArray() {
+    if (depth_++ == 0) isList = true;
+    return true;
+  }
+  bool EndArray(rapidjson::SizeType) { return leave(); }
+  bool StartObject() {
+    ++depth_;
+    return true;
+  }
+  bool Key(const char*, rapidjson::SizeType, bool) { return true; }
+  bool EndObject(rapidjson::SizeType) { return leave(); }
+
+ private:
+  // Lists and objects within are no elements, nor is what they hold.
+  bool add(JavaScriptVariant value) {
+    if (isList && depth_ == 1) values.push_back(std::move(value));
+    return true;
+  }
+  bool leave() {
+    --depth_;
+    return true;
+  }
+
+  int depth_ = 0;
+};
+
 }  // namespace
+
+template <>
+bool readRecord(const String& json, std::vector<JavaScriptVariant>& list) {
+  if (json.length() > maximumRecordText) return false;
+  VariantList elements;
+  rapidjson::MemoryStream stream(json.utf8(), json.length());
+  rapidjson::Reader reader;
+  constexpr unsigned int flags =
+      rapidjson::kParseIterativeFlag | rapidjson::kParseNumbersAsStringsFlag;
+  if (reader.Parse<flags>(stream, elements).IsError() || !elements.isList) return false;
+  list = std::move(elements.values);
+  return true;
+}
 
 template <typename Record>
 bool readRecord(const String& json, Record& record) {
@@ -119,5 +167,5 @@ READABLE(OrvWebSize)
 READABLE(OrvWebFavicon)
 READABLE(std::vector<OrvWebHistoryItem>)
 READABLE(std::vector<String>)
-READABLE(std::vector<JavaScriptVariant>)
 #undef READABLE
+template std::vector<JavaScriptVariant> recordFromJSON(const String& json);

@@ -3,18 +3,20 @@
 
 #include "engine/JavaScriptVariant.h"
 #include "engine/Records.h"
+#include "platform/SendQueue.h"
 #include "platform/String.h"
 
 #include <vector>
 
-// A longer text is none of the chrome's records: it is read as nothing.
-inline constexpr std::size_t maximumRecordText = 16 << 20;
+// Bytes. No native call brings a longer text; it is read as nothing.
+inline constexpr std::size_t maximumRecordText = Tessel::Platform::largestMessage;
 
 // The record, or its default value for a text that is not one: that lacks a member, has one of
 // another kind, or is no JSON. Members that a record does not have are passed over; of several with
 // a name, the first counts. Numbers count by their integer part, and as the nearest int.
 //
-// Of lists, what is no element is skipped; in a history it is an empty entry.
+// Of lists, what is no element is skipped; in a history it is an empty entry. An integer that does
+// not fit an int is no element of a list of values.
 //
 // Instantiated for OrvWebRect, OrvWebPoint, OrvWebSize, OrvWebFavicon and for vectors of
 // OrvWebHistoryItem, String and JavaScriptVariant.
@@ -24,3 +26,5 @@ Record recordFromJSON(const Tessel::Platform::String& json);
 // The same, for who has to know whether it was one.
 template <typename Record>
 bool readRecord(const Tessel::Platform::String& json, Record& record);
+template <>
+bool readRecord(const Tessel::Platform::String& json, std::vector<JavaScriptVariant>& list);

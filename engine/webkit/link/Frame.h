@@ -7,6 +7,7 @@
 
 #include "engine/JavaScriptVariant.h"
 #include "engine/Records.h"
+#include "platform/SendQueue.h"
 
 #include <cstdint>
 #include <optional>
@@ -18,7 +19,7 @@ namespace link_protocol {
 
 enum class FrameKind : std::uint32_t {
   // From the module.
-  Hello,        // first frame of a link: the token that its module was given
+  Hello,        // first frame of a link: the token that its module was given, 32 bytes
   PageCreated,  // asks for the page's PageSetup
   NativeCall,   // asks for the text that a native function returns
   Dialog,       // asks for a dialog's DialogAnswer
@@ -35,6 +36,10 @@ enum class FrameKind : std::uint32_t {
 };
 inline constexpr std::uint32_t frameKindCount = static_cast<std::uint32_t>(FrameKind::Answer) + 1;
 
+// The name of the engine's message by which a page tells, once, where it is: a text, the token of
+// its process.
+inline constexpr const char* placeMessage = "pagehost-place";
+
 struct FrameHeader {
   std::uint32_t size;  // bytes of the payload
   std::uint32_t kind;
@@ -44,9 +49,9 @@ struct FrameHeader {
 };
 static_assert(sizeof(FrameHeader) == 24);
 
-// Larger ones are refused at both ends: a page that builds one gets an exception, a link that
-// sends one is closed. It bounds what one page can make the program allocate.
-inline constexpr std::uint32_t maximumPayload = 64u << 20;
+// Larger ones are not sent: a page that builds one gets an exception or the default answer. A peer
+// that sends one all the same is cut off. It bounds what one page can make the program allocate.
+inline constexpr std::uint32_t maximumPayload = Tessel::Platform::largestMessage;
 inline constexpr std::size_t maximumArguments = 65536;
 
 struct Frame {

@@ -11,9 +11,11 @@
 
 namespace link_protocol {
 
+using Tessel::Platform::SendOutcome;
+using Tessel::Platform::SendQueue;
+
 namespace {
 
-constexpr std::size_t maximumUnsent = 64u << 20;
 constexpr std::size_t readChunk = 64u << 10;
 constexpr std::size_t mostPerReceive = 8u << 20;
 
@@ -23,9 +25,9 @@ bool wouldBlock() {
 
 }  // namespace
 
-bool LinkSocket::send(FrameKind kind, std::uint32_t id, std::uint64_t page,
-                      std::string_view payload) {
-  if (payload.size() > maximumPayload) return false;
+SendOutcome LinkSocket::send(FrameKind kind, std::uint32_t id, std::uint64_t page,
+                             std::string_view payload) {
+  if (payload.size() > maximumPayload) return SendOutcome::TooLarge;
   FrameHeader header{};
   header.size = static_cast<std::uint32_t>(payload.size());
   header.kind = static_cast<std::uint32_t>(kind);
@@ -44,11 +46,13 @@ bool LinkSocket::send(FrameKind kind, std::uint32_t id, std::uint64_t page,
     do {
       count = ::sendmsg(socket_.get(), &message, MSG_NOSIGNAL | MSG_DONTWAIT);
     } while (count < 0 && errno == EINTR);
-    if (count < 0 && !wouldBlock()) return false;
+    if (count < 0 && !wouldBlock()) return SendOutcome::Broken;
     if (count > 0) sent = static_cast<std::size_t>(count);
-    if (sent == head.size() + payload.size()) return true;
-  } else if (unsent_.size() + payload.size() > maximumUnsent) {
-    return false;
+    if (sent == head.size() + payload.size()) return SendOutcome::Sent;
+  } else {
+    const SendOutcome outcome =
+        SendQueue::admit(unsent_.size(), head.size() + payload.size(), kind == FrameKind::Answer);
+    if (outcome != SendOutcome::Sent) return outcome;
   }
   if (sent < head.size()) {
     unsent_.append(head.substr(sent));
@@ -56,7 +60,7 @@ bool LinkSocket::send(FrameKind kind, std::uint32_t id, std::uint64_t page,
   } else {
     unsent_.append(payload.substr(sent - head.size()));
   }
-  return true;
+  return SendOutcome::Sent;
 }
 
 bool LinkSocket::flush() {

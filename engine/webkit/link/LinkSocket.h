@@ -5,6 +5,7 @@
 #pragma once
 
 #include "engine/webkit/link/Frame.h"
+#include "platform/SendQueue.h"
 #include "platform/UniqueFd.h"
 
 #include <deque>
@@ -19,9 +20,10 @@ class LinkSocket {
 
   int fd() const { return socket_.get(); }
 
-  // Sends as much as the socket takes without blocking and keeps the rest, in order, for flush().
-  // False when the link is broken, which includes 64 MiB that the peer does not read.
-  bool send(FrameKind kind, std::uint32_t id, std::uint64_t page, std::string_view payload);
+  // Sends as much as the socket takes without blocking and keeps the rest, in order, for flush(),
+  // within the bounds of SendQueue.
+  Tessel::Platform::SendOutcome send(FrameKind kind, std::uint32_t id, std::uint64_t page,
+                                     std::string_view payload);
   bool flush();
   bool hasUnsent() const { return !unsent_.empty(); }
   // Blocks until everything is sent; false when the link is broken.

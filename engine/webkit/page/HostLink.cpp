@@ -1,6 +1,7 @@
 // The module's end of the page link. Web process, main thread only.
 #include "engine/webkit/page/HostLink.h"
 
+#include "platform/Peer.h"
 #include "platform/UniqueFd.h"
 
 #include <glib-unix.h>
@@ -16,6 +17,10 @@ using link_protocol::encode;
 using link_protocol::Frame;
 using link_protocol::FrameKind;
 using link_protocol::LinkSocket;
+using Tessel::Platform::isTrustedPeer;
+using Tessel::Platform::peerOf;
+using Tessel::Platform::SendOutcome;
+using Tessel::Platform::String;
 using Tessel::Platform::UniqueFd;
 
 std::unique_ptr<HostLink> HostLink::connect(const std::string& address, const std::string& token,
@@ -29,6 +34,8 @@ std::unique_ptr<HostLink> HostLink::connect(const std::string& address, const st
       ::connect(socket.get(), reinterpret_cast<sockaddr*>(&name), sizeof name) != 0) {
     return nullptr;
   }
+  // Whoever else listens there learns nothing of us.
+  if (!isTrustedPeer(peerOf(socket.get()))) return nullptr;
   std::unique_ptr<HostLink> link(new HostLink(LinkSocket(std::move(socket)), delegate));
   link->tell(FrameKind::Hello, 0, token);
   return link;
@@ -109,8 +116,9 @@ void HostLink::runPosts() {
     }
     const JavaScriptVariant value = delegate_.callFunction(frame.page, post.call);
     if (post.resultId.isEmpty()) continue;
-    tell(FrameKind::Report, frame.page,
-         encode(FunctionCall{{"functionResult"}, {post.resultId, value}}));
+    if (!report(frame.page, {{"functionResult"}, {post.resultId, value}})) {
+      report(frame.page, {{"functionResult"}, {post.resultId, JavaScriptVariant()}});
+    }
   }
 }
 
@@ -120,11 +128,10 @@ void HostLink::serveCall(const Frame& frame) {
   FunctionCall call;
   JavaScriptVariant value;
   if (decode(frame.payload, call)) value = delegate_.callFunction(frame.page, call);
-  if (broken_) return;
-  if (!socket_.send(FrameKind::Answer, frame.id, frame.page, encode(value)) ||
-      !socket_.flushAll()) {
-    breakLink();
-  }
+  const std::string answer = encode(value);
+  if (send(FrameKind::Answer, frame.id, frame.page, answer)) return;
+  send(FrameKind::Answer, frame.id, frame.page, encode(JavaScriptVariant()));
+  reportOversized(frame.page, call.path.empty() ? String() : call.path.back(), answer.size());
 }
 
 // What runs nothing of a page, and so need not wait for anything.
@@ -133,7 +140,7 @@ void HostLink::serveAside(const Frame& frame) {
   if (frame.kind == FrameKind::SetupChanged && decode(frame.payload, setup)) {
     delegate_.setupChanged(frame.page, setup);
   } else if (frame.kind == FrameKind::Ping) {
-    tell(FrameKind::Report, frame.page, encode(FunctionCall{{"alive"}, {}}));
+    report(frame.page, {{"alive"}, {}});
   }
 }
 
@@ -141,8 +148,8 @@ std::optional<std::string> HostLink::ask(FrameKind kind, std::uint64_t page,
                                          std::string_view payload) {
   const std::uint32_t id = ++lastId_;
   if (broken_) return std::nullopt;
-  if (!socket_.send(kind, id, page, payload) || !socket_.flushAll()) {
-    breakLink();
+  if (!send(kind, id, page, payload)) {
+    reportOversized(page, kind == FrameKind::Dialog ? "dialog" : "question", payload.size());
     return std::nullopt;
   }
 
@@ -194,6 +201,27 @@ void HostLink::serveLater() {
 }
 
 void HostLink::tell(FrameKind kind, std::uint64_t page, std::string_view payload) {
-  if (broken_) return;
-  if (!socket_.send(kind, 0, page, payload) || !socket_.flushAll()) breakLink();
+  send(kind, 0, page, payload);
+}
+
+bool HostLink::report(std::uint64_t page, const FunctionCall& report) {
+  const std::string payload = encode(report);
+  if (send(FrameKind::Report, 0, page, payload)) return true;
+  reportOversized(page, report.path.front(), payload.size());
+  return false;
+}
+
+void HostLink::reportOversized(std::uint64_t page, const String& what, std::size_t size) {
+  send(FrameKind::Report, 0, page,
+       encode(FunctionCall{{"oversized"}, {what, static_cast<double>(size)}}));
+}
+
+bool HostLink::send(FrameKind kind, std::uint32_t id, std::uint64_t page,
+                    std::string_view payload) {
+  if (broken_) return true;
+  const SendOutcome outcome = socket_.send(kind, id, page, payload);
+  if (outcome == SendOutcome::TooLarge) return false;
+  // Everything is flushed, so there is always room.
+  if (outcome != SendOutcome::Sent || !socket_.flushAll()) breakLink();
+  return true;
 }

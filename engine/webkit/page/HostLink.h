@@ -35,10 +35,13 @@ class HostLink {
 
   // Sends a question and waits for its answer, running the calls that the program makes of our
   // pages meanwhile; posted calls wait until no question is open. Nothing when the program has
-  // gone.
+  // gone, and at once, with a report of it, when the question is too large.
   std::optional<std::string> ask(link_protocol::FrameKind kind, std::uint64_t page,
                                  std::string_view payload);
   void tell(link_protocol::FrameKind kind, std::uint64_t page, std::string_view payload);
+  // Tells what the module has noticed in a page. What is too large is reported as such instead;
+  // false then.
+  bool report(std::uint64_t page, const FunctionCall& report);
   // Serves the program, and does nothing else, for as long as the delegate is deferred and the
   // program is there.
   void standStill();
@@ -54,6 +57,10 @@ class HostLink {
   void serveCall(const link_protocol::Frame& frame);
   void serveLater();
   void breakLink();
+  // False when it is too large for the link, which lives.
+  bool send(link_protocol::FrameKind kind, std::uint32_t id, std::uint64_t page,
+            std::string_view payload);
+  void reportOversized(std::uint64_t page, const Tessel::Platform::String& what, std::size_t size);
 
   link_protocol::LinkSocket socket_;
   HostLinkDelegate& delegate_;

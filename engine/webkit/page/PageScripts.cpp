@@ -75,7 +75,8 @@ JSCValue* toScript(JSCContext* context, const JavaScriptVariant& value) {
     case JavaScriptVariant::Number:
       return jsc_value_new_number(context, value.numberValue());
     case JavaScriptVariant::Text: {
-      const String text = value.stringValue();
+      // The engine makes nothing of a text with one byte in it that is none of UTF-8.
+      const String text = Tessel::Platform::repaired(value.stringValue());
       GBytes* bytes = g_bytes_new_static(text.utf8(), text.length());
       JSCValue* result = jsc_value_new_string_from_bytes(context, bytes);
       g_bytes_unref(bytes);

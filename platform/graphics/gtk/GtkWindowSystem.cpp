@@ -4,6 +4,7 @@
 #include "platform/graphics/Window.h"
 #include "platform/graphics/gtk/ScreenInput.h"
 #include "platform/graphics/gtk/StackContainer.h"
+#include "platform/graphics/gtk/ToolkitEnds.h"
 #include "platform/graphics/gtk/WidgetHost.h"
 
 #include <gtk/gtk.h>
@@ -146,7 +147,9 @@ class TopLevelSurface final : public WindowSurface {
     auto* self = static_cast<TopLevelSurface*>(data);
     const IntSize size = self->size();
     if (size == self->allocated_) return;
-    self->allocated_ = size;
+    self->allocated_ = self->requested_ = size;
+    const IntRect& rect = self->owner_.state().rect;
+    self->owner_.windowPlaced({rect.x, rect.y, size.width, size.height}, false);
     if (WindowListener* listener = self->owner_.listener()) listener->windowResized(size);
   }
 
@@ -229,6 +232,7 @@ std::unique_ptr<GtkWindowSystem> GtkWindowSystem::create() {
   // input can be forwarded to.
   gdk_set_allowed_backends("x11");
   if (!gtk_init_check(nullptr, nullptr)) return nullptr;
+  tellOfLostDisplay();
   return std::unique_ptr<GtkWindowSystem>(new GtkWindowSystem);
 }
 

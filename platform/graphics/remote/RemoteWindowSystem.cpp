@@ -3,6 +3,7 @@
 
 #include "platform/Log.h"
 #include "platform/graphics/Window.h"
+#include "platform/graphics/gtk/ToolkitEnds.h"
 #include "platform/graphics/gtk/WidgetHost.h"
 #include "platform/graphics/remote/InputEvents.h"
 #include "platform/graphics/remote/OffscreenView.h"
@@ -83,7 +84,10 @@ class RemoteWindowSystem::StandIn final : public WindowSurface {
 class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost {
  public:
   Child(std::shared_ptr<Connected> connected, Window& owner)
-      : connected_(std::move(connected)), handle_(owner.platformHandle()), state_(owner.state()) {
+      : connected_(std::move(connected)),
+        owner_(owner),
+        handle_(owner.platformHandle()),
+        state_(owner.state()) {
     connected_->children.emplace(handle_, this);
   }
 
@@ -100,19 +104,18 @@ class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost 
     view_->setFocused(focused_);
   }
 
+  void place(const WindowState& state) override {
+    ++placement_;
+    update(state);
+  }
+  bool isMovedByOthers() const override { return true; }
   void update(const WindowState& state) override {
-    if (state.rect != state_.rect || state.fillsParent != state_.fillsParent) {
-      ++placement_;
-      placed_.reset();
-    }
     state_ = state;
     tell();
     arrange();
   }
 
-  // As the application shows it, when it has placed the window itself.
   IntSize size() const override {
-    if (placed_) return {placed_->width, placed_->height};
     if (!state_.fillsParent) return {state_.rect.width, state_.rect.height};
     return connected_->standIn ? connected_->standIn->size() : IntSize();
   }
@@ -128,17 +131,13 @@ class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost 
         KeyboardRequestRecord{{KeyboardRequestRecord::recordType, handle_}});
   }
 
-  void applicationResized() {
-    // The application may have placed it elsewhere; then it stays there.
-    if (followsParent_) placed_.reset();
-    arrange();
-  }
+  void applicationResized() { arrange(); }
 
   void place(const PlacementRecord& record) {
     // An answer to an older rectangle tells nothing of this one.
     if (record.placement == placement_) {
-      placed_ = record.rect;
-      followsParent_ = record.fillsParent != 0;
+      owner_.windowPlaced(record.rect, record.fillsParent != 0);
+      state_ = owner_.state();
     }
     mapped_ = record.mapped != 0;
     seen_ = record.seen != 0;
@@ -186,19 +185,16 @@ class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost 
     if (!view_) return;
     view_->setCanFocus(state_.sensitivity != Sensitivity::NoFocus);
     view_->resize(size());
-    IntPoint corner{state_.rect.x, state_.rect.y};
-    if (placed_) corner = {placed_->x, placed_->y};
-    view_->setPlace(connected_->applicationWindow, corner);
+    view_->setPlace(connected_->applicationWindow, {state_.rect.x, state_.rect.y});
     view_->setShown(mapped_, seen_);
   }
 
   std::shared_ptr<Connected> connected_;
+  Window& owner_;
   const int handle_;
   WindowState state_;
   WindowRecord told_{};
   std::uint32_t placement_ = 0;
-  std::optional<IntRect> placed_;
-  bool followsParent_ = false;
   bool mapped_ = false;
   bool seen_ = false;
   bool focused_ = false;
@@ -293,6 +289,7 @@ std::unique_ptr<RemoteWindowSystem> RemoteWindowSystem::create(UniqueFd connecti
   // display does not know when it is off screen.
   if (g_strcmp0(g_getenv("GTK_IM_MODULE"), "xim") == 0) g_unsetenv("GTK_IM_MODULE");
   if (!gtk_init_check(nullptr, nullptr)) return nullptr;
+  tellOfLostDisplay();
   preparePopUps();
   return std::unique_ptr<RemoteWindowSystem>(new RemoteWindowSystem(std::move(connection)));
 }

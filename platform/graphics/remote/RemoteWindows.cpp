@@ -84,7 +84,7 @@ class RemoteWindows::Connected final : public WindowConnection::Client, public M
   const char* receiveCursor(const CursorRecord& record);
   const char* receiveFrame(const FrameRecord& record, UniqueFd file);
   void requestKeyboard(int window);
-  void apply(Mirror& mirror, const WindowState& state);
+  void apply(Mirror& mirror, const WindowState& state, bool isPlaced);
   void sendTopLevel();
   Mirror* find(int window);
   static void remove(Mirror& mirror);
@@ -260,7 +260,7 @@ const char* RemoteWindows::Connected::receiveWindow(const WindowRecord& record) 
     mirror->window = new Window(*topLevel_.get(), handle, record.pid, state);
     mirror->told = state;
   } else {
-    apply(*mirror, state);
+    apply(*mirror, state, record.placement != mirror->placement);
   }
   mirror->placement = record.placement;
   if (record.hasContent && !mirror->view && mirror->window) {
@@ -274,13 +274,11 @@ const char* RemoteWindows::Connected::receiveWindow(const WindowRecord& record) 
 }
 
 // Only what the child has changed: the application may have changed the rest meanwhile.
-void RemoteWindows::Connected::apply(Mirror& mirror, const WindowState& state) {
+void RemoteWindows::Connected::apply(Mirror& mirror, const WindowState& state, bool isPlaced) {
   const WindowState told = std::exchange(mirror.told, state);
   Window* window = mirror.window.get();
   if (!window) return;
-  if (state.rect != told.rect || (told.fillsParent && !state.fillsParent)) {
-    window->setWindowRectangle(state.rect);
-  }
+  if (isPlaced && !state.fillsParent) window->setWindowRectangle(state.rect);
   if (state.zOrder != told.zOrder) window->setZOrder(state.zOrder);
   if (state.visible != told.visible) window->setVisible(state.visible);
   if (state.globalAlpha != told.globalAlpha) window->setGlobalAlpha(state.globalAlpha);

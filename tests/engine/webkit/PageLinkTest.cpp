@@ -1,12 +1,14 @@
 // The program's end of the page link, against a web process that the test plays. The test's thread
 // is the main thread.
 #include "engine/webkit/PageLink.h"
+#include "platform/ErrorReport.h"
 #include "tests/engine/webkit/link/FrameSamples.h"
 #include "tests/engine/webkit/link/ScriptedPeer.h"
 
 #include <gtest/gtest.h>
 #include <sys/eventfd.h>
 
+#include <array>
 #include <atomic>
 #include <future>
 
@@ -19,19 +21,16 @@ using Tessel::Platform::MainThreadWait;
 using Tessel::Platform::UniqueFd;
 using Tessel::Platform::Testing::iterateUntil;
 
-const std::string token = "0123456789abcdef";
 constexpr std::uint64_t page = 0x100000001;
 // No wait with this limit ends by it.
 constexpr auto never = std::chrono::duration_cast<std::chrono::milliseconds>(1h);
 
 class FakeDelegate final : public PageLinkDelegate {
  public:
-  bool pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t number,
-                   PageSetup& setup) override {
+  void pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t number) override {
     note();
     link->changeSetup(number, {});
-    setup = sampleSetups().back();
-    return true;
+    link->answerPageCreated(number, sampleSetups().back());
   }
   String nativeCall(const PageLink&, std::uint64_t number,
                     const NativeArguments& arguments) override {
@@ -62,9 +61,6 @@ class FakeDelegate final : public PageLinkDelegate {
 
 // A link, its delegate and its other end.
 struct Host {
-  explicit Host(bool greeted = true) {
-    if (greeted) peer.send(FrameKind::Hello, 0, 0, token);
-  }
   ~Host() {
     if (link) link->close();
   }
@@ -81,7 +77,7 @@ struct Host {
   FakeDelegate delegate;
   std::pair<UniqueFd, UniqueFd> ends = socketPair();
   ScriptedPeer peer{std::move(ends.second)};
-  std::shared_ptr<PageLink> link = PageLink::open(std::move(ends.first), 1, token, delegate);
+  std::shared_ptr<PageLink> link = PageLink::open(std::move(ends.first), 1, delegate);
 };
 
 // A web process in a thread, until the link ends. Its page gives every call's argument back, those
@@ -117,23 +113,40 @@ class EchoPage {
   Script thread_;
 };
 
-TEST(PageLinkTest, AStrangerIsShutOut) {
-  const std::string question = encode(NativeArguments{"quit"});
-  const std::vector<std::pair<FrameKind, std::string>> greetings{
-      {FrameKind::Hello, ""},          {FrameKind::Hello, "0123456789abcdeF"},
-      {FrameKind::Hello, token + "0"}, {FrameKind::Hello, token.substr(1)},
-      {FrameKind::Log, token},         {FrameKind::NativeCall, question}};
-  for (const auto& [kind, payload] : greetings) {
-    Host host(false);
-    host.peer.send(kind, 1, page, payload);
-    // Too late for the right word.
-    host.peer.send(FrameKind::Hello, 0, 0, token);
-    host.peer.send(FrameKind::NativeCall, 2, page, question);
-    EXPECT_TRUE(iterateUntil([&] { return host.delegate.closed == 1; })) << payload;
-    EXPECT_TRUE(host.peer.hasGone());
-    EXPECT_EQ(host.delegate.questions, 0) << payload;
-    EXPECT_FALSE(host.call("echo"));
+TEST(PageLinkTest, WhatIsTooLargeIsLeftOutAndEverythingElseGoesOn) {
+  static std::vector<std::string> errors;
+  errors.clear();
+  Tessel::Platform::setErrorListener(
+      [](const String& text) { errors.push_back(text.toStdString()); });
+  Host host;
+  const EchoPage echo(host);
+  const std::string large(maximumPayload, 'x');
+  EXPECT_FALSE(host.call("called", {String(large)}));
+  host.link->postFunction(page, {{"posted"}, {String(large)}}, {});
+  host.delegate.onNativeCall = [&](auto&) { return String(large + 'x'); };
+  host.peer.send(FrameKind::NativeCall, 1, page, encode(NativeArguments{"native"}));
+  EXPECT_TRUE(iterateUntil([&] { return errors.size() == 3; }));
+  EXPECT_EQ(host.number("echo", 7), 7);
+  Tessel::Platform::setErrorListener(nullptr);
+  ASSERT_EQ(errors.size(), 3u);
+  for (std::size_t i = 0; i < 3; ++i) {
+    const char* const name = std::array{"called", "posted", "native"}[i];
+    EXPECT_NE(errors[i].find(name), std::string::npos) << errors[i];
   }
+}
+
+TEST(PageLinkTest, AnAnswerThatComesTooLateIsTold) {
+  static std::string told;
+  told.clear();
+  Tessel::Platform::setErrorListener([](const String& text) { told = text.toStdString(); });
+  Host host;
+  const EchoPage echo(host);
+  EXPECT_FALSE(host.call("hold", {1, "Focus", "data"}, 50ms));
+  EXPECT_EQ(told, "") << "it may never come";
+  EXPECT_EQ(host.number("echo", 2), 2);
+  EXPECT_TRUE(iterateUntil([] { return !told.empty(); }));
+  Tessel::Platform::setErrorListener(nullptr);
+  EXPECT_NE(told.find("hold(1, \"Focus\", …)"), std::string::npos) << told;
 }
 
 TEST(PageLinkTest, WhatIsNoQuestionClosesTheLink) {
@@ -141,7 +154,7 @@ TEST(PageLinkTest, WhatIsNoQuestionClosesTheLink) {
       {FrameKind::NativeCall, ""},
       {FrameKind::NativeCall, rawBytes(0xffffffffu)},
       {FrameKind::Dialog, std::string("\x09\0\0\0\0\0\0\0\0", 9)},
-      {FrameKind::Hello, token},
+      {FrameKind::Hello, std::string(32, '0')},
       {FrameKind::PostFunction, encode(PostedCall())},
       {FrameKind::CallFunction, encode(FunctionCall())},
       {FrameKind::SetupChanged, encode(PageSetup())},
@@ -158,23 +171,6 @@ TEST(PageLinkTest, WhatIsNoQuestionClosesTheLink) {
     EXPECT_EQ(host.delegate.closed, 1);
     EXPECT_FALSE(host.call("echo"));
   }
-}
-
-TEST(PageLinkTest, ThreadsThatCallAllTheTimeLoseNothing) {
-  Host host;
-  const EchoPage echo(host);
-  const auto countRight = [&](int from) {
-    int right = 0;
-    for (int i = from; i < from + 500; ++i) {
-      if (host.number("echo", i) == i) ++right;
-      host.link->changeSetup(page, {});
-    }
-    return right;
-  };
-  auto second = std::async(std::launch::async, countRight, 1000);
-  auto third = std::async(std::launch::async, countRight, 2000);
-  EXPECT_EQ(countRight(0), 500);
-  EXPECT_EQ(second.get() + third.get(), 1000);
 }
 
 TEST(PageLinkTest, AWaitEndsAtItsLimitAndTheLateAnswerIsNobodys) {

@@ -18,6 +18,7 @@ namespace {
 using Tessel::Platform::Blob;
 using Tessel::Platform::ChannelSocket;
 using Tessel::Platform::ReceivedMessage;
+using Tessel::Platform::SendOutcome;
 using Tessel::Platform::UniqueFd;
 using Outcome = ChannelSocket::Outcome;
 using Texts = std::vector<std::string>;
@@ -25,7 +26,7 @@ using Texts = std::vector<std::string>;
 bool sendTexts(ChannelSocket& channel, const Texts& texts) {
   std::vector<Blob> blobs;
   for (const std::string& text : texts) blobs.push_back({text.data(), text.size()});
-  return channel.send(blobs);
+  return channel.send(blobs) == SendOutcome::Sent;
 }
 
 Texts textsOf(const ReceivedMessage& message) {
@@ -90,9 +91,9 @@ TEST_F(ChannelSocketTest, SendingNeverBlocksAndLosesNothing) {
 }
 
 TEST_F(ChannelSocketTest, WhatHasBeenSentNoLongerCountsAsWaiting) {
-  const std::string piece(ChannelSocket::maximumUnsent / 8, 'x');
+  const std::string piece(Tessel::Platform::SendQueue::bound / 4, 'x');
   ReceivedMessage message;
-  for (int round = 0; round < 10; ++round) {
+  for (int round = 0; round < 5; ++round) {
     while (!near.hasUnsent()) ASSERT_TRUE(sendTexts(near, {"filler"}));
     ASSERT_TRUE(sendTexts(near, {piece})) << "round " << round;
     while (near.hasUnsent()) {
@@ -102,13 +103,30 @@ TEST_F(ChannelSocketTest, WhatHasBeenSentNoLongerCountsAsWaiting) {
   }
 }
 
-TEST_F(ChannelSocketTest, APeerThatDoesNotReadOrHasGoneBreaksTheChannel) {
+TEST_F(ChannelSocketTest, WhatIsTooLargeOrTooMuchIsLeftOutAndTheChannelLives) {
+  const auto send = [&](const std::string& text, bool isAnswer = false) {
+    const Blob blob{text.data(), text.size()};
+    return near.send({&blob, 1}, isAnswer);
+  };
+  EXPECT_EQ(send(std::string(Tessel::Platform::largestMessage + 1, 'x')), SendOutcome::TooLarge);
   const std::string piece(1u << 20, 'x');
   int taken = 0;
-  while (taken < 400 && sendTexts(near, {piece})) ++taken;
+  while (taken < 400 && send(piece) == SendOutcome::Sent) ++taken;
   EXPECT_GE(taken, 64);
   EXPECT_LT(taken, 400) << "the queue has no end";
+  EXPECT_EQ(send(piece), SendOutcome::Full);
+  EXPECT_EQ(send("small"), SendOutcome::Sent);
+  EXPECT_EQ(send(piece, true), SendOutcome::Sent) << "it is owed";
 
+  for (int i = 0; i < taken + 2; ++i) {
+    ReceivedMessage message;
+    ASSERT_TRUE(near.flush());
+    ASSERT_EQ(far.receive(message), Outcome::Message) << i;
+    ASSERT_EQ(textsOf(message).front().size(), i == taken ? 5u : piece.size());
+  }
+}
+
+TEST_F(ChannelSocketTest, APeerThatHasGoneBreaksTheChannel) {
   auto [here, there] = ChannelSocket::pair();
   ASSERT_TRUE(sendTexts(here, {"last words"}));
   here = ChannelSocket();

@@ -9,6 +9,7 @@ namespace {
 
 using namespace link_protocol;
 using namespace test_support;
+using Tessel::Platform::SendOutcome;
 
 constexpr auto poll = LinkSocket::Mode::Poll;
 constexpr auto hello = static_cast<std::uint32_t>(FrameKind::Hello);
@@ -45,81 +46,39 @@ TEST_F(LinkSocketTest, FramesThatArriveByteByByteAreWholeOrNotThere) {
   EXPECT_TRUE(socket_.receive(frames_, poll)) << "nothing to read is no failure";
 }
 
-TEST_F(LinkSocketTest, AFullSocketKeepsTheRestInOrder) {
-  const auto payloadOf = [](std::uint32_t i) {
-    return std::string(i * 37 % 5000, static_cast<char>(i));
-  };
-  constexpr std::uint32_t count = 1000;  // some 2.5 MB, more than a socket takes
-  for (std::uint32_t i = 0; i < count; ++i) {
-    ASSERT_TRUE(other_.send(FrameKind::PostFunction, i, i, payloadOf(i)));
-  }
-  ASSERT_TRUE(other_.hasUnsent());
-  while (other_.hasUnsent()) {
-    const std::size_t before = frames_.size();
-    ASSERT_TRUE(socket_.receive(frames_, poll));
-    ASSERT_TRUE(frames_.size() > before) << "what is sent arrives";
-    ASSERT_TRUE(other_.flush());
-  }
-  ASSERT_TRUE(socket_.receive(frames_, poll));
-  ASSERT_EQ(frames_.size(), count);
-  for (std::uint32_t i = 0; i < count; ++i) {
-    ASSERT_EQ(frames_[i].id, i);
-    ASSERT_EQ(frames_[i].payload, payloadOf(i));
-  }
-}
-
-TEST_F(LinkSocketTest, FlushAllWaitsForAReaderAndEndsWithIt) {
-  const std::string large(8u << 20, 'x');
-  Script reader([this] {
-    while (frames_.empty() && socket_.receive(frames_, LinkSocket::Mode::Wait)) {
-    }
-    socket_ = LinkSocket(Tessel::Platform::UniqueFd());
-  });
-  ASSERT_TRUE(other_.send(FrameKind::NativeCall, 1, 2, large));
-  EXPECT_TRUE(other_.flushAll());
-  EXPECT_FALSE(other_.send(FrameKind::NativeCall, 1, 2, large) && other_.flushAll());
-  reader.finish();
-  ASSERT_EQ(frames_.size(), 1u);
-  EXPECT_TRUE(frames_.front().payload == large);
-}
-
-TEST_F(LinkSocketTest, TooMuchIsRefusedBeforeItIsKept) {
+TEST_F(LinkSocketTest, WhatIsTooLargeOrTooMuchIsLeftOutAndTheLinkLives) {
   const std::string largest(maximumPayload, 'x');
-  EXPECT_FALSE(other_.send(FrameKind::Log, 0, 0, largest + 'x'));
-  EXPECT_TRUE(other_.send(FrameKind::Log, 0, 0, largest));
+  EXPECT_EQ(other_.send(FrameKind::Log, 0, 0, largest + 'x'), SendOutcome::TooLarge);
+  EXPECT_EQ(other_.send(FrameKind::Log, 0, 0, largest), SendOutcome::Sent);
   EXPECT_TRUE(other_.hasUnsent());
-  EXPECT_FALSE(other_.send(FrameKind::Log, 0, 0, largest)) << "the peer does not read";
-}
-
-TEST_F(LinkSocketTest, WhatIsNoFrameEndsTheLinkAfterTheFramesBeforeIt) {
-  FrameHeader oversize{};
-  oversize.size = maximumPayload + 1;
-  FrameHeader unknown{};
-  unknown.kind = frameKindCount;
-  FrameHeader hostile{};
-  hostile.size = hostile.kind = 0xffffffff;
-  for (const FrameHeader& bad : {oversize, unknown, hostile}) {
-    auto [here, there] = socketPair();
-    LinkSocket socket(std::move(here));
-    const std::string bytes = rawFrame(hello, "good") + rawBytes(bad);
-    ASSERT_EQ(::send(there.get(), bytes.data(), bytes.size(), 0),
-              static_cast<ssize_t>(bytes.size()));
-    std::deque<Frame> frames;
-    EXPECT_FALSE(socket.receive(frames, poll));
-    ASSERT_EQ(frames.size(), 1u);
-    EXPECT_EQ(frames[0].payload, "good");
+  EXPECT_EQ(other_.send(FrameKind::PostFunction, 0, 0, largest), SendOutcome::Full);
+  EXPECT_EQ(other_.send(FrameKind::PostFunction, 0, 0, "small"), SendOutcome::Sent);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(other_.send(FrameKind::Answer, 1, 0, largest), SendOutcome::Sent) << "it is owed";
   }
+  // The socket has taken a little of the first one.
+  EXPECT_EQ(other_.send(FrameKind::Answer, 1, 0, largest), SendOutcome::Sent);
+  EXPECT_EQ(other_.send(FrameKind::Answer, 1, 0, largest), SendOutcome::Broken)
+      << "a peer that asks on without reading";
+  // What was kept is whole.
+  while (frames_.size() < 5) {
+    ASSERT_TRUE(other_.flush());
+    ASSERT_TRUE(socket_.receive(frames_, poll));
+  }
+  EXPECT_TRUE(frames_[0].payload == largest);
+  EXPECT_EQ(frames_[1].payload, "small");
 }
 
 TEST_F(LinkSocketTest, APeerThatClosesLeavesWhatItHadSent) {
-  ASSERT_TRUE(other_.send(FrameKind::Log, 0, 0, "last words"));
+  ASSERT_EQ(other_.send(FrameKind::Log, 0, 0, "last words"), SendOutcome::Sent);
   write(rawFrame(hello, "cut short").substr(0, 30));
   other_ = LinkSocket(Tessel::Platform::UniqueFd());
   while (socket_.receive(frames_, LinkSocket::Mode::Wait)) {
   }
   ASSERT_EQ(frames_.size(), 1u);
   EXPECT_EQ(frames_[0].payload, "last words");
-  EXPECT_FALSE(socket_.send(FrameKind::Log, 0, 0, "")) << "and no signal ends the process";
+  EXPECT_EQ(socket_.send(FrameKind::Log, 0, 0, ""), SendOutcome::Broken)
+      << "and no signal ends the process";
 }
 
 }  // namespace
