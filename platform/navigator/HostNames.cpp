@@ -80,8 +80,11 @@ Checker checkerFor(std::string_view language) {
   return U_SUCCESS(status) ? std::move(checker) : Checker(nullptr, uspoof_close);
 }
 
-// Whether it looks as if it were written in plain letters.
+// Whether it looks as if it were written in plain letters. Two letters in one do not.
 bool looksPlain(const USpoofChecker* checker, std::string_view label) {
+  for (const std::string_view ligature : {"æ", "œ"}) {
+    if (label.find(ligature) != std::string_view::npos) return false;
+  }
   Buffer skeleton;
   UErrorCode status = U_ZERO_ERROR;
   const int32_t size = uspoof_getSkeletonUTF8(checker, 0, label.data(),

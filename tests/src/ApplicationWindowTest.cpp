@@ -37,6 +37,11 @@ TEST_F(ApplicationWindowTest, SetSizeResizesAndTurnsAndStoresTheSizeSidewaysWhen
     EXPECT_EQ(setSize("90"), (IntSize{600, 800}));
     EXPECT_EQ(setSize("-90"), (IntSize{600, 800}));
 
+    // The user has resized it meanwhile.
+    ApplicationWindow::instance().windowPlaced({0, 0, 900, 700}, false);
+    surface().state = ApplicationWindow::instance().state();
+    EXPECT_EQ(setSize("0"), (IntSize{800, 600}));
+
     // What has no area is flushed instead.
     const std::size_t posts = surface().posts.size();
     const int flushed = flushes();
