@@ -93,6 +93,11 @@ PPSBinding::PPSBinding() : chrome_(WebViewManager::instance().rootWebView()) {
   bindings.registerBinding("pps.close", handle<&PPSBinding::close>);
 }
 
+bool PPSBinding::isTaken(int id) {
+  const std::lock_guard lock(mutex_);
+  return objects_.contains(id);
+}
+
 PPSBinding::Object PPSBinding::find(int id) {
   const std::lock_guard lock(mutex_);
   const auto found = objects_.find(id);
@@ -103,7 +108,7 @@ void PPSBinding::open(OrvWebJavaScriptCallbackEvent& event) {
   if (wrongCount(event, 6, "jsOpen")) return;
   event.setResult(R"({"result":false})");
   const int id = number(event, 1);
-  if (find(id)) return;
+  if (isTaken(id)) return;
   const auto object = std::make_shared<PPSObject>(argument(event, 2),
                                                   static_cast<PPSObject::PPSMode>(number(event, 3)),
                                                   Tessel::Platform::webKitThreadMessageClient());
@@ -126,13 +131,9 @@ void PPSBinding::write(OrvWebJavaScriptCallbackEvent& event) {
   const Object object = find(id);
   bool succeeded = object != nullptr;
   if (object) {
-    const auto lines = ppsLinesFromJson(argument(event, 2));
-    if (!lines) {
-      deliver(id, {PPSEvent::WriteFailed,
-                   "Names of attributes have neither colons nor line breaks, and texts no line "
-                   "breaks: nothing was written",
-                   {}});
-    }
+    String problem;
+    const auto lines = ppsLinesFromJson(argument(event, 2), problem);
+    if (!lines) deliver(id, {PPSEvent::WriteFailed, problem, {}});
     succeeded = lines && (lines->isEmpty() || object->write(*lines));
   }
   event.setResult(succeeded ? "true" : "false");
@@ -151,15 +152,20 @@ void PPSBinding::deliver(int id, const PPSEvent& event) {
   {
     const std::lock_guard lock(mutex_);
     const auto found = objects_.find(id);
-    if (found == objects_.end()) return;
-    if (form.isLast) {
-      ended = std::move(found->second);
-      objects_.erase(found);
-    }
+    if (found == objects_.end() || !found->second) return;
+    if (form.isLast) ended = std::move(found->second);
   }
   ended.reset();
   std::vector<JavaScriptVariant> arguments{id, form.name};
   if (form.body == Body::Value) arguments.emplace_back(ppsValueToJson(event.value));
   if (form.body == Body::Message) arguments.emplace_back(event.message);
-  chrome->executeJavaScriptFunction(eventFunction(), arguments);
+  if (!form.isLast) {
+    chrome->executeJavaScriptFunction(eventFunction(), arguments);
+    return;
+  }
+  // The id is free when the chrome has heard it: told of later, the end would be that of an object
+  // that the chrome has opened under the same id meanwhile.
+  chrome->executeJavaScriptFunctionSync(eventFunction(), arguments);
+  const std::lock_guard lock(mutex_);
+  objects_.erase(id);
 }

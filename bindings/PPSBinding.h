@@ -24,8 +24,9 @@ class PPSBinding {
   void write(OrvWebJavaScriptCallbackEvent& event);
   void close(OrvWebJavaScriptCallbackEvent& event);
 
-  // Calls chrome.internal.pps.onEvent(id, name, text) for an object that is open, and lets go of it
-  // when the event is its last one. Any thread.
+  // Calls chrome.internal.pps.onEvent(id, name, text) for an object that is open. When the event is
+  // its last one, the object goes, the call is waited for, and only then the id is free. Any
+  // thread.
   void deliver(int id, const Tessel::Platform::PPSEvent& event);
 
  private:
@@ -34,8 +35,10 @@ class PPSBinding {
   PPSBinding();
   // Null when there is none.
   Object find(int id);
+  bool isTaken(int id);
 
   const Tessel::Platform::GuardedPointer<WebView> chrome_;
   std::mutex mutex_;
-  std::map<int, Object> objects_;  // under the mutex
+  // Under the mutex. Null while the chrome is being told of the end.
+  std::map<int, Object> objects_;
 };

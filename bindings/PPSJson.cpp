@@ -5,6 +5,7 @@
 
 #include <glib.h>
 #include <rapidjson/document.h>
+#include <rapidjson/reader.h>
 
 #include <cerrno>
 #include <cmath>
@@ -40,6 +41,19 @@ bool isTooDeep(std::string_view json) {
     }
   }
   return false;
+}
+
+// Whether it is the JSON of an object, however deep.
+bool isObject(const String& json) {
+  const std::size_t first = json.view().find_first_not_of(" \t\r\n");
+  if (first == std::string_view::npos || json.view()[first] != '{') return false;
+  rapidjson::Reader reader;
+  rapidjson::StringStream stream(json.utf8());
+  rapidjson::BaseReaderHandler<> nobody;
+  return !reader
+              .Parse<rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag>(stream,
+                                                                                             nobody)
+              .IsError();
 }
 
 // False for what is no JSON.
@@ -136,7 +150,12 @@ String ppsValueToJson(const PPSValue& value) {
   return validText(buffer.GetString(), buffer.GetSize());
 }
 
-std::optional<String> ppsLinesFromJson(const String& json) {
+std::optional<String> ppsLinesFromJson(const String& json, String& problem) {
+  if (isTooDeep(json.view())) {
+    if (!isObject(json)) return String();
+    problem = "The JSON is nested too deep: nothing was written";
+    return std::nullopt;
+  }
   rapidjson::Document document;
   if (!parse(json.view(), document) || !document.IsObject()) return String();
   std::string lines;
@@ -145,6 +164,9 @@ std::optional<String> ppsLinesFromJson(const String& json) {
     const String rest = encoded(value);
     if (nameText.find_first_of(":\n") != std::string_view::npos ||
         rest.view().find('\n') != std::string_view::npos) {
+      problem =
+          "Names of attributes have neither colons nor line breaks, and texts no line breaks: "
+          "nothing was written";
       return std::nullopt;
     }
     lines.append(nameText).append(":").append(rest.view()).append("\n");

@@ -9,6 +9,8 @@
 // not what its encoding says becomes a text. Here and below, bytes that are no UTF-8 are replaced.
 Tessel::Platform::String ppsValueToJson(const Tessel::Platform::PPSValue& value);
 
-// The lines for the members of a JSON object, in its order; empty for everything else. Nothing
-// when a name or a text has characters that would make other lines of it.
-std::optional<Tessel::Platform::String> ppsLinesFromJson(const Tessel::Platform::String& json);
+// The lines for the members of a JSON object, in its order; empty for everything else. Nothing,
+// with the problem in words, when a name or a text has characters that would make other lines of
+// it, and when its values are nested more than 64 deep.
+std::optional<Tessel::Platform::String> ppsLinesFromJson(const Tessel::Platform::String& json,
+                                                         Tessel::Platform::String& problem);

@@ -86,6 +86,11 @@ export class Dialogs {
     return this.#questions.isAsking(tab);
   }
 
+  /** Asks what is no dialog of the page: with `title`, `message`, `accept`, `cancel`, `answer(accepted)` and `drop()`. */
+  ask(tab, question) {
+    this.#questions.ask(tab, question);
+  }
+
   #listen(tab) {
     const { view } = tab;
     view.on('DialogRequested', ({ data }) => {

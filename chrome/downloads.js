@@ -1,5 +1,6 @@
 /** What pages brought onto the disk: a panel with a list, and what the button in the toolbar shows of it. */
 
+import { placeOf } from './address.js';
 import { focus } from './keyboard.js';
 
 const MARKUP = `
@@ -49,13 +50,73 @@ export function stateText({ state, done, total, result }) {
   return FAILURES[result] ?? 'It failed';
 }
 
+/** A page that asks for ever more files is not asked about ever more of them. */
+const MOST_PENDING = 50;
+
+/**
+ * Which files of pages are saved without a question: those that a person has asked for by their
+ * address, and the first one of a site in a tab. Of what else the site wants to save, a person is asked
+ * once, and the answer counts for the tab while it shows that site.
+ */
+class DownloadGate {
+  /** By tab, for the site that it shows. */
+  #sites = new WeakMap();
+  #ask;
+
+  /** @param {(tab: object, question: object) => void} ask  as Dialogs has it */
+  constructor(ask) {
+    this.#ask = ask;
+  }
+
+  /**
+   * @param {{tab: object, isWanted: boolean, decide: (save: boolean) => void}} request
+   * @returns {boolean} whether it is saved at once; if not, `decide` is called some time
+   */
+  lets({ tab, isWanted, decide }) {
+    if (isWanted) return true;
+    const place = placeOf(tab.url ?? '');
+    let site = this.#sites.get(tab);
+    if (site?.place !== place) this.#sites.set(tab, site = { place, pending: [], allowed: undefined, isFirst: true });
+    if (site.isFirst || site.allowed) {
+      site.isFirst = false;
+      return true;
+    }
+    if (site.allowed === false || site.pending.length >= MOST_PENDING) {
+      // Once the host has heard that it has to wait.
+      queueMicrotask(() => decide(false));
+      return false;
+    }
+    site.pending.push(decide);
+    if (site.pending.length === 1) this.#askAbout(tab, site);
+    return false;
+  }
+
+  #askAbout(tab, site) {
+    const settle = (save) => site.pending.splice(0).forEach((decide) => decide(save));
+    this.#ask(tab, {
+      title: `${site.place} wants to save more files`,
+      message: 'It has saved one already. What it may save goes to your downloads.',
+      accept: 'Save them',
+      cancel: 'Don’t save',
+      answer: (allowed) => {
+        site.allowed = allowed;
+        settle(allowed);
+      },
+      drop: () => settle(false),
+    });
+  }
+}
+
 /** The state of all downloads, from the events of all tabs. Reports "change". */
 export class DownloadList extends EventTarget {
   /** Newest first. */
   items = [];
+  #gate;
 
-  constructor(tabs) {
+  /** @param {{ask: (tab: object, question: object) => void}} dialogs */
+  constructor(tabs, dialogs) {
     super();
+    this.#gate = new DownloadGate((tab, question) => dialogs.ask(tab, question));
     tabs.addEventListener('attached', ({ detail: tab }) => this.#listen(tab));
     // Whose web view is gone is not told of any more, though the host goes on with it, if its process does.
     for (const [end, state] of [['closed', 'left'], ['crashed', 'lost']]) {
@@ -131,11 +192,18 @@ export class DownloadList extends EventTarget {
     // Every process counts for itself.
     const find = (id) => this.items.find((item) => item.id === id && item.process === process);
     view.on('DownloadRequest', ({ data }) => {
-      const name = this.nameFor(data.filename);
-      this.#add({ id: data.downloadId, name, url: data.url, tab, view, process });
+      const { downloadId: id, url } = data;
+      const save = () => {
+        const name = this.nameFor(data.filename);
+        this.#add({ id, name, url, tab, view, process });
+        return name;
+      };
+      const isWanted = tab.requested === url;
       // What was asked for turned out to be a file: the tab stays where it is.
-      if (tab.requested === data.url) tab.stay();
-      return { setAction: 'ActionSave', setFilename: name };
+      if (isWanted) tab.stay();
+      const decide = (saves) => tab.view === view && view.downloadUpdate(id, saves ? 'ActionSave' : 'ActionDiscard', saves ? save() : '');
+      if (!this.#gate.lets({ tab, isWanted, decide })) return { setAction: 'ActionPending' };
+      return { setAction: 'ActionSave', setFilename: save() };
     });
     view.on('DownloadStarted', ({ data }) => {
       const { downloadId: id, filename: path, url } = data;

@@ -53,13 +53,14 @@ function start() {
   const platform = new Platform();
   answerPlatform(platform, tabs);
   const panels = makePanels({
-    tabs, store, platform, settings, known, permissions,
+    tabs, store, platform, settings, known, permissions, dialogs,
     find: () => findBar.open(),
     openNewTab: (process, isPrivate) => openNewTab(tabs, process, isPrivate),
     restore: () => restoreSession(tabs, session),
     canRestore: () => session.lastTime.length > 0,
   });
 
+  refuseDrops();
   const layOutNow = connectLayout(tabs, dialogs);
   connectToolbar(tabs);
   for (const id of ['back', 'forward']) onLongPress($(id), () => panels.history.open());
@@ -73,6 +74,17 @@ function start() {
 
 /** Whether the page shall lie over the chrome, too. What it asks would be covered: then it steps back. */
 const coversAll = (tabs, dialogs) => Boolean(tabs.active?.fullScreen && !dialogs.isAsking(tabs.active));
+
+/** What is dropped beside a field would take the chrome's place, or be refused by the host: nothing shall happen. */
+function refuseDrops() {
+  for (const type of ['dragenter', 'dragover', 'drop']) {
+    window.addEventListener(type, (event) => {
+      if (event.target.closest?.('input, textarea')) return;
+      event.preventDefault();
+      event.dataTransfer.dropEffect = 'none';
+    });
+  }
+}
 
 /** Puts the page's web view where the style sheet leaves room for it. */
 function layOut(tabs, dialogs) {

@@ -13,7 +13,7 @@ export function newTabChoices(processes) {
   return [
     { label: 'New tab', about: 'In the program’s own process', process: HERE },
     { label: 'New private tab', about: 'What its pages leave behind goes with it', process: HERE, isPrivate: true },
-    { label: 'New tab in its own process', about: 'What ends it ends no other tab', process: processes.fresh() },
+    { label: 'New tab in its own process', about: 'What ends it ends no other tab; cookies are shared, other site data is its own', process: processes.fresh() },
     ...processes.running.map((process) => ({
       label: `New tab in process ${process.number}`,
       about: processes.tabsIn(process).map(({ label }) => label).join(' · '),

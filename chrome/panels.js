@@ -22,8 +22,8 @@ import { SiteDataPanel } from './site-data-panel.js';
 
 const $ = (id) => document.getElementById(id);
 
-export function makePanels({ tabs, store, platform, settings, known, permissions, find, openNewTab, restore, canRestore }) {
-  const list = new DownloadList(tabs);
+export function makePanels({ tabs, store, platform, settings, known, permissions, dialogs, find, openNewTab, restore, canRestore }) {
+  const list = new DownloadList(tabs, dialogs);
   const panels = {
     functions: new FunctionsPanel($('panel'), { currentHandle: () => tabs.active?.view?.handle ?? WebView.root.handle }),
     downloads: new DownloadsPanel($('downloads-panel'), $('downloads'), { list }),

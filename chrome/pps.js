@@ -26,7 +26,7 @@ export class SharedObject extends EventTarget {
   attributes = {};
   isOpen = false;
   name = '';
-  #id = ++hub.lastId;
+  #id = 0;
 
   /** @param {string} path  below the host's root for objects */
   constructor(path) {
@@ -36,7 +36,11 @@ export class SharedObject extends EventTarget {
 
   /** @returns {boolean} whether it is open; the host's log tells why not */
   open({ create = true } = {}) {
+    if (this.isOpen) return true;
     const flags = READ_AND_WRITE + (create ? CREATE : 0);
+    // The host keeps an id until it has told of the end of the object that had it.
+    hub.objects.delete(this.#id);
+    this.#id = ++hub.lastId;
     const { result, data } = JSON.parse(call('pps.open', this.#id, this.path, 0, flags, FOR_THE_USER_ALONE) || '{}');
     this.isOpen = result === true;
     if (!this.isOpen) return false;
@@ -50,8 +54,9 @@ export class SharedObject extends EventTarget {
     return call('pps.write', this.#id, JSON.stringify(attributes)) === 'true';
   }
 
-  /** "closed" follows. */
+  /** "closed" follows, unless it is opened again before. */
   close() {
+    this.isOpen = false;
     call('pps.close', this.#id);
   }
 

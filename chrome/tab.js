@@ -71,7 +71,10 @@ export class Tab {
     else if (!this.view) this.#attach(() => this.view.loadURL(this.url));
   }
 
-  /** Takes a view that gets its page in another way, for example the window that a page opens. */
+  /**
+   * Takes a view that gets its page in another way. Of the window that a page opens the address is not told: where
+   * that wants to go may never come, and the page writes into it meanwhile.
+   */
   adopt(url, useView, title = '') {
     this.url = url || 'about:blank';
     this.update({ loading: Boolean(url), title });

@@ -51,9 +51,9 @@ export class Tabs extends EventTarget {
    * are none that it could have. The page stands still until it has it.
    * @returns {boolean} whether it will have one
    */
-  #openFor(opener, { url, waitHandle }) {
+  #openFor(opener, { waitHandle }) {
     const tab = this.#add({ opener, process: opener.process });
-    tab.adopt(url, ({ handle }) => opener.view?.openWindowResponse(waitHandle, handle));
+    tab.adopt('', ({ handle }) => opener.view?.openWindowResponse(waitHandle, handle));
     this.activate(tab);
     return Boolean(tab.view);
   }

@@ -67,10 +67,20 @@ class OrvWebJavaScriptCallbackEvent final : public OrvWebSendEvent {
   const String& result() const { return result_; }
   // What the call returns to the page; empty unless set.
   void setResult(const String& result) { result_ = result; }
+  // Whose document calls: its origin, empty for a text without an address, and whether that is what
+  // the program itself has loaded. The engine's knowledge, not the caller's word.
+  const String& callerOrigin() const { return callerOrigin_; }
+  bool isOwnCaller() const { return isOwnCaller_; }
+  void setCaller(const String& origin, bool isOwn) {
+    callerOrigin_ = origin;
+    isOwnCaller_ = isOwn;
+  }
 
  private:
   std::vector<const char*> args_;
   String result_;
+  String callerOrigin_;
+  bool isOwnCaller_ = false;
 };
 
 // A property of the web view has another value now; the web view's getter tells it.

@@ -77,6 +77,7 @@ bool OrvWebView::initialize(const String& windowGroup, int rotation) {
   settingStored(WebViewSetting::sensitivity);
   page_ = PageFactory::current()->createPage(*this, *window_);
   if (!page_) return false;
+  page_->bindCallbackObject(callbackObjectBound_, furtherOrigins_);
   page_->setCallbackObjectEnabled(callbackObjectEnabled_);
   page_->setRequestHeaders(headers_);
   allowedOriginsChanged();
@@ -225,6 +226,12 @@ void OrvWebView::setCustomHTTPHeaders(const OrvWebHeader* headers, unsigned int 
 void OrvWebView::enableOrvJavaScriptObject(bool enabled) {
   callbackObjectEnabled_ = enabled;
   if (auto page = this->page()) page->setCallbackObjectEnabled(enabled);
+}
+
+void OrvWebView::bindOrvJavaScriptObject(bool bound, std::vector<String> furtherOrigins) {
+  callbackObjectBound_ = bound;
+  furtherOrigins_ = std::move(furtherOrigins);
+  if (auto page = this->page()) page->bindCallbackObject(bound, furtherOrigins_);
 }
 
 void OrvWebView::setDrivesApplication(const String& loadFailureHint) {

@@ -181,6 +181,8 @@ class OrvWebView : private PageClient {
   bool isOrvJavaScriptObjectEnabled() const {
     return callbackObjectEnabled_;
   }
+  // Whether that is only for documents that the program has loaded; see Page::bindCallbackObject.
+  void bindOrvJavaScriptObject(bool bound, std::vector<String> furtherOrigins);
   // This is the page that drives the application; see Page::setDrivesApplication. Call it after
   // initialize and before the first load.
   void setDrivesApplication(const String& loadFailureHint);
@@ -359,6 +361,7 @@ class OrvWebView : private PageClient {
   void eventHandled(OrvWebEvent* event) {
     static_cast<void>(event);
   }
+  void navigationRefused(const String&) override {}
 
  private:
   // Events that must not be raised inside the call that causes them come from the main loop, and
@@ -420,6 +423,8 @@ class OrvWebView : private PageClient {
   int zOrder_ = 0;
   bool active_ = false;
   bool callbackObjectEnabled_ = true;
+  bool callbackObjectBound_ = false;
+  std::vector<String> furtherOrigins_;
   bool destroyed_ = false;
   OrvWebView* popup_ = nullptr;    // shows the next window that the page opens
   std::set<OrvWebView*> openers_;  // whose next window this one shows

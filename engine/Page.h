@@ -74,6 +74,8 @@ class PageClient {
   virtual OrvWebView* popupView() = 0;
   // The page of a web view; null for none.
   virtual std::shared_ptr<Page> pageOf(OrvWebView* view) = 0;
+  // The page does not go there: only the program itself may load that, and it has not.
+  virtual void navigationRefused(const Tessel::Platform::String& url) = 0;
   // The page has agreed to be closed, as tryClose asked.
   virtual void closeAllowed() = 0;
   // The certificates that the user has accepted, by host.
@@ -143,6 +145,10 @@ class Page {
   // Whether the documents of the page see the object through which they call native functions;
   // from the next document on.
   virtual void setCallbackObjectEnabled(bool enabled) = 0;
+  // Whether the above is only for documents that the program itself has loaded; see TrustedLoads.
+  // Documents of further origins count as such. A page that drives the application then stays with
+  // them: what would lead it elsewhere is refused, and navigationRefused follows.
+  virtual void bindCallbackObject(bool bound, const std::vector<String>& furtherOrigins) = 0;
   // Marks the page that drives the application: it is served in every wait of the main thread,
   // since whatever is waited for may need it, and it can show its dialogs there. A load of it
   // that fails shows the hint, plain text, with the error.

@@ -12,6 +12,7 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include <cstdint>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
@@ -47,6 +48,9 @@ inline void write(Writer& writer, bool value) {
 inline void write(Writer& writer, int value) {
   writer.Int(value);
 }
+inline void write(Writer& writer, std::int64_t value) {
+  writer.Int64(value);
+}
 template <typename Record>
 void write(Writer& writer, const Record& record);
 template <typename T>
@@ -74,6 +78,9 @@ inline void read(const rapidjson::Value& json, bool& value) {
 }
 inline void read(const rapidjson::Value& json, int& value) {
   if (json.IsInt()) value = json.GetInt();
+}
+inline void read(const rapidjson::Value& json, std::int64_t& value) {
+  if (json.IsInt64()) value = json.GetInt64();
 }
 template <typename Record>
 void read(const rapidjson::Value& json, Record& record);

@@ -28,6 +28,9 @@ int launchPipeFd = -1;
 
 namespace {
 
+// There is one for the life of the process.
+pid_t theLauncher = 0;
+
 [[noreturn]] void endProcess(int status) {
   logAlways(LogError, "Exit %s: %d", processName(), status);
   ::_exit(status);
@@ -90,6 +93,10 @@ void monitorChildLauncher(void* pid) {
 
 }  // namespace
 
+pid_t childLauncherPid() {
+  return theLauncher;
+}
+
 bool spawnChildLauncher(ChildWebViewMain childMain) {
   int ends[2] = {-1, -1};
   if (::pipe2(ends, O_CLOEXEC) != 0) {
@@ -119,10 +126,8 @@ bool spawnChildLauncher(ChildWebViewMain childMain) {
   }
   ::close(ends[0]);
   launchPipeFd = ends[1];
-  // There is one launcher for the life of the process.
-  static pid_t monitored = 0;
-  monitored = launcher;
-  if (!startNamedDetachedThread("child-launcher-monitor", monitorChildLauncher, &monitored)) {
+  theLauncher = launcher;
+  if (!startNamedDetachedThread("child-launcher-monitor", monitorChildLauncher, &theLauncher)) {
     // It only tells of the launcher's end; children are launched without it.
     logAlways(LogNotice, "Child launcher monitor failed: %d (%s)", errno, std::strerror(errno));
   }

@@ -3,6 +3,8 @@
 // thread.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 
 // What the main process writes into the launch pipe for each child: one write, read back whole, in
@@ -24,6 +26,9 @@ extern int launchPipeFd;
 // status.
 using ChildWebViewMain = int (*)(unsigned int groupId, int parentPid, int mainChannelId,
                                  int webEngineChannelId, unsigned long long handshakeKey);
+
+// The launcher's process, the parent of every child; 0 where there is none.
+pid_t childLauncherPid();
 
 // Forks the launcher; before any other thread exists. False, and the log says why, when it cannot
 // be. In the launcher and in its children it does not return.

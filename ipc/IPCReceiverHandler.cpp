@@ -1,6 +1,7 @@
 // What the main process tells a child process. UI thread.
 #include "ipc/IPCReceiverHandler.h"
 
+#include "ipc/CookieExchange.h"
 #include "ipc/IPCReceiverWebView.h"
 #include "ipc/ProcessMessages.h"
 #include "platform/Log.h"
@@ -54,6 +55,13 @@ void IPCReceiverHandler::handleMessage(Message& message) {
       ::setenv(variable.name().utf8(), variable.value().utf8(), 1);
       return;
     }
+    case SetCapabilitiesMessage::messageType: {
+      const auto& capabilities = static_cast<const SetCapabilitiesMessage&>(message);
+      WebViewManager::instance().setCapabilities(capabilities.handle(), capabilities.text());
+      return;
+    }
+    case CookieChangesMessage::messageType:
+      return takeCookiesFromParent(static_cast<const CookieChangesMessage&>(message));
     case Pulse::connectionDied:
       return connectionDied(message.integer());
     case Pulse::unblock:
@@ -98,5 +106,6 @@ void IPCReceiverHandler::connectionDied(int connectionId) const {
   if (connectionId != mainConnectionId_) return;
   logAlways(LogError, "Received unexpected connection death %d from parent process! Exiting %s...",
             connectionId, Tessel::Platform::processName());
+  logAlways(LogError, "Exit %s: %d", Tessel::Platform::processName(), 128 + SIGKILL);
   ::kill(0, SIGKILL);
 }

@@ -3,6 +3,8 @@
 #include "ipc/IPCSenderGroup.h"
 
 #include "ipc/ChildLauncher.h"
+#include "ipc/CookieExchange.h"
+#include "ipc/EventDelivery.h"
 #include "ipc/IPCSenderHandler.h"
 #include "ipc/ProcessMessages.h"
 #include "platform/Log.h"
@@ -14,6 +16,7 @@
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/IPCSenderWebView.h"
+#include "webview/events/EventMessages.h"
 
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -22,6 +25,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <utility>
 
 using Tessel::Platform::concat;
@@ -100,12 +104,17 @@ void IPCSenderGroup::onGone(GoneHook hook) {
 }
 
 IPCSenderGroup::IPCSenderGroup(unsigned int groupId)
-    : groupId_(groupId), settled_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    : groupId_(groupId),
+      delivery_(new EventDelivery([this](std::size_t count) { tellOfDropped(count); })),
+      settled_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   launch();
 }
 
 IPCSenderGroup::IPCSenderGroup(unsigned int groupId, int connectionId)
-    : groupId_(groupId), connected_(true), connectionId_(connectionId) {}
+    : groupId_(groupId),
+      connected_(true),
+      connectionId_(connectionId),
+      delivery_(new EventDelivery([this](std::size_t count) { tellOfDropped(count); })) {}
 
 IPCSenderGroup::~IPCSenderGroup() {
   IPCSenderHandler& handler = IPCSenderHandler::instance();
@@ -154,6 +163,7 @@ void IPCSenderGroup::launch() {
   IPCSenderHandler& handler = IPCSenderHandler::instance();
   handler.install();
   handler.addGroup(groupId_, this);
+  forBothClients([](MessageClient& client) { client.expectChildrenOf(childLauncherPid()); });
   {
     const HandshakeScope scope;
     if (!writeLaunchRecord()) {
@@ -168,6 +178,7 @@ void IPCSenderGroup::launch() {
   }
   connected_ = true;
   if (connectedHook()) connectedHook()(*this, childPid());
+  tellCookiesTo(*this);
   if (const char* device = std::getenv(deviceVariable)) {
     sendMessage(std::make_unique<SetEnvMessage>(deviceVariable, device));
   }
@@ -294,7 +305,22 @@ void IPCSenderGroup::setError(const String& error) {
   awaitingHandshake_ = false;
 }
 
+void IPCSenderGroup::handlePostedEvent(const HandleOrvWebPostEventMessage& message) {
+  delivery_->post(message);
+}
+
+void IPCSenderGroup::tellOfDropped(std::size_t count) const {
+  const String text = concat("WebView group ", String::fromUnsignedInteger(groupId_),
+                             " (child process ", String::fromSignedInteger(childPid()),
+                             ") posts more events than are told: ", String(std::to_string(count)),
+                             " were dropped.");
+  logAlways(LogError, "%s", text.utf8());
+  WebViewManager::instance().informChromeOfError(text);
+}
+
 void IPCSenderGroup::connectionDied() {
+  // What it said last may be why.
+  delivery_->deliverAll();
   const int pid = childPid();
   forBothClients([&](MessageClient& client) { client.deregisterPID(pid); });
   WebViewManager::instance().informChromeOfError(

@@ -10,6 +10,7 @@
 #include "platform/messages/Message.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -17,6 +18,8 @@
 #include <set>
 #include <vector>
 
+class EventDelivery;
+class HandleOrvWebPostEventMessage;
 class HandshakeMessage;
 class IPCSenderWebView;
 
@@ -60,6 +63,10 @@ class IPCSenderGroup : public Tessel::Platform::GuardedPointerBase {
   // Nothing is sent from now on. A text is told to the chrome and logged; "" is not. Any thread.
   void setError(const String& error);
 
+  // The chrome is told of it at once, or, where the child has posted more than is good for the
+  // chrome, in its turn or never.
+  void handlePostedEvent(const HandleOrvWebPostEventMessage& message);
+
   // The acceptor's thread.
   void handleHandshake(const HandshakeMessage& message);
   // The child has gone, whoever ended it.
@@ -84,12 +91,14 @@ class IPCSenderGroup : public Tessel::Platform::GuardedPointerBase {
   bool waitForHandshake();
   void markDisconnected();
   void processDied();
+  void tellOfDropped(std::size_t count) const;
 
   const unsigned int groupId_;
   std::atomic<bool> connected_ = false;
   std::atomic<int> connectionId_ = -1;
   std::vector<IPCSenderWebView*> webViews_;  // the manager's
   int creating_ = 0;
+  const std::unique_ptr<EventDelivery> delivery_;
   Tessel::Platform::UniqueFd settled_;  // readable once the handshake has come to something
 
   mutable std::mutex mutex_;

@@ -1,11 +1,14 @@
 // Receives what child processes send to the main process.
 #include "ipc/IPCSenderHandler.h"
 
+#include "ipc/CookieExchange.h"
 #include "ipc/IPCSenderGroup.h"
 #include "ipc/ProcessMessages.h"
 #include "platform/Log.h"
 #include "webview/WebViewManager.h"
 #include "webview/events/EventMessages.h"
+
+#include <vector>
 
 using Tessel::Platform::concat;
 using Tessel::Platform::GuardedPin;
@@ -74,6 +77,18 @@ IPCSenderGroup* IPCSenderHandler::groupForConnection(int connectionId) const {
   return nullptr;
 }
 
+void IPCSenderHandler::forEachGroup(const std::function<void(IPCSenderGroup&)>& use) const {
+  std::vector<Group> groups;
+  {
+    const std::lock_guard lock(mutex_);
+    for (const auto& [pid, group] : byPid_) groups.push_back(group);
+  }
+  for (const Group& each : groups) {
+    const GuardedPin<IPCSenderGroup> group(each);
+    if (group && group->isConnected()) use(*group.get());
+  }
+}
+
 bool IPCSenderHandler::handlePulse(const Message& message) const {
   const int value = static_cast<const Pulse&>(message).value();
   if (message.type() == Pulse::connectionDied) {
@@ -129,6 +144,11 @@ void IPCSenderHandler::handleMessage(Message& message) {
   if (message.type() == ErrorMessage::messageType) {
     return manager.informChromeOfError(static_cast<const ErrorMessage&>(message).text());
   }
+  if (message.type() == CookieChangesMessage::messageType) {
+    // A child may send it over any of its connections, and the jar is the main thread's.
+    if (!MainMessageClient::instance()->isCurrentThread()) return;
+    return takeCookiesFrom(*group.get(), static_cast<const CookieChangesMessage&>(message));
+  }
   if (message.type() != HandleOrvWebPostEventMessage::messageType &&
       message.type() != HandleOrvWebSendEventMessage::messageType) {
     return;
@@ -140,5 +160,9 @@ void IPCSenderHandler::handleMessage(Message& message) {
               static_cast<int>(message.senderPid()), handle);
     return;
   }
-  manager.handleMessage(message);
+  if (message.type() == HandleOrvWebPostEventMessage::messageType) {
+    group->handlePostedEvent(static_cast<const HandleOrvWebPostEventMessage&>(message));
+  } else {
+    manager.handleMessage(message);
+  }
 }

@@ -6,6 +6,7 @@
 #include "platform/GuardedPointer.h"
 #include "platform/messages/MessageClient.h"
 
+#include <functional>
 #include <map>
 #include <mutex>
 
@@ -26,6 +27,9 @@ class IPCSenderHandler final : public Tessel::Platform::MessageHandler {
   void removeProcess(int pid, const IPCSenderGroup* group);
   // Null when there is none. Main thread.
   IPCSenderGroup* groupForConnection(int connectionId) const;
+
+  // Those whose child is there. Main thread.
+  void forEachGroup(const std::function<void(IPCSenderGroup&)>& use) const;
 
   void handleMessage(Tessel::Platform::Message& message) override;
 

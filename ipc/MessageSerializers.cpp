@@ -35,10 +35,12 @@ constexpr std::array processMessages{
     of<CreateWebViewMessage>(),
     of<DeleteWebViewMessage>(),
     of<SetEnvMessage>(),
+    of<SetCapabilitiesMessage>(),
     of<HandleOrvWebPostEventMessage>(),
     of<HandleOrvWebSendEventMessage>(),
     of<HandshakeMessage>(),
     of<ErrorMessage>(),
+    of<CookieChangesMessage>(),
 };
 
 // Commands share the serialisers of their layouts. In the order of their numbers; a command

@@ -62,6 +62,33 @@ class SetEnvMessage final : public Tessel::Platform::IPCMessage2<Tessel::Platfor
   Tessel::Platform::String value() const { return field<1>().toString(); }
 };
 
+// Says what origins may call in a web view, in the form of Capabilities::read.
+class SetCapabilitiesMessage final
+    : public Tessel::Platform::IPCMessage2<unsigned int, Tessel::Platform::IPCSafeString> {
+ public:
+  static constexpr int messageType = 1004;
+
+  explicit SetCapabilitiesMessage(int type) : IPCMessage(type) {}
+  SetCapabilitiesMessage(unsigned int handle, const Tessel::Platform::String& text)
+      : IPCMessage(messageType, nullptr, handle, text) {}
+
+  unsigned int handle() const { return field<0>(); }
+  Tessel::Platform::String text() const { return field<1>().toString(); }
+};
+
+// What pages of one process have changed of the cookies; the main process tells the other ones.
+class CookieChangesMessage final
+    : public Tessel::Platform::IPCMessage1<Tessel::Platform::IPCSafeString> {
+ public:
+  static constexpr int messageType = 1005;
+
+  explicit CookieChangesMessage(int type) : IPCMessage(type) {}
+  explicit CookieChangesMessage(const Tessel::Platform::String& changes)
+      : IPCMessage(messageType, nullptr, changes) {}
+
+  Tessel::Platform::String changes() const { return field<0>().toString(); }
+};
+
 // A child's first message: who it is, where it listens, and the key it was launched with.
 class HandshakeMessage final
     : public Tessel::Platform::IPCMessage5<unsigned int, int, int, unsigned int, unsigned int> {

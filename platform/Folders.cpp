@@ -1,6 +1,8 @@
 // The folders of the user that the program writes to. Any thread.
 #include "platform/Folders.h"
 
+#include "platform/Log.h"
+
 #include <fcntl.h>
 #include <glib.h>
 #include <sys/file.h>
@@ -12,6 +14,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <mutex>
+#include <utility>
 
 namespace Tessel::Platform {
 
@@ -19,24 +23,68 @@ namespace {
 
 constexpr int mostProcessesOfOneName = 64;
 
-bool makePrivate(const std::string& folder) {
-  if (g_mkdir_with_parents(folder.c_str(), 0700) != 0) return false;
+// What is wrong with a folder that holds one of ours; "" for nothing.
+std::string problemOfBase(const std::string& base) {
   struct stat status {};
-  if (::lstat(folder.c_str(), &status) != 0) return false;
-  if (!S_ISDIR(status.st_mode) || status.st_uid != ::geteuid() || (status.st_mode & 077) != 0) {
-    errno = EACCES;
-    return false;
+  if (::stat(base.c_str(), &status) != 0) return {};  // it can be made, or making ours says why not
+  if (!S_ISDIR(status.st_mode)) return "is no folder";
+  if (status.st_uid != ::geteuid() && status.st_uid != 0) return "belongs to another user";
+  if ((status.st_mode & 022) != 0 && (status.st_mode & S_ISVTX) == 0) {
+    return "can be written to by others";
   }
-  return true;
+  return {};
+}
+
+// What is wrong with a folder that is to be ours alone.
+std::string problemOf(const std::string& folder) {
+  struct stat status {};
+  if (::lstat(folder.c_str(), &status) != 0) return std::strerror(errno);
+  if (!S_ISDIR(status.st_mode)) return "is no folder";
+  if (status.st_uid != ::geteuid()) return "belongs to another user";
+  if ((status.st_mode & 077) != 0) return "is open to others";
+  return {};
+}
+
+void refuse(const std::string& folder, const std::string& problem) {
+  static std::mutex mutex;
+  static std::string told;
+  {
+    const std::lock_guard lock(mutex);
+    if (std::exchange(told, folder + problem) == folder + problem) return;
+  }
+  logAlways(LogError, "The run-time folder is refused: %s %s", folder.c_str(), problem.c_str());
+}
+
+// Also one that an earlier version has made with more rights.
+bool makePrivate(const std::string& folder) {
+  return g_mkdir_with_parents(folder.c_str(), 0700) == 0 && ::chmod(folder.c_str(), 0700) == 0;
 }
 
 }  // namespace
 
 std::string runtimeFolder() {
-  const char* base = g_getenv("XDG_RUNTIME_DIR");
-  const std::string folder = base && *base ? std::string(base) + "/pagehost"
-                                           : "/tmp/pagehost-" + std::to_string(::geteuid());
-  return makePrivate(folder) ? folder : std::string();
+  const char* given = g_getenv("XDG_RUNTIME_DIR");
+  const bool isGiven = given && *given;
+  const std::string base = isGiven ? given : "/tmp";
+  const std::string folder =
+      isGiven ? base + "/pagehost" : base + "/pagehost-" + std::to_string(::geteuid());
+  if (const std::string problem = problemOfBase(base); !problem.empty()) {
+    refuse(base, problem);
+    errno = EACCES;
+    return {};
+  }
+  if (g_mkdir_with_parents(folder.c_str(), 0700) != 0) {
+    const int error = errno;
+    refuse(folder, std::strerror(error));
+    errno = error;
+    return {};
+  }
+  if (const std::string problem = problemOf(folder); !problem.empty()) {
+    refuse(folder, problem);
+    errno = EACCES;
+    return {};
+  }
+  return folder;
 }
 
 void removeSocketsOfTheDead(const std::string& folder, const char* prefix) {
@@ -55,7 +103,7 @@ ClaimedFolder claimDataFolder(const std::string& name) {
     const std::string own = number == 1 ? name : name + "-" + std::to_string(number);
     claimed.data = std::string(g_get_user_data_dir()) + "/pagehost/" + own;
     claimed.cache = std::string(g_get_user_cache_dir()) + "/pagehost/" + own;
-    if (g_mkdir_with_parents(claimed.data.c_str(), 0700) != 0) return claimed;
+    if (!makePrivate(claimed.data) || !makePrivate(claimed.cache)) return claimed;
     const std::string lock = claimed.data + "/lock";
     UniqueFd file(::open(lock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (file.get() < 0) return claimed;

@@ -9,7 +9,9 @@ namespace Tessel::Platform {
 
 // The user's run-time folder of the program, for sockets: below $XDG_RUNTIME_DIR, or in /tmp where
 // there is none. It is made if need be, with mode 0700. Empty, with errno set, when it cannot be
-// made or is somebody else's.
+// made or somebody else could get at it: when it or the folder it is in is another user's, but for
+// root's, or can be written to by others, but for a folder with the sticky bit. The log says which,
+// once.
 std::string runtimeFolder();
 
 // Programs that were killed leave their sockets behind: removes those of dead processes, whose
@@ -23,7 +25,8 @@ struct ClaimedFolder {
   UniqueFd lock;  // other processes keep out while it is open
 };
 
-// The data and cache folders of that name, or, while another process has them, of that name with
+// The data and cache folders of that name, with mode 0700 and made if need be, or, while another
+// process has them, of that name with
 // "-2", "-3" and so on. On failure the lock is -1 and errno tells.
 ClaimedFolder claimDataFolder(const std::string& name);
 

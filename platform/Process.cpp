@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <memory>
@@ -62,7 +63,7 @@ void showProcessName(const char* name) {
   if (length >= areaSize) {
     // The kernel shows a name that runs on into the environment whole. The variables move away
     // first; who read some before has the old ones, which the process's start is early enough for.
-    for (char** variable = environ; *variable; ++variable) {
+    for (char** variable = environ; variable && *variable; ++variable) {
       if (*variable >= area && *variable < area + roomSize) *variable = ::strdup(*variable);
     }
   }
@@ -88,6 +89,16 @@ bool isStoppedOrTraced(int pid) {
     }
   }
   return false;
+}
+
+pid_t parentOf(pid_t pid) {
+  std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+  std::string text;
+  std::getline(file, text, '\0');
+  // "PID (NAME) STATE PARENT ...", and the name may hold anything.
+  const std::size_t name = text.rfind(')');
+  if (name == std::string::npos || name + 4 >= text.size()) return 0;
+  return std::atoi(text.c_str() + name + 4);
 }
 
 bool startNamedDetachedThread(const char* name, void (*function)(void*), void* argument) {

@@ -2,6 +2,8 @@
 // process has one thread; threads may be started from any.
 #pragma once
 
+#include <sys/types.h>
+
 namespace Tessel::Platform {
 
 // Where the kernel keeps the arguments that it shows: main()'s own, given once before the first
@@ -18,6 +20,9 @@ const char* processName();
 // Whether a process stands still because somebody has stopped it, or is looked at by a debugger.
 // False for one that is not there.
 bool isStoppedOrTraced(int pid);
+
+// The process that forked it, or that it was given to later; 0 when there is no such process.
+pid_t parentOf(pid_t pid);
 
 // The thread's name is cut to 15 characters. False when there can be no thread; errno tells why.
 bool startNamedDetachedThread(const char* name, void (*function)(void*), void* argument);

@@ -4,19 +4,24 @@
 #include "bindings/BindingManager.h"
 #include "platform/Log.h"
 #include "platform/Settings.h"
+#include "platform/graphics/DisplayLimits.h"
 #include "platform/graphics/Screen.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
 #include <cerrno>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 
 using Tessel::Platform::IntRect;
 using Tessel::Platform::IntSize;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
 using Tessel::Platform::Settings;
+using Tessel::Platform::Graphics::displayable;
+using Tessel::Platform::Graphics::longestSide;
 using Tessel::Platform::Graphics::Screen;
 using Tessel::Platform::Graphics::ScreenContext;
 using Tessel::Platform::Graphics::WindowType;
@@ -37,8 +42,15 @@ int rotationNamed(const char* name) {
   return 0;
 }
 
-int numberFrom(const char* text) {
-  return text ? static_cast<int>(std::strtoul(text, nullptr, 10)) : 0;
+// A side of the window: 0 when it is not given, nothing for what is no number of pixels that a
+// display can have.
+std::optional<int> sideFrom(const char* text) {
+  if (!text) return 0;
+  int side = 0;
+  const char* const end = text + std::strlen(text);
+  const auto [last, error] = std::from_chars(text, end, side);
+  const bool isNumber = error == std::errc() && last == end && *text != '-';
+  return isNumber && side <= longestSide ? std::optional(side) : std::nullopt;
 }
 
 // What the launch asked for, before there is a window.
@@ -48,10 +60,17 @@ IntSize launchedSize() {
     rotation = rotationNamed(name);
     Screen::primaryScreen().setRotation(rotation);
   }
-  const int width = numberFrom(std::getenv("WIDTH"));
-  const int height = numberFrom(std::getenv("HEIGHT"));
-  if (width != 0 && height != 0) {
-    ApplicationWindow::setApplicationSize(width, height, rotation);
+  const char* const widthText = std::getenv("WIDTH");
+  const char* const heightText = std::getenv("HEIGHT");
+  const auto width = sideFrom(widthText);
+  const auto height = sideFrom(heightText);
+  const IntSize size{width.value_or(0), height.value_or(0)};
+  if (!width || !height || displayable(size) != size) {
+    logAlways(LogError,
+              "WIDTH=%.20s and HEIGHT=%.20s are no size of a window; it gets the usual one.",
+              widthText ? widthText : "", heightText ? heightText : "");
+  } else if (size.width != 0 && size.height != 0) {
+    ApplicationWindow::setApplicationSize(size.width, size.height, rotation);
   }
   return Settings::instance().applicationSize();
 }
@@ -115,8 +134,8 @@ void ApplicationWindow::setApplicationSize(int width, int height, int rotation) 
 }
 
 void ApplicationWindow::resize(int width, int height, int rotation) {
-  setApplicationSize(width, height, rotation);
-  const IntRect rect{0, 0, width, height};
+  const IntRect rect = displayable(IntRect{0, 0, width, height});
+  setApplicationSize(rect.width, rect.height, rotation);
   setWindowRectangle(rect);
   setViewportRectangle(rect);
   setOrientation(rotation);

@@ -2,6 +2,7 @@
 #include "ChildWebViewMain.h"
 
 #include "EngineStart.h"
+#include "ipc/CookieExchange.h"
 #include "ipc/IPCReceiverHandler.h"
 #include "ipc/ProcessMessages.h"
 #include "platform/ErrorReport.h"
@@ -64,6 +65,7 @@ void outliveNoParent(void* process) {
   }
   std::this_thread::sleep_for(timeToEnd);
   logAlways(LogError, "The main process has ended, and this one does not; it is killed.");
+  logAlways(LogError, "Exit %s: %d", Tessel::Platform::processName(), 128 + SIGKILL);
   ::kill(0, SIGKILL);
 }
 
@@ -92,6 +94,7 @@ class WindowConnection final : public Tessel::Platform::ChannelOwner {
   explicit WindowConnection(pid_t parent) : parent_(parent) {}
 
   bool knows(pid_t pid) const override { return pid == parent_; }
+  bool expects(pid_t) const override { return false; }
   void greet(pid_t, const ReceivedMessage&) override {}
   void connected(pid_t, ChannelSocket socket) override {
     if (std::exchange(taken_, true)) return;
@@ -171,7 +174,9 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int
   auto system = RemoteWindowSystem::create(std::move(windowConnection));
   if (!system) giveUp(noDisplay);
   WindowSystem::install(std::move(system));
-  startEngine(concat(settings.applicationSandbox(), "-", String::fromUnsignedInteger(groupId)));
+  startEngine(concat(settings.applicationSandbox(), "-", String::fromUnsignedInteger(groupId)),
+              false);
+  shareCookiesWithParent(mainConnection);
 
   const int status = client->run();
   client->removeMessageHandler(&handler);

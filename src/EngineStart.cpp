@@ -3,19 +3,24 @@
 
 #include "engine/webkit/WebKitEngine.h"
 #include "platform/Log.h"
+#include "platform/Process.h"
 
+#include <glib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 
 const char* const noDisplay =
     "There is no display to open a window on. Set DISPLAY to an X server that this user may use, "
     "or start the program with ./run, which brings one of its own.";
 
 void giveUp(const std::string& problem) {
-  Tessel::Platform::logAlways(Tessel::Platform::LogError, "%s", problem.c_str());
+  using namespace Tessel::Platform;
+  logAlways(LogError, "%s", problem.c_str());
+  logAlways(LogError, "Exit %s: %d", processName(), EXIT_FAILURE);
   std::exit(EXIT_FAILURE);
 }
 
@@ -55,15 +60,37 @@ std::string folderFor(const char* variable, const char* besideExecutable, const 
   return installed;
 }
 
+// The folder of the application below that of the program: the bundled chrome's is that itself.
+// What follows the path of an address are arguments.
+std::string applicationFolder() {
+  const char* chrome = std::getenv("CHROME_URL");
+  if (!chrome || !*chrome) return "";
+  const std::string address(chrome, std::strcspn(chrome, "?#"));
+  const auto scheme = address.find("://");
+  std::string name = scheme == std::string::npos ? address : address.substr(scheme + 3);
+  std::erase_if(name, [](unsigned char c) { return !g_ascii_isalnum(c) && c != '.' && c != '-'; });
+  constexpr std::size_t longestName = 40;
+  constexpr std::size_t digits = 16;  // addresses whose names are alike differ in these
+  gchar* const sum = g_compute_checksum_for_string(G_CHECKSUM_SHA256, address.c_str(), -1);
+  std::string folder =
+      "applications/" + name.substr(0, longestName) + "-" + std::string(sum, digits) + "/";
+  g_free(sum);
+  return folder;
+}
+
 }  // namespace
 
-void startEngine(const Tessel::Platform::String& dataName) {
+std::string localRoot() {
+  return folderFor("TESSEL_LOCAL_ROOT", "share", PAGEHOST_DATA_FOLDER);
+}
+
+void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies) {
   std::string problem;
   // Pages outlive every scope of ours, so the engine does as well.
   static WebKitEngine* engine =
       WebKitEngine::create(
-          {folderFor("PAGEHOST_MODULE_PATH", "modules", PAGEHOST_MODULE_FOLDER),
-           folderFor("TESSEL_LOCAL_ROOT", "share", PAGEHOST_DATA_FOLDER), dataName.toStdString()},
+          {folderFor("PAGEHOST_MODULE_PATH", "modules", PAGEHOST_MODULE_FOLDER), localRoot(),
+           applicationFolder() + dataName.toStdString(), keepsCookies},
           problem)
           .release();
   if (!engine) giveUp(problem);

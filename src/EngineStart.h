@@ -20,6 +20,11 @@ void keepBusAway();
 // starts.
 void prepareInspector();
 
-// Starts the engine, with what pages leave behind in the folder of that name; the toolkit must be
-// running. Gives up when it cannot be.
-void startEngine(const Tessel::Platform::String& dataName);
+// The folder that local: addresses are files of.
+std::string localRoot();
+
+// Starts the engine, with what pages leave behind in the folder of that name, which each
+// application has for itself: it is the address of its chrome that tells one from another. Whether
+// cookies are kept there, see WebKitEngine::Places. The toolkit must be running. Gives up when it
+// cannot be.
+void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies);

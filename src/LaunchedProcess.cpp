@@ -11,16 +11,20 @@
 
 #include <fcntl.h>
 #include <fontconfig/fontconfig.h>
-#include <grp.h>
+#include <pwd.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 extern const char* __progname;
@@ -82,8 +86,8 @@ std::size_t takeGroups(const LauncherRequest& request, const char* groups, std::
   if (size >= unread) refuse(invalidRequest, "the supplementary groups are not all there");
   std::vector<gid_t> list(count);
   if (count > 0) std::memcpy(list.data(), groups, size);
-  if (::setgroups(count, list.data()) != 0) {
-    refuse(EXIT_FAILURE, "the supplementary groups cannot be set", errno);
+  if (const int error = Tessel::Platform::switchGroups(list); error != 0) {
+    refuse(EXIT_FAILURE, "the supplementary groups cannot be set", error);
   }
   return size;
 }
@@ -127,6 +131,51 @@ std::vector<char*> readArguments(const LauncherRequest& request, Strings& string
   return arguments;
 }
 
+// What an application gets of the server's environment where the request says nothing: how this
+// program is set up on this machine. The rest is the server's own.
+bool isInherited(std::string_view variable) {
+  constexpr std::array names{"PATH",
+                             "LANG",
+                             "LANGUAGE",
+                             "TZ",
+                             "DISPLAY",
+                             "WIDTH",
+                             "HEIGHT",
+                             "ROTATION",
+                             "CONSOLE_MODE",
+                             "CHROME_URL",
+                             "SOCK_SO_BINDTODEVICE",
+                             "WEBKIT_DISABLE_DMABUF_RENDERER"};
+  constexpr std::array prefixes{"LC_", "TESSEL_", "PAGEHOST_"};
+  const std::string_view name = variable.substr(0, variable.find('='));
+  return std::find(names.begin(), names.end(), name) != names.end() ||
+         std::any_of(prefixes.begin(), prefixes.end(),
+                     [&](std::string_view prefix) { return name.starts_with(prefix); });
+}
+
+void forgetServersEnvironment() {
+  std::vector<std::pair<std::string, std::string>> kept;
+  for (char** variable = environ; variable && *variable; ++variable) {
+    const std::string_view text = *variable;
+    const std::size_t equals = text.find('=');
+    if (isInherited(text) && equals != std::string_view::npos) {
+      kept.emplace_back(text.substr(0, equals), text.substr(equals + 1));
+    } else {
+      // It would stay in the process's memory, where /proc shows it.
+      ::explicit_bzero(*variable, text.size());
+    }
+  }
+  ::clearenv();
+  for (const auto& [name, value] : kept) ::setenv(name.c_str(), value.c_str(), 1);
+  ::setenv("PATH", "/usr/local/bin:/usr/bin:/bin", 0);
+}
+
+// A request need not say where its user is at home.
+void completeEnvironment() {
+  const passwd* const user = std::getenv("HOME") ? nullptr : ::getpwuid(::getuid());
+  if (user) ::setenv("HOME", user->pw_dir, 1);
+}
+
 void readEnvironment(const LauncherRequest& request, Strings& strings) {
   for (int i = 0; i < request.envc; ++i) {
     char* const variable = strings.next();
@@ -135,6 +184,7 @@ void readEnvironment(const LauncherRequest& request, Strings& strings) {
     *value = '\0';
     ::setenv(variable, value + 1, 1);
   }
+  completeEnvironment();
 }
 
 void enterWorkingDirectory(const LauncherRequest& request, Strings& strings) {
@@ -197,12 +247,20 @@ void runLaunchedProcess(char* data, std::size_t size, bool restricted,
   const std::size_t unread = size - sizeof request;
 
   ::setpgrp();
+  // Of the server's there is none left; of a library's there should be none.
+  ::close_range(STDERR_FILENO + 1, std::numeric_limits<unsigned int>::max(), 0);
+  // Set-user-id programs and file capabilities have no effect in an application and below it.
+  if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) {
+    refuse(EXIT_FAILURE, "no-new-privileges cannot be set", errno);
+  }
   takePriority(request.priority);
   const std::size_t groupsSize = takeGroups(request, rest, unread);
   takeUser(request);
   if (restricted) giveUpAbilities();
 
   Strings strings(rest + groupsSize, unread - groupsSize);
+  // Before the process's name is shown, which may move what is there.
+  forgetServersEnvironment();
   // The application keeps it for good.
   static std::vector<char*> arguments;
   arguments = readArguments(request, strings);

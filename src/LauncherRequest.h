@@ -1,11 +1,23 @@
 // What a launch request holds, for the server that reads it and for who asks. Any thread.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 // The path that the launcher server serves, and its command.
 constexpr const char* launcherPath = "/dev/webkit";
 constexpr std::uint32_t launchCommand = 0xc0040502;
+// Asks how a process that was launched has ended: its id in 32 bits, answered with a LaunchEnd.
+// ESRCH for a process that is none of the server's, or one of its ends before the last
+// rememberedEnds.
+constexpr std::uint32_t launchEndCommand = 0xc0080503;
+constexpr std::size_t rememberedEnds = 1024;
+
+struct LaunchEnd {
+  std::int32_t ended;   // 0: it still runs, 1: it has ended
+  std::int32_t status;  // as wait(2) tells it
+};
+static_assert(sizeof(LaunchEnd) == 8);
 
 // What the server queues to the first requester when a child has ended; its value is the child's
 // process id.

@@ -10,28 +10,45 @@
 
 #include <fcntl.h>
 #include <grp.h>
+#include <sys/eventfd.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
+#include <limits>
 #include <memory>
 #include <new>
+#include <set>
+#include <string>
+#include <utility>
 
 namespace {
 
 using namespace Tessel::Platform;
 
-volatile std::sig_atomic_t notifyPid = -1;
-// The same process: by its number a signal could reach a stranger who got it later.
-volatile std::sig_atomic_t notifyProcess = -1;
+// The first requester, and the same process in a way that its number cannot pass on to a stranger.
+pid_t notifyPid = -1;
+UniqueFd notifyProcess;
+
+// Written by the signal handler, read by the loop: children have ended.
+UniqueFd childEnds;
+
+// The processes that were launched, and how they ended: of ended ones, the last so many.
+struct Launched {
+  std::set<pid_t> running;
+  std::deque<std::pair<pid_t, int>> ended;
+};
+Launched launched;
 
 // The request of a child, which keeps it for good.
 std::unique_ptr<char[]> requestData;
@@ -43,33 +60,93 @@ bool done = false;
   std::exit(EXIT_FAILURE);
 }
 
-// Runs as a signal handler. Signals of children that end together may be one, and one child is
-// reaped for it; the next signal then reaps an earlier one.
+// Runs as a signal handler, on any thread of the process: the engine's allocator has one. Reaping
+// is the loop's, which is not forking then: a process that forkUndisturbed() takes back is
+// nobody's.
 void onChildEnded(int) {
   const int before = errno;
-  int status = 0;
-  const pid_t child = ::wait3(&status, WNOHANG, nullptr);
-  if (child > 0 && notifyPid != -1 && notifyProcess >= 0) {
-    siginfo_t info{};
-    info.si_signo = childEndedSignal;
-    info.si_code = SI_QUEUE;
-    info.si_pid = ::getpid();
-    info.si_uid = ::getuid();
-    info.si_value.sival_int = child;
-    ::syscall(SYS_pidfd_send_signal, static_cast<int>(notifyProcess), childEndedSignal, &info, 0);
-  }
+  ::eventfd_write(childEnds.get(), 1);
   errno = before;
 }
 
+void tellNotified(pid_t child) {
+  if (!notifyProcess) return;
+  siginfo_t info{};
+  info.si_signo = childEndedSignal;
+  info.si_code = SI_QUEUE;
+  info.si_pid = ::getpid();
+  info.si_uid = ::getuid();
+  info.si_value.sival_int = child;
+  ::syscall(SYS_pidfd_send_signal, notifyProcess.get(), childEndedSignal, &info, 0);
+}
+
+void logEnd(pid_t child, int status) {
+  if (WIFSIGNALED(status)) {
+    logAlways(LogNotice, "Process %d was ended by signal %d", static_cast<int>(child),
+              WTERMSIG(status));
+  } else {
+    logAlways(LogNotice, "Process %d ended with status %d", static_cast<int>(child),
+              WEXITSTATUS(status));
+  }
+}
+
+void reapChildren() {
+  eventfd_t ignored = 0;
+  ::eventfd_read(childEnds.get(), &ignored);
+  int status = 0;
+  for (pid_t child = 0; (child = ::wait3(&status, WNOHANG, nullptr)) > 0;) {
+    logEnd(child, status);
+    launched.running.erase(child);
+    launched.ended.emplace_back(child, status);
+    if (launched.ended.size() > rememberedEnds) launched.ended.pop_front();
+    tellNotified(child);
+  }
+}
+
 void becomeNotified(pid_t client) {
-  notifyProcess = static_cast<int>(::syscall(SYS_pidfd_open, client, 0));
-  if (notifyProcess >= 0) ::fcntl(notifyProcess, F_SETFD, FD_CLOEXEC);
+  notifyProcess.reset(static_cast<int>(::syscall(SYS_pidfd_open, client, 0)));
   notifyPid = client;
+}
+
+int handleEndQuery(const DeviceMessage& message) {
+  std::int32_t pid = 0;
+  if (message.arrivedSize < sizeof pid) return EINVAL;
+  std::memcpy(&pid, message.data, sizeof pid);
+  reapChildren();  // whoever has seen it end is told how
+  LaunchEnd answer{};
+  if (!launched.running.contains(pid)) {
+    const auto found = std::find_if(launched.ended.rbegin(), launched.ended.rend(),
+                                    [pid](const auto& end) { return end.first == pid; });
+    if (found == launched.ended.rend()) return ESRCH;
+    answer = {1, found->second};
+  }
+  message.context->reply(0, &answer, sizeof answer);
+  return noReply;
+}
+
+// The name as far as it is one: what comes after it is not for the log.
+std::string requestedName(const DeviceMessage& message, std::int32_t groups) {
+  constexpr std::size_t longest = 64;
+  const auto* const text = reinterpret_cast<const char*>(message.data);
+  const std::size_t start =
+      sizeof(LauncherRequest) + sizeof(gid_t) * static_cast<std::size_t>(std::max(groups, 0));
+  if (start >= message.declaredSize) return {};
+  return {text + start, ::strnlen(text + start, std::min(longest, message.declaredSize - start))};
+}
+
+void noteLaunch(pid_t child, const DeviceMessage& message, const OpenContext& open) {
+  launched.running.insert(child);
+  LauncherRequest request{};
+  std::memcpy(&request, message.data, sizeof request);
+  logAlways(LogNotice, "Process %d, \"%s\", is launched for user %d: process %d of user %u asks",
+            static_cast<int>(child), requestedName(message, request.ngroups).c_str(), request.uid,
+            static_cast<int>(iofunc_client_info(open).pid), iofunc_client_info(open).uid);
 }
 
 // In the child: what the handler leaves for after the dispatch loop.
 int takeRequest(const DeviceMessage& message) {
   std::signal(SIGCHLD, SIG_DFL);
+  launched = {};  // other users' processes
   requestSize = message.declaredSize;
   requestData.reset(new (std::nothrow) char[requestSize]);
   if (!requestData) std::exit(-1);
@@ -82,6 +159,7 @@ int takeRequest(const DeviceMessage& message) {
 int handleDeviceControl(const DeviceMessage& message, OpenContext& open) {
   const int status = iofunc_devctl_default(message, open);
   if (status != handledElsewhere) return status;
+  if (message.command == launchEndCommand && message.offset == 0) return handleEndQuery(message);
   if (!open.canWrite()) return EBADF;
   if (notifyPid == -1) becomeNotified(iofunc_client_info(open).pid);
   if (message.command != launchCommand || message.arrivedSize < sizeof(LauncherRequest) ||
@@ -92,12 +170,15 @@ int handleDeviceControl(const DeviceMessage& message, OpenContext& open) {
   const pid_t child = Tessel::Platform::forkUndisturbed();
   if (child < 0) return errno;
   if (child == 0) return takeRequest(message);
+  noteLaunch(child, message, open);
   const std::int32_t answer = child;
   message.context->reply(0, &answer, sizeof answer);
   return noReply;
 }
 
 void installChildEndHandler() {
+  childEnds.reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  if (!childEnds) giveUp("The ends of processes cannot be told", errno);
   struct sigaction action {};
   action.sa_handler = onChildEnded;
   action.sa_flags = SA_RESTART | SA_NOCLDSTOP;
@@ -111,6 +192,11 @@ void openStandardStreams() {
     if (::fcntl(stream, F_GETFD) < 0)
       ::open("/dev/null", stream == STDIN_FILENO ? O_RDONLY : O_WRONLY);
   }
+}
+
+// Whoever started the server may have left it something that is not for its children.
+void closeInherited() {
+  ::close_range(STDERR_FILENO + 1, std::numeric_limits<unsigned int>::max(), 0);
 }
 
 bool isRestricted(const LauncherConfiguration& configuration) {
@@ -147,9 +233,10 @@ void giveUpRights(const LauncherConfiguration& configuration) {
 
 void launcherServerMain(ApplicationMain application, const LauncherConfiguration& configuration) {
   openStandardStreams();
+  closeInherited();
   installChildEndHandler();
   std::unique_ptr<Dispatch> dispatch = dispatch_create();
-  if (!dispatch) {
+  if (!dispatch || !dispatch->watchAlso(childEnds.get(), reapChildren)) {
     const int error = errno;
     std::fputs("dispatch_create failed\n", stderr);
     giveUp("Nothing can be served", error);
@@ -178,6 +265,7 @@ void launcherServerMain(ApplicationMain application, const LauncherConfiguration
   context.reset();
   resmgr_detach(*dispatch);
   dispatch.reset();
-  if (notifyProcess >= 0) ::close(notifyProcess);
+  notifyProcess.reset();
+  childEnds.reset();
   runLaunchedProcess(requestData.get(), requestSize, isRestricted(configuration), application);
 }

@@ -4,20 +4,24 @@
 #include "ApplicationWindow.h"
 #include "ChildWebViewMain.h"
 #include "ChildWindows.h"
+#include "ChromeCapabilities.h"
 #include "EngineStart.h"
 #include "NavigatorServices.h"
 #include "bindings/ApplicationBinding.h"
+#include "bindings/CapabilitiesBinding.h"
 #include "bindings/InvocationBinding.h"
 #include "bindings/PPSBinding.h"
 #include "bindings/RememberedBinding.h"
 #include "bindings/WindowAnimations.h"
 #include "engine/webkit/EngineInspector.h"
 #include "ipc/ChildLauncher.h"
+#include "ipc/CookieExchange.h"
 #include "platform/Crash.h"
 #include "platform/ErrorReport.h"
 #include "platform/Log.h"
 #include "platform/Settings.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
+#include "platform/graphics/gtk/ToolkitEnds.h"
 #include "platform/http/MongooseHttpServer.h"
 #include "platform/messages/MessageClient.h"
 #include "platform/navigator/NavigatorHandler.h"
@@ -46,9 +50,20 @@ namespace {
 constexpr const char* pluginDirectory = "/usr/lib/vireo/plugins/";
 constexpr const char* defaultChromeUrl = "local:///chrome/index.html";
 
+// How often dialogs are looked for once the program is to end, in milliseconds.
+constexpr unsigned int dismissInterval = 100;
+
 // Ends as if the window had been closed. Only once: the next signal ends a program whose pages do
-// not.
+// not. Whoever waits for an answer of a person in a dialog of the toolkit waits no more, and
+// neither does who asks then.
 gboolean onEndSignal(gpointer) {
+  g_timeout_add(
+      dismissInterval,
+      [](gpointer) -> gboolean {
+        Tessel::Platform::Graphics::dismissDialogs();
+        return G_SOURCE_CONTINUE;
+      },
+      nullptr);
   ApplicationWindow::instance().close();
   return G_SOURCE_REMOVE;
 }
@@ -77,7 +92,8 @@ void pagehost_main(int argc, char** argv) {
   auto windows = GtkWindowSystem::create();
   if (!windows) giveUp(noDisplay);
   WindowSystem::install(std::move(windows));
-  startEngine(settings.applicationSandbox());
+  startEngine(settings.applicationSandbox(), true);
+  shareCookiesWithChildren();
   MongooseHttpServer::instance()->setFrontEnd(EngineInspector::frontEndResources);
 
   ApplicationWindow& window = ApplicationWindow::instance();
@@ -106,9 +122,13 @@ void pagehost_main(int argc, char** argv) {
   const ApplicationBinding application(root, setKeyboardFocus);
   const InvocationBinding invocation(root);
   registerRememberedFunctions();
+  registerCapabilityFunctions();
   PPSBinding::instance();
   WindowAnimations::instance();
   std::optional<NavigatorServices> services(window);
+
+  // No page has run yet: the loop does.
+  root->setCapabilities(chromeCapabilities(chromeUrl ? chromeUrl : defaultChromeUrl));
 
   for (const int signal : {SIGTERM, SIGINT}) g_unix_signal_add(signal, onEndSignal, nullptr);
   const int status = client->run();

@@ -18,6 +18,7 @@
 #include <cstdio>
 #include <utility>
 
+using Tessel::Platform::concat;
 using Tessel::Platform::GuardedPin;
 using Tessel::Platform::LocaleHandler;
 using Tessel::Platform::logAlways;
@@ -66,6 +67,7 @@ void WebView::setArguments(int count, char** arguments) {
 
 void WebView::enableNativeBindings(bool enabled) {
   nativeBindingsEnabled_ = enabled;
+  bindOrvJavaScriptObject(enabled, capabilities_.origins());
   enableOrvJavaScriptObject(true);
   setWebEventEnabled(OrvWebEvent::JavaScriptCallback, true);
 }
@@ -202,12 +204,31 @@ void WebView::log(const String& text) {
   logAlways(LogNotice, "%s", text.utf8());
 }
 
+void WebView::setCapabilities(Capabilities capabilities) {
+  capabilities_ = std::move(capabilities);
+  bindOrvJavaScriptObject(nativeBindingsEnabled_, capabilities_.origins());
+}
+
+void WebView::callNativeFunction(OrvWebJavaScriptCallbackEvent& call) {
+  if (capabilities_.allow(call)) return BindingManager::instance().dispatch(&call);
+  const String refusal = concat("Native function: \"", call.args()[0], "\" may not be called by \"",
+                                call.callerOrigin(), "\".");
+  logAlways(LogNotice, "%s", refusal.utf8());
+  WebViewManager::instance().informChromeOfError(refusal);
+}
+
+void WebView::navigationRefused(const String& url) {
+  WebViewManager::instance().informChromeOfError(
+      concat("WebView: ", String::fromUnsignedInteger(handle_), " does not go to \"", url,
+             "\": it has native functions, and the program has not loaded that."));
+}
+
 void WebView::handleWebEvent(OrvWebEvent* event) {
   // The chrome may delete this web view while it answers.
   const GuardedPin<WebView> pin(this);
   WebViewManager& manager = WebViewManager::instance();
   if (nativeBindingsEnabled_ && event->type() == OrvWebEvent::JavaScriptCallback) {
-    BindingManager::instance().dispatch(static_cast<OrvWebJavaScriptCallbackEvent*>(event));
+    callNativeFunction(*static_cast<OrvWebJavaScriptCallbackEvent*>(event));
   } else if (manager.rootWebView()) {
     forwardWebEvent(*this, *event, *this);
   }

@@ -2,6 +2,7 @@
 // page that may call native functions, to the binding registry. UI thread.
 #pragma once
 
+#include "bindings/Capabilities.h"
 #include "engine/OrvWebView.h"
 #include "platform/GuardedPointer.h"
 #include "platform/graphics/Window.h"
@@ -32,6 +33,9 @@ class WebView : public OrvWebView,
   // Whether calls of native functions go to the registry or, as events, to the chrome. Either way
   // the page can make them from now on.
   void enableNativeBindings(bool enabled);
+  // Which origins may call which of them: those that the page shows because the program has loaded
+  // them, and those that are named.
+  void setCapabilities(Capabilities capabilities);
 
   // The members of a JSON object become extra headers of all requests. A number, true, false and
   // null count as their JSON; a list or an object is left out, and so is what no header can be. Of
@@ -77,11 +81,14 @@ class WebView : public OrvWebView,
   void handleWebEvent(OrvWebEvent* event) override;
 
  private:
+  void callNativeFunction(OrvWebJavaScriptCallbackEvent& call);
+  void navigationRefused(const String& url) override;
   void post(const String& name, const String& data) override;
   String send(const String& name, const String& data) override;
 
   const unsigned int handle_;
   bool nativeBindingsEnabled_ = false;
+  Capabilities capabilities_;
   String arguments_;
   const String windowGroup_;
   Tessel::Platform::Graphics::Window* fadeWindow_ = nullptr;

@@ -102,6 +102,10 @@ WebViewManager::~WebViewManager() = default;
 
 WebViewManager::WebViewHandle WebViewManager::createWebView(const std::string& windowGroup,
                                                             int processGroup) {
+  if (shuttingDown_) {
+    informChromeOfError("No web view is created: the application ends.");
+    return 0;
+  }
   const WebViewHandle handle = ++lastHandle_;
   const int rotation = Screen::primaryScreen().rotation();
   if (processGroup != inThisProcess) {
@@ -140,6 +144,7 @@ bool WebViewManager::createRemoteWebView(WebViewHandle handle, const std::string
     // The chrome, served while the child was started, may have made a group of that id meanwhile.
     groups_.emplace(id, group);
     addRemoteWebView(remote);
+    if (shuttingDown_) destroyWebView(handle);  // the chrome has ended the program meanwhile
   } else if (isNew) {
     deleteGuardedObject(group);
     return false;
@@ -162,6 +167,10 @@ bool WebViewManager::addWebView(WebViewHandle handle, std::unique_ptr<WebView> w
 
 void WebViewManager::createInProcessWebView(WebViewHandle handle, const String& windowGroup,
                                             int rotation) {
+  if (shuttingDown_) {
+    created_.erase(handle);
+    return;
+  }
   auto* webView = new WebView(handle, windowGroup);
   webViews_.emplace(handle, webView);
   handles_.emplace(webView, handle);
@@ -206,10 +215,14 @@ bool WebViewManager::noWebViews() const {
 }
 
 void WebViewManager::endLoopIfEmpty() {
-  if (noWebViews()) MainMessageClient::instance()->exit(0);
+  if (!noWebViews()) return;
+  shuttingDown_ = false;
+  MainMessageClient::instance()->exit(0);
 }
 
 void WebViewManager::shutdown() {
+  // Nothing would end what is made from now on, or what was asked for and is not made yet.
+  shuttingDown_ = true;
   // Ending a web view may delete others.
   const auto webViews = webViews_;
   for (const auto& [handle, webView] : webViews) {
@@ -228,6 +241,19 @@ void WebViewManager::setEnvInGroups(const String& name, const String& value) {
   for (const auto& [id, group] : groups_) {
     group->sendMessage(std::make_unique<SetEnvMessage>(name, value));
   }
+}
+
+bool WebViewManager::setCapabilities(WebViewHandle handle, const String& text) {
+  std::string problem;
+  const auto capabilities = Capabilities::read(text.toStdString(), problem);
+  if (WebView* webView = webViewForHandle(handle); webView && capabilities) {
+    webView->setCapabilities(*capabilities);
+    return true;
+  }
+  const IPCSenderWebView* remote = remoteWebViewForHandle(handle);
+  if (!remote || !remote->group()) return false;
+  remote->group()->sendMessage(std::make_unique<SetCapabilitiesMessage>(handle, text));
+  return true;
 }
 
 void WebViewManager::remoteWebViewCrashed(WebViewHandle handle) {

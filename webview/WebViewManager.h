@@ -42,7 +42,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
 
   // The first web view of a process is there when this returns; others of this process come into
   // being on a later turn of the main loop, when whoever asked for them has returned. 0 when a
-  // new child process could not be had.
+  // new child process could not be had, and while the application ends.
   WebViewHandle createWebView(const std::string& windowGroup, int processGroup);
   // Asked for by no one, gone when this returns, but for those who have it pinned.
   void destroyWebView(WebViewHandle handle);
@@ -59,6 +59,9 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   bool addWebView(WebViewHandle handle, std::unique_ptr<WebView> webView, int rotation);
   // The process of a web view has gone: the chrome is told, and the web view is no more.
   void remoteWebViewCrashed(WebViewHandle handle);
+  // What origins may call in a web view, in the form of Capabilities::read. False when there is no
+  // such web view.
+  bool setCapabilities(WebViewHandle handle, const String& text);
   // Sets an environment variable in every child process.
   void setEnvInGroups(const String& name, const String& value);
   WebViewHandle handleForWebView(const WebView* webView) const;
@@ -104,6 +107,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   std::map<WebViewHandle, bool> created_;
   std::map<int, IPCSenderGroup*> groups_;  // owned; only those that live
   std::map<const WebView*, WebViewHandle> handles_;
+  bool shuttingDown_ = false;  // until the loop ends
   std::set<WebViewHandle> closing_;
   std::function<void(const String&)> forward_;
   const std::unique_ptr<WebInspectorClient> inspector_;

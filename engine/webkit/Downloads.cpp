@@ -7,6 +7,7 @@
 #include <glib/gstdio.h>
 
 #include <algorithm>
+#include <filesystem>
 
 using Tessel::Platform::String;
 
@@ -22,10 +23,23 @@ OrvWebDownloadResult resultOf(const GError* error) {
   return OrvWebDownloadResult::ResultNetworkError;
 }
 
+// The user's folder for downloads, made if need be. Never the home folder itself, where a page's
+// file could be one that a shell or another program reads at its start: users without a folder for
+// downloads name that one.
 std::string downloadFolder() {
-  if (const char* configured = g_get_user_special_dir(G_USER_DIRECTORY_DOWNLOAD)) return configured;
-  const std::string usual = std::string(g_get_home_dir()) + "/Downloads";
-  return g_file_test(usual.c_str(), G_FILE_TEST_IS_DIR) ? usual : g_get_home_dir();
+  const std::string home = g_get_home_dir();
+  const char* const configured = g_get_user_special_dir(G_USER_DIRECTORY_DOWNLOAD);
+  const auto plain = [](const std::string& path) {
+    // "a/" is "a".
+    return (std::filesystem::path(path) / "").lexically_normal();
+  };
+  const bool isUsable = configured && plain(configured) != plain(home);
+  std::string folder = isUsable ? configured : home + "/Downloads";
+  if (g_mkdir_with_parents(folder.c_str(), 0700) != 0) {
+    folder = std::string(g_get_user_data_dir()) + "/pagehost/downloads";
+    g_mkdir_with_parents(folder.c_str(), 0700);
+  }
+  return folder;
 }
 
 // A whole path is taken as it is. A name goes where the user keeps downloads, with a number before

@@ -132,9 +132,9 @@ bool isFailedStatus(guint status) {
   return status >= 400;
 }
 
-String originOf(WebKitWebView* view) {
-  const char* uri = webkit_web_view_get_uri(view);
-  WebKitSecurityOrigin* origin = uri ? webkit_security_origin_new_for_uri(uri) : nullptr;
+String originOf(const String& url) {
+  WebKitSecurityOrigin* origin =
+      url.isEmpty() ? nullptr : webkit_security_origin_new_for_uri(url.utf8());
   if (!origin) return String();
   gchar* text = webkit_security_origin_to_string(origin);
   String result(text);

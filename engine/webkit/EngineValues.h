@@ -35,4 +35,4 @@ guint statusOf(WebKitWebView* view);
 bool isFailedStatus(guint status);
 
 // As "https://example.org"; empty for a view that shows nothing.
-Tessel::Platform::String originOf(WebKitWebView* view);
+Tessel::Platform::String originOf(const Tessel::Platform::String& url);

@@ -82,7 +82,17 @@ void respondMissing(WebKitURISchemeRequest* request, const char* reason) {
   g_object_unref(body);
 }
 
+// The engine keeps pages of other schemes away but for one way: a request that a page waits for.
+// That says where it comes from; what the program loads, and what is read within the scheme, does
+// not, or names the scheme.
+bool isForeign(WebKitURISchemeRequest* request) {
+  SoupMessageHeaders* headers = webkit_uri_scheme_request_get_http_headers(request);
+  const char* origin = headers ? soup_message_headers_get_one(headers, "Origin") : nullptr;
+  return origin && !g_str_has_prefix(origin, "local:");
+}
+
 void onRequest(WebKitURISchemeRequest* request, gpointer root) {
+  if (isForeign(request)) return respondMissing(request, "It is not for pages of other origins.");
   const std::string_view path = pathOf(webkit_uri_scheme_request_get_uri(request));
   UniqueFd file = openBelow(*static_cast<const std::string*>(root), path);
   struct stat status {};
@@ -164,9 +174,12 @@ UniqueFd openBelow(const std::string& root, std::string_view encodedPath) {
 }
 
 void serveLocalScheme(WebKitWebContext* context, const std::string& root) {
-  // No entry in the security manager: as a plain scheme, modules, fetch, workers, storage and
-  // relative addresses work between local files; registered as local, the first three do not.
+  // Not as a local scheme in the engine's sense: as a plain one, modules, fetch, workers, storage
+  // and relative addresses work between local files; registered as local, the first three do not.
   webkit_web_context_register_uri_scheme(
       context, "local", onRequest, new std::string(root),
       [](gpointer text) { delete static_cast<std::string*>(text); });
+  // Neither frames and scripts of other pages nor their links lead here.
+  webkit_security_manager_register_uri_scheme_as_display_isolated(
+      webkit_web_context_get_security_manager(context), "local");
 }

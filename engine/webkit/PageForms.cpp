@@ -97,7 +97,7 @@ void PageForms::loginForm(const Details& details) {
   const String origin = details[0].stringValue();
   // A document may speak before the engine has said that it is there; what it says of itself is
   // not enough to give it a password.
-  if (origin != originOf(view_)) {
+  if (origin != originOf(page_.shownAddress())) {
     waitingOrigin_ = origin;
     return;
   }
@@ -114,15 +114,16 @@ void PageForms::fillLogin(const String& origin, const String& username) {
 
 void PageForms::loginSent(const Details& details) {
   const String origin = details[0].stringValue();
-  if (!savesLogins() || !isOfServer(origin) || origin != originOf(view_)) return;
+  if (!savesLogins() || !isOfServer(origin) || origin != originOf(page_.shownAddress())) return;
   page_.offerToSave({origin, details[1].stringValue(), details[2].stringValue()});
 }
 
-void PageForms::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, PageForms* self) {
+void PageForms::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, PageForms* self) {
   if (event != WEBKIT_LOAD_COMMITTED) return;
   const auto page = self->page_.shared_from_this();
   const String waiting = std::exchange(self->waitingOrigin_, String());
-  if (page->client() && self->savesLogins() && !waiting.isEmpty() && waiting == originOf(view)) {
+  if (page->client() && self->savesLogins() && !waiting.isEmpty() &&
+      waiting == originOf(page->shownAddress())) {
     self->fillLogin(waiting, String());
   }
   self->endOffer();

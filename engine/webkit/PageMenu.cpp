@@ -130,7 +130,7 @@ void PageMenu::run(Item item) {
       edit(WEBKIT_EDITING_COMMAND_SELECT_ALL);
       return edit("Delete");
     case Item::OpenLink:
-      if (link) page->load(link);
+      if (link) page->loadAgain(link);
       return;
     case Item::SaveLinkAs:
       if (link) page->download(link, String());
@@ -138,7 +138,7 @@ void PageMenu::run(Item item) {
     case Item::CopyLink:
       return copy(link);
     case Item::ViewImage:
-      if (image) page->load(image);
+      if (image) page->loadAgain(image);
       return;
     case Item::SaveImage:
       if (image) page->download(image, String());

@@ -40,6 +40,7 @@ bool isKnownScheme(const char* scheme) {
 
 PageNavigation::PageNavigation(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
   g_signal_connect(view_, "decide-policy", G_CALLBACK(onDecide), this);
+  g_signal_connect(view_, "resource-load-started", G_CALLBACK(onResource), this);
 }
 
 PageNavigation::~PageNavigation() {
@@ -91,7 +92,7 @@ bool PageNavigation::decideUnknownScheme(const char* uri, WebKitPolicyDecision* 
   webkit_policy_decision_ignore(decision);
   if (!page_.client() || event.isPreventDefault()) return true;
   if (!event.protocolHandlerURL().isEmpty()) {
-    page_.load(event.protocolHandlerURL());
+    page_.loadAgain(event.protocolHandlerURL());
     return true;
   }
   OrvWebInvokeRequestEvent invoke;
@@ -100,7 +101,27 @@ bool PageNavigation::decideUnknownScheme(const char* uri, WebKitPolicyDecision* 
   return true;
 }
 
+// The engine does not say of a question before a load whether it is about the page or a frame in
+// it; of the request and of the answer it does.
+void PageNavigation::onResource(WebKitWebView* view, WebKitWebResource* resource,
+                                WebKitURIRequest* request, PageNavigation* self) {
+  if (resource != webkit_web_view_get_main_resource(view)) return;
+  const auto page = self->page_.shared_from_this();
+  const String url(webkit_uri_request_get_uri(request));
+  if (page->mayGo(url, page->loads().requested(url))) return;
+  webkit_web_view_stop_loading(view);
+}
+
 bool PageNavigation::decideResponse(WebKitResponsePolicyDecision* decision) {
+  if (webkit_response_policy_decision_is_main_frame_main_resource(decision)) {
+    const auto page = page_.shared_from_this();
+    const String url(
+        webkit_uri_request_get_uri(webkit_response_policy_decision_get_request(decision)));
+    if (!page->mayGo(url, page->loads().answered(url))) {
+      webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
+      return true;
+    }
+  }
   if (webkit_response_policy_decision_is_mime_type_supported(decision)) return false;
   OrvWebUnsupportedMimeTypeEvent event;
   event.url =

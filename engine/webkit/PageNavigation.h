@@ -25,6 +25,8 @@ class PageNavigation {
  private:
   static gboolean onDecide(WebKitWebView*, WebKitPolicyDecision* decision,
                            WebKitPolicyDecisionType type, PageNavigation* self);
+  static void onResource(WebKitWebView* view, WebKitWebResource* resource,
+                         WebKitURIRequest* request, PageNavigation* self);
   bool decideNavigation(WebKitNavigationAction* action, WebKitPolicyDecision* decision);
   bool decideUnknownScheme(const char* uri, WebKitPolicyDecision* decision);
   bool decideResponse(WebKitResponsePolicyDecision* decision);

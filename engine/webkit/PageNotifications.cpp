@@ -31,7 +31,7 @@ void PageNotifications::forget(WebKitNotification* notification) {
   g_signal_handlers_disconnect_by_data(notification, this);
 }
 
-gboolean PageNotifications::onShow(WebKitWebView* view, WebKitNotification* notification,
+gboolean PageNotifications::onShow(WebKitWebView*, WebKitNotification* notification,
                                    PageNotifications* self) {
   const auto page = self->page_.shared_from_this();
   // The engine's own way to show it is as good as any when nobody else wants to.
@@ -48,7 +48,7 @@ gboolean PageNotifications::onShow(WebKitWebView* view, WebKitNotification* noti
   event.body = String(webkit_notification_get_body(notification));
   event.tag = String(webkit_notification_get_tag(notification));
   gchar* origin =
-      g_uri_resolve_relative(webkit_web_view_get_uri(view), "/", G_URI_FLAGS_NONE, nullptr);
+      g_uri_resolve_relative(page->shownAddress().utf8(), "/", G_URI_FLAGS_NONE, nullptr);
   event.origin = String(origin);
   g_free(origin);
   page->raise(event);

@@ -250,7 +250,7 @@ gboolean PageQuestions::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialo
   if (event.dialogType() == OrvWebDialogType::JavaScriptPrompt) {
     event.result = String(webkit_script_dialog_prompt_get_default_text(dialog));
   }
-  event.url = String(webkit_web_view_get_uri(self->view_));
+  event.url = page->shownAddress();
   event.waitHandle = nextQuestionNumber();
   const Early early = self->ask(*page, event, event.waitHandle());
   if (!page->client()) return TRUE;
@@ -401,7 +401,7 @@ void PageQuestions::offerToSave(const SavedLogin& login) {
 gboolean PageQuestions::onPermission(WebKitWebView*, WebKitPermissionRequest* request,
                                      PageQuestions* self) {
   const auto page = self->page_.shared_from_this();
-  const String origin = originOf(self->view_);
+  const String origin = originOf(page->shownAddress());
   const unsigned int number = nextQuestionNumber();
   auto question = std::make_unique<OpenPermission>(request);
   const auto ask = [&](OrvWebSendEvent& event, PagePermission permission) {
@@ -457,13 +457,13 @@ gboolean PageQuestions::onPermissionState(WebKitWebView*, WebKitPermissionStateQ
     return FALSE;
   }
   auto question = std::make_unique<OpenPermissionState>(query);
-  if (const auto decision =
-          page->client()->decisionFor(PagePermission::Notification, originOf(self->view_))) {
+  if (const auto decision = page->client()->decisionFor(PagePermission::Notification,
+                                                        originOf(page->shownAddress()))) {
     question->answer({true, *decision ? "granted" : "denied", {}, {}});
     return TRUE;
   }
   OrvWebNotificationPermissionCheckEvent event;
-  event.origin = originOf(self->view_);
+  event.origin = originOf(page->shownAddress());
   event.waitHandle = nextQuestionNumber();
   const Early early = self->ask(*page, event, event.waitHandle());
   if (!page->client()) return TRUE;

@@ -169,6 +169,10 @@ String onKeyLeft(WebKitPage& page, const Details&) {
   return {};
 }
 
+String onMayCall(WebKitPage& page, const Details& details) {
+  return page.loads().admits(details.text(0)) ? "1" : "";
+}
+
 String onAlive(WebKitPage& page, const Details&) {
   if (page.parts()) page.parts()->watch.alive();
   return {};
@@ -236,6 +240,7 @@ constexpr std::pair<const char*, Handler> handlers[] = {
     {"isProtocolHandlerRegistered", onProtocolHandler<Handlers::IsRegistered>},
     {"isSearchProviderInstalled", onIsSearchProviderInstalled},
     {"lockOrientation", onLockOrientation},
+    {"mayCall", onMayCall},
     {"oversized", onOversized},
     {"pinch", onPinch},
     {"registerProtocolHandler", onProtocolHandler<Handlers::Register>},

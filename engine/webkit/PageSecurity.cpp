@@ -81,7 +81,7 @@ void PageSecurity::loadAgain(const String& url) {
       G_PRIORITY_DEFAULT,
       [](gpointer data) -> gboolean {
         const auto* again = static_cast<Again*>(data);
-        if (const auto page = again->page.lock()) page->load(again->url);
+        if (const auto page = again->page.lock()) page->loadAgain(again->url);
         return G_SOURCE_REMOVE;
       },
       new Again{page_.weak_from_this(), url},
@@ -159,5 +159,5 @@ void PageSecurity::continueHandshake(unsigned int number, bool trust) {
   if (!node || !trust) return;
   const auto page = page_.shared_from_this();
   page->client()->acceptCertificate(node.mapped().certificate);
-  page->load(node.mapped().url);
+  page->loadAgain(node.mapped().url);
 }

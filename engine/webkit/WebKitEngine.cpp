@@ -50,6 +50,15 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
   engine->prepare(engine->context_);
   engine->downloads_ = std::make_unique<Downloads>();
   engine->downloads_->listenTo(engine->context_);
+  WebKitCookieManager* const cookies = webkit_website_data_manager_get_cookie_manager(
+      webkit_web_context_get_website_data_manager(engine->context_));
+  if (places.keepsCookies && engine->dataFolder_.lock) {
+    webkit_cookie_manager_set_persistent_storage(
+        cookies, (engine->dataFolder_.data + "/cookies.sqlite").c_str(),
+        WEBKIT_COOKIE_PERSISTENT_STORAGE_SQLITE);
+  }
+  engine->cookies_ = std::make_unique<SharedCookies>(cookies);
+  CookieJar::install(engine->cookies_.get());
   // Icons are only loaded where there is a place for them.
   webkit_web_context_set_favicon_database_directory(
       engine->context_,
@@ -59,6 +68,7 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
 
 WebKitEngine::~WebKitEngine() {
   downloads_.reset();
+  cookies_.reset();
   for (WebKitWebContext** context : {&context_, &privateContext_}) {
     if (*context) g_signal_handlers_disconnect_by_data(*context, this);
     g_clear_object(context);

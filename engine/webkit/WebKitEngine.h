@@ -8,6 +8,7 @@
 #include "engine/webkit/Downloads.h"
 #include "engine/webkit/EngineInspector.h"
 #include "engine/webkit/Resources.h"
+#include "engine/webkit/SharedCookies.h"
 #include "engine/webkit/WebProcessLinks.h"
 #include "platform/Folders.h"
 
@@ -22,6 +23,9 @@ class WebKitEngine final : public PageFactory {
     std::string moduleFolder;  // holds the page module, an absolute path
     std::string localRoot;     // what local: addresses are files of, an absolute path
     std::string dataName;      // of the folder for cookies, caches and the like
+    // Whether cookies are written into that folder; else they go with the process, which other
+    // processes tell of theirs (CookieJar).
+    bool keepsCookies = true;
   };
 
   // Starts the engine; GTK must be running. On failure null, and problem says in a sentence what
@@ -66,4 +70,5 @@ class WebKitEngine final : public PageFactory {
   WebKitWebContext* context_ = nullptr;
   WebKitWebContext* privateContext_ = nullptr;  // made at first need
   std::unique_ptr<Downloads> downloads_;
+  std::unique_ptr<SharedCookies> cookies_;
 };

@@ -38,6 +38,9 @@ constexpr std::array<guint, 4> redrawTimes{50, 200, 600, 1200};
 // connection of its own, and by so many times also one that is not given up at the wrong moment.
 constexpr unsigned int mostRepeats = 5;
 
+// From the answer of a server to the document, which only the engine lies between.
+constexpr gint64 longestCommit = G_TIME_SPAN_SECOND;
+
 // What the module in the page's process has to know.
 constexpr std::array settingsOfModule{WebViewSetting::isDeferNetworkingAndJavaScript,
                                       WebViewSetting::isEnableDownloadableBinaryFonts,
@@ -46,6 +49,12 @@ constexpr std::array settingsOfModule{WebViewSetting::isDeferNetworkingAndJavaSc
                                       WebViewSetting::isEnableFormAutofill,
                                       WebViewSetting::isEnableCredentialAutofill,
                                       WebViewSetting::isZoomToFitWidthOnLoad};
+
+// An address in the form in which the engine will ask for it.
+String asRequested(const String& url) {
+  const ObjectPointer<WebKitURIRequest> request(webkit_uri_request_new(url.utf8()));
+  return String(webkit_uri_request_get_uri(request.get()));
+}
 
 }  // namespace
 
@@ -82,6 +91,7 @@ WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
   connect("notify::page-id", onPageNumber);
   connect("notify::title", onTitle);
   connect("notify::uri", onLocation);
+  connect("notify::is-loading", onLoading);
   connect("notify::estimated-load-progress", onProgress);
   connect("notify::zoom-level", onZoom);
   connect("notify::favicon", onFavicon);
@@ -112,7 +122,7 @@ void WebKitPage::dropView() {
   engine_.links().forgetPage(number_);
   number_ = 0;
   engine_.downloads().forgetPage(view_);
-  failureFollows_ = showingFailure_ = repeating_ = false;
+  failureFollows_ = showingFailure_ = repeating_ = isOnItsWay_ = false;
   g_signal_handlers_disconnect_by_data(view_, this);
   const bool later = parts_ && parts_->fullScreen.isMoving();
   parts_.reset();
@@ -126,9 +136,12 @@ void WebKitPage::remakeView(bool withHistory) {
   const String location(webkit_web_view_get_uri(view_));
   const String session = withHistory ? parts_->history.session() : String();
   const bool hasHistory = withHistory && !parts_->history.items().empty();
+  const bool isOwn = loads_.isOwn();
   dropView();
+  // Whichever way it begins anew.
+  if (isOwn) loads_.expect(location);
   if (hasHistory && view() && parts_->history.restore(session, -1)) return;
-  if (!location.isEmpty()) load(location);
+  if (!location.isEmpty()) loadUrl(location, isOwn);
 }
 
 // A chrome that is loaded anew would lose what it drives: it keeps what it was allowed.
@@ -137,6 +150,15 @@ void WebKitPage::forgetTakenOrigins() {
 }
 
 void WebKitPage::load(const String& url) {
+  loadUrl(url, true);
+}
+
+void WebKitPage::loadAgain(const String& url) {
+  loads_.expectAgain(url);
+  loadUrl(url, false);
+}
+
+void WebKitPage::loadUrl(const String& url, bool isOfProgram) {
   if (!view()) return;
   GError* error = nullptr;
   if (!g_uri_is_valid(url.utf8(), G_URI_FLAGS_PARSE_RELAXED, &error)) {
@@ -144,10 +166,13 @@ void WebKitPage::load(const String& url) {
     g_error_free(error);
     return;
   }
+  if (isOfProgram) loads_.expect(asRequested(url));
   startLoad([this, url] { webkit_web_view_load_uri(view_, url.utf8()); });
 }
 
 void WebKitPage::loadText(const String& text, const String& mimeType, const String& baseURL) {
+  if (!view()) return;
+  loads_.expect(baseURL.isEmpty() ? "about:blank" : asRequested(baseURL), true);
   loadContent(text, mimeType, "utf-8", baseURL);
 }
 
@@ -193,12 +218,15 @@ void WebKitPage::startLater() {
 }
 
 void WebKitPage::reload() {
-  if (parts_ && parts_->watch.isStuck()) return load(client_->pageState().location);
+  if (parts_ && parts_->watch.isStuck()) {
+    return loadUrl(client_->pageState().location, loads_.isOwn());
+  }
   if (view_) webkit_web_view_reload(view_);
 }
 
 void WebKitPage::stop() {
   unstartedLoad_ = nullptr;
+  loads_.expectNothing();
   if (parts_ && parts_->watch.isStuck()) return parts_->watch.endProcess();
   // The page about a failure is there at once, and must be told of before anything else can load.
   if (view_ && !failureFollows_ && !showingFailure_) webkit_web_view_stop_loading(view_);
@@ -285,6 +313,15 @@ void WebKitPage::setRequestHeaders(const std::vector<OrvWebHeader>& headers) {
 
 void WebKitPage::setCallbackObjectEnabled(bool enabled) {
   setup_.callbackObject = enabled;
+  sendSetup();
+}
+
+void WebKitPage::bindCallbackObject(bool bound, const std::vector<String>& furtherOrigins) {
+  std::vector<Origin> further;
+  for (const String& each : furtherOrigins) further.push_back(Origin::of(each.view()));
+  loads_.setFurtherOrigins(std::move(further));
+  if (setup_.bound == bound) return;
+  setup_.bound = bound;
   sendSetup();
 }
 
@@ -463,7 +500,15 @@ WebKitPage::String WebKitPage::nativeCall(const NativeArguments& arguments) {
   std::vector<const char*> texts;
   texts.reserve(arguments.size());
   for (const auto& argument : arguments) texts.push_back(argument ? argument->c_str() : nullptr);
+  const auto self = shared_from_this();
+  if (setup_.bound && !isTrusted()) {
+    logAlways(LogError, "A native call of %s is refused: the program has not loaded that page.",
+              loads_.origin().isEmpty() ? "a page" : loads_.origin().utf8());
+    return String();
+  }
+  if (!client_) return String();
   OrvWebJavaScriptCallbackEvent event(std::move(texts));
+  event.setCaller(loads_.origin(), loads_.isOwn());
   client_->raise(event);
   return event.result();
 }
@@ -510,8 +555,28 @@ void WebKitPage::onLocation(WebKitWebView* view, GParamSpec*, WebKitPage* page) 
   const char* uri = webkit_web_view_get_uri(view);
   // On the way to a document that the chrome provides.
   if (Resources::isStream(uri) || (!uri && self->repeating_)) return;
-  self->client_->update<&PageState::location>(String(uri));
-  if (self->parts_) self->parts_->navigation.moved();
+  self->updateLocation();
+  if (self->parts_ && !self->isOnItsWay_) self->parts_->navigation.moved();
+}
+
+// What is shown, or what the program waits for. Where a page wants to go by itself is not told
+// before it is there: it may never come, and the address would stand over something else.
+void WebKitPage::updateLocation() {
+  if (const auto destination = loads_.destination()) {
+    return update<&PageState::location>(*destination);
+  }
+  if (!view_ || isOnItsWay_) return;
+  shownAddress_ = String(webkit_web_view_get_uri(view_));
+  update<&PageState::location>(shownAddress_);
+}
+
+void WebKitPage::onLoading(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
+  // What the program asked for was only another place in the document, or nothing at all.
+  const bool waits = page->startsLater_ || page->failureFollows_ || page->showingFailure_;
+  if (webkit_web_view_is_loading(view) || waits || !page->loads_.destination()) return;
+  const auto self = page->shared_from_this();
+  self->loads_.expectNothing();
+  self->updateLocation();
 }
 
 void WebKitPage::onProgress(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
@@ -530,6 +595,9 @@ void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKi
   const auto self = page->shared_from_this();
   switch (event) {
     case WEBKIT_LOAD_STARTED:
+      self->loads_.started();
+      self->refused_ = self->hasWaited_ = false;
+      self->isOnItsWay_ = true;
       self->showingFailure_ = std::exchange(self->failureFollows_, false);
       if (!self->showingFailure_) self->unstartedLoad_ = nullptr;
       // It stayed when it was asked to go.
@@ -538,6 +606,10 @@ void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKi
     case WEBKIT_LOAD_COMMITTED:
       self->repeats_ = 0;
       self->supplied_ = String();
+      self->isOnItsWay_ = false;
+      self->committed();
+      self->updateLocation();
+      if (!self->parts_) break;
       if (!self->showingFailure_ && !self->parts_->security.committed()) break;
       if (!self->parts_) break;
       self->parts_->fit.documentGone();
@@ -548,6 +620,9 @@ void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKi
       self->raise(OrvWebEvent::DocumentLoadCommitted);
       break;
     case WEBKIT_LOAD_FINISHED: {
+      self->isOnItsWay_ = false;
+      if (!self->failureFollows_ && !self->unstartedLoad_) self->updateLocation();
+      if (!self->parts_) break;
       self->redrawAfterLoad();
       self->parts_->questions.loaded();
       if (!self->parts_) break;
@@ -572,6 +647,47 @@ void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKi
   }
 }
 
+bool WebKitPage::mayGo(const String& url, bool isKnown) {
+  if (isKnown || !setup_.bound || !setup_.drivesApplication || showingFailure_) return true;
+  if (std::exchange(refused_, true)) return false;
+  logAlways(LogError, "The page that drives the application does not go to %s.", url.utf8());
+  if (client_) client_->navigationRefused(url);
+  return false;
+}
+
+void WebKitPage::committed() {
+  const bool wasTrusted = loads_.isTrusted();
+  loads_.committed(webkit_web_view_get_uri(view_));
+  const String url = loads_.address();
+  shownAddress_ = url;
+  if (!setup_.bound || loads_.isTrusted() || showingFailure_) return;
+  if (wasTrusted) {
+    logAlways(LogNotice, "%s is shown without native functions: the program has not loaded it.",
+              url.utf8());
+  }
+  // An empty document is there before anybody could refuse it.
+  if (setup_.drivesApplication && !mayGo(url, false) && !loads_.home().isEmpty()) {
+    unstartedLoad_ = [this, home = loads_.home()] { loadUrl(home, true); };
+    startLater();
+  }
+}
+
+// By what the engine has told of the document that is shown. A document calls as soon as it is
+// there, and what the engine tells of it may still be on its way: that is waited for.
+bool WebKitPage::isTrusted() {
+  if (loads_.isTrustedNext().value_or(false) && !loads_.isTrusted() && !hasWaited_) {
+    const gint64 end = g_get_monotonic_time() + longestCommit;
+    const auto tick = [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; };
+    const guint timer = g_timeout_add(20, tick, nullptr);
+    while (client_ && loads_.isTrustedNext() && g_get_monotonic_time() < end) {
+      g_main_context_iteration(nullptr, TRUE);
+    }
+    g_source_remove(timer);
+    hasWaited_ = loads_.isTrustedNext().has_value();
+  }
+  return loads_.isTrusted() && loads_.isTrustedNext().value_or(true);
+}
+
 // Whether a load was cancelled by nobody, and will begin again.
 bool WebKitPage::repeatLoad(const gchar* uri) {
   // Something else was asked for meanwhile: that is what shall be loaded.
@@ -581,6 +697,7 @@ bool WebKitPage::repeatLoad(const gchar* uri) {
   logAlways(LogNotice, "The engine has given up the connection to %s: loading it again.", uri);
   // Nothing starts inside the signal: the end of the cancelled load comes next.
   repeating_ = true;
+  loads_.expectAgain(String(uri));
   unstartedLoad_ = [this, url = String(uri)] { webkit_web_view_load_uri(view_, url.utf8()); };
   return true;
 }
@@ -588,6 +705,7 @@ bool WebKitPage::repeatLoad(const gchar* uri) {
 gboolean WebKitPage::onLoadFailed(WebKitWebView*, WebKitLoadEvent when, const gchar* uri,
                                   GError* error, WebKitPage* page) {
   const auto self = page->shared_from_this();
+  self->loads_.ended();
   Resources::DocumentEnd provided;
   if (Resources::isStream(uri)) {
     provided = self->engine_.resources().takeDocument(uri);
@@ -634,7 +752,8 @@ void WebKitPage::onProcessEnded(WebKitWebView* view, WebKitWebProcessTermination
             "The web process of %s %s. The program goes on; loading again starts a new one.%s%s",
             uri ? uri : "a page", why, self->loadFailureHint_.isEmpty() ? "" : " ",
             self->loadFailureHint_.utf8());
-  self->failureFollows_ = self->showingFailure_ = self->repeating_ = false;
+  self->failureFollows_ = self->showingFailure_ = self->repeating_ = self->isOnItsWay_ = false;
+  self->loads_.ended();
   // What was asked of the process while it was dying was lost with it.
   if (const auto load = std::exchange(self->unstartedLoad_, nullptr)) return load();
   if (self->setup_.drivesApplication) return;
@@ -655,6 +774,7 @@ void WebKitPage::showFailure(const String& uri, const String& reason) {
   logAlways(LogError, "%s could not be loaded: %s %s", uri.utf8(), reason.utf8(),
             loadFailureHint_.utf8());
   unstartedLoad_ = nullptr;
+  loads_.substitute(uri.isEmpty() ? "about:blank" : uri);
   failureFollows_ = true;
   supplied_ = uri;
   webkit_web_view_load_alternate_html(view_, failurePage(uri, reason, loadFailureHint_).utf8(),
@@ -668,6 +788,7 @@ void WebKitPage::showProvided(const Resources::DocumentEnd& document) {
   repeating_ = true;
   const String& url = document.url;
   if (document.isHtml) {
+    loads_.substitute(url);
     // In this form, and here, the history goes on as if the load had not failed.
     supplied_ = url;
     webkit_web_view_load_alternate_html(view_, document.content.utf8(), url.utf8(), url.utf8());

@@ -3,6 +3,7 @@
 
 #include "engine/Enumerations.h"
 #include "engine/Page.h"
+#include "engine/TrustedLoads.h"
 #include "engine/webkit/PageApis.h"
 #include "engine/webkit/PageFind.h"
 #include "engine/webkit/PageFit.h"
@@ -61,6 +62,7 @@ class WebKitPage final : public Page,
   void knownCertificatesChanged() override;
   void setRequestHeaders(const std::vector<OrvWebHeader>& headers) override;
   void setCallbackObjectEnabled(bool enabled) override;
+  void bindCallbackObject(bool bound, const std::vector<String>& furtherOrigins) override;
   void setDrivesApplication(const String& loadFailureHint) override;
   void runScript(const String& script, bool isolated, const String& resultId) override;
   void act(const char* action, std::vector<JavaScriptVariant> arguments) override;
@@ -137,6 +139,13 @@ class WebKitPage final : public Page,
   // Whether it is tryClose that closes the page; asked once.
   bool takeCloseRequest() { return std::exchange(closeRequested_, false) && client_; }
   void showFailure(const String& uri, const String& reason);
+  // As load, for somebody else than the program; or once more for it, if its load was the last.
+  void loadAgain(const String& url);
+  TrustedLoads& loads() { return loads_; }
+  // Of the document that is there; the engine's own is that of the next one, now and then.
+  const String& shownAddress() const { return shownAddress_; }
+  // Whether the page may go on to a document there, which is a stranger or not. Tells if not.
+  bool mayGo(const String& url, bool isKnown);
   // The encoding may be empty: it is found out then.
   void showProvided(const Resources::DocumentEnd& document);
   void loadContent(const String& content, const String& mimeType, const String& encoding,
@@ -193,6 +202,7 @@ class WebKitPage final : public Page,
   static void onPageNumber(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onTitle(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onLocation(WebKitWebView*, GParamSpec*, WebKitPage* self);
+  static void onLoading(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onProgress(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onZoom(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onFavicon(WebKitWebView*, GParamSpec*, WebKitPage* self);
@@ -207,6 +217,10 @@ class WebKitPage final : public Page,
   void remakeView(bool withHistory);
   void forgetTakenOrigins();
   void startLoad(std::function<void()> load);
+  void loadUrl(const String& url, bool isOfProgram);
+  void committed();
+  void updateLocation();
+  bool isTrusted();
   void startLater();
   bool repeatLoad(const gchar* uri);
   void listenToPage();
@@ -228,6 +242,11 @@ class WebKitPage final : public Page,
   bool repeating_ = false;       // the load that ends was cancelled by nobody
   unsigned int repeats_ = 0;     // of one load, in a row
   bool closeRequested_ = false;
+  TrustedLoads loads_;
+  String shownAddress_;
+  bool isOnItsWay_ = false;              // it has left for a document that is not there yet
+  bool refused_ = false;                 // the load that goes on
+  bool hasWaited_ = false;               // a call of the document that comes, for nothing
   std::function<void()> unstartedLoad_;  // asked for, and the web process has not said so yet
 
   std::unique_ptr<Parts> parts_;        // there as long as the view

@@ -1,6 +1,8 @@
 // Windows, their groups and their registry of handles. UI thread.
 #include "platform/graphics/Window.h"
 
+#include "platform/graphics/DisplayLimits.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -55,7 +57,7 @@ Window::Window(WindowType type, Window* parent, const IntRect& windowRect,
                                                 : topLevelOf(group)),
       group_(groupFor(topLevel_ == this ? nullptr : topLevel_, group, handle_)),
       viewportRect_(viewportRect) {
-  state_.rect = windowRect;
+  state_.rect = displayable(windowRect);
   state_.fillsParent = windowRect == IntRect();
   // A child of no group has nowhere to be shown.
   if (!topLevel_ || handle_ == 0) return;
@@ -140,7 +142,8 @@ void Window::windowPlaced(const IntRect& rect, bool fillsParent) {
   state_.fillsParent = fillsParent;
 }
 
-void Window::setWindowRectangle(const IntRect& rect) {
+void Window::setWindowRectangle(const IntRect& wanted) {
+  const IntRect rect = displayable(wanted);
   const bool isKnown = !surface_ || !surface_->isMovedByOthers();
   if (isKnown && !state_.fillsParent && state_.rect == rect) return;
   state_.fillsParent = false;

@@ -2,8 +2,10 @@
 // the header says any thread may call.
 #include "platform/http/MongooseHttpServer.h"
 
+#include "platform/AcceptSource.h"
 #include "platform/Log.h"
 #include "platform/RandomKey.h"
+#include "platform/UniqueFd.h"
 #include "platform/http/MeteredStream.h"
 #include "platform/http/PageList.h"
 #include "platform/messages/MessageClient.h"
@@ -12,6 +14,7 @@
 
 #include <array>
 #include <atomic>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -128,6 +131,8 @@ class MongooseHttpServer::Impl {
   struct Upgrade;
 
   bool listen(guint16 wanted);
+  void accept(UniqueFd fd);
+  void incoming(GSocketConnection* connection);
   bool isInspectable(unsigned int handle) const;
   ServerAddresses addressesFor(SoupServerMessage* message) const;
   void answer(SoupServerMessage* message, const std::string& path);
@@ -137,7 +142,6 @@ class MongooseHttpServer::Impl {
   void connected(SoupServerMessage* message, unsigned int handle);
   void ended(FrontEnd& frontEnd);
 
-  static gboolean onIncoming(GSocketService*, GSocketConnection* connection, GObject*, Impl* self);
   static void onHeaders(SoupServer*, SoupServerMessage* message, const char* path, GHashTable*,
                         gpointer self);
   static void onRequest(SoupServer*, SoupServerMessage* message, const char* path, GHashTable*,
@@ -148,7 +152,9 @@ class MongooseHttpServer::Impl {
 
   MongooseClient* client_ = nullptr;
   SoupServer* server_ = nullptr;
-  GSocketService* service_ = nullptr;  // there while it is running
+  // There while it is running.
+  GSocket* listener_ = nullptr;
+  std::optional<AcceptSource> accepting_;
   // The last reference to a connection may go in a thread of the library's.
   std::atomic<std::size_t> connections_ = 0;
   std::string token_;
@@ -201,34 +207,33 @@ void MongooseHttpServer::Impl::start() {
 }
 
 bool MongooseHttpServer::Impl::listen(guint16 wanted) {
-  GSocketService* const service = g_socket_service_new();
   GSocketAddress* const address = g_inet_socket_address_new_from_string("127.0.0.1", wanted);
-  GSocketAddress* effective = nullptr;
   GError* error = nullptr;
+  GSocket* const socket =
+      g_socket_new(G_SOCKET_FAMILY_IPV4, G_SOCKET_TYPE_STREAM, G_SOCKET_PROTOCOL_TCP, &error);
   const bool listens =
-      g_socket_listener_add_address(G_SOCKET_LISTENER(service), address, G_SOCKET_TYPE_STREAM,
-                                    G_SOCKET_PROTOCOL_TCP, nullptr, &effective, &error) != FALSE;
+      socket && g_socket_bind(socket, address, TRUE, &error) && g_socket_listen(socket, &error);
   g_object_unref(address);
-  if (!listens) {
+  GSocketAddress* const effective = listens ? g_socket_get_local_address(socket, &error) : nullptr;
+  if (!effective) {
     logAlways(LogError, "The web inspector cannot listen at port %d: %s", wanted, error->message);
     g_error_free(error);
-    g_object_unref(service);
+    if (socket) g_object_unref(socket);
     return false;
   }
   port = g_inet_socket_address_get_port(G_INET_SOCKET_ADDRESS(effective));
   g_object_unref(effective);
-  g_signal_connect(service, "incoming", G_CALLBACK(onIncoming), this);
-  g_socket_service_start(service);
-  service_ = service;
+  g_socket_set_blocking(socket, FALSE);
+  listener_ = socket;
+  accepting_.emplace(g_socket_get_fd(socket), [this](UniqueFd fd) { accept(std::move(fd)); });
   return true;
 }
 
 void MongooseHttpServer::Impl::stop() {
   if (!running) return;
   running = false;
-  g_socket_service_stop(service_);
-  g_socket_listener_close(G_SOCKET_LISTENER(service_));
-  g_clear_object(&service_);
+  accepting_.reset();
+  g_clear_object(&listener_);
 }
 
 void MongooseHttpServer::Impl::setClient(MongooseClient* client) {
@@ -239,23 +244,31 @@ void MongooseHttpServer::Impl::setClient(MongooseClient* client) {
   client_ = client;
 }
 
-gboolean MongooseHttpServer::Impl::onIncoming(GSocketService*, GSocketConnection* connection,
-                                              GObject*, Impl* self) {
+void MongooseHttpServer::Impl::accept(UniqueFd fd) {
   // Dropped, it is closed.
-  if (self->connections_ >= mostConnections) return TRUE;
+  if (connections_ >= mostConnections) return;
+  GSocket* const socket = g_socket_new_from_fd(fd.get(), nullptr);
+  if (!socket) return;
+  static_cast<void>(fd.release());
+  GSocketConnection* const connection = g_socket_connection_factory_create_connection(socket);
+  g_object_unref(socket);
+  incoming(connection);
+  g_object_unref(connection);
+}
+
+void MongooseHttpServer::Impl::incoming(GSocketConnection* connection) {
   g_socket_set_timeout(g_socket_connection_get_socket(connection), idleLimit);
   GSocketAddress* const local = g_socket_connection_get_local_address(connection, nullptr);
   GSocketAddress* const remote = g_socket_connection_get_remote_address(connection, nullptr);
   if (local && remote) {
-    ++self->connections_;
+    ++connections_;
     g_object_weak_ref(
         G_OBJECT(connection),
-        [](gpointer data, GObject*) { --static_cast<Impl*>(data)->connections_; }, self);
-    soup_server_accept_iostream(self->server_, G_IO_STREAM(connection), local, remote, nullptr);
+        [](gpointer data, GObject*) { --static_cast<Impl*>(data)->connections_; }, this);
+    soup_server_accept_iostream(server_, G_IO_STREAM(connection), local, remote, nullptr);
   }
   if (local) g_object_unref(local);
   if (remote) g_object_unref(remote);
-  return TRUE;
 }
 
 // Before a body is read: what is refused is refused here.

@@ -2,8 +2,10 @@
 // which is not held while an owner is called.
 #include "platform/messages/Channels.h"
 
+#include "platform/Accept.h"
 #include "platform/Folders.h"
 #include "platform/Log.h"
+#include "platform/Peer.h"
 #include "platform/Process.h"
 
 #include <fcntl.h>
@@ -21,6 +23,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Tessel::Platform {
@@ -30,9 +33,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr const char* namePrefix = "channel-";
-// How long a process may be connected without having made itself known, and how many may be.
+// How long a process may be connected without having made itself known, and how many connections
+// may be so: of those of processes that nobody expects, and of those that are expected.
 constexpr std::chrono::seconds patienceWithStrangers{10};
 constexpr std::size_t mostStrangers = 64;
+constexpr std::size_t mostExpected = 256;
 
 // The address of a channel; nothing when the folder is not to be had or its name is too long.
 std::optional<sockaddr_un> addressOf(pid_t pid, int channel) {
@@ -52,13 +57,6 @@ std::optional<sockaddr_un> addressOf(pid_t pid, int channel) {
 
 UniqueFd newSocket() {
   return UniqueFd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-}
-
-std::optional<ucred> peerOf(int socket) {
-  ucred peer{};
-  socklen_t size = sizeof peer;
-  if (::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return std::nullopt;
-  return peer;
 }
 
 class Acceptor {
@@ -84,6 +82,8 @@ class Acceptor {
   struct Stranger {
     std::shared_ptr<ChannelOwner> owner;
     pid_t pid;
+    uid_t uid;
+    bool isExpected;
     ChannelSocket socket;
     Clock::time_point deadline;
   };
@@ -105,6 +105,8 @@ class Acceptor {
   // Those of the calls that have waited since before the poll.
   std::vector<std::function<void()>> takeCalls(std::size_t count);
   void accept(int listener, const std::shared_ptr<ChannelOwner>& owner);
+  void pauseAccepting();
+  void makeRoomFor(const Stranger& stranger);
   // True when the stranger is one no longer, one way or the other.
   static bool settle(Stranger& stranger, bool hasSpoken);
 
@@ -114,7 +116,10 @@ class Acceptor {
   std::string folder_;  // set before the thread is there
   UniqueFd wake_;
   std::vector<std::function<void()>> calls_;
-  std::vector<Stranger> strangers_;  // the thread's own
+  // The thread's own, the oldest first.
+  std::vector<Stranger> strangers_;
+  Clock::time_point pausedUntil_{};
+  bool hasComplained_ = false;  // of too many strangers, since there were few
 };
 
 int Acceptor::open(int wanted, const std::shared_ptr<ChannelOwner>& owner) {
@@ -175,10 +180,14 @@ std::vector<std::function<void()>> Acceptor::takeCalls(std::size_t count) {
 
 Acceptor::Round Acceptor::nextRound() {
   Round round{{{wake_.get(), POLLIN, 0}}, {}, 0, std::chrono::milliseconds(-1)};
+  const auto pause = std::chrono::ceil<std::chrono::milliseconds>(pausedUntil_ - Clock::now());
+  const bool isPaused = pause.count() > 0;
+  if (isPaused) round.timeout = pause;
   {
     const std::lock_guard lock(mutex_);
     for (const Listener& listener : listeners_) {
-      round.descriptors.push_back({listener.socket.get(), POLLIN, 0});
+      round.descriptors.push_back(
+          {listener.socket.get(), static_cast<short>(isPaused ? 0 : POLLIN), 0});
       round.owners.push_back(listener.owner);
     }
     round.waitingCalls = calls_.size();
@@ -236,23 +245,62 @@ void Acceptor::accept(int listener, const std::shared_ptr<ChannelOwner>& owner) 
       return entry.socket.get() == listener && entry.owner == owner;
     });
     if (isOpen) socket.reset(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
+    if (isOpen && !socket && isShortOfDescriptors(errno)) pauseAccepting();
   }
   if (!socket) return;
   const auto peer = peerOf(socket.get());
-  if (!peer || (peer->uid != ::geteuid() && peer->uid != 0)) {
+  if (!isTrustedPeer(peer)) {
     logAlways(LogError, "A connection of process %d of user %u is refused.",
               peer ? static_cast<int>(peer->pid) : -1, peer ? peer->uid : 0);
     return;
   }
-  Stranger stranger{owner, peer->pid, ChannelSocket(std::move(socket)),
+  Stranger stranger{owner,
+                    peer->pid,
+                    peer->uid,
+                    !owner->knows(peer->pid) && owner->expects(peer->pid),
+                    ChannelSocket(std::move(socket)),
                     Clock::now() + patienceWithStrangers};
   if (settle(stranger, false)) return;
-  if (strangers_.size() == mostStrangers) {
-    logAlways(LogError, "A connection of process %d is refused: too many others are waiting.",
-              static_cast<int>(peer->pid));
-    return;
-  }
+  makeRoomFor(stranger);
   strangers_.push_back(std::move(stranger));
+}
+
+void Acceptor::pauseAccepting() {
+  const int error = errno;
+  const auto now = Clock::now();
+  if (now - pausedUntil_ > patienceWithStrangers) {
+    logAlways(LogError, "Connections wait: %s", std::strerror(error));
+  }
+  pausedUntil_ = now + acceptPause;
+}
+
+// Of too many strangers one goes: of the user who has most of them, of his process that has most,
+// the one that has been silent longest. So nobody keeps others out by connecting often.
+void Acceptor::makeRoomFor(const Stranger& stranger) {
+  const auto alike = [&](const Stranger& other) { return other.isExpected == stranger.isExpected; };
+  const auto count = [&](auto same) {
+    return std::count_if(strangers_.begin(), strangers_.end(),
+                         [&](const Stranger& other) { return alike(other) && same(other); });
+  };
+  const std::size_t most = stranger.isExpected ? mostExpected : mostStrangers;
+  const auto all = static_cast<std::size_t>(count([](const Stranger&) { return true; }));
+  if (all < most / 2) hasComplained_ = false;
+  if (all < most) return;
+  auto worst = strangers_.end();
+  std::pair<std::ptrdiff_t, std::ptrdiff_t> worstCounts{};
+  for (auto it = strangers_.begin(); it != strangers_.end(); ++it) {
+    if (!alike(*it)) continue;
+    const std::pair counts{count([&](const Stranger& other) { return other.uid == it->uid; }),
+                           count([&](const Stranger& other) { return other.pid == it->pid; })};
+    if (worst != strangers_.end() && counts <= worstCounts) continue;
+    worst = it;
+    worstCounts = counts;
+  }
+  if (!std::exchange(hasComplained_, true)) {
+    logAlways(LogError, "Too many connections are silent: those of process %d are closed first.",
+              static_cast<int>(worst->pid));
+  }
+  strangers_.erase(worst);
 }
 
 bool Acceptor::settle(Stranger& stranger, bool hasSpoken) {

@@ -22,6 +22,9 @@ class ChannelOwner {
   virtual ~ChannelOwner() = default;
   // Whether the process's connections are taken. The pid is the kernel's word.
   virtual bool knows(pid_t pid) const = 0;
+  // Whether the process is one that is to become known: it waits in nobody's way, and is not sent
+  // away in favour of others.
+  virtual bool expects(pid_t pid) const = 0;
   // A process that is not known has sent its first message; it is taken if it is known afterwards.
   virtual void greet(pid_t pid, const ReceivedMessage& message) = 0;
   // Takes the connection over.

@@ -2,6 +2,7 @@
 #include "platform/messages/ClientChannel.h"
 
 #include "platform/Log.h"
+#include "platform/Process.h"
 #include "platform/messages/IncomingConnection.h"
 #include "platform/messages/MessageClient.h"
 
@@ -12,6 +13,17 @@
 #include <utility>
 
 namespace Tessel::Platform {
+
+namespace {
+
+// Of one process to one client. A child makes one.
+constexpr int mostConnections = 8;
+// Messages of strangers whom nobody expects that are passed on all the same, to be told of; of
+// more, there is a line in the log.
+constexpr int mostUnexpected = 16;
+constexpr std::chrono::seconds unexpectedInterval{10};
+
+}  // namespace
 
 ClientChannel::ClientChannel(GMainContext* context, Deliver deliver)
     : context_(context), deliver_(std::move(deliver)) {}
@@ -46,7 +58,22 @@ void ClientChannel::closeConnectionsOf(pid_t pid) {
 
 void ClientChannel::setHandshakeMode(bool on, MessageHandler* strangers) {
   const std::lock_guard lock(mutex_);
-  strangers_ = on ? nullptr : strangers;
+  expectsStrangers_ = !on;
+  if (strangers) strangers_ = strangers;
+}
+
+void ClientChannel::expectChildrenOf(pid_t parent) {
+  const std::lock_guard lock(mutex_);
+  expectedParent_ = parent;
+}
+
+bool ClientChannel::expects(pid_t pid) const {
+  pid_t parent = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    parent = expectedParent_;
+  }
+  return parent > 0 && parentOf(pid) == parent;
 }
 
 void ClientChannel::serveDuringWaits() {
@@ -85,7 +112,12 @@ void ClientChannel::greet(pid_t pid, const ReceivedMessage& received) {
   MessageHandler* handler = nullptr;
   {
     const std::lock_guard lock(mutex_);
-    handler = strangers_;
+    const auto now = std::chrono::steady_clock::now();
+    if (now - unexpectedSince_ >= unexpectedInterval) {
+      unexpectedSince_ = now;
+      unexpectedMessages_ = 0;
+    }
+    if (expectsStrangers_ || ++unexpectedMessages_ <= mostUnexpected) handler = strangers_;
   }
   const auto message = handler ? deserializeMessage(received.blobs()) : nullptr;
   if (!handler || !message) {
@@ -100,6 +132,14 @@ void ClientChannel::greet(pid_t pid, const ReceivedMessage& received) {
 void ClientChannel::connected(pid_t pid, ChannelSocket socket) {
   const std::lock_guard lock(mutex_);
   if (closed_) return;
+  const auto ofProcess =
+      std::count_if(connections_.begin(), connections_.end(),
+                    [pid](const auto& connection) { return connection->pid() == pid; });
+  if (ofProcess >= mostConnections) {
+    logAlways(LogError, "A connection of process %d is refused: it has %d.", static_cast<int>(pid),
+              static_cast<int>(ofProcess));
+    return;
+  }
   // Among the others before it is served: it may end at once.
   connections_.push_back(
       std::make_shared<IncomingConnection>(weak_from_this(), pid, std::move(socket)));

@@ -9,6 +9,7 @@
 #include "platform/messages/MainThreadWait.h"
 #include "platform/messages/Message.h"
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -41,6 +42,7 @@ class ClientChannel final : public ChannelOwner,
   void closeConnectionsOf(pid_t pid);
   // Any thread.
   void setHandshakeMode(bool on, MessageHandler* strangers);
+  void expectChildrenOf(pid_t parent);
 
   // From now on the waits of the main thread serve these connections. Main thread.
   void serveDuringWaits();
@@ -54,6 +56,7 @@ class ClientChannel final : public ChannelOwner,
   void forget(IncomingConnection& connection);
 
   bool knows(pid_t pid) const override;
+  bool expects(pid_t pid) const override;
   void greet(pid_t pid, const ReceivedMessage& message) override;
   void connected(pid_t pid, ChannelSocket socket) override;
   void appendPollDescriptors(std::vector<pollfd>& descriptors) const override;
@@ -72,7 +75,11 @@ class ClientChannel final : public ChannelOwner,
   int id_ = -1;
   bool closed_ = false;
   std::set<pid_t> registered_;
-  MessageHandler* strangers_ = nullptr;  // while the handshake mode is off
+  MessageHandler* strangers_ = nullptr;  // from the first time that the handshake mode is off
+  bool expectsStrangers_ = false;        // while it is off
+  int unexpectedMessages_ = 0;           // passed on since it was switched on, or in this interval
+  std::chrono::steady_clock::time_point unexpectedSince_{};
+  pid_t expectedParent_ = 0;
   std::vector<std::shared_ptr<IncomingConnection>> connections_;
 };
 

@@ -17,6 +17,14 @@ namespace Tessel::Platform {
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
+// What one connection may have of a turn of the loop, and how long it may be busy before others
+// come first.
+constexpr int mostOfATurn = 16;
+constexpr std::chrono::milliseconds longestTurn{2};
+constexpr std::chrono::milliseconds longestBurst{20};
+
 // Orders a source's making before its use by the context's thread, for those who cannot see the
 // context's own lock: thread sanitizers.
 std::atomic<unsigned int> sourcesMade = 0;
@@ -91,10 +99,22 @@ bool IncomingConnection::mayServe() const {
 }
 
 void IncomingConnection::serveSome() {
-  constexpr int most = 16;
-  for (int i = 0; i < most && mayServe(); ++i) {
-    if (serveOne() != Served::One) return;
+  const auto start = Clock::now();
+  for (int i = 0; i < mostOfATurn && mayServe(); ++i) {
+    if (serveOne() != Served::One) return setBusy(false);
+    if (Clock::now() - start > longestTurn) break;
   }
+  busy_ += Clock::now() - start;
+  if (busy_ > longestBurst) setBusy(true);
+}
+
+// The window is painted and the toolkit's other work done at lower priorities than those of
+// messages and input: a connection that always has more would keep them waiting for ever.
+void IncomingConnection::setBusy(bool busy) {
+  if (!busy) busy_ = {};
+  if (!source_) return;
+  const int priority = busy ? G_PRIORITY_DEFAULT_IDLE : G_PRIORITY_DEFAULT;
+  if (g_source_get_priority(source_) != priority) g_source_set_priority(source_, priority);
 }
 
 void IncomingConnection::serveAll() {

@@ -8,6 +8,7 @@
 #include <sys/types.h>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <string_view>
 
@@ -31,7 +32,8 @@ class IncomingConnection : public std::enable_shared_from_this<IncomingConnectio
   pollfd pollDescriptor() const;
 
   // Delivers the messages that have come and sends the replies. Not all of a crowd, so that others
-  // get their turn.
+  // get their turn; whoever keeps us busy gets his when the user's input and the window have had
+  // theirs.
   void serveSome();
   // All of them.
   void serveAll();
@@ -48,6 +50,7 @@ class IncomingConnection : public std::enable_shared_from_this<IncomingConnectio
   };
   Served serveOne();
   bool mayServe() const;
+  void setBusy(bool busy);
   void end();
   void reply(int type, std::uint64_t id, std::string_view bytes);
 
@@ -56,6 +59,8 @@ class IncomingConnection : public std::enable_shared_from_this<IncomingConnectio
   ChannelSocket socket_;
   ReceivedMessage received_;
   _GSource* source_ = nullptr;
+  // How long it has been served without a pause.
+  std::chrono::steady_clock::duration busy_{};
   bool ended_ = false;
   std::atomic<bool> closing_ = false;
 };

@@ -324,6 +324,10 @@ void MessageClient::setHandshakeMode(bool on, MessageHandler* handler) {
   state_->channel->setHandshakeMode(on, handler);
 }
 
+void MessageClient::expectChildrenOf(pid_t parent) {
+  state_->channel->expectChildrenOf(parent);
+}
+
 void MessageClient::serveDuringWaits() {
   state_->channel->serveDuringWaits();
 }

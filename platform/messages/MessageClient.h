@@ -65,8 +65,12 @@ class MessageClient {
   void closeConnectionsOf(pid_t pid);
   // On unless it is switched off: then the first message of a process that is not registered goes
   // to the handler, on the acceptor's thread, which may register the process. Whoever is not
-  // registered afterwards is cut off. The handler is not owned. Any thread.
+  // registered afterwards is cut off. The handler is not owned. Switched on again, the handler
+  // still gets such messages, as long as they are few: it tells of who comes too late. Any thread.
   void setHandshakeMode(bool on, MessageHandler* handler = nullptr);
+  // Processes that this one has forked may connect before they are registered, however many others
+  // do. Any thread.
+  void expectChildrenOf(pid_t parent);
   // Messages of other processes are also delivered while the client's thread, the main thread, is
   // inside a wait: those who wait for this process must not wait for what it is waiting for.
   void serveDuringWaits();

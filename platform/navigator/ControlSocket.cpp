@@ -3,6 +3,7 @@
 
 #include "platform/Folders.h"
 #include "platform/Log.h"
+#include "platform/Peer.h"
 #include "platform/navigator/NavigatorHandler.h"
 #include "platform/navigator/NavigatorJson.h"
 #include "platform/navigator/Notifications.h"
@@ -16,6 +17,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace Tessel::Platform {
 
@@ -51,12 +53,10 @@ std::string requestLine(const char* name, const std::vector<String>& arguments) 
 }
 
 bool isOurs(int socket) {
-  ucred peer{};
-  socklen_t size = sizeof peer;
-  if (::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return false;
-  if (peer.uid == ::geteuid() || peer.uid == 0) return true;
-  logAlways(LogError, "The control refuses process %d of user %u.", static_cast<int>(peer.pid),
-            peer.uid);
+  const auto peer = peerOf(socket);
+  if (isTrustedPeer(peer)) return true;
+  logAlways(LogError, "The control refuses process %d of user %u.",
+            peer ? static_cast<int>(peer->pid) : -1, peer ? peer->uid : 0);
   return false;
 }
 
@@ -159,13 +159,7 @@ std::unique_ptr<ControlSocket> ControlSocket::open(const std::string& path) {
 
 ControlSocket::ControlSocket(UniqueFd listener, std::string path)
     : listener_(std::move(listener)), path_(std::move(path)) {
-  source_ = g_unix_fd_add(
-      listener_.get(), G_IO_IN,
-      [](gint, GIOCondition, gpointer self) -> gboolean {
-        static_cast<ControlSocket*>(self)->accept();
-        return G_SOURCE_CONTINUE;
-      },
-      this);
+  source_.emplace(listener_.get(), [this](UniqueFd socket) { accept(std::move(socket)); });
   NavigatorHandler::instance().setWatcher(
       [this](const char* name, const std::vector<String>& arguments) {
         tellWatchers(requestLine(name, arguments));
@@ -174,13 +168,12 @@ ControlSocket::ControlSocket(UniqueFd listener, std::string path)
 
 ControlSocket::~ControlSocket() {
   NavigatorHandler::instance().setWatcher({});
-  g_source_remove(source_);
+  source_.reset();
   ::unlink(path_.c_str());
 }
 
-void ControlSocket::accept() {
-  UniqueFd socket(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-  if (!socket || !isOurs(socket.get())) return;
+void ControlSocket::accept(UniqueFd socket) {
+  if (!isOurs(socket.get())) return;
   if (clients_.size() >= mostClients) {
     logAlways(LogError, "The control has %zu clients and takes no more.", clients_.size());
     return;

@@ -10,9 +10,11 @@
 // word.
 #pragma once
 
+#include "platform/AcceptSource.h"
 #include "platform/UniqueFd.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,14 +38,14 @@ class ControlSocket {
   class Client;
 
   ControlSocket(UniqueFd listener, std::string path);
-  void accept();
+  void accept(UniqueFd socket);
   void remove(Client* client);
   // To all clients that watch.
   void tellWatchers(const std::string& line);
 
   UniqueFd listener_;
   const std::string path_;
-  unsigned source_ = 0;
+  std::optional<AcceptSource> source_;
   std::vector<std::unique_ptr<Client>> clients_;
 };
 

@@ -1,6 +1,7 @@
 // Abilities as Linux has them: capabilities, and a system call filter for their bounds.
 #include "platform/os/ProcessAbilities.h"
 
+#include <grp.h>
 #include <sched.h>
 #include <seccomp.h>
 #include <sys/capability.h>
@@ -23,6 +24,9 @@ namespace Tessel::Platform {
 namespace {
 
 constexpr std::uint32_t abilityMask = 0xffff;
+
+// Of supplementary groups, from the first range for group ids on; 0: there is none yet.
+gid_t lowestGroup = 0;
 
 struct FreeCapabilities {
   void operator()(cap_t capabilities) const { cap_free(capabilities); }
@@ -141,6 +145,7 @@ struct Abilities {
   std::vector<const Bounded*> allowed;
   std::vector<cap_value_t> denied;
   Filter filter;
+  gid_t lowestGroup = 0;
 
   int take(const AbilityWord& entry);
   int bound(const Bounded& ability, const AbilityWord& entry);
@@ -155,6 +160,7 @@ int Abilities::bound(const Bounded& ability, const AbilityWord& entry) {
     if (const int error = refuseUserNamespaces(filter.get()); error != 0) return error;
   }
   const auto lowest = std::max<std::uint32_t>(1, static_cast<std::uint32_t>(entry.first));
+  if (ability.ability == AbilitySetGroupId) lowestGroup = lowest;
   for (std::size_t i = 0; i < ability.callCount; ++i) {
     const int error = refuseBelow(filter.get(), ability.calls[i], lowest);
     if (error != 0) return error;
@@ -192,11 +198,18 @@ int keepOnly(const std::vector<const Bounded*>& allowed) {
   return setCapabilities(kept);
 }
 
+// What exec could bring back of root's rights.
+int emptyBoundingSet() {
+  if (!hasCapability(CAP_SETPCAP)) return 0;  // nor can it be emptied
+  for (cap_value_t capability = 0; CAP_IS_SUPPORTED(capability); ++capability) {
+    if (cap_drop_bound(capability) != 0) return errno;
+  }
+  return 0;
+}
+
 int install(scmp_filter_ctx filter) {
-  // Without the right to install it as it is, the filter takes the effect of set-user-id programs
-  // along.
-  const bool mayInstall = hasCapability(CAP_SYS_ADMIN);
-  int result = seccomp_attr_set(filter, SCMP_FLTATR_CTL_NNP, mayInstall ? 0 : 1);
+  // Together with the filter: a set-user-id program would meet errors where it expects none.
+  int result = seccomp_attr_set(filter, SCMP_FLTATR_CTL_NNP, 1);
   // Every system call of every descendant passes it: as a tree, not as a list.
   if (result == 0) result = seccomp_attr_set(filter, SCMP_FLTATR_CTL_OPTIMIZE, 2);
   if (result == 0) result = seccomp_load(filter);
@@ -221,12 +234,20 @@ int procmgr_ability(pid_t process, std::initializer_list<AbilityWord> words) {
     if (const int error = abilities.take(entry); error != 0) return error;
   }
   if (abilities.filter) {
+    if (const int error = emptyBoundingSet(); error != 0) return error;
     if (const int error = install(abilities.filter.get()); error != 0) return error;
+    lowestGroup = std::max(lowestGroup, abilities.lowestGroup);
   }
   if (!abilities.allowed.empty()) {
     if (const int error = keepOnly(abilities.allowed); error != 0) return error;
   }
   return abilities.denied.empty() ? 0 : giveUp(abilities.denied);
+}
+
+int switchGroups(std::span<const gid_t> groups) {
+  const auto isBelow = [](gid_t group) { return group < lowestGroup; };
+  if (std::any_of(groups.begin(), groups.end(), isBelow)) return EPERM;
+  return ::setgroups(groups.size(), groups.data()) == 0 ? 0 : errno;
 }
 
 int switchUser(uid_t user) {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <span>
 
 namespace Tessel::Platform {
 
@@ -37,7 +38,16 @@ struct AbilityWord {
 // from then on, for this process and every descendant, whatever rights that has; 0, which is
 // root's, is never in it. Words that deny give the rights up for good. EINVAL for a range with an
 // upper bound and for words that mean nothing here.
+//
+// With the first range the process and its descendants gain nothing from set-user-id programs and
+// file capabilities any more (no-new-privileges), and its bounding set is emptied.
 int procmgr_ability(pid_t process, std::initializer_list<AbilityWord> words);
+
+// setgroups(2) within the range that procmgr_ability set for group ids: EPERM for a group below it,
+// and for root's, once there is a range. The list is in memory, where the kernel's filter sees
+// nothing, so it is this process that checks it; a process that has denied itself group ids has no
+// groups to set at all. 0 or a number of errno.
+int switchGroups(std::span<const gid_t> groups);
 
 // setuid(2) that keeps the rights which procmgr_ability left. 0 or a number of errno.
 int switchUser(uid_t user);

@@ -1,6 +1,7 @@
 // Serving paths over Unix sockets.
 #include "platform/os/ResourceManager.h"
 
+#include "platform/Accept.h"
 #include "platform/Log.h"
 
 #include <fcntl.h>
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <utility>
@@ -46,6 +48,28 @@ bool isServed(const std::string& path) {
   if (!probe) return true;
   return ::connect(probe.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 ||
          errno == EAGAIN;
+}
+
+// Held by a server from before it looks for another one until it serves itself. Not the folder's
+// own lock: everybody who may read a folder can take that, and keep it. Empty, with errno set, when
+// another server holds it.
+UniqueFd lockBeside(const std::string& path) {
+  UniqueFd lock(::open((path + ".lock").c_str(),
+                       O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+  if (!lock) return lock;
+  struct stat status {};
+  int error = 0;
+  if (::fstat(lock.get(), &status) != 0) {
+    error = errno;
+  } else if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid() ||
+             (status.st_mode & 077) != 0) {
+    error = EPERM;  // somebody put it there who could hold it
+  } else if (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+    error = errno == EWOULDBLOCK ? EADDRINUSE : errno;
+  }
+  if (error != 0) lock.reset();
+  errno = error;
+  return lock;
 }
 
 // A listener with mode and owner as they are to be, under a name that nobody looks for yet.
@@ -159,8 +183,8 @@ int resmgr_attach(Dispatch& dispatch, const char* path, const ConnectFunctions& 
   std::filesystem::create_directories(folder, problem);
   if (problem) return problem.value();
   // Of servers that start at the same time, the second one finds the first one serving.
-  const UniqueFd lock(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!lock || ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) return errno;
+  const UniqueFd lock = lockBeside(socketPath);
+  if (!lock) return errno;
   if (isServed(socketPath)) return EADDRINUSE;
 
   const std::string newPath = socketPath + "." + std::to_string(::getpid());
@@ -189,6 +213,28 @@ void resmgr_detach(Dispatch& dispatch) {
   dispatch.listener_.reset();
 }
 
+bool Dispatch::watchAlso(int descriptor, std::function<void()> readable) {
+  if (!watch(descriptor)) return false;
+  alsoWatched_ = descriptor;
+  alsoReadable_ = std::move(readable);
+  return true;
+}
+
+void Dispatch::pauseAccepting() {
+  if (!paused_) ::epoll_ctl(events_.get(), EPOLL_CTL_DEL, listener_.get(), nullptr);
+  paused_ = true;
+  pausedUntil_ = std::chrono::steady_clock::now() + acceptPause;
+}
+
+int Dispatch::acceptAgainIn() {
+  if (!paused_) return -1;
+  const auto left =
+      std::chrono::ceil<std::chrono::milliseconds>(pausedUntil_ - std::chrono::steady_clock::now());
+  if (left.count() > 0) return static_cast<int>(left.count());
+  paused_ = !watch(listener_.get());
+  return paused_ ? static_cast<int>(acceptPause.count()) : -1;
+}
+
 void Dispatch::disconnect(std::map<int, Client>::iterator client) {
   // Closing alone does not end the watch while a child that was just forked has a copy.
   ::epoll_ctl(events_.get(), EPOLL_CTL_DEL, client->first, nullptr);
@@ -209,9 +255,9 @@ void Dispatch::acceptClient() {
   if (clients_.size() >= mostClients) disconnectOldest();
   UniqueFd socket(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
   if (!socket) {
-    // The one that waits would make us spin.
-    if (errno == EMFILE || errno == ENFILE) disconnectOldest();
-    return;
+    if (!isShortOfDescriptors(errno)) return;
+    disconnectOldest();
+    return pauseAccepting();
   }
   ucred credentials{};
   socklen_t size = sizeof credentials;
@@ -228,6 +274,15 @@ void Dispatch::acceptClient() {
 
 DispatchContext::DispatchContext(Dispatch& dispatch)
     : dispatch_(dispatch), buffer_(new std::byte[dispatch.largestMessage_]) {}
+
+DispatchContext::~DispatchContext() {
+  wipe();
+}
+
+void DispatchContext::wipe() {
+  ::explicit_bzero(buffer_.get(), length_);
+  length_ = 0;
+}
 
 void DispatchContext::reply(int status, const void* data, std::size_t size) {
   const auto client = dispatch_.clients_.find(socket_);
@@ -266,11 +321,13 @@ bool dispatch_block(DispatchContext& context) {
   for (;;) {
     epoll_event event{};
     // One at a time: the kernel then takes the clients in turn.
-    const int count = ::epoll_wait(dispatch.events_.get(), &event, 1, -1);
+    const int count = ::epoll_wait(dispatch.events_.get(), &event, 1, dispatch.acceptAgainIn());
     if (count < 0 && errno != EINTR) return false;
     if (count <= 0) continue;
     if (event.data.fd == dispatch.listener_.get()) {
       dispatch.acceptClient();
+    } else if (event.data.fd == dispatch.alsoWatched_) {
+      dispatch.alsoReadable_();
     } else if (context.receive(event.data.fd)) {
       return true;
     }
@@ -313,6 +370,7 @@ void dispatch_handler(DispatchContext& context) {
     status = context.handle(offset);
   } while (status == 0 && offset < context.length_);
   if (status != noReply) context.reply(status == handledElsewhere ? ENOSYS : status);
+  context.wipe();
 }
 
 }  // namespace Tessel::Platform

@@ -9,8 +9,10 @@
 #include <sys/types.h>
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -87,6 +89,10 @@ class Dispatch {
   Dispatch& operator=(const Dispatch&) = delete;
   ~Dispatch();
 
+  // Calls the function by dispatch_block() whenever the descriptor, which is not owned, can be
+  // read; the function reads it. One at most. False with errno when it cannot be watched.
+  bool watchAlso(int descriptor, std::function<void()> readable);
+
  private:
   friend std::unique_ptr<Dispatch> dispatch_create();
   friend int resmgr_attach(Dispatch&, const char*, const ConnectFunctions&, const IoFunctions&,
@@ -104,6 +110,10 @@ class Dispatch {
   Dispatch() = default;
   bool watch(int descriptor);
   void acceptClient();
+  // Nobody is accepted for a moment: without descriptors whoever waits would keep the loop busy.
+  void pauseAccepting();
+  // Milliseconds until that is over; -1 when it is.
+  int acceptAgainIn();
   void disconnect(std::map<int, Client>::iterator client);
   void disconnectOldest();
 
@@ -117,14 +127,19 @@ class Dispatch {
   std::size_t largestMessage_ = 0;
   std::map<int, Client> clients_;
   std::uint64_t uses_ = 0;
+  std::chrono::steady_clock::time_point pausedUntil_{};
+  bool paused_ = false;
+  int alsoWatched_ = -1;
+  std::function<void()> alsoReadable_;
 };
 
 // Null, with errno set, when it cannot be.
 std::unique_ptr<Dispatch> dispatch_create();
 
 // Serves one path, and replaces what a dead server left there. 0 or a number of errno: EADDRINUSE
-// while another server lives. Larger messages arrive cut to `largestMessage` bytes. A missing
-// folder is made.
+// while another server lives or starts. Servers that start together are told apart by a file beside
+// the path, NAME.lock, that only this user can open; EPERM when it is somebody else's. Larger
+// messages arrive cut to `largestMessage` bytes. A missing folder is made.
 int resmgr_attach(Dispatch& dispatch, const char* path, const ConnectFunctions& connect,
                   const IoFunctions& io, const PathAttributes& attributes,
                   std::size_t largestMessage);
@@ -132,10 +147,14 @@ int resmgr_attach(Dispatch& dispatch, const char* path, const ConnectFunctions& 
 // child.
 void resmgr_detach(Dispatch& dispatch);
 
-// The buffer of the message that is handled.
+// The buffer of the message that is handled. It is overwritten as soon as that is done: what one
+// client sent is not for a child that is forked for the next one.
 class DispatchContext {
  public:
   explicit DispatchContext(Dispatch& dispatch);
+  ~DispatchContext();
+  DispatchContext(const DispatchContext&) = delete;
+  DispatchContext& operator=(const DispatchContext&) = delete;
 
   // Answers the message that is handled. A client that does not take the answer is disconnected,
   // and its OpenContext is gone: reply last.
@@ -147,6 +166,7 @@ class DispatchContext {
 
   bool receive(int socket);
   int handle(std::size_t& offset);
+  void wipe();
 
   Dispatch& dispatch_;
   std::unique_ptr<std::byte[]> buffer_;

@@ -27,7 +27,7 @@ struct Row {
 };
 
 const std::vector<Row> rows{
-#define FUNCTION(name, signature, ...) \
+#define FUNCTION(name, group, signature, ...) \
   {name, #signature, std::vector<const char*>{__VA_ARGS__}.size()},
 #define DOC(...)
 #include "bindings/NativeFunctions.def"

@@ -34,14 +34,17 @@ class PPSBindingTest : public test_support::ChromeFixture {
   // come on the web-engine thread, so they are looked at there.
   const std::vector<std::string>& events() {
     webKitThreadMessageClient()->dispatchSyncMessage(executableMessage([this] {
-      std::erase_if(page->posted, [this](const FunctionCall& call) {
+      // The last event of an object is waited for.
+      const auto take = [this](const FunctionCall& call) {
         if (call.path != std::vector<String>{"chrome", "internal", "pps", "onEvent"}) return false;
         std::string text = String::fromNumber(call.arguments.at(0).numberValue()).toStdString() +
                            " " + call.arguments.at(1).stringValue().toStdString();
         if (call.arguments.size() > 2) text += " " + call.arguments[2].stringValue().toStdString();
         events_.push_back(text);
         return true;
-      });
+      };
+      std::erase_if(page->posted, take);
+      std::erase_if(page->called, take);
     }));
     return events_;
   }
@@ -70,7 +73,15 @@ TEST_F(PPSBindingTest, AClosingObjectKeepsItsIdUntilClosedHasArrived) {
   callNative({"pps.close", "5"});
   EXPECT_EQ(open("5", "status"), R"({"result":false})");
   EXPECT_EQ(callNative({"pps.write", "5", R"({"on":false})"}), "false");
+  // While the chrome is told of the end, too: it may be in the middle of something.
+  std::string opened;
+  page->answer = [&](const FunctionCall& call) {
+    if (call.arguments.at(1).stringValue() == "Closed") opened = open("5", "status");
+    return JavaScriptVariant();
+  };
   ASSERT_TRUE(hears("5 Closed"));
+  page->answer = {};
+  EXPECT_EQ(opened, R"({"result":false})");
   EXPECT_EQ(open("5", "status"), R"({"result":true,"data":{"status":{}}})");
 }
 
@@ -81,6 +92,9 @@ TEST_F(PPSBindingTest, WritesAnswerWhatBecameOfThem) {
   for (const char* nothing : {"[1]", "no JSON", "{}", ""}) {
     EXPECT_EQ(callNative({"pps.write", "1", nothing}), "true");
   }
+  const std::string deep = R"({"a":)" + std::string(100, '[') + std::string(100, ']') + "}";
+  EXPECT_EQ(callNative({"pps.write", "1", deep.c_str()}), "false");
+  ASSERT_TRUE(hears("1 WriteFailed The JSON is nested too deep: nothing was written"));
   EXPECT_EQ(callNative({"pps.write", "1", R"({"a":"x\nb:n:1"})"}), "false");
   ASSERT_TRUE(
       hears("1 WriteFailed Names of attributes have neither colons nor line breaks, and "

@@ -7,24 +7,50 @@ import { fakeTab, fakeTabs } from './fakes.mjs';
 let tabs;
 let list;
 let commands;
+let questions;
 
-const openTab = (process = HERE) => tabs.open(fakeTab({ calls: commands, process, requested: '', stay: () => commands.push(['stay']) }));
+const openTab = (process = HERE) => tabs.open(fakeTab({ calls: commands, process, requested: '', url: '', stay: () => commands.push(['stay']) }));
 const request = (tab, downloadId, filename) => tab.raise('DownloadRequest', { downloadId, filename, url: `http://x/${filename}` });
 
 beforeEach(() => {
   tabs = fakeTabs();
   commands = [];
-  list = new DownloadList(tabs);
+  questions = [];
+  list = new DownloadList(tabs, { ask: (tab, question) => questions.push(question) });
 });
 
 test('a later file of the same name does not take the place of an earlier one', () => {
   const tab = openTab();
   assert.deepEqual(request(tab, 1, 'a.tar.gz'), { setAction: 'ActionSave', setFilename: 'a.tar.gz' });
   assert.equal(request(openTab(), 2, 'a.tar.gz').setFilename, 'a (2).tar.gz');
-  assert.equal(request(tab, 3, 'a.tar.gz').setFilename, 'a (3).tar.gz');
+  assert.equal(request(openTab(), 3, 'a.tar.gz').setFilename, 'a (3).tar.gz');
   assert.equal(freeName('.profile', new Set(['.profile'])), '.profile (2)');
   assert.equal(freeName('noending', new Set(['noending'])), 'noending (2)');
   assert.equal(freeName('', new Set()), 'download');
+});
+
+test('a site saves one file unasked, and more when a person says so', async () => {
+  const tab = openTab();
+  tab.url = 'https://a.example/page';
+  assert.equal(request(tab, 1, 'first').setAction, 'ActionSave');
+  assert.deepEqual([2, 3].map((id) => request(tab, id, `f${id}`)), [{ setAction: 'ActionPending' }, { setAction: 'ActionPending' }]);
+  assert.equal(questions.length, 1, 'one question for all of them');
+  assert.equal(list.items.length, 1, 'nothing is shown that is not saved');
+  questions[0].answer(true);
+  assert.deepEqual(commands, [['downloadUpdate', 2, 'ActionSave', 'f2'], ['downloadUpdate', 3, 'ActionSave', 'f3']]);
+  assert.equal(request(tab, 4, 'f4').setAction, 'ActionSave');
+
+  // Another site begins anew, and a refusal stands; an address that a person has entered is no page's wish.
+  tab.url = 'https://b.example/';
+  commands.length = 0;
+  assert.equal(request(tab, 5, 'f5').setAction, 'ActionSave');
+  assert.equal(request(tab, 6, 'f6').setAction, 'ActionPending');
+  questions[1].answer(false);
+  assert.equal(request(tab, 7, 'f7').setAction, 'ActionPending');
+  await null;
+  assert.deepEqual(commands, [['downloadUpdate', 6, 'ActionDiscard', ''], ['downloadUpdate', 7, 'ActionDiscard', '']]);
+  tab.requested = 'http://x/f8';
+  assert.equal(request(tab, 8, 'f8').setAction, 'ActionSave');
 });
 
 test('an address that was a file leaves the tab where it was', () => {

@@ -152,6 +152,12 @@ TEST_F(ProgramTest, ExtraHeadersReachTheServer) {
   runSuite("headers.html?server=" + server.address());
 }
 
+TEST_F(ProgramTest, AllProcessesHaveTheSameCookies) {
+  const EchoServer server;
+  runSuite("cookies.html?server=" + server.address());
+  runSuite("cookies.html?again=1&server=" + server.address());
+}
+
 // One suite of pages with every web view in the program's own process, or in a child with that
 // number.
 using Walk = std::tuple<std::string, std::string>;

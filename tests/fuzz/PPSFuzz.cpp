@@ -74,7 +74,8 @@ bool checkLines(const std::string& text, const std::string& lines) {
 
 // The chrome's JSON has a line for each member, or none at all.
 void checkJson(const std::string& json) {
-  const auto lines = ppsLinesFromJson(json);
+  Tessel::Platform::String problem;
+  const auto lines = ppsLinesFromJson(json, problem);
   if (!lines || lines->isEmpty()) return;
   rapidjson::Document document;
   document.Parse<rapidjson::kParseIterativeFlag>(json.data(), json.size());

@@ -1,10 +1,12 @@
 // Child processes with web views, from the launch to their death: real processes, pages without an
 // engine.
 #include "ipc/ChildLauncher.h"
+#include "ipc/EventBacklog.h"
 #include "ipc/IPCReceiverHandler.h"
 #include "ipc/IPCSenderGroup.h"
 #include "ipc/IPCSenderHandler.h"
 #include "ipc/ProcessMessages.h"
+#include "platform/messages/Channels.h"
 #include "platform/messages/Connections.h"
 #include "platform/messages/MainThreadWait.h"
 #include "tests/support/ChromeFixture.h"
@@ -17,6 +19,7 @@
 #include <signal.h>
 #include <sys/eventfd.h>
 #include <sys/prctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -41,6 +44,28 @@ enum Group : unsigned int {
   LateHandshake,
   SilentOne,
   SpeaksForTheChrome,
+  Floods,
+};
+
+// Posts more events than anybody wants to hear when it is told to make its first web view.
+class FloodingHandler final : public MessageHandler {
+ public:
+  explicit FloodingHandler(int main) : main_(main) {}
+  void handleMessage(Message& message) override {
+    if (message.type() != CreateWebViewMessage::messageType || done_) return;
+    done_ = true;
+    const unsigned int view = static_cast<CreateWebViewMessage&>(message).handle();
+    for (int i = 0; i < 200'000; ++i) post(view, "Noise");
+    post(view, "Last");
+  }
+
+ private:
+  void post(unsigned int view, const char* name) const {
+    MessageClient::sendMessage(std::make_unique<HandleOrvWebPostEventMessage>(view, name, "{}"),
+                               main_);
+  }
+  const int main_;
+  bool done_ = false;
 };
 
 int goodChild(IPCReceiverHandler& handler, MainMessageClient& client) {
@@ -99,6 +124,7 @@ int childMain(unsigned int groupId, int parentPid, int mainChannelId, int webEng
         std::make_unique<HandleOrvWebPostEventMessage>(WebViewManager::rootHandle, "Destroyed", ""),
         main);
   }
+  if (groupId == Floods) client.installMessageHandler(new FloodingHandler(main));
   return goodChild(handler, client);
 }
 
@@ -200,12 +226,14 @@ TEST_P(RefusedHandshakeTest, EndsTheLaunchAfterThreeSeconds) {
                 ElementsAre("IPCSenderGroup for process -1 encountered error: Did not receive "
                             "handshake!"));
     if (GetParam() == LateHandshake) {
-      // The group is gone by then, and nobody expects a stranger.
-      std::string lines;
+      // The group is gone by then.
+      std::vector<std::string> errors;
       ASSERT_TRUE(iterateUntil([&] {
-        lines += log.read();
-        return lines.find("nobody is expecting it") != std::string::npos;
+        if (errors.empty()) errors = chrome.errors();
+        return !errors.empty();
       }));
+      EXPECT_THAT(errors, ElementsAre("IPCSenderHandler could not find webview group with id: " +
+                                      std::to_string(LateHandshake)));
     } else if (GetParam() != SilentOne) {
       EXPECT_THAT(log.read(), HasSubstr("Someone unknown was trying to handshake with me!"));
     }
@@ -227,6 +255,49 @@ TEST(GroupTest, AChildSpeaksForItsOwnWebViewsOnly) {
       return lines.find("has no web view 1; its event is dropped") != std::string::npos;
     }));
     EXPECT_NE(chrome.manager.rootWebView(), nullptr);
+  });
+}
+
+TEST(GroupTest, AChildThatPostsWithoutEndCostsTheChromeLittleAndItsLastWordIsHeard) {
+  withChildren([](Chrome& chrome) {
+    const unsigned int view = chrome.create(Floods);
+    ASSERT_NE(view, 0u);
+    std::size_t told = 0;
+    bool isLastHeard = false;
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_TRUE(iterateUntil([&] {
+      for (const std::string& event : chrome.events()) {
+        ++told;
+        isLastHeard = isLastHeard || event.find(" Last ") != std::string::npos;
+      }
+      return isLastHeard;
+    }));
+    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+    EXPECT_LT(static_cast<double>(told),
+              EventBacklog::burst + (seconds.count() + 1) * EventBacklog::perSecond);
+    EXPECT_THAT(chrome.errors(), ElementsAre(HasSubstr("posts more events than are told")));
+    EXPECT_NE(chrome.create(Floods), 0u) << "the child still serves";
+  });
+}
+
+// A process that connects and never says a word, again and again.
+TEST(GroupTest, SilentStrangersKeepNoChildFromStarting) {
+  withChildren([](Chrome& chrome) {
+    const pid_t parent = ::getpid();
+    const int channel = MainMessageClient::instance()->channelId();
+    const pid_t stranger = ::fork();
+    if (stranger == 0) {
+      ::alarm(60);
+      std::vector<UniqueFd> silent;
+      for (;;) {
+        UniqueFd connection = connectToChannel(parent, channel);
+        if (connection) silent.push_back(std::move(connection));
+        if (silent.size() > 200) silent.erase(silent.begin(), silent.begin() + 100);
+      }
+    }
+    for (unsigned int group = 1; group <= 5; ++group) EXPECT_NE(chrome.create(int(group)), 0u);
+    ::kill(stranger, SIGKILL);
+    ::waitpid(stranger, nullptr, 0);
   });
 }
 

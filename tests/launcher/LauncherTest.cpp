@@ -13,6 +13,8 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -61,22 +63,27 @@ bool waitForEnd(pid_t pid) {
   return ::poll(&ended, 1, 20000) == 1;
 }
 
-// Pipes that the server's children inherit from the test.
-class Pipe {
- public:
-  Pipe() {
-    int ends[2];
-    if (::pipe(ends) != 0) std::abort();
-    out = UniqueFd(ends[0]);
-    in = UniqueFd(ends[1]);
-    ::fcntl(out.get(), F_SETFD, FD_CLOEXEC);
+// Whether a mapping of a process that it can write to holds the text.
+bool holdsInMemory(pid_t pid, const std::string& text) {
+  std::ifstream maps("/proc/" + std::to_string(pid) + "/maps");
+  std::ifstream memory("/proc/" + std::to_string(pid) + "/mem", std::ios::binary);
+  for (std::string line; std::getline(maps, line);) {
+    unsigned long first = 0;
+    unsigned long end = 0;
+    char rights[5] = {};
+    constexpr unsigned long largest = 256UL << 20;  // more is only reserved
+    if (std::sscanf(line.c_str(), "%lx-%lx %4s", &first, &end, rights) != 3 || rights[1] != 'w' ||
+        end - first > largest) {
+      continue;
+    }
+    std::string bytes(end - first, '\0');
+    memory.clear();
+    memory.seekg(static_cast<std::streamoff>(first));
+    memory.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    if (bytes.find(text) != std::string::npos) return true;
   }
-  std::string variable(const char* name) const {
-    return std::string(name) + "=" + std::to_string(in.get());
-  }
-  UniqueFd out;
-  UniqueFd in;
-};
+  return false;
+}
 
 class LauncherTest : public testing::Test {
  protected:
@@ -89,19 +96,26 @@ class LauncherTest : public testing::Test {
     const timespec now{};
     while (::sigtimedwait(&ends, nullptr, &now) > 0) {
     }  // those of another server's children
+    ASSERT_EQ(::mkfifo(reportPath().c_str(), 0600), 0);
+    ::chmod(reportPath().c_str(), 0666);
+    // Both ends, so that it stays open between one application and the next.
+    report = UniqueFd(::open(reportPath().c_str(), O_RDWR | O_CLOEXEC));
     start();
   }
 
   void start() {
     server.emplace(Program::Environment{{"TESSEL_RESMGR_ROOT", folder.string()},
-                                        {"OVERWRITTEN", "the server's"}},
+                                        {"OVERWRITTEN", "the server's"},
+                                        {"LC_NUMERIC", "de_DE"},
+                                        {"SERVERS_SECRET", "not for applications"}},
                    std::vector<std::string>{}, "probe-server", PAGEHOST_TEST_PROBE);
     ASSERT_TRUE(server->waitForError("Waiting for launch requests")) << server->errors();
   }
+  std::string reportPath() const { return folder.string() + "/report"; }
   std::string path() const { return folder.string() + launcherPath; }
   RawRequest request() const {
     RawRequest request;
-    request.environment = {report.variable("REPORT")};
+    request.environment = {"REPORT=" + reportPath()};
     return request;
   }
   // The child's process id, or minus the error.
@@ -118,7 +132,7 @@ class LauncherTest : public testing::Test {
   }
   Report launchAndRead(const RawRequest& request) {
     const pid_t pid = launch(request);
-    Report told = readReport(report.out.get());
+    Report told = readReport(report.get());
     EXPECT_EQ(told["pid"], std::to_string(pid)) << server->errors();
     EXPECT_TRUE(waitForEnd(pid));
     return told;
@@ -135,7 +149,7 @@ class LauncherTest : public testing::Test {
   const test_support::TemporaryFolder temporary;
   const std::filesystem::path folder = temporary.path();
   sigset_t ends{};
-  Pipe report;
+  UniqueFd report;
   std::optional<Program> server;
 };
 
@@ -164,6 +178,12 @@ TEST_F(LauncherTest, AChildIsWhatTheRequestSaysAndCannotBecomeAnythingElse) {
   EXPECT_EQ(told["OVERWRITTEN"], "anew");
   EXPECT_EQ(told["children"], "default");
   EXPECT_EQ(told["foreign"], "0") << "descriptors of the server are left";
+  EXPECT_EQ(told["SERVERS_SECRET"] + told["secretInMemory"], "unset0");
+  EXPECT_EQ(told["HOME"], "unset") << "root's, or that of nobody's record";
+  EXPECT_EQ(told["NoNewPrivs"], "1");
+  for (const char* set : {"CapBnd", "CapEff", "CapPrm", "CapInh", "CapAmb"}) {
+    EXPECT_EQ(told[set], "0000000000000000") << set;
+  }
   EXPECT_EQ(told["in"], "/dev/null");
   for (const char* right :
        {"becomeRoot", "becomeServer", "becomeOther", "rootGroup", "signalParent"}) {
@@ -243,9 +263,9 @@ TEST_F(LauncherTest, RequestsThatAreNotInOrderAreRefusedAndStartNothing) {
       std::string(largestLaunchMessage - 16 - largest.bytes().size() - 1, 'a'));
   ASSERT_EQ(largest.bytes().size(), largestLaunchMessage - 16);
   EXPECT_GT(pidOf(writer.exchange(rawMessage(2, launchCommand, largest.bytes()))), 0);
-  EXPECT_EQ(readReport(report.out.get())["user"], "1234,1234");
+  EXPECT_EQ(readReport(report.get())["user"], "1234,1234");
   EXPECT_GT(pidOf(writer.exchange(rawMessage(2, launchCommand, good + "tail", good.size()))), 0);
-  EXPECT_EQ(readReport(report.out.get())["user"], "1234,1234");
+  EXPECT_EQ(readReport(report.get())["user"], "1234,1234");
 }
 
 TEST_F(LauncherTest, OnlyTheFirstRequesterIsToldOfEveryChildsEnd) {
@@ -262,6 +282,103 @@ TEST_F(LauncherTest, OnlyTheFirstRequesterIsToldOfEveryChildsEnd) {
   EXPECT_EQ(status, 0) << "the second requester was told, or had no child";
   EXPECT_GT(its, 0);
   EXPECT_NE(its, mine);
+}
+
+TEST_F(LauncherTest, EveryEndCanBeAskedForWhateverBecomesOfTheSignals) {
+  RawClient client(path());
+  ASSERT_EQ(client.open(O_RDWR), 0);
+  const auto endOf = [&](pid_t pid) {
+    return client.exchange(rawMessage(2, launchEndCommand, test_support::word(pid)));
+  };
+  std::vector<pid_t> pids;
+  for (int i = 0; i < 40; ++i) {
+    RawRequest wanted = request();
+    wanted.environment.push_back("STATUS=" + std::to_string(i));
+    pids.push_back(pidOf(client.exchange(rawMessage(2, launchCommand, wanted.bytes()))));
+    ASSERT_GT(pids.back(), 0);
+    if (i % 8 != 7) continue;
+    for (int reported = 0; reported < 8; ++reported) ASSERT_FALSE(readReport(report.get()).empty());
+  }
+  for (int i = 0; i < 40; ++i) {
+    ASSERT_TRUE(waitForEnd(pids[i]));
+    const std::string expected = test_support::word(1) + test_support::word(i << 8);
+    EXPECT_EQ(endOf(pids[i]).data, expected) << i;
+    EXPECT_TRUE(server->waitForError("Process " + std::to_string(pids[i]) + " ended with status " +
+                                     std::to_string(i)))
+        << server->errors();
+  }
+  EXPECT_TRUE(test_support::zombiesOf(server->pid()).empty());
+  EXPECT_EQ(endOf(::getpid()).status, ESRCH);
+
+  RawRequest held = request();
+  held.environment = {"REPORT=" + folder.string() + "/held"};
+  ASSERT_EQ(::mkfifo((folder / "held").c_str(), 0600), 0);
+  ::chmod((folder / "held").c_str(), 0666);
+  const pid_t running = pidOf(client.exchange(rawMessage(2, launchCommand, held.bytes())));
+  EXPECT_EQ(endOf(running).data, std::string(8, '\0'));
+  ASSERT_EQ(::kill(running, SIGKILL), 0);
+  ASSERT_TRUE(waitForEnd(running));
+  EXPECT_EQ(endOf(running).data, test_support::word(1) + test_support::word(SIGKILL));
+}
+
+TEST_F(LauncherTest, WhatOneUsersLaunchCarriedIsNotInTheServersMemoryAnyMore) {
+  RawRequest secret = request();
+  const std::string value = "0f6b1c-only-for-the-first-user";
+  secret.environment.push_back("TOKEN=" + value);
+  launchAndRead(secret);
+  RawClient next(path());
+  ASSERT_EQ(next.open(O_RDONLY), 0) << "the request is done with";
+  EXPECT_FALSE(holdsInMemory(server->pid(), value));
+  // The test can find it: it is in its own memory.
+  EXPECT_TRUE(holdsInMemory(::getpid(), value));
+}
+
+TEST_F(LauncherTest, RootsGroupAndThoseBelowTheBoundAreNoSupplementaryGroupsEither) {
+  RawRequest wanted = request();
+  wanted.groups = {300, 0};
+  RawClient client(path());
+  ASSERT_EQ(client.open(O_RDWR), 0);
+  const pid_t refused = pidOf(client.exchange(rawMessage(2, launchCommand, wanted.bytes())));
+  ASSERT_GT(refused, 0) << "the requester still gets a process id";
+  ASSERT_TRUE(waitForEnd(refused));
+  EXPECT_EQ(client.exchange(rawMessage(2, launchEndCommand, test_support::word(refused))).data,
+            test_support::word(1) + test_support::word(1 << 8));
+}
+
+TEST_F(LauncherTest, NobodyElseKeepsAServerFromStarting) {
+  server.reset();
+  // What another user can lock: the folder, and the socket itself.
+  const UniqueFd folderLock(::open((folder / "dev").c_str(), O_RDONLY | O_CLOEXEC));
+  ASSERT_EQ(::flock(folderLock.get(), LOCK_EX | LOCK_NB), 0);
+  start();
+  EXPECT_EQ(launchAndRead(request())["user"], "1234,1234");
+
+  // The lock that counts is root's alone.
+  struct stat status {};
+  ASSERT_EQ(::stat((path() + ".lock").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0600u);
+  server.reset();
+  ASSERT_EQ(::chown((path() + ".lock").c_str(), 1234, 1234), 0);
+  Program other({{"TESSEL_RESMGR_ROOT", folder.string()}}, {}, "probe-server",
+                PAGEHOST_TEST_PROBE);
+  EXPECT_EQ(other.status(), 1) << "somebody else's file";
+}
+
+TEST_F(LauncherTest, WithoutDescriptorsTheServerPausesAndGoesOn) {
+  server.reset();
+  rlimit own{};
+  ::getrlimit(RLIMIT_NOFILE, &own);
+  const rlimit few{24, own.rlim_max};
+  ::setrlimit(RLIMIT_NOFILE, &few);
+  start();
+  ::setrlimit(RLIMIT_NOFILE, &own);
+  std::vector<std::unique_ptr<RawClient>> silent;
+  for (int i = 0; i < 60; ++i) silent.push_back(std::make_unique<RawClient>(path()));
+  const long before = test_support::processorTime(server->pid());
+  ::usleep(500000);
+  EXPECT_LT(test_support::processorTime(server->pid()) - before, 200) << "milliseconds of 500";
+  silent.clear();
+  EXPECT_EQ(launchAndRead(request())["user"], "1234,1234");
 }
 
 TEST_F(LauncherTest, ClientsWhoStayAndSayNothingKeepNobodyOut) {
@@ -306,8 +423,7 @@ TEST_F(LauncherTest, RandomRequestsNeitherEndTheServerNorCostItAnything) {
   EXPECT_GT(launched, 100);
   EXPECT_EQ(launchAndRead(request())["user"], "1234,1234");
   EXPECT_TRUE(waitForFewerDescriptors(server->pid(), before));
-  // Their ends came one at a time, but for a child and the one that its last signal overtook.
-  EXPECT_LE(test_support::zombiesOf(server->pid()).size(), 2u);
+  EXPECT_TRUE(test_support::zombiesOf(server->pid()).empty());
 }
 
 TEST_F(LauncherTest, APathHasOneServerAndTheNextOneTakesItOver) {

@@ -1,6 +1,7 @@
 // What an application of the tests tells of itself.
 #include "tests/launcher/ProbeReport.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -11,6 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <vector>
 
@@ -32,14 +34,21 @@ std::string linkText(int descriptor) {
       .string();
 }
 
-// Of the descriptors that belong to the server: sockets and the like.
+// Descriptors that are open beside the standard streams.
 int foreignDescriptors() {
   int count = 0;
-  for (int descriptor = 0; descriptor < 64; ++descriptor) {
-    const std::string link = linkText(descriptor);
-    if (link.starts_with("socket:") || link.starts_with("anon_inode:")) ++count;
-  }
+  for (int descriptor = 3; descriptor < 256; ++descriptor)
+    count += ::fcntl(descriptor, F_GETFD) >= 0;
   return count;
+}
+
+// A line of the process's status.
+std::string statusOf(const std::string& key) {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with(key + ":\t")) return line.substr(key.size() + 2);
+  }
+  return {};
 }
 
 // "granted" or the error.
@@ -88,10 +97,17 @@ void reportMain(int argc, char** argv) {
   std::string arguments;
   for (int i = 0; i < argc; ++i) arguments += std::string(argv[i]) + ",";
   text << "\narguments=" << arguments << (argv[argc] ? "unterminated" : "");
-  for (const char* name : {"GREETING", "EMPTY", "EQUATION", "OVERWRITTEN"}) {
+  for (const char* name :
+       {"GREETING", "EMPTY", "EQUATION", "OVERWRITTEN", "SERVERS_SECRET", "HOME"}) {
     const char* value = std::getenv(name);
     text << "\n" << name << "=" << (value ? value : "unset");
   }
+  for (const char* key : {"NoNewPrivs", "CapBnd", "CapEff", "CapPrm", "CapInh", "CapAmb"}) {
+    text << "\n" << key << "=" << statusOf(key);
+  }
+  std::ifstream initial("/proc/self/environ");
+  const std::string block{std::istreambuf_iterator<char>(initial), {}};
+  text << "\nsecretInMemory=" << (block.find("not for applications") != std::string::npos);
   struct sigaction action {};
   ::sigaction(SIGCHLD, nullptr, &action);
   text << "\nchildren=" << (action.sa_handler == SIG_DFL ? "default" : "handled");
@@ -104,15 +120,11 @@ void reportMain(int argc, char** argv) {
        << "\nsignalParent=" << (::kill(::getppid(), 0) == 0 ? "granted" : std::to_string(errno))
        << "\n\n";
   const char* const report = std::getenv("REPORT");
-  const int pipe = report ? std::atoi(report) : -1;
+  const int pipe = report ? ::open(report, O_WRONLY) : -1;
   const std::string bytes = text.str();
   if (::write(pipe, bytes.data(), bytes.size()) < 0) std::exit(9);
-  if (const char* hold = std::getenv("HOLD")) {
-    char byte = 0;
-    while (::read(std::atoi(hold), &byte, 1) > 0) {
-    }
-  }
-  std::exit(EXIT_SUCCESS);
+  const char* const status = std::getenv("STATUS");
+  std::exit(status ? std::atoi(status) : EXIT_SUCCESS);
 }
 
 }  // namespace test_support

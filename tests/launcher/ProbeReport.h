@@ -11,9 +11,8 @@ using Report = std::map<std::string, std::string>;
 // The lines "key=value" that reportMain writes, up to the empty one; empty at the deadline.
 Report readReport(int pipe);
 
-// An application: reports to the descriptor that the variable REPORT names, then ends with 0. With
-// HOLD it first waits until that descriptor, too, has been read to its end. Its own standard output
-// gets "out", its standard error "err".
+// An application: reports to the FIFO that the variable REPORT names, then ends with the status of
+// the variable STATUS, or 0. Its own standard output gets "out", its standard error "err".
 void reportMain(int argc, char** argv);
 
 }  // namespace test_support

@@ -119,6 +119,20 @@ TEST_F(RuntimeFolderTest, WhatOthersCanReachIsRefused) {
     EXPECT_EQ(errno, EACCES);
   }
   fs::remove(ours_);
+  // What holds it: whoever can write there can put another one in its place.
+  for (const mode_t mode : {0777u, 0770u, 0722u}) {
+    ASSERT_EQ(chmod(base_.path().c_str(), mode), 0);
+    EXPECT_EQ(runtimeFolder(), "") << mode;
+  }
+  ASSERT_EQ(chmod(base_.path().c_str(), 01777), 0);
+  EXPECT_EQ(runtimeFolder(), ours_) << "as /tmp is";
+  ASSERT_EQ(chmod(base_.path().c_str(), 0700), 0);
+  if (geteuid() == 0) {
+    ASSERT_EQ(chown(base_.path().c_str(), 1234, 1234), 0);
+    EXPECT_EQ(runtimeFolder(), "") << "another user's";
+    ASSERT_EQ(chown(base_.path().c_str(), 0, 0), 0);
+  }
+  fs::remove(ours_);
   fs::create_directory(base_.path() / "elsewhere");
   ASSERT_EQ(chmod((base_.path() / "elsewhere").c_str(), 0700), 0);
   fs::create_directory_symlink("elsewhere", ours_);

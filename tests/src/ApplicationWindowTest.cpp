@@ -2,6 +2,7 @@
 #include "ApplicationWindow.h"
 #include "platform/Settings.h"
 #include "tests/support/ChromeFixture.h"
+#include "tests/support/StandardErrorPipe.h"
 
 #include <cstdlib>
 
@@ -12,6 +13,7 @@ using Tessel::Platform::IntSize;
 using Tessel::Platform::Settings;
 using Tessel::Platform::Graphics::MemoryWindowSystem;
 using Tessel::Platform::Graphics::WindowSystem;
+using Tessel::Platform::Testing::StandardErrorPipe;
 using test_support::inOwnProcess;
 using ::testing::SizeIs;
 
@@ -42,6 +44,10 @@ TEST_F(ApplicationWindowTest, SetSizeResizesAndTurnsAndStoresTheSizeSidewaysWhen
     surface().state = ApplicationWindow::instance().state();
     EXPECT_EQ(setSize("0"), (IntSize{800, 600}));
 
+    // No display holds that, and no memory.
+    callNative({"applicationWindow.setSize", "32767", "32767", "0"});
+    EXPECT_EQ(surface().state.rect, (IntRect{0, 0, 16384, 4096}));
+
     // What has no area is flushed instead.
     const std::size_t posts = surface().posts.size();
     const int flushed = flushes();
@@ -49,6 +55,26 @@ TEST_F(ApplicationWindowTest, SetSizeResizesAndTurnsAndStoresTheSizeSidewaysWhen
     EXPECT_THAT(surface().posts, SizeIs(posts));
     EXPECT_EQ(flushes(), flushed + 1);
   });
+}
+
+TEST_F(ApplicationWindowTest, SizesThatAreNoneAreToldOfAndTheUsualOneIsTaken) {
+  const IntSize usual = Settings::instance().applicationSize();
+  const auto sizeWith = [&](const char* width, const char* height) {
+    inOwnProcess([&] {
+      StandardErrorPipe log;
+      ::setenv("WIDTH", width, 1);
+      ::setenv("HEIGHT", height, 1);
+      const IntRect rect = (ApplicationWindow::instance(), surface().state.rect);
+      const bool isTold = log.read().find("are no size of a window") != std::string::npos;
+      const bool isUsual = IntSize{rect.width, rect.height} == usual;
+      const bool isAsked = rect.width == std::atoi(width) && rect.height == std::atoi(height);
+      EXPECT_TRUE(isTold ? isUsual : isAsked) << width << " " << height << " " << rect.width;
+      EXPECT_EQ(isTold, std::string(width) != "640") << width;
+    });
+  };
+  sizeWith("640", "480");
+  for (const char* bad : {"-640", "+640", "99999999999", "640px", "", "32767"})
+    sizeWith(bad, "480");
 }
 
 }  // namespace

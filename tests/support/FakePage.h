@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace test_support {
@@ -33,11 +34,15 @@ class FakePage final : public Page {
   std::vector<OrvWebHeader> headers;
   std::vector<WebViewSetting> changedSettings;
   bool callbackObjectEnabled = true;
+  bool callbackObjectBound = false;
   bool closed = false;
 
   // Raises an event and gives it back as its handler left it.
   template <typename Event>
   Event raise(Event event) {
+    if constexpr (std::is_same_v<Event, OrvWebJavaScriptCallbackEvent>) {
+      event.setCaller("local://", true);
+    }
     client.raise(event);
     return event;
   }
@@ -120,6 +125,9 @@ class FakePage final : public Page {
   void settingChanged(WebViewSetting setting) override { changedSettings.push_back(setting); }
   void setRequestHeaders(const std::vector<OrvWebHeader>& list) override { headers = list; }
   void setCallbackObjectEnabled(bool enabled) override { callbackObjectEnabled = enabled; }
+  void bindCallbackObject(bool bound, const std::vector<String>&) override {
+    callbackObjectBound = bound;
+  }
   void setDrivesApplication(const String& hint) override { note("setDrivesApplication", hint); }
   void runScript(const String& script, bool isolated, const String& resultId) override {
     note("runScript", script, isolated ? "isolated" : "normal", resultId);

@@ -162,8 +162,19 @@ void FileServer::add(const std::string& name, const std::string& type, const std
                  "Content-Length: " + std::to_string(content.size()) + "\r\n\r\n" + content;
 }
 
+void FileServer::addAnswer(const std::string& name, const std::string& answer) {
+  const std::lock_guard guard(lock_);
+  pages_[name] = answer;
+}
+
+int FileServer::requestsFor(const std::string& name) {
+  const std::lock_guard guard(lock_);
+  return requests_[name];
+}
+
 std::string FileServer::page(const std::string& name) {
   const std::lock_guard guard(lock_);
+  ++requests_[name];
   const auto found = pages_.find(name);
   return found != pages_.end()
              ? found->second
@@ -182,7 +193,8 @@ void FileServer::serve(int client) {
   }
   const Request request(head);
   if (request.kind != "log" && request.kind != "file") {
-    sendAll(client, page(request.name));
+    const std::string answer = page(request.name);
+    answer.empty() ? hold(client) : static_cast<void>(sendAll(client, answer));
     return;
   }
   if (request.kind == "log") {

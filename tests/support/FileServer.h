@@ -21,7 +21,8 @@ namespace test_support {
 //   tag=no         there is no entity tag
 //   changes=yes    each request finds another version of the file
 //   pace=N         milliseconds between pieces of 16 KiB
-// GET /page/NAME is what was added, and may be kept in caches.
+// GET /page/NAME is what was added, and may be kept in caches; nothing, until the client goes, for
+// an answer that is empty.
 // GET /log/NAME tells what the requests for a file asked: "RANGE IF-RANGE" each, as a JSON list.
 class FileServer {
  public:
@@ -33,6 +34,10 @@ class FileServer {
   std::string address() const { return "http://127.0.0.1:" + std::to_string(port_) + "/"; }
   void add(const std::string& name, const std::string& type, const std::string& content,
            const std::string& cookie = {});
+  // A whole answer, its head included.
+  void addAnswer(const std::string& name, const std::string& answer);
+  // How often a page was asked for.
+  int requestsFor(const std::string& name);
   // The file that the server has under every name.
   static std::string content(std::size_t size, int version = 1);
 
@@ -52,6 +57,7 @@ class FileServer {
   std::mutex lock_;
   std::map<std::string, std::vector<std::string>> asked_;  // under the lock
   std::map<std::string, std::string> pages_;               // whole answers, under the lock
+  std::map<std::string, int> requests_;                    // of pages, under the lock
   std::thread acceptor_;
   std::vector<std::thread> connections_;  // the acceptor's, until it has ended
 };

@@ -42,6 +42,13 @@ std::vector<pid_t> childrenThat(pid_t parent, Condition hasState) {
 
 }  // namespace
 
+long processorTime(pid_t pid) {
+  std::istringstream times(fileOf(pid, "schedstat"));
+  long long nanoseconds = 0;
+  times >> nanoseconds;
+  return static_cast<long>(nanoseconds / 1000000);
+}
+
 std::vector<pid_t> allProcesses() {
   std::vector<pid_t> pids;
   std::error_code error;

@@ -16,6 +16,8 @@ std::string environmentOf(pid_t pid);
 // Zombies are not.
 bool isRunning(pid_t pid);
 std::vector<pid_t> childrenOf(pid_t pid);
+// Milliseconds of processor time that it has used so far.
+long processorTime(pid_t pid);
 std::vector<pid_t> zombiesOf(pid_t parent);
 // Of every generation.
 std::vector<pid_t> descendantsOf(pid_t pid);

@@ -142,10 +142,13 @@ TEST_F(WebViewManagerTest, ShutdownEndsEveryWebViewAndThenTheLoop) {
     const unsigned int second = createWebView();
     // Even one that would not report its end.
     webView(second).setAllWebEventsEnabled(false);
+    // Asked for by the chrome when it hears of the end, and too late.
+    const unsigned int unmade = create("InProcess");
     manager.shutdown();
+    EXPECT_EQ(create("InProcess"), 0u);
     EXPECT_NE(manager.webViewForHandle(first), nullptr) << "its end has yet to be reported";
     EXPECT_EQ(exitStatusOf(client), 0);
-    for (const unsigned int handle : {1u, first, second}) {
+    for (const unsigned int handle : {1u, first, second, unmade}) {
       EXPECT_EQ(manager.webViewForHandle(handle), nullptr) << handle;
     }
   });

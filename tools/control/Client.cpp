@@ -2,6 +2,7 @@
 #include "Client.h"
 
 #include "platform/Folders.h"
+#include "platform/Peer.h"
 #include "platform/navigator/ControlSocket.h"
 #include "platform/navigator/NavigatorJson.h"
 
@@ -54,7 +55,9 @@ std::string Client::connect(int pid) {
       ::connect(socket_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
     return path + ": " + std::strerror(errno);
   }
-  return {};
+  if (Tessel::Platform::isTrustedPeer(Tessel::Platform::peerOf(socket_.get()))) return {};
+  socket_.reset();
+  return path + ": another user's process listens there";
 }
 
 std::string Client::send(const std::vector<std::string>& words) {

@@ -30,11 +30,13 @@ process is shown as NAME and gets the arguments.
   --priority N       with this priority; 10 is normal, more is more urgent
   --console MODE     where its output goes: console (the server's), file (logs/log in the
                      working directory), slog2 (the user's log files); else nowhere
-  --wait             stay until it has ended, and say so
+  --wait             stay until it has ended, and end with its status
   --help             this text
 
 The server is found at /dev/webkit, below the folder TESSEL_RESMGR_ROOT if that is set.
-The status is 0, 1 when the process could not be had, and 2 when the call makes no sense.
+The status is 0, 1 when the process could not be had, and 2 when the call makes no sense. With
+--wait it is that of the process, 128 and the number of the signal that ended it, or 1 when the
+server does not know it.
 )";
 
 namespace {

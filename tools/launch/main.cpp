@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -43,7 +44,8 @@ std::string whyNot(int error) {
   }
 }
 
-// Until the process has ended, which may be long ago.
+// Waits until the process has ended, which may be long ago, and returns its status as a shell has
+// it: 128 and the signal's number where a signal ended it.
 int waitFor(std::int32_t pid) {
   const UniqueFd process(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
   if (!process && errno != ESRCH) {
@@ -53,8 +55,25 @@ int waitFor(std::int32_t pid) {
   pollfd ended{process.get(), POLLIN, 0};
   while (process && ::poll(&ended, 1, -1) < 0 && errno == EINTR) {
   }
-  std::fprintf(stderr, "pagehost-launch: process %d has ended; how, its server knows\n", pid);
-  return EXIT_SUCCESS;
+  // A connection of its own: the server does not keep a silent one for as long as it takes.
+  const UniqueFd device = Tessel::Platform::openDevice(launcherPath, O_RDONLY);
+  LaunchEnd end{};
+  const int error = device ? Tessel::Platform::controlDevice(device.get(), launchEndCommand, &pid,
+                                                             sizeof pid, &end, sizeof end)
+                           : errno;
+  if (error != 0 || end.ended == 0) {
+    return fail(EXIT_FAILURE,
+                "Process " + std::to_string(pid) +
+                    " has ended, but its server does not know how: " + std::strerror(error) + ".");
+  }
+  if (WIFSIGNALED(end.status)) {
+    std::fprintf(stderr, "pagehost-launch: process %d was ended by signal %d\n", pid,
+                 WTERMSIG(end.status));
+    return 128 + WTERMSIG(end.status);
+  }
+  std::fprintf(stderr, "pagehost-launch: process %d has ended with status %d\n", pid,
+               WEXITSTATUS(end.status));
+  return WEXITSTATUS(end.status);
 }
 
 }  // namespace

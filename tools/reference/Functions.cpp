@@ -4,6 +4,7 @@
 #include "ApplicationWindow.h"
 #include "bindings/ApplicationBinding.h"
 #include "bindings/BindingManager.h"
+#include "bindings/CapabilitiesBinding.h"
 #include "bindings/CclBinding.h"
 #include "bindings/InvocationBinding.h"
 #include "bindings/PPSBinding.h"
@@ -78,6 +79,7 @@ class Collector {
   }
 
   // Of the function that was added last.
+  void join(const char* group) { functions_.back().group = group; }
   void document(Effect effect, const char* names, const char* text) {
     Function& function = functions_.back();
     const std::vector<std::string> list = namesIn(names);
@@ -103,7 +105,9 @@ class Collector {
 #define DOC(effect, names, text) collector.document(Effect::effect, names, text);
 
 void addOthers(Collector& collector) {
-#define FUNCTION(name, signature, ...) collector.add<Types<signature>>(name, false, {__VA_ARGS__});
+#define FUNCTION(name, group, signature, ...)                  \
+  collector.add<Types<signature>>(name, false, {__VA_ARGS__}); \
+  collector.join(#group);
 #include "bindings/NativeFunctions.def"
 #undef FUNCTION
 }
@@ -125,6 +129,7 @@ std::set<std::string> registeredNames() {
   const ApplicationBinding application(nullptr, nullptr);
   const InvocationBinding invocation(nullptr);
   registerRememberedFunctions();
+  registerCapabilityFunctions();
   WindowAnimations::instance();
   BindingManager& bindings = BindingManager::instance();
   registerCommands(bindings);

@@ -4,6 +4,8 @@
 #include "Effect.h"
 #include "TypeTexts.h"
 
+#include <utility>
+
 namespace reference {
 
 struct Argument {
@@ -18,6 +20,7 @@ struct Function {
   bool ofWebView = false;  // the handle of a web view comes before the arguments
   std::vector<Argument> arguments;
   TypeText result;
+  std::string group = "views";  // of bindings/FunctionGroups.def
   Effect effect = Effect::Real;
   std::string text;
 };
@@ -25,5 +28,12 @@ struct Function {
 // Those with handlers of their own, then the commands of web views. Ends the program when the
 // tables and the registry do not hold the same functions.
 std::vector<Function> nativeFunctions(Records& records);
+
+// Names and meanings of bindings/FunctionGroups.def.
+inline constexpr std::pair<const char*, const char*> functionGroups[] = {
+#define GROUP(name, meaning) {#name, meaning},
+#include "bindings/FunctionGroups.def"
+#undef GROUP
+};
 
 }  // namespace reference

@@ -41,6 +41,19 @@ after the handle. The others count their own name too, and go by names such as `
 
 )";
 
+std::string grouped(const std::vector<Function>& functions) {
+  std::string text =
+      "\nWhich origins may call what is said by [groups](security.md#native-functions):\n\n"
+      "| group | what it gives | functions |\n|---|---|---|\n";
+  for (const auto& [name, meaning] : functionGroups) {
+    const auto count = std::count_if(functions.begin(), functions.end(),
+                                     [&](const auto& each) { return each.group == name; });
+    text.append("| ").append(name).append(" | ").append(meaning);
+    text.append(" | ").append(std::to_string(count)).append(" |\n");
+  }
+  return text;
+}
+
 std::string counted(const std::vector<Function>& functions) {
   std::string text = "| effect on this engine | | functions |\n|---|---|---|\n";
   for (std::size_t i = 0; i < effectTexts.size(); ++i) {
@@ -69,7 +82,8 @@ std::string headline(const Function& function) {
 
 std::string described(const Function& function) {
   std::string text = "### " + headline(function) + "\n\n";
-  text.append("*").append(textOf(function.effect).name).append(".* ").append(function.text);
+  text.append("*").append(textOf(function.effect).name).append(", ").append(function.group);
+  text.append(".* ").append(function.text);
   text.append("\n\n");
   for (const Argument& argument : function.arguments) {
     text.append("- `").append(argument.name).append("`: ").append(argument.type.words);
@@ -87,7 +101,8 @@ std::string described(const Function& function) {
 }  // namespace
 
 std::string markdown(const Reference& reference) {
-  std::string text = introduction + counted(reference.functions) + "\n## Functions\n\n";
+  std::string text = introduction + counted(reference.functions) + grouped(reference.functions) +
+                     "\n## Functions\n\n";
   for (const Function& function : reference.functions) text.append(described(function));
   text.append("## Records\n\nThe members of the records above, in TypeScript's words.\n\n");
   for (const auto& [name, members] : reference.records) {

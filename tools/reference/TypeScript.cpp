@@ -119,8 +119,10 @@ std::string declared(const Function& function) {
     list.append(argument.name).append(argument.optional ? "?: " : ": ");
     list.append(argument.type.typeScript);
   }
-  return comment(std::string(textOf(function.effect).name) + ". " + function.text, "  ") + "  '" +
-         function.name + "'(" + list + "): " + function.result.typeScript + ";\n";
+  return comment(std::string(textOf(function.effect).name) + ", " + function.group + ". " +
+                     function.text,
+                 "  ") +
+         "  '" + function.name + "'(" + list + "): " + function.result.typeScript + ";\n";
 }
 
 // The parameters "(a, b)" of that signature, as "a: string, b: number".

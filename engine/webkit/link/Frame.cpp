@@ -200,7 +200,8 @@ auto fieldsOf(Record& record) {
     return std::tie(record.call.path, record.call.arguments, record.resultId, record.ownScript);
   } else if constexpr (std::is_same_v<Plain, PageSetup>) {
     return std::tie(record.callbackObject, record.drivesApplication, record.requestHeaders,
-                    record.downloadableFonts, record.standalone, record.watched, record.deferred);
+                    record.downloadableFonts, record.standalone, record.watched, record.deferred,
+                    record.bound);
   } else if constexpr (std::is_same_v<Plain, DialogQuestion>) {
     return std::tie(record.kind, record.message, record.initialText);
   } else if constexpr (std::is_same_v<Plain, DialogAnswer>) {

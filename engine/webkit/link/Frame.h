@@ -81,6 +81,7 @@ struct PageSetup {
   bool standalone = false;        // navigator.standalone is there and true
   std::uint32_t watched = 0;      // what it is looked at for; see Watched
   bool deferred = false;          // its process stands still, but for what the program asks
+  bool bound = false;             // of each document the program is asked whether it may call them
 };
 
 enum class DialogKind : std::uint8_t { Alert, Confirm, Prompt, Print };

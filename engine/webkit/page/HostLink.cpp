@@ -1,6 +1,7 @@
 // The module's end of the page link. Web process, main thread only.
 #include "engine/webkit/page/HostLink.h"
 
+#include "platform/Peer.h"
 #include "platform/UniqueFd.h"
 
 #include <glib-unix.h>
@@ -16,6 +17,8 @@ using link_protocol::encode;
 using link_protocol::Frame;
 using link_protocol::FrameKind;
 using link_protocol::LinkSocket;
+using Tessel::Platform::isTrustedPeer;
+using Tessel::Platform::peerOf;
 using Tessel::Platform::SendOutcome;
 using Tessel::Platform::String;
 using Tessel::Platform::UniqueFd;
@@ -31,6 +34,8 @@ std::unique_ptr<HostLink> HostLink::connect(const std::string& address, const st
       ::connect(socket.get(), reinterpret_cast<sockaddr*>(&name), sizeof name) != 0) {
     return nullptr;
   }
+  // Whoever else listens there learns nothing of us.
+  if (!isTrustedPeer(peerOf(socket.get()))) return nullptr;
   std::unique_ptr<HostLink> link(new HostLink(LinkSocket(std::move(socket)), delegate));
   link->tell(FrameKind::Hello, 0, token);
   return link;

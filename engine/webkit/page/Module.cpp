@@ -72,6 +72,7 @@ class Module final : public HostLinkDelegate {
                              gpointer page);
   void report(WebKitWebPage* page, const char* what, std::vector<JavaScriptVariant> details);
   bool askForResource(WebKitWebPage* page, WebKitURIRequest* request, SoupMessageHeaders* headers);
+  bool mayCall(JSCContext* context, std::uint64_t number);
   void prepareDocument(JSCContext* context, std::uint64_t number, const PageRecord& record);
 
   std::unique_ptr<HostLink> link_;
@@ -203,7 +204,10 @@ void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page
   const ObjectPointer<JSCContext> context(
       webkit_frame_get_js_context_for_script_world(frame, world));
   record.functions = makePageFunctions(context.get());
-  if (record.setup.callbackObject) exposeNativeFunctions(context.get(), record.functions, number);
+  if (record.setup.callbackObject &&
+      (!record.setup.bound || self->mayCall(context.get(), number))) {
+    exposeNativeFunctions(context.get(), record.functions, number);
+  }
   if (record.setup.drivesApplication) replaceDialogs(context.get(), record.functions, number);
   // What the page that drives the program would ask, nobody else could answer.
   if (!record.setup.drivesApplication) {
@@ -219,6 +223,16 @@ void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page
   // The probe's world is made by asking for it.
   const ObjectPointer<JSCContext> probe(
       webkit_frame_get_js_context_for_script_world(frame, self->probeWorld_));
+}
+
+// The program checks every call besides, by what it knows the page to show: this only keeps the
+// object out of sight of documents that it is not for.
+bool Module::mayCall(JSCContext* context, std::uint64_t number) {
+  const ObjectPointer<JSCValue> address(jsc_context_evaluate(context, "location.href", -1));
+  const auto answer = link_->ask(
+      FrameKind::Ask, number,
+      encode(FunctionCall{{"mayCall"}, {String(std::string_view(bytesOf(address.get())))}}));
+  return answer && !answer->empty();
 }
 
 void Module::prepareDocument(JSCContext* context, std::uint64_t number, const PageRecord& record) {

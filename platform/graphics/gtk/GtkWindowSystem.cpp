@@ -4,6 +4,7 @@
 #include "platform/graphics/Window.h"
 #include "platform/graphics/gtk/ScreenInput.h"
 #include "platform/graphics/gtk/StackContainer.h"
+#include "platform/graphics/gtk/ToolkitEnds.h"
 #include "platform/graphics/gtk/WidgetHost.h"
 
 #include <gtk/gtk.h>
@@ -231,6 +232,7 @@ std::unique_ptr<GtkWindowSystem> GtkWindowSystem::create() {
   // input can be forwarded to.
   gdk_set_allowed_backends("x11");
   if (!gtk_init_check(nullptr, nullptr)) return nullptr;
+  tellOfLostDisplay();
   return std::unique_ptr<GtkWindowSystem>(new GtkWindowSystem);
 }
 

@@ -3,6 +3,7 @@
 
 #include "platform/Log.h"
 #include "platform/graphics/Window.h"
+#include "platform/graphics/gtk/ToolkitEnds.h"
 #include "platform/graphics/gtk/WidgetHost.h"
 #include "platform/graphics/remote/InputEvents.h"
 #include "platform/graphics/remote/OffscreenView.h"
@@ -288,6 +289,7 @@ std::unique_ptr<RemoteWindowSystem> RemoteWindowSystem::create(UniqueFd connecti
   // display does not know when it is off screen.
   if (g_strcmp0(g_getenv("GTK_IM_MODULE"), "xim") == 0) g_unsetenv("GTK_IM_MODULE");
   if (!gtk_init_check(nullptr, nullptr)) return nullptr;
+  tellOfLostDisplay();
   preparePopUps();
   return std::unique_ptr<RemoteWindowSystem>(new RemoteWindowSystem(std::move(connection)));
 }

@@ -86,8 +86,9 @@ TEST(CommandLayoutTest, EveryCommandKeepsItsNumberItsFieldsAndItsReply) {
 }
 
 TEST(CommandLayoutTest, EveryLayoutIsReadAndWrittenByteForByte) {
-  std::map<int, std::string> layouts{{1000, ""},      {1001, "isi"}, {1002, "i"},  {1003, "ss"},
-                                     {1100, "iiiii"}, {1101, "iss"}, {1102, "iss"}};
+  std::map<int, std::string> layouts{{1000, ""},    {1001, "isi"}, {1002, "i"}, {1003, "ss"},
+                                     {1004, "is"},  {1005, "s"},   {1103, "s"}, {1100, "iiiii"},
+                                     {1101, "iss"}, {1102, "iss"}};
   for (const MessageLayoutFact& fact : messageLayoutFacts()) {
     layouts[fact.number] = std::string("i") + fact.fields;
   }
@@ -99,7 +100,7 @@ TEST(CommandLayoutTest, EveryLayoutIsReadAndWrittenByteForByte) {
     EXPECT_EQ(message->type(), type);
     EXPECT_EQ(CopiedBlobs(serializeMessage(*message)).bytes, blobs.bytes) << type;
   }
-  for (const int type : {999, 1004, 1099, 1103, 1999, 2095, 2101, 2136, 2147, 2261, 2285}) {
+  for (const int type : {999, 1006, 1099, 1104, 1999, 2095, 2101, 2136, 2147, 2261, 2285}) {
     EXPECT_EQ(Tessel::Platform::messageSerializer(type), nullptr) << type;
   }
 }

@@ -45,7 +45,7 @@ inline std::vector<FunctionCall> sampleCalls() {
 }
 inline std::vector<link_protocol::PageSetup> sampleSetups() {
   return {{},
-          {true, false, {header("X-One", "1")}, true, true, 5, true},
+          {true, false, {header("X-One", "1")}, true, true, 5, true, true},
           {false, true, {header("", ""), header(awkwardText(), awkwardText())}, false}};
 }
 inline std::vector<link_protocol::DialogQuestion> sampleDialogs() {

@@ -1,0 +1,4 @@
+// The native function "webview.setCapabilities". UI thread.
+#pragma once
+
+void registerCapabilityFunctions();

@@ -1,0 +1,89 @@
+// The pace at which the chrome is told of a child's events.
+#include "ipc/EventDelivery.h"
+
+#include "platform/messages/MessageClient.h"
+#include "platform/messages/MethodDelegate.h"
+#include "webview/WebViewManager.h"
+#include "webview/events/EventMessages.h"
+#include "webview/events/Names.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+using Tessel::Platform::executableMessage;
+using Tessel::Platform::MainMessageClient;
+using Tessel::Platform::MethodDelegate0;
+using Tessel::Platform::String;
+
+namespace {
+
+constexpr unsigned int interval = 10;  // milliseconds, between looks at what waits
+constexpr std::chrono::seconds tellInterval{10};
+
+// Of how many children events wait.
+std::size_t waitingDeliveries = 0;
+
+void deliver(const EventBacklog::Event& event) {
+  HandleOrvWebPostEventMessage message(event.handle, event.name, event.data);
+  message.setInteger(event.integer);
+  WebViewManager::instance().handleMessage(message);
+}
+
+}  // namespace
+
+EventDelivery::EventDelivery(TellOfDropped tellOfDropped)
+    : tellOfDropped_(std::move(tellOfDropped)) {}
+
+EventDelivery::~EventDelivery() {
+  setWaiting(false);
+}
+
+void EventDelivery::post(const HandleOrvWebPostEventMessage& message) {
+  EventBacklog::Event event{message.handle(), message.name(), message.data(), message.integer()};
+  // The inspector's protocol is not for the chrome, and stands or falls with every message.
+  if (event.name == String(eventTypeName(OrvWebEvent::InspectorMessage))) return deliver(event);
+  backlog_.push(std::move(event));
+  if (timer_ == 0) deliverDue();
+}
+
+void EventDelivery::deliverAll() {
+  while (const auto event = backlog_.popAny()) deliver(*event);
+}
+
+void EventDelivery::deliverDue() {
+  const auto now = EventBacklog::Clock::now();
+  while (const auto event = backlog_.pop(now, waitingDeliveries)) deliver(*event);
+  tell();
+  setWaiting(!backlog_.isEmpty());
+}
+
+void EventDelivery::setWaiting(bool waiting) {
+  if (waiting == (timer_ != 0)) return;
+  if (!waiting) {
+    --waitingDeliveries;
+    g_source_remove(std::exchange(timer_, 0));
+    return;
+  }
+  ++waitingDeliveries;
+  timer_ = g_timeout_add(
+      interval,
+      [](gpointer self) -> gboolean {
+        // As a message: nothing is delivered in the middle of somebody's call.
+        MainMessageClient::instance()->dispatchMessage(
+            executableMessage(MethodDelegate0<EventDelivery>(static_cast<EventDelivery*>(self),
+                                                             &EventDelivery::deliverDue)));
+        return G_SOURCE_CONTINUE;
+      },
+      this);
+}
+
+void EventDelivery::tell() {
+  dropped_ += backlog_.takeDropped();
+  const auto now = EventBacklog::Clock::now();
+  if (dropped_ == 0 || now - toldAt_ < tellInterval) return;
+  toldAt_ = now;
+  tellOfDropped_(std::exchange(dropped_, 0));
+}

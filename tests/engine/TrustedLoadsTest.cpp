@@ -1,0 +1,118 @@
+// Whose documents are the program's: origins, and the loads of one page.
+#include "engine/TrustedLoads.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(OriginTest, CountsWholeAndOfFilesIsTheFolder) {
+  const auto holds = [](const char* origin, const char* url) {
+    return Origin::of(origin).holds(url);
+  };
+  EXPECT_TRUE(holds("https://a.example/x", "https://A.example:443/y?z#w"));
+  EXPECT_TRUE(holds("local:///chrome/index.html", "local:///other.html"));
+  EXPECT_TRUE(holds("file:///opt/board/index.html", "file:///opt/board/more/page.html"));
+  EXPECT_EQ(Origin::of("http://[::1]:8080/").text(), "http://[::1]:8080");
+  for (const char* stranger :
+       {"http://a.example/", "https://a.example:444/", "https://b.a.example/",
+        "https://a.example.b/", "https://a.example@b/", "about:blank", "data:text/html,x",
+        "blob:https://a.example/1", "", "x"}) {
+    EXPECT_FALSE(holds("https://a.example/", stranger)) << stranger;
+  }
+  for (const char* stranger :
+       {"file:///opt/board2/x", "file:///opt/", "file://host/opt/board/x", "file:///opt/board/../x",
+        "file:///opt/board/%2e%2e/x", "file:///opt/board/..%2fx", "http:///opt/board/"}) {
+    EXPECT_FALSE(holds("file:///opt/board/index.html", stranger)) << stranger;
+  }
+  EXPECT_FALSE(holds("about:blank", "about:blank"));
+}
+
+class TrustedLoadsTest : public testing::Test {
+ protected:
+  // What the engine does for a document that arrives; the last address is where it ends.
+  bool go(const char* from, const char* to = nullptr) {
+    loads.started();
+    const bool wasKnown = loads.requested(from);
+    const bool isKnown = loads.answered(to ? to : from);
+    loads.committed(to ? to : from);
+    EXPECT_EQ(isKnown, loads.isTrusted());
+    return wasKnown && isKnown;
+  }
+
+  TrustedLoads loads;
+};
+
+TEST_F(TrustedLoadsTest, WhatTheProgramLoadsIsTrustedWithItsRedirectsUntilThePageLeaves) {
+  EXPECT_FALSE(go("http://a/"));
+  loads.expect("http://a/#top");
+  EXPECT_TRUE(go("http://a/", "http://login/"));
+  EXPECT_TRUE(loads.isOwn());
+  EXPECT_EQ(loads.origin(), "http://login");
+  // Both ends of it, however the page goes on.
+  EXPECT_TRUE(go("http://login/next"));
+  EXPECT_TRUE(go("http://a/"));
+  EXPECT_FALSE(go("http://a/out", "http://evil/"));
+  EXPECT_FALSE(go("http://a/"));
+  // The secure form, which the server has asked for at some other time.
+  loads.expect("http://a/");
+  EXPECT_TRUE(go("https://a/"));
+}
+
+TEST_F(TrustedLoadsTest, AnotherLoadIsNotTheProgramsWhileThatIsWaitedFor) {
+  loads.expect("http://a/");
+  EXPECT_TRUE(go("http://a/"));
+  loads.expect("http://b/");
+  EXPECT_FALSE(go("http://evil/", "http://evil/2"));
+  // A document that was not asked for comes, and the engine tells where the program's will be.
+  loads.started();
+  loads.committed("http://b/");
+  EXPECT_FALSE(loads.isTrusted());
+  EXPECT_EQ(loads.destination(), "http://b/");
+  loads.started();
+  EXPECT_TRUE(loads.requested("http://b/"));
+  loads.started();
+  EXPECT_FALSE(loads.requested("http://evil/"));
+  EXPECT_FALSE(loads.answered("http://b.evil/"));
+  EXPECT_FALSE(loads.destination());
+}
+
+TEST_F(TrustedLoadsTest, ADocumentThatComesIsKnownBeforeItIsThere) {
+  loads.expect("http://a/");
+  EXPECT_TRUE(loads.admits("http://a/"));
+  loads.started();
+  loads.requested("http://a/");
+  EXPECT_FALSE(loads.isTrustedNext());
+  loads.answered("http://b/");
+  EXPECT_TRUE(loads.admits("http://b/x") && !loads.admits("http://c/"));
+  EXPECT_EQ(loads.isTrustedNext(), true);
+  EXPECT_FALSE(loads.isTrusted());
+  loads.ended();
+  EXPECT_FALSE(loads.isTrustedNext() || loads.admits("http://b/"));
+  // Nothing answers for a text.
+  loads.expect("about:blank", true);
+  loads.started();
+  loads.requested("about:blank");
+  EXPECT_EQ(loads.isTrustedNext(), true);
+  loads.committed("about:blank");
+  EXPECT_TRUE(loads.isTrusted() && loads.isOwn());
+  loads.started();
+  loads.committed("about:blank");
+  EXPECT_FALSE(loads.isTrusted());
+}
+
+TEST_F(TrustedLoadsTest, AFailureKeepsTheOriginForTheNextTry) {
+  loads.expect("http://a/");
+  loads.started();
+  loads.requested("http://a/");
+  loads.ended();
+  loads.substitute("http://a/");
+  loads.started();
+  EXPECT_TRUE(loads.requested("about:blank"));
+  loads.committed("http://a/");
+  EXPECT_TRUE(go("http://a/"));
+  loads.setFurtherOrigins({Origin::of("http://panel/")});
+  EXPECT_TRUE(go("http://panel/"));
+  EXPECT_FALSE(loads.isOwn());
+}
+
+}  // namespace
