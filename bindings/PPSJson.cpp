@@ -62,7 +62,8 @@ bool parse(std::string_view json, rapidjson::Document& document) {
   document.Parse<rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag>(
       json.data() ? json.data() : "", json.size());
   if (document.HasParseError()) return false;
-  // Some numbers just beyond the largest are read as infinite: the library's own writer refuses them.
+  // Some numbers just beyond the largest are read as infinite: the library's own writer refuses
+  // them.
   rapidjson::StringBuffer buffer;
   rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
   return document.Accept(writer);

@@ -108,8 +108,8 @@ bool WebView::setExtraHttpHeaders(const String& json) {
 WebView::String WebView::extraHttpHeaders() const {
   return fields::jsonText([this](fields::JsonWriter& writer) {
     const auto text = [](const String& value) {
-      return rapidjson::Value(rapidjson::StringRef(
-          value.utf8(), static_cast<rapidjson::SizeType>(value.length())));
+      return rapidjson::Value(
+          rapidjson::StringRef(value.utf8(), static_cast<rapidjson::SizeType>(value.length())));
     };
     writer.StartObject();
     for (const OrvWebHeader& header : customHTTPHeaders()) {

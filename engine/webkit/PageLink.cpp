@@ -107,8 +107,8 @@ std::string descriptionOf(const FunctionCall& call) {
 
 void reportUnsent(SendOutcome outcome, std::uint64_t page, std::string_view name,
                   std::size_t size) {
-  const String what = concat("\"", name.substr(0, longestName), "\" of page ",
-                             String::fromUnsignedInteger(page));
+  const String what =
+      concat("\"", name.substr(0, longestName), "\" of page ", String::fromUnsignedInteger(page));
   if (outcome == SendOutcome::TooLarge) {
     reportError(concat("A call of ", what, " is too large: ", String::fromUnsignedInteger(size),
                        " bytes. It is not made."));
@@ -395,8 +395,8 @@ void PageLink::exchange(bool onMainThread) {
     late.swap(late_);
   }
   for (const std::string& call : late) {
-    reportError(concat("The answer of ", call,
-                       " came too late: the default has been taken in its place."));
+    reportError(
+        concat("The answer of ", call, " came too late: the default has been taken in its place."));
   }
 }
 
@@ -522,9 +522,9 @@ void PageLink::answer(const Frame& question, std::string_view payload, std::stri
     }
   }
   if (outcome == SendOutcome::TooLarge) {
-    reportError(concat("The answer to \"", name.substr(0, longestName), "\" is too large for the page: ",
-                       String::fromUnsignedInteger(payload.size()),
-                       " bytes. The page gets the empty answer."));
+    reportError(concat(
+        "The answer to \"", name.substr(0, longestName), "\" is too large for the page: ",
+        String::fromUnsignedInteger(payload.size()), " bytes. The page gets the empty answer."));
   }
 }
 

@@ -83,13 +83,12 @@ PageSettings::~PageSettings() {
 bool PageSettings::takesUserAgent(const String& text) {
   // What no header can hold the engine refuses as well, but complains of.
   const std::string_view bytes = text.view();
-  const bool isPlain = std::all_of(bytes.begin(), bytes.end(),
-                                   [](char c) { return c >= ' ' && c <= '~'; });
+  const bool isPlain =
+      std::all_of(bytes.begin(), bytes.end(), [](char c) { return c >= ' ' && c <= '~'; });
   if (!isPlain || bytes.starts_with(' ') || bytes.ends_with(' ')) return false;
   WebKitSettings* const scratch = webkit_settings_new();
   webkit_settings_set_user_agent(scratch, nullIfEmpty(text));
-  const bool taken =
-      text.isEmpty() || text == String(webkit_settings_get_user_agent(scratch));
+  const bool taken = text.isEmpty() || text == String(webkit_settings_get_user_agent(scratch));
   g_object_unref(scratch);
   return taken;
 }

@@ -49,9 +49,8 @@ std::string converted(std::string_view text,
   UIDNAInfo info = UIDNA_INFO_INITIALIZER;
   UErrorCode status = U_ZERO_ERROR;
   if (!converter()) return {};
-  const int32_t size =
-      convert(converter(), text.data(), static_cast<int32_t>(text.size()), out.data(),
-              static_cast<int32_t>(out.size()), &info, &status);
+  const int32_t size = convert(converter(), text.data(), static_cast<int32_t>(text.size()),
+                               out.data(), static_cast<int32_t>(out.size()), &info, &status);
   if (U_FAILURE(status) || info.errors != 0 || size > static_cast<int32_t>(out.size())) return {};
   return std::string(out.data(), static_cast<std::size_t>(size));
 }
@@ -87,9 +86,9 @@ bool looksPlain(const USpoofChecker* checker, std::string_view label) {
   }
   Buffer skeleton;
   UErrorCode status = U_ZERO_ERROR;
-  const int32_t size = uspoof_getSkeletonUTF8(checker, 0, label.data(),
-                                              static_cast<int32_t>(label.size()), skeleton.data(),
-                                              static_cast<int32_t>(skeleton.size()), &status);
+  const int32_t size =
+      uspoof_getSkeletonUTF8(checker, 0, label.data(), static_cast<int32_t>(label.size()),
+                             skeleton.data(), static_cast<int32_t>(skeleton.size()), &status);
   // Nothing is known of it then.
   if (U_FAILURE(status) || size > static_cast<int32_t>(skeleton.size())) return true;
   return isPlain({skeleton.data(), static_cast<std::size_t>(size)});
@@ -97,10 +96,9 @@ bool looksPlain(const USpoofChecker* checker, std::string_view label) {
 
 bool isSafe(const USpoofChecker* checker, std::string_view label, bool isUnderPlainDomain) {
   UErrorCode status = U_ZERO_ERROR;
-  const int32_t found = uspoof_checkUTF8(checker, label.data(), static_cast<int32_t>(label.size()),
-                                         nullptr, &status);
-  return U_SUCCESS(status) && found == 0 &&
-         !(isUnderPlainDomain && looksPlain(checker, label));
+  const int32_t found =
+      uspoof_checkUTF8(checker, label.data(), static_cast<int32_t>(label.size()), nullptr, &status);
+  return U_SUCCESS(status) && found == 0 && !(isUnderPlainDomain && looksPlain(checker, label));
 }
 
 std::vector<std::string_view> labelsOf(std::string_view name) {

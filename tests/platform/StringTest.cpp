@@ -17,11 +17,11 @@ TEST(StringTest, OnlyTheBytesThatAreNoCharacterAreReplaced) {
       {"ä€\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF", "ä€\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF"},
       {"a\xFFz", "a" + mark + "z"},
       {"\xC3", mark},
-      {"\xE2\x82", mark},                              // a character that is cut off
-      {"\xE2\x82z", mark + "z"},                       // in the middle
-      {"\xF0\x9F\x98\xC3\xA4", mark + "ä"},            // and before another one
-      {"\xC0\xAF", mark + mark},                       // a long form
-      {"\xED\xA0\x80", mark + mark + mark},            // half a surrogate pair
+      {"\xE2\x82", mark},                               // a character that is cut off
+      {"\xE2\x82z", mark + "z"},                        // in the middle
+      {"\xF0\x9F\x98\xC3\xA4", mark + "ä"},             // and before another one
+      {"\xC0\xAF", mark + mark},                        // a long form
+      {"\xED\xA0\x80", mark + mark + mark},             // half a surrogate pair
       {"\xF4\x90\x80\x80", mark + mark + mark + mark},  // beyond the last character
       {"\x80ä\xBF", mark + "ä" + mark},
   };

@@ -1,5 +1,5 @@
-// The messages that carry web view events, and errors, to the manager of the process with the chrome.
-// Plain values; see Message for who owns them.
+// The messages that carry web view events, and errors, to the manager of the process with the
+// chrome. Plain values; see Message for who owns them.
 #pragma once
 
 #include "platform/messages/IPCMessage.h"
@@ -48,8 +48,7 @@ class HandleOrvWebSendEventMessage final : public WebEventMessage {
 };
 
 // An error that arose where there is no chrome to be told of it.
-class ErrorMessage final
-    : public Tessel::Platform::IPCMessage1<Tessel::Platform::IPCSafeString> {
+class ErrorMessage final : public Tessel::Platform::IPCMessage1<Tessel::Platform::IPCSafeString> {
  public:
   static constexpr int messageType = 1103;
 

@@ -50,8 +50,8 @@ SendOutcome LinkSocket::send(FrameKind kind, std::uint32_t id, std::uint64_t pag
     if (count > 0) sent = static_cast<std::size_t>(count);
     if (sent == head.size() + payload.size()) return SendOutcome::Sent;
   } else {
-    const SendOutcome outcome = SendQueue::admit(unsent_.size(), head.size() + payload.size(),
-                                                 kind == FrameKind::Answer);
+    const SendOutcome outcome =
+        SendQueue::admit(unsent_.size(), head.size() + payload.size(), kind == FrameKind::Answer);
     if (outcome != SendOutcome::Sent) return outcome;
   }
   if (sent < head.size()) {

@@ -28,8 +28,8 @@ using Tessel::Platform::String;
 
 namespace {
 
-// Bytes. A page must not get around the chrome's decision by what is too large to be told; no server
-// takes addresses of that length, nor do other browsers send them.
+// Bytes. A page must not get around the chrome's decision by what is too large to be told; no
+// server takes addresses of that length, nor do other browsers send them.
 constexpr std::size_t longestAskedAddress = 2u << 20;
 
 struct PageRecord {
@@ -50,9 +50,7 @@ class Module final : public HostLinkDelegate {
 
   JSCValue* callNative(std::uint64_t page, GPtrArray* arguments);
   JSCValue* runDialog(std::uint64_t page, DialogKind kind, GPtrArray* arguments);
-  void report(std::uint64_t page, const FunctionCall& report) {
-    link_->report(page, report);
-  }
+  void report(std::uint64_t page, const FunctionCall& report) { link_->report(page, report); }
 
  private:
   static void onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer self);
@@ -407,13 +405,13 @@ bool Module::askForResource(WebKitWebPage* page, WebKitURIRequest* request,
                 "A request is refused: its address is too long for anybody to be asked about it.");
     return true;
   }
-  const auto answer = link_->ask(
-      FrameKind::Ask, webkit_web_page_get_id(page),
-      encode(FunctionCall{
-          {"resource"},
-          {address, destination, header("Referer"),
-           destination == String("document") ? String()
-                                             : originOf(webkit_web_page_get_uri(page))}}));
+  const auto answer =
+      link_->ask(FrameKind::Ask, webkit_web_page_get_id(page),
+                 encode(FunctionCall{{"resource"},
+                                     {address, destination, header("Referer"),
+                                      destination == String("document")
+                                          ? String()
+                                          : originOf(webkit_web_page_get_uri(page))}}));
   // Whoever is not heard has not let it pass.
   if (!answer) return true;
   FunctionCall decision;

@@ -65,9 +65,11 @@ TEST_F(CommandTableTest, EveryCommandIsRefusedForAWebViewThatIsNotCreated) {
   ASSERT_TRUE(manager.webViewForHandle(unreported));
   EXPECT_THAT(errors(), ElementsAre(::testing::HasSubstr("\"no such group\"")));
   const std::string pending = std::to_string(unreported);
-  const std::map<std::string, std::string> handles{
-      {pending, pending}, {"abc", "0"}, {"", "0"}, {"99999", "99999"},
-      {"4294967297", "4294967297"}};
+  const std::map<std::string, std::string> handles{{pending, pending},
+                                                   {"abc", "0"},
+                                                   {"", "0"},
+                                                   {"99999", "99999"},
+                                                   {"4294967297", "4294967297"}};
   for (const CommandRow& row : commandTable()) {
     for (const auto& [text, number] : handles) {
       const std::string fullName = std::string("webview.") + row.name;
@@ -149,7 +151,8 @@ TEST_F(CommandTableTest, WordsNumbersListsAndHandlesArrive) {
   }
   // What is no element, and what does not fit one, is passed over.
   call("executeJavaScriptFunction",
-       {R"(["a","b"])", R"([1,0.5,"t",true,2147483648,18446744073709551616,null,[2],{"c":3},1e999])"});
+       {R"(["a","b"])",
+        R"([1,0.5,"t",true,2147483648,18446744073709551616,null,[2],{"c":3},1e999])"});
   ASSERT_THAT(itsPage->posted, SizeIs(1));
   EXPECT_EQ(itsPage->posted[0].arguments, (std::vector<JavaScriptVariant>{1, 0.5, "t", true}));
   call("dialogResponse", {"4294967295", "true", "text", "user", "word"});

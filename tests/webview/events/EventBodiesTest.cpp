@@ -128,8 +128,8 @@ TEST(EventBodiesTest, IntegersAreWrittenInFull) {
 
 TEST(EventBodiesTest, NumbersThatJsonDoesNotHaveAreNull) {
   OrvWebJavaScriptFunctionResultEvent result;
-  for (const double value : {std::numeric_limits<double>::quiet_NaN(),
-                             std::numeric_limits<double>::infinity()}) {
+  for (const double value :
+       {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
     result.result = JavaScriptVariant(value);
     EXPECT_EQ(memberOf(result, "result"), "null");
   }
