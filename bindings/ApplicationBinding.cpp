@@ -2,6 +2,7 @@
 #include "bindings/ApplicationBinding.h"
 
 #include "bindings/NavigatorCall.h"
+#include "platform/Settings.h"
 #include "platform/graphics/Screen.h"
 #include "platform/navigator/FontInfo.h"
 #include "platform/navigator/LocaleHandler.h"
@@ -103,6 +104,10 @@ void jsGetRegisteredDomain(Event* event) {
   event->setResult(Tessel::Platform::getRegisteredDomain(argumentAt(*event, 1)));
 }
 
+void jsSandbox(Event* event) {
+  event->setResult(textOf(Tessel::Platform::Settings::instance().pageSandbox()));
+}
+
 struct {
   const char* name;
   BindingHandler handler;
@@ -134,6 +139,7 @@ struct {
     {"application.realpath", jsRealpath},
     {"application.setKeyboardFocus", jsSetKeyboardFocus},
     {"application.getRegisteredDomain", jsGetRegisteredDomain},
+    {"application.sandbox", jsSandbox},
 };
 
 template <typename... Values>

@@ -167,6 +167,6 @@ bool TrustedLoads::admits(const String& url) const {
   const auto leadsTo = [&](const String& address) {
     return address == url || Origin::of(address.view()).holds(url.view());
   };
-  return isKnown(url) || (expected_ && leadsTo(*expected_)) ||
+  return isKnown(url) || (trusted_ && url == address_) || (expected_ && leadsTo(*expected_)) ||
          (loading_ && (leadsTo(*loading_) || leadsTo(at_)));
 }

@@ -1,6 +1,7 @@
 // The process that forks child web view processes.
 #include "ipc/ChildLauncher.h"
 
+#include "platform/Folders.h"
 #include "platform/Fork.h"
 #include "platform/Log.h"
 #include "platform/Process.h"
@@ -33,6 +34,7 @@ pid_t theLauncher = 0;
 
 [[noreturn]] void endProcess(int status) {
   logAlways(LogError, "Exit %s: %d", processName(), status);
+  Tessel::Platform::removeRegisteredFiles();
   ::_exit(status);
 }
 

@@ -44,7 +44,6 @@ using Tessel::Platform::webKitThreadMessageClient;
 
 namespace {
 
-constexpr std::chrono::seconds handshakeLimit{3};
 // How long the window may stand still for a child that does not answer.
 constexpr std::chrono::seconds silenceLimit{30};
 // A child that is ended has nothing else to do.

@@ -10,6 +10,7 @@
 #include "platform/messages/Message.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -27,8 +28,11 @@ class IPCSenderGroup : public Tessel::Platform::GuardedPointerBase {
  public:
   using String = Tessel::Platform::String;
 
-  // Launches the child: waits three seconds at most until it has proved itself. isConnected() tells
-  // whether it has; if not, the chrome has been told why. The id is never 0.
+  // How long a launch waits for its child. Tests wait less.
+  static inline std::chrono::milliseconds handshakeLimit{3000};
+
+  // Launches the child: waits until it has proved itself, at most for the limit. isConnected()
+  // tells whether it has; if not, the chrome has been told why. The id is never 0.
   explicit IPCSenderGroup(unsigned int groupId);
   // For a child that is there already, behind a connection.
   IPCSenderGroup(unsigned int groupId, int connectionId);

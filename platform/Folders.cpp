@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 namespace Tessel::Platform {
 
@@ -93,8 +94,43 @@ void removeSocketsOfTheDead(const std::string& folder, const char* prefix) {
     const std::string name = entry.path().filename();
     if (name.rfind(prefix, 0) != 0) continue;
     const pid_t owner = std::atoi(name.c_str() + std::strlen(prefix));
-    if (owner > 0 && ::kill(owner, 0) != 0 && errno == ESRCH) ::unlink(entry.path().c_str());
+    if (owner > 0 && ::kill(owner, 0) != 0 && errno == ESRCH) {
+      std::filesystem::remove_all(entry.path(), unreadable);
+    }
   }
+}
+
+namespace {
+
+struct Registered {
+  std::mutex mutex;
+  pid_t owner = 0;
+  std::vector<std::string> paths;
+};
+
+Registered& registered() {
+  static auto* const files = new Registered;  // used at exit
+  return *files;
+}
+
+}  // namespace
+
+void removeAtExit(const std::string& path) {
+  Registered& files = registered();
+  const std::lock_guard lock(files.mutex);
+  static bool isHooked = false;
+  if (!std::exchange(isHooked, true)) std::atexit(removeRegisteredFiles);
+  // What a process has inherited is its parent's.
+  if (std::exchange(files.owner, ::getpid()) != ::getpid()) files.paths.clear();
+  files.paths.push_back(path);
+}
+
+void removeRegisteredFiles() {
+  Registered& files = registered();
+  const std::lock_guard lock(files.mutex);
+  if (files.owner != ::getpid()) return;
+  for (const std::string& path : files.paths) ::unlink(path.c_str());
+  files.paths.clear();
 }
 
 ClaimedFolder claimDataFolder(const std::string& name) {

@@ -14,9 +14,15 @@ namespace Tessel::Platform {
 // once.
 std::string runtimeFolder();
 
-// Programs that were killed leave their sockets behind: removes those of dead processes, whose
-// names are the prefix and then the process's number.
+// Programs that were killed leave their sockets behind: removes those of dead processes, and the
+// folders that they are in, whose names are the prefix and then the process's number.
 void removeSocketsOfTheDead(const std::string& folder, const char* prefix);
+
+// Removes a file, such as a socket, when this process ends by exit(3), or is told to. Not in
+// processes that it has forked meanwhile.
+void removeAtExit(const std::string& path);
+// For those who end by _exit(2).
+void removeRegisteredFiles();
 
 // A folder that holds what one process keeps between its runs, and the claim on it.
 struct ClaimedFolder {

@@ -26,7 +26,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // An allocator's thread works for a millisecond or two, some ten times a second.
-constexpr std::chrono::milliseconds patience{2000};
 constexpr std::chrono::microseconds pause{500};
 constexpr std::streamsize longestLine = 65536;
 
@@ -112,7 +111,7 @@ class ChildEndsUnheard {
 
 }  // namespace
 
-pid_t forkUndisturbed() {
+pid_t forkUndisturbed(std::chrono::milliseconds patience) {
   const ChildEndsUnheard unheard;
   const auto deadline = Clock::now() + patience;
   for (;; std::this_thread::sleep_for(pause)) {

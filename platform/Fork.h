@@ -3,6 +3,8 @@
 
 #include <sys/types.h>
 
+#include <chrono>
+
 namespace Tessel::Platform {
 
 // Like fork(2), but what the child gets was copied while every other thread of this process slept:
@@ -11,8 +13,8 @@ namespace Tessel::Platform {
 // and then.) The child begins only when that is certain, and ends at once if this process does.
 //
 // Threads that sleep while they hold something are not found out. A process that is never quiet is
-// forked as it is after two seconds, with a line in the log. No lock of a library may be held by
-// the caller. Errors as those of fork(2) and pipe2(2).
-pid_t forkUndisturbed();
+// forked as it is once the patience is over, with a line in the log. No lock of a library may be
+// held by the caller. Errors as those of fork(2) and pipe2(2).
+pid_t forkUndisturbed(std::chrono::milliseconds patience = std::chrono::seconds(2));
 
 }  // namespace Tessel::Platform

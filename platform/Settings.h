@@ -3,6 +3,7 @@
 
 #include "platform/Geometry.h"
 #include "platform/String.h"
+#include "platform/os/PageSandbox.h"
 
 namespace Tessel::Platform {
 
@@ -23,6 +24,10 @@ class Settings {
   const String& applicationSandbox() const { return applicationSandbox_; }
   void setApplicationSandbox(const String& name) { applicationSandbox_ = name; }
 
+  // What confines the web processes of this process; None before the engine has started.
+  PageSandbox pageSandbox() const { return pageSandbox_; }
+  void setPageSandbox(PageSandbox sandbox) { pageSandbox_ = sandbox; }
+
   // Kept for whoever asks; the toolkit decides itself how it buffers.
   int numberOfBackingStoreFrontBuffers() const { return frontBuffers_; }
   void setNumberOfBackingStoreFrontBuffers(int count) { frontBuffers_ = count; }
@@ -37,6 +42,7 @@ class Settings {
   bool chromeProcess_ = false;
   IntSize applicationSize_{1280, 800};
   String applicationSandbox_;
+  PageSandbox pageSandbox_ = PageSandbox::None;
   int frontBuffers_ = 0;
   IntRect prefillRect_;
 };

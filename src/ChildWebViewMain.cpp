@@ -15,6 +15,8 @@
 #include "platform/messages/Channels.h"
 #include "platform/messages/Connections.h"
 #include "platform/messages/MessageClient.h"
+#include "platform/os/Confinement.h"
+#include "platform/os/PageSandbox.h"
 #include "webview/WebViewManager.h"
 #include "webview/events/EventMessages.h"
 
@@ -26,6 +28,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <future>
 #include <memory>
 #include <thread>
@@ -133,6 +136,10 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int
   // What ends this process by its group, itself included, ends the engine's helpers and no other
   // child.
   ::setpgid(0, 0);
+  if (const int error = Tessel::Platform::confineProcess(); error != 0) {
+    logAlways(LogError, "This process is not confined: %s", std::strerror(error));
+  }
+  Tessel::Platform::probeSandbox();
   watchParent(parentPid);
   Settings& settings = Settings::instance();
   settings.setApplicationSandbox("webviews");

@@ -2,8 +2,10 @@
 #include "EngineStart.h"
 
 #include "engine/webkit/WebKitEngine.h"
+#include "platform/Folders.h"
 #include "platform/Log.h"
 #include "platform/Process.h"
+#include "platform/Settings.h"
 
 #include <glib.h>
 #include <sys/stat.h>
@@ -13,14 +15,17 @@
 #include <cstdlib>
 #include <cstring>
 
+using Tessel::Platform::logAlways;
+using Tessel::Platform::PageSandbox;
+
 const char* const noDisplay =
     "There is no display to open a window on. Set DISPLAY to an X server that this user may use, "
     "or start the program with ./run, which brings one of its own.";
 
 void giveUp(const std::string& problem) {
-  using namespace Tessel::Platform;
-  logAlways(LogError, "%s", problem.c_str());
-  logAlways(LogError, "Exit %s: %d", processName(), EXIT_FAILURE);
+  logAlways(Tessel::Platform::LogError, "%s", problem.c_str());
+  logAlways(Tessel::Platform::LogError, "Exit %s: %d", Tessel::Platform::processName(),
+            EXIT_FAILURE);
   std::exit(EXIT_FAILURE);
 }
 
@@ -34,8 +39,8 @@ void keepBusAway() {
 
 void prepareInspector() {
   if (!EngineInspector::announce()) {
-    Tessel::Platform::logAlways(Tessel::Platform::LogError,
-                                "Pages of this process cannot be inspected: no random numbers.");
+    logAlways(Tessel::Platform::LogError,
+              "Pages of this process cannot be inspected: no random numbers.");
   }
 }
 
@@ -86,12 +91,20 @@ std::string localRoot() {
 
 void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies) {
   std::string problem;
+  const std::string modules = folderFor("PAGEHOST_MODULE_PATH", "modules", PAGEHOST_MODULE_FOLDER);
+  auto sandbox = PageSandbox::None;
+  if (!choosePageSandbox({modules, Tessel::Platform::runtimeFolder()}, sandbox, problem)) {
+    giveUp(problem);
+  }
+  logAlways(Tessel::Platform::LogNotice, "Sandbox of web pages: %s%s%s", textOf(sandbox),
+            problem.empty() ? "" : ", for ", problem.c_str());
+  Tessel::Platform::Settings::instance().setPageSandbox(sandbox);
+  problem.clear();
   // Pages outlive every scope of ours, so the engine does as well.
   static WebKitEngine* engine =
-      WebKitEngine::create(
-          {folderFor("PAGEHOST_MODULE_PATH", "modules", PAGEHOST_MODULE_FOLDER), localRoot(),
-           applicationFolder() + dataName.toStdString(), keepsCookies},
-          problem)
+      WebKitEngine::create({modules, localRoot(), applicationFolder() + dataName.toStdString(),
+                            keepsCookies, sandbox},
+                           problem)
           .release();
   if (!engine) giveUp(problem);
   PageFactory::install(engine);

@@ -23,8 +23,8 @@ void prepareInspector();
 // The folder that local: addresses are files of.
 std::string localRoot();
 
-// Starts the engine, with what pages leave behind in the folder of that name, which each
-// application has for itself: it is the address of its chrome that tells one from another. Whether
-// cookies are kept there, see WebKitEngine::Places. The toolkit must be running. Gives up when it
-// cannot be.
+// Starts the engine, in the sandbox that PAGEHOST_SANDBOX asks for, with what pages leave behind in
+// the folder of that name, which each application has for itself: it is the address of its chrome
+// that tells one from another. Whether cookies are kept there, see WebKitEngine::Places. The
+// toolkit must be running. Gives up when it cannot be.
 void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies);

@@ -7,6 +7,7 @@
 #include "ChromeCapabilities.h"
 #include "EngineStart.h"
 #include "NavigatorServices.h"
+#include "ProgramOptions.h"
 #include "bindings/ApplicationBinding.h"
 #include "bindings/CapabilitiesBinding.h"
 #include "bindings/InvocationBinding.h"
@@ -25,6 +26,7 @@
 #include "platform/http/MongooseHttpServer.h"
 #include "platform/messages/MessageClient.h"
 #include "platform/navigator/NavigatorHandler.h"
+#include "platform/os/PageSandbox.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
@@ -33,6 +35,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <optional>
+#include <vector>
 
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
@@ -75,6 +78,7 @@ void setKeyboardFocus(int value) {
 }  // namespace
 
 void pagehost_main(int argc, char** argv) {
+  std::vector<char*> arguments = takeOptions(argc, argv);
   if (!spawnChildLauncher(childWebViewMain)) {
     logAlways(LogError, "Could not spawn child launcher");
     std::exit(EXIT_FAILURE);
@@ -84,6 +88,7 @@ void pagehost_main(int argc, char** argv) {
   settings.setChromeProcess(true);
   settings.setApplicationSandbox("chrome");
 
+  Tessel::Platform::probeSandbox();
   auto* client = new MainMessageClient(3, -1);
   if (MainMessageClient::instance() != client) platformCrash("src/main", 40, "pagehost_main");
 
@@ -106,7 +111,7 @@ void pagehost_main(int argc, char** argv) {
   if (!root) platformCrash("src/main", 51, "pagehost_main");
 
   const char* chromeUrl = std::getenv("CHROME_URL");
-  root->setArguments(argc, argv);
+  root->setArguments(static_cast<int>(arguments.size()) - 1, arguments.data());
   root->setDrivesApplication(
       chromeUrl ? "This address comes from the environment variable CHROME_URL: correct it, or "
                   "unset it to get the bundled chrome."

@@ -118,24 +118,27 @@ bool attach(int fd, std::vector<sock_filter> program) {
 }
 
 // Puts a listener of this machine's file system in the place of a network's: who has the descriptor
-// goes on listening with it. Without a path nobody can ever connect.
-bool takeOver(int fd, const std::string& path) {
-  const std::string name = path.empty() ? Tessel::Platform::runtimeFolder() + "/" + socketPrefix +
-                                              "nobody-" + std::to_string(::getpid())
-                                        : path;
+// goes on listening with it. It has no name there: what is returned is the only way to it, and is
+// empty, with errno set, when the listener cannot be made.
+UniqueFd takeOver(int fd) {
+  const std::string name =
+      Tessel::Platform::runtimeFolder() + "/" + socketPrefix + std::to_string(::getpid());
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   const UniqueFd listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  bool listens = false;
+  UniqueFd door;
   if (listener && name.size() < sizeof address.sun_path) {
     name.copy(address.sun_path, name.size());
     ::unlink(name.c_str());
-    listens = ::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-              ::listen(listener.get(), SOMAXCONN) == 0;
-    if (path.empty()) ::unlink(name.c_str());
+    if (::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+        ::listen(listener.get(), SOMAXCONN) == 0) {
+      door = UniqueFd(::open(name.c_str(), O_PATH | O_CLOEXEC));
+    }
+    ::unlink(name.c_str());
   }
   // A socket that does not listen would keep whoever accepts from it busy for ever, but it is shut.
-  return ::dup3(listener.get(), fd, O_CLOEXEC) == fd && listens;
+  if (::dup3(listener.get(), fd, O_CLOEXEC) != fd) door.reset();
+  return door;
 }
 
 // Whether somebody has connected to a listener and is not accepted yet.
@@ -213,7 +216,6 @@ bool EngineInspector::announce() {
 }
 
 EngineInspector::~EngineInspector() {
-  if (!path_.empty()) ::unlink(path_.c_str());
   if (expecting_ != 0) g_source_remove(expecting_);
 }
 
@@ -226,17 +228,11 @@ void EngineInspector::shut() {
     if (port == 0 || !isListening(fd)) return;
     port == place().port ? void(listener = fd) : innerListeners_.push_back(fd);
   });
-  const std::string folder = Tessel::Platform::runtimeFolder();
-  Tessel::Platform::removeSocketsOfTheDead(folder, socketPrefix);
-  const std::string path = folder + "/" + socketPrefix + std::to_string(::getpid());
+  Tessel::Platform::removeSocketsOfTheDead(Tessel::Platform::runtimeFolder(), socketPrefix);
   if (listener < 0) {
     logAlways(LogError, "Pages of this process cannot be inspected: the engine does not listen.");
-  } else if (takeOver(listener, path)) {
-    path_ = path;
-  } else {
-    logAlways(LogError, "Pages of this process cannot be inspected: %s: %s", path.c_str(),
-              std::strerror(errno));
-    takeOver(listener, "");
+  } else if (door_ = takeOver(listener); !door_) {
+    logAlways(LogError, "Pages of this process cannot be inspected: %s", std::strerror(errno));
   }
   // Where the system lets only its administrator filter, they stay open until they are connected.
   for (const int fd : innerListeners_) {
@@ -257,7 +253,7 @@ void EngineInspector::expectConnections() {
           // The loop may know of a connection already, and accepting it waits for ever once it is
           // gone.
           if (std::ranges::any_of(self->innerListeners_, hasWaiting)) return G_SOURCE_CONTINUE;
-          for (const int fd : std::exchange(self->innerListeners_, {})) takeOver(fd, "");
+          for (const int fd : std::exchange(self->innerListeners_, {})) takeOver(fd);
         }
         self->expecting_ = 0;
         return G_SOURCE_REMOVE;
@@ -285,7 +281,9 @@ bool EngineInspector::admitOwn() {
 
 EngineInspector::Passage::Passage(EngineInspector& inspector) {
   if (!inspector.isThere()) return;
-  GSocketAddress* const socket = g_unix_socket_address_new(inspector.path_.c_str());
+  // By way of the descriptor: the socket has no name.
+  const std::string path = "/proc/self/fd/" + std::to_string(inspector.door_.get());
+  GSocketAddress* const socket = g_unix_socket_address_new(path.c_str());
   session_ =
       soup_session_new_with_options("remote-connectable", socket, "timeout", answerLimit, nullptr);
   g_object_unref(socket);

@@ -2,8 +2,11 @@
 //
 // The engine listens for inspectors where the environment says when it starts, lists every page of
 // the process there and lets everybody in who connects; nothing of that can be switched. So the
-// socket that it listens with is replaced, once it has one, by one in the user's run-time folder.
+// socket that it listens with is replaced, once it has one, by one without a name, which only this
+// process can connect to.
 #pragma once
+
+#include "platform/UniqueFd.h"
 
 #include <cstdint>
 #include <functional>
@@ -58,7 +61,7 @@ class EngineInspector {
   // first page: these are let in, while web processes, which try as well, go without where the
   // system has filters for this user; then the port is closed. Called when a view was made.
   void expectConnections();
-  bool isThere() const { return !path_.empty(); }
+  bool isThere() const { return bool(door_); }
 
   // Asks the engine for its list; there are no paths in it when there is no answer. Not called
   // after the cancelling.
@@ -77,7 +80,7 @@ class EngineInspector {
  private:
   bool admitOwn();
 
-  std::string path_;                 // of the socket of the engine's server; empty for none
+  Tessel::Platform::UniqueFd door_;  // to the socket of the engine's server
   std::vector<int> innerListeners_;  // sockets for its own processes, and the ports let in there
   std::set<std::uint16_t> admitted_;
   bool isFiltered_ = true;  // by the system, for as long as they are there

@@ -40,6 +40,7 @@ constexpr unsigned int deepestNesting = 256;
 
 // With so many unserved, nothing more is read: a page that reports in crowds waits.
 constexpr std::size_t mostWaitingQuestions = 100000;
+constexpr std::size_t mostCreatedPages = 1024;
 
 UniqueFd makeEventFd() {
   return UniqueFd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
@@ -60,16 +61,6 @@ void clearEventFd(int fd) {
 int wakeFdOfThisThread() {
   thread_local const UniqueFd fd = makeEventFd();
   return fd.get();
-}
-
-bool equalInConstantTime(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  unsigned int difference = 0;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    difference |= static_cast<unsigned int>(static_cast<unsigned char>(a[i]) ^
-                                            static_cast<unsigned char>(b[i]));
-  }
-  return difference == 0;
 }
 
 // Calls whose late answers are still known.
@@ -181,17 +172,12 @@ class PageLink::ServingScope {
   std::vector<std::uint32_t> stopped_;
 };
 
-PageLink::PageLink(UniqueFd socket, pid_t peer, std::string token, PageLinkDelegate& delegate)
-    : peer_(peer),
-      token_(std::move(token)),
-      delegate_(delegate),
-      socket_(std::move(socket)),
-      mainWake_(makeEventFd()) {}
+PageLink::PageLink(UniqueFd socket, pid_t peer, PageLinkDelegate& delegate)
+    : peer_(peer), delegate_(delegate), socket_(std::move(socket)), mainWake_(makeEventFd()) {}
 
 PageLink::~PageLink() = default;
 
-std::shared_ptr<PageLink> PageLink::open(UniqueFd socket, pid_t peer, std::string token,
-                                         PageLinkDelegate& delegate) {
+std::shared_ptr<PageLink> PageLink::open(UniqueFd socket, pid_t peer, PageLinkDelegate& delegate) {
   struct Source {
     GSource base;
     PageLink* link;
@@ -209,7 +195,7 @@ std::shared_ptr<PageLink> PageLink::open(UniqueFd socket, pid_t peer, std::strin
       nullptr,
       nullptr};
 
-  std::shared_ptr<PageLink> link(new PageLink(std::move(socket), peer, std::move(token), delegate));
+  std::shared_ptr<PageLink> link(new PageLink(std::move(socket), peer, delegate));
   GSource* source = g_source_new(&functions, sizeof(Source));
   reinterpret_cast<Source*>(source)->link = link.get();
   g_source_set_static_name(source, "page link");
@@ -242,6 +228,11 @@ void PageLink::close() {
   source_ = nullptr;
   if (inEveryWait_) MainThreadWait::removeParty(this);
   delegate_.linkClosed(*this);
+}
+
+void PageLink::answerPageCreated(std::uint64_t page, const link_protocol::PageSetup& setup) {
+  const auto asked = createdPages_.extract(page);
+  if (!asked.empty()) answer(asked.mapped(), page, encode(setup), "set-up");
 }
 
 void PageLink::ping(std::uint64_t page) {
@@ -445,18 +436,16 @@ void PageLink::sort(Frame&& frame, bool onMainThread) {
 }
 
 bool PageLink::answerQuestion(const Frame& question) {
-  if (!greeted_) {
-    greeted_ = question.kind == FrameKind::Hello && equalInConstantTime(question.payload, token_);
-    return greeted_;
-  }
   const ServingScope serving(*this);
   switch (question.kind) {
-    case FrameKind::PageCreated: {
-      link_protocol::PageSetup setup;
-      delegate_.pageCreated(shared_from_this(), question.page, setup);
-      answer(question, encode(setup), "set-up");
+    case FrameKind::PageCreated:
+      // It waits for each; some may be made inside the wait of another.
+      if (createdPages_.size() == mostCreatedPages ||
+          !createdPages_.emplace(question.page, question.id).second) {
+        return false;
+      }
+      delegate_.pageCreated(shared_from_this(), question.page);
       return true;
-    }
     case FrameKind::NativeCall: {
       link_protocol::NativeArguments arguments;
       if (!decode(question.payload, arguments)) return false;
@@ -467,14 +456,15 @@ bool PageLink::answerQuestion(const Frame& question) {
       } else {
         result = delegate_.nativeCall(*this, question.page, arguments);
       }
-      answer(question, result.view(),
+      answer(question.id, question.page, result.view(),
              arguments.empty() || !arguments.front() ? std::string_view() : *arguments.front());
       return true;
     }
     case FrameKind::Dialog: {
       link_protocol::DialogQuestion dialog;
       if (!decode(question.payload, dialog)) return false;
-      answer(question, encode(delegate_.dialog(*this, question.page, dialog)), "dialog");
+      answer(question.id, question.page, encode(delegate_.dialog(*this, question.page, dialog)),
+             "dialog");
       return true;
     }
     case FrameKind::Report: {
@@ -486,7 +476,8 @@ bool PageLink::answerQuestion(const Frame& question) {
     case FrameKind::Ask: {
       FunctionCall report;
       if (!decode(question.payload, report) || report.path.empty()) return false;
-      answer(question, delegate_.report(*this, question.page, report).view(), nameOf(report));
+      answer(question.id, question.page, delegate_.report(*this, question.page, report).view(),
+             nameOf(report));
       return true;
     }
     case FrameKind::Log:
@@ -511,14 +502,15 @@ void PageLink::send(FrameKind kind, std::uint64_t page, std::string_view payload
   if (isNews) reportUnsent(outcome, page, name, payload.size());
 }
 
-void PageLink::answer(const Frame& question, std::string_view payload, std::string_view name) {
+void PageLink::answer(std::uint32_t id, std::uint64_t page, std::string_view payload,
+                      std::string_view name) {
   SendOutcome outcome = SendOutcome::Sent;
   {
     const std::lock_guard lock(mutex_);
     if (broken_) return;
-    outcome = sendLocked(FrameKind::Answer, question.id, question.page, payload);
+    outcome = sendLocked(FrameKind::Answer, id, page, payload);
     if (outcome == SendOutcome::TooLarge) {
-      sendLocked(FrameKind::Answer, question.id, question.page, {});
+      sendLocked(FrameKind::Answer, id, page, {});
     }
   }
   if (outcome == SendOutcome::TooLarge) {

@@ -31,9 +31,8 @@ class PageLink;
 class PageLinkDelegate {
  public:
   virtual ~PageLinkDelegate() = default;
-  // A page was made in the link's web process; false for a page that is not ours to be.
-  virtual bool pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t page,
-                           link_protocol::PageSetup& setup) = 0;
+  // The link's web process says that it has made a page, which waits for answerPageCreated.
+  virtual void pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t page) = 0;
   virtual Tessel::Platform::String nativeCall(const PageLink& link, std::uint64_t page,
                                               const link_protocol::NativeArguments& arguments) = 0;
   virtual link_protocol::DialogAnswer dialog(const PageLink& link, std::uint64_t page,
@@ -53,10 +52,9 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   // How long callFunction waits, the serving of native calls not counted.
   static constexpr std::chrono::milliseconds callLimit{5000};
 
-  // The link serves its socket from the default main context until it is closed. The peer must
-  // show the token before anything else is listened to. Main thread.
+  // The link serves its socket from the default main context until it is closed. Main thread.
   static std::shared_ptr<PageLink> open(Tessel::Platform::UniqueFd socket, pid_t peer,
-                                        std::string token, PageLinkDelegate& delegate);
+                                        PageLinkDelegate& delegate);
   ~PageLink() override;
 
   pid_t peerPid() const { return peer_; }
@@ -64,6 +62,10 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   // Serve this link in every wait of the main thread: whoever is waited for may need its page.
   // Main thread.
   void serveInEveryWait();
+  // Whether that page waits for its setup. Main thread.
+  bool hasAskedFor(std::uint64_t page) const { return createdPages_.contains(page); }
+  // Does nothing for a page that has not asked. Main thread.
+  void answerPageCreated(std::uint64_t page, const link_protocol::PageSetup& setup);
   // Has the page reported as alive when its process comes to it. Main thread.
   void ping(std::uint64_t page);
   // Main thread.
@@ -88,8 +90,7 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   struct Waiter;
   class ServingScope;
 
-  PageLink(Tessel::Platform::UniqueFd socket, pid_t peer, std::string token,
-           PageLinkDelegate& delegate);
+  PageLink(Tessel::Platform::UniqueFd socket, pid_t peer, PageLinkDelegate& delegate);
 
   void appendPollDescriptors(std::vector<pollfd>& descriptors) const override;
   void serve() override;
@@ -98,7 +99,7 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   void send(link_protocol::FrameKind kind, std::uint64_t page, std::string_view payload,
             std::string_view name);
   // In place of an answer that is too large the page gets an empty one.
-  void answer(const link_protocol::Frame& question, std::string_view payload,
+  void answer(std::uint32_t id, std::uint64_t page, std::string_view payload,
               std::string_view name);
   Tessel::Platform::SendOutcome sendLocked(link_protocol::FrameKind kind, std::uint32_t id,
                                            std::uint64_t page, std::string_view payload);
@@ -118,12 +119,11 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
 
   const std::thread::id mainThread_ = std::this_thread::get_id();
   const pid_t peer_;
-  const std::string token_;
   PageLinkDelegate& delegate_;
   GSource* source_ = nullptr;  // main thread; null once closed
   bool inEveryWait_ = false;   // main thread
-  bool greeted_ = false;       // main thread
   unsigned int serving_ = 0;   // main thread: questions being answered, one inside the other
+  std::map<std::uint64_t, std::uint32_t> createdPages_;  // main thread: the unanswered questions
 
   mutable std::mutex mutex_;  // guards what follows
   link_protocol::LinkSocket socket_;

@@ -11,6 +11,7 @@
 using Tessel::Platform::claimDataFolder;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogNotice;
+using Tessel::Platform::PageSandbox;
 using Tessel::Platform::runtimeFolder;
 using Tessel::Platform::Graphics::Window;
 
@@ -47,6 +48,7 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
   g_object_unref(data);
   engine->inspector_.shut();
   engine->localRoot_ = places.localRoot;
+  engine->sandbox_ = places.sandbox;
   engine->prepare(engine->context_);
   engine->downloads_ = std::make_unique<Downloads>();
   engine->downloads_->listenTo(engine->context_);
@@ -82,6 +84,13 @@ void WebKitEngine::forget(Remembered what) {
 }
 
 void WebKitEngine::prepare(WebKitWebContext* context) {
+  // Before the context's first web process.
+  if (sandbox_ == PageSandbox::Bubblewrap) {
+    webkit_web_context_set_sandbox_enabled(context, TRUE);
+    for (const std::string& folder : {moduleFolder_, links_->folder()}) {
+      webkit_web_context_add_path_to_sandbox(context, folder.c_str(), TRUE);
+    }
+  }
   // The log-ins that are kept are kept by us, where they can be listed and forgotten.
   webkit_website_data_manager_set_persistent_credential_storage_enabled(
       webkit_web_context_get_website_data_manager(context), FALSE);
@@ -100,12 +109,14 @@ WebKitWebContext* WebKitEngine::context(bool isPrivate) {
   return privateContext_;
 }
 
+// Once for each web process, when it is started.
 void WebKitEngine::onInitializeModules(WebKitWebContext* context, gpointer data) {
-  const auto* self = static_cast<WebKitEngine*>(data);
+  auto* self = static_cast<WebKitEngine*>(data);
   webkit_web_context_set_web_extensions_directory(context, self->moduleFolder_.c_str());
   webkit_web_context_set_web_extensions_initialization_user_data(
       context,
-      g_variant_new("(ss)", self->links_->address().c_str(), self->links_->token().c_str()));
+      g_variant_new("(ssss)", self->links_->address().c_str(), self->links_->issueToken().c_str(),
+                    textOf(self->sandbox_), self->moduleFolder_.c_str()));
 }
 
 std::shared_ptr<Page> WebKitEngine::createPage(PageClient& client, Window& window) {

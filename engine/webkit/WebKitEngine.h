@@ -11,6 +11,7 @@
 #include "engine/webkit/SharedCookies.h"
 #include "engine/webkit/WebProcessLinks.h"
 #include "platform/Folders.h"
+#include "platform/os/PageSandbox.h"
 
 #include <webkit2/webkit2.h>
 
@@ -26,6 +27,8 @@ class WebKitEngine final : public PageFactory {
     // Whether cookies are written into that folder; else they go with the process, which other
     // processes tell of theirs (CookieJar).
     bool keepsCookies = true;
+    // Of web processes. The engine ends the program where it cannot give them its own.
+    Tessel::Platform::PageSandbox sandbox = Tessel::Platform::PageSandbox::None;
   };
 
   // Starts the engine; GTK must be running. On failure null, and problem says in a sentence what
@@ -60,6 +63,7 @@ class WebKitEngine final : public PageFactory {
 
   std::string moduleFolder_;
   std::string localRoot_;
+  Tessel::Platform::PageSandbox sandbox_ = Tessel::Platform::PageSandbox::None;
   Tessel::Platform::ClaimedFolder dataFolder_;
   std::unique_ptr<WebProcessLinks> links_;
   EngineInspector inspector_;

@@ -98,6 +98,7 @@ WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
   connect("load-changed", onLoadChanged);
   connect("load-failed", onLoadFailed);
   connect("web-process-terminated", onProcessEnded);
+  connect("user-message-received", onEngineMessage);
   parts_ = std::make_unique<Parts>(*this, view_);
   parts_->settings.setAllowedOrigins(allowedOrigins_);
   if (zoom_ != 1) webkit_web_view_set_zoom_level(view_, zoom_);
@@ -735,6 +736,19 @@ gboolean WebKitPage::onLoadFailed(WebKitWebView*, WebKitLoadEvent when, const gc
   if (!event.isPreventDefault() && !self->unstartedLoad_) self->showFailure(uri, error->message);
   self->raise(OrvWebEvent::DocumentLoadFailed);
   return TRUE;
+}
+
+// From the page's module, by way of the engine, which knows what page it comes from.
+gboolean WebKitPage::onEngineMessage(WebKitWebView*, WebKitUserMessage* message, WebKitPage* page) {
+  GVariant* token = webkit_user_message_get_parameters(message);
+  const bool isPlace =
+      g_strcmp0(webkit_user_message_get_name(message), link_protocol::placeMessage) == 0 && token &&
+      g_variant_is_of_type(token, G_VARIANT_TYPE_STRING);
+  if (isPlace) {
+    const auto self = page->shared_from_this();
+    self->engine_.links().placePage(self->number_, g_variant_get_string(token, nullptr));
+  }
+  return isPlace ? TRUE : FALSE;
 }
 
 void WebKitPage::onProcessEnded(WebKitWebView* view, WebKitWebProcessTerminationReason reason,

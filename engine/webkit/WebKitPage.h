@@ -209,6 +209,7 @@ class WebKitPage final : public Page,
   static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, WebKitPage* self);
   static gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent, const gchar* uri, GError* error,
                                WebKitPage* self);
+  static gboolean onEngineMessage(WebKitWebView*, WebKitUserMessage* message, WebKitPage* self);
   static void onProcessEnded(WebKitWebView*, WebKitWebProcessTerminationReason reason,
                              WebKitPage* self);
 

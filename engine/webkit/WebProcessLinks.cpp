@@ -1,104 +1,45 @@
-// Where the modules of web processes connect. Main thread.
+// The links to web processes, and whose page is in which. Main thread.
 #include "engine/webkit/WebProcessLinks.h"
 
-#include "platform/Folders.h"
-#include "platform/Log.h"
-#include "platform/RandomKey.h"
+#include <utility>
+#include <vector>
 
-#include <glib-unix.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
-#include <array>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-
-using Tessel::Platform::logAlways;
-using Tessel::Platform::LogError;
-using Tessel::Platform::randomKey;
-using Tessel::Platform::removeSocketsOfTheDead;
 using Tessel::Platform::String;
 using Tessel::Platform::UniqueFd;
 
-namespace {
-
-std::string randomText() {
-  std::array<char, 17> text{};
-  std::uint64_t key = 0;
-  if (!randomKey(&key)) return std::string();
-  std::snprintf(text.data(), text.size(), "%016llx", static_cast<unsigned long long>(key));
-  return text.data();
-}
-
-constexpr const char* namePrefix = "pages-";
-
-UniqueFd listenAt(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof address.sun_path) {
-    errno = ENAMETOOLONG;
-    return UniqueFd();
-  }
-  std::memcpy(address.sun_path, path.c_str(), path.size());
-  UniqueFd listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (listener.get() < 0 ||
-      ::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-      ::listen(listener.get(), SOMAXCONN) != 0) {
-    return UniqueFd();
-  }
-  return listener;
-}
-
-}  // namespace
-
 WebProcessLinks::WebProcessLinks(const std::string& folder)
-    : address_(folder + "/" + namePrefix + std::to_string(::getpid()) + "-" + randomText()),
-      token_(randomText() + randomText()) {
-  removeSocketsOfTheDead(folder, namePrefix);
-  if (token_.empty()) {
-    errno = EAGAIN;
-    return;
-  }
-  listener_ = listenAt(address_);
-  if (isListening()) {
-    listenerSource_ = g_unix_fd_add(listener_.get(), G_IO_IN, onConnection, this);
-  }
-}
+    : listener_(folder, [this](UniqueFd socket, pid_t peer, const std::string& token) {
+        welcome(std::move(socket), peer, token);
+      }) {}
 
 WebProcessLinks::~WebProcessLinks() {
-  if (listenerSource_ != 0) g_source_remove(listenerSource_);
-  if (isListening()) ::unlink(address_.c_str());
   while (!links_.empty()) {
-    const auto link = links_.begin()->second;
+    const auto link = links_.begin()->second.link;
     link->close();
   }
 }
 
-gboolean WebProcessLinks::onConnection(gint fd, GIOCondition, gpointer data) {
-  auto* self = static_cast<WebProcessLinks*>(data);
-  UniqueFd socket(::accept4(fd, nullptr, nullptr, SOCK_CLOEXEC));
-  if (socket.get() < 0) return G_SOURCE_CONTINUE;
-  ucred peer{};
-  socklen_t size = sizeof peer;
-  if (::getsockopt(socket.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0 ||
-      (peer.uid != ::geteuid() && peer.uid != 0)) {
-    logAlways(LogError, "Process %d of user %u wanted to be a web process; refused.",
-              static_cast<int>(peer.pid), peer.uid);
-    return G_SOURCE_CONTINUE;
-  }
-  auto link = PageLink::open(std::move(socket), peer.pid, self->token_, *self);
-  self->links_.emplace(link.get(), link);
-  return G_SOURCE_CONTINUE;
+void WebProcessLinks::welcome(UniqueFd socket, pid_t peer, const std::string& token) {
+  auto link = PageLink::open(std::move(socket), peer, *this);
+  links_.emplace(link.get(), Connected{link, token});
 }
 
 void WebProcessLinks::registerPage(std::uint64_t number, const std::shared_ptr<LinkedPage>& page) {
-  pages_[number] = {page, nullptr};
+  pages_[number] = {page};
 }
 
 void WebProcessLinks::forgetPage(std::uint64_t number) {
   pages_.erase(number);
+  answerWhoAsked(number);
+}
+
+void WebProcessLinks::placePage(std::uint64_t number, const std::string& token) {
+  const auto found = pages_.find(number);
+  if (found == pages_.end()) return;
+  Registered& registered = found->second;
+  if (registered.token != token) registered.link = nullptr;
+  registered.token = token;
+  answerWhoAsked(number);
 }
 
 std::shared_ptr<LinkedPage> WebProcessLinks::pageBehind(const PageLink& link,
@@ -108,18 +49,31 @@ std::shared_ptr<LinkedPage> WebProcessLinks::pageBehind(const PageLink& link,
   return there ? found->second.page.lock() : nullptr;
 }
 
-bool WebProcessLinks::pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t page,
-                                  link_protocol::PageSetup& setup) {
-  const auto found = pages_.find(page);
-  if (found == pages_.end()) return false;
-  // A web process that was taken over must not speak for the page of another one.
-  if (found->second.link && found->second.link != link.get()) return false;
-  const auto ours = found->second.page.lock();
-  if (!ours) return false;
-  found->second.link = link.get();
-  ours->linkReady(link);
-  setup = ours->setup();
-  return true;
+void WebProcessLinks::pageCreated(const std::shared_ptr<PageLink>&, std::uint64_t page) {
+  answerWhoAsked(page);
+}
+
+// The page's process gets the setup, others that name its number learn nothing. All of them wait
+// while the engine has not said which it is.
+void WebProcessLinks::answerWhoAsked(std::uint64_t number) {
+  const auto found = pages_.find(number);
+  const auto ours = found == pages_.end() ? nullptr : found->second.page.lock();
+  if (ours && found->second.token.empty()) return;
+  std::vector<std::shared_ptr<PageLink>> others;
+  std::shared_ptr<PageLink> owner;
+  for (const auto& [key, connected] : links_) {
+    if (!connected.link->hasAskedFor(number)) continue;
+    if (ours && connected.token == found->second.token) {
+      owner = connected.link;
+    } else {
+      others.push_back(connected.link);
+    }
+  }
+  for (const auto& link : others) link->answerPageCreated(number, {});
+  if (!owner) return;
+  found->second.link = owner.get();
+  ours->linkReady(owner);
+  owner->answerPageCreated(number, ours->setup());
 }
 
 String WebProcessLinks::nativeCall(const PageLink& link, std::uint64_t page,
@@ -145,8 +99,10 @@ String WebProcessLinks::report(const PageLink& link, std::uint64_t page,
 }
 
 void WebProcessLinks::linkClosed(PageLink& link) {
+  const auto closed = links_.extract(&link);
+  if (closed.empty()) return;
   for (auto& [number, registered] : pages_) {
-    if (registered.link == &link) registered.link = nullptr;
+    // The number is nobody's until the engine says where the page is now.
+    if (registered.token == closed.mapped().token) registered = {registered.page};
   }
-  links_.erase(&link);
 }

@@ -1,9 +1,13 @@
-// Where the modules of web processes connect: the listening socket, the links, and which page of
-// which process belongs to which page of ours. Main thread.
+// The links to web processes, and which page of which process belongs to which page of ours. Main
+// thread.
+//
+// The number of a page can be guessed, and it stays when its process ends and another one takes its
+// place. So a process only speaks for a page when the engine has told, on its own way, that the
+// page is there: as a message from the page that names the token of its process.
 #pragma once
 
+#include "engine/webkit/LinkListener.h"
 #include "engine/webkit/PageLink.h"
-#include "platform/UniqueFd.h"
 
 #include <map>
 #include <memory>
@@ -26,26 +30,29 @@ class LinkedPage {
 
 class WebProcessLinks final : private PageLinkDelegate {
  public:
-  // Listens at a name in the folder; throws nothing, isListening() tells.
+  // Listens in a folder of its own below this one; throws nothing, isListening() tells.
   explicit WebProcessLinks(const std::string& folder);
   ~WebProcessLinks() override;
 
-  bool isListening() const { return listener_.get() >= 0; }
-  // What a module must be given to connect.
-  const std::string& address() const { return address_; }
-  const std::string& token() const { return token_; }
+  bool isListening() const { return listener_.isListening(); }
+  // What a web process must see, and be given, to connect.
+  const std::string& folder() const { return listener_.folder(); }
+  const std::string& address() const { return listener_.address(); }
+  std::string issueToken() { return listener_.issueToken(); }
 
   // The page answers for the engine's page of that number until it is forgotten.
   void registerPage(std::uint64_t number, const std::shared_ptr<LinkedPage>& page);
+  // The engine says that the page is in the web process with that token.
+  void placePage(std::uint64_t number, const std::string& token);
   void forgetPage(std::uint64_t number);
 
  private:
-  static gboolean onConnection(gint fd, GIOCondition condition, gpointer self);
+  void welcome(Tessel::Platform::UniqueFd socket, pid_t peer, const std::string& token);
+  void answerWhoAsked(std::uint64_t number);
   // The page of that number, if it lives in the web process of that link.
   std::shared_ptr<LinkedPage> pageBehind(const PageLink& link, std::uint64_t number) const;
 
-  bool pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t page,
-                   link_protocol::PageSetup& setup) override;
+  void pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t page) override;
   Tessel::Platform::String nativeCall(const PageLink& link, std::uint64_t page,
                                       const link_protocol::NativeArguments& arguments) override;
   link_protocol::DialogAnswer dialog(const PageLink& link, std::uint64_t page,
@@ -54,14 +61,17 @@ class WebProcessLinks final : private PageLinkDelegate {
                                   const FunctionCall& report) override;
   void linkClosed(PageLink& link) override;
 
-  Tessel::Platform::UniqueFd listener_;
-  guint listenerSource_ = 0;
-  std::string address_;
-  std::string token_;
   struct Registered {
     std::weak_ptr<LinkedPage> page;
-    const PageLink* link = nullptr;  // where the page lives; null while it does not
+    // Of the process that the page is in, as the engine has said; empty while it has not.
+    std::string token = {};
+    const PageLink* link = nullptr;  // to that process, once it has asked for the page's setup
   };
+  struct Connected {
+    std::shared_ptr<PageLink> link;
+    std::string token;
+  };
+  LinkListener listener_;
   std::map<std::uint64_t, Registered> pages_;
-  std::map<PageLink*, std::shared_ptr<PageLink>> links_;
+  std::map<const PageLink*, Connected> links_;
 };

@@ -6,13 +6,14 @@
 #include "platform/Log.h"
 #include "platform/RandomKey.h"
 #include "platform/UniqueFd.h"
+#include "platform/http/LoopbackPeer.h"
 #include "platform/http/MeteredStream.h"
 #include "platform/http/PageList.h"
 #include "platform/messages/MessageClient.h"
 
 #include <libsoup/soup.h>
+#include <unistd.h>
 
-#include <array>
 #include <atomic>
 #include <optional>
 #include <set>
@@ -27,26 +28,6 @@ constexpr guint idleLimit = 30;
 // What frames add to a message, and what may come before its end is looked for.
 constexpr std::size_t frameAllowance = 512u << 10;
 constexpr std::size_t longestFrameHeader = 14;
-
-std::string newToken() {
-  std::string token;
-  for (int i = 0; i < 2; ++i) {
-    std::uint64_t key = 0;
-    if (!randomKey(&key)) return {};
-    std::array<char, 17> text;
-    g_snprintf(text.data(), text.size(), "%016" G_GINT64_MODIFIER "x", key);
-    token += text.data();
-  }
-  return token;
-}
-
-// How long it takes does not tell where the texts differ.
-bool sameToken(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  unsigned int difference = 0;
-  for (std::size_t i = 0; i < a.size(); ++i) difference |= static_cast<unsigned char>(a[i] ^ b[i]);
-  return difference == 0;
-}
 
 const char* header(SoupServerMessage* message, const char* name) {
   const char* value =
@@ -133,6 +114,7 @@ class MongooseHttpServer::Impl {
   bool listen(guint16 wanted);
   void accept(UniqueFd fd);
   void incoming(GSocketConnection* connection);
+  bool isAllowed(GSocketAddress* remote, GSocketAddress* local);
   bool isInspectable(unsigned int handle) const;
   ServerAddresses addressesFor(SoupServerMessage* message) const;
   void answer(SoupServerMessage* message, const std::string& path);
@@ -158,6 +140,7 @@ class MongooseHttpServer::Impl {
   // The last reference to a connection may go in a thread of the library's.
   std::atomic<std::size_t> connections_ = 0;
   std::string token_;
+  std::set<uid_t> refused_;
 };
 
 template <typename Work>
@@ -191,7 +174,7 @@ MongooseHttpServer::Impl::FrontEnd::~FrontEnd() {
 
 void MongooseHttpServer::Impl::start() {
   if (running) return;
-  token_ = newToken();
+  token_ = randomToken();
   if (token_.empty()) {
     logAlways(LogError, "The web inspector cannot be started: there are no random numbers.");
     return;
@@ -244,6 +227,22 @@ void MongooseHttpServer::Impl::setClient(MongooseClient* client) {
   client_ = client;
 }
 
+// Another user of the machine would take the pages over.
+bool MongooseHttpServer::Impl::isAllowed(GSocketAddress* remote, GSocketAddress* local) {
+  sockaddr_in peer{};
+  sockaddr_in own{};
+  if (!g_socket_address_to_native(remote, &peer, sizeof peer, nullptr) ||
+      !g_socket_address_to_native(local, &own, sizeof own, nullptr)) {
+    return false;
+  }
+  const auto user = userOfPeer(peer, own);
+  if (user == ::geteuid() || user == 0) return true;
+  if (user && refused_.insert(*user).second) {
+    logAlways(LogError, "The web inspector refuses user %u: it is for its own user.", *user);
+  }
+  return false;
+}
+
 void MongooseHttpServer::Impl::accept(UniqueFd fd) {
   // Dropped, it is closed.
   if (connections_ >= mostConnections) return;
@@ -260,7 +259,7 @@ void MongooseHttpServer::Impl::incoming(GSocketConnection* connection) {
   g_socket_set_timeout(g_socket_connection_get_socket(connection), idleLimit);
   GSocketAddress* const local = g_socket_connection_get_local_address(connection, nullptr);
   GSocketAddress* const remote = g_socket_connection_get_remote_address(connection, nullptr);
-  if (local && remote) {
+  if (local && remote && isAllowed(remote, local)) {
     ++connections_;
     g_object_weak_ref(
         G_OBJECT(connection),

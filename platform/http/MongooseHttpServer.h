@@ -2,9 +2,9 @@
 // WebSocket each, over which an inspector's front end talks to its page. It knows neither pages nor
 // inspectors: a client does.
 //
-// Only this machine reaches it, at a port of its own, and only who names it by an address of this
-// machine: a page whose name was made to lead here is refused. The way to a page holds a token that
-// is made anew at each start.
+// Only this user and root reach it, from this machine, at a port of its own, and only who names it
+// by an address of this machine: a page whose name was made to lead here is refused. The way to a
+// page holds a token that is made anew at each start.
 //
 // Main thread, on the default main context, but for what says otherwise.
 #pragma once

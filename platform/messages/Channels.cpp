@@ -143,6 +143,7 @@ int Acceptor::open(int wanted, const std::shared_ptr<ChannelOwner>& owner) {
       ::listen(socket.get(), SOMAXCONN) != 0) {
     return -1;
   }
+  removeAtExit(address->sun_path);
   listeners_.push_back({channel, std::move(socket), *address, owner});
   wake();
   return channel;

@@ -24,7 +24,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr auto longestLockWait = std::chrono::seconds(3);
 // Between two tries, and for those who wait when one lets go: it has to be long enough for a try of
 // each of them.
 constexpr auto pauseOfWaiting = std::chrono::microseconds(200);
@@ -163,18 +162,18 @@ std::error_code readPPSFile(const PPSPlace& place, std::string& text) {
   return {};
 }
 
-PPSFolderLock::PPSFolderLock(const PPSPlace& place)
+PPSFolderLock::PPSFolderLock(const PPSPlace& place, std::chrono::milliseconds longestWait)
     // Opened once more: a lock belongs to what was opened, and several threads share the place's.
     : folder_(openFolder(place.folder.get(), ".")) {
   if (!folder_) {
     error_ = failure();
     return;
   }
-  error_ = acquire();
+  error_ = acquire(longestWait);
 }
 
-std::error_code PPSFolderLock::acquire() {
-  const auto end = Clock::now() + longestLockWait;
+std::error_code PPSFolderLock::acquire(std::chrono::milliseconds longestWait) {
+  const auto end = Clock::now() + longestWait;
   bool isWaiting = false;
   while (::flock(folder_.get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno != EWOULDBLOCK && errno != EINTR) return failure();

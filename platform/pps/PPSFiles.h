@@ -10,6 +10,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <string>
 #include <system_error>
 
@@ -42,8 +43,9 @@ std::error_code readPPSFile(const PPSPlace& place, std::string& text);
 // Keeps other writers out of a folder, in this process and in others.
 class PPSFolderLock {
  public:
-  // Waits three seconds at most for whoever else has it; error() is ETIMEDOUT then.
-  explicit PPSFolderLock(const PPSPlace& place);
+  // Waits at most that long for whoever else has it; error() is ETIMEDOUT then.
+  explicit PPSFolderLock(const PPSPlace& place,
+                         std::chrono::milliseconds longestWait = std::chrono::seconds(3));
   // Pauses for a moment when others wait: who writes all the time would be the first each time.
   ~PPSFolderLock();
   PPSFolderLock(const PPSFolderLock&) = delete;
@@ -56,7 +58,7 @@ class PPSFolderLock {
   std::error_code replace(const PPSPlace& place, const std::string& text) const;
 
  private:
-  std::error_code acquire();
+  std::error_code acquire(std::chrono::milliseconds longestWait);
 
   UniqueFd folder_;
   std::error_code error_;

@@ -10,10 +10,8 @@
 namespace {
 
 using Tessel::Platform::executableMessage;
-using Tessel::Platform::PPSEvent;
 using Tessel::Platform::webKitThreadMessageClient;
 using Tessel::Platform::Testing::iterateUntil;
-using ::testing::ElementsAre;
 
 class PPSBindingTest : public test_support::ChromeFixture {
  protected:
@@ -118,25 +116,6 @@ TEST_F(PPSBindingTest, MistakesAreAnswered) {
   EXPECT_EQ(open("-1", "status"), R"({"result":true,"data":{"status":{}}})");
   ASSERT_TRUE(hears(R"(-1 FirstReadComplete {"status":{}})"));
   EXPECT_EQ(events().size(), 4u);
-}
-
-TEST_F(PPSBindingTest, LastEventsLetGoOfTheObject) {
-  open("1", "status");
-  ASSERT_TRUE(hears(R"(1 FirstReadComplete {"status":{}})"));
-  binding.deliver(1, {PPSEvent::ReadFailed, "why", {}});
-  binding.deliver(1, {static_cast<PPSEvent::Type>(7), "", {}});
-  binding.deliver(1, {static_cast<PPSEvent::Type>(-1), "", {}});
-  EXPECT_EQ(open("1", "status"), R"({"result":false})");
-  binding.deliver(1, {PPSEvent::OpenFailed, "why", {}});
-  binding.deliver(1, {PPSEvent::ReadFailed, "nobody hears", {}});
-  EXPECT_THAT(events(),
-              ElementsAre("1 Opened", R"(1 FirstReadComplete {"status":{}})", "1 ReadFailed why",
-                          "1 UNKNOWN", "1 UNKNOWN", "1 OpenFailed why"));
-  EXPECT_EQ(open("1", "status"), R"({"result":true,"data":{"status":{}}})");
-  binding.deliver(1, {PPSEvent::Closed, "", {}});
-  ASSERT_TRUE(hears("1 Closed"));
-  open("1", "status");
-  binding.deliver(1, {PPSEvent::Closed, "", {}});
 }
 
 }  // namespace

@@ -96,14 +96,19 @@ TEST_P(InspectorTest, PagesAreLookedInto) {
              wholeText(R"({"id":9,"method":"Console.enable"})"));
   EXPECT_TRUE(first.waitFor(R"("nodeName":"#document")")) << first.received;
   EXPECT_TRUE(first.waitFor(R"("text":"tick")")) << first.received;
-  first.send(wholeText(R"({"id":10,"method":"Debugger.enable"})") +
-             wholeText(R"({"id":11,"method":"Debugger.pause"})"));
+  for (const char* wish :
+       {R"("Debugger.enable")", R"("Debugger.setBreakpointsActive","params":{"active":true})",
+        R"("Debugger.setPauseOnDebuggerStatements","params":{"enabled":true})"}) {
+    first.send(wholeText(std::string(R"({"id":10,"method":)") + wish + "}"));
+  }
+  first.send(wholeText(evaluating(11, "setTimeout(() => { debugger; document.title = 'on'; })")));
   EXPECT_TRUE(first.waitFor("Debugger.paused")) << first.received;
+  first.close();
+  EXPECT_TRUE(program.waitForLine("title on")) << "the page is left paused";
 
   // The second is one that knows how the engine wraps.
   HttpPeer second(port);
   ASSERT_TRUE(second.upgrade(path));
-  EXPECT_TRUE(first.waitFor("in another place"));
   ASSERT_TRUE(second.waitFor("\"targetId\":\"page-")) << second.received;
   const std::size_t target = second.received.find("page-");
   const std::string name =
@@ -117,8 +122,7 @@ TEST_P(InspectorTest, PagesAreLookedInto) {
   second.send(wholeText(R"({"id":1,"method":"Browser.enable"})") + evaluatingWrapped(2, "40 + 3"));
   EXPECT_TRUE(second.waitFor(R"({"result":{},"id":2})")) << second.received;
   EXPECT_TRUE(second.waitFor(R"(\"value\":43)")) << second.received;
-  // By a timer, which a page that the first has left paused would not run.
-  second.send(evaluatingWrapped(4, "setTimeout(() => { document.title = 'bye'; })"));
+  second.send(evaluatingWrapped(4, "document.title='bye'"));
   EXPECT_TRUE(second.waitFor("The inspector was closed")) << second.received;
 
   HttpPeer late(port);

@@ -34,9 +34,6 @@ constexpr const char* page = R"(<!doctype html><title>link</title><script>
   };
   window.hang = () => { for (;;); };
   window.throws = () => { throw new Error('on purpose'); };
-  window.seen = [];
-  window.note = text => { seen.push(text); };
-  window.notes = () => seen.join(',');
   window.holder = { name: 'holder', who() { return this.name; } };
 </script>)";
 
@@ -99,21 +96,6 @@ TEST_F(PageLinkTest, AFunctionThatIsMissingOrThrowsGivesUndefined) {
   EXPECT_EQ(view->call("add", {1, 1}).numberValue(), 2) << "the page goes on";
 }
 
-TEST_F(PageLinkTest, TenThousandNestedCallsLoseNothing) {
-  std::unique_ptr<ScriptedView> view;
-  view = open([&](const Arguments& arguments) {
-    if (arguments.at(0) != "add") return String();
-    // Every native call calls the page again before it answers.
-    return String::fromNumber(
-        view->call("add", {std::stod(arguments.at(1)), std::stod(arguments.at(2))}).numberValue());
-  });
-  int right = 0;
-  // "%g" keeps six digits, enough for these.
-  for (int i = 0; i < 10; ++i)
-    right += static_cast<int>(view->call("pingpong", {1000}).numberValue());
-  EXPECT_EQ(right, 10000);
-}
-
 TEST_F(PageLinkTest, CallsNestAHundredDeepAndEndlessNestingIsRefused) {
   std::unique_ptr<ScriptedView> view;
   int deepest = 0;
@@ -156,50 +138,6 @@ TEST_F(PageLinkTest, ASecondThreadCallsThePageWhileTheMainThreadIsBusyWithIt) {
   second.join();
   EXPECT_EQ(right, 10000);
   EXPECT_EQ(wrong, 0);
-}
-
-TEST_F(PageLinkTest, PostedCallsKeepTheirOrderAndDoNotInterruptANativeCall) {
-  std::unique_ptr<ScriptedView> view;
-  std::string during;
-  view = open([&](const Arguments&) {
-    view->post("note", {"posted"});
-    during = "answered";
-    return String();
-  });
-  view->post("note", {"first"});
-  // The posts before a call that is waited for are done before it; the one made inside the native
-  // call waits until the page's own code has returned.
-  EXPECT_EQ(view->call("notes").stringValue(), String("first"));
-  view->call("eval", {"orv.callNative('x'); note('own');"});
-  EXPECT_TRUE(RealEngine::runUntil([&] {
-    return view->call("notes").stringValue() == String("first,own,posted");
-  })) << view->call("notes").stringValue().utf8();
-  for (int i = 0; i < 1000; ++i) view->post("note", {i});
-  const std::string notes = view->call("notes").stringValue().toStdString();
-  std::string expected = "first,own,posted";
-  for (int i = 0; i < 1000; ++i) expected += "," + std::to_string(i);
-  EXPECT_EQ(notes, expected);
-}
-
-TEST_F(PageLinkTest, AFunctionThatNeverReturnsEndsItsWaitAtTheLimit) {
-  const auto view = open();
-  const auto begin = std::chrono::steady_clock::now();
-  EXPECT_EQ(view->call("hang").type(), JavaScriptVariant::Undefined);
-  const auto took = std::chrono::steady_clock::now() - begin;
-  EXPECT_GE(took, 5s);
-  EXPECT_LT(took, 8s);
-  const auto other = open();
-  EXPECT_EQ(other->call("add", {1, 1}).numberValue(), 2) << "other pages go on";
-}
-
-TEST_F(PageLinkTest, TheClockStandsWhileANativeCallIsServed) {
-  const auto view = open([&](const Arguments&) {
-    // Longer than the limit of the call that it is made in.
-    const auto end = std::chrono::steady_clock::now() + 5500ms;
-    RealEngine::runUntil([&] { return std::chrono::steady_clock::now() >= end; }, 10s);
-    return String("late");
-  });
-  EXPECT_EQ(view->call("eval", {"orv.callNative('slow')"}).stringValue(), String("late"));
 }
 
 TEST_F(PageLinkTest, AWebProcessThatDiesEndsEveryWaitAtOnceAndLoadsAgain) {

@@ -462,6 +462,14 @@ TEST_F(ProgramTest, UnderAnotherNameItStartsApplicationsOfOtherUsersAsItIsAskedT
   EXPECT_NE(client->errors().find("process " + *pid + " has ended"), std::string::npos);
 }
 
+TEST_F(ProgramTest, TheFirstSignalEndsItAlsoWhileADialogWaitsForItsUser) {
+  Program program(environment("modal.html"));
+  ASSERT_TRUE(program.waitForLine("asking")) << program.errors();
+  // Whether or not the dialog is there already: the page opens the next one.
+  ASSERT_EQ(::kill(program.pid(), SIGTERM), 0);
+  EXPECT_EQ(program.status(), 0) << program.errors();
+}
+
 TEST_F(ProgramTest, AChromeThatCannotBeLoadedIsExplainedOnTheScreenAndInTheLog) {
   // Nobody listens there any more.
   const std::string refused = EchoServer().address();

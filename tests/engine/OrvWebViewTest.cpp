@@ -12,20 +12,13 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 using Event = OrvWebEvent;
-using Changed = OrvWebPropertyChangedEvent;
 
 class TracingView final : public OrvWebView {
  public:
-  std::vector<int> events;      // types
-  std::vector<int> properties;  // of the changes among them
+  std::vector<int> events;  // types
 
  private:
-  void handleWebEvent(OrvWebEvent* event) override {
-    events.push_back(event->type());
-    if (event->type() == Event::PropertyChanged) {
-      properties.push_back(static_cast<Changed*>(event)->property());
-    }
-  }
+  void handleWebEvent(OrvWebEvent* event) override { events.push_back(event->type()); }
 };
 
 class OrvWebViewTest : public ::testing::Test {
@@ -37,7 +30,6 @@ class OrvWebViewTest : public ::testing::Test {
     EXPECT_TRUE(opened.initialize("views", 90));
     turnLoop();
     opened.events.clear();
-    opened.properties.clear();
     return FakePageFactory::instance().pageOf(opened);
   }
 
@@ -72,60 +64,6 @@ TEST_F(OrvWebViewTest, ViewDeletedBeforeItsLaterEventHearsNothing) {
   shortLived.reset();
   EXPECT_TRUE(page->closed);
   turnLoop();
-}
-
-TEST_F(OrvWebViewTest, OnlyEnabledEventsAreRaised) {
-  EXPECT_TRUE(view.isAllWebEventsEnabled());
-  const auto page = open(view);
-  view.setWebEventEnabled(Event::Focus, false);
-  EXPECT_FALSE(view.isAllWebEventsEnabled());
-  EXPECT_TRUE(view.isAnyWebEventsEnabled());
-  EXPECT_FALSE(page->client.wants(Event::Focus));
-  page->raise(Event(Event::Focus));
-  page->raise(Event(Event::TypeMax));
-  EXPECT_THAT(view.events, ElementsAre(Event::TypeMax));
-
-  view.setAllWebEventsEnabled(false);
-  EXPECT_FALSE(view.isAnyWebEventsEnabled());
-  view.destroy();
-  turnLoop();
-  EXPECT_THAT(view.events, ElementsAre(Event::TypeMax));
-}
-
-TEST_F(OrvWebViewTest, PropertyChangeNeedsItsPropertyAndTheEventEnabled) {
-  const auto page = open(view);
-  view.setPropertyChangedEventEnabled(Changed::Title, false);
-  EXPECT_FALSE(view.isAllPropertyChangedEventsEnabled());
-  page->client.update<&PageState::title>(String("a"));
-  EXPECT_EQ(view.title(), "a") << "the value is kept all the same";
-  page->client.update<&PageState::location>(String("local:///a"));
-  page->client.update<&PageState::location>(String("local:///a"));
-  EXPECT_THAT(view.properties, ElementsAre(Changed::Location));
-
-  view.setPropertyChangedEventEnabled(Changed::Title, true);
-  view.setWebEventEnabled(Event::PropertyChanged, false);
-  page->client.update<&PageState::title>(String("b"));
-  EXPECT_THAT(view.properties, ElementsAre(Changed::Location));
-  view.setWebEventEnabled(Event::PropertyChanged, true);
-  page->client.update<&PageState::title>(String("c"));
-  EXPECT_THAT(view.properties, ElementsAre(Changed::Location, Changed::Title));
-}
-
-TEST_F(OrvWebViewTest, SettingIsToldToThePageAndReportedOnceAndOnlyWhenItChanges) {
-  view.setUserAgent("before");
-  EXPECT_THAT(view.properties, ElementsAre(Changed::UserAgent));
-  const auto page = open(view);
-  EXPECT_EQ(page->client.settings().userAgent, "before");
-  view.setLoadImages(false);
-  view.setLoadImages(false);
-  view.setUserAgent("before");
-  view.setDevicePixelRatio(2);
-  // No property stands for this one.
-  view.setEnableDiskCache(!view.isEnableDiskCache());
-  EXPECT_THAT(view.properties, ElementsAre(Changed::LoadImages, Changed::DevicePixelRatio));
-  EXPECT_THAT(page->changedSettings,
-              ElementsAre(WebViewSetting::isLoadImages, WebViewSetting::devicePixelRatio,
-                          WebViewSetting::isEnableDiskCache));
 }
 
 }  // namespace

@@ -94,7 +94,7 @@ TEST_F(TrustedLoadsTest, ADocumentThatComesIsKnownBeforeItIsThere) {
   loads.requested("about:blank");
   EXPECT_EQ(loads.isTrustedNext(), true);
   loads.committed("about:blank");
-  EXPECT_TRUE(loads.isTrusted() && loads.isOwn());
+  EXPECT_TRUE(loads.isTrusted() && loads.isOwn() && loads.admits("about:blank"));
   loads.started();
   loads.committed("about:blank");
   EXPECT_FALSE(loads.isTrusted());

@@ -74,7 +74,6 @@ int goodChild(IPCReceiverHandler& handler, MainMessageClient& client) {
   WebViewManager::instance().destroyWebView(WebViewManager::rootHandle);
   test_support::FakePage::onLoad = [](test_support::FakePage& page, const String&) {
     page.client.update<&PageState::title>(String(std::getenv("SOCK_SO_BINDTODEVICE")));
-    page.raise(OrvWebDialogRequestedEvent());
   };
   client.installMessageHandler(&handler);
   const int status = client.run();
@@ -107,7 +106,7 @@ int childMain(unsigned int groupId, int parentPid, int mainChannelId, int webEng
       pid = ::getppid();
       break;
     case LateHandshake:
-      std::this_thread::sleep_for(std::chrono::milliseconds(3300));
+      std::this_thread::sleep_for(std::chrono::milliseconds(600));
       break;
     case SilentOne:
       // With its launcher, since it notices nothing itself.
@@ -216,12 +215,15 @@ TEST(GroupTest, AGroupThatCreatesOutlivesItsLastWebView) {
 
 class RefusedHandshakeTest : public ::testing::TestWithParam<Group> {};
 
-TEST_P(RefusedHandshakeTest, EndsTheLaunchAfterThreeSeconds) {
+TEST_P(RefusedHandshakeTest, EndsTheLaunchAtTheLimit) {
   withChildren([](Chrome& chrome) {
+    const auto usual =
+        std::exchange(IPCSenderGroup::handshakeLimit, std::chrono::milliseconds(400));
     StandardErrorPipe log;
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(chrome.create(GetParam()), 0u);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(2990));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, IPCSenderGroup::handshakeLimit);
+    IPCSenderGroup::handshakeLimit = usual;
     EXPECT_THAT(chrome.errors(),
                 ElementsAre("IPCSenderGroup for process -1 encountered error: Did not receive "
                             "handshake!"));
@@ -298,34 +300,6 @@ TEST(GroupTest, SilentStrangersKeepNoChildFromStarting) {
     for (unsigned int group = 1; group <= 5; ++group) EXPECT_NE(chrome.create(int(group)), 0u);
     ::kill(stranger, SIGKILL);
     ::waitpid(stranger, nullptr, 0);
-  });
-}
-
-// While the chrome answers an event it asks the web view that raised it.
-TEST(GroupTest, AChildThatWaitsForAnAnswerIsStillServed) {
-  withChildren([](Chrome& chrome) {
-    const unsigned int view = chrome.create(1);
-    ASSERT_TRUE(iterateUntil([&] { return chrome.manager.isCreated(view); }));
-    const std::string handle = std::to_string(view);
-    chrome.callNative({"webview.setEnableDialogRequestedEvents", handle.c_str(), "true"});
-    // The answer comes from the web-engine thread; what it asks for is the main thread's.
-    std::atomic<bool> isAnswered = false;
-    chrome.page->answer = [&](const FunctionCall&) {
-      std::string asked;
-      std::string made;
-      MainMessageClient::instance()->dispatchSyncMessage(executableMessage([&] {
-        asked = chrome.callNative({"webview.isVisible", handle.c_str()});
-        made = chrome.callNative({"webview.create", Chrome::group, "OutProcess"});
-      }));
-      EXPECT_EQ(asked, "1");
-      EXPECT_NE(made, "0");
-      isAnswered = true;
-      return JavaScriptVariant(String("{}"));
-    };
-    chrome.callNative({"webview.setAllWebEventsEnabled", handle.c_str(), "true"});
-    chrome.callNative({"webview.loadURL", handle.c_str(), "about:blank"});
-    ASSERT_TRUE(iterateUntil([&] { return isAnswered.load(); }));
-    EXPECT_EQ(chrome.callNative({"webview.isVisible", handle.c_str()}), "1");
   });
 }
 

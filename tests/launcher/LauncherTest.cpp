@@ -359,8 +359,7 @@ TEST_F(LauncherTest, NobodyElseKeepsAServerFromStarting) {
   EXPECT_EQ(status.st_mode & 0777, 0600u);
   server.reset();
   ASSERT_EQ(::chown((path() + ".lock").c_str(), 1234, 1234), 0);
-  Program other({{"TESSEL_RESMGR_ROOT", folder.string()}}, {}, "probe-server",
-                PAGEHOST_TEST_PROBE);
+  Program other({{"TESSEL_RESMGR_ROOT", folder.string()}}, {}, "probe-server", PAGEHOST_TEST_PROBE);
   EXPECT_EQ(other.status(), 1) << "somebody else's file";
 }
 
@@ -423,6 +422,8 @@ TEST_F(LauncherTest, RandomRequestsNeitherEndTheServerNorCostItAnything) {
   EXPECT_GT(launched, 100);
   EXPECT_EQ(launchAndRead(request())["user"], "1234,1234");
   EXPECT_TRUE(waitForFewerDescriptors(server->pid(), before));
+  // Who asks for an end has the server look.
+  EXPECT_EQ(client.exchange(rawMessage(2, launchEndCommand, test_support::word(1))).status, ESRCH);
   EXPECT_TRUE(test_support::zombiesOf(server->pid()).empty());
 }
 

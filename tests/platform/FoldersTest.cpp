@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -140,6 +141,24 @@ TEST_F(RuntimeFolderTest, WhatOthersCanReachIsRefused) {
   fs::remove(ours_);
   base_.write("pagehost", "a file");
   EXPECT_EQ(runtimeFolder(), "");
+}
+
+TEST(RemoveAtExitTest, AFileGoesWithTheProcessThatMadeItAndWithNoOther) {
+  const test_support::TemporaryFolder folder;
+  folder.write("socket", "");
+  const fs::path path = folder.path() / "socket";
+  const pid_t process = fork();
+  if (process == 0) {
+    removeAtExit(path);
+    const pid_t forked = fork();
+    if (forked == 0) std::exit(0);
+    waitpid(forked, nullptr, 0);
+    std::exit(fs::exists(path) ? 0 : 1);
+  }
+  int status = -1;
+  ASSERT_EQ(waitpid(process, &status, 0), process);
+  EXPECT_EQ(status, 0) << "a forked process has taken it along";
+  EXPECT_FALSE(fs::exists(path));
 }
 
 }  // namespace

@@ -83,7 +83,7 @@ TEST(GuardedPointerTest, APinOfAnotherThreadLeavesTheDeletionToTheOwner) {
 
 TEST(GuardedPointerTest, PinsAndDeletionsOfTwoThreadsBuryEachObjectOnce) {
   MainMessageClient client(0, -1);
-  for (int round = 0; round < 300; ++round) {
+  for (int round = 0; round < 60; ++round) {
     Grave grave;
     auto* const thing = new Thing(grave);
     std::atomic<bool> started = false;

@@ -39,8 +39,11 @@ RealEngine* RealEngine::instance(std::string& problem) {
     WindowSystem::install(std::move(windows));
     auto* self = new RealEngine;
     self->client_ = std::make_unique<MainMessageClient>(3, -1);
+    // The same as the program would have here.
+    auto sandbox = Tessel::Platform::PageSandbox::None;
+    if (!choosePageSandbox({Tessel::Platform::runtimeFolder()}, sandbox, whyNot)) return false;
     self->engine_ =
-        WebKitEngine::create({PAGEHOST_TEST_MODULES, PAGEHOST_TEST_ROOT, "tests"}, whyNot);
+        WebKitEngine::create({PAGEHOST_TEST_MODULES, PAGEHOST_TEST_ROOT, "tests", sandbox}, whyNot);
     if (!self->engine_) return false;
     PageFactory::install(self->engine_.get());
     self->window_ = std::make_unique<Window>(

@@ -21,10 +21,6 @@ using ::testing::IsEmpty;
 
 class WebViewManagerTest : public test_support::ChromeFixture {
  protected:
-  // "webview.create" and the handle it answers with.
-  unsigned int create(const char* where, const char* inGroup = group) {
-    return static_cast<unsigned int>(std::stoul(callNative({"webview.create", inGroup, where})));
-  }
   void deleteWebView(unsigned int handle) {
     EXPECT_EQ(callNative({"webview.delete", std::to_string(handle).c_str()}), "");
   }
@@ -33,31 +29,7 @@ class WebViewManagerTest : public test_support::ChromeFixture {
     manager.handleMessage(HandleOrvWebSendEventMessage(handle, name, "{}", &reply));
     return reply.text().toStdString();
   }
-  static std::string plainEvent(unsigned int handle, const std::string& name) {
-    return std::to_string(handle) + " " + name + " {\"isPost\":true,\"isSend\":false,\"type\":\"" +
-           name + "\"}";
-  }
 };
-
-TEST_F(WebViewManagerTest, LaterWebViewsComeWithTheLoopAndCountOnceTheyReportThemselves) {
-  const auto first = static_cast<unsigned int>(std::stoul(callNative({"webview.create", group})));
-  const unsigned int second = create("InProcess");
-  EXPECT_EQ(second, first + 1);
-  EXPECT_EQ(manager.webViewForHandle(first), nullptr);
-  EXPECT_FALSE(manager.isCreated(first));
-  turnLoop();
-  ASSERT_TRUE(manager.webViewForHandle(first));
-  EXPECT_EQ(manager.handleForWebView(&webView(first)), first);
-  EXPECT_TRUE(manager.isCreated(first));
-  EXPECT_THAT(events(), ElementsAre(plainEvent(first, "Created"), plainEvent(second, "Created")));
-
-  deleteWebView(first);
-  EXPECT_EQ(manager.webViewForHandle(first), nullptr);
-  EXPECT_FALSE(manager.isCreated(first));
-  deleteWebView(first);
-  deleteWebView(second);
-  EXPECT_EQ(createWebView(), second + 1) << "handles are never used again";
-}
 
 TEST_F(WebViewManagerTest, ChromeIsNotToldAboutItsOwnScripts) {
   const auto post = [&](unsigned int handle, const char* name) {
@@ -123,18 +95,6 @@ TEST_F(WebViewManagerTest, LoopEndsWithTheLastWebViewUnlessAnotherOneCameMeanwhi
   });
 }
 
-TEST_F(WebViewManagerTest, DestroyedOfTheRootDeletesItAndTellsNobody) {
-  inOwnProcess([this] {
-    Settings::instance().setChromeProcess(true);
-    events();
-    root->destroy();
-    EXPECT_EQ(exitStatusOf(client), 0);
-    EXPECT_EQ(manager.rootWebView(), nullptr);
-    EXPECT_TRUE(page->closed);
-    EXPECT_THAT(events(), IsEmpty());
-  });
-}
-
 TEST_F(WebViewManagerTest, ShutdownEndsEveryWebViewAndThenTheLoop) {
   inOwnProcess([this] {
     Settings::instance().setChromeProcess(true);
@@ -143,9 +103,9 @@ TEST_F(WebViewManagerTest, ShutdownEndsEveryWebViewAndThenTheLoop) {
     // Even one that would not report its end.
     webView(second).setAllWebEventsEnabled(false);
     // Asked for by the chrome when it hears of the end, and too late.
-    const unsigned int unmade = create("InProcess");
+    const unsigned int unmade = manager.createWebView(group, WebViewManager::inThisProcess);
     manager.shutdown();
-    EXPECT_EQ(create("InProcess"), 0u);
+    EXPECT_EQ(manager.createWebView(group, WebViewManager::inThisProcess), 0u);
     EXPECT_NE(manager.webViewForHandle(first), nullptr) << "its end has yet to be reported";
     EXPECT_EQ(exitStatusOf(client), 0);
     for (const unsigned int handle : {1u, first, second, unmade}) {

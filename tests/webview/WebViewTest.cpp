@@ -61,21 +61,4 @@ TEST_F(WebViewTest, RefusedExtraHeadersLeaveThoseInForce) {
   });
 }
 
-TEST_F(WebViewTest, NativeBindingsSendCallsToTheRegistryInsteadOfTheChrome) {
-  const auto call = [&] { return itsPage->raise(Callback({"no.such", "a"})).result(); };
-  page->answer = [](const FunctionCall&) {
-    return JavaScriptVariant("{\"setResult\":\"chrome\"}");
-  };
-  EXPECT_EQ(call(), "") << "not even raised";
-  // Either way the page can make calls from now on.
-  view.enableNativeBindings(false);
-  EXPECT_TRUE(itsPage->callbackObjectEnabled);
-  EXPECT_EQ(call(), "chrome");
-  EXPECT_THAT(errors(), IsEmpty());
-
-  view.enableNativeBindings(true);
-  EXPECT_EQ(call(), "");
-  EXPECT_THAT(errors(), ElementsAre("Binding for native function: \"no.such\" does not exist."));
-}
-
 }  // namespace

@@ -19,7 +19,7 @@ namespace link_protocol {
 
 enum class FrameKind : std::uint32_t {
   // From the module.
-  Hello,        // first frame of a link: the token that its module was given
+  Hello,        // first frame of a link: the token that its module was given, 32 bytes
   PageCreated,  // asks for the page's PageSetup
   NativeCall,   // asks for the text that a native function returns
   Dialog,       // asks for a dialog's DialogAnswer
@@ -35,6 +35,10 @@ enum class FrameKind : std::uint32_t {
   Answer,  // to the frame with the same id
 };
 inline constexpr std::uint32_t frameKindCount = static_cast<std::uint32_t>(FrameKind::Answer) + 1;
+
+// The name of the engine's message by which a page tells, once, where it is: a text, the token of
+// its process.
+inline constexpr const char* placeMessage = "pagehost-place";
 
 struct FrameHeader {
   std::uint32_t size;  // bytes of the payload

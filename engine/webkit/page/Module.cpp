@@ -3,6 +3,7 @@
 // functions, and adds the extra headers of requests. Web process, main thread only.
 #include "engine/webkit/link/ObjectPointer.h"
 #include "engine/webkit/page/HostLink.h"
+#include "engine/webkit/page/Lockdown.h"
 #include "engine/webkit/page/PageApi.h"
 #include "engine/webkit/page/PageScripts.h"
 #include "engine/webkit/page/Probe.h"
@@ -42,6 +43,8 @@ struct PageRecord {
 class Module final : public HostLinkDelegate {
  public:
   void start(WebKitWebExtension* extension, const std::string& address, const std::string& token);
+  // Before anything of a page is there.
+  void lockDown(const std::string& sandbox, const std::string& moduleFolder);
 
   JavaScriptVariant callFunction(std::uint64_t page, const FunctionCall& call) override;
   void setupChanged(std::uint64_t page, const PageSetup& setup) override;
@@ -74,6 +77,7 @@ class Module final : public HostLinkDelegate {
   void prepareDocument(JSCContext* context, std::uint64_t number, const PageRecord& record);
 
   std::unique_ptr<HostLink> link_;
+  std::string token_;
   WebKitScriptWorld* probeWorld_ = nullptr;
   std::map<std::uint64_t, PageRecord> pages_;
 };
@@ -135,6 +139,7 @@ void replaceDialogs(JSCContext* context, const PageFunctions& functions, std::ui
 
 void Module::start(WebKitWebExtension* extension, const std::string& address,
                    const std::string& token) {
+  token_ = token;
   link_ = HostLink::connect(address, token, *this);
   if (!link_) {
     g_warning("The application does not answer at %s: its pages work without it.", address.c_str());
@@ -145,6 +150,13 @@ void Module::start(WebKitWebExtension* extension, const std::string& address,
                    G_CALLBACK(onWindowObjectCleared), this);
   probeWorld_ = webkit_script_world_new();
   g_signal_connect(probeWorld_, "window-object-cleared", G_CALLBACK(onProbeWorldCleared), this);
+}
+
+void Module::lockDown(const std::string& sandbox, const std::string& moduleFolder) {
+  if (sandbox == "none") return;
+  const std::string problem = ::lockDown(sandbox == "landlock", moduleFolder);
+  if (problem.empty() || !link_) return;
+  link_->tell(FrameKind::Log, 0, "A web process is less confined than it should be: " + problem);
 }
 
 void Module::onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer data) {
@@ -159,6 +171,12 @@ void Module::onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer da
   g_signal_connect(forms, "will-submit-form", G_CALLBACK(onSubmitForm), GSIZE_TO_POINTER(number));
   g_signal_connect(forms, "form-controls-associated", G_CALLBACK(onFormsChanged),
                    GSIZE_TO_POINTER(number));
+  // The program believes the engine, not us, which pages are in this process.
+  webkit_web_page_send_message_to_view(
+      page,
+      webkit_user_message_new(link_protocol::placeMessage,
+                              g_variant_new_string(self->token_.c_str())),
+      nullptr, nullptr, nullptr);
   // Before the page's first document: it must find its functions.
   const auto answer = self->link_->ask(FrameKind::PageCreated, number, std::string_view());
   if (answer) decode(*answer, record.setup);
@@ -433,9 +451,12 @@ bool Module::askForResource(WebKitWebPage* page, WebKitURIRequest* request,
 
 extern "C" G_MODULE_EXPORT void webkit_web_extension_initialize_with_user_data(
     WebKitWebExtension* extension, GVariant* data) {
-  if (!data || !g_variant_is_of_type(data, G_VARIANT_TYPE("(ss)"))) return;
+  if (!data || !g_variant_is_of_type(data, G_VARIANT_TYPE("(ssss)"))) return;
   const char* address = nullptr;
   const char* token = nullptr;
-  g_variant_get(data, "(&s&s)", &address, &token);
+  const char* sandbox = nullptr;
+  const char* folder = nullptr;
+  g_variant_get(data, "(&s&s&s&s)", &address, &token, &sandbox, &folder);
   module().start(extension, address, token);
+  module().lockDown(sandbox, folder);
 }

@@ -5,10 +5,11 @@ import { answers, bodies, raw, createView, equal, errors, events, happened, nati
 const query = new URLSearchParams(location.search);
 const server = query.get('server');
 
-// A web view with that page, loaded.
-async function open(html) {
+// A web view with that page, loaded; one of the program's if it shall lead to others of those.
+async function open(html, ...base) {
   const view = await createView();
-  native('webview.loadString', view, `<!doctype html><title></title><body>${html}`);
+  native(base.length ? 'webview.loadStringWithBase' : 'webview.loadString', view,
+    `<!doctype html><title></title><body>${html}`, ...base);
   await until(() => happened(view, 'DocumentLoadFinished'));
   return view;
 }
@@ -31,7 +32,7 @@ test('a load tells its way in order', async () => {
 });
 
 test('the chrome decides where a page goes', async () => {
-  const view = await open('<a id="a" href="local:///content.html">go</a>');
+  const view = await open('<a id="a" href="local:///content.html">go</a>', 'local:///');
   answers.set('LocationChanging', { setPreventDefault: true });
   script(view, "document.getElementById('a').click()");
   await until(() => bodies(view, 'LocationChanging').some(b => b.url === 'local:///content.html'));
@@ -118,7 +119,7 @@ test('a log-in is asked of the chrome', async () => {
 });
 
 test('a window that a page opens gets the web view that the chrome prepares', async () => {
-  const view = await open('');
+  const view = await open('', 'local:///');
   answers.set('OpenWindow', { setWait: true });
   script(view, "document.title = String(!!window.open('local:///content.html', 'name'))");
   await until(() => happened(view, 'OpenWindow'));

@@ -27,29 +27,6 @@ class RememberedTest : public testing::Test {
   const std::string folder_ = parent_ + "/remembered";
 };
 
-TEST_F(RememberedTest, TextsAreOfferedToFieldsOfTheirNameTheLatestFirst) {
-  RememberedTexts texts(folder_);
-  EXPECT_THAT(texts.offered("city", ""), IsEmpty());
-  texts.remember({{"city", "Köln"}, {"street", "Ring"}});
-  texts.remember({{"city", "Bonn"}});
-  texts.remember({{"city", "bochum"}});
-  texts.remember({{"city", "Köln"}});
-  EXPECT_THAT(texts.offered("city", ""), ElementsAre("Köln", "bochum", "Bonn"));
-  EXPECT_THAT(texts.offered("street", ""), ElementsAre("Ring"));
-  EXPECT_THAT(texts.offered("City", ""), IsEmpty());
-  // Of what is typed already, the ends.
-  EXPECT_THAT(texts.offered("city", "BO"), ElementsAre("bochum", "Bonn"));
-  EXPECT_THAT(texts.offered("city", "Bonn"), IsEmpty());
-  // Another process has a part in it.
-  RememberedTexts other(folder_);
-  EXPECT_THAT(other.offered("city", "k"), ElementsAre("Köln"));
-  other.remember({{"city", "Kiel"}});
-  EXPECT_THAT(texts.offered("city", "k"), ElementsAre("Kiel", "Köln"));
-  texts.clear();
-  EXPECT_THAT(other.offered("city", ""), IsEmpty());
-  EXPECT_FALSE(std::filesystem::exists(file("texts.json")));
-}
-
 TEST_F(RememberedTest, WhatIsRememberedOfFormsHasBounds) {
   RememberedTexts texts(folder_);
   const std::string longText(RememberedTexts::longestText + 1, 'x');

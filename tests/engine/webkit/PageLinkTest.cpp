@@ -21,19 +21,16 @@ using Tessel::Platform::MainThreadWait;
 using Tessel::Platform::UniqueFd;
 using Tessel::Platform::Testing::iterateUntil;
 
-const std::string token = "0123456789abcdef";
 constexpr std::uint64_t page = 0x100000001;
 // No wait with this limit ends by it.
 constexpr auto never = std::chrono::duration_cast<std::chrono::milliseconds>(1h);
 
 class FakeDelegate final : public PageLinkDelegate {
  public:
-  bool pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t number,
-                   PageSetup& setup) override {
+  void pageCreated(const std::shared_ptr<PageLink>& link, std::uint64_t number) override {
     note();
     link->changeSetup(number, {});
-    setup = sampleSetups().back();
-    return true;
+    link->answerPageCreated(number, sampleSetups().back());
   }
   String nativeCall(const PageLink&, std::uint64_t number,
                     const NativeArguments& arguments) override {
@@ -64,9 +61,6 @@ class FakeDelegate final : public PageLinkDelegate {
 
 // A link, its delegate and its other end.
 struct Host {
-  explicit Host(bool greeted = true) {
-    if (greeted) peer.send(FrameKind::Hello, 0, 0, token);
-  }
   ~Host() {
     if (link) link->close();
   }
@@ -83,7 +77,7 @@ struct Host {
   FakeDelegate delegate;
   std::pair<UniqueFd, UniqueFd> ends = socketPair();
   ScriptedPeer peer{std::move(ends.second)};
-  std::shared_ptr<PageLink> link = PageLink::open(std::move(ends.first), 1, token, delegate);
+  std::shared_ptr<PageLink> link = PageLink::open(std::move(ends.first), 1, delegate);
 };
 
 // A web process in a thread, until the link ends. Its page gives every call's argument back, those
@@ -155,31 +149,12 @@ TEST(PageLinkTest, AnAnswerThatComesTooLateIsTold) {
   EXPECT_NE(told.find("hold(1, \"Focus\", …)"), std::string::npos) << told;
 }
 
-TEST(PageLinkTest, AStrangerIsShutOut) {
-  const std::string question = encode(NativeArguments{"quit"});
-  const std::vector<std::pair<FrameKind, std::string>> greetings{
-      {FrameKind::Hello, ""},          {FrameKind::Hello, "0123456789abcdeF"},
-      {FrameKind::Hello, token + "0"}, {FrameKind::Hello, token.substr(1)},
-      {FrameKind::Log, token},         {FrameKind::NativeCall, question}};
-  for (const auto& [kind, payload] : greetings) {
-    Host host(false);
-    host.peer.send(kind, 1, page, payload);
-    // Too late for the right word.
-    host.peer.send(FrameKind::Hello, 0, 0, token);
-    host.peer.send(FrameKind::NativeCall, 2, page, question);
-    EXPECT_TRUE(iterateUntil([&] { return host.delegate.closed == 1; })) << payload;
-    EXPECT_TRUE(host.peer.hasGone());
-    EXPECT_EQ(host.delegate.questions, 0) << payload;
-    EXPECT_FALSE(host.call("echo"));
-  }
-}
-
 TEST(PageLinkTest, WhatIsNoQuestionClosesTheLink) {
   const std::vector<std::pair<FrameKind, std::string>> nonsense{
       {FrameKind::NativeCall, ""},
       {FrameKind::NativeCall, rawBytes(0xffffffffu)},
       {FrameKind::Dialog, std::string("\x09\0\0\0\0\0\0\0\0", 9)},
-      {FrameKind::Hello, token},
+      {FrameKind::Hello, std::string(32, '0')},
       {FrameKind::PostFunction, encode(PostedCall())},
       {FrameKind::CallFunction, encode(FunctionCall())},
       {FrameKind::SetupChanged, encode(PageSetup())},
@@ -196,23 +171,6 @@ TEST(PageLinkTest, WhatIsNoQuestionClosesTheLink) {
     EXPECT_EQ(host.delegate.closed, 1);
     EXPECT_FALSE(host.call("echo"));
   }
-}
-
-TEST(PageLinkTest, ThreadsThatCallAllTheTimeLoseNothing) {
-  Host host;
-  const EchoPage echo(host);
-  const auto countRight = [&](int from) {
-    int right = 0;
-    for (int i = from; i < from + 500; ++i) {
-      if (host.number("echo", i) == i) ++right;
-      host.link->changeSetup(page, {});
-    }
-    return right;
-  };
-  auto second = std::async(std::launch::async, countRight, 1000);
-  auto third = std::async(std::launch::async, countRight, 2000);
-  EXPECT_EQ(countRight(0), 500);
-  EXPECT_EQ(second.get() + third.get(), 1000);
 }
 
 TEST(PageLinkTest, AWaitEndsAtItsLimitAndTheLateAnswerIsNobodys) {

@@ -5,6 +5,7 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -37,24 +38,41 @@ class WebProcessLinksTest : public testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(links_->isListening()); }
 
-  ScriptedPeer connect(const std::string& token) {
+  ScriptedPeer connect() {
     UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const sockaddr_un address = addressOf(links_->address());
     EXPECT_EQ(::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
               0);
-    ScriptedPeer peer(std::move(socket));
+    return ScriptedPeer(std::move(socket));
+  }
+  ScriptedPeer connect(const std::string& token) {
+    ScriptedPeer peer = connect();
     peer.send(FrameKind::Hello, 0, 0, token);
     return peer;
   }
-  // The frame that comes back while the main loop runs.
-  std::string ask(ScriptedPeer& peer, FrameKind kind, std::uint64_t page,
-                  const std::string& payload) {
-    peer.send(kind, 1, page, payload);
+  // What comes back while the main loop runs.
+  std::string answer(ScriptedPeer& peer) {
     EXPECT_TRUE(iterateUntil([&] { return peer.hasFrame(); }));
     return peer.next(FrameKind::Answer).payload;
   }
+  std::string ask(ScriptedPeer& peer, FrameKind kind, std::uint64_t page,
+                  const std::string& payload) {
+    peer.send(kind, 1, page, payload);
+    return answer(peer);
+  }
   std::string callNative(ScriptedPeer& peer, std::uint64_t page) {
     return ask(peer, FrameKind::NativeCall, page, encode(NativeArguments{"x"}));
+  }
+  // Runs the main loop until the link has gone.
+  static bool isShutOut(ScriptedPeer& peer) {
+    return iterateUntil([&] { return peer.isAtEnd(); });
+  }
+  // As a page with all rights.
+  std::shared_ptr<FakeLinkedPage> registered(std::uint64_t number) {
+    auto page = std::make_shared<FakeLinkedPage>();
+    page->currentSetup = {true, true, {}};
+    links_->registerPage(number, page);
+    return page;
   }
 
   TemporaryFolder folder_;
@@ -62,80 +80,160 @@ class WebProcessLinksTest : public testing::Test {
 };
 
 TEST_F(WebProcessLinksTest, PagesThatAreUnknownForgottenOrGoneAreAnsweredEmpty) {
-  auto page = std::make_shared<FakeLinkedPage>();
-  page->currentSetup.callbackObject = true;
-  auto gone = std::make_shared<FakeLinkedPage>(*page);
-  links_->registerPage(7, page);
-  links_->registerPage(8, gone);
+  const auto page = registered(7);
+  registered(8);
+  const auto waiting = registered(10);
   links_->forgetPage(7);
-  gone.reset();
-  ScriptedPeer peer = connect(links_->token());
+  const std::string token = links_->issueToken();
+  ScriptedPeer peer = connect(token);
   for (const std::uint64_t number : {7, 8, 9}) {
+    links_->placePage(number, token);
     EXPECT_EQ(ask(peer, FrameKind::PageCreated, number, ""), encode(PageSetup()));
     EXPECT_EQ(callNative(peer, number), "");
     EXPECT_EQ(ask(peer, FrameKind::Dialog, number, encode(DialogQuestion())),
               encode(DialogAnswer()));
   }
   EXPECT_FALSE(page->link);
+  peer.send(FrameKind::PageCreated, 1, 10, "");
+  EXPECT_EQ(callNative(peer, 10), "") << "it waits for the engine's word";
+  links_->forgetPage(10);
+  EXPECT_EQ(answer(peer), encode(PageSetup()));
 }
 
-TEST_F(WebProcessLinksTest, EachProcessHasALinkOfItsOwnAndOnlyWithTheToken) {
-  const auto first = std::make_shared<FakeLinkedPage>();
-  const auto second = std::make_shared<FakeLinkedPage>();
-  links_->registerPage(1, first);
-  links_->registerPage(2, second);
-  ScriptedPeer stranger = connect("not the token");
-  stranger.send(FrameKind::PageCreated, 1, 1, "");
-  ScriptedPeer a = connect(links_->token());
-  ScriptedPeer b = connect(links_->token());
-  ask(a, FrameKind::PageCreated, 1, "");
-  ask(b, FrameKind::PageCreated, 2, "");
-  EXPECT_NE(first->link, second->link);
-  EXPECT_TRUE(stranger.hasGone());
-
-  const std::string address = links_->address();
-  EXPECT_TRUE(std::filesystem::exists(address));
-  links_.reset();
-  EXPECT_FALSE(std::filesystem::exists(address));
-  EXPECT_TRUE(b.hasGone());
-  EXPECT_FALSE(second->link->callFunction(2, {{"f"}, {}}));
+TEST_F(WebProcessLinksTest, ATokenLetsOneConnectionInAndNothingElseDoes) {
+  std::vector<std::string> tokens;
+  for (std::size_t i = 0; i <= LinkListener::mostTokens; ++i)
+    tokens.push_back(links_->issueToken());
+  const std::string& token = tokens.back();
+  ScriptedPeer first = connect(token);
+  EXPECT_EQ(callNative(first, 1), "");
+  const std::pair<FrameKind, std::string> greetings[] = {{FrameKind::Hello, token},
+                                                         {FrameKind::Hello, tokens.front()},
+                                                         {FrameKind::Log, tokens[1]},
+                                                         {FrameKind::Hello, tokens[1] + "0"},
+                                                         {FrameKind::Hello, std::string(32, '0')}};
+  for (const auto& [kind, payload] : greetings) {
+    ScriptedPeer stranger = connect();
+    stranger.send(kind, 1, 1, payload);
+    // Too late for the right word.
+    stranger.send(FrameKind::Hello, 0, 0, tokens[2]);
+    EXPECT_TRUE(isShutOut(stranger)) << payload;
+  }
+  ScriptedPeer giant = connect();
+  giant.sendHeader(FrameKind::Hello, maximumPayload);
+  giant.sendBytes(std::string(64, 'x'));
+  EXPECT_TRUE(isShutOut(giant)) << "nothing is kept that is longer than a token";
+  // In pieces, and with a question right behind it.
+  ScriptedPeer slow = connect();
+  slow.sendHeader(FrameKind::Hello, 32);
+  iterateUntil([] { return true; });
+  slow.sendBytes(tokens[2]);
+  EXPECT_EQ(callNative(slow, 1), "");
 }
 
-TEST_F(WebProcessLinksTest, SocketsOfProgramsThatWereKilledAreRemoved) {
+TEST_F(WebProcessLinksTest, SilentStrangersGoWhenTheyAreTooManyOrTooSlow) {
+  LinkListener listener(
+      folder_.path(), [](UniqueFd, pid_t, const std::string&) {}, std::chrono::milliseconds(200));
+  const sockaddr_un address = addressOf(listener.address());
+  std::vector<ScriptedPeer> strangers;
+  for (std::size_t i = 0; i < LinkListener::mostStrangers + 3; ++i) {
+    UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    ASSERT_EQ(::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
+              0);
+    strangers.emplace_back(std::move(socket));
+  }
+  EXPECT_TRUE(isShutOut(strangers[2]));
+  EXPECT_FALSE(strangers[3].isAtEnd());
+  EXPECT_TRUE(isShutOut(strangers.back()));
+}
+
+TEST_F(WebProcessLinksTest, WithoutDescriptorsTheListenerPausesAndGoesOn) {
+  const std::string token = links_->issueToken();
+  ScriptedPeer peer = connect(token);
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+  const UniqueFd highest(::dup(STDIN_FILENO));
+  const rlimit none{static_cast<rlim_t>(highest.get()) + 1, before.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+  int turns = 0;
+  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(200);
+  const guint tick = g_timeout_add(
+      20, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
+  for (; std::chrono::steady_clock::now() < end; ++turns) g_main_context_iteration(nullptr, TRUE);
+  g_source_remove(tick);
+  ::setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_LT(turns, 30) << "the loop spins";
+  EXPECT_EQ(callNative(peer, 1), "");
+}
+
+TEST_F(WebProcessLinksTest, TheSocketIsAloneInItsFolderAndGoesWithIt) {
+  EXPECT_EQ(std::filesystem::path(links_->address()).parent_path(), links_->folder());
+  EXPECT_NE(std::filesystem::path(links_->folder()), folder_.path());
+  const auto entries = std::filesystem::directory_iterator(links_->folder());
+  EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
   const pid_t dead = ::fork();
   if (dead == 0) ::_exit(0);
   ASSERT_EQ(::waitpid(dead, nullptr, 0), dead);
   const auto left =
       std::filesystem::path(folder_.path()) / ("pages-" + std::to_string(dead) + "-x");
-  std::ofstream(left).put('x');
+  std::filesystem::create_directory(left);
+  std::ofstream(left / "link").put('x');
   const WebProcessLinks another(folder_.path());
-  EXPECT_FALSE(std::filesystem::exists(left));
+  EXPECT_FALSE(std::filesystem::exists(left)) << "of a program that was killed";
   EXPECT_TRUE(std::filesystem::exists(links_->address())) << "this one's owner is alive";
+
+  const auto page = registered(1);
+  const std::string token = links_->issueToken();
+  ScriptedPeer peer = connect(token);
+  links_->placePage(1, token);
+  ask(peer, FrameKind::PageCreated, 1, "");
+  const std::string folder = links_->folder();
+  links_.reset();
+  EXPECT_FALSE(std::filesystem::exists(folder));
+  EXPECT_TRUE(peer.hasGone());
+  EXPECT_FALSE(page->link->callFunction(1, {{"f"}, {}}));
 }
 
-TEST_F(WebProcessLinksTest, AWebProcessCannotSpeakForThePageOfAnother) {
-  const auto page = std::make_shared<FakeLinkedPage>();
-  page->currentSetup = {true, true, {}};
-  links_->registerPage(1, page);
-  ScriptedPeer owner = connect(links_->token());
-  ScriptedPeer thief = connect(links_->token());
-  ask(owner, FrameKind::PageCreated, 1, "");
+TEST_F(WebProcessLinksTest, APageIsWhereTheEngineSaysAndNobodyElseSpeaksForIt) {
+  const auto page = registered(1);
+  const std::string ownersToken = links_->issueToken();
+  const std::string thiefsToken = links_->issueToken();
+  ScriptedPeer thief = connect(thiefsToken);
+  ScriptedPeer owner = connect(ownersToken);
+  // The thief is first, and learns nothing.
+  thief.send(FrameKind::PageCreated, 1, 1, "");
+  EXPECT_EQ(callNative(thief, 1), "");
+  links_->placePage(1, ownersToken);
+  EXPECT_EQ(answer(thief), encode(PageSetup()));
+  EXPECT_EQ(ask(owner, FrameKind::PageCreated, 1, ""), encode(page->currentSetup));
+  EXPECT_EQ(page->link->peerPid(), ::getpid()) << "as the kernel says";
+  EXPECT_EQ(callNative(owner, 1), "called");
+
   const auto link = page->link;
   EXPECT_EQ(ask(thief, FrameKind::PageCreated, 1, ""), encode(PageSetup()));
-  EXPECT_EQ(callNative(thief, 1), "");
   thief.send(FrameKind::Report, 0, 1, encode(FunctionCall{{"documentLoaded"}, {}}));
   EXPECT_EQ(callNative(thief, 1), "") << "the report before it was read, and dropped";
   EXPECT_TRUE(page->reports.empty());
   EXPECT_EQ(page->link, link);
 
-  // A page whose process has ended may live in another one.
+  // When its process has ended, the number is nobody's until the engine names the next.
   owner.close();
   page->link.reset();
-  EXPECT_TRUE(iterateUntil([&] {
-    ask(thief, FrameKind::PageCreated, 1, "");
-    return page->link != nullptr;
-  }));
-  EXPECT_EQ(callNative(thief, 1), "called");
+  iterateUntil([&] { return link.use_count() == 1; });
+  thief.send(FrameKind::PageCreated, 1, 1, "");
+  EXPECT_EQ(callNative(thief, 1), "");
+  const std::string nextToken = links_->issueToken();
+  ScriptedPeer next = connect(nextToken);
+  next.send(FrameKind::PageCreated, 1, 1, "");
+  EXPECT_EQ(callNative(next, 1), "");
+  EXPECT_FALSE(page->link);
+  links_->placePage(1, nextToken);
+  EXPECT_EQ(answer(next), encode(page->currentSetup));
+  EXPECT_EQ(answer(thief), encode(PageSetup()));
+  EXPECT_EQ(callNative(next, 1), "called");
+  // Its process may change without ending.
+  links_->placePage(1, thiefsToken);
+  EXPECT_EQ(callNative(next, 1), "");
 }
 
 }  // namespace

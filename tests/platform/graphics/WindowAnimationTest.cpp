@@ -57,16 +57,8 @@ class WindowAnimationTest : public testing::Test {
 TEST_F(WindowAnimationTest, CurvesAreThoseOfStyleSheets) {
   using enum AnimationCurve;
   for (const AnimationCurve curve : {Linear, EaseInCurve, EaseOutCurve}) {
-    EXPECT_EQ(valueOfCurve(curve, 0), 0);
-    EXPECT_EQ(valueOfCurve(curve, 1), 1);
     EXPECT_EQ(valueOfCurve(curve, -1), 0);
     EXPECT_EQ(valueOfCurve(curve, 2), 1);
-    double last = 0;
-    for (int i = 1; i <= 1000; ++i) {
-      const double value = valueOfCurve(curve, i / 1000.0);
-      EXPECT_GT(value, last) << static_cast<int>(curve) << " at " << i;
-      last = value;
-    }
   }
   EXPECT_EQ(valueOfCurve(Linear, 0.3), 0.3);
   // cubic-bezier(0.42, 0, 1, 1) in the middle of its time, and the other is its mirror image.
@@ -192,17 +184,6 @@ TEST_F(WindowAnimationTest, WhatIsCalledAtTheEndMayStartAndDestroyOthers) {
   EXPECT_EQ(frame(30), (IntPoint{0, 0}));
   EXPECT_EQ(finished_, std::vector<std::string>{"next"});
   EXPECT_EQ(other->state().globalAlpha, alpha) << "destroyed, it stops where it is";
-}
-
-TEST_F(WindowAnimationTest, AWindowThatCoversItsParentMovesWithThatSize) {
-  child_ = window(WindowType::Child, top_.get(), {});
-  ASSERT_TRUE(child_->state().fillsParent);
-  // In memory nothing is laid out: such a window has no size.
-  child_->setWindowLocation({0, 0});
-  EXPECT_TRUE(child_->state().fillsParent) << "it is there already";
-  child_->setWindowLocation({20, 0});
-  EXPECT_FALSE(child_->state().fillsParent);
-  EXPECT_EQ(child_->windowLocation(), (IntPoint{20, 0}));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "tests/support/HttpPeer.h"
 
 #include <rapidjson/document.h>
+#include <sys/fsuid.h>
 
 #include <map>
 
@@ -119,6 +120,29 @@ TEST(MongooseHttpServerTest, WhatIsNotForAnInspectorOfThisMachineIsRefused) {
     HttpPeer peer(port);
     peer.send(upgrade(unknown));
     EXPECT_TRUE(peer.waitFor("No such page here."));
+  });
+}
+
+TEST(MongooseHttpServerTest, OnlyItsOwnUserIsServed) {
+  withServer([](Served& served) {
+    const std::string request = "GET / HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n";
+    // A socket of the other version of the protocol is somebody's, too.
+    const UniqueFd mapped(::socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in6 address{};
+    address.sin6_family = AF_INET6;
+    ::inet_pton(AF_INET6, "::ffff:127.0.0.1", &address.sin6_addr);
+    address.sin6_port = htons(static_cast<std::uint16_t>(served.server.port()));
+    ASSERT_EQ(::connect(mapped.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ::send(mapped.get(), request.data(), request.size(), 0);
+    char first = 0;
+    EXPECT_TRUE(iterateUntil([&] { return ::recv(mapped.get(), &first, 1, MSG_DONTWAIT) == 1; }));
+    if (::geteuid() != 0) return;  // only root can be somebody else
+    ::setfsuid(65534);
+    HttpPeer stranger(served.server.port());
+    ::setfsuid(0);
+    stranger.send(request);
+    EXPECT_TRUE(stranger.waitForEnd());
+    EXPECT_EQ(stranger.received, "");
   });
 }
 

@@ -91,9 +91,9 @@ TEST_F(ChannelSocketTest, SendingNeverBlocksAndLosesNothing) {
 }
 
 TEST_F(ChannelSocketTest, WhatHasBeenSentNoLongerCountsAsWaiting) {
-  const std::string piece(Tessel::Platform::SendQueue::bound / 8, 'x');
+  const std::string piece(Tessel::Platform::SendQueue::bound / 4, 'x');
   ReceivedMessage message;
-  for (int round = 0; round < 10; ++round) {
+  for (int round = 0; round < 5; ++round) {
     while (!near.hasUnsent()) ASSERT_TRUE(sendTexts(near, {"filler"}));
     ASSERT_TRUE(sendTexts(near, {piece})) << "round " << round;
     while (near.hasUnsent()) {

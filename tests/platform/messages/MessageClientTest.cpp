@@ -5,7 +5,6 @@
 
 #include <glib.h>
 #include <gtest/gtest.h>
-#include <signal.h>
 
 #include <functional>
 #include <future>
@@ -117,30 +116,6 @@ TEST_F(MessageClientTest, ExitEndsTheLoopAfterTheMessageInHandWithTheFirstStatus
   EXPECT_EQ(leftOver.use_count(), 1);
 }
 
-TEST_F(MessageClientTest, SyncMessageRunsOnTheClientsThreadBeforeTheCallReturns) {
-  EXPECT_TRUE(client->isCurrentThread());
-  bool ran = false;
-  EXPECT_TRUE(client->dispatchSyncMessage(executableMessage([&] { ran = true; })));
-  EXPECT_TRUE(ran);
-
-  auto sender = std::async(std::launch::async, [this] {
-    EXPECT_FALSE(client->isCurrentThread());
-    int sum = 0;
-    for (int i = 1; i <= 100; ++i) {
-      std::thread::id thread;
-      auto token = std::make_shared<int>(i);
-      EXPECT_TRUE(client->dispatchSyncMessage(executableMessage([&sum, &thread, token] {
-        sum += *token;
-        thread = std::this_thread::get_id();
-      })));
-      EXPECT_EQ(token.use_count(), 1) << "the message outlives the call";
-      EXPECT_NE(thread, std::this_thread::get_id());
-    }
-    client->exit(sum);
-  });
-  EXPECT_EQ(run(), 5050);
-}
-
 TEST_F(MessageClientTest, SyncMessageIsRefusedOnceTheLoopHasEnded) {
   // The end finds some senders waiting in the queue and some on their way there.
   for (int round = 0; round < 50; ++round) {
@@ -250,21 +225,6 @@ TEST_F(MessageClientTest, NoMessageOfManyThreadsIsLostOrOvertaken) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(total, threadCount * perThread);
   EXPECT_EQ(outOfOrder, 0);
-}
-
-TEST_F(MessageClientTest, WebEngineThreadServesWhileTheMainThreadWaits) {
-  MessageClient* const engine = webKitThreadMessageClient();
-  EXPECT_EQ(std::async(std::launch::async, webKitThreadMessageClient).get(), engine);
-
-  MainThreadWait wait;
-  EXPECT_TRUE(engine->dispatchSyncMessage(executableMessage([engine] {
-    EXPECT_TRUE(engine->isCurrentThread());
-    sigset_t blocked;
-    pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
-    EXPECT_TRUE(sigismember(&blocked, SIGTERM) && sigismember(&blocked, SIGCHLD));
-    EXPECT_NE(g_main_context_get_thread_default(), nullptr);
-  })));
-  EXPECT_FALSE(engine->isCurrentThread());
 }
 
 }  // namespace

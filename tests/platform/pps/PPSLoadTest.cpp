@@ -30,7 +30,7 @@ using Numbers = std::array<int, writerCount>;
 
 int secondsWanted() {
   const char* wanted = std::getenv("PAGEHOST_PPS_LOAD_SECONDS");
-  return wanted ? std::atoi(wanted) : 2;
+  return wanted ? std::atoi(wanted) : 1;
 }
 
 String nameOf(const char* kind, std::size_t writer) {

@@ -8,7 +8,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sched.h>
-#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -209,16 +208,15 @@ TEST_F(PPSObjectTest, WhatCannotBeWrittenChangesNothing) {
 }
 
 TEST_F(PPSObjectTest, AWriterThatDoesNotLetGoIsNotWaitedForWithoutEnd) {
-  Subscriber status("status");
-  ASSERT_TRUE(status.open(create));
-  const UniqueFd other(::open(root().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
-  const auto begin = std::chrono::steady_clock::now();
-  EXPECT_FALSE(status.object.write("a:n:1\n"));
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
-  EXPECT_TRUE(status.hears("another program does not let go of its folder"));
-  ASSERT_EQ(::flock(other.get(), LOCK_UN), 0);
-  EXPECT_TRUE(status.object.write("a:n:1\n"));
+  PPSPlace place;
+  ASSERT_FALSE(findPPSPlace(ppsRoot(), "status", true, place));
+  const std::chrono::milliseconds limit(50);
+  {
+    const PPSFolderLock other(place, limit);
+    EXPECT_FALSE(other.error());
+    EXPECT_EQ(PPSFolderLock(place, limit).error(), std::errc::timed_out);
+  }
+  EXPECT_FALSE(PPSFolderLock(place, limit).error());
 }
 
 // A small file system for this process alone; false when that is not permitted.

@@ -73,15 +73,6 @@ TEST_F(EventAnswersTest, WebViewsAreTakenByTheirHandle) {
   }
 }
 
-TEST_F(EventAnswersTest, DeepNestingIsHarmless) {
-  const std::string open(100000, '[');
-  OrvWebProtocolHandlerEvent event;
-  jsonOnObject(event, open);
-  jsonOnObject(event, "{\"setModal\":" + open + std::string(100000, ']') + R"(,"setTitle":"new"})");
-  EXPECT_FALSE(event.isModal());
-  EXPECT_EQ(event.title(), "new");
-}
-
 TEST_F(EventAnswersTest, KeysAreAppliedInTheirOwnOrder) {
   const auto open = answered<OrvWebOpenWindowEvent>(
       R"({"setView":"4294967296","setWait":true,"setAction":"no","setView":"1"})");

@@ -46,45 +46,6 @@ TEST_F(LinkSocketTest, FramesThatArriveByteByByteAreWholeOrNotThere) {
   EXPECT_TRUE(socket_.receive(frames_, poll)) << "nothing to read is no failure";
 }
 
-TEST_F(LinkSocketTest, AFullSocketKeepsTheRestInOrder) {
-  const auto payloadOf = [](std::uint32_t i) {
-    return std::string(i * 37 % 5000, static_cast<char>(i));
-  };
-  constexpr std::uint32_t count = 1000;  // some 2.5 MB, more than a socket takes
-  for (std::uint32_t i = 0; i < count; ++i) {
-    ASSERT_EQ(other_.send(FrameKind::PostFunction, i, i, payloadOf(i)), SendOutcome::Sent);
-  }
-  ASSERT_TRUE(other_.hasUnsent());
-  while (other_.hasUnsent()) {
-    const std::size_t before = frames_.size();
-    ASSERT_TRUE(socket_.receive(frames_, poll));
-    ASSERT_TRUE(frames_.size() > before) << "what is sent arrives";
-    ASSERT_TRUE(other_.flush());
-  }
-  ASSERT_TRUE(socket_.receive(frames_, poll));
-  ASSERT_EQ(frames_.size(), count);
-  for (std::uint32_t i = 0; i < count; ++i) {
-    ASSERT_EQ(frames_[i].id, i);
-    ASSERT_EQ(frames_[i].payload, payloadOf(i));
-  }
-}
-
-TEST_F(LinkSocketTest, FlushAllWaitsForAReaderAndEndsWithIt) {
-  const std::string large(8u << 20, 'x');
-  Script reader([this] {
-    while (frames_.empty() && socket_.receive(frames_, LinkSocket::Mode::Wait)) {
-    }
-    socket_ = LinkSocket(Tessel::Platform::UniqueFd());
-  });
-  ASSERT_EQ(other_.send(FrameKind::NativeCall, 1, 2, large), SendOutcome::Sent);
-  EXPECT_TRUE(other_.flushAll());
-  EXPECT_FALSE(other_.send(FrameKind::NativeCall, 1, 2, large) == SendOutcome::Sent &&
-               other_.flushAll());
-  reader.finish();
-  ASSERT_EQ(frames_.size(), 1u);
-  EXPECT_TRUE(frames_.front().payload == large);
-}
-
 TEST_F(LinkSocketTest, WhatIsTooLargeOrTooMuchIsLeftOutAndTheLinkLives) {
   const std::string largest(maximumPayload, 'x');
   EXPECT_EQ(other_.send(FrameKind::Log, 0, 0, largest + 'x'), SendOutcome::TooLarge);
@@ -106,26 +67,6 @@ TEST_F(LinkSocketTest, WhatIsTooLargeOrTooMuchIsLeftOutAndTheLinkLives) {
   }
   EXPECT_TRUE(frames_[0].payload == largest);
   EXPECT_EQ(frames_[1].payload, "small");
-}
-
-TEST_F(LinkSocketTest, WhatIsNoFrameEndsTheLinkAfterTheFramesBeforeIt) {
-  FrameHeader oversize{};
-  oversize.size = maximumPayload + 1;
-  FrameHeader unknown{};
-  unknown.kind = frameKindCount;
-  FrameHeader hostile{};
-  hostile.size = hostile.kind = 0xffffffff;
-  for (const FrameHeader& bad : {oversize, unknown, hostile}) {
-    auto [here, there] = socketPair();
-    LinkSocket socket(std::move(here));
-    const std::string bytes = rawFrame(hello, "good") + rawBytes(bad);
-    ASSERT_EQ(::send(there.get(), bytes.data(), bytes.size(), 0),
-              static_cast<ssize_t>(bytes.size()));
-    std::deque<Frame> frames;
-    EXPECT_FALSE(socket.receive(frames, poll));
-    ASSERT_EQ(frames.size(), 1u);
-    EXPECT_EQ(frames[0].payload, "good");
-  }
 }
 
 TEST_F(LinkSocketTest, APeerThatClosesLeavesWhatItHadSent) {

@@ -50,6 +50,15 @@ class ScriptedPeer {
                           Tessel::Platform::SendOutcome::Sent &&
                       socket_.flushAll());
   }
+  // Of a frame whose payload is to follow, or never does.
+  void sendHeader(FrameKind kind, std::uint32_t size) {
+    const link_protocol::FrameHeader header{size, static_cast<std::uint32_t>(kind), 0, 0, 0};
+    sendBytes({reinterpret_cast<const char*>(&header), sizeof header});
+  }
+  void sendBytes(std::string_view bytes) {
+    EXPECT_EQ(::send(socket_.fd(), bytes.data(), bytes.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(bytes.size()));
+  }
   void answer(const Frame& question, std::string_view payload) {
     send(FrameKind::Answer, question.id, question.page, payload);
   }
@@ -80,7 +89,10 @@ class ScriptedPeer {
     return frame && frame->kind == kind ? std::move(*frame) : Frame();
   }
   bool hasGone() { return !next(); }
-  // Without waiting.
+  // Both without waiting.
+  bool isAtEnd() {
+    return !socket_.receive(frames_, link_protocol::LinkSocket::Mode::Poll) && frames_.empty();
+  }
   bool hasFrame() {
     static_cast<void>(socket_.receive(frames_, link_protocol::LinkSocket::Mode::Poll));
     return !frames_.empty();

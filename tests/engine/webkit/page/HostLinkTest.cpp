@@ -118,29 +118,6 @@ TEST_F(HostLinkTest, PostsWaitForTheAnswerAndCallsDoNotOvertakeThem) {
   EXPECT_TRUE(runUntilRan("a b c d forbidden e f ")) << ran_;
 }
 
-TEST_F(HostLinkTest, NestedQuestionsGetTheirOwnAnswersInAnyOrder) {
-  std::string inner;
-  onCall_ = [&](const std::string& name) {
-    if (name != "nest") return;
-    inner = ask("inner");
-    EXPECT_EQ(ran_, "nest ") << "the outer question is still open";
-  };
-  Script host([&] {
-    const Frame outer = host_.next(FrameKind::NativeCall);
-    call(1, "nest");
-    const Frame question = host_.next(FrameKind::NativeCall);
-    post("posted");
-    host_.answer(Frame{FrameKind::Answer, question.id + 7, page, ""}, "for nobody");
-    host_.answer(outer, "to outer");
-    host_.answer(question, "to inner");
-    expectValue(1, "value of nest");
-  });
-  EXPECT_EQ(ask("outer"), "to outer");
-  EXPECT_EQ(inner, "to inner");
-  EXPECT_EQ(ran_, "nest ");
-  EXPECT_TRUE(runUntilRan("nest posted ")) << ran_;
-}
-
 TEST_F(HostLinkTest, AProcessThatStandsStillServesTheProgramAndNothingElse) {
   bool otherRan = false;
   g_idle_add(

@@ -6,7 +6,7 @@
 //   place NAME X Y W H, alpha NAME N, order NAME N
 //   tint NAME R G B          areas are of that colour from now on, each part 0 or 1
 //   paints NAME              how often areas were drawn, after a time that is enough for more
-//   focus NAME, tell NAME (its handle and size)
+//   tell NAME                its handle and size
 #include "platform/Log.h"
 #include "platform/graphics/Window.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
@@ -57,23 +57,8 @@ gboolean onEvent(GtkWidget*, GdkEvent* event, gpointer) {
   double y = 0;
   gdk_event_get_coords(event, &x, &y);
   switch (gdk_event_get_event_type(event)) {
-    case GDK_BUTTON_PRESS:
-      tell("press", x, y, event->button.button);
-      return TRUE;
-    case GDK_2BUTTON_PRESS:
-      tell("double", x, y);
-      return TRUE;
-    case GDK_BUTTON_RELEASE:
-      tell("release", x, y);
-      return TRUE;
-    case GDK_MOTION_NOTIFY:
-      tell("motion", x, y);
-      return TRUE;
     case GDK_ENTER_NOTIFY:
       tell("enter");
-      return FALSE;
-    case GDK_LEAVE_NOTIFY:
-      tell("leave");
       return FALSE;
     case GDK_SCROLL:
       tell("scroll", event->scroll.direction, event->scroll.delta_y);
@@ -84,12 +69,6 @@ gboolean onEvent(GtkWidget*, GdkEvent* event, gpointer) {
     case GDK_TOUCH_CANCEL:
       tell("touch", event->type - GDK_TOUCH_BEGIN, GPOINTER_TO_UINT(event->touch.sequence), x, y);
       return TRUE;
-    case GDK_KEY_PRESS:
-      tell("key", gdk_keyval_name(event->key.keyval));
-      return TRUE;
-    case GDK_FOCUS_CHANGE:
-      tell("focus", event->focus_change.in);
-      return FALSE;
     default:
       return FALSE;
   }
@@ -164,8 +143,6 @@ void obey(const std::string& line) {
       return G_SOURCE_REMOVE;
     };
     g_timeout_add(200, told, nullptr);
-  } else if (order == "focus") {
-    window.surface()->requestKeyboardFocus();
   } else if (order == "tell") {
     const IntSize size = window.surfaceSize();
     tell("window", window.platformHandle(), window.identifier().utf8(), size.width, size.height);

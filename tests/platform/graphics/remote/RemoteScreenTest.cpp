@@ -17,8 +17,6 @@
 using Tessel::Platform::Testing::iterateUntil;
 using test_support::movePointer;
 using test_support::Pixel;
-using test_support::pressButton;
-using test_support::pressKey;
 using namespace Tessel::Platform;
 
 namespace Graphics = Tessel::Platform::Graphics;
@@ -103,16 +101,6 @@ class RemoteScreenTest : public test_support::WindowsOnScreen {
     return testing::AssertionFailure() << "heard only: " << heard;
   }
 
-  static void click(int x, int y, unsigned number = 1) {
-    movePointer(x, y);
-    pressButton(number, true);
-    pressButton(number, false);
-  }
-  static void type(const char* key) {
-    pressKey(key, true);
-    pressKey(key, false);
-  }
-
   std::unique_ptr<Graphics::RemoteWindows> remote_;
   pid_t child_ = -1;
   UniqueFd input_;
@@ -152,40 +140,6 @@ TEST_F(RemoteScreenTest, FollowsTheApplicationsWindowAndWhatItDoesByHandle) {
   order("place a 10 10 30 30");
   ASSERT_TRUE(waitFor("size 30 30"));
   EXPECT_TRUE(shows(35, 35, green));
-}
-
-TEST_F(RemoteScreenTest, TakesInput) {
-  order("window a 100 50 200 200");
-  order("content a area");
-  ASSERT_TRUE(shows(200, 150, green));
-  movePointer(150, 70);
-  EXPECT_TRUE(waitFor("enter"));
-  EXPECT_TRUE(waitFor("motion 50 20"));
-  pressButton(1, true);
-  EXPECT_TRUE(waitFor("press 50 20 1"));
-  // A drag goes on outside of the window and of its parent, and ends there.
-  movePointer(320, 280);
-  EXPECT_TRUE(waitFor("motion 220 230"));
-  movePointer(450, 290);
-  EXPECT_TRUE(waitFor("motion 350 240"));
-  pressButton(1, false);
-  EXPECT_TRUE(waitFor("release 350 240"));
-  click(160, 80);
-  click(160, 80);
-  EXPECT_TRUE(waitFor("double 60 30"));
-  click(160, 80, 5);
-  EXPECT_TRUE(waitFor("scroll 1"));
-  type("a");
-  EXPECT_TRUE(waitFor("key a"));
-  movePointer(10, 10);
-  EXPECT_TRUE(waitFor("leave"));
-
-  order("window b 0 0 50 50");
-  order("content b area");
-  ASSERT_TRUE(shows(25, 25, green));
-  order("focus b");
-  EXPECT_TRUE(waitFor("focus 0"));
-  EXPECT_TRUE(waitFor("focus 1"));
 }
 
 // There is no such device on the display of the tests: what the toolkit makes of one comes from
@@ -242,10 +196,10 @@ TEST_F(RemoteScreenTest, OpensTheMenuOfAPageAndShowsItsCursor) {
       "background:#00f'></a>");
   ASSERT_TRUE(shows(340, 240, green));
   ASSERT_TRUE(shows(280, 80, blue));
-  click(90, 125);
+  test_support::clickAt(90, 125);
   ASSERT_TRUE(iterateUntil([] { return test_support::pixelAt(150, 190) != green; }));
   EXPECT_EQ(test_support::pixelAt(65, 190), green) << "it is as far to the left as its element";
-  click(90, 175);
+  test_support::clickAt(90, 175);
   EXPECT_TRUE(waitFor("title picked two"));
   EXPECT_TRUE(shows(150, 190, green));
 

@@ -1,15 +1,16 @@
-// Object files and what the chrome writes into them: reading, merging, and the JSON of both. Main
-// thread.
+// The readers of object files of other programs, and of what the chrome writes into them, fed with
+// damaged texts: the same each time, unless a variable asks for others or for more. Main thread.
 #include "bindings/PPSJson.h"
 #include "platform/pps/PPSText.h"
-#include "tests/fuzz/Fuzzers.h"
+#include "tests/support/Mutator.h"
 
 #include <glib.h>
+#include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
 #include <algorithm>
-
-namespace fuzz {
+#include <cstdlib>
+#include <sstream>
 
 namespace {
 
@@ -20,6 +21,51 @@ using Tessel::Platform::parsePPSText;
 using Tessel::Platform::PPSValue;
 using Tessel::Platform::problemOfPPSLines;
 using Tessel::Platform::String;
+
+void require(bool holds, const char* what, const std::string& text) {
+  EXPECT_TRUE(holds) << what << ", for " << ::testing::PrintToString(text);
+}
+
+// Values of every kind, well-formed; some of them at the borders of their kind.
+const std::vector<std::string>& values() {
+  static const std::vector<std::string> list = [] {
+    std::vector<std::string> all{std::string(40, '[') + std::string(40, ']'),
+                                 "\"" + std::string(3000, 'y') + "\"",
+                                 R"("\ud83d\ude00 \u00e4 \"\\\n")", "\"\xc3\xa4\xff\""};
+    std::istringstream words(
+        R"(true false null 0 -0 1 -1 7 2147483647 -2147483648 2147483648 -2147483649 4294967295 )"
+        R"(4294967296 18446744073709551615 18446744073709551616 0.0 2.0 -2.9 1e3 1E-7 1e308 1e309 )"
+        R"(5e308 123456789.125 "" "x" "true" "5" "1" "4294967296" "-1" "cut\u0000here" "ACCEPT" )"
+        R"("DENY" "CREATE" "DISCARD" "ActionSave" "ActionMax" "Deny" [] {} [[]] ["a",1,true] )"
+        R"({"x":1})");
+    for (std::string word; words >> word;) all.push_back(word);
+    return all;
+  }();
+  return list;
+}
+
+// An object of some of these keys with values, perhaps twice, perhaps with a
+// foreign one.
+std::string object(test_support::Mutator& mutator, const std::vector<std::string>& keys) {
+  std::string text = "{";
+  const auto add = [&](const std::string& key) {
+    text.append(text.size() > 1 ? ",\"" : "\"").append(key).append("\":");
+    text.append(mutator.oneOf(values()));
+  };
+  // Whole records must be among them: each key is there more often than not.
+  for (const std::string& key : keys) {
+    if (mutator.below(8) != 0) add(key);
+  }
+  if (!keys.empty() && mutator.below(4) == 0) add(mutator.oneOf(keys));
+  if (mutator.below(4) == 0) add("other");
+  return text + "}";
+}
+
+rapidjson::Document parsed(const std::string& text) {
+  rapidjson::Document document;
+  document.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
+  return document;
+}
 
 const std::vector<std::string>& attributeNames() {
   static const std::vector<std::string> list{"a",        "b",  "on", "level", "with space",
@@ -47,8 +93,7 @@ void checkText(const std::string& text) {
 
   const std::string json = ppsValueToJson(value).toStdString();
   require(g_utf8_validate_len(json.data(), json.size(), nullptr), "JSON that is no UTF-8", text);
-  rapidjson::Document document;
-  document.Parse<rapidjson::kParseIterativeFlag>(json.data(), json.size());
+  const rapidjson::Document document = parsed(json);
   require(!document.HasParseError() && document.IsObject() && document.MemberCount() == 1,
           "the chrome cannot read its JSON", text);
   require(document.MemberBegin()->value.MemberCount() == value.attributes.size(),
@@ -77,8 +122,7 @@ void checkJson(const std::string& json) {
   Tessel::Platform::String problem;
   const auto lines = ppsLinesFromJson(json, problem);
   if (!lines || lines->isEmpty()) return;
-  rapidjson::Document document;
-  document.Parse<rapidjson::kParseIterativeFlag>(json.data(), json.size());
+  const rapidjson::Document document = parsed(json);
   require(!document.HasParseError() && document.IsObject(), "lines of what is no object", json);
   const std::string text = lines->toStdString();
   require(std::size_t(std::count(text.begin(), text.end(), '\n')) == document.MemberCount(),
@@ -86,14 +130,8 @@ void checkJson(const std::string& json) {
   checkLines("", text);
 }
 
-}  // namespace
-
-std::vector<std::string> objectTokens() {
-  return {":n:", ":b:", ":json:",    "::",     ":\n",
-          "\n",  "@",   "@object\n", "true\n", std::string(1, '\0')};
-}
-
-void fuzzObjects(test_support::Mutator& mutator, Tally& tally) {
+// Whether the lines that were made were taken.
+bool oneRound(test_support::Mutator& mutator) {
   std::string text = mutator.below(2) == 0 ? "@object\n" : "";
   std::string lines;
   for (auto count = mutator.below(6); count > 0; --count) text += line(mutator);
@@ -106,8 +144,34 @@ void fuzzObjects(test_support::Mutator& mutator, Tally& tally) {
   }
   checkText(text);
   checkJson(json);
-  ++tally.all;
-  if (checkLines(text, lines)) ++tally.accepted;
+  return checkLines(text, lines);
 }
 
-}  // namespace fuzz
+test_support::Mutator mutatorOfTexts(std::uint64_t seed) {
+  // What the readers look for in the place of other bytes.
+  std::vector<std::string> tokens = values();
+  std::istringstream words(R"({ } [ ] , : " \ \u0000 \ud800 :n: :b: :json: :: @ "a": "on":)");
+  for (std::string word; words >> word;) tokens.push_back(word);
+  for (const char* token : {" ", ":\n", "\n", "@object\n", "true\n"}) tokens.emplace_back(token);
+  tokens.emplace_back(1, '\0');
+  return {seed, std::move(tokens)};
+}
+
+std::uint64_t wanted(const char* variable, std::uint64_t usual) {
+  const char* wish = std::getenv(variable);
+  return wish ? std::strtoull(wish, nullptr, 10) : usual;
+}
+
+TEST(PPSFuzzTest, EveryTextKeepsTheRules) {
+  test_support::Mutator mutator = mutatorOfTexts(wanted("PAGEHOST_FUZZ_SEED", 20261125));
+  const std::uint64_t all = wanted("PAGEHOST_FUZZ_TEXTS", 12000);
+  std::uint64_t accepted = 0;
+  for (std::uint64_t i = 0; i < all && !HasFailure(); ++i) {
+    if (oneRound(mutator)) ++accepted;
+  }
+  // Of only good or only bad texts, half of the code would not be reached.
+  EXPECT_GT(accepted, all / 50);
+  EXPECT_GT(all - accepted, all / 50);
+}
+
+}  // namespace
