@@ -61,7 +61,12 @@ bool parse(std::string_view json, rapidjson::Document& document) {
   if (isTooDeep(json)) return false;
   document.Parse<rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag>(
       json.data() ? json.data() : "", json.size());
-  return !document.HasParseError();
+  if (document.HasParseError()) return false;
+  // Some numbers just beyond the largest are read as infinite: the library's own writer refuses
+  // them.
+  rapidjson::StringBuffer buffer;
+  rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+  return document.Accept(writer);
 }
 
 void writeText(Writer& writer, std::string_view text) {

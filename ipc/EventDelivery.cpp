@@ -27,6 +27,8 @@ constexpr std::chrono::seconds tellInterval{10};
 std::size_t waitingDeliveries = 0;
 
 void deliver(const EventBacklog::Event& event) {
+  // Of no name: an error, which waits for its turn as events do.
+  if (event.name.isEmpty()) return WebViewManager::instance().informChromeOfError(event.data);
   HandleOrvWebPostEventMessage message(event.handle, event.name, event.data);
   message.setInteger(event.integer);
   WebViewManager::instance().handleMessage(message);

@@ -142,7 +142,10 @@ void IPCSenderHandler::handleMessage(Message& message) {
     return;
   }
   if (message.type() == ErrorMessage::messageType) {
-    return manager.informChromeOfError(static_cast<const ErrorMessage&>(message).text());
+    if (!MainMessageClient::instance()->isCurrentThread()) return;
+    // Bounded as events are.
+    const String text = static_cast<const ErrorMessage&>(message).text();
+    return group->handlePostedEvent(HandleOrvWebPostEventMessage(0, String(), text));
   }
   if (message.type() == CookieChangesMessage::messageType) {
     // A child may send it over any of its connections, and the jar is the main thread's.

@@ -57,8 +57,8 @@ constexpr std::chrono::seconds windowConnectionLimit{10};
 // What a child has after the main process's end to see to its own.
 constexpr std::chrono::seconds timeToEnd{5};
 
-// Bytes of an error; one with an argument in it may be as long as that.
-constexpr std::size_t longestError = Tessel::Platform::largestMessage / 2;
+// Bytes of an error; one with an argument in it may be as long as that, but somebody shall read it.
+constexpr std::size_t longestError = 1u << 20;
 
 // A thread of its own. The main loop ends this process when it loses the main process; this is for
 // a main thread that does not come back to it.

@@ -73,14 +73,18 @@ Checker checkerFor(std::string_view language) {
   const icu::UnicodeSet* const inUse = uspoof_getRecommendedUnicodeSet(&status);
   const icu::UnicodeSet* const within = uspoof_getInclusionUnicodeSet(&status);
   if (U_FAILURE(status)) return Checker(nullptr, uspoof_close);
-  icu::UnicodeSet allowed(*inUse);
-  allowed.addAll(*within).retainAll(*ofScripts);
+  // A copy of one of these could not be changed either.
+  icu::UnicodeSet allowed;
+  allowed.addAll(*inUse).addAll(*within).retainAll(*ofScripts);
   uspoof_setAllowedUnicodeSet(checker.get(), &allowed, &status);
   return U_SUCCESS(status) ? std::move(checker) : Checker(nullptr, uspoof_close);
 }
 
-// Whether it looks as if it were written in plain letters.
+// Whether it looks as if it were written in plain letters. Two letters in one do not.
 bool looksPlain(const USpoofChecker* checker, std::string_view label) {
+  for (const std::string_view ligature : {"æ", "œ"}) {
+    if (label.find(ligature) != std::string_view::npos) return false;
+  }
   Buffer skeleton;
   UErrorCode status = U_ZERO_ERROR;
   const int32_t size =

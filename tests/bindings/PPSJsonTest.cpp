@@ -65,7 +65,7 @@ TEST(PPSJsonTest, AttributesBecomeWhatTheirEncodingSays) {
   EXPECT_EQ(jsonOf("x:json:{bad\ny:json: [1, {\"a\" : null}] \nz:json:\n"),
             R"({"o":{"x":"{bad","y":[1,{"a":null}],"z":""}})");
   EXPECT_EQ(jsonOf("a:json:5e308\nb:json:[-2e308]\nc:json:[1.7e308,0.1]\n"),
-            R"({"o":{"a":"5e308","b":"[-2e308]","c":[1.7e308,0.1]}})");
+            R"({"o":{"a":"5e308","b":"[-2e308]","c":[1.7e+308,0.1]}})");
   EXPECT_EQ(jsonOf("a::say \"x\"\\\t\nb:other:1\nc:N:1\n"),
             R"({"o":{"a":"say \"x\"\\\t","b":"1","c":"1"}})");
   EXPECT_EQ(jsonOf("a:json:\"\\ude00\"\n"),

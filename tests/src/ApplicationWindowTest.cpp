@@ -39,6 +39,11 @@ TEST_F(ApplicationWindowTest, SetSizeResizesAndTurnsAndStoresTheSizeSidewaysWhen
     EXPECT_EQ(setSize("90"), (IntSize{600, 800}));
     EXPECT_EQ(setSize("-90"), (IntSize{600, 800}));
 
+    // The user has resized it meanwhile.
+    ApplicationWindow::instance().windowPlaced({0, 0, 900, 700}, false);
+    surface().state = ApplicationWindow::instance().state();
+    EXPECT_EQ(setSize("0"), (IntSize{800, 600}));
+
     // No display holds that, and no memory.
     callNative({"applicationWindow.setSize", "32767", "32767", "0"});
     EXPECT_EQ(surface().state.rect, (IntRect{0, 0, 16384, 4096}));

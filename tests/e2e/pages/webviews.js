@@ -1,5 +1,5 @@
 // What settings do to real pages, and what the chrome asks and does of a web view besides.
-import { answers, bodies, createView, equal, events, happened, native, ok, perform, said, test, until } from './suite.js';
+import { answers, bodies, createView, equal, errors, events, happened, native, ok, perform, said, test, until } from './suite.js';
 
 const query = new URLSearchParams(location.search);
 const server = query.get('server');
@@ -231,6 +231,47 @@ test('a movement is ended where it is', async () => {
   }, 'it stands');
   ok(y() < 90000, `it went on to ${y()}`);
   native('webview.delete', view);
+});
+
+test('mistakes are told with the same texts wherever the web view lives', async () => {
+  const view = await createView();
+  const told = async texts => {
+    await until(() => errors.length >= texts.length, String(texts));
+    equal(errors.splice(0), texts);
+  };
+  const refused = (name, text) =>
+    `Argument error when trying to call native function: "${name}" with argument "${text}" at position: 0`;
+  equal(get(view, 'setExtraHttpHeaders', '{'), '0');
+  await told(['WebView::setExtraHttpHeaders json parsing failed.']);
+  answers.set('OpenWindow', { setAction: 'Create', setView: '4294967296' });
+  get(view, 'executeJavaScript', 'window.open("about:blank"); 1');
+  await told(['Create', '4294967296'].map(text => refused('jsonOnObject_OrvWebOpenWindowEvent', text)));
+  get(view, 'setPopupWebView', '4294967297');
+  await told([refused('setPopupWebView', '4294967297')]);
+  equal(get(2 ** 32 + view, 'title'), '');
+  await told([`WebView: ${2 ** 32 + view} has not been created yet, so the call to "title" will be ignored.`]);
+  get(view, 'setUserAgent', 'agent/1');
+  await becomes(view, 'userAgent', 'agent/1');
+  get(view, 'setUserAgent', 'agent\n2');
+  await told(['A user agent is refused: the text cannot stand in a header.']);
+  equal(get(view, 'userAgent'), 'agent/1');
+  const lost = native('webview.create', 'no such group', process || 'InProcess');
+  await told([`Web view ${lost} cannot be shown: there is no window group "no such group".`]);
+  native('webview.delete', lost);
+  native('webview.delete', view);
+});
+
+test('an empty text is a document, and any number names a process', async () => {
+  for (const view of [await createView(), await createView('4000000000')]) {
+    get(view, 'setViewport', '{"x":0,"y":0,"width":100,"height":100}');
+    get(view, 'loadString', '');
+    await until(() => happened(view, 'DocumentLoadFinished'));
+    events.length = 0;
+    get(view, 'loadStringWithBase', '', 'https://example.org/', 'text/plain');
+    await until(() => happened(view, 'DocumentLoadFinished'));
+    ok(Number(get(view, 'jsScreenWindowHandle')) > 0, 'it has a window');
+    native('webview.delete', view);
+  }
 });
 
 test('names of hosts are shown as they are read, and a page ends', async () => {

@@ -19,6 +19,7 @@ TEST(HostNamesTest, ANameIsDecodedForThoseWhoReadItsScriptAndNotWhenItMisleads) 
       {"xn--bcher-kva.example", "ja_JP", "bücher.example"},
       {"a.xn--bcher-kva.example.", "en_US", "a.bücher.example."},
       {"XN--BCHER-KVA.example", "", "bücher.example"},
+      {"xn--ble-xla.example", "da", "æble.example"},
       // Of two scripts: "apple" with a Cyrillic letter.
       {"xn--pple-43d.com", "en_US", "xn--pple-43d.com"},
       {"xn--pple-43d.com", "ru", "xn--pple-43d.com"},

@@ -98,8 +98,7 @@ TEST_F(CommandTableTest, WordsNumbersListsAndHandlesArrive) {
   }
   // What is no element, and what does not fit one, is passed over.
   call("executeJavaScriptFunction",
-       {R"(["a","b"])",
-        R"([1,0.5,"t",true,2147483648,18446744073709551616,null,[2],{"c":3},1e999])"});
+       {R"(["a","b"])", R"([1,0.5,"t",true,2147483648,18446744073709551616,null,[2],{"c":3}])"});
   ASSERT_THAT(itsPage->posted, SizeIs(1));
   EXPECT_EQ(itsPage->posted[0].arguments, (std::vector<JavaScriptVariant>{1, 0.5, "t", true}));
   call("dialogResponse", {"4294967295", "true", "text", "user", "word"});
