@@ -31,3 +31,5 @@ if(flags)
   target_compile_options(pagehost_compiler INTERFACE ${flags})
   target_link_options(pagehost_compiler INTERFACE ${flags})
 endif()
+
+include(Hardening)
