@@ -20,6 +20,6 @@ void keepBusAway();
 // starts.
 void prepareInspector();
 
-// Starts the engine, in the sandbox that PAGEHOST_SANDBOX asks for, with what pages leave behind in the folder of that name; the toolkit must be
-// running. Gives up when it cannot be.
+// Starts the engine, in the sandbox that PAGEHOST_SANDBOX asks for, with what pages leave behind in
+// the folder of that name; the toolkit must be running. Gives up when it cannot be.
 void startEngine(const Tessel::Platform::String& dataName);

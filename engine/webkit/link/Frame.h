@@ -35,8 +35,8 @@ enum class FrameKind : std::uint32_t {
 };
 inline constexpr std::uint32_t frameKindCount = static_cast<std::uint32_t>(FrameKind::Answer) + 1;
 
-// The name of the engine's message by which a page tells, once, where it is: a text, the token of its
-// process.
+// The name of the engine's message by which a page tells, once, where it is: a text, the token of
+// its process.
 inline constexpr const char* placeMessage = "pagehost-place";
 
 struct FrameHeader {
