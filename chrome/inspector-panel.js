@@ -41,7 +41,7 @@ export class InspectorPanel extends Panel {
     this.#switch.textContent = on ? 'Stop' : 'Start';
     this.#open.hidden = !on;
     this.#about.textContent = on
-      ? 'Open this address in a browser on this machine. Every program of this machine can reach it: stop it when you are done.'
+      ? 'Open this address in a browser on this machine. Your other programs can reach it: stop it when you are done.'
       : 'Look into the pages of this program, and into this chrome, with a browser on this machine.';
     this.#address.textContent = on ? address() : '';
     this.#list.replaceChildren(

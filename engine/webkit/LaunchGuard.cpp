@@ -94,12 +94,16 @@ extern "C" __attribute__((visibility("default"))) gboolean g_subprocess_wait_che
   using WaitCheckFinish = gboolean (*)(GSubprocess*, GAsyncResult*, GError**);
   static const auto next =
       reinterpret_cast<WaitCheckFinish>(::dlsym(RTLD_NEXT, "g_subprocess_wait_check_finish"));
-  const gboolean good = next(process, result, error);
-  if (good || !isEngine(__builtin_return_address(0))) return good;
-  // Where there is no bus, it ends by itself.
-  if (g_subprocess_get_if_signaled(process)) {
-    logAlways(LogError, "The bus proxy of a web process was ended: it goes on without a bus.");
+  GError* problem = nullptr;
+  const gboolean good = next(process, result, &problem);
+  // When the proxy is there, the engine gives up its wait for the end.
+  if (good || g_error_matches(problem, G_IO_ERROR, G_IO_ERROR_CANCELLED) ||
+      !isEngine(__builtin_return_address(0))) {
+    if (problem) g_propagate_error(error, problem);
+    return good;
   }
-  g_clear_error(error);
+  logAlways(LogError, "The bus proxy of a web process has ended while it was started: %s",
+            problem->message);
+  g_error_free(problem);
   return TRUE;
 }

@@ -60,6 +60,7 @@ class ProcessAttackTest : public testing::Test {
     const auto automatic = start({"--sandbox=auto"});
     EXPECT_TRUE(everybodyWorks(*automatic));
     EXPECT_EQ(automatic->errors().find("Sandbox of web pages: bubblewrap"), std::string::npos);
+    EXPECT_EQ(automatic->errors().find("less confined"), std::string::npos) << automatic->errors();
   }
   static ::testing::AssertionResult everybodyWorks(Program& program) {
     return program.waitForLine("beat 6") ? ::testing::AssertionSuccess()
