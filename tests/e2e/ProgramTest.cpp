@@ -1,4 +1,5 @@
 // The real program with a chrome of the tests: what it shows, what it answers, how it ends.
+#include "tests/support/Processes.h"
 #include "tests/support/Program.h"
 #include "tests/support/Screen.h"
 #include "tests/support/SuiteTest.h"
@@ -442,9 +443,9 @@ TEST_F(ProgramTest, AChromeThatCannotBeLoadedIsExplainedOnTheScreenAndInTheLog) 
 TEST_F(ProgramTest, AChromeWhoseProcessDiesLeavesTheProgramAlive) {
   Program program(environment("idle.html"));
   ASSERT_TRUE(program.waitForLine("idle")) << program.errors();
-  // The web processes are the program's children.
+  // In the sandbox the web processes are not the program's children.
   int ended = 0;
-  for (const pid_t child : childrenOf(program.pid())) {
+  for (const pid_t child : test_support::descendantsOf(program.pid())) {
     if (nameOf(child).find("WebKitWebPro") != 0) continue;
     ASSERT_EQ(::kill(child, SIGKILL), 0);
     ++ended;
