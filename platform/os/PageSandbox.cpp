@@ -44,9 +44,20 @@ Probe& probe() {
 
 Probe spawnProbe() {
   // The same kinds of namespaces and mounts as the engine's, around something that only ends.
-  const char* const arguments[] = {bubblewrap, "--unshare-all", "--ro-bind", "/",    "/",
-                                   "--proc",   "/proc",         "--dev",     "/dev", "--",
-                                   bubblewrap, "--version",     nullptr};
+  const char* const arguments[] = {bubblewrap,
+                                   "--die-with-parent",
+                                   "--unshare-all",
+                                   "--ro-bind",
+                                   "/",
+                                   "/",
+                                   "--proc",
+                                   "/proc",
+                                   "--dev",
+                                   "/dev",
+                                   "--",
+                                   bubblewrap,
+                                   "--version",
+                                   nullptr};
   posix_spawn_file_actions_t actions;
   ::posix_spawn_file_actions_init(&actions);
   for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {

@@ -485,9 +485,9 @@ TEST_F(ProgramTest, AChromeThatCannotBeLoadedIsExplainedOnTheScreenAndInTheLog) 
 TEST_F(ProgramTest, AChromeWhoseProcessDiesLeavesTheProgramAlive) {
   Program program(environment("idle.html"));
   ASSERT_TRUE(program.waitForLine("idle")) << program.errors();
-  // The web processes are the program's children.
+  // In the sandbox the web processes are not the program's children.
   int ended = 0;
-  for (const pid_t child : childrenOf(program.pid())) {
+  for (const pid_t child : test_support::descendantsOf(program.pid())) {
     if (nameOf(child).find("WebKitWebPro") != 0) continue;
     ASSERT_EQ(::kill(child, SIGKILL), 0);
     ++ended;
