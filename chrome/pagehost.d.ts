@@ -963,7 +963,7 @@ export interface InvocationListener {
 
 /** Every native function. */
 export interface NativeFunctions {
-  /** Real, views. Makes a web view in a window group; Created follows, and until then it takes no commands. The result is its handle, a number that is never used again. The process is InProcess, OutProcess for a child process of its own or a number for that child process; when there is none to be had the result is 0, with an error besides. */
+  /** Real, views. Makes a web view in a window group; Created follows, and until then it takes no commands. The result is its handle, a number that is never used again. The process is InProcess, OutProcess for a child process of its own or a number below 4294967295 for that child process; when there is none to be had the result is 0, with an error besides. Where there is no such window group it is never created, and an error says so. */
   'webview.create'(windowGroup: string, process?: string): NumberText;
   /** Real, views. Frees a web view and its window. With the last one of the application the program ends. A handle that names none is ignored. */
   'webview.delete'(view: Numeric): '';
@@ -979,7 +979,7 @@ export interface NativeFunctions {
   'webInspector.setEnabled'(enabled: Flag): '';
   /** Real, inspector. Whether a web view may be inspected. All may when they are made. */
   'webInspector.enabledForWebView'(view: Numeric): BooleanText;
-  /** Real, inspector. Allows a web view to be inspected, or not; only false takes it away and closes its inspector. */
+  /** Real, inspector. Allows a web view to be inspected, or not; only false takes it away and closes its inspector. A handle that names none is ignored. */
   'webInspector.setEnabledForWebView'(view: Numeric, enabled: Flag): '';
   /** Real, inspector. The port of the web inspector's server, at 127.0.0.1; 0 before it was first started. */
   'webInspector.port'(): NumberText;
@@ -1093,6 +1093,8 @@ export interface NativeFunctions {
   'application.setKeyboardFocus'(value: Numeric): '';
   /** Real, desktop. The part of a host name that somebody has registered: example.co.uk for www.example.co.uk. Empty where there is none, as of an address in numbers. */
   'application.getRegisteredDomain'(host: string): string;
+  /** Real, desktop. What confines the processes of web pages: "bubblewrap", the engine's sandbox; "landlock", weaker, where the system has no namespaces for it; "none", when it was switched off or nothing works. */
+  'application.sandbox'(): string;
   /** Real, programs. Ends a viewer as closing its window does; onViewerStopped follows. */
   'invocation.closeViewer'(viewer: string): '';
   /** Real, programs. Opens an address or a file with the application that is registered for it, or with the one of those that the request names. onInvokeResponse answers under the id; docs/platform.md describes the JSON. */
@@ -1223,7 +1225,7 @@ export interface NativeFunctions {
   'webview.contentRectangle'(view: Numeric): JsonText<OrvWebRect>;
   /** Real, views. Decides about a page that SSLHandshakingFailed was about: SSLActionTrust accepts its certificate and loads it again, SSLActionReject leaves it unloaded, SSLActionNone leaves it open. */
   'webview.continueSSLHandshaking'(view: Numeric, streamId: Numeric, action: OrvWebSSLCertificateAction): '';
-  /** Real, views. The host name in the script that a reader of the language expects, where that cannot be mistaken for another name; the empty language is the user's. */
+  /** Real, views. The host name with its labels decoded, as far as a reader of the language can read them and cannot take them for others: a label of mixed scripts, of scripts that the language is not written in, or of letters that all look like Latin ones stays encoded. The empty language is the user's. */
   'webview.convertIDNtoReadableStringByLanguage'(view: Numeric, host: string, language?: string): string;
   /** Real, views. Puts a coloured window over the page, transparent at first, in pixels of the application window. The result is its platform handle, 0 when it cannot be made; one that is there already stays as it is. */
   'webview.createFadeColorWindow'(view: Numeric, x: Numeric, y: Numeric, width: Numeric, height: Numeric, zOrder: Numeric): NumberText;
@@ -1267,7 +1269,7 @@ export interface NativeFunctions {
   'webview.executeJavaScript'(view: Numeric, script: string, world?: OrvWebJavaScriptWorld): string;
   /** Real, views. Calls a function of the page by its path from the global object. The result is a number; JavaScriptFunctionResult brings the value under it. It is empty where that event is not enabled. */
   'webview.executeJavaScriptFunction'(view: Numeric, path: JsonText<string[]>, values: JsonText<(string | number | boolean)[]>): string;
-  /** Real, views. The extra headers in force, as setExtraHttpHeaders was given them. */
+  /** Real, views. The extra headers in force: an object with a text for each. */
   'webview.extraHttpHeaders'(view: Numeric): string;
   /** Real, views. The platform handle of the coloured window, 0 when there is none. */
   'webview.fadeColorWindowPlatformHandle'(view: Numeric): NumberText;
@@ -1445,7 +1447,7 @@ export interface NativeFunctions {
   'webview.notifyOpen'(view: Numeric, streamId: Numeric, status: Numeric, message: string): '';
   /** Real, views. Empties the engine's cache in memory. */
   'webview.notifySystemLowMemory'(view: Numeric): '';
-  /** Real, views. Says that somebody else has moved the web view: the rectangle is kept and reported as Viewport, and nothing is moved. */
+  /** Real, views. Says that somebody else has moved the web view: Viewport is reported, with where its window is, and nothing is moved. */
   'webview.notifyViewportChanged'(view: Numeric, rectangle: JsonText<OrvWebRect>): '';
   /** Real, views. Answers an OpenWindow event that was left open: the web view with that handle shows the window. It must not have loaded anything; a handle that names none opens no window. */
   'webview.openWindowResponse'(view: Numeric, waitHandle: Numeric, popup: Numeric): '';
@@ -1569,7 +1571,7 @@ export interface NativeFunctions {
   'webview.setEnableWebContentCache'(view: Numeric, enabled: Flag): '';
   /** Real, views. Whether pages have web sockets, from the next document on. */
   'webview.setEnableWebSockets'(view: Numeric, enabled: Flag): '';
-  /** Real, views. The members of a JSON object become extra headers of all requests of the page. Numbers, true, false and null count as their JSON, lists and objects are left out. The result is 0, with an error besides, for anything but a JSON object. */
+  /** Real, views. The members of a JSON object become extra headers of all requests of the page. Numbers, true, false and null count as their JSON; lists and objects, and names and values that no header can have, are left out; of names that differ by their case only, the last counts. The result is 0, with an error besides, for anything but a JSON object. */
   'webview.setExtraHttpHeaders'(view: Numeric, headers: string): BooleanText;
   /** Kept, views. The value is kept; there are no plug-ins. */
   'webview.setExtraPluginDirectory'(view: Numeric, directory: string): '';
@@ -1625,7 +1627,7 @@ export interface NativeFunctions {
   'webview.setTemporaryViewportSize'(view: Numeric, size: JsonText<OrvWebSize>): '';
   /** Kept, views. The value is kept and reported; the engine does not reflow zoomed text. */
   'webview.setTextReflowMode'(view: Numeric, mode: OrvWebTextReflowMode): '';
-  /** Real, views. How the engine names itself in requests and to scripts; the empty text brings its own name back. */
+  /** Real, views. How the engine names itself in requests and to scripts; the empty text brings its own name back. A text that cannot stand in a header is refused with an error, and the old one stays. */
   'webview.setUserAgent'(view: Numeric, userAgent: string): '';
   /** Real, views. A style sheet that is added to every page: a local:, file: or data: address or a path; the empty text takes it away. */
   'webview.setUserStyleSheetLocation'(view: Numeric, location: string): '';
@@ -1687,7 +1689,7 @@ export interface NativeFunctions {
   'webview.updateGeolocationFilter'(view: Numeric, origin: string, allowed: Flag): '';
   /** Real, views. Remembers for the life of the web view whether an origin may show notifications, so that it is not asked about. */
   'webview.updateNotificationPermission'(view: Numeric, origin: string, allowed: Flag): '';
-  /** Real, views. What setUserAgent was given; empty for the engine's own name. */
+  /** Real, views. What setUserAgent has set; empty for the engine's own name. */
   'webview.userAgent'(view: Numeric): string;
   /** Real, views. What setUserStyleSheetLocation was given. */
   'webview.userStyleSheetLocation'(view: Numeric): string;
