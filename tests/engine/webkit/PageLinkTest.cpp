@@ -204,18 +204,6 @@ TEST(PageLinkTest, TheClockOfAWaitStandsDuringEveryQuestionThatIsServedInIt) {
   EXPECT_TRUE(host.call("slow", {}, 250ms));
 }
 
-TEST(PageLinkTest, ACallTooLargeToSendEndsTheLinkAndEveryWait) {
-  Host host;
-  const EchoPage echo(host);
-  auto second = std::async(std::launch::async, [&] {
-    while (!echo.holds) std::this_thread::yield();
-    return host.call("echo", {String(std::string(maximumPayload, 'x'))});
-  });
-  EXPECT_FALSE(host.call("hold", {1}));
-  EXPECT_FALSE(second.get());
-  EXPECT_TRUE(iterateUntil([&] { return host.delegate.closed == 1; }));
-}
-
 TEST(PageLinkTest, PostsToAPeerThatDoesNotReadBlockNobodyAndKeepTheirOrder) {
   enum class Driver { MainLoop, WaitOfMainThread, WaitOfSecondThread };
   for (const Driver driver :
