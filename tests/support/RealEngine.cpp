@@ -42,8 +42,11 @@ RealEngine* RealEngine::instance(std::string& problem) {
     // The same as the program would have here.
     auto sandbox = Tessel::Platform::PageSandbox::None;
     if (!choosePageSandbox({Tessel::Platform::runtimeFolder()}, sandbox, whyNot)) return false;
-    self->engine_ =
-        WebKitEngine::create({PAGEHOST_TEST_MODULES, PAGEHOST_TEST_ROOT, "tests", sandbox}, whyNot);
+    self->engine_ = WebKitEngine::create({.moduleFolder = PAGEHOST_TEST_MODULES,
+                                          .localRoot = PAGEHOST_TEST_ROOT,
+                                          .dataName = "tests",
+                                          .sandbox = sandbox},
+                                         whyNot);
     if (!self->engine_) return false;
     PageFactory::install(self->engine_.get());
     self->window_ = std::make_unique<Window>(
