@@ -3,15 +3,18 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
+#include <utility>
 
 namespace test_support {
 
-// The bytes of a file; nothing when it cannot be read.
+// The bytes of a file; as many as there are when it cannot be read to its end, as those of a
+// process that ends.
 inline std::string contentOf(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return std::move(text).str();
 }
 
 }  // namespace test_support

@@ -15,27 +15,26 @@ std::string fileOf(pid_t pid, const char* name) {
   return contentOf("/proc/" + std::to_string(pid) + "/" + name);
 }
 
-struct Status {
-  char state = 'X';
-  pid_t parent = 0;
-};
-
-Status statusOf(pid_t pid) {
+// As the kernel tells it; X when there is no such process.
+char stateOf(pid_t pid) {
   const std::string text = fileOf(pid, "stat");
   // The name, in brackets, may hold anything.
   const auto end = text.rfind(')');
-  Status status;
-  if (end != std::string::npos)
-    std::istringstream(text.substr(end + 1)) >> status.state >> status.parent;
-  return status;
+  return end != std::string::npos && end + 2 < text.size() ? text[end + 2] : 'X';
 }
 
+// Of all its threads. Quick, as some wait for the end of processes in a main loop by looking each
+// turn.
 template <typename Condition>
 std::vector<pid_t> childrenThat(pid_t parent, Condition hasState) {
   std::vector<pid_t> children;
-  for (const pid_t candidate : allProcesses()) {
-    const Status status = statusOf(candidate);
-    if (status.parent == parent && hasState(status.state)) children.push_back(candidate);
+  std::error_code gone;
+  const std::string tasks = "/proc/" + std::to_string(parent) + "/task";
+  for (const auto& task : std::filesystem::directory_iterator(tasks, gone)) {
+    std::istringstream list(contentOf(task.path() / "children"));
+    for (pid_t child = 0; list >> child;) {
+      if (hasState(stateOf(child))) children.push_back(child);
+    }
   }
   return children;
 }
@@ -70,12 +69,12 @@ std::string environmentOf(pid_t pid) {
 }
 
 bool isRunning(pid_t pid) {
-  const char state = statusOf(pid).state;
+  const char state = stateOf(pid);
   return state != 'X' && state != 'Z';
 }
 
 std::vector<pid_t> childrenOf(pid_t pid) {
-  return childrenThat(pid, [](char state) { return state != 'Z'; });
+  return childrenThat(pid, [](char state) { return state != 'Z' && state != 'X'; });
 }
 
 std::vector<pid_t> zombiesOf(pid_t parent) {

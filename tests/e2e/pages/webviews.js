@@ -1,5 +1,5 @@
 // What settings do to real pages, and what the chrome asks and does of a web view besides.
-import { answers, bodies, createView, equal, errors, events, happened, native, ok, perform, said, test, until } from './suite.js';
+import { answers, bodies, createView, equal, errors, events, happened, native, ok, perform, process, said, test, until } from './suite.js';
 
 const query = new URLSearchParams(location.search);
 const server = query.get('server');
