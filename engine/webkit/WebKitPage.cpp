@@ -201,21 +201,30 @@ void WebKitPage::startLoad(std::function<void()> load) {
 }
 
 // From the main loop: inside a signal about the last load the engine may lose the next one.
-void WebKitPage::startLater() {
-  startsLater_ = true;
-  g_idle_add_full(
-      G_PRIORITY_DEFAULT,
+void WebKitPage::later(guint pause, std::function<void()> call) {
+  struct Call {
+    std::weak_ptr<WebKitPage> page;
+    std::function<void()> call;
+  };
+  g_timeout_add_full(
+      G_PRIORITY_DEFAULT, pause,
       [](gpointer data) -> gboolean {
-        const auto page = static_cast<std::weak_ptr<WebKitPage>*>(data)->lock();
-        if (!page) return G_SOURCE_REMOVE;
-        page->startsLater_ = false;
-        // Copied, because it may put another in its place.
-        const auto load = page->view_ ? page->unstartedLoad_ : nullptr;
-        if (load) load();
+        const auto* const next = static_cast<Call*>(data);
+        if (const auto page = next->page.lock()) next->call();
         return G_SOURCE_REMOVE;
       },
-      new std::weak_ptr<WebKitPage>(weak_from_this()),
-      [](gpointer data) { delete static_cast<std::weak_ptr<WebKitPage>*>(data); });
+      new Call{weak_from_this(), std::move(call)},
+      [](gpointer data) { delete static_cast<Call*>(data); });
+}
+
+void WebKitPage::startLater() {
+  startsLater_ = true;
+  later(0, [this] {
+    startsLater_ = false;
+    // Copied, because it may put another in its place.
+    const auto load = view_ ? unstartedLoad_ : nullptr;
+    if (load) load();
+  });
 }
 
 void WebKitPage::reload() {
@@ -572,12 +581,19 @@ void WebKitPage::updateLocation() {
 }
 
 void WebKitPage::onLoading(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
-  // What the program asked for was only another place in the document, or nothing at all.
-  const bool waits = page->startsLater_ || page->failureFollows_ || page->showingFailure_;
-  if (webkit_web_view_is_loading(view) || waits || !page->loads_.destination()) return;
-  const auto self = page->shared_from_this();
-  self->loads_.expectNothing();
-  self->updateLocation();
+  if (webkit_web_view_is_loading(view) || !page->loads_.destination()) return;
+  // This may be the end of the load before, told while the next one is on its way to the web
+  // process. That nothing begins, as for a port that is not allowed, the engine does not tell.
+  constexpr guint longestStart = 1000;  // milliseconds
+  page->later(longestStart, [page] { page->forgetDestination(); });
+}
+
+// What the program asked for was only another place in the document, or nothing at all.
+void WebKitPage::forgetDestination() {
+  const bool waits = startsLater_ || failureFollows_ || showingFailure_ || isOnItsWay_;
+  if (!view_ || webkit_web_view_is_loading(view_) || waits || !loads_.destination()) return;
+  loads_.expectNothing();
+  updateLocation();
 }
 
 void WebKitPage::onProgress(WebKitWebView* view, GParamSpec*, WebKitPage* page) {

@@ -222,7 +222,10 @@ class WebKitPage final : public Page,
   void committed();
   void updateLocation();
   bool isTrusted();
+  // Calls it after so many milliseconds if this is there then.
+  void later(guint pause, std::function<void()> call);
   void startLater();
+  void forgetDestination();
   bool repeatLoad(const gchar* uri);
   void listenToPage();
   void sendSetup();
