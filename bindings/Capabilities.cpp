@@ -28,8 +28,8 @@ constexpr std::pair<std::string_view, std::string_view> functions[] = {
 
 constexpr std::string_view commands[] = {
 #define DOC(...)
-#define COMMAND(number, name, ...) "webview." #name,
-#define COMMAND_AS(number, name, operation, ...) "webview." #name,
+#define COMMAND(number, name, ...) std::string_view("webview." #name),
+#define COMMAND_AS(number, name, operation, ...) COMMAND(number, name)
 #include "webview/commands/Commands.def"
 #undef COMMAND_AS
 #undef COMMAND
@@ -67,7 +67,7 @@ std::string placeOf(const std::string& text, std::size_t offset) {
   const std::string_view before = std::string_view(text).substr(0, offset);
   const auto line = 1 + std::count(before.begin(), before.end(), '\n');
   const auto start = before.rfind('\n');
-  const auto column = start == before.npos ? before.size() + 1 : before.size() - start;
+  const auto column = start == std::string_view::npos ? before.size() + 1 : before.size() - start;
   return std::to_string(line) + ":" + std::to_string(column) + ": ";
 }
 
@@ -84,7 +84,7 @@ std::optional<Capabilities> Capabilities::read(const std::string& json, std::str
   // Of what is read no place is kept: where the text stands first is as good.
   const auto refuse = [&](const std::string& text, const char* why) {
     const auto found = json.find("\"" + text + "\"");
-    problem = placeOf(json, found == json.npos ? 0 : found) + "\"" + text + "\" " + why;
+    problem = placeOf(json, found == std::string::npos ? 0 : found) + "\"" + text + "\" " + why;
     return std::nullopt;
   };
   if (!document.IsObject()) {

@@ -37,6 +37,7 @@ void EventBacklog::drop() {
   // The largest share with which everything fits.
   const auto shareOf = [&](std::size_t total, auto sizeOf) {
     std::vector<std::size_t> sizes;
+    sizes.reserve(kinds.size());
     for (const auto& [kind, size] : kinds) sizes.push_back(sizeOf(size));
     std::sort(sizes.begin(), sizes.end());
     std::size_t left = sizes.size();

@@ -67,7 +67,7 @@ std::string runtimeFolder() {
   const char* given = g_getenv("XDG_RUNTIME_DIR");
   const bool isGiven = given && *given;
   const std::string base = isGiven ? given : "/tmp";
-  const std::string folder =
+  std::string folder =
       isGiven ? base + "/pagehost" : base + "/pagehost-" + std::to_string(::geteuid());
   if (const std::string problem = problemOfBase(base); !problem.empty()) {
     refuse(base, problem);

@@ -41,8 +41,8 @@ NamedFile openBeside(const std::string& chromeUrl) {
   const std::string beside = address.substr(0, address.rfind('/') + 1) + fileName;
   if (beside.starts_with("local:")) {
     const auto host = beside.find("//");
-    const auto path = host == beside.npos ? host : beside.find('/', host + 2);
-    if (path == beside.npos) return {};
+    const auto path = host == std::string::npos ? host : beside.find('/', host + 2);
+    if (path == std::string::npos) return {};
     return {beside, openBelow(localRoot(), std::string_view(beside).substr(path))};
   }
   gchar* path = g_filename_from_uri(beside.c_str(), nullptr, nullptr);

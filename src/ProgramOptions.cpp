@@ -3,8 +3,10 @@
 
 #include "platform/os/PageSandbox.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 
 namespace {
@@ -18,12 +20,12 @@ struct {
 };
 
 bool take(const char* argument) {
-  for (const auto& [option, variable] : options) {
-    if (std::strncmp(argument, option.data(), option.size()) != 0) continue;
-    ::setenv(variable, argument + option.size(), 1);
-    return true;
-  }
-  return false;
+  const auto found = std::find_if(std::begin(options), std::end(options), [&](const auto& each) {
+    return std::string_view(argument).starts_with(each.option);
+  });
+  if (found == std::end(options)) return false;
+  ::setenv(found->variable, argument + found->option.size(), 1);
+  return true;
 }
 
 }  // namespace

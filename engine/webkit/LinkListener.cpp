@@ -55,8 +55,10 @@ UniqueFd listenAt(const std::string& path) {
 // Has connected and said nothing yet, or not enough.
 struct LinkListener::Stranger {
   Stranger(LinkListener& itsListener, UniqueFd itsSocket, pid_t itsPid)
-      : listener(itsListener), socket(std::move(itsSocket)), pid(itsPid) {
-    readSource = g_unix_fd_add(socket.get(), G_IO_IN, onGreeting, this);
+      : listener(itsListener),
+        socket(std::move(itsSocket)),
+        pid(itsPid),
+        readSource(g_unix_fd_add(socket.get(), G_IO_IN, onGreeting, this)) {
     limitSource = g_timeout_add(
         static_cast<guint>(listener.greetingLimit_.count()),
         [](gpointer data) -> gboolean {
@@ -76,7 +78,7 @@ struct LinkListener::Stranger {
   LinkListener& listener;
   UniqueFd socket;
   const pid_t pid;
-  guint readSource = 0;
+  const guint readSource;
   guint limitSource = 0;
   // The greeting, byte for byte: what follows it is the link's to read.
   std::array<char, sizeof(FrameHeader) + tokenLength> greeting{};

@@ -328,6 +328,7 @@ void WebKitPage::setCallbackObjectEnabled(bool enabled) {
 
 void WebKitPage::bindCallbackObject(bool bound, const std::vector<String>& furtherOrigins) {
   std::vector<Origin> further;
+  further.reserve(furtherOrigins.size());
   for (const String& each : furtherOrigins) further.push_back(Origin::of(each.view()));
   loads_.setFurtherOrigins(std::move(further));
   if (setup_.bound == bound) return;
@@ -608,60 +609,62 @@ void WebKitPage::onZoom(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
   self->updateScale();
 }
 
-void WebKitPage::onLoadChanged(WebKitWebView* view, WebKitLoadEvent event, WebKitPage* page) {
+void WebKitPage::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, WebKitPage* page) {
   const auto self = page->shared_from_this();
-  switch (event) {
-    case WEBKIT_LOAD_STARTED:
-      self->loads_.started();
-      self->refused_ = self->hasWaited_ = false;
-      self->isOnItsWay_ = true;
-      self->showingFailure_ = std::exchange(self->failureFollows_, false);
-      if (!self->showingFailure_) self->unstartedLoad_ = nullptr;
-      // It stayed when it was asked to go.
-      self->closeRequested_ = false;
-      break;
-    case WEBKIT_LOAD_COMMITTED:
-      self->repeats_ = 0;
-      self->supplied_ = String();
-      self->isOnItsWay_ = false;
-      self->committed();
-      self->updateLocation();
-      if (!self->parts_) break;
-      if (!self->showingFailure_ && !self->parts_->security.committed()) break;
-      if (!self->parts_) break;
-      self->parts_->fit.documentGone();
-      self->parts_->fullScreen.documentGone();
-      if (self->parts_) self->parts_->apis.documentGone();
-      if (!self->parts_) break;
-      self->parts_->navigation.committed();
-      self->raise(OrvWebEvent::DocumentLoadCommitted);
-      break;
-    case WEBKIT_LOAD_FINISHED: {
-      self->isOnItsWay_ = false;
-      if (!self->failureFollows_ && !self->unstartedLoad_) self->updateLocation();
-      if (!self->parts_) break;
-      self->redrawAfterLoad();
-      self->parts_->questions.loaded();
-      if (!self->parts_) break;
-      // Not finished, but to be begun again.
-      const bool repeating = std::exchange(self->repeating_, false);
-      if (std::exchange(self->showingFailure_, false) || repeating) {
-        if (self->unstartedLoad_) self->startLater();
-        break;
-      }
-      // A program whose chrome answers "not found" would only show that to somebody who cannot
-      // tell what to do about it.
-      const guint status = statusOf(view);
-      if (self->setup_.drivesApplication && isFailedStatus(status)) {
-        self->showFailure(webkit_web_view_get_uri(view),
-                          concat("The answer was ", String::fromUnsignedInteger(status), "."));
-      }
-      self->raise(OrvWebEvent::DocumentLoadFinished);
-      break;
-    }
-    default:
-      break;
+  if (event == WEBKIT_LOAD_STARTED) self->loadStarted();
+  if (event == WEBKIT_LOAD_COMMITTED) self->loadCommitted();
+  if (event == WEBKIT_LOAD_FINISHED) self->loadFinished();
+}
+
+void WebKitPage::loadStarted() {
+  loads_.started();
+  refused_ = hasWaited_ = false;
+  isOnItsWay_ = true;
+  showingFailure_ = std::exchange(failureFollows_, false);
+  if (!showingFailure_) unstartedLoad_ = nullptr;
+  // It stayed when it was asked to go.
+  closeRequested_ = false;
+}
+
+// Whoever hears of it may close the page.
+void WebKitPage::loadCommitted() {
+  repeats_ = 0;
+  supplied_ = String();
+  isOnItsWay_ = false;
+  committed();
+  updateLocation();
+  if (!parts_) return;
+  if (!showingFailure_ && !parts_->security.committed()) return;
+  if (!parts_) return;
+  parts_->fit.documentGone();
+  parts_->fullScreen.documentGone();
+  if (parts_) parts_->apis.documentGone();
+  if (!parts_) return;
+  parts_->navigation.committed();
+  raise(OrvWebEvent::DocumentLoadCommitted);
+}
+
+void WebKitPage::loadFinished() {
+  isOnItsWay_ = false;
+  if (!failureFollows_ && !unstartedLoad_) updateLocation();
+  if (!parts_) return;
+  redrawAfterLoad();
+  parts_->questions.loaded();
+  if (!parts_) return;
+  // Not finished, but to be begun again.
+  const bool repeating = std::exchange(repeating_, false);
+  if (std::exchange(showingFailure_, false) || repeating) {
+    if (unstartedLoad_) startLater();
+    return;
   }
+  // A program whose chrome answers "not found" would only show that to somebody who cannot tell
+  // what to do about it.
+  const guint status = statusOf(view_);
+  if (setup_.drivesApplication && isFailedStatus(status)) {
+    showFailure(webkit_web_view_get_uri(view_),
+                concat("The answer was ", String::fromUnsignedInteger(status), "."));
+  }
+  raise(OrvWebEvent::DocumentLoadFinished);
 }
 
 bool WebKitPage::mayGo(const String& url, bool isKnown) {

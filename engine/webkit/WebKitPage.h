@@ -207,6 +207,9 @@ class WebKitPage final : public Page,
   static void onZoom(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onFavicon(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, WebKitPage* self);
+  void loadStarted();
+  void loadCommitted();
+  void loadFinished();
   static gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent, const gchar* uri, GError* error,
                                WebKitPage* self);
   static gboolean onEngineMessage(WebKitWebView*, WebKitUserMessage* message, WebKitPage* self);

@@ -28,12 +28,13 @@ std::optional<uid_t> userOfPeer(const sockaddr_in& peer, const sockaddr_in& own)
     std::ifstream table(isMapped ? "/proc/net/tcp6" : "/proc/net/tcp");
     for (std::string line; std::getline(table, line);) {
       std::istringstream fields(line);
-      std::string number, local, remote, state, queues, timer, retransmits;
+      std::string local;
+      std::string remote;
+      std::string skipped;  // the line's number, state, queues, timer, retransmissions and probes
       uid_t user = 0;
-      unsigned int probes = 0;
       unsigned long socket = 0;
-      fields >> number >> local >> remote >> state >> queues >> timer >> retransmits >> user >>
-          probes >> socket;
+      fields >> skipped >> local >> remote >> skipped >> skipped >> skipped >> skipped >> user >>
+          skipped >> socket;
       // What nobody has open any more is shown as root's.
       if (local == from && remote == to && fields && socket != 0) return user;
     }

@@ -16,8 +16,6 @@
 #include <cstdlib>
 #include <cstring>
 
-extern char** environ;
-
 namespace Tessel::Platform {
 
 namespace {
@@ -71,8 +69,9 @@ Probe spawnProbe() {
   return started;
 }
 
-// "" when it has ended well.
-std::string resultOf(const Probe& started, int probesLeft = mostProbes - 1) {
+// "" when it has ended well. One that was killed, by nobody's fault, says nothing: wasKilled.
+std::string resultOf(const Probe& started, bool& wasKilled) {
+  wasKilled = false;
   if (started.pid < 0) return std::string(bubblewrap) + ": " + std::strerror(started.error);
   const UniqueFd process(static_cast<int>(::syscall(SYS_pidfd_open, started.pid, 0)));
   pollfd ended{process.get(), POLLIN, 0};
@@ -94,7 +93,7 @@ std::string resultOf(const Probe& started, int probesLeft = mostProbes - 1) {
     return std::string(bubblewrap) + " cannot be run";
   }
   if (reaped == started.pid && WIFSIGNALED(status)) {
-    if (probesLeft > 0) return resultOf(spawnProbe(), probesLeft - 1);
+    wasKilled = true;
     return std::string("bubblewrap is ended by ") + ::strsignal(WTERMSIG(status));
   }
   return "the system refuses bubblewrap namespaces of its own";
@@ -106,7 +105,12 @@ std::string bubblewrapProblem() {
       if (::access(needed, X_OK) != 0) return std::string(needed) + " is missing";
     }
     probeSandbox();
-    return resultOf(probe());
+    bool wasKilled = false;
+    std::string result = resultOf(probe(), wasKilled);
+    for (int probes = 1; wasKilled && probes < mostProbes; ++probes) {
+      result = resultOf(spawnProbe(), wasKilled);
+    }
+    return result;
   }();
   return problem;
 }

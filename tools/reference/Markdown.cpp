@@ -46,8 +46,9 @@ std::string grouped(const std::vector<Function>& functions) {
       "\nWhich origins may call what is said by [groups](security.md#native-functions):\n\n"
       "| group | what it gives | functions |\n|---|---|---|\n";
   for (const auto& [name, meaning] : functionGroups) {
-    const auto count = std::count_if(functions.begin(), functions.end(),
-                                     [&](const auto& each) { return each.group == name; });
+    const auto count =
+        std::count_if(functions.begin(), functions.end(),
+                      [name = name](const auto& each) { return each.group == name; });
     text.append("| ").append(name).append(" | ").append(meaning);
     text.append(" | ").append(std::to_string(count)).append(" |\n");
   }
