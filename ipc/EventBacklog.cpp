@@ -65,7 +65,10 @@ void EventBacklog::drop() {
     }
   }
   // Kinds may be as many as events; then the oldest go.
-  for (; kept.size() > mostEvents || (bytes_ > mostBytes && kept.size() > 1); kept.pop_front()) {
+  const auto isTooMuch = [&] {
+    return kept.size() > mostEvents / 4 * 3 || (bytes_ > mostBytes / 4 * 3 && kept.size() > 1);
+  };
+  for (; isTooMuch(); kept.pop_front()) {
     bytes_ -= bytesOf(kept.front());
     ++dropped_;
   }

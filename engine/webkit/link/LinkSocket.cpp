@@ -36,7 +36,7 @@ SendOutcome LinkSocket::send(FrameKind kind, std::uint32_t id, std::uint64_t pag
   const std::string_view head(reinterpret_cast<const char*>(&header), sizeof header);
 
   std::size_t sent = 0;
-  if (unsent_.empty()) {
+  if (!hasUnsent()) {
     std::array<iovec, 2> parts{{{const_cast<char*>(head.data()), head.size()},
                                 {const_cast<char*>(payload.data()), payload.size()}}};
     msghdr message{};
@@ -50,8 +50,8 @@ SendOutcome LinkSocket::send(FrameKind kind, std::uint32_t id, std::uint64_t pag
     if (count > 0) sent = static_cast<std::size_t>(count);
     if (sent == head.size() + payload.size()) return SendOutcome::Sent;
   } else {
-    const SendOutcome outcome =
-        SendQueue::admit(unsent_.size(), head.size() + payload.size(), kind == FrameKind::Answer);
+    const SendOutcome outcome = SendQueue::admit(
+        unsent_.size() - sent_, head.size() + payload.size(), kind == FrameKind::Answer);
     if (outcome != SendOutcome::Sent) return outcome;
   }
   if (sent < head.size()) {
@@ -64,22 +64,25 @@ SendOutcome LinkSocket::send(FrameKind kind, std::uint32_t id, std::uint64_t pag
 }
 
 bool LinkSocket::flush() {
-  std::size_t sent = 0;
-  while (sent < unsent_.size()) {
-    const ssize_t count = ::send(socket_.get(), unsent_.data() + sent, unsent_.size() - sent,
+  while (hasUnsent()) {
+    const ssize_t count = ::send(socket_.get(), unsent_.data() + sent_, unsent_.size() - sent_,
                                  MSG_NOSIGNAL | MSG_DONTWAIT);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0 && wouldBlock()) break;
     if (count < 0) return false;
-    sent += static_cast<std::size_t>(count);
+    sent_ += static_cast<std::size_t>(count);
   }
-  unsent_.erase(0, sent);
+  // To move the rest after each piece would take the square of its size.
+  if (sent_ >= unsent_.size() - sent_) {
+    unsent_.erase(0, sent_);
+    sent_ = 0;
+  }
   return true;
 }
 
 bool LinkSocket::flushAll() {
   while (flush()) {
-    if (unsent_.empty()) return true;
+    if (!hasUnsent()) return true;
     pollfd writable{socket_.get(), POLLOUT, 0};
     if (::poll(&writable, 1, -1) < 0 && errno != EINTR) return false;
   }

@@ -25,7 +25,7 @@ class LinkSocket {
   Tessel::Platform::SendOutcome send(FrameKind kind, std::uint32_t id, std::uint64_t page,
                                      std::string_view payload);
   bool flush();
-  bool hasUnsent() const { return !unsent_.empty(); }
+  bool hasUnsent() const { return sent_ < unsent_.size(); }
   // Blocks until everything is sent; false when the link is broken.
   bool flushAll();
 
@@ -40,6 +40,7 @@ class LinkSocket {
 
   Tessel::Platform::UniqueFd socket_;
   std::string unsent_;
+  std::size_t sent_ = 0;  // of its beginning
   std::string received_;
 };
 
