@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -129,7 +130,7 @@ void removeRegisteredFiles() {
   Registered& files = registered();
   const std::lock_guard lock(files.mutex);
   if (files.owner != ::getpid()) return;
-  for (const std::string& path : files.paths) ::unlink(path.c_str());
+  for (const std::string& path : files.paths) ::remove(path.c_str());
   files.paths.clear();
 }
 

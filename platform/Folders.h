@@ -18,8 +18,8 @@ std::string runtimeFolder();
 // folders that they are in, whose names are the prefix and then the process's number.
 void removeSocketsOfTheDead(const std::string& folder, const char* prefix);
 
-// Removes a file, such as a socket, when this process ends by exit(3), or is told to. Not in
-// processes that it has forked meanwhile.
+// Removes a file, such as a socket, or an empty folder when this process ends by exit(3), or is
+// told to. Not in processes that it has forked meanwhile.
 void removeAtExit(const std::string& path);
 // For those who end by _exit(2).
 void removeRegisteredFiles();

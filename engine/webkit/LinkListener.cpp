@@ -95,6 +95,8 @@ LinkListener::LinkListener(const std::string& parent, Welcome welcome,
   address_ = folder_ + "/link";
   listener_ = listenAt(address_);
   if (isListening()) watch();
+  Tessel::Platform::removeAtExit(address_);
+  Tessel::Platform::removeAtExit(folder_);
 }
 
 LinkListener::~LinkListener() {
