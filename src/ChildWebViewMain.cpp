@@ -45,6 +45,7 @@ using Tessel::Platform::Settings;
 using Tessel::Platform::sideChannel;
 using Tessel::Platform::String;
 using Tessel::Platform::UniqueFd;
+using Tessel::Platform::waitForRoom;
 using Tessel::Platform::Graphics::RemoteWindowSystem;
 using Tessel::Platform::Graphics::Window;
 using Tessel::Platform::Graphics::WindowSystem;
@@ -143,13 +144,14 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int
   watchParent(parentPid);
   Settings& settings = Settings::instance();
   settings.setApplicationSandbox("webviews");
-  const int mainConnection = ConnectAttach(0, parentPid, mainChannelId, sideChannel, 0);
+  const int mainConnection = ConnectAttach(0, parentPid, mainChannelId, sideChannel, waitForRoom);
   if (mainConnection == -1) {
     logAlways(LogError,
               "Child WebView process exiting: could not connect to parent via the main channel!");
     return -1;
   }
-  const int webEngineConnection = ConnectAttach(0, parentPid, webEngineChannelId, sideChannel, 0);
+  const int webEngineConnection =
+      ConnectAttach(0, parentPid, webEngineChannelId, sideChannel, waitForRoom);
   if (webEngineConnection == -1) {
     logAlways(LogError,
               "Child WebView process exiting: could not connect to parent via the webkit channel!");

@@ -12,6 +12,7 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -38,6 +39,9 @@ constexpr const char* namePrefix = "channel-";
 constexpr std::chrono::seconds patienceWithStrangers{10};
 constexpr std::size_t mostStrangers = 64;
 constexpr std::size_t mostExpected = 256;
+// Connections that wait to be accepted. Short, so that a process that connects without end keeps
+// nobody waiting behind thousands of its own; who finds it full waits for room.
+constexpr int acceptQueue = 64;
 
 // The address of a channel; nothing when the folder is not to be had or its name is too long.
 std::optional<sockaddr_un> addressOf(pid_t pid, int channel) {
@@ -55,8 +59,15 @@ std::optional<sockaddr_un> addressOf(pid_t pid, int channel) {
   return address;
 }
 
-UniqueFd newSocket() {
-  return UniqueFd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+UniqueFd newSocket(int flags) {
+  return UniqueFd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0));
+}
+
+// The kernel waits for room in the listener's queue as long as sending may block.
+bool setConnectLimit(int socket, std::chrono::milliseconds limit) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(limit);
+  const timeval time{seconds.count(), std::chrono::microseconds(limit - seconds).count()};
+  return ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &time, sizeof time) == 0;
 }
 
 class Acceptor {
@@ -135,12 +146,12 @@ int Acceptor::open(int wanted, const std::shared_ptr<ChannelOwner>& owner) {
   }
   const int channel = wanted == anyChannel ? ++lastChannel_ : wanted;
   const auto address = addressOf(::getpid(), channel);
-  UniqueFd socket = newSocket();
+  UniqueFd socket = newSocket(SOCK_NONBLOCK);
   if (!address || !socket) return -1;
   // A process of this number that was killed has left its name behind.
   ::unlink(address->sun_path);
   if (::bind(socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0 ||
-      ::listen(socket.get(), SOMAXCONN) != 0) {
+      ::listen(socket.get(), acceptQueue) != 0) {
     return -1;
   }
   removeAtExit(address->sun_path);
@@ -345,10 +356,12 @@ void lookAtConnectionsAgain() {
   Acceptor::instance().wake();
 }
 
-UniqueFd connectToChannel(pid_t pid, int channel) {
+UniqueFd connectToChannel(pid_t pid, int channel, std::chrono::milliseconds limit) {
   const auto address = addressOf(pid, channel);
-  UniqueFd socket = newSocket();
+  const bool blocks = limit.count() > 0;
+  UniqueFd socket = newSocket(blocks ? 0 : SOCK_NONBLOCK);
   if (!address || !socket) return UniqueFd();
+  if (blocks && !setConnectLimit(socket.get(), limit)) return UniqueFd();
   if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) {
     return UniqueFd();
   }
@@ -358,6 +371,7 @@ UniqueFd connectToChannel(pid_t pid, int channel) {
     errno = ECONNREFUSED;
     return UniqueFd();
   }
+  if (blocks && ::fcntl(socket.get(), F_SETFL, O_NONBLOCK) != 0) return UniqueFd();
   return socket;
 }
 

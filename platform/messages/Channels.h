@@ -11,6 +11,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -48,7 +49,9 @@ void lookAtConnectionsAgain();
 void afterConnections(std::function<void()> call);
 
 // A socket to another process's channel, close-on-exec. Empty, with errno set, when there is none
-// or it is not that process that listens. Does not block. Any thread.
-UniqueFd connectToChannel(pid_t pid, int channel);
+// or it is not that process that listens. While the listener's queue is full it waits for room, up
+// to the limit; without one it does not block. Any thread.
+UniqueFd connectToChannel(pid_t pid, int channel,
+                          std::chrono::milliseconds limit = std::chrono::milliseconds::zero());
 
 }  // namespace Tessel::Platform

@@ -341,8 +341,9 @@ void serveConnectionsDuringWaits() {
 }
 
 // NOLINTNEXTLINE(readability-identifier-naming)
-int ConnectAttach(int /*node*/, pid_t pid, int channelId, int /*index*/, int /*flags*/) {
-  UniqueFd socket = connectToChannel(pid, channelId);
+int ConnectAttach(int /*node*/, pid_t pid, int channelId, int /*index*/, int flags) {
+  UniqueFd socket = connectToChannel(
+      pid, channelId, (flags & waitForRoom) != 0 ? waitForRoomLimit : std::chrono::milliseconds{});
   return socket ? Connections::instance().add(pid, std::move(socket)) : -1;
 }
 

@@ -19,6 +19,12 @@ void serveConnectionsDuringWaits();
 // Marks a connection that is no standard stream; kept for systems that tell them apart.
 inline constexpr int sideChannel = 0x40000000;
 
+// A flag: while more processes connect than are accepted, wait for room, up to waitForRoomLimit.
+// For who cannot go on without; a process that serves others does not wait for one of them.
+inline constexpr int waitForRoom = 1;
+// Less than the time that a launch may take.
+inline constexpr std::chrono::milliseconds waitForRoomLimit{2000};
+
 // Connects to a channel of a process of the same user. The result is the connection's number, which
 // is never used again; -1 with errno set when nobody listens there. When the other end has gone
 // the handlers of the main client get the pulse Pulse::connectionDied with that number, once, and

@@ -87,8 +87,8 @@ int childMain(unsigned int groupId, int parentPid, int mainChannelId, int webEng
   ::alarm(60);
   // Unlike the program's, this launcher was forked when there was a main context already.
   test_support::separateMainContext();
-  const int main = ConnectAttach(0, parentPid, mainChannelId, sideChannel, 0);
-  const int webEngine = ConnectAttach(0, parentPid, webEngineChannelId, sideChannel, 0);
+  const int main = ConnectAttach(0, parentPid, mainChannelId, sideChannel, waitForRoom);
+  const int webEngine = ConnectAttach(0, parentPid, webEngineChannelId, sideChannel, waitForRoom);
   if (main < 0 || webEngine < 0) return -1;
   MainMessageClient client(3, -1);
   IPCReceiverHandler handler(main, webEngine);
