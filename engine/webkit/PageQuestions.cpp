@@ -254,8 +254,11 @@ gboolean PageQuestions::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialo
   event.waitHandle = nextQuestionNumber();
   const Early early = self->ask(*page, event, event.waitHandle());
   if (!page->client()) return TRUE;
-  if (event.wait()) {
-    self->hold(event.waitHandle(), std::make_unique<OpenDialog>(dialog, std::move(pause)), early);
+  if (early) {
+    answerDialog(dialog, *early);
+  } else if (event.wait()) {
+    self->hold(event.waitHandle(), std::make_unique<OpenDialog>(dialog, std::move(pause)),
+               std::nullopt);
   } else {
     const bool accepted = !event.isPreventDefault() || !event.result().isEmpty();
     answerDialog(dialog, {accepted, event.result(), event.username(), event.password()});

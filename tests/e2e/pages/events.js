@@ -105,6 +105,13 @@ test('dialogs are answered at once or later', async () => {
   await until(() => bodies(view, 'DialogRequested').length === 3);
   native('webview.dialogResponse', view, bodies(view, 'DialogRequested')[2].waitHandle, true, '', '', '');
   await until(() => title(view) === 'read');
+  // Answered while it is asked.
+  answers.set('DialogRequested', body => {
+    native('webview.dialogResponse', view, body.waitHandle, true, '', '', '');
+    return { setWait: true };
+  });
+  script(view, "document.title = String(confirm('now?'))");
+  await until(() => title(view) === 'true');
   native('webview.delete', view);
 });
 
