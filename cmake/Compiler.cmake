@@ -11,10 +11,17 @@ if(PAGEHOST_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${PAGEHOST_CCACHE})
 endif()
 
+option(PAGEHOST_FUZZ "Build the fuzzers of tests/fuzz, and nothing else by default; with clang" OFF)
 set(PAGEHOST_SANITIZER "" CACHE STRING "address, thread or empty")
 
 add_library(pagehost_compiler INTERFACE)
-target_compile_options(pagehost_compiler INTERFACE -Wall -Wextra -Wconversion -Werror)
+if(PAGEHOST_FUZZ)
+  # Warnings are for the compiler that the product is built with; the two do not agree about them.
+  target_compile_options(pagehost_compiler INTERFACE -w -fsanitize=fuzzer-no-link
+    -fsanitize-ignorelist=${CMAKE_CURRENT_LIST_DIR}/fuzz-ignored.txt)
+else()
+  target_compile_options(pagehost_compiler INTERFACE -Wall -Wextra -Wconversion -Werror)
+endif()
 if(PAGEHOST_SANITIZER STREQUAL "address")
   set(flags -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer
     # The engine finds functions of the C++ library in our program and calls them on its own objects,

@@ -13,6 +13,8 @@ packages_headless=(xvfb imagemagick)
 packages_test=(libgtest-dev libgmock-dev libxtst-dev nodejs dbus-daemon python3-minimal)
 # The library of the benchmarks, and what figures are compared with.
 packages_bench=(libbenchmark-dev libsystemd-dev procps surf)
+# For tools/fuzz.
+packages_fuzz=(clang libgtest-dev libgmock-dev)
 packages_lint=(git clang-format clang-tidy shellcheck)
 # Installed along with others, but no reason to stop.
 packages_nice=(ccache)

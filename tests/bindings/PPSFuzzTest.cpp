@@ -1,30 +1,20 @@
 // The readers of object files of other programs, and of what the chrome writes into them, fed with
 // damaged texts: the same each time, unless a variable asks for others or for more. Main thread.
-#include "bindings/PPSJson.h"
-#include "platform/pps/PPSText.h"
+#include "tests/bindings/PPSRules.h"
 #include "tests/support/Mutator.h"
 
-#include <glib.h>
 #include <gtest/gtest.h>
-#include <rapidjson/document.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <sstream>
 
-namespace {
-
-using Tessel::Platform::applyPPSLines;
-using Tessel::Platform::differenceOf;
-using Tessel::Platform::formatPPSText;
-using Tessel::Platform::parsePPSText;
-using Tessel::Platform::PPSValue;
-using Tessel::Platform::problemOfPPSLines;
-using Tessel::Platform::String;
-
-void require(bool holds, const char* what, const std::string& text) {
+void pps_rules::require(bool holds, const char* what, const std::string& text) {
   EXPECT_TRUE(holds) << what << ", for " << ::testing::PrintToString(text);
 }
+
+namespace {
+
+using namespace pps_rules;
 
 // Values of every kind, well-formed; some of them at the borders of their kind.
 const std::vector<std::string>& values() {
@@ -61,12 +51,6 @@ std::string object(test_support::Mutator& mutator, const std::vector<std::string
   return text + "}";
 }
 
-rapidjson::Document parsed(const std::string& text) {
-  rapidjson::Document document;
-  document.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
-  return document;
-}
-
 const std::vector<std::string>& attributeNames() {
   static const std::vector<std::string> list{"a",        "b",  "on", "level", "with space",
                                              "\xc3\xa4", "@x", "-x", ""};
@@ -78,56 +62,6 @@ std::string line(test_support::Mutator& mutator) {
   std::string text = mutator.oneOf(attributeNames()) + ":";
   if (mutator.below(8) == 0) return text + "\n";
   return text + mutator.oneOf(encodings) + ":" + mutator.oneOf(values()) + "\n";
-}
-
-// What a file may say and a program may do with it.
-void checkText(const std::string& text) {
-  const PPSValue value = parsePPSText("object", text);
-  require(value.objectName == String("@object"), "an object has another name", text);
-  const std::string once = formatPPSText(value);
-  require(parsePPSText("object", once) == value, "what was written is read as something else",
-          text);
-  require(formatPPSText(parsePPSText("object", once)) == once, "another text each time", text);
-  require(std::size_t(std::count(once.begin(), once.end(), '\n')) == value.attributes.size() + 1,
-          "another number of lines than attributes", text);
-
-  const std::string json = ppsValueToJson(value).toStdString();
-  require(g_utf8_validate_len(json.data(), json.size(), nullptr), "JSON that is no UTF-8", text);
-  const rapidjson::Document document = parsed(json);
-  require(!document.HasParseError() && document.IsObject() && document.MemberCount() == 1,
-          "the chrome cannot read its JSON", text);
-  require(document.MemberBegin()->value.MemberCount() == value.attributes.size(),
-          "another number of members than attributes", text);
-}
-
-// Lines that are taken leave all others alone.
-bool checkLines(const std::string& text, const std::string& lines) {
-  const PPSValue before = parsePPSText("object", text);
-  if (problemOfPPSLines(lines)) return false;
-  PPSValue after = before;
-  applyPPSLines(lines, after);
-  checkText(formatPPSText(after));
-  PPSValue again = after;
-  applyPPSLines(lines, again);
-  require(again == after, "the same lines twice make a difference", lines);
-  for (const auto& [name, attribute] : differenceOf(before, after).attributes) {
-    require(("\n" + lines).find("\n" + name.toStdString() + ":") != std::string::npos,
-            "an attribute has changed that was not named", lines);
-  }
-  return true;
-}
-
-// The chrome's JSON has a line for each member, or none at all.
-void checkJson(const std::string& json) {
-  Tessel::Platform::String problem;
-  const auto lines = ppsLinesFromJson(json, problem);
-  if (!lines || lines->isEmpty()) return;
-  const rapidjson::Document document = parsed(json);
-  require(!document.HasParseError() && document.IsObject(), "lines of what is no object", json);
-  const std::string text = lines->toStdString();
-  require(std::size_t(std::count(text.begin(), text.end(), '\n')) == document.MemberCount(),
-          "another number of lines than members", json);
-  checkLines("", text);
 }
 
 // Whether the lines that were made were taken.

@@ -75,8 +75,17 @@ class RawClient {
   }
 
   bool connected() const { return connected_; }
+  bool send(const std::string& packet) {
+    return ::send(socket_.get(), packet.data(), packet.size(), MSG_NOSIGNAL) >= 0;
+  }
+  // Takes the answers that are there.
+  void drain() {
+    char bytes[256];
+    while (::recv(socket_.get(), bytes, sizeof bytes, MSG_DONTWAIT) > 0) {
+    }
+  }
   RawReply exchange(const std::string& packet) {
-    if (::send(socket_.get(), packet.data(), packet.size(), MSG_NOSIGNAL) < 0) return {};
+    if (!send(packet)) return {};
     char bytes[256];
     const ssize_t count = ::recv(socket_.get(), bytes, sizeof bytes, 0);
     RawReply reply;

@@ -1,14 +1,13 @@
 // What crosses for web view commands: layouts, the proxy, the receiver, and damaged messages.
 #include "tests/support/ChromeFixture.h"
-#include "tests/support/CopiedBlobs.h"
 #include "tests/support/Mutator.h"
 #include "tests/support/StandardErrorPipe.h"
+#include "tests/webview/commands/HandmadeBlobs.h"
 #include "webview/commands/CommandMessages.h"
 #include "webview/commands/CommandReceiver.h"
 #include "webview/commands/CommandTable.h"
 
 #include <algorithm>
-#include <cstring>
 #include <map>
 
 namespace {
@@ -19,43 +18,10 @@ using Tessel::Platform::Message;
 using Tessel::Platform::serializeMessage;
 using Tessel::Platform::TypedReplyBuffer;
 using Tessel::Platform::Testing::StandardErrorPipe;
+using test_support::blobsByHand;
 using test_support::CopiedBlobs;
+using test_support::wordOf;
 using ::testing::HasSubstr;
-
-std::string wordOf(unsigned int value) {
-  std::string bytes(4, '\0');
-  std::memcpy(bytes.data(), &value, 4);
-  return bytes;
-}
-
-// The blobs of a message of those fields, written without the code that is tested.
-CopiedBlobs blobsByHand(int type, std::string_view fields) {
-  CopiedBlobs blobs;
-  std::string record = wordOf(static_cast<unsigned int>(type)) + wordOf(1);
-  for (int i = 0; i < 6; ++i) record += wordOf(0);
-  std::vector<std::string> others;
-  unsigned int value = 77;
-  for (const char field : fields) {
-    if (field == 'b') {
-      record += '\1';
-      others.emplace_back("\1");
-      continue;
-    }
-    record.resize((record.size() + 3) / 4 * 4);
-    record += field == 's' ? wordOf(0) : wordOf(value);
-    if (field == 's') {
-      others.emplace_back("\1");
-      others.emplace_back("t\xc3\xa4\0xt\0"sv);
-    } else {
-      others.push_back(wordOf(value++));
-    }
-  }
-  record.resize((record.size() + 3) / 4 * 4);
-  record.replace(28, 4, wordOf(static_cast<unsigned int>(record.size())));
-  blobs.bytes.push_back(record);
-  blobs.bytes.insert(blobs.bytes.end(), others.begin(), others.end());
-  return blobs;
-}
 
 // Commands have their web view's handle first.
 CopiedBlobs blobsByHand(const CommandRow& row) {

@@ -1,0 +1,59 @@
+// What strangers say to the listener of web processes: only a token that was issued lets one in.
+#include "engine/webkit/LinkListener.h"
+#include "engine/webkit/link/Frame.h"
+#include "tests/fuzz/Fuzz.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <cstring>
+
+using Tessel::Platform::UniqueFd;
+
+namespace {
+
+int welcomed = 0;
+
+LinkListener& listener() {
+  static auto* const made =
+      new LinkListener(fuzz::folder(), [](UniqueFd, pid_t, const std::string&) { ++welcomed; });
+  return *made;
+}
+
+UniqueFd connected() {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  listener().address().copy(address.sun_path, sizeof address.sun_path - 1);
+  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  fuzz::require(::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) ==
+                0);
+  return socket;
+}
+
+void settle() {
+  while (g_main_context_iteration(nullptr, FALSE)) {
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  fuzz::Input input(data, size);
+  const bool isSound = input.ConsumeBool();
+  link_protocol::FrameHeader header{32, 0, 0, 0, 0};
+  if (!isSound) fuzz::overwrite(input, header);
+  const bool hasToken = input.ConsumeBool();
+  std::string token = hasToken ? listener().issueToken() : input.ConsumeBytesAsString(32);
+  const std::string greeting = std::string(reinterpret_cast<const char*>(&header), sizeof header) +
+                               token + input.ConsumeRandomLengthString();
+  const UniqueFd socket = connected();
+  settle();
+  welcomed = 0;
+  const auto cut = input.ConsumeIntegralInRange<std::size_t>(0, greeting.size());
+  for (const auto& part : {greeting.substr(0, cut), greeting.substr(cut)}) {
+    ::send(socket.get(), part.data(), part.size(), MSG_NOSIGNAL);
+    settle();
+  }
+  fuzz::require(welcomed == (hasToken && header.size == 32 && header.kind == 0 ? 1 : 0));
+  return 0;
+}
