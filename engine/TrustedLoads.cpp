@@ -19,7 +19,8 @@ bool isOfWeb(std::string_view scheme) {
   return scheme == "http" || scheme == "https" || scheme == "ws" || scheme == "wss";
 }
 
-// The decoded path of a file of this machine; empty for what could lead anywhere else.
+// The path of a file of this machine, encoded in one way only: an origin's text is read as an
+// address again, and must not be another one then. Empty for what could lead anywhere else.
 std::string filePath(GUri* uri) {
   const char* host = g_uri_get_host(uri);
   if (host && *host && g_ascii_strcasecmp(host, "localhost") != 0) return {};
@@ -27,7 +28,19 @@ std::string filePath(GUri* uri) {
   std::string path = decoded ? decoded : "";
   g_free(decoded);
   if (!path.starts_with('/') || (path + "/").find("/../") != std::string::npos) return {};
+  gchar* const encoded =
+      g_uri_escape_string(path.c_str(), "/" G_URI_RESERVED_CHARS_ALLOWED_IN_PATH_ELEMENT, TRUE);
+  path = encoded;
+  g_free(encoded);
   return path;
+}
+
+// Whether a host's name, decoded, is one and nothing else. The engine has taken all others apart.
+bool isHost(std::string_view host) {
+  return std::all_of(host.begin(), host.end(), [](unsigned char c) {
+    return g_ascii_isalnum(c) || c >= 0x80 ||
+           std::string_view("-._~:").find(c) != std::string_view::npos;
+  });
 }
 
 struct Address {
@@ -44,7 +57,8 @@ Address readAddress(std::string_view url) {
   const char* host = g_uri_get_host(uri);
   if (scheme == "file") {
     address = {scheme, filePath(uri)};
-  } else if (scheme == "local" || (isOfWeb(scheme) && host && *host)) {
+  } else if (isHost(host ? host : "") &&
+             (scheme == "local" || (isOfWeb(scheme) && host && *host))) {
     address = {scheme, host ? host : ""};
     gchar* lower = g_ascii_strdown(address.place.c_str(), -1);
     address.place = lower;

@@ -27,6 +27,19 @@ TEST(OriginTest, CountsWholeAndOfFilesIsTheFolder) {
   EXPECT_FALSE(holds("about:blank", "about:blank"));
 }
 
+// Its text is an address, which is read again: of whoever calls, to see what he may.
+TEST(OriginTest, ItsTextIsOfTheSameOrigin) {
+  for (const char* url : {"file:///opt/%2562oard/x", "file:///opt/board%23x/y",
+                          "file:///a%20b/%3f/z", "http://A.example:8080/x", "http://[::1]/"}) {
+    const auto text = Origin::of(url).text();
+    EXPECT_EQ(Origin::of(text.view()).text(), text);
+    EXPECT_TRUE(Origin::of(url).holds(url)) << text.utf8();
+  }
+  EXPECT_FALSE(Origin::of("file:///opt/board/").holds("file:///opt/%2562oard/x"));
+  EXPECT_EQ(Origin::of("file:///opt/%2562oard/x").text(), "file:///opt/%2562oard/");
+  EXPECT_TRUE(Origin::of("http://a%2fb/").isNone());
+}
+
 class TrustedLoadsTest : public testing::Test {
  protected:
   // What the engine does for a document that arrives; the last address is where it ends.
