@@ -107,6 +107,7 @@ struct Registered {
   std::mutex mutex;
   pid_t owner = 0;
   std::vector<std::string> paths;
+  std::vector<std::pair<std::string, std::string>> beginnings;  // a folder's, of names in it
 };
 
 Registered& registered() {
@@ -114,16 +115,38 @@ Registered& registered() {
   return *files;
 }
 
+// With the lock of the caller.
+void hookExit(Registered& files) {
+  static bool isHooked = false;
+  if (!std::exchange(isHooked, true)) std::atexit(removeRegisteredFiles);
+  // What a process has inherited is its parent's.
+  if (std::exchange(files.owner, ::getpid()) == ::getpid()) return;
+  files.paths.clear();
+  files.beginnings.clear();
+}
+
+void removeBeginning(const std::string& folder, const std::string& prefix) {
+  std::error_code unreadable;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, unreadable)) {
+    if (!entry.path().filename().string().starts_with(prefix)) continue;
+    std::filesystem::remove_all(entry.path(), unreadable);
+  }
+}
+
 }  // namespace
 
 void removeAtExit(const std::string& path) {
   Registered& files = registered();
   const std::lock_guard lock(files.mutex);
-  static bool isHooked = false;
-  if (!std::exchange(isHooked, true)) std::atexit(removeRegisteredFiles);
-  // What a process has inherited is its parent's.
-  if (std::exchange(files.owner, ::getpid()) != ::getpid()) files.paths.clear();
+  hookExit(files);
   files.paths.push_back(path);
+}
+
+void removeAtExit(const std::string& folder, const std::string& prefix) {
+  Registered& files = registered();
+  const std::lock_guard lock(files.mutex);
+  hookExit(files);
+  files.beginnings.emplace_back(folder, prefix);
 }
 
 void removeRegisteredFiles() {
@@ -131,7 +154,9 @@ void removeRegisteredFiles() {
   const std::lock_guard lock(files.mutex);
   if (files.owner != ::getpid()) return;
   for (const std::string& path : files.paths) ::remove(path.c_str());
+  for (const auto& [folder, prefix] : files.beginnings) removeBeginning(folder, prefix);
   files.paths.clear();
+  files.beginnings.clear();
 }
 
 ClaimedFolder claimDataFolder(const std::string& name) {

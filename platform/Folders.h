@@ -21,6 +21,8 @@ void removeSocketsOfTheDead(const std::string& folder, const char* prefix);
 // Removes a file, such as a socket, or an empty folder when this process ends by exit(3), or is
 // told to. Not in processes that it has forked meanwhile.
 void removeAtExit(const std::string& path);
+// Likewise all in a folder whose names begin so, with what they hold.
+void removeAtExit(const std::string& folder, const std::string& prefix);
 // For those who end by _exit(2).
 void removeRegisteredFiles();
 

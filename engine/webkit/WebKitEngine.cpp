@@ -4,6 +4,7 @@
 #include "engine/webkit/LocalScheme.h"
 #include "engine/webkit/WebKitPage.h"
 #include "platform/Log.h"
+#include "platform/os/SandboxFiles.h"
 
 #include <cerrno>
 #include <cstring>
@@ -49,6 +50,7 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
   engine->inspector_.shut();
   engine->localRoot_ = places.localRoot;
   engine->sandbox_ = places.sandbox;
+  if (places.sandbox == PageSandbox::Bubblewrap) Tessel::Platform::removeSandboxFilesAtExit();
   engine->prepare(engine->context_);
   engine->downloads_ = std::make_unique<Downloads>();
   engine->downloads_->listenTo(engine->context_);
@@ -112,6 +114,8 @@ WebKitWebContext* WebKitEngine::context(bool isPrivate) {
 // Once for each web process, when it is started.
 void WebKitEngine::onInitializeModules(WebKitWebContext* context, gpointer data) {
   auto* self = static_cast<WebKitEngine*>(data);
+  // What those before it have left, so that it does not become more.
+  if (self->sandbox_ == PageSandbox::Bubblewrap) Tessel::Platform::removeSandboxLeftovers();
   webkit_web_context_set_web_extensions_directory(context, self->moduleFolder_.c_str());
   webkit_web_context_set_web_extensions_initialization_user_data(
       context,

@@ -1,16 +1,20 @@
 // The folders of the user: whose they are, and which process has them.
 #include "platform/Folders.h"
+#include "platform/os/SandboxFiles.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
+#include <set>
 #include <vector>
 
 namespace Tessel::Platform {
@@ -143,13 +147,56 @@ TEST_F(RuntimeFolderTest, WhatOthersCanReachIsRefused) {
   EXPECT_EQ(runtimeFolder(), "");
 }
 
+TEST_F(RuntimeFolderTest, WhatTheSandboxHasLeftGoesWithItsProcesses) {
+  const pid_t ended = fork();
+  if (ended == 0) _exit(0);
+  waitpid(ended, nullptr, 0);
+  const std::string own = ".flatpak/webkit-" + std::to_string(getpid());
+  const auto info = [](pid_t pid) { return "{\n  \"child-pid\": " + std::to_string(pid) + "\n}"; };
+  base_.write(".flatpak/webkit-" + std::to_string(ended) + "-1/bwrapinfo.json", info(getpid()));
+  base_.write(own + "-1/bwrapinfo.json", info(ended));
+  base_.write(own + "-2/bwrapinfo.json", info(getpid()));
+  base_.write(own + "-3/empty", "");
+  base_.write(own + "-4/empty", "");
+  const auto makeOld = [&](const std::string& name) {
+    const timespec longAgo[2]{{1000000, 0}, {1000000, 0}};
+    utimensat(AT_FDCWD, (base_.path() / name).c_str(), longAgo, AT_SYMLINK_NOFOLLOW);
+  };
+  makeOld(own + "-4");
+  fs::create_directory(base_.path() / "webkitgtk");
+  const auto bindTo = [&](const std::string& name) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    (base_.path() / name).string().copy(address.sun_path, sizeof address.sun_path - 1);
+    UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    EXPECT_EQ(bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    return socket;
+  };
+  bindTo("webkitgtk/new");
+  bindTo("webkitgtk/old");
+  const UniqueFd used = bindTo("webkitgtk/used");
+  makeOld("webkitgtk/old");
+  makeOld("webkitgtk/used");
+
+  removeSandboxLeftovers();
+  std::set<std::string> left;
+  for (const char* folder : {".flatpak", "webkitgtk"}) {
+    for (const auto& entry : fs::directory_iterator(base_.path() / folder)) {
+      left.insert(fs::relative(entry.path(), base_.path()));
+    }
+  }
+  EXPECT_EQ(left,
+            (std::set<std::string>{own + "-2", own + "-3", "webkitgtk/new", "webkitgtk/used"}));
+}
+
 TEST(RemoveAtExitTest, AFileGoesWithTheProcessThatMadeItAndWithNoOther) {
   const test_support::TemporaryFolder folder;
-  folder.write("socket", "");
+  for (const char* name : {"socket", "web-1/file", "webs/file"}) folder.write(name, "");
   const fs::path path = folder.path() / "socket";
   const pid_t process = fork();
   if (process == 0) {
     removeAtExit(path);
+    removeAtExit(folder.path(), "web-");
     const pid_t forked = fork();
     if (forked == 0) std::exit(0);
     waitpid(forked, nullptr, 0);
@@ -159,6 +206,8 @@ TEST(RemoveAtExitTest, AFileGoesWithTheProcessThatMadeItAndWithNoOther) {
   ASSERT_EQ(waitpid(process, &status, 0), process);
   EXPECT_EQ(status, 0) << "a forked process has taken it along";
   EXPECT_FALSE(fs::exists(path));
+  EXPECT_FALSE(fs::exists(folder.path() / "web-1"));
+  EXPECT_TRUE(fs::exists(folder.path() / "webs/file"));
 }
 
 }  // namespace
