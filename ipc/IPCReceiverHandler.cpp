@@ -4,6 +4,7 @@
 #include "ipc/CookieExchange.h"
 #include "ipc/IPCReceiverWebView.h"
 #include "ipc/ProcessMessages.h"
+#include "platform/Folders.h"
 #include "platform/Log.h"
 #include "platform/Process.h"
 #include "platform/graphics/Window.h"
@@ -107,5 +108,7 @@ void IPCReceiverHandler::connectionDied(int connectionId) const {
   logAlways(LogError, "Received unexpected connection death %d from parent process! Exiting %s...",
             connectionId, Tessel::Platform::processName());
   logAlways(LogError, "Exit %s: %d", Tessel::Platform::processName(), 128 + SIGKILL);
+  // Killed, it could not; the next program would have to.
+  Tessel::Platform::removeRegisteredFiles();
   ::kill(0, SIGKILL);
 }
