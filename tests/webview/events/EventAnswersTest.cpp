@@ -1,5 +1,4 @@
-// What the chrome's answers do to events beyond what tests/fuzz checks of every key: words, web
-// views, order, and what is reported.
+// What the chrome's answers do to events: words, web views, order, and what is reported.
 #include "engine/OrvWebEvents.h"
 #include "tests/support/ChromeFixture.h"
 #include "webview/events/EventForwarding.h"
