@@ -3,7 +3,7 @@
 
 #include "bindings/Arguments.h"
 #include "engine/OrvWebEvents.h"
-#include "engine/remembered/LoginStore.h"
+#include "engine/autofill/LoginStore.h"
 
 namespace {
 

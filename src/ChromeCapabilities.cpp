@@ -2,7 +2,7 @@
 #include "ChromeCapabilities.h"
 
 #include "EngineStart.h"
-#include "engine/webkit/LocalScheme.h"
+#include "engine/webkit/network/LocalScheme.h"
 #include "platform/Log.h"
 #include "platform/UniqueFd.h"
 

@@ -1,8 +1,8 @@
 // The WebKitGTK engine of a process. Main thread.
 #include "engine/webkit/WebKitEngine.h"
 
-#include "engine/webkit/LocalScheme.h"
 #include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/network/LocalScheme.h"
 #include "platform/Log.h"
 
 #include <cerrno>

@@ -3,13 +3,13 @@
 #pragma once
 
 #include "engine/Page.h"
-#include "engine/remembered/LoginStore.h"
-#include "engine/remembered/RememberedTexts.h"
-#include "engine/webkit/Downloads.h"
-#include "engine/webkit/EngineInspector.h"
-#include "engine/webkit/Resources.h"
-#include "engine/webkit/SharedCookies.h"
-#include "engine/webkit/WebProcessLinks.h"
+#include "engine/autofill/LoginStore.h"
+#include "engine/autofill/RememberedTexts.h"
+#include "engine/webkit/inspector/EngineInspector.h"
+#include "engine/webkit/link/WebProcessLinks.h"
+#include "engine/webkit/network/Downloads.h"
+#include "engine/webkit/network/Resources.h"
+#include "engine/webkit/network/SharedCookies.h"
 #include "platform/Folders.h"
 #include "platform/os/PageSandbox.h"
 

@@ -2,13 +2,13 @@
 #include "engine/webkit/WebKitPage.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/Dialogs.h"
-#include "engine/webkit/EngineValues.h"
-#include "engine/webkit/FailurePage.h"
-#include "engine/webkit/PageCapture.h"
 #include "engine/webkit/PageReports.h"
-#include "engine/webkit/SiteDataStore.h"
 #include "engine/webkit/WebKitEngine.h"
+#include "engine/webkit/base/EngineValues.h"
+#include "engine/webkit/features/Dialogs.h"
+#include "engine/webkit/features/PageCapture.h"
+#include "engine/webkit/network/FailurePage.h"
+#include "engine/webkit/network/SiteDataStore.h"
 #include "platform/Log.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 
