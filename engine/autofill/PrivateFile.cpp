@@ -100,6 +100,6 @@ bool PrivateFile::replace(const String& text) const {
   return false;
 }
 
-std::string rememberedFolder() {
+std::string autofillFolder() {
   return std::string(g_get_user_data_dir()) + "/pagehost/remembered";
 }

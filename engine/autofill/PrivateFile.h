@@ -51,4 +51,4 @@ class PrivateFile {
 };
 
 // Where the user's pages of all processes have it.
-std::string rememberedFolder();
+std::string autofillFolder();

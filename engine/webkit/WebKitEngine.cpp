@@ -77,9 +77,9 @@ WebKitEngine::~WebKitEngine() {
   }
 }
 
-void WebKitEngine::forget(Remembered what) {
-  if (what == Remembered::Texts) return texts_.clear();
-  logins_->clear();
+void WebKitEngine::forget(AutofillData what) {
+  if (what == AutofillData::Texts) return formHistory_.clear();
+  passwords_->clear();
   proxyLogin_ = {};
 }
 

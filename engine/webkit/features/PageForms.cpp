@@ -50,7 +50,8 @@ void PageForms::fieldText(const Details& details) {
       !page_.wants(OrvWebEvent::FormAutofillRequestEvent)) {
     return;
   }
-  auto items = page_.engine().texts().offered(details[0].stringValue(), details[1].stringValue());
+  auto items =
+      page_.engine().formHistory().offered(details[0].stringValue(), details[1].stringValue());
   if (items.empty()) return endOffer();
   if (offering_ && items == offered_) return;
   offering_ = true;
@@ -85,7 +86,7 @@ void PageForms::typed(const Details& details) {
   for (std::size_t i = 0; i + 1 < details.size(); i += 2) {
     texts.emplace_back(details[i].stringValue(), details[i + 1].stringValue());
   }
-  page_.engine().texts().remember(texts);
+  page_.engine().formHistory().remember(texts);
 }
 
 bool PageForms::savesLogins() const {
@@ -106,7 +107,7 @@ void PageForms::loginForm(const Details& details) {
 
 void PageForms::fillLogin(const String& origin, const String& username) {
   if (!isOfServer(origin)) return;
-  for (const SavedLogin& login : page_.engine().logins().of(origin)) {
+  for (const SavedLogin& login : page_.engine().passwords().of(origin)) {
     if (!username.isEmpty() && login.username != username) continue;
     return page_.act("fillLogin", {origin, login.username, login.password});
   }

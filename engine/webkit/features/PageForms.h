@@ -3,7 +3,7 @@
 #pragma once
 
 #include "engine/JavaScriptVariant.h"
-#include "engine/autofill/LoginStore.h"
+#include "engine/autofill/PasswordStore.h"
 
 #include <webkit2/webkit2.h>
 

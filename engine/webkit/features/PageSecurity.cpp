@@ -9,7 +9,7 @@
 #include "engine/OrvWebEvents.h"
 #include "engine/webkit/WebKitPage.h"
 #include "engine/webkit/base/EngineValues.h"
-#include "engine/webkit/features/PageQuestions.h"
+#include "engine/webkit/features/PagePrompts.h"
 
 using Tessel::Platform::concat;
 using Tessel::Platform::String;
@@ -140,7 +140,7 @@ void PageSecurity::refuse(const String& url, const SSLConnectionInfo& connection
   OrvWebSSLHandshakingFailedEvent event;
   event.connectionInfo = connection;
   event.url = url;
-  event.streamId = nextQuestionNumber();
+  event.streamId = nextPromptNumber();
   if (refused_.size() >= mostRefused) refused_.erase(refused_.begin());
   SSLCertificateInfo certificate;
   certificate.host = connection.host;

@@ -3,7 +3,7 @@
 
 #include "engine/OrvWebEvents.h"
 #include "engine/webkit/WebKitPage.h"
-#include "engine/webkit/features/PageQuestions.h"
+#include "engine/webkit/features/PagePrompts.h"
 #include "platform/Log.h"
 
 using Tessel::Platform::logAlways;
@@ -42,11 +42,11 @@ GtkWidget* PageWindows::onCreate(WebKitWebView* view, WebKitNavigationAction* ac
   event.url = String(webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
   event.windowName = String(webkit_navigation_action_get_frame_name(action));
   event.isPopup = webkit_navigation_action_is_user_gesture(action) == FALSE;
-  event.waitHandle = nextQuestionNumber();
+  event.waitHandle = nextPromptNumber();
   event.view = opener->client()->popupView();
   const unsigned int number = event.waitHandle();
   // The opener stands still for as long as this takes.
-  const auto pause = opener->parts()->watch.pauseFor();
+  const auto pause = opener->parts()->hangMonitor.pauseFor();
   opener->raise(event);
   if (!opener->client() || event.isPreventDefault() ||
       event.action() == OrvWebOpenWindowAction::DISCARD) {

@@ -61,7 +61,7 @@ gboolean HostLink::onReadable(gint, GIOCondition, gpointer data) {
   auto* self = static_cast<HostLink*>(data);
   const bool alive = self->socket_.receive(self->arrived_, LinkSocket::Mode::Poll);
   self->serveArrived();
-  self->standStill();
+  self->suspend();
   if (alive) return G_SOURCE_CONTINUE;
   self->readSource_ = 0;
   self->breakLink();
@@ -72,7 +72,7 @@ gboolean HostLink::onIdle(gpointer data) {
   auto* self = static_cast<HostLink*>(data);
   self->idleSource_ = 0;
   self->serveArrived();
-  self->standStill();
+  self->suspend();
   return G_SOURCE_REMOVE;
 }
 
@@ -93,7 +93,7 @@ void HostLink::serveArrived() {
   }
 }
 
-void HostLink::standStill() {
+void HostLink::suspend() {
   // An open question goes first; its end comes by here again.
   if (standsStill_ || openQuestions_ > 0) return;
   standsStill_ = true;

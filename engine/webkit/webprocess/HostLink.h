@@ -44,7 +44,7 @@ class HostLink {
   bool report(std::uint64_t page, const FunctionCall& report);
   // Serves the program, and does nothing else, for as long as the delegate is deferred and the
   // program is there.
-  void standStill();
+  void suspend();
 
  private:
   HostLink(link_protocol::LinkSocket socket, HostLinkDelegate& delegate);

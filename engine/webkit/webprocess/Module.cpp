@@ -2,11 +2,11 @@
 // the object through which they call native functions, runs the program's calls of page
 // functions, and adds the extra headers of requests. Web process, main thread only.
 #include "engine/webkit/base/ObjectPointer.h"
+#include "engine/webkit/webprocess/ContentScript.h"
 #include "engine/webkit/webprocess/HostLink.h"
 #include "engine/webkit/webprocess/Lockdown.h"
 #include "engine/webkit/webprocess/PageApi.h"
 #include "engine/webkit/webprocess/PageScripts.h"
-#include "engine/webkit/webprocess/Probe.h"
 
 #include <jsc/jsc.h>
 #include <libsoup/soup.h>
@@ -36,8 +36,8 @@ constexpr std::size_t longestAskedAddress = 2u << 20;
 struct PageRecord {
   PageSetup setup;
   ObjectPointer<WebKitFrame> mainFrame;
-  PageFunctions functions;  // of the document that is in the main frame now
-  Probe probe;              // in the same document
+  PageFunctions functions;      // of the document that is in the main frame now
+  ContentScript contentScript;  // in the same document
 };
 
 class Module final : public HostLinkDelegate {
@@ -60,8 +60,8 @@ class Module final : public HostLinkDelegate {
   static void onPageGone(gpointer number, GObject* page);
   static void onWindowObjectCleared(WebKitScriptWorld*, WebKitWebPage* page, WebKitFrame* frame,
                                     gpointer self);
-  static void onProbeWorldCleared(WebKitScriptWorld*, WebKitWebPage* page, WebKitFrame* frame,
-                                  gpointer self);
+  static void onContentWorldCleared(WebKitScriptWorld*, WebKitWebPage* page, WebKitFrame* frame,
+                                    gpointer self);
   static gboolean onSendRequest(WebKitWebPage* page, WebKitURIRequest* request,
                                 WebKitURIResponse* redirect, gpointer self);
 
@@ -78,7 +78,7 @@ class Module final : public HostLinkDelegate {
 
   std::unique_ptr<HostLink> link_;
   std::string token_;
-  WebKitScriptWorld* probeWorld_ = nullptr;
+  WebKitScriptWorld* contentWorld_ = nullptr;
   std::map<std::uint64_t, PageRecord> pages_;
 };
 
@@ -148,8 +148,8 @@ void Module::start(WebKitWebExtension* extension, const std::string& address,
   g_signal_connect(extension, "page-created", G_CALLBACK(onPageCreated), this);
   g_signal_connect(webkit_script_world_get_default(), "window-object-cleared",
                    G_CALLBACK(onWindowObjectCleared), this);
-  probeWorld_ = webkit_script_world_new();
-  g_signal_connect(probeWorld_, "window-object-cleared", G_CALLBACK(onProbeWorldCleared), this);
+  contentWorld_ = webkit_script_world_new();
+  g_signal_connect(contentWorld_, "window-object-cleared", G_CALLBACK(onContentWorldCleared), this);
 }
 
 void Module::lockDown(const std::string& sandbox, const std::string& moduleFolder) {
@@ -167,7 +167,7 @@ void Module::onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer da
   g_signal_connect(page, "send-request", G_CALLBACK(onSendRequest), self);
   g_signal_connect(page, "document-loaded", G_CALLBACK(onDocumentLoaded), self);
   g_signal_connect(page, "console-message-sent", G_CALLBACK(onConsoleMessage), self);
-  WebKitWebFormManager* forms = webkit_web_page_get_form_manager(page, self->probeWorld_);
+  WebKitWebFormManager* forms = webkit_web_page_get_form_manager(page, self->contentWorld_);
   g_signal_connect(forms, "will-submit-form", G_CALLBACK(onSubmitForm), GSIZE_TO_POINTER(number));
   g_signal_connect(forms, "form-controls-associated", G_CALLBACK(onFormsChanged),
                    GSIZE_TO_POINTER(number));
@@ -181,7 +181,7 @@ void Module::onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer da
   const auto answer = self->link_->ask(FrameKind::PageCreated, number, std::string_view());
   if (answer) decode(*answer, record.setup);
   // Before it asks for anything.
-  self->link_->standStill();
+  self->link_->suspend();
 }
 
 // The engine has one thread for all pages of the process: with one, all stand still.
@@ -199,14 +199,14 @@ void Module::onSubmitForm(WebKitWebFormManager*, JSCValue* form, WebKitFrame* so
   // Forms of frames inside a page may be anybody's: they are left alone.
   if (!webkit_frame_is_main_frame(source)) return;
   const auto found = module().pages_.find(GPOINTER_TO_SIZE(number));
-  if (found != module().pages_.end()) found->second.probe.formSubmitted(form);
+  if (found != module().pages_.end()) found->second.contentScript.formSubmitted(form);
 }
 
 void Module::onFormsChanged(WebKitWebFormManager*, WebKitFrame* frame, GPtrArray*,
                             gpointer number) {
   if (!webkit_frame_is_main_frame(frame)) return;
   const auto found = module().pages_.find(GPOINTER_TO_SIZE(number));
-  if (found != module().pages_.end()) found->second.probe.formsChanged();
+  if (found != module().pages_.end()) found->second.contentScript.formsChanged();
 }
 
 void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page,
@@ -236,9 +236,9 @@ void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page
                   });
   }
   self->prepareDocument(context.get(), number, record);
-  // The probe's world is made by asking for it.
-  const ObjectPointer<JSCContext> probe(
-      webkit_frame_get_js_context_for_script_world(frame, self->probeWorld_));
+  // The content script's world is made by asking for it.
+  const ObjectPointer<JSCContext> content(
+      webkit_frame_get_js_context_for_script_world(frame, self->contentWorld_));
 }
 
 // The program checks every call besides, by what it knows the page to show: this only keeps the
@@ -267,23 +267,23 @@ void Module::prepareDocument(JSCContext* context, std::uint64_t number, const Pa
   if (script && !script->empty()) evaluate(script->data(), static_cast<gssize>(script->size()));
 }
 
-void Module::onProbeWorldCleared(WebKitScriptWorld* world, WebKitWebPage* page, WebKitFrame* frame,
-                                 gpointer data) {
+void Module::onContentWorldCleared(WebKitScriptWorld* world, WebKitWebPage* page,
+                                   WebKitFrame* frame, gpointer data) {
   if (!webkit_frame_is_main_frame(frame)) return;
   auto* self = static_cast<Module*>(data);
   const std::uint64_t number = webkit_web_page_get_id(page);
   PageRecord& record = self->pages_[number];
   const ObjectPointer<JSCContext> context(
       webkit_frame_get_js_context_for_script_world(frame, world));
-  record.probe.start(context.get(),
-                     [number](const FunctionCall& report) { module().report(number, report); });
-  record.probe.watch(record.setup.watched);
+  record.contentScript.start(
+      context.get(), [number](const FunctionCall& report) { module().report(number, report); });
+  record.contentScript.watch(record.setup.watched);
 }
 
 void Module::act(std::uint64_t page, const FunctionCall& action) {
   const auto found = pages_.find(page);
   if (found == pages_.end()) return;
-  const std::string problem = found->second.probe.act(action);
+  const std::string problem = found->second.contentScript.act(action);
   if (!problem.empty()) link_->tell(FrameKind::Log, page, problem);
 }
 
@@ -354,7 +354,7 @@ void Module::setupChanged(std::uint64_t page, const PageSetup& setup) {
   const auto found = pages_.find(page);
   if (found == pages_.end()) return;
   found->second.setup = setup;
-  found->second.probe.watch(setup.watched);
+  found->second.contentScript.watch(setup.watched);
 }
 
 void Module::report(WebKitWebPage* page, const char* what, std::vector<JavaScriptVariant> details) {

@@ -1,4 +1,4 @@
-// The forms of a document, in the script world of probe.js: tells what the user types into them and
+// The forms of a document, in the script world of content.js: tells what the user types into them and
 // sends, and fills in what was remembered of it. Called with a function that reports, one that fills
 // a field in and one that says whether somebody has typed into it; gives back the actions, by name.
 //

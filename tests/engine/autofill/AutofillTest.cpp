@@ -1,6 +1,6 @@
 // What is remembered of forms and log-ins, in its files. Main thread.
-#include "engine/autofill/LoginStore.h"
-#include "engine/autofill/RememberedTexts.h"
+#include "engine/autofill/FormHistory.h"
+#include "engine/autofill/PasswordStore.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
@@ -14,7 +14,7 @@ using Tessel::Platform::String;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class RememberedTest : public testing::Test {
+class AutofillTest : public testing::Test {
  protected:
   std::string file(const char* name) const { return folder_ + "/" + name; }
   static mode_t modeOf(const std::string& path) {
@@ -27,30 +27,30 @@ class RememberedTest : public testing::Test {
   const std::string folder_ = parent_ + "/remembered";
 };
 
-TEST_F(RememberedTest, WhatIsRememberedOfFormsHasBounds) {
-  RememberedTexts texts(folder_);
-  const std::string longText(RememberedTexts::longestText + 1, 'x');
-  const std::string longName(RememberedTexts::longestName + 1, 'n');
+TEST_F(AutofillTest, WhatIsRememberedOfFormsHasBounds) {
+  FormHistory texts(folder_);
+  const std::string longText(FormHistory::longestText + 1, 'x');
+  const std::string longName(FormHistory::longestName + 1, 'n');
   texts.remember({{"", "a"}, {"blank", "  "}, {"long", longText}, {longName, "a"}});
   EXPECT_FALSE(std::filesystem::exists(folder_));
   for (int i = 0; i < 100; ++i) texts.remember({{"field", std::to_string(i)}});
-  EXPECT_EQ(texts.offered("field", "").size(), RememberedTexts::mostOffered);
+  EXPECT_EQ(texts.offered("field", "").size(), FormHistory::mostOffered);
   EXPECT_EQ(texts.offered("field", "").front(), String("99"));
   EXPECT_THAT(texts.offered("field", "7"), IsEmpty());
-  for (std::size_t i = 0; i < RememberedTexts::mostFields; ++i) {
+  for (std::size_t i = 0; i < FormHistory::mostFields; ++i) {
     texts.remember({{std::to_string(i), "one"}});
   }
   EXPECT_THAT(texts.offered("field", ""), IsEmpty());
   EXPECT_THAT(texts.offered("0", ""), ElementsAre("one"));
 }
 
-TEST_F(RememberedTest, LogInsAreSavedByPlaceAndName) {
-  FileLoginStore store(folder_);
+TEST_F(AutofillTest, LogInsAreSavedByPlaceAndName) {
+  FilePasswordStore store(folder_);
   EXPECT_TRUE(store.save({"https://b.example", "ann", "one"}));
   EXPECT_TRUE(store.save({"https://a.example", "ann", "two"}));
   EXPECT_TRUE(store.save({"https://b.example", "bob", "three"}));
   EXPECT_TRUE(store.save({"https://b.example", "ann", "\"four\"\n"}));
-  FileLoginStore other(folder_);
+  FilePasswordStore other(folder_);
   EXPECT_THAT(other.of("https://b.example"),
               ElementsAre(SavedLogin{"https://b.example", "ann", "\"four\"\n"},
                           SavedLogin{"https://b.example", "bob", "three"}));
@@ -66,14 +66,14 @@ TEST_F(RememberedTest, LogInsAreSavedByPlaceAndName) {
   EXPECT_THAT(other.list(), IsEmpty());
   // What would not fit is refused, not cut.
   EXPECT_FALSE(store.save({"https://a.example", "ann", ""}));
-  EXPECT_FALSE(
-      store.save({"https://a.example", "ann", std::string(FileLoginStore::longestText + 1, 'x')}));
+  EXPECT_FALSE(store.save(
+      {"https://a.example", "ann", std::string(FilePasswordStore::longestText + 1, 'x')}));
   EXPECT_THAT(store.list(), IsEmpty());
 }
 
-TEST_F(RememberedTest, NobodyElseReadsTheFilesAndNothingIsLeftBeside) {
+TEST_F(AutofillTest, NobodyElseReadsTheFilesAndNothingIsLeftBeside) {
   const mode_t before = ::umask(0);
-  FileLoginStore store(folder_);
+  FilePasswordStore store(folder_);
   EXPECT_TRUE(store.save({"https://a.example", "ann", "one"}));
   EXPECT_TRUE(store.save({"https://a.example", "bob", "two"}));
   ::umask(before);
@@ -86,8 +86,8 @@ TEST_F(RememberedTest, NobodyElseReadsTheFilesAndNothingIsLeftBeside) {
   EXPECT_THAT(names, testing::UnorderedElementsAre("logins.json", "logins.json.lock"));
 }
 
-TEST_F(RememberedTest, AFileThatIsNoneOfOursIsNotFollowedOrTrusted) {
-  FileLoginStore store(folder_);
+TEST_F(AutofillTest, AFileThatIsNoneOfOursIsNotFollowedOrTrusted) {
+  FilePasswordStore store(folder_);
   ASSERT_TRUE(store.save({"https://a.example", "ann", "one"}));
   for (const std::string text : {"", "{", "[]", "{\"logins\":7}", "{\"logins\":[7,null,{}]}"}) {
     std::ofstream(file("logins.json")) << text;
@@ -102,8 +102,8 @@ TEST_F(RememberedTest, AFileThatIsNoneOfOursIsNotFollowedOrTrusted) {
   EXPECT_EQ(temporary_.read("elsewhere"), "secret");
 }
 
-TEST_F(RememberedTest, ALockThatIsNeverGivenUpFailsTheChange) {
-  FileLoginStore store(folder_);
+TEST_F(AutofillTest, ALockThatIsNeverGivenUpFailsTheChange) {
+  FilePasswordStore store(folder_);
   ASSERT_TRUE(store.save({"https://a.example", "ann", "one"}));
   const std::string before = temporary_.read("remembered/logins.json");
   const Tessel::Platform::UniqueFd lock(::open(file("logins.json.lock").c_str(), O_RDWR));

@@ -141,7 +141,7 @@ TEST_F(HostLinkTest, AProcessThatStandsStillServesTheProgramAndNothingElse) {
     post("b");
   });
   EXPECT_EQ(ask("question"), "an open question goes first");
-  link_->standStill();
+  link_->suspend();
   EXPECT_TRUE(runUntilRan("forbidden a forbidden b ")) << ran_;
   EXPECT_TRUE(iterateUntil([&] { return otherRan; }));
 }
@@ -158,7 +158,7 @@ TEST_F(HostLinkTest, AQuestionToAProgramThatHasGoneGivesNothing) {
   EXPECT_EQ(ask("open"), "(nothing)");
   EXPECT_EQ(ask("too late"), "(nothing)");
   deferred_ = true;
-  link_->standStill();
+  link_->suspend();
   link_->tell(FrameKind::Log, page, "nobody listens");
   EXPECT_EQ(ran_, "");
 }

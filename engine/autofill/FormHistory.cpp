@@ -1,5 +1,5 @@
 // The texts that were typed into fields of forms. Main thread.
-#include "engine/autofill/RememberedTexts.h"
+#include "engine/autofill/FormHistory.h"
 
 #include "engine/RecordJson.h"
 
@@ -8,8 +8,8 @@
 #include <algorithm>
 
 using Tessel::Platform::String;
-using Field = RememberedTexts::Field;
-using Fields = RememberedTexts::Fields;
+using Field = FormHistory::Field;
+using Fields = FormHistory::Fields;
 
 template <>
 struct record_json::Members<Field> {
@@ -31,8 +31,8 @@ Fields fieldsOf(const String& text) {
 }
 
 bool isWorthKeeping(const String& name, const String& text) {
-  return !name.isEmpty() && name.length() <= RememberedTexts::longestName &&
-         text.length() <= RememberedTexts::longestText &&
+  return !name.isEmpty() && name.length() <= FormHistory::longestName &&
+         text.length() <= FormHistory::longestText &&
          text.view().find_first_not_of(" \t\r\n") != std::string_view::npos;
 }
 
@@ -53,7 +53,7 @@ void add(Fields& all, const String& name, const String& text) {
   auto& texts = fields.front().texts;
   std::erase(texts, text);
   texts.insert(texts.begin(), text);
-  keepFirst(texts, RememberedTexts::mostTexts);
+  keepFirst(texts, FormHistory::mostTexts);
 }
 
 bool beginsLike(const String& text, const String& beginning) {
@@ -63,7 +63,7 @@ bool beginsLike(const String& text, const String& beginning) {
 
 }  // namespace
 
-void RememberedTexts::remember(const std::vector<std::pair<String, String>>& typed) {
+void FormHistory::remember(const std::vector<std::pair<String, String>>& typed) {
   std::vector<std::pair<String, String>> kept;
   std::copy_if(typed.begin(), typed.end(), std::back_inserter(kept),
                [](const auto& one) { return isWorthKeeping(one.first, one.second); });
@@ -77,7 +77,7 @@ void RememberedTexts::remember(const std::vector<std::pair<String, String>>& typ
   });
 }
 
-std::vector<String> RememberedTexts::offered(const String& name, const String& beginning) {
+std::vector<String> FormHistory::offered(const String& name, const String& beginning) {
   if (file_.hasChanged()) known_ = fieldsOf(file_.read());
   std::vector<String> result;
   for (const Field& field : known_.fields) {
@@ -89,6 +89,6 @@ std::vector<String> RememberedTexts::offered(const String& name, const String& b
   return result;
 }
 
-void RememberedTexts::clear() {
+void FormHistory::clear() {
   file_.change([](const String&) { return String(); });
 }

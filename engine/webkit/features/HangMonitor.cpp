@@ -1,5 +1,5 @@
 // Looks out for scripts of a page that do not end. Main thread.
-#include "engine/webkit/features/PageWatch.h"
+#include "engine/webkit/features/HangMonitor.h"
 
 #include "engine/webkit/WebKitPage.h"
 #include "platform/Log.h"
@@ -17,15 +17,15 @@ constexpr int longestInterval = 1000;
 
 }  // namespace
 
-PageWatch::PageWatch(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
+HangMonitor::HangMonitor(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
   limitChanged();
 }
 
-PageWatch::~PageWatch() {
+HangMonitor::~HangMonitor() {
   if (timer_ != 0) g_source_remove(timer_);
 }
 
-void PageWatch::limitChanged() {
+void HangMonitor::limitChanged() {
   if (timer_ != 0) g_source_remove(timer_);
   timer_ = 0;
   alive();
@@ -36,48 +36,48 @@ void PageWatch::limitChanged() {
   timer_ = g_timeout_add(static_cast<guint>(interval_), onTick, this);
 }
 
-void PageWatch::alive() {
+void HangMonitor::alive() {
   waited_ = 0;
   asked_ = stuck_ = false;
   // An answer to what was asked before the pause may have taken longer than the news of the pause.
   if (askedSincePause_) paused_ = false;
 }
 
-void PageWatch::pause() {
+void HangMonitor::pause() {
   paused_ = true;
   askedSincePause_ = false;
 }
 
-std::shared_ptr<void> PageWatch::pauseFor() {
+std::shared_ptr<void> HangMonitor::pauseFor() {
   pause();
   return {this, [page = page_.weak_from_this()](void*) {
             const auto self = page.lock();
-            if (self && self->parts()) self->parts()->watch.goOn();
+            if (self && self->parts()) self->parts()->hangMonitor.goOn();
           }};
 }
 
-void PageWatch::goOn() {
+void HangMonitor::goOn() {
   waited_ = 0;
   paused_ = false;
 }
 
-void PageWatch::processEnded() {
+void HangMonitor::processEnded() {
   alive();
   goOn();
 }
 
-void PageWatch::endProcess() {
+void HangMonitor::endProcess() {
   webkit_web_view_terminate_web_process(view_);
 }
 
-gboolean PageWatch::onTick(gpointer data) {
-  auto* self = static_cast<PageWatch*>(data);
+gboolean HangMonitor::onTick(gpointer data) {
+  auto* self = static_cast<HangMonitor*>(data);
   const auto page = self->page_.shared_from_this();
   self->tick();
   return G_SOURCE_CONTINUE;
 }
 
-void PageWatch::tick() {
+void HangMonitor::tick() {
   if (!asked_) {
     asked_ = askedSincePause_ = page_.askWhetherAlive();
     return;

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-class RememberedTexts {
+class FormHistory {
  public:
   using String = Tessel::Platform::String;
 
@@ -26,7 +26,7 @@ class RememberedTexts {
     std::vector<Field> fields;
   };
 
-  explicit RememberedTexts(std::string folder) : file_(std::move(folder), "texts.json") {}
+  explicit FormHistory(std::string folder) : file_(std::move(folder), "texts.json") {}
 
   // Names and texts, in the form's order. What is empty, blank or too long is left out; what is
   // beyond the bounds pushes out what was not used for the longest time.

@@ -1,5 +1,5 @@
 // What a page asks its user. Main thread.
-#include "engine/webkit/features/PageQuestions.h"
+#include "engine/webkit/features/PagePrompts.h"
 
 #include "engine/OrvWebEvents.h"
 #include "engine/webkit/WebKitEngine.h"
@@ -34,7 +34,7 @@ void answerDialog(WebKitScriptDialog* dialog, const QuestionAnswer& answer) {
 
 // A dialog that outlives the engine's question: it is closed by us. One that is answered inside it
 // is closed by the engine, and must not be closed twice.
-class OpenDialog final : public OpenQuestion {
+class OpenDialog final : public OpenPrompt {
  public:
   OpenDialog(WebKitScriptDialog* dialog, std::shared_ptr<void> pause)
       : dialog_(webkit_script_dialog_ref(dialog)), pause_(std::move(pause)) {}
@@ -52,7 +52,7 @@ class OpenDialog final : public OpenQuestion {
 
 // A request of the engine that is refused when nobody answers it.
 template <typename Request, void (*refuse)(Request*)>
-class OpenRequest : public OpenQuestion {
+class OpenRequest : public OpenPrompt {
  public:
   explicit OpenRequest(Request* request) : request_(static_cast<Request*>(g_object_ref(request))) {}
   ~OpenRequest() override {
@@ -101,9 +101,9 @@ String placeOf(WebKitAuthenticationRequest* request) {
 }
 
 // Saved when it is answered so.
-class OpenSaving final : public OpenQuestion {
+class OpenSaving final : public OpenPrompt {
  public:
-  OpenSaving(LoginStore& store, SavedLogin login) : store_(store), login_(std::move(login)) {}
+  OpenSaving(PasswordStore& store, SavedLogin login) : store_(store), login_(std::move(login)) {}
   void answer(const QuestionAnswer& answer) override {
     if (!answer.accepted) return;
     if (!answer.username.isEmpty()) login_.username = answer.username;
@@ -111,7 +111,7 @@ class OpenSaving final : public OpenQuestion {
   }
 
  private:
-  LoginStore& store_;
+  PasswordStore& store_;
   SavedLogin login_;
 };
 
@@ -147,7 +147,7 @@ class OpenFileChooser final
   }
 };
 
-class OpenPermissionState final : public OpenQuestion {
+class OpenPermissionState final : public OpenPrompt {
  public:
   explicit OpenPermissionState(WebKitPermissionStateQuery* query)
       : query_(webkit_permission_state_query_ref(query)) {}
@@ -180,12 +180,12 @@ OrvWebDialogType dialogTypeOf(WebKitScriptDialog* dialog) {
 
 }  // namespace
 
-unsigned int nextQuestionNumber() {
+unsigned int nextPromptNumber() {
   static unsigned int last = 0;
   return ++last;
 }
 
-PageQuestions::PageQuestions(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
+PagePrompts::PagePrompts(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
   const auto connect = [&](const char* signal, auto handler) {
     g_signal_connect(view_, signal, G_CALLBACK(handler), this);
   };
@@ -196,25 +196,25 @@ PageQuestions::PageQuestions(WebKitPage& page, WebKitWebView* view) : page_(page
   connect("run-file-chooser", onChooseFile);
 }
 
-PageQuestions::~PageQuestions() {
+PagePrompts::~PagePrompts() {
   g_signal_handlers_disconnect_by_data(view_, this);
 }
 
-PageQuestions::Early PageQuestions::ask(WebKitPage& page, OrvWebEvent& event, unsigned int number,
-                                        PagePermission permission, const String& origin) {
+PagePrompts::Early PagePrompts::ask(WebKitPage& page, OrvWebEvent& event, unsigned int number,
+                                    PagePermission permission, const String& origin) {
   const auto asking = asking_;
   asking->insert_or_assign(number, Asking{permission, origin, std::nullopt});
   page.raise(event);
   return asking->extract(number).mapped().answer;
 }
 
-void PageQuestions::hold(unsigned int number, std::unique_ptr<OpenQuestion> question,
-                         const Early& early, PagePermission permission, const String& origin) {
+void PagePrompts::hold(unsigned int number, std::unique_ptr<OpenPrompt> question,
+                       const Early& early, PagePermission permission, const String& origin) {
   if (early) return question->answer(*early);
   held_[number] = {std::move(question), permission, origin};
 }
 
-void PageQuestions::answer(unsigned int number, const QuestionAnswer& answer) {
+void PagePrompts::answer(unsigned int number, const QuestionAnswer& answer) {
   // Out of the map first: answering may let the page ask the next thing.
   const auto node = held_.extract(number);
   if (node) return node.mapped().question->answer(answer);
@@ -223,7 +223,7 @@ void PageQuestions::answer(unsigned int number, const QuestionAnswer& answer) {
   }
 }
 
-void PageQuestions::answerOrigin(PagePermission permission, const String& origin, bool granted) {
+void PagePrompts::answerOrigin(PagePermission permission, const String& origin, bool granted) {
   std::vector<unsigned int> numbers;
   for (const auto& [number, held] : held_) {
     if (held.permission == permission && held.origin == origin) numbers.push_back(number);
@@ -234,16 +234,16 @@ void PageQuestions::answerOrigin(PagePermission permission, const String& origin
   for (const unsigned int number : numbers) answer(number, {granted, {}, {}, {}});
 }
 
-gboolean PageQuestions::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog,
-                                       PageQuestions* self) {
+gboolean PagePrompts::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog,
+                                     PagePrompts* self) {
   const auto page = self->page_.shared_from_this();
   // The engine's own dialog is as good as any when nobody else wants to show one.
   if (!page->wants(OrvWebEvent::DialogRequested) ||
       !page->client()->settings().isEnableDialogRequestedEvents) {
-    page->parts()->watch.pause();
+    page->parts()->hangMonitor.pause();
     return FALSE;
   }
-  auto pause = page->parts()->watch.pauseFor();
+  auto pause = page->parts()->hangMonitor.pauseFor();
   OrvWebDialogRequestedEvent event;
   event.dialogType = dialogTypeOf(dialog);
   event.message = String(webkit_script_dialog_get_message(dialog));
@@ -251,7 +251,7 @@ gboolean PageQuestions::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialo
     event.result = String(webkit_script_dialog_prompt_get_default_text(dialog));
   }
   event.url = page->shownAddress();
-  event.waitHandle = nextQuestionNumber();
+  event.waitHandle = nextPromptNumber();
   const Early early = self->ask(*page, event, event.waitHandle());
   if (!page->client()) return TRUE;
   if (early) {
@@ -266,8 +266,8 @@ gboolean PageQuestions::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialo
   return TRUE;
 }
 
-gboolean PageQuestions::onAuthenticate(WebKitWebView*, WebKitAuthenticationRequest* request,
-                                       PageQuestions* self) {
+gboolean PagePrompts::onAuthenticate(WebKitWebView*, WebKitAuthenticationRequest* request,
+                                     PagePrompts* self) {
   const auto page = self->page_.shared_from_this();
   if (!page->client()) return FALSE;
   g_signal_connect_data(
@@ -294,7 +294,7 @@ gboolean PageQuestions::onAuthenticate(WebKitWebView*, WebKitAuthenticationReque
   event.message = String(webkit_authentication_request_get_realm(request));
   event.url = concat(webkit_authentication_request_get_host(request), ":",
                      String::fromUnsignedInteger(webkit_authentication_request_get_port(request)));
-  event.waitHandle = nextQuestionNumber();
+  event.waitHandle = nextPromptNumber();
   const Early early = self->ask(*page, event, event.waitHandle());
   if (!page->client()) return TRUE;
   if (event.wait()) {
@@ -306,7 +306,7 @@ gboolean PageQuestions::onAuthenticate(WebKitWebView*, WebKitAuthenticationReque
   return TRUE;
 }
 
-bool PageQuestions::answerFromSaved(WebKitAuthenticationRequest* request) {
+bool PagePrompts::answerFromSaved(WebKitAuthenticationRequest* request) {
   // What was not accepted is not tried again.
   const bool isRetry = webkit_authentication_request_is_retry(request) != FALSE;
   WebKitEngine& engine = page_.engine();
@@ -320,24 +320,24 @@ bool PageQuestions::answerFromSaved(WebKitAuthenticationRequest* request) {
   if (isRetry || isForgetful(view_) || !page_.client()->settings().isEnableCredentialAutofill) {
     return false;
   }
-  const std::vector<SavedLogin> saved = engine.logins().of(placeOf(request));
+  const std::vector<SavedLogin> saved = engine.passwords().of(placeOf(request));
   if (saved.empty()) return false;
   authenticate(request, saved.front().username, saved.front().password);
   return true;
 }
 
-void PageQuestions::onAuthenticated(WebKitAuthenticationRequest* request,
-                                    WebKitCredential* credential, gpointer data) {
+void PagePrompts::onAuthenticated(WebKitAuthenticationRequest* request,
+                                  WebKitCredential* credential, gpointer data) {
   const auto page = static_cast<std::weak_ptr<WebKitPage>*>(data)->lock();
   if (!page || !page->client() || !credential) return;
-  if (PageQuestions* const questions = page->questions()) {
-    std::erase_if(questions->logins_,
+  if (PagePrompts* const prompts = page->prompts()) {
+    std::erase_if(prompts->logins_,
                   [request](const auto& login) { return login.get() == request; });
   }
   accepted(*page, request, credential);
 }
 
-void PageQuestions::loaded() {
+void PagePrompts::loaded() {
   const auto page = page_.shared_from_this();
   const auto logins = std::exchange(logins_, {});
   const guint status = statusOf(view_);
@@ -353,8 +353,8 @@ void PageQuestions::loaded() {
   }
 }
 
-void PageQuestions::accepted(WebKitPage& page, WebKitAuthenticationRequest* request,
-                             WebKitCredential* credential) {
+void PagePrompts::accepted(WebKitPage& page, WebKitAuthenticationRequest* request,
+                           WebKitCredential* credential) {
   SavedLogin login{{},
                    String(webkit_credential_get_username(credential)),
                    String(webkit_credential_get_password(credential))};
@@ -371,13 +371,13 @@ void PageQuestions::accepted(WebKitPage& page, WebKitAuthenticationRequest* requ
   page.raise(event);
 }
 
-void PageQuestions::offerToSave(const SavedLogin& login) {
+void PagePrompts::offerToSave(const SavedLogin& login) {
   const auto page = page_.shared_from_this();
   if (!page->wants(OrvWebEvent::DialogRequested) || isForgetful(view_) ||
       !page->client()->settings().isEnableCredentialAutofill) {
     return;
   }
-  LoginStore& store = page->engine().logins();
+  PasswordStore& store = page->engine().passwords();
   const std::vector<SavedLogin> saved = store.of(login.place);
   if (std::find(saved.begin(), saved.end(), login) != saved.end()) return;
   auto question = std::make_unique<OpenSaving>(store, login);
@@ -388,9 +388,9 @@ void PageQuestions::offerToSave(const SavedLogin& login) {
                              [&](const SavedLogin& one) { return one.username == login.username; });
   event.url = login.place;
   event.username = login.username;
-  event.waitHandle = nextQuestionNumber();
+  event.waitHandle = nextPromptNumber();
   const Early early = ask(*page, event, event.waitHandle());
-  if (!page->client() || page->questions() != this) return;
+  if (!page->client() || page->prompts() != this) return;
   if (event.wait()) {
     // One at a time: a page must not pile them up.
     held_.erase(std::exchange(openSaving_, event.waitHandle()));
@@ -401,11 +401,11 @@ void PageQuestions::offerToSave(const SavedLogin& login) {
   }
 }
 
-gboolean PageQuestions::onPermission(WebKitWebView*, WebKitPermissionRequest* request,
-                                     PageQuestions* self) {
+gboolean PagePrompts::onPermission(WebKitWebView*, WebKitPermissionRequest* request,
+                                   PagePrompts* self) {
   const auto page = self->page_.shared_from_this();
   const String origin = originOf(page->shownAddress());
-  const unsigned int number = nextQuestionNumber();
+  const unsigned int number = nextPromptNumber();
   auto question = std::make_unique<OpenPermission>(request);
   const auto ask = [&](OrvWebSendEvent& event, PagePermission permission) {
     if (!page->wants(event.type())) return;
@@ -452,8 +452,8 @@ gboolean PageQuestions::onPermission(WebKitWebView*, WebKitPermissionRequest* re
   return TRUE;
 }
 
-gboolean PageQuestions::onPermissionState(WebKitWebView*, WebKitPermissionStateQuery* query,
-                                          PageQuestions* self) {
+gboolean PagePrompts::onPermissionState(WebKitWebView*, WebKitPermissionStateQuery* query,
+                                        PagePrompts* self) {
   const auto page = self->page_.shared_from_this();
   if (!page->wants(OrvWebEvent::NotificationPermissionCheck) ||
       g_strcmp0(webkit_permission_state_query_get_name(query), "notifications") != 0) {
@@ -467,7 +467,7 @@ gboolean PageQuestions::onPermissionState(WebKitWebView*, WebKitPermissionStateQ
   }
   OrvWebNotificationPermissionCheckEvent event;
   event.origin = originOf(page->shownAddress());
-  event.waitHandle = nextQuestionNumber();
+  event.waitHandle = nextPromptNumber();
   const Early early = self->ask(*page, event, event.waitHandle());
   if (!page->client()) return TRUE;
   if (event.wait()) {
@@ -478,8 +478,8 @@ gboolean PageQuestions::onPermissionState(WebKitWebView*, WebKitPermissionStateQ
   return TRUE;
 }
 
-gboolean PageQuestions::onChooseFile(WebKitWebView*, WebKitFileChooserRequest* request,
-                                     PageQuestions* self) {
+gboolean PagePrompts::onChooseFile(WebKitWebView*, WebKitFileChooserRequest* request,
+                                   PagePrompts* self) {
   const auto page = self->page_.shared_from_this();
   if (!page->wants(OrvWebEvent::ChooseFile)) return FALSE;
   auto question = std::make_unique<OpenFileChooser>(request);
@@ -489,7 +489,7 @@ gboolean PageQuestions::onChooseFile(WebKitWebView*, WebKitFileChooserRequest* r
   const gchar* const* accepted = webkit_file_chooser_request_get_mime_types(request);
   for (; accepted && *accepted; ++accepted) types.emplace_back(*accepted);
   event.acceptMIMETypes = types;
-  event.waitHandle = nextQuestionNumber();
+  event.waitHandle = nextPromptNumber();
   const Early early = self->ask(*page, event, event.waitHandle());
   if (!page->client()) return TRUE;
   if (event.wait()) {

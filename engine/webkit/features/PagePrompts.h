@@ -3,7 +3,7 @@
 #pragma once
 
 #include "engine/Page.h"
-#include "engine/autofill/LoginStore.h"
+#include "engine/autofill/PasswordStore.h"
 #include "engine/webkit/base/ObjectPointer.h"
 #include "platform/String.h"
 
@@ -17,23 +17,23 @@
 class WebKitPage;
 
 // Names one question, of whatever kind and page, in this process.
-unsigned int nextQuestionNumber();
+unsigned int nextPromptNumber();
 
 // A question that is open. Destroying it answers no.
-class OpenQuestion {
+class OpenPrompt {
  public:
-  virtual ~OpenQuestion() = default;
+  virtual ~OpenPrompt() = default;
   virtual void answer(const QuestionAnswer& answer) = 0;
 };
 
-class PageQuestions {
+class PagePrompts {
  public:
   using String = Tessel::Platform::String;
 
-  PageQuestions(WebKitPage& page, WebKitWebView* view);
-  ~PageQuestions();
-  PageQuestions(const PageQuestions&) = delete;
-  PageQuestions& operator=(const PageQuestions&) = delete;
+  PagePrompts(WebKitPage& page, WebKitWebView* view);
+  ~PagePrompts();
+  PagePrompts(const PagePrompts&) = delete;
+  PagePrompts& operator=(const PagePrompts&) = delete;
 
   void answer(unsigned int number, const QuestionAnswer& answer);
   // Asks whether a log-in shall be saved, unless it is saved already. The page may be closed
@@ -46,17 +46,16 @@ class PageQuestions {
   void loaded();
 
  private:
-  static gboolean onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog, PageQuestions* self);
+  static gboolean onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog, PagePrompts* self);
   static gboolean onAuthenticate(WebKitWebView*, WebKitAuthenticationRequest* request,
-                                 PageQuestions* self);
+                                 PagePrompts* self);
   static void onAuthenticated(WebKitAuthenticationRequest* request, WebKitCredential* credential,
                               gpointer page);
-  static gboolean onPermission(WebKitWebView*, WebKitPermissionRequest* request,
-                               PageQuestions* self);
+  static gboolean onPermission(WebKitWebView*, WebKitPermissionRequest* request, PagePrompts* self);
   static gboolean onPermissionState(WebKitWebView*, WebKitPermissionStateQuery* query,
-                                    PageQuestions* self);
+                                    PagePrompts* self);
   static gboolean onChooseFile(WebKitWebView*, WebKitFileChooserRequest* request,
-                               PageQuestions* self);
+                               PagePrompts* self);
 
   bool answerFromSaved(WebKitAuthenticationRequest* request);
   // What to do with a log-in that has proved right. This may be gone afterwards.
@@ -64,7 +63,7 @@ class PageQuestions {
                        WebKitCredential* credential);
 
   struct Held {
-    std::unique_ptr<OpenQuestion> question;
+    std::unique_ptr<OpenPrompt> question;
     PagePermission permission = PagePermission::None;
     String origin;
   };
@@ -74,7 +73,7 @@ class PageQuestions {
   Early ask(WebKitPage& page, OrvWebEvent& event, unsigned int number,
             PagePermission permission = PagePermission::None, const String& origin = String());
   // Leaves a question open, unless it has been decided early.
-  void hold(unsigned int number, std::unique_ptr<OpenQuestion> question, const Early& early,
+  void hold(unsigned int number, std::unique_ptr<OpenPrompt> question, const Early& early,
             PagePermission permission = PagePermission::None, const String& origin = String());
 
   WebKitPage& page_;

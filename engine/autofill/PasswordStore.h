@@ -18,11 +18,11 @@ struct SavedLogin {
   bool operator==(const SavedLogin& other) const = default;
 };
 
-class LoginStore {
+class PasswordStore {
  public:
   using String = Tessel::Platform::String;
 
-  virtual ~LoginStore() = default;
+  virtual ~PasswordStore() = default;
   // Those of a place, the latest saved first.
   virtual std::vector<SavedLogin> of(const String& place) = 0;
   // All of them, by place, without their passwords.
@@ -33,12 +33,12 @@ class LoginStore {
   virtual void clear() = 0;
 };
 
-class FileLoginStore final : public LoginStore {
+class FilePasswordStore final : public PasswordStore {
  public:
   static constexpr std::size_t mostLogins = 1000;  // beyond them the oldest is dropped
   static constexpr std::size_t longestText = 1024;
 
-  explicit FileLoginStore(std::string folder) : file_(std::move(folder), "logins.json") {}
+  explicit FilePasswordStore(std::string folder) : file_(std::move(folder), "logins.json") {}
 
   std::vector<SavedLogin> of(const String& place) override;
   std::vector<SavedLogin> list() override;

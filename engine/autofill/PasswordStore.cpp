@@ -1,5 +1,5 @@
 // The log-ins that the user has let the program save. Main thread.
-#include "engine/autofill/LoginStore.h"
+#include "engine/autofill/PasswordStore.h"
 
 #include "engine/RecordJson.h"
 
@@ -43,13 +43,13 @@ String textOf(std::vector<SavedLogin> logins) {
 
 }  // namespace
 
-std::vector<SavedLogin> FileLoginStore::of(const String& place) {
+std::vector<SavedLogin> FilePasswordStore::of(const String& place) {
   std::vector<SavedLogin> found = loginsOf(file_.read());
   std::erase_if(found, [&](const SavedLogin& login) { return login.place != place; });
   return found;
 }
 
-std::vector<SavedLogin> FileLoginStore::list() {
+std::vector<SavedLogin> FilePasswordStore::list() {
   std::vector<SavedLogin> all = loginsOf(file_.read());
   for (SavedLogin& login : all) login.password = String();
   std::sort(all.begin(), all.end(), [](const SavedLogin& a, const SavedLogin& b) {
@@ -58,7 +58,7 @@ std::vector<SavedLogin> FileLoginStore::list() {
   return all;
 }
 
-bool FileLoginStore::save(const SavedLogin& login) {
+bool FilePasswordStore::save(const SavedLogin& login) {
   const bool fits = !login.place.isEmpty() && !login.password.isEmpty() &&
                     std::max({login.place.length(), login.username.length(),
                               login.password.length()}) <= longestText;
@@ -73,7 +73,7 @@ bool FileLoginStore::save(const SavedLogin& login) {
   });
 }
 
-void FileLoginStore::forget(const String& place, const String& username) {
+void FilePasswordStore::forget(const String& place, const String& username) {
   file_.change([&](const String& before) {
     std::vector<SavedLogin> all = loginsOf(before);
     std::erase_if(
@@ -82,7 +82,7 @@ void FileLoginStore::forget(const String& place, const String& username) {
   });
 }
 
-void FileLoginStore::clear() {
+void FilePasswordStore::clear() {
   file_.change([](const String&) { return String(); });
 }
 

@@ -10,12 +10,12 @@
 
 class WebKitPage;
 
-class PageWatch {
+class HangMonitor {
  public:
-  PageWatch(WebKitPage& page, WebKitWebView* view);
-  ~PageWatch();
-  PageWatch(const PageWatch&) = delete;
-  PageWatch& operator=(const PageWatch&) = delete;
+  HangMonitor(WebKitPage& page, WebKitWebView* view);
+  ~HangMonitor();
+  HangMonitor(const HangMonitor&) = delete;
+  HangMonitor& operator=(const HangMonitor&) = delete;
 
   // The page has another time limit, in milliseconds; none below 1.
   void limitChanged();

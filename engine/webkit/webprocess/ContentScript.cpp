@@ -1,8 +1,8 @@
 // The module's own script in a document. Web process, main thread only.
-#include "engine/webkit/webprocess/Probe.h"
+#include "engine/webkit/webprocess/ContentScript.h"
 
+#include "ContentScriptText.h"
 #include "FormsScript.h"
-#include "ProbeScript.h"
 
 #include <webkit2/webkit-web-extension.h>
 
@@ -13,7 +13,7 @@ namespace {
 // report(what, ...values) of the script.
 JSCValue* onReport(GPtrArray* arguments, gpointer data) {
   const FunctionCall report = callFrom(arguments);
-  if (!report.path.empty()) (*static_cast<Probe::Report*>(data))(report);
+  if (!report.path.empty()) (*static_cast<ContentScript::Report*>(data))(report);
   return jsc_value_new_undefined(jsc_context_get_current());
 }
 
@@ -27,11 +27,11 @@ gboolean onIsEdited(JSCValue* field, gpointer) {
 
 }  // namespace
 
-void Probe::start(JSCContext* context, Report report) {
+void ContentScript::start(JSCContext* context, Report report) {
   context_.reset(JSC_CONTEXT(g_object_ref(context)));
   actions_.reset();
   formActions_.reset();
-  const ObjectPointer<JSCValue> script(jsc_context_evaluate(context, probeScript, -1));
+  const ObjectPointer<JSCValue> script(jsc_context_evaluate(context, contentScriptText, -1));
   const ObjectPointer<JSCValue> native(makeVariadic(
       context, makePageFunctions(context).wrapOwn.get(), "report", onReport,
       new Report(std::move(report)), [](gpointer data) { delete static_cast<Report*>(data); }));
@@ -42,7 +42,7 @@ void Probe::start(JSCContext* context, Report report) {
 }
 
 // The actions of the script of forms are actions like the others.
-void Probe::startForms(JSCValue* report) {
+void ContentScript::startForms(JSCValue* report) {
   JSCContext* context = context_.get();
   const ObjectPointer<JSCValue> script(jsc_context_evaluate(context, formsScript, -1));
   const ObjectPointer<JSCValue> fill(jsc_value_new_function(context, "fill", G_CALLBACK(onFill),
@@ -56,7 +56,7 @@ void Probe::startForms(JSCValue* report) {
                                              G_TYPE_NONE));
 }
 
-void Probe::formSubmitted(JSCValue* form) {
+void ContentScript::formSubmitted(JSCValue* form) {
   if (!formActions_ || !jsc_value_is_object(formActions_.get())) return;
   const ObjectPointer<JSCValue> ignored(jsc_value_object_invoke_method(
       formActions_.get(), "submitted", JSC_TYPE_VALUE, form, G_TYPE_NONE));
@@ -64,11 +64,11 @@ void Probe::formSubmitted(JSCValue* form) {
   if (!problem.empty()) g_warning("A form that is sent cannot be read: %s", problem.c_str());
 }
 
-void Probe::formsChanged() {
+void ContentScript::formsChanged() {
   if (formActions_) act({{"formsChanged"}, {}});
 }
 
-void Probe::watch(std::uint32_t watched) {
+void ContentScript::watch(std::uint32_t watched) {
   FunctionCall call{{"watch"}, {}};
   for (const Watched one :
        {Watched::Selection, Watched::Caret, Watched::Rendering, Watched::Clipboard,
@@ -81,7 +81,7 @@ void Probe::watch(std::uint32_t watched) {
   act({{"watchForms"}, {isOn(Watched::FormTexts), isOn(Watched::Logins)}});
 }
 
-std::string Probe::act(const FunctionCall& action) {
+std::string ContentScript::act(const FunctionCall& action) {
   if (action.path.empty()) return {};
   const char* name = action.path.front().utf8();
   JSCValue* actions = nullptr;

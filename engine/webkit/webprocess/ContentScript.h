@@ -8,11 +8,11 @@
 #include <functional>
 #include <string>
 
-class Probe {
+class ContentScript {
  public:
   using Report = std::function<void(const FunctionCall&)>;
 
-  // Runs the script in a new document's context; a probe of an older document is forgotten.
+  // Runs the script in a new document's context; that of an older document is forgotten.
   void start(JSCContext* context, Report report);
   // A form is about to be sent, or others have come into the document.
   void formSubmitted(JSCValue* form);
