@@ -2,6 +2,7 @@
 #include "EngineStart.h"
 
 #include "engine/webkit/WebKitEngine.h"
+#include "engine/webkit/inspector/EngineInspector.h"
 #include "platform/Folders.h"
 #include "platform/Log.h"
 #include "platform/Process.h"

@@ -2,7 +2,7 @@
 #include "engine/webkit/PageReports.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitEngine.h"
+#include "engine/webkit/PageParts.h"
 #include "engine/webkit/WebKitPage.h"
 #include "platform/ErrorReport.h"
 
@@ -107,10 +107,10 @@ String onWindowObjectCleared(WebKitPage& page, const Details&) {
 
 String onResource(WebKitPage& page, const Details& details) {
   // The chrome would wait for itself; and of what somebody has given, nothing is asked.
-  if (!page.client() || page.setup().drivesApplication || page.isSupplied(details.text(0))) {
+  if (!page.client() || page.drivesApplication() || page.isSupplied(details.text(0))) {
     return {};
   }
-  return page.engine().resources().decide(
+  return page.services().resources.decide(
       page.shared_from_this(),
       {details.text(0), details.text(1), details.text(2), details.text(3)});
 }
@@ -165,12 +165,12 @@ String onElement(WebKitPage& page, const Details& details) {
 }
 
 String onKeyLeft(WebKitPage& page, const Details&) {
-  page.keyLeft();
+  if (page.parts()) page.parts()->input.keyLeft();
   return {};
 }
 
 String onMayCall(WebKitPage& page, const Details& details) {
-  return page.loads().admits(details.text(0)) ? "1" : "";
+  return page.trustedLoads().admits(details.text(0)) ? "1" : "";
 }
 
 String onAlive(WebKitPage& page, const Details&) {
@@ -272,7 +272,7 @@ constexpr std::pair<Watched, OrvWebEvent::Type> watchedEvents[] = {
 }  // namespace
 
 String handleReport(WebKitPage& page, const FunctionCall& report) {
-  if (PageForms* forms = page.forms(); forms && forms->take(report)) return {};
+  if (page.parts() && page.parts()->forms.take(report)) return {};
   for (const auto& [name, handler] : handlers) {
     if (report.path.front() == String(name)) return handler(page, Details(report.arguments));
   }

@@ -3,13 +3,7 @@
 #pragma once
 
 #include "engine/Page.h"
-#include "engine/autofill/FormHistory.h"
-#include "engine/autofill/PasswordStore.h"
-#include "engine/webkit/inspector/EngineInspector.h"
-#include "engine/webkit/link/WebProcessLinks.h"
-#include "engine/webkit/network/Downloads.h"
-#include "engine/webkit/network/Resources.h"
-#include "engine/webkit/network/SharedCookies.h"
+#include "engine/webkit/base/EngineServices.h"
 #include "platform/Folders.h"
 #include "platform/os/PageSandbox.h"
 
@@ -17,6 +11,8 @@
 
 #include <memory>
 #include <string>
+
+class SharedCookies;
 
 class WebKitEngine final : public PageFactory {
  public:
@@ -41,22 +37,11 @@ class WebKitEngine final : public PageFactory {
 
   // Where views are made: what pages leave behind is kept, or forgotten with the last view.
   WebKitWebContext* context(bool isPrivate);
-  // What local: addresses are files of.
-  const std::string& localRoot() const { return localRoot_; }
-  WebProcessLinks& links() { return *links_; }
-  EngineInspector& inspector() { return inspector_; }
-  Downloads& downloads() { return *downloads_; }
-  Resources& resources() { return *resources_; }
-  FormHistory& formHistory() { return formHistory_; }
-  PasswordStore& passwords() { return *passwords_; }
-  // The log-in of the proxy that this process uses, kept as long as it runs; without a name there
-  // is none. Its place is empty.
-  const SavedLogin& proxyLogin() const { return proxyLogin_; }
-  void setProxyLogin(const SavedLogin& login) { proxyLogin_ = login; }
+  EngineServices services();
   void forget(AutofillData what);
 
  private:
-  WebKitEngine() = default;
+  WebKitEngine();
 
   void prepare(WebKitWebContext* context);
   static void onInitializeModules(WebKitWebContext* context, gpointer self);
@@ -66,11 +51,11 @@ class WebKitEngine final : public PageFactory {
   Tessel::Platform::PageSandbox sandbox_ = Tessel::Platform::PageSandbox::None;
   Tessel::Platform::ClaimedFolder dataFolder_;
   std::unique_ptr<WebProcessLinks> links_;
-  EngineInspector inspector_;
-  std::unique_ptr<Resources> resources_ = std::make_unique<Resources>();
-  FormHistory formHistory_{autofillFolder()};
-  std::unique_ptr<PasswordStore> passwords_ = std::make_unique<FilePasswordStore>(autofillFolder());
-  SavedLogin proxyLogin_;
+  const std::unique_ptr<EngineInspector> inspector_;
+  const std::unique_ptr<Resources> resources_;
+  const std::unique_ptr<FormHistory> formHistory_;
+  const std::unique_ptr<PasswordStore> passwords_;
+  const std::unique_ptr<SavedLogin> proxyLogin_;
   WebKitWebContext* context_ = nullptr;
   WebKitWebContext* privateContext_ = nullptr;  // made at first need
   std::unique_ptr<Downloads> downloads_;

@@ -2,11 +2,15 @@
 #include "engine/webkit/WebKitPage.h"
 
 #include "engine/OrvWebEvents.h"
+#include "engine/autofill/PasswordStore.h"
+#include "engine/webkit/PageParts.h"
 #include "engine/webkit/PageReports.h"
 #include "engine/webkit/WebKitEngine.h"
 #include "engine/webkit/base/EngineValues.h"
 #include "engine/webkit/features/Dialogs.h"
 #include "engine/webkit/features/PageCapture.h"
+#include "engine/webkit/inspector/EngineInspector.h"
+#include "engine/webkit/network/Downloads.h"
 #include "engine/webkit/network/FailurePage.h"
 #include "engine/webkit/network/SiteDataStore.h"
 #include "platform/Log.h"
@@ -59,25 +63,29 @@ String asRequested(const String& url) {
 }  // namespace
 
 WebKitPage::WebKitPage(WebKitEngine& engine, PageClient& client, Window& window)
-    : engine_(engine), client_(&client), window_(window) {}
+    : PageContext(client, window, engine.services()), engine_(engine) {}
 
 WebKitPage::~WebKitPage() {
   close();
 }
 
+std::shared_ptr<WebKitPage> WebKitPage::self() {
+  return std::static_pointer_cast<WebKitPage>(shared_from_this());
+}
+
 WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
-  if (!client_) return nullptr;
-  WebKitSettings* settings = PageSettings::make(client_->settings());
+  if (!client()) return nullptr;
+  WebKitSettings* settings = PageSettings::make(client()->settings());
   // A window that a page opens shares its opener's web process: the engine will not have it
   // otherwise.
   auto* created = WEBKIT_WEB_VIEW(
       opener ? g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", opener, "settings", settings,
                             "user-content-manager", webkit_user_content_manager_new(), nullptr)
              : g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context",
-                            engine_.context(client_->settings().isPrivateBrowsing), "settings",
+                            engine_.context(client()->settings().isPrivateBrowsing), "settings",
                             settings, nullptr));
   g_object_unref(settings);
-  if (!GtkWindowSystem::embed(window_, GTK_WIDGET(created))) {
+  if (!GtkWindowSystem::embed(window(), GTK_WIDGET(created))) {
     g_object_ref_sink(created);
     g_object_unref(created);
     return nullptr;
@@ -99,18 +107,18 @@ WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
   connect("load-failed", onLoadFailed);
   connect("web-process-terminated", onProcessEnded);
   connect("user-message-received", onEngineMessage);
-  parts_ = std::make_unique<Parts>(*this, view_);
+  parts_ = std::make_shared<PageParts>(*this, view_);
   parts_->settings.setAllowedOrigins(allowedOrigins_);
   if (zoom_ != 1) webkit_web_view_set_zoom_level(view_, zoom_);
-  engine_.downloads().registerPage(view_, weak_from_this());
-  engine_.inspector().expectConnections();
+  services().downloads.registerPage(view_, weak_from_this());
+  services().inspector.expectConnections();
   if (hasFrontEnd_) parts_->inspector.message(String(), true);
   return view_;
 }
 
 void WebKitPage::close() {
-  if (!client_) return;
-  client_ = nullptr;
+  if (!client()) return;
+  forgetClient();
   dropView();
 }
 
@@ -120,9 +128,9 @@ void WebKitPage::dropView() {
     link->changeSetup(number_, link_protocol::PageSetup());
   }
   if (!view_) return;
-  engine_.links().forgetPage(number_);
+  services().links.forgetPage(number_);
   number_ = 0;
-  engine_.downloads().forgetPage(view_);
+  services().downloads.forgetPage(view_);
   failureFollows_ = showingFailure_ = repeating_ = isOnItsWay_ = false;
   g_signal_handlers_disconnect_by_data(view_, this);
   const bool later = parts_ && parts_->fullScreen.isMoving();
@@ -203,7 +211,7 @@ void WebKitPage::startLoad(std::function<void()> load) {
 // From the main loop: inside a signal about the last load the engine may lose the next one.
 void WebKitPage::later(guint pause, std::function<void()> call) {
   struct Call {
-    std::weak_ptr<WebKitPage> page;
+    std::weak_ptr<PageContext> page;
     std::function<void()> call;
   };
   g_timeout_add_full(
@@ -229,7 +237,7 @@ void WebKitPage::startLater() {
 
 void WebKitPage::reload() {
   if (parts_ && parts_->hangMonitor.isStuck()) {
-    return loadUrl(client_->pageState().location, loads_.isOwn());
+    return loadUrl(client()->pageState().location, loads_.isOwn());
   }
   if (view_) webkit_web_view_reload(view_);
 }
@@ -276,11 +284,11 @@ bool WebKitPage::restoreSession(const String& session, int position) {
 }
 
 void WebKitPage::tryClose() {
-  closeRequested_ = view_ != nullptr;
+  if (parts_) parts_->windows.closeAsked();
   // What stands still cannot be asked.
   if (view_ && !setup_.deferred) return webkit_web_view_try_close(view_);
   // Nothing was loaded that could object.
-  if (client_) client_->closeAllowed();
+  if (client()) client()->closeAllowed();
 }
 
 bool WebKitPage::takesUserAgent(const String& text) const {
@@ -304,7 +312,7 @@ void WebKitPage::settingChanged(WebViewSetting setting) {
 }
 
 void WebKitPage::wantedEventsChanged() {
-  if (client_ && watchedBy(*client_) != setup_.watched) sendSetup();
+  if (client() && watchedBy(*client()) != setup_.watched) sendSetup();
 }
 
 void WebKitPage::knownCertificatesChanged() {
@@ -350,13 +358,19 @@ void WebKitPage::sendSetup() {
 }
 
 void WebKitPage::refreshSetup() {
-  if (!client_) return;
-  const WebViewSettings& settings = client_->settings();
+  if (!client()) return;
+  const WebViewSettings& settings = client()->settings();
   setup_.downloadableFonts = settings.isEnableDownloadableBinaryFonts;
   setup_.standalone = settings.isStandalone;
-  setup_.watched = watchedBy(*client_);
+  setup_.watched = watchedBy(*client());
   // The page that drives the program could never be released.
   setup_.deferred = settings.isDeferNetworkingAndJavaScript && !setup_.drivesApplication;
+}
+
+bool WebKitPage::askWhetherAlive() {
+  const auto link = link_.load();
+  if (link) link->ping(number_);
+  return link != nullptr;
 }
 
 void WebKitPage::act(const char* action, std::vector<JavaScriptVariant> arguments) {
@@ -390,7 +404,7 @@ void WebKitPage::clear(SiteData data) {
 }
 
 void WebKitPage::stepResource(unsigned int stream, const ResourceStep& step) {
-  engine_.resources().step(stream, step);
+  services().resources.step(stream, step);
 }
 
 void WebKitPage::requestCookies(const String& url) {
@@ -426,13 +440,13 @@ void WebKitPage::forget(AutofillData what) {
 }
 
 void WebKitPage::keepProxyLogin(const String& username, const String& password) {
-  engine_.setProxyLogin({{}, username, password});
+  services().proxyLogin = {{}, username, password};
 }
 
 void WebKitPage::runScript(const String& script, bool isolated, const String& resultId) {
   if (!view()) return;
   struct Running {
-    std::weak_ptr<WebKitPage> page;
+    std::weak_ptr<PageContext> page;
     String resultId;
   };
   webkit_web_view_evaluate_javascript(
@@ -475,19 +489,19 @@ void WebKitPage::answerOrigin(PagePermission permission, const String& origin, b
 }
 
 void WebKitPage::answerOpenWindow(unsigned int number, std::shared_ptr<Page> page) {
-  if (parts_) parts_->windows.answer(number, std::dynamic_pointer_cast<WebKitPage>(page));
+  if (parts_) parts_->windows.answer(number, std::dynamic_pointer_cast<PageContext>(page));
 }
 
 void WebKitPage::download(const String& url, const String& filename) {
-  if (view()) engine_.downloads().start(view_, url, filename);
+  if (view()) services().downloads.start(view_, url, filename);
 }
 
 void WebKitPage::stepDownload(unsigned int id, DownloadStep step) {
-  engine_.downloads().step(id, step);
+  services().downloads.step(id, step);
 }
 
 void WebKitPage::updateDownload(unsigned int id, bool save, const String& filename) {
-  engine_.downloads().decide(id, save, filename);
+  services().downloads.decide(id, save, filename);
 }
 
 void WebKitPage::postFunction(const FunctionCall& call, const String& resultId) {
@@ -508,20 +522,20 @@ void WebKitPage::linkReady(std::shared_ptr<PageLink> link) {
 }
 
 WebKitPage::String WebKitPage::nativeCall(const NativeArguments& arguments) {
-  if (!client_) return String();
+  if (!client()) return String();
   std::vector<const char*> texts;
   texts.reserve(arguments.size());
   for (const auto& argument : arguments) texts.push_back(argument ? argument->c_str() : nullptr);
-  const auto self = shared_from_this();
+  const auto held = shared_from_this();
   if (setup_.bound && !isTrusted()) {
     logAlways(LogError, "A native call of %s is refused: the program has not loaded that page.",
               loads_.origin().isEmpty() ? "a page" : loads_.origin().utf8());
     return String();
   }
-  if (!client_) return String();
+  if (!client()) return String();
   OrvWebJavaScriptCallbackEvent event(std::move(texts));
   event.setCaller(loads_.origin(), loads_.isOwn());
-  client_->raise(event);
+  client()->raise(event);
   return event.result();
 }
 
@@ -530,26 +544,26 @@ link_protocol::DialogAnswer WebKitPage::dialog(const link_protocol::DialogQuesti
 }
 
 String WebKitPage::report(const FunctionCall& report) {
-  const auto self = shared_from_this();
+  const auto held = shared_from_this();
   return handleReport(*this, report);
 }
 
 void WebKitPage::onFavicon(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
-  const auto self = page->shared_from_this();
+  const auto self = page->self();
   WebKitFaviconDatabase* database =
       webkit_web_context_get_favicon_database(webkit_web_view_get_context(view));
   const char* location = webkit_web_view_get_uri(view);
   gchar* url = location ? webkit_favicon_database_get_favicon_uri(database, location) : nullptr;
   const String address(url);
   g_free(url);
-  self->client_->update<&PageState::favicon>(
+  self->client()->update<&PageState::favicon>(
       faviconFrom(webkit_web_view_get_favicon(view), address));
 }
 
 void WebKitPage::listenToPage() {
-  if (number_ != 0) engine_.links().forgetPage(number_);
+  if (number_ != 0) services().links.forgetPage(number_);
   number_ = webkit_web_view_get_page_id(view_);
-  engine_.links().registerPage(number_, shared_from_this());
+  services().links.registerPage(number_, self());
 }
 
 // A new web process numbers the page anew.
@@ -558,12 +572,12 @@ void WebKitPage::onPageNumber(WebKitWebView*, GParamSpec*, WebKitPage* page) {
 }
 
 void WebKitPage::onTitle(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
-  const auto self = page->shared_from_this();
-  self->client_->update<&PageState::title>(String(webkit_web_view_get_title(view)));
+  const auto self = page->self();
+  self->client()->update<&PageState::title>(String(webkit_web_view_get_title(view)));
 }
 
 void WebKitPage::onLocation(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
-  const auto self = page->shared_from_this();
+  const auto self = page->self();
   const char* uri = webkit_web_view_get_uri(view);
   // On the way to a document that the chrome provides.
   if (Resources::isStream(uri) || (!uri && self->repeating_)) return;
@@ -599,19 +613,19 @@ void WebKitPage::forgetDestination() {
 }
 
 void WebKitPage::onProgress(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
-  const auto self = page->shared_from_this();
+  const auto self = page->self();
   const double progress = webkit_web_view_get_estimated_load_progress(view);
-  self->client_->update<&PageState::loadProgress>(static_cast<int>(std::lround(progress * 100)));
+  self->client()->update<&PageState::loadProgress>(static_cast<int>(std::lround(progress * 100)));
 }
 
 void WebKitPage::onZoom(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
-  const auto self = page->shared_from_this();
+  const auto self = page->self();
   self->zoom_ = webkit_web_view_get_zoom_level(view);
   self->updateScale();
 }
 
 void WebKitPage::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, WebKitPage* page) {
-  const auto self = page->shared_from_this();
+  const auto self = page->self();
   if (event == WEBKIT_LOAD_STARTED) self->loadStarted();
   if (event == WEBKIT_LOAD_COMMITTED) self->loadCommitted();
   if (event == WEBKIT_LOAD_FINISHED) self->loadFinished();
@@ -624,7 +638,7 @@ void WebKitPage::loadStarted() {
   showingFailure_ = std::exchange(failureFollows_, false);
   if (!showingFailure_) unstartedLoad_ = nullptr;
   // It stayed when it was asked to go.
-  closeRequested_ = false;
+  if (parts_) parts_->windows.closeRefused();
 }
 
 // Whoever hears of it may close the page.
@@ -672,7 +686,7 @@ bool WebKitPage::mayGo(const String& url, bool isKnown) {
   if (isKnown || !setup_.bound || !setup_.drivesApplication || showingFailure_) return true;
   if (std::exchange(refused_, true)) return false;
   logAlways(LogError, "The page that drives the application does not go to %s.", url.utf8());
-  if (client_) client_->navigationRefused(url);
+  if (client()) client()->navigationRefused(url);
   return false;
 }
 
@@ -700,7 +714,7 @@ bool WebKitPage::isTrusted() {
     const gint64 end = g_get_monotonic_time() + longestCommit;
     const auto tick = [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; };
     const guint timer = g_timeout_add(20, tick, nullptr);
-    while (client_ && loads_.isTrustedNext() && g_get_monotonic_time() < end) {
+    while (client() && loads_.isTrustedNext() && g_get_monotonic_time() < end) {
       g_main_context_iteration(nullptr, TRUE);
     }
     g_source_remove(timer);
@@ -725,11 +739,11 @@ bool WebKitPage::repeatLoad(const gchar* uri) {
 
 gboolean WebKitPage::onLoadFailed(WebKitWebView*, WebKitLoadEvent when, const gchar* uri,
                                   GError* error, WebKitPage* page) {
-  const auto self = page->shared_from_this();
+  const auto self = page->self();
   self->loads_.ended();
   Resources::DocumentEnd provided;
   if (Resources::isStream(uri)) {
-    provided = self->engine_.resources().takeDocument(uri);
+    provided = self->services().resources.takeDocument(uri);
     if (provided.kind != Resources::DocumentEnd::Kind::Failed) {
       self->showProvided(provided);
       return TRUE;
@@ -765,15 +779,15 @@ gboolean WebKitPage::onEngineMessage(WebKitWebView*, WebKitUserMessage* message,
       g_strcmp0(webkit_user_message_get_name(message), link_protocol::placeMessage) == 0 && token &&
       g_variant_is_of_type(token, G_VARIANT_TYPE_STRING);
   if (isPlace) {
-    const auto self = page->shared_from_this();
-    self->engine_.links().placePage(self->number_, g_variant_get_string(token, nullptr));
+    const auto self = page->self();
+    self->services().links.placePage(self->number_, g_variant_get_string(token, nullptr));
   }
   return isPlace ? TRUE : FALSE;
 }
 
 void WebKitPage::onProcessEnded(WebKitWebView* view, WebKitWebProcessTerminationReason reason,
                                 WebKitPage* page) {
-  const auto self = page->shared_from_this();
+  const auto self = page->self();
   self->link_.store(nullptr);
   if (self->parts_) self->parts_->hangMonitor.processEnded();
   if (self->parts_) self->parts_->fullScreen.documentGone();
@@ -835,14 +849,8 @@ void WebKitPage::showProvided(const Resources::DocumentEnd& document) {
 
 void WebKitPage::redrawAfterLoad() {
   for (const guint time : redrawTimes) {
-    auto* weak = new std::weak_ptr<WebKitPage>(shared_from_this());
-    g_timeout_add_full(
-        G_PRIORITY_DEFAULT, time,
-        [](gpointer data) -> gboolean {
-          const auto page = static_cast<std::weak_ptr<WebKitPage>*>(data)->lock();
-          if (page && page->view_) gtk_widget_queue_draw(GTK_WIDGET(page->view_));
-          return G_SOURCE_REMOVE;
-        },
-        weak, [](gpointer data) { delete static_cast<std::weak_ptr<WebKitPage>*>(data); });
+    later(time, [this] {
+      if (view_) gtk_widget_queue_draw(GTK_WIDGET(view_));
+    });
   }
 }

@@ -142,3 +142,8 @@ String originOf(const String& url) {
   webkit_security_origin_unref(origin);
   return result;
 }
+
+bool isForgetful(WebKitWebView* view) {
+  return webkit_website_data_manager_is_ephemeral(webkit_web_view_get_website_data_manager(view)) !=
+         FALSE;
+}

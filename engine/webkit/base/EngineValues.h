@@ -34,5 +34,8 @@ SSLConnectionInfo connectionInfoFrom(const char* uri, GTlsCertificate* certifica
 guint statusOf(WebKitWebView* view);
 bool isFailedStatus(guint status);
 
+// Whether the view keeps nothing of what its pages leave behind.
+bool isForgetful(WebKitWebView* view);
+
 // As "https://example.org"; empty for a view that shows nothing.
 Tessel::Platform::String originOf(const Tessel::Platform::String& url);

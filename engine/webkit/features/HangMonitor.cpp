@@ -1,7 +1,7 @@
 // Looks out for scripts of a page that do not end. Main thread.
 #include "engine/webkit/features/HangMonitor.h"
 
-#include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/base/PageContext.h"
 #include "platform/Log.h"
 
 #include <algorithm>
@@ -17,7 +17,7 @@ constexpr int longestInterval = 1000;
 
 }  // namespace
 
-HangMonitor::HangMonitor(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
+HangMonitor::HangMonitor(PageContext& page, WebKitWebView* view) : page_(page), view_(view) {
   limitChanged();
 }
 
@@ -31,7 +31,7 @@ void HangMonitor::limitChanged() {
   alive();
   limit_ = page_.client()->settings().javaScriptInterruptTimeout;
   // The page that drives the program is waited for in other ways, with limits of their own.
-  if (limit_ < 1 || page_.setup().drivesApplication) return;
+  if (limit_ < 1 || page_.drivesApplication()) return;
   interval_ = std::clamp(limit_ / 4, shortestInterval, longestInterval);
   timer_ = g_timeout_add(static_cast<guint>(interval_), onTick, this);
 }
@@ -50,9 +50,8 @@ void HangMonitor::pause() {
 
 std::shared_ptr<void> HangMonitor::pauseFor() {
   pause();
-  return {this, [page = page_.weak_from_this()](void*) {
-            const auto self = page.lock();
-            if (self && self->parts()) self->parts()->hangMonitor.goOn();
+  return {this, [this, life = page_.viewLife()](void*) {
+            if (!life.expired()) goOn();
           }};
 }
 

@@ -8,11 +8,11 @@
 
 #include <memory>
 
-class WebKitPage;
+class PageContext;
 
 class HangMonitor {
  public:
-  HangMonitor(WebKitPage& page, WebKitWebView* view);
+  HangMonitor(PageContext& page, WebKitWebView* view);
   ~HangMonitor();
   HangMonitor(const HangMonitor&) = delete;
   HangMonitor& operator=(const HangMonitor&) = delete;
@@ -36,7 +36,7 @@ class HangMonitor {
   void tick();
   void goOn();
 
-  WebKitPage& page_;
+  PageContext& page_;
   WebKitWebView* view_;
   guint timer_ = 0;
   int limit_ = 0;

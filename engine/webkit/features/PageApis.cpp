@@ -2,7 +2,7 @@
 #include "engine/webkit/features/PageApis.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/base/PageContext.h"
 
 using Tessel::Platform::String;
 
@@ -10,11 +10,12 @@ String PageApis::lockOrientation(bool landscape) {
   if (!page_.wants(OrvWebEvent::LockOrientation)) return "unsupported";
   // Who is told may take the page's view away, and this with it.
   const auto page = page_.shared_from_this();
+  const auto life = page->viewLife();
   OrvWebLockOrientationEvent event;
   event.landscape = landscape;
   page->raise(event);
-  if (event.isPreventDefault() || !page->parts()) return "refused";
-  page->parts()->apis.locked_ = true;
+  if (event.isPreventDefault() || life.expired()) return "refused";
+  locked_ = true;
   return "locked";
 }
 

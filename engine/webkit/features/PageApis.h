@@ -5,13 +5,13 @@
 #include "engine/Enumerations.h"
 #include "platform/String.h"
 
-class WebKitPage;
+class PageContext;
 
 class PageApis {
  public:
   using String = Tessel::Platform::String;
 
-  explicit PageApis(WebKitPage& page) : page_(page) {}
+  explicit PageApis(PageContext& page) : page_(page) {}
   PageApis(const PageApis&) = delete;
   PageApis& operator=(const PageApis&) = delete;
 
@@ -32,6 +32,6 @@ class PageApis {
   void documentGone();
 
  private:
-  WebKitPage& page_;
+  PageContext& page_;
   bool locked_ = false;
 };

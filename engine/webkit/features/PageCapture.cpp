@@ -2,8 +2,8 @@
 #include "engine/webkit/features/PageCapture.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitPage.h"
 #include "engine/webkit/base/EngineValues.h"
+#include "engine/webkit/base/PageContext.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,7 +14,7 @@ namespace {
 constexpr double largestSide = 16384;
 
 struct Capture {
-  std::weak_ptr<WebKitPage> page;
+  std::weak_ptr<PageContext> page;
   double scale;
   OrvWebRect part;
   OrvWebSize size;
@@ -62,7 +62,7 @@ void onSnapshot(GObject* view, GAsyncResult* result, gpointer data) {
 
 }  // namespace
 
-void capturePage(WebKitWebView* view, const std::weak_ptr<WebKitPage>& page, double scale,
+void capturePage(WebKitWebView* view, const std::weak_ptr<PageContext>& page, double scale,
                  const OrvWebRect& part, const OrvWebSize& size) {
   static double last = 0;
   webkit_web_view_get_snapshot(view, WEBKIT_SNAPSHOT_REGION_FULL_DOCUMENT,

@@ -2,7 +2,7 @@
 #include "engine/webkit/features/PageFind.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/base/PageContext.h"
 
 namespace {
 
@@ -11,7 +11,7 @@ constexpr guint mostMatches = 10000;
 
 }  // namespace
 
-PageFind::PageFind(WebKitPage& page, WebKitWebView* view)
+PageFind::PageFind(PageContext& page, WebKitWebView* view)
     : page_(page), controller_(webkit_web_view_get_find_controller(view)) {
   g_signal_connect(controller_, "found-text", G_CALLBACK(onFound), this);
   g_signal_connect(controller_, "failed-to-find-text", G_CALLBACK(onNotFound), this);

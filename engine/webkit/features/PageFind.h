@@ -5,13 +5,13 @@
 
 #include <webkit2/webkit2.h>
 
-class WebKitPage;
+class PageContext;
 
 class PageFind {
  public:
   using String = Tessel::Platform::String;
 
-  PageFind(WebKitPage& page, WebKitWebView* view);
+  PageFind(PageContext& page, WebKitWebView* view);
   ~PageFind();
   PageFind(const PageFind&) = delete;
   PageFind& operator=(const PageFind&) = delete;
@@ -24,7 +24,7 @@ class PageFind {
   static void onNotFound(WebKitFindController*, PageFind* self);
   void report(bool matched);
 
-  WebKitPage& page_;
+  PageContext& page_;
   WebKitFindController* controller_;  // the view's
   String text_;
   guint32 options_ = 0;

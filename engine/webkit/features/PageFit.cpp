@@ -1,7 +1,7 @@
 // Fits pages that are wider than their web view into it. Main thread.
 #include "engine/webkit/features/PageFit.h"
 
-#include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/base/PageContext.h"
 
 #include <algorithm>
 #include <utility>

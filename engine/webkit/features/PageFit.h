@@ -3,11 +3,11 @@
 
 #include <webkit2/webkit2.h>
 
-class WebKitPage;
+class PageContext;
 
 class PageFit {
  public:
-  PageFit(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {}
+  PageFit(PageContext& page, WebKitWebView* view) : page_(page), view_(view) {}
   PageFit(const PageFit&) = delete;
   PageFit& operator=(const PageFit&) = delete;
 
@@ -19,7 +19,7 @@ class PageFit {
   void zoomChosen() { fitted_ = false; }
 
  private:
-  WebKitPage& page_;
+  PageContext& page_;
   WebKitWebView* view_;
   bool fitted_ = false;
   double before_ = 1;  // the zoom that was there before a page was fitted

@@ -2,9 +2,10 @@
 #include "engine/webkit/features/PageForms.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitEngine.h"
-#include "engine/webkit/WebKitPage.h"
+#include "engine/autofill/FormHistory.h"
 #include "engine/webkit/base/EngineValues.h"
+#include "engine/webkit/base/PageContext.h"
+#include "engine/webkit/features/PagePrompts.h"
 
 #include <algorithm>
 #include <utility>
@@ -26,7 +27,8 @@ const PageForms::Handler PageForms::handlers[] = {
     {"login", 3, &PageForms::loginSent},
 };
 
-PageForms::PageForms(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
+PageForms::PageForms(PageContext& page, PagePrompts& prompts, WebKitWebView* view)
+    : page_(page), prompts_(prompts), view_(view) {
   g_signal_connect(view_, "load-changed", G_CALLBACK(onLoadChanged), this);
 }
 
@@ -51,17 +53,18 @@ void PageForms::fieldText(const Details& details) {
     return;
   }
   auto items =
-      page_.engine().formHistory().offered(details[0].stringValue(), details[1].stringValue());
+      page_.services().formHistory.offered(details[0].stringValue(), details[1].stringValue());
   if (items.empty()) return endOffer();
   if (offering_ && items == offered_) return;
   offering_ = true;
   offered_ = items;
   const auto page = page_.shared_from_this();
+  const auto life = page->viewLife();
   OrvWebFormAutofillRequestEvent event;
   event.items = std::move(items);
   page->raise(event);
-  // Prevented, there is no list, and none that could go. The page may be another one by now.
-  if (event.isPreventDefault() && page->forms() == this) offering_ = false;
+  // Prevented, there is no list, and none that could go.
+  if (event.isPreventDefault() && !life.expired()) offering_ = false;
 }
 
 void PageForms::fieldLeft(const Details&) {
@@ -86,7 +89,7 @@ void PageForms::typed(const Details& details) {
   for (std::size_t i = 0; i + 1 < details.size(); i += 2) {
     texts.emplace_back(details[i].stringValue(), details[i + 1].stringValue());
   }
-  page_.engine().formHistory().remember(texts);
+  page_.services().formHistory.remember(texts);
 }
 
 bool PageForms::savesLogins() const {
@@ -98,7 +101,7 @@ void PageForms::loginForm(const Details& details) {
   const String origin = details[0].stringValue();
   // A document may speak before the engine has said that it is there; what it says of itself is
   // not enough to give it a password.
-  if (origin != originOf(page_.shownAddress())) {
+  if (origin != originOf(page_.loadControl().shownAddress())) {
     waitingOrigin_ = origin;
     return;
   }
@@ -107,7 +110,7 @@ void PageForms::loginForm(const Details& details) {
 
 void PageForms::fillLogin(const String& origin, const String& username) {
   if (!isOfServer(origin)) return;
-  for (const SavedLogin& login : page_.engine().passwords().of(origin)) {
+  for (const SavedLogin& login : page_.services().passwords.of(origin)) {
     if (!username.isEmpty() && login.username != username) continue;
     return page_.act("fillLogin", {origin, login.username, login.password});
   }
@@ -115,8 +118,10 @@ void PageForms::fillLogin(const String& origin, const String& username) {
 
 void PageForms::loginSent(const Details& details) {
   const String origin = details[0].stringValue();
-  if (!savesLogins() || !isOfServer(origin) || origin != originOf(page_.shownAddress())) return;
-  page_.offerToSave({origin, details[1].stringValue(), details[2].stringValue()});
+  if (!savesLogins() || !isOfServer(origin) ||
+      origin != originOf(page_.loadControl().shownAddress()))
+    return;
+  prompts_.offerToSave({origin, details[1].stringValue(), details[2].stringValue()});
 }
 
 void PageForms::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, PageForms* self) {
@@ -124,13 +129,8 @@ void PageForms::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, PageForms* 
   const auto page = self->page_.shared_from_this();
   const String waiting = std::exchange(self->waitingOrigin_, String());
   if (page->client() && self->savesLogins() && !waiting.isEmpty() &&
-      waiting == originOf(page->shownAddress())) {
+      waiting == originOf(page->loadControl().shownAddress())) {
     self->fillLogin(waiting, String());
   }
   self->endOffer();
-}
-
-bool isForgetful(WebKitWebView* view) {
-  return webkit_website_data_manager_is_ephemeral(webkit_web_view_get_website_data_manager(view)) !=
-         FALSE;
 }

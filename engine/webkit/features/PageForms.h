@@ -10,13 +10,14 @@
 #include <optional>
 #include <vector>
 
-class WebKitPage;
+class PageContext;
+class PagePrompts;
 
 class PageForms {
  public:
   using String = Tessel::Platform::String;
 
-  PageForms(WebKitPage& page, WebKitWebView* view);
+  PageForms(PageContext& page, PagePrompts& prompts, WebKitWebView* view);
   ~PageForms();
   PageForms(const PageForms&) = delete;
   PageForms& operator=(const PageForms&) = delete;
@@ -47,13 +48,11 @@ class PageForms {
   void fillLogin(const String& origin, const String& username);
   bool savesLogins() const;
 
-  WebKitPage& page_;
+  PageContext& page_;
+  PagePrompts& prompts_;
   WebKitWebView* view_;
   bool offering_ = false;
   std::vector<String> offered_;
   // A form of a document that the engine has not told us of yet asks for the log-in of this origin.
   String waitingOrigin_;
 };
-
-// Whether the view keeps nothing of what its pages leave behind.
-bool isForgetful(WebKitWebView* view);

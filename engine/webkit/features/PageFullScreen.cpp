@@ -2,7 +2,7 @@
 #include "engine/webkit/features/PageFullScreen.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/base/PageContext.h"
 #include "platform/graphics/Window.h"
 
 namespace {
@@ -22,7 +22,7 @@ void setPlace(Event& event, const OrvWebRect& place) {
 
 }  // namespace
 
-PageFullScreen::PageFullScreen(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
+PageFullScreen::PageFullScreen(PageContext& page, WebKitWebView* view) : page_(page), view_(view) {
   g_signal_connect(view_, "enter-fullscreen", G_CALLBACK(onEnter), this);
   g_signal_connect(view_, "leave-fullscreen", G_CALLBACK(onLeave), this);
   g_signal_connect_after(view_, "size-allocate", G_CALLBACK(onAllocated), this);
@@ -79,11 +79,12 @@ OrvWebRect PageFullScreen::place() const {
 
 void PageFullScreen::videoChanged(bool isVideo, const String& source) {
   const auto page = page_.shared_from_this();
+  const auto life = page->viewLife();
   isVideo_ = isVideo;
   source_ = source;
   page->update<&PageState::isVideoFullScreen>(isVideo);
   // Who was told may have taken the view away, and this with it.
-  if (page->parts()) capableChanged();
+  if (!life.expired()) capableChanged();
 }
 
 void PageFullScreen::capableChanged() {

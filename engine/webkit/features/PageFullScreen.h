@@ -6,13 +6,13 @@
 
 #include <webkit2/webkit2.h>
 
-class WebKitPage;
+class PageContext;
 
 class PageFullScreen {
  public:
   using String = Tessel::Platform::String;
 
-  PageFullScreen(WebKitPage& page, WebKitWebView* view);
+  PageFullScreen(PageContext& page, WebKitWebView* view);
   ~PageFullScreen();
   PageFullScreen(const PageFullScreen&) = delete;
   PageFullScreen& operator=(const PageFullScreen&) = delete;
@@ -34,7 +34,7 @@ class PageFullScreen {
   static void onAllocated(GtkWidget*, GdkRectangle*, PageFullScreen* self);
   OrvWebRect place() const;
 
-  WebKitPage& page_;
+  PageContext& page_;
   WebKitWebView* view_;
   bool inFullScreen_ = false;
   gint64 moment_ = 0;  // of the last step into full screen or out of it; 0 for none

@@ -1,7 +1,7 @@
 // Where a page has been. Main thread.
 #include "engine/webkit/features/PageHistory.h"
 
-#include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/base/PageContext.h"
 
 #include <algorithm>
 #include <string>
@@ -15,7 +15,7 @@ constexpr std::size_t longestSession = 16u << 20;
 
 }  // namespace
 
-PageHistory::PageHistory(WebKitPage& page, WebKitWebView* view)
+PageHistory::PageHistory(PageContext& page, WebKitWebView* view)
     : page_(page), view_(view), list_(webkit_web_view_get_back_forward_list(view)) {
   g_signal_connect(list_, "changed", G_CALLBACK(onChanged), this);
 }

@@ -8,7 +8,7 @@
 
 #include <vector>
 
-class WebKitPage;
+class PageContext;
 
 // The engine's list cannot be emptied; what was cleared is hidden instead: entries outside the
 // bounds are neither told nor gone to.
@@ -16,7 +16,7 @@ class PageHistory {
  public:
   using String = Tessel::Platform::String;
 
-  PageHistory(WebKitPage& page, WebKitWebView* view);
+  PageHistory(PageContext& page, WebKitWebView* view);
   ~PageHistory();
   PageHistory(const PageHistory&) = delete;
   PageHistory& operator=(const PageHistory&) = delete;
@@ -42,7 +42,7 @@ class PageHistory {
   Visible visible() const;
   void update();
 
-  WebKitPage& page_;
+  PageContext& page_;
   WebKitWebView* view_;
   WebKitBackForwardList* list_;
   ObjectPointer<Item> oldest_;   // nothing before it is seen; null for no bound

@@ -1,7 +1,7 @@
 // The keyboard, the pointer and fingers in a page, and the text that is typed there. Main thread.
 #include "engine/webkit/features/PageInput.h"
 
-#include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/base/PageContext.h"
 
 #include <algorithm>
 #include <utility>
@@ -49,7 +49,7 @@ bool isArrow(guint keyValue) {
 
 }  // namespace
 
-PageInput::PageInput(WebKitPage& page, WebKitWebView* view)
+PageInput::PageInput(PageContext& page, WebKitWebView* view)
     : page_(page), view_(view), method_(inputMethodNew(GTK_WIDGET(view))) {
   inputMethodSetClient(method_.get(), this);
   webkit_web_view_set_input_method_context(view_, method_.get());

@@ -10,12 +10,12 @@
 #include <bitset>
 #include <optional>
 
-class WebKitPage;
+class PageContext;
 
 // Gives the view its input method.
 class PageInput final : public InputMethodClient {
  public:
-  PageInput(WebKitPage& page, WebKitWebView* view);
+  PageInput(PageContext& page, WebKitWebView* view);
   ~PageInput() override;
 
   // The last key with an arrow was not taken by the page.
@@ -39,7 +39,7 @@ class PageInput final : public InputMethodClient {
   bool notifyOfKey(const GdkEventKey& event, bool isRepeated);
   void notify(OrvWebInputNotification what);
 
-  WebKitPage& page_;
+  PageContext& page_;
   WebKitWebView* view_;
   ObjectPointer<WebKitInputMethodContext> method_;
   bool takesText_ = false;  // something in the page that has the keyboard does

@@ -2,8 +2,9 @@
 #include "engine/webkit/features/PageMenu.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitPage.h"
 #include "engine/webkit/base/EngineValues.h"
+#include "engine/webkit/base/PageContext.h"
+#include "engine/webkit/network/Downloads.h"
 
 using Item = OrvWebContextMenuItem;
 using Tessel::Platform::String;
@@ -24,7 +25,7 @@ OrvWebContext contextOf(WebKitHitTestResult* hit, OrvWebContext context) {
 
 }  // namespace
 
-PageMenu::PageMenu(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
+PageMenu::PageMenu(PageContext& page, WebKitWebView* view) : page_(page), view_(view) {
   g_signal_connect(view_, "mouse-target-changed", G_CALLBACK(onPointedAt), this);
   g_signal_connect(view_, "context-menu", G_CALLBACK(onMenu), this);
 }
@@ -130,18 +131,18 @@ void PageMenu::run(Item item) {
       edit(WEBKIT_EDITING_COMMAND_SELECT_ALL);
       return edit("Delete");
     case Item::OpenLink:
-      if (link) page->loadAgain(link);
+      if (link) page->loadControl().loadAgain(link);
       return;
     case Item::SaveLinkAs:
-      if (link) page->download(link, String());
+      if (link) page->services().downloads.start(view_, link, String());
       return;
     case Item::CopyLink:
       return copy(link);
     case Item::ViewImage:
-      if (image) page->loadAgain(image);
+      if (image) page->loadControl().loadAgain(image);
       return;
     case Item::SaveImage:
-      if (image) page->download(image, String());
+      if (image) page->services().downloads.start(view_, image, String());
       return;
     case Item::CopyImageLink:
       return copy(image);

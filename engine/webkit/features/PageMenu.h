@@ -6,11 +6,11 @@
 
 #include <webkit2/webkit2.h>
 
-class WebKitPage;
+class PageContext;
 
 class PageMenu {
  public:
-  PageMenu(WebKitPage& page, WebKitWebView* view);
+  PageMenu(PageContext& page, WebKitWebView* view);
   ~PageMenu();
   PageMenu(const PageMenu&) = delete;
   PageMenu& operator=(const PageMenu&) = delete;
@@ -31,7 +31,7 @@ class PageMenu {
   void cancel(OrvWebContextMenuCancelReason reason);
   void updateContext(WebKitHitTestResult* hit);
 
-  WebKitPage& page_;
+  PageContext& page_;
   WebKitWebView* view_;
   ObjectPointer<WebKitHitTestResult> hit_;  // of the last menu
   unsigned int runs_ = 0;

@@ -2,7 +2,8 @@
 #include "engine/webkit/features/PageNavigation.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitPage.h"
+#include "engine/TrustedLoads.h"
+#include "engine/webkit/base/PageContext.h"
 
 #include <algorithm>
 #include <iterator>
@@ -38,7 +39,7 @@ bool isKnownScheme(const char* scheme) {
 
 }  // namespace
 
-PageNavigation::PageNavigation(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
+PageNavigation::PageNavigation(PageContext& page, WebKitWebView* view) : page_(page), view_(view) {
   g_signal_connect(view_, "decide-policy", G_CALLBACK(onDecide), this);
   g_signal_connect(view_, "resource-load-started", G_CALLBACK(onResource), this);
 }
@@ -92,7 +93,7 @@ bool PageNavigation::decideUnknownScheme(const char* uri, WebKitPolicyDecision* 
   webkit_policy_decision_ignore(decision);
   if (!page_.client() || event.isPreventDefault()) return true;
   if (!event.protocolHandlerURL().isEmpty()) {
-    page_.loadAgain(event.protocolHandlerURL());
+    page_.loadControl().loadAgain(event.protocolHandlerURL());
     return true;
   }
   OrvWebInvokeRequestEvent invoke;
@@ -108,7 +109,7 @@ void PageNavigation::onResource(WebKitWebView* view, WebKitWebResource* resource
   if (resource != webkit_web_view_get_main_resource(view)) return;
   const auto page = self->page_.shared_from_this();
   const String url(webkit_uri_request_get_uri(request));
-  if (page->mayGo(url, page->loads().requested(url))) return;
+  if (page->loadControl().mayGo(url, page->loadControl().trustedLoads().requested(url))) return;
   webkit_web_view_stop_loading(view);
 }
 
@@ -117,7 +118,7 @@ bool PageNavigation::decideResponse(WebKitResponsePolicyDecision* decision) {
     const auto page = page_.shared_from_this();
     const String url(
         webkit_uri_request_get_uri(webkit_response_policy_decision_get_request(decision)));
-    if (!page->mayGo(url, page->loads().answered(url))) {
+    if (!page->loadControl().mayGo(url, page->loadControl().trustedLoads().answered(url))) {
       webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
       return true;
     }

@@ -6,11 +6,11 @@
 
 #include <webkit2/webkit2.h>
 
-class WebKitPage;
+class PageContext;
 
 class PageNavigation {
  public:
-  PageNavigation(WebKitPage& page, WebKitWebView* view);
+  PageNavigation(PageContext& page, WebKitWebView* view);
   ~PageNavigation();
   PageNavigation(const PageNavigation&) = delete;
   PageNavigation& operator=(const PageNavigation&) = delete;
@@ -32,7 +32,7 @@ class PageNavigation {
   bool decideResponse(WebKitResponsePolicyDecision* decision);
   void raiseLocationChange();
 
-  WebKitPage& page_;
+  PageContext& page_;
   WebKitWebView* view_;
   OrvWebNavigationType type_ = OrvWebNavigationType::Other;  // of the last navigation
 };

@@ -2,7 +2,7 @@
 #include "engine/webkit/features/PageNotifications.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/base/PageContext.h"
 
 using Tessel::Platform::String;
 
@@ -17,7 +17,7 @@ String idOf(WebKitNotification* notification) {
 
 }  // namespace
 
-PageNotifications::PageNotifications(WebKitPage& page, WebKitWebView* view)
+PageNotifications::PageNotifications(PageContext& page, WebKitWebView* view)
     : page_(page), view_(view) {
   g_signal_connect(view_, "show-notification", G_CALLBACK(onShow), this);
 }
@@ -47,8 +47,8 @@ gboolean PageNotifications::onShow(WebKitWebView*, WebKitNotification* notificat
   event.title = String(webkit_notification_get_title(notification));
   event.body = String(webkit_notification_get_body(notification));
   event.tag = String(webkit_notification_get_tag(notification));
-  gchar* origin =
-      g_uri_resolve_relative(page->shownAddress().utf8(), "/", G_URI_FLAGS_NONE, nullptr);
+  gchar* origin = g_uri_resolve_relative(page->loadControl().shownAddress().utf8(), "/",
+                                         G_URI_FLAGS_NONE, nullptr);
   event.origin = String(origin);
   g_free(origin);
   page->raise(event);

@@ -8,13 +8,13 @@
 
 #include <map>
 
-class WebKitPage;
+class PageContext;
 
 class PageNotifications {
  public:
   using String = Tessel::Platform::String;
 
-  PageNotifications(WebKitPage& page, WebKitWebView* view);
+  PageNotifications(PageContext& page, WebKitWebView* view);
   ~PageNotifications();
   PageNotifications(const PageNotifications&) = delete;
   PageNotifications& operator=(const PageNotifications&) = delete;
@@ -26,7 +26,7 @@ class PageNotifications {
   static void onClosed(WebKitNotification* notification, PageNotifications* self);
   void forget(WebKitNotification* notification);
 
-  WebKitPage& page_;
+  PageContext& page_;
   WebKitWebView* view_;
   std::map<String, ObjectPointer<WebKitNotification>> shown_;
 };

@@ -2,10 +2,10 @@
 #include "engine/webkit/features/PagePrompts.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitEngine.h"
-#include "engine/webkit/WebKitPage.h"
 #include "engine/webkit/base/EngineValues.h"
 #include "engine/webkit/base/ObjectPointer.h"
+#include "engine/webkit/base/PageContext.h"
+#include "engine/webkit/features/HangMonitor.h"
 #include "platform/Log.h"
 
 #include <algorithm>
@@ -185,7 +185,8 @@ unsigned int nextPromptNumber() {
   return ++last;
 }
 
-PagePrompts::PagePrompts(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
+PagePrompts::PagePrompts(PageContext& page, HangMonitor& hangMonitor, WebKitWebView* view)
+    : page_(page), hangMonitor_(hangMonitor), view_(view) {
   const auto connect = [&](const char* signal, auto handler) {
     g_signal_connect(view_, signal, G_CALLBACK(handler), this);
   };
@@ -200,7 +201,7 @@ PagePrompts::~PagePrompts() {
   g_signal_handlers_disconnect_by_data(view_, this);
 }
 
-PagePrompts::Early PagePrompts::ask(WebKitPage& page, OrvWebEvent& event, unsigned int number,
+PagePrompts::Early PagePrompts::ask(PageContext& page, OrvWebEvent& event, unsigned int number,
                                     PagePermission permission, const String& origin) {
   const auto asking = asking_;
   asking->insert_or_assign(number, Asking{permission, origin, std::nullopt});
@@ -240,17 +241,17 @@ gboolean PagePrompts::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog,
   // The engine's own dialog is as good as any when nobody else wants to show one.
   if (!page->wants(OrvWebEvent::DialogRequested) ||
       !page->client()->settings().isEnableDialogRequestedEvents) {
-    page->parts()->hangMonitor.pause();
+    self->hangMonitor_.pause();
     return FALSE;
   }
-  auto pause = page->parts()->hangMonitor.pauseFor();
+  auto pause = self->hangMonitor_.pauseFor();
   OrvWebDialogRequestedEvent event;
   event.dialogType = dialogTypeOf(dialog);
   event.message = String(webkit_script_dialog_get_message(dialog));
   if (event.dialogType() == OrvWebDialogType::JavaScriptPrompt) {
     event.result = String(webkit_script_dialog_prompt_get_default_text(dialog));
   }
-  event.url = page->shownAddress();
+  event.url = page->loadControl().shownAddress();
   event.waitHandle = nextPromptNumber();
   const Early early = self->ask(*page, event, event.waitHandle());
   if (!page->client()) return TRUE;
@@ -271,9 +272,9 @@ gboolean PagePrompts::onAuthenticate(WebKitWebView*, WebKitAuthenticationRequest
   const auto page = self->page_.shared_from_this();
   if (!page->client()) return FALSE;
   g_signal_connect_data(
-      request, "authenticated", G_CALLBACK(onAuthenticated), new std::weak_ptr<WebKitPage>(page),
-      [](gpointer data, GClosure*) { delete static_cast<std::weak_ptr<WebKitPage>*>(data); },
-      GConnectFlags(0));
+      request, "authenticated", G_CALLBACK(onAuthenticated),
+      new Asker{page, self, page->viewLife()},
+      [](gpointer data, GClosure*) { delete static_cast<Asker*>(data); }, GConnectFlags(0));
   const bool isForProxy = webkit_authentication_request_is_for_proxy(request) != FALSE;
   if (webkit_authentication_request_is_retry(request)) {
     // The one before was wrong.
@@ -309,10 +310,9 @@ gboolean PagePrompts::onAuthenticate(WebKitWebView*, WebKitAuthenticationRequest
 bool PagePrompts::answerFromSaved(WebKitAuthenticationRequest* request) {
   // What was not accepted is not tried again.
   const bool isRetry = webkit_authentication_request_is_retry(request) != FALSE;
-  WebKitEngine& engine = page_.engine();
   if (webkit_authentication_request_is_for_proxy(request)) {
-    if (isRetry) engine.setProxyLogin({});
-    const SavedLogin& login = engine.proxyLogin();
+    SavedLogin& login = page_.services().proxyLogin;
+    if (isRetry) login = {};
     if (login.username.isEmpty()) return false;
     authenticate(request, login.username, login.password);
     return true;
@@ -320,7 +320,7 @@ bool PagePrompts::answerFromSaved(WebKitAuthenticationRequest* request) {
   if (isRetry || isForgetful(view_) || !page_.client()->settings().isEnableCredentialAutofill) {
     return false;
   }
-  const std::vector<SavedLogin> saved = engine.passwords().of(placeOf(request));
+  const std::vector<SavedLogin> saved = page_.services().passwords.of(placeOf(request));
   if (saved.empty()) return false;
   authenticate(request, saved.front().username, saved.front().password);
   return true;
@@ -328,17 +328,20 @@ bool PagePrompts::answerFromSaved(WebKitAuthenticationRequest* request) {
 
 void PagePrompts::onAuthenticated(WebKitAuthenticationRequest* request,
                                   WebKitCredential* credential, gpointer data) {
-  const auto page = static_cast<std::weak_ptr<WebKitPage>*>(data)->lock();
+  const auto* const asker = static_cast<Asker*>(data);
+  const auto page = asker->page.lock();
   if (!page || !page->client() || !credential) return;
-  if (PagePrompts* const prompts = page->prompts()) {
+  PagePrompts* const prompts = asker->life.expired() ? nullptr : asker->prompts;
+  if (prompts) {
     std::erase_if(prompts->logins_,
                   [request](const auto& login) { return login.get() == request; });
   }
-  accepted(*page, request, credential);
+  accepted(*page, prompts, request, credential);
 }
 
 void PagePrompts::loaded() {
   const auto page = page_.shared_from_this();
+  const auto life = page->viewLife();
   const auto logins = std::exchange(logins_, {});
   const guint status = statusOf(view_);
   if (status == 0 || isFailedStatus(status)) return;
@@ -349,21 +352,21 @@ void PagePrompts::loaded() {
     // Once is enough, should it be told later.
     g_signal_handlers_disconnect_matched(login.get(), G_SIGNAL_MATCH_FUNC, 0, 0, nullptr,
                                          reinterpret_cast<gpointer>(onAuthenticated), nullptr);
-    if (page->client()) accepted(*page, login.get(), credential);
+    if (page->client()) accepted(*page, life.expired() ? nullptr : this, login.get(), credential);
   }
 }
 
-void PagePrompts::accepted(WebKitPage& page, WebKitAuthenticationRequest* request,
-                           WebKitCredential* credential) {
+void PagePrompts::accepted(PageContext& page, PagePrompts* prompts,
+                           WebKitAuthenticationRequest* request, WebKitCredential* credential) {
   SavedLogin login{{},
                    String(webkit_credential_get_username(credential)),
                    String(webkit_credential_get_password(credential))};
   if (!webkit_authentication_request_is_for_proxy(request)) {
     login.place = placeOf(request);
-    return page.offerToSave(login);
+    return prompts ? prompts->offerToSave(login) : void();
   }
-  if (login == page.engine().proxyLogin()) return;
-  page.engine().setProxyLogin(login);
+  if (login == page.services().proxyLogin) return;
+  page.services().proxyLogin = login;
   // For the other processes: each has connections of its own.
   OrvWebSyncProxyCredentialEvent event;
   event.username = login.username;
@@ -373,11 +376,12 @@ void PagePrompts::accepted(WebKitPage& page, WebKitAuthenticationRequest* reques
 
 void PagePrompts::offerToSave(const SavedLogin& login) {
   const auto page = page_.shared_from_this();
+  const auto life = page->viewLife();
   if (!page->wants(OrvWebEvent::DialogRequested) || isForgetful(view_) ||
       !page->client()->settings().isEnableCredentialAutofill) {
     return;
   }
-  PasswordStore& store = page->engine().passwords();
+  PasswordStore& store = page->services().passwords;
   const std::vector<SavedLogin> saved = store.of(login.place);
   if (std::find(saved.begin(), saved.end(), login) != saved.end()) return;
   auto question = std::make_unique<OpenSaving>(store, login);
@@ -390,7 +394,7 @@ void PagePrompts::offerToSave(const SavedLogin& login) {
   event.username = login.username;
   event.waitHandle = nextPromptNumber();
   const Early early = ask(*page, event, event.waitHandle());
-  if (!page->client() || page->prompts() != this) return;
+  if (!page->client() || life.expired()) return;
   if (event.wait()) {
     // One at a time: a page must not pile them up.
     held_.erase(std::exchange(openSaving_, event.waitHandle()));
@@ -404,7 +408,7 @@ void PagePrompts::offerToSave(const SavedLogin& login) {
 gboolean PagePrompts::onPermission(WebKitWebView*, WebKitPermissionRequest* request,
                                    PagePrompts* self) {
   const auto page = self->page_.shared_from_this();
-  const String origin = originOf(page->shownAddress());
+  const String origin = originOf(page->loadControl().shownAddress());
   const unsigned int number = nextPromptNumber();
   auto question = std::make_unique<OpenPermission>(request);
   const auto ask = [&](OrvWebSendEvent& event, PagePermission permission) {
@@ -460,13 +464,13 @@ gboolean PagePrompts::onPermissionState(WebKitWebView*, WebKitPermissionStateQue
     return FALSE;
   }
   auto question = std::make_unique<OpenPermissionState>(query);
-  if (const auto decision = page->client()->decisionFor(PagePermission::Notification,
-                                                        originOf(page->shownAddress()))) {
+  if (const auto decision = page->client()->decisionFor(
+          PagePermission::Notification, originOf(page->loadControl().shownAddress()))) {
     question->answer({true, *decision ? "granted" : "denied", {}, {}});
     return TRUE;
   }
   OrvWebNotificationPermissionCheckEvent event;
-  event.origin = originOf(page->shownAddress());
+  event.origin = originOf(page->loadControl().shownAddress());
   event.waitHandle = nextPromptNumber();
   const Early early = self->ask(*page, event, event.waitHandle());
   if (!page->client()) return TRUE;

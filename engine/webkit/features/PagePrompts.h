@@ -14,7 +14,8 @@
 #include <optional>
 #include <vector>
 
-class WebKitPage;
+class HangMonitor;
+class PageContext;
 
 // Names one question, of whatever kind and page, in this process.
 unsigned int nextPromptNumber();
@@ -30,7 +31,7 @@ class PagePrompts {
  public:
   using String = Tessel::Platform::String;
 
-  PagePrompts(WebKitPage& page, WebKitWebView* view);
+  PagePrompts(PageContext& page, HangMonitor& hangMonitor, WebKitWebView* view);
   ~PagePrompts();
   PagePrompts(const PagePrompts&) = delete;
   PagePrompts& operator=(const PagePrompts&) = delete;
@@ -58,25 +59,33 @@ class PagePrompts {
                                PagePrompts* self);
 
   bool answerFromSaved(WebKitAuthenticationRequest* request);
-  // What to do with a log-in that has proved right. This may be gone afterwards.
-  static void accepted(WebKitPage& page, WebKitAuthenticationRequest* request,
-                       WebKitCredential* credential);
+  // What to do with a log-in that has proved right. The prompts are null when their view is gone,
+  // and may be gone afterwards.
+  static void accepted(PageContext& page, PagePrompts* prompts,
+                       WebKitAuthenticationRequest* request, WebKitCredential* credential);
 
   struct Held {
     std::unique_ptr<OpenPrompt> question;
     PagePermission permission = PagePermission::None;
     String origin;
   };
+  // Whose request for a log-in it was, for as long as the request lives.
+  struct Asker {
+    std::weak_ptr<PageContext> page;
+    PagePrompts* prompts;
+    std::weak_ptr<const void> life;  // of the prompts
+  };
   using Early = std::optional<QuestionAnswer>;
   // Asks the chrome. What it decides by a command can overtake the answer of the event, which only
   // then leaves the question open: such a decision is the result. This may be gone afterwards.
-  Early ask(WebKitPage& page, OrvWebEvent& event, unsigned int number,
+  Early ask(PageContext& page, OrvWebEvent& event, unsigned int number,
             PagePermission permission = PagePermission::None, const String& origin = String());
   // Leaves a question open, unless it has been decided early.
   void hold(unsigned int number, std::unique_ptr<OpenPrompt> question, const Early& early,
             PagePermission permission = PagePermission::None, const String& origin = String());
 
-  WebKitPage& page_;
+  PageContext& page_;
+  HangMonitor& hangMonitor_;
   WebKitWebView* view_;
   std::map<unsigned int, Held> held_;
   struct Asking {

@@ -7,8 +7,8 @@
 
 #include "engine/Certificates.h"
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitPage.h"
 #include "engine/webkit/base/EngineValues.h"
+#include "engine/webkit/base/PageContext.h"
 #include "engine/webkit/features/PagePrompts.h"
 
 using Tessel::Platform::concat;
@@ -40,7 +40,7 @@ String now() {
 
 }  // namespace
 
-PageSecurity::PageSecurity(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
+PageSecurity::PageSecurity(PageContext& page, WebKitWebView* view) : page_(page), view_(view) {
   letInKnown();
   g_signal_connect(view_, "load-failed-with-tls-errors", G_CALLBACK(onTlsFailed), this);
 }
@@ -74,14 +74,14 @@ void PageSecurity::letInKnown() {
 // From the main loop: inside the signal of a failure the engine is not ready for the next load.
 void PageSecurity::loadAgain(const String& url) {
   struct Again {
-    std::weak_ptr<WebKitPage> page;
+    std::weak_ptr<PageContext> page;
     String url;
   };
   g_idle_add_full(
       G_PRIORITY_DEFAULT,
       [](gpointer data) -> gboolean {
         const auto* again = static_cast<Again*>(data);
-        if (const auto page = again->page.lock()) page->loadAgain(again->url);
+        if (const auto page = again->page.lock()) page->loadControl().loadAgain(again->url);
         return G_SOURCE_REMOVE;
       },
       new Again{page_.weak_from_this(), url},
@@ -150,7 +150,7 @@ void PageSecurity::refuse(const String& url, const SSLConnectionInfo& connection
   certificate.issuer = connection.issuer;
   refused_[event.streamId()] = {url, certificate};
   page->raise(event);
-  page->showFailure(url, "The server's certificate is not trusted.");
+  page->loadControl().showFailure(url, "The server's certificate is not trusted.");
   page->raise(OrvWebEvent::DocumentLoadFailed);
 }
 
@@ -159,5 +159,5 @@ void PageSecurity::continueHandshake(unsigned int number, bool trust) {
   if (!node || !trust) return;
   const auto page = page_.shared_from_this();
   page->client()->acceptCertificate(node.mapped().certificate);
-  page->loadAgain(node.mapped().url);
+  page->loadControl().loadAgain(node.mapped().url);
 }

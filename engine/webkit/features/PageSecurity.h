@@ -7,13 +7,13 @@
 
 #include <map>
 
-class WebKitPage;
+class PageContext;
 
 class PageSecurity {
  public:
   using String = Tessel::Platform::String;
 
-  PageSecurity(WebKitPage& page, WebKitWebView* view);
+  PageSecurity(PageContext& page, WebKitWebView* view);
   ~PageSecurity();
   PageSecurity(const PageSecurity&) = delete;
   PageSecurity& operator=(const PageSecurity&) = delete;
@@ -39,7 +39,7 @@ class PageSecurity {
   void loadAgain(const String& url);
   void refuse(const String& url, const SSLConnectionInfo& connection);
 
-  WebKitPage& page_;
+  PageContext& page_;
   WebKitWebView* view_;
   // By the numbers that their events carry; the page's latest few.
   std::map<unsigned int, Refused> refused_;

@@ -1,8 +1,7 @@
 // What a web view's settings mean to its engine view. Main thread.
 #include "engine/webkit/features/PageSettings.h"
 
-#include "engine/webkit/WebKitEngine.h"
-#include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/base/PageContext.h"
 #include "platform/Log.h"
 
 #include <algorithm>
@@ -65,7 +64,7 @@ WebKitSettings* PageSettings::make(const WebViewSettings& values) {
   return settings;
 }
 
-PageSettings::PageSettings(WebKitPage& page, WebKitWebView* view)
+PageSettings::PageSettings(PageContext& page, WebKitWebView* view)
     : page_(page), view_(view), inputMethods_(webkit_web_view_get_input_method_context(view)) {
   if (inputMethods_) g_object_ref(inputMethods_);
   const WebViewSettings values = page.client()->settings();
@@ -227,7 +226,7 @@ bool PageSettings::readStyleSheet(const String& location, std::string& text) con
   GFile* file = nullptr;
   constexpr std::string_view local = "local:///";
   if (address.starts_with(local)) {
-    file = g_file_new_build_filename(page_.engine().localRoot().c_str(),
+    file = g_file_new_build_filename(page_.services().localRoot.c_str(),
                                      location.utf8() + local.size(), nullptr);
   } else if (address.starts_with("/")) {
     file = g_file_new_for_path(location.utf8());

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-class WebKitPage;
+class PageContext;
 
 class PageSettings {
  public:
@@ -17,7 +17,7 @@ class PageSettings {
   // The engine's settings of a view that is to be made.
   static WebKitSettings* make(const WebViewSettings& values);
 
-  PageSettings(WebKitPage& page, WebKitWebView* view);
+  PageSettings(PageContext& page, WebKitWebView* view);
   ~PageSettings();
   PageSettings(const PageSettings&) = delete;
   PageSettings& operator=(const PageSettings&) = delete;
@@ -40,7 +40,7 @@ class PageSettings {
   // none, and the log says why.
   bool readStyleSheet(const String& location, std::string& text) const;
 
-  WebKitPage& page_;
+  PageContext& page_;
   WebKitWebView* view_;
   WebKitInputMethodContext* inputMethods_;  // the view's own; kept while it is switched off
   std::vector<String> allowedOrigins_;

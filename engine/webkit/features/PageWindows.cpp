@@ -2,7 +2,8 @@
 #include "engine/webkit/features/PageWindows.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/base/PageContext.h"
+#include "engine/webkit/features/HangMonitor.h"
 #include "engine/webkit/features/PagePrompts.h"
 #include "platform/Log.h"
 
@@ -17,7 +18,8 @@ constexpr guint mostSeconds = 10;
 
 }  // namespace
 
-PageWindows::PageWindows(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
+PageWindows::PageWindows(PageContext& page, HangMonitor& hangMonitor, WebKitWebView* view)
+    : page_(page), hangMonitor_(hangMonitor), view_(view) {
   g_signal_connect(view_, "create", G_CALLBACK(onCreate), this);
   g_signal_connect(view_, "close", G_CALLBACK(onClose), this);
 }
@@ -34,9 +36,9 @@ GtkWidget* PageWindows::onCreate(WebKitWebView* view, WebKitNavigationAction* ac
                                  PageWindows* self) {
   const auto opener = self->page_.shared_from_this();
   if (!opener->client()) return nullptr;
-  std::shared_ptr<WebKitPage> popup;
+  std::shared_ptr<PageContext> popup;
   const auto pageOf = [&](OrvWebView* prepared) {
-    return std::dynamic_pointer_cast<WebKitPage>(opener->client()->pageOf(prepared));
+    return std::dynamic_pointer_cast<PageContext>(opener->client()->pageOf(prepared));
   };
   OrvWebOpenWindowEvent event;
   event.url = String(webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
@@ -46,7 +48,7 @@ GtkWidget* PageWindows::onCreate(WebKitWebView* view, WebKitNavigationAction* ac
   event.view = opener->client()->popupView();
   const unsigned int number = event.waitHandle();
   // The opener stands still for as long as this takes.
-  const auto pause = opener->parts()->hangMonitor.pauseFor();
+  const auto pause = self->hangMonitor_.pauseFor();
   opener->raise(event);
   if (!opener->client() || event.isPreventDefault() ||
       event.action() == OrvWebOpenWindowAction::DISCARD) {
@@ -61,7 +63,7 @@ GtkWidget* PageWindows::onCreate(WebKitWebView* view, WebKitNavigationAction* ac
   return GTK_WIDGET(popup->view());
 }
 
-std::shared_ptr<WebKitPage> PageWindows::waitForAnswer(unsigned int number) {
+std::shared_ptr<PageContext> PageWindows::waitForAnswer(unsigned int number) {
   Waiting waiting{number, g_main_loop_new(nullptr, FALSE), nullptr, false};
   Waiting* outer = waiting_;
   waiting_ = &waiting;
@@ -84,7 +86,7 @@ std::shared_ptr<WebKitPage> PageWindows::waitForAnswer(unsigned int number) {
   return waiting.page;
 }
 
-void PageWindows::answer(unsigned int number, std::shared_ptr<WebKitPage> page) {
+void PageWindows::answer(unsigned int number, std::shared_ptr<PageContext> page) {
   if (!waiting_ || waiting_->number != number || waiting_->answered) return;
   waiting_->answered = true;
   waiting_->page = std::move(page);
@@ -93,7 +95,8 @@ void PageWindows::answer(unsigned int number, std::shared_ptr<WebKitPage> page) 
 
 void PageWindows::onClose(WebKitWebView*, PageWindows* self) {
   const auto page = self->page_.shared_from_this();
-  if (page->takeCloseRequest()) return page->client()->closeAllowed();
+  if (std::exchange(self->closeAsked_, false) && page->client())
+    return page->client()->closeAllowed();
   OrvWebCloseWindowEvent event;
   page->raise(event);
   // Whether the web view goes is the chrome's to decide: it is the one who placed it.

@@ -5,17 +5,22 @@
 
 #include <memory>
 
-class WebKitPage;
+class HangMonitor;
+class PageContext;
 
 class PageWindows {
  public:
-  PageWindows(WebKitPage& page, WebKitWebView* view);
+  PageWindows(PageContext& page, HangMonitor& hangMonitor, WebKitWebView* view);
   ~PageWindows();
   PageWindows(const PageWindows&) = delete;
   PageWindows& operator=(const PageWindows&) = delete;
 
   // Ends the wait of that number: in that page, or nowhere.
-  void answer(unsigned int number, std::shared_ptr<WebKitPage> page);
+  void answer(unsigned int number, std::shared_ptr<PageContext> page);
+  // Page::tryClose has asked the page's document whether it may go, and this is its answer: no. An
+  // agreement is told to the client.
+  void closeAsked() { closeAsked_ = true; }
+  void closeRefused() { closeAsked_ = false; }
 
  private:
   // A window that waits for the chrome to say where. Lives in the stack frame of the one who asks;
@@ -23,15 +28,17 @@ class PageWindows {
   struct Waiting {
     unsigned int number;
     GMainLoop* loop;
-    std::shared_ptr<WebKitPage> page;
+    std::shared_ptr<PageContext> page;
     bool answered;
   };
 
   static GtkWidget* onCreate(WebKitWebView*, WebKitNavigationAction* action, PageWindows* self);
   static void onClose(WebKitWebView*, PageWindows* self);
-  std::shared_ptr<WebKitPage> waitForAnswer(unsigned int number);
+  std::shared_ptr<PageContext> waitForAnswer(unsigned int number);
 
-  WebKitPage& page_;
+  PageContext& page_;
+  HangMonitor& hangMonitor_;
   WebKitWebView* view_;
   Waiting* waiting_ = nullptr;
+  bool closeAsked_ = false;
 };

@@ -2,8 +2,8 @@
 #include "engine/webkit/inspector/PageInspector.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitEngine.h"
-#include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/base/PageContext.h"
+#include "engine/webkit/inspector/EngineInspector.h"
 #include "engine/webkit/inspector/TargetProtocol.h"
 #include "platform/Log.h"
 
@@ -34,7 +34,7 @@ constexpr int mostLists = 20;
 // From the search for the page's socket to its end.
 class PageInspector::Session : public std::enable_shared_from_this<Session> {
  public:
-  Session(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {}
+  Session(PageContext& page, WebKitWebView* view) : page_(page), view_(view) {}
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -45,7 +45,7 @@ class PageInspector::Session : public std::enable_shared_from_this<Session> {
  private:
   using Weak = std::weak_ptr<Session>;
 
-  EngineInspector& engine() { return page_.engine().inspector(); }
+  EngineInspector& engine() { return page_.services().inspector; }
   void list();
   void tryNext();
   void connectTo(const std::string& path);
@@ -61,7 +61,7 @@ class PageInspector::Session : public std::enable_shared_from_this<Session> {
                         Session* self);
   static void onClosed(SoupWebsocketConnection*, Session* self);
 
-  WebKitPage& page_;
+  PageContext& page_;
   WebKitWebView* const view_;
   GCancellable* const cancellable_ = g_cancellable_new();
   int lists_ = 0;
@@ -231,11 +231,11 @@ void PageInspector::Session::giveUp(const char* why) {
   g_cancellable_cancel(cancellable_);
 }
 
-PageInspector::PageInspector(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {}
+PageInspector::PageInspector(PageContext& page, WebKitWebView* view) : page_(page), view_(view) {}
 
 PageInspector::~PageInspector() {
   end();
-  page_.engine().inspector().release(view_);
+  page_.services().inspector.release(view_);
 }
 
 void PageInspector::end() {

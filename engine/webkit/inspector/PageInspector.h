@@ -7,11 +7,11 @@
 
 #include <memory>
 
-class WebKitPage;
+class PageContext;
 
 class PageInspector {
  public:
-  PageInspector(WebKitPage& page, WebKitWebView* view);
+  PageInspector(PageContext& page, WebKitWebView* view);
   ~PageInspector();
   PageInspector(const PageInspector&) = delete;
   PageInspector& operator=(const PageInspector&) = delete;
@@ -24,7 +24,7 @@ class PageInspector {
  private:
   class Session;
 
-  WebKitPage& page_;
+  PageContext& page_;
   WebKitWebView* view_;
   std::shared_ptr<Session> session_;  // while there is a front end
 };

@@ -2,7 +2,7 @@
 #include "engine/webkit/network/Downloads.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/base/PageContext.h"
 
 #include <glib/gstdio.h>
 
@@ -103,7 +103,7 @@ Downloads::~Downloads() {
   }
 }
 
-void Downloads::registerPage(WebKitWebView* view, std::weak_ptr<WebKitPage> page) {
+void Downloads::registerPage(WebKitWebView* view, std::weak_ptr<PageContext> page) {
   pages_[view] = std::move(page);
 }
 

@@ -11,7 +11,7 @@
 #include <map>
 #include <memory>
 
-class WebKitPage;
+class PageContext;
 
 class Downloads final : public ResumedDownload::Client {
  public:
@@ -25,7 +25,7 @@ class Downloads final : public ResumedDownload::Client {
   Downloads& operator=(const Downloads&) = delete;
 
   // Pages hear about the downloads that they start.
-  void registerPage(WebKitWebView* view, std::weak_ptr<WebKitPage> page);
+  void registerPage(WebKitWebView* view, std::weak_ptr<PageContext> page);
   void forgetPage(WebKitWebView* view);
 
   // Under that number; a new one for 0. The file is asked for when it is empty.
@@ -39,7 +39,7 @@ class Downloads final : public ResumedDownload::Client {
     ObjectPointer<WebKitDownload> download;  // null once it has ended
     DownloadBeginning beginning;             // while it runs, and when it can go on
     std::unique_ptr<ResumedDownload> rest;   // in the place of the engine's download
-    std::weak_ptr<WebKitPage> page;
+    std::weak_ptr<PageContext> page;
     String url;
     String filename;      // asked for; empty while nobody has said
     bool paused = false;  // ended by us, to be started again
@@ -78,5 +78,5 @@ class Downloads final : public ResumedDownload::Client {
   std::vector<WebKitWebContext*> contexts_;  // outlive this
   unsigned int lastNumber_ = 0;
   std::map<unsigned int, Entry> entries_;
-  std::map<WebKitWebView*, std::weak_ptr<WebKitPage>> pages_;
+  std::map<WebKitWebView*, std::weak_ptr<PageContext>> pages_;
 };

@@ -2,7 +2,8 @@
 #include "engine/webkit/network/Resources.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/base/PageContext.h"
+#include "engine/webkit/link/Frame.h"
 #include "engine/webkit/network/ResourceFetch.h"
 #include "platform/Log.h"
 #include "platform/RandomKey.h"
@@ -94,7 +95,7 @@ String encoded(const char* action, std::vector<JavaScriptVariant> arguments) {
 class Resources::Entry final : public ResourceFetchClient,
                                public std::enable_shared_from_this<Entry> {
  public:
-  Entry(unsigned int number, std::weak_ptr<WebKitPage> page, String url)
+  Entry(unsigned int number, std::weak_ptr<PageContext> page, String url)
       : number_(number), page_(std::move(page)), url_(std::move(url)) {}
 
   ResourceStream& stream() { return stream_; }
@@ -161,7 +162,7 @@ class Resources::Entry final : public ResourceFetchClient,
 
   const unsigned int number_;
   const std::string key_ = newKey();
-  std::weak_ptr<WebKitPage> page_;
+  std::weak_ptr<PageContext> page_;
   const String url_;
   ResourceStream stream_;
   std::unique_ptr<ResourceFetch> fetch_;
@@ -253,7 +254,7 @@ void Resources::onRequest(WebKitURISchemeRequest* request, gpointer data) {
   g_error_free(error);
 }
 
-String Resources::decide(const std::shared_ptr<WebKitPage>& page,
+String Resources::decide(const std::shared_ptr<PageContext>& page,
                          const ResourceQuestion& question) {
   sweep();
   if (entries_.size() >= mostStreams) {

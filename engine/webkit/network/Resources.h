@@ -11,7 +11,7 @@
 #include <memory>
 #include <string>
 
-class WebKitPage;
+class PageContext;
 
 // A request of a page, as the module in its web process sees it before it is made.
 struct ResourceQuestion {
@@ -37,7 +37,7 @@ class Resources {
 
   // Asks the chrome. What the module is to do, as the encoded call of one of these:
   // accept(referrer), deny(), redirect(url, referrer).
-  String decide(const std::shared_ptr<WebKitPage>& page, const ResourceQuestion& question);
+  String decide(const std::shared_ptr<PageContext>& page, const ResourceQuestion& question);
   // Where streams are, the addresses of pages that they become included.
   static bool isStream(const char* url);
   // How the load of a document from a stream has ended: each ends in a failure of that load.

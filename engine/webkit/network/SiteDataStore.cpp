@@ -2,7 +2,7 @@
 #include "engine/webkit/network/SiteDataStore.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/base/PageContext.h"
 
 #include <libsoup/soup.h>
 
@@ -42,7 +42,7 @@ WebKitCookieManager* cookiesOf(WebKitWebView* view) {
 }
 
 struct CookieRequest {
-  std::weak_ptr<WebKitPage> page;
+  std::weak_ptr<PageContext> page;
   String url;
 };
 
@@ -53,7 +53,8 @@ void clearSiteData(WebKitWebView* view, SiteData data) {
                                     0, nullptr, nullptr, nullptr);
 }
 
-void requestCookies(WebKitWebView* view, const std::weak_ptr<WebKitPage>& page, const String& url) {
+void requestCookies(WebKitWebView* view, const std::weak_ptr<PageContext>& page,
+                    const String& url) {
   webkit_cookie_manager_get_cookies(
       cookiesOf(view), url.utf8(), nullptr,
       [](GObject* manager, GAsyncResult* result, gpointer data) {

@@ -8,13 +8,13 @@
 #include <memory>
 #include <vector>
 
-class WebKitPage;
+class PageContext;
 
 // Of the view's session: all views share one, but for the private ones.
 void clearSiteData(WebKitWebView* view, SiteData data);
 
 // The page raises CookieResult when they are there.
-void requestCookies(WebKitWebView* view, const std::weak_ptr<WebKitPage>& page,
+void requestCookies(WebKitWebView* view, const std::weak_ptr<PageContext>& page,
                     const Tessel::Platform::String& url);
 void addCookies(WebKitWebView* view, const Tessel::Platform::String& url,
                 const std::vector<Tessel::Platform::String>& cookies);
