@@ -2,6 +2,7 @@
 #include "engine/webkit/PageReports.h"
 
 #include "engine/OrvWebEvents.h"
+#include "engine/webkit/PageLoad.h"
 #include "engine/webkit/PageParts.h"
 #include "engine/webkit/WebKitPage.h"
 #include "platform/ErrorReport.h"
@@ -107,7 +108,7 @@ String onWindowObjectCleared(WebKitPage& page, const Details&) {
 
 String onResource(WebKitPage& page, const Details& details) {
   // The chrome would wait for itself; and of what somebody has given, nothing is asked.
-  if (!page.client() || page.drivesApplication() || page.isSupplied(details.text(0))) {
+  if (!page.client() || page.drivesApplication() || page.loads().isSupplied(details.text(0))) {
     return {};
   }
   return page.services().resources.decide(
@@ -170,7 +171,7 @@ String onKeyLeft(WebKitPage& page, const Details&) {
 }
 
 String onMayCall(WebKitPage& page, const Details& details) {
-  return page.trustedLoads().admits(details.text(0)) ? "1" : "";
+  return page.loads().trustedLoads().admits(details.text(0)) ? "1" : "";
 }
 
 String onAlive(WebKitPage& page, const Details&) {

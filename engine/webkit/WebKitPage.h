@@ -2,10 +2,8 @@
 #pragma once
 
 #include "engine/Page.h"
-#include "engine/TrustedLoads.h"
 #include "engine/webkit/base/PageContext.h"
 #include "engine/webkit/link/WebProcessLinks.h"
-#include "engine/webkit/network/Resources.h"
 
 #include <webkit2/webkit2.h>
 
@@ -15,12 +13,13 @@
 #include <utility>
 #include <vector>
 
+class PageLoad;
 class WebKitEngine;
 struct PageParts;
 
 // The engine's view is made when the first thing is loaded: until then it could still become
 // something else, a window that a page opens above all.
-class WebKitPage final : public Page, public LinkedPage, public PageContext, private LoadControl {
+class WebKitPage final : public Page, public LinkedPage, public PageContext {
  public:
   using String = Tessel::Platform::String;
 
@@ -87,7 +86,7 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext, pri
   bool becomeWindowOf(WebKitWebView* opener) override {
     return !view_ && makeView(opener) != nullptr;
   }
-  LoadControl& loadControl() override { return *this; }
+  LoadControl& loadControl() override;
   bool drivesApplication() const override { return setup_.drivesApplication; }
   bool askWhetherAlive() override;
 
@@ -96,75 +95,32 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext, pri
   PageParts* parts() { return parts_.get(); }
   // How much larger the user has pulled the document with two fingers, on top of its zoom.
   void setPinch(double factor);
-  TrustedLoads& trustedLoads() override { return loads_; }
-  // What the engine asks for in its name is here already.
-  bool isSupplied(const String& url) const { return !supplied_.isEmpty() && url == supplied_; }
+  PageLoad& loads() { return *load_; }
 
  private:
   static void onPageNumber(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onTitle(WebKitWebView*, GParamSpec*, WebKitPage* self);
-  static void onLocation(WebKitWebView*, GParamSpec*, WebKitPage* self);
-  static void onLoading(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onProgress(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onZoom(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onFavicon(WebKitWebView*, GParamSpec*, WebKitPage* self);
-  static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, WebKitPage* self);
-  void loadStarted();
-  void loadCommitted();
-  void loadFinished();
-  static gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent, const gchar* uri, GError* error,
-                               WebKitPage* self);
   static gboolean onEngineMessage(WebKitWebView*, WebKitUserMessage* message, WebKitPage* self);
   static void onProcessEnded(WebKitWebView*, WebKitWebProcessTerminationReason reason,
                              WebKitPage* self);
-
-  void loadAgain(const String& url) override;
-  void showFailure(const String& url, const String& reason) override;
-  bool mayGo(const String& url, bool isKnown) override;
-  const String& shownAddress() const override { return shownAddress_; }
 
   std::shared_ptr<WebKitPage> self();
   WebKitWebView* makeView(WebKitWebView* opener);
   void dropView();
   void remakeView(bool withHistory);
   void forgetTakenOrigins();
-  // The encoding may be empty: it is found out then.
-  void loadContent(const String& content, const String& mimeType, const String& encoding,
-                   const String& baseURL);
-  void showProvided(const Resources::DocumentEnd& document);
-  void startLoad(std::function<void()> load);
-  void loadUrl(const String& url, bool isOfProgram);
-  void committed();
-  void updateLocation();
-  bool isTrusted();
-  // Calls it after so many milliseconds if this is there then.
-  void later(guint pause, std::function<void()> call);
-  void startLater();
-  void forgetDestination();
-  bool repeatLoad(const gchar* uri);
   void listenToPage();
   void sendSetup();
   void refreshSetup();
   void updateScale();
-  void redrawAfterLoad();
 
   WebKitEngine& engine_;
   WebKitWebView* view_ = nullptr;
   link_protocol::PageSetup setup_;
-  String loadFailureHint_;
-  String supplied_;              // the address of a text that is loaded; empty for none
-  bool failureFollows_ = false;  // the next load to start is that of a failure page
-  bool showingFailure_ = false;  // the load that goes on is
-  bool startsLater_ = false;     // from the main loop, which will come to it
-  bool repeating_ = false;       // the load that ends was cancelled by nobody
-  unsigned int repeats_ = 0;     // of one load, in a row
-  TrustedLoads loads_;
-  String shownAddress_;
-  bool isOnItsWay_ = false;              // it has left for a document that is not there yet
-  bool refused_ = false;                 // the load that goes on
-  bool hasWaited_ = false;               // a call of the document that comes, for nothing
-  std::function<void()> unstartedLoad_;  // asked for, and the web process has not said so yet
-
+  const std::unique_ptr<PageLoad> load_;
   std::shared_ptr<PageParts> parts_;    // owned here alone; there as long as the view
   std::vector<String> allowedOrigins_;  // for a view that is not made yet
   bool hasFrontEnd_ = false;            // an inspector's
