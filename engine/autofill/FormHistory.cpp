@@ -22,7 +22,7 @@ struct record_json::Members<Fields> {
 
 namespace {
 
-// A file that is none of ours is as good as an empty one.
+// A malformed file counts as an empty one.
 Fields fieldsOf(const String& text) {
   Fields fields;
   rapidjson::Document document;

@@ -29,7 +29,7 @@ struct record_json::Members<Logins> {
 
 namespace {
 
-// A file that is none of ours is as good as an empty one.
+// A malformed file counts as an empty one.
 std::vector<SavedLogin> loginsOf(const String& text) {
   Logins all;
   rapidjson::Document document;

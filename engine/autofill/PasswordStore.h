@@ -27,7 +27,7 @@ class PasswordStore {
   virtual std::vector<SavedLogin> of(const String& place) = 0;
   // All of them, by place, without their passwords.
   virtual std::vector<SavedLogin> list() = 0;
-  // In the place of what was saved for the same place and name. False when it cannot be kept.
+  // Replaces what was saved for the same place and username. False when it cannot be saved.
   virtual bool save(const SavedLogin& login) = 0;
   virtual void forget(const String& place, const String& username) = 0;
   virtual void clear() = 0;

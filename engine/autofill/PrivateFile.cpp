@@ -1,4 +1,4 @@
-// A small file of the user alone that several processes share. Main thread.
+// A small file, private to the user, that several processes share. Main thread.
 #include "engine/autofill/PrivateFile.h"
 
 #include "platform/Log.h"

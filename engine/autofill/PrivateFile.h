@@ -1,5 +1,5 @@
-// A small file of the user alone that several processes of the program share: read and replaced as
-// a whole. Main thread.
+// A small file, private to the user, that several processes of the program share: read and replaced
+// as a whole. Main thread.
 #pragma once
 
 #include "platform/String.h"
@@ -23,7 +23,7 @@ class PrivateFile {
 
   // The whole file; empty when there is none, or when it cannot be read, which is logged.
   String read() const;
-  // Whether it may be another one than at the last call.
+  // Whether it may have changed since the last call.
   bool hasChanged();
   // Replaces it by what the change makes of it, in one step for whoever reads it, with mode 0600;
   // other processes' changes wait meanwhile. An empty text removes it. False, and logged, when that
@@ -50,5 +50,5 @@ class PrivateFile {
   Identity seen_;
 };
 
-// Where the user's pages of all processes have it.
+// The folder that all processes of the user share.
 std::string autofillFolder();

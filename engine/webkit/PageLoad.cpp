@@ -32,7 +32,7 @@ constexpr std::array<guint, 4> redrawTimes{50, 200, 600, 1200};
 // connection of its own, and by so many times also one that is not given up at the wrong moment.
 constexpr unsigned int mostRepeats = 5;
 
-// From the answer of a server to the document, which only the engine lies between.
+// From a server's response to the committed document; only the engine's own work lies between.
 constexpr gint64 longestCommit = G_TIME_SPAN_SECOND;
 
 // An address in the form in which the engine will ask for it.
@@ -97,7 +97,7 @@ void PageLoad::loadContent(const String& content, const String& mimeType, const 
   if (!page_.view()) return;
   startLoad([=, this] {
     supplied_ = baseURL;
-    // The engine takes no empty document; a byte order mark is none of the text.
+    // The engine rejects an empty document; a byte order mark does not count as text.
     constexpr std::string_view nothing = "\xEF\xBB\xBF";
     const std::string_view text = content.isEmpty() ? nothing : content.view();
     GBytes* bytes = g_bytes_new(text.data(), text.size());
@@ -110,11 +110,11 @@ void PageLoad::startLoad(std::function<void()> load) {
   repeats_ = 0;
   unstartedLoad_ = std::move(load);
   if (parts_ && parts_->hangMonitor.isStuck()) return parts_->hangMonitor.endProcess();
-  // The engine loses what is asked for while it begins to show a page of its own.
+  // The engine drops a load that is requested while it starts to show a failure page.
   if (!failureFollows_ && !showingFailure_ && !startsLater_) unstartedLoad_();
 }
 
-// From the main loop: inside a signal about the last load the engine may lose the next one.
+// From the main loop: inside a signal about one load the engine may drop the next one.
 void PageLoad::later(guint pause, std::function<void()> call) {
   struct Call {
     std::weak_ptr<PageContext> page;
@@ -135,7 +135,7 @@ void PageLoad::startLater() {
   startsLater_ = true;
   later(0, [this] {
     startsLater_ = false;
-    // Copied, because it may put another in its place.
+    // Copied, because the call may replace it.
     const auto load = view_ ? unstartedLoad_ : nullptr;
     if (load) load();
   });
@@ -152,7 +152,7 @@ void PageLoad::stop() {
   unstartedLoad_ = nullptr;
   loads_.expectNothing();
   if (parts_ && parts_->hangMonitor.isStuck()) return parts_->hangMonitor.endProcess();
-  // The page about a failure is there at once, and must be told of before anything else can load.
+  // The failure page loads at once, and its load must finish before another one can start.
   if (view_ && !failureFollows_ && !showingFailure_) webkit_web_view_stop_loading(view_);
 }
 
@@ -165,8 +165,8 @@ void PageLoad::onLocation(WebKitWebView* view, GParamSpec*, PageLoad* self) {
   if (self->parts_ && !self->isOnItsWay_) self->parts_->navigation.moved();
 }
 
-// What is shown, or what the program waits for. Where a page wants to go by itself is not told
-// before it is there: it may never come, and the address would stand over something else.
+// The shown address, or the destination of the program's own load. Where a page navigates by
+// itself is only reported once it is committed: it may fail, and the address would be wrong.
 void PageLoad::updateLocation() {
   if (const auto destination = loads_.destination()) {
     return page_.update<&PageState::location>(*destination);
@@ -178,13 +178,13 @@ void PageLoad::updateLocation() {
 
 void PageLoad::onLoading(WebKitWebView* view, GParamSpec*, PageLoad* self) {
   if (webkit_web_view_is_loading(view) || !self->loads_.destination()) return;
-  // This may be the end of the load before, told while the next one is on its way to the web
-  // process. That nothing begins, as for a port that is not allowed, the engine does not tell.
+  // This may be the end of the previous load, reported while the next one is on its way to the web
+  // process. The engine does not report a load that never starts, as for a blocked port.
   constexpr guint longestStart = 1000;  // milliseconds
   self->later(longestStart, [self] { self->forgetDestination(); });
 }
 
-// What the program asked for was only another place in the document, or nothing at all.
+// The program's load was only a move within the document, or never started.
 void PageLoad::forgetDestination() {
   const bool waits = startsLater_ || failureFollows_ || showingFailure_ || isOnItsWay_;
   if (!view_ || webkit_web_view_is_loading(view_) || waits || !loads_.destination()) return;
@@ -205,11 +205,11 @@ void PageLoad::loadStarted() {
   isOnItsWay_ = true;
   showingFailure_ = std::exchange(failureFollows_, false);
   if (!showingFailure_) unstartedLoad_ = nullptr;
-  // It stayed when it was asked to go.
+  // The document has refused to be closed.
   if (parts_) parts_->windows.closeRefused();
 }
 
-// Whoever hears of it may close the page.
+// Every event that is raised may close the page.
 void PageLoad::loadCommitted() {
   repeats_ = 0;
   supplied_ = String();
@@ -234,14 +234,14 @@ void PageLoad::loadFinished() {
   redrawAfterLoad();
   parts_->prompts.loaded();
   if (!parts_) return;
-  // Not finished, but to be begun again.
+  // Not the end: the load starts again.
   const bool repeating = std::exchange(repeating_, false);
   if (std::exchange(showingFailure_, false) || repeating) {
     if (unstartedLoad_) startLater();
     return;
   }
-  // A program whose chrome answers "not found" would only show that to somebody who cannot tell
-  // what to do about it.
+  // For a chrome that is "not found", the server's own page would not tell the user what to do: the
+  // failure page with its hint does.
   const guint status = statusOf(view_);
   if (setup_.drivesApplication && isFailedStatus(status)) {
     showFailure(webkit_web_view_get_uri(view_),
@@ -260,7 +260,7 @@ void PageLoad::committed() {
     logAlways(LogNotice, "%s is shown without native functions: the program has not loaded it.",
               url.utf8());
   }
-  // An empty document is there before anybody could refuse it.
+  // An empty document is committed without a request that could have been refused.
   if (setup_.drivesApplication && !mayGo(url, false) && !loads_.home().isEmpty()) {
     unstartedLoad_ = [this, home = loads_.home()] { loadUrl(home, true); };
     startLater();
@@ -275,8 +275,8 @@ bool PageLoad::mayGo(const String& url, bool isKnown) {
   return false;
 }
 
-// By what the engine has told of the document that is shown. A document calls as soon as it is
-// there, and what the engine tells of it may still be on its way: that is waited for.
+// Judged by the engine's last report of the shown document. A document may call before the report
+// of its commit has arrived; that report is waited for.
 bool PageLoad::isTrusted() {
   if (loads_.changesCaller() && loads_.isTrustedNext().value_or(false) && !hasWaited_) {
     const gint64 end = g_get_monotonic_time() + longestCommit;
@@ -291,14 +291,14 @@ bool PageLoad::isTrusted() {
   return loads_.isTrusted() && !loads_.changesCaller();
 }
 
-// Whether a load was cancelled by nobody, and will begin again.
+// Whether the engine cancelled a load by itself, which will start again.
 bool PageLoad::repeatLoad(const gchar* uri) {
-  // Something else was asked for meanwhile: that is what shall be loaded.
+  // Another load was requested meanwhile: that one follows instead.
   if (unstartedLoad_) return true;
   if (!parts_ || !parts_->navigation.isRepeatable() || repeats_ == mostRepeats) return false;
   ++repeats_;
   logAlways(LogNotice, "The engine has given up the connection to %s: loading it again.", uri);
-  // Nothing starts inside the signal: the end of the cancelled load comes next.
+  // No load starts inside the signal: the cancelled load must finish first.
   repeating_ = true;
   loads_.expectAgain(String(uri));
   unstartedLoad_ = [this, url = String(uri)] { webkit_web_view_load_uri(view_, url.utf8()); };
@@ -318,12 +318,12 @@ gboolean PageLoad::onLoadFailed(WebKitWebView*, WebKitLoadEvent when, const gcha
     }
     uri = provided.url.utf8();
   }
-  // When it is stopped by somebody, the engine says so in another way.
+  // A load that was stopped on request ends with another error.
   if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED) &&
       (when != WEBKIT_LOAD_STARTED || self->repeatLoad(uri))) {
     return TRUE;
   }
-  // Stopped by somebody, or turned into something else: nothing has failed.
+  // Stopped on request, or turned into a download: not a failure.
   if (g_error_matches(error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_CANCELLED) ||
       g_error_matches(error, WEBKIT_POLICY_ERROR,
                       WEBKIT_POLICY_ERROR_FRAME_LOAD_INTERRUPTED_BY_POLICY_CHANGE)) {
@@ -334,7 +334,7 @@ gboolean PageLoad::onLoadFailed(WebKitWebView*, WebKitLoadEvent when, const gcha
   event.status = error->code;
   event.url = String(uri);
   self->page_.raise(event);
-  // Prevented, the chrome shows a page of its own; or it has asked for something else meanwhile.
+  // If prevented, the chrome shows its own page; it may also have requested another load meanwhile.
   if (!event.isPreventDefault() && !self->unstartedLoad_) self->showFailure(uri, error->message);
   self->page_.raise(OrvWebEvent::DocumentLoadFailed);
   return TRUE;
@@ -350,7 +350,7 @@ void PageLoad::processEnded(WebKitWebProcessTerminationReason reason) {
             uri ? uri : "a page", why, failureHint_.isEmpty() ? "" : " ", failureHint_.utf8());
   failureFollows_ = showingFailure_ = repeating_ = isOnItsWay_ = false;
   loads_.ended();
-  // What was asked of the process while it was dying was lost with it.
+  // A load that was sent to the dying process is lost: repeat it.
   if (const auto load = std::exchange(unstartedLoad_, nullptr)) return load();
   if (setup_.drivesApplication) return;
   const String message = concat("The process of this page ", why, ".");
@@ -377,10 +377,10 @@ void PageLoad::showFailure(const String& uri, const String& reason) {
                                       uri.isEmpty() ? "about:blank" : uri.utf8(), nullptr);
 }
 
-// Inside the failure of the load that waited for it.
+// Called inside the failure of the load that waited for the document.
 void PageLoad::showProvided(const Resources::DocumentEnd& document) {
   if (document.kind != Resources::DocumentEnd::Kind::Ready || !view_) return;
-  // The end of that load is not told.
+  // The end of that load is not reported.
   repeating_ = true;
   const String& url = document.url;
   if (document.isHtml) {

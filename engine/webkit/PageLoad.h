@@ -1,6 +1,5 @@
-// The loads of a page: from what was asked for, over what the engine tells of it, to the document
-// that is shown or the page about a failure; and which documents the program itself has loaded.
-// Main thread.
+// The loads of a page: from the request over the engine's load events to the document that is
+// shown, or the failure page; and which documents the program itself has loaded. Main thread.
 #pragma once
 
 #include "engine/TrustedLoads.h"
@@ -37,7 +36,7 @@ class PageLoad final : public LoadControl {
   void setFailureHint(const String& hint) { failureHint_ = hint; }
   // There must be a view. The page may be closed afterwards.
   void processEnded(WebKitWebProcessTerminationReason reason);
-  // What the engine asks for in its name is here already.
+  // Whether the content of that address is already here, so that the chrome is not asked for it.
   bool isSupplied(const String& url) const { return !supplied_.isEmpty() && url == supplied_; }
   // Whether the document that calls may call native functions. Waits up to a second for what the
   // engine tells; the page may be closed afterwards.
@@ -81,13 +80,13 @@ class PageLoad final : public LoadControl {
   String supplied_;              // the address of a text that is loaded; empty for none
   bool failureFollows_ = false;  // the next load to start is that of a failure page
   bool showingFailure_ = false;  // the load that goes on is
-  bool startsLater_ = false;     // from the main loop, which will come to it
-  bool repeating_ = false;       // the load that ends was cancelled by nobody
+  bool startsLater_ = false;     // the next load is scheduled in the main loop
+  bool repeating_ = false;       // the load that ends is followed by its repetition
   unsigned int repeats_ = 0;     // of one load, in a row
   TrustedLoads loads_;
   String shownAddress_;
-  bool isOnItsWay_ = false;              // it has left for a document that is not there yet
-  bool refused_ = false;                 // the load that goes on
-  bool hasWaited_ = false;               // a call of the document that comes, for nothing
-  std::function<void()> unstartedLoad_;  // asked for, and the web process has not said so yet
+  bool isOnItsWay_ = false;              // a load has started and is not committed
+  bool refused_ = false;                 // the load in progress was
+  bool hasWaited_ = false;               // isTrusted() timed out during this load
+  std::function<void()> unstartedLoad_;  // requested, not yet confirmed by the web process
 };

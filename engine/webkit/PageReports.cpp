@@ -1,4 +1,4 @@
-// What the module in a web process tells about a page. Main thread.
+// The reports of the module in a web process. Main thread.
 #include "engine/webkit/PageReports.h"
 
 #include "engine/OrvWebEvents.h"
@@ -20,7 +20,7 @@ using Tessel::Platform::String;
 
 namespace {
 
-// Reads a report's details; those that are missing are empty.
+// Reads a report's details; missing ones read as empty.
 class Details {
  public:
   explicit Details(const std::vector<JavaScriptVariant>& values) : values_(values) {}
@@ -45,7 +45,7 @@ class Details {
   const std::vector<JavaScriptVariant>& values_;
 };
 
-// A value of the report, by the type of what it is for.
+// Reads a detail by the type of its target.
 void read(const Details& details, std::size_t index, String& value) {
   value = details.text(index);
 }
@@ -107,7 +107,7 @@ String onWindowObjectCleared(WebKitPage& page, const Details&) {
 }
 
 String onResource(WebKitPage& page, const Details& details) {
-  // The chrome would wait for itself; and of what somebody has given, nothing is asked.
+  // The chrome would wait for itself; and content that was supplied needs no decision.
   if (!page.client() || page.drivesApplication() || page.loads().isSupplied(details.text(0))) {
     return {};
   }
@@ -116,7 +116,7 @@ String onResource(WebKitPage& page, const Details& details) {
       {details.text(0), details.text(1), details.text(2), details.text(3)});
 }
 
-// Something that the page has said, or its answer, was too large for the link.
+// A message of the page, or its answer, was too large for the link.
 String onOversized(WebKitPage&, const Details& details) {
   constexpr std::size_t longestName = 200;
   reportError(concat("A message of a page is too large and is left out: \"",

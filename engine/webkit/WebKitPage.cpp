@@ -30,7 +30,7 @@ using Tessel::Platform::Graphics::Window;
 
 namespace {
 
-// What the module in the page's process has to know.
+// The settings that are sent to the module in the page's process.
 constexpr std::array settingsOfModule{WebViewSetting::isDeferNetworkingAndJavaScript,
                                       WebViewSetting::isEnableDownloadableBinaryFonts,
                                       WebViewSetting::isEnableNetworkResourceRequestedEvents,
@@ -61,8 +61,7 @@ std::shared_ptr<WebKitPage> WebKitPage::self() {
 WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
   if (!client()) return nullptr;
   WebKitSettings* settings = PageSettings::make(client()->settings());
-  // A window that a page opens shares its opener's web process: the engine will not have it
-  // otherwise.
+  // A window that a page opens shares its opener's web process: the engine requires it.
   auto* created = WEBKIT_WEB_VIEW(
       opener ? g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", opener, "settings", settings,
                             "user-content-manager", webkit_user_content_manager_new(), nullptr)
@@ -106,7 +105,7 @@ void WebKitPage::close() {
 }
 
 void WebKitPage::dropView() {
-  // A process that stands still could not end.
+  // A suspended process could not end.
   if (const auto link = link_.exchange(nullptr); link && setup_.deferred) {
     link->changeSetup(number_, link_protocol::PageSetup());
   }
@@ -122,7 +121,7 @@ void WebKitPage::dropView() {
   view_ = nullptr;
 }
 
-// For what the engine fixes when it makes a view. The page starts anew at its address.
+// For settings that are fixed when a view is made. The page is loaded again at its address.
 void WebKitPage::remakeView(bool withHistory) {
   if (!view_) return;
   const String location(webkit_web_view_get_uri(view_));
@@ -137,7 +136,7 @@ void WebKitPage::remakeView(bool withHistory) {
   if (!location.isEmpty()) load_->loadUrl(location, isOwn);
 }
 
-// A chrome that is loaded anew would lose what it drives: it keeps what it was allowed.
+// Reloading the chrome would lose the application's state: it keeps its allowed origins.
 void WebKitPage::forgetTakenOrigins() {
   if (parts_ && parts_->settings.originsTakenBack() && !setup_.drivesApplication) remakeView(true);
 }
@@ -187,15 +186,15 @@ void WebKitPage::requestSession() {
 
 bool WebKitPage::restoreSession(const String& session, int position) {
   if (view() && parts_->history.restore(session, position)) return true;
-  logAlways(LogError, "A session is not restored: the text is none.");
+  logAlways(LogError, "A session is not restored: malformed text.");
   return false;
 }
 
 void WebKitPage::tryClose() {
   if (parts_) parts_->windows.closeAsked();
-  // What stands still cannot be asked.
+  // A suspended page cannot answer.
   if (view_ && !setup_.deferred) return webkit_web_view_try_close(view_);
-  // Nothing was loaded that could object.
+  // There is no document that could object.
   if (client()) client()->closeAllowed();
 }
 
@@ -213,7 +212,7 @@ void WebKitPage::settingChanged(WebViewSetting setting) {
   if (setting == WebViewSetting::javaScriptInterruptTimeout && parts_)
     parts_->hangMonitor.limitChanged();
   if (std::ranges::find(settingsOfModule, setting) != settingsOfModule.end()) sendSetup();
-  // Last: it raises an event, and the page may be gone after that.
+  // Last: it raises an event, which may close the page.
   if (setting == WebViewSetting::fullScreenVideoCapable && parts_) {
     parts_->fullScreen.capableChanged();
   }
@@ -271,7 +270,7 @@ void WebKitPage::refreshSetup() {
   setup_.downloadableFonts = settings.isEnableDownloadableBinaryFonts;
   setup_.standalone = settings.isStandalone;
   setup_.watched = watchedBy(*client());
-  // The page that drives the program could never be released.
+  // The page that drives the program could never be resumed.
   setup_.deferred = settings.isDeferNetworkingAndJavaScript && !setup_.drivesApplication;
 }
 
@@ -379,7 +378,7 @@ void WebKitPage::runScript(const String& script, bool isolated, const String& re
 }
 
 void WebKitPage::inspectorMessage(const String& message, bool connected) {
-  // For a view that is made later, or anew.
+  // Recorded for a view that is made later.
   if (message.isEmpty()) hasFrontEnd_ = connected;
   if (parts_) parts_->inspector.message(message, connected);
 }
@@ -388,7 +387,7 @@ void WebKitPage::findString(const String& text, const FindOptions& options) {
   if (parts_) parts_->find.find(text, options);
 }
 
-void WebKitPage::answerQuestion(unsigned int number, const QuestionAnswer& answer) {
+void WebKitPage::answerPrompt(unsigned int number, const PromptAnswer& answer) {
   if (parts_) parts_->prompts.answer(number, answer);
 }
 
@@ -497,7 +496,7 @@ void WebKitPage::onZoom(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
   self->updateScale();
 }
 
-// From the page's module, by way of the engine, which knows what page it comes from.
+// A message of the page's module by way of the engine, which authenticates the page.
 gboolean WebKitPage::onEngineMessage(WebKitWebView*, WebKitUserMessage* message, WebKitPage* page) {
   GVariant* token = webkit_user_message_get_parameters(message);
   const bool isPlace =

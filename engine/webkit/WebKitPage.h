@@ -17,8 +17,8 @@ class PageLoad;
 class WebKitEngine;
 struct PageParts;
 
-// The engine's view is made when the first thing is loaded: until then it could still become
-// something else, a window that a page opens above all.
+// The engine's view is made at the first load: until then the page may still become the window that
+// another page opens.
 class WebKitPage final : public Page, public LinkedPage, public PageContext {
  public:
   using String = Tessel::Platform::String;
@@ -66,7 +66,7 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   void keepProxyLogin(const String& username, const String& password) override;
   void inspectorMessage(const String& message, bool connected) override;
   void findString(const String& text, const FindOptions& options) override;
-  void answerQuestion(unsigned int number, const QuestionAnswer& answer) override;
+  void answerPrompt(unsigned int number, const PromptAnswer& answer) override;
   void answerOrigin(PagePermission permission, const String& origin, bool granted) override;
   void answerOpenWindow(unsigned int number, std::shared_ptr<Page> page) override;
   void download(const String& url, const String& filename) override;
@@ -93,7 +93,7 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   // For what the module reports. The parts are null while there is no view; every event that is
   // raised may make them so.
   PageParts* parts() { return parts_.get(); }
-  // How much larger the user has pulled the document with two fingers, on top of its zoom.
+  // The factor of the user's pinch gesture, on top of the zoom.
   void setPinch(double factor);
   PageLoad& loads() { return *load_; }
 
@@ -127,7 +127,7 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   double zoom_ = 1;
   double pinch_ = 1;
 
-  // What other threads need to call the page's functions.
+  // Read by other threads that call the page's functions.
   std::atomic<std::uint64_t> number_ = 0;
   std::atomic<std::shared_ptr<PageLink>> link_;
 };

@@ -20,14 +20,15 @@ class LoadControl {
 
   virtual ~LoadControl() = default;
 
-  // As Page::load, for somebody else than the program; or once more for it, if its load was the
-  // last.
+  // As Page::load, but not on the program's behalf, unless the last load was the program's and this
+  // repeats it.
   virtual void loadAgain(const String& url) = 0;
   virtual void showFailure(const String& url, const String& reason) = 0;
   virtual TrustedLoads& trustedLoads() = 0;
-  // Whether the page may go on to a document there, which is a stranger or not. Tells if not.
+  // Whether the page may navigate to that document, given whether it is trusted; a refusal is
+  // reported to the client.
   virtual bool mayGo(const String& url, bool isKnown) = 0;
-  // Of the document that is there; the engine's own is that of the next one, now and then.
+  // The address of the committed document; the engine's own may already be the next one's.
   virtual const String& shownAddress() const = 0;
 };
 

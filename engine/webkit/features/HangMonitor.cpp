@@ -1,4 +1,4 @@
-// Looks out for scripts of a page that do not end. Main thread.
+// Detects scripts of a page that do not end. Main thread.
 #include "engine/webkit/features/HangMonitor.h"
 
 #include "engine/webkit/base/PageContext.h"
@@ -11,7 +11,7 @@ using Tessel::Platform::LogError;
 
 namespace {
 
-// How often a page is asked, in milliseconds: a quarter of its limit, within these.
+// The ping interval in milliseconds is a quarter of the page's limit, within these.
 constexpr int shortestInterval = 10;
 constexpr int longestInterval = 1000;
 
@@ -30,7 +30,7 @@ void HangMonitor::limitChanged() {
   timer_ = 0;
   alive();
   limit_ = page_.client()->settings().javaScriptInterruptTimeout;
-  // The page that drives the program is waited for in other ways, with limits of their own.
+  // Waits for the page that drives the program have time limits of their own.
   if (limit_ < 1 || page_.drivesApplication()) return;
   interval_ = std::clamp(limit_ / 4, shortestInterval, longestInterval);
   timer_ = g_timeout_add(static_cast<guint>(interval_), onTick, this);
@@ -39,7 +39,7 @@ void HangMonitor::limitChanged() {
 void HangMonitor::alive() {
   waited_ = 0;
   asked_ = stuck_ = false;
-  // An answer to what was asked before the pause may have taken longer than the news of the pause.
+  // An answer to a ping from before the pause may arrive after the pause has begun.
   if (askedSincePause_) paused_ = false;
 }
 
@@ -84,7 +84,7 @@ void HangMonitor::tick() {
   if (paused_) return;
   waited_ += interval_;
   if (waited_ < limit_) return;
-  // Once more after the same time, for as long as it goes on.
+  // Reported again at the same interval for as long as it continues.
   waited_ = 0;
   if (!stuck_) {
     logAlways(LogError, "A script of %s has been running for %d ms and does not end.",

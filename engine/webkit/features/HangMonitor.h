@@ -1,4 +1,4 @@
-// Looks out for scripts of a page that do not end. Main thread.
+// Detects scripts of a page that do not end. Main thread.
 //
 // The page's process is asked, over the link, whether its main loop runs; while a script goes on it
 // does not. Only pages with a time limit are asked, a few times a second at most.
@@ -21,14 +21,14 @@ class HangMonitor {
   void limitChanged();
   // The page's process has answered.
   void alive();
-  // The page waits for its user. Until it is heard of again, that does not count.
+  // The page waits for the user: not counted until its process answers again.
   void pause();
   // The same, and ends at the latest when the last copy of what it gives back is gone.
   std::shared_ptr<void> pauseFor();
   // Whether a script goes on that JavaScriptInterrupted was raised for.
   bool isStuck() const { return stuck_; }
   void processEnded();
-  // Ends a script that does not end with the page's process, and so the pages that share it.
+  // Terminates the page's process with the script, and so the pages that share it.
   void endProcess();
 
  private:
@@ -41,8 +41,8 @@ class HangMonitor {
   guint timer_ = 0;
   int limit_ = 0;
   int interval_ = 0;
-  // In ticks of the timer, not by the clock: while we were busy ourselves, an answer may have
-  // come that nobody has read.
+  // In timer ticks, not by the clock: while this process was busy, an answer may have arrived that
+  // is not read yet.
   int waited_ = 0;
   bool asked_ = false;
   bool paused_ = false;

@@ -1,4 +1,4 @@
-// The user's input method for one engine view: the toolkit's, with somebody who hears of what
+// The user's input method for one engine view: the toolkit's, with a client that observes what
 // passes between it and the page. Main thread.
 #pragma once
 

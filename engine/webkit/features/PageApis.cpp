@@ -1,4 +1,4 @@
-// What pages ask their host for through functions that the module defines. Main thread.
+// What pages request from their host by functions that the module defines. Main thread.
 #include "engine/webkit/features/PageApis.h"
 
 #include "engine/OrvWebEvents.h"
@@ -8,7 +8,7 @@ using Tessel::Platform::String;
 
 String PageApis::lockOrientation(bool landscape) {
   if (!page_.wants(OrvWebEvent::LockOrientation)) return "unsupported";
-  // Who is told may take the page's view away, and this with it.
+  // The handler may remove the page's view, and this with it.
   const auto page = page_.shared_from_this();
   const auto life = page->viewLife();
   OrvWebLockOrientationEvent event;

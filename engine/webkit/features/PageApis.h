@@ -1,5 +1,5 @@
-// What pages ask their host for through functions that the module defines (page/pageapi.js): the
-// orientation of the screen, handlers of protocols, search providers. Main thread.
+// What pages request from their host by functions that the module defines (webprocess/pageapi.js):
+// screen orientation, protocol handlers, search providers. Main thread.
 #pragma once
 
 #include "engine/Enumerations.h"
@@ -15,8 +15,8 @@ class PageApis {
   PageApis(const PageApis&) = delete;
   PageApis& operator=(const PageApis&) = delete;
 
-  // What has become of it, for the page: "locked", "refused" by the chrome, or "unsupported" when
-  // nobody locks anything.
+  // The result for the page: "locked", "refused" by the chrome, or "unsupported" when the chrome
+  // does not handle orientation locks.
   String lockOrientation(bool landscape);
   void unlockOrientation();
   struct ProtocolHandler {
@@ -25,10 +25,10 @@ class PageApis {
     String baseURL;
     String title;
   };
-  // The chrome's word about it; empty for none.
+  // The chrome's answer; empty for none.
   String protocolHandler(OrvWebProtocolHandlerType what, const ProtocolHandler& handler);
   int isSearchProviderInstalled(const String& url);
-  // A lock ends with the document that has it.
+  // A lock ends with its document.
   void documentGone();
 
  private:

@@ -1,4 +1,4 @@
-// Pictures of documents. Main thread.
+// Snapshots of documents. Main thread.
 #include "engine/webkit/features/PageCapture.h"
 
 #include "engine/OrvWebEvents.h"
@@ -10,7 +10,7 @@
 
 namespace {
 
-// Pixels along a side: more is more than the drawing library takes.
+// Pixels along a side: the limit of the drawing library.
 constexpr double largestSide = 16384;
 
 struct Capture {

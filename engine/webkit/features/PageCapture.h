@@ -1,4 +1,4 @@
-// Pictures of documents. Main thread.
+// Snapshots of documents. Main thread.
 #pragma once
 
 #include "engine/Records.h"

@@ -6,7 +6,7 @@
 
 namespace {
 
-// More are not counted: highlighting them would hold the page.
+// More are not counted: highlighting them would block the page.
 constexpr guint mostMatches = 10000;
 
 }  // namespace

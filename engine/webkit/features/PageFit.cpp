@@ -1,4 +1,4 @@
-// Fits pages that are wider than their web view into it. Main thread.
+// Zooms pages that are wider than their web view to fit into it. Main thread.
 #include "engine/webkit/features/PageFit.h"
 
 #include "engine/webkit/base/PageContext.h"

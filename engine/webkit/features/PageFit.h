@@ -1,4 +1,4 @@
-// Fits pages that are wider than their web view into it. Main thread.
+// Zooms pages that are wider than their web view to fit into it. Main thread.
 #pragma once
 
 #include <webkit2/webkit2.h>
@@ -11,11 +11,11 @@ class PageFit {
   PageFit(const PageFit&) = delete;
   PageFit& operator=(const PageFit&) = delete;
 
-  // A document has loaded: how wide it is, and how much of that is seen, in its own units.
+  // A document has loaded: its width and that of the viewport, in CSS pixels.
   void measured(int contentWidth, int seenWidth);
-  // The next document is no more than its own size at first.
+  // Restores the zoom for the next document.
   void documentGone();
-  // Somebody has chosen another zoom: that stays.
+  // The zoom was set explicitly: it stays.
   void zoomChosen() { fitted_ = false; }
 
  private:

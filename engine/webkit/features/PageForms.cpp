@@ -14,7 +14,7 @@ using Tessel::Platform::String;
 
 namespace {
 
-// Log-ins belong to servers: what else has an origin is no place for them.
+// Log-ins belong to servers: no other origin can have any.
 bool isOfServer(const String& origin) {
   return origin.view().starts_with("https://") || origin.view().starts_with("http://");
 }
@@ -63,7 +63,7 @@ void PageForms::fieldText(const Details& details) {
   OrvWebFormAutofillRequestEvent event;
   event.items = std::move(items);
   page->raise(event);
-  // Prevented, there is no list, and none that could go.
+  // If prevented, no list is shown, so that none has to be cancelled.
   if (event.isPreventDefault() && !life.expired()) offering_ = false;
 }
 
@@ -99,8 +99,8 @@ bool PageForms::savesLogins() const {
 void PageForms::loginForm(const Details& details) {
   if (!savesLogins()) return;
   const String origin = details[0].stringValue();
-  // A document may speak before the engine has said that it is there; what it says of itself is
-  // not enough to give it a password.
+  // A document may report before the engine reports its commit; its own claim of an origin is not
+  // enough to give it a password.
   if (origin != originOf(page_.loadControl().shownAddress())) {
     waitingOrigin_ = origin;
     return;

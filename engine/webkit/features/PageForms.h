@@ -22,10 +22,10 @@ class PageForms {
   PageForms(const PageForms&) = delete;
   PageForms& operator=(const PageForms&) = delete;
 
-  // What the script in the page tells of its forms; false for a report of something else. The page
-  // may be closed afterwards.
+  // Handles a report of the content script about forms; false for any other report. The page may be
+  // closed afterwards.
   bool take(const FunctionCall& report);
-  // Puts a text into the field for which texts are offered; nothing happens when there is none.
+  // Fills the field for which suggestions are offered; ignored when there is none.
   void fill(const String& text);
 
  private:
@@ -53,6 +53,6 @@ class PageForms {
   WebKitWebView* view_;
   bool offering_ = false;
   std::vector<String> offered_;
-  // A form of a document that the engine has not told us of yet asks for the log-in of this origin.
+  // The origin of a log-in form in a document whose commit the engine has not reported yet.
   String waitingOrigin_;
 };

@@ -7,9 +7,9 @@
 
 namespace {
 
-// The engine goes into full screen and out of it in steps that it does not tell the end of, and a
-// view that is destroyed between two of them takes the program with it. So many milliseconds after
-// the first step they are over.
+// The engine enters and leaves full screen in steps without reporting the last one, and destroying
+// a view between two of them crashes the program. So many milliseconds after the first step they
+// are over.
 constexpr guint linger = 1000;
 
 template <typename Event>
@@ -83,7 +83,7 @@ void PageFullScreen::videoChanged(bool isVideo, const String& source) {
   isVideo_ = isVideo;
   source_ = source;
   page->update<&PageState::isVideoFullScreen>(isVideo);
-  // Who was told may have taken the view away, and this with it.
+  // The handler may have removed the view, and this with it.
   if (!life.expired()) capableChanged();
 }
 

@@ -17,15 +17,15 @@ class PageFullScreen {
   PageFullScreen(const PageFullScreen&) = delete;
   PageFullScreen& operator=(const PageFullScreen&) = delete;
 
-  // What fills the screen is a video now, from that address, or it is none any more.
+  // Whether a video fills the screen now, and its address.
   void videoChanged(bool isVideo, const String& source);
-  // The events about videos are wanted now, or not any more.
+  // The setting fullScreenVideoCapable has changed.
   void capableChanged();
   void documentGone() { videoChanged(false, String()); }
 
-  // Whether the engine goes into full screen or out of it, or is there.
+  // Whether the view is in full screen or in transition.
   bool isMoving() const;
-  // Takes a view off its window and destroys it; later, when what moves is at its end.
+  // Removes a view from its window and destroys it, delayed until a transition is over.
   static void destroy(WebKitWebView* view, bool later);
 
  private:

@@ -1,4 +1,4 @@
-// Where a page has been. Main thread.
+// The history of a page. Main thread.
 #include "engine/webkit/features/PageHistory.h"
 
 #include "engine/webkit/base/PageContext.h"
@@ -10,7 +10,7 @@ using Tessel::Platform::String;
 
 namespace {
 
-// A longer session is nobody's; the engine keeps a hundred entries at most.
+// No valid session is longer: the engine keeps a hundred entries at most.
 constexpr std::size_t longestSession = 16u << 20;
 
 }  // namespace
@@ -57,7 +57,7 @@ PageHistory::Visible PageHistory::visible() const {
 std::vector<OrvWebHistoryItem> PageHistory::items() const {
   std::vector<OrvWebHistoryItem> list;
   for (Item* item : visible().items) {
-    // Whether an entry came from a form is not told by the engine.
+    // The engine does not report whether an entry came from a form.
     list.emplace_back(webkit_back_forward_list_item_get_uri(item),
                       webkit_back_forward_list_item_get_original_uri(item),
                       webkit_back_forward_list_item_get_title(item), false);
@@ -123,7 +123,7 @@ bool PageHistory::restore(const String& session, int position) {
 }
 
 void PageHistory::onChanged(WebKitBackForwardList*, Item* added, gpointer, PageHistory* self) {
-  // A new entry takes the place of all that were ahead.
+  // A new entry replaces all forward entries.
   if (added) self->newest_.reset();
   self->update();
 }

@@ -1,4 +1,4 @@
-// Where a page has been: the list that the chrome sees, and going along it. Main thread.
+// The history of a page: the list that the chrome sees, and navigation in it. Main thread.
 #pragma once
 
 #include "engine/Records.h"
@@ -10,8 +10,8 @@
 
 class PageContext;
 
-// The engine's list cannot be emptied; what was cleared is hidden instead: entries outside the
-// bounds are neither told nor gone to.
+// The engine's list cannot be cleared, so cleared entries are hidden: those outside the bounds are
+// neither listed nor reachable.
 class PageHistory {
  public:
   using String = Tessel::Platform::String;

@@ -8,8 +8,8 @@
 
 namespace {
 
-// A key that the page does not take comes to the view a second time, as a copy. It is known by this
-// bit of its state, one of those that no keyboard sets and the toolkit does not look at.
+// A key that the page does not handle is delivered to the view a second time, as a copy. It is
+// marked with this bit of its state, which no keyboard sets and the toolkit ignores.
 constexpr guint seenBefore = GDK_MODIFIER_RESERVED_29_MASK;
 
 // Those of the keyboard: shift, lock, control and the five others.
@@ -64,7 +64,7 @@ PageInput::PageInput(PageContext& page, WebKitWebView* view)
   connect("touch-event", onTouch);
   connect("key-press-event", onKey);
   connect("key-release-event", onKey);
-  // Here the engine has let the key go, and the window has not yet taken it for its own purposes.
+  // After the engine has left the key unhandled, and before the window handles it.
   g_signal_connect_after(view_, "key-press-event", G_CALLBACK(onKeyLeft), this);
   g_signal_connect(gtk_widget_get_toplevel(GTK_WIDGET(view_)), "move-focus",
                    G_CALLBACK(onMoveFocus), this);
@@ -78,7 +78,7 @@ PageInput::~PageInput() {
 
 gboolean PageInput::onFocus(GtkWidget*, GdkEventFocus* event, PageInput* self) {
   const auto page = self->page_.shared_from_this();
-  // What is let go of elsewhere is not told here.
+  // Releases are not delivered here while the focus is elsewhere.
   self->heldKeys_.reset();
   OrvWebFocusEvent focus;
   focus.isFocused = event->in != 0;
@@ -88,7 +88,7 @@ gboolean PageInput::onFocus(GtkWidget*, GdkEventFocus* event, PageInput* self) {
 
 gboolean PageInput::onPointer(GtkWidget*, GdkEvent* event, PageInput* self) {
   const auto page = self->page_.shared_from_this();
-  // The pointer that a finger moves along is the finger's.
+  // Pointer events that are emulated for touch are reported as touch.
   if (page->wants(OrvWebEvent::MouseEvent) && !gdk_event_get_pointer_emulated(event)) {
     page->raise(OrvWebEvent::MouseEvent);
   }
@@ -117,7 +117,7 @@ gboolean PageInput::onKey(GtkWidget*, GdkEventKey* event, PageInput* self) {
   return self->notifyOfKey(*event, isRepeated) ? GDK_EVENT_STOP : GDK_EVENT_PROPAGATE;
 }
 
-// Whether the chrome keeps the key. Nothing of this object is used after the chrome has answered.
+// Whether the chrome consumes the key. This object may be gone after the event.
 bool PageInput::notifyOfKey(const GdkEventKey& event, bool isRepeated) {
   if (!takesText_ || !wantsNotification(OrvWebEvent::InputNotificationKeyEvent)) return false;
   OrvWebInputNotificationKeyEvent told;
@@ -136,7 +136,7 @@ gboolean PageInput::onKeyLeft(GtkWidget*, GdkEventKey* event, PageInput* self) {
   if (!page->wants(OrvWebEvent::UnhandledKeyInput)) return GDK_EVENT_PROPAGATE;
   OrvWebUnhandledKeyInputEvent told = unhandledInput(*event);
   page->raise(told);
-  // It is the chrome's now, not the window's, which would move the keyboard elsewhere.
+  // The chrome has it; the window would move the focus.
   return GDK_EVENT_STOP;
 }
 
@@ -144,8 +144,8 @@ void PageInput::keyLeft() {
   if (auto arrow = std::exchange(arrow_, std::nullopt)) page_.raise(*arrow);
 }
 
-// The engine looks a key up among those of the toolkit before it asks the page; some move the
-// keyboard to another widget.
+// The engine runs the toolkit's key bindings before it asks the page; some move the focus to
+// another widget.
 void PageInput::onMoveFocus(GtkWindow* window, GtkDirectionType, PageInput* self) {
   if (gtk_window_get_focus(window) == GTK_WIDGET(self->view_) &&
       self->page_.wants(OrvWebEvent::UnhandledKeyInput)) {
@@ -163,7 +163,7 @@ bool PageInput::textFocused() {
   const auto page = page_.shared_from_this();
   takesText_ = true;
   commits_ = 0;
-  // What the last field had is no place in this one.
+  // A position in the previous field means nothing in this one.
   position_ = anchor_ = -1;
   if (wantsNotification(OrvWebEvent::InputNotificationFocusEvent)) {
     OrvWebInputNotificationFocusEvent told;
@@ -186,7 +186,7 @@ void PageInput::textUnfocused() {
 
 void PageInput::caretMoved(int position, int anchor) {
   const auto page = page_.shared_from_this();
-  // Where the caret was when the field got the keyboard may be told after the first key.
+  // The caret position at focus time may be reported after the first key.
   const bool isOld = position_ < 0 && position < committedEnd_;
   if (position != position_ || anchor != anchor_) {
     position_ = position;
@@ -194,7 +194,7 @@ void PageInput::caretMoved(int position, int anchor) {
     notify(OrvWebInputNotification::CaretChanged);
   }
   if (commits_ == 0 || isOld) return;
-  // The caret may have jumped over several at once, or not have got as far as expected.
+  // The caret may have moved past several commits at once, or less far than expected.
   commits_ = position_ >= committedEnd_ ? 0 : commits_ - 1;
   notify(OrvWebInputNotification::InputEventComplete);
 }

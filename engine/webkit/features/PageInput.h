@@ -18,7 +18,7 @@ class PageInput final : public InputMethodClient {
   PageInput(PageContext& page, WebKitWebView* view);
   ~PageInput() override;
 
-  // The last key with an arrow was not taken by the page.
+  // The page did not handle the last arrow key.
   void keyLeft();
 
   bool textFocused() override;
@@ -42,8 +42,8 @@ class PageInput final : public InputMethodClient {
   PageContext& page_;
   WebKitWebView* view_;
   ObjectPointer<WebKitInputMethodContext> method_;
-  bool takesText_ = false;  // something in the page that has the keyboard does
-  int commits_ = 0;         // texts that were typed, and the caret is not yet behind them
+  bool takesText_ = false;  // the focused element accepts text
+  int commits_ = 0;         // committed texts that the caret has not passed yet
   int committedEnd_ = 0;    // where it will be
   int position_ = 0;        // of the caret, when it was last told
   int anchor_ = 0;

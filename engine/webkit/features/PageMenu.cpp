@@ -1,4 +1,4 @@
-// What the pointer is at in a page, and the menu for it. Main thread.
+// What is under the pointer in a page, and its context menu. Main thread.
 #include "engine/webkit/features/PageMenu.h"
 
 #include "engine/OrvWebEvents.h"
@@ -11,7 +11,7 @@ using Tessel::Platform::String;
 
 namespace {
 
-// What the engine knows of a place; the script in the page tells the rest.
+// The engine's hit test; the content script reports the rest.
 OrvWebContext contextOf(WebKitHitTestResult* hit, OrvWebContext context) {
   const auto is = [&](guint what) { return (webkit_hit_test_result_get_context(hit) & what) != 0; };
   context.isImage = is(WEBKIT_HIT_TEST_RESULT_CONTEXT_IMAGE);
@@ -58,7 +58,7 @@ gboolean PageMenu::onMenu(WebKitWebView*, WebKitContextMenu* menu, GdkEvent*,
   event.menuItems = menuItemsOf(menu);
   const unsigned int runsBefore = self->runs_;
   page->raise(event);
-  // Prevented, the chrome shows a menu of its own. What it says by command may overtake its answer.
+  // If prevented, the chrome shows its own menu. Its commands may overtake its answer to the event.
   const bool isOver = self->runs_ != runsBefore;
   if (event.isPreventDefault() && !isOver && page->wants(OrvWebEvent::ContextMenuCancelEvent)) {
     self->watchForEnd();
@@ -66,7 +66,7 @@ gboolean PageMenu::onMenu(WebKitWebView*, WebKitContextMenu* menu, GdkEvent*,
   return event.isPreventDefault();
 }
 
-// The chrome's menu is over when something else happens in the page.
+// The chrome's menu is cancelled by other input to the page.
 void PageMenu::watchForEnd() {
   forgetEnd();
   for (const char* signal : {"button-press-event", "scroll-event", "touch-event"}) {
@@ -93,7 +93,7 @@ gboolean PageMenu::onInput(GtkWidget*, GdkEvent* event, PageMenu* self) {
   if (type == GDK_SCROLL) {
     self->cancel(OrvWebContextMenuCancelReason::TouchMove);
   } else if (type == GDK_BUTTON_PRESS || type == GDK_TOUCH_BEGIN) {
-    // The finger that has brought the menu may go and leave it there.
+    // Lifting the finger that opened the menu does not cancel it.
     self->cancel(OrvWebContextMenuCancelReason::SelectionCancelled);
   }
   return GDK_EVENT_PROPAGATE;

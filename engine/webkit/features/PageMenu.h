@@ -1,4 +1,4 @@
-// What the pointer is at in a page, and the menu for it. Main thread.
+// What is under the pointer in a page, and its context menu. Main thread.
 #pragma once
 
 #include "engine/Enumerations.h"

@@ -1,4 +1,4 @@
-// Where a page goes, and whether it may. Main thread.
+// The navigations of a page. Main thread.
 #include "engine/webkit/features/PageNavigation.h"
 
 #include "engine/OrvWebEvents.h"
@@ -102,8 +102,8 @@ bool PageNavigation::decideUnknownScheme(const char* uri, WebKitPolicyDecision* 
   return true;
 }
 
-// The engine does not say of a question before a load whether it is about the page or a frame in
-// it; of the request and of the answer it does.
+// The engine's policy decision before a load does not say whether it is for the main frame; the
+// request and the response do.
 void PageNavigation::onResource(WebKitWebView* view, WebKitWebResource* resource,
                                 WebKitURIRequest* request, PageNavigation* self) {
   if (resource != webkit_web_view_get_main_resource(view)) return;
@@ -128,12 +128,12 @@ bool PageNavigation::decideResponse(WebKitResponsePolicyDecision* decision) {
   event.url =
       String(webkit_uri_request_get_uri(webkit_response_policy_decision_get_request(decision)));
   page_.raise(event);
-  // What cannot be shown can still be had.
+  // What cannot be displayed is downloaded.
   webkit_policy_decision_download(WEBKIT_POLICY_DECISION(decision));
   return true;
 }
 
-// A form would be sent twice, and the way through the history be lost.
+// Repeating a form would submit it twice, repeating a history navigation would add an entry.
 bool PageNavigation::isRepeatable() const {
   return type_ == OrvWebNavigationType::LinkClicked || type_ == OrvWebNavigationType::Other ||
          type_ == OrvWebNavigationType::Reload;
@@ -144,8 +144,8 @@ void PageNavigation::committed() {
 }
 
 void PageNavigation::moved() {
-  // While a document loads, its address is shown before it is there; that move is told by the
-  // commit. All others stay inside their document.
+  // During a load the engine shows its address before the commit, which reports it. All other
+  // changes are navigations within the document.
   if (webkit_web_view_is_loading(view_)) return;
   raiseLocationChange();
 }

@@ -1,5 +1,5 @@
-// Where a page goes, and whether it may: the questions before a load, and the news of the move.
-// Main thread.
+// The navigations of a page: the decisions before a load, and the report of the new location. Main
+// thread.
 #pragma once
 
 #include "engine/Enumerations.h"
@@ -15,11 +15,11 @@ class PageNavigation {
   PageNavigation(const PageNavigation&) = delete;
   PageNavigation& operator=(const PageNavigation&) = delete;
 
-  // A document has taken the place of the one before.
+  // A document was committed.
   void committed();
   // Whether the last navigation can be done again by its address alone.
   bool isRepeatable() const;
-  // The location is another one.
+  // The location has changed.
   void moved();
 
  private:

@@ -8,7 +8,7 @@ using Tessel::Platform::String;
 
 namespace {
 
-// What a page may have on show at once; beyond it the oldest closes.
+// The notifications a page may show at once; beyond them the oldest closes.
 constexpr std::size_t mostShown = 64;
 
 String idOf(WebKitNotification* notification) {
@@ -34,7 +34,7 @@ void PageNotifications::forget(WebKitNotification* notification) {
 gboolean PageNotifications::onShow(WebKitWebView*, WebKitNotification* notification,
                                    PageNotifications* self) {
   const auto page = self->page_.shared_from_this();
-  // The engine's own way to show it is as good as any when nobody else wants to.
+  // If the event is disabled, the engine shows it itself.
   if (!page->wants(OrvWebEvent::NotificationShow)) return FALSE;
   const String id = idOf(notification);
   if (self->shown_.size() >= mostShown) {
@@ -68,7 +68,7 @@ void PageNotifications::step(const String& id, NotificationStep step) {
   const auto found = shown_.find(id);
   if (found == shown_.end()) return;
   if (step == NotificationStep::Clicked) return webkit_notification_clicked(found->second.get());
-  // Closed by its user: that is no news to who says so.
+  // Closed by the chrome, which needs no event for it.
   forget(found->second.get());
   const auto node = shown_.extract(found);
   webkit_notification_close(node.mapped().get());

@@ -1,4 +1,4 @@
-// What a page asks its user. Main thread.
+// The prompts of a page. Main thread.
 #include "engine/webkit/features/PagePrompts.h"
 
 #include "engine/OrvWebEvents.h"
@@ -18,7 +18,7 @@ using Tessel::Platform::String;
 
 namespace {
 
-void answerDialog(WebKitScriptDialog* dialog, const QuestionAnswer& answer) {
+void answerDialog(WebKitScriptDialog* dialog, const PromptAnswer& answer) {
   switch (webkit_script_dialog_get_dialog_type(dialog)) {
     case WEBKIT_SCRIPT_DIALOG_CONFIRM:
     case WEBKIT_SCRIPT_DIALOG_BEFORE_UNLOAD_CONFIRM:
@@ -32,8 +32,8 @@ void answerDialog(WebKitScriptDialog* dialog, const QuestionAnswer& answer) {
   }
 }
 
-// A dialog that outlives the engine's question: it is closed by us. One that is answered inside it
-// is closed by the engine, and must not be closed twice.
+// A dialog that outlives the engine's signal: it is closed here. One that is answered inside the
+// signal is closed by the engine, and must not be closed twice.
 class OpenDialog final : public OpenPrompt {
  public:
   OpenDialog(WebKitScriptDialog* dialog, std::shared_ptr<void> pause)
@@ -43,14 +43,14 @@ class OpenDialog final : public OpenPrompt {
     webkit_script_dialog_close(dialog_);
     webkit_script_dialog_unref(dialog_);
   }
-  void answer(const QuestionAnswer& answer) override { answerDialog(dialog_, answer); }
+  void answer(const PromptAnswer& answer) override { answerDialog(dialog_, answer); }
 
  private:
   WebKitScriptDialog* dialog_;
   std::shared_ptr<void> pause_;  // of the watch for scripts that do not end
 };
 
-// A request of the engine that is refused when nobody answers it.
+// A request of the engine that is refused unless it is answered.
 template <typename Request, void (*refuse)(Request*)>
 class OpenRequest : public OpenPrompt {
  public:
@@ -71,10 +71,10 @@ class OpenRequest : public OpenPrompt {
   bool answered_ = false;
 };
 
-// Where a request keeps the log-in that it was answered with.
+// The object data key of the credential that a request was answered with.
 constexpr const char* credentialKey = "pagehost-credential";
 
-// More are not waited for at once.
+// The requests whose outcome is tracked at once.
 constexpr std::size_t mostLogins = 16;
 
 void freeCredential(gpointer credential) {
@@ -83,14 +83,14 @@ void freeCredential(gpointer credential) {
 
 void authenticate(WebKitAuthenticationRequest* request, const String& username,
                   const String& password) {
-  // What is kept is kept by us.
+  // Saving log-ins is up to PasswordStore.
   WebKitCredential* credential =
       webkit_credential_new(username.utf8(), password.utf8(), WEBKIT_CREDENTIAL_PERSISTENCE_NONE);
   webkit_authentication_request_authenticate(request, credential);
   g_object_set_data_full(G_OBJECT(request), credentialKey, credential, freeCredential);
 }
 
-// Where a log-in of HTTP's own belongs: a server may have several realms.
+// The key of an HTTP log-in: a server may have several realms.
 String placeOf(WebKitAuthenticationRequest* request) {
   WebKitSecurityOrigin* origin = webkit_authentication_request_get_security_origin(request);
   gchar* text = webkit_security_origin_to_string(origin);
@@ -100,11 +100,11 @@ String placeOf(WebKitAuthenticationRequest* request) {
   return place;
 }
 
-// Saved when it is answered so.
+// Saves the log-in if accepted.
 class OpenSaving final : public OpenPrompt {
  public:
   OpenSaving(PasswordStore& store, SavedLogin login) : store_(store), login_(std::move(login)) {}
-  void answer(const QuestionAnswer& answer) override {
+  void answer(const PromptAnswer& answer) override {
     if (!answer.accepted) return;
     if (!answer.username.isEmpty()) login_.username = answer.username;
     if (!store_.save(login_)) logAlways(LogError, "A log-in could not be saved.");
@@ -119,7 +119,7 @@ class OpenLogin final
     : public OpenRequest<WebKitAuthenticationRequest, webkit_authentication_request_cancel> {
  public:
   using OpenRequest::OpenRequest;
-  void answer(const QuestionAnswer& answer) override {
+  void answer(const PromptAnswer& answer) override {
     if (!answer.accepted) return;
     authenticate(take(), answer.username, answer.password);
   }
@@ -129,7 +129,7 @@ class OpenPermission final
     : public OpenRequest<WebKitPermissionRequest, webkit_permission_request_deny> {
  public:
   using OpenRequest::OpenRequest;
-  void answer(const QuestionAnswer& answer) override {
+  void answer(const PromptAnswer& answer) override {
     if (answer.accepted) webkit_permission_request_allow(take());
   }
 };
@@ -139,7 +139,7 @@ class OpenFileChooser final
  public:
   using OpenRequest::OpenRequest;
   // Several files stand in lines of their own.
-  void answer(const QuestionAnswer& answer) override {
+  void answer(const PromptAnswer& answer) override {
     if (!answer.accepted || answer.text.isEmpty()) return;
     gchar** files = g_strsplit(answer.text.utf8(), "\n", -1);
     webkit_file_chooser_request_select_files(take(), files);
@@ -155,7 +155,7 @@ class OpenPermissionState final : public OpenPrompt {
     webkit_permission_state_query_finish(query_, state_);
     webkit_permission_state_query_unref(query_);
   }
-  void answer(const QuestionAnswer& answer) override {
+  void answer(const PromptAnswer& answer) override {
     if (answer.text == String("granted")) state_ = WEBKIT_PERMISSION_STATE_GRANTED;
     if (answer.text == String("denied")) state_ = WEBKIT_PERMISSION_STATE_DENIED;
   }
@@ -209,16 +209,16 @@ PagePrompts::Early PagePrompts::ask(PageContext& page, OrvWebEvent& event, unsig
   return asking->extract(number).mapped().answer;
 }
 
-void PagePrompts::hold(unsigned int number, std::unique_ptr<OpenPrompt> question,
-                       const Early& early, PagePermission permission, const String& origin) {
-  if (early) return question->answer(*early);
-  held_[number] = {std::move(question), permission, origin};
+void PagePrompts::hold(unsigned int number, std::unique_ptr<OpenPrompt> prompt, const Early& early,
+                       PagePermission permission, const String& origin) {
+  if (early) return prompt->answer(*early);
+  held_[number] = {std::move(prompt), permission, origin};
 }
 
-void PagePrompts::answer(unsigned int number, const QuestionAnswer& answer) {
+void PagePrompts::answer(unsigned int number, const PromptAnswer& answer) {
   // Out of the map first: answering may let the page ask the next thing.
   const auto node = held_.extract(number);
-  if (node) return node.mapped().question->answer(answer);
+  if (node) return node.mapped().prompt->answer(answer);
   if (const auto asked = asking_->find(number); asked != asking_->end()) {
     asked->second.answer = answer;
   }
@@ -238,7 +238,7 @@ void PagePrompts::answerOrigin(PagePermission permission, const String& origin, 
 gboolean PagePrompts::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog,
                                      PagePrompts* self) {
   const auto page = self->page_.shared_from_this();
-  // The engine's own dialog is as good as any when nobody else wants to show one.
+  // If the event is disabled, the engine shows its own dialog.
   if (!page->wants(OrvWebEvent::DialogRequested) ||
       !page->client()->settings().isEnableDialogRequestedEvents) {
     self->hangMonitor_.pause();
@@ -277,17 +277,17 @@ gboolean PagePrompts::onAuthenticate(WebKitWebView*, WebKitAuthenticationRequest
       [](gpointer data, GClosure*) { delete static_cast<Asker*>(data); }, GConnectFlags(0));
   const bool isForProxy = webkit_authentication_request_is_for_proxy(request) != FALSE;
   if (webkit_authentication_request_is_retry(request)) {
-    // The one before was wrong.
+    // The previous log-in was rejected.
     std::erase_if(self->logins_, [isForProxy](const auto& earlier) {
       return (webkit_authentication_request_is_for_proxy(earlier.get()) != FALSE) == isForProxy;
     });
   }
-  // A page may bring up as many as it likes.
+  // Bounded: a page may cause any number of requests.
   if (self->logins_.size() == mostLogins) self->logins_.erase(self->logins_.begin());
   self->logins_.emplace_back(WEBKIT_AUTHENTICATION_REQUEST(g_object_ref(request)));
   if (self->answerFromSaved(request)) return TRUE;
   if (!page->wants(OrvWebEvent::DialogRequested)) return FALSE;
-  auto question = std::make_unique<OpenLogin>(request);
+  auto prompt = std::make_unique<OpenLogin>(request);
   OrvWebDialogRequestedEvent event;
   event.dialogType = OrvWebDialogType::AuthenticationChallenge;
   event.isProxy = isForProxy;
@@ -299,16 +299,16 @@ gboolean PagePrompts::onAuthenticate(WebKitWebView*, WebKitAuthenticationRequest
   const Early early = self->ask(*page, event, event.waitHandle());
   if (!page->client()) return TRUE;
   if (event.wait()) {
-    self->hold(event.waitHandle(), std::move(question), early);
+    self->hold(event.waitHandle(), std::move(prompt), early);
   } else {
-    question->answer(
+    prompt->answer(
         {!event.username().isEmpty(), event.result(), event.username(), event.password()});
   }
   return TRUE;
 }
 
 bool PagePrompts::answerFromSaved(WebKitAuthenticationRequest* request) {
-  // What was not accepted is not tried again.
+  // A rejected log-in is not tried again.
   const bool isRetry = webkit_authentication_request_is_retry(request) != FALSE;
   if (webkit_authentication_request_is_for_proxy(request)) {
     SavedLogin& login = page_.services().proxyLogin;
@@ -349,7 +349,7 @@ void PagePrompts::loaded() {
     auto* const credential =
         static_cast<WebKitCredential*>(g_object_get_data(G_OBJECT(login.get()), credentialKey));
     if (!credential) continue;
-    // Once is enough, should it be told later.
+    // Handled only once, should the signal still come.
     g_signal_handlers_disconnect_matched(login.get(), G_SIGNAL_MATCH_FUNC, 0, 0, nullptr,
                                          reinterpret_cast<gpointer>(onAuthenticated), nullptr);
     if (page->client()) accepted(*page, life.expired() ? nullptr : this, login.get(), credential);
@@ -384,8 +384,8 @@ void PagePrompts::offerToSave(const SavedLogin& login) {
   PasswordStore& store = page->services().passwords;
   const std::vector<SavedLogin> saved = store.of(login.place);
   if (std::find(saved.begin(), saved.end(), login) != saved.end()) return;
-  auto question = std::make_unique<OpenSaving>(store, login);
-  // The chrome is not told the password: it does not need it to ask.
+  auto prompt = std::make_unique<OpenSaving>(store, login);
+  // The password is not sent to the chrome, which does not need it.
   OrvWebDialogRequestedEvent event;
   event.dialogType = OrvWebDialogType::SaveCredential;
   event.isNew = std::none_of(saved.begin(), saved.end(),
@@ -396,12 +396,12 @@ void PagePrompts::offerToSave(const SavedLogin& login) {
   const Early early = ask(*page, event, event.waitHandle());
   if (!page->client() || life.expired()) return;
   if (event.wait()) {
-    // One at a time: a page must not pile them up.
+    // One at a time: a page must not accumulate them.
     held_.erase(std::exchange(openSaving_, event.waitHandle()));
-    hold(event.waitHandle(), std::move(question), early);
+    hold(event.waitHandle(), std::move(prompt), early);
   } else {
-    // Nothing is saved that nobody has said yes to.
-    question->answer({!event.result().isEmpty(), {}, event.username(), {}});
+    // Nothing is saved without an explicit yes.
+    prompt->answer({!event.result().isEmpty(), {}, event.username(), {}});
   }
 }
 
@@ -410,20 +410,20 @@ gboolean PagePrompts::onPermission(WebKitWebView*, WebKitPermissionRequest* requ
   const auto page = self->page_.shared_from_this();
   const String origin = originOf(page->loadControl().shownAddress());
   const unsigned int number = nextPromptNumber();
-  auto question = std::make_unique<OpenPermission>(request);
+  auto prompt = std::make_unique<OpenPermission>(request);
   const auto ask = [&](OrvWebSendEvent& event, PagePermission permission) {
     if (!page->wants(event.type())) return;
     const Early early = self->ask(*page, event, number, permission, origin);
     // Refused at once, or left for the chrome to decide in its own time.
     if (page->client() && !event.isPreventDefault()) {
-      self->hold(number, std::move(question), early, permission, origin);
+      self->hold(number, std::move(prompt), early, permission, origin);
     }
   };
-  // What was decided before is not asked again. Switched off, the document that is there already
-  // may still ask; it is refused when the question goes.
+  // A decision from before is used again. With the feature disabled, the current document may still
+  // ask; destroying the prompt refuses it.
   const auto decided = [&](PagePermission permission) {
     const auto decision = page->client()->decisionFor(permission, origin);
-    if (decision) question->answer({*decision, {}, {}, {}});
+    if (decision) prompt->answer({*decision, {}, {}, {}});
     return decision.has_value();
   };
   if (!page->client()) return TRUE;
@@ -449,10 +449,10 @@ gboolean PagePrompts::onPermission(WebKitWebView*, WebKitPermissionRequest* requ
     OrvWebNotificationPermissionRequestEvent event;
     event.origin = origin;
     event.id = String::fromUnsignedInteger(number);
-    self->hold(number, std::move(question), {}, PagePermission::Notification, origin);
+    self->hold(number, std::move(prompt), {}, PagePermission::Notification, origin);
     page->raise(event);
   }
-  // What nobody took is refused when the question goes.
+  // A prompt that was not kept open is refused when it is destroyed.
   return TRUE;
 }
 
@@ -463,10 +463,10 @@ gboolean PagePrompts::onPermissionState(WebKitWebView*, WebKitPermissionStateQue
       g_strcmp0(webkit_permission_state_query_get_name(query), "notifications") != 0) {
     return FALSE;
   }
-  auto question = std::make_unique<OpenPermissionState>(query);
+  auto prompt = std::make_unique<OpenPermissionState>(query);
   if (const auto decision = page->client()->decisionFor(
           PagePermission::Notification, originOf(page->loadControl().shownAddress()))) {
-    question->answer({true, *decision ? "granted" : "denied", {}, {}});
+    prompt->answer({true, *decision ? "granted" : "denied", {}, {}});
     return TRUE;
   }
   OrvWebNotificationPermissionCheckEvent event;
@@ -475,9 +475,9 @@ gboolean PagePrompts::onPermissionState(WebKitWebView*, WebKitPermissionStateQue
   const Early early = self->ask(*page, event, event.waitHandle());
   if (!page->client()) return TRUE;
   if (event.wait()) {
-    self->hold(event.waitHandle(), std::move(question), early);
+    self->hold(event.waitHandle(), std::move(prompt), early);
   } else {
-    question->answer({true, event.result(), {}, {}});
+    prompt->answer({true, event.result(), {}, {}});
   }
   return TRUE;
 }
@@ -486,7 +486,7 @@ gboolean PagePrompts::onChooseFile(WebKitWebView*, WebKitFileChooserRequest* req
                                    PagePrompts* self) {
   const auto page = self->page_.shared_from_this();
   if (!page->wants(OrvWebEvent::ChooseFile)) return FALSE;
-  auto question = std::make_unique<OpenFileChooser>(request);
+  auto prompt = std::make_unique<OpenFileChooser>(request);
   OrvWebChooseFileEvent event;
   event.allowsMultipleFiles = webkit_file_chooser_request_get_select_multiple(request) != FALSE;
   std::vector<String> types;
@@ -497,9 +497,9 @@ gboolean PagePrompts::onChooseFile(WebKitWebView*, WebKitFileChooserRequest* req
   const Early early = self->ask(*page, event, event.waitHandle());
   if (!page->client()) return TRUE;
   if (event.wait()) {
-    self->hold(event.waitHandle(), std::move(question), early);
+    self->hold(event.waitHandle(), std::move(prompt), early);
   } else {
-    question->answer({true, event.fileChosen(), {}, {}});
+    prompt->answer({true, event.fileChosen(), {}, {}});
   }
   return TRUE;
 }

@@ -1,5 +1,5 @@
-// What a page asks its user: dialogs, log-ins, permissions, files. Each becomes an event; the
-// answer comes with the event or, by the number of the question, later. Main thread.
+// The prompts of a page: dialogs, log-ins, permissions, file choosers. Each becomes an event; the
+// answer comes with the event or later, by the number of the prompt. Main thread.
 #pragma once
 
 #include "engine/Page.h"
@@ -17,14 +17,14 @@
 class HangMonitor;
 class PageContext;
 
-// Names one question, of whatever kind and page, in this process.
+// A new number for a prompt, unique in this process.
 unsigned int nextPromptNumber();
 
-// A question that is open. Destroying it answers no.
+// An open prompt. Destroying it refuses it.
 class OpenPrompt {
  public:
   virtual ~OpenPrompt() = default;
-  virtual void answer(const QuestionAnswer& answer) = 0;
+  virtual void answer(const PromptAnswer& answer) = 0;
 };
 
 class PagePrompts {
@@ -36,14 +36,14 @@ class PagePrompts {
   PagePrompts(const PagePrompts&) = delete;
   PagePrompts& operator=(const PagePrompts&) = delete;
 
-  void answer(unsigned int number, const QuestionAnswer& answer);
+  void answer(unsigned int number, const PromptAnswer& answer);
   // Asks whether a log-in shall be saved, unless it is saved already. The page may be closed
   // afterwards.
   void offerToSave(const SavedLogin& login);
-  // All open questions of an origin for one permission.
+  // All open prompts of an origin for one permission.
   void answerOrigin(PagePermission permission, const String& origin, bool granted);
-  // A load has ended. The engine forgets a log-in request when it tells of the load's start, which
-  // under load comes after the request; so that a log-in was right is told here, if not by then.
+  // A load has finished. The engine drops a log-in request when it reports the load's start, which
+  // under load comes after the request; the successful log-in is then handled here.
   void loaded();
 
  private:
@@ -59,29 +59,29 @@ class PagePrompts {
                                PagePrompts* self);
 
   bool answerFromSaved(WebKitAuthenticationRequest* request);
-  // What to do with a log-in that has proved right. The prompts are null when their view is gone,
-  // and may be gone afterwards.
+  // Handles a successful log-in. The prompts are null when their view is gone, and may be gone
+  // afterwards.
   static void accepted(PageContext& page, PagePrompts* prompts,
                        WebKitAuthenticationRequest* request, WebKitCredential* credential);
 
   struct Held {
-    std::unique_ptr<OpenPrompt> question;
+    std::unique_ptr<OpenPrompt> prompt;
     PagePermission permission = PagePermission::None;
     String origin;
   };
-  // Whose request for a log-in it was, for as long as the request lives.
+  // Signal data of a log-in request: the prompts that handle it, if they still exist.
   struct Asker {
     std::weak_ptr<PageContext> page;
     PagePrompts* prompts;
     std::weak_ptr<const void> life;  // of the prompts
   };
-  using Early = std::optional<QuestionAnswer>;
-  // Asks the chrome. What it decides by a command can overtake the answer of the event, which only
-  // then leaves the question open: such a decision is the result. This may be gone afterwards.
+  using Early = std::optional<PromptAnswer>;
+  // Raises the event. A command of the chrome that answers the prompt can overtake the answer to
+  // the event, which leaves it open: such an early answer is returned. This may be gone afterwards.
   Early ask(PageContext& page, OrvWebEvent& event, unsigned int number,
             PagePermission permission = PagePermission::None, const String& origin = String());
-  // Leaves a question open, unless it has been decided early.
-  void hold(unsigned int number, std::unique_ptr<OpenPrompt> question, const Early& early,
+  // Keeps a prompt open, unless it was answered early.
+  void hold(unsigned int number, std::unique_ptr<OpenPrompt> prompt, const Early& early,
             PagePermission permission = PagePermission::None, const String& origin = String());
 
   PageContext& page_;
@@ -93,10 +93,10 @@ class PagePrompts {
     String origin;
     Early answer;
   };
-  // What the chrome is asked just now, by number.
+  // The prompts whose event is being handled, by number.
   std::shared_ptr<std::map<unsigned int, Asking>> asking_ =
       std::make_shared<std::map<unsigned int, Asking>>();
-  // Asked for since the last load ended; the engine has told of none of them that it was right.
+  // Requests since the end of the last load that the engine has not reported as authenticated.
   std::vector<ObjectPointer<WebKitAuthenticationRequest>> logins_;
-  unsigned int openSaving_ = 0;  // the number of the question whether to save a log-in
+  unsigned int openSaving_ = 0;  // the number of the prompt to save a log-in
 };

@@ -1,4 +1,4 @@
-// The security of what a page shows. Main thread.
+// The TLS state of a page. Main thread.
 //
 // The engine keeps an exception for a certificate as long as its context lives, for all pages. What
 // a web view has accepted is its own and can be taken back, so every document is checked against
@@ -16,10 +16,10 @@ using Tessel::Platform::String;
 
 namespace {
 
-// A page that is refused over and over leaves no more than this behind.
+// The refused connections that are kept; the oldest are dropped.
 constexpr std::size_t mostRefused = 16;
 
-// The server's certificate first, then who vouches for it.
+// The server's certificate first, then its issuers.
 std::vector<SSLCertificate> chainOf(GTlsCertificate* certificate) {
   std::vector<SSLCertificate> chain;
   for (GTlsCertificate* one = certificate; one && chain.size() < 16;

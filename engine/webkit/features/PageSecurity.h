@@ -1,4 +1,4 @@
-// The security of what a page shows, and connections that are refused for it. Main thread.
+// The TLS state of a page, and the connections that were refused. Main thread.
 #pragma once
 
 #include "engine/SecurityRecords.h"
@@ -18,11 +18,11 @@ class PageSecurity {
   PageSecurity(const PageSecurity&) = delete;
   PageSecurity& operator=(const PageSecurity&) = delete;
 
-  // A document has come. False when it must not be shown: its certificate is not accepted, or not
-  // any more. That was reported then, and the page is closed perhaps.
+  // A document was committed. False when it must not be shown because its certificate is not, or no
+  // longer, accepted. That was reported, and the page may be closed.
   bool committed();
   void continueHandshake(unsigned int number, bool trust);
-  // The engine takes what the client has accepted by now.
+  // Tells the engine the certificates that the client has accepted.
   void letInKnown();
 
  private:

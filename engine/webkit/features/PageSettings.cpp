@@ -1,4 +1,4 @@
-// What a web view's settings mean to its engine view. Main thread.
+// Applies a web view's settings to the engine's view. Main thread.
 #include "engine/webkit/features/PageSettings.h"
 
 #include "engine/webkit/base/PageContext.h"
@@ -40,7 +40,7 @@ const char* nullIfEmpty(const String& text) {
   return text.isEmpty() ? nullptr : text.utf8();
 }
 
-// A font is not smaller than nothing.
+// Negative sizes count as 0.
 guint sizeOf(int pixels) {
   return pixels > 0 ? static_cast<guint>(pixels) : 0;
 }
@@ -50,7 +50,7 @@ GdkRGBA colorOf(unsigned int argb) {
   return {part(16), part(8), part(0), part(24)};
 }
 
-// Longer style sheets are a mistake of somebody.
+// Longer style sheets are taken for a mistake.
 constexpr gsize longestStyleSheet = 8u << 20;
 
 }  // namespace
@@ -80,7 +80,7 @@ PageSettings::~PageSettings() {
 }
 
 bool PageSettings::takesUserAgent(const String& text) {
-  // What no header can hold the engine refuses as well, but complains of.
+  // The engine refuses what no header can hold as well, but logs a warning.
   const std::string_view bytes = text.view();
   const bool isPlain =
       std::all_of(bytes.begin(), bytes.end(), [](char c) { return c >= ' ' && c <= '~'; });

@@ -1,4 +1,4 @@
-// What a web view's settings mean to its engine view. Main thread.
+// Applies a web view's settings to the engine's view. Main thread.
 #pragma once
 
 #include "engine/WebViewSettings.h"
@@ -22,7 +22,7 @@ class PageSettings {
   PageSettings(const PageSettings&) = delete;
   PageSettings& operator=(const PageSettings&) = delete;
 
-  // Whether the engine would take it.
+  // Whether it is a valid user agent for the engine.
   static bool takesUserAgent(const String& text);
   void changed(WebViewSetting setting);
   void setAllowedOrigins(std::vector<String> patterns);

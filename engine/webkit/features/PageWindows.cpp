@@ -13,7 +13,7 @@ using Tessel::Platform::String;
 
 namespace {
 
-// How long a chrome may take to prepare a web view for a window. The opener stands still meanwhile.
+// How long a chrome may take to prepare a web view for a window. The opener is blocked meanwhile.
 constexpr guint mostSeconds = 10;
 
 }  // namespace
@@ -47,7 +47,7 @@ GtkWidget* PageWindows::onCreate(WebKitWebView* view, WebKitNavigationAction* ac
   event.waitHandle = nextPromptNumber();
   event.view = opener->client()->popupView();
   const unsigned int number = event.waitHandle();
-  // The opener stands still for as long as this takes.
+  // The opener is blocked meanwhile.
   const auto pause = self->hangMonitor_.pauseFor();
   opener->raise(event);
   if (!opener->client() || event.isPreventDefault() ||
@@ -99,5 +99,5 @@ void PageWindows::onClose(WebKitWebView*, PageWindows* self) {
     return page->client()->closeAllowed();
   OrvWebCloseWindowEvent event;
   page->raise(event);
-  // Whether the web view goes is the chrome's to decide: it is the one who placed it.
+  // Whether the web view is removed is up to the chrome.
 }

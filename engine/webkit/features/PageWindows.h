@@ -15,7 +15,7 @@ class PageWindows {
   PageWindows(const PageWindows&) = delete;
   PageWindows& operator=(const PageWindows&) = delete;
 
-  // Ends the wait of that number: in that page, or nowhere.
+  // Ends the wait of that number: the window opens in that page, or not at all.
   void answer(unsigned int number, std::shared_ptr<PageContext> page);
   // Page::tryClose has asked the page's document whether it may go, and this is its answer: no. An
   // agreement is told to the client.
@@ -23,8 +23,8 @@ class PageWindows {
   void closeRefused() { closeAsked_ = false; }
 
  private:
-  // A window that waits for the chrome to say where. Lives in the stack frame of the one who asks;
-  // the engine holds the opener meanwhile.
+  // A window that waits for the chrome to provide a web view. Lives in the waiting stack frame; the
+  // engine holds the opener meanwhile.
   struct Waiting {
     unsigned int number;
     GMainLoop* loop;

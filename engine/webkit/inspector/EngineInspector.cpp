@@ -1,4 +1,4 @@
-// The engine's own inspector server, kept to ourselves. Main thread.
+// The engine's own inspector server, made private to this process. Main thread.
 #include "engine/webkit/inspector/EngineInspector.h"
 
 #include "platform/Folders.h"
@@ -35,8 +35,8 @@ using Tessel::Platform::UniqueFd;
 namespace {
 
 constexpr const char* variable = "WEBKIT_INSPECTOR_HTTP_SERVER";
-// So many connections the engine makes to itself, the last with its first page, and so often it is
-// looked whether it tries, in milliseconds.
+// The number of connections that the engine makes to itself, the last with its first page, and the
+// interval in milliseconds at which they are looked for.
 constexpr int innerConnections = 2;
 constexpr guint expectInterval = 50;
 constexpr int mostExpectations = 200;
@@ -45,9 +45,9 @@ constexpr gsize longestList = 4u << 20;  // bytes
 constexpr std::size_t mostTargets = 4096;
 constexpr const char* socketPrefix = "inspector-";
 
-// What the engine was told; the port in the machine's byte order.
+// The address given to the engine; the port in host byte order.
 struct Place {
-  in_addr_t address = 0;  // in the network's byte order
+  in_addr_t address = 0;  // in network byte order
   std::uint16_t port = 0;
 
   sockaddr_in socketAddress(std::uint16_t itsPort) const {
@@ -70,7 +70,7 @@ Place& place() {
   return theOne;
 }
 
-// A port of that address that nobody has.
+// A free port of that address.
 std::uint16_t freePort() {
   const UniqueFd probe(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   sockaddr_in address = place().socketAddress(0);
@@ -84,8 +84,8 @@ std::uint16_t freePort() {
 
 using NameOf = int (*)(int, sockaddr*, socklen_t*);
 
-// The port of that address that a socket has, by getsockname, or is connected to, by getpeername; 0
-// for every other descriptor.
+// The port of that address that a socket is bound to (getsockname) or connected to (getpeername); 0
+// for any other descriptor.
 std::uint16_t portOf(int fd, NameOf nameOf) {
   sockaddr_in address{};
   socklen_t size = sizeof address;
@@ -136,12 +136,12 @@ UniqueFd takeOver(int fd) {
     }
     ::unlink(name.c_str());
   }
-  // A socket that does not listen would keep whoever accepts from it busy for ever, but it is shut.
+  // Accepting from a socket that does not listen would fail in a busy loop, so it is shut down.
   if (::dup3(listener.get(), fd, O_CLOEXEC) != fd) door.reset();
   return door;
 }
 
-// Whether somebody has connected to a listener and is not accepted yet.
+// Whether a listener has a pending connection.
 bool hasWaiting(int fd) {
   pollfd ready{fd, POLLIN, 0};
   return ::poll(&ready, 1, 0) == 1;
@@ -163,10 +163,10 @@ std::uint16_t connectingPortOf(int fd) {
   return isLocal ? ntohs(address.sin_port) : 0;
 }
 
-// Admits what comes from one of the ports of an address, which is in the network's byte order.
+// A filter for packets from these ports of an address, which is in network byte order.
 std::vector<sock_filter> admitting(in_addr_t address, const std::set<std::uint16_t>& ports) {
-  constexpr std::uint32_t sourceAddress = 12;  // in the network's header
-  constexpr std::uint32_t sourcePort = 0;      // in that of TCP
+  constexpr std::uint32_t sourceAddress = 12;  // offset in the IP header
+  constexpr std::uint32_t sourcePort = 0;      // offset in the TCP header
   std::vector<sock_filter> program;
   const auto add = [&program](std::uint16_t code, std::uint32_t value, std::size_t yes,
                               std::size_t no) {
@@ -234,7 +234,7 @@ void EngineInspector::shut() {
   } else if (door_ = takeOver(listener); !door_) {
     logAlways(LogError, "Pages of this process cannot be inspected: %s", std::strerror(errno));
   }
-  // Where the system lets only its administrator filter, they stay open until they are connected.
+  // Where only the administrator may attach filters, they stay open until they are connected.
   for (const int fd : innerListeners_) {
     isFiltered_ = attach(fd, admitting(htonl(INADDR_LOOPBACK), {})) && isFiltered_;
   }
@@ -250,7 +250,7 @@ void EngineInspector::expectConnections() {
         auto* const self = static_cast<EngineInspector*>(data);
         if (!self->admitOwn() && --self->expectations_ > 0) return G_SOURCE_CONTINUE;
         if (!self->isFiltered_) {
-          // The loop may know of a connection already, and accepting it waits for ever once it is
+          // The loop may have polled a connection already, and accepting blocks for ever if it has
           // gone.
           if (std::ranges::any_of(self->innerListeners_, hasWaiting)) return G_SOURCE_CONTINUE;
           for (const int fd : std::exchange(self->innerListeners_, {})) takeOver(fd);
@@ -261,8 +261,8 @@ void EngineInspector::expectConnections() {
       this);
 }
 
-// Lets in who tries and belongs to this process; the kernel tries again by itself. True when all
-// are there.
+// Admits connection attempts of this process, which the kernel repeats by itself. True when all are
+// established.
 bool EngineInspector::admitOwn() {
   std::set<std::uint16_t> trying;
   int connected = 0;
@@ -305,7 +305,7 @@ std::vector<std::string> EngineInspector::pathsFrom(std::string_view page) {
        at != std::string_view::npos && paths.size() < mostTargets;
        at = page.find("/socket/", at + 1)) {
     std::string path(socketPathAt(page.substr(at)));
-    // Titles stand in the list as pages have written them.
+    // Titles are listed as the pages wrote them.
     if (!path.empty() && std::find(paths.begin(), paths.end(), path) == paths.end()) {
       paths.push_back(std::move(path));
     }

@@ -1,9 +1,9 @@
-// The engine's own inspector server, kept to ourselves. Main thread.
+// The engine's own inspector server, made private to this process. Main thread.
 //
-// The engine listens for inspectors where the environment says when it starts, lists every page of
-// the process there and lets everybody in who connects; nothing of that can be switched. So the
-// socket that it listens with is replaced, once it has one, by one without a name, which only this
-// process can connect to.
+// The engine listens for inspectors on the address in its environment, lists every page of the
+// process there and accepts every connection, and none of that is configurable. So its listening
+// socket is replaced, once there is one, by one without an address, which only this process can
+// connect to.
 #pragma once
 
 #include "platform/UniqueFd.h"

@@ -1,4 +1,4 @@
-// The engine's inspector of one page, for a front end somewhere else. Main thread.
+// The engine's inspector of one page, for a remote front end. Main thread.
 #include "engine/webkit/inspector/PageInspector.h"
 
 #include "engine/OrvWebEvents.h"
@@ -21,9 +21,9 @@ namespace {
 
 // The longest message of the engine: a picture of the page, a snapshot of its memory.
 constexpr guint64 longestMessage = 32u << 20;
-// What a front end may say before the engine listens, in bytes.
+// The bytes a front end may send before the session is established.
 constexpr std::size_t mostUnsent = 8u << 20;
-// A socket behind which there is a page that nobody inspects says so at once; in milliseconds.
+// The socket of a page that is not inspected yet sends a message at once; milliseconds to wait.
 constexpr guint patience = 2000;
 // A page that has just been made may not be in the engine's list yet.
 constexpr guint listAgain = 300;
@@ -90,7 +90,7 @@ void PageInspector::Session::drop() {
     if (soup_websocket_connection_get_state(socket_) == SOUP_WEBSOCKET_STATE_OPEN) {
       soup_websocket_connection_close(socket_, SOUP_WEBSOCKET_CLOSE_NORMAL, nullptr);
     }
-    // The engine takes the end of the connection for the end of the session.
+    // Closing the connection ends the engine's session.
     g_io_stream_close(soup_websocket_connection_get_io_stream(socket_), nullptr, nullptr);
     g_clear_object(&socket_);
   }
@@ -121,7 +121,7 @@ void PageInspector::Session::list() {
   engine().list(cancellable_, [weak = weak_from_this()](const std::vector<std::string>& paths) {
     const auto self = weak.lock();
     if (!self) return;
-    // The newest page is the likeliest to be new here.
+    // The newest page is the most likely match.
     self->candidates_.assign(paths.rbegin(), paths.rend());
     self->tryNext();
   });
@@ -190,7 +190,7 @@ void PageInspector::Session::received(const std::string& message) {
   flush();
 }
 
-// What was said before there was a page to say it to.
+// Sends the messages that were queued before the session was established.
 void PageInspector::Session::flush() {
   if (!socket_) return;
   for (const std::string& held : protocol_.takeHeld()) transmit(held);
@@ -223,7 +223,7 @@ void PageInspector::Session::onClosed(SoupWebsocketConnection*, Session* session
 }
 
 void PageInspector::Session::giveUp(const char* why) {
-  logAlways(LogError, "A page cannot be inspected, or not any longer: %s.", why);
+  logAlways(LogError, "The inspector session of a page has ended: %s.", why);
   drop();
   found_ = false;
   candidates_.clear();

@@ -1,4 +1,4 @@
-// The engine's inspector of one page, for a front end somewhere else. Main thread.
+// The engine's inspector of one page, for a remote front end. Main thread.
 #pragma once
 
 #include "platform/String.h"

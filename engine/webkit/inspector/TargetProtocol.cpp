@@ -1,4 +1,4 @@
-// The two ways in which inspectors talk. Any thread.
+// The two forms of the inspector protocol. Any thread.
 #include "engine/webkit/inspector/TargetProtocol.h"
 
 #include <rapidjson/document.h>
@@ -18,7 +18,7 @@ bool isForEngine(std::string_view method) {
   return method.starts_with("Target.") || method.starts_with("Browser.");
 }
 
-// What may wait for a page, and for the engine to confirm.
+// The limits of held messages, and of messages that the engine has to confirm.
 constexpr std::size_t mostHeld = 1000;
 constexpr std::size_t mostWaiting = 10000;
 
@@ -74,7 +74,7 @@ std::string TargetProtocol::createdTarget(std::string_view message) {
 std::optional<std::string> TargetProtocol::toEngine(std::string_view message) {
   if (frontEnd_ == FrontEnd::Wrapping) return std::string(message);
   const rapidjson::Document document = parsed(message);
-  // The engine would say that it cannot read it, to nobody.
+  // The engine's error for a malformed message could not be assigned to a request.
   if (document.HasParseError() || !document.IsObject()) return std::nullopt;
   if (frontEnd_ == FrontEnd::Unknown) {
     frontEnd_ = isForEngine(textAt(document, "method")) ? FrontEnd::Wrapping : FrontEnd::Plain;
@@ -122,7 +122,7 @@ std::optional<std::string> TargetProtocol::toFrontEnd(std::string_view message) 
   const std::string method = textAt(document, "method");
   const Value* parameters = memberOf(document, "params");
   if (method == "Target.dispatchMessageFromTarget" && parameters) {
-    // Of a page that is on its way, or of something else, a plain front end knows nothing.
+    // A plain front end does not know provisional pages or other targets.
     if (textAt(*parameters, "targetId") != target_) return std::nullopt;
     return textAt(*parameters, "message");
   }
@@ -130,7 +130,7 @@ std::optional<std::string> TargetProtocol::toFrontEnd(std::string_view message) 
     if (parameters) follow(method, *parameters);
     return std::string(message);
   }
-  // The engine confirms what was wrapped; only that it could not be delivered is worth telling.
+  // The engine confirms each wrapped message; only failures are passed on.
   const auto waiting = waiting_.find(idOf(document));
   if (waiting == waiting_.end()) return std::nullopt;
   const std::int64_t innerId = waiting->second;

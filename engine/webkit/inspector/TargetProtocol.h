@@ -1,6 +1,6 @@
-// The two ways in which inspectors talk. The engine wraps what is for or from a page into messages
-// of the domain Target; its own front end does as well, while a plain one sends and expects the
-// page's messages themselves. This translates for the plain one. Any thread: plain values.
+// The two forms of the inspector protocol. The engine wraps the messages of a page into messages of
+// the domain Target, as does its own front end, while a plain front end sends and expects the
+// page's messages themselves. This translates for a plain one. Any thread: plain values.
 #pragma once
 
 #include <rapidjson/document.h>

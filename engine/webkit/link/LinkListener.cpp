@@ -28,9 +28,9 @@ namespace {
 
 constexpr const char* namePrefix = "pages-";
 constexpr std::size_t tokenLength = 32;
-// Without descriptors or memory a connection stays in the listener, which would call at once again.
+// Without descriptors or memory a connection stays pending, and the source would fire at once.
 constexpr guint pauseInterval = 500;  // milliseconds
-// Who is refused can be as quick as it likes; the log need not be.
+// Limits how often refused connections are logged.
 constexpr gint64 complaintInterval = G_USEC_PER_SEC;
 
 UniqueFd listenAt(const std::string& path) {
@@ -52,7 +52,7 @@ UniqueFd listenAt(const std::string& path) {
 
 }  // namespace
 
-// Has connected and said nothing yet, or not enough.
+// A connection that has not sent a complete greeting yet.
 struct LinkListener::Stranger {
   Stranger(LinkListener& itsListener, UniqueFd itsSocket, pid_t itsPid)
       : listener(itsListener),
@@ -80,7 +80,7 @@ struct LinkListener::Stranger {
   const pid_t pid;
   const guint readSource;
   guint limitSource = 0;
-  // The greeting, byte for byte: what follows it is the link's to read.
+  // Reads the greeting only: the bytes after it are left to the link.
   std::array<char, sizeof(FrameHeader) + tokenLength> greeting{};
   std::size_t received = 0;
 };

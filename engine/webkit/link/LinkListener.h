@@ -1,7 +1,7 @@
-// The socket that the modules of web processes connect to, and who is let in there. Main thread.
+// The socket that the modules of web processes connect to, and its authentication. Main thread.
 //
-// Whoever runs as this user can connect, a web process that was taken over included. A connection
-// becomes a link by showing a token that was issued for one web process; it counts once.
+// Every process of this user can connect, a compromised web process included. A connection becomes
+// a link by presenting a token that was issued for one web process; each is valid once.
 #pragma once
 
 #include "platform/UniqueFd.h"
@@ -17,15 +17,15 @@
 
 class LinkListener {
  public:
-  // A connection that has shown a token, which nobody can show again, and its process as the
-  // kernel numbers it.
+  // A connection that has presented a token, which is void from now on, and its process as reported
+  // by the kernel.
   using Welcome =
       std::function<void(Tessel::Platform::UniqueFd socket, pid_t peer, const std::string& token)>;
 
-  // Connections that have not shown a token: one more, and the oldest goes.
+  // The limit of connections without a token; beyond it the oldest is closed.
   static constexpr std::size_t mostStrangers = 32;
-  // Tokens that nobody has shown: one more, and the oldest is void. Web processes that end before
-  // they connect leave theirs.
+  // The limit of unused tokens; beyond it the oldest is void. Web processes that end before they
+  // connect leave theirs.
   static constexpr std::size_t mostTokens = 256;
 
   // Listens in a folder of its own below the given one, which holds nothing else. Throws nothing,
@@ -40,7 +40,7 @@ class LinkListener {
   // What a web process must see to connect.
   const std::string& folder() const { return folder_; }
   const std::string& address() const { return address_; }
-  // For one web process that starts now; "", which lets nobody in, without random numbers.
+  // For one web process that starts now; "", which is never valid, without random numbers.
   std::string issueToken();
 
  private:

@@ -30,16 +30,16 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// A called page function may send its engine process a question that only our main loop answers
-// (history, window and dialog operations do). So a wait of the main thread that got nothing for
-// this long goes on inside the main loop. Long enough that an ordinary call never pays for it.
+// A called page function may make a request that only our main loop answers (history, window and
+// dialog operations do). So a wait of the main thread that received nothing for this long continues
+// inside the main loop. Long enough that an ordinary call never pays for it.
 constexpr auto patience = 20ms;
 
 // Page and program calling each other without end must not exhaust our stack.
 constexpr unsigned int deepestNesting = 256;
 
-// With so many unserved, nothing more is read: a page that reports in crowds waits.
-constexpr std::size_t mostWaitingQuestions = 100000;
+// With so many unserved requests, reading stops: a page that floods the link waits.
+constexpr std::size_t mostPendingRequests = 100000;
 constexpr std::size_t mostCreatedPages = 1024;
 
 UniqueFd makeEventFd() {
@@ -57,16 +57,16 @@ void clearEventFd(int fd) {
   [[maybe_unused]] const ssize_t read = ::read(fd, &count, sizeof count);
 }
 
-// What wakes a thread that waits for an answer, when another one has read it.
+// Wakes a thread that waits for an answer when another one has read it.
 int wakeFdOfThisThread() {
   thread_local const UniqueFd fd = makeEventFd();
   return fd.get();
 }
 
-// Calls whose late answers are still known.
+// The timed-out calls that are remembered, to report their late answers.
 constexpr std::size_t mostOverdue = 64;
 
-// Of what a function's name is told in an error: names are the page's.
+// Bytes of a function's name in an error: names are chosen by the page.
 constexpr std::size_t longestName = 200;
 
 std::string_view nameOf(const FunctionCall& call) {
@@ -133,7 +133,7 @@ struct PageLink::Waiter {
   bool answered = false;
   FunctionResult value;
 
-  // The clock stands while the main thread serves questions that came up during the wait.
+  // The timeout is suspended while the main thread serves requests that arrive during the wait.
   unsigned int pauses = 0;
   Clock::time_point pausedSince;
   Clock::duration paused{};
@@ -143,7 +143,7 @@ struct PageLink::Waiter {
   }
 };
 
-// The main thread is answering a question: the clocks of those who wait on the link stand.
+// While the main thread serves a request, the timeouts of all waits on the link are suspended.
 class PageLink::ServingScope {
  public:
   explicit ServingScope(PageLink& link) : link_(link) {
@@ -199,7 +199,7 @@ std::shared_ptr<PageLink> PageLink::open(UniqueFd socket, pid_t peer, PageLinkDe
   GSource* source = g_source_new(&functions, sizeof(Source));
   reinterpret_cast<Source*>(source)->link = link.get();
   g_source_set_static_name(source, "page link");
-  // A question may be served inside the wait of another one.
+  // A request may be served inside the wait of another one.
   g_source_set_can_recurse(source, TRUE);
   link->socketTag_ = g_source_add_unix_fd(source, link->socket_.fd(), G_IO_IN);
   g_source_add_unix_fd(source, link->mainWake_.get(), G_IO_IN);
@@ -219,7 +219,7 @@ void PageLink::close() {
   {
     const std::lock_guard lock(mutex_);
     breakLocked();
-    // The descriptor stays open while anybody holds the link: nobody polls a stranger's.
+    // The descriptor stays open while the link is held, so that no reused one is polled.
     ::shutdown(socket_.fd(), SHUT_RDWR);
     socketTag_ = nullptr;
   }
@@ -322,7 +322,7 @@ void PageLink::waitElsewhere(Waiter& waiter) {
       descriptors[0] = {socket_.fd(), interestLocked(), 0};
     }
     descriptors[1] = {waiter.wakeFd, POLLIN, 0};
-    // Its clock may stand for a while, so a wait that ran out is only a reason to look again.
+    // The timeout may have been suspended meanwhile, so it is checked again.
     ::poll(descriptors.data(), descriptors.size(), static_cast<int>(timeLeft(waiter).count()));
     if (descriptors[1].revents != 0) clearEventFd(waiter.wakeFd);
   }
@@ -347,7 +347,7 @@ void PageLink::appendPollDescriptors(std::vector<pollfd>& descriptors) const {
 }
 
 short PageLink::interestLocked() const {
-  const int reads = questions_.size() < mostWaitingQuestions ? POLLIN : 0;
+  const int reads = requests_.size() < mostPendingRequests ? POLLIN : 0;
   return static_cast<short>(socket_.hasUnsent() ? reads | POLLOUT : reads);
 }
 
@@ -356,28 +356,28 @@ void PageLink::serve() {
   const auto self = shared_from_this();
   exchange(true);
   for (;;) {
-    Frame question;
+    Frame request;
     {
       const std::lock_guard lock(mutex_);
-      if (questions_.empty()) {
+      if (requests_.empty()) {
         if (!broken_) return;
         break;
       }
-      question = std::move(questions_.front());
-      questions_.pop_front();
+      request = std::move(requests_.front());
+      requests_.pop_front();
     }
-    if (!answerQuestion(question)) {
-      logAlways(LogError, "The link to web process %d is closed: it sent what is no message.",
+    if (!serveRequest(request)) {
+      logAlways(LogError, "The link to web process %d is closed: malformed message.",
                 static_cast<int>(peer_));
       break;
     }
-    // Closed inside the question: its delegate may be gone, so the rest is nobody's.
+    // Closed while serving: the delegate may be gone, so the rest is dropped.
     if (!source_) return;
   }
   close();
 }
 
-// Sends what is unsent, reads what has arrived and gives it to whom it concerns.
+// Sends what is queued, reads what has arrived and dispatches it.
 void PageLink::exchange(bool onMainThread) {
   std::vector<std::string> late;
   {
@@ -399,8 +399,8 @@ void PageLink::exchangeLocked(bool onMainThread) {
   if (broken_) return;
   const bool sent = !socket_.hasUnsent() || socket_.flush();
   if (!socket_.hasUnsent()) full_ = false;
-  const bool received = questions_.size() >= mostWaitingQuestions ||
-                        socket_.receive(arrived_, LinkSocket::Mode::Poll);
+  const bool received =
+      requests_.size() >= mostPendingRequests || socket_.receive(arrived_, LinkSocket::Mode::Poll);
   while (!arrived_.empty()) {
     sort(std::move(arrived_.front()), onMainThread);
     arrived_.pop_front();
@@ -414,7 +414,7 @@ void PageLink::exchangeLocked(bool onMainThread) {
 
 void PageLink::sort(Frame&& frame, bool onMainThread) {
   if (frame.kind != FrameKind::Answer) {
-    questions_.push_back(std::move(frame));
+    requests_.push_back(std::move(frame));
     if (!onMainThread) wakeMainLocked();
     return;
   }
@@ -435,53 +435,53 @@ void PageLink::sort(Frame&& frame, bool onMainThread) {
   }
 }
 
-bool PageLink::answerQuestion(const Frame& question) {
+bool PageLink::serveRequest(const Frame& request) {
   const ServingScope serving(*this);
-  switch (question.kind) {
+  switch (request.kind) {
     case FrameKind::PageCreated:
       // It waits for each; some may be made inside the wait of another.
       if (createdPages_.size() == mostCreatedPages ||
-          !createdPages_.emplace(question.page, question.id).second) {
+          !createdPages_.emplace(request.page, request.id).second) {
         return false;
       }
-      delegate_.pageCreated(shared_from_this(), question.page);
+      delegate_.pageCreated(shared_from_this(), request.page);
       return true;
     case FrameKind::NativeCall: {
       link_protocol::NativeArguments arguments;
-      if (!decode(question.payload, arguments)) return false;
+      if (!decode(request.payload, arguments)) return false;
       String result;
       if (serving_ > deepestNesting) {
         logAlways(LogError, "A native call of page %llu is refused: it is nested %u deep.",
-                  static_cast<unsigned long long>(question.page), serving_);
+                  static_cast<unsigned long long>(request.page), serving_);
       } else {
-        result = delegate_.nativeCall(*this, question.page, arguments);
+        result = delegate_.nativeCall(*this, request.page, arguments);
       }
-      answer(question.id, question.page, result.view(),
+      answer(request.id, request.page, result.view(),
              arguments.empty() || !arguments.front() ? std::string_view() : *arguments.front());
       return true;
     }
     case FrameKind::Dialog: {
       link_protocol::DialogQuestion dialog;
-      if (!decode(question.payload, dialog)) return false;
-      answer(question.id, question.page, encode(delegate_.dialog(*this, question.page, dialog)),
+      if (!decode(request.payload, dialog)) return false;
+      answer(request.id, request.page, encode(delegate_.dialog(*this, request.page, dialog)),
              "dialog");
       return true;
     }
     case FrameKind::Report: {
       FunctionCall report;
-      if (!decode(question.payload, report) || report.path.empty()) return false;
-      delegate_.report(*this, question.page, report);
+      if (!decode(request.payload, report) || report.path.empty()) return false;
+      delegate_.report(*this, request.page, report);
       return true;
     }
     case FrameKind::Ask: {
       FunctionCall report;
-      if (!decode(question.payload, report) || report.path.empty()) return false;
-      answer(question.id, question.page, delegate_.report(*this, question.page, report).view(),
+      if (!decode(request.payload, report) || report.path.empty()) return false;
+      answer(request.id, request.page, delegate_.report(*this, request.page, report).view(),
              nameOf(report));
       return true;
     }
     case FrameKind::Log:
-      logAlways(LogNotice, "%s", question.payload.c_str());
+      logAlways(LogNotice, "%s", request.payload.c_str());
       return true;
     default:
       return false;

@@ -1,9 +1,9 @@
 // The program's end of the page link: one per web process.
 //
-// Nobody owns the reading. Whoever waits, the main loop or a thread inside callFunction, reads
-// whatever has arrived and hands each frame to whom it concerns: answers to their waiters,
-// questions to the main thread. So a native call reaches the idle main thread, and an answer its
-// caller, without a hop over a reader thread.
+// There is no reader thread. Whichever thread waits, the main loop or one inside callFunction,
+// reads what has arrived and dispatches each frame: answers to their waiters, requests to the main
+// thread. So a native call reaches the idle main thread, and an answer its caller, without another
+// thread in between.
 #pragma once
 
 #include "engine/webkit/link/Frame.h"
@@ -26,8 +26,8 @@
 
 class PageLink;
 
-// Answers the questions of web processes. Main thread. The link may be closed, and pages deleted,
-// inside every one of these.
+// Serves the requests of web processes. Main thread. Each of these may close the link and delete
+// pages.
 class PageLinkDelegate {
  public:
   virtual ~PageLinkDelegate() = default;
@@ -70,7 +70,7 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   void ping(std::uint64_t page);
   // Main thread.
   void changeSetup(std::uint64_t page, const link_protocol::PageSetup& setup);
-  // Nothing arrives any more, and every wait on the link ends. Twice is fine. Main thread.
+  // Ends the link and every wait on it. May be called twice. Main thread.
   void close();
 
   // What is too large for the link, and what a page that does not read has no room for, is not
@@ -106,10 +106,10 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   void exchange(bool onMainThread);
   void sort(link_protocol::Frame&& frame, bool onMainThread);
   void exchangeLocked(bool onMainThread);
-  bool answerQuestion(const link_protocol::Frame& question);
+  bool serveRequest(const link_protocol::Frame& request);
   void waitOnMainThread(Waiter& waiter);
   void waitElsewhere(Waiter& waiter);
-  // Whether the wait is over: answered, without hope, or out of time.
+  // Whether the wait is over: answered, failed or timed out.
   bool isOver(const Waiter& waiter) const;
   std::chrono::milliseconds timeLeft(const Waiter& waiter) const;
   void breakLocked();
@@ -122,20 +122,20 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   PageLinkDelegate& delegate_;
   GSource* source_ = nullptr;  // main thread; null once closed
   bool inEveryWait_ = false;   // main thread
-  unsigned int serving_ = 0;   // main thread: questions being answered, one inside the other
-  std::map<std::uint64_t, std::uint32_t> createdPages_;  // main thread: the unanswered questions
+  unsigned int serving_ = 0;   // main thread: requests being served, nested
+  std::map<std::uint64_t, std::uint32_t> createdPages_;  // main thread: their unanswered requests
 
   mutable std::mutex mutex_;  // guards what follows
   link_protocol::LinkSocket socket_;
   std::deque<link_protocol::Frame> arrived_;
-  std::deque<link_protocol::Frame> questions_;
+  std::deque<link_protocol::Frame> requests_;
   std::vector<Waiter*> waiters_;
   // Calls whose time was over, by what they are told as; the oldest are forgotten.
   std::map<std::uint32_t, std::string> overdue_;
   std::vector<std::string> late_;  // of those, whose answers have come meanwhile
   std::uint32_t lastId_ = 0;
   bool broken_ = false;
-  bool full_ = false;  // it was told that the page does not read
+  bool full_ = false;  // it was reported that the page does not read
   // Brings the main thread out of a poll when another thread has read something for it.
   Tessel::Platform::UniqueFd mainWake_;
   bool mainWoken_ = false;

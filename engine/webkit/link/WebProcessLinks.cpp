@@ -1,4 +1,4 @@
-// The links to web processes, and whose page is in which. Main thread.
+// The links to web processes, and the mapping of pages to them. Main thread.
 #include "engine/webkit/link/WebProcessLinks.h"
 
 #include <utility>
@@ -53,8 +53,8 @@ void WebProcessLinks::pageCreated(const std::shared_ptr<PageLink>&, std::uint64_
   answerWhoAsked(page);
 }
 
-// The page's process gets the setup, others that name its number learn nothing. All of them wait
-// while the engine has not said which it is.
+// Only the page's process gets the setup; others that ask for its number get an empty one. All of
+// them wait until the engine has reported which process it is.
 void WebProcessLinks::answerWhoAsked(std::uint64_t number) {
   const auto found = pages_.find(number);
   const auto ours = found == pages_.end() ? nullptr : found->second.page.lock();
@@ -79,8 +79,8 @@ void WebProcessLinks::answerWhoAsked(std::uint64_t number) {
 String WebProcessLinks::nativeCall(const PageLink& link, std::uint64_t page,
                                    const link_protocol::NativeArguments& arguments) {
   const auto ours = pageBehind(link, page);
-  // The module only offers the call where it is allowed; this is for the web process that was
-  // taken over.
+  // The module only offers the call where it is allowed; this check is for a compromised web
+  // process.
   if (!ours || !ours->setup().callbackObject) return String();
   return ours->nativeCall(arguments);
 }
@@ -102,7 +102,7 @@ void WebProcessLinks::linkClosed(PageLink& link) {
   const auto closed = links_.extract(&link);
   if (closed.empty()) return;
   for (auto& [number, registered] : pages_) {
-    // The number is nobody's until the engine says where the page is now.
+    // The number is unassigned until the engine reports where the page is now.
     if (registered.token == closed.mapped().token) registered = {registered.page};
   }
 }

@@ -1,9 +1,9 @@
 // The links to web processes, and which page of which process belongs to which page of ours. Main
 // thread.
 //
-// The number of a page can be guessed, and it stays when its process ends and another one takes its
-// place. So a process only speaks for a page when the engine has told, on its own way, that the
-// page is there: as a message from the page that names the token of its process.
+// The number of a page can be guessed, and it stays when its process is replaced by another one. So
+// a process may only act for a page once the engine has confirmed, over its own channel, that the
+// page lives there: by a message from the page that contains the token of its process.
 #pragma once
 
 #include "engine/webkit/link/LinkListener.h"

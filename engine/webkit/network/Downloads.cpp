@@ -30,7 +30,7 @@ std::string downloadFolder() {
   const std::string home = g_get_home_dir();
   const char* const configured = g_get_user_special_dir(G_USER_DIRECTORY_DOWNLOAD);
   const auto plain = [](const std::string& path) {
-    // "a/" is "a".
+    // Without a trailing slash.
     return (std::filesystem::path(path) / "").lexically_normal();
   };
   const bool isUsable = configured && plain(configured) != plain(home);
@@ -42,8 +42,8 @@ std::string downloadFolder() {
   return folder;
 }
 
-// A whole path is taken as it is. A name goes where the user keeps downloads, with a number before
-// its ending when there is a file of that name already.
+// An absolute path is used as it is. A file name goes into the user's download folder, with a
+// number before its extension when there is such a file already.
 std::string placeFor(const String& filename) {
   if (g_path_is_absolute(filename.utf8())) return filename.toStdString();
   gchar* base = g_path_get_basename(filename.utf8());
@@ -62,12 +62,12 @@ std::string placeFor(const String& filename) {
   return place;
 }
 
-// Where the engine writes until it is done; it deletes that when it does not get so far.
+// The file that the engine writes to during the transfer, and deletes when that fails.
 std::string placeOfEngine(const String& filename) {
   return filename.toStdString() + ".wkdownload";
 }
 
-// The version of what the engine loads, if that can be gone on with at all.
+// The version of the file that is downloaded; empty when the download cannot be resumed.
 String versionOf(WebKitDownload* download) {
   WebKitURIRequest* request = webkit_download_get_request(download);
   WebKitURIResponse* response = webkit_download_get_response(download);
@@ -78,12 +78,12 @@ String versionOf(WebKitDownload* download) {
   return validatorOf(webkit_uri_response_get_http_headers(response));
 }
 
-// The engine takes a connection that closes too early for the end of the file.
+// The engine takes a connection that closes early for the end of the file.
 bool isCutOff(WebKitDownload* download) {
   WebKitURIResponse* response = webkit_download_get_response(download);
   if (!response) return false;
   SoupMessageHeaders* headers = webkit_uri_response_get_http_headers(response);
-  // What is encoded has another length on its way.
+  // The length of an encoded body differs on the wire.
   if (!headers || soup_message_headers_get_one(headers, "Content-Encoding")) return false;
   return webkit_download_get_received_data_length(download) <
          webkit_uri_response_get_content_length(response);
@@ -120,7 +120,7 @@ void Downloads::start(WebKitWebView* view, const String& url, const String& file
   entry.paused = false;
   entry.beginning = {};
   entry.result = OrvWebDownloadResult::ResultSuccess;
-  // The signal of the context comes inside this call or later; either way it is ours by then.
+  // The context's signal comes inside this call or later; the entry exists by then.
   WebKitDownload* download = webkit_web_view_download_uri(view, url.utf8());
   adopt(download, number);
   g_object_unref(download);
@@ -131,7 +131,7 @@ void Downloads::onStarted(WebKitWebContext*, WebKitDownload* download, Downloads
 }
 
 void Downloads::adopt(WebKitDownload* download, unsigned int number) {
-  // The context may have told of it already, as of one that a page has started.
+  // The context may have reported it already, as one that a page has started.
   if (auto* known = find(download); known && known->first != number) {
     entries_.erase(known->first);
     g_signal_handlers_disconnect_by_data(download, this);
@@ -164,7 +164,7 @@ void Downloads::raise(const Entry& entry, OrvWebEvent& event) const {
 
 void Downloads::saveAs(Entry& entry, const String& filename) {
   entry.filename = placeFor(filename);
-  // What a killed program has left there would be taken for the beginning of this file.
+  // A leftover of a killed program would be taken for the beginning of this file.
   g_unlink(placeOfEngine(entry.filename).c_str());
   webkit_download_set_allow_overwrite(entry.download.get(), TRUE);
   webkit_download_set_destination(entry.download.get(), entry.filename.utf8());
@@ -244,7 +244,7 @@ void Downloads::onCreated(WebKitDownload* download, const gchar*, Downloads* sel
   if (!found) return;
   auto& [number, entry] = *found;
   entry.beginning.validator = versionOf(download);
-  // Without a name for this version of the file nobody could go on with it.
+  // Without an identifier of the file's version the download could not be resumed.
   if (!entry.beginning.validator.isEmpty()) {
     entry.beginning.part =
         PartFile::sharedWith(placeOfEngine(entry.filename), entry.filename.toStdString());
@@ -300,7 +300,7 @@ void Downloads::onFinished(WebKitDownload* download, Downloads* self) {
   if (isComplete) entry.paused = false;
   const bool mayGoOn = entry.paused || entry.result == OrvWebDownloadResult::ResultNetworkError;
   if (!mayGoOn || entry.removed) entry.beginning = {};
-  // A pause is no end.
+  // A pause is not reported as an end.
   if (entry.paused && !entry.removed) {
     if (std::exchange(entry.goesOn, false)) self->goOn(number, entry);
     return;
@@ -339,7 +339,7 @@ void Downloads::ended(unsigned int number, ResumedDownload::End end) {
     if (!entry.beginning.part->finish(entry.filename.toStdString())) end = End::DiskFails;
     if (end == End::Complete) progressed(number, size);
   }
-  // The chrome may have done away with it meanwhile.
+  // The chrome may have removed it meanwhile.
   const auto still = entries_.find(number);
   if (still == entries_.end()) return;
   Entry& over = still->second;
@@ -358,7 +358,7 @@ void Downloads::pause(unsigned int number, Entry& entry) {
   if (!entry.isRunning()) return;
   entry.paused = true;
   entry.goesOn = false;
-  // The engine cannot hold a transfer: it is ended, and what has come is kept.
+  // The engine cannot pause a transfer: it is cancelled, and the received part is kept.
   if (entry.download) webkit_download_cancel(entry.download.get());
   if (entry.rest) progressed(number, entry.beginning.part->size());
   entry.rest.reset();

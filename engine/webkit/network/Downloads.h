@@ -19,7 +19,7 @@ class Downloads final : public ResumedDownload::Client {
 
   Downloads() = default;
   ~Downloads() override;
-  // Takes in what is started in a context.
+  // Adopts the downloads that are started in a context.
   void listenTo(WebKitWebContext* context);
   Downloads(const Downloads&) = delete;
   Downloads& operator=(const Downloads&) = delete;
@@ -38,12 +38,12 @@ class Downloads final : public ResumedDownload::Client {
   struct Entry {
     ObjectPointer<WebKitDownload> download;  // null once it has ended
     DownloadBeginning beginning;             // while it runs, and when it can go on
-    std::unique_ptr<ResumedDownload> rest;   // in the place of the engine's download
+    std::unique_ptr<ResumedDownload> rest;   // replaces the engine's download
     std::weak_ptr<PageContext> page;
     String url;
-    String filename;      // asked for; empty while nobody has said
+    String filename;      // as requested; empty while undecided
     bool paused = false;  // ended by us, to be started again
-    bool goesOn = false;  // as soon as the pause, which takes the engine a moment, has begun
+    bool goesOn = false;  // resume as soon as the engine has completed the pause
     bool removed = false;
     OrvWebDownloadResult result = OrvWebDownloadResult::ResultSuccess;  // the last end's
 

@@ -1,4 +1,4 @@
-// The page that stands in the place of one that could not be loaded.
+// The page that is shown in place of one that could not be loaded.
 #include "engine/webkit/network/FailurePage.h"
 
 #include <glib.h>

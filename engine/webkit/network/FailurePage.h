@@ -1,4 +1,4 @@
-// The page that stands in the place of one that could not be loaded. Any thread.
+// The page that is shown in place of one that could not be loaded. Any thread.
 #pragma once
 
 #include "platform/String.h"

@@ -65,7 +65,7 @@ void respond(WebKitURISchemeRequest* request, GInputStream* body, gint64 length,
   g_object_unref(response);
 }
 
-// A missing file is an answer, not a failure: pages can tell it from a broken program.
+// A missing file is a response, not an error: pages can tell it from a broken program.
 void respondMissing(WebKitURISchemeRequest* request, const char* reason) {
   const char* uri = webkit_uri_scheme_request_get_uri(request);
   logAlways(LogNotice, "%s: %s", uri, reason);
@@ -82,9 +82,8 @@ void respondMissing(WebKitURISchemeRequest* request, const char* reason) {
   g_object_unref(body);
 }
 
-// The engine keeps pages of other schemes away but for one way: a request that a page waits for.
-// That says where it comes from; what the program loads, and what is read within the scheme, does
-// not, or names the scheme.
+// The engine keeps pages of other schemes out, except for synchronous requests. Those name their
+// origin; loads of the program and requests within the scheme name none, or the scheme.
 bool isForeign(WebKitURISchemeRequest* request) {
   SoupMessageHeaders* headers = webkit_uri_scheme_request_get_http_headers(request);
   const char* origin = headers ? soup_message_headers_get_one(headers, "Origin") : nullptr;
@@ -142,7 +141,7 @@ UniqueFd openBelow(const std::string& root, std::string_view encodedPath) {
   g_free(decoded);
   if (path.ends_with('/')) path += "index.html";
 
-  // The root is the operator's word and may be a link; what is below it may not.
+  // The root is configured by the operator and may be a symbolic link; what is below it may not.
   UniqueFd at(::open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
   std::size_t begin = 0;
   while (at.get() >= 0 && begin <= path.size()) {
@@ -168,7 +167,7 @@ UniqueFd openBelow(const std::string& root, std::string_view encodedPath) {
     errno = S_ISDIR(status.st_mode) ? EISDIR : EACCES;
     return UniqueFd();
   }
-  // Opening what the path descriptor holds, not a name that may mean something else by now.
+  // Opened by way of the path descriptor, not by a name that may refer to another file by now.
   const std::string held = "/proc/self/fd/" + std::to_string(at.get());
   return UniqueFd(::open(held.c_str(), O_RDONLY | O_CLOEXEC));
 }
@@ -179,7 +178,7 @@ void serveLocalScheme(WebKitWebContext* context, const std::string& root) {
   webkit_web_context_register_uri_scheme(
       context, "local", onRequest, new std::string(root),
       [](gpointer text) { delete static_cast<std::string*>(text); });
-  // Neither frames and scripts of other pages nor their links lead here.
+  // Not reachable by frames, scripts or links of other pages.
   webkit_security_manager_register_uri_scheme_as_display_isolated(
       webkit_web_context_get_security_manager(context), "local");
 }

@@ -21,5 +21,5 @@ void serveLocalScheme(WebKitWebContext* context, const std::string& root);
 // is none.
 Tessel::Platform::UniqueFd openBelow(const std::string& root, std::string_view encodedPath);
 
-// The MIME type by the name's ending; "application/octet-stream" for what nobody knows.
+// The MIME type by the name's ending; "application/octet-stream" if unknown.
 std::string mimeTypeOf(std::string_view name);

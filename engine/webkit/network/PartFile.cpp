@@ -1,4 +1,4 @@
-// What has come of a file that is being downloaded. Main thread.
+// The received part of a file that is being downloaded. Main thread.
 #include "engine/webkit/network/PartFile.h"
 
 #include <fcntl.h>

@@ -1,5 +1,5 @@
-// What has come of a file that is being downloaded, for as long as the rest may still come. Main
-// thread.
+// The received part of a file that is being downloaded, kept while the download may be resumed.
+// Main thread.
 #pragma once
 
 #include "platform/UniqueFd.h"
@@ -13,8 +13,8 @@
 // unless it has become the destination.
 class PartFile {
  public:
-  // A second name of the file that the engine writes, which goes on when the engine deletes its
-  // own. Null where the file is not there, or its file system has no second names.
+  // A hard link to the file that the engine writes, which stays when the engine deletes its own.
+  // Null where the file does not exist, or its file system has no hard links.
   static std::unique_ptr<PartFile> sharedWith(const std::string& file,
                                               const std::string& destination);
   ~PartFile();
@@ -22,11 +22,11 @@ class PartFile {
   PartFile& operator=(const PartFile&) = delete;
 
   std::uint64_t size() const;
-  // False when the disk does not take it.
+  // False when it cannot be written.
   bool writeAt(std::uint64_t offset, std::string_view bytes);
-  // Cuts it off there.
+  // Truncates the file.
   bool truncate(std::uint64_t size);
-  // Puts it in the place of the destination, and a file that is there. False when that cannot be.
+  // Renames it to the destination, replacing an existing file. False on failure.
   bool finish(const std::string& destination);
 
  private:

@@ -1,4 +1,4 @@
-// Loads a resource in the place of the engine.
+// Loads a resource instead of the engine.
 #include "engine/webkit/network/ResourceFetch.h"
 
 #include <algorithm>
@@ -10,7 +10,7 @@ namespace {
 
 constexpr gsize chunkSize = gsize{64} << 10;
 constexpr gsize mostBody = gsize{64} << 20;
-constexpr guint secondsOfSilence = 30;  // of a server, before the load is given up
+constexpr guint secondsOfSilence = 30;  // the read timeout of a load
 constexpr guint pauseMilliseconds = 5;
 
 SoupSession* session() {
@@ -185,8 +185,8 @@ void ResourceFetch::readOn() {
           const auto* content = static_cast<const char*>(g_bytes_get_data(bytes, &size));
           const Handle handle = self.handle_;
           if (size == 0) {
-            // The session gives the connection to the next fetch only when nobody has this any
-            // more.
+            // The session reuses the connection for the next fetch only when this is
+            // released.
             self.content_.reset();
             self.client_.done();
           } else {

@@ -1,5 +1,5 @@
-// Loads a resource in the place of the engine, so that the chrome can look at it on its way to the
-// page. Main thread.
+// Loads a resource instead of the engine, so that the chrome can filter it on its way to the page.
+// Main thread.
 #pragma once
 
 #include "engine/webkit/base/ObjectPointer.h"
@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-// Whoever started a fetch. Any of these may end it.
+// The client of a fetch. Each of these may destroy the fetch.
 class ResourceFetchClient {
  public:
   virtual ~ResourceFetchClient() = default;
@@ -21,7 +21,7 @@ class ResourceFetchClient {
   virtual void received(std::string_view bytes) = 0;
   virtual void done() = 0;
   virtual void failed(const char* reason) = 0;
-  // Whether it takes more now; it is asked again a moment later when not.
+  // Whether it accepts more data now; if not, it is asked again a moment later.
   virtual bool takesMore() const = 0;
 };
 
@@ -30,7 +30,7 @@ struct ResourceRequest {
   Tessel::Platform::String method;
   SoupMessageHeaders* headers = nullptr;  // none for null; only read
   GInputStream* body = nullptr;           // none for null; read to its end
-  bool isDecoded = true;                  // else nothing encoded is asked for, nor decoded
+  bool isDecoded = true;                  // else only the identity encoding is accepted
 };
 
 // One load, which goes on until it is done or this is destroyed. Cookies are those of the engine's
@@ -45,7 +45,7 @@ class ResourceFetch {
   void start(const ResourceRequest& request, WebKitCookieManager* cookies);
 
  private:
-  // What callbacks hold: null once the fetch is destroyed.
+  // Shared with callbacks: null once the fetch is destroyed.
   using Handle = std::shared_ptr<ResourceFetch*>;
   template <typename Finish>
   static void whenReady(GAsyncResult* result, gpointer handle, Finish finish);

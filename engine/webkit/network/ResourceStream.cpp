@@ -40,7 +40,7 @@ void ResourceStream::open(int status, const String& message) {
 }
 
 void ResourceStream::addHeader(const String& name, const String& value) {
-  // What told about the bytes on the wire does not hold for these.
+  // Headers about the bytes on the wire do not apply to the decoded ones.
   constexpr std::array transport{"Content-Length", "Content-Encoding", "Transfer-Encoding"};
   const bool isTransport = std::any_of(transport.begin(), transport.end(), [&](const char* header) {
     return g_ascii_strcasecmp(header, name.utf8()) == 0;
@@ -66,7 +66,7 @@ void ResourceStream::finish() {
   if (over_) return;
   complete_ = true;
   if (collected_) {
-    // The load that waits for it must be there first.
+    // The load that waits for it must exist first.
     over_ = request_ != nullptr;
     if (request_) endRequest("The document comes by another way.");
   } else if (pipe_) {
@@ -82,7 +82,7 @@ void ResourceStream::fail(const char* reason) {
   failed_ = true;
   complete_ = true;
   if (request_ && !pipe_) endRequest(reason);
-  // What was begun ends here: the engine takes it for the whole.
+  // A response that has begun ends here: the engine takes it for complete.
   pipe_.reset();
   waiting_.clear();
 }
@@ -105,7 +105,7 @@ void ResourceStream::endRequest(const char* reason) {
   g_error_free(error);
 }
 
-// Everything that stands before the content is known: gives the engine its answer.
+// Status and headers are complete: gives the engine its response.
 void ResourceStream::begin() {
   std::array<int, 2> ends{};
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) return fail("There is no pipe for the resource.");
@@ -136,7 +136,7 @@ void ResourceStream::flush() {
       }
       return;
     }
-    // Nobody reads it any more.
+    // The reader has gone.
     if (count < 0) return fail("The page has gone.");
     waiting_.erase(0, static_cast<std::size_t>(count));
   }

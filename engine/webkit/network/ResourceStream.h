@@ -18,11 +18,11 @@ struct FreeHeaders {
 };
 using HeadersPointer = std::unique_ptr<SoupMessageHeaders, FreeHeaders>;
 
-// What is told before there is anybody who takes it is kept until there is.
+// Content that arrives before the engine's request for it is kept until then.
 class ResourceStream {
  public:
   using String = Tessel::Platform::String;
-  // Bytes that nobody has taken yet; a stream that would hold more ends with an error.
+  // The limit of unread bytes; a stream that would exceed it ends with an error.
   static constexpr std::size_t mostWaiting = std::size_t{64} << 20;
 
   ResourceStream();
@@ -30,10 +30,10 @@ class ResourceStream {
   ResourceStream(const ResourceStream&) = delete;
   ResourceStream& operator=(const ResourceStream&) = delete;
 
-  // The request that the engine makes for it. From the first bytes on the engine takes what comes,
-  // as fast as it can.
+  // The engine's request for it. From the first bytes on the engine reads the content as it
+  // arrives.
   void answer(WebKitURISchemeRequest* request);
-  // All of it stays here instead: the request for it fails when it is complete.
+  // Collects the content here instead: the engine's request fails once it is complete.
   void collect() { collected_ = true; }
 
   void open(int status, const String& message);
@@ -48,7 +48,7 @@ class ResourceStream {
   bool hasFailed() const { return failed_; }
   std::size_t waiting() const { return waiting_.size(); }
   const std::string& content() const { return waiting_; }
-  // As the headers have them; empty where they do not.
+  // From the headers; empty if absent.
   String mimeType() const;
   String charset() const;
 
@@ -68,5 +68,5 @@ class ResourceStream {
   bool complete_ = false;            // nothing will be added
   bool collected_ = false;
   bool failed_ = false;
-  bool over_ = false;  // everything has gone where it belongs, or failed
+  bool over_ = false;  // everything is delivered, or has failed
 };

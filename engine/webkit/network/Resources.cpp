@@ -20,12 +20,12 @@ using Tessel::Platform::String;
 namespace {
 
 constexpr const char* scheme = "pagehost-resource";
-// Of one process; a page that asks for more at once is refused.
+// The limit of streams per process; further requests are denied.
 constexpr std::size_t mostStreams = 512;
-// Of a stream that nobody begins or takes: neither side waits for ever.
+// The timeout of a stream that is not begun or not read.
 constexpr gint64 patience = 30 * G_TIME_SPAN_SECOND;
 constexpr guint tickSeconds = 5;
-// A fetch waits while the page has so many bytes to take.
+// A fetch pauses while the page has so many unread bytes.
 constexpr std::size_t enoughWaiting = std::size_t{1} << 20;
 
 constexpr std::pair<const char*, OrvWebTargetType> targets[] = {
@@ -55,12 +55,12 @@ OrvWebTargetType targetOf(const String& destination) {
                                : OrvWebTargetType::TargetIsSubresource;
 }
 
-// What no page can guess.
+// A key that no page can guess.
 std::string newKey() {
   std::array<std::uint64_t, 2> key{};
   std::string text;
   for (std::uint64_t& half : key) {
-    // Without random bits nobody gets in.
+    // Without random bits no request can match.
     if (!Tessel::Platform::randomKey(&half)) return "?";
     text += std::to_string(half) + "-";
   }
@@ -79,7 +79,7 @@ bool toUtf8(String& content, const String& charset) {
   return text != nullptr;
 }
 
-// An answer empties what it does not name, so what is empty stays as it was.
+// An answer clears the fields that it does not name, so an empty field means unchanged.
 const String& orElse(const String& answer, const String& original) {
   return answer.isEmpty() ? original : answer;
 }
@@ -114,8 +114,8 @@ class Resources::Entry final : public ResourceFetchClient,
     const ObjectPointer<GInputStream> body(webkit_uri_scheme_request_get_http_body(request));
     fetch({url_, String(webkit_uri_scheme_request_get_http_method(request)), headers, body.get()});
   }
-  // It is the page's document. The engine would show the stream's address as the document's: so
-  // its request fails once everything is there, and then it is loaded under its own.
+  // It is the page's document. The engine would show the stream's address as the document's: so its
+  // request fails once the content is complete, which is then loaded under its own address.
   void becomeDocument() { stream_.collect(); }
   DocumentEnd documentEnd() const {
     if (stream_.hasFailed()) return {DocumentEnd::Kind::Failed, url_, {}, {}, {}, false};
@@ -130,7 +130,7 @@ class Resources::Entry final : public ResourceFetchClient,
     return end;
   }
   void take(const ResourceStep& step);
-  // Nobody has done anything for too long, or nobody is there who could.
+  // The stream has timed out, or its page is gone.
   bool isForgotten() const {
     const bool waits = !fetch_ && g_get_monotonic_time() - lastMove_ > patience;
     return stream_.isOver() || page_.expired() || waits;
@@ -145,7 +145,7 @@ class Resources::Entry final : public ResourceFetchClient,
     fetch_->start(request, webkit_website_data_manager_get_cookie_manager(
                                webkit_web_view_get_website_data_manager(view)));
   }
-  // True when the chrome lets it pass; the entry is held by whoever calls the client.
+  // True unless the chrome prevents it; the caller holds the entry.
   template <typename Event>
   bool passes(Event& event) {
     event.streamId = number_;
@@ -184,7 +184,7 @@ void Resources::Entry::take(const ResourceStep& step) {
   }
 }
 
-// The chrome, while it is asked, may have the streams that are over swept away.
+// While the chrome handles the events, finished streams may be removed.
 void Resources::Entry::opened(int status, const String& message, SoupMessageHeaders* headers) {
   const auto self = shared_from_this();
   OrvWebNetworkResourceOpenedEvent event;
@@ -244,7 +244,7 @@ void Resources::onRequest(WebKitURISchemeRequest* request, gpointer data) {
   auto* self = static_cast<Resources*>(data);
   const std::string url = webkit_uri_scheme_request_get_uri(request);
   for (const auto& [number, entry] : self->entries_) {
-    // The key keeps pages from each other's resources.
+    // The key keeps pages from reading each other's resources.
     if (entry->address() != url || entry->stream().isRequested()) continue;
     return std::shared_ptr(entry)->answer(request);
   }
@@ -258,7 +258,7 @@ String Resources::decide(const std::shared_ptr<PageContext>& page,
                          const ResourceQuestion& question) {
   sweep();
   if (entries_.size() >= mostStreams) {
-    logAlways(LogNotice, "%s is refused: too many resources are waited for.", question.url.utf8());
+    logAlways(LogNotice, "%s is denied: too many pending resources.", question.url.utf8());
     return encoded("deny", {});
   }
   const unsigned int number = ++lastNumber_;
@@ -268,7 +268,7 @@ String Resources::decide(const std::shared_ptr<PageContext>& page,
   event.securityOrigin = question.origin;
   event.streamId = number;
   event.targetType = targetOf(question.destination);
-  // There before the chrome is asked: it may provide the resource inside its answer.
+  // Added before the event: the chrome may provide the resource inside its handler.
   const auto entry = std::make_shared<Entry>(number, page, question.url);
   entries_.emplace(number, entry);
   page->raise(event);

@@ -35,10 +35,10 @@ class Resources {
   // Serves the streams to the pages of a context.
   void serve(WebKitWebContext* context);
 
-  // Asks the chrome. What the module is to do, as the encoded call of one of these:
+  // Asks the chrome. Returns the decision for the module, the encoded call of one of these:
   // accept(referrer), deny(), redirect(url, referrer).
   String decide(const std::shared_ptr<PageContext>& page, const ResourceQuestion& question);
-  // Where streams are, the addresses of pages that they become included.
+  // Whether it is the address of a stream, also one that becomes a page.
   static bool isStream(const char* url);
   // How the load of a document from a stream has ended: each ends in a failure of that load.
   struct DocumentEnd {
@@ -50,7 +50,7 @@ class Resources {
     bool isHtml = false;  // and its content is UTF-8
   };
   DocumentEnd takeDocument(const char* streamUrl);
-  // What the chrome has for the stream of that number; one that is over is none.
+  // The chrome's next step for the stream of that number; ignored when there is none.
   void step(unsigned int number, const ResourceStep& step);
 
  private:

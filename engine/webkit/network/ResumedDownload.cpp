@@ -1,4 +1,4 @@
-// The rest of a download whose beginning is there already. Main thread.
+// Resumes a download. Main thread.
 #include "engine/webkit/network/ResumedDownload.h"
 
 #include <algorithm>
@@ -7,7 +7,7 @@ using Tessel::Platform::String;
 
 namespace {
 
-// Bytes come far more often than anybody wants to hear of them.
+// Progress is reported less often than data arrives.
 constexpr gint64 betweenReports = 50 * G_TIME_SPAN_MILLISECOND;
 
 }  // namespace
@@ -22,7 +22,7 @@ String validatorOf(SoupMessageHeaders* headers) {
 void ResumedDownload::start(const String& url, WebKitWebView* view) {
   offset_ = beginning_.part->size();
   SoupMessageHeaders* headers = soup_message_headers_new(SOUP_MESSAGE_HEADERS_REQUEST);
-  // With no byte there is nothing to go on from, and a server may not like the question.
+  // Without any byte there is nothing to resume, and a server may refuse such a range.
   if (offset_ > 0) {
     soup_message_headers_set_range(headers, static_cast<goffset>(offset_), -1);
     soup_message_headers_append(headers, "If-Range", beginning_.validator.utf8());
@@ -84,7 +84,7 @@ void ResumedDownload::done() {
 }
 
 void ResumedDownload::failed(const char*) {
-  // Before the answer the engine may know better: it has the certificates and log-ins of the user.
+  // Before a response the engine may do better: it has the user's certificates and log-ins.
   end(isOpen_ ? End::Broken : End::Refused);
 }
 

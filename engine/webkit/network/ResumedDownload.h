@@ -1,4 +1,4 @@
-// The rest of a download whose beginning is there already. Main thread.
+// Resumes a download. Main thread.
 #pragma once
 
 #include "engine/webkit/network/PartFile.h"
@@ -7,20 +7,19 @@
 #include <memory>
 #include <optional>
 
-// What is kept of a download that stands still, so that it can go on.
+// What is kept of a paused download to resume it.
 struct DownloadBeginning {
   std::unique_ptr<PartFile> part;
-  // What the server calls this version of the file; empty when it has no name that can be relied
-  // on.
+  // The validator of this version of the file (entity tag or time); empty when there is no reliable
+  // one.
   Tessel::Platform::String validator;
   std::uint64_t total = 0;  // of the whole file; 0 when the server does not say
 
   bool canGoOn() const { return part && !validator.isEmpty(); }
 };
 
-// The name of the version that these headers come with: an entity tag that is not weak, else the
-// time of the last change. Empty without one, and for a body that is encoded, whose bytes are not
-// those of the file.
+// The validator in these headers: a strong entity tag, else the time of the last change. Empty
+// without one, and for an encoded body, whose bytes are not those of the file.
 Tessel::Platform::String validatorOf(SoupMessageHeaders* headers);
 
 // Asks for what is missing, if the file is still the same, and for the whole file otherwise: the
@@ -31,8 +30,8 @@ class ResumedDownload final : public ResourceFetchClient {
   enum class End {
     Complete,   // the part is the whole file
     Broken,     // in the middle; it may go on once more
-    DiskFails,  // it cannot be written
-    Refused,    // the server answers with something else; nothing has been written
+    DiskFails,  // the file cannot be written
+    Refused,    // the response does not fit; nothing has been written
   };
   // Either may destroy the download, except inside start().
   class Client {
@@ -57,7 +56,7 @@ class ResumedDownload final : public ResourceFetchClient {
   void failed(const char* reason) override;
   bool takesMore() const override { return true; }
 
-  // Where what comes now belongs; nothing when it does not belong into the file.
+  // The offset of the next bytes in the file; nothing when the response does not fit.
   std::optional<std::uint64_t> placeOf(int status, SoupMessageHeaders* headers);
   void end(End end);
 

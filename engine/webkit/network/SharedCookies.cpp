@@ -13,7 +13,7 @@ using Tessel::Platform::String;
 
 namespace {
 
-// A page that sets many cookies in turn is told once.
+// Several changes in a row are reported once.
 constexpr guint pauseBeforeLook = 20;  // milliseconds
 
 // A cookie has some 4 KiB, so that the text stays far below its bound.
@@ -79,7 +79,7 @@ CookiePointer soupCookieOf(const SharedCookie& shared) {
   return cookie;
 }
 
-// What could not have come from a server would end up in headers that the engine sends.
+// Rejects cookies that no server could have set: they would end up in the engine's headers.
 bool isCookieText(const String& text) {
   const std::string_view bytes(text.utf8(), text.length());
   return std::all_of(bytes.begin(), bytes.end(),
@@ -132,7 +132,7 @@ void SharedCookies::lookSoon() {
 }
 
 void SharedCookies::look() {
-  // While the engine takes over what others have changed, its answer may be older than that.
+  // While the engine applies changes of other processes, its list may be older than they are.
   if (looking_ || putting_ > 0) {
     lookAgain_ = true;
     return;
@@ -224,7 +224,7 @@ void SharedCookies::put(const SharedCookie& cookie, bool keep) {
   }
   applied_.insert(key);
   ++putting_;
-  // An answer that is on its way does not know of it.
+  // A list that is on its way does not contain it.
   if (looking_) lookAgain_ = true;
   const auto operation =
       keep ? webkit_cookie_manager_add_cookie : webkit_cookie_manager_delete_cookie;

@@ -1,6 +1,6 @@
-// The engine's cookies of the kept session as a jar that other processes share. The engine only
-// says that something has changed; what it was is found by comparing with what was there before.
-// Main thread.
+// The cookies of the engine's persistent session as a jar that is shared with other processes. The
+// engine only reports that something has changed; the change is found by comparing with the
+// previous list. Main thread.
 #pragma once
 
 #include "engine/CookieJar.h"
@@ -59,10 +59,10 @@ class SharedCookies final : public CookieJar {
   gulong changed_ = 0;
   Tell tell_;
   Cookies known_;
-  // What the engine makes of cookies of other processes is not told back to them.
+  // Changes that come from other processes are not sent back to them.
   std::set<Key> applied_;
   unsigned int timer_ = 0;
-  int putting_ = 0;       // cookies that the engine has not taken over yet
-  bool looking_ = false;  // for the engine's answer
+  int putting_ = 0;       // cookies that the engine has not stored yet
+  bool looking_ = false;  // waits for the engine's list
   bool lookAgain_ = false;
 };

@@ -1,4 +1,4 @@
-// What pages leave behind. Main thread.
+// The data that pages store. Main thread.
 #include "engine/webkit/network/SiteDataStore.h"
 
 #include "engine/OrvWebEvents.h"

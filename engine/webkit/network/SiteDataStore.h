@@ -1,4 +1,4 @@
-// What pages leave behind: caches, cookies, databases. Main thread.
+// The data that pages store: caches, cookies, databases. Main thread.
 #pragma once
 
 #include "engine/Page.h"
@@ -10,7 +10,7 @@
 
 class PageContext;
 
-// Of the view's session: all views share one, but for the private ones.
+// For the view's session, which all but private views share.
 void clearSiteData(WebKitWebView* view, SiteData data);
 
 // The page raises CookieResult when they are there.

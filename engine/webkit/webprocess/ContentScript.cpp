@@ -41,7 +41,7 @@ void ContentScript::start(JSCContext* context, Report report) {
   if (!problem.empty()) g_warning("The script in a page does not run: %s", problem.c_str());
 }
 
-// The actions of the script of forms are actions like the others.
+// The actions of the forms script are run like the others.
 void ContentScript::startForms(JSCValue* report) {
   JSCContext* context = context_.get();
   const ObjectPointer<JSCValue> script(jsc_context_evaluate(context, formsScript, -1));

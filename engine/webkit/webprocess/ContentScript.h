@@ -1,5 +1,5 @@
-// The module's own script in a document: it tells what changes there and does what the program
-// asks. It lives in a script world of its own. Web process, main thread only.
+// The module's own script in a document: it reports changes of the document and runs actions for
+// the program. It has a script world of its own. Web process, main thread only.
 #pragma once
 
 #include "engine/webkit/link/Frame.h"
@@ -17,9 +17,9 @@ class ContentScript {
   // A form is about to be sent, or others have come into the document.
   void formSubmitted(JSCValue* form);
   void formsChanged();
-  // What to look for, bits of link_protocol::Watched; nothing before start.
+  // What to observe, bits of link_protocol::Watched; ignored before start.
   void watch(std::uint32_t watched);
-  // Runs an action by its name, the path's first. The result tells of what was thrown.
+  // Runs the action that the path names first. Returns the exception it threw, or "".
   std::string act(const FunctionCall& action);
 
  private:

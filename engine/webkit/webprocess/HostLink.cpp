@@ -34,7 +34,7 @@ std::unique_ptr<HostLink> HostLink::connect(const std::string& address, const st
       ::connect(socket.get(), reinterpret_cast<sockaddr*>(&name), sizeof name) != 0) {
     return nullptr;
   }
-  // Whoever else listens there learns nothing of us.
+  // Nothing is sent to a listener that is not the program.
   if (!isTrustedPeer(peerOf(socket.get()))) return nullptr;
   std::unique_ptr<HostLink> link(new HostLink(LinkSocket(std::move(socket)), delegate));
   link->tell(FrameKind::Hello, 0, token);
@@ -76,7 +76,7 @@ gboolean HostLink::onIdle(gpointer data) {
   return G_SOURCE_REMOVE;
 }
 
-// From the main loop: no question is open, so everything may run, in order.
+// From the main loop: no request is open, so everything may run, in order.
 void HostLink::serveArrived() {
   runPosts();
   while (!arrived_.empty()) {
@@ -94,14 +94,14 @@ void HostLink::serveArrived() {
 }
 
 void HostLink::suspend() {
-  // An open question goes first; its end comes by here again.
-  if (standsStill_ || openQuestions_ > 0) return;
-  standsStill_ = true;
+  // An open request goes first; its end schedules this again.
+  if (suspended_ || openRequests_ > 0) return;
+  suspended_ = true;
   while (!broken_ && delegate_.isDeferred()) {
     if (arrived_.empty() && !socket_.receive(arrived_, LinkSocket::Mode::Wait)) breakLink();
     serveArrived();
   }
-  standsStill_ = false;
+  suspended_ = false;
 }
 
 void HostLink::runPosts() {
@@ -134,7 +134,7 @@ void HostLink::serveCall(const Frame& frame) {
   reportOversized(frame.page, call.path.empty() ? String() : call.path.back(), answer.size());
 }
 
-// What runs nothing of a page, and so need not wait for anything.
+// Handles frames that run no script of a page, and so need not wait.
 void HostLink::serveAside(const Frame& frame) {
   link_protocol::PageSetup setup;
   if (frame.kind == FrameKind::SetupChanged && decode(frame.payload, setup)) {
@@ -153,7 +153,7 @@ std::optional<std::string> HostLink::ask(FrameKind kind, std::uint64_t page,
     return std::nullopt;
   }
 
-  ++openQuestions_;
+  ++openRequests_;
   std::optional<std::string> answer;
   while (!answer) {
     const auto early = std::find_if(earlyAnswers_.begin(), earlyAnswers_.end(),
@@ -189,11 +189,11 @@ std::optional<std::string> HostLink::ask(FrameKind kind, std::uint64_t page,
         break;
     }
   }
-  if (--openQuestions_ == 0) serveLater();
+  if (--openRequests_ == 0) serveLater();
   return answer;
 }
 
-// What came in behind the answer is in our hands already: the socket will not tell of it again.
+// Frames that were read after the answer are queued here: the socket will not signal them again.
 void HostLink::serveLater() {
   const bool nothing = arrived_.empty() && posts_.empty() && !delegate_.isDeferred();
   if (broken_ || idleSource_ != 0 || nothing) return;

@@ -1,5 +1,5 @@
-// The module's end of the page link: questions that hold up the page, and the program's calls,
-// which are served in between. Web process, main thread only.
+// The module's end of the page link: requests that block the page, and the program's calls, which
+// are served meanwhile. Web process, main thread only.
 #pragma once
 
 #include "engine/webkit/link/LinkSocket.h"
@@ -13,34 +13,34 @@
 #include <string>
 #include <string_view>
 
-// Carries out what the program asks of a page.
+// Executes the program's requests.
 class HostLinkDelegate {
  public:
   virtual ~HostLinkDelegate() = default;
   virtual JavaScriptVariant callFunction(std::uint64_t page, const FunctionCall& call) = 0;
   virtual void act(std::uint64_t page, const FunctionCall& action) = 0;
   virtual void setupChanged(std::uint64_t page, const link_protocol::PageSetup& setup) = 0;
-  // Whether the process shall stand still, but for what the program asks.
+  // Whether the process shall be suspended, except for the program's requests.
   virtual bool isDeferred() const { return false; }
 };
 
 class HostLink {
  public:
-  // Null when nobody listens at the address.
+  // Null when there is no listener at the address.
   static std::unique_ptr<HostLink> connect(const std::string& address, const std::string& token,
                                            HostLinkDelegate& delegate);
   ~HostLink();
   HostLink(const HostLink&) = delete;
   HostLink& operator=(const HostLink&) = delete;
 
-  // Sends a question and waits for its answer, running the calls that the program makes of our
-  // pages meanwhile; posted calls wait until no question is open. Nothing when the program has
-  // gone, and at once, with a report of it, when the question is too large.
+  // Sends a request and waits for its answer, running the program's calls of our pages meanwhile;
+  // posted calls wait until no request is open. Nothing when the program has gone, and at once,
+  // with a report, when the request is too large.
   std::optional<std::string> ask(link_protocol::FrameKind kind, std::uint64_t page,
                                  std::string_view payload);
   void tell(link_protocol::FrameKind kind, std::uint64_t page, std::string_view payload);
-  // Tells what the module has noticed in a page. What is too large is reported as such instead;
-  // false then.
+  // Sends a report of the module about a page. One that is too large is replaced by a report of
+  // that; false then.
   bool report(std::uint64_t page, const FunctionCall& report);
   // Serves the program, and does nothing else, for as long as the delegate is deferred and the
   // program is there.
@@ -67,11 +67,11 @@ class HostLink {
   guint readSource_ = 0;
   guint idleSource_ = 0;
   bool broken_ = false;
-  bool standsStill_ = false;
+  bool suspended_ = false;
   std::uint32_t lastId_ = 0;
-  unsigned int openQuestions_ = 0;
+  unsigned int openRequests_ = 0;
   std::deque<link_protocol::Frame> arrived_;  // in order, not yet looked at
-  std::deque<link_protocol::Frame> posts_;    // wait for the end of the open questions
-  // Answers to outer questions that came while an inner one was open.
+  std::deque<link_protocol::Frame> posts_;    // wait until no request is open
+  // Answers to outer requests that came while an inner one was open.
   std::deque<link_protocol::Frame> earlyAnswers_;
 };

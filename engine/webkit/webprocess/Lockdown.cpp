@@ -31,7 +31,7 @@ using Tessel::Platform::UniqueFd;
 
 namespace {
 
-// Of every version of the kernel's interface, also where the headers are older.
+// Values of the kernel interface that older headers lack.
 struct Ruleset {
   std::uint64_t files = 0;
   std::uint64_t network = 0;
@@ -51,7 +51,7 @@ constexpr std::uint64_t scratch = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS
                                   LANDLOCK_ACCESS_FS_WRITE_FILE | LANDLOCK_ACCESS_FS_MAKE_REG |
                                   LANDLOCK_ACCESS_FS_MAKE_DIR | LANDLOCK_ACCESS_FS_REMOVE_FILE |
                                   LANDLOCK_ACCESS_FS_REMOVE_DIR | truncating;
-// What a rule about a single file may name.
+// The rights that apply to a single file.
 constexpr std::uint64_t ofFiles = LANDLOCK_ACCESS_FS_EXECUTE | LANDLOCK_ACCESS_FS_READ_FILE |
                                   LANDLOCK_ACCESS_FS_WRITE_FILE | truncating | deviceControl;
 
@@ -72,7 +72,7 @@ Ruleset everything(long version) {
 void allow(int rules, const Ruleset& ruleset, const std::string& path, std::uint64_t access) {
   const UniqueFd file(::open(path.c_str(), O_PATH | O_CLOEXEC));
   struct stat status {};
-  // What is not there is not needed.
+  // Missing paths are skipped.
   if (!file || ::fstat(file.get(), &status) != 0) return;
   landlock_path_beneath_attr rule{};
   rule.allowed_access = access & ruleset.files;
@@ -86,7 +86,7 @@ UniqueFd makeRules(const std::string& moduleFolder) {
       ::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
   if (version < 1) return UniqueFd();
   const Ruleset ruleset = everything(version);
-  // Older kernels want the structure no longer than they know it, unless its end is zero.
+  // Older kernels reject a longer structure unless its extra bytes are zero.
   UniqueFd rules(
       static_cast<int>(::syscall(SYS_landlock_create_ruleset, &ruleset, sizeof ruleset, 0)));
   if (!rules) return rules;
@@ -133,10 +133,10 @@ void onSignal(int) {
   errno = error;
 }
 
-// Of the C library, which neither blocks it nor lets its callers do.
+// Reserved by the C library, which never blocks it nor lets its callers do so.
 constexpr int neverBlocked = 33;
 
-// As the kernel keeps it: handler, flags, the return from it, mask.
+// The kernel's layout: handler, flags, restorer, mask.
 using KernelAction = std::array<std::uint64_t, 4>;
 
 long exchangeAction(int number, const KernelAction* action, KernelAction* before) {
@@ -147,7 +147,7 @@ long exchangeAction(int number, const KernelAction* action, KernelAction* before
 std::string restrictThreads() {
   constexpr int mostRounds = 100;
   constexpr int mostPauses = 2000;  // of a millisecond, in all
-  // The C library sets the way back from a handler, and refuses to for its own signal.
+  // The C library sets the restorer, but refuses to do so for its own signal.
   struct sigaction action {};
   struct sigaction ofModel {};
   action.sa_handler = onSignal;
@@ -164,7 +164,7 @@ std::string restrictThreads() {
   int sent = 0;
   int pauses = 0;
   bool isComplete = false;
-  // Who is started by a thread that still has its rights has them as well, and is found next time.
+  // A thread that is started by one with its rights inherits them, and is found in the next pass.
   for (int round = 0; round < mostRounds && !isComplete; ++round) {
     isComplete = true;
     std::error_code error;
@@ -177,7 +177,7 @@ std::string restrictThreads() {
     for (; done < sent && pauses < mostPauses; ++pauses) ::usleep(1000);
     if (error) break;
   }
-  // Who did not answer may yet, and would end the process without a handler.
+  // A pending signal would end the process without a handler, so it is kept.
   if (done == sent) exchangeAction(neverBlocked, &before, nullptr);
   if (done < sent || !isComplete) return "a thread does not answer";
   return lastError != 0 ? std::strerror(lastError) : std::string();

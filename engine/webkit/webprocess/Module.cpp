@@ -29,8 +29,8 @@ using Tessel::Platform::String;
 
 namespace {
 
-// Bytes. A page must not get around the chrome's decision by what is too large to be told; no
-// server takes addresses of that length, nor do other browsers send them.
+// Bytes. A page must not bypass the chrome's decision by an address that is too large to report; no
+// server accepts addresses of that length, nor do other browsers send them.
 constexpr std::size_t longestAskedAddress = 2u << 20;
 
 struct PageRecord {
@@ -88,7 +88,7 @@ Module& module() {
   return *instance;
 }
 
-// What a function object of a page remembers.
+// The data of a function object in a page.
 struct NativeFunction {
   std::uint64_t page;
   DialogKind dialog;  // unused by callNative
@@ -107,7 +107,7 @@ JSCValue* onDialog(GPtrArray* arguments, gpointer data) {
   return module().runDialog(function->page, function->dialog, arguments);
 }
 
-// A function that the page can call with anything and that gets texts, null and undefined.
+// A function for the page that takes any arguments and gets strings, null and undefined.
 void defineFunction(JSCContext* context, const PageFunctions& functions, JSCValue* holder,
                     const char* name, VariadicCallback callback, const NativeFunction& function) {
   const ObjectPointer<JSCValue> wrapped(makeVariadic(context, functions.wrapNative.get(), name,
@@ -171,7 +171,7 @@ void Module::onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer da
   g_signal_connect(forms, "will-submit-form", G_CALLBACK(onSubmitForm), GSIZE_TO_POINTER(number));
   g_signal_connect(forms, "form-controls-associated", G_CALLBACK(onFormsChanged),
                    GSIZE_TO_POINTER(number));
-  // The program believes the engine, not us, which pages are in this process.
+  // The program trusts the engine, not this module, about which pages are in this process.
   webkit_web_page_send_message_to_view(
       page,
       webkit_user_message_new(link_protocol::placeMessage,
@@ -184,7 +184,7 @@ void Module::onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer da
   self->link_->suspend();
 }
 
-// The engine has one thread for all pages of the process: with one, all stand still.
+// The engine has one thread for all pages of the process: suspending one suspends all.
 bool Module::isDeferred() const {
   return std::any_of(pages_.begin(), pages_.end(),
                      [](const auto& page) { return page.second.setup.deferred; });
@@ -196,7 +196,7 @@ void Module::onPageGone(gpointer number, GObject*) {
 
 void Module::onSubmitForm(WebKitWebFormManager*, JSCValue* form, WebKitFrame* source, WebKitFrame*,
                           gpointer number) {
-  // Forms of frames inside a page may be anybody's: they are left alone.
+  // Frames may belong to other origins: their forms are left alone.
   if (!webkit_frame_is_main_frame(source)) return;
   const auto found = module().pages_.find(GPOINTER_TO_SIZE(number));
   if (found != module().pages_.end()) found->second.contentScript.formSubmitted(form);
@@ -211,7 +211,7 @@ void Module::onFormsChanged(WebKitWebFormManager*, WebKitFrame* frame, GPtrArray
 
 void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page,
                                    WebKitFrame* frame, gpointer data) {
-  // Frames inside a page may be anybody's: only the page itself reaches native functions.
+  // Frames may belong to other origins: only the main frame gets native functions.
   if (!webkit_frame_is_main_frame(frame)) return;
   auto* self = static_cast<Module*>(data);
   const std::uint64_t number = webkit_web_page_get_id(page);
@@ -225,7 +225,7 @@ void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page
     exposeNativeFunctions(context.get(), record.functions, number);
   }
   if (record.setup.drivesApplication) replaceDialogs(context.get(), record.functions, number);
-  // What the page that drives the program would ask, nobody else could answer.
+  // Requests of the page that drives the program would have to be answered by itself.
   if (!record.setup.drivesApplication) {
     definePageApi(context.get(), record.functions,
                   [self, number](const FunctionCall& call, bool waits) {
@@ -241,8 +241,8 @@ void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page
       webkit_frame_get_js_context_for_script_world(frame, self->contentWorld_));
 }
 
-// The program checks every call besides, by what it knows the page to show: this only keeps the
-// object out of sight of documents that it is not for.
+// The program also checks every call itself, by the document that it knows to be shown: this only
+// hides the object from other documents.
 bool Module::mayCall(JSCContext* context, std::uint64_t number) {
   const ObjectPointer<JSCValue> address(jsc_context_evaluate(context, "location.href", -1));
   const auto answer = link_->ask(
@@ -296,7 +296,7 @@ JSCValue* Module::callNative(std::uint64_t page, GPtrArray* arguments) {
   NativeArguments texts(arguments->len);
   for (guint i = 0; i < arguments->len; ++i) {
     auto* value = static_cast<JSCValue*>(g_ptr_array_index(arguments, i));
-    // Whatever else was passed is a text by now.
+    // The wrapper has converted everything else to a string.
     if (jsc_value_is_string(value)) texts[i] = bytesOf(value);
   }
   const std::string payload = encode(texts);
@@ -366,7 +366,7 @@ void Module::onDocumentLoaded(WebKitWebPage* page, gpointer self) {
 }
 
 void Module::onConsoleMessage(WebKitWebPage* page, WebKitConsoleMessage* message, gpointer self) {
-  // What a script throws and nobody catches comes by here, among everything else.
+  // Uncaught exceptions are among the console messages.
   if (webkit_console_message_get_source(message) != WEBKIT_CONSOLE_MESSAGE_SOURCE_JAVASCRIPT ||
       webkit_console_message_get_level(message) != WEBKIT_CONSOLE_MESSAGE_LEVEL_ERROR) {
     return;
@@ -410,7 +410,7 @@ String originOf(const char* url) {
   return origin;
 }
 
-// The page waits. True when there shall be no such request.
+// Blocks the page. True when the request shall be cancelled.
 bool Module::askForResource(WebKitWebPage* page, WebKitURIRequest* request,
                             SoupMessageHeaders* headers) {
   const auto header = [&](const char* name) {
@@ -430,7 +430,7 @@ bool Module::askForResource(WebKitWebPage* page, WebKitURIRequest* request,
                                       destination == String("document")
                                           ? String()
                                           : originOf(webkit_web_page_get_uri(page))}}));
-  // Whoever is not heard has not let it pass.
+  // Without an answer the request is denied.
   if (!answer) return true;
   FunctionCall decision;
   // The chrome has decided nothing.

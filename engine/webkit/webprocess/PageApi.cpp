@@ -1,5 +1,5 @@
-// The functions that pages find in their own world and that the program answers for. Web process,
-// main thread only.
+// The functions in a page's own world that are implemented by the program. Web process, main thread
+// only.
 #include "engine/webkit/webprocess/PageApi.h"
 
 #include "PageApiScript.h"
@@ -38,5 +38,5 @@ void definePageApi(JSCContext* context, const PageFunctions& functions, PageApiC
   const ObjectPointer<JSCValue> ignored(jsc_value_function_call(
       script.get(), JSC_TYPE_VALUE, ask.get(), JSC_TYPE_VALUE, tell.get(), G_TYPE_NONE));
   const std::string problem = takeException(context);
-  if (!problem.empty()) g_warning("A page goes without its own functions: %s", problem.c_str());
+  if (!problem.empty()) g_warning("The page functions cannot be defined: %s", problem.c_str());
 }

@@ -1,5 +1,5 @@
-// The functions that pages find in their own world and that the program answers for. Web process,
-// main thread only.
+// The functions in a page's own world that are implemented by the program. Web process, main thread
+// only.
 #pragma once
 
 #include "engine/webkit/webprocess/PageScripts.h"

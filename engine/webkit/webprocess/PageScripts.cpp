@@ -30,7 +30,7 @@ std::string takeException(JSCContext* context) {
 }
 
 PageFunctions makePageFunctions(JSCContext* context) {
-  // The engine's own conversion ends at half a surrogate pair, so that is mended on this side.
+  // The engine's own conversion stops at an unpaired surrogate, so those are replaced here.
   constexpr const char* source = R"((() => {
     const { apply } = Reflect;
     const text = String;
@@ -75,7 +75,7 @@ JSCValue* toScript(JSCContext* context, const JavaScriptVariant& value) {
     case JavaScriptVariant::Number:
       return jsc_value_new_number(context, value.numberValue());
     case JavaScriptVariant::Text: {
-      // The engine makes nothing of a text with one byte in it that is none of UTF-8.
+      // The engine drops a whole string with an invalid UTF-8 byte in it.
       const String text = Tessel::Platform::repaired(value.stringValue());
       GBytes* bytes = g_bytes_new_static(text.utf8(), text.length());
       JSCValue* result = jsc_value_new_string_from_bytes(context, bytes);

@@ -17,8 +17,8 @@ std::string takeException(JSCContext* context);
 // must not hold them: the engine could not free either.
 struct PageFunctions {
   ObjectPointer<JSCValue> wellFormed;  // a string with the halves of surrogate pairs replaced
-  // Gives a native function a face for pages: every argument becomes String(argument), well
-  // formed, but for null and undefined.
+  // Wraps a native function for pages: every argument becomes String(argument), well formed, except
+  // null and undefined.
   ObjectPointer<JSCValue> wrapNative;
   // The same for our own scripts: only strings are changed.
   ObjectPointer<JSCValue> wrapOwn;
@@ -31,8 +31,8 @@ std::string bytesOf(JSCValue* text);
 JSCValue* toScript(JSCContext* context, const JavaScriptVariant& value);
 // Strings must be well formed.
 JavaScriptVariant fromScript(JSCValue* value);
-// What a script of ours tells, through wrapOwn: the first argument names it. Without any, the path
-// is empty.
+// A report of one of our own scripts, through wrapOwn: the first argument names it. Without
+// arguments the path is empty.
 FunctionCall callFrom(const GPtrArray* arguments);
 
 // A native function that takes anything, behind one of the wrappers above. The data is the
