@@ -3,6 +3,7 @@
 
 #include "engine/OrvWebEvents.h"
 #include "engine/autofill/PasswordStore.h"
+#include "engine/webkit/PageConnection.h"
 #include "engine/webkit/PageLoad.h"
 #include "engine/webkit/PageParts.h"
 #include "engine/webkit/PageReports.h"
@@ -28,23 +29,11 @@ using Tessel::Platform::String;
 using Tessel::Platform::Graphics::GtkWindowSystem;
 using Tessel::Platform::Graphics::Window;
 
-namespace {
-
-// The settings that are sent to the module in the page's process.
-constexpr std::array settingsOfModule{WebViewSetting::isDeferNetworkingAndJavaScript,
-                                      WebViewSetting::isEnableDownloadableBinaryFonts,
-                                      WebViewSetting::isEnableNetworkResourceRequestedEvents,
-                                      WebViewSetting::isStandalone,
-                                      WebViewSetting::isEnableFormAutofill,
-                                      WebViewSetting::isEnableCredentialAutofill,
-                                      WebViewSetting::isZoomToFitWidthOnLoad};
-
-}  // namespace
-
 WebKitPage::WebKitPage(WebKitEngine& engine, PageClient& client, Window& window)
     : PageContext(client, window, engine.services()),
       engine_(engine),
-      load_(std::make_unique<PageLoad>(*this, setup_)) {}
+      connection_(std::make_unique<PageConnection>(*this)),
+      load_(std::make_unique<PageLoad>(*this, connection_->setup())) {}
 
 WebKitPage::~WebKitPage() {
   close();
@@ -75,19 +64,17 @@ WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
     return nullptr;
   }
   view_ = created;
-  listenToPage();
+  connection_->attach(view_, self());
   load_->attach(view_);
 
   const auto connect = [&](const char* signal, auto handler) {
     g_signal_connect(view_, signal, G_CALLBACK(handler), this);
   };
-  connect("notify::page-id", onPageNumber);
   connect("notify::title", onTitle);
   connect("notify::estimated-load-progress", onProgress);
   connect("notify::zoom-level", onZoom);
   connect("notify::favicon", onFavicon);
   connect("web-process-terminated", onProcessEnded);
-  connect("user-message-received", onEngineMessage);
   parts_ = std::make_shared<PageParts>(*this, view_);
   load_->setParts(parts_.get());
   parts_->settings.setAllowedOrigins(allowedOrigins_);
@@ -105,13 +92,8 @@ void WebKitPage::close() {
 }
 
 void WebKitPage::dropView() {
-  // A suspended process could not end.
-  if (const auto link = link_.exchange(nullptr); link && setup_.deferred) {
-    link->changeSetup(number_, link_protocol::PageSetup());
-  }
+  connection_->detach();
   if (!view_) return;
-  services().links.forgetPage(number_);
-  number_ = 0;
   services().downloads.forgetPage(view_);
   g_signal_handlers_disconnect_by_data(view_, this);
   load_->detach();
@@ -138,7 +120,7 @@ void WebKitPage::remakeView(bool withHistory) {
 
 // Reloading the chrome would lose the application's state: it keeps its allowed origins.
 void WebKitPage::forgetTakenOrigins() {
-  if (parts_ && parts_->settings.originsTakenBack() && !setup_.drivesApplication) remakeView(true);
+  if (parts_ && parts_->settings.originsTakenBack() && !drivesApplication()) remakeView(true);
 }
 
 void WebKitPage::load(const String& url) {
@@ -193,7 +175,7 @@ bool WebKitPage::restoreSession(const String& session, int position) {
 void WebKitPage::tryClose() {
   if (parts_) parts_->windows.closeAsked();
   // A suspended page cannot answer.
-  if (view_ && !setup_.deferred) return webkit_web_view_try_close(view_);
+  if (view_ && !connection_->setup().deferred) return webkit_web_view_try_close(view_);
   // There is no document that could object.
   if (client()) client()->closeAllowed();
 }
@@ -211,7 +193,7 @@ void WebKitPage::settingChanged(WebViewSetting setting) {
   }
   if (setting == WebViewSetting::javaScriptInterruptTimeout && parts_)
     parts_->hangMonitor.limitChanged();
-  if (std::ranges::find(settingsOfModule, setting) != settingsOfModule.end()) sendSetup();
+  connection_->settingChanged(setting);
   // Last: it raises an event, which may close the page.
   if (setting == WebViewSetting::fullScreenVideoCapable && parts_) {
     parts_->fullScreen.capableChanged();
@@ -219,7 +201,7 @@ void WebKitPage::settingChanged(WebViewSetting setting) {
 }
 
 void WebKitPage::wantedEventsChanged() {
-  if (client() && watchedBy(*client()) != setup_.watched) sendSetup();
+  connection_->wantedEventsChanged();
 }
 
 void WebKitPage::knownCertificatesChanged() {
@@ -233,13 +215,11 @@ void WebKitPage::setAllowedOrigins(const std::vector<String>& patterns) {
 }
 
 void WebKitPage::setRequestHeaders(const std::vector<OrvWebHeader>& headers) {
-  setup_.requestHeaders = headers;
-  sendSetup();
+  connection_->setRequestHeaders(headers);
 }
 
 void WebKitPage::setCallbackObjectEnabled(bool enabled) {
-  setup_.callbackObject = enabled;
-  sendSetup();
+  connection_->setCallbackObjectEnabled(enabled);
 }
 
 void WebKitPage::bindCallbackObject(bool bound, const std::vector<String>& furtherOrigins) {
@@ -247,43 +227,40 @@ void WebKitPage::bindCallbackObject(bool bound, const std::vector<String>& furth
   further.reserve(furtherOrigins.size());
   for (const String& each : furtherOrigins) further.push_back(Origin::of(each.view()));
   load_->trustedLoads().setFurtherOrigins(std::move(further));
-  if (setup_.bound == bound) return;
-  setup_.bound = bound;
-  sendSetup();
+  connection_->setBound(bound);
 }
 
 void WebKitPage::setDrivesApplication(const String& loadFailureHint) {
-  setup_.drivesApplication = true;
   load_->setFailureHint(loadFailureHint);
-  if (const auto link = link_.load()) link->serveInEveryWait();
-  sendSetup();
+  connection_->setDrivesApplication();
 }
 
-void WebKitPage::sendSetup() {
-  refreshSetup();
-  if (const auto link = link_.load()) link->changeSetup(number_, setup_);
-}
-
-void WebKitPage::refreshSetup() {
-  if (!client()) return;
-  const WebViewSettings& settings = client()->settings();
-  setup_.downloadableFonts = settings.isEnableDownloadableBinaryFonts;
-  setup_.standalone = settings.isStandalone;
-  setup_.watched = watchedBy(*client());
-  // The page that drives the program could never be resumed.
-  setup_.deferred = settings.isDeferNetworkingAndJavaScript && !setup_.drivesApplication;
+bool WebKitPage::drivesApplication() const {
+  return connection_->setup().drivesApplication;
 }
 
 bool WebKitPage::askWhetherAlive() {
-  const auto link = link_.load();
-  if (link) link->ping(number_);
-  return link != nullptr;
+  return connection_->ping();
 }
 
 void WebKitPage::act(const char* action, std::vector<JavaScriptVariant> arguments) {
-  if (const auto link = link_.load()) {
-    link->postAction(number_, {{String(action)}, std::move(arguments)});
-  }
+  connection_->act(action, std::move(arguments));
+}
+
+void WebKitPage::postFunction(const FunctionCall& call, const String& resultId) {
+  connection_->post(call, resultId);
+}
+
+JavaScriptVariant WebKitPage::callFunction(const FunctionCall& call) {
+  return connection_->call(call);
+}
+
+void WebKitPage::linkReady(std::shared_ptr<PageLink> link) {
+  connection_->ready(std::move(link));
+}
+
+link_protocol::PageSetup WebKitPage::setup() const {
+  return connection_->setup();
 }
 
 void WebKitPage::setZoom(double level) {
@@ -411,23 +388,6 @@ void WebKitPage::updateDownload(unsigned int id, bool save, const String& filena
   services().downloads.decide(id, save, filename);
 }
 
-void WebKitPage::postFunction(const FunctionCall& call, const String& resultId) {
-  if (const auto link = link_.load()) link->postFunction(number_, call, resultId);
-}
-
-JavaScriptVariant WebKitPage::callFunction(const FunctionCall& call) {
-  const auto link = link_.load();
-  return link ? link->callFunction(number_, call).value_or(JavaScriptVariant())
-              : JavaScriptVariant();
-}
-
-void WebKitPage::linkReady(std::shared_ptr<PageLink> link) {
-  if (setup_.drivesApplication) link->serveInEveryWait();
-  // The module asks for it next.
-  refreshSetup();
-  link_.store(std::move(link));
-}
-
 WebKitPage::String WebKitPage::nativeCall(const NativeArguments& arguments) {
   if (!client()) return String();
   std::vector<const char*> texts;
@@ -435,7 +395,7 @@ WebKitPage::String WebKitPage::nativeCall(const NativeArguments& arguments) {
   for (const auto& argument : arguments) texts.push_back(argument ? argument->c_str() : nullptr);
   const auto held = shared_from_this();
   const TrustedLoads& loads = load_->trustedLoads();
-  if (setup_.bound && !load_->isTrusted()) {
+  if (connection_->setup().bound && !load_->isTrusted()) {
     logAlways(LogError, "A native call of %s is refused: the program has not loaded that page.",
               loads.origin().isEmpty() ? "a page" : loads.origin().utf8());
     return String();
@@ -468,17 +428,6 @@ void WebKitPage::onFavicon(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
       faviconFrom(webkit_web_view_get_favicon(view), address));
 }
 
-void WebKitPage::listenToPage() {
-  if (number_ != 0) services().links.forgetPage(number_);
-  number_ = webkit_web_view_get_page_id(view_);
-  services().links.registerPage(number_, self());
-}
-
-// A new web process numbers the page anew.
-void WebKitPage::onPageNumber(WebKitWebView*, GParamSpec*, WebKitPage* page) {
-  page->listenToPage();
-}
-
 void WebKitPage::onTitle(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
   const auto self = page->self();
   self->client()->update<&PageState::title>(String(webkit_web_view_get_title(view)));
@@ -496,23 +445,10 @@ void WebKitPage::onZoom(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
   self->updateScale();
 }
 
-// A message of the page's module by way of the engine, which authenticates the page.
-gboolean WebKitPage::onEngineMessage(WebKitWebView*, WebKitUserMessage* message, WebKitPage* page) {
-  GVariant* token = webkit_user_message_get_parameters(message);
-  const bool isPlace =
-      g_strcmp0(webkit_user_message_get_name(message), link_protocol::placeMessage) == 0 && token &&
-      g_variant_is_of_type(token, G_VARIANT_TYPE_STRING);
-  if (isPlace) {
-    const auto self = page->self();
-    self->services().links.placePage(self->number_, g_variant_get_string(token, nullptr));
-  }
-  return isPlace ? TRUE : FALSE;
-}
-
 void WebKitPage::onProcessEnded(WebKitWebView*, WebKitWebProcessTerminationReason reason,
                                 WebKitPage* page) {
   const auto self = page->self();
-  self->link_.store(nullptr);
+  self->connection_->processEnded();
   if (self->parts_) self->parts_->hangMonitor.processEnded();
   if (self->parts_) self->parts_->fullScreen.documentGone();
   if (!self->view_) return;

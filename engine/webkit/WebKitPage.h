@@ -7,12 +7,11 @@
 
 #include <webkit2/webkit2.h>
 
-#include <atomic>
-#include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
 
+class PageConnection;
 class PageLoad;
 class WebKitEngine;
 struct PageParts;
@@ -76,7 +75,7 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   JavaScriptVariant callFunction(const FunctionCall& call) override;
 
   void linkReady(std::shared_ptr<PageLink> link) override;
-  link_protocol::PageSetup setup() const override { return setup_; }
+  link_protocol::PageSetup setup() const override;
   String nativeCall(const link_protocol::NativeArguments& arguments) override;
   link_protocol::DialogAnswer dialog(const link_protocol::DialogQuestion& question) override;
   String report(const FunctionCall& report) override;
@@ -87,7 +86,7 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
     return !view_ && makeView(opener) != nullptr;
   }
   LoadControl& loadControl() override;
-  bool drivesApplication() const override { return setup_.drivesApplication; }
+  bool drivesApplication() const override;
   bool askWhetherAlive() override;
 
   // For what the module reports. The parts are null while there is no view; every event that is
@@ -98,12 +97,10 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   PageLoad& loads() { return *load_; }
 
  private:
-  static void onPageNumber(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onTitle(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onProgress(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onZoom(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onFavicon(WebKitWebView*, GParamSpec*, WebKitPage* self);
-  static gboolean onEngineMessage(WebKitWebView*, WebKitUserMessage* message, WebKitPage* self);
   static void onProcessEnded(WebKitWebView*, WebKitWebProcessTerminationReason reason,
                              WebKitPage* self);
 
@@ -112,22 +109,15 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   void dropView();
   void remakeView(bool withHistory);
   void forgetTakenOrigins();
-  void listenToPage();
-  void sendSetup();
-  void refreshSetup();
   void updateScale();
 
   WebKitEngine& engine_;
   WebKitWebView* view_ = nullptr;
-  link_protocol::PageSetup setup_;
+  const std::unique_ptr<PageConnection> connection_;
   const std::unique_ptr<PageLoad> load_;
   std::shared_ptr<PageParts> parts_;    // owned here alone; there as long as the view
   std::vector<String> allowedOrigins_;  // for a view that is not made yet
   bool hasFrontEnd_ = false;            // an inspector's
   double zoom_ = 1;
   double pinch_ = 1;
-
-  // Read by other threads that call the page's functions.
-  std::atomic<std::uint64_t> number_ = 0;
-  std::atomic<std::shared_ptr<PageLink>> link_;
 };

@@ -363,7 +363,8 @@ void PagePrompts::accepted(PageContext& page, PagePrompts* prompts,
                    String(webkit_credential_get_password(credential))};
   if (!webkit_authentication_request_is_for_proxy(request)) {
     login.place = placeOf(request);
-    return prompts ? prompts->offerToSave(login) : void();
+    if (prompts) prompts->offerToSave(login);
+    return;
   }
   if (login == page.services().proxyLogin) return;
   page.services().proxyLogin = login;
