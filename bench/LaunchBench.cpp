@@ -3,7 +3,7 @@
 // As root, with a display.
 #include "LauncherRequest.h"
 #include "bench/Memory.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 #include "platform/os/DeviceClient.h"
 #include "tests/support/Program.h"
 #include "tools/launch/LaunchOptions.h"

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "bindings/BindingManager.h"
-#include "platform/Geometry.h"
+#include "platform/base/Geometry.h"
 
 #include <cstdlib>
 #include <limits>

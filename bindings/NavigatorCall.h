@@ -4,8 +4,8 @@
 
 #include "bindings/BindingManager.h"
 #include "engine/JavaScriptVariant.h"
-#include "platform/GuardedPointer.h"
-#include "platform/navigator/NavigatorHandler.h"
+#include "platform/desktop/NavigatorHandler.h"
+#include "platform/loop/GuardedPointer.h"
 
 #include <algorithm>
 #include <vector>

@@ -3,7 +3,7 @@
 
 #include "bindings/BindingManager.h"
 #include "bindings/PPSJson.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/loop/MessageClient.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 

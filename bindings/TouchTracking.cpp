@@ -4,7 +4,7 @@
 #include "bindings/Arguments.h"
 #include "bindings/WindowAnimations.h"
 #include "platform/graphics/Screen.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/loop/MessageClient.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 

@@ -2,7 +2,7 @@
 // Plain bookkeeping of an engine's load events; needs no engine. Main thread.
 #pragma once
 
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <optional>
 #include <string_view>

@@ -4,10 +4,10 @@
 // UI thread, but for the handshake, which comes on the acceptor's.
 #pragma once
 
-#include "platform/GuardedPointer.h"
-#include "platform/String.h"
-#include "platform/UniqueFd.h"
-#include "platform/messages/Message.h"
+#include "platform/base/String.h"
+#include "platform/base/UniqueFd.h"
+#include "platform/channel/Message.h"
+#include "platform/loop/GuardedPointer.h"
 
 #include <atomic>
 #include <chrono>

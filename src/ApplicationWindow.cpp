@@ -2,10 +2,10 @@
 #include "ApplicationWindow.h"
 
 #include "bindings/BindingManager.h"
-#include "platform/Log.h"
-#include "platform/Settings.h"
+#include "platform/base/Log.h"
 #include "platform/graphics/DisplayLimits.h"
 #include "platform/graphics/Screen.h"
+#include "platform/os/Settings.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 

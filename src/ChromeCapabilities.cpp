@@ -3,8 +3,8 @@
 
 #include "EngineStart.h"
 #include "engine/webkit/network/LocalScheme.h"
-#include "platform/Log.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/Log.h"
+#include "platform/base/UniqueFd.h"
 
 #include <fcntl.h>
 #include <glib.h>

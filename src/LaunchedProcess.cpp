@@ -3,9 +3,9 @@
 
 #include "LauncherRequest.h"
 #include "StreamRedirection.h"
-#include "platform/Log.h"
-#include "platform/Process.h"
+#include "platform/base/Log.h"
 #include "platform/os/LogDevices.h"
+#include "platform/os/Process.h"
 #include "platform/os/ProcessAbilities.h"
 #include "platform/os/Scheduling.h"
 

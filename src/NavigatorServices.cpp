@@ -2,10 +2,10 @@
 #include "NavigatorServices.h"
 
 #include "ApplicationWindow.h"
-#include "platform/Folders.h"
-#include "platform/Log.h"
-#include "platform/navigator/FontInfo.h"
-#include "platform/navigator/gtk/SystemFont.h"
+#include "platform/base/Log.h"
+#include "platform/desktop/FontInfo.h"
+#include "platform/desktop/gtk/SystemFont.h"
+#include "platform/os/Folders.h"
 
 #include <unistd.h>
 

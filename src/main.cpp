@@ -4,8 +4,8 @@
 #include "PagehostMain.h"
 #include "bindings/BindingManager.h"
 #include "bindings/CclBinding.h"
-#include "platform/Log.h"
-#include "platform/Process.h"
+#include "platform/base/Log.h"
+#include "platform/os/Process.h"
 #include "webview/commands/CommandTable.h"
 
 #include <fontconfig/fontconfig.h>

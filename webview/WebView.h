@@ -4,8 +4,8 @@
 
 #include "bindings/Capabilities.h"
 #include "engine/OrvWebView.h"
-#include "platform/GuardedPointer.h"
 #include "platform/graphics/Window.h"
+#include "platform/loop/GuardedPointer.h"
 #include "webview/events/EventForwarding.h"
 
 #include <array>

@@ -1,7 +1,7 @@
 // A small file, private to the user, that several processes share. Main thread.
 #include "engine/autofill/PrivateFile.h"
 
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 
 #include <fcntl.h>
 #include <glib.h>

@@ -7,7 +7,7 @@
 #include "engine/webkit/base/ObjectPointer.h"
 #include "engine/webkit/link/Frame.h"
 #include "engine/webkit/network/FailurePage.h"
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 
 #include <array>
 #include <memory>

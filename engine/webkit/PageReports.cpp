@@ -5,7 +5,7 @@
 #include "engine/webkit/PageLoad.h"
 #include "engine/webkit/PageParts.h"
 #include "engine/webkit/WebKitPage.h"
-#include "platform/ErrorReport.h"
+#include "platform/base/ErrorReport.h"
 
 #include <algorithm>
 #include <cmath>

@@ -10,7 +10,7 @@
 #include "engine/webkit/network/LocalScheme.h"
 #include "engine/webkit/network/Resources.h"
 #include "engine/webkit/network/SharedCookies.h"
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 
 #include <cerrno>
 #include <cstring>

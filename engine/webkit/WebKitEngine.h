@@ -4,7 +4,7 @@
 
 #include "engine/Page.h"
 #include "engine/webkit/base/EngineServices.h"
-#include "platform/Folders.h"
+#include "platform/os/Folders.h"
 #include "platform/os/PageSandbox.h"
 
 #include <webkit2/webkit2.h>

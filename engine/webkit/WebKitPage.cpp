@@ -13,7 +13,7 @@
 #include "engine/webkit/inspector/EngineInspector.h"
 #include "engine/webkit/network/Downloads.h"
 #include "engine/webkit/network/SiteDataStore.h"
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 
 #include <algorithm>

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "ipc/IPCSenderGroup.h"
-#include "platform/GuardedPointer.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/loop/GuardedPointer.h"
+#include "platform/loop/MessageClient.h"
 #include "webview/commands/CommandMessages.h"
 
 class IPCSenderWebView : public Tessel::Platform::GuardedPointerBase {

@@ -6,7 +6,7 @@
 #include "engine/webkit/base/ObjectPointer.h"
 #include "engine/webkit/base/PageContext.h"
 #include "engine/webkit/features/HangMonitor.h"
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 
 #include <algorithm>
 #include <utility>

@@ -5,7 +5,7 @@
 #include "engine/webkit/base/PageContext.h"
 #include "engine/webkit/features/HangMonitor.h"
 #include "engine/webkit/features/PagePrompts.h"
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;

@@ -6,7 +6,7 @@
 // connect to.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <cstdint>
 #include <functional>

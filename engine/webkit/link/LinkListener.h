@@ -4,7 +4,7 @@
 // a link by presenting a token that was issued for one web process; each is valid once.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <glib.h>
 #include <sys/types.h>

@@ -2,7 +2,7 @@
 // Main thread.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <cstdint>
 #include <memory>

@@ -5,8 +5,8 @@
 #include "engine/webkit/base/PageContext.h"
 #include "engine/webkit/link/Frame.h"
 #include "engine/webkit/network/ResourceFetch.h"
-#include "platform/Log.h"
-#include "platform/RandomKey.h"
+#include "platform/base/Log.h"
+#include "platform/base/RandomKey.h"
 
 #include <algorithm>
 #include <array>
