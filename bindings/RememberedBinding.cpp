@@ -2,7 +2,7 @@
 #include "bindings/RememberedBinding.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/remembered/LoginStore.h"
+#include "engine/autofill/PasswordStore.h"
 #include "registry/Arguments.h"
 
 namespace {
@@ -10,12 +10,12 @@ namespace {
 using Event = OrvWebJavaScriptCallbackEvent;
 
 void jsLogins(Event* event) {
-  event->setResult(jsonOf(FileLoginStore(rememberedFolder()).list()));
+  event->setResult(jsonOf(FilePasswordStore(autofillFolder()).list()));
 }
 
 void jsForgetLogin(Event* event) {
   if (arguments::wrongCount(*event, 3, "jsForgetLogin")) return;
-  FileLoginStore(rememberedFolder())
+  FilePasswordStore(autofillFolder())
       .forget(arguments::textAt(*event, 1), arguments::textAt(*event, 2));
 }
 

@@ -463,7 +463,7 @@ void OrvWebView::clear(SiteData data) {
   if (auto page = this->page()) page->clear(data);
 }
 
-void OrvWebView::forget(Remembered what) {
+void OrvWebView::forget(AutofillData what) {
   if (auto page = this->page()) page->forget(what);
 }
 

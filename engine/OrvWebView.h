@@ -133,10 +133,10 @@ class OrvWebView : private PageClient {
   void autofillTextField(const String& text);
   // Forgets what was typed into forms, and the log-ins, of all pages.
   void clearAutofillData() {
-    forget(Remembered::Texts);
+    forget(AutofillData::Texts);
   }
   void clearCredentials() {
-    forget(Remembered::Logins);
+    forget(AutofillData::Logins);
   }
   // What proxies are answered from now on.
   void syncProxyCredential(const String& username, const String& password);
@@ -387,7 +387,7 @@ class OrvWebView : private PageClient {
   void raiseLater(Type type);
   void act(const char* action, std::vector<JavaScriptVariant> arguments = {});
   void clear(SiteData data);
-  void forget(Remembered what);
+  void forget(AutofillData what);
   void scaleTo(double scale, const OrvWebPoint& scrollPosition);
   void settingStored(WebViewSetting setting);
   // False, and the chrome is told, for a value that cannot be in force: the old one stays.

@@ -43,7 +43,7 @@ enum class DownloadStep { Cancel, Pause, Resume, Retry, Remove };
 enum class SiteData { Everything, Caches, MemoryCache, Cookies, Databases, LocalStorage };
 
 // What is remembered of forms and log-ins.
-enum class Remembered { Texts, Logins };
+enum class AutofillData { Texts, Logins };
 
 // What becomes of a notification that a page shows.
 enum class NotificationStep { Clicked, Closed };
@@ -157,7 +157,7 @@ class Page {
   // Runs a script in the page's own world or one beside it; JavaScriptResult brings the value
   // under the given id.
   virtual void runScript(const String& script, bool isolated, const String& resultId) = 0;
-  // Has the engine's own script do something in the document: one of the actions of probe.js.
+  // Has the engine's own script do something in the document: one of the actions of content.js.
   virtual void act(const char* action, std::vector<JavaScriptVariant> arguments) = 0;
   void act(const char* action) { act(action, {}); }
   // The factor by which the document is laid out larger.
@@ -181,7 +181,7 @@ class Page {
   // Puts a text into the field that FormAutofillRequestEvent was about.
   virtual void fillField(const String& text) = 0;
   // Forgets it for all pages.
-  virtual void forget(Remembered what) = 0;
+  virtual void forget(AutofillData what) = 0;
   // What proxies are answered that want a log-in; no name for nothing.
   virtual void keepProxyLogin(const String& username, const String& password) = 0;
   // Does what an item of the context menu that was last asked for says.

@@ -1,7 +1,7 @@
 // What origins may call besides the chrome, as a file beside it says. Main thread, at start.
 #include "src/ChromeCapabilities.h"
 
-#include "engine/webkit/LocalScheme.h"
+#include "engine/webkit/network/LocalScheme.h"
 #include "platform/Log.h"
 #include "platform/UniqueFd.h"
 #include "src/EngineStart.h"

@@ -7,7 +7,7 @@
 #include "bindings/PPSBinding.h"
 #include "bindings/RememberedBinding.h"
 #include "bindings/WindowAnimations.h"
-#include "engine/webkit/EngineInspector.h"
+#include "engine/webkit/inspector/EngineInspector.h"
 #include "ipc/ChildLauncher.h"
 #include "ipc/CookieExchange.h"
 #include "ipc/IPCSenderGroup.h"

@@ -174,7 +174,7 @@ String onMayCall(WebKitPage& page, const Details& details) {
 }
 
 String onAlive(WebKitPage& page, const Details&) {
-  if (page.parts()) page.parts()->watch.alive();
+  if (page.parts()) page.parts()->hangMonitor.alive();
   return {};
 }
 

@@ -1,8 +1,8 @@
 // The WebKitGTK engine of a process. Main thread.
 #include "engine/webkit/WebKitEngine.h"
 
-#include "engine/webkit/LocalScheme.h"
 #include "engine/webkit/WebKitPage.h"
+#include "engine/webkit/network/LocalScheme.h"
 #include "platform/Log.h"
 
 #include <cerrno>
@@ -77,9 +77,9 @@ WebKitEngine::~WebKitEngine() {
   }
 }
 
-void WebKitEngine::forget(Remembered what) {
-  if (what == Remembered::Texts) return texts_.clear();
-  logins_->clear();
+void WebKitEngine::forget(AutofillData what) {
+  if (what == AutofillData::Texts) return formHistory_.clear();
+  passwords_->clear();
   proxyLogin_ = {};
 }
 

@@ -3,13 +3,13 @@
 #pragma once
 
 #include "engine/Page.h"
-#include "engine/remembered/LoginStore.h"
-#include "engine/remembered/RememberedTexts.h"
-#include "engine/webkit/Downloads.h"
-#include "engine/webkit/EngineInspector.h"
-#include "engine/webkit/Resources.h"
-#include "engine/webkit/SharedCookies.h"
-#include "engine/webkit/WebProcessLinks.h"
+#include "engine/autofill/FormHistory.h"
+#include "engine/autofill/PasswordStore.h"
+#include "engine/webkit/inspector/EngineInspector.h"
+#include "engine/webkit/link/WebProcessLinks.h"
+#include "engine/webkit/network/Downloads.h"
+#include "engine/webkit/network/Resources.h"
+#include "engine/webkit/network/SharedCookies.h"
 #include "platform/Folders.h"
 #include "platform/os/PageSandbox.h"
 
@@ -47,13 +47,13 @@ class WebKitEngine final : public PageFactory {
   EngineInspector& inspector() { return inspector_; }
   Downloads& downloads() { return *downloads_; }
   Resources& resources() { return *resources_; }
-  RememberedTexts& texts() { return texts_; }
-  LoginStore& logins() { return *logins_; }
+  FormHistory& formHistory() { return formHistory_; }
+  PasswordStore& passwords() { return *passwords_; }
   // The log-in of the proxy that this process uses, kept as long as it runs; without a name there
   // is none. Its place is empty.
   const SavedLogin& proxyLogin() const { return proxyLogin_; }
   void setProxyLogin(const SavedLogin& login) { proxyLogin_ = login; }
-  void forget(Remembered what);
+  void forget(AutofillData what);
 
  private:
   WebKitEngine() = default;
@@ -68,8 +68,8 @@ class WebKitEngine final : public PageFactory {
   std::unique_ptr<WebProcessLinks> links_;
   EngineInspector inspector_;
   std::unique_ptr<Resources> resources_ = std::make_unique<Resources>();
-  RememberedTexts texts_{rememberedFolder()};
-  std::unique_ptr<LoginStore> logins_ = std::make_unique<FileLoginStore>(rememberedFolder());
+  FormHistory formHistory_{autofillFolder()};
+  std::unique_ptr<PasswordStore> passwords_ = std::make_unique<FilePasswordStore>(autofillFolder());
   SavedLogin proxyLogin_;
   WebKitWebContext* context_ = nullptr;
   WebKitWebContext* privateContext_ = nullptr;  // made at first need

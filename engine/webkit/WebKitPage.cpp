@@ -2,13 +2,13 @@
 #include "engine/webkit/WebKitPage.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/Dialogs.h"
-#include "engine/webkit/EngineValues.h"
-#include "engine/webkit/FailurePage.h"
-#include "engine/webkit/PageCapture.h"
 #include "engine/webkit/PageReports.h"
-#include "engine/webkit/SiteDataStore.h"
 #include "engine/webkit/WebKitEngine.h"
+#include "engine/webkit/base/EngineValues.h"
+#include "engine/webkit/features/Dialogs.h"
+#include "engine/webkit/features/PageCapture.h"
+#include "engine/webkit/network/FailurePage.h"
+#include "engine/webkit/network/SiteDataStore.h"
 #include "platform/Log.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 
@@ -195,7 +195,7 @@ void WebKitPage::loadContent(const String& content, const String& mimeType, cons
 void WebKitPage::startLoad(std::function<void()> load) {
   repeats_ = 0;
   unstartedLoad_ = std::move(load);
-  if (parts_ && parts_->watch.isStuck()) return parts_->watch.endProcess();
+  if (parts_ && parts_->hangMonitor.isStuck()) return parts_->hangMonitor.endProcess();
   // The engine loses what is asked for while it begins to show a page of its own.
   if (!failureFollows_ && !showingFailure_ && !startsLater_) unstartedLoad_();
 }
@@ -228,7 +228,7 @@ void WebKitPage::startLater() {
 }
 
 void WebKitPage::reload() {
-  if (parts_ && parts_->watch.isStuck()) {
+  if (parts_ && parts_->hangMonitor.isStuck()) {
     return loadUrl(client_->pageState().location, loads_.isOwn());
   }
   if (view_) webkit_web_view_reload(view_);
@@ -237,7 +237,7 @@ void WebKitPage::reload() {
 void WebKitPage::stop() {
   unstartedLoad_ = nullptr;
   loads_.expectNothing();
-  if (parts_ && parts_->watch.isStuck()) return parts_->watch.endProcess();
+  if (parts_ && parts_->hangMonitor.isStuck()) return parts_->hangMonitor.endProcess();
   // The page about a failure is there at once, and must be told of before anything else can load.
   if (view_ && !failureFollows_ && !showingFailure_) webkit_web_view_stop_loading(view_);
 }
@@ -294,7 +294,8 @@ void WebKitPage::settingChanged(WebViewSetting setting) {
   if (setting == WebViewSetting::isEnableWebInspector && parts_) {
     parts_->inspector.message(String(), hasFrontEnd_);
   }
-  if (setting == WebViewSetting::javaScriptInterruptTimeout && parts_) parts_->watch.limitChanged();
+  if (setting == WebViewSetting::javaScriptInterruptTimeout && parts_)
+    parts_->hangMonitor.limitChanged();
   if (std::ranges::find(settingsOfModule, setting) != settingsOfModule.end()) sendSetup();
   // Last: it raises an event, and the page may be gone after that.
   if (setting == WebViewSetting::fullScreenVideoCapable && parts_) {
@@ -420,7 +421,7 @@ void WebKitPage::fillField(const String& text) {
   if (parts_) parts_->forms.fill(text);
 }
 
-void WebKitPage::forget(Remembered what) {
+void WebKitPage::forget(AutofillData what) {
   engine_.forget(what);
 }
 
@@ -466,11 +467,11 @@ void WebKitPage::findString(const String& text, const FindOptions& options) {
 }
 
 void WebKitPage::answerQuestion(unsigned int number, const QuestionAnswer& answer) {
-  if (parts_) parts_->questions.answer(number, answer);
+  if (parts_) parts_->prompts.answer(number, answer);
 }
 
 void WebKitPage::answerOrigin(PagePermission permission, const String& origin, bool granted) {
-  if (parts_) parts_->questions.answerOrigin(permission, origin, granted);
+  if (parts_) parts_->prompts.answerOrigin(permission, origin, granted);
 }
 
 void WebKitPage::answerOpenWindow(unsigned int number, std::shared_ptr<Page> page) {
@@ -649,7 +650,7 @@ void WebKitPage::loadFinished() {
   if (!failureFollows_ && !unstartedLoad_) updateLocation();
   if (!parts_) return;
   redrawAfterLoad();
-  parts_->questions.loaded();
+  parts_->prompts.loaded();
   if (!parts_) return;
   // Not finished, but to be begun again.
   const bool repeating = std::exchange(repeating_, false);
@@ -774,7 +775,7 @@ void WebKitPage::onProcessEnded(WebKitWebView* view, WebKitWebProcessTermination
                                 WebKitPage* page) {
   const auto self = page->shared_from_this();
   self->link_.store(nullptr);
-  if (self->parts_) self->parts_->watch.processEnded();
+  if (self->parts_) self->parts_->hangMonitor.processEnded();
   if (self->parts_) self->parts_->fullScreen.documentGone();
   if (!self->view_) return;
   const char* why = reason == WEBKIT_WEB_PROCESS_EXCEEDED_MEMORY_LIMIT ? "used too much memory"

@@ -4,24 +4,24 @@
 #include "engine/Enumerations.h"
 #include "engine/Page.h"
 #include "engine/TrustedLoads.h"
-#include "engine/webkit/PageApis.h"
-#include "engine/webkit/PageFind.h"
-#include "engine/webkit/PageFit.h"
-#include "engine/webkit/PageForms.h"
-#include "engine/webkit/PageFullScreen.h"
-#include "engine/webkit/PageHistory.h"
-#include "engine/webkit/PageInput.h"
-#include "engine/webkit/PageInspector.h"
-#include "engine/webkit/PageMenu.h"
-#include "engine/webkit/PageNavigation.h"
-#include "engine/webkit/PageNotifications.h"
-#include "engine/webkit/PageQuestions.h"
-#include "engine/webkit/PageSecurity.h"
-#include "engine/webkit/PageSettings.h"
-#include "engine/webkit/PageWatch.h"
-#include "engine/webkit/PageWindows.h"
-#include "engine/webkit/Resources.h"
-#include "engine/webkit/WebProcessLinks.h"
+#include "engine/webkit/features/HangMonitor.h"
+#include "engine/webkit/features/PageApis.h"
+#include "engine/webkit/features/PageFind.h"
+#include "engine/webkit/features/PageFit.h"
+#include "engine/webkit/features/PageForms.h"
+#include "engine/webkit/features/PageFullScreen.h"
+#include "engine/webkit/features/PageHistory.h"
+#include "engine/webkit/features/PageInput.h"
+#include "engine/webkit/features/PageMenu.h"
+#include "engine/webkit/features/PageNavigation.h"
+#include "engine/webkit/features/PageNotifications.h"
+#include "engine/webkit/features/PagePrompts.h"
+#include "engine/webkit/features/PageSecurity.h"
+#include "engine/webkit/features/PageSettings.h"
+#include "engine/webkit/features/PageWindows.h"
+#include "engine/webkit/inspector/PageInspector.h"
+#include "engine/webkit/link/WebProcessLinks.h"
+#include "engine/webkit/network/Resources.h"
 
 #include <webkit2/webkit2.h>
 
@@ -78,7 +78,7 @@ class WebKitPage final : public Page,
   bool hasTypingAttribute(const String& name) override;
   void runMenuItem(OrvWebContextMenuItem item) override;
   void fillField(const String& text) override;
-  void forget(Remembered what) override;
+  void forget(AutofillData what) override;
   void keepProxyLogin(const String& username, const String& password) override;
   void inspectorMessage(const String& message, bool connected) override;
   void findString(const String& text, const FindOptions& options) override;
@@ -126,9 +126,9 @@ class WebKitPage final : public Page,
   }
   // Null while there is no view.
   PageForms* forms() { return parts_ ? &parts_->forms : nullptr; }
-  PageQuestions* questions() { return parts_ ? &parts_->questions : nullptr; }
+  PagePrompts* prompts() { return parts_ ? &parts_->prompts : nullptr; }
   void offerToSave(const SavedLogin& login) {
-    if (parts_) parts_->questions.offerToSave(login);
+    if (parts_) parts_->prompts.offerToSave(login);
   }
   // How much larger the user has pulled the document with two fingers, on top of its zoom.
   void setPinch(double factor);
@@ -166,7 +166,7 @@ class WebKitPage final : public Page,
           history(page, view),
           security(page, view),
           navigation(page, view),
-          questions(page, view),
+          prompts(page, view),
           windows(page, view),
           find(page, view),
           forms(page, view),
@@ -176,14 +176,14 @@ class WebKitPage final : public Page,
           fullScreen(page, view),
           fit(page, view),
           apis(page),
-          watch(page, view) {}
+          hangMonitor(page, view) {}
 
     PageInput input;  // before the settings, which may take the input method away
     PageSettings settings;
     PageHistory history;
     PageSecurity security;
     PageNavigation navigation;
-    PageQuestions questions;
+    PagePrompts prompts;
     PageWindows windows;
     PageFind find;
     PageForms forms;
@@ -193,7 +193,7 @@ class WebKitPage final : public Page,
     PageFullScreen fullScreen;
     PageFit fit;
     PageApis apis;
-    PageWatch watch;
+    HangMonitor hangMonitor;
   };
   // Null while there is no view. Every event that is raised may make it so.
   Parts* parts() { return parts_.get(); }

@@ -102,7 +102,7 @@ class FakePage final : public Page {
   void stepNotification(const String&, NotificationStep) override {}
   bool hasTypingAttribute(const String&) override { return false; }
   void fillField(const String&) override {}
-  void forget(Remembered) override {}
+  void forget(AutofillData) override {}
   void keepProxyLogin(const String&, const String&) override {}
   void runMenuItem(OrvWebContextMenuItem) override {}
   void inspectorMessage(const String&, bool) override {}

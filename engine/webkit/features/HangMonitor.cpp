@@ -1,0 +1,96 @@
+// Looks out for scripts of a page that do not end. Main thread.
+#include "engine/webkit/features/HangMonitor.h"
+
+#include "engine/webkit/WebKitPage.h"
+#include "platform/Log.h"
+
+#include <algorithm>
+
+using Tessel::Platform::logAlways;
+using Tessel::Platform::LogError;
+
+namespace {
+
+// How often a page is asked, in milliseconds: a quarter of its limit, within these.
+constexpr int shortestInterval = 10;
+constexpr int longestInterval = 1000;
+
+}  // namespace
+
+HangMonitor::HangMonitor(WebKitPage& page, WebKitWebView* view) : page_(page), view_(view) {
+  limitChanged();
+}
+
+HangMonitor::~HangMonitor() {
+  if (timer_ != 0) g_source_remove(timer_);
+}
+
+void HangMonitor::limitChanged() {
+  if (timer_ != 0) g_source_remove(timer_);
+  timer_ = 0;
+  alive();
+  limit_ = page_.client()->settings().javaScriptInterruptTimeout;
+  // The page that drives the program is waited for in other ways, with limits of their own.
+  if (limit_ < 1 || page_.setup().drivesApplication) return;
+  interval_ = std::clamp(limit_ / 4, shortestInterval, longestInterval);
+  timer_ = g_timeout_add(static_cast<guint>(interval_), onTick, this);
+}
+
+void HangMonitor::alive() {
+  waited_ = 0;
+  asked_ = stuck_ = false;
+  // An answer to what was asked before the pause may have taken longer than the news of the pause.
+  if (askedSincePause_) paused_ = false;
+}
+
+void HangMonitor::pause() {
+  paused_ = true;
+  askedSincePause_ = false;
+}
+
+std::shared_ptr<void> HangMonitor::pauseFor() {
+  pause();
+  return {this, [page = page_.weak_from_this()](void*) {
+            const auto self = page.lock();
+            if (self && self->parts()) self->parts()->hangMonitor.goOn();
+          }};
+}
+
+void HangMonitor::goOn() {
+  waited_ = 0;
+  paused_ = false;
+}
+
+void HangMonitor::processEnded() {
+  alive();
+  goOn();
+}
+
+void HangMonitor::endProcess() {
+  webkit_web_view_terminate_web_process(view_);
+}
+
+gboolean HangMonitor::onTick(gpointer data) {
+  auto* self = static_cast<HangMonitor*>(data);
+  const auto page = self->page_.shared_from_this();
+  self->tick();
+  return G_SOURCE_CONTINUE;
+}
+
+void HangMonitor::tick() {
+  if (!asked_) {
+    asked_ = askedSincePause_ = page_.askWhetherAlive();
+    return;
+  }
+  if (paused_) return;
+  waited_ += interval_;
+  if (waited_ < limit_) return;
+  // Once more after the same time, for as long as it goes on.
+  waited_ = 0;
+  if (!stuck_) {
+    logAlways(LogError, "A script of %s has been running for %d ms and does not end.",
+              page_.client()->pageState().location.utf8(), limit_);
+  }
+  stuck_ = true;
+  page_.raise(OrvWebEvent::JavaScriptInterrupted);
+}
