@@ -2,7 +2,7 @@
 // same program and beside a small browser of the same engine; and the memory of ten applications.
 // As root, with a display.
 #include "bench/Memory.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 #include "platform/os/DeviceClient.h"
 #include "src/LauncherRequest.h"
 #include "tests/support/Program.h"

@@ -6,8 +6,8 @@
 // file. Needs a display.
 #include "bench/PingPong.h"
 #include "bindings/PPSBinding.h"
-#include "platform/UniqueFd.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/base/UniqueFd.h"
+#include "platform/loop/MessageClient.h"
 #include "platform/pps/PPSObject.h"
 #include "registry/BindingManager.h"
 #include "tests/support/RealEngine.h"

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "engine/JavaScriptVariant.h"
-#include "platform/GuardedPointer.h"
-#include "platform/navigator/NavigatorHandler.h"
+#include "platform/desktop/NavigatorHandler.h"
+#include "platform/loop/GuardedPointer.h"
 #include "registry/BindingManager.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 #include "bindings/PPSBinding.h"
 
 #include "bindings/PPSJson.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/loop/MessageClient.h"
 #include "registry/BindingManager.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"

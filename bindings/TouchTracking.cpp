@@ -3,7 +3,7 @@
 
 #include "bindings/WindowAnimations.h"
 #include "platform/graphics/Screen.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/loop/MessageClient.h"
 #include "registry/Arguments.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"

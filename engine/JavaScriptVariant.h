@@ -1,7 +1,7 @@
 // A JavaScript value as it crosses between native code and pages. Any thread: a plain value.
 #pragma once
 
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <variant>
 #include <vector>

@@ -2,7 +2,7 @@
 // the handler's call; what an answer sets is read when the handler has returned. UI thread.
 #pragma once
 
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <vector>
 

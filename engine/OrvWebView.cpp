@@ -3,9 +3,9 @@
 
 #include "engine/Certificates.h"
 #include "engine/OrvWebEvents.h"
-#include "platform/ErrorReport.h"
-#include "platform/messages/MessageClient.h"
-#include "platform/messages/MethodDelegate.h"
+#include "platform/base/ErrorReport.h"
+#include "platform/loop/MessageClient.h"
+#include "platform/loop/MethodDelegate.h"
 
 #include <glib.h>
 

@@ -8,9 +8,9 @@
 #include "engine/Records.h"
 #include "engine/SecurityRecords.h"
 #include "engine/WebViewSettings.h"
-#include "platform/GuardedPointer.h"
-#include "platform/SendQueue.h"
+#include "platform/channel/SendQueue.h"
 #include "platform/graphics/Window.h"
+#include "platform/loop/GuardedPointer.h"
 
 #include <bitset>
 #include <map>

@@ -2,7 +2,7 @@
 // Plain bookkeeping of what an engine tells, without an engine. Main thread.
 #pragma once
 
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <optional>
 #include <string_view>

@@ -4,8 +4,8 @@
 // UI thread, but for the handshake, which comes on the acceptor's.
 #pragma once
 
-#include "platform/UniqueFd.h"
-#include "platform/messages/Message.h"
+#include "platform/base/UniqueFd.h"
+#include "platform/channel/Message.h"
 #include "webview/RemoteHost.h"
 
 #include <atomic>

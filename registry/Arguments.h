@@ -4,7 +4,7 @@
 // signed numbers come as their complement.
 #pragma once
 
-#include "platform/Geometry.h"
+#include "platform/base/Geometry.h"
 #include "registry/BindingManager.h"
 
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // The registry of native functions. UI thread only.
 #include "registry/BindingManager.h"
 
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 
 #include <algorithm>
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "engine/OrvWebEvent.h"
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <functional>
 #include <map>

@@ -3,7 +3,7 @@
 
 #include "engine/OrvWebEvent.h"
 #include "engine/TrustedLoads.h"
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <optional>
 #include <string>

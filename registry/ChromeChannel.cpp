@@ -1,8 +1,8 @@
 // How the program talks to the chrome. Main thread or web-engine thread.
 #include "registry/ChromeChannel.h"
 
-#include "platform/ErrorReport.h"
-#include "platform/Log.h"
+#include "platform/base/ErrorReport.h"
+#include "platform/base/Log.h"
 
 using Tessel::Platform::concat;
 using Tessel::Platform::logAlways;

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "engine/OrvWebView.h"
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 // Calls chrome.internal.webEvent(handle, name, data, integer) and does not wait. The integer is
 // what the event's message carried, 0 where there was none. Without a chrome (null) the event is

@@ -2,8 +2,8 @@
 #include "src/ChromeCapabilities.h"
 
 #include "engine/webkit/network/LocalScheme.h"
-#include "platform/Log.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/Log.h"
+#include "platform/base/UniqueFd.h"
 #include "src/EngineStart.h"
 
 #include <fcntl.h>

@@ -1,9 +1,9 @@
 // From a forked child of the launcher server to an application.
 #include "src/LaunchedProcess.h"
 
-#include "platform/Log.h"
-#include "platform/Process.h"
+#include "platform/base/Log.h"
 #include "platform/os/LogDevices.h"
+#include "platform/os/Process.h"
 #include "platform/os/ProcessAbilities.h"
 #include "platform/os/Scheduling.h"
 #include "src/LauncherRequest.h"

@@ -2,8 +2,8 @@
 // see it. UI thread, but for what any thread may ask.
 #pragma once
 
-#include "platform/GuardedPointer.h"
-#include "platform/String.h"
+#include "platform/base/String.h"
+#include "platform/loop/GuardedPointer.h"
 
 #include <functional>
 #include <vector>

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "engine/OrvWebView.h"
-#include "platform/GuardedPointer.h"
 #include "platform/graphics/Window.h"
+#include "platform/loop/GuardedPointer.h"
 #include "registry/Capabilities.h"
 #include "webview/events/EventForwarding.h"
 

@@ -1,13 +1,13 @@
 // The owner of all web views of a process.
 #include "webview/WebViewManager.h"
 
-#include "platform/Log.h"
-#include "platform/Settings.h"
+#include "platform/base/Log.h"
 #include "platform/graphics/Screen.h"
 #include "platform/graphics/Window.h"
-#include "platform/messages/GuardedPointerDeleter.h"
-#include "platform/messages/MessageClient.h"
-#include "platform/messages/MethodDelegate.h"
+#include "platform/loop/GuardedPointerDeleter.h"
+#include "platform/loop/MessageClient.h"
+#include "platform/loop/MethodDelegate.h"
+#include "platform/os/Settings.h"
 #include "registry/Arguments.h"
 #include "registry/BindingManager.h"
 #include "registry/ChromeChannel.h"

@@ -6,9 +6,9 @@
 #pragma once
 
 #include "engine/OrvWebEvent.h"
-#include "platform/GuardedPointer.h"
-#include "platform/String.h"
-#include "platform/messages/Message.h"
+#include "platform/base/String.h"
+#include "platform/channel/Message.h"
+#include "platform/loop/GuardedPointer.h"
 #include "webview/RemoteHost.h"
 
 #include <atomic>

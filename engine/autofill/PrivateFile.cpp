@@ -1,7 +1,7 @@
 // A small file of the user alone that several processes share. Main thread.
 #include "engine/autofill/PrivateFile.h"
 
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 
 #include <fcntl.h>
 #include <glib.h>

@@ -2,8 +2,8 @@
 // a whole. Main thread.
 #pragma once
 
-#include "platform/String.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/String.h"
+#include "platform/base/UniqueFd.h"
 
 #include <sys/types.h>
 

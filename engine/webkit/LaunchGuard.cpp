@@ -9,7 +9,7 @@
 // has ended: the engine goes on, finds the connection to it closed, and treats it like every
 // process that has crashed. A proxy has always ended well: its process has no bus any more, and a
 // page needs none.
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 
 #include <dlfcn.h>
 #include <gio/gio.h>

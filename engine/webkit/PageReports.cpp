@@ -4,7 +4,7 @@
 #include "engine/OrvWebEvents.h"
 #include "engine/webkit/WebKitEngine.h"
 #include "engine/webkit/WebKitPage.h"
-#include "platform/ErrorReport.h"
+#include "platform/base/ErrorReport.h"
 
 #include <algorithm>
 #include <cmath>

@@ -3,7 +3,7 @@
 
 #include "engine/webkit/WebKitPage.h"
 #include "engine/webkit/network/LocalScheme.h"
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 
 #include <cerrno>
 #include <cstring>

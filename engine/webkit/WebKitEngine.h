@@ -10,7 +10,7 @@
 #include "engine/webkit/network/Downloads.h"
 #include "engine/webkit/network/Resources.h"
 #include "engine/webkit/network/SharedCookies.h"
-#include "platform/Folders.h"
+#include "platform/os/Folders.h"
 #include "platform/os/PageSandbox.h"
 
 #include <webkit2/webkit2.h>

@@ -9,7 +9,7 @@
 #include "engine/webkit/features/PageCapture.h"
 #include "engine/webkit/network/FailurePage.h"
 #include "engine/webkit/network/SiteDataStore.h"
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 
 #include <algorithm>

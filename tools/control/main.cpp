@@ -1,6 +1,6 @@
 // pagehost-ctl: raises notifications in a running program. Main thread.
-#include "platform/navigator/NavigatorJson.h"
-#include "platform/navigator/Notifications.h"
+#include "platform/desktop/NavigatorJson.h"
+#include "platform/desktop/Notifications.h"
 #include "tools/control/Client.h"
 #include "tools/control/Manual.h"
 

@@ -2,7 +2,7 @@
 // operation's signature. Plain values; see Message for who owns a message.
 #pragma once
 
-#include "platform/messages/IPCMessage.h"
+#include "platform/channel/IPCMessage.h"
 #include "webview/WebView.h"
 #include "webview/commands/Wire.h"
 

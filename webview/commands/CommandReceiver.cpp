@@ -1,7 +1,7 @@
 // The receiving side of the web view commands. UI thread.
 #include "webview/commands/CommandReceiver.h"
 
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/CommandMessages.h"
 

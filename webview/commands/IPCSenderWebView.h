@@ -2,8 +2,8 @@
 // sends the command's message. UI thread.
 #pragma once
 
-#include "platform/GuardedPointer.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/loop/GuardedPointer.h"
+#include "platform/loop/MessageClient.h"
 #include "webview/RemoteHost.h"
 #include "webview/commands/CommandMessages.h"
 

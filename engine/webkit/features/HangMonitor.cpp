@@ -2,7 +2,7 @@
 #include "engine/webkit/features/HangMonitor.h"
 
 #include "engine/webkit/WebKitPage.h"
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 
 #include <algorithm>
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "engine/Enumerations.h"
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 class WebKitPage;
 

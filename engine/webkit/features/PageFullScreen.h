@@ -2,7 +2,7 @@
 #pragma once
 
 #include "engine/Records.h"
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <webkit2/webkit2.h>
 

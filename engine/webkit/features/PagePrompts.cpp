@@ -6,7 +6,7 @@
 #include "engine/webkit/WebKitPage.h"
 #include "engine/webkit/base/EngineValues.h"
 #include "engine/webkit/base/ObjectPointer.h"
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 
 #include <algorithm>
 #include <utility>

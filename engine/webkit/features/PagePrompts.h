@@ -5,7 +5,7 @@
 #include "engine/Page.h"
 #include "engine/autofill/PasswordStore.h"
 #include "engine/webkit/base/ObjectPointer.h"
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <webkit2/webkit2.h>
 

@@ -3,7 +3,7 @@
 
 #include "engine/webkit/WebKitEngine.h"
 #include "engine/webkit/WebKitPage.h"
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 
 #include <algorithm>
 #include <cstring>

@@ -4,7 +4,7 @@
 #include "engine/OrvWebEvents.h"
 #include "engine/webkit/WebKitPage.h"
 #include "engine/webkit/features/PagePrompts.h"
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;

@@ -1,10 +1,10 @@
 // The engine's own inspector server, kept to ourselves. Main thread.
 #include "engine/webkit/inspector/EngineInspector.h"
 
-#include "platform/Folders.h"
-#include "platform/Log.h"
-#include "platform/RandomKey.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/Log.h"
+#include "platform/base/RandomKey.h"
+#include "platform/base/UniqueFd.h"
+#include "platform/os/Folders.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>

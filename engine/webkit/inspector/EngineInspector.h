@@ -6,7 +6,7 @@
 // process can connect to.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <cstdint>
 #include <functional>

@@ -5,7 +5,7 @@
 #include "engine/webkit/WebKitEngine.h"
 #include "engine/webkit/WebKitPage.h"
 #include "engine/webkit/inspector/TargetProtocol.h"
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 
 #include <libsoup/soup.h>
 

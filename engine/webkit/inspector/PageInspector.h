@@ -1,7 +1,7 @@
 // The engine's inspector of one page, for a front end somewhere else. Main thread.
 #pragma once
 
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <webkit2/webkit2.h>
 

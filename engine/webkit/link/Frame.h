@@ -7,7 +7,7 @@
 
 #include "engine/JavaScriptVariant.h"
 #include "engine/Records.h"
-#include "platform/SendQueue.h"
+#include "platform/channel/SendQueue.h"
 
 #include <cstdint>
 #include <optional>

@@ -2,9 +2,9 @@
 #include "engine/webkit/link/LinkListener.h"
 
 #include "engine/webkit/link/Frame.h"
-#include "platform/Folders.h"
-#include "platform/Log.h"
-#include "platform/RandomKey.h"
+#include "platform/base/Log.h"
+#include "platform/base/RandomKey.h"
+#include "platform/os/Folders.h"
 
 #include <glib-unix.h>
 #include <sys/socket.h>

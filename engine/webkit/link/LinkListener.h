@@ -4,7 +4,7 @@
 // becomes a link by showing a token that was issued for one web process; it counts once.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <glib.h>
 #include <sys/types.h>

@@ -1,8 +1,8 @@
 // The program's end of the page link.
 #include "engine/webkit/link/PageLink.h"
 
-#include "platform/ErrorReport.h"
-#include "platform/Log.h"
+#include "platform/base/ErrorReport.h"
+#include "platform/base/Log.h"
 
 #include <sys/eventfd.h>
 #include <sys/socket.h>

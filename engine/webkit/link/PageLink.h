@@ -8,8 +8,8 @@
 
 #include "engine/webkit/link/Frame.h"
 #include "engine/webkit/link/LinkSocket.h"
-#include "platform/UniqueFd.h"
-#include "platform/messages/MainThreadWait.h"
+#include "platform/base/UniqueFd.h"
+#include "platform/loop/MainThreadWait.h"
 
 #include <glib.h>
 #include <sys/types.h>

@@ -1,7 +1,7 @@
 // The page that stands in the place of one that could not be loaded. Any thread.
 #pragma once
 
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 // HTML; the parts are plain text, the hint may be empty.
 Tessel::Platform::String failurePage(const Tessel::Platform::String& url,

@@ -1,8 +1,8 @@
 // The local: scheme: the files of one folder as pages. Main thread.
 #include "engine/webkit/network/LocalScheme.h"
 
-#include "platform/Log.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/Log.h"
+#include "platform/base/UniqueFd.h"
 
 #include <fcntl.h>
 #include <gio/gio.h>

@@ -5,7 +5,7 @@
 // symbolic links are not followed.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <string>
 #include <string_view>

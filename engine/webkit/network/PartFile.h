@@ -2,7 +2,7 @@
 // thread.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <cstdint>
 #include <memory>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "engine/webkit/base/ObjectPointer.h"
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <libsoup/soup.h>
 #include <webkit2/webkit2.h>

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "engine/webkit/base/ObjectPointer.h"
-#include "platform/String.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/String.h"
+#include "platform/base/UniqueFd.h"
 
 #include <libsoup/soup.h>
 #include <webkit2/webkit2.h>

@@ -4,8 +4,8 @@
 #include "engine/OrvWebEvents.h"
 #include "engine/webkit/WebKitPage.h"
 #include "engine/webkit/network/ResourceFetch.h"
-#include "platform/Log.h"
-#include "platform/RandomKey.h"
+#include "platform/base/Log.h"
+#include "platform/base/RandomKey.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 // The module's end of the page link. Web process, main thread only.
 #include "engine/webkit/webprocess/HostLink.h"
 
-#include "platform/Peer.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
+#include "platform/os/Peer.h"
 
 #include <glib-unix.h>
 #include <sys/socket.h>

@@ -6,7 +6,7 @@
 // the user of all threads: that one is borrowed.
 #include "engine/webkit/webprocess/Lockdown.h"
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 #include "platform/os/Confinement.h"
 
 #include <fcntl.h>

@@ -1,7 +1,7 @@
 // The program's end of the page link, against a web process that the test plays. The test's thread
 // is the main thread.
 #include "engine/webkit/link/PageLink.h"
-#include "platform/ErrorReport.h"
+#include "platform/base/ErrorReport.h"
 #include "tests/engine/webkit/link/FrameSamples.h"
 #include "tests/engine/webkit/link/ScriptedPeer.h"
 

@@ -1,6 +1,6 @@
 // What a web process can do after it has given its rights up, in a process of its own.
 #include "engine/webkit/webprocess/Lockdown.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
