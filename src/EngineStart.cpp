@@ -1,8 +1,7 @@
 // What every process with web views needs from its surroundings. Main thread.
-#include "EngineStart.h"
+#include "src/EngineStart.h"
 
 #include "engine/webkit/WebKitEngine.h"
-#include "engine/webkit/inspector/EngineInspector.h"
 #include "platform/base/Log.h"
 #include "platform/os/Folders.h"
 #include "platform/os/Process.h"
