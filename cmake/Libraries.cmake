@@ -10,6 +10,16 @@ function(pagehost_library target)
   pagehost_links_alone(${target})
 endfunction()
 
+# pagehost_self_installing(<library> <sources>)
+# Sources that nobody calls by a name, because they install themselves before main() or are found by the
+# system: of a library's archive they would not be taken. Every program with the library has them.
+function(pagehost_self_installing library)
+  add_library(${library}_objects OBJECT ${ARGN})
+  target_link_libraries(${library}_objects PRIVATE pagehost_compiler
+    $<TARGET_PROPERTY:${library},LINK_LIBRARIES>)
+  target_sources(${library} INTERFACE $<TARGET_OBJECTS:${library}_objects>)
+endfunction()
+
 # A program that holds all of a library and what it depends on: it links if nothing is missing there.
 add_custom_target(layers)
 file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/layers/main.cpp CONTENT "int main() {}\n")

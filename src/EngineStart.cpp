@@ -2,6 +2,7 @@
 #include "src/EngineStart.h"
 
 #include "engine/webkit/WebKitEngine.h"
+#include "engine/webkit/inspector/EngineInspector.h"
 #include "platform/base/Log.h"
 #include "platform/os/Folders.h"
 #include "platform/os/Process.h"
