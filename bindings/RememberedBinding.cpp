@@ -1,9 +1,9 @@
 // The native functions "remembered.*". UI thread.
 #include "bindings/RememberedBinding.h"
 
-#include "bindings/Arguments.h"
 #include "engine/OrvWebEvents.h"
 #include "engine/autofill/PasswordStore.h"
+#include "registry/Arguments.h"
 
 namespace {
 

@@ -14,7 +14,12 @@ endif()
 set(PAGEHOST_SANITIZER "" CACHE STRING "address, thread or empty")
 
 add_library(pagehost_compiler INTERFACE)
-target_compile_options(pagehost_compiler INTERFACE -Wall -Wextra -Wconversion -Werror)
+target_include_directories(pagehost_compiler INTERFACE ${CMAKE_SOURCE_DIR})
+option(PAGEHOST_WARNINGS_ARE_ERRORS "For who works on the program; not for who installs it" OFF)
+target_compile_options(pagehost_compiler INTERFACE -Wall -Wextra -Wconversion)
+if(PAGEHOST_WARNINGS_ARE_ERRORS)
+  target_compile_options(pagehost_compiler INTERFACE -Werror)
+endif()
 if(PAGEHOST_SANITIZER STREQUAL "address")
   set(flags -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer
     # The engine finds functions of the C++ library in our program and calls them on its own objects,

@@ -102,6 +102,11 @@ void IPCSenderGroup::onGone(GoneHook hook) {
   goneHook() = std::move(hook);
 }
 
+void IPCSenderGroup::installFactory() {
+  WebViewManager::instance().setRemoteHostFactory(
+      [](unsigned int groupId) -> RemoteHost* { return new IPCSenderGroup(groupId); });
+}
+
 IPCSenderGroup::IPCSenderGroup(unsigned int groupId)
     : groupId_(groupId),
       delivery_(new EventDelivery([this](std::size_t count) { tellOfDropped(count); })),
@@ -179,7 +184,7 @@ void IPCSenderGroup::launch() {
   if (connectedHook()) connectedHook()(*this, childPid());
   tellCookiesTo(*this);
   if (const char* device = std::getenv(deviceVariable)) {
-    sendMessage(std::make_unique<SetEnvMessage>(deviceVariable, device));
+    setEnvironment(deviceVariable, device);
   }
 }
 
@@ -267,6 +272,14 @@ IPCSenderWebView* IPCSenderGroup::createRemoteWebView(unsigned int handle,
     return nullptr;
   }
   return webViews_.emplace_back(new IPCSenderWebView(this, handle));
+}
+
+void IPCSenderGroup::setEnvironment(const String& name, const String& value) const {
+  sendMessage(std::make_unique<SetEnvMessage>(name, value));
+}
+
+void IPCSenderGroup::setCapabilities(unsigned int handle, const String& text) const {
+  sendMessage(std::make_unique<SetCapabilitiesMessage>(handle, text));
 }
 
 void IPCSenderGroup::deleteRemoteWebView(IPCSenderWebView* webView) {

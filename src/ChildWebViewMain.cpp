@@ -1,7 +1,6 @@
 // A child process that holds web views. Main thread.
-#include "ChildWebViewMain.h"
+#include "src/ChildWebViewMain.h"
 
-#include "EngineStart.h"
 #include "ipc/CookieExchange.h"
 #include "ipc/IPCReceiverHandler.h"
 #include "ipc/ProcessMessages.h"
@@ -17,6 +16,7 @@
 #include "platform/os/PageSandbox.h"
 #include "platform/os/Process.h"
 #include "platform/os/Settings.h"
+#include "src/EngineStart.h"
 #include "webview/WebViewManager.h"
 #include "webview/events/EventMessages.h"
 

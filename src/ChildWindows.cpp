@@ -1,5 +1,5 @@
 // Shows the windows of child processes in the application window. UI thread.
-#include "ChildWindows.h"
+#include "src/ChildWindows.h"
 
 #include "ipc/IPCSenderGroup.h"
 #include "platform/base/Log.h"

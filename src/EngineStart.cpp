@@ -1,5 +1,5 @@
 // What every process with web views needs from its surroundings. Main thread.
-#include "EngineStart.h"
+#include "src/EngineStart.h"
 
 #include "engine/webkit/WebKitEngine.h"
 #include "engine/webkit/inspector/EngineInspector.h"

@@ -1,13 +1,6 @@
 // The application process, from the first setting to the exit status. Main thread.
-#include "PagehostMain.h"
+#include "src/PagehostMain.h"
 
-#include "ApplicationWindow.h"
-#include "ChildWebViewMain.h"
-#include "ChildWindows.h"
-#include "ChromeCapabilities.h"
-#include "EngineStart.h"
-#include "NavigatorServices.h"
-#include "ProgramOptions.h"
 #include "bindings/ApplicationBinding.h"
 #include "bindings/CapabilitiesBinding.h"
 #include "bindings/InvocationBinding.h"
@@ -17,6 +10,7 @@
 #include "engine/webkit/inspector/EngineInspector.h"
 #include "ipc/ChildLauncher.h"
 #include "ipc/CookieExchange.h"
+#include "ipc/IPCSenderGroup.h"
 #include "platform/base/Crash.h"
 #include "platform/base/ErrorReport.h"
 #include "platform/base/Log.h"
@@ -27,6 +21,13 @@
 #include "platform/loop/MessageClient.h"
 #include "platform/os/PageSandbox.h"
 #include "platform/os/Settings.h"
+#include "src/ApplicationWindow.h"
+#include "src/ChildWebViewMain.h"
+#include "src/ChildWindows.h"
+#include "src/ChromeCapabilities.h"
+#include "src/EngineStart.h"
+#include "src/NavigatorServices.h"
+#include "src/ProgramOptions.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
@@ -103,6 +104,7 @@ void pagehost_main(int argc, char** argv) {
 
   ApplicationWindow& window = ApplicationWindow::instance();
   showWindowsOfChildren(window);
+  IPCSenderGroup::installFactory();
   WebViewManager& manager = WebViewManager::instance();
   Tessel::Platform::setErrorListener(
       [](const String& text) { WebViewManager::instance().informChromeOfError(text); });

@@ -1,5 +1,5 @@
 // A connection to the control of a running program. Main thread.
-#include "Client.h"
+#include "tools/control/Client.h"
 
 #include "platform/control/ControlSocket.h"
 #include "platform/desktop/NavigatorJson.h"

@@ -1,5 +1,5 @@
 // What pagehost-ctl says about itself. Any thread: texts from the table.
-#include "Manual.h"
+#include "tools/control/Manual.h"
 
 #include "platform/desktop/Notifications.h"
 

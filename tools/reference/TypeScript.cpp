@@ -1,6 +1,6 @@
 // The reference for TypeScript, and for editors. Any thread: texts from texts.
-#include "Writers.h"
 #include "platform/base/String.h"
+#include "tools/reference/Writers.h"
 
 #include <type_traits>
 

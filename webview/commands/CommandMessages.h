@@ -91,6 +91,6 @@ struct NamedMessage<0, Operation> {
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
 #define COMMAND_AS(number, name, operation, ...) \
   using name##Message = commands::NamedMessage<number, &WebView::operation>::type;
-#include "webview/commands/Commands.def"
+#include "registry/Commands.def"
 #undef COMMAND_AS
 #undef COMMAND

@@ -1,5 +1,5 @@
 // Which origins may call which native functions. Any thread.
-#include "bindings/Capabilities.h"
+#include "registry/Capabilities.h"
 
 #include <rapidjson/document.h>
 #include <rapidjson/error/en.h>
@@ -14,14 +14,14 @@ namespace {
 
 constexpr std::string_view groups[] = {
 #define GROUP(name, meaning) #name,
-#include "bindings/FunctionGroups.def"
+#include "registry/FunctionGroups.def"
 #undef GROUP
 };
 
 constexpr std::pair<std::string_view, std::string_view> functions[] = {
 #define FUNCTION(name, group, ...) {name, #group},
 #define DOC(...)
-#include "bindings/NativeFunctions.def"
+#include "registry/NativeFunctions.def"
 #undef DOC
 #undef FUNCTION
 };
@@ -30,7 +30,7 @@ constexpr std::string_view commands[] = {
 #define DOC(...)
 #define COMMAND(number, name, ...) std::string_view("webview." #name),
 #define COMMAND_AS(number, name, operation, ...) COMMAND(number, name)
-#include "webview/commands/Commands.def"
+#include "registry/Commands.def"
 #undef COMMAND_AS
 #undef COMMAND
 #undef DOC

@@ -1,5 +1,5 @@
 // How the program talks to the chrome. Main thread or web-engine thread.
-#include "bindings/ChromeChannel.h"
+#include "registry/ChromeChannel.h"
 
 #include "platform/base/ErrorReport.h"
 #include "platform/base/Log.h"

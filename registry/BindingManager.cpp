@@ -1,9 +1,13 @@
 // The registry of native functions. UI thread only.
-#include "bindings/BindingManager.h"
+#include "registry/BindingManager.h"
 
-#include "webview/WebViewManager.h"
+#include "platform/base/Log.h"
+
+#include <algorithm>
 
 using Tessel::Platform::concat;
+using Tessel::Platform::logAlways;
+using Tessel::Platform::LogError;
 
 BindingManager& BindingManager::instance() {
   static auto* manager = new BindingManager;
@@ -24,11 +28,15 @@ void BindingManager::dispatch(OrvWebJavaScriptCallbackEvent* event) {
   const String name(event->args()[0]);
   const auto found = handlers_.find(name);
   if (found == handlers_.end()) {
-    WebViewManager::instance().informChromeOfError(
-        concat("Binding for native function: \"", name, "\" does not exist."));
+    report(concat("Binding for native function: \"", name, "\" does not exist."));
     return;
   }
   found->second(event);
+}
+
+void BindingManager::report(const String& error) const {
+  if (sink_) return sink_(error);
+  logAlways(LogError, "%s", error.utf8());
 }
 
 void BindingManager::listBindings(OrvWebJavaScriptCallbackEvent* event) const {
@@ -45,12 +53,12 @@ bool BindingManager::checkArgumentCount(int count, int required, const char* fun
   String text = concat("Native function: \"", function, "\" was called with: ", number(count),
                        " arguments when it requires: ", number(required));
   if (most != required) text = concat(text, " (", number(most), " with optional args)");
-  WebViewManager::instance().informChromeOfError(text);
+  instance().report(text);
   return true;
 }
 
 void BindingManager::reportArgumentError(int position, const char* text, const char* function) {
-  WebViewManager::instance().informChromeOfError(concat(
-      "Argument error when trying to call native function: \"", function, "\" with argument \"",
-      text ? text : "", "\" at position: ", String::fromSignedInteger(position)));
+  instance().report(concat("Argument error when trying to call native function: \"", function,
+                           "\" with argument \"", text ? text : "",
+                           "\" at position: ", String::fromSignedInteger(position)));
 }

@@ -1,5 +1,5 @@
 // Which commands, events and properties the suites have seen at work on the real engine.
-#include "tests/e2e/Coverage.h"
+#include "tests/support/Coverage.h"
 
 #include "tools/reference/Effect.h"
 
@@ -24,7 +24,7 @@ Names realCommands() {
 #define COMMAND_AS(number, command, ...) name = "webview." #command;
 #define DOC(effect, ...) \
   if (Effect::effect == Effect::Real) names.insert(name);
-#include "webview/commands/Commands.def"
+#include "registry/Commands.def"
 #undef COMMAND
 #undef COMMAND_AS
 #undef DOC

@@ -26,6 +26,9 @@ class BindingManager {
   // chrome's; an event without arguments is ignored.
   void dispatch(OrvWebJavaScriptCallbackEvent* event);
 
+  // Who tells the chrome of the errors below and of unknown names. Without one they are logged.
+  void setErrorSink(std::function<void(const String& error)> sink) { sink_ = std::move(sink); }
+
   // Answers with every name in byte order, each followed by a line break.
   void listBindings(OrvWebJavaScriptCallbackEvent* event) const;
 
@@ -39,5 +42,8 @@ class BindingManager {
  private:
   BindingManager();
 
+  void report(const String& error) const;
+
   std::map<String, BindingHandler, std::less<>> handlers_;
+  std::function<void(const String&)> sink_;
 };

@@ -4,8 +4,8 @@
 // signed numbers come as their complement.
 #pragma once
 
-#include "bindings/BindingManager.h"
 #include "platform/base/Geometry.h"
+#include "registry/BindingManager.h"
 
 #include <cstdlib>
 #include <limits>
