@@ -201,12 +201,16 @@ PagePrompts::~PagePrompts() {
   g_signal_handlers_disconnect_by_data(view_, this);
 }
 
-PagePrompts::Early PagePrompts::ask(PageContext& page, OrvWebEvent& event, unsigned int number,
-                                    PagePermission permission, const String& origin) {
+std::optional<PagePrompts::Early> PagePrompts::ask(PageContext& page, OrvWebEvent& event,
+                                                   unsigned int number, PagePermission permission,
+                                                   const String& origin) {
+  const auto life = page.viewLife();
   const auto asking = asking_;
   asking->insert_or_assign(number, Asking{permission, origin, std::nullopt});
   page.raise(event);
-  return asking->extract(number).mapped().answer;
+  Early early = asking->extract(number).mapped().answer;
+  if (life.expired()) return std::nullopt;
+  return std::make_optional<Early>(std::move(early));
 }
 
 void PagePrompts::hold(unsigned int number, std::unique_ptr<OpenPrompt> prompt, const Early& early,
@@ -253,10 +257,10 @@ gboolean PagePrompts::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog,
   }
   event.url = page->loadControl().shownAddress();
   event.waitHandle = nextPromptNumber();
-  const Early early = self->ask(*page, event, event.waitHandle());
-  if (!page->client()) return TRUE;
-  if (early) {
-    answerDialog(dialog, *early);
+  const auto early = self->ask(*page, event, event.waitHandle());
+  if (!early) return TRUE;
+  if (*early) {
+    answerDialog(dialog, **early);
   } else if (event.wait()) {
     self->hold(event.waitHandle(), std::make_unique<OpenDialog>(dialog, std::move(pause)),
                std::nullopt);
@@ -296,10 +300,10 @@ gboolean PagePrompts::onAuthenticate(WebKitWebView*, WebKitAuthenticationRequest
   event.url = concat(webkit_authentication_request_get_host(request), ":",
                      String::fromUnsignedInteger(webkit_authentication_request_get_port(request)));
   event.waitHandle = nextPromptNumber();
-  const Early early = self->ask(*page, event, event.waitHandle());
-  if (!page->client()) return TRUE;
+  const auto early = self->ask(*page, event, event.waitHandle());
+  if (!early) return TRUE;
   if (event.wait()) {
-    self->hold(event.waitHandle(), std::move(prompt), early);
+    self->hold(event.waitHandle(), std::move(prompt), *early);
   } else {
     prompt->answer(
         {!event.username().isEmpty(), event.result(), event.username(), event.password()});
@@ -377,7 +381,6 @@ void PagePrompts::accepted(PageContext& page, PagePrompts* prompts,
 
 void PagePrompts::offerToSave(const SavedLogin& login) {
   const auto page = page_.shared_from_this();
-  const auto life = page->viewLife();
   if (!page->wants(OrvWebEvent::DialogRequested) || isForgetful(view_) ||
       !page->client()->settings().isEnableCredentialAutofill) {
     return;
@@ -394,12 +397,12 @@ void PagePrompts::offerToSave(const SavedLogin& login) {
   event.url = login.place;
   event.username = login.username;
   event.waitHandle = nextPromptNumber();
-  const Early early = ask(*page, event, event.waitHandle());
-  if (!page->client() || life.expired()) return;
+  const auto early = ask(*page, event, event.waitHandle());
+  if (!early) return;
   if (event.wait()) {
     // One at a time: a page must not accumulate them.
     held_.erase(std::exchange(openSaving_, event.waitHandle()));
-    hold(event.waitHandle(), std::move(prompt), early);
+    hold(event.waitHandle(), std::move(prompt), *early);
   } else {
     // Nothing is saved without an explicit yes.
     prompt->answer({!event.result().isEmpty(), {}, event.username(), {}});
@@ -414,10 +417,10 @@ gboolean PagePrompts::onPermission(WebKitWebView*, WebKitPermissionRequest* requ
   auto prompt = std::make_unique<OpenPermission>(request);
   const auto ask = [&](OrvWebSendEvent& event, PagePermission permission) {
     if (!page->wants(event.type())) return;
-    const Early early = self->ask(*page, event, number, permission, origin);
+    const auto early = self->ask(*page, event, number, permission, origin);
     // Refused at once, or left for the chrome to decide in its own time.
-    if (page->client() && !event.isPreventDefault()) {
-      self->hold(number, std::move(prompt), early, permission, origin);
+    if (early && !event.isPreventDefault()) {
+      self->hold(number, std::move(prompt), *early, permission, origin);
     }
   };
   // A decision from before is used again. With the feature disabled, the current document may still
@@ -473,10 +476,10 @@ gboolean PagePrompts::onPermissionState(WebKitWebView*, WebKitPermissionStateQue
   OrvWebNotificationPermissionCheckEvent event;
   event.origin = originOf(page->loadControl().shownAddress());
   event.waitHandle = nextPromptNumber();
-  const Early early = self->ask(*page, event, event.waitHandle());
-  if (!page->client()) return TRUE;
+  const auto early = self->ask(*page, event, event.waitHandle());
+  if (!early) return TRUE;
   if (event.wait()) {
-    self->hold(event.waitHandle(), std::move(prompt), early);
+    self->hold(event.waitHandle(), std::move(prompt), *early);
   } else {
     prompt->answer({true, event.result(), {}, {}});
   }
@@ -495,10 +498,10 @@ gboolean PagePrompts::onChooseFile(WebKitWebView*, WebKitFileChooserRequest* req
   for (; accepted && *accepted; ++accepted) types.emplace_back(*accepted);
   event.acceptMIMETypes = types;
   event.waitHandle = nextPromptNumber();
-  const Early early = self->ask(*page, event, event.waitHandle());
-  if (!page->client()) return TRUE;
+  const auto early = self->ask(*page, event, event.waitHandle());
+  if (!early) return TRUE;
   if (event.wait()) {
-    self->hold(event.waitHandle(), std::move(prompt), early);
+    self->hold(event.waitHandle(), std::move(prompt), *early);
   } else {
     prompt->answer({true, event.fileChosen(), {}, {}});
   }

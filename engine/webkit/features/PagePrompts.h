@@ -77,9 +77,11 @@ class PagePrompts {
   };
   using Early = std::optional<PromptAnswer>;
   // Raises the event. A command of the chrome that answers the prompt can overtake the answer to
-  // the event, which leaves it open: such an early answer is returned. This may be gone afterwards.
-  Early ask(PageContext& page, OrvWebEvent& event, unsigned int number,
-            PagePermission permission = PagePermission::None, const String& origin = String());
+  // the event, which leaves it open: such an early answer is returned. Nothing when the view is
+  // gone afterwards, and this with it.
+  std::optional<Early> ask(PageContext& page, OrvWebEvent& event, unsigned int number,
+                           PagePermission permission = PagePermission::None,
+                           const String& origin = String());
   // Keeps a prompt open, unless it was answered early.
   void hold(unsigned int number, std::unique_ptr<OpenPrompt> prompt, const Early& early,
             PagePermission permission = PagePermission::None, const String& origin = String());
