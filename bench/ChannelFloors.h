@@ -2,7 +2,7 @@
 // makes itself known, and a call over another message bus cost with nothing around them.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <sys/types.h>
 

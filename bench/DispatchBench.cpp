@@ -1,8 +1,8 @@
 // The hot paths inside the program, beside their floors: finding and running a native function
 // beside a bare look-up in the same kind of map, and writing an event's body beside a bare JSON
 // writer with the same keys.
-#include "bindings/BindingManager.h"
 #include "engine/OrvWebEvents.h"
+#include "registry/BindingManager.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/CommandTable.h"
 #include "webview/events/EventForwarding.h"

@@ -1,10 +1,10 @@
 // What the launcher server saves: from the request to a loaded chrome, beside a cold start of the
 // same program and beside a small browser of the same engine; and the memory of ten applications.
 // As root, with a display.
-#include "LauncherRequest.h"
 #include "bench/Memory.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 #include "platform/os/DeviceClient.h"
+#include "src/LauncherRequest.h"
 #include "tests/support/Program.h"
 #include "tools/launch/LaunchOptions.h"
 

@@ -5,11 +5,11 @@
 // The files are in memory. Between two turns is a pause longer than that between two looks at a
 // file. Needs a display.
 #include "bench/PingPong.h"
-#include "bindings/BindingManager.h"
 #include "bindings/PPSBinding.h"
-#include "platform/UniqueFd.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/base/UniqueFd.h"
+#include "platform/loop/MessageClient.h"
 #include "platform/pps/PPSObject.h"
+#include "registry/BindingManager.h"
 #include "tests/support/RealEngine.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"

@@ -4,10 +4,10 @@
 //
 // Run it with a display. It prints one line per figure with the ratio to each floor.
 #include "bench/PingPong.h"
-#include "bindings/ChromeChannel.h"
 #include "engine/OrvWebEvents.h"
 #include "engine/webkit/link/Frame.h"
 #include "platform/graphics/Window.h"
+#include "registry/ChromeChannel.h"
 #include "tests/support/RealEngine.h"
 #include "webview/events/EventForwarding.h"
 

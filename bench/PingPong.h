@@ -2,7 +2,7 @@
 // forth over a SOCK_SEQPACKET pair with blocking calls, and do nothing else.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <sys/types.h>
 

@@ -2,11 +2,11 @@
 #include "bindings/ApplicationBinding.h"
 
 #include "bindings/NavigatorCall.h"
-#include "platform/Settings.h"
+#include "platform/desktop/FontInfo.h"
+#include "platform/desktop/LocaleHandler.h"
 #include "platform/graphics/Screen.h"
-#include "platform/navigator/FontInfo.h"
-#include "platform/navigator/LocaleHandler.h"
-#include "platform/navigator/RegisteredDomain.h"
+#include "platform/hosts/RegisteredDomain.h"
+#include "platform/os/Settings.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
@@ -174,7 +174,7 @@ ApplicationBinding::~ApplicationBinding() {
     if constexpr (ends) WebViewManager::instance().shutdown();                    \
     return Result();                                                              \
   }
-#include "platform/navigator/Notifications.def"
+#include "platform/desktop/Notifications.def"
 
 bool ApplicationBinding::onRotateCheck(const String&, const String&) {
   return true;

@@ -1,8 +1,8 @@
 // The application.* functions, and what surrounds the application told to the chrome. UI thread.
 #pragma once
 
-#include "platform/GuardedPointer.h"
-#include "platform/navigator/Listeners.h"
+#include "platform/desktop/Listeners.h"
+#include "platform/loop/GuardedPointer.h"
 
 class WebView;
 
@@ -27,7 +27,7 @@ class ApplicationBinding final : public Tessel::Platform::NavigatorListener,
   void onFontInfoChange(const String& family, float points) override;
 #define APPLICATION_NOTIFICATION(name, Result, parameters, arguments, text) \
   Result name parameters override;
-#include "platform/navigator/Notifications.def"
+#include "platform/desktop/Notifications.def"
 
  private:
   Tessel::Platform::GuardedPointer<WebView> root_;

@@ -1,8 +1,8 @@
 // The native function "webview.setCapabilities". UI thread.
 #include "bindings/CapabilitiesBinding.h"
 
-#include "bindings/Arguments.h"
-#include "bindings/Capabilities.h"
+#include "registry/Arguments.h"
+#include "registry/Capabilities.h"
 #include "webview/WebViewManager.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // The native functions "ccl.*". UI thread only.
 #include "bindings/CclBinding.h"
 
-#include "bindings/BindingManager.h"
+#include "registry/BindingManager.h"
 #include "webview/WebViewManager.h"
 
 #include <array>

@@ -56,4 +56,4 @@ InvocationBinding::~InvocationBinding() {
   Result InvocationBinding::name parameters {                              \
     navigator::tellChrome(root_, "invocation", #name, variants arguments); \
   }
-#include "platform/navigator/Notifications.def"
+#include "platform/desktop/Notifications.def"

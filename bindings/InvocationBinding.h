@@ -1,8 +1,8 @@
 // The invocation.* functions, and what other applications want told to the chrome. UI thread.
 #pragma once
 
-#include "platform/GuardedPointer.h"
-#include "platform/navigator/Listeners.h"
+#include "platform/desktop/Listeners.h"
+#include "platform/loop/GuardedPointer.h"
 
 class WebView;
 
@@ -19,7 +19,7 @@ class InvocationBinding final : public Tessel::Platform::NavigatorListener {
 
 #define INVOCATION_NOTIFICATION(name, Result, parameters, arguments, text) \
   Result name parameters override;
-#include "platform/navigator/Notifications.def"
+#include "platform/desktop/Notifications.def"
 
  private:
   Tessel::Platform::GuardedPointer<WebView> root_;

@@ -2,10 +2,10 @@
 // called for its notifications. UI thread.
 #pragma once
 
-#include "bindings/BindingManager.h"
 #include "engine/JavaScriptVariant.h"
-#include "platform/GuardedPointer.h"
-#include "platform/navigator/NavigatorHandler.h"
+#include "platform/desktop/NavigatorHandler.h"
+#include "platform/loop/GuardedPointer.h"
+#include "registry/BindingManager.h"
 
 #include <algorithm>
 #include <vector>

@@ -1,9 +1,9 @@
 // The native functions "pps.*". UI thread, but for the events, which come on the web-engine thread.
 #include "bindings/PPSBinding.h"
 
-#include "bindings/BindingManager.h"
 #include "bindings/PPSJson.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/loop/MessageClient.h"
+#include "registry/BindingManager.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 

@@ -4,7 +4,7 @@
 // open objects has a lock for both.
 #pragma once
 
-#include "platform/GuardedPointer.h"
+#include "platform/loop/GuardedPointer.h"
 #include "platform/pps/PPSObject.h"
 
 #include <map>

@@ -1,7 +1,7 @@
 // Between the chrome's JSON and the attributes of objects. Any thread.
 #include "bindings/PPSJson.h"
 
-#include "platform/JsonWriter.h"
+#include "platform/base/JsonWriter.h"
 
 #include <glib.h>
 #include <rapidjson/document.h>

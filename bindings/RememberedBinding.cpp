@@ -1,21 +1,21 @@
 // The native functions "remembered.*". UI thread.
 #include "bindings/RememberedBinding.h"
 
-#include "bindings/Arguments.h"
 #include "engine/OrvWebEvents.h"
-#include "engine/remembered/LoginStore.h"
+#include "engine/autofill/PasswordStore.h"
+#include "registry/Arguments.h"
 
 namespace {
 
 using Event = OrvWebJavaScriptCallbackEvent;
 
 void jsLogins(Event* event) {
-  event->setResult(jsonOf(FileLoginStore(rememberedFolder()).list()));
+  event->setResult(jsonOf(FilePasswordStore(autofillFolder()).list()));
 }
 
 void jsForgetLogin(Event* event) {
   if (arguments::wrongCount(*event, 3, "jsForgetLogin")) return;
-  FileLoginStore(rememberedFolder())
+  FilePasswordStore(autofillFolder())
       .forget(arguments::textAt(*event, 1), arguments::textAt(*event, 2));
 }
 

@@ -1,10 +1,10 @@
 // Groups of windows that follow a finger or the mouse. UI thread.
 #include "bindings/TouchTracking.h"
 
-#include "bindings/Arguments.h"
 #include "bindings/WindowAnimations.h"
 #include "platform/graphics/Screen.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/loop/MessageClient.h"
+#include "registry/Arguments.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 

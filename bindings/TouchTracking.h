@@ -2,9 +2,9 @@
 // axis, or fade with it, within limits. UI thread, but for what says otherwise.
 #pragma once
 
-#include "platform/GuardedPointer.h"
 #include "platform/graphics/ScreenEvents.h"
 #include "platform/graphics/Window.h"
+#include "platform/loop/GuardedPointer.h"
 
 #include <memory>
 #include <optional>

@@ -3,9 +3,9 @@
 // An animation is prepared by one call and started by another, so that several begin together.
 #include "bindings/WindowAnimations.h"
 
-#include "bindings/Arguments.h"
 #include "bindings/TouchTracking.h"
 #include "platform/graphics/WindowAnimation.h"
+#include "registry/Arguments.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "engine/JavaScriptVariant.h"
-#include "platform/String.h"
+#include "platform/base/String.h"
 #include "platform/graphics/Window.h"
 
 #include <vector>

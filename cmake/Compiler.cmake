@@ -15,12 +15,15 @@ option(PAGEHOST_FUZZ "Build the fuzzers of tests/fuzz, and nothing else by defau
 set(PAGEHOST_SANITIZER "" CACHE STRING "address, thread or empty")
 
 add_library(pagehost_compiler INTERFACE)
+target_include_directories(pagehost_compiler INTERFACE ${CMAKE_SOURCE_DIR})
+option(PAGEHOST_WARNINGS_ARE_ERRORS "For who works on the program; not for who installs it" OFF)
 if(PAGEHOST_FUZZ)
   # Warnings are for the compiler that the product is built with; the two do not agree about them.
   target_compile_options(pagehost_compiler INTERFACE -w -fsanitize=fuzzer-no-link
     -fsanitize-ignorelist=${CMAKE_CURRENT_LIST_DIR}/fuzz-ignored.txt)
 else()
-  target_compile_options(pagehost_compiler INTERFACE -Wall -Wextra -Wconversion -Werror)
+  target_compile_options(pagehost_compiler INTERFACE -Wall -Wextra -Wconversion
+    $<$<BOOL:${PAGEHOST_WARNINGS_ARE_ERRORS}>:-Werror>)
 endif()
 if(PAGEHOST_SANITIZER STREQUAL "address")
   set(flags -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer

@@ -1,4 +1,4 @@
-// What stands in a certificate, read with GnuTLS: the engine's own TLS library.
+// The fields of a certificate, read with GnuTLS: the engine's own TLS library.
 #include "engine/Certificates.h"
 
 #include <gnutls/gnutls.h>
@@ -30,7 +30,7 @@ Certificate parsed(const String& pem) {
   return certificate;
 }
 
-// Longer names than this are cut by nobody: they are left out.
+// Longer names are left out, not truncated.
 using Buffer = std::array<char, 4096>;
 
 String hexadecimal(const char* bytes, std::size_t size) {

@@ -3,7 +3,7 @@
 // that there is one jar for a person. Private web views are not part of it. Main thread.
 #pragma once
 
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <functional>
 

@@ -1,7 +1,7 @@
 // A JavaScript value as it crosses between native code and pages. Any thread: a plain value.
 #pragma once
 
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <variant>
 #include <vector>
@@ -18,7 +18,7 @@ class JavaScriptVariant {
   JavaScriptVariant(String value) : value_(std::move(value)) {}
   JavaScriptVariant(const char* value) : value_(String(value)) {}
   static JavaScriptVariant null() { return JavaScriptVariant(Value(NullValue())); }
-  // An object stands for itself only: its members do not cross.
+  // An object is passed without its members.
   static JavaScriptVariant object() { return JavaScriptVariant(Value(ObjectValue())); }
 
   // The numbers of Type are the indices of the alternatives.

@@ -2,7 +2,7 @@
 // the handler's call; what an answer sets is read when the handler has returned. UI thread.
 #pragma once
 
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <vector>
 
@@ -21,7 +21,7 @@ class OrvWebEvent {
   Type type() const {
     return type_;
   }
-  // Whether the one who raises it waits for an answer.
+  // Whether the caller that raises it waits for an answer.
   bool isSend() const {
     return send_;
   }
@@ -67,8 +67,8 @@ class OrvWebJavaScriptCallbackEvent final : public OrvWebSendEvent {
   const String& result() const { return result_; }
   // What the call returns to the page; empty unless set.
   void setResult(const String& result) { result_ = result; }
-  // Whose document calls: its origin, empty for a text without an address, and whether that is what
-  // the program itself has loaded. The engine's knowledge, not the caller's word.
+  // The origin of the calling document, empty for a text without an address, and whether the
+  // program itself has loaded it. As known to the engine, not as claimed by the caller.
   const String& callerOrigin() const { return callerOrigin_; }
   bool isOwnCaller() const { return isOwnCaller_; }
   void setCaller(const String& origin, bool isOwn) {

@@ -3,9 +3,9 @@
 
 #include "engine/Certificates.h"
 #include "engine/OrvWebEvents.h"
-#include "platform/ErrorReport.h"
-#include "platform/messages/MessageClient.h"
-#include "platform/messages/MethodDelegate.h"
+#include "platform/base/ErrorReport.h"
+#include "platform/loop/MessageClient.h"
+#include "platform/loop/MethodDelegate.h"
 
 #include <glib.h>
 
@@ -178,7 +178,7 @@ void OrvWebView::setViewport(const OrvWebRect& rect) {
     if (viewport_ == rect) return;
     viewport_ = rect;
   } else {
-    // One that covers its group stays so until it gets a rectangle.
+    // A web view that fills its group keeps doing so until it is given a rectangle.
     const auto& state = window_->state();
     if (state.fillsParent && rect == OrvWebRect()) return;
     const bool changes = state.fillsParent || state.rect != rect;
@@ -208,7 +208,7 @@ void OrvWebView::setZOrder(int zOrder) {
 }
 
 void OrvWebView::setActive(bool active) {
-  // The keyboard may have gone elsewhere meanwhile: asking again is no mistake.
+  // The focus may have moved elsewhere meanwhile, so a repeated request is valid.
   if (active && window_ && window_->surface()) window_->surface()->requestKeyboardFocus();
   if (active_ == active) return;
   active_ = active;
@@ -266,20 +266,20 @@ void OrvWebView::findString(const String& text, bool forward, bool caseSensitive
 void OrvWebView::dialogResponse(unsigned int number, bool accepted, const String& result,
                                 const String& username, const String& password) {
   if (auto page = this->page()) {
-    page->answerQuestion(number, {accepted, result, username, password});
+    page->answerPrompt(number, {accepted, result, username, password});
   }
 }
 
 void OrvWebView::chooseFileResponse(unsigned int number, const String& files) {
-  if (auto page = this->page()) page->answerQuestion(number, {!files.isEmpty(), files, {}, {}});
+  if (auto page = this->page()) page->answerPrompt(number, {!files.isEmpty(), files, {}, {}});
 }
 
 void OrvWebView::notificationPermissionCheckResponse(unsigned int number, const String& state) {
-  if (auto page = this->page()) page->answerQuestion(number, {true, state, {}, {}});
+  if (auto page = this->page()) page->answerPrompt(number, {true, state, {}, {}});
 }
 
 void OrvWebView::setAllowUserMedia(unsigned int number, const String& device) {
-  if (auto page = this->page()) page->answerQuestion(number, {!device.isEmpty(), device, {}, {}});
+  if (auto page = this->page()) page->answerPrompt(number, {!device.isEmpty(), device, {}, {}});
 }
 
 void OrvWebView::setAllowGeolocation(const String& origin, bool allowed) {
@@ -344,7 +344,7 @@ void OrvWebView::setAllWebEventsEnabled(bool enabled) {
 
 void OrvWebView::unlockProperties() {
   if (propertyLocks_ == 0 || --propertyLocks_ > 0) return;
-  // A handler may lock again, or delete this web view: then the rest waits or is nobody's.
+  // A handler may lock again, which keeps the rest queued, or delete this web view.
   const GuardedPointer<Later> self(later_.get());
   std::vector<Property> held = std::exchange(heldProperties_, {});
   for (const Property property : held) {
@@ -374,7 +374,7 @@ void OrvWebView::act(const char* action, std::vector<JavaScriptVariant> argument
 
 void OrvWebView::loadFile(const String& path, const String&) {
   gchar* url = g_filename_to_uri(path.utf8(), nullptr, nullptr);
-  // What is no path is an address that cannot be loaded: the page says so.
+  // Anything but a path is an address that cannot be loaded: the page shows the error.
   loadURL(url ? String(url) : path);
   g_free(url);
 }
@@ -463,7 +463,7 @@ void OrvWebView::clear(SiteData data) {
   if (auto page = this->page()) page->clear(data);
 }
 
-void OrvWebView::forget(Remembered what) {
+void OrvWebView::forget(AutofillData what) {
   if (auto page = this->page()) page->forget(what);
 }
 
@@ -525,7 +525,7 @@ bool OrvWebView::addKnownSSLCertificate(const String& host, const SSLCertificate
 }
 
 bool OrvWebView::addKnownSSLCertificates(const SSLCertificateMap& certificates) {
-  // All of them or none: half a list is no state that anybody asked for.
+  // All or nothing: a partial list would be a state that was never requested.
   SSLCertificateMap complete = certificates;
   for (auto& [host, record] : complete) {
     SSLCertificate details;

@@ -8,9 +8,9 @@
 #include "engine/Records.h"
 #include "engine/SecurityRecords.h"
 #include "engine/WebViewSettings.h"
-#include "platform/GuardedPointer.h"
-#include "platform/SendQueue.h"
+#include "platform/channel/SendQueue.h"
 #include "platform/graphics/Window.h"
+#include "platform/loop/GuardedPointer.h"
 
 #include <bitset>
 #include <map>
@@ -60,8 +60,8 @@ class OrvWebView : private PageClient {
   bool isAllPropertyChangedEventsEnabled() const { return properties_.all(); }
   bool isAnyPropertyChangedEventsEnabled() const { return properties_.any(); }
 
-  // Property changes are held back while it is locked more often than unlocked; each that was held
-  // comes once, in order, at the end.
+  // Property changes are queued while there are more locks than unlocks; each queued property is
+  // reported once, in order, at the last unlock.
   void lockProperties() { ++propertyLocks_; }
   void unlockProperties();
 
@@ -106,7 +106,7 @@ class OrvWebView : private PageClient {
   // The place of the web view in its window group, and how it is shown there.
   void setViewport(const OrvWebRect& rect);
   OrvWebRect viewport() const;
-  // Nothing is counted of the certificates that the engine loads.
+  // The engine's own certificates are not counted.
   OrvWebCertificateInfo certificateInfo() const {
     return {};
   }
@@ -133,10 +133,10 @@ class OrvWebView : private PageClient {
   void autofillTextField(const String& text);
   // Forgets what was typed into forms, and the log-ins, of all pages.
   void clearAutofillData() {
-    forget(Remembered::Texts);
+    forget(AutofillData::Texts);
   }
   void clearCredentials() {
-    forget(Remembered::Logins);
+    forget(AutofillData::Logins);
   }
   // What proxies are answered from now on.
   void syncProxyCredential(const String& username, const String& password);
@@ -148,7 +148,7 @@ class OrvWebView : private PageClient {
   void notificationError(const String& id) {
     notificationClosed(id);
   }
-  // Somebody else has moved it: only reports that. Where it is now, its window knows.
+  // Only reports a move that was made elsewhere; the window has the new position.
   void notifyViewportChanged(const OrvWebRect&);
   void setVisible(bool visible);
   bool isVisible() const {
@@ -158,7 +158,7 @@ class OrvWebView : private PageClient {
   int zOrder() const {
     return zOrder_;
   }
-  // Gives the page the keyboard of its window, or only remembers that it is to have it no more.
+  // Gives the page its window's keyboard focus, or only records that it shall not have it.
   void setActive(bool active);
   bool isActive() const {
     return active_;
@@ -187,7 +187,7 @@ class OrvWebView : private PageClient {
   // initialize and before the first load.
   void setDrivesApplication(const String& loadFailureHint);
 
-  // Of the document: in its own units, at once or as a movement.
+  // Scrolls the document: in its own units, at once or animated.
   void setScrollPosition(const OrvWebPoint& position) {
     act("scrollTo", {position.x, position.y});
   }
@@ -268,8 +268,8 @@ class OrvWebView : private PageClient {
   void getCookies(const String& url);
   void setCookies(const String& url, const std::vector<String>& cookies);
 
-  // Scripts of the page may read the other side: an origin, and perhaps what is below its domain.
-  // Who reads does not matter to this engine.
+  // Scripts of the page may read that target origin, optionally with its subdomains. The source
+  // origin is not used by this engine.
   void addOriginAccessWhitelistEntry(const String& source, const String& destination,
                                      bool subdomains);
   void removeOriginAccessWhitelistEntry(const String& source, const String& destination,
@@ -290,7 +290,7 @@ class OrvWebView : private PageClient {
   void continueSSLHandshaking(unsigned int connection, OrvWebSSLCertificateAction action);
   // The certificate in words.
   std::vector<String> getSSLCertificateDetails(const SSLCertificateInfo& certificate) const;
-  // Nothing is kept of the above that had to be freed.
+  // The above hold no resources that would have to be freed.
   void cleanupSSLCertificateDetails(const std::vector<String>&) {}
 
   // What an origin may do is remembered, and told by UpdateGeolocationFilter.
@@ -314,7 +314,7 @@ class OrvWebView : private PageClient {
   void findString(const String& text, bool forward, bool caseSensitive, bool wrap,
                   bool highlightAll);
 
-  // Answers to questions that an event was told to leave open (setWait), by the number that the
+  // Answers to prompts that an event was told to leave open (setWait), by the number that the
   // event carried. Numbers that are not open any more are ignored.
   void dialogResponse(unsigned int number, bool accepted, const String& result,
                       const String& username, const String& password);
@@ -322,7 +322,7 @@ class OrvWebView : private PageClient {
   void chooseFileResponse(unsigned int number, const String& files);
   // "granted", "denied" or, for anything else, to be asked.
   void notificationPermissionCheckResponse(unsigned int number, const String& state);
-  // Any text names a device and grants; none refuses.
+  // A device name grants the request; the empty text refuses it.
   void setAllowUserMedia(unsigned int number, const String& device);
   void setAllowGeolocation(const String& origin, bool allowed);
   void setAllowNotification(const String& origin, bool allowed);
@@ -387,10 +387,10 @@ class OrvWebView : private PageClient {
   void raiseLater(Type type);
   void act(const char* action, std::vector<JavaScriptVariant> arguments = {});
   void clear(SiteData data);
-  void forget(Remembered what);
+  void forget(AutofillData what);
   void scaleTo(double scale, const OrvWebPoint& scrollPosition);
   void settingStored(WebViewSetting setting);
-  // False, and the chrome is told, for a value that cannot be in force: the old one stays.
+  // False for an invalid value, which is reported to the chrome: the old one stays.
   template <typename Value>
   bool accepts(WebViewSetting, const Value&) {
     return true;
@@ -401,7 +401,7 @@ class OrvWebView : private PageClient {
   void stepDownload(unsigned int id, DownloadStep step);
   OrvWebView* popupView() override;
   std::shared_ptr<Page> pageOf(OrvWebView* view) override;
-  // Empty before initialize. A copy, so that the page lives through whatever it is asked.
+  // Null before initialize. A copy, so that the page outlives the operation called on it.
   std::shared_ptr<Page> page() const {
     return page_;
   }
@@ -432,7 +432,7 @@ class OrvWebView : private PageClient {
   SSLCertificateMap knownCertificates_;
   // Decisions that were made about origins.
   std::map<std::pair<PagePermission, String>, bool> decisions_;
-  std::set<std::pair<String, bool>> allowedOrigins_;  // with what is below their domains, or not
+  std::set<std::pair<String, bool>> allowedOrigins_;  // with or without their subdomains
   int propertyLocks_ = 0;
   std::vector<Property> heldProperties_;
   std::unique_ptr<Later> later_;

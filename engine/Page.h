@@ -17,11 +17,11 @@
 class OrvWebView;
 class Page;
 
-// A permission that a page may ask its user for.
+// A permission that a page may ask the user for.
 enum class PagePermission { None, Geolocation, UserMedia, Notification };
 
-// What is answered to a question of a page that was left open.
-struct QuestionAnswer {
+// The answer to a prompt of a page that was left open.
+struct PromptAnswer {
   bool accepted = false;
   Tessel::Platform::String text;
   Tessel::Platform::String username;
@@ -39,11 +39,11 @@ struct FindOptions {
 // What becomes of a download.
 enum class DownloadStep { Cancel, Pause, Resume, Retry, Remove };
 
-// What pages leave behind on the machine.
+// The data that pages store on the machine.
 enum class SiteData { Everything, Caches, MemoryCache, Cookies, Databases, LocalStorage };
 
-// What is remembered of forms and log-ins.
-enum class Remembered { Texts, Logins };
+// What is kept for filling in forms and log-ins.
+enum class AutofillData { Texts, Logins };
 
 // What becomes of a notification that a page shows.
 enum class NotificationStep { Clicked, Closed };
@@ -63,10 +63,10 @@ class PageClient {
   virtual ~PageClient() = default;
 
   virtual const WebViewSettings& settings() const = 0;
-  // Whether an event is enabled at all: tells an engine what it need not find out.
+  // Whether an event is enabled: an engine need not compute what is disabled.
   virtual bool wants(OrvWebEvent::Type type) const = 0;
-  // Does nothing when the event is not enabled; otherwise returns when it was handled. The web
-  // view may be gone afterwards, and the page with it: hold a reference to yourself.
+  // Does nothing when the event is not enabled; otherwise returns when it was handled. The handler
+  // may delete the web view, and the page with it: the caller must hold a reference to the page.
   virtual void raise(OrvWebEvent& event) = 0;
   virtual void raisePropertyChanged(OrvWebPropertyChangedEvent::Property property) = 0;
   // The web view that was prepared for the next window the page opens; null, and null again
@@ -74,7 +74,7 @@ class PageClient {
   virtual OrvWebView* popupView() = 0;
   // The page of a web view; null for none.
   virtual std::shared_ptr<Page> pageOf(OrvWebView* view) = 0;
-  // The page does not go there: only the program itself may load that, and it has not.
+  // A navigation of the page was refused: only the program itself may load that address.
   virtual void navigationRefused(const Tessel::Platform::String& url) = 0;
   // The page has agreed to be closed, as tryClose asked.
   virtual void closeAllowed() = 0;
@@ -128,14 +128,14 @@ class Page {
   // Asks the page's document whether it may go; closeAllowed follows if it may.
   virtual void tryClose() = 0;
 
-  // Whether requests can say that of the program; the empty text brings the engine's own back.
+  // Whether that is a valid user agent; the empty text restores the engine's own.
   virtual bool takesUserAgent(const String& text) const {
     static_cast<void>(text);
     return true;
   }
-  // A setting has another value now; the client has it.
+  // A setting has changed; its value is in the client's settings.
   virtual void settingChanged(WebViewSetting setting) = 0;
-  // Other events are enabled now; the client knows which.
+  // The set of enabled events has changed; see PageClient::wants.
   virtual void wantedEventsChanged() = 0;
   // Addresses, as patterns, that scripts may read across origins.
   virtual void setAllowedOrigins(const std::vector<String>& patterns) = 0;
@@ -157,7 +157,7 @@ class Page {
   // Runs a script in the page's own world or one beside it; JavaScriptResult brings the value
   // under the given id.
   virtual void runScript(const String& script, bool isolated, const String& resultId) = 0;
-  // Has the engine's own script do something in the document: one of the actions of probe.js.
+  // Has the engine's own script do something in the document: one of the actions of content.js.
   virtual void act(const char* action, std::vector<JavaScriptVariant> arguments) = 0;
   void act(const char* action) { act(action, {}); }
   // The factor by which the document is laid out larger.
@@ -166,12 +166,12 @@ class Page {
   // scaled by a factor and to fit into a size (unless that is empty).
   virtual void capture(double scale, const OrvWebRect& part, const OrvWebSize& size) = 0;
   virtual void clear(SiteData data) = 0;
-  // Goes on with the resource of that stream; nothing happens when it is none of this engine's, or
-  // over.
+  // Continues the resource of that stream; ignored when this engine has no such stream, or it has
+  // ended.
   virtual void stepResource(unsigned int stream, const ResourceStep& step) = 0;
   // CookieResult brings the cookies that an address would be sent.
   virtual void requestCookies(const String& url) = 0;
-  // In the form of the header Set-Cookie. What is no cookie is left out.
+  // In the form of the header Set-Cookie. Malformed cookies are ignored.
   virtual void addCookies(const String& url, const std::vector<String>& cookies) = 0;
   // Goes on with a connection that SSLHandshakingFailed told of, or leaves it.
   virtual void continueHandshake(unsigned int number, bool trust) = 0;
@@ -181,8 +181,8 @@ class Page {
   // Puts a text into the field that FormAutofillRequestEvent was about.
   virtual void fillField(const String& text) = 0;
   // Forgets it for all pages.
-  virtual void forget(Remembered what) = 0;
-  // What proxies are answered that want a log-in; no name for nothing.
+  virtual void forget(AutofillData what) = 0;
+  // The credentials for proxies that ask for them; without a username there are none.
   virtual void keepProxyLogin(const String& username, const String& password) = 0;
   // Does what an item of the context menu that was last asked for says.
   virtual void runMenuItem(OrvWebContextMenuItem item) = 0;
@@ -192,8 +192,8 @@ class Page {
   virtual void inspectorMessage(const String& message, bool connected) = 0;
   // Looks for a text from where the last one was found; FindString tells. An empty text ends it.
   virtual void findString(const String& text, const FindOptions& options) = 0;
-  // Answers a question that an event was told to leave open, by its number.
-  virtual void answerQuestion(unsigned int number, const QuestionAnswer& answer) = 0;
+  // Answers a prompt that an event was told to leave open, by its number.
+  virtual void answerPrompt(unsigned int number, const PromptAnswer& answer) = 0;
   // Answers what is open of an origin for a permission.
   virtual void answerOrigin(PagePermission permission, const String& origin, bool granted) = 0;
   // Ends the wait of a page that opens a window: in that web view, or nowhere.

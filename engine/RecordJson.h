@@ -6,7 +6,7 @@
 //   };
 #pragma once
 
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>

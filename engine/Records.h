@@ -2,8 +2,8 @@
 #pragma once
 
 #include "engine/ValueField.h"
-#include "platform/Geometry.h"
-#include "platform/String.h"
+#include "platform/base/Geometry.h"
+#include "platform/base/String.h"
 
 #include <cstdint>
 #include <vector>

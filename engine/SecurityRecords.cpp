@@ -52,7 +52,7 @@ bool certificatesFromText(const String& text, SSLCertificateMap& certificates) {
   if (!record_json::parse(text, document)) return false;
   for (const auto& member : document.GetObject()) {
     const String name(std::string_view(member.name.GetString(), member.name.GetStringLength()));
-    // What is no record stays an empty one, and whoever takes certificates refuses it.
+    // A malformed record stays empty, and is refused where certificates are added.
     SSLCertificateInfo record;
     record_json::read(member.value, record);
     certificates[name] = std::move(record);

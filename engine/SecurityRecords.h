@@ -2,7 +2,7 @@
 // values. Each record has a text form, a JSON object with a member for each of its fields.
 #pragma once
 
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <map>
 #include <vector>

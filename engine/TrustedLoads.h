@@ -1,8 +1,8 @@
 // Which documents of a page the program itself has loaded: the right to native functions is theirs.
-// Plain bookkeeping of what an engine tells, without an engine. Main thread.
+// Plain bookkeeping of an engine's load events; needs no engine. Main thread.
 #pragma once
 
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <optional>
 #include <string_view>
@@ -38,26 +38,26 @@ class TrustedLoads {
  public:
   using String = Tessel::Platform::String;
 
-  // Documents of these origins are never strangers, however they come.
+  // Documents of these origins are always trusted, however they are loaded.
   void setFurtherOrigins(std::vector<Origin> origins) { further_ = std::move(origins); }
 
   // The program loads that address next, or a text under it ("about:blank" for one without).
   void expect(const String& url, bool isText = false);
-  // It does not after all.
+  // Cancels expect().
   void expectNothing() { expected_.reset(); }
-  // A load that is like the last one, and the program's if that was.
+  // Repeats the last load; it is the program's if that was.
   void expectAgain(const String& url);
-  // It shows something of its own in the place of that address, which has failed.
+  // The program shows a document of its own in place of that address, which has failed.
   void substitute(const String& url);
 
-  // What the engine does, in its order. A load begins ...
+  // The engine's load events, in order. A load begins ...
   void started();
-  // ... asks for its document; false when it leads to a stranger ...
+  // ... requests its document; false when that one is not trusted ...
   bool requested(const String& url);
-  // ... has the answer, perhaps of another address; false likewise ...
+  // ... receives the response, perhaps redirected; false likewise ...
   bool answered(const String& url);
-  // ... and its document is there, or it has come to nothing. The engine's word for where counts
-  // for a document that nothing was asked for.
+  // ... and its document is committed, or the load has failed. The engine's address counts for a
+  // document that was never requested.
   void committed(const String& shown);
   void ended();
 
@@ -65,10 +65,10 @@ class TrustedLoads {
   std::optional<String> destination() const { return expected_ || !loading_ ? expected_ : at_; }
   // The document that is shown may call native functions.
   bool isTrusted() const { return trusted_; }
-  // So may the one that takes its place as soon as the engine comes to it; nothing when none does.
+  // Whether the document that is about to replace it is trusted; nothing when there is none.
   std::optional<bool> isTrustedNext() const { return comes_; }
-  // Whether it is somebody else than the one that is shown: of a call in between nobody knows whose
-  // it is.
+  // Whether trust differs between the shown document and the next one: the caller of a native call
+  // in between is ambiguous.
   bool changesCaller() const;
   // Whether a document of that address may be one of the above.
   bool admits(const String& url) const;

@@ -6,7 +6,7 @@
 #include "engine/OrvWebEvent.h"
 #include "engine/Records.h"
 #include "engine/SecurityRecords.h"
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 struct WebViewSettings {
 #define SETTING(type, getter, setter, start, property) type getter = start;

@@ -1,10 +1,10 @@
 // The process that forks child web view processes.
 #include "ipc/ChildLauncher.h"
 
-#include "platform/Folders.h"
-#include "platform/Fork.h"
-#include "platform/Log.h"
-#include "platform/Process.h"
+#include "platform/base/Log.h"
+#include "platform/os/Folders.h"
+#include "platform/os/Fork.h"
+#include "platform/os/Process.h"
 
 #include <fcntl.h>
 #include <sys/wait.h>

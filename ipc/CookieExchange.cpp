@@ -5,8 +5,8 @@
 #include "ipc/IPCSenderGroup.h"
 #include "ipc/IPCSenderHandler.h"
 #include "ipc/ProcessMessages.h"
-#include "platform/Log.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/base/Log.h"
+#include "platform/loop/MessageClient.h"
 
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;

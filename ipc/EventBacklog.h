@@ -4,7 +4,7 @@
 // One thread, which passes the time in.
 #pragma once
 
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <chrono>
 #include <cstddef>

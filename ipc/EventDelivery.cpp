@@ -1,8 +1,8 @@
 // The pace at which the chrome is told of a child's events.
 #include "ipc/EventDelivery.h"
 
-#include "platform/messages/MessageClient.h"
-#include "platform/messages/MethodDelegate.h"
+#include "platform/loop/MessageClient.h"
+#include "platform/loop/MethodDelegate.h"
 #include "webview/WebViewManager.h"
 #include "webview/events/EventMessages.h"
 #include "webview/events/Names.h"

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "ipc/EventBacklog.h"
-#include "platform/GuardedPointer.h"
+#include "platform/loop/GuardedPointer.h"
 
 #include <cstddef>
 #include <functional>

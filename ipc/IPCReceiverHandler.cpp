@@ -4,10 +4,10 @@
 #include "ipc/CookieExchange.h"
 #include "ipc/IPCReceiverWebView.h"
 #include "ipc/ProcessMessages.h"
-#include "platform/Folders.h"
-#include "platform/Log.h"
-#include "platform/Process.h"
+#include "platform/base/Log.h"
 #include "platform/graphics/Window.h"
+#include "platform/os/Folders.h"
+#include "platform/os/Process.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/CommandReceiver.h"
 

@@ -2,7 +2,7 @@
 // and the process ends. UI thread.
 #pragma once
 
-#include "platform/messages/MessageClient.h"
+#include "platform/loop/MessageClient.h"
 
 class CreateWebViewMessage;
 class DeleteWebViewMessage;

@@ -1,7 +1,7 @@
 // A web view of a child process. UI thread.
 #include "ipc/IPCReceiverWebView.h"
 
-#include "platform/messages/MessageClient.h"
+#include "platform/loop/MessageClient.h"
 #include "webview/events/EventMessages.h"
 
 using Tessel::Platform::GuardedPin;

@@ -7,12 +7,12 @@
 #include "ipc/EventDelivery.h"
 #include "ipc/IPCSenderHandler.h"
 #include "ipc/ProcessMessages.h"
-#include "platform/Log.h"
-#include "platform/RandomKey.h"
-#include "platform/messages/Connections.h"
-#include "platform/messages/MainThreadWait.h"
-#include "platform/messages/MessageClient.h"
-#include "platform/messages/MethodDelegate.h"
+#include "platform/base/Log.h"
+#include "platform/base/RandomKey.h"
+#include "platform/loop/Connections.h"
+#include "platform/loop/MainThreadWait.h"
+#include "platform/loop/MessageClient.h"
+#include "platform/loop/MethodDelegate.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/IPCSenderWebView.h"
@@ -102,6 +102,11 @@ void IPCSenderGroup::onGone(GoneHook hook) {
   goneHook() = std::move(hook);
 }
 
+void IPCSenderGroup::installFactory() {
+  WebViewManager::instance().setRemoteHostFactory(
+      [](unsigned int groupId) -> RemoteHost* { return new IPCSenderGroup(groupId); });
+}
+
 IPCSenderGroup::IPCSenderGroup(unsigned int groupId)
     : groupId_(groupId),
       delivery_(new EventDelivery([this](std::size_t count) { tellOfDropped(count); })),
@@ -179,7 +184,7 @@ void IPCSenderGroup::launch() {
   if (connectedHook()) connectedHook()(*this, childPid());
   tellCookiesTo(*this);
   if (const char* device = std::getenv(deviceVariable)) {
-    sendMessage(std::make_unique<SetEnvMessage>(deviceVariable, device));
+    setEnvironment(deviceVariable, device);
   }
 }
 
@@ -267,6 +272,14 @@ IPCSenderWebView* IPCSenderGroup::createRemoteWebView(unsigned int handle,
     return nullptr;
   }
   return webViews_.emplace_back(new IPCSenderWebView(this, handle));
+}
+
+void IPCSenderGroup::setEnvironment(const String& name, const String& value) const {
+  sendMessage(std::make_unique<SetEnvMessage>(name, value));
+}
+
+void IPCSenderGroup::setCapabilities(unsigned int handle, const String& text) const {
+  sendMessage(std::make_unique<SetCapabilitiesMessage>(handle, text));
 }
 
 void IPCSenderGroup::deleteRemoteWebView(IPCSenderWebView* webView) {

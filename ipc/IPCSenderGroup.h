@@ -4,10 +4,9 @@
 // UI thread, but for the handshake, which comes on the acceptor's.
 #pragma once
 
-#include "platform/GuardedPointer.h"
-#include "platform/String.h"
-#include "platform/UniqueFd.h"
-#include "platform/messages/Message.h"
+#include "platform/base/UniqueFd.h"
+#include "platform/channel/Message.h"
+#include "webview/RemoteHost.h"
 
 #include <atomic>
 #include <chrono>
@@ -22,14 +21,14 @@
 class EventDelivery;
 class HandleOrvWebPostEventMessage;
 class HandshakeMessage;
-class IPCSenderWebView;
 
-class IPCSenderGroup : public Tessel::Platform::GuardedPointerBase {
+class IPCSenderGroup : public RemoteHost {
  public:
-  using String = Tessel::Platform::String;
-
   // How long a launch waits for its child. Tests wait less.
   static inline std::chrono::milliseconds handshakeLimit{3000};
+
+  // Has the manager of web views start its children so. Main thread, once.
+  static void installFactory();
 
   // Launches the child: waits until it has proved itself, at most for the limit. isConnected()
   // tells whether it has; if not, the chrome has been told why. The id is never 0.
@@ -39,33 +38,28 @@ class IPCSenderGroup : public Tessel::Platform::GuardedPointerBase {
   ~IPCSenderGroup() override;
 
   unsigned int groupId() const { return groupId_; }
-  // False before the child is there, once it is gone, and after every error. Any thread.
-  bool isConnected() const { return connected_; }
+  bool isConnected() const override { return connected_; }
   // While its child is being launched. Any thread.
   bool isAwaitingHandshake() const;
-  int connectionId() const { return connectionId_; }
-  int childPid() const;
+  int connectionId() const override { return connectionId_; }
+  int childPid() const override;
   // The text of the last one; "" for none. Any thread.
   String lastError() const;
-  // The web views that live in the child, in the order of their creation.
-  const std::vector<IPCSenderWebView*>& webViews() const { return webViews_; }
+  const std::vector<IPCSenderWebView*>& webViews() const override { return webViews_; }
   // True from the start of a creation on, and for ever. Any thread.
   bool hasHosted(unsigned int handle) const;
-  // A creation is under way; the group must not be dropped although it may have no web view.
-  bool isCreating() const { return creating_ > 0; }
+  bool isCreating() const override { return creating_ > 0; }
 
-  // Null when the child cannot be reached, or, with an error, when it could not make the web view.
-  // The manager owns the result.
   IPCSenderWebView* createRemoteWebView(unsigned int handle, const String& windowGroup,
-                                        int rotation);
-  // Called by the proxy's destructor.
-  void deleteRemoteWebView(IPCSenderWebView* webView);
+                                        int rotation) override;
+  void deleteRemoteWebView(IPCSenderWebView* webView) override;
+  void setEnvironment(const String& name, const String& value) const override;
+  void setCapabilities(unsigned int handle, const String& text) const override;
   // Sends a message, whatever the group's state.
   void sendMessage(std::unique_ptr<Tessel::Platform::Message> message) const;
   // Ends the child, if it can be reached.
   void shutDown();
-  // Nothing is sent from now on. A text is told to the chrome and logged; "" is not. Any thread.
-  void setError(const String& error);
+  void setError(const String& error) override;
 
   // The chrome is told of it at once, or, where the child has posted more than is good for the
   // chrome, in its turn or never.

@@ -4,7 +4,7 @@
 #include "ipc/CookieExchange.h"
 #include "ipc/IPCSenderGroup.h"
 #include "ipc/ProcessMessages.h"
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 #include "webview/WebViewManager.h"
 #include "webview/events/EventMessages.h"
 

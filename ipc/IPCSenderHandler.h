@@ -3,8 +3,8 @@
 // acceptor's.
 #pragma once
 
-#include "platform/GuardedPointer.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/loop/GuardedPointer.h"
+#include "platform/loop/MessageClient.h"
 
 #include <functional>
 #include <map>

@@ -52,7 +52,7 @@ constexpr auto commandMessages = [] {
   Installation{(number) != 0 ? (number) : unusedNumber, \
                made<RecordSerializer<commands::ShapeOf<&WebView::operation>::Record>>},
   constexpr Installation byName[] = {
-#include "webview/commands/Commands.def"
+#include "registry/Commands.def"
   };
 #undef COMMAND_AS
 #undef COMMAND

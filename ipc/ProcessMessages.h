@@ -4,7 +4,7 @@
 // The constructors from a type number are the serialisers'.
 #pragma once
 
-#include "platform/messages/IPCMessage.h"
+#include "platform/channel/IPCMessage.h"
 
 #include <cstdint>
 

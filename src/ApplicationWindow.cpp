@@ -1,11 +1,11 @@
 // The one top-level window of the application. UI thread.
-#include "ApplicationWindow.h"
+#include "src/ApplicationWindow.h"
 
-#include "bindings/BindingManager.h"
-#include "platform/Log.h"
-#include "platform/Settings.h"
+#include "platform/base/Log.h"
 #include "platform/graphics/DisplayLimits.h"
 #include "platform/graphics/Screen.h"
+#include "platform/os/Settings.h"
+#include "registry/BindingManager.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 

@@ -1,8 +1,8 @@
 // The one top-level window of the application, in whose group all its web views live. UI thread.
 #pragma once
 
+#include "platform/desktop/WindowService.h"
 #include "platform/graphics/Window.h"
-#include "platform/navigator/WindowService.h"
 
 #include <map>
 #include <string>

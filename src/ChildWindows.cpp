@@ -1,10 +1,10 @@
 // Shows the windows of child processes in the application window. UI thread.
-#include "ChildWindows.h"
+#include "src/ChildWindows.h"
 
 #include "ipc/IPCSenderGroup.h"
-#include "platform/Log.h"
+#include "platform/base/Log.h"
+#include "platform/channel/Channels.h"
 #include "platform/graphics/remote/RemoteWindows.h"
-#include "platform/messages/Channels.h"
 
 #include <sys/socket.h>
 

@@ -1,10 +1,10 @@
 // What origins may call besides the chrome, as a file beside it says. Main thread, at start.
-#include "ChromeCapabilities.h"
+#include "src/ChromeCapabilities.h"
 
-#include "EngineStart.h"
-#include "engine/webkit/LocalScheme.h"
-#include "platform/Log.h"
-#include "platform/UniqueFd.h"
+#include "engine/webkit/network/LocalScheme.h"
+#include "platform/base/Log.h"
+#include "platform/base/UniqueFd.h"
+#include "src/EngineStart.h"
 
 #include <fcntl.h>
 #include <glib.h>

@@ -1,11 +1,12 @@
 // What every process with web views needs from its surroundings. Main thread.
-#include "EngineStart.h"
+#include "src/EngineStart.h"
 
 #include "engine/webkit/WebKitEngine.h"
-#include "platform/Folders.h"
-#include "platform/Log.h"
-#include "platform/Process.h"
-#include "platform/Settings.h"
+#include "engine/webkit/inspector/EngineInspector.h"
+#include "platform/base/Log.h"
+#include "platform/os/Folders.h"
+#include "platform/os/Process.h"
+#include "platform/os/Settings.h"
 
 #include <glib.h>
 #include <sys/stat.h>

@@ -2,7 +2,7 @@
 // thread.
 #pragma once
 
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <string>
 

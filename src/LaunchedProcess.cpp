@@ -1,13 +1,13 @@
 // From a forked child of the launcher server to an application.
-#include "LaunchedProcess.h"
+#include "src/LaunchedProcess.h"
 
-#include "LauncherRequest.h"
-#include "StreamRedirection.h"
-#include "platform/Log.h"
-#include "platform/Process.h"
+#include "platform/base/Log.h"
 #include "platform/os/LogDevices.h"
+#include "platform/os/Process.h"
 #include "platform/os/ProcessAbilities.h"
 #include "platform/os/Scheduling.h"
+#include "src/LauncherRequest.h"
+#include "src/StreamRedirection.h"
 
 #include <fcntl.h>
 #include <fontconfig/fontconfig.h>

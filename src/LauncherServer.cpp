@@ -1,12 +1,12 @@
 // The launcher server.
-#include "LauncherServer.h"
+#include "src/LauncherServer.h"
 
-#include "LauncherRequest.h"
-#include "platform/Fork.h"
-#include "platform/Log.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/Log.h"
+#include "platform/base/UniqueFd.h"
+#include "platform/os/Fork.h"
 #include "platform/os/ProcessAbilities.h"
 #include "platform/os/ResourceManager.h"
+#include "src/LauncherRequest.h"
 
 #include <fcntl.h>
 #include <grp.h>

@@ -2,7 +2,7 @@
 // go on from there, each as the user who is asked for. One thread.
 #pragma once
 
-#include "LaunchedProcess.h"
+#include "src/LaunchedProcess.h"
 
 #include <sys/types.h>
 

@@ -1,11 +1,11 @@
 // Everything that connects the application with the desktop and the device. Main thread.
-#include "NavigatorServices.h"
+#include "src/NavigatorServices.h"
 
-#include "ApplicationWindow.h"
-#include "platform/Folders.h"
-#include "platform/Log.h"
-#include "platform/navigator/FontInfo.h"
-#include "platform/navigator/gtk/SystemFont.h"
+#include "platform/base/Log.h"
+#include "platform/desktop/FontInfo.h"
+#include "platform/desktop/gtk/SystemFont.h"
+#include "platform/os/Folders.h"
+#include "src/ApplicationWindow.h"
 
 #include <unistd.h>
 

@@ -1,12 +1,12 @@
 // Everything that connects the application with the desktop and the device. Main thread.
 #pragma once
 
-#include "platform/navigator/ControlSocket.h"
-#include "platform/navigator/DeviceBus.h"
-#include "platform/navigator/InvocationService.h"
-#include "platform/navigator/MemoryPressure.h"
-#include "platform/navigator/RotationService.h"
-#include "platform/navigator/WindowService.h"
+#include "platform/control/ControlSocket.h"
+#include "platform/desktop/DeviceBus.h"
+#include "platform/desktop/MemoryPressure.h"
+#include "platform/desktop/RotationService.h"
+#include "platform/desktop/WindowService.h"
+#include "platform/invocation/InvocationService.h"
 
 class ApplicationWindow;
 

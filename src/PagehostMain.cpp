@@ -1,32 +1,33 @@
 // The application process, from the first setting to the exit status. Main thread.
-#include "PagehostMain.h"
+#include "src/PagehostMain.h"
 
-#include "ApplicationWindow.h"
-#include "ChildWebViewMain.h"
-#include "ChildWindows.h"
-#include "ChromeCapabilities.h"
-#include "EngineStart.h"
-#include "NavigatorServices.h"
-#include "ProgramOptions.h"
 #include "bindings/ApplicationBinding.h"
 #include "bindings/CapabilitiesBinding.h"
 #include "bindings/InvocationBinding.h"
 #include "bindings/PPSBinding.h"
 #include "bindings/RememberedBinding.h"
 #include "bindings/WindowAnimations.h"
-#include "engine/webkit/EngineInspector.h"
+#include "engine/webkit/inspector/EngineInspector.h"
 #include "ipc/ChildLauncher.h"
 #include "ipc/CookieExchange.h"
-#include "platform/Crash.h"
-#include "platform/ErrorReport.h"
-#include "platform/Log.h"
-#include "platform/Settings.h"
+#include "ipc/IPCSenderGroup.h"
+#include "platform/base/Crash.h"
+#include "platform/base/ErrorReport.h"
+#include "platform/base/Log.h"
+#include "platform/desktop/NavigatorHandler.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 #include "platform/graphics/gtk/ToolkitEnds.h"
-#include "platform/http/MongooseHttpServer.h"
-#include "platform/messages/MessageClient.h"
-#include "platform/navigator/NavigatorHandler.h"
+#include "platform/inspector_server/MongooseHttpServer.h"
+#include "platform/loop/MessageClient.h"
 #include "platform/os/PageSandbox.h"
+#include "platform/os/Settings.h"
+#include "src/ApplicationWindow.h"
+#include "src/ChildWebViewMain.h"
+#include "src/ChildWindows.h"
+#include "src/ChromeCapabilities.h"
+#include "src/EngineStart.h"
+#include "src/NavigatorServices.h"
+#include "src/ProgramOptions.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
@@ -103,6 +104,7 @@ void pagehost_main(int argc, char** argv) {
 
   ApplicationWindow& window = ApplicationWindow::instance();
   showWindowsOfChildren(window);
+  IPCSenderGroup::installFactory();
   WebViewManager& manager = WebViewManager::instance();
   Tessel::Platform::setErrorListener(
       [](const String& text) { WebViewManager::instance().informChromeOfError(text); });

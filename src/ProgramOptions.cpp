@@ -1,5 +1,5 @@
 // The options of the command line. Main thread.
-#include "ProgramOptions.h"
+#include "src/ProgramOptions.h"
 
 #include "platform/os/PageSandbox.h"
 

@@ -1,5 +1,5 @@
 // Standard output and standard error on files of one's choice. For a process with one thread.
-#include "StreamRedirection.h"
+#include "src/StreamRedirection.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,11 +1,11 @@
 // The program's entry: what every role shares, and the choice of role by the name that the
 // program was started under. Main thread.
-#include "LauncherServer.h"
-#include "PagehostMain.h"
-#include "bindings/BindingManager.h"
 #include "bindings/CclBinding.h"
-#include "platform/Log.h"
-#include "platform/Process.h"
+#include "platform/base/Log.h"
+#include "platform/os/Process.h"
+#include "registry/BindingManager.h"
+#include "src/LauncherServer.h"
+#include "src/PagehostMain.h"
 #include "webview/commands/CommandTable.h"
 
 #include <fontconfig/fontconfig.h>

@@ -11,6 +11,8 @@ Usage: tools/lint.sh CHECK...
            since this last passed; build/release must be built, with its tests
   syntax   whether bash can read the shell scripts
   shell    the shell scripts, by shellcheck
+  layers   which room of the tree includes which, by tools/layers.txt, and whether each library
+           links with nothing but what it depends on; build/release must be built
 TEXT
 }
 
@@ -68,6 +70,13 @@ check_shell() {
   mapfile -t files < <(shell_scripts)
   # SC2317: functions that are called by way of others look unreachable to it.
   some "${files[@]}" && shellcheck --external-sources --exclude SC2317 "${files[@]}"
+}
+
+check_layers() {
+  local -a files
+  mapfile -t files < <(source_files '*.cpp' '*.h' '*.def')
+  some "${files[@]}" && python3 tools/layers.py "${files[@]}" &&
+    cmake --build "$build" --target layers -- --quiet
 }
 
 # Prints, for each object of the build, its source and the files of this tree that went into it.
@@ -133,6 +142,7 @@ for check in "$@"; do
     tidy) check_tidy || failed=1 ;;
     syntax) check_syntax || failed=1 ;;
     shell) check_shell || failed=1 ;;
+    layers) check_layers || failed=1 ;;
     *)
       usage >&2
       exit 2

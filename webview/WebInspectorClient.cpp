@@ -1,8 +1,8 @@
 // Which web views may be inspected, and the way between a front end and its web view.
 #include "webview/WebInspectorClient.h"
 
-#include "bindings/Arguments.h"
-#include "bindings/BindingManager.h"
+#include "registry/Arguments.h"
+#include "registry/BindingManager.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/IPCSenderWebView.h"

@@ -5,8 +5,8 @@
 // thread's.
 #pragma once
 
-#include "platform/String.h"
-#include "platform/http/MongooseHttpServer.h"
+#include "platform/base/String.h"
+#include "platform/inspector_server/MongooseHttpServer.h"
 
 #include <map>
 #include <mutex>

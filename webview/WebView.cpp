@@ -1,12 +1,12 @@
 // The program's web view. UI thread.
 #include "webview/WebView.h"
 
-#include "bindings/BindingManager.h"
-#include "platform/Log.h"
-#include "platform/Settings.h"
-#include "platform/Vibrator.h"
-#include "platform/navigator/HostNames.h"
-#include "platform/navigator/LocaleHandler.h"
+#include "platform/base/Log.h"
+#include "platform/desktop/LocaleHandler.h"
+#include "platform/hosts/HostNames.h"
+#include "platform/os/Settings.h"
+#include "platform/os/Vibrator.h"
+#include "registry/BindingManager.h"
 #include "webview/WebViewManager.h"
 #include "webview/events/EventMessages.h"
 #include "webview/events/Fields.h"

@@ -2,10 +2,10 @@
 // page that may call native functions, to the binding registry. UI thread.
 #pragma once
 
-#include "bindings/Capabilities.h"
 #include "engine/OrvWebView.h"
-#include "platform/GuardedPointer.h"
 #include "platform/graphics/Window.h"
+#include "platform/loop/GuardedPointer.h"
+#include "registry/Capabilities.h"
 #include "webview/events/EventForwarding.h"
 
 #include <array>

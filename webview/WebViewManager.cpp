@@ -1,18 +1,16 @@
 // The owner of all web views of a process.
 #include "webview/WebViewManager.h"
 
-#include "bindings/Arguments.h"
-#include "bindings/BindingManager.h"
-#include "bindings/ChromeChannel.h"
-#include "ipc/IPCSenderGroup.h"
-#include "ipc/ProcessMessages.h"
-#include "platform/Log.h"
-#include "platform/Settings.h"
+#include "platform/base/Log.h"
 #include "platform/graphics/Screen.h"
 #include "platform/graphics/Window.h"
-#include "platform/messages/GuardedPointerDeleter.h"
-#include "platform/messages/MessageClient.h"
-#include "platform/messages/MethodDelegate.h"
+#include "platform/loop/GuardedPointerDeleter.h"
+#include "platform/loop/MessageClient.h"
+#include "platform/loop/MethodDelegate.h"
+#include "platform/os/Settings.h"
+#include "registry/Arguments.h"
+#include "registry/BindingManager.h"
+#include "registry/ChromeChannel.h"
 #include "webview/WebInspectorClient.h"
 #include "webview/WebView.h"
 #include "webview/commands/IPCSenderWebView.h"
@@ -96,6 +94,7 @@ WebViewManager::WebViewManager() : inspector_(std::make_unique<WebInspectorClien
   bindings.registerBinding("webview.create", jsCreate);
   bindings.registerBinding("webview.delete", jsDelete);
   registerInspectorFunctions(bindings);
+  bindings.setErrorSink([this](const String& error) { informChromeOfError(error); });
 }
 
 WebViewManager::~WebViewManager() = default;
@@ -137,16 +136,20 @@ bool WebViewManager::createRemoteWebView(WebViewHandle handle, const std::string
   const int id = processGroup == inNewProcess ? freeGroupId() : processGroup;
   const auto known = groups_.find(id);
   const bool isNew = known == groups_.end();
-  auto* const group = isNew ? new IPCSenderGroup(static_cast<unsigned int>(id)) : known->second;
-  const GuardedPin<IPCSenderGroup> pin(group);
-  IPCSenderWebView* const remote = group->createRemoteWebView(handle, windowGroup, rotation);
+  if (isNew && !makeRemoteHost_) {
+    informChromeOfError("Web views in other processes cannot be had in this one.");
+    return false;
+  }
+  auto* const host = isNew ? makeRemoteHost_(static_cast<unsigned int>(id)) : known->second;
+  const GuardedPin<RemoteHost> pin(host);
+  IPCSenderWebView* const remote = host->createRemoteWebView(handle, windowGroup, rotation);
   if (remote) {
     // The chrome, served while the child was started, may have made a group of that id meanwhile.
-    groups_.emplace(id, group);
+    groups_.emplace(id, host);
     addRemoteWebView(remote);
     if (shuttingDown_) destroyWebView(handle);  // the chrome has ended the program meanwhile
   } else if (isNew) {
-    deleteGuardedObject(group);
+    deleteGuardedObject(host);
     return false;
   }
   return true;
@@ -192,15 +195,15 @@ void WebViewManager::destroyWebView(WebViewHandle handle) {
   }
   if (const auto remote = remoteWebViews_.find(handle); remote != remoteWebViews_.end()) {
     IPCSenderWebView* proxy = remote->second;
-    IPCSenderGroup* const group = proxy->group();
+    RemoteHost* const host = proxy->host();
     remoteWebViews_.erase(remote);
     deleteGuardedObject(proxy);
     const auto entry = std::find_if(groups_.begin(), groups_.end(),
-                                    [&](const auto& item) { return item.second == group; });
+                                    [&](const auto& item) { return item.second == host; });
     // Later, since it may be in the middle of something.
-    if (group && group->webViews().empty() && !group->isCreating()) {
+    if (host && host->webViews().empty() && !host->isCreating()) {
       if (entry != groups_.end()) groups_.erase(entry);
-      GuardedPointerDeleter::deleteGuardedPointer(group);
+      GuardedPointerDeleter::deleteGuardedPointer(host);
     }
   }
   if (noWebViews() && Settings::instance().isChromeProcess()) {
@@ -232,15 +235,13 @@ void WebViewManager::shutdown() {
     webView->setWebEventEnabled(OrvWebEvent::Destroyed, true);
     webView->destroy();
   }
-  for (const auto& [id, group] : groups_) group->setError(String());
+  for (const auto& [id, host] : groups_) host->setError(String());
   const auto remotes = remoteWebViews_;
   for (const auto& [handle, remote] : remotes) destroyWebView(handle);
 }
 
 void WebViewManager::setEnvInGroups(const String& name, const String& value) {
-  for (const auto& [id, group] : groups_) {
-    group->sendMessage(std::make_unique<SetEnvMessage>(name, value));
-  }
+  for (const auto& [id, host] : groups_) host->setEnvironment(name, value);
 }
 
 bool WebViewManager::setCapabilities(WebViewHandle handle, const String& text) {
@@ -251,8 +252,8 @@ bool WebViewManager::setCapabilities(WebViewHandle handle, const String& text) {
     return true;
   }
   const IPCSenderWebView* remote = remoteWebViewForHandle(handle);
-  if (!remote || !remote->group()) return false;
-  remote->group()->sendMessage(std::make_unique<SetCapabilitiesMessage>(handle, text));
+  if (!remote || !remote->host()) return false;
+  remote->host()->setCapabilities(handle, text);
   return true;
 }
 

@@ -6,9 +6,10 @@
 #pragma once
 
 #include "engine/OrvWebEvent.h"
-#include "platform/GuardedPointer.h"
-#include "platform/String.h"
-#include "platform/messages/Message.h"
+#include "platform/base/String.h"
+#include "platform/channel/Message.h"
+#include "platform/loop/GuardedPointer.h"
+#include "webview/RemoteHost.h"
 
 #include <atomic>
 #include <functional>
@@ -18,7 +19,6 @@
 #include <set>
 #include <string>
 
-class IPCSenderGroup;
 class WebInspectorClient;
 class IPCSenderWebView;
 class WebView;
@@ -59,6 +59,8 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   bool addWebView(WebViewHandle handle, std::unique_ptr<WebView> webView, int rotation);
   // The process of a web view has gone: the chrome is told, and the web view is no more.
   void remoteWebViewCrashed(WebViewHandle handle);
+  // Who starts other processes for web views. Without one they cannot be had.
+  void setRemoteHostFactory(RemoteHost::Factory factory) { makeRemoteHost_ = std::move(factory); }
   // What origins may call in a web view, in the form of Capabilities::read. False when there is no
   // such web view.
   bool setCapabilities(WebViewHandle handle, const String& text);
@@ -105,7 +107,8 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   std::map<WebViewHandle, WebView*> webViews_;                 // owned
   std::map<WebViewHandle, IPCSenderWebView*> remoteWebViews_;  // owned
   std::map<WebViewHandle, bool> created_;
-  std::map<int, IPCSenderGroup*> groups_;  // owned; only those that live
+  std::map<int, RemoteHost*> groups_;  // owned; only those that live
+  RemoteHost::Factory makeRemoteHost_;
   std::map<const WebView*, WebViewHandle> handles_;
   bool shuttingDown_ = false;  // until the loop ends
   std::set<WebViewHandle> closing_;

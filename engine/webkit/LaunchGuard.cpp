@@ -1,5 +1,5 @@
-// Keeps the program alive when a process of the engine, or one that the engine's sandbox needs,
-// ends too early. Any thread.
+// Keeps the program alive when a process of the engine, or a helper of its sandbox, ends during its
+// start. Any thread.
 //
 // The engine waits for a new process to tell its number over a socket, and ends the program when
 // the process has ended instead ("readPIDFromPeer"): one that was killed for want of memory takes
@@ -9,7 +9,7 @@
 // has ended: the engine goes on, finds the connection to it closed, and treats it like every
 // process that has crashed. A proxy has always ended well: its process has no bus any more, and a
 // page needs none.
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 
 #include <dlfcn.h>
 #include <gio/gio.h>

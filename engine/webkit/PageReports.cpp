@@ -1,10 +1,11 @@
-// What the module in a web process tells about a page. Main thread.
+// The reports of the module in a web process. Main thread.
 #include "engine/webkit/PageReports.h"
 
 #include "engine/OrvWebEvents.h"
-#include "engine/webkit/WebKitEngine.h"
+#include "engine/webkit/PageLoad.h"
+#include "engine/webkit/PageParts.h"
 #include "engine/webkit/WebKitPage.h"
-#include "platform/ErrorReport.h"
+#include "platform/base/ErrorReport.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,7 +20,7 @@ using Tessel::Platform::String;
 
 namespace {
 
-// Reads a report's details; those that are missing are empty.
+// Reads a report's details; missing ones read as empty.
 class Details {
  public:
   explicit Details(const std::vector<JavaScriptVariant>& values) : values_(values) {}
@@ -44,7 +45,7 @@ class Details {
   const std::vector<JavaScriptVariant>& values_;
 };
 
-// A value of the report, by the type of what it is for.
+// Reads a detail by the type of its target.
 void read(const Details& details, std::size_t index, String& value) {
   value = details.text(index);
 }
@@ -106,16 +107,16 @@ String onWindowObjectCleared(WebKitPage& page, const Details&) {
 }
 
 String onResource(WebKitPage& page, const Details& details) {
-  // The chrome would wait for itself; and of what somebody has given, nothing is asked.
-  if (!page.client() || page.setup().drivesApplication || page.isSupplied(details.text(0))) {
+  // The chrome would wait for itself; and content that was supplied needs no decision.
+  if (!page.client() || page.drivesApplication() || page.loads().isSupplied(details.text(0))) {
     return {};
   }
-  return page.engine().resources().decide(
+  return page.services().resources.decide(
       page.shared_from_this(),
       {details.text(0), details.text(1), details.text(2), details.text(3)});
 }
 
-// Something that the page has said, or its answer, was too large for the link.
+// A message of the page, or its answer, was too large for the link.
 String onOversized(WebKitPage&, const Details& details) {
   constexpr std::size_t longestName = 200;
   reportError(concat("A message of a page is too large and is left out: \"",
@@ -165,16 +166,16 @@ String onElement(WebKitPage& page, const Details& details) {
 }
 
 String onKeyLeft(WebKitPage& page, const Details&) {
-  page.keyLeft();
+  if (page.parts()) page.parts()->input.keyLeft();
   return {};
 }
 
 String onMayCall(WebKitPage& page, const Details& details) {
-  return page.loads().admits(details.text(0)) ? "1" : "";
+  return page.loads().trustedLoads().admits(details.text(0)) ? "1" : "";
 }
 
 String onAlive(WebKitPage& page, const Details&) {
-  if (page.parts()) page.parts()->watch.alive();
+  if (page.parts()) page.parts()->hangMonitor.alive();
   return {};
 }
 
@@ -272,7 +273,7 @@ constexpr std::pair<Watched, OrvWebEvent::Type> watchedEvents[] = {
 }  // namespace
 
 String handleReport(WebKitPage& page, const FunctionCall& report) {
-  if (PageForms* forms = page.forms(); forms && forms->take(report)) return {};
+  if (page.parts() && page.parts()->forms.take(report)) return {};
   for (const auto& [name, handler] : handlers) {
     if (report.path.front() == String(name)) return handler(page, Details(report.arguments));
   }

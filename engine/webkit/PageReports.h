@@ -1,4 +1,4 @@
-// What the module in a web process tells about a page, as state and events. Main thread.
+// Turns the reports of the module in a web process into page state and events. Main thread.
 #pragma once
 
 #include "engine/JavaScriptVariant.h"
@@ -7,9 +7,9 @@
 class PageClient;
 class WebKitPage;
 
-// The text is for a page that waits for one. Reports that do not have the form they should are
-// dropped: a web process may have been taken over.
+// Returns the result for a page that waits for it. Malformed reports are dropped: a web process may
+// be compromised.
 Tessel::Platform::String handleReport(WebKitPage& page, const FunctionCall& report);
 
-// What the module is to look for, bits of link_protocol::Watched.
+// What the module has to observe, bits of link_protocol::Watched.
 std::uint32_t watchedBy(const PageClient& client);

@@ -1,9 +1,16 @@
 // The WebKitGTK engine of a process. Main thread.
 #include "engine/webkit/WebKitEngine.h"
 
-#include "engine/webkit/LocalScheme.h"
+#include "engine/autofill/FormHistory.h"
+#include "engine/autofill/PasswordStore.h"
 #include "engine/webkit/WebKitPage.h"
-#include "platform/Log.h"
+#include "engine/webkit/inspector/EngineInspector.h"
+#include "engine/webkit/link/WebProcessLinks.h"
+#include "engine/webkit/network/Downloads.h"
+#include "engine/webkit/network/LocalScheme.h"
+#include "engine/webkit/network/Resources.h"
+#include "engine/webkit/network/SharedCookies.h"
+#include "platform/base/Log.h"
 #include "platform/os/SandboxFiles.h"
 
 #include <cerrno>
@@ -15,6 +22,13 @@ using Tessel::Platform::LogNotice;
 using Tessel::Platform::PageSandbox;
 using Tessel::Platform::runtimeFolder;
 using Tessel::Platform::Graphics::Window;
+
+WebKitEngine::WebKitEngine()
+    : inspector_(std::make_unique<EngineInspector>()),
+      resources_(std::make_unique<Resources>()),
+      formHistory_(std::make_unique<FormHistory>(autofillFolder())),
+      passwords_(std::make_unique<FilePasswordStore>(autofillFolder())),
+      proxyLogin_(std::make_unique<SavedLogin>()) {}
 
 std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::string& problem) {
   std::unique_ptr<WebKitEngine> engine(new WebKitEngine);
@@ -47,7 +61,7 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
   engine->context_ = WEBKIT_WEB_CONTEXT(
       g_object_new(WEBKIT_TYPE_WEB_CONTEXT, "website-data-manager", data, nullptr));
   g_object_unref(data);
-  engine->inspector_.shut();
+  engine->inspector_->shut();
   engine->localRoot_ = places.localRoot;
   engine->sandbox_ = places.sandbox;
   if (places.sandbox == PageSandbox::Bubblewrap) Tessel::Platform::removeSandboxFilesAtExit();
@@ -79,10 +93,15 @@ WebKitEngine::~WebKitEngine() {
   }
 }
 
-void WebKitEngine::forget(Remembered what) {
-  if (what == Remembered::Texts) return texts_.clear();
-  logins_->clear();
-  proxyLogin_ = {};
+EngineServices WebKitEngine::services() {
+  return {localRoot_, *downloads_, *inspector_,  *formHistory_,
+          *links_,    *passwords_, *proxyLogin_, *resources_};
+}
+
+void WebKitEngine::forget(AutofillData what) {
+  if (what == AutofillData::Texts) return formHistory_->clear();
+  passwords_->clear();
+  *proxyLogin_ = {};
 }
 
 void WebKitEngine::prepare(WebKitWebContext* context) {

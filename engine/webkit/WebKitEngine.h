@@ -3,20 +3,16 @@
 #pragma once
 
 #include "engine/Page.h"
-#include "engine/remembered/LoginStore.h"
-#include "engine/remembered/RememberedTexts.h"
-#include "engine/webkit/Downloads.h"
-#include "engine/webkit/EngineInspector.h"
-#include "engine/webkit/Resources.h"
-#include "engine/webkit/SharedCookies.h"
-#include "engine/webkit/WebProcessLinks.h"
-#include "platform/Folders.h"
+#include "engine/webkit/base/EngineServices.h"
+#include "platform/os/Folders.h"
 #include "platform/os/PageSandbox.h"
 
 #include <webkit2/webkit2.h>
 
 #include <memory>
 #include <string>
+
+class SharedCookies;
 
 class WebKitEngine final : public PageFactory {
  public:
@@ -41,22 +37,11 @@ class WebKitEngine final : public PageFactory {
 
   // Where views are made: what pages leave behind is kept, or forgotten with the last view.
   WebKitWebContext* context(bool isPrivate);
-  // What local: addresses are files of.
-  const std::string& localRoot() const { return localRoot_; }
-  WebProcessLinks& links() { return *links_; }
-  EngineInspector& inspector() { return inspector_; }
-  Downloads& downloads() { return *downloads_; }
-  Resources& resources() { return *resources_; }
-  RememberedTexts& texts() { return texts_; }
-  LoginStore& logins() { return *logins_; }
-  // The log-in of the proxy that this process uses, kept as long as it runs; without a name there
-  // is none. Its place is empty.
-  const SavedLogin& proxyLogin() const { return proxyLogin_; }
-  void setProxyLogin(const SavedLogin& login) { proxyLogin_ = login; }
-  void forget(Remembered what);
+  EngineServices services();
+  void forget(AutofillData what);
 
  private:
-  WebKitEngine() = default;
+  WebKitEngine();
 
   void prepare(WebKitWebContext* context);
   static void onInitializeModules(WebKitWebContext* context, gpointer self);
@@ -66,11 +51,11 @@ class WebKitEngine final : public PageFactory {
   Tessel::Platform::PageSandbox sandbox_ = Tessel::Platform::PageSandbox::None;
   Tessel::Platform::ClaimedFolder dataFolder_;
   std::unique_ptr<WebProcessLinks> links_;
-  EngineInspector inspector_;
-  std::unique_ptr<Resources> resources_ = std::make_unique<Resources>();
-  RememberedTexts texts_{rememberedFolder()};
-  std::unique_ptr<LoginStore> logins_ = std::make_unique<FileLoginStore>(rememberedFolder());
-  SavedLogin proxyLogin_;
+  const std::unique_ptr<EngineInspector> inspector_;
+  const std::unique_ptr<Resources> resources_;
+  const std::unique_ptr<FormHistory> formHistory_;
+  const std::unique_ptr<PasswordStore> passwords_;
+  const std::unique_ptr<SavedLogin> proxyLogin_;
   WebKitWebContext* context_ = nullptr;
   WebKitWebContext* privateContext_ = nullptr;  // made at first need
   std::unique_ptr<Downloads> downloads_;

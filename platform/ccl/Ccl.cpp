@@ -1,8 +1,8 @@
 // The analytics client. One thread at a time.
 #include "platform/ccl/Ccl.h"
 
-#include "platform/Log.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/Log.h"
+#include "platform/base/UniqueFd.h"
 
 #include <fcntl.h>
 #include <rapidjson/stringbuffer.h>

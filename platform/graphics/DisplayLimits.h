@@ -1,7 +1,7 @@
 // The largest size that a window is given, whoever asks for it. Any thread.
 #pragma once
 
-#include "platform/Geometry.h"
+#include "platform/base/Geometry.h"
 
 #include <algorithm>
 

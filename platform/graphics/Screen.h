@@ -1,8 +1,8 @@
 // The screen and what is shared by everything drawn on it. UI thread.
 #pragma once
 
+#include "platform/base/ListenerList.h"
 #include "platform/graphics/ScreenEvents.h"
-#include "platform/messages/ListenerList.h"
 
 #include <map>
 

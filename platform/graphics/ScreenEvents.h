@@ -4,7 +4,7 @@
 // Places are in pixels from the corner of the top-level window, those of a web view that fills it.
 #pragma once
 
-#include "platform/Geometry.h"
+#include "platform/base/Geometry.h"
 
 #include <vector>
 

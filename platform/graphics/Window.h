@@ -4,10 +4,10 @@
 // windows by handle.
 #pragma once
 
-#include "platform/Geometry.h"
-#include "platform/GuardedPointer.h"
-#include "platform/String.h"
+#include "platform/base/Geometry.h"
+#include "platform/base/String.h"
 #include "platform/graphics/WindowSystem.h"
+#include "platform/loop/GuardedPointer.h"
 
 #include <memory>
 #include <vector>

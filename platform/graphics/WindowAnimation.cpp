@@ -1,8 +1,8 @@
 // Windows that move or fade by themselves, a step per frame of the window system. UI thread.
 #include "platform/graphics/WindowAnimation.h"
 
+#include "platform/base/ListenerList.h"
 #include "platform/graphics/Window.h"
-#include "platform/messages/ListenerList.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 // Windows that move or fade by themselves, a step per frame of the window system. UI thread.
 #pragma once
 
-#include "platform/Geometry.h"
-#include "platform/GuardedPointer.h"
+#include "platform/base/Geometry.h"
+#include "platform/loop/GuardedPointer.h"
 
 #include <chrono>
 #include <functional>

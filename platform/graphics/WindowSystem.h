@@ -2,8 +2,8 @@
 // UI thread.
 #pragma once
 
-#include "platform/Geometry.h"
-#include "platform/String.h"
+#include "platform/base/Geometry.h"
+#include "platform/base/String.h"
 #include "platform/graphics/FrameClock.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 // The requester's side of a served path. Any thread; one at a time per open.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <cstddef>
 #include <cstdint>

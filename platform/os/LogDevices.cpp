@@ -1,8 +1,8 @@
 // The log devices as files.
 #include "platform/os/LogDevices.h"
 
-#include "platform/Folders.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
+#include "platform/os/Folders.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,7 +1,7 @@
 // Whether the engine's sandbox works here. Main thread.
 #include "platform/os/PageSandbox.h"
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <fcntl.h>
 #include <linux/landlock.h>

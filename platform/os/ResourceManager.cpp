@@ -1,8 +1,8 @@
 // Serving paths over Unix sockets.
 #include "platform/os/ResourceManager.h"
 
-#include "platform/Accept.h"
-#include "platform/Log.h"
+#include "platform/base/Log.h"
+#include "platform/os/Accept.h"
 
 #include <fcntl.h>
 #include <sys/epoll.h>

@@ -3,7 +3,7 @@
 // One thread; a forked child only detaches and destroys its copies.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 #include "platform/os/DeviceProtocol.h"
 
 #include <sys/types.h>

@@ -1,7 +1,7 @@
 // What the engine's sandbox leaves in the user's run-time folder. Any thread.
 #include "platform/os/SandboxFiles.h"
 
-#include "platform/Folders.h"
+#include "platform/os/Folders.h"
 
 #include <glib.h>
 #include <signal.h>

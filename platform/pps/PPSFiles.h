@@ -5,8 +5,8 @@
 // none overwrites what another one has merged in meanwhile.
 #pragma once
 
-#include "platform/String.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/String.h"
+#include "platform/base/UniqueFd.h"
 
 #include <sys/types.h>
 

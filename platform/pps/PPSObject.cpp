@@ -2,7 +2,7 @@
 // client's thread; the rest works from any.
 #include "platform/pps/PPSObject.h"
 
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 #include "platform/pps/PPSFiles.h"
 #include "platform/pps/PPSWatcher.h"
 

@@ -4,8 +4,8 @@
 // Opening, writing and closing works from any thread, one at a time; events come on the client's.
 #pragma once
 
-#include "platform/String.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/base/String.h"
+#include "platform/loop/MessageClient.h"
 #include "platform/pps/PPSText.h"
 
 #include <memory>

@@ -5,7 +5,7 @@
 // ends after the first colon says that there is no such attribute.
 #pragma once
 
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <cstddef>
 #include <map>

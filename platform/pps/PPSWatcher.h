@@ -2,8 +2,8 @@
 // told.
 #pragma once
 
-#include "platform/UniqueFd.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/base/UniqueFd.h"
+#include "platform/loop/MessageClient.h"
 #include "platform/pps/PPSFiles.h"
 
 #include <functional>

@@ -1,5 +1,5 @@
 // What a capabilities file allows, and where a wrong one is wrong.
-#include "bindings/Capabilities.h"
+#include "registry/Capabilities.h"
 
 #include <gtest/gtest.h>
 

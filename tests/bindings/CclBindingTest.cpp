@@ -1,6 +1,6 @@
 // The analytics functions as the chrome calls them.
-#include "bindings/BindingManager.h"
 #include "bindings/CclBinding.h"
+#include "registry/BindingManager.h"
 #include "tests/support/ChromeFixture.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -2,7 +2,7 @@
 // application. The modules register once per process, so every test has a process of its own.
 #include "bindings/ApplicationBinding.h"
 #include "bindings/InvocationBinding.h"
-#include "platform/navigator/NavigatorHandler.h"
+#include "platform/desktop/NavigatorHandler.h"
 #include "tests/support/ChromeFixture.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // Objects as the chrome opens, writes, closes and hears of them.
 #include "bindings/PPSBinding.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/loop/MessageClient.h"
 #include "tests/support/ChromeFixture.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Waiting.h"

@@ -1,8 +1,8 @@
 // Groups of windows that follow a finger or the mouse, with events that the test makes.
-#include "bindings/BindingManager.h"
 #include "bindings/TouchTracking.h"
 #include "bindings/WindowAnimations.h"
 #include "platform/graphics/Screen.h"
+#include "registry/BindingManager.h"
 #include "tests/support/ChromeFixture.h"
 
 #include <thread>

@@ -1,6 +1,7 @@
 // Inspectors of real pages, in the program's own process and in a child.
 #include "tests/support/HttpPeer.h"
 #include "tests/support/SuiteTest.h"
+#include "tests/support/Waiting.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -81,8 +82,12 @@ TEST_P(InspectorTest, PagesAreLookedInto) {
     EXPECT_FALSE(answers(address)) << ntohs(address.sin_port);
   }
 
-  const std::string list = HttpPeer(port).get("/json");
-  ASSERT_NE(list.find(R"("title":"inspected page")"), list.npos) << list;
+  // The page's title comes after the page.
+  std::string list;
+  ASSERT_TRUE(Tessel::Platform::Testing::iterateUntil([&] {
+    list = HttpPeer(port).get("/json");
+    return list.find(R"("title":"inspected page")") != list.npos;
+  })) << list;
   const std::size_t end = list.find("/" + view + "\"");
   const std::size_t start = list.rfind("/socket/", end);
   ASSERT_NE(start, list.npos) << list;

@@ -1,5 +1,5 @@
 // The real program and what surrounds it: its window, its control, the fonts, other applications.
-#include "platform/navigator/Notifications.h"
+#include "platform/desktop/Notifications.h"
 #include "tests/support/SuiteTest.h"
 
 #include <gtest/gtest.h>

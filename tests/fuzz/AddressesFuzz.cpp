@@ -1,8 +1,8 @@
 // Addresses of pages and of clients: whose they are, what they show, which files they are.
 #include "engine/TrustedLoads.h"
-#include "engine/webkit/LocalScheme.h"
-#include "platform/http/PageList.h"
-#include "platform/navigator/HostNames.h"
+#include "engine/webkit/network/LocalScheme.h"
+#include "platform/hosts/HostNames.h"
+#include "platform/inspector_server/PageList.h"
 #include "tests/fuzz/Fuzz.h"
 
 #include <fstream>

@@ -1,5 +1,5 @@
 // The file that says who may call which native functions.
-#include "bindings/Capabilities.h"
+#include "registry/Capabilities.h"
 #include "tests/fuzz/Fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

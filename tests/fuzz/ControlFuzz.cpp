@@ -1,6 +1,6 @@
 // The lines of the control's clients.
-#include "platform/navigator/ControlSocket.h"
-#include "platform/navigator/NavigatorJson.h"
+#include "platform/control/ControlSocket.h"
+#include "platform/desktop/NavigatorJson.h"
 #include "tests/fuzz/Fuzz.h"
 
 #include <glib.h>

@@ -1,6 +1,6 @@
 // What strangers say to the listener of web processes: only a token that was issued lets one in.
-#include "engine/webkit/LinkListener.h"
 #include "engine/webkit/link/Frame.h"
+#include "engine/webkit/link/LinkListener.h"
 #include "tests/fuzz/Fuzz.h"
 
 #include <sys/socket.h>

@@ -1,6 +1,6 @@
 // The inspector's server: requests, and WebSocket frames of a front end that was let in.
-#include "platform/http/MongooseHttpServer.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/inspector_server/MongooseHttpServer.h"
+#include "platform/loop/MessageClient.h"
 #include "tests/fuzz/Fuzz.h"
 
 #include <arpa/inet.h>

@@ -1,6 +1,6 @@
 // Messages between processes: datagrams, blobs, the commands in them, replies, and native calls
 // with the same commands.
-#include "platform/messages/ChannelSocket.h"
+#include "platform/channel/ChannelSocket.h"
 #include "tests/fuzz/FakeChrome.h"
 #include "tests/support/CopiedBlobs.h"
 #include "tests/support/RawDatagram.h"
@@ -82,7 +82,7 @@ void readReplies(const std::string& bytes) {
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
 #define COMMAND_AS(number, name, operation, ...) readReply<&WebView::operation>(bytes);
 #define DOC(...)
-#include "webview/commands/Commands.def"
+#include "registry/Commands.def"
 #undef DOC
 #undef COMMAND_AS
 #undef COMMAND

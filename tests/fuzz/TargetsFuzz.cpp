@@ -1,5 +1,5 @@
 // What inspectors' front ends and the engine say to each other.
-#include "engine/webkit/TargetProtocol.h"
+#include "engine/webkit/inspector/TargetProtocol.h"
 #include "tests/fuzz/Fuzz.h"
 
 namespace {

@@ -39,9 +39,11 @@ demand("${symbols}" "UND __[a-z]+_chk" "no library call is checked")
 forbid("${symbols}" "(FUNC|OBJECT)[^\n]* DEFAULT +[0-9]+ _Z[A-Z]*[0-9]*N?K?6Tessel[^\n]*" "it exports a name")
 forbid("${symbols}" "(FUNC|OBJECT)[^\n]* DEFAULT +[0-9]+ _ZN?K?[0-9]+(Orv|WebView|WebKit|IPC|Page)[^\n]*" "it exports a name")
 if(X86)
-  # The instruction that a large frame touches each of its pages with, and the one that calls land on.
+  # No frame grows by more than a page, 0x1000, without touching it; and what calls land on.
   look(code objdump -d --no-show-raw-insn)
-  demand("${code}" "or[ql] +\\$0x0,(0x[0-9a-f]+)?\\(%rsp\\)" "large frames do not touch their pages")
+  set(digit "[0-9a-f]")
+  forbid("${code}" "sub +\\$0x([2-9a-f]${digit}${digit}|1[1-9a-f]${digit}|10[1-9a-f]|${digit}${digit}${digit}${digit}${digit}?${digit}?)${digit},%rsp"
+    "a large frame does not touch its pages")
   demand("${code}" "<main>:\n[^\n]*endbr64|<webkit_web_extension_initialize[^>]*>:\n[^\n]*endbr64"
     "calls can land anywhere")
 endif()

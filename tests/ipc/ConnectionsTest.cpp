@@ -1,9 +1,9 @@
 // Messages between real processes.
 #include "ipc/ProcessMessages.h"
-#include "platform/Folders.h"
-#include "platform/messages/Channels.h"
-#include "platform/messages/Connections.h"
-#include "platform/messages/MainThreadWait.h"
+#include "platform/channel/Channels.h"
+#include "platform/loop/Connections.h"
+#include "platform/loop/MainThreadWait.h"
+#include "platform/os/Folders.h"
 #include "tests/support/ChromeFixture.h"
 #include "tests/support/Peer.h"
 #include "tests/support/StandardErrorPipe.h"

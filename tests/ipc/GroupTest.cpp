@@ -6,9 +6,9 @@
 #include "ipc/IPCSenderGroup.h"
 #include "ipc/IPCSenderHandler.h"
 #include "ipc/ProcessMessages.h"
-#include "platform/messages/Channels.h"
-#include "platform/messages/Connections.h"
-#include "platform/messages/MainThreadWait.h"
+#include "platform/channel/Channels.h"
+#include "platform/loop/Connections.h"
+#include "platform/loop/MainThreadWait.h"
 #include "tests/support/ChromeFixture.h"
 #include "tests/support/Processes.h"
 #include "tests/support/StandardErrorPipe.h"
@@ -140,7 +140,7 @@ class Chrome final : public test_support::ChromeFixture {
 
   unsigned int create(int processGroup) { return manager.createWebView(group, processGroup); }
   pid_t processOf(unsigned int handle) {
-    return manager.remoteWebViewForHandle(handle)->group()->childPid();
+    return manager.remoteWebViewForHandle(handle)->host()->childPid();
   }
 };
 
@@ -148,6 +148,7 @@ void withChildren(const std::function<void(Chrome&)>& body) {
   inOwnProcess([&] {
     ::signal(SIGPIPE, SIG_IGN);  // as the program does
     ASSERT_TRUE(spawnChildLauncher(childMain));
+    IPCSenderGroup::installFactory();
     Chrome chrome;
     body(chrome);
   });
@@ -207,7 +208,7 @@ TEST(GroupTest, AGroupThatCreatesOutlivesItsLastWebView) {
     const unsigned int second = chrome.create(1);
     EXPECT_EQ(chrome.manager.remoteWebViewForHandle(first), nullptr);
     test_support::turnLoop();
-    ASSERT_NE(chrome.manager.remoteWebViewForHandle(second)->group(), nullptr);
+    ASSERT_NE(chrome.manager.remoteWebViewForHandle(second)->host(), nullptr);
     EXPECT_EQ(chrome.processOf(second), process);
     EXPECT_TRUE(isRunning(process));
   });
@@ -312,6 +313,7 @@ class Relaunched final : public IPCSenderGroup {
 
 TEST(GroupTest, MessagesDuringAHandshakeAreDropped) {
   inOwnProcess([] {
+    IPCSenderGroup::installFactory();
     Chrome chrome;
     StandardErrorPipe log;
     auto* const group = new Relaunched(77, 4711);

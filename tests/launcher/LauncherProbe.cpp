@@ -1,7 +1,7 @@
 // The launcher server with an application of the tests in the place of the real one.
-#include "LauncherServer.h"
-#include "platform/Log.h"
-#include "platform/Process.h"
+#include "platform/base/Log.h"
+#include "platform/os/Process.h"
+#include "src/LauncherServer.h"
 #include "tests/launcher/ProbeReport.h"
 
 int main(int argc, char** argv) {

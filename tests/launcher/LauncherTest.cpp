@@ -1,8 +1,8 @@
 // The launcher server with real requests and real children, as root: only root has other users to
 // start them as.
-#include "LaunchedProcess.h"
-#include "LauncherRequest.h"
 #include "platform/os/DeviceProtocol.h"
+#include "src/LaunchedProcess.h"
+#include "src/LauncherRequest.h"
 #include "tests/launcher/ProbeReport.h"
 #include "tests/launcher/RawRequest.h"
 #include "tests/support/Mutator.h"

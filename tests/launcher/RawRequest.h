@@ -1,7 +1,7 @@
 // Launch requests byte by byte, and a client that sends what it is given. Any thread.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <sys/socket.h>
 #include <sys/time.h>

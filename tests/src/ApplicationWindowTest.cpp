@@ -1,6 +1,6 @@
 // The application window. It is made once per process, so every test has a process of its own.
-#include "ApplicationWindow.h"
-#include "platform/Settings.h"
+#include "platform/os/Settings.h"
+#include "src/ApplicationWindow.h"
 #include "tests/support/ChromeFixture.h"
 #include "tests/support/StandardErrorPipe.h"
 

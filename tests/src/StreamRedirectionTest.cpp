@@ -1,5 +1,5 @@
 // Standard streams on files, in processes that have nothing to lose.
-#include "StreamRedirection.h"
+#include "src/StreamRedirection.h"
 #include "tests/support/OwnProcess.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,7 +1,7 @@
 // The native side with a chrome. Main thread.
 #include "tests/support/ChromeFixture.h"
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 #include "webview/commands/CommandTable.h"
 
 #include <fcntl.h>

@@ -7,7 +7,7 @@
 
 #include "platform/graphics/MemoryWindowSystem.h"
 #include "platform/graphics/Window.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/loop/MessageClient.h"
 #include "tests/support/FakePage.h"
 #include "tests/support/OwnProcess.h"
 #include "webview/WebView.h"

@@ -1,7 +1,7 @@
 // What crosses between processes, in this one: the bytes of a message's blobs. Any one thread.
 #pragma once
 
-#include "platform/messages/MessageBlobs.h"
+#include "platform/channel/MessageBlobs.h"
 
 #include <memory>
 #include <string>

@@ -32,7 +32,7 @@ class FakePage final : public Page {
   std::function<JavaScriptVariant(const FunctionCall&)> answer;
   std::vector<OrvWebHeader> headers;
   std::vector<WebViewSetting> changedSettings;
-  std::vector<std::pair<unsigned int, QuestionAnswer>> answers;
+  std::vector<std::pair<unsigned int, PromptAnswer>> answers;
   std::vector<std::pair<unsigned int, std::shared_ptr<Page>>> windows;
   bool callbackObjectEnabled = true;
   bool callbackObjectBound = false;
@@ -64,7 +64,7 @@ class FakePage final : public Page {
   void bindCallbackObject(bool bound, const std::vector<String>&) override {
     callbackObjectBound = bound;
   }
-  void answerQuestion(unsigned int number, const QuestionAnswer& answer) override {
+  void answerPrompt(unsigned int number, const PromptAnswer& answer) override {
     answers.emplace_back(number, answer);
   }
   void answerOpenWindow(unsigned int number, std::shared_ptr<Page> page) override {
@@ -102,7 +102,7 @@ class FakePage final : public Page {
   void stepNotification(const String&, NotificationStep) override {}
   bool hasTypingAttribute(const String&) override { return false; }
   void fillField(const String&) override {}
-  void forget(Remembered) override {}
+  void forget(AutofillData) override {}
   void keepProxyLogin(const String&, const String&) override {}
   void runMenuItem(OrvWebContextMenuItem) override {}
   void inspectorMessage(const String&, bool) override {}

@@ -2,7 +2,7 @@
 // part, as their address says. Its threads are its own.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <map>
 #include <mutex>

@@ -2,7 +2,7 @@
 // thread: waiting runs the main loop.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 #include "tests/support/Waiting.h"
 
 #include <arpa/inet.h>

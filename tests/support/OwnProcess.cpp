@@ -1,7 +1,7 @@
 // Parts of tests in processes of their own.
 #include "tests/support/OwnProcess.h"
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <fcntl.h>
 #include <glib.h>

@@ -2,8 +2,8 @@
 // any thread: begin every such test with inOwnProcess, and the peer first in there.
 #pragma once
 
-#include "platform/UniqueFd.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/base/UniqueFd.h"
+#include "platform/loop/MessageClient.h"
 #include "tests/support/ChromeFixture.h"
 
 #include <gtest/gtest.h>

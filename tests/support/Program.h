@@ -1,7 +1,7 @@
 // The real program as a child process: its output line by line, its status, its end. Any thread.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <sys/types.h>
 

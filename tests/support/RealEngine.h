@@ -5,7 +5,7 @@
 #include "engine/OrvWebView.h"
 #include "engine/webkit/WebKitEngine.h"
 #include "platform/graphics/Window.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/loop/MessageClient.h"
 
 #include <chrono>
 #include <functional>

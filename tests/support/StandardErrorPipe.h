@@ -1,7 +1,7 @@
 // Puts a pipe in the place of standard error for the length of a scope.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -2,7 +2,7 @@
 // (tests/e2e/pages/suite.js). Main thread.
 #pragma once
 
-#include "tests/e2e/Coverage.h"
+#include "tests/support/Coverage.h"
 #include "tests/support/Program.h"
 #include "tests/support/Screen.h"
 #include "tests/support/TemporaryFolder.h"

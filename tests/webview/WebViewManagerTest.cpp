@@ -1,5 +1,5 @@
 // The owner of all web views, and what the chrome hears of them.
-#include "platform/Settings.h"
+#include "platform/os/Settings.h"
 #include "tests/support/ChromeFixture.h"
 #include "tests/support/StandardErrorPipe.h"
 #include "webview/WebViewManager.h"

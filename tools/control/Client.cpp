@@ -1,10 +1,10 @@
 // A connection to the control of a running program. Main thread.
-#include "Client.h"
+#include "tools/control/Client.h"
 
-#include "platform/Folders.h"
-#include "platform/Peer.h"
-#include "platform/navigator/ControlSocket.h"
-#include "platform/navigator/NavigatorJson.h"
+#include "platform/control/ControlSocket.h"
+#include "platform/desktop/NavigatorJson.h"
+#include "platform/os/Folders.h"
+#include "platform/os/Peer.h"
 
 #include <poll.h>
 #include <sys/socket.h>

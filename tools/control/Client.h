@@ -1,7 +1,7 @@
 // A connection to the control of a running program. Main thread.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
 // What pagehost-ctl says about itself. Any thread: texts from the table.
-#include "Manual.h"
+#include "tools/control/Manual.h"
 
-#include "platform/navigator/Notifications.h"
+#include "platform/desktop/Notifications.h"
 
 using Tessel::Platform::Notification;
 using Tessel::Platform::notifications;

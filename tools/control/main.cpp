@@ -1,8 +1,8 @@
 // pagehost-ctl: raises notifications in a running program. Main thread.
-#include "Client.h"
-#include "Manual.h"
-#include "platform/navigator/NavigatorJson.h"
-#include "platform/navigator/Notifications.h"
+#include "platform/desktop/NavigatorJson.h"
+#include "platform/desktop/Notifications.h"
+#include "tools/control/Client.h"
+#include "tools/control/Manual.h"
 
 #include <charconv>
 #include <cstdio>

@@ -1,5 +1,5 @@
 // The command line of pagehost-launch.
-#include "LaunchOptions.h"
+#include "tools/launch/LaunchOptions.h"
 
 #include <getopt.h>
 #include <grp.h>

@@ -1,7 +1,7 @@
 // The options as a launch request.
-#include "LaunchOptions.h"
-#include "LauncherRequest.h"
 #include "platform/os/DeviceProtocol.h"
+#include "src/LauncherRequest.h"
+#include "tools/launch/LaunchOptions.h"
 
 #include <cstring>
 

@@ -1,8 +1,8 @@
 // pagehost-launch: asks the launcher server for an application. Main thread.
-#include "LaunchOptions.h"
-#include "LauncherRequest.h"
 #include "platform/os/DeviceClient.h"
 #include "platform/os/DeviceProtocol.h"
+#include "src/LauncherRequest.h"
+#include "tools/launch/LaunchOptions.h"
 
 #include <fcntl.h>
 #include <poll.h>

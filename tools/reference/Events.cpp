@@ -1,5 +1,5 @@
 // The events as the reference tells them, from the tables and field lists. Main thread.
-#include "Events.h"
+#include "tools/reference/Events.h"
 
 #include "engine/OrvWebView.h"
 #include "webview/commands/CommandMessages.h"
@@ -157,7 +157,7 @@ TypeByName typesOfCommands(Records& records) {
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
 #define COMMAND_AS(number, name, operation, ...) \
   types[#name] = propertyType<commands::ShapeOf<&WebView::operation>::Result>(records);
-#include "webview/commands/Commands.def"
+#include "registry/Commands.def"
 #undef COMMAND_AS
 #undef COMMAND
   return types;

@@ -1,7 +1,7 @@
 // The events as the reference tells them, from the tables and field lists. Main thread.
 #pragma once
 
-#include "TypeTexts.h"
+#include "tools/reference/TypeTexts.h"
 
 #include <string>
 #include <vector>

@@ -1,9 +1,7 @@
 // The native functions as the reference tells them, from the tables. Main thread.
-#include "Functions.h"
+#include "tools/reference/Functions.h"
 
-#include "ApplicationWindow.h"
 #include "bindings/ApplicationBinding.h"
-#include "bindings/BindingManager.h"
 #include "bindings/CapabilitiesBinding.h"
 #include "bindings/CclBinding.h"
 #include "bindings/InvocationBinding.h"
@@ -11,6 +9,8 @@
 #include "bindings/RememberedBinding.h"
 #include "bindings/WindowAnimations.h"
 #include "platform/graphics/MemoryWindowSystem.h"
+#include "registry/BindingManager.h"
+#include "src/ApplicationWindow.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/CommandMessages.h"
 #include "webview/commands/CommandTable.h"
@@ -108,7 +108,7 @@ void addOthers(Collector& collector) {
 #define FUNCTION(name, group, signature, ...)                  \
   collector.add<Types<signature>>(name, false, {__VA_ARGS__}); \
   collector.join(#group);
-#include "bindings/NativeFunctions.def"
+#include "registry/NativeFunctions.def"
 #undef FUNCTION
 }
 
@@ -116,7 +116,7 @@ void addCommands(Collector& collector) {
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name __VA_OPT__(, ) __VA_ARGS__)
 #define COMMAND_AS(number, name, operation, ...) \
   collector.add<commands::ShapeOf<&WebView::operation>>("webview." #name, true, {__VA_ARGS__});
-#include "webview/commands/Commands.def"
+#include "registry/Commands.def"
 #undef COMMAND_AS
 #undef COMMAND
 }
@@ -155,7 +155,7 @@ std::vector<Function> nativeFunctions(Records& records) {
     if (registered.erase(function.name) == 0) fail(function.name + " is not registered");
   }
   for (const std::string& name : registered) {
-    fail(name + " is registered, and bindings/NativeFunctions.def does not have it");
+    fail(name + " is registered, and registry/NativeFunctions.def does not have it");
   }
   return functions;
 }

@@ -1,8 +1,8 @@
 // The native functions as the reference tells them, from the tables. Main thread.
 #pragma once
 
-#include "Effect.h"
-#include "TypeTexts.h"
+#include "tools/reference/Effect.h"
+#include "tools/reference/TypeTexts.h"
 
 #include <utility>
 
@@ -20,7 +20,7 @@ struct Function {
   bool ofWebView = false;  // the handle of a web view comes before the arguments
   std::vector<Argument> arguments;
   TypeText result;
-  std::string group = "views";  // of bindings/FunctionGroups.def
+  std::string group = "views";  // of registry/FunctionGroups.def
   Effect effect = Effect::Real;
   std::string text;
 };
@@ -29,10 +29,10 @@ struct Function {
 // tables and the registry do not hold the same functions.
 std::vector<Function> nativeFunctions(Records& records);
 
-// Names and meanings of bindings/FunctionGroups.def.
+// Names and meanings of registry/FunctionGroups.def.
 inline constexpr std::pair<const char*, const char*> functionGroups[] = {
 #define GROUP(name, meaning) {#name, meaning},
-#include "bindings/FunctionGroups.def"
+#include "registry/FunctionGroups.def"
 #undef GROUP
 };
 

@@ -1,5 +1,5 @@
 // The reference for people. Any thread: texts from texts.
-#include "Writers.h"
+#include "tools/reference/Writers.h"
 
 #include <algorithm>
 

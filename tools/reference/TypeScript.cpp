@@ -1,6 +1,6 @@
 // The reference for TypeScript, and for editors. Any thread: texts from texts.
-#include "Writers.h"
-#include "platform/String.h"
+#include "platform/base/String.h"
+#include "tools/reference/Writers.h"
 
 #include <type_traits>
 
@@ -158,7 +158,7 @@ std::string applicationListener() {
 #define APPLICATION_NOTIFICATION LISTENER
 #define LOCALE_NOTIFICATION LISTENER
 #define FONT_NOTIFICATION LISTENER
-#include "platform/navigator/Notifications.def"
+#include "platform/desktop/Notifications.def"
   return text.append("}\n");
 }
 
@@ -166,7 +166,7 @@ std::string invocationListener() {
   std::string text = "\n/** chrome.internal.invocation, which a chrome provides. */\n";
   text.append("export interface InvocationListener {\n");
 #define INVOCATION_NOTIFICATION LISTENER
-#include "platform/navigator/Notifications.def"
+#include "platform/desktop/Notifications.def"
   return text.append("}\n");
 }
 #undef LISTENER

@@ -1,8 +1,8 @@
 // The two files of the reference. Any thread: texts from texts.
 #pragma once
 
-#include "Events.h"
-#include "Functions.h"
+#include "tools/reference/Events.h"
+#include "tools/reference/Functions.h"
 
 #include <string>
 

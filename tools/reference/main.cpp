@@ -1,6 +1,6 @@
 // Writes the reference of native functions and events, or says whether it is what the tables say.
 // Main thread.
-#include "Writers.h"
+#include "tools/reference/Writers.h"
 
 #include <cstdio>
 #include <cstring>

@@ -2,7 +2,7 @@
 // operation's signature. Plain values; see Message for who owns a message.
 #pragma once
 
-#include "platform/messages/IPCMessage.h"
+#include "platform/channel/IPCMessage.h"
 #include "webview/WebView.h"
 #include "webview/commands/Wire.h"
 
@@ -91,6 +91,6 @@ struct NamedMessage<0, Operation> {
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
 #define COMMAND_AS(number, name, operation, ...) \
   using name##Message = commands::NamedMessage<number, &WebView::operation>::type;
-#include "webview/commands/Commands.def"
+#include "registry/Commands.def"
 #undef COMMAND_AS
 #undef COMMAND

@@ -1,7 +1,7 @@
 // The receiving side of the web view commands. UI thread.
 #include "webview/commands/CommandReceiver.h"
 
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/CommandMessages.h"
 
@@ -62,7 +62,7 @@ constexpr auto receivers = [] {
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
 #define COMMAND_AS(number, name, operation, ...) \
   if constexpr ((number) != 0) table[(number)-firstNumber] = receiveFor<&WebView::operation>;
-#include "webview/commands/Commands.def"
+#include "registry/Commands.def"
 #undef COMMAND_AS
 #undef COMMAND
   return table;

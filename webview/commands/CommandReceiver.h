@@ -1,7 +1,7 @@
 // The receiving side of the web view commands. UI thread of the process that has the web views.
 #pragma once
 
-#include "platform/messages/Message.h"
+#include "platform/channel/Message.h"
 
 // Runs a command and puts its result into the message's reply buffer. False when the type is no
 // command's or there is no web view of that handle: nothing has run then, and the buffer is as it

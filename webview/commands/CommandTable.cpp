@@ -1,7 +1,7 @@
 // The table of webview.* commands and the one handler that all of them share. UI thread.
 #include "webview/commands/CommandTable.h"
 
-#include "bindings/Arguments.h"
+#include "registry/Arguments.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/IPCSenderWebView.h"
@@ -169,7 +169,7 @@ constexpr CommandRow row() {
 #define COMMAND_AS(number, name, operation, ...) \
   row<number, #name, &WebView::operation __VA_OPT__(, ) __VA_ARGS__>(),
 constexpr CommandRow rows[] = {
-#include "webview/commands/Commands.def"
+#include "registry/Commands.def"
 };
 #undef COMMAND_AS
 #undef COMMAND
@@ -200,7 +200,7 @@ constexpr int namesIn(std::string_view list) {
 #define COMMAND_AS(number, name, operation, ...) rowMark,
 #define DOC(effect, arguments, text) namesIn(arguments),
 constexpr int documentation[] = {
-#include "webview/commands/Commands.def"
+#include "registry/Commands.def"
 };
 #undef DOC
 #undef COMMAND_AS

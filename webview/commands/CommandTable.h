@@ -1,7 +1,7 @@
 // The table of webview.* commands. UI thread.
 #pragma once
 
-#include "bindings/BindingManager.h"
+#include "registry/BindingManager.h"
 
 #include <span>
 

@@ -2,26 +2,26 @@
 // sends the command's message. UI thread.
 #pragma once
 
-#include "ipc/IPCSenderGroup.h"
-#include "platform/GuardedPointer.h"
-#include "platform/messages/MessageClient.h"
+#include "platform/loop/GuardedPointer.h"
+#include "platform/loop/MessageClient.h"
+#include "webview/RemoteHost.h"
 #include "webview/commands/CommandMessages.h"
 
 class IPCSenderWebView : public Tessel::Platform::GuardedPointerBase {
  public:
-  // The group, which may be null, need not outlive it.
-  IPCSenderWebView(IPCSenderGroup* group, unsigned int handle) : group_(group), handle_(handle) {}
+  // The host, which may be null, need not outlive it.
+  IPCSenderWebView(RemoteHost* host, unsigned int handle) : host_(host), handle_(handle) {}
   ~IPCSenderWebView() override {
-    if (group_) group_->deleteRemoteWebView(this);
+    if (host_) host_->deleteRemoteWebView(this);
   }
 
   // Null once it is gone.
-  IPCSenderGroup* group() const { return group_.get(); }
+  RemoteHost* host() const { return host_.get(); }
   unsigned int handle() const { return handle_; }
 
   // title(), setZOrder(int) and so on, with the arguments of the web view's operations; a web view
   // among them goes by its handle as a text. Operations without a result return at once, others
-  // when the child has answered. While the group is not connected nothing is sent and results are
+  // when the child has answered. While the host is not connected nothing is sent and results are
   // zero, empty or the like.
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
 #define COMMAND_AS(number, name, operation, ...)         \
@@ -29,7 +29,7 @@ class IPCSenderWebView : public Tessel::Platform::GuardedPointerBase {
   auto name(const Values&... values) const {             \
     return call<number, &WebView::operation>(values...); \
   }
-#include "webview/commands/Commands.def"
+#include "registry/Commands.def"
 #undef COMMAND_AS
 #undef COMMAND
 
@@ -50,8 +50,8 @@ class IPCSenderWebView : public Tessel::Platform::GuardedPointerBase {
   typename Shape::Result send(int number, const Values&... values) const {
     using Result = typename Shape::Result;
     using Tessel::Platform::MessageClient;
-    if (!group_ || !group_->isConnected()) return Result();
-    const int channel = group_->connectionId();
+    if (!host_ || !host_->isConnected()) return Result();
+    const int channel = host_->connectionId();
     if constexpr (std::is_void_v<Result>) {
       MessageClient::sendMessage(Shape::message(number, handle_, nullptr, values...), channel);
     } else {
@@ -62,6 +62,6 @@ class IPCSenderWebView : public Tessel::Platform::GuardedPointerBase {
     }
   }
 
-  const Tessel::Platform::GuardedPointer<IPCSenderGroup> group_;
+  const Tessel::Platform::GuardedPointer<RemoteHost> host_;
   const unsigned int handle_;
 };

@@ -4,7 +4,7 @@
 
 #include "engine/OrvWebEvent.h"
 #include "engine/Records.h"
-#include "platform/String.h"
+#include "platform/base/String.h"
 #include "webview/events/EventFields.h"
 #include "webview/events/Names.h"
 #include "webview/events/RecordReaders.h"

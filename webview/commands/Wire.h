@@ -2,8 +2,8 @@
 // serves every command. UI thread.
 #pragma once
 
-#include "platform/messages/IPCSafeString.h"
-#include "platform/messages/MessageReplyBuffer.h"
+#include "platform/channel/IPCSafeString.h"
+#include "platform/channel/MessageReplyBuffer.h"
 #include "webview/commands/Values.h"
 
 #include <concepts>

@@ -1,8 +1,8 @@
 // The way of an event from a web view to the chrome, and of the answer back. UI thread.
 #include "webview/events/EventForwarding.h"
 
-#include "bindings/BindingManager.h"
 #include "engine/OrvWebView.h"
+#include "registry/BindingManager.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 #include "webview/events/EventFields.h"

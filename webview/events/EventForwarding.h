@@ -2,7 +2,7 @@
 #pragma once
 
 #include "engine/OrvWebEvent.h"
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 class OrvWebView;
 

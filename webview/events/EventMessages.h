@@ -2,7 +2,7 @@
 // chrome. Plain values; see Message for who owns them.
 #pragma once
 
-#include "platform/messages/IPCMessage.h"
+#include "platform/channel/IPCMessage.h"
 
 // What both carry: which web view, what happened, and its data.
 class WebEventMessage

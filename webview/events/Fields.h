@@ -6,8 +6,8 @@
 #include "engine/OrvWebEvent.h"
 #include "engine/Records.h"
 #include "engine/SecurityRecords.h"
-#include "platform/JsonWriter.h"
-#include "platform/String.h"
+#include "platform/base/JsonWriter.h"
+#include "platform/base/String.h"
 #include "webview/events/EnumerationNames.h"
 #include "webview/events/JsonText.h"
 

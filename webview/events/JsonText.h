@@ -6,7 +6,7 @@
 // half of the time of a small text.
 #pragma once
 
-#include "platform/String.h"
+#include "platform/base/String.h"
 
 #include <array>
 #include <charconv>

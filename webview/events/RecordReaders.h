@@ -3,8 +3,8 @@
 
 #include "engine/JavaScriptVariant.h"
 #include "engine/Records.h"
-#include "platform/SendQueue.h"
-#include "platform/String.h"
+#include "platform/base/String.h"
+#include "platform/channel/SendQueue.h"
 
 #include <vector>
 

@@ -7,7 +7,7 @@
 
 #include "engine/JavaScriptVariant.h"
 #include "engine/Records.h"
-#include "platform/SendQueue.h"
+#include "platform/channel/SendQueue.h"
 
 #include <cstdint>
 #include <optional>
@@ -43,7 +43,7 @@ inline constexpr const char* placeMessage = "pagehost-place";
 struct FrameHeader {
   std::uint32_t size;  // bytes of the payload
   std::uint32_t kind;
-  std::uint32_t id;  // of a question and its answer; each end counts its own questions
+  std::uint32_t id;  // of a request and its answer; each end numbers its own requests
   std::uint32_t reserved;
   std::uint64_t page;  // the engine's number of the page, 0 for none
 };
@@ -61,7 +61,7 @@ struct Frame {
   std::string payload;
 };
 
-// What somebody wants to be told of a page; the rest is not even looked for.
+// What the module observes in a page, as far as its events are enabled.
 enum class Watched : std::uint32_t {
   WindowObjectCleared = 1u << 0,
   Selection = 1u << 1,
@@ -84,7 +84,7 @@ struct PageSetup {
   bool downloadableFonts = true;  // its documents may load fonts
   bool standalone = false;        // navigator.standalone is there and true
   std::uint32_t watched = 0;      // what it is looked at for; see Watched
-  bool deferred = false;          // its process stands still, but for what the program asks
+  bool deferred = false;          // its process is suspended, except for the program's requests
   bool bound = false;             // of each document the program is asked whether it may call them
 };
 

@@ -72,7 +72,7 @@ bool LinkSocket::flush() {
     if (count < 0) return false;
     sent_ += static_cast<std::size_t>(count);
   }
-  // To move the rest after each piece would take the square of its size.
+  // Moving the rest after each part would take quadratic time.
   if (sent_ >= unsent_.size() - sent_) {
     unsent_.erase(0, sent_);
     sent_ = 0;
@@ -92,7 +92,7 @@ bool LinkSocket::flushAll() {
 bool LinkSocket::receive(std::deque<Frame>& frames, Mode mode) {
   std::array<char, readChunk> chunk;
   int flags = mode == Mode::Wait ? 0 : MSG_DONTWAIT;
-  // Bounded, so that a peer that writes without end does not hold its reader.
+  // Bounded, so that a peer that never stops writing does not block the reader.
   for (std::size_t taken = 0; taken < mostPerReceive; taken += chunk.size()) {
     const ssize_t count = ::recv(socket_.get(), chunk.data(), chunk.size(), flags);
     if (count < 0 && errno == EINTR) continue;

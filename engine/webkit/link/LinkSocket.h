@@ -5,8 +5,8 @@
 #pragma once
 
 #include "engine/webkit/link/Frame.h"
-#include "platform/SendQueue.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
+#include "platform/channel/SendQueue.h"
 
 #include <deque>
 #include <string>

@@ -1,8 +1,8 @@
 // The end of the display and of dialogs. Main thread.
 #include "platform/graphics/gtk/ToolkitEnds.h"
 
-#include "platform/Log.h"
-#include "platform/Process.h"
+#include "platform/base/Log.h"
+#include "platform/os/Process.h"
 
 #include <X11/Xlib.h>
 #include <gtk/gtk.h>

@@ -3,8 +3,8 @@
 // it, the application maps it read-only. UI thread.
 #pragma once
 
-#include "platform/Geometry.h"
-#include "platform/UniqueFd.h"
+#include "platform/base/Geometry.h"
+#include "platform/base/UniqueFd.h"
 
 #include <cstddef>
 

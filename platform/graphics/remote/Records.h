@@ -3,7 +3,7 @@
 // the other: whoever receives a record checks its size and every field before using it.
 #pragma once
 
-#include "platform/Geometry.h"
+#include "platform/base/Geometry.h"
 #include "platform/graphics/WindowSystem.h"
 
 #include <array>

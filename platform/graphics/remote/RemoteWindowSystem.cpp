@@ -1,7 +1,7 @@
 // The window system of a child process whose windows the application shows.
 #include "platform/graphics/remote/RemoteWindowSystem.h"
 
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 #include "platform/graphics/Window.h"
 #include "platform/graphics/gtk/ToolkitEnds.h"
 #include "platform/graphics/gtk/WidgetHost.h"

@@ -5,7 +5,7 @@
 // of the connection shows them.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 #include "platform/graphics/WindowSystem.h"
 #include "platform/graphics/gtk/GtkFrameClock.h"
 

@@ -1,7 +1,7 @@
 // The windows that one child process has, shown inside a top-level window of the application.
 #include "platform/graphics/remote/RemoteWindows.h"
 
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 #include "platform/graphics/gtk/WidgetHost.h"
 #include "platform/graphics/remote/Cursors.h"

@@ -2,7 +2,7 @@
 // thread.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 #include "platform/graphics/Window.h"
 
 #include <memory>

@@ -1,7 +1,7 @@
 // One end of the connection between a child process's windows and the application.
 #include "platform/graphics/remote/WindowConnection.h"
 
-#include "platform/PassedFile.h"
+#include "platform/os/PassedFile.h"
 
 #include <fcntl.h>
 #include <glib-unix.h>

@@ -5,7 +5,7 @@
 // stop its other windows. Sending never blocks.
 #pragma once
 
-#include "platform/UniqueFd.h"
+#include "platform/base/UniqueFd.h"
 
 #include <deque>
 #include <functional>

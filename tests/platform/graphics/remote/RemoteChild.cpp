@@ -7,7 +7,7 @@
 //   tint NAME R G B          areas are of that colour from now on, each part 0 or 1
 //   paints NAME              how often areas were drawn, after a time that is enough for more
 //   tell NAME                its handle and size
-#include "platform/Log.h"
+#include "platform/base/Log.h"
 #include "platform/graphics/Window.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 #include "platform/graphics/remote/RemoteWindowSystem.h"

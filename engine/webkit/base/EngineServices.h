@@ -1,0 +1,24 @@
+// What the pages of a process share, for the parts of a page. Main thread.
+#pragma once
+
+#include <string>
+
+class Downloads;
+class EngineInspector;
+class FormHistory;
+class PasswordStore;
+class Resources;
+class WebProcessLinks;
+struct SavedLogin;
+
+// Owned by the engine, which outlives its pages.
+struct EngineServices {
+  const std::string& localRoot;  // what local: addresses are files of
+  Downloads& downloads;
+  EngineInspector& inspector;
+  FormHistory& formHistory;
+  WebProcessLinks& links;
+  PasswordStore& passwords;
+  SavedLogin& proxyLogin;  // kept while the process runs; without a username there is none
+  Resources& resources;
+};

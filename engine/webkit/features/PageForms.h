@@ -1,0 +1,58 @@
+// The forms of a page: remembers what is typed into them, offers it again, and fills in log-ins
+// that were saved. Main thread.
+#pragma once
+
+#include "engine/JavaScriptVariant.h"
+#include "engine/autofill/PasswordStore.h"
+
+#include <webkit2/webkit2.h>
+
+#include <optional>
+#include <vector>
+
+class PageContext;
+class PagePrompts;
+
+class PageForms {
+ public:
+  using String = Tessel::Platform::String;
+
+  PageForms(PageContext& page, PagePrompts& prompts, WebKitWebView* view);
+  ~PageForms();
+  PageForms(const PageForms&) = delete;
+  PageForms& operator=(const PageForms&) = delete;
+
+  // Handles a report of the content script about forms; false for any other report. The page may be
+  // closed afterwards.
+  bool take(const FunctionCall& report);
+  // Fills the field for which suggestions are offered; ignored when there is none.
+  void fill(const String& text);
+
+ private:
+  using Details = std::vector<JavaScriptVariant>;
+  struct Handler {
+    const char* report;
+    std::size_t leastDetails;
+    void (PageForms::*run)(const Details& details);
+  };
+  static const Handler handlers[];
+
+  static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, PageForms* self);
+
+  void fieldText(const Details& details);
+  void fieldLeft(const Details& details);
+  void typed(const Details& details);
+  void loginForm(const Details& details);
+  void loginSent(const Details& details);
+  void endOffer();
+  void fillLogin(const String& origin, const String& username);
+  bool savesLogins() const;
+
+  PageContext& page_;
+  PagePrompts& prompts_;
+  WebKitWebView* view_;
+  bool offering_ = false;
+  std::vector<String> offered_;
+  // The origin of a log-in form in a document whose commit the engine has not reported yet.
+  String waitingOrigin_;
+};

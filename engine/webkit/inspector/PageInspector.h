@@ -1,0 +1,30 @@
+// The engine's inspector of one page, for a remote front end. Main thread.
+#pragma once
+
+#include "platform/base/String.h"
+
+#include <webkit2/webkit2.h>
+
+#include <memory>
+
+class PageContext;
+
+class PageInspector {
+ public:
+  PageInspector(PageContext& page, WebKitWebView* view);
+  ~PageInspector();
+  PageInspector(const PageInspector&) = delete;
+  PageInspector& operator=(const PageInspector&) = delete;
+
+  // See Page::inspectorMessage. Every front end that comes gets a session of its own, and starts
+  // with what the engine tells at the beginning of one.
+  void message(const Tessel::Platform::String& text, bool connected);
+  void end();
+
+ private:
+  class Session;
+
+  PageContext& page_;
+  WebKitWebView* view_;
+  std::shared_ptr<Session> session_;  // while there is a front end
+};

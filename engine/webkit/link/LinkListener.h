@@ -1,0 +1,65 @@
+// The socket that the modules of web processes connect to, and its authentication. Main thread.
+//
+// Every process of this user can connect, a compromised web process included. A connection becomes
+// a link by presenting a token that was issued for one web process; each is valid once.
+#pragma once
+
+#include "platform/base/UniqueFd.h"
+
+#include <glib.h>
+#include <sys/types.h>
+
+#include <chrono>
+#include <functional>
+#include <list>
+#include <string>
+#include <vector>
+
+class LinkListener {
+ public:
+  // A connection that has presented a token, which is void from now on, and its process as reported
+  // by the kernel.
+  using Welcome =
+      std::function<void(Tessel::Platform::UniqueFd socket, pid_t peer, const std::string& token)>;
+
+  // The limit of connections without a token; beyond it the oldest is closed.
+  static constexpr std::size_t mostStrangers = 32;
+  // The limit of unused tokens; beyond it the oldest is void. Web processes that end before they
+  // connect leave theirs.
+  static constexpr std::size_t mostTokens = 256;
+
+  // Listens in a folder of its own below the given one, which holds nothing else. Throws nothing,
+  // isListening() tells; errno is set when it does not.
+  LinkListener(const std::string& parent, Welcome welcome,
+               std::chrono::milliseconds greetingLimit = std::chrono::seconds(10));
+  ~LinkListener();
+  LinkListener(const LinkListener&) = delete;
+  LinkListener& operator=(const LinkListener&) = delete;
+
+  bool isListening() const { return listener_.get() >= 0; }
+  // What a web process must see to connect.
+  const std::string& folder() const { return folder_; }
+  const std::string& address() const { return address_; }
+  // For one web process that starts now; "", which is never valid, without random numbers.
+  std::string issueToken();
+
+ private:
+  struct Stranger;
+
+  void watch();
+  void pause();
+  void forget(const Stranger& stranger);
+  void complain(pid_t peer, const char* why);
+  static gboolean onConnection(gint fd, GIOCondition condition, gpointer self);
+  static gboolean onGreeting(gint fd, GIOCondition condition, gpointer stranger);
+
+  const Welcome welcome_;
+  const std::chrono::milliseconds greetingLimit_;
+  std::string folder_;
+  std::string address_;
+  Tessel::Platform::UniqueFd listener_;
+  guint source_ = 0;  // the listener's, or the timer's that it waits for
+  std::list<Stranger> strangers_;
+  std::vector<std::string> tokens_;
+  gint64 complained_ = 0;  // when, in microseconds of the monotonic clock
+};

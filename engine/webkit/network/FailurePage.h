@@ -1,0 +1,9 @@
+// The page that is shown in place of one that could not be loaded. Any thread.
+#pragma once
+
+#include "platform/base/String.h"
+
+// HTML; the parts are plain text, the hint may be empty.
+Tessel::Platform::String failurePage(const Tessel::Platform::String& url,
+                                     const Tessel::Platform::String& reason,
+                                     const Tessel::Platform::String& hint);

@@ -1,0 +1,227 @@
+// The module's end of the page link. Web process, main thread only.
+#include "engine/webkit/webprocess/HostLink.h"
+
+#include "platform/base/UniqueFd.h"
+#include "platform/os/Peer.h"
+
+#include <glib-unix.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+using link_protocol::decode;
+using link_protocol::encode;
+using link_protocol::Frame;
+using link_protocol::FrameKind;
+using link_protocol::LinkSocket;
+using Tessel::Platform::isTrustedPeer;
+using Tessel::Platform::peerOf;
+using Tessel::Platform::SendOutcome;
+using Tessel::Platform::String;
+using Tessel::Platform::UniqueFd;
+
+std::unique_ptr<HostLink> HostLink::connect(const std::string& address, const std::string& token,
+                                            HostLinkDelegate& delegate) {
+  sockaddr_un name{};
+  name.sun_family = AF_UNIX;
+  if (address.size() >= sizeof name.sun_path) return nullptr;
+  std::memcpy(name.sun_path, address.c_str(), address.size());
+  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (socket.get() < 0 ||
+      ::connect(socket.get(), reinterpret_cast<sockaddr*>(&name), sizeof name) != 0) {
+    return nullptr;
+  }
+  // Nothing is sent to a listener that is not the program.
+  if (!isTrustedPeer(peerOf(socket.get()))) return nullptr;
+  std::unique_ptr<HostLink> link(new HostLink(LinkSocket(std::move(socket)), delegate));
+  link->tell(FrameKind::Hello, 0, token);
+  return link;
+}
+
+HostLink::HostLink(LinkSocket socket, HostLinkDelegate& delegate)
+    : socket_(std::move(socket)),
+      delegate_(delegate),
+      readSource_(g_unix_fd_add(socket_.fd(), G_IO_IN, onReadable, this)) {}
+
+HostLink::~HostLink() {
+  breakLink();
+}
+
+void HostLink::breakLink() {
+  broken_ = true;
+  if (readSource_ != 0) g_source_remove(readSource_);
+  if (idleSource_ != 0) g_source_remove(idleSource_);
+  readSource_ = idleSource_ = 0;
+}
+
+gboolean HostLink::onReadable(gint, GIOCondition, gpointer data) {
+  auto* self = static_cast<HostLink*>(data);
+  const bool alive = self->socket_.receive(self->arrived_, LinkSocket::Mode::Poll);
+  self->serveArrived();
+  self->suspend();
+  if (alive) return G_SOURCE_CONTINUE;
+  self->readSource_ = 0;
+  self->breakLink();
+  return G_SOURCE_REMOVE;
+}
+
+gboolean HostLink::onIdle(gpointer data) {
+  auto* self = static_cast<HostLink*>(data);
+  self->idleSource_ = 0;
+  self->serveArrived();
+  self->suspend();
+  return G_SOURCE_REMOVE;
+}
+
+// From the main loop: no request is open, so everything may run, in order.
+void HostLink::serveArrived() {
+  runPosts();
+  while (!arrived_.empty()) {
+    Frame frame = std::move(arrived_.front());
+    arrived_.pop_front();
+    if (frame.kind == FrameKind::PostFunction) {
+      posts_.push_back(std::move(frame));
+      runPosts();
+    } else if (frame.kind == FrameKind::CallFunction) {
+      serveCall(frame);
+    } else {
+      serveAside(frame);
+    }
+  }
+}
+
+void HostLink::suspend() {
+  // An open request goes first; its end schedules this again.
+  if (suspended_ || openRequests_ > 0) return;
+  suspended_ = true;
+  while (!broken_ && delegate_.isDeferred()) {
+    if (arrived_.empty() && !socket_.receive(arrived_, LinkSocket::Mode::Wait)) breakLink();
+    serveArrived();
+  }
+  suspended_ = false;
+}
+
+void HostLink::runPosts() {
+  while (!posts_.empty()) {
+    const Frame frame = std::move(posts_.front());
+    posts_.pop_front();
+    link_protocol::PostedCall post;
+    if (!decode(frame.payload, post)) continue;
+    if (post.ownScript) {
+      delegate_.act(frame.page, post.call);
+      continue;
+    }
+    const JavaScriptVariant value = delegate_.callFunction(frame.page, post.call);
+    if (post.resultId.isEmpty()) continue;
+    if (!report(frame.page, {{"functionResult"}, {post.resultId, value}})) {
+      report(frame.page, {{"functionResult"}, {post.resultId, JavaScriptVariant()}});
+    }
+  }
+}
+
+void HostLink::serveCall(const Frame& frame) {
+  // A call that is waited for does not overtake what was posted before it.
+  runPosts();
+  FunctionCall call;
+  JavaScriptVariant value;
+  if (decode(frame.payload, call)) value = delegate_.callFunction(frame.page, call);
+  const std::string answer = encode(value);
+  if (send(FrameKind::Answer, frame.id, frame.page, answer)) return;
+  send(FrameKind::Answer, frame.id, frame.page, encode(JavaScriptVariant()));
+  reportOversized(frame.page, call.path.empty() ? String() : call.path.back(), answer.size());
+}
+
+// Handles frames that run no script of a page, and so need not wait.
+void HostLink::serveAside(const Frame& frame) {
+  link_protocol::PageSetup setup;
+  if (frame.kind == FrameKind::SetupChanged && decode(frame.payload, setup)) {
+    delegate_.setupChanged(frame.page, setup);
+  } else if (frame.kind == FrameKind::Ping) {
+    report(frame.page, {{"alive"}, {}});
+  }
+}
+
+std::optional<std::string> HostLink::ask(FrameKind kind, std::uint64_t page,
+                                         std::string_view payload) {
+  const std::uint32_t id = ++lastId_;
+  if (broken_) return std::nullopt;
+  if (!send(kind, id, page, payload)) {
+    reportOversized(page, kind == FrameKind::Dialog ? "dialog" : "question", payload.size());
+    return std::nullopt;
+  }
+
+  ++openRequests_;
+  std::optional<std::string> answer;
+  while (!answer) {
+    const auto early = std::find_if(earlyAnswers_.begin(), earlyAnswers_.end(),
+                                    [&](const Frame& frame) { return frame.id == id; });
+    if (early != earlyAnswers_.end()) {
+      answer = std::move(early->payload);
+      earlyAnswers_.erase(early);
+      break;
+    }
+    if (arrived_.empty()) {
+      if (broken_) break;
+      if (!socket_.receive(arrived_, LinkSocket::Mode::Wait)) breakLink();
+      continue;
+    }
+    Frame frame = std::move(arrived_.front());
+    arrived_.pop_front();
+    switch (frame.kind) {
+      case FrameKind::Answer:
+        if (frame.id == id) {
+          answer = std::move(frame.payload);
+        } else {
+          earlyAnswers_.push_back(std::move(frame));
+        }
+        break;
+      case FrameKind::CallFunction:
+        serveCall(frame);
+        break;
+      case FrameKind::PostFunction:
+        posts_.push_back(std::move(frame));
+        break;
+      default:
+        serveAside(frame);
+        break;
+    }
+  }
+  if (--openRequests_ == 0) serveLater();
+  return answer;
+}
+
+// Frames that were read after the answer are queued here: the socket will not signal them again.
+void HostLink::serveLater() {
+  const bool nothing = arrived_.empty() && posts_.empty() && !delegate_.isDeferred();
+  if (broken_ || idleSource_ != 0 || nothing) return;
+  idleSource_ = g_idle_add_full(G_PRIORITY_DEFAULT, onIdle, this, nullptr);
+}
+
+void HostLink::tell(FrameKind kind, std::uint64_t page, std::string_view payload) {
+  send(kind, 0, page, payload);
+}
+
+bool HostLink::report(std::uint64_t page, const FunctionCall& report) {
+  const std::string payload = encode(report);
+  if (send(FrameKind::Report, 0, page, payload)) return true;
+  reportOversized(page, report.path.front(), payload.size());
+  return false;
+}
+
+void HostLink::reportOversized(std::uint64_t page, const String& what, std::size_t size) {
+  send(FrameKind::Report, 0, page,
+       encode(FunctionCall{{"oversized"}, {what, static_cast<double>(size)}}));
+}
+
+bool HostLink::send(FrameKind kind, std::uint32_t id, std::uint64_t page,
+                    std::string_view payload) {
+  if (broken_) return true;
+  const SendOutcome outcome = socket_.send(kind, id, page, payload);
+  if (outcome == SendOutcome::TooLarge) return false;
+  // Everything is flushed, so there is always room.
+  if (outcome != SendOutcome::Sent || !socket_.flushAll()) breakLink();
+  return true;
+}

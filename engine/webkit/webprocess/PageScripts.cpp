@@ -1,0 +1,159 @@
+// JavaScript values across the link, and calls of page functions. Web process, main thread only.
+#include "engine/webkit/webprocess/PageScripts.h"
+
+using Tessel::Platform::String;
+
+namespace {
+
+String joined(const std::vector<String>& path) {
+  std::string text;
+  for (const String& name : path) text.append(text.empty() ? "" : ".").append(name.view());
+  return String(std::move(text));
+}
+
+}  // namespace
+
+std::string takeException(JSCContext* context) {
+  JSCException* exception = jsc_context_get_exception(context);
+  if (!exception) return std::string();
+  // The object belongs to the context and goes with its clearing.
+  const ObjectPointer<JSCException> held(JSC_EXCEPTION(g_object_ref(exception)));
+  jsc_context_clear_exception(context);
+  gchar* message = jsc_exception_to_string(held.get());
+  std::string text = message ? message : "exception";
+  g_free(message);
+  if (const char* source = jsc_exception_get_source_uri(held.get())) {
+    text.append(" (").append(source).append(":");
+    text.append(std::to_string(jsc_exception_get_line_number(held.get()))).append(")");
+  }
+  return text;
+}
+
+PageFunctions makePageFunctions(JSCContext* context) {
+  // The engine's own conversion stops at an unpaired surrogate, so those are replaced here.
+  constexpr const char* source = R"((() => {
+    const { apply } = Reflect;
+    const text = String;
+    const { toWellFormed } = String.prototype;
+    const wellFormed = string => apply(toWellFormed, string, []);
+    const wrapNative = native => (...values) => {
+      for (let i = 0; i < values.length; ++i) {
+        const value = values[i];
+        if (value !== null && value !== undefined) values[i] = wellFormed(text(value));
+      }
+      return apply(native, undefined, values);
+    };
+    const wrapOwn = native => (...values) => {
+      for (let i = 0; i < values.length; ++i) {
+        if (typeof values[i] === 'string') values[i] = wellFormed(values[i]);
+      }
+      return apply(native, undefined, values);
+    };
+    return { wellFormed, wrapNative, wrapOwn };
+  })())";
+  const ObjectPointer<JSCValue> made(jsc_context_evaluate(context, source, -1));
+  const auto member = [&made](const char* name) {
+    return ObjectPointer<JSCValue>(jsc_value_object_get_property(made.get(), name));
+  };
+  return {member("wellFormed"), member("wrapNative"), member("wrapOwn")};
+}
+
+std::string bytesOf(JSCValue* text) {
+  GBytes* bytes = jsc_value_to_string_as_bytes(text);
+  if (!bytes) return std::string();
+  gsize size = 0;
+  const auto* data = static_cast<const char*>(g_bytes_get_data(bytes, &size));
+  std::string result(data ? data : "", size);
+  g_bytes_unref(bytes);
+  return result;
+}
+
+JSCValue* toScript(JSCContext* context, const JavaScriptVariant& value) {
+  switch (value.type()) {
+    case JavaScriptVariant::Boolean:
+      return jsc_value_new_boolean(context, value.booleanValue());
+    case JavaScriptVariant::Number:
+      return jsc_value_new_number(context, value.numberValue());
+    case JavaScriptVariant::Text: {
+      // The engine drops a whole string with an invalid UTF-8 byte in it.
+      const String text = Tessel::Platform::repaired(value.stringValue());
+      GBytes* bytes = g_bytes_new_static(text.utf8(), text.length());
+      JSCValue* result = jsc_value_new_string_from_bytes(context, bytes);
+      g_bytes_unref(bytes);
+      return result;
+    }
+    case JavaScriptVariant::Null:
+      return jsc_value_new_null(context);
+    default:
+      return jsc_value_new_undefined(context);
+  }
+}
+
+JavaScriptVariant fromScript(JSCValue* value) {
+  if (jsc_value_is_undefined(value)) return {};
+  if (jsc_value_is_null(value)) return JavaScriptVariant::null();
+  if (jsc_value_is_boolean(value)) return jsc_value_to_boolean(value) != FALSE;
+  if (jsc_value_is_number(value)) return jsc_value_to_double(value);
+  if (jsc_value_is_string(value)) return String(bytesOf(value));
+  return JavaScriptVariant::object();
+}
+
+FunctionCall callFrom(const GPtrArray* arguments) {
+  FunctionCall call;
+  for (guint i = 0; i < arguments->len; ++i) {
+    const JavaScriptVariant value =
+        fromScript(static_cast<JSCValue*>(g_ptr_array_index(arguments, i)));
+    if (i == 0) {
+      call.path.push_back(value.stringValue());
+    } else {
+      call.arguments.push_back(value);
+    }
+  }
+  return call;
+}
+
+JSCValue* makeVariadic(JSCContext* context, JSCValue* wrapper, const char* name,
+                       VariadicCallback callback, gpointer data, GDestroyNotify free) {
+  const ObjectPointer<JSCValue> native(jsc_value_new_function_variadic(
+      context, name, G_CALLBACK(callback), data, free, JSC_TYPE_VALUE));
+  return jsc_value_function_call(wrapper, JSC_TYPE_VALUE, native.get(), G_TYPE_NONE);
+}
+
+JavaScriptVariant callPageFunction(JSCContext* context, const PageFunctions& functions,
+                                   const FunctionCall& call, std::string& problem) {
+  if (call.path.empty()) return {};
+  ObjectPointer<JSCValue> holder(jsc_context_get_global_object(context));
+  for (std::size_t i = 0; i + 1 < call.path.size(); ++i) {
+    holder.reset(jsc_value_object_get_property(holder.get(), call.path[i].utf8()));
+    if (!holder || !jsc_value_is_object(holder.get())) {
+      problem = takeException(context);
+      return {};
+    }
+  }
+  const char* name = call.path.back().utf8();
+  const ObjectPointer<JSCValue> function(jsc_value_object_get_property(holder.get(), name));
+  if (!function || !jsc_value_is_function(function.get())) {
+    problem = takeException(context);
+    return {};
+  }
+  std::vector<ObjectPointer<JSCValue>> arguments;
+  std::vector<JSCValue*> parameters;
+  arguments.reserve(call.arguments.size());
+  for (const JavaScriptVariant& argument : call.arguments) {
+    arguments.emplace_back(toScript(context, argument));
+    parameters.push_back(arguments.back().get());
+  }
+  ObjectPointer<JSCValue> result(jsc_value_object_invoke_methodv(
+      holder.get(), name, static_cast<guint>(parameters.size()), parameters.data()));
+  problem = takeException(context);
+  if (!problem.empty()) {
+    problem = joined(call.path).toStdString() + ": " + problem;
+    return {};
+  }
+  if (!result) return {};
+  if (jsc_value_is_string(result.get())) {
+    result.reset(jsc_value_function_call(functions.wellFormed.get(), JSC_TYPE_VALUE, result.get(),
+                                         G_TYPE_NONE));
+  }
+  return fromScript(result.get());
+}

@@ -1,0 +1,47 @@
+// JavaScript values across the link, and calls of page functions. Web process, main thread only.
+#pragma once
+
+#include "engine/JavaScriptVariant.h"
+#include "engine/webkit/base/ObjectPointer.h"
+
+#include <jsc/jsc.h>
+
+#include <string>
+
+// An exception that is pending in a context as one line of text, and clears it; empty when there
+// is none.
+std::string takeException(JSCContext* context);
+
+// What is made in a page's world before any script of the page can have changed its functions. Each
+// keeps the page's document alive, so what a document owns, such as the data of a native function,
+// must not hold them: the engine could not free either.
+struct PageFunctions {
+  ObjectPointer<JSCValue> wellFormed;  // a string with the halves of surrogate pairs replaced
+  // Wraps a native function for pages: every argument becomes String(argument), well formed, except
+  // null and undefined.
+  ObjectPointer<JSCValue> wrapNative;
+  // The same for our own scripts: only strings are changed.
+  ObjectPointer<JSCValue> wrapOwn;
+};
+PageFunctions makePageFunctions(JSCContext* context);
+
+// The bytes of a well-formed string, zeros and all.
+std::string bytesOf(JSCValue* text);
+
+JSCValue* toScript(JSCContext* context, const JavaScriptVariant& value);
+// Strings must be well formed.
+JavaScriptVariant fromScript(JSCValue* value);
+// A report of one of our own scripts, through wrapOwn: the first argument names it. Without
+// arguments the path is empty.
+FunctionCall callFrom(const GPtrArray* arguments);
+
+// A native function that takes anything, behind one of the wrappers above. The data is the
+// function's.
+using VariadicCallback = JSCValue* (*)(GPtrArray*, gpointer);
+JSCValue* makeVariadic(JSCContext* context, JSCValue* wrapper, const char* name,
+                       VariadicCallback callback, gpointer data, GDestroyNotify free);
+
+// Calls a function by its path from the global object, with the object that holds it as this.
+// Undefined when it does not exist or throws; problem tells of what was thrown.
+JavaScriptVariant callPageFunction(JSCContext* context, const PageFunctions& functions,
+                                   const FunctionCall& call, std::string& problem);

@@ -1,0 +1,378 @@
+// Where other processes connect. The acceptor's thread reads all of its own state under one mutex,
+// which is not held while an owner is called.
+#include "platform/channel/Channels.h"
+
+#include "platform/base/Log.h"
+#include "platform/os/Accept.h"
+#include "platform/os/Folders.h"
+#include "platform/os/Peer.h"
+#include "platform/os/Process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tessel::Platform {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr const char* namePrefix = "channel-";
+// How long a process may be connected without having made itself known, and how many connections
+// may be so: of those of processes that nobody expects, and of those that are expected.
+constexpr std::chrono::seconds patienceWithStrangers{10};
+constexpr std::size_t mostStrangers = 64;
+constexpr std::size_t mostExpected = 256;
+// Connections that wait to be accepted. Short, so that a process that connects without end keeps
+// nobody waiting behind thousands of its own; who finds it full waits for room.
+constexpr int acceptQueue = 64;
+
+// The address of a channel; nothing when the folder is not to be had or its name is too long.
+std::optional<sockaddr_un> addressOf(pid_t pid, int channel) {
+  const std::string folder = runtimeFolder();
+  if (folder.empty()) return std::nullopt;
+  const std::string path =
+      folder + "/" + namePrefix + std::to_string(pid) + "-" + std::to_string(channel);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (path.size() >= sizeof address.sun_path) {
+    errno = ENAMETOOLONG;
+    return std::nullopt;
+  }
+  path.copy(address.sun_path, path.size());
+  return address;
+}
+
+UniqueFd newSocket(int flags) {
+  return UniqueFd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0));
+}
+
+// The kernel waits for room in the listener's queue as long as sending may block.
+bool setConnectLimit(int socket, std::chrono::milliseconds limit) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(limit);
+  const timeval time{seconds.count(), std::chrono::microseconds(limit - seconds).count()};
+  return ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &time, sizeof time) == 0;
+}
+
+class Acceptor {
+ public:
+  static Acceptor& instance() {
+    static auto* const acceptor = new Acceptor;  // leaked, as its thread is
+    return *acceptor;
+  }
+
+  int open(int wanted, const std::shared_ptr<ChannelOwner>& owner);
+  void close(int channel);
+  void afterConnections(std::function<void()> call);
+  void wake() const { ::eventfd_write(wake_.get(), 1); }
+
+ private:
+  struct Listener {
+    int channel;
+    UniqueFd socket;
+    sockaddr_un address;
+    std::shared_ptr<ChannelOwner> owner;
+  };
+  // Connected, and not taken yet.
+  struct Stranger {
+    std::shared_ptr<ChannelOwner> owner;
+    pid_t pid;
+    uid_t uid;
+    bool isExpected;
+    ChannelSocket socket;
+    Clock::time_point deadline;
+  };
+
+  // What one turn of the thread waits for.
+  struct Round {
+    std::vector<pollfd> descriptors;  // the wake-up's, the listeners', the strangers'
+    std::vector<std::shared_ptr<ChannelOwner>> owners;  // of the listeners
+    std::size_t waitingCalls;
+    std::chrono::milliseconds timeout;  // negative for none
+  };
+
+  void run();
+  Round nextRound();
+  // Each stranger's descriptor tells whether it has spoken.
+  void settleAll(std::span<const pollfd> spoken);
+  // True when nobody was there.
+  bool acceptAll(const Round& round);
+  // Those of the calls that have waited since before the poll.
+  std::vector<std::function<void()>> takeCalls(std::size_t count);
+  void accept(int listener, const std::shared_ptr<ChannelOwner>& owner);
+  void pauseAccepting();
+  void makeRoomFor(const Stranger& stranger);
+  // True when the stranger is one no longer, one way or the other.
+  static bool settle(Stranger& stranger, bool hasSpoken);
+
+  std::mutex mutex_;
+  std::vector<Listener> listeners_;
+  int lastChannel_ = 0;
+  std::string folder_;  // set before the thread is there
+  UniqueFd wake_;
+  std::vector<std::function<void()>> calls_;
+  // The thread's own, the oldest first.
+  std::vector<Stranger> strangers_;
+  Clock::time_point pausedUntil_{};
+  bool hasComplained_ = false;  // of too many strangers, since there were few
+};
+
+int Acceptor::open(int wanted, const std::shared_ptr<ChannelOwner>& owner) {
+  const std::lock_guard lock(mutex_);
+  if (!wake_) {
+    folder_ = runtimeFolder();
+    wake_.reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    const auto body = [](void* self) { static_cast<Acceptor*>(self)->run(); };
+    if (!wake_ || !startNamedDetachedThread("acceptor", body, this)) {
+      wake_.reset();
+      return -1;
+    }
+  }
+  const int channel = wanted == anyChannel ? ++lastChannel_ : wanted;
+  const auto address = addressOf(::getpid(), channel);
+  UniqueFd socket = newSocket(SOCK_NONBLOCK);
+  if (!address || !socket) return -1;
+  // A process of this number that was killed has left its name behind.
+  ::unlink(address->sun_path);
+  if (::bind(socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0 ||
+      ::listen(socket.get(), acceptQueue) != 0) {
+    return -1;
+  }
+  removeAtExit(address->sun_path);
+  listeners_.push_back({channel, std::move(socket), *address, owner});
+  wake();
+  return channel;
+}
+
+void Acceptor::close(int channel) {
+  const std::lock_guard lock(mutex_);
+  std::erase_if(listeners_, [&](const Listener& listener) {
+    if (listener.channel != channel) return false;
+    ::unlink(listener.address.sun_path);
+    return true;
+  });
+  wake();
+}
+
+void Acceptor::afterConnections(std::function<void()> call) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (wake_) {
+      calls_.push_back(std::move(call));
+      return wake();
+    }
+  }
+  call();
+}
+
+std::vector<std::function<void()>> Acceptor::takeCalls(std::size_t count) {
+  const std::lock_guard lock(mutex_);
+  const auto end = calls_.begin() + static_cast<std::ptrdiff_t>(count);
+  std::vector<std::function<void()>> taken(std::move_iterator(calls_.begin()),
+                                           std::move_iterator(end));
+  calls_.erase(calls_.begin(), end);
+  return taken;
+}
+
+Acceptor::Round Acceptor::nextRound() {
+  Round round{{{wake_.get(), POLLIN, 0}}, {}, 0, std::chrono::milliseconds(-1)};
+  const auto pause = std::chrono::ceil<std::chrono::milliseconds>(pausedUntil_ - Clock::now());
+  const bool isPaused = pause.count() > 0;
+  if (isPaused) round.timeout = pause;
+  {
+    const std::lock_guard lock(mutex_);
+    for (const Listener& listener : listeners_) {
+      round.descriptors.push_back(
+          {listener.socket.get(), static_cast<short>(isPaused ? 0 : POLLIN), 0});
+      round.owners.push_back(listener.owner);
+    }
+    round.waitingCalls = calls_.size();
+  }
+  for (const Stranger& stranger : strangers_) {
+    round.descriptors.push_back({stranger.socket.fd(), POLLIN, 0});
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(
+        std::max(stranger.deadline - Clock::now(), Clock::duration::zero()));
+    round.timeout = round.timeout.count() < 0 ? left : std::min(round.timeout, left);
+  }
+  if (round.waitingCalls > 0) round.timeout = std::chrono::milliseconds(0);
+  return round;
+}
+
+void Acceptor::settleAll(std::span<const pollfd> spoken) {
+  for (std::size_t i = strangers_.size(); i-- > 0;) {
+    if (!settle(strangers_[i], spoken[i].revents != 0)) continue;
+    strangers_.erase(strangers_.begin() + static_cast<std::ptrdiff_t>(i));
+  }
+}
+
+bool Acceptor::acceptAll(const Round& round) {
+  bool isQuiet = true;
+  for (std::size_t i = 0; i < round.owners.size(); ++i) {
+    const pollfd& listener = round.descriptors[i + 1];
+    isQuiet = isQuiet && listener.revents == 0;
+    // The listener may be closed by now: then the number is nobody's, or a socket that nobody
+    // connects to.
+    if (listener.revents & POLLIN) accept(listener.fd, round.owners[i]);
+  }
+  return isQuiet;
+}
+
+void Acceptor::run() {
+  // Here, because nobody has to wait for it.
+  removeSocketsOfTheDead(folder_, namePrefix);
+  for (;;) {
+    Round round = nextRound();
+    std::span<pollfd> all(round.descriptors);
+    if (::poll(all.data(), all.size(), static_cast<int>(round.timeout.count())) < 0) continue;
+    eventfd_t ignored = 0;
+    if (all[0].revents != 0) ::eventfd_read(wake_.get(), &ignored);
+    // Those who were polled first: more come with acceptAll().
+    settleAll(all.subspan(1 + round.owners.size()));
+    if (!acceptAll(round)) continue;
+    for (const auto& call : takeCalls(round.waitingCalls)) call();
+  }
+}
+
+void Acceptor::accept(int listener, const std::shared_ptr<ChannelOwner>& owner) {
+  UniqueFd socket;
+  {
+    const std::lock_guard lock(mutex_);
+    const bool isOpen = std::any_of(listeners_.begin(), listeners_.end(), [&](const auto& entry) {
+      return entry.socket.get() == listener && entry.owner == owner;
+    });
+    if (isOpen) socket.reset(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
+    if (isOpen && !socket && isShortOfDescriptors(errno)) pauseAccepting();
+  }
+  if (!socket) return;
+  const auto peer = peerOf(socket.get());
+  if (!isTrustedPeer(peer)) {
+    logAlways(LogError, "A connection of process %d of user %u is refused.",
+              peer ? static_cast<int>(peer->pid) : -1, peer ? peer->uid : 0);
+    return;
+  }
+  Stranger stranger{owner,
+                    peer->pid,
+                    peer->uid,
+                    !owner->knows(peer->pid) && owner->expects(peer->pid),
+                    ChannelSocket(std::move(socket)),
+                    Clock::now() + patienceWithStrangers};
+  if (settle(stranger, false)) return;
+  makeRoomFor(stranger);
+  strangers_.push_back(std::move(stranger));
+}
+
+void Acceptor::pauseAccepting() {
+  const int error = errno;
+  const auto now = Clock::now();
+  if (now - pausedUntil_ > patienceWithStrangers) {
+    logAlways(LogError, "Connections wait: %s", std::strerror(error));
+  }
+  pausedUntil_ = now + acceptPause;
+}
+
+// Of too many strangers one goes: of the user who has most of them, of his process that has most,
+// the one that has been silent longest. So nobody keeps others out by connecting often.
+void Acceptor::makeRoomFor(const Stranger& stranger) {
+  const auto alike = [&](const Stranger& other) { return other.isExpected == stranger.isExpected; };
+  const auto count = [&](auto same) {
+    return std::count_if(strangers_.begin(), strangers_.end(),
+                         [&](const Stranger& other) { return alike(other) && same(other); });
+  };
+  const std::size_t most = stranger.isExpected ? mostExpected : mostStrangers;
+  const auto all = static_cast<std::size_t>(count([](const Stranger&) { return true; }));
+  if (all < most / 2) hasComplained_ = false;
+  if (all < most) return;
+  auto worst = strangers_.end();
+  std::pair<std::ptrdiff_t, std::ptrdiff_t> worstCounts{};
+  for (auto it = strangers_.begin(); it != strangers_.end(); ++it) {
+    if (!alike(*it)) continue;
+    const std::pair counts{count([&](const Stranger& other) { return other.uid == it->uid; }),
+                           count([&](const Stranger& other) { return other.pid == it->pid; })};
+    if (worst != strangers_.end() && counts <= worstCounts) continue;
+    worst = it;
+    worstCounts = counts;
+  }
+  if (!std::exchange(hasComplained_, true)) {
+    logAlways(LogError, "Too many connections are silent: those of process %d are closed first.",
+              static_cast<int>(worst->pid));
+  }
+  strangers_.erase(worst);
+}
+
+bool Acceptor::settle(Stranger& stranger, bool hasSpoken) {
+  // Whatever a known process has sent is read by whom it is for.
+  if (!stranger.owner->knows(stranger.pid) && hasSpoken) {
+    ReceivedMessage message;
+    switch (stranger.socket.receive(message)) {
+      case ChannelSocket::Outcome::Nothing:
+        return false;
+      case ChannelSocket::Outcome::Closed:
+        return true;
+      case ChannelSocket::Outcome::Malformed:
+        logAlways(LogError, "A connection of process %d is closed: it sent what is no message.",
+                  static_cast<int>(stranger.pid));
+        return true;
+      case ChannelSocket::Outcome::Message:
+        stranger.owner->greet(stranger.pid, message);
+        if (!stranger.owner->knows(stranger.pid)) return true;
+    }
+  }
+  if (!stranger.owner->knows(stranger.pid)) return Clock::now() >= stranger.deadline;
+  stranger.owner->connected(stranger.pid, std::move(stranger.socket));
+  return true;
+}
+
+}  // namespace
+
+int openChannel(int wanted, const std::shared_ptr<ChannelOwner>& owner) {
+  return Acceptor::instance().open(wanted, owner);
+}
+
+void closeChannel(int channel) {
+  Acceptor::instance().close(channel);
+}
+
+void afterConnections(std::function<void()> call) {
+  Acceptor::instance().afterConnections(std::move(call));
+}
+
+void lookAtConnectionsAgain() {
+  Acceptor::instance().wake();
+}
+
+UniqueFd connectToChannel(pid_t pid, int channel, std::chrono::milliseconds limit) {
+  const auto address = addressOf(pid, channel);
+  const bool blocks = limit.count() > 0;
+  UniqueFd socket = newSocket(blocks ? 0 : SOCK_NONBLOCK);
+  if (!address || !socket) return UniqueFd();
+  if (blocks && !setConnectLimit(socket.get(), limit)) return UniqueFd();
+  if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) {
+    return UniqueFd();
+  }
+  const auto peer = peerOf(socket.get());
+  // The name may have been left behind by an earlier process of that number.
+  if (!peer || peer->pid != pid) {
+    errno = ECONNREFUSED;
+    return UniqueFd();
+  }
+  if (blocks && ::fcntl(socket.get(), F_SETFL, O_NONBLOCK) != 0) return UniqueFd();
+  return socket;
+}
+
+}  // namespace Tessel::Platform

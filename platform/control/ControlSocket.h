@@ -1,0 +1,52 @@
+// The control: a socket in the user's run-time folder by which a person or a test raises any
+// notification and sees what the chrome asks for. Main thread.
+//
+// Each line of a client is a list of texts as JSON, and each is answered by one line:
+//   ["raise", "onWindowState", "fullscreen"]   {"ok":true} or {"error":"..."}
+//   ["watch"]                                  {"ok":true}, and from then on each request of the
+//                                              chrome: {"request":"addURI","arguments":["..."]}
+// A line has 64 KiB at most, and there are 16 clients at most; who sends more, or does not read
+// what it is sent, is cut off. Clients are processes of the same user or of root, by the kernel's
+// word.
+#pragma once
+
+#include "platform/base/UniqueFd.h"
+#include "platform/os/AcceptSource.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tessel::Platform {
+
+class ControlSocket {
+ public:
+  // Where the control of that process is, in the run-time folder; empty, with errno set, when there
+  // is no such folder.
+  static std::string pathOf(int pid);
+  static constexpr const char* namePrefix = "control-";
+
+  // Listens at that path, which must not be there yet; null with errno set when that fails.
+  static std::unique_ptr<ControlSocket> open(const std::string& path);
+  // The path goes with it.
+  ~ControlSocket();
+  ControlSocket(const ControlSocket&) = delete;
+  ControlSocket& operator=(const ControlSocket&) = delete;
+
+ private:
+  class Client;
+
+  ControlSocket(UniqueFd listener, std::string path);
+  void accept(UniqueFd socket);
+  void remove(Client* client);
+  // To all clients that watch.
+  void tellWatchers(const std::string& line);
+
+  UniqueFd listener_;
+  const std::string path_;
+  std::optional<AcceptSource> source_;
+  std::vector<std::unique_ptr<Client>> clients_;
+};
+
+}  // namespace Tessel::Platform

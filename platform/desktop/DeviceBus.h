@@ -1,0 +1,50 @@
+// What the services of the desktop and of the system tell over their buses: whether the screen is
+// locked, how the device is held, the locale. Main thread.
+#pragma once
+
+#include "platform/desktop/NavigatorHandler.h"
+#include "platform/desktop/RotationService.h"
+
+#include <vector>
+
+typedef struct _GDBusConnection GDBusConnection;
+typedef struct _GCancellable GCancellable;
+typedef struct _GVariant GVariant;
+
+namespace Tessel::Platform {
+
+class DeviceBus final : public NavigatorService {
+ public:
+  // Looks for the buses; what is not there has nothing to tell.
+  DeviceBus(NavigatorHandler& handler, RotationService& rotation);
+  // Of these buses, either of which may be null.
+  DeviceBus(NavigatorHandler& handler, RotationService& rotation, GDBusConnection* session,
+            GDBusConnection* system);
+  ~DeviceBus() override;
+
+  // onIsDeviceLocked comes later: true, false, or unknown.
+  void isDeviceLocked() override;
+
+ private:
+  struct Subscription {
+    GDBusConnection* bus;
+    unsigned id;
+  };
+
+  void useSession(GDBusConnection* bus);
+  void useSystem(GDBusConnection* bus);
+  void lockChanged(bool locked);
+  void propertiesChanged(GVariant* changed);
+  void answerLocked(const char* answer);
+
+  NavigatorHandler& handler_;
+  RotationService& rotation_;
+  GDBusConnection* session_ = nullptr;  // referenced
+  GDBusConnection* system_ = nullptr;   // referenced
+  GCancellable* const cancellable_;
+  std::vector<Subscription> subscriptions_;
+  bool locked_ = false;
+  unsigned unknown_ = 0;  // the source that answers where there is nobody to ask
+};
+
+}  // namespace Tessel::Platform

@@ -1,0 +1,65 @@
+// The way between the program and what surrounds it: the window's place on the desktop, the device,
+// other applications. What is raised goes to the listeners, what is asked for to the services.
+// Main thread.
+#pragma once
+
+#include "platform/base/ListenerList.h"
+#include "platform/desktop/Listeners.h"
+
+#include <functional>
+#include <vector>
+
+namespace Tessel::Platform {
+
+// Carries requests out; what it does not override is somebody else's to do.
+class NavigatorService {
+ public:
+  virtual ~NavigatorService() = default;
+#define REQUEST(name, Result, parameters, arguments) \
+  virtual Result name parameters {                   \
+    static_cast<void>(std::tie arguments);           \
+    return Result();                                 \
+  }
+#include "platform/desktop/Requests.def"
+};
+
+// Calling one of its notifications tells every listener, in the order of their arrival; a query is
+// answered with yes when one of them says so. Calling a request asks every service; the first
+// answer that is not empty counts.
+class NavigatorHandler final : public NavigatorListener {
+ public:
+  // Told of each request before it is carried out, with its arguments as texts.
+  using Watcher = std::function<void(const char* name, const std::vector<String>& arguments)>;
+
+  // Created on first use; never destroyed.
+  static NavigatorHandler& instance();
+
+  // Not owned.
+  void addListener(NavigatorListener* listener) { listeners_.add(listener); }
+  void removeListener(NavigatorListener* listener) { listeners_.remove(listener); }
+  bool hasListeners() { return !listeners_.isEmpty(); }
+  void addService(NavigatorService* service) { services_.add(service); }
+  void removeService(NavigatorService* service) { services_.remove(service); }
+  // Only one; an empty one takes it away.
+  void setWatcher(Watcher watcher) { watcher_ = std::move(watcher); }
+
+#define HANDLER_OPERATION(name, Result, parameters, arguments, text) \
+  Result name parameters override;
+#define APPLICATION_NOTIFICATION HANDLER_OPERATION
+#define APPLICATION_QUERY HANDLER_OPERATION
+#define INVOCATION_NOTIFICATION HANDLER_OPERATION
+#include "platform/desktop/Notifications.def"
+#undef HANDLER_OPERATION
+
+#define REQUEST(name, Result, parameters, arguments) Result name parameters;
+#include "platform/desktop/Requests.def"
+
+ private:
+  NavigatorHandler() = default;
+
+  ListenerList<NavigatorListener> listeners_;
+  ListenerList<NavigatorService> services_;
+  Watcher watcher_;
+};
+
+}  // namespace Tessel::Platform

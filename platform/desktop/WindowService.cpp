@@ -1,0 +1,83 @@
+// The application's window as the navigator sees it. Main thread.
+#include "platform/desktop/WindowService.h"
+
+#include <glib.h>
+
+#include <array>
+
+namespace Tessel::Platform {
+
+using Graphics::ShownAs;
+
+namespace {
+
+constexpr std::array<const char*, 5> stateNames{"normal", "maximized", "fullscreen", "minimized",
+                                                "covered"};
+
+bool hides(ShownAs shownAs) {
+  return shownAs == ShownAs::Minimized || shownAs == ShownAs::Covered;
+}
+
+}  // namespace
+
+WindowService::WindowService(NavigatorHandler& handler, Graphics::Window& window)
+    : handler_(handler), window_(window) {
+  handler_.addService(this);
+}
+
+WindowService::~WindowService() {
+  if (closing_) g_source_remove(closing_);
+  handler_.removeService(this);
+}
+
+void WindowService::activeChanged(bool active) {
+  if (active == active_) return;
+  active_ = active;
+  active ? handler_.onWindowActive() : handler_.onWindowInactive();
+}
+
+void WindowService::shownAsChanged(ShownAs shownAs) {
+  if (shownAs == shownAs_) return;
+  const bool wasHidden = hides(shownAs_);
+  shownAs_ = shownAs;
+  handler_.onWindowState(stateNames.at(static_cast<std::size_t>(shownAs)));
+  if (wasHidden == hides(shownAs)) return;
+  wasHidden ? handler_.onWindowCoverExit() : handler_.onWindowCoverEnter();
+}
+
+bool WindowService::closeRequested() {
+  if (!handler_.hasListeners()) return false;
+  handler_.onExit();
+  return true;
+}
+
+void WindowService::minimizeWindow() {
+  if (Graphics::WindowSurface* surface = window_.surface()) surface->minimize();
+}
+
+void WindowService::closeWindow() {
+  if (closing_) return;
+  // The chrome that asks for it waits for its call, and goes with the window.
+  closing_ = g_idle_add(
+      [](gpointer self) -> gboolean {
+        auto* service = static_cast<WindowService*>(self);
+        service->closing_ = 0;
+        if (Graphics::WindowListener* listener = service->window_.listener()) {
+          listener->windowCloseRequested();
+        }
+        return G_SOURCE_REMOVE;
+      },
+      this);
+}
+
+bool WindowService::isForeground() {
+  return active_ && !hides(shownAs_);
+}
+
+String WindowService::coverSize() {
+  const IntSize size = window_.surfaceSize();
+  return concat("{\"width\":", String::fromSignedInteger(size.width),
+                ",\"height\":", String::fromSignedInteger(size.height), "}");
+}
+
+}  // namespace Tessel::Platform

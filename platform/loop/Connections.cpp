@@ -1,0 +1,371 @@
+// The connections of this process to channels of others.
+#include "platform/loop/Connections.h"
+
+#include "platform/base/ErrorReport.h"
+#include "platform/base/Log.h"
+#include "platform/channel/Channels.h"
+#include "platform/loop/MainThreadWait.h"
+#include "platform/loop/MessageClient.h"
+#include "platform/os/Process.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace Tessel::Platform {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// A process that leads no group of ours is not killed, but nobody waits for it for ever.
+constexpr std::chrono::milliseconds longestWait{60'000};
+// How finely a peer's silence is told from the time that others take.
+constexpr std::chrono::milliseconds longestSlice{500};
+
+class Connection : public std::enable_shared_from_this<Connection> {
+ public:
+  static std::shared_ptr<Connection> open(int id, pid_t peer, UniqueFd socket);
+
+  // False when the message is not sent: it cannot cross, is too large, or nobody reads at the other
+  // end; the chrome is told.
+  bool send(Message& message);
+  void call(Message& message);
+  void setSilenceLimit(std::chrono::milliseconds limit) { silenceLimit_ = limit; }
+  // Without a pulse.
+  void detach();
+
+  bool hasUnsent() const { return unsent_; }
+  pollfd pollDescriptor() const;
+
+ private:
+  struct Waiter {
+    std::uint64_t id;
+    MessageReplyBuffer* reply;
+    bool answered = false;
+  };
+
+ public:
+  // Sends what is unsent and takes the replies that have come, up to that of the waiter, if any:
+  // behind it there is rarely another, and whoever polls next sees it.
+  void exchange(const Waiter* until = nullptr);
+
+ private:
+  struct Source {
+    GSource base;
+    GPollFD descriptor;
+    std::shared_ptr<Connection> connection;
+    static Source* of(GSource* source) { return reinterpret_cast<Source*>(source); }
+  };
+
+  Connection(int id, pid_t peer, UniqueFd socket)
+      : id_(id), peer_(peer), socket_(std::move(socket)) {}
+
+  void reportUnsent(SendOutcome outcome, const Message& message, Blobs blobs) const;
+  void takeReply();
+  void end(bool isPeerAlive);
+  void dropSource();
+
+  const int id_;
+  const pid_t peer_;
+  std::optional<std::chrono::milliseconds> silenceLimit_;
+  ReceivedMessage received_;
+  std::vector<Waiter*> waiters_;
+  std::vector<pollfd> spare_;  // what the last call polled with
+  std::uint64_t lastReplyId_ = 0;
+  bool ended_ = false;
+  bool unresponsive_ = false;  // it was stopped while it was waited for, and has not answered since
+  GSource* source_ = nullptr;
+
+  mutable std::mutex mutex_;
+  ChannelSocket socket_;              // under the mutex, but for receiving
+  std::atomic<bool> unsent_ = false;  // whether the socket has unsent messages
+  std::atomic<bool> broken_ = false;  // the peer asks without reading, or has gone
+  bool full_ = false;                 // under the mutex: it was told that the peer does not read
+};
+
+// Every connection by its number, and the party that flushes them while the main thread waits for
+// something else.
+class Connections final : public MainThreadWait::Party {
+ public:
+  static Connections& instance() {
+    static auto* const connections = new Connections;
+    return *connections;
+  }
+
+  std::shared_ptr<Connection> find(int id) const {
+    const std::lock_guard lock(mutex_);
+    const auto found = byId_.find(id);
+    return found == byId_.end() ? nullptr : found->second;
+  }
+  int add(pid_t peer, UniqueFd socket) {
+    const std::lock_guard lock(mutex_);
+    const int id = ++lastId_;
+    byId_.emplace(id, Connection::open(id, peer, std::move(socket)));
+    return id;
+  }
+  std::shared_ptr<Connection> take(int id) {
+    const std::lock_guard lock(mutex_);
+    const auto node = byId_.extract(id);
+    return node.empty() ? nullptr : node.mapped();
+  }
+
+  void appendPollDescriptors(std::vector<pollfd>& descriptors) const override {
+    const std::lock_guard lock(mutex_);
+    for (const auto& [id, connection] : byId_) {
+      if (connection->hasUnsent()) descriptors.push_back(connection->pollDescriptor());
+    }
+  }
+  void serve() override {
+    std::vector<std::shared_ptr<Connection>> unsent;
+    {
+      const std::lock_guard lock(mutex_);
+      for (const auto& [id, connection] : byId_) {
+        if (connection->hasUnsent()) unsent.push_back(connection);
+      }
+    }
+    for (const auto& connection : unsent) connection->exchange();
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  int lastId_ = 0;
+  std::map<int, std::shared_ptr<Connection>> byId_;
+};
+
+std::shared_ptr<Connection> Connection::open(int id, pid_t peer, UniqueFd socket) {
+  static GSourceFuncs functions = {
+      [](GSource* source, gint* timeout) -> gboolean {
+        *timeout = -1;
+        GPollFD& descriptor = Source::of(source)->descriptor;
+        descriptor.events =
+            static_cast<gushort>(Source::of(source)->connection->pollDescriptor().events);
+        descriptor.revents = 0;
+        return Source::of(source)->connection->broken_;
+      },
+      [](GSource* source) -> gboolean {
+        return Source::of(source)->descriptor.revents != 0 ||
+               Source::of(source)->connection->broken_;
+      },
+      [](GSource* source, GSourceFunc, gpointer) -> gboolean {
+        const auto connection = Source::of(source)->connection;
+        connection->exchange();
+        return connection->ended_ ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
+      },
+      [](GSource* source) { Source::of(source)->connection.~shared_ptr(); },
+      nullptr,
+      nullptr};
+  std::shared_ptr<Connection> connection(new Connection(id, peer, std::move(socket)));
+  GSource* const source = g_source_new(&functions, sizeof(Source));
+  Source::of(source)->descriptor = {connection->socket_.fd(), G_IO_IN, 0};
+  new (&Source::of(source)->connection) std::shared_ptr<Connection>(connection);
+  g_source_set_name(source, "connection");
+  g_source_set_can_recurse(source, TRUE);
+  g_source_add_poll(source, &Source::of(source)->descriptor);
+  g_source_attach(source, nullptr);
+  connection->source_ = source;
+  return connection;
+}
+
+pollfd Connection::pollDescriptor() const {
+  const auto events = static_cast<short>(unsent_ ? POLLIN | POLLOUT : POLLIN);
+  return {socket_.fd(), events, 0};
+}
+
+bool Connection::send(Message& message) {
+  const BlobList blobs = serializeMessage(message);
+  // The log has said why it cannot cross.
+  if (Blobs(blobs).empty()) return false;
+  bool wakeLoop = false;
+  SendOutcome outcome = SendOutcome::Broken;
+  bool isNews = true;
+  {
+    const std::lock_guard lock(mutex_);
+    // Whoever waits has room: there are only so many waits at once.
+    if (!broken_) outcome = socket_.send(blobs, message.reply() != nullptr);
+    if (outcome == SendOutcome::Broken) broken_ = true;
+    // Told once, until the peer has read everything.
+    if (outcome == SendOutcome::Full) isNews = !std::exchange(full_, true);
+    const bool hasUnsent = socket_.hasUnsent();
+    wakeLoop = broken_ || (hasUnsent && !unsent_);
+    unsent_ = hasUnsent;
+  }
+  if (wakeLoop) g_main_context_wakeup(nullptr);
+  if (isNews) reportUnsent(outcome, message, blobs);
+  return outcome == SendOutcome::Sent;
+}
+
+void Connection::reportUnsent(SendOutcome outcome, const Message& message, Blobs blobs) const {
+  const String process = String::fromSignedInteger(peer_);
+  if (outcome == SendOutcome::TooLarge) {
+    std::size_t size = 0;
+    for (const Blob& blob : blobs) size += blob.length;
+    reportError(concat("What is too large for another process is not sent: ", message.description(),
+                       ", ", String::fromUnsignedInteger(size), " bytes."));
+  } else if (outcome == SendOutcome::Full) {
+    reportError(concat("Process ", process, " does not read: ", message.description(),
+                       " is not sent, and others are not until it does."));
+  }
+}
+
+void Connection::call(Message& message) {
+  const auto self = shared_from_this();
+  Waiter waiter{++lastReplyId_, message.reply()};
+  message.setReplyId(waiter.id);
+  // Whoever was waited for in vain is not waited for again before it goes on.
+  if (unresponsive_ && isStoppedOrTraced(peer_)) return;
+  MainThreadWait wait;
+  if (!send(message)) {
+    if (broken_) end(true);
+    return;
+  }
+  waiters_.push_back(&waiter);
+  const auto limit = silenceLimit_.value_or(longestWait);
+  Clock::duration silence{};
+  std::vector<pollfd> own = std::exchange(spare_, {});
+  while (!waiter.answered && !ended_) {
+    own.assign(1, pollDescriptor());
+    if (silence >= limit) {
+      if (isStoppedOrTraced(peer_)) {
+        unresponsive_ = true;
+        reportError(concat("Process ", String::fromSignedInteger(peer_),
+                           " is stopped or traced and does not answer: ", message.description(),
+                           " gets the default answer. It is let live."));
+      } else if (silenceLimit_) {
+        logAlways(LogError, "Process %d has not answered for %lld ms and is killed.",
+                  static_cast<int>(peer_), static_cast<long long>(limit.count()));
+        end(true);
+      } else {
+        logAlways(LogError, "Process %d has not answered a message of type %d for %lld ms.",
+                  static_cast<int>(peer_), message.type(), static_cast<long long>(limit.count()));
+      }
+      break;
+    }
+    const auto slice = std::min<Clock::duration>(limit - silence, longestSlice);
+    const auto start = Clock::now();
+    if (wait.poll(own, std::chrono::ceil<std::chrono::milliseconds>(slice))) {
+      silence = Clock::duration::zero();
+      exchange(&waiter);
+    } else {
+      // Serving others takes its time, and that is not the peer's silence.
+      silence += std::min(Clock::now() - start, slice);
+    }
+  }
+  spare_ = std::move(own);
+  std::erase(waiters_, &waiter);
+}
+
+void Connection::exchange(const Waiter* until) {
+  if (ended_) return;
+  const auto self = shared_from_this();
+  bool isBroken = broken_;
+  if (!isBroken && unsent_) {
+    const std::lock_guard lock(mutex_);
+    isBroken = !socket_.flush();
+    unsent_ = socket_.hasUnsent();
+    if (!unsent_) full_ = false;
+  }
+  for (;;) {
+    const auto outcome = socket_.receive(received_);
+    if (outcome == ChannelSocket::Outcome::Message) {
+      takeReply();
+      if (until && until->answered && !isBroken) return;
+      continue;
+    }
+    if (outcome == ChannelSocket::Outcome::Malformed) {
+      logAlways(LogError, "The connection to process %d is closed: it sent what is no message.",
+                static_cast<int>(peer_));
+    }
+    if (outcome == ChannelSocket::Outcome::Closed) return end(false);
+    if (outcome != ChannelSocket::Outcome::Nothing) isBroken = true;
+    break;
+  }
+  if (isBroken) end(true);
+}
+
+void Connection::takeReply() {
+  unresponsive_ = false;
+  MessageHeader header{};
+  const Blobs blobs = received_.blobs();
+  if (blobs.size() != 2 || !readHeader(blobs, header) ||
+      (header.flags & MessageHeader::isReply) == 0) {
+    return;
+  }
+  const std::uint64_t id = std::uint64_t{header.replyIdHigh} << 32 | header.replyIdLow;
+  const auto found = std::find_if(waiters_.begin(), waiters_.end(),
+                                  [&](const Waiter* waiter) { return waiter->id == id; });
+  if (found == waiters_.end()) return;
+  // Nobody has replied when there are no bytes: the buffer keeps what it had.
+  if (blobs[1].length > 0) (*found)->reply->assign(blobs[1].data, blobs[1].length);
+  (*found)->answered = true;
+}
+
+// A peer that is still there, but does not read or sends nonsense, is no use any more.
+void Connection::end(bool isPeerAlive) {
+  if (std::exchange(ended_, true)) return;
+  const auto self = shared_from_this();
+  broken_ = true;
+  dropSource();
+  Connections::instance().take(id_);
+  if (isPeerAlive && silenceLimit_) ::kill(peer_, SIGKILL);
+  if (MainMessageClient* const client = MainMessageClient::instance()) {
+    client->dispatchPulse(Pulse::connectionDied, id_, peer_);
+  }
+}
+
+void Connection::detach() {
+  ended_ = true;
+  broken_ = true;
+  dropSource();
+}
+
+void Connection::dropSource() {
+  GSource* const source = std::exchange(source_, nullptr);
+  if (!source) return;
+  g_source_destroy(source);
+  g_source_unref(source);
+}
+
+}  // namespace
+
+void serveConnectionsDuringWaits() {
+  MainThreadWait::addParty(&Connections::instance());
+}
+
+// NOLINTNEXTLINE(readability-identifier-naming)
+int ConnectAttach(int /*node*/, pid_t pid, int channelId, int /*index*/, int flags) {
+  UniqueFd socket = connectToChannel(
+      pid, channelId, (flags & waitForRoom) != 0 ? waitForRoomLimit : std::chrono::milliseconds{});
+  return socket ? Connections::instance().add(pid, std::move(socket)) : -1;
+}
+
+// NOLINTNEXTLINE(readability-identifier-naming)
+void ConnectDetach(int connectionId) {
+  if (const auto connection = Connections::instance().take(connectionId)) connection->detach();
+}
+
+void killSilentPeer(int connectionId, std::chrono::milliseconds limit) {
+  if (const auto connection = Connections::instance().find(connectionId)) {
+    connection->setSilenceLimit(limit);
+  }
+}
+
+void sendOver(int connectionId, Message& message) {
+  const auto connection = Connections::instance().find(connectionId);
+  if (!connection) return;
+  if (message.reply()) {
+    connection->call(message);
+  } else {
+    connection->send(message);
+  }
+}
+
+}  // namespace Tessel::Platform

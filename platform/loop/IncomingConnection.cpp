@@ -1,0 +1,217 @@
+// A connection that another process has made to a message client.
+#include "platform/loop/IncomingConnection.h"
+
+#include "platform/base/ErrorReport.h"
+#include "platform/base/Log.h"
+#include "platform/loop/ClientChannel.h"
+#include "platform/loop/MainThreadWait.h"
+#include "platform/loop/MessageClient.h"
+
+#include <glib.h>
+#include <sys/socket.h>
+
+#include <new>
+#include <utility>
+
+namespace Tessel::Platform {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// What one connection may have of a turn of the loop, and how long it may be busy before others
+// come first.
+constexpr int mostOfATurn = 16;
+constexpr std::chrono::milliseconds longestTurn{2};
+constexpr std::chrono::milliseconds longestBurst{20};
+
+// Orders a source's making before its use by the context's thread, for those who cannot see the
+// context's own lock: thread sanitizers.
+std::atomic<unsigned int> sourcesMade = 0;
+
+}  // namespace
+
+// The connection as its context sees it. May recurse, as the source of the client's own queue may,
+// and for the same reasons.
+struct IncomingConnection::Source {
+  GSource base;
+  GPollFD descriptor;
+  bool isPolled;
+  std::shared_ptr<IncomingConnection> connection;
+
+  static Source* of(GSource* source) { return reinterpret_cast<Source*>(source); }
+
+  // While its messages may not be served the socket is not polled either: the loop of a wait would
+  // find it ready again and again.
+  static gboolean prepare(GSource* source, gint* timeout) {
+    sourcesMade.load(std::memory_order_acquire);
+    *timeout = -1;
+    Source* self = of(source);
+    const bool wanted = self->connection->mayServe();
+    if (std::exchange(self->isPolled, wanted) != wanted) {
+      (wanted ? g_source_add_poll : g_source_remove_poll)(source, &self->descriptor);
+    }
+    self->descriptor.events = static_cast<gushort>(self->connection->pollDescriptor().events);
+    self->descriptor.revents = 0;
+    return FALSE;
+  }
+  static gboolean check(GSource* source) {
+    return of(source)->descriptor.revents != 0 && of(source)->connection->mayServe();
+  }
+  static gboolean dispatch(GSource* source, GSourceFunc, gpointer) {
+    const auto connection = of(source)->connection;
+    connection->serveSome();
+    return connection->ended_ ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
+  }
+  static void finalize(GSource* source) { of(source)->connection.~shared_ptr(); }
+};
+
+void IncomingConnection::open(GMainContext* context) {
+  static GSourceFuncs functions = {Source::prepare,  Source::check, Source::dispatch,
+                                   Source::finalize, nullptr,       nullptr};
+  GSource* const source = g_source_new(&functions, sizeof(Source));
+  Source* const own = Source::of(source);
+  own->descriptor = {socket_.fd(), G_IO_IN, 0};
+  own->isPolled = false;
+  new (&own->connection) std::shared_ptr<IncomingConnection>(shared_from_this());
+  source_ = source;
+  g_source_set_name(source, "incoming messages");
+  g_source_set_can_recurse(source, TRUE);
+  sourcesMade.fetch_add(1, std::memory_order_release);
+  g_source_attach(source, context);
+}
+
+IncomingConnection::IncomingConnection(std::weak_ptr<ClientChannel> channel, pid_t pid,
+                                       ChannelSocket socket)
+    : channel_(std::move(channel)), pid_(pid), socket_(std::move(socket)) {}
+
+IncomingConnection::~IncomingConnection() = default;
+
+pollfd IncomingConnection::pollDescriptor() const {
+  const auto events = static_cast<short>(socket_.hasUnsent() ? POLLIN | POLLOUT : POLLIN);
+  return {socket_.fd(), events, 0};
+}
+
+bool IncomingConnection::mayServe() const {
+  if (!MainThreadWait::isActive()) return true;
+  const auto channel = channel_.lock();
+  return channel && channel->isServedDuringWaits();
+}
+
+void IncomingConnection::serveSome() {
+  const auto start = Clock::now();
+  for (int i = 0; i < mostOfATurn && mayServe(); ++i) {
+    if (serveOne() != Served::One) return setBusy(false);
+    if (Clock::now() - start > longestTurn) break;
+  }
+  busy_ += Clock::now() - start;
+  if (busy_ > longestBurst) setBusy(true);
+}
+
+// The window is painted and the toolkit's other work done at lower priorities than those of
+// messages and input: a connection that always has more would keep them waiting for ever.
+void IncomingConnection::setBusy(bool busy) {
+  if (!busy) busy_ = {};
+  if (!source_) return;
+  const int priority = busy ? G_PRIORITY_DEFAULT_IDLE : G_PRIORITY_DEFAULT;
+  if (g_source_get_priority(source_) != priority) g_source_set_priority(source_, priority);
+}
+
+void IncomingConnection::serveAll() {
+  while (serveOne() != Served::Nothing) {
+  }
+}
+
+IncomingConnection::Served IncomingConnection::serveOne() {
+  if (ended_) return Served::Nothing;
+  const auto self = shared_from_this();
+  const auto channel = channel_.lock();
+  if (!channel || closing_) {
+    end();
+    return Served::Nothing;
+  }
+  // Who takes no replies any more may still have sent something.
+  const bool isDeaf = socket_.hasUnsent() && !socket_.flush();
+  switch (socket_.receive(received_)) {
+    case ChannelSocket::Outcome::Nothing:
+      if (isDeaf) end();
+      return Served::Nothing;
+    case ChannelSocket::Outcome::Closed:
+      end();
+      return Served::Nothing;
+    case ChannelSocket::Outcome::Malformed:
+      logAlways(LogError, "The connection of process %d is closed: it sent what is no message.",
+                static_cast<int>(pid_));
+      end();
+      return Served::Nothing;
+    case ChannelSocket::Outcome::Message:
+      break;
+  }
+  // Replies are owed even for what is dropped: somebody waits.
+  MessageHeader header{};
+  if (!readHeader(received_.blobs(), header)) {
+    logAlways(LogError, "The connection of process %d is closed: a message has no header.",
+              static_cast<int>(pid_));
+    end();
+    return Served::Nothing;
+  }
+  const bool isOwed = (header.flags & MessageHeader::wantsReply) != 0;
+  const std::uint64_t id = std::uint64_t{header.replyIdHigh} << 32 | header.replyIdLow;
+  ReplyBytes bytes;
+  bool isLast = isOwed;
+  const auto message = channel->knows(pid_) ? deserializeMessage(received_.blobs()) : nullptr;
+  if (message) {
+    message->setSenderPid(pid_);
+    if (isOwed) message->setReply(&bytes);
+    isLast = !channel->deliver(*message) || isLast;
+  }
+  if (isOwed) reply(header.type, id, bytes.bytes());
+  if (ended_) return Served::Nothing;
+  return isLast ? Served::Last : Served::One;
+}
+
+void IncomingConnection::reply(int type, std::uint64_t id, std::string_view bytes) {
+  const MessageHeader header{.type = type,
+                             .version = MessageHeader::currentVersion,
+                             .flags = MessageHeader::isReply,
+                             .sender = 0,
+                             .replyIdHigh = static_cast<std::uint32_t>(id >> 32),
+                             .replyIdLow = static_cast<std::uint32_t>(id),
+                             .integer = 0,
+                             .size = sizeof header};
+  BlobList blobs;
+  blobs.add(&header, sizeof header);
+  blobs.add(bytes.data(), bytes.size());
+  SendOutcome outcome = ended_ ? SendOutcome::Broken : socket_.send(blobs, true);
+  if (outcome == SendOutcome::TooLarge) {
+    reportError(concat("The reply to a message of type ", String::fromSignedInteger(type),
+                       " is too large for another process: ",
+                       String::fromUnsignedInteger(bytes.size()), " bytes. It is left out."));
+    blobs.clear();
+    blobs.add(&header, sizeof header);
+    blobs.add(nullptr, 0);
+    outcome = socket_.send(blobs, true);
+  }
+  if (outcome == SendOutcome::Sent) return;
+  // Nobody waits any more.
+  if (MessageClient* const client = MessageClient::ofThisThread()) {
+    client->dispatchPulse(Pulse::unblock, static_cast<int>(id));
+  }
+  end();
+}
+
+void IncomingConnection::close() {
+  closing_ = true;
+  // Wakes the client's thread; the socket itself is closed there.
+  ::shutdown(socket_.fd(), SHUT_RDWR);
+}
+
+void IncomingConnection::end() {
+  if (std::exchange(ended_, true)) return;
+  const auto self = shared_from_this();
+  if (const auto channel = channel_.lock()) channel->forget(*this);
+  g_source_destroy(source_);
+  g_source_unref(std::exchange(source_, nullptr));
+}
+
+}  // namespace Tessel::Platform

@@ -1,0 +1,75 @@
+// Waiting on the main thread without letting go of those who need it. Main thread only, but for
+// isActive(), which is false on every other thread.
+#include "platform/loop/MainThreadWait.h"
+
+#include "platform/base/ListenerList.h"
+#include "platform/base/Log.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+
+namespace Tessel::Platform {
+
+namespace {
+
+// Per thread, because clients of every thread ask on their own.
+thread_local int activeWaits = 0;
+
+ListenerList<MainThreadWait::Party>& parties() {
+  // Leaked: parties with static storage may go after any list would.
+  static auto* const list = new ListenerList<MainThreadWait::Party>;
+  return *list;
+}
+
+int pollTimeout(std::chrono::milliseconds timeout) {
+  if (timeout.count() < 0) return -1;
+  return static_cast<int>(std::min<std::chrono::milliseconds::rep>(timeout.count(), INT_MAX));
+}
+
+}  // namespace
+
+void MainThreadWait::addParty(Party* party) {
+  parties().add(party);
+}
+
+void MainThreadWait::removeParty(Party* party) {
+  parties().remove(party);
+}
+
+MainThreadWait::MainThreadWait() {
+  ++activeWaits;
+}
+
+MainThreadWait::~MainThreadWait() {
+  --activeWaits;
+}
+
+bool MainThreadWait::isActive() {
+  return activeWaits > 0;
+}
+
+bool MainThreadWait::poll(std::vector<pollfd>& own, std::chrono::milliseconds timeout) {
+  const std::size_t ownCount = own.size();
+  parties().forEach([&own](Party& party) { party.appendPollDescriptors(own); });
+  const int ready = ::poll(own.data(), own.size(), pollTimeout(timeout));
+  if (ready < 0 && errno != EINTR) {
+    logAlways(LogError, "waiting on the main thread: %s", std::strerror(errno));
+  }
+  own.resize(ownCount);
+  if (ready < 0) {
+    // A poll that fails may leave what an earlier one found.
+    for (pollfd& descriptor : own) descriptor.revents = 0;
+  }
+
+  const auto ownReady =
+      std::count_if(own.begin(), own.end(), [](const pollfd& d) { return d.revents != 0; });
+  // The usual answer comes alone, and then there is nothing to serve.
+  if (ready <= 0 || ready > ownReady) {
+    parties().forEach([](Party& party) { party.serve(); });
+  }
+  return ownReady > 0;
+}
+
+}  // namespace Tessel::Platform

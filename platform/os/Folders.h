@@ -1,0 +1,41 @@
+// The folders of the user that the program writes to. Any thread.
+#pragma once
+
+#include "platform/base/UniqueFd.h"
+
+#include <string>
+
+namespace Tessel::Platform {
+
+// The user's run-time folder of the program, for sockets: below $XDG_RUNTIME_DIR, or in /tmp where
+// there is none. It is made if need be, with mode 0700. Empty, with errno set, when it cannot be
+// made or somebody else could get at it: when it or the folder it is in is another user's, but for
+// root's, or can be written to by others, but for a folder with the sticky bit. The log says which,
+// once.
+std::string runtimeFolder();
+
+// Programs that were killed leave their sockets behind: removes those of dead processes, and the
+// folders that they are in, whose names are the prefix and then the process's number.
+void removeSocketsOfTheDead(const std::string& folder, const char* prefix);
+
+// Removes a file, such as a socket, or an empty folder when this process ends by exit(3), or is
+// told to. Not in processes that it has forked meanwhile.
+void removeAtExit(const std::string& path);
+// Likewise all in a folder whose names begin so, with what they hold.
+void removeAtExit(const std::string& folder, const std::string& prefix);
+// For those who end by _exit(2).
+void removeRegisteredFiles();
+
+// A folder that holds what one process keeps between its runs, and the claim on it.
+struct ClaimedFolder {
+  std::string data;
+  std::string cache;
+  UniqueFd lock;  // other processes keep out while it is open
+};
+
+// The data and cache folders of that name, with mode 0700 and made if need be, or, while another
+// process has them, of that name with
+// "-2", "-3" and so on. On failure the lock is -1 and errno tells.
+ClaimedFolder claimDataFolder(const std::string& name);
+
+}  // namespace Tessel::Platform

@@ -1,0 +1,80 @@
+// Waits of the main thread, which is the test's.
+#include "platform/loop/MainThreadWait.h"
+#include "tests/support/Waiting.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/eventfd.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <functional>
+#include <memory>
+
+namespace Tessel::Platform {
+namespace {
+
+using namespace std::chrono_literals;
+
+class Event {
+ public:
+  ~Event() { close(fd_); }
+  void raise() { eventfd_write(fd_, 1); }
+  bool take() {
+    eventfd_t count;
+    return eventfd_read(fd_, &count) == 0;
+  }
+  pollfd descriptor() const { return {fd_, POLLIN, 0}; }
+
+ private:
+  int fd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+};
+
+class EventParty final : public MainThreadWait::Party {
+ public:
+  explicit EventParty(std::function<void()> onEvent = [] {}) : onEvent_(std::move(onEvent)) {
+    MainThreadWait::addParty(this);
+  }
+  ~EventParty() override { MainThreadWait::removeParty(this); }
+
+  void appendPollDescriptors(std::vector<pollfd>& descriptors) const override {
+    descriptors.push_back(event.descriptor());
+  }
+  void serve() override {
+    if (!event.take()) return;
+    ++served;
+    onEvent_();
+  }
+
+  Event event;
+  int served = 0;
+
+ private:
+  std::function<void()> onEvent_;
+};
+
+TEST(MainThreadWaitTest, PartiesMayLeaveWhileOneOfThemIsServed) {
+  std::unique_ptr<EventParty> dismissed;
+  EventParty leaver([&] {
+    dismissed.reset();
+    MainThreadWait::removeParty(&leaver);
+  });
+  EventParty neighbour;
+  dismissed = std::make_unique<EventParty>();
+  EventParty last;
+  for (EventParty* party : {&leaver, &neighbour, dismissed.get(), &last}) party->event.raise();
+
+  MainThreadWait wait;
+  std::vector<pollfd> none;
+  wait.poll(none, Testing::Deadline);
+  EXPECT_EQ(leaver.served, 1);
+  EXPECT_EQ(neighbour.served, 1);
+  EXPECT_EQ(last.served, 1);
+
+  leaver.event.raise();
+  EXPECT_FALSE(wait.poll(none, 0ms));
+  EXPECT_EQ(leaver.served, 1) << "who has left is not served";
+}
+
+}  // namespace
+}  // namespace Tessel::Platform
