@@ -1,6 +1,6 @@
 // The files of shared objects, the lines that programs write into them, and the JSON of both.
-#include "tests/bindings/PPSRules.h"
 #include "tests/fuzz/Fuzz.h"
+#include "tests/fuzz/PPSRules.h"
 
 void pps_rules::require(bool holds, const char*, const std::string&) {
   fuzz::require(holds);
