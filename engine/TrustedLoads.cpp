@@ -37,8 +37,9 @@ std::string filePath(GUri* uri) {
 
 // Whether a host's name, decoded, is one and nothing else. The engine has taken all others apart.
 bool isHost(std::string_view host) {
-  return std::all_of(host.begin(), host.end(), [](unsigned char c) {
-    return g_ascii_isalnum(c) || c >= 0x80 ||
+  return std::all_of(host.begin(), host.end(), [](char c) {
+    const bool isAscii = static_cast<unsigned char>(c) < 0x80;
+    return !isAscii || g_ascii_isalnum(c) ||
            std::string_view("-._~:").find(c) != std::string_view::npos;
   });
 }

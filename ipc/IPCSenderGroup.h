@@ -38,28 +38,28 @@ class IPCSenderGroup : public RemoteHost {
   ~IPCSenderGroup() override;
 
   unsigned int groupId() const { return groupId_; }
-  bool isConnected() const override { return connected_; }
+  bool isConnected() const final { return connected_; }
   // While its child is being launched. Any thread.
   bool isAwaitingHandshake() const;
-  int connectionId() const override { return connectionId_; }
-  int childPid() const override;
+  int connectionId() const final { return connectionId_; }
+  int childPid() const final;
   // The text of the last one; "" for none. Any thread.
   String lastError() const;
-  const std::vector<IPCSenderWebView*>& webViews() const override { return webViews_; }
+  const std::vector<IPCSenderWebView*>& webViews() const final { return webViews_; }
   // True from the start of a creation on, and for ever. Any thread.
   bool hasHosted(unsigned int handle) const;
-  bool isCreating() const override { return creating_ > 0; }
+  bool isCreating() const final { return creating_ > 0; }
 
   IPCSenderWebView* createRemoteWebView(unsigned int handle, const String& windowGroup,
-                                        int rotation) override;
-  void deleteRemoteWebView(IPCSenderWebView* webView) override;
-  void setEnvironment(const String& name, const String& value) const override;
-  void setCapabilities(unsigned int handle, const String& text) const override;
+                                        int rotation) final;
+  void deleteRemoteWebView(IPCSenderWebView* webView) final;
+  void setEnvironment(const String& name, const String& value) const final;
+  void setCapabilities(unsigned int handle, const String& text) const final;
   // Sends a message, whatever the group's state.
   void sendMessage(std::unique_ptr<Tessel::Platform::Message> message) const;
   // Ends the child, if it can be reached.
   void shutDown();
-  void setError(const String& error) override;
+  void setError(const String& error) final;
 
   // The chrome is told of it at once, or, where the child has posted more than is good for the
   // chrome, in its turn or never.
