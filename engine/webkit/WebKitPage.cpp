@@ -91,6 +91,21 @@ void WebKitPage::close() {
   dropView();
 }
 
+// The engine goes on with a view after it has told something of it, and who was told may have
+// deleted the view meanwhile: its memory stays until no such call is on the stack.
+static void keepForCallers(WebKitWebView* view) {
+  constexpr guint pause = 50;  // milliseconds
+  g_object_ref(view);
+  g_timeout_add(
+      pause,
+      [](gpointer data) -> gboolean {
+        if (g_main_depth() > 1) return G_SOURCE_CONTINUE;
+        g_object_unref(data);
+        return G_SOURCE_REMOVE;
+      },
+      view);
+}
+
 void WebKitPage::dropView() {
   connection_->detach();
   if (!view_) return;
@@ -99,6 +114,7 @@ void WebKitPage::dropView() {
   load_->detach();
   const bool later = parts_ && parts_->fullScreen.isMoving();
   parts_.reset();
+  keepForCallers(view_);
   PageFullScreen::destroy(view_, later);
   view_ = nullptr;
 }

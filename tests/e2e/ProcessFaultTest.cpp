@@ -1,5 +1,6 @@
 // Kills what the program consists of, at random moments while it is at work: what dies takes
 // nothing else along, and everything ends with the main process.
+#include "tests/support/FileContent.h"
 #include "tests/support/Processes.h"
 #include "tests/support/SuiteTest.h"
 
@@ -10,6 +11,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <random>
+#include <sstream>
 #include <thread>
 
 namespace {
@@ -135,6 +137,38 @@ TEST_F(ProcessFaultTest, ChildrenAndEngineProcessesDieAndTheRestGoesOn) {
     std::this_thread::sleep_for(20ms);
   }
   for (const pid_t pid : remaining()) ADD_FAILURE() << nameOf(pid) << " lives on as " << pid;
+}
+
+bool startedBefore(pid_t a, pid_t b) {
+  // What a process is named may hold anything; the start is the 20th field behind that.
+  const auto start = [](pid_t pid) {
+    const std::string text = test_support::contentOf("/proc/" + std::to_string(pid) + "/stat");
+    std::istringstream fields(text.substr(std::min(text.rfind(')') + 1, text.size())));
+    std::string field;
+    for (int i = 0; i < 20; ++i) fields >> field;
+    return std::strtoull(field.c_str(), nullptr, 10);
+  };
+  return start(a) < start(b);
+}
+
+TEST_F(ProcessFaultTest, AWebViewMayBeDeletedWhileTheEndOfItsProcessIsTold) {
+  auto all = environment("deleted.html");
+  all["PAGEHOST_SANDBOX"] = "off";
+  // What is freed does not look as it did.
+  all["G_SLICE"] = "always-malloc";
+  all["MALLOC_PERTURB_"] = "85";
+  Program program(all);
+  for (int round = 0; round < 3; ++round) {
+    ASSERT_TRUE(program.waitForLine("loaded")) << program.errors();
+    std::vector<pid_t> web;
+    for (const pid_t pid : descendantsOf(program.pid())) {
+      if (nameOf(pid).starts_with("WebKitWebProces")) web.push_back(pid);
+    }
+    // The chrome's is the first: the other one.
+    ASSERT_GE(web.size(), 2u);
+    ::kill(*std::max_element(web.begin(), web.end(), startedBefore), SIGKILL);
+  }
+  EXPECT_TRUE(program.waitForLine("loaded")) << program.errors();
 }
 
 }  // namespace
