@@ -50,7 +50,7 @@ constexpr auto commandMessages = [] {
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
 #define COMMAND_AS(number, name, operation, ...)        \
   Installation{(number) != 0 ? (number) : unusedNumber, \
-               made<RecordSerializer<commands::ShapeOf<&WebView::operation>::Record>>},
+               made<RecordSerializer<commands::CommandTraitsOf<&WebView::operation>::Record>>},
   constexpr Installation byName[] = {
 #include "registry/Commands.def"
   };

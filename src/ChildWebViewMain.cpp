@@ -63,7 +63,7 @@ constexpr std::size_t longestError = 1u << 20;
 
 // A thread of its own. The main loop ends this process when it loses the main process; this is for
 // a main thread that does not come back to it.
-void outliveNoParent(void* process) {
+void exitWithParent(void* process) {
   pollfd descriptor{*static_cast<const int*>(process), POLLIN, 0};
   while (::poll(&descriptor, 1, -1) < 0 && errno == EINTR) {
   }
@@ -79,7 +79,7 @@ void watchParent(pid_t parent) {
   process = static_cast<int>(::syscall(SYS_pidfd_open, parent, 0));
   // Without one the attempt to connect shows whether the parent is there.
   if (process < 0) return;
-  Tessel::Platform::startNamedDetachedThread("parent-watch", outliveNoParent, &process);
+  Tessel::Platform::startNamedDetachedThread("parent-watch", exitWithParent, &process);
 }
 
 // Whatever goes wrong here is told to the chrome of the main process.
@@ -93,9 +93,9 @@ void forwardErrorsOver(int connection) {
 }
 
 // Takes the one connection over which the main process gets this one's windows.
-class WindowConnection final : public Tessel::Platform::ChannelOwner {
+class WindowChannelOwner final : public Tessel::Platform::ChannelOwner {
  public:
-  explicit WindowConnection(pid_t parent) : parent_(parent) {}
+  explicit WindowChannelOwner(pid_t parent) : parent_(parent) {}
 
   bool knows(pid_t pid) const override { return pid == parent_; }
   bool expects(pid_t) const override { return false; }
@@ -163,7 +163,7 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int
   client->installMessageHandler(&handler);
   client->registerPID(parentPid);
   client->serveDuringWaits();
-  const auto windows = std::make_shared<WindowConnection>(parentPid);
+  const auto windows = std::make_shared<WindowChannelOwner>(parentPid);
   openChannel(Tessel::Platform::windowChannel, windows);
   MessageClient::sendMessage(
       std::make_unique<HandshakeMessage>(groupId, ::getpid(), client->channelId(), handshakeKey),
@@ -174,7 +174,7 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int
   UniqueFd windowConnection = windows->wait();
   Tessel::Platform::closeChannel(Tessel::Platform::windowChannel);
   if (!windowConnection) giveUp("The main process does not ask for the windows of this one.");
-  keepBusAway();
+  disableSessionBusAutolaunch();
   prepareInspector();
   const unsigned int handleGroup = handleGroupFrom(windowConnection);
   if (handleGroup == 0 || !Window::setHandleBase(handleGroup)) {

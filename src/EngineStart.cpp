@@ -30,7 +30,7 @@ void giveUp(const std::string& problem) {
   std::exit(EXIT_FAILURE);
 }
 
-void keepBusAway() {
+void disableSessionBusAutolaunch() {
   if (std::getenv("DBUS_SESSION_BUS_ADDRESS")) return;
   const char* runtime = std::getenv("XDG_RUNTIME_DIR");
   struct stat status {};

@@ -14,7 +14,7 @@ extern const char* const noDisplay;
 
 // Without a session bus the toolkit starts one for each display, which outlives the program and
 // keeps its descriptors open. Before the toolkit starts.
-void keepBusAway();
+void disableSessionBusAutolaunch();
 
 // Tells the engine where its inspector is to listen, in this process alone. Before the toolkit
 // starts.

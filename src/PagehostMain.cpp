@@ -93,7 +93,7 @@ void pagehost_main(int argc, char** argv) {
   auto* client = new MainMessageClient(3, -1);
   if (MainMessageClient::instance() != client) platformCrash("src/main", 40, "pagehost_main");
 
-  keepBusAway();
+  disableSessionBusAutolaunch();
   prepareInspector();
   auto windows = GtkWindowSystem::create();
   if (!windows) giveUp(noDisplay);

@@ -65,7 +65,7 @@ class ChannelSocket {
     Message,    // there is one
     Nothing,    // not now
     Closed,     // the peer has gone
-    Malformed,  // the peer sent what is no message; the channel is of no use any more
+    Malformed,  // a malformed message; the channel cannot be used any more
   };
   Outcome receive(ReceivedMessage& message);
 

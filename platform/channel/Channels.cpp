@@ -36,8 +36,8 @@ using Clock = std::chrono::steady_clock;
 constexpr const char* namePrefix = "channel-";
 // How long a process may be connected without having made itself known, and how many connections
 // may be so: of those of processes that nobody expects, and of those that are expected.
-constexpr std::chrono::seconds patienceWithStrangers{10};
-constexpr std::size_t mostStrangers = 64;
+constexpr std::chrono::seconds identificationTimeout{10};
+constexpr std::size_t mostUnexpected = 64;
 constexpr std::size_t mostExpected = 256;
 // Connections that wait to be accepted. Short, so that a process that connects without end keeps
 // nobody waiting behind thousands of its own; who finds it full waits for room.
@@ -90,7 +90,7 @@ class Acceptor {
     std::shared_ptr<ChannelOwner> owner;
   };
   // Connected, and not taken yet.
-  struct Stranger {
+  struct Unidentified {
     std::shared_ptr<ChannelOwner> owner;
     pid_t pid;
     uid_t uid;
@@ -101,7 +101,7 @@ class Acceptor {
 
   // What one turn of the thread waits for.
   struct Round {
-    std::vector<pollfd> descriptors;  // the wake-up's, the listeners', the strangers'
+    std::vector<pollfd> descriptors;  // the wake-up's, the listeners', the unidentified ones'
     std::vector<std::shared_ptr<ChannelOwner>> owners;  // of the listeners
     std::size_t waitingCalls;
     std::chrono::milliseconds timeout;  // negative for none
@@ -109,7 +109,7 @@ class Acceptor {
 
   void run();
   Round nextRound();
-  // Each stranger's descriptor tells whether it has spoken.
+  // Each connection's descriptor tells whether it has sent something.
   void settleAll(std::span<const pollfd> spoken);
   // True when nobody was there.
   bool acceptAll(const Round& round);
@@ -117,9 +117,9 @@ class Acceptor {
   std::vector<std::function<void()>> takeCalls(std::size_t count);
   void accept(int listener, const std::shared_ptr<ChannelOwner>& owner);
   void pauseAccepting();
-  void makeRoomFor(const Stranger& stranger);
-  // True when the stranger is one no longer, one way or the other.
-  static bool settle(Stranger& stranger, bool hasSpoken);
+  void makeRoomFor(const Unidentified& connection);
+  // True when the connection is identified or given up.
+  static bool settle(Unidentified& connection, bool hasSpoken);
 
   std::mutex mutex_;
   std::vector<Listener> listeners_;
@@ -128,9 +128,9 @@ class Acceptor {
   UniqueFd wake_;
   std::vector<std::function<void()>> calls_;
   // The thread's own, the oldest first.
-  std::vector<Stranger> strangers_;
+  std::vector<Unidentified> unidentified_;
   Clock::time_point pausedUntil_{};
-  bool hasComplained_ = false;  // of too many strangers, since there were few
+  bool hasComplained_ = false;  // of too many of them, since there were few
 };
 
 int Acceptor::open(int wanted, const std::shared_ptr<ChannelOwner>& owner) {
@@ -204,10 +204,10 @@ Acceptor::Round Acceptor::nextRound() {
     }
     round.waitingCalls = calls_.size();
   }
-  for (const Stranger& stranger : strangers_) {
-    round.descriptors.push_back({stranger.socket.fd(), POLLIN, 0});
+  for (const Unidentified& connection : unidentified_) {
+    round.descriptors.push_back({connection.socket.fd(), POLLIN, 0});
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(
-        std::max(stranger.deadline - Clock::now(), Clock::duration::zero()));
+        std::max(connection.deadline - Clock::now(), Clock::duration::zero()));
     round.timeout = round.timeout.count() < 0 ? left : std::min(round.timeout, left);
   }
   if (round.waitingCalls > 0) round.timeout = std::chrono::milliseconds(0);
@@ -215,9 +215,9 @@ Acceptor::Round Acceptor::nextRound() {
 }
 
 void Acceptor::settleAll(std::span<const pollfd> spoken) {
-  for (std::size_t i = strangers_.size(); i-- > 0;) {
-    if (!settle(strangers_[i], spoken[i].revents != 0)) continue;
-    strangers_.erase(strangers_.begin() + static_cast<std::ptrdiff_t>(i));
+  for (std::size_t i = unidentified_.size(); i-- > 0;) {
+    if (!settle(unidentified_[i], spoken[i].revents != 0)) continue;
+    unidentified_.erase(unidentified_.begin() + static_cast<std::ptrdiff_t>(i));
   }
 }
 
@@ -235,7 +235,7 @@ bool Acceptor::acceptAll(const Round& round) {
 
 void Acceptor::run() {
   // Here, because nobody has to wait for it.
-  removeSocketsOfTheDead(folder_, namePrefix);
+  removeStaleSockets(folder_, namePrefix);
   for (;;) {
     Round round = nextRound();
     std::span<pollfd> all(round.descriptors);
@@ -266,45 +266,48 @@ void Acceptor::accept(int listener, const std::shared_ptr<ChannelOwner>& owner) 
               peer ? static_cast<int>(peer->pid) : -1, peer ? peer->uid : 0);
     return;
   }
-  Stranger stranger{owner,
-                    peer->pid,
-                    peer->uid,
-                    !owner->knows(peer->pid) && owner->expects(peer->pid),
-                    ChannelSocket(std::move(socket)),
-                    Clock::now() + patienceWithStrangers};
-  if (settle(stranger, false)) return;
-  makeRoomFor(stranger);
-  strangers_.push_back(std::move(stranger));
+  Unidentified connection{owner,
+                          peer->pid,
+                          peer->uid,
+                          !owner->knows(peer->pid) && owner->expects(peer->pid),
+                          ChannelSocket(std::move(socket)),
+                          Clock::now() + identificationTimeout};
+  if (settle(connection, false)) return;
+  makeRoomFor(connection);
+  unidentified_.push_back(std::move(connection));
 }
 
 void Acceptor::pauseAccepting() {
   const int error = errno;
   const auto now = Clock::now();
-  if (now - pausedUntil_ > patienceWithStrangers) {
+  if (now - pausedUntil_ > identificationTimeout) {
     logAlways(LogError, "Connections wait: %s", std::strerror(error));
   }
   pausedUntil_ = now + acceptPause;
 }
 
-// Of too many strangers one goes: of the user who has most of them, of his process that has most,
-// the one that has been silent longest. So nobody keeps others out by connecting often.
-void Acceptor::makeRoomFor(const Stranger& stranger) {
-  const auto alike = [&](const Stranger& other) { return other.isExpected == stranger.isExpected; };
-  const auto count = [&](auto same) {
-    return std::count_if(strangers_.begin(), strangers_.end(),
-                         [&](const Stranger& other) { return alike(other) && same(other); });
+// Of too many unidentified connections one is closed: of the user who has most of them, of his
+// process that has most, the one that has been silent longest. So nobody keeps others out by
+// connecting often.
+void Acceptor::makeRoomFor(const Unidentified& connection) {
+  const auto alike = [&](const Unidentified& other) {
+    return other.isExpected == connection.isExpected;
   };
-  const std::size_t most = stranger.isExpected ? mostExpected : mostStrangers;
-  const auto all = static_cast<std::size_t>(count([](const Stranger&) { return true; }));
+  const auto count = [&](auto same) {
+    return std::count_if(unidentified_.begin(), unidentified_.end(),
+                         [&](const Unidentified& other) { return alike(other) && same(other); });
+  };
+  const std::size_t most = connection.isExpected ? mostExpected : mostUnexpected;
+  const auto all = static_cast<std::size_t>(count([](const Unidentified&) { return true; }));
   if (all < most / 2) hasComplained_ = false;
   if (all < most) return;
-  auto worst = strangers_.end();
+  auto worst = unidentified_.end();
   std::pair<std::ptrdiff_t, std::ptrdiff_t> worstCounts{};
-  for (auto it = strangers_.begin(); it != strangers_.end(); ++it) {
+  for (auto it = unidentified_.begin(); it != unidentified_.end(); ++it) {
     if (!alike(*it)) continue;
-    const std::pair counts{count([&](const Stranger& other) { return other.uid == it->uid; }),
-                           count([&](const Stranger& other) { return other.pid == it->pid; })};
-    if (worst != strangers_.end() && counts <= worstCounts) continue;
+    const std::pair counts{count([&](const Unidentified& other) { return other.uid == it->uid; }),
+                           count([&](const Unidentified& other) { return other.pid == it->pid; })};
+    if (worst != unidentified_.end() && counts <= worstCounts) continue;
     worst = it;
     worstCounts = counts;
   }
@@ -312,29 +315,29 @@ void Acceptor::makeRoomFor(const Stranger& stranger) {
     logAlways(LogError, "Too many connections are silent: those of process %d are closed first.",
               static_cast<int>(worst->pid));
   }
-  strangers_.erase(worst);
+  unidentified_.erase(worst);
 }
 
-bool Acceptor::settle(Stranger& stranger, bool hasSpoken) {
+bool Acceptor::settle(Unidentified& connection, bool hasSpoken) {
   // Whatever a known process has sent is read by whom it is for.
-  if (!stranger.owner->knows(stranger.pid) && hasSpoken) {
+  if (!connection.owner->knows(connection.pid) && hasSpoken) {
     ReceivedMessage message;
-    switch (stranger.socket.receive(message)) {
+    switch (connection.socket.receive(message)) {
       case ChannelSocket::Outcome::Nothing:
         return false;
       case ChannelSocket::Outcome::Closed:
         return true;
       case ChannelSocket::Outcome::Malformed:
-        logAlways(LogError, "A connection of process %d is closed: it sent what is no message.",
-                  static_cast<int>(stranger.pid));
+        logAlways(LogError, "A connection of process %d is closed: malformed message.",
+                  static_cast<int>(connection.pid));
         return true;
       case ChannelSocket::Outcome::Message:
-        stranger.owner->greet(stranger.pid, message);
-        if (!stranger.owner->knows(stranger.pid)) return true;
+        connection.owner->greet(connection.pid, message);
+        if (!connection.owner->knows(connection.pid)) return true;
     }
   }
-  if (!stranger.owner->knows(stranger.pid)) return Clock::now() >= stranger.deadline;
-  stranger.owner->connected(stranger.pid, std::move(stranger.socket));
+  if (!connection.owner->knows(connection.pid)) return Clock::now() >= connection.deadline;
+  connection.owner->connected(connection.pid, std::move(connection.socket));
   return true;
 }
 

@@ -18,8 +18,8 @@ namespace {
 
 // Of one process to one client. A child makes one.
 constexpr int mostConnections = 8;
-// Messages of strangers whom nobody expects that are passed on all the same, to be told of; of
-// more, there is a line in the log.
+// Messages of unknown processes that nobody expects that are passed on all the same, to be told of;
+// of more, there is a line in the log.
 constexpr int mostUnexpected = 16;
 constexpr std::chrono::seconds unexpectedInterval{10};
 
@@ -29,7 +29,7 @@ ClientChannel::ClientChannel(GMainContext* context, Deliver deliver)
     : context_(context), deliver_(std::move(deliver)) {}
 
 ClientChannel::~ClientChannel() {
-  if (servedDuringWaits_) MainThreadWait::removeParty(this);
+  if (servedDuringWaits_) MainThreadWait::removeParticipant(this);
 }
 
 int ClientChannel::id() {
@@ -56,10 +56,10 @@ void ClientChannel::closeConnectionsOf(pid_t pid) {
   for (const auto& connection : connectionsOf(pid)) connection->close();
 }
 
-void ClientChannel::setHandshakeMode(bool on, MessageHandler* strangers) {
+void ClientChannel::setHandshakeMode(bool on, MessageHandler* handshakeHandler) {
   const std::lock_guard lock(mutex_);
-  expectsStrangers_ = !on;
-  if (strangers) strangers_ = strangers;
+  inHandshake_ = !on;
+  if (handshakeHandler) handshakeHandler_ = handshakeHandler;
 }
 
 void ClientChannel::expectChildrenOf(pid_t parent) {
@@ -80,7 +80,7 @@ void ClientChannel::serveDuringWaits() {
   if (std::exchange(servedDuringWaits_, true)) return;
   const std::lock_guard lock(mutex_);
   arrived_.reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-  MainThreadWait::addParty(this);
+  MainThreadWait::addParticipant(this);
 }
 
 void ClientChannel::drain(pid_t pid) {
@@ -117,7 +117,7 @@ void ClientChannel::greet(pid_t pid, const ReceivedMessage& received) {
       unexpectedSince_ = now;
       unexpectedMessages_ = 0;
     }
-    if (expectsStrangers_ || ++unexpectedMessages_ <= mostUnexpected) handler = strangers_;
+    if (inHandshake_ || ++unexpectedMessages_ <= mostUnexpected) handler = handshakeHandler_;
   }
   const auto message = handler ? deserializeMessage(received.blobs()) : nullptr;
   if (!handler || !message) {

@@ -25,7 +25,7 @@ class IncomingConnection;
 class MessageHandler;
 
 class ClientChannel final : public ChannelOwner,
-                            public MainThreadWait::Party,
+                            public MainThreadWait::Participant,
                             public std::enable_shared_from_this<ClientChannel> {
  public:
   // False when no more is to be delivered: the client's loop ends.
@@ -41,7 +41,7 @@ class ClientChannel final : public ChannelOwner,
   void deregisterPID(pid_t pid);
   void closeConnectionsOf(pid_t pid);
   // Any thread.
-  void setHandshakeMode(bool on, MessageHandler* strangers);
+  void setHandshakeMode(bool on, MessageHandler* handshakeHandler);
   void expectChildrenOf(pid_t parent);
 
   // From now on the waits of the main thread serve these connections. Main thread.
@@ -75,9 +75,9 @@ class ClientChannel final : public ChannelOwner,
   int id_ = -1;
   bool closed_ = false;
   std::set<pid_t> registered_;
-  MessageHandler* strangers_ = nullptr;  // from the first time that the handshake mode is off
-  bool expectsStrangers_ = false;        // while it is off
-  int unexpectedMessages_ = 0;           // passed on since it was switched on, or in this interval
+  MessageHandler* handshakeHandler_ = nullptr;  // from the first handshake on
+  bool inHandshake_ = false;
+  int unexpectedMessages_ = 0;  // passed on since it was switched on, or in this interval
   std::chrono::steady_clock::time_point unexpectedSince_{};
   pid_t expectedParent_ = 0;
   std::vector<std::shared_ptr<IncomingConnection>> connections_;

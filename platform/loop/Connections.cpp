@@ -94,7 +94,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
 // Every connection by its number, and the party that flushes them while the main thread waits for
 // something else.
-class Connections final : public MainThreadWait::Party {
+class Connections final : public MainThreadWait::Participant {
  public:
   static Connections& instance() {
     static auto* const connections = new Connections;
@@ -281,7 +281,7 @@ void Connection::exchange(const Waiter* until) {
       continue;
     }
     if (outcome == ChannelSocket::Outcome::Malformed) {
-      logAlways(LogError, "The connection to process %d is closed: it sent what is no message.",
+      logAlways(LogError, "The connection to process %d is closed: malformed message.",
                 static_cast<int>(peer_));
     }
     if (outcome == ChannelSocket::Outcome::Closed) return end(false);
@@ -337,7 +337,7 @@ void Connection::dropSource() {
 }  // namespace
 
 void serveConnectionsDuringWaits() {
-  MainThreadWait::addParty(&Connections::instance());
+  MainThreadWait::addParticipant(&Connections::instance());
 }
 
 // NOLINTNEXTLINE(readability-identifier-naming)

@@ -140,7 +140,7 @@ IncomingConnection::Served IncomingConnection::serveOne() {
       end();
       return Served::Nothing;
     case ChannelSocket::Outcome::Malformed:
-      logAlways(LogError, "The connection of process %d is closed: it sent what is no message.",
+      logAlways(LogError, "The connection of process %d is closed: malformed message.",
                 static_cast<int>(pid_));
       end();
       return Served::Nothing;

@@ -17,9 +17,9 @@ namespace {
 // Per thread, because clients of every thread ask on their own.
 thread_local int activeWaits = 0;
 
-ListenerList<MainThreadWait::Party>& parties() {
-  // Leaked: parties with static storage may go after any list would.
-  static auto* const list = new ListenerList<MainThreadWait::Party>;
+ListenerList<MainThreadWait::Participant>& participants() {
+  // Leaked: participants with static storage may go after any list would.
+  static auto* const list = new ListenerList<MainThreadWait::Participant>;
   return *list;
 }
 
@@ -30,12 +30,12 @@ int pollTimeout(std::chrono::milliseconds timeout) {
 
 }  // namespace
 
-void MainThreadWait::addParty(Party* party) {
-  parties().add(party);
+void MainThreadWait::addParticipant(Participant* participant) {
+  participants().add(participant);
 }
 
-void MainThreadWait::removeParty(Party* party) {
-  parties().remove(party);
+void MainThreadWait::removeParticipant(Participant* participant) {
+  participants().remove(participant);
 }
 
 MainThreadWait::MainThreadWait() {
@@ -52,7 +52,8 @@ bool MainThreadWait::isActive() {
 
 bool MainThreadWait::poll(std::vector<pollfd>& own, std::chrono::milliseconds timeout) {
   const std::size_t ownCount = own.size();
-  parties().forEach([&own](Party& party) { party.appendPollDescriptors(own); });
+  participants().forEach(
+      [&own](Participant& participant) { participant.appendPollDescriptors(own); });
   const int ready = ::poll(own.data(), own.size(), pollTimeout(timeout));
   if (ready < 0 && errno != EINTR) {
     logAlways(LogError, "waiting on the main thread: %s", std::strerror(errno));
@@ -67,7 +68,7 @@ bool MainThreadWait::poll(std::vector<pollfd>& own, std::chrono::milliseconds ti
       std::count_if(own.begin(), own.end(), [](const pollfd& d) { return d.revents != 0; });
   // The usual answer comes alone, and then there is nothing to serve.
   if (ready <= 0 || ready > ownReady) {
-    parties().forEach([](Party& party) { party.serve(); });
+    participants().forEach([](Participant& participant) { participant.serve(); });
   }
   return ownReady > 0;
 }

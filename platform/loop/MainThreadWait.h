@@ -1,5 +1,5 @@
 // How the main thread waits for somebody's answer without deadlock: whatever it waits for, it
-// goes on serving the parties that may need it before they can answer.
+// goes on serving the participants that may need it before they can answer.
 //
 // Main thread only.
 #pragma once
@@ -16,18 +16,18 @@ namespace Tessel::Platform {
 class MainThreadWait {
  public:
   // Served in every wait of the main thread, whatever is waited for.
-  class Party {
+  class Participant {
    public:
-    virtual ~Party() = default;
+    virtual ~Participant() = default;
     // Adds the descriptors that tell that there is something to serve.
     virtual void appendPollDescriptors(std::vector<pollfd>& descriptors) const = 0;
     // Serves what is there, without waiting for more; there may be nothing. What it serves may
     // wait in turn, and then it is called again from inside.
     virtual void serve() = 0;
   };
-  // Not owned. Removing any party inside a serve() is fine.
-  static void addParty(Party* party);
-  static void removeParty(Party* party);
+  // Not owned. Removing any participant inside a serve() is fine.
+  static void addParticipant(Participant* participant);
+  static void removeParticipant(Participant* participant);
 
   MainThreadWait();
   ~MainThreadWait();
@@ -37,10 +37,10 @@ class MainThreadWait {
   // False on every thread but the one that waits. Any thread.
   static bool isActive();
 
-  // Blocks until one of the caller's descriptors or of the parties' is ready, or the time is over
-  // (negative: without end), then serves the parties, unless all that is ready is the caller's.
-  // Returns whether one of the caller's own descriptors, whose revents are filled in, is ready.
-  // EINTR counts as a return without one.
+  // Blocks until one of the caller's descriptors or of the participants' is ready, or the time is
+  // over (negative: without end), then serves the participants, unless all that is ready is the
+  // caller's. Returns whether one of the caller's own descriptors, whose revents are filled in, is
+  // ready. EINTR counts as a return without one.
   bool poll(std::vector<pollfd>& own, std::chrono::milliseconds timeout);
 };
 

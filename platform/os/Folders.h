@@ -16,7 +16,7 @@ std::string runtimeFolder();
 
 // Programs that were killed leave their sockets behind: removes those of dead processes, and the
 // folders that they are in, whose names are the prefix and then the process's number.
-void removeSocketsOfTheDead(const std::string& folder, const char* prefix);
+void removeStaleSockets(const std::string& folder, const char* prefix);
 
 // Removes a file, such as a socket, or an empty folder when this process ends by exit(3), or is
 // told to. Not in processes that it has forked meanwhile.

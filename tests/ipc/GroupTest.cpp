@@ -182,12 +182,12 @@ TEST(GroupTest, ANewChildIsToldItsNetworkDevice) {
 }
 
 // What the chrome does in the main thread's next wait.
-class InNextWait final : public MainThreadWait::Party {
+class InNextWait final : public MainThreadWait::Participant {
  public:
   explicit InNextWait(std::function<void()> action) : action_(std::move(action)) {
-    MainThreadWait::addParty(this);
+    MainThreadWait::addParticipant(this);
   }
-  ~InNextWait() override { MainThreadWait::removeParty(this); }
+  ~InNextWait() override { MainThreadWait::removeParticipant(this); }
   void appendPollDescriptors(std::vector<pollfd>& descriptors) const override {
     if (action_) descriptors.push_back({ready_.get(), POLLIN, 0});
   }

@@ -32,9 +32,9 @@ inline constexpr char fieldLetter = std::is_same_v<Field, bool>  ? 'b'
 // What commands of the same signature share. Whatever is compiled per signature, and not once more
 // for each command, keeps the build short.
 template <typename Result, typename Arguments>
-struct Shape;
+struct CommandTraits;
 template <typename Result_, typename... Args>
-struct Shape<Result_, std::tuple<Args...>> {
+struct CommandTraits<Result_, std::tuple<Args...>> {
   using Result = Result_;
   using Arguments = std::tuple<Args...>;
   using ProxyArguments = std::tuple<typename Wire<Args>::ProxyArgument...>;
@@ -61,19 +61,20 @@ struct Shape<Result_, std::tuple<Args...>> {
 };
 
 template <auto Operation>
-using ShapeOf = Shape<typename Signature<decltype(Operation)>::Result,
-                      typename Signature<decltype(Operation)>::Arguments>;
+using CommandTraitsOf = CommandTraits<typename Signature<decltype(Operation)>::Result,
+                                      typename Signature<decltype(Operation)>::Arguments>;
 
 // The message of a command. Commands without a number have none.
 template <int number, auto Operation>
-requires(number != 0) class CommandMessage final : public ShapeOf<Operation>::Record {
+requires(number != 0) class CommandMessage final : public CommandTraitsOf<Operation>::Record {
  public:
   static constexpr int messageType = number;
 
   template <typename... Fields>
   explicit CommandMessage(unsigned int handle,
                           Tessel::Platform::MessageReplyBuffer* reply = nullptr, Fields... fields)
-      : ShapeOf<Operation>::Record(number, reply, static_cast<int>(handle), std::move(fields)...) {}
+      : CommandTraitsOf<Operation>::Record(number, reply, static_cast<int>(handle),
+                                           std::move(fields)...) {}
 };
 
 template <int number, auto Operation>

@@ -20,16 +20,16 @@ bool decode(const Record& record, Arguments& arguments) {
   (std::make_index_sequence<std::tuple_size_v<Arguments>>());
 }
 
-template <typename Shape>
-bool receive(const Message& message, typename Shape::Call operation) {
-  using Result = typename Shape::Result;
-  const auto& record = static_cast<const typename Shape::Record&>(message);
+template <typename Traits>
+bool receive(const Message& message, typename Traits::Call operation) {
+  using Result = typename Traits::Result;
+  const auto& record = static_cast<const typename Traits::Record&>(message);
   const auto handle = static_cast<unsigned int>(record.template field<0>());
   // A command may delete the web view that it is for, by what it makes the chrome do.
   const GuardedPin<WebView> webView(WebViewManager::instance().webViewForHandle(handle));
   if (!webView) return false;
 
-  typename Shape::Arguments arguments{};
+  typename Traits::Arguments arguments{};
   if (!decode(record, arguments)) {
     logAlways(Tessel::Platform::LogError,
               "Command %d for web view %u is not run: it has an argument that is none.",
@@ -48,8 +48,8 @@ bool receive(const Message& message, typename Shape::Call operation) {
 
 template <auto Operation>
 bool receiveFor(const Message& message) {
-  using Shape = commands::ShapeOf<Operation>;
-  return receive<Shape>(message, Shape::template call<Operation>);
+  using Traits = commands::CommandTraitsOf<Operation>;
+  return receive<Traits>(message, Traits::template call<Operation>);
 }
 
 constexpr int firstNumber = 2000;

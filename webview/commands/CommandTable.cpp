@@ -28,7 +28,7 @@ bool Value<OrvWebView*>::parse(const char* text, OrvWebView*& value) {
 
 namespace {
 
-using commands::ShapeOf;
+using commands::CommandTraitsOf;
 using commands::Value;
 
 // A command's name as a template argument, so that each command is a plain function of its own.
@@ -57,7 +57,7 @@ void reportNotCreated(unsigned long handle, const char* name) {
 }
 
 // What a handler knows of its command beside the operation.
-struct Facts {
+struct CommandInfo {
   const char* name;
   // The texts of the last arguments when they are left out.
   std::span<const char* const> defaults;
@@ -65,18 +65,18 @@ struct Facts {
 
 // Reads the arguments in order; false, and the first refused one is reported, when one is refused.
 template <typename Arguments>
-bool readArguments(const OrvWebJavaScriptCallbackEvent& event, const Facts& facts,
+bool readArguments(const OrvWebJavaScriptCallbackEvent& event, const CommandInfo& info,
                    Arguments& arguments) {
   constexpr std::size_t count = std::tuple_size_v<Arguments>;
   [[maybe_unused]] const auto read = [&](std::size_t position, auto& argument) {
     const char* text = argumentText(event, position);
     const std::size_t fromEnd = count - position;
-    if (!text && fromEnd <= facts.defaults.size()) {
-      text = facts.defaults[facts.defaults.size() - fromEnd];
+    if (!text && fromEnd <= info.defaults.size()) {
+      text = info.defaults[info.defaults.size() - fromEnd];
     }
     if (!text) return false;  // counted before, so it is there
     if (Value<std::remove_reference_t<decltype(argument)>>::parse(text, argument)) return true;
-    BindingManager::reportArgumentError(static_cast<int>(position), text, facts.name);
+    BindingManager::reportArgumentError(static_cast<int>(position), text, info.name);
     return false;
   };
   return [&]<std::size_t... I>(std::index_sequence<I...>) {
@@ -96,32 +96,32 @@ void answer(OrvWebJavaScriptCallbackEvent& event, const Arguments& arguments, co
 }
 
 // What every command does: check, convert, find the web view or its proxy, call, answer.
-template <typename Shape>
-void run(OrvWebJavaScriptCallbackEvent& event, const Facts& facts, typename Shape::Call operation,
-         typename Shape::Send message) {
-  using Result = typename Shape::Result;
-  constexpr int count = static_cast<int>(std::tuple_size_v<typename Shape::Arguments>);
-  const int optional = static_cast<int>(facts.defaults.size());
+template <typename Traits>
+void run(OrvWebJavaScriptCallbackEvent& event, const CommandInfo& info,
+         typename Traits::Call operation, typename Traits::Send message) {
+  using Result = typename Traits::Result;
+  constexpr int count = static_cast<int>(std::tuple_size_v<typename Traits::Arguments>);
+  const int optional = static_cast<int>(info.defaults.size());
   if (BindingManager::checkArgumentCount(static_cast<int>(event.numArgs()) - leadingArguments,
-                                         count - optional, facts.name, optional > 0 ? count : -1)) {
+                                         count - optional, info.name, optional > 0 ? count : -1)) {
     return;
   }
   WebViewManager& manager = WebViewManager::instance();
   const unsigned int handle = arguments::handleAt(event, 1);
   if (!manager.isCreated(handle)) {
-    return reportNotCreated(arguments::unsignedAt(event, 1), facts.name);
+    return reportNotCreated(arguments::unsignedAt(event, 1), info.name);
   }
 
   // A command may delete the web view that it is for, by what it makes the chrome do.
   if (IPCSenderWebView* remote = manager.remoteWebViewForHandle(handle)) {
-    typename Shape::ProxyArguments arguments{};
-    if (!readArguments(event, facts, arguments)) return;
+    typename Traits::ProxyArguments arguments{};
+    if (!readArguments(event, info, arguments)) return;
     const Tessel::Platform::GuardedPin<IPCSenderWebView> pin(remote);
     return answer<Result>(event, arguments,
                           [&](const auto&... values) { return message(*remote, values...); });
   }
-  typename Shape::Arguments arguments{};
-  if (!readArguments(event, facts, arguments)) return;
+  typename Traits::Arguments arguments{};
+  if (!readArguments(event, info, arguments)) return;
   const Tessel::Platform::GuardedPin<WebView> webView(manager.webViewForHandle(handle));
   // It was told of and is nowhere any more: records have a text even then.
   if constexpr (std::is_class_v<Result> && !std::is_same_v<Result, String>) {
@@ -144,25 +144,25 @@ struct Sender<number, Operation, std::tuple<Args...>> {
 
 template <int number, Name name, auto Operation, Name... defaults>
 void handle(OrvWebJavaScriptCallbackEvent* event) {
-  using Shape = ShapeOf<Operation>;
+  using Traits = CommandTraitsOf<Operation>;
   static constexpr std::array<const char*, sizeof...(defaults)> texts{defaults.text...};
-  run<Shape>(*event, {name.text, texts}, Shape::template call<Operation>,
-             Sender<number, Operation, typename Shape::ProxyArguments>::send);
+  run<Traits>(*event, {name.text, texts}, Traits::template call<Operation>,
+              Sender<number, Operation, typename Traits::ProxyArguments>::send);
 }
 
 template <int number, Name name, auto Operation, Name... defaults>
 constexpr CommandRow row() {
-  using Shape = ShapeOf<Operation>;
+  using Traits = CommandTraitsOf<Operation>;
   constexpr int optional = static_cast<int>(sizeof...(defaults));
-  constexpr int count = static_cast<int>(std::tuple_size_v<typename Shape::Arguments>);
+  constexpr int count = static_cast<int>(std::tuple_size_v<typename Traits::Arguments>);
   static_assert(optional <= count);
   return {.name = name.text,
           .handler = handle<number, name, Operation, defaults...>,
-          .messageFields = Shape::fieldLetters.data(),
+          .messageFields = Traits::fieldLetters.data(),
           .messageNumber = number,
           .requiredArguments = count - optional,
           .optionalArguments = optional,
-          .messageReply = commands::Reply<typename Shape::Result>::letter};
+          .messageReply = commands::Reply<typename Traits::Result>::letter};
 }
 
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name __VA_OPT__(, ) __VA_ARGS__)

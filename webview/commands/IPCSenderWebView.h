@@ -36,28 +36,28 @@ class IPCSenderWebView : public Tessel::Platform::GuardedPointerBase {
   // Any of them by its number. Commands that do not cross are answered in this process, with what
   // the child tells.
   template <int number, auto Operation, typename... Values>
-  typename commands::ShapeOf<Operation>::Result call(const Values&... values) const {
+  typename commands::CommandTraitsOf<Operation>::Result call(const Values&... values) const {
     if constexpr (number == 0) {
       static_assert(Operation == &WebView::screenWindowHandle);
       return WebView::lookUpWindow(windowUniqueId());
     } else {
-      return send<commands::ShapeOf<Operation>>(number, values...);
+      return send<commands::CommandTraitsOf<Operation>>(number, values...);
     }
   }
 
  private:
-  template <typename Shape, typename... Values>
-  typename Shape::Result send(int number, const Values&... values) const {
-    using Result = typename Shape::Result;
+  template <typename Traits, typename... Values>
+  typename Traits::Result send(int number, const Values&... values) const {
+    using Result = typename Traits::Result;
     using Tessel::Platform::MessageClient;
     if (!host_ || !host_->isConnected()) return Result();
     const int channel = host_->connectionId();
     if constexpr (std::is_void_v<Result>) {
-      MessageClient::sendMessage(Shape::message(number, handle_, nullptr, values...), channel);
+      MessageClient::sendMessage(Traits::message(number, handle_, nullptr, values...), channel);
     } else {
       // Whatever is served meanwhile may delete this proxy: nothing of it is used afterwards.
       typename commands::Reply<Result>::Buffer buffer;
-      MessageClient::sendMessage(Shape::message(number, handle_, &buffer, values...), channel);
+      MessageClient::sendMessage(Traits::message(number, handle_, &buffer, values...), channel);
       return commands::Reply<Result>::value(buffer);
     }
   }

@@ -53,8 +53,8 @@ UniqueFd listenAt(const std::string& path) {
 }  // namespace
 
 // A connection that has not sent a complete greeting yet.
-struct LinkListener::Stranger {
-  Stranger(LinkListener& itsListener, UniqueFd itsSocket, pid_t itsPid)
+struct LinkListener::Unidentified {
+  Unidentified(LinkListener& itsListener, UniqueFd itsSocket, pid_t itsPid)
       : listener(itsListener),
         socket(std::move(itsSocket)),
         pid(itsPid),
@@ -62,18 +62,18 @@ struct LinkListener::Stranger {
     limitSource = g_timeout_add(
         static_cast<guint>(listener.greetingLimit_.count()),
         [](gpointer data) -> gboolean {
-          auto* const self = static_cast<Stranger*>(data);
+          auto* const self = static_cast<Unidentified*>(data);
           self->listener.forget(*self);
           return G_SOURCE_CONTINUE;
         },
         this);
   }
-  ~Stranger() {
+  ~Unidentified() {
     g_source_remove(readSource);
     g_source_remove(limitSource);
   }
-  Stranger(const Stranger&) = delete;
-  Stranger& operator=(const Stranger&) = delete;
+  Unidentified(const Unidentified&) = delete;
+  Unidentified& operator=(const Unidentified&) = delete;
 
   LinkListener& listener;
   UniqueFd socket;
@@ -88,7 +88,7 @@ struct LinkListener::Stranger {
 LinkListener::LinkListener(const std::string& parent, Welcome welcome,
                            std::chrono::milliseconds greetingLimit)
     : welcome_(std::move(welcome)), greetingLimit_(greetingLimit) {
-  Tessel::Platform::removeSocketsOfTheDead(parent, namePrefix);
+  Tessel::Platform::removeStaleSockets(parent, namePrefix);
   std::string pattern = parent + "/" + namePrefix + std::to_string(::getpid()) + "-XXXXXX";
   if (!::mkdtemp(pattern.data())) return;
   folder_ = pattern;
@@ -101,7 +101,7 @@ LinkListener::LinkListener(const std::string& parent, Welcome welcome,
 
 LinkListener::~LinkListener() {
   if (source_ != 0) g_source_remove(source_);
-  strangers_.clear();
+  unidentified_.clear();
   if (isListening()) ::unlink(address_.c_str());
   if (!folder_.empty()) ::rmdir(folder_.c_str());
 }
@@ -127,8 +127,8 @@ void LinkListener::pause() {
       this);
 }
 
-void LinkListener::forget(const Stranger& stranger) {
-  strangers_.remove_if([&](const Stranger& each) { return &each == &stranger; });
+void LinkListener::forget(const Unidentified& stranger) {
+  unidentified_.remove_if([&](const Unidentified& each) { return &each == &stranger; });
 }
 
 void LinkListener::complain(pid_t peer, const char* why) {
@@ -154,13 +154,13 @@ gboolean LinkListener::onConnection(gint fd, GIOCondition, gpointer data) {
     self->complain(peer.pid, "it is another user's");
     return G_SOURCE_CONTINUE;
   }
-  if (self->strangers_.size() == mostStrangers) self->strangers_.pop_front();
-  self->strangers_.emplace_back(*self, std::move(socket), peer.pid);
+  if (self->unidentified_.size() == mostUnidentified) self->unidentified_.pop_front();
+  self->unidentified_.emplace_back(*self, std::move(socket), peer.pid);
   return G_SOURCE_CONTINUE;
 }
 
 gboolean LinkListener::onGreeting(gint fd, GIOCondition, gpointer data) {
-  auto* const stranger = static_cast<Stranger*>(data);
+  auto* const stranger = static_cast<Unidentified*>(data);
   LinkListener& self = stranger->listener;
   const ssize_t count = ::recv(fd, stranger->greeting.data() + stranger->received,
                                stranger->greeting.size() - stranger->received, MSG_DONTWAIT);

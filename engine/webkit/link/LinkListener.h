@@ -23,7 +23,7 @@ class LinkListener {
       std::function<void(Tessel::Platform::UniqueFd socket, pid_t peer, const std::string& token)>;
 
   // The limit of connections without a token; beyond it the oldest is closed.
-  static constexpr std::size_t mostStrangers = 32;
+  static constexpr std::size_t mostUnidentified = 32;
   // The limit of unused tokens; beyond it the oldest is void. Web processes that end before they
   // connect leave theirs.
   static constexpr std::size_t mostTokens = 256;
@@ -44,11 +44,11 @@ class LinkListener {
   std::string issueToken();
 
  private:
-  struct Stranger;
+  struct Unidentified;
 
   void watch();
   void pause();
-  void forget(const Stranger& stranger);
+  void forget(const Unidentified& stranger);
   void complain(pid_t peer, const char* why);
   static gboolean onConnection(gint fd, GIOCondition condition, gpointer self);
   static gboolean onGreeting(gint fd, GIOCondition condition, gpointer stranger);
@@ -59,7 +59,7 @@ class LinkListener {
   std::string address_;
   Tessel::Platform::UniqueFd listener_;
   guint source_ = 0;  // the listener's, or the timer's that it waits for
-  std::list<Stranger> strangers_;
+  std::list<Unidentified> unidentified_;
   std::vector<std::string> tokens_;
   gint64 complained_ = 0;  // when, in microseconds of the monotonic clock
 };

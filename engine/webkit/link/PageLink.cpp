@@ -211,7 +211,7 @@ std::shared_ptr<PageLink> PageLink::open(UniqueFd socket, pid_t peer, PageLinkDe
 void PageLink::serveInEveryWait() {
   if (inEveryWait_ || !source_) return;
   inEveryWait_ = true;
-  MainThreadWait::addParty(this);
+  MainThreadWait::addParticipant(this);
 }
 
 void PageLink::close() {
@@ -226,7 +226,7 @@ void PageLink::close() {
   g_source_destroy(source_);
   g_source_unref(source_);
   source_ = nullptr;
-  if (inEveryWait_) MainThreadWait::removeParty(this);
+  if (inEveryWait_) MainThreadWait::removeParticipant(this);
   delegate_.linkClosed(*this);
 }
 

@@ -45,7 +45,7 @@ class PageLinkDelegate {
 };
 
 class PageLink final : public std::enable_shared_from_this<PageLink>,
-                       private Tessel::Platform::MainThreadWait::Party {
+                       private Tessel::Platform::MainThreadWait::Participant {
  public:
   using FunctionResult = std::optional<JavaScriptVariant>;
 

@@ -30,12 +30,12 @@ class Event {
   int fd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
 };
 
-class EventParty final : public MainThreadWait::Party {
+class EventParticipant final : public MainThreadWait::Participant {
  public:
-  explicit EventParty(std::function<void()> onEvent = [] {}) : onEvent_(std::move(onEvent)) {
-    MainThreadWait::addParty(this);
+  explicit EventParticipant(std::function<void()> onEvent = [] {}) : onEvent_(std::move(onEvent)) {
+    MainThreadWait::addParticipant(this);
   }
-  ~EventParty() override { MainThreadWait::removeParty(this); }
+  ~EventParticipant() override { MainThreadWait::removeParticipant(this); }
 
   void appendPollDescriptors(std::vector<pollfd>& descriptors) const override {
     descriptors.push_back(event.descriptor());
@@ -54,15 +54,16 @@ class EventParty final : public MainThreadWait::Party {
 };
 
 TEST(MainThreadWaitTest, PartiesMayLeaveWhileOneOfThemIsServed) {
-  std::unique_ptr<EventParty> dismissed;
-  EventParty leaver([&] {
+  std::unique_ptr<EventParticipant> dismissed;
+  EventParticipant leaver([&] {
     dismissed.reset();
-    MainThreadWait::removeParty(&leaver);
+    MainThreadWait::removeParticipant(&leaver);
   });
-  EventParty neighbour;
-  dismissed = std::make_unique<EventParty>();
-  EventParty last;
-  for (EventParty* party : {&leaver, &neighbour, dismissed.get(), &last}) party->event.raise();
+  EventParticipant neighbour;
+  dismissed = std::make_unique<EventParticipant>();
+  EventParticipant last;
+  for (EventParticipant* participant : {&leaver, &neighbour, dismissed.get(), &last})
+    participant->event.raise();
 
   MainThreadWait wait;
   std::vector<pollfd> none;

@@ -136,7 +136,7 @@ TEST_F(WebProcessLinksTest, SilentStrangersGoWhenTheyAreTooManyOrTooSlow) {
       folder_.path(), [](UniqueFd, pid_t, const std::string&) {}, std::chrono::milliseconds(200));
   const sockaddr_un address = addressOf(listener.address());
   std::vector<ScriptedPeer> strangers;
-  for (std::size_t i = 0; i < LinkListener::mostStrangers + 3; ++i) {
+  for (std::size_t i = 0; i < LinkListener::mostUnidentified + 3; ++i) {
     UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     ASSERT_EQ(::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
               0);
