@@ -439,6 +439,10 @@ TEST_F(ProgramTest, UnderAnotherNameItStartsApplicationsOfOtherUsersAsItIsAskedT
   const std::filesystem::path home = folder_ / "home";
   std::filesystem::create_directory(home);
   ASSERT_EQ(::chown(home.c_str(), 1234, 1234), 0);
+  // The tree may be in root's home, which is closed to others.
+  const std::filesystem::path modules = folder_ / "modules";
+  std::filesystem::copy(std::filesystem::path(PAGEHOST_TEST_PROGRAM).parent_path() / "modules",
+                        modules);
   std::vector<std::string> options{"--uid",     "1234",    "--gid", "1234",
                                    "--console", "console", "--wait"};
   for (const auto& [name, value] : environment("idle.html")) {
@@ -447,7 +451,8 @@ TEST_F(ProgramTest, UnderAnotherNameItStartsApplicationsOfOtherUsersAsItIsAskedT
   for (const char* name : {"XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_RUNTIME_DIR", "HOME"}) {
     options.insert(options.end(), {"--env", std::string(name) + "=" + home.string()});
   }
-  options.insert(options.end(), {"--", "an-app"});
+  options.insert(options.end(),
+                 {"--env", "PAGEHOST_MODULE_PATH=" + modules.string(), "--", "an-app"});
   const auto client = ask(options);
   const auto pid = client->nextLine();
   ASSERT_TRUE(pid) << client->errors();
