@@ -72,7 +72,7 @@ void callNative(fuzz::Input& input, const CommandRow& row) {
 // What a child answers to each command.
 template <auto Operation>
 void readReply(const std::string& bytes) {
-  using Result = typename commands::ShapeOf<Operation>::Result;
+  using Result = typename commands::CommandTraitsOf<Operation>::Result;
   if constexpr (!std::is_void_v<Result>) {
     typename commands::Reply<Result>::Buffer buffer;
     if (buffer.assign(bytes.data(), bytes.size())) commands::Reply<Result>::value(buffer);

@@ -156,7 +156,7 @@ TypeByName typesOfCommands(Records& records) {
   TypeByName types;
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
 #define COMMAND_AS(number, name, operation, ...) \
-  types[#name] = propertyType<commands::ShapeOf<&WebView::operation>::Result>(records);
+  types[#name] = propertyType<commands::CommandTraitsOf<&WebView::operation>::Result>(records);
 #include "registry/Commands.def"
 #undef COMMAND_AS
 #undef COMMAND

@@ -114,8 +114,9 @@ void addOthers(Collector& collector) {
 
 void addCommands(Collector& collector) {
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name __VA_OPT__(, ) __VA_ARGS__)
-#define COMMAND_AS(number, name, operation, ...) \
-  collector.add<commands::ShapeOf<&WebView::operation>>("webview." #name, true, {__VA_ARGS__});
+#define COMMAND_AS(number, name, operation, ...)                                        \
+  collector.add<commands::CommandTraitsOf<&WebView::operation>>("webview." #name, true, \
+                                                                {__VA_ARGS__});
 #include "registry/Commands.def"
 #undef COMMAND_AS
 #undef COMMAND
