@@ -151,8 +151,18 @@ bool WebViewManager::createRemoteWebView(WebViewHandle handle, const std::string
   } else if (isNew) {
     deleteGuardedObject(host);
     return false;
+  } else {
+    // Its process may have died during the creation, and its other web views with it.
+    dropIfUnused(host);
   }
   return true;
+}
+
+// Deleted later, since it may be in the middle of something.
+void WebViewManager::dropIfUnused(RemoteHost* host) {
+  if (!host->webViews().empty() || host->isCreating()) return;
+  std::erase_if(groups_, [&](const auto& item) { return item.second == host; });
+  GuardedPointerDeleter::deleteGuardedPointer(host);
 }
 
 bool WebViewManager::addWebView(WebViewHandle handle, std::unique_ptr<WebView> webView,
@@ -198,13 +208,7 @@ void WebViewManager::destroyWebView(WebViewHandle handle) {
     RemoteHost* const host = proxy->host();
     remoteWebViews_.erase(remote);
     deleteGuardedObject(proxy);
-    const auto entry = std::find_if(groups_.begin(), groups_.end(),
-                                    [&](const auto& item) { return item.second == host; });
-    // Later, since it may be in the middle of something.
-    if (host && host->webViews().empty() && !host->isCreating()) {
-      if (entry != groups_.end()) groups_.erase(entry);
-      GuardedPointerDeleter::deleteGuardedPointer(host);
-    }
+    if (host) dropIfUnused(host);
   }
   if (noWebViews() && Settings::instance().isChromeProcess()) {
     // Whoever is in the middle of something may still make another one.

@@ -98,6 +98,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   void handleSentEvent(const class HandleOrvWebSendEventMessage& message);
   bool createRemoteWebView(WebViewHandle handle, const std::string& windowGroup, int processGroup,
                            int rotation);
+  void dropIfUnused(RemoteHost* host);
   int freeGroupId() const;
   void publishRoot(WebView* root);
   bool noWebViews() const;

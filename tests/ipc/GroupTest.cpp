@@ -214,6 +214,21 @@ TEST(GroupTest, AGroupThatCreatesOutlivesItsLastWebView) {
   });
 }
 
+TEST(GroupTest, AGroupWhoseProcessDiesWhileItCreatesMakesRoomForANewOne) {
+  withChildren([](Chrome& chrome) {
+    const unsigned int first = chrome.create(1);
+    const pid_t process = chrome.processOf(first);
+    const InNextWait death([&] {
+      ::kill(process, SIGKILL);
+      chrome.manager.destroyWebView(first);
+    });
+    chrome.create(1);
+    const unsigned int third = chrome.create(1);
+    ASSERT_NE(chrome.manager.remoteWebViewForHandle(third), nullptr);
+    EXPECT_NE(chrome.processOf(third), process);
+  });
+}
+
 class RefusedHandshakeTest : public ::testing::TestWithParam<Group> {};
 
 TEST_P(RefusedHandshakeTest, EndsTheLaunchAtTheLimit) {
