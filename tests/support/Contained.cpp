@@ -1,9 +1,14 @@
 // contained COMMAND...: runs a test so that nothing of it is left when it ends, however it ends. An
 // orphan would hold the pipe of whoever waits for the test's output. One thread.
 //
+// With PAGEHOST_TEST_DISPLAYS, a folder with a file for each display, named like it, the test has
+// one of these alone: tests that run at once would click into each other's windows otherwise.
+//
 // Who kills this program with its tree, as ctest does at a time limit, finds the orphans below it.
 #include "tests/support/Processes.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -12,7 +17,9 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 namespace {
 
@@ -20,6 +27,18 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds limit{10};  // for the kernel to end what is killed
 
 pid_t test = -1;
+
+// Kept as long as this program: the lock of a display's file. False when all are taken.
+bool takeDisplay(const char* folder) {
+  for (const auto& file : std::filesystem::directory_iterator(folder)) {
+    const int lock = ::open(file.path().c_str(), O_RDONLY | O_CLOEXEC);
+    if (::flock(lock, LOCK_EX | LOCK_NB) == 0) {
+      return ::setenv("DISPLAY", file.path().filename().c_str(), 1) == 0;
+    }
+    ::close(lock);
+  }
+  return false;
+}
 
 // The test ends, and then this program by itself.
 void passOn(int signal) {
@@ -57,6 +76,11 @@ int main(int argc, char** argv) {
   if (argc < 2) {
     std::fprintf(stderr, "Usage: contained COMMAND [ARGUMENT...]\n");
     return 2;
+  }
+  const char* displays = std::getenv("PAGEHOST_TEST_DISPLAYS");
+  if (displays && !takeDisplay(displays)) {
+    std::fprintf(stderr, "There is no display that no other test has.\n");
+    return 1;
   }
   ::prctl(PR_SET_CHILD_SUBREAPER, 1);
   const pid_t self = ::getpid();
