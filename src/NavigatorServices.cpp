@@ -19,7 +19,7 @@ NavigatorServices::NavigatorServices(ApplicationWindow& window)
   window_.setService(&windowService_);
   Tessel::Platform::followSystemFont();
   Tessel::Platform::FontInfo::instance().watchFiles();
-  Tessel::Platform::removeStaleSockets(Tessel::Platform::runtimeFolder(),
+  Tessel::Platform::removeStaleFiles(Tessel::Platform::runtimeFolder(),
                                        ControlSocket::namePrefix);
   control_ = ControlSocket::open(ControlSocket::pathOf(::getpid()));
   if (!control_) {

@@ -37,7 +37,8 @@ def main() -> int:
     for room in rooms:
         targets = sorted(graph[room], key=rank.get)
         print(room, "->", ", ".join(f"{target} ({graph[room][target]})" for target in targets))
-    print(*problems, sep="\n")
+    if problems:
+        print(*problems, sep="\n")
     return 1 if problems or not graph else 0
 
 

@@ -29,6 +29,25 @@ using Tessel::Platform::String;
 using Tessel::Platform::Graphics::GtkWindowSystem;
 using Tessel::Platform::Graphics::Window;
 
+namespace {
+
+// The engine goes on with a view after it has told something of it, and who was told may have
+// deleted the view meanwhile: its memory stays until no such call is on the stack.
+void keepForCallers(WebKitWebView* view) {
+  constexpr guint pause = 50;  // milliseconds
+  g_object_ref(view);
+  g_timeout_add(
+      pause,
+      [](gpointer data) -> gboolean {
+        if (g_main_depth() > 1) return G_SOURCE_CONTINUE;
+        g_object_unref(data);
+        return G_SOURCE_REMOVE;
+      },
+      view);
+}
+
+}  // namespace
+
 WebKitPage::WebKitPage(WebKitEngine& engine, PageClient& client, Window& window)
     : PageContext(client, window, engine.services()),
       engine_(engine),
@@ -89,21 +108,6 @@ void WebKitPage::close() {
   if (!client()) return;
   forgetClient();
   dropView();
-}
-
-// The engine goes on with a view after it has told something of it, and who was told may have
-// deleted the view meanwhile: its memory stays until no such call is on the stack.
-static void keepForCallers(WebKitWebView* view) {
-  constexpr guint pause = 50;  // milliseconds
-  g_object_ref(view);
-  g_timeout_add(
-      pause,
-      [](gpointer data) -> gboolean {
-        if (g_main_depth() > 1) return G_SOURCE_CONTINUE;
-        g_object_unref(data);
-        return G_SOURCE_REMOVE;
-      },
-      view);
 }
 
 void WebKitPage::dropView() {

@@ -235,7 +235,7 @@ bool Acceptor::acceptAll(const Round& round) {
 
 void Acceptor::run() {
   // Here, because nobody has to wait for it.
-  removeStaleSockets(folder_, namePrefix);
+  removeStaleFiles(folder_, namePrefix);
   for (;;) {
     Round round = nextRound();
     std::span<pollfd> all(round.descriptors);

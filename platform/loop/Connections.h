@@ -22,8 +22,8 @@ inline constexpr int sideChannel = 0x40000000;
 // A flag: while more processes connect than are accepted, wait for room, up to waitForRoomLimit.
 // For who cannot go on without; a process that serves others does not wait for one of them.
 inline constexpr int waitForRoom = 1;
-// Less than the time that a launch may take.
-inline constexpr std::chrono::milliseconds waitForRoomLimit{2000};
+// A child connects twice, which together is less than the three seconds that a launch may take.
+inline constexpr std::chrono::milliseconds waitForRoomLimit{1000};
 
 // Connects to a channel of a process of the same user. The result is the connection's number, which
 // is never used again; -1 with errno set when nobody listens there. When the other end has gone

@@ -89,7 +89,7 @@ std::string runtimeFolder() {
   return folder;
 }
 
-void removeStaleSockets(const std::string& folder, const char* prefix) {
+void removeStaleFiles(const std::string& folder, const char* prefix) {
   std::error_code unreadable;
   for (const auto& entry : std::filesystem::directory_iterator(folder, unreadable)) {
     const std::string name = entry.path().filename();

@@ -14,9 +14,9 @@ namespace Tessel::Platform {
 // once.
 std::string runtimeFolder();
 
-// Programs that were killed leave their sockets behind: removes those of dead processes, and the
-// folders that they are in, whose names are the prefix and then the process's number.
-void removeStaleSockets(const std::string& folder, const char* prefix);
+// Programs that were killed leave sockets and folders behind: removes the entries of a folder whose
+// names are the prefix and then the number of a process that has ended.
+void removeStaleFiles(const std::string& folder, const char* prefix);
 
 // Removes a file, such as a socket, or an empty folder when this process ends by exit(3), or is
 // told to. Not in processes that it has forked meanwhile.

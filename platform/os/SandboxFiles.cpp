@@ -79,7 +79,7 @@ void removeSocketsOfNobody(const std::string& folder) {
 void removeSandboxLeftovers() {
   const std::string folder = folderOf(".flatpak");
   const std::string own = prefix + std::to_string(::getpid()) + "-";
-  removeStaleSockets(folder, prefix);
+  removeStaleFiles(folder, prefix);
   std::error_code unreadable;
   for (const auto& entry : fs::directory_iterator(folder, unreadable)) {
     if (!entry.path().filename().string().starts_with(own) || !isOver(entry.path())) continue;

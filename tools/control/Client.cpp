@@ -32,7 +32,7 @@ std::vector<int> Client::programs() {
   std::vector<int> pids;
   const std::string folder = Tessel::Platform::runtimeFolder();
   if (folder.empty()) return pids;
-  Tessel::Platform::removeStaleSockets(folder, ControlSocket::namePrefix);
+  Tessel::Platform::removeStaleFiles(folder, ControlSocket::namePrefix);
   std::error_code unreadable;
   for (const auto& entry : std::filesystem::directory_iterator(folder, unreadable)) {
     const std::string name = entry.path().filename();

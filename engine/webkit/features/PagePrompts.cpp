@@ -213,6 +213,16 @@ std::optional<PagePrompts::Early> PagePrompts::ask(PageContext& page, OrvWebEven
   return std::make_optional<Early>(std::move(early));
 }
 
+template <typename Event, typename AnswerOf>
+void PagePrompts::askOrHold(PageContext& page, Event& event, std::unique_ptr<OpenPrompt> prompt,
+                            AnswerOf answerOf) {
+  event.waitHandle = nextPromptNumber();
+  const auto early = ask(page, event, event.waitHandle());
+  if (!early) return;
+  if (!event.wait()) return prompt->answer(answerOf());
+  hold(event.waitHandle(), std::move(prompt), *early);
+}
+
 void PagePrompts::hold(unsigned int number, std::unique_ptr<OpenPrompt> prompt, const Early& early,
                        PagePermission permission, const String& origin) {
   if (early) return prompt->answer(*early);
@@ -299,15 +309,10 @@ gboolean PagePrompts::onAuthenticate(WebKitWebView*, WebKitAuthenticationRequest
   event.message = String(webkit_authentication_request_get_realm(request));
   event.url = concat(webkit_authentication_request_get_host(request), ":",
                      String::fromUnsignedInteger(webkit_authentication_request_get_port(request)));
-  event.waitHandle = nextPromptNumber();
-  const auto early = self->ask(*page, event, event.waitHandle());
-  if (!early) return TRUE;
-  if (event.wait()) {
-    self->hold(event.waitHandle(), std::move(prompt), *early);
-  } else {
-    prompt->answer(
-        {!event.username().isEmpty(), event.result(), event.username(), event.password()});
-  }
+  self->askOrHold(*page, event, std::move(prompt), [&] {
+    return PromptAnswer{!event.username().isEmpty(), event.result(), event.username(),
+                        event.password()};
+  });
   return TRUE;
 }
 
@@ -475,14 +480,9 @@ gboolean PagePrompts::onPermissionState(WebKitWebView*, WebKitPermissionStateQue
   }
   OrvWebNotificationPermissionCheckEvent event;
   event.origin = originOf(page->loadControl().shownAddress());
-  event.waitHandle = nextPromptNumber();
-  const auto early = self->ask(*page, event, event.waitHandle());
-  if (!early) return TRUE;
-  if (event.wait()) {
-    self->hold(event.waitHandle(), std::move(prompt), *early);
-  } else {
-    prompt->answer({true, event.result(), {}, {}});
-  }
+  self->askOrHold(*page, event, std::move(prompt), [&] {
+    return PromptAnswer{true, event.result(), {}, {}};
+  });
   return TRUE;
 }
 
@@ -497,13 +497,8 @@ gboolean PagePrompts::onChooseFile(WebKitWebView*, WebKitFileChooserRequest* req
   const gchar* const* accepted = webkit_file_chooser_request_get_mime_types(request);
   for (; accepted && *accepted; ++accepted) types.emplace_back(*accepted);
   event.acceptMIMETypes = types;
-  event.waitHandle = nextPromptNumber();
-  const auto early = self->ask(*page, event, event.waitHandle());
-  if (!early) return TRUE;
-  if (event.wait()) {
-    self->hold(event.waitHandle(), std::move(prompt), *early);
-  } else {
-    prompt->answer({true, event.fileChosen(), {}, {}});
-  }
+  self->askOrHold(*page, event, std::move(prompt), [&] {
+    return PromptAnswer{true, event.fileChosen(), {}, {}};
+  });
   return TRUE;
 }

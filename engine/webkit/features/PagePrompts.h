@@ -82,6 +82,11 @@ class PagePrompts {
   std::optional<Early> ask(PageContext& page, OrvWebEvent& event, unsigned int number,
                            PagePermission permission = PagePermission::None,
                            const String& origin = String());
+  // Answers the prompt by the event, of which answerOf() makes the answer, or keeps it open for
+  // later when the chrome wants to wait.
+  template <typename Event, typename AnswerOf>
+  void askOrHold(PageContext& page, Event& event, std::unique_ptr<OpenPrompt> prompt,
+                 AnswerOf answerOf);
   // Keeps a prompt open, unless it was answered early.
   void hold(unsigned int number, std::unique_ptr<OpenPrompt> prompt, const Early& early,
             PagePermission permission = PagePermission::None, const String& origin = String());

@@ -228,7 +228,7 @@ void EngineInspector::shut() {
     if (port == 0 || !isListening(fd)) return;
     port == place().port ? void(listener = fd) : innerListeners_.push_back(fd);
   });
-  Tessel::Platform::removeStaleSockets(Tessel::Platform::runtimeFolder(), socketPrefix);
+  Tessel::Platform::removeStaleFiles(Tessel::Platform::runtimeFolder(), socketPrefix);
   if (listener < 0) {
     logAlways(LogError, "Pages of this process cannot be inspected: the engine does not listen.");
   } else if (door_ = takeOver(listener); !door_) {

@@ -88,7 +88,7 @@ struct LinkListener::Unidentified {
 LinkListener::LinkListener(const std::string& parent, Welcome welcome,
                            std::chrono::milliseconds greetingLimit)
     : welcome_(std::move(welcome)), greetingLimit_(greetingLimit) {
-  Tessel::Platform::removeStaleSockets(parent, namePrefix);
+  Tessel::Platform::removeStaleFiles(parent, namePrefix);
   std::string pattern = parent + "/" + namePrefix + std::to_string(::getpid()) + "-XXXXXX";
   if (!::mkdtemp(pattern.data())) return;
   folder_ = pattern;
