@@ -19,8 +19,7 @@ NavigatorServices::NavigatorServices(ApplicationWindow& window)
   window_.setService(&windowService_);
   Tessel::Platform::followSystemFont();
   Tessel::Platform::FontInfo::instance().watchFiles();
-  Tessel::Platform::removeStaleFiles(Tessel::Platform::runtimeFolder(),
-                                       ControlSocket::namePrefix);
+  Tessel::Platform::removeStaleFiles(Tessel::Platform::runtimeFolder(), ControlSocket::namePrefix);
   control_ = ControlSocket::open(ControlSocket::pathOf(::getpid()));
   if (!control_) {
     Tessel::Platform::logAlways(Tessel::Platform::LogError,
