@@ -27,3 +27,13 @@ bool iterateUntil(Condition condition) {
 }
 
 }  // namespace Tessel::Platform::Testing
+
+namespace test_support {
+
+// Runs the main loop until nothing is left to do.
+inline void turnLoop() {
+  while (g_main_context_iteration(nullptr, FALSE)) {
+  }
+}
+
+}  // namespace test_support

@@ -1,14 +1,13 @@
 // The control: who may use it, what it takes, what it tells.
 #include "platform/control/ControlSocket.h"
 #include "platform/desktop/NavigatorHandler.h"
+#include "tests/support/LocalSocket.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <glib.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -23,20 +22,10 @@ using Tessel::Platform::NavigatorHandler;
 using Tessel::Platform::NavigatorListener;
 using Tessel::Platform::String;
 using Tessel::Platform::UniqueFd;
+using test_support::socketAt;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-
-UniqueFd connectTo(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::memcpy(address.sun_path, path.c_str(), path.size());
-  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-    socket.reset();
-  }
-  return socket;
-}
 
 class ControlSocketTest : public testing::Test, public NavigatorListener {
  protected:
@@ -83,7 +72,7 @@ class ControlSocketTest : public testing::Test, public NavigatorListener {
 };
 
 TEST_F(ControlSocketTest, LinesRaiseNotificationsAndMistakesAreAnswered) {
-  const UniqueFd socket = connectTo(path_);
+  const UniqueFd socket = socketAt(path_);
   EXPECT_EQ(ask(socket, "[\"raise\",\"onWindowState\",\"full \\\"screen\\\"\"]\n"),
             "{\"ok\":true}\n");
   EXPECT_EQ(ask(socket, "[\"raise\",\"onKeyboardPosition\",\"-3\"]\n"), "{\"ok\":true}\n");
@@ -99,24 +88,24 @@ TEST_F(ControlSocketTest, LinesRaiseNotificationsAndMistakesAreAnswered) {
 }
 
 TEST_F(ControlSocketTest, ALineInPiecesIsOneAndALineWithoutEndIsTooLong) {
-  const UniqueFd patient = connectTo(path_);
+  const UniqueFd patient = socketAt(path_);
   for (const char* piece : {"[\"raise\",", "\"onWindowState\",", "\"x\"]"}) {
     ::send(patient.get(), piece, std::strlen(piece), MSG_NOSIGNAL);
     g_main_context_iteration(nullptr, FALSE);
   }
   EXPECT_THAT(heard, IsEmpty());
   EXPECT_EQ(ask(patient, "\n"), "{\"ok\":true}\n");
-  const UniqueFd endless = connectTo(path_);
+  const UniqueFd endless = socketAt(path_);
   const std::string much(70000, '[');
   ::send(endless.get(), much.data(), much.size(), MSG_NOSIGNAL);
   EXPECT_THAT(read(endless, 0), HasSubstr("closed"));
-  const UniqueFd deep = connectTo(path_);
+  const UniqueFd deep = socketAt(path_);
   EXPECT_THAT(ask(deep, std::string(60000, '[') + "\n"), HasSubstr("error"));
 }
 
 TEST_F(ControlSocketTest, WatchersSeeRequestsAndThoseWhoDoNotReadAreCutOff) {
-  const UniqueFd watcher = connectTo(path_);
-  const UniqueFd other = connectTo(path_);
+  const UniqueFd watcher = socketAt(path_);
+  const UniqueFd other = socketAt(path_);
   EXPECT_EQ(ask(watcher, "[\"watch\"]\n"), "{\"ok\":true}\n");
   EXPECT_EQ(ask(other, "[\"watch\"]\n"), "{\"ok\":true}\n");
   NavigatorHandler::instance().addURI("t", "u\n", "", "i");
@@ -131,15 +120,15 @@ TEST_F(ControlSocketTest, WatchersSeeRequestsAndThoseWhoDoNotReadAreCutOff) {
 TEST_F(ControlSocketTest, ThereAreNoMoreClientsThanItTakes) {
   std::vector<UniqueFd> clients;
   for (int i = 0; i < 16; ++i) {
-    clients.push_back(connectTo(path_));
+    clients.push_back(socketAt(path_));
     ASSERT_EQ(ask(clients.back(), "[\"raise\",\"onWindowState\",\"x\"]\n"), "{\"ok\":true}\n");
   }
-  const UniqueFd tooMany = connectTo(path_);
+  const UniqueFd tooMany = socketAt(path_);
   EXPECT_EQ(read(tooMany, 0), "closed");
   clients.pop_back();
   while (g_main_context_iteration(nullptr, FALSE)) {
   }
-  const UniqueFd next = connectTo(path_);
+  const UniqueFd next = socketAt(path_);
   EXPECT_EQ(ask(next, "[\"raise\",\"onWindowState\",\"x\"]\n"), "{\"ok\":true}\n");
 }
 
@@ -151,7 +140,7 @@ TEST_F(ControlSocketTest, OtherUsersAreRefused) {
   const pid_t stranger = ::fork();
   if (stranger == 0) {
     if (::setgid(65534) != 0 || ::setuid(65534) != 0) ::_exit(2);
-    const UniqueFd socket = connectTo(path_);
+    const UniqueFd socket = socketAt(path_);
     if (!socket) ::_exit(3);
     const char line[] = "[\"raise\",\"onWindowState\",\"theirs\"]\n";
     ::send(socket.get(), line, sizeof line - 1, MSG_NOSIGNAL);

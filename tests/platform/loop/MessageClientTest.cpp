@@ -16,13 +16,8 @@
 namespace Tessel::Platform {
 namespace {
 
+using test_support::turnLoop;
 using Testing::iterateUntil;
-
-// Runs the main context until no source is ready.
-void drainContext() {
-  while (g_main_context_iteration(nullptr, FALSE)) {
-  }
-}
 
 class TracingHandler final : public MessageHandler {
  public:
@@ -105,7 +100,7 @@ TEST_F(MessageClientTest, ExitEndsTheLoopAfterTheMessageInHandWithTheFirstStatus
     client->exit(7);
     client->exit(8);
     // Running the loop inside does not let later messages slip out.
-    drainContext();
+    turnLoop();
     trace += "finished ";
   });
   dispatch([this, leftOver] { trace += "not delivered "; });
@@ -148,12 +143,12 @@ TEST_F(MessageClientTest, WaitHoldsMessagesBackEvenWhenItRunsTheContext) {
   dispatch([this] {
     note("after");
     MainThreadWait wait;
-    drainContext();
+    turnLoop();
     {
       MainThreadWait nested;
       std::thread([this] { note("from another thread"); }).join();
     }
-    drainContext();
+    turnLoop();
     trace += "waited ";
   });
   dispatch([this] { trace += "second "; });
@@ -165,7 +160,7 @@ TEST_F(MessageClientTest, WaitThatBeginsAfterTheContextFoundMessagesReadyHoldsTh
   // Attached before the client, so that it runs first of those found ready together.
   const auto early = [](gpointer trace) -> gboolean {
     MainThreadWait wait;
-    drainContext();
+    turnLoop();
     *static_cast<std::string*>(trace) += "waited ";
     return G_SOURCE_REMOVE;
   };
