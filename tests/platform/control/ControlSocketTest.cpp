@@ -3,6 +3,7 @@
 #include "platform/desktop/NavigatorHandler.h"
 #include "tests/support/LocalSocket.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/Waiting.h"
 
 #include <glib.h>
 #include <gmock/gmock.h>
@@ -12,7 +13,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 
 namespace {
@@ -22,6 +22,7 @@ using Tessel::Platform::NavigatorHandler;
 using Tessel::Platform::NavigatorListener;
 using Tessel::Platform::String;
 using Tessel::Platform::UniqueFd;
+using Tessel::Platform::Testing::iterateUntil;
 using test_support::socketAt;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -44,21 +45,17 @@ class ControlSocketTest : public testing::Test, public NavigatorListener {
   void onKeyboardPosition(int position) override { heard.push_back(std::to_string(position)); }
 
   // Runs the loop until that many lines have come, or the other side has closed.
-  static std::string read(const UniqueFd& socket, std::size_t lines) {
+  static std::string read(const UniqueFd& socket, std::ptrdiff_t lines) {
     std::string text;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (std::chrono::steady_clock::now() < deadline) {
-      g_main_context_iteration(nullptr, FALSE);
+    const bool done = iterateUntil([&] {
       char bytes[4096];
       const ssize_t count = ::recv(socket.get(), bytes, sizeof bytes, MSG_DONTWAIT);
-      if (count == 0) return text + "closed";
-      if (count < 0 && errno == ECONNRESET) return text + "closed";
       if (count > 0) text.append(bytes, static_cast<std::size_t>(count));
-      if (lines && static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) >= lines) {
-        return text;
-      }
-    }
-    return text + "nothing";
+      const bool isClosed = count == 0 || (count < 0 && errno == ECONNRESET);
+      if (isClosed) text += "closed";
+      return isClosed || (lines && std::count(text.begin(), text.end(), '\n') >= lines);
+    });
+    return done ? text : text + "nothing";
   }
   static std::string ask(const UniqueFd& socket, const std::string& line) {
     ::send(socket.get(), line.data(), line.size(), MSG_NOSIGNAL);
@@ -126,8 +123,7 @@ TEST_F(ControlSocketTest, ThereAreNoMoreClientsThanItTakes) {
   const UniqueFd tooMany = socketAt(path_);
   EXPECT_EQ(read(tooMany, 0), "closed");
   clients.pop_back();
-  while (g_main_context_iteration(nullptr, FALSE)) {
-  }
+  test_support::turnLoop();
   const UniqueFd next = socketAt(path_);
   EXPECT_EQ(ask(next, "[\"raise\",\"onWindowState\",\"x\"]\n"), "{\"ok\":true}\n");
 }
@@ -149,11 +145,7 @@ TEST_F(ControlSocketTest, OtherUsersAreRefused) {
     ::_exit(::recv(socket.get(), &answer, 1, 0) <= 0 ? 0 : 4);
   }
   int status = -1;
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (::waitpid(stranger, &status, WNOHANG) == 0 &&
-         std::chrono::steady_clock::now() < deadline) {
-    g_main_context_iteration(nullptr, FALSE);
-  }
+  EXPECT_TRUE(iterateUntil([&] { return ::waitpid(stranger, &status, WNOHANG) != 0; }));
   EXPECT_EQ(status, 0);
   EXPECT_THAT(heard, IsEmpty());
 }

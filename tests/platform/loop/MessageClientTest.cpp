@@ -1,7 +1,7 @@
 // Message loops; the main client runs on the test's thread, the senders on others.
 #include "platform/loop/MainThreadWait.h"
 #include "platform/loop/MessageClient.h"
-#include "tests/support/Waiting.h"
+#include "tests/support/ChromeFixture.h"
 
 #include <glib.h>
 #include <gtest/gtest.h>
@@ -44,22 +44,7 @@ class MessageClientTest : public testing::Test {
     dispatch([this, text] { trace += text + ' '; });
   }
   // Runs the client until somebody ends it, which is expected to happen in time.
-  int run() {
-    GSource* const deadline = g_timeout_source_new_seconds(Testing::Deadline.count());
-    g_source_set_callback(
-        deadline,
-        [](gpointer self) -> gboolean {
-          ADD_FAILURE() << "nobody ended the loop";
-          static_cast<MessageClientTest*>(self)->client->exit(-1);
-          return G_SOURCE_REMOVE;
-        },
-        this, nullptr);
-    g_source_attach(deadline, nullptr);
-    const int status = client->run();
-    g_source_destroy(deadline);
-    g_source_unref(deadline);
-    return status;
-  }
+  int run() { return test_support::exitStatusOf(*client); }
   // Runs the client to the end of the messages that are waiting now.
   void runWaiting() {
     dispatch([this] { client->exit(0); });
