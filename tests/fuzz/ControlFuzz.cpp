@@ -2,10 +2,8 @@
 #include "platform/control/ControlSocket.h"
 #include "platform/desktop/NavigatorJson.h"
 #include "tests/fuzz/Fuzz.h"
-
-#include <glib.h>
-#include <sys/socket.h>
-#include <sys/un.h>
+#include "tests/support/LocalSocket.h"
+#include "tests/support/Waiting.h"
 
 using namespace Tessel::Platform;
 
@@ -13,16 +11,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const auto* const path = new std::string(fuzz::folder() / "control");
   static const auto* const control = ControlSocket::open(*path).release();
   fuzz::require(control);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  path->copy(address.sun_path, sizeof address.sun_path - 1);
-  const UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  fuzz::require(::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) ==
-                0);
+  const UniqueFd socket = test_support::socketAt(*path);
+  fuzz::require(bool(socket));
   ::send(socket.get(), data, size, MSG_NOSIGNAL);
   ::shutdown(socket.get(), SHUT_WR);
-  while (g_main_context_iteration(nullptr, FALSE)) {
-  }
+  test_support::turnLoop();
   // A line for each, and then the end: it is not left connected.
   std::string answers;
   char piece[4096];

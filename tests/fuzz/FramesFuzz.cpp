@@ -2,18 +2,15 @@
 #include "engine/webkit/link/LinkSocket.h"
 #include "tests/engine/webkit/link/FrameRules.h"
 #include "tests/fuzz/Fuzz.h"
-
-#include <sys/socket.h>
+#include "tests/support/LocalSocket.h"
 
 using namespace link_protocol;
 
 namespace {
 
 void readStream(const std::string& bytes, std::size_t cut) {
-  int ends[2];
-  fuzz::require(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0);
-  LinkSocket socket{Tessel::Platform::UniqueFd(ends[0])};
-  const Tessel::Platform::UniqueFd peer(ends[1]);
+  auto [here, peer] = test_support::socketPair();
+  LinkSocket socket(std::move(here));
   std::deque<Frame> frames;
   bool alive = true;
   for (const auto& part : {bytes.substr(0, cut), bytes.substr(cut)}) {

@@ -2,11 +2,8 @@
 #include "engine/webkit/link/Frame.h"
 #include "engine/webkit/link/LinkListener.h"
 #include "tests/fuzz/Fuzz.h"
-
-#include <sys/socket.h>
-#include <sys/un.h>
-
-#include <cstring>
+#include "tests/support/LocalSocket.h"
+#include "tests/support/Waiting.h"
 
 using Tessel::Platform::UniqueFd;
 
@@ -20,21 +17,6 @@ LinkListener& listener() {
   return *made;
 }
 
-UniqueFd connected() {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  listener().address().copy(address.sun_path, sizeof address.sun_path - 1);
-  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  fuzz::require(::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) ==
-                0);
-  return socket;
-}
-
-void settle() {
-  while (g_main_context_iteration(nullptr, FALSE)) {
-  }
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -46,13 +28,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::string token = hasToken ? listener().issueToken() : input.ConsumeBytesAsString(32);
   const std::string greeting = std::string(reinterpret_cast<const char*>(&header), sizeof header) +
                                token + input.ConsumeRandomLengthString();
-  const UniqueFd socket = connected();
-  settle();
+  const UniqueFd socket = test_support::socketAt(listener().address());
+  fuzz::require(bool(socket));
+  test_support::turnLoop();
   welcomed = 0;
   const auto cut = input.ConsumeIntegralInRange<std::size_t>(0, greeting.size());
   for (const auto& part : {greeting.substr(0, cut), greeting.substr(cut)}) {
     ::send(socket.get(), part.data(), part.size(), MSG_NOSIGNAL);
-    settle();
+    test_support::turnLoop();
   }
   fuzz::require(welcomed == (hasToken && header.size == 32 && header.kind == 0 ? 1 : 0));
   return 0;

@@ -2,10 +2,7 @@
 #include "platform/inspector_server/MongooseHttpServer.h"
 #include "platform/loop/MessageClient.h"
 #include "tests/fuzz/Fuzz.h"
-
-#include <arpa/inet.h>
-#include <glib.h>
-#include <sys/socket.h>
+#include "tests/support/HttpPeer.h"
 
 using namespace Tessel::Platform;
 
@@ -40,15 +37,9 @@ void settle() {
 // A connection that ends with a reset, which leaves no port behind that waits.
 class Peer {
  public:
-  explicit Peer(int port) : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<std::uint16_t>(port));
+  explicit Peer(int port) : socket_(test_support::connectTo(port)) {
     const linger reset{1, 0};
-    ::setsockopt(socket_.get(), SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
-    fuzz::require(::connect(socket_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) ==
-                  0);
+    fuzz::require(::setsockopt(socket_.get(), SOL_SOCKET, SO_LINGER, &reset, sizeof reset) == 0);
     settle();
   }
   std::string exchange(const std::string& bytes) {
@@ -86,11 +77,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::Input input(data, size);
   Peer peer(served->server.port());
   if (input.ConsumeBool()) {
-    const std::string answer =
-        peer.exchange("GET " + served->path + " HTTP/1.1\r\n" + served->host +
-                      "Upgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13\r\n"
-                      "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n" +
-                      (input.ConsumeBool() ? input.ConsumeRandomLengthString() : "") + "\r\n");
+    const std::string answer = peer.exchange(
+        test_support::upgradeRequest(served->server.port(), served->path,
+                                     input.ConsumeBool() ? input.ConsumeRandomLengthString() : ""));
   } else if (input.ConsumeBool()) {
     peer.exchange(input.ConsumeRandomLengthString() + " HTTP/1.1\r\n" + served->host);
   }

@@ -3,7 +3,7 @@
 #include "platform/channel/ChannelSocket.h"
 #include "tests/fuzz/FakeChrome.h"
 #include "tests/support/CopiedBlobs.h"
-#include "tests/support/RawDatagram.h"
+#include "tests/support/LocalSocket.h"
 #include "tests/webview/commands/HandmadeBlobs.h"
 #include "webview/commands/CommandMessages.h"
 #include "webview/commands/CommandReceiver.h"

@@ -4,10 +4,10 @@
 #include "platform/graphics/remote/RemoteWindows.h"
 #include "platform/graphics/remote/WindowConnection.h"
 #include "tests/fuzz/Fuzz.h"
-#include "tests/support/RawDatagram.h"
+#include "tests/support/LocalSocket.h"
+#include "tests/support/Waiting.h"
 
 #include <fcntl.h>
-#include <glib.h>
 #include <sys/mman.h>
 
 using namespace Tessel::Platform;
@@ -86,16 +86,13 @@ UniqueFd file(fuzz::Input& input) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::Input input(data, size);
-  int ends[2];
-  fuzz::require(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) == 0);
-  const UniqueFd child(ends[1]);
-  RemoteWindows windows(UniqueFd(ends[0]), group, topLevel());
+  auto [here, child] = test_support::socketPair(SOCK_SEQPACKET);
+  RemoteWindows windows(std::move(here), group, topLevel());
   while (input.remaining_bytes() > 0 && windows.isConnected()) {
     const std::string bytes = nextRecord(input);
     const UniqueFd picture = file(input);
     test_support::sendRaw(child.get(), bytes, picture.get());
-    while (g_main_context_iteration(nullptr, FALSE)) {
-    }
+    test_support::turnLoop();
   }
   return 0;
 }

@@ -59,11 +59,6 @@ Window& topLevelWindow(const char* group) {
                               group);
 }
 
-void turnLoop() {
-  while (g_main_context_iteration(nullptr, FALSE)) {
-  }
-}
-
 ChromeFixture::ChromeFixture()
     : root(theRoot(group)), page(FakePageFactory::instance().pageOf(*root)) {
   page->posted.clear();

@@ -10,6 +10,7 @@
 #include "platform/loop/MessageClient.h"
 #include "tests/support/FakePage.h"
 #include "tests/support/OwnProcess.h"
+#include "tests/support/Waiting.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
@@ -28,9 +29,6 @@ inline Tessel::Platform::Graphics::MemoryWindowSystem::Surface& surfaceOf(
   using Surface = Tessel::Platform::Graphics::MemoryWindowSystem::Surface;
   return static_cast<Surface&>(*window.surface());
 }
-
-// Runs the main loop until nothing is left to do.
-void turnLoop();
 
 class ChromeFixture : public ::testing::Test {
  protected:

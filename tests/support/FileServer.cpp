@@ -1,17 +1,10 @@
 // A server on the loopback interface whose files come slowly, break off, or in parts.
 #include "tests/support/FileServer.h"
 
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/eventfd.h>
-#include <sys/socket.h>
-
 #include <algorithm>
-#include <array>
 #include <charconv>
-#include <cstdlib>
-
-using Tessel::Platform::UniqueFd;
+#include <chrono>
+#include <string_view>
 
 namespace test_support {
 
@@ -52,15 +45,6 @@ struct Request {
   std::string query;
 };
 
-bool sendAll(int client, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::send(client, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    if (count <= 0) return false;
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return true;
-}
-
 struct Answer {
   std::string head;
   std::size_t first = 0;  // of the file
@@ -96,47 +80,6 @@ std::string FileServer::content(std::size_t size, int version) {
   return bytes;
 }
 
-FileServer::FileServer()
-    : listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)),
-      ended_(::eventfd(0, EFD_CLOEXEC)) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof address;
-  if (::bind(listener_.get(), reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-      ::listen(listener_.get(), 16) != 0 ||
-      ::getsockname(listener_.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0) {
-    std::abort();
-  }
-  port_ = ntohs(address.sin_port);
-  acceptor_ = std::thread([this] { accept(); });
-}
-
-FileServer::~FileServer() {
-  ::eventfd_write(ended_.get(), 1);
-  acceptor_.join();
-  for (std::thread& connection : connections_) connection.join();
-}
-
-void FileServer::accept() {
-  for (;;) {
-    std::array<pollfd, 2> waiting{{{listener_.get(), POLLIN, 0}, {ended_.get(), POLLIN, 0}}};
-    if (::poll(waiting.data(), waiting.size(), -1) < 0) continue;
-    if (waiting[1].revents != 0) return;
-    const int client = ::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC);
-    if (client < 0) continue;
-    connections_.emplace_back([this, client] {
-      const UniqueFd owned(client);
-      serve(client);
-    });
-  }
-}
-
-void FileServer::hold(int client) const {
-  std::array<pollfd, 2> waiting{{{client, POLLIN | POLLRDHUP, 0}, {ended_.get(), POLLIN, 0}}};
-  ::poll(waiting.data(), waiting.size(), -1);
-}
-
 std::vector<std::string> FileServer::remember(const std::string& name, const std::string& asked) {
   const std::lock_guard guard(lock_);
   asked_[name].push_back(asked);
@@ -156,10 +99,10 @@ std::string FileServer::log(const std::string& name) {
 void FileServer::add(const std::string& name, const std::string& type, const std::string& content,
                      const std::string& cookie) {
   const std::lock_guard guard(lock_);
-  pages_[name] = "HTTP/1.1 200 OK\r\nContent-Type: " + type +
-                 "\r\nConnection: close\r\nCache-Control: max-age=3600\r\n" +
-                 (cookie.empty() ? "" : "Set-Cookie: " + cookie + "\r\n") +
-                 "Content-Length: " + std::to_string(content.size()) + "\r\n\r\n" + content;
+  pages_[name] =
+      httpAnswer(type, content,
+                 "Cache-Control: max-age=3600\r\n" +
+                     (cookie.empty() ? std::string() : "Set-Cookie: " + cookie + "\r\n"));
 }
 
 void FileServer::addAnswer(const std::string& name, const std::string& answer) {
@@ -181,28 +124,22 @@ std::string FileServer::page(const std::string& name) {
              : "HTTP/1.1 404 Not Found\r\nConnection: close\r\nContent-Length: 0\r\n\r\n";
 }
 
-void FileServer::serve(int client) {
+void FileServer::serve(GIOStream* client) {
   std::string head;
-  while (head.find("\r\n\r\n") == std::string::npos && head.size() < longestRequest) {
-    // An engine opens connections that it may never use.
-    hold(client);
-    std::array<char, 4096> piece{};
-    const ssize_t count = ::recv(client, piece.data(), piece.size(), MSG_DONTWAIT);
-    if (count <= 0) return;
-    head.append(piece.data(), static_cast<std::size_t>(count));
+  while (head.find("\r\n\r\n") == std::string::npos) {
+    const std::string piece = server_.read(client);
+    if (piece.empty() || head.size() > longestRequest) return;
+    head += piece;
   }
   const Request request(head);
-  if (request.kind != "log" && request.kind != "file") {
-    const std::string answer = page(request.name);
-    answer.empty() ? hold(client) : static_cast<void>(sendAll(client, answer));
+  if (request.kind == "log") {
+    server_.send(client, httpAnswer("application/json", log(request.name),
+                                    "Access-Control-Allow-Origin: *\r\n"));
     return;
   }
-  if (request.kind == "log") {
-    const std::string text = log(request.name);
-    sendAll(client,
-            "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nConnection: close\r\n"
-            "Access-Control-Allow-Origin: *\r\nContent-Length: " +
-                std::to_string(text.size()) + "\r\n\r\n" + text);
+  if (request.kind != "file") {
+    const std::string answer = page(request.name);
+    answer.empty() ? server_.hold(client) : static_cast<void>(server_.send(client, answer));
     return;
   }
   const std::size_t count = remember(request.name, request.range + " " + request.ifRange).size();
@@ -215,13 +152,13 @@ void FileServer::serve(int client) {
   const std::size_t breaks = std::max<std::size_t>(1, numberOf(request.option("breaks")));
   const bool stops = !request.option("stop").empty() && count <= breaks;
   if (stops) body = body.substr(0, numberOf(request.option("stop")));
-  if (!sendAll(client, answer.head)) return;
+  if (!server_.send(client, answer.head)) return;
   const auto pace = std::chrono::milliseconds(numberOf(request.option("pace")));
   for (; !body.empty(); body.remove_prefix(std::min(pieceSize, body.size()))) {
-    if (!sendAll(client, body.substr(0, pieceSize))) return;
+    if (!server_.send(client, body.substr(0, pieceSize))) return;
     std::this_thread::sleep_for(pace);
   }
-  if (stops && request.option("then") == "hold") hold(client);
+  if (stops && request.option("then") == "hold") server_.hold(client);
 }
 
 }  // namespace test_support

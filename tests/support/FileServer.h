@@ -2,13 +2,11 @@
 // part, as their address says. Its threads are its own.
 #pragma once
 
-#include "platform/base/UniqueFd.h"
+#include "tests/support/LoopbackServer.h"
 
 #include <map>
 #include <mutex>
 #include <string>
-#include <string_view>
-#include <thread>
 #include <vector>
 
 namespace test_support {
@@ -26,12 +24,7 @@ namespace test_support {
 // GET /log/NAME tells what the requests for a file asked: "RANGE IF-RANGE" each, as a JSON list.
 class FileServer {
  public:
-  FileServer();
-  ~FileServer();
-  FileServer(const FileServer&) = delete;
-  FileServer& operator=(const FileServer&) = delete;
-
-  std::string address() const { return "http://127.0.0.1:" + std::to_string(port_) + "/"; }
+  std::string address() const { return "http://" + server_.address(); }
   void add(const std::string& name, const std::string& type, const std::string& content,
            const std::string& cookie = {});
   // A whole answer, its head included.
@@ -42,24 +35,16 @@ class FileServer {
   static std::string content(std::size_t size, int version = 1);
 
  private:
-  void accept();
-  void serve(int client);
+  void serve(GIOStream* client);
   // What the requests for a file have asked so far, this one's included.
   std::vector<std::string> remember(const std::string& name, const std::string& asked);
   std::string log(const std::string& name);
   std::string page(const std::string& name);
-  // Waits until the client goes, or the server.
-  void hold(int client) const;
-
-  Tessel::Platform::UniqueFd listener_;
-  Tessel::Platform::UniqueFd ended_;  // readable once the server goes
-  int port_ = 0;
   std::mutex lock_;
   std::map<std::string, std::vector<std::string>> asked_;  // under the lock
   std::map<std::string, std::string> pages_;               // whole answers, under the lock
   std::map<std::string, int> requests_;                    // of pages, under the lock
-  std::thread acceptor_;
-  std::vector<std::thread> connections_;  // the acceptor's, until it has ended
+  LoopbackServer server_{[this](GIOStream* client) { serve(client); }};
 };
 
 }  // namespace test_support

@@ -2,8 +2,7 @@
 #include "tests/support/RealEngine.h"
 
 #include "platform/graphics/gtk/GtkWindowSystem.h"
-
-#include <glib.h>
+#include "tests/support/Waiting.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -77,22 +76,11 @@ std::unique_ptr<ScriptedView> RealEngine::openPage(const std::string& html,
 }
 
 bool RealEngine::runUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
-  const auto end = std::chrono::steady_clock::now() + limit;
-  // Wakes the loop now and then, for conditions that no event of it tells of.
-  const guint ticks = g_timeout_add(
-      5, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
-  bool holds = condition();
-  while (!holds && std::chrono::steady_clock::now() < end) {
-    g_main_context_iteration(nullptr, TRUE);
-    holds = condition();
-  }
-  g_source_remove(ticks);
-  return holds;
+  return Tessel::Platform::Testing::iterateUntil(condition, limit);
 }
 
 void RealEngine::settle() {
-  while (g_main_context_iteration(nullptr, FALSE)) {
-  }
+  turnLoop();
 }
 
 }  // namespace test_support

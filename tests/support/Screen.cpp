@@ -92,11 +92,9 @@ bool waitForPixel(int x, int y, const Pixel& color) {
 }
 
 void clickAt(int x, int y) {
-  if (!display()) return;
-  XTestFakeMotionEvent(display(), -1, x, y, CurrentTime);
-  XTestFakeButtonEvent(display(), 1, True, CurrentTime);
-  XTestFakeButtonEvent(display(), 1, False, CurrentTime);
-  XSync(display(), False);
+  movePointer(x, y);
+  pressButton(1, true);
+  pressButton(1, false);
 }
 
 void movePointer(int x, int y) {
@@ -137,9 +135,7 @@ void perform(const std::string& command) {
 }
 
 bool requestClose(const char* title) {
-  if (!display()) return false;
-  XSetErrorHandler(ignoreError);
-  const Window window = findWindow(DefaultRootWindow(display()), title);
+  const Window window = topLevelWindow(title);
   if (!window) return false;
   XEvent event{};
   event.xclient.type = ClientMessage;

@@ -1,12 +1,11 @@
 // A server on the loopback interface with a certificate that is good, or bad in one way.
 #pragma once
 
-#include <gio/gio.h>
+#include "tests/support/LoopbackServer.h"
 
 #include <atomic>
+#include <memory>
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace test_support {
 
@@ -18,13 +17,9 @@ class TlsServer {
   // Whose its certificate is: its own, or that of the authority, which is for 127.0.0.1 and valid
   // now, or not valid any more, or for another server.
   enum class Certificate { SelfSigned, Good, Expired, WrongName };
-  explicit TlsServer(First first = First::Served,
-                     Certificate certificate = Certificate::SelfSigned);
-  ~TlsServer();
-  TlsServer(const TlsServer&) = delete;
-  TlsServer& operator=(const TlsServer&) = delete;
+  explicit TlsServer(First first = First::Served, Certificate kind = Certificate::SelfSigned);
 
-  std::string address() const;
+  std::string address() const { return "https://" + server_.address(); }
   // How often its page was asked for.
   int requests() const { return requests_; }
 
@@ -32,17 +27,12 @@ class TlsServer {
   static std::string authority();
 
  private:
-  void accept(First first);
-  void serve(GSocketConnection* connection);
+  void serve(GIOStream* client);
 
-  GTlsCertificate* certificate_ = nullptr;
-  GSocketListener* listener_ = g_socket_listener_new();
-  GSocketConnection* leftAlone_ = nullptr;  // the acceptor's, until it has ended
-  GCancellable* ended_ = g_cancellable_new();
-  guint16 port_ = 0;
+  std::atomic<bool> leavesAlone_;
   std::atomic<int> requests_ = 0;
-  std::thread acceptor_;
-  std::vector<std::thread> connections_;  // the acceptor's, until it has ended
+  const std::unique_ptr<GTlsCertificate, decltype(&g_object_unref)> certificate_;
+  LoopbackServer server_{[this](GIOStream* client) { serve(client); }};
 };
 
 }  // namespace test_support

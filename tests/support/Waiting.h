@@ -9,21 +9,33 @@ namespace Tessel::Platform::Testing {
 
 inline constexpr std::chrono::seconds Deadline{20};
 
-// Runs the default main context until the condition holds; false at the deadline.
+// Runs the default main context until the condition holds; false when it does not within the limit.
 template <typename Condition>
-bool iterateUntil(Condition condition) {
-  const auto end = std::chrono::steady_clock::now() + Deadline;
+bool iterateUntil(Condition condition, std::chrono::milliseconds limit = Deadline) {
+  const auto end = std::chrono::steady_clock::now() + limit;
   // The context sleeps until something happens; the tick is for conditions of other threads.
   GSource* const tick = g_timeout_source_new(5);
   g_source_set_callback(
       tick, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
   g_source_attach(tick, nullptr);
-  while (!condition() && std::chrono::steady_clock::now() < end) {
+  bool holds = condition();
+  while (!holds && std::chrono::steady_clock::now() < end) {
     g_main_context_iteration(nullptr, TRUE);
+    holds = condition();
   }
   g_source_destroy(tick);
   g_source_unref(tick);
-  return condition();
+  return holds;
 }
 
 }  // namespace Tessel::Platform::Testing
+
+namespace test_support {
+
+// Runs the main loop until nothing is left to do.
+inline void turnLoop() {
+  while (g_main_context_iteration(nullptr, FALSE)) {
+  }
+}
+
+}  // namespace test_support

@@ -36,8 +36,7 @@ class WindowsOnScreen : public testing::Test {
   }
   void TearDown() override {
     top_.reset();
-    while (g_main_context_iteration(nullptr, FALSE)) {
-    }
+    turnLoop();
   }
 
   std::unique_ptr<Window> makeChild(IntRect rect) const {

@@ -1,19 +1,18 @@
 // The control: who may use it, what it takes, what it tells.
 #include "platform/control/ControlSocket.h"
 #include "platform/desktop/NavigatorHandler.h"
+#include "tests/support/LocalSocket.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/Waiting.h"
 
 #include <glib.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 
 namespace {
@@ -23,20 +22,11 @@ using Tessel::Platform::NavigatorHandler;
 using Tessel::Platform::NavigatorListener;
 using Tessel::Platform::String;
 using Tessel::Platform::UniqueFd;
+using Tessel::Platform::Testing::iterateUntil;
+using test_support::socketAt;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-
-UniqueFd connectTo(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::memcpy(address.sun_path, path.c_str(), path.size());
-  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-    socket.reset();
-  }
-  return socket;
-}
 
 class ControlSocketTest : public testing::Test, public NavigatorListener {
  protected:
@@ -55,21 +45,17 @@ class ControlSocketTest : public testing::Test, public NavigatorListener {
   void onKeyboardPosition(int position) override { heard.push_back(std::to_string(position)); }
 
   // Runs the loop until that many lines have come, or the other side has closed.
-  static std::string read(const UniqueFd& socket, std::size_t lines) {
+  static std::string read(const UniqueFd& socket, std::ptrdiff_t lines) {
     std::string text;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (std::chrono::steady_clock::now() < deadline) {
-      g_main_context_iteration(nullptr, FALSE);
+    const bool done = iterateUntil([&] {
       char bytes[4096];
       const ssize_t count = ::recv(socket.get(), bytes, sizeof bytes, MSG_DONTWAIT);
-      if (count == 0) return text + "closed";
-      if (count < 0 && errno == ECONNRESET) return text + "closed";
       if (count > 0) text.append(bytes, static_cast<std::size_t>(count));
-      if (lines && static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) >= lines) {
-        return text;
-      }
-    }
-    return text + "nothing";
+      const bool isClosed = count == 0 || (count < 0 && errno == ECONNRESET);
+      if (isClosed) text += "closed";
+      return isClosed || (lines && std::count(text.begin(), text.end(), '\n') >= lines);
+    });
+    return done ? text : text + "nothing";
   }
   static std::string ask(const UniqueFd& socket, const std::string& line) {
     ::send(socket.get(), line.data(), line.size(), MSG_NOSIGNAL);
@@ -83,7 +69,7 @@ class ControlSocketTest : public testing::Test, public NavigatorListener {
 };
 
 TEST_F(ControlSocketTest, LinesRaiseNotificationsAndMistakesAreAnswered) {
-  const UniqueFd socket = connectTo(path_);
+  const UniqueFd socket = socketAt(path_);
   EXPECT_EQ(ask(socket, "[\"raise\",\"onWindowState\",\"full \\\"screen\\\"\"]\n"),
             "{\"ok\":true}\n");
   EXPECT_EQ(ask(socket, "[\"raise\",\"onKeyboardPosition\",\"-3\"]\n"), "{\"ok\":true}\n");
@@ -99,24 +85,24 @@ TEST_F(ControlSocketTest, LinesRaiseNotificationsAndMistakesAreAnswered) {
 }
 
 TEST_F(ControlSocketTest, ALineInPiecesIsOneAndALineWithoutEndIsTooLong) {
-  const UniqueFd patient = connectTo(path_);
+  const UniqueFd patient = socketAt(path_);
   for (const char* piece : {"[\"raise\",", "\"onWindowState\",", "\"x\"]"}) {
     ::send(patient.get(), piece, std::strlen(piece), MSG_NOSIGNAL);
     g_main_context_iteration(nullptr, FALSE);
   }
   EXPECT_THAT(heard, IsEmpty());
   EXPECT_EQ(ask(patient, "\n"), "{\"ok\":true}\n");
-  const UniqueFd endless = connectTo(path_);
+  const UniqueFd endless = socketAt(path_);
   const std::string much(70000, '[');
   ::send(endless.get(), much.data(), much.size(), MSG_NOSIGNAL);
   EXPECT_THAT(read(endless, 0), HasSubstr("closed"));
-  const UniqueFd deep = connectTo(path_);
+  const UniqueFd deep = socketAt(path_);
   EXPECT_THAT(ask(deep, std::string(60000, '[') + "\n"), HasSubstr("error"));
 }
 
 TEST_F(ControlSocketTest, WatchersSeeRequestsAndThoseWhoDoNotReadAreCutOff) {
-  const UniqueFd watcher = connectTo(path_);
-  const UniqueFd other = connectTo(path_);
+  const UniqueFd watcher = socketAt(path_);
+  const UniqueFd other = socketAt(path_);
   EXPECT_EQ(ask(watcher, "[\"watch\"]\n"), "{\"ok\":true}\n");
   EXPECT_EQ(ask(other, "[\"watch\"]\n"), "{\"ok\":true}\n");
   NavigatorHandler::instance().addURI("t", "u\n", "", "i");
@@ -131,15 +117,14 @@ TEST_F(ControlSocketTest, WatchersSeeRequestsAndThoseWhoDoNotReadAreCutOff) {
 TEST_F(ControlSocketTest, ThereAreNoMoreClientsThanItTakes) {
   std::vector<UniqueFd> clients;
   for (int i = 0; i < 16; ++i) {
-    clients.push_back(connectTo(path_));
+    clients.push_back(socketAt(path_));
     ASSERT_EQ(ask(clients.back(), "[\"raise\",\"onWindowState\",\"x\"]\n"), "{\"ok\":true}\n");
   }
-  const UniqueFd tooMany = connectTo(path_);
+  const UniqueFd tooMany = socketAt(path_);
   EXPECT_EQ(read(tooMany, 0), "closed");
   clients.pop_back();
-  while (g_main_context_iteration(nullptr, FALSE)) {
-  }
-  const UniqueFd next = connectTo(path_);
+  test_support::turnLoop();
+  const UniqueFd next = socketAt(path_);
   EXPECT_EQ(ask(next, "[\"raise\",\"onWindowState\",\"x\"]\n"), "{\"ok\":true}\n");
 }
 
@@ -151,7 +136,7 @@ TEST_F(ControlSocketTest, OtherUsersAreRefused) {
   const pid_t stranger = ::fork();
   if (stranger == 0) {
     if (::setgid(65534) != 0 || ::setuid(65534) != 0) ::_exit(2);
-    const UniqueFd socket = connectTo(path_);
+    const UniqueFd socket = socketAt(path_);
     if (!socket) ::_exit(3);
     const char line[] = "[\"raise\",\"onWindowState\",\"theirs\"]\n";
     ::send(socket.get(), line, sizeof line - 1, MSG_NOSIGNAL);
@@ -160,11 +145,7 @@ TEST_F(ControlSocketTest, OtherUsersAreRefused) {
     ::_exit(::recv(socket.get(), &answer, 1, 0) <= 0 ? 0 : 4);
   }
   int status = -1;
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (::waitpid(stranger, &status, WNOHANG) == 0 &&
-         std::chrono::steady_clock::now() < deadline) {
-    g_main_context_iteration(nullptr, FALSE);
-  }
+  EXPECT_TRUE(iterateUntil([&] { return ::waitpid(stranger, &status, WNOHANG) != 0; }));
   EXPECT_EQ(status, 0);
   EXPECT_THAT(heard, IsEmpty());
 }

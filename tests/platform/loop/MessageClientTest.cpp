@@ -1,7 +1,7 @@
 // Message loops; the main client runs on the test's thread, the senders on others.
 #include "platform/loop/MainThreadWait.h"
 #include "platform/loop/MessageClient.h"
-#include "tests/support/Waiting.h"
+#include "tests/support/ChromeFixture.h"
 
 #include <glib.h>
 #include <gtest/gtest.h>
@@ -16,13 +16,8 @@
 namespace Tessel::Platform {
 namespace {
 
+using test_support::turnLoop;
 using Testing::iterateUntil;
-
-// Runs the main context until no source is ready.
-void drainContext() {
-  while (g_main_context_iteration(nullptr, FALSE)) {
-  }
-}
 
 class TracingHandler final : public MessageHandler {
  public:
@@ -49,22 +44,7 @@ class MessageClientTest : public testing::Test {
     dispatch([this, text] { trace += text + ' '; });
   }
   // Runs the client until somebody ends it, which is expected to happen in time.
-  int run() {
-    GSource* const deadline = g_timeout_source_new_seconds(Testing::Deadline.count());
-    g_source_set_callback(
-        deadline,
-        [](gpointer self) -> gboolean {
-          ADD_FAILURE() << "nobody ended the loop";
-          static_cast<MessageClientTest*>(self)->client->exit(-1);
-          return G_SOURCE_REMOVE;
-        },
-        this, nullptr);
-    g_source_attach(deadline, nullptr);
-    const int status = client->run();
-    g_source_destroy(deadline);
-    g_source_unref(deadline);
-    return status;
-  }
+  int run() { return test_support::exitStatusOf(*client); }
   // Runs the client to the end of the messages that are waiting now.
   void runWaiting() {
     dispatch([this] { client->exit(0); });
@@ -105,7 +85,7 @@ TEST_F(MessageClientTest, ExitEndsTheLoopAfterTheMessageInHandWithTheFirstStatus
     client->exit(7);
     client->exit(8);
     // Running the loop inside does not let later messages slip out.
-    drainContext();
+    turnLoop();
     trace += "finished ";
   });
   dispatch([this, leftOver] { trace += "not delivered "; });
@@ -148,12 +128,12 @@ TEST_F(MessageClientTest, WaitHoldsMessagesBackEvenWhenItRunsTheContext) {
   dispatch([this] {
     note("after");
     MainThreadWait wait;
-    drainContext();
+    turnLoop();
     {
       MainThreadWait nested;
       std::thread([this] { note("from another thread"); }).join();
     }
-    drainContext();
+    turnLoop();
     trace += "waited ";
   });
   dispatch([this] { trace += "second "; });
@@ -165,7 +145,7 @@ TEST_F(MessageClientTest, WaitThatBeginsAfterTheContextFoundMessagesReadyHoldsTh
   // Attached before the client, so that it runs first of those found ready together.
   const auto early = [](gpointer trace) -> gboolean {
     MainThreadWait wait;
-    drainContext();
+    turnLoop();
     *static_cast<std::string*>(trace) += "waited ";
     return G_SOURCE_REMOVE;
   };

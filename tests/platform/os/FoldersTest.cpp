@@ -1,14 +1,13 @@
 // The folders of the user: whose they are, and which process has them.
 #include "platform/os/Folders.h"
 #include "platform/os/SandboxFiles.h"
+#include "tests/support/LocalSocket.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 
 #include <cerrno>
@@ -165,12 +164,7 @@ TEST_F(RuntimeFolderTest, WhatTheSandboxHasLeftGoesWithItsProcesses) {
   makeOld(own + "-4");
   fs::create_directory(base_.path() / "webkitgtk");
   const auto bindTo = [&](const std::string& name) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    (base_.path() / name).string().copy(address.sun_path, sizeof address.sun_path - 1);
-    UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    EXPECT_EQ(bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    return socket;
+    return test_support::socketAt(base_.path() / name, ::bind);
   };
   bindTo("webkitgtk/new");
   bindTo("webkitgtk/old");

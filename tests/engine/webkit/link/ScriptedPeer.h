@@ -3,15 +3,13 @@
 #pragma once
 
 #include "engine/webkit/link/LinkSocket.h"
+#include "tests/support/LocalSocket.h"
 #include "tests/support/Waiting.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 
 #include <chrono>
-#include <cstring>
 #include <deque>
 #include <functional>
 #include <optional>
@@ -22,19 +20,6 @@
 namespace test_support {
 
 using Tessel::Platform::Testing::Deadline;
-
-inline std::pair<Tessel::Platform::UniqueFd, Tessel::Platform::UniqueFd> socketPair() {
-  int ends[2] = {-1, -1};
-  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) ADD_FAILURE();
-  return {Tessel::Platform::UniqueFd(ends[0]), Tessel::Platform::UniqueFd(ends[1])};
-}
-
-inline sockaddr_un addressOf(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  path.copy(address.sun_path, sizeof address.sun_path - 1);
-  return address;
-}
 
 class ScriptedPeer {
  public:

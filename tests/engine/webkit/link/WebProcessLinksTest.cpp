@@ -38,13 +38,7 @@ class WebProcessLinksTest : public testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(links_->isListening()); }
 
-  ScriptedPeer connect() {
-    UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    const sockaddr_un address = addressOf(links_->address());
-    EXPECT_EQ(::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
-              0);
-    return ScriptedPeer(std::move(socket));
-  }
+  ScriptedPeer connect() { return ScriptedPeer(socketAt(links_->address())); }
   ScriptedPeer connect(const std::string& token) {
     ScriptedPeer peer = connect();
     peer.send(FrameKind::Hello, 0, 0, token);
@@ -134,13 +128,9 @@ TEST_F(WebProcessLinksTest, ATokenLetsOneConnectionInAndNothingElseDoes) {
 TEST_F(WebProcessLinksTest, SilentStrangersGoWhenTheyAreTooManyOrTooSlow) {
   LinkListener listener(
       folder_.path(), [](UniqueFd, pid_t, const std::string&) {}, std::chrono::milliseconds(200));
-  const sockaddr_un address = addressOf(listener.address());
   std::vector<ScriptedPeer> strangers;
   for (std::size_t i = 0; i < LinkListener::mostUnidentified + 3; ++i) {
-    UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    ASSERT_EQ(::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
-              0);
-    strangers.emplace_back(std::move(socket));
+    strangers.emplace_back(socketAt(listener.address()));
   }
   EXPECT_TRUE(isShutOut(strangers[2]));
   EXPECT_FALSE(strangers[3].isAtEnd());

@@ -20,10 +20,7 @@ class HostLinkTest : public testing::Test, protected HostLinkDelegate {
  protected:
   HostLinkTest() {
     const std::string path = folder_.path() / "host";
-    const sockaddr_un address = addressOf(path);
-    const UniqueFd listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    EXPECT_EQ(::bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
-              0);
+    const UniqueFd listener = socketAt(path, ::bind);
     EXPECT_EQ(::listen(listener.get(), 1), 0);
     link_ = HostLink::connect(path, "the token", *this);
     host_ = ScriptedPeer(UniqueFd(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC)));

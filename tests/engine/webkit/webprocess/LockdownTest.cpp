@@ -1,6 +1,7 @@
 // What a web process can do after it has given its rights up, in a process of its own.
 #include "engine/webkit/webprocess/Lockdown.h"
 #include "platform/base/UniqueFd.h"
+#include "tests/support/OwnProcess.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
@@ -12,7 +13,6 @@
 #include <sys/ptrace.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <future>
@@ -39,8 +39,7 @@ TEST(LockdownTest, EveryThreadLosesItsRightsAlsoOneThatBlocksAllSignals) {
   folder.write("secret", "a key");
   folder.write("modules/module", "x");
   const std::string secret = folder.path() / "secret";
-  const pid_t child = ::fork();
-  if (child == 0) {
+  test_support::inOwnProcess([&] {
     std::promise<void> locked;
     auto deaf = std::async(std::launch::async, [&] {
       sigset_t all;
@@ -65,11 +64,7 @@ TEST(LockdownTest, EveryThreadLosesItsRightsAlsoOneThatBlocksAllSignals) {
     }
     EXPECT_EQ(openError(folder.path() / "modules/module"), 0);
     EXPECT_EQ(openError("/usr/bin/env"), 0);
-    ::_exit(testing::Test::HasFailure() ? 1 : 0);
-  }
-  int status = 0;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  EXPECT_EQ(status, 0);
+  });
 }
 
 }  // namespace

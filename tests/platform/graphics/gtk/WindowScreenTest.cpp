@@ -64,10 +64,10 @@ class ScreenInputTest : public test_support::WindowsOnScreen,
   }
 
   // As the display tells it; the sequence is a number that names the finger.
-  void touch(GdkEventType type, std::uintptr_t sequence, double x, double y,
-             bool emulates = false) {
+  void touch(GdkEventType type, guint sequence, double x, double y, bool emulates = false) {
     put(type, [&](GdkEvent& event, int left, int top) {
-      event.touch.sequence = fingers_.at(sequence);
+      // The toolkit only compares these.
+      event.touch.sequence = static_cast<GdkEventSequence*>(GUINT_TO_POINTER(sequence + 1));
       event.touch.emulating_pointer = emulates;
       event.touch.x = x;
       event.touch.y = y;
@@ -102,13 +102,6 @@ class ScreenInputTest : public test_support::WindowsOnScreen,
 
  private:
   GtkWidget* widget_ = nullptr;
-  // The toolkit only compares these.
-  char places_[4]{};
-  std::vector<GdkEventSequence*> fingers_ = [this] {
-    std::vector<GdkEventSequence*> fingers;
-    for (char& place : places_) fingers.push_back(reinterpret_cast<GdkEventSequence*>(&place));
-    return fingers;
-  }();
 };
 
 using Strings = std::vector<std::string>;

@@ -1,15 +1,10 @@
 // Windows of a child process on the screen of the application: what shows, and what input does.
 #include "platform/graphics/remote/RemoteWindows.h"
+#include "tests/support/LocalSocket.h"
 #include "tests/support/WindowsOnScreen.h"
 
-#include <fcntl.h>
 #include <gtk/gtk.h>
-#include <signal.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -39,72 +34,53 @@ class RemoteScreenTest : public test_support::WindowsOnScreen {
 
   void TearDown() override {
     remote_.reset();
-    endChild();
+    g_subprocess_force_exit(child_);
+    g_subprocess_wait(child_, nullptr, nullptr);
+    g_clear_object(&child_);
     WindowsOnScreen::TearDown();
   }
 
   void startChild() {
-    int sockets[2];
-    int input[2];
-    int output[2];
-    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets), 0);
-    ASSERT_EQ(::pipe2(input, O_CLOEXEC), 0);
-    ASSERT_EQ(::pipe2(output, O_CLOEXEC), 0);
-    const std::string socket = std::to_string(sockets[1]);
-    const std::string groupText = std::to_string(group);
-    child_ = ::fork();
-    if (child_ == 0) {
-      ::dup2(input[0], STDIN_FILENO);
-      ::dup2(output[1], STDOUT_FILENO);
-      ::fcntl(sockets[1], F_SETFD, 0);
-      ::execl(REMOTE_CHILD, REMOTE_CHILD, socket.c_str(), groupText.c_str(), nullptr);
-      ::_exit(127);
-    }
-    ::close(input[0]);
-    ::close(output[1]);
-    ::close(sockets[1]);
-    input_.reset(input[1]);
-    output_.reset(output[0]);
-    ::fcntl(output_.get(), F_SETFL, O_NONBLOCK);
-    remote_ = std::make_unique<Graphics::RemoteWindows>(UniqueFd(sockets[0]), group, *top_);
-  }
-
-  void endChild() {
-    if (child_ <= 0) return;
-    ::kill(child_, SIGKILL);
-    ::waitpid(child_, nullptr, 0);
-    child_ = -1;
+    auto [here, there] = test_support::socketPair(SOCK_SEQPACKET);
+    GSubprocessLauncher* launcher = g_subprocess_launcher_new(static_cast<GSubprocessFlags>(
+        G_SUBPROCESS_FLAGS_STDIN_PIPE | G_SUBPROCESS_FLAGS_STDOUT_PIPE));
+    g_subprocess_launcher_take_fd(launcher, there.release(), 3);
+    child_ = g_subprocess_launcher_spawn(launcher, nullptr, REMOTE_CHILD, "3",
+                                         std::to_string(group).c_str(), nullptr);
+    g_object_unref(launcher);
+    ASSERT_TRUE(child_);
+    remote_ = std::make_unique<Graphics::RemoteWindows>(std::move(here), group, *top_);
   }
 
   void order(const std::string& line) {
     const std::string whole = line + "\n";
-    ASSERT_EQ(::write(input_.get(), whole.data(), whole.size()), ssize_t(whole.size()));
+    ASSERT_TRUE(g_output_stream_write_all(g_subprocess_get_stdin_pipe(child_), whole.data(),
+                                          whole.size(), nullptr, nullptr, nullptr));
   }
 
   // Until the child has told a line that begins like that; the lines before it are dropped.
   testing::AssertionResult waitFor(const std::string& beginning) {
-    bool found = false;
     std::string heard;
     const bool came = iterateUntil([&] {
-      std::array<char, 4096> chunk;
-      const ssize_t count = ::read(output_.get(), chunk.data(), chunk.size());
-      if (count > 0) unread_.append(chunk.data(), static_cast<std::size_t>(count));
-      for (std::size_t end; !found && (end = unread_.find('\n')) != std::string::npos;) {
+      char chunk[4096];
+      const gssize count = g_pollable_input_stream_read_nonblocking(
+          G_POLLABLE_INPUT_STREAM(g_subprocess_get_stdout_pipe(child_)), chunk, sizeof chunk,
+          nullptr, nullptr);
+      if (count > 0) unread_.append(chunk, static_cast<std::size_t>(count));
+      for (std::size_t end; (end = unread_.find('\n')) != std::string::npos;) {
         line_ = unread_.substr(0, end);
         unread_.erase(0, end + 1);
-        found = line_.starts_with(beginning);
+        if (line_.starts_with(beginning)) return true;
         heard.append(line_).append("; ");
       }
-      return found;
+      return false;
     });
     if (came) return testing::AssertionSuccess();
     return testing::AssertionFailure() << "heard only: " << heard;
   }
 
   std::unique_ptr<Graphics::RemoteWindows> remote_;
-  pid_t child_ = -1;
-  UniqueFd input_;
-  UniqueFd output_;
+  GSubprocess* child_ = nullptr;
   std::string unread_;
   std::string line_;
 };

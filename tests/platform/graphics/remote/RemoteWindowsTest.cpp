@@ -5,14 +5,14 @@
 #include "platform/graphics/remote/Records.h"
 #include "platform/graphics/remote/RemoteWindows.h"
 #include "platform/graphics/remote/WindowConnection.h"
-#include "tests/support/RawDatagram.h"
+#include "tests/support/LocalSocket.h"
 #include "tests/support/StandardErrorPipe.h"
+#include "tests/support/Waiting.h"
 
 #include <fcntl.h>
 #include <glib.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
-#include <sys/socket.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -24,21 +24,12 @@ namespace Tessel::Platform::Graphics {
 namespace {
 
 using namespace Remote;
+using test_support::socketPair;
+using test_support::turnLoop;
 
 constexpr unsigned group = 3;
 constexpr int handle = (3 << 20) + 1;
 constexpr int pid = 4711;
-
-std::pair<UniqueFd, UniqueFd> sockets() {
-  int ends[2] = {-1, -1};
-  EXPECT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
-  return {UniqueFd(ends[0]), UniqueFd(ends[1])};
-}
-
-void settle() {
-  while (g_main_context_iteration(nullptr, FALSE)) {
-  }
-}
 
 WindowRecord windowRecord(int window = handle) {
   WindowRecord record{};
@@ -77,7 +68,7 @@ class RemoteWindowsTest : public testing::Test {
   }
 
   void connect() {
-    auto [ours, theirs] = sockets();
+    auto [ours, theirs] = socketPair(SOCK_SEQPACKET);
     peer_ = std::move(theirs);
     remote_ = std::make_unique<RemoteWindows>(std::move(ours), group, *top_);
   }
@@ -88,7 +79,7 @@ class RemoteWindowsTest : public testing::Test {
   }
   void sendBytes(const std::string& bytes, int file = -1) {
     ASSERT_TRUE(test_support::sendRaw(peer_.get(), bytes, file));
-    settle();
+    turnLoop();
   }
   static MemoryWindowSystem::Surface& shown(const Window& window) {
     return dynamic_cast<MemoryWindowSystem::Surface&>(*window.surface());
@@ -204,7 +195,7 @@ struct RecordingClient final : WindowConnection::Client {
 };
 
 TEST(WindowConnectionTest, KeepsTheOrderAndOnlyTheLastOfARunForAPeerThatIsSlow) {
-  auto [ours, theirs] = sockets();
+  auto [ours, theirs] = socketPair(SOCK_SEQPACKET);
   RecordingClient client;
   WindowConnection connection(std::move(ours), client, G_PRIORITY_DEFAULT);
   // More than the socket takes: what is kept after that is one run.
@@ -230,13 +221,13 @@ TEST(WindowConnectionTest, KeepsTheOrderAndOnlyTheLastOfARunForAPeerThatIsSlow) 
 }
 
 TEST(WindowConnectionTest, DropsAPeerThatDoesNotRead) {
-  auto [ours, theirs] = sockets();
+  auto [ours, theirs] = socketPair(SOCK_SEQPACKET);
   RecordingClient client;
   WindowConnection connection(std::move(ours), client, G_PRIORITY_DEFAULT);
   for (std::uint32_t i = 0; i < 20000; ++i) {
     connection.send(FrameShownRecord{{RecordType::FrameShown, 1}, i});
   }
-  settle();
+  turnLoop();
   EXPECT_EQ(client.problem, "it does not read what it is sent");
 }
 
