@@ -37,15 +37,6 @@ class CommandTableTest : public test_support::ChromeFixture {
   const std::shared_ptr<test_support::FakePage> itsPage = pageOf(handle);
 };
 
-TEST_F(CommandTableTest, ACommandOfAWebViewThatIsNoneIsRefused) {
-  for (const auto& [text, number] : {std::pair("abc", "0"), {"4294967297", "4294967297"}}) {
-    EXPECT_EQ(callNative({"webview.title", text}), "");
-    EXPECT_THAT(errors(), ElementsAre(std::string("WebView: ") + number +
-                                      " has not been created yet, so the call to \"title\" will be "
-                                      "ignored."));
-  }
-}
-
 TEST_F(CommandTableTest, RecordsOfAWebViewThatIsNowhereAreTheDefaultOnes) {
   manager.markCreated(88888);
   EXPECT_EQ(callNative({"webview.viewport", "88888"}), R"({"height":0,"width":0,"x":0,"y":0})");
