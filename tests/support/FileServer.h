@@ -4,6 +4,7 @@
 
 #include "platform/base/UniqueFd.h"
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -24,9 +25,11 @@ namespace test_support {
 // GET /page/NAME is what was added, and may be kept in caches; nothing, until the client goes, for
 // an answer that is empty.
 // GET /log/NAME tells what the requests for a file asked: "RANGE IF-RANGE" each, as a JSON list.
+// Or every answer is what a function makes of the request, on a thread of the server.
 class FileServer {
  public:
-  FileServer();
+  using AnswerTo = std::function<std::string(const std::string& request)>;
+  explicit FileServer(AnswerTo answerTo = {});
   ~FileServer();
   FileServer(const FileServer&) = delete;
   FileServer& operator=(const FileServer&) = delete;
@@ -58,6 +61,7 @@ class FileServer {
   std::map<std::string, std::vector<std::string>> asked_;  // under the lock
   std::map<std::string, std::string> pages_;               // whole answers, under the lock
   std::map<std::string, int> requests_;                    // of pages, under the lock
+  const AnswerTo answerTo_;
   std::thread acceptor_;
   std::vector<std::thread> connections_;  // the acceptor's, until it has ended
 };

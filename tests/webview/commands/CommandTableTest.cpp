@@ -96,9 +96,6 @@ TEST_F(CommandTableTest, WordsNumbersListsAndHandlesArrive) {
   ASSERT_THAT(itsPage->answers, SizeIs(1));
   EXPECT_EQ(itsPage->answers[0].first, 4294967295u);
   EXPECT_EQ(itsPage->answers[0].second.password, "word");
-  call("openWindowResponse", {"6", "0"});
-  ASSERT_THAT(itsPage->windows, SizeIs(1));
-  EXPECT_EQ(itsPage->windows[0].second, nullptr);
 
   // The window is looked up where the application's windows are.
   WebView::installWindowLookup([](const std::string& id) { return static_cast<int>(id.size()); });
