@@ -118,9 +118,7 @@ TEST_F(AttackTest, ALinkThatIsDroppedOnTheTabStripLeadsNowhere) {
   server_.add("link", "text/html",
               "<!doctype html><title>link</title><body style='margin:0;background:#ff0000'>"
               "<a href=owner style='position:fixed;inset:0;background:#ff0000'></a>");
-  Program::Environment all = environment("");
-  all["TESSEL_LOCAL_ROOT"] = "";
-  Program program(all, {server_.address() + "page/link"});
+  Program program(environment(""), {server_.address() + "page/link"});
   ASSERT_TRUE(test_support::waitForPixel(400, 400, {255, 0, 0})) << program.errors();
   movePointer(400, 400);
   pressButton(1, true);
@@ -140,11 +138,8 @@ TEST_F(AttackTest, ALinkThatIsDroppedOnTheTabStripLeadsNowhere) {
   EXPECT_EQ(program.errors().find("does not go to"), std::string::npos);
 }
 
-TEST_F(AttackTest, NoPageSilencesTheChromeByWhatIsTooLarge) {
-  runSuite("oversized.html");
-}
-
 TEST_F(AttackTest, NoPageSilencesTheChromeOrItsProcessByWhatIsTooLarge) {
+  runSuite("oversized.html");
   runSuite("oversized.html?process=1");
 }
 

@@ -88,10 +88,8 @@ TEST_P(InspectorTest, PagesAreLookedInto) {
     list = HttpPeer(port).get("/json");
     return list.find(R"("title":"inspected page")") != list.npos;
   })) << list;
-  const std::size_t end = list.find("/" + view + "\"");
-  const std::size_t start = list.rfind("/socket/", end);
-  ASSERT_NE(start, list.npos) << list;
-  const std::string path = list.substr(start, list.find('"', start) - start);
+  const std::string path = test_support::socketPathIn(list, view);
+  ASSERT_NE(path, "") << list;
 
   HttpPeer first(port);
   ASSERT_TRUE(first.upgrade(path));

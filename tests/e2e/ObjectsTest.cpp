@@ -16,10 +16,8 @@ class ObjectsTest : public test_support::SuiteTest {
   }
 
   Program::Environment environment() const {
-    Program::Environment all = SuiteTest::environment("objects.html");
-    all["TESSEL_PPS_ROOT"] = (folder_ / "pps").string();
-    all["TESSEL_CCL_FILE"] = (folder_ / "events").string();
-    return all;
+    return SuiteTest::environment("objects.html",
+                                  {{"TESSEL_PPS_ROOT", (folder_ / "pps").string()}});
   }
   void order(const std::string& json) {
     orders_ += "order" + std::to_string(++count_) + ":json:" + json + "\n";
@@ -54,17 +52,6 @@ TEST_F(ObjectsTest, TheChromeHearsOfAnObjectThatIsEditedFromOutside) {
   ASSERT_TRUE(program.waitForLine("2 Closed"));
   order(R"({"order":"open","id":2,"path":"../outside"})");
   EXPECT_TRUE(program.waitForLine(R"(open 2 {"result":false})")) << program.errors();
-}
-
-TEST_F(ObjectsTest, AnalyticsReachTheFileOfTheUser) {
-  Program program(environment());
-  ASSERT_TRUE(program.waitForLine("orders ")) << program.errors();
-  order(R"({"order":"call","name":"ccl.init","args":["shop","1"]})");
-  ASSERT_TRUE(program.waitForLine("ccl.init 1")) << program.errors();
-  order(R"({"order":"call","name":"ccl.onSearchEvent","args":["shoes"]})");
-  ASSERT_TRUE(program.waitForLine("ccl.onSearchEvent 0")) << program.errors();
-  EXPECT_NE(temporary_.read("events").find(R"("event":"search","text":"shoes"})"),
-            std::string::npos);
 }
 
 }  // namespace

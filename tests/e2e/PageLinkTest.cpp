@@ -38,9 +38,7 @@ constexpr const char* page = R"(<!doctype html><title>link</title><script>
 </script>)";
 
 std::vector<pid_t> webProcesses() {
-  auto all = test_support::descendantsOf(::getpid());
-  std::erase_if(all, [](pid_t pid) { return test_support::nameOf(pid).find("WebKitWebPro") != 0; });
-  return all;
+  return test_support::descendantsNamed(::getpid(), "WebKitWebPro");
 }
 
 // Sockets, pipes, events and the like: what web views and their links are made of. The engine opens

@@ -1,9 +1,9 @@
 // The real program and what surrounds it: its window, its control, the fonts, other applications.
 #include "platform/desktop/Notifications.h"
 #include "tests/support/SuiteTest.h"
+#include "tests/support/Waiting.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <chrono>
 #include <csignal>
@@ -14,6 +14,7 @@ namespace {
 
 using Tessel::Platform::Notification;
 using Tessel::Platform::notifications;
+using Tessel::Platform::Testing::iterateUntil;
 using test_support::Program;
 
 class PlatformTest : public test_support::SuiteTest {
@@ -24,25 +25,14 @@ class PlatformTest : public test_support::SuiteTest {
   }
 
   Program::Environment environment(const std::string& calls = "[]") const {
-    Program::Environment all = SuiteTest::environment("platform.html?calls=" + calls);
-    all["XDG_CONFIG_HOME"] = (folder_ / "config").string();
-    return all;
+    return SuiteTest::environment("platform.html?calls=" + calls,
+                                  {{"XDG_CONFIG_HOME", (folder_ / "config").string()}});
   }
 
   // The status of the control's client.
-  static int control(const Program& program, const std::vector<std::string>& words) {
-    const std::string pid = std::to_string(program.pid());
-    std::vector<const char*> arguments{"pagehost-ctl", "--pid", pid.c_str()};
-    for (const std::string& word : words) arguments.push_back(word.c_str());
-    arguments.push_back(nullptr);
-    const pid_t child = ::fork();
-    if (child == 0) {
-      ::execv(PAGEHOST_TEST_CONTROL, const_cast<char**>(arguments.data()));
-      ::_exit(127);
-    }
-    int status = -1;
-    ::waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  static std::optional<int> control(const Program& program, std::vector<std::string> words) {
+    words.insert(words.begin(), {"--pid", std::to_string(program.pid())});
+    return Program({}, words, "pagehost-ctl", PAGEHOST_TEST_CONTROL).status();
   }
 };
 
@@ -98,23 +88,15 @@ TEST_F(PlatformTest, ARegionOfTheControlIsThatOfTheUser) {
 }
 
 TEST_F(PlatformTest, TheChromeHearsOfTheEndWhoeverAsksForIt) {
-  {
-    Program program(environment());
+  for (const std::string asker : {"the window", "a signal", "the chrome"}) {
+    Program program(
+        environment(asker == "the chrome" ? R"([{"call":["application.requestExit"]}])" : "[]"));
     ASSERT_TRUE(program.waitForLine("ready")) << program.errors();
-    ASSERT_TRUE(test_support::requestClose("pagehost"));
-    EXPECT_TRUE(program.waitForLine("application.onExit []")) << program.errors();
-    EXPECT_EQ(program.status(), 0);
+    if (asker == "the window") ASSERT_TRUE(test_support::requestClose("pagehost"));
+    if (asker == "a signal") ASSERT_EQ(::kill(program.pid(), SIGTERM), 0);
+    EXPECT_TRUE(program.waitForLine("application.onExit []")) << asker << program.errors();
+    EXPECT_EQ(program.status(), 0) << asker;
   }
-  {
-    Program program(environment());
-    ASSERT_TRUE(program.waitForLine("ready")) << program.errors();
-    ASSERT_EQ(::kill(program.pid(), SIGTERM), 0);
-    EXPECT_TRUE(program.waitForLine("application.onExit []")) << program.errors();
-    EXPECT_EQ(program.status(), 0);
-  }
-  Program program(environment(R"([{"call":["application.requestExit"]}])"));
-  EXPECT_TRUE(program.waitForLine("application.onExit []")) << program.errors();
-  EXPECT_EQ(program.status(), 0);
 }
 
 TEST_F(PlatformTest, OtherFontsAreNoticed) {
@@ -160,10 +142,7 @@ TEST_F(PlatformTest, AnAddressIsOpenedWithTheApplicationThatIsRegisteredForIt) {
   EXPECT_TRUE(program.waitForLine(
       R"(["n","","No such application is registered for x-scheme-handler/phtest"])"));
   EXPECT_TRUE(program.waitForLine(R"(["p","","Programs are not opened"])"));
-  const auto deadline = std::chrono::steady_clock::now() + Program::patience;
-  while (!std::filesystem::exists(seen) && std::chrono::steady_clock::now() < deadline) {
-    ::usleep(10000);
-  }
+  EXPECT_TRUE(iterateUntil([&] { return std::filesystem::exists(seen); }));
   EXPECT_EQ(test_support::contentOf(seen), "phtest:$(id)'; id")
       << "it is one word, and nothing runs it";
 }

@@ -3,19 +3,19 @@
 #include "tests/support/FileServer.h"
 #include "tests/support/Processes.h"
 #include "tests/support/SuiteTest.h"
+#include "tests/support/Waiting.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <functional>
 #include <map>
 #include <regex>
-#include <thread>
 
 namespace {
 
+using Tessel::Platform::Testing::iterateUntil;
 using test_support::FileServer;
 using test_support::Program;
 
@@ -107,20 +107,13 @@ class PrivateTest : public test_support::SuiteTest,
       std::printf("%s: %s\n", kind.c_str(), line.c_str());
       EXPECT_TRUE(line.starts_with("left cookie,localStorage,indexedDB,")) << line;
     }
-    const auto end = std::chrono::steady_clock::now() + Program::patience;
-    Files running = files();
-    while (!isThere(running) && std::chrono::steady_clock::now() < end) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(50));
-      running = files();
-    }
+    Files running;
+    iterateUntil([&] { return isThere(running = files()); });
     const std::vector<pid_t> processes = test_support::descendantsOf(program.pid());
     ::kill(program.pid(), SIGKILL);
     EXPECT_EQ(program.status(), -SIGKILL);
     for (const pid_t process : processes) {
-      while (test_support::isRunning(process) && std::chrono::steady_clock::now() < end) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-      }
-      EXPECT_FALSE(test_support::isRunning(process)) << process;
+      EXPECT_TRUE(iterateUntil([&] { return !test_support::isRunning(process); })) << process;
     }
     return {running, files()};
   }

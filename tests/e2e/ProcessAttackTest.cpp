@@ -23,8 +23,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using test_support::childrenOf;
-using test_support::descendantsOf;
-using test_support::nameOf;
+using test_support::descendantsNamed;
 using test_support::Program;
 using test_support::TemporaryFolder;
 namespace fs = std::filesystem;
@@ -65,11 +64,6 @@ class ProcessAttackTest : public testing::Test {
   static ::testing::AssertionResult everybodyWorks(Program& program) {
     return program.waitForLine("beat 6") ? ::testing::AssertionSuccess()
                                          : ::testing::AssertionFailure() << program.errors();
-  }
-  static std::vector<pid_t> descendantsNamed(pid_t pid, const char* name) {
-    auto all = descendantsOf(pid);
-    std::erase_if(all, [&](pid_t each) { return !nameOf(each).starts_with(name); });
-    return all;
   }
   static std::vector<pid_t> webProcessesOf(const Program& program) {
     auto all = descendantsNamed(program.pid(), "WebKitWebProces");

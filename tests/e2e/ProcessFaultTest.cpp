@@ -3,6 +3,7 @@
 #include "tests/support/FileContent.h"
 #include "tests/support/Processes.h"
 #include "tests/support/SuiteTest.h"
+#include "tests/support/Waiting.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +19,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using test_support::childrenOf;
-using test_support::descendantsOf;
+using test_support::descendantsNamed;
 using test_support::isRunning;
 using test_support::nameOf;
 using test_support::Program;
@@ -26,9 +27,8 @@ using test_support::Program;
 class ProcessFaultTest : public test_support::SuiteTest {
  protected:
   std::unique_ptr<Program> start() const {
-    Program::Environment all = environment("crowd.html");
-    all["XDG_RUNTIME_DIR"] = folder_.string();
-    return std::make_unique<Program>(all);
+    return std::make_unique<Program>(
+        environment("crowd.html", {{"XDG_RUNTIME_DIR", folder_.string()}}));
   }
 
   // Reads on until every web view is at work.
@@ -49,10 +49,8 @@ class ProcessFaultTest : public test_support::SuiteTest {
 };
 
 pid_t launcherOf(const Program& program) {
-  for (const pid_t pid : childrenOf(program.pid())) {
-    if (nameOf(pid) == "webkit-child-launcher") return pid;
-  }
-  return -1;
+  const auto found = descendantsNamed(program.pid(), "webkit-child-launcher");
+  return found.empty() ? -1 : found.front();
 }
 
 TEST_F(ProcessFaultTest, ChildrenAndEngineProcessesDieAndTheRestGoesOn) {
@@ -91,10 +89,7 @@ TEST_F(ProcessFaultTest, ChildrenAndEngineProcessesDieAndTheRestGoesOn) {
       }
     } else {
       SCOPED_TRACE("an engine process of a child");
-      std::vector<pid_t> web;
-      for (const pid_t pid : descendantsOf(child)) {
-        if (nameOf(pid).starts_with("WebKitWebProces")) web.push_back(pid);
-      }
+      const auto web = descendantsNamed(child, "WebKitWebProces");
       ASSERT_FALSE(web.empty());
       ::kill(pick(web), SIGKILL);
       ASSERT_TRUE(program->waitForLine("again ")) << program->errors();
@@ -107,13 +102,16 @@ TEST_F(ProcessFaultTest, ChildrenAndEngineProcessesDieAndTheRestGoesOn) {
   ASSERT_TRUE(program->waitForError("Child launcher exited"));
   ASSERT_TRUE(everybodyWorks(*program)) << "old groups need the launcher";
   // The children are nobody's children now.
-  std::vector<pid_t> orphans;
-  for (const pid_t pid : test_support::allProcesses()) {
-    if (nameOf(pid) == "pagehost-webview" &&
-        test_support::environmentOf(pid).find(folder_.string()) != std::string::npos) {
-      orphans.push_back(pid);
-    }
-  }
+  const auto ours = [&] {
+    auto all = test_support::allProcesses();
+    std::erase_if(all, [&](pid_t pid) {
+      return pid == program->pid() || !isRunning(pid) ||
+             test_support::environmentOf(pid).find(folder_.string()) == std::string::npos;
+    });
+    return all;
+  };
+  auto orphans = ours();
+  std::erase_if(orphans, [](pid_t pid) { return nameOf(pid) != "pagehost-webview"; });
   ASSERT_EQ(orphans.size(), 3u);
   ::kill(orphans.front(), SIGKILL);
   ASSERT_TRUE(
@@ -122,21 +120,8 @@ TEST_F(ProcessFaultTest, ChildrenAndEngineProcessesDieAndTheRestGoesOn) {
       << program->errors();
 
   ::kill(program->pid(), SIGKILL);
-  const auto end = std::chrono::steady_clock::now() + 20s;
-  const auto remaining = [&] {
-    std::vector<pid_t> left;
-    for (const pid_t pid : test_support::allProcesses()) {
-      if (pid != program->pid() && isRunning(pid) &&
-          test_support::environmentOf(pid).find(folder_.string()) != std::string::npos) {
-        left.push_back(pid);
-      }
-    }
-    return left;
-  };
-  while (!remaining().empty() && std::chrono::steady_clock::now() < end) {
-    std::this_thread::sleep_for(20ms);
-  }
-  for (const pid_t pid : remaining()) ADD_FAILURE() << nameOf(pid) << " lives on as " << pid;
+  Tessel::Platform::Testing::iterateUntil([&] { return ours().empty(); });
+  for (const pid_t pid : ours()) ADD_FAILURE() << nameOf(pid) << " lives on as " << pid;
 }
 
 bool startedBefore(pid_t a, pid_t b) {
@@ -152,18 +137,13 @@ bool startedBefore(pid_t a, pid_t b) {
 }
 
 TEST_F(ProcessFaultTest, AWebViewMayBeDeletedWhileTheEndOfItsProcessIsTold) {
-  auto all = environment("deleted.html");
-  all["PAGEHOST_SANDBOX"] = "off";
   // What is freed does not look as it did.
-  all["G_SLICE"] = "always-malloc";
-  all["MALLOC_PERTURB_"] = "85";
-  Program program(all);
+  Program program(environment(
+      "deleted.html",
+      {{"PAGEHOST_SANDBOX", "off"}, {"G_SLICE", "always-malloc"}, {"MALLOC_PERTURB_", "85"}}));
   for (int round = 0; round < 3; ++round) {
     ASSERT_TRUE(program.waitForLine("loaded")) << program.errors();
-    std::vector<pid_t> web;
-    for (const pid_t pid : descendantsOf(program.pid())) {
-      if (nameOf(pid).starts_with("WebKitWebProces")) web.push_back(pid);
-    }
+    const auto web = descendantsNamed(program.pid(), "WebKitWebProces");
     // The chrome's is the first: the other one.
     ASSERT_GE(web.size(), 2u);
     ::kill(*std::max_element(web.begin(), web.end(), startedBefore), SIGKILL);

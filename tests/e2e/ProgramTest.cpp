@@ -1,14 +1,10 @@
 // The real program with a chrome of the tests: what it shows, what it answers, how it ends.
+#include "tests/support/FileServer.h"
 #include "tests/support/Processes.h"
-#include "tests/support/Program.h"
-#include "tests/support/Screen.h"
 #include "tests/support/SuiteTest.h"
 #include "tests/support/TlsServer.h"
 
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 
 #include <array>
@@ -17,13 +13,12 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <thread>
 #include <tuple>
 
 namespace {
 
-using test_support::childrenOf;
 using test_support::clickAt;
+using test_support::descendantsNamed;
 using test_support::nameOf;
 using test_support::Pixel;
 using test_support::pixelAt;
@@ -34,69 +29,9 @@ using Environment = Program::Environment;
 
 using ProgramTest = test_support::SuiteTest;
 
-// The processes with web views that the program has started.
-std::vector<pid_t> webViewProcesses(pid_t program) {
-  std::vector<pid_t> found;
-  for (const pid_t child : childrenOf(program)) {
-    for (const pid_t grandchild : childrenOf(child)) {
-      if (nameOf(grandchild) == "pagehost-webview") found.push_back(grandchild);
-    }
-  }
-  return found;
-}
-
 // Answers every request with a page whose title is the request.
-class EchoServer {
- public:
-  EchoServer() : listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    if (::bind(listener_.get(), reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-        ::listen(listener_.get(), 8) != 0 ||
-        ::getsockname(listener_.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0) {
-      std::abort();
-    }
-    port_ = ntohs(address.sin_port);
-    thread_ = std::thread([this] { serve(); });
-  }
-  ~EchoServer() {
-    ::shutdown(listener_.get(), SHUT_RDWR);
-    thread_.join();
-  }
-
-  std::string address() const { return "http://127.0.0.1:" + std::to_string(port_) + "/"; }
-
- private:
-  // Many at once: the engine makes connections ahead that it may never use.
-  void serve() {
-    std::vector<Tessel::Platform::UniqueFd> clients;
-    for (;;) {
-      std::vector<pollfd> waiting{{listener_.get(), POLLIN, 0}};
-      for (const auto& client : clients) waiting.push_back({client.get(), POLLIN, 0});
-      if (::poll(waiting.data(), waiting.size(), -1) < 0) continue;
-      for (std::size_t i = 0; i < clients.size(); ++i) {
-        if (waiting[i + 1].revents != 0) serveOnce(clients[i]);
-      }
-      std::erase_if(clients, [](const auto& client) { return !client; });
-      if (waiting.front().revents == 0) continue;
-      Tessel::Platform::UniqueFd client(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
-      if (!client) return;
-      clients.push_back(std::move(client));
-    }
-  }
-
-  static void serveOnce(Tessel::Platform::UniqueFd& client) {
-    std::string request(8192, '\0');
-    const ssize_t count = ::recv(client.get(), request.data(), request.size(), 0);
-    if (count > 0) {
-      request.resize(static_cast<std::size_t>(count));
-      const std::string answer = answerTo(request);
-      ::send(client.get(), answer.data(), answer.size(), MSG_NOSIGNAL);
-    }
-    client.reset();
-  }
+struct EchoServer : test_support::FileServer {
+  EchoServer() : FileServer(answerTo) {}
 
   static constexpr const char* formPage =
       "<title>form</title><form action=/sent><input name=city><input name=street autocomplete=off>"
@@ -106,10 +41,9 @@ class EchoServer {
       "<title>account</title><form action=/sent method=post><input name=user>"
       "<input name=word type=password><button>log in</button></form>";
 
-  static std::string page(const std::string& html) {
-    return "HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nConnection: close\r\n"
-           "Content-Length: " +
-           std::to_string(html.size()) + "\r\n\r\n" + html;
+  static std::string page(const std::string& body, const std::string& kind = "text/html") {
+    return "HTTP/1.1 200 OK\r\nContent-Type: " + kind + "\r\nConnection: close\r\n" +
+           "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
   }
 
   static std::string answerTo(const std::string& request) {
@@ -128,28 +62,15 @@ class EchoServer {
     }
     if (asks("/form")) return page(formPage);
     if (asks("/account")) return page(accountPage);
-    const std::string body =
-        asks("/file") ? std::string(100000, 'f') : "<title>" + request + "</title>";
-    const std::string kind = asks("/file")
-                                 ? "application/octet-stream\r\nContent-Disposition: attachment; "
-                                   "filename=\"named.bin\""
-                                 : "text/html";
-    return "HTTP/1.1 200 OK\r\nContent-Type: " + kind + "\r\nConnection: close\r\n" +
-           "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+    if (!asks("/file")) return page("<title>" + request + "</title>");
+    return page(
+        std::string(100000, 'f'),
+        "application/octet-stream\r\nContent-Disposition: attachment; filename=\"named.bin\"");
   }
-
-  Tessel::Platform::UniqueFd listener_;
-  int port_ = 0;
-  std::thread thread_;
 };
 
 TEST_F(ProgramTest, NativeFunctionsAnswerTheChrome) {
   runSuite("functions.html");
-}
-
-TEST_F(ProgramTest, ExtraHeadersReachTheServer) {
-  const EchoServer server;
-  runSuite("headers.html?server=" + server.address());
 }
 
 TEST_F(ProgramTest, AllProcessesHaveTheSameCookies) {
@@ -324,9 +245,7 @@ TEST_F(ProgramTest, DeletingTheLastWebViewEndsTheProgramWithStatusZero) {
 }
 
 TEST_F(ProgramTest, TheBundledChromeShowsARealPage) {
-  Environment bundled = environment("");
-  bundled["TESSEL_LOCAL_ROOT"] = "";
-  Program program(bundled, {"--demo"});
+  Program program(environment(""), {"--demo"});
   ASSERT_TRUE(program.waitForLine("demo ready")) << program.errors();
   // The toolbar is lighter than the tab strip, the sample has its own colour below.
   EXPECT_TRUE(waitForPixel(790, 6, pixelAt(600, 6)));
@@ -336,9 +255,7 @@ TEST_F(ProgramTest, TheBundledChromeShowsARealPage) {
 }
 
 TEST_F(ProgramTest, TheBundledChromeShowsAPageOfAnotherProcessAndBringsItBack) {
-  Environment bundled = environment("");
-  bundled["TESSEL_LOCAL_ROOT"] = "";
-  Program program(bundled);
+  Program program(environment(""));
   // A place of the first page's picture, where the panel comes, and then the notice.
   const auto shows = [](const Pixel& color) { return waitForPixel(704, 296, color); };
   const Pixel page{240, 179, 71};
@@ -349,14 +266,14 @@ TEST_F(ProgramTest, TheBundledChromeShowsAPageOfAnotherProcessAndBringsItBack) {
   ASSERT_TRUE(waitForPixel(600, 278, {207, 214, 219})) << "the line above its third row";
   clickAt(572, 298);
   ASSERT_TRUE(shows(page)) << "a tab in its own process\n" << program.errors();
-  const std::vector<pid_t> processes = webViewProcesses(program.pid());
+  const auto processes = descendantsNamed(program.pid(), "pagehost-webview");
   ASSERT_EQ(processes.size(), 1u);
   ASSERT_EQ(::kill(processes[0], SIGKILL), 0);
   ASSERT_TRUE(shows(chrome)) << "the notice\n" << program.errors();
   ASSERT_TRUE(waitForPixel(285, 397, {10, 108, 112})) << "its button";
   clickAt(400, 397);
   EXPECT_TRUE(shows(page)) << "the page in a new process\n" << program.errors();
-  const std::vector<pid_t> later = webViewProcesses(program.pid());
+  const auto later = descendantsNamed(program.pid(), "pagehost-webview");
   ASSERT_EQ(later.size(), 1u);
   EXPECT_NE(later, processes);
 }
@@ -383,9 +300,8 @@ TEST_F(ProgramTest, TheBundledChromesKeysWorkWhileAPageHasTheKeyboard) {
                         << "</script>";
     return path;
   };
-  Environment bundled = environment("");
-  bundled["TESSEL_LOCAL_ROOT"] = "";
-  Program program(bundled, {page("red.html", "rgb(200,0,0)"), page("green.html", "rgb(0,200,0)")});
+  Program program(environment(""),
+                  {page("red.html", "rgb(200,0,0)"), page("green.html", "rgb(0,200,0)")});
   ASSERT_TRUE(shows(red)) << program.errors();
   giveKeyboardTo(topLevelWindow("pagehost"));
   clickAt(400, 400);
@@ -402,20 +318,13 @@ TEST_F(ProgramTest, TheBundledChromesKeysWorkWhileAPageHasTheKeyboard) {
 }
 
 TEST_F(ProgramTest, AStartThatCannotBeSaysWhatToDo) {
-  Environment noDisplay = environment("idle.html");
-  noDisplay["DISPLAY"] = "";
-  Environment wrongDisplay = environment("idle.html");
-  wrongDisplay["DISPLAY"] = ":4711";
-  Environment noModule = environment("idle.html");
-  noModule["PAGEHOST_MODULE_PATH"] = folder_.string();
-  Environment noRuntime = environment("idle.html");
-  noRuntime["XDG_RUNTIME_DIR"] = (folder_ / "outside.txt").string();
-  const std::pair<Environment, std::string> starts[] = {{noDisplay, "Set DISPLAY"},
-                                                        {wrongDisplay, "Set DISPLAY"},
-                                                        {noModule, "PAGEHOST_MODULE_PATH"},
-                                                        {noRuntime, "set XDG_RUNTIME_DIR"}};
+  const std::pair<Environment, std::string> starts[] = {
+      {{{"DISPLAY", ""}}, "Set DISPLAY"},
+      {{{"DISPLAY", ":4711"}}, "Set DISPLAY"},
+      {{{"PAGEHOST_MODULE_PATH", folder_.string()}}, "PAGEHOST_MODULE_PATH"},
+      {{{"XDG_RUNTIME_DIR", (folder_ / "outside.txt").string()}}, "set XDG_RUNTIME_DIR"}};
   for (const auto& [changes, advice] : starts) {
-    Program program(changes);
+    Program program(environment("idle.html", changes));
     EXPECT_EQ(program.status(), 1);
     EXPECT_NE(program.errors().find(advice), std::string::npos) << program.errors();
   }
@@ -480,9 +389,7 @@ TEST_F(ProgramTest, AChromeThatCannotBeLoadedIsExplainedOnTheScreenAndInTheLog) 
   const std::string refused = EchoServer().address();
   for (const std::string& url :
        {std::string("local:///nowhere.html"), refused, std::string("no address")}) {
-    Environment bad = environment("");
-    bad["CHROME_URL"] = url;
-    Program program(bad);
+    Program program(environment("", {{"CHROME_URL", url}}));
     EXPECT_TRUE(program.waitForError("CHROME_URL: correct it")) << program.errors();
   }
 }
@@ -491,13 +398,9 @@ TEST_F(ProgramTest, AChromeWhoseProcessDiesLeavesTheProgramAlive) {
   Program program(environment("idle.html"));
   ASSERT_TRUE(program.waitForLine("idle")) << program.errors();
   // In the sandbox the web processes are not the program's children.
-  int ended = 0;
-  for (const pid_t child : test_support::descendantsOf(program.pid())) {
-    if (nameOf(child).find("WebKitWebPro") != 0) continue;
-    ASSERT_EQ(::kill(child, SIGKILL), 0);
-    ++ended;
-  }
-  ASSERT_EQ(ended, 2);
+  const auto web = descendantsNamed(program.pid(), "WebKitWebPro");
+  ASSERT_EQ(web.size(), 2u);
+  for (const pid_t process : web) ASSERT_EQ(::kill(process, SIGKILL), 0);
   EXPECT_TRUE(program.waitForError("The web process of local:///idle.html crashed"))
       << program.errors();
   // It still listens to its window.

@@ -4,9 +4,11 @@
 
 #include "tests/support/LoopbackServer.h"
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace test_support {
@@ -22,8 +24,12 @@ namespace test_support {
 // GET /page/NAME is what was added, and may be kept in caches; nothing, until the client goes, for
 // an answer that is empty.
 // GET /log/NAME tells what the requests for a file asked: "RANGE IF-RANGE" each, as a JSON list.
+// Or every answer is what a function makes of the request, on a thread of the server.
 class FileServer {
  public:
+  using AnswerTo = std::function<std::string(const std::string& request)>;
+  explicit FileServer(AnswerTo answerTo = {}) : answerTo_(std::move(answerTo)) {}
+
   std::string address() const { return "http://" + server_.address(); }
   void add(const std::string& name, const std::string& type, const std::string& content,
            const std::string& cookie = {});
@@ -44,6 +50,7 @@ class FileServer {
   std::map<std::string, std::vector<std::string>> asked_;  // under the lock
   std::map<std::string, std::string> pages_;               // whole answers, under the lock
   std::map<std::string, int> requests_;                    // of pages, under the lock
+  const AnswerTo answerTo_;
   LoopbackServer server_{[this](GIOStream* client) { serve(client); }};
 };
 

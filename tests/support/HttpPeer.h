@@ -109,4 +109,13 @@ class HttpPeer {
   bool failed_ = false;
 };
 
+// Where the list of pages says that the inspector of a web view is; "" for none.
+inline std::string socketPathIn(const std::string& list, const std::string& handle) {
+  const std::size_t end = list.find("/" + handle + "\"");
+  const std::size_t start = list.rfind("/socket/", end);
+  return end == std::string::npos || start == std::string::npos
+             ? ""
+             : list.substr(start, list.find('"', start) - start);
+}
+
 }  // namespace test_support

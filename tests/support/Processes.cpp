@@ -90,4 +90,10 @@ std::vector<pid_t> descendantsOf(pid_t pid) {
   return found;
 }
 
+std::vector<pid_t> descendantsNamed(pid_t pid, const char* name) {
+  auto all = descendantsOf(pid);
+  std::erase_if(all, [&](pid_t each) { return !nameOf(each).starts_with(name); });
+  return all;
+}
+
 }  // namespace test_support

@@ -21,5 +21,7 @@ long processorTime(pid_t pid);
 std::vector<pid_t> zombiesOf(pid_t parent);
 // Of every generation.
 std::vector<pid_t> descendantsOf(pid_t pid);
+// Those whose name begins like that.
+std::vector<pid_t> descendantsNamed(pid_t pid, const char* name);
 
 }  // namespace test_support

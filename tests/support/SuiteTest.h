@@ -26,21 +26,23 @@ class SuiteTest : public testing::Test {
     std::filesystem::create_directory_symlink(folder_, folder_ / "root/link-folder");
   }
 
-  Program::Environment environment(const std::string& page) const {
-    return {{"CHROME_URL", page.empty() ? "" : "local:///" + page},
-            {"TESSEL_LOCAL_ROOT", (folder_ / "root").string()},
-            {"XDG_DATA_HOME", (folder_ / "data").string()},
-            {"XDG_CACHE_HOME", (folder_ / "cache").string()},
-            {"WIDTH", "800"},
-            {"HEIGHT", "600"}};
+  // With that page as the chrome; the bundled one if it is empty.
+  Program::Environment environment(const std::string& page,
+                                   Program::Environment changes = {}) const {
+    changes.merge(
+        Program::Environment{{"CHROME_URL", page.empty() ? "" : "local:///" + page},
+                             {"TESSEL_LOCAL_ROOT", page.empty() ? "" : (folder_ / "root").string()},
+                             {"XDG_DATA_HOME", (folder_ / "data").string()},
+                             {"XDG_CACHE_HOME", (folder_ / "cache").string()},
+                             {"WIDTH", "800"},
+                             {"HEIGHT", "600"}});
+    return changes;
   }
 
   // A chrome that tests by itself: every line but the last must be an "ok", or asks for something
   // to be done on the display.
   void runSuite(const std::string& page, const Program::Environment& changes = {}) {
-    Program::Environment all = environment(page);
-    for (const auto& [name, value] : changes) all[name] = value;
-    Program program(all);
+    Program program(environment(page, changes));
     readSuite(program);
   }
   void readSuite(Program& program) {

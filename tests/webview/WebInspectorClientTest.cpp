@@ -19,21 +19,10 @@ using test_support::frame;
 using test_support::HttpPeer;
 using Testing::iterateUntil;
 
-std::string socketPathIn(const std::string& list, unsigned int handle) {
-  const std::size_t end = list.find("/" + std::to_string(handle) + "\"");
-  const std::size_t start = list.rfind("/socket/", end);
-  return end == std::string::npos || start == std::string::npos
-             ? ""
-             : list.substr(start, list.find('"', start) - start);
-}
-
 class WebInspectorClientTest : public ChromeFixture {
  protected:
   ~WebInspectorClientTest() override { server.stop(); }
 
-  std::string socketPath(unsigned int handle) {
-    return socketPathIn(HttpPeer(server.port()).get("/json"), handle);
-  }
   bool allowed(unsigned int handle) {
     return callNative({"webInspector.enabledForWebView", std::to_string(handle).c_str()}) == "true";
   }
@@ -72,7 +61,7 @@ TEST_F(WebInspectorClientTest, EverybodyAtOnce) {
   server.start();
   const unsigned int lasting = createWebView();
   const std::string list = HttpPeer(server.port()).get("/json");
-  const std::string path = socketPathIn(list, lasting);
+  const std::string path = test_support::socketPathIn(list, std::to_string(lasting));
   std::atomic<int> running = 0;
   std::atomic<int> answers = 0;
   std::vector<std::thread> threads;

@@ -1,14 +1,7 @@
 // What settings do to real pages, and what the chrome asks and does of a web view besides.
-import { answers, bodies, createView, equal, errors, events, happened, native, ok, perform, process, said, test, until } from './suite.js';
+import { answers, bodies, createView, equal, errors, events, get, happened, loaded, native, ok, perform, process, query, said,
+  server, test, until } from './suite.js';
 
-const query = new URLSearchParams(location.search);
-const server = query.get('server');
-const get = (view, name, ...args) => native(`webview.${name}`, view, ...args);
-const loaded = async (view, command, ...args) => {
-  events.length = 0;
-  get(view, command, ...args);
-  await until(() => happened(view, 'DocumentLoadFinished'), command);
-};
 const load = (view, html) =>
   loaded(view, 'loadStringWithBase', `<!doctype html><title>still</title><body>${html}`, server, 'text/html');
 // Setters of children are done a little later.
@@ -40,7 +33,6 @@ for (const [setter, value, html, without, with_] of shown) {
     get(view, setter, value);
     await load(view, html);
     await becomes(view, 'title', with_);
-    native('webview.delete', view);
   });
 }
 
@@ -54,7 +46,6 @@ test('origins are let read, and no more', async () => {
     await load(view, page);
     await becomes(view, 'title', expected);
   }
-  native('webview.delete', view);
 });
 
 test('pages go back, are loaded again and stopped', async () => {
@@ -78,7 +69,6 @@ test('pages go back, are loaded again and stopped', async () => {
   get(view, 'stop');
   await until(() => happened(view, 'DocumentLoadFinished'));
   equal(get(view, 'location'), `${server}one`);
-  native('webview.delete', view);
 });
 
 test('events and property changes are chosen', async () => {
@@ -100,7 +90,6 @@ test('events and property changes are chosen', async () => {
   get(view, 'setAllPropertyChangedEventsEnabled', false);
   get(view, 'setAllWebEventsEnabled', false);
   await areNow('0000');
-  native('webview.delete', view);
 });
 
 test('a web view has its place, its window and one of colour', async () => {
@@ -119,11 +108,9 @@ test('a web view has its place, its window and one of colour', async () => {
   const fade = get(view, 'createFadeColorWindow', 0, 0, 50, 50, 9);
   ok(Number(fade) > 0, 'a coloured window');
   get(view, 'setFadeColorWindowRect', 5, 5, 20, 20);
-  equal(get(view, 'fadeColorWindowPlatformHandle'), fade);
+  equal([get(view, 'fadeColorWindowPlatformHandle'), get(view, 'createFadeColorWindow', 1, 1, 1, 1, 1)], [fade, fade]);
   get(view, 'destroyFadeColorWindow');
   await becomes(view, 'fadeColorWindowPlatformHandle', 0);
-  native('webview.delete', view);
-  native('webview.delete', other);
 });
 
 test('what the pointer is at is told', async () => {
@@ -136,7 +123,11 @@ test('what the pointer is at is told', async () => {
   perform('move 50 60');
   await becomes(view, 'status', `${server}there`);
   await becomes(view, 'tooltip', 'a hint');
-  native('webview.delete', view);
+  get(view, 'requestCurrentContextUpdate');
+  await until(() => told(view, 'CurrentContext').length > 0);
+  // From another process comes the empty one.
+  equal(JSON.parse(get(view, 'currentContext')).url, process ? '' : `${server}there`);
+  equal(JSON.parse(get(view, 'certificateInfo')).trusted, 0);
 });
 
 test('the port of the inspector is told while the page may be inspected', async () => {
@@ -153,22 +144,22 @@ test('the port of the inspector is told while the page may be inspected', async 
   await becomes(view, 'webInspectorPort', 0);
   await until(() => told(view, 'WebInspectorPort').length === 4);
   equal(told(view, 'WebInspectorPort'), [port, '0', port, '0']);
-  native('webview.delete', view);
 });
 
-test('files are chosen later, or none', async () => {
+test('files are chosen at once or later, or none', async () => {
   const view = await createView();
   await load(view, `<input type=file id=f>`);
-  answers.set('ChooseFile', { setWait: true });
-  for (const [files, expected] of [[`${query.get('folder')}/outside.txt`, '1 files'], ['', 'none']]) {
+  const file = `${query.get('folder')}/outside.txt`;
+  for (const [answer, files, expected] of [[{ setFileChosen: file }, '', 'outside.txt'],
+    [{ setWait: true }, file, 'outside.txt'], [{ setWait: true }, '', 'none']]) {
+    answers.set('ChooseFile', answer);
     events.length = 0;
     get(view, 'executeJavaScript', `document.title = 'asking'; f.value = ''; f.click();
-      f.onchange = () => { document.title = f.files.length + ' files'; }; f.oncancel = () => { document.title = 'none'; }`);
+      f.onchange = () => { document.title = f.files[0].name; }; f.oncancel = () => { document.title = 'none'; }`);
     await until(() => happened(view, 'ChooseFile'));
-    get(view, 'chooseFileResponse', bodies(view, 'ChooseFile')[0].waitHandle, files);
+    if (answer.setWait) get(view, 'chooseFileResponse', bodies(view, 'ChooseFile')[0].waitHandle, files);
     await becomes(view, 'title', expected);
   }
-  native('webview.delete', view);
 });
 
 test('notifications end as the chrome says', async () => {
@@ -182,7 +173,6 @@ test('notifications end as the chrome says', async () => {
     get(view, command, bodies(view, 'NotificationShow')[0].id);
     await becomes(view, 'title', 'closed');
   }
-  native('webview.delete', view);
 });
 
 test('an origin that may not know where it is may ask once that is forgotten', async () => {
@@ -202,7 +192,6 @@ test('an origin that may not know where it is may ask once that is forgotten', a
   await until(() => happened(view, 'GeolocationPermissionRequest'));
   get(view, 'setAllowGeolocation', origin, false);
   await becomes(view, 'title', 'again 1');
-  native('webview.delete', view);
 });
 
 test('what the chrome says is heard', async () => {
@@ -211,7 +200,6 @@ test('what the chrome says is heard', async () => {
     get(view, command, `${command} of view ${view}\n`);
     said(`${command} of view ${view}`);
   }
-  native('webview.delete', view);
 });
 
 test('a movement is ended where it is', async () => {
@@ -230,7 +218,6 @@ test('a movement is ended where it is', async () => {
     return same > 80;
   }, 'it stands');
   ok(y() < 90000, `it went on to ${y()}`);
-  native('webview.delete', view);
 });
 
 test('mistakes are told with the same texts wherever the web view lives', async () => {
@@ -258,19 +245,14 @@ test('mistakes are told with the same texts wherever the web view lives', async 
   const lost = native('webview.create', 'no such group', process || 'InProcess');
   await told([`Web view ${lost} cannot be shown: there is no window group "no such group".`]);
   native('webview.delete', lost);
-  native('webview.delete', view);
 });
 
 test('an empty text is a document, and any number names a process', async () => {
   for (const view of [await createView(), await createView('4000000000')]) {
     get(view, 'setViewport', '{"x":0,"y":0,"width":100,"height":100}');
-    get(view, 'loadString', '');
-    await until(() => happened(view, 'DocumentLoadFinished'));
-    events.length = 0;
-    get(view, 'loadStringWithBase', '', 'https://example.org/', 'text/plain');
-    await until(() => happened(view, 'DocumentLoadFinished'));
+    await loaded(view, 'loadString', '');
+    await loaded(view, 'loadStringWithBase', '', 'https://example.org/', 'text/plain');
     ok(Number(get(view, 'jsScreenWindowHandle')) > 0, 'it has a window');
-    native('webview.delete', view);
   }
 });
 
@@ -281,5 +263,4 @@ test('names of hosts are shown as they are read, and a page ends', async () => {
   equal(get(view, 'initialize', native('webview.applicationWindowGroup', 1), 0), '0');
   get(view, 'destroy');
   await until(() => happened(view, 'Destroyed'));
-  native('webview.delete', view);
 });

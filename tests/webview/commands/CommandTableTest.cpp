@@ -37,15 +37,6 @@ class CommandTableTest : public test_support::ChromeFixture {
   const std::shared_ptr<test_support::FakePage> itsPage = pageOf(handle);
 };
 
-TEST_F(CommandTableTest, ACommandOfAWebViewThatIsNoneIsRefused) {
-  for (const auto& [text, number] : {std::pair("abc", "0"), {"4294967297", "4294967297"}}) {
-    EXPECT_EQ(callNative({"webview.title", text}), "");
-    EXPECT_THAT(errors(), ElementsAre(std::string("WebView: ") + number +
-                                      " has not been created yet, so the call to \"title\" will be "
-                                      "ignored."));
-  }
-}
-
 TEST_F(CommandTableTest, RecordsOfAWebViewThatIsNowhereAreTheDefaultOnes) {
   manager.markCreated(88888);
   EXPECT_EQ(callNative({"webview.viewport", "88888"}), R"({"height":0,"width":0,"x":0,"y":0})");
@@ -105,9 +96,6 @@ TEST_F(CommandTableTest, WordsNumbersListsAndHandlesArrive) {
   ASSERT_THAT(itsPage->answers, SizeIs(1));
   EXPECT_EQ(itsPage->answers[0].first, 4294967295u);
   EXPECT_EQ(itsPage->answers[0].second.password, "word");
-  call("openWindowResponse", {"6", "0"});
-  ASSERT_THAT(itsPage->windows, SizeIs(1));
-  EXPECT_EQ(itsPage->windows[0].second, nullptr);
 
   // The window is looked up where the application's windows are.
   WebView::installWindowLookup([](const std::string& id) { return static_cast<int>(id.size()); });

@@ -61,28 +61,20 @@ TEST(EventBodiesTest, TextsAreEscapedAndOtherwiseKeptByteForByte) {
     EXPECT_EQ(bodyOf(event), R"({"isPost":true,"isSend":false,"message":)" + written +
                                  R"(,"type":"InspectorMessage"})");
     OrvWebUserMediaRequestEvent list;
-    list.cameras = {String(text), String("x")};
-    list.origin = String(text);
-    EXPECT_EQ(bodyOf(list), R"({"cameras":[)" + written +
-                                R"(,"x"],"id":0,"isModal":false,"isPost":false,)"
-                                R"("isPreventDefault":false,"isSend":true,"origin":)" +
-                                written + R"(,"type":"UserMediaRequest"})");
+    list.cameras = {String(text)};
+    EXPECT_EQ(memberOf(list, "cameras"), "[" + written + "]");
   }
 }
 
 TEST(EventBodiesTest, CStringsEndAtTheirFirstZeroByteAndMayBeMissing) {
   OrvWebNetworkResourceDataReceivedEvent received;
   received.data = "a\"b\0c";
-  received.length = 5;
-  received.streamId = std::numeric_limits<unsigned int>::max();
-  EXPECT_EQ(bodyOf(received), R"({"data":"a\"b","isModal":false,"isPost":false,)"
-                              R"("isPreventDefault":false,"isSend":true,"length":5,)"
-                              R"("streamId":4294967295,"type":"NetworkResourceDataReceived"})");
+  EXPECT_EQ(memberOf(received, "data"), R"("a\"b")");
   received.data = nullptr;
   EXPECT_EQ(memberOf(received, "data"), R"("")");
 }
 
-TEST(EventBodiesTest, IntegersAreWrittenInFull) {
+TEST(EventBodiesTest, NumbersAreWrittenInFullOrAreNull) {
   OrvWebDownloadProgressEvent progress;
   progress.downloadId = 4294967295u;
   progress.downloadedSize = 4294967296u;
@@ -91,16 +83,8 @@ TEST(EventBodiesTest, IntegersAreWrittenInFull) {
                               R"("isPost":true,"isSend":false,"totalSize":18446744073709551615,)"
                               R"("type":"DownloadProgress"})");
   OrvWebFullScreenVideoStartedEvent video;
-  video.context = "c";
-  video.height = std::numeric_limits<int>::max();
   video.width = std::numeric_limits<int>::min();
-  video.x = -1;
-  EXPECT_EQ(bodyOf(video), R"({"context":"c","height":2147483647,"isPost":true,"isSend":false,)"
-                           R"("screenWindow":"Unsupported type: screen_window_t",)"
-                           R"("type":"FullScreenVideoStarted","width":-2147483648,"x":-1,"y":0})");
-}
-
-TEST(EventBodiesTest, NumbersThatJsonDoesNotHaveAreNull) {
+  EXPECT_EQ(memberOf(video, "width"), "-2147483648");
   OrvWebJavaScriptFunctionResultEvent result;
   for (const double value :
        {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
@@ -115,10 +99,8 @@ TEST(EventBodiesTest, UnknownNumbersAreWrittenAsNoName) {
   EXPECT_EQ(memberOf(result, "resultType"), R"("")");
   OrvWebContextMenuRequestEvent menu;
   using Item = OrvWebContextMenuItem;
-  menu.menuItems = {Item::PasteGreyedOut, Item(-1), Item(-2), Item(0), Item(26), Item(0)};
-  EXPECT_EQ(bodyOf(menu), R"({"isModal":false,"isPost":false,"isPreventDefault":false,)"
-                          R"("isSend":true,"menuItems":["PasteGreyedOut","Invalid","","Select",)"
-                          R"("","Select"],"type":"ContextMenuRequestEvent"})");
+  menu.menuItems = {Item(-1), Item(-2), Item(26)};
+  EXPECT_NE(bodyOf(menu).find(R"("menuItems":["Invalid","",""],)"), std::string::npos);
 }
 
 class ForwardingTest : public ::testing::Test {
