@@ -248,16 +248,18 @@ TypeText argumentText(Records& records) {
   if constexpr (std::is_same_v<T, Switch>) {
     return {"null, or anything else for on", "unknown"};
   } else if constexpr (std::is_same_v<T, Curve>) {
-    return {"`Linear`, `EaseInCurve` or `EaseOutCurve`; checked", "WindowAnimationCurve"};
+    return {"`Linear`, `EaseInCurve` or `EaseOutCurve`", "WindowAnimationCurve", true};
   } else if constexpr (std::is_same_v<T, ProcessGroup>) {
-    return {"text", "string"};
+    return {"text", "string", true};
+  } else if constexpr (std::is_same_v<T, UnlessFalse>) {
+    return {"`false`, or anything else for true", "Flag"};
+  } else if constexpr (std::is_same_v<T, TrueOrFalse>) {
+    return {"`true` or `false`", "Flag"};
   } else {
-    constexpr bool isTruth = std::is_same_v<T, UnlessFalse> || std::is_same_v<T, TrueOrFalse>;
     constexpr bool isNumber =
         std::is_same_v<T, ViewHandle> || std::is_same_v<T, Id> || std::is_same_v<T, NonZeroId>;
-    static_assert(isTruth || isNumber || isLenient<T>, "no words for this type");
-    using Like = std::conditional_t<isTruth, bool,
-                                    std::conditional_t<isNumber, unsigned int, typename T::Passed>>;
+    static_assert(isNumber || isLenient<T>, "no words for this type");
+    using Like = std::conditional_t<isNumber, unsigned int, typename T::Passed>;
     TypeText text = argumentText<Like>(records);
     text.refusable = false;
     return text;
@@ -280,8 +282,10 @@ template <typename T>
 TypeText resultText(Records& records) {
   if constexpr (std::is_void_v<T>) {
     return {"nothing", "''"};
-  } else if constexpr (std::is_same_v<T, bool> || std::is_same_v<T, arguments::Truth>) {
+  } else if constexpr (std::is_same_v<T, bool>) {
     return {"`1` or `0`", "BooleanText"};
+  } else if constexpr (std::is_same_v<T, arguments::Truth>) {
+    return {"`true` or `false`", "TruthText"};
   } else if constexpr (std::is_arithmetic_v<T>) {
     return {std::is_integral_v<T> ? integerWords<T> : "number, six digits at most", "NumberText"};
   } else if constexpr (std::is_same_v<T, String>) {
