@@ -6,14 +6,14 @@
 namespace arguments {
 
 #define FUNCTION(module, name, operation, group, nameInErrors, Row, ...) \
-  table_documentation::row<Signature<Row>::Arguments>,
-#define DOC(effect, names, text) table_documentation::namesIn(names),
-constexpr int documentation[] = {
+  table_documentation::row<Signature<Row>::Arguments>(name),
+#define DOC(effect, names, text) table_documentation::doc(names),
+constexpr table_documentation::Entry documentation[] = {
 #include "registry/NativeFunctions.def"
 };
 #undef DOC
 #undef FUNCTION
-static_assert(table_documentation::isComplete(documentation),
-              "in NativeFunctions.def one DOC follows each row and names all its arguments");
+static_assert(table_documentation::AllBut<
+              table_documentation::firstUndocumented(documentation)>::areDocumented);
 
 }  // namespace arguments

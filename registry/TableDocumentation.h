@@ -8,19 +8,41 @@
 
 namespace table_documentation {
 
-// What stands for a row, by the types of its arguments, and what for a DOC, by its list of names.
+// A row, with its name, or a DOC, without one.
+struct Entry {
+  const char* name;
+  int arguments;
+};
 template <typename Arguments>
-inline constexpr int row = -1 - static_cast<int>(std::tuple_size_v<Arguments>);
-constexpr int namesIn(std::string_view list) {
-  return list.empty() ? 0 : 1 + static_cast<int>(std::count(list.begin(), list.end(), ','));
+constexpr Entry row(const char* name) {
+  return {name, static_cast<int>(std::tuple_size_v<Arguments>)};
+}
+constexpr Entry doc(std::string_view names) {
+  const auto commas = std::count(names.begin(), names.end(), ',');
+  return {nullptr, names.empty() ? 0 : 1 + static_cast<int>(commas)};
 }
 
-// Whether one DOC follows each row and names as many arguments as it has.
-constexpr bool isComplete(std::span<const int> entries) {
+// The name of a row; empty for none.
+struct RowName {
+  char text[64]{};
+};
+// The first row that is not followed by one DOC that names as many arguments as it has.
+constexpr RowName firstUndocumented(std::span<const Entry> entries) {
+  RowName row;
   for (std::size_t i = 0; i < entries.size(); i += 2) {
-    if (i + 1 == entries.size() || entries[i] != -1 - entries[i + 1]) return false;
+    const bool hasDoc = i + 1 < entries.size() && !entries[i + 1].name;
+    if (hasDoc && entries[i + 1].arguments == entries[i].arguments) continue;
+    std::copy_n(entries[i].name, std::string_view(entries[i].name).size(), row.text);
+    break;
   }
-  return true;
+  return row;
 }
+
+// Does not compile with the name of a row, which the error shows.
+template <RowName row>
+struct AllBut {
+  static constexpr bool areDocumented = row.text[0] == '\0';
+  static_assert(areDocumented, "one DOC follows each row and names all its arguments");
+};
 
 }  // namespace table_documentation

@@ -143,16 +143,16 @@ static_assert(numbersAreUnique(), "a message number in Commands.def stands for o
 
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
 #define COMMAND_AS(number, name, operation, ...) \
-  table_documentation::row<CommandTraitsOf<&WebView::operation>::Arguments>,
-#define DOC(effect, names, text) table_documentation::namesIn(names),
-constexpr int documentation[] = {
+  table_documentation::row<CommandTraitsOf<&WebView::operation>::Arguments>(#name),
+#define DOC(effect, names, text) table_documentation::doc(names),
+constexpr table_documentation::Entry documentation[] = {
 #include "registry/Commands.def"
 };
 #undef DOC
 #undef COMMAND_AS
 #undef COMMAND
-static_assert(table_documentation::isComplete(documentation),
-              "in Commands.def one DOC follows each row and names all arguments of the operation");
+static_assert(table_documentation::AllBut<
+              table_documentation::firstUndocumented(documentation)>::areDocumented);
 
 }  // namespace
 
