@@ -7,16 +7,16 @@
 #include "platform/graphics/Screen.h"
 #include "platform/hosts/RegisteredDomain.h"
 #include "platform/os/Settings.h"
+#include "registry/NativeFunctions.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
 #include <climits>
 #include <cmath>
 #include <cstdlib>
+#include <optional>
 #include <string_view>
 
-using navigator::argumentAt;
-using navigator::call;
 using Tessel::Platform::FontInfo;
 using Tessel::Platform::LocaleHandler;
 using Tessel::Platform::NavigatorHandler;
@@ -25,8 +25,6 @@ using Tessel::Platform::Graphics::PixelsPerInch;
 using Tessel::Platform::Graphics::Screen;
 
 namespace {
-
-using Event = OrvWebJavaScriptCallbackEvent;
 
 constexpr const char* deviceVariable = "SOCK_SO_BINDTODEVICE";
 
@@ -38,108 +36,39 @@ int pixelsOf(double points) {
   return static_cast<int>(std::lroundf(static_cast<float>(points / 72.0 * average)));
 }
 
-bool wrongCount(const Event& event, int required, const char* name, int maximum = -1) {
-  return BindingManager::checkArgumentCount(static_cast<int>(event.numArgs()), required, name,
-                                            maximum);
-}
-
-void jsLockRotation(Event* event) {
-  if (wrongCount(*event, 1, "jsLockRotation", 2)) return;
-  if (event->numArgs() == 2) {
-    NavigatorHandler::instance().lockRotation(argumentAt(*event, 1));
-  } else {
-    NavigatorHandler::instance().lockRotation();
+// With what only asks the navigator.
+struct ApplicationFunctions : navigator::Requests {
+  static void lockRotation(const std::optional<String>& orientation) {
+    orientation ? Requests::lockRotation(*orientation) : Requests::lockRotation();
   }
-}
 
-void jsGetenv(Event* event) {
-  if (wrongCount(*event, 2, "jsGetenv")) return;
-  event->setResult(std::getenv(argumentAt(*event, 1)));
-}
+  static const char* getenv(const char* name) { return std::getenv(name); }
+  static int setenv(const char* name, const char* value) { return ::setenv(name, value, 1); }
+  static int unsetenv(const char* name) { return ::unsetenv(name); }
+  static String realpath(const char* path) {
+    char resolved[PATH_MAX];
+    return ::realpath(path, resolved);
+  }
+  static void bindToNetworkDevice(const char* device) {
+    WebViewManager::instance().setEnvInGroups(deviceVariable, device);
+    // For the groups that are launched later.
+    ::setenv(deviceVariable, device, 1);
+  }
 
-void jsSetenv(Event* event) {
-  if (wrongCount(*event, 3, "jsSetenv")) return;
-  event->setResult(
-      String::fromSignedInteger(::setenv(argumentAt(*event, 1), argumentAt(*event, 2), 1)));
-}
-
-void jsUnsetenv(Event* event) {
-  if (wrongCount(*event, 2, "jsUnsetenv")) return;
-  event->setResult(String::fromSignedInteger(::unsetenv(argumentAt(*event, 1))));
-}
-
-void jsSystemFontFamily(Event* event) {
-  event->setResult(FontInfo::instance().fontFamily(String(""), String("")));
-}
-
-void jsSystemFontSize(Event* event) {
-  event->setResult(String::fromSignedInteger(pixelsOf(FontInfo::instance().fontSize())));
-}
-
-void jsSystemRegion(Event* event) {
-  event->setResult(navigator::withHyphen(LocaleHandler::instance().region()));
-}
-
-void jsBindToNetworkDevice(Event* event) {
-  if (wrongCount(*event, 2, "jsBindToNetworkDevice")) return;
-  const char* device = argumentAt(*event, 1);
-  WebViewManager::instance().setEnvInGroups(deviceVariable, device);
-  // For the groups that are launched later.
-  ::setenv(deviceVariable, device, 1);
-}
-
-void jsRealpath(Event* event) {
-  if (wrongCount(*event, 2, "jsRealpath")) return;
-  char resolved[PATH_MAX];
-  event->setResult(::realpath(argumentAt(*event, 1), resolved));
-}
-
-void jsSetKeyboardFocus(Event* event) {
-  if (wrongCount(*event, 2, "jsSetKeyboardFocus")) return;
-  if (setFocus) setFocus(static_cast<int>(navigator::numberAt(*event, 1)));
-}
-
-void jsGetRegisteredDomain(Event* event) {
-  if (wrongCount(*event, 2, "jsGetRegisteredDomain")) return;
-  event->setResult(Tessel::Platform::getRegisteredDomain(argumentAt(*event, 1)));
-}
-
-void jsSandbox(Event* event) {
-  event->setResult(textOf(Tessel::Platform::Settings::instance().pageSandbox()));
-}
-
-struct {
-  const char* name;
-  BindingHandler handler;
-} constexpr functions[] = {
-    {"application.adduri", call<"jsAddURI", &NavigatorHandler::addURI>},
-    {"application.newWallpaper", call<"jsNewWallpaper", &NavigatorHandler::newWallpaper>},
-    {"application.rotate", call<"jsRotate", &NavigatorHandler::rotate>},
-    {"application.lockRotation", jsLockRotation},
-    {"application.unlockRotation", call<"jsUnlockRotation", &NavigatorHandler::unlockRotation>},
-    {"application.minimizeWindow", call<"jsMinimizeWindow", &NavigatorHandler::minimizeWindow>},
-    {"application.requestExit", call<"", &NavigatorHandler::closeWindow>},
-    {"application.getenv", jsGetenv},
-    {"application.notifyRotateComplete", call<"", &NavigatorHandler::notifyRotateComplete>},
-    {"application.setenv", jsSetenv},
-    {"application.unsetenv", jsUnsetenv},
-    {"application.setKeyboardTracking",
-     call<"jsSetKeyboardTracking", &NavigatorHandler::setKeyboardTracking>},
-    {"application.setSwipeStart", call<"jsSetSwipeStart", &NavigatorHandler::setSwipeStart>},
-    {"application.systemFontFamily", jsSystemFontFamily},
-    {"application.systemFontSize", jsSystemFontSize},
-    {"application.systemRegion", jsSystemRegion},
-    {"application.bindToNetworkDevice", jsBindToNetworkDevice},
-    {"application.isDeviceLocked", call<"", &NavigatorHandler::isDeviceLocked>},
-    {"application.updateCover", call<"jsUpdateCover", &NavigatorHandler::updateCover>},
-    {"application.setPooled", call<"", &NavigatorHandler::setPooled>},
-    {"application.extendTerminate", call<"", &NavigatorHandler::extendTerminate>},
-    {"application.coverSize", call<"", &NavigatorHandler::coverSize>},
-    {"application.isForeground", call<"", &NavigatorHandler::isForeground>},
-    {"application.realpath", jsRealpath},
-    {"application.setKeyboardFocus", jsSetKeyboardFocus},
-    {"application.getRegisteredDomain", jsGetRegisteredDomain},
-    {"application.sandbox", jsSandbox},
+  static String systemFontFamily() {
+    return FontInfo::instance().fontFamily(String(""), String(""));
+  }
+  static int systemFontSize() { return pixelsOf(FontInfo::instance().fontSize()); }
+  static String systemRegion() { return navigator::withHyphen(LocaleHandler::instance().region()); }
+  static void setKeyboardFocus(int value) {
+    if (setFocus) setFocus(value);
+  }
+  static String getRegisteredDomain(const String& host) {
+    return Tessel::Platform::getRegisteredDomain(host);
+  }
+  static const char* sandbox() {
+    return textOf(Tessel::Platform::Settings::instance().pageSandbox());
+  }
 };
 
 template <typename... Values>
@@ -155,9 +84,8 @@ ApplicationBinding::ApplicationBinding(WebView* root, SetKeyboardFocus setKeyboa
   NavigatorHandler::instance().addListener(this);
   LocaleHandler::instance().addListener(this);
   FontInfo::instance().addListener(this);
-  for (const auto& [name, handler] : functions) {
-    BindingManager::instance().registerBinding(name, handler);
-  }
+  arguments::registerFunctions<"ApplicationFunctions", ApplicationFunctions>(
+      BindingManager::instance());
 }
 
 ApplicationBinding::~ApplicationBinding() {

@@ -3,18 +3,7 @@
 
 #include "webview/WebView.h"
 
-#include <cstdlib>
-
 namespace navigator {
-
-const char* argumentAt(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
-  const char* text = index < event.numArgs() ? event.args()[index] : nullptr;
-  return text ? text : "";
-}
-
-unsigned long numberAt(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
-  return std::strtoul(argumentAt(event, index), nullptr, 10);
-}
 
 void tellChrome(const Tessel::Platform::GuardedPointer<WebView>& chrome, const char* space,
                 const char* event, const std::vector<JavaScriptVariant>& arguments, bool waits) {

@@ -3,14 +3,13 @@
 
 #include "bindings/PPSJson.h"
 #include "platform/loop/MessageClient.h"
-#include "registry/BindingManager.h"
+#include "registry/NativeFunctions.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
 #include <array>
 #include <bit>
 #include <cstdint>
-#include <cstdlib>
 #include <utility>
 #include <vector>
 
@@ -48,19 +47,6 @@ EventForm formOf(int type) {
   return type >= 0 && index < eventForms.size() ? eventForms[index] : EventForm{"UNKNOWN"};
 }
 
-const char* argument(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
-  const char* text = event.args()[index];
-  return text ? text : "";
-}
-
-int number(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
-  return static_cast<int>(std::strtoul(argument(event, index), nullptr, 10));
-}
-
-bool wrongCount(const OrvWebJavaScriptCallbackEvent& event, int required, const char* name) {
-  return BindingManager::checkArgumentCount(static_cast<int>(event.numArgs()), required, name);
-}
-
 // An object has one pointer for whoever hears of its events; an id is all that there is to say.
 void* contextOf(int id) {
   return std::bit_cast<void*>(static_cast<std::intptr_t>(id));
@@ -74,11 +60,6 @@ const std::vector<String>& eventFunction() {
   return *path;
 }
 
-template <auto operation>
-void handle(OrvWebJavaScriptCallbackEvent* event) {
-  (PPSBinding::instance().*operation)(*event);
-}
-
 }  // namespace
 
 PPSBinding& PPSBinding::instance() {
@@ -87,10 +68,7 @@ PPSBinding& PPSBinding::instance() {
 }
 
 PPSBinding::PPSBinding() : chrome_(WebViewManager::instance().rootWebView()) {
-  BindingManager& bindings = BindingManager::instance();
-  bindings.registerBinding("pps.open", handle<&PPSBinding::open>);
-  bindings.registerBinding("pps.write", handle<&PPSBinding::write>);
-  bindings.registerBinding("pps.close", handle<&PPSBinding::close>);
+  arguments::registerFunctions<"PPSBinding", PPSBinding>(BindingManager::instance());
 }
 
 bool PPSBinding::isTaken(int id) {
@@ -104,13 +82,12 @@ PPSBinding::Object PPSBinding::find(int id) {
   return found == objects_.end() ? nullptr : found->second;
 }
 
-void PPSBinding::open(OrvWebJavaScriptCallbackEvent& event) {
-  if (wrongCount(event, 6, "jsOpen")) return;
-  event.setResult(R"({"result":false})");
-  const int id = number(event, 1);
-  if (isTaken(id)) return;
-  const auto object = std::make_shared<PPSObject>(argument(event, 2),
-                                                  static_cast<PPSObject::PPSMode>(number(event, 3)),
+String PPSBinding::open(unsigned int number, const String& path, int mode, int flags,
+                        int permissions) {
+  constexpr const char* failed = R"({"result":false})";
+  const int id = static_cast<int>(number);
+  if (isTaken(id)) return failed;
+  const auto object = std::make_shared<PPSObject>(path, static_cast<PPSObject::PPSMode>(mode),
                                                   Tessel::Platform::webKitThreadMessageClient());
   object->setEventFunc(
       [](void* context, const PPSEvent& it) { instance().deliver(idOf(context), it); },
@@ -119,29 +96,27 @@ void PPSBinding::open(OrvWebJavaScriptCallbackEvent& event) {
   {
     // The first events may come at once, and must find it.
     const std::lock_guard lock(mutex_);
-    if (!object->open(number(event, 4), number(event, 5), &value, true)) return;
+    if (!object->open(flags, permissions, &value, true)) return failed;
     objects_.emplace(id, object);
   }
-  event.setResult(concat(R"({"result":true,"data":)", ppsValueToJson(value), "}"));
+  return concat(R"({"result":true,"data":)", ppsValueToJson(value), "}");
 }
 
-void PPSBinding::write(OrvWebJavaScriptCallbackEvent& event) {
-  if (wrongCount(event, 3, "jsWrite")) return;
-  const int id = number(event, 1);
+const char* PPSBinding::write(unsigned int number, const String& attributes) {
+  const int id = static_cast<int>(number);
   const Object object = find(id);
   bool succeeded = object != nullptr;
   if (object) {
     String problem;
-    const auto lines = ppsLinesFromJson(argument(event, 2), problem);
+    const auto lines = ppsLinesFromJson(attributes, problem);
     if (!lines) deliver(id, {PPSEvent::WriteFailed, problem, {}});
     succeeded = lines && (lines->isEmpty() || object->write(*lines));
   }
-  event.setResult(succeeded ? "true" : "false");
+  return succeeded ? "true" : "false";
 }
 
-void PPSBinding::close(OrvWebJavaScriptCallbackEvent& event) {
-  if (wrongCount(event, 2, "jsClose")) return;
-  if (const Object object = find(number(event, 1))) object->close();
+void PPSBinding::close(unsigned int number) {
+  if (const Object object = find(static_cast<int>(number))) object->close();
 }
 
 void PPSBinding::deliver(int id, const PPSEvent& event) {

@@ -11,18 +11,21 @@
 #include <memory>
 #include <mutex>
 
-class OrvWebJavaScriptCallbackEvent;
 class WebView;
 
 class PPSBinding {
  public:
+  using String = Tessel::Platform::String;
+
   // Created on first use, by the UI thread, never destroyed; registers the functions. The chrome of
   // that moment is the one that is told of events.
   static PPSBinding& instance();
 
-  void open(OrvWebJavaScriptCallbackEvent& event);
-  void write(OrvWebJavaScriptCallbackEvent& event);
-  void close(OrvWebJavaScriptCallbackEvent& event);
+  // {"result":true,"data":{...}}, or {"result":false}.
+  String open(unsigned int number, const String& path, int mode, int flags, int permissions);
+  // "true" or "false".
+  const char* write(unsigned int number, const String& attributes);
+  void close(unsigned int number);
 
   // Calls chrome.internal.pps.onEvent(id, name, text) for an object that is open. When the event is
   // its last one, the object goes, the call is waited for, and only then the id is free. Any

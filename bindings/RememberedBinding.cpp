@@ -3,26 +3,22 @@
 
 #include "engine/OrvWebEvents.h"
 #include "engine/autofill/PasswordStore.h"
-#include "registry/Arguments.h"
+#include "registry/NativeFunctions.h"
+
+using Tessel::Platform::String;
 
 namespace {
 
-using Event = OrvWebJavaScriptCallbackEvent;
-
-void jsLogins(Event* event) {
-  event->setResult(jsonOf(FilePasswordStore(autofillFolder()).list()));
-}
-
-void jsForgetLogin(Event* event) {
-  if (arguments::wrongCount(*event, 3, "jsForgetLogin")) return;
-  FilePasswordStore(autofillFolder())
-      .forget(arguments::textAt(*event, 1), arguments::textAt(*event, 2));
-}
+struct RememberedFunctions {
+  static String logins() { return jsonOf(FilePasswordStore(autofillFolder()).list()); }
+  static void forgetLogin(const String& place, const String& username) {
+    FilePasswordStore(autofillFolder()).forget(place, username);
+  }
+};
 
 }  // namespace
 
 void registerRememberedFunctions() {
-  BindingManager& manager = BindingManager::instance();
-  manager.registerBinding("remembered.logins", jsLogins);
-  manager.registerBinding("remembered.forgetLogin", jsForgetLogin);
+  arguments::registerFunctions<"RememberedFunctions", RememberedFunctions>(
+      BindingManager::instance());
 }

@@ -4,7 +4,7 @@
 #include "bindings/WindowAnimations.h"
 #include "platform/graphics/Screen.h"
 #include "platform/loop/MessageClient.h"
-#include "registry/Arguments.h"
+#include "registry/NativeFunctions.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
@@ -16,14 +16,12 @@ using Tessel::Platform::ExecutableMessage;
 using Tessel::Platform::IntPoint;
 using Tessel::Platform::Message;
 using Tessel::Platform::MessageClient;
-using Tessel::Platform::String;
 using Tessel::Platform::userInterfaceThreadMessageClient;
 using Tessel::Platform::Graphics::RawMouseEvent;
 using Tessel::Platform::Graphics::RawTouchEvent;
 using Tessel::Platform::Graphics::ScreenContext;
 using Tessel::Platform::Graphics::ScreenEventType;
 using Tessel::Platform::Graphics::TouchPoint;
-using Callback = OrvWebJavaScriptCallbackEvent;
 
 namespace {
 
@@ -157,99 +155,73 @@ void WindowTouchTrackingManager::sendRelease() {
 
 namespace {
 
-WindowTouchTrackingGroup* groupAt(const Callback& event, unsigned int index) {
-  return WindowTouchTrackingManager::instance().group(arguments::unsignedAt(event, index));
-}
-
-void createGroup(Callback* event) {
-  WindowTouchTrackingGroup& group = WindowTouchTrackingManager::instance().createGroup();
-  for (unsigned int at = 1; at < event->numArgs(); ++at) {
-    const unsigned long handle = arguments::unsignedAt(*event, at);
-    if (handle != 0) group.add(WindowAnimations::windowOf(handle));
-  }
-  event->setResult(String::fromUnsignedInteger(group.id()));
-}
-
-void destroyGroup(Callback* event) {
-  if (arguments::wrongCount(*event, 2, "jsDestroyWindowTouchTrackingGroup")) return;
-  WindowTouchTrackingManager::instance().destroyGroup(arguments::unsignedAt(*event, 1));
-}
-
-using Axis = TrackedAxis WindowTouchTrackingGroup::*;
+using Group = WindowTouchTrackingGroup;
 using Mode = bool TrackedAxis::*;
 
-// One of the ways in which a group follows.
-struct Tracking {
-  const char* function;
-  Axis axis;
-  Mode mode;
-  bool alpha;  // base and range stand between the limits and the start
-};
-constexpr Tracking trackX{"jsSetWindowGroupTrackX", &WindowTouchTrackingGroup::x,
-                          &TrackedAxis::moves, false};
-constexpr Tracking trackY{"jsSetWindowGroupTrackY", &WindowTouchTrackingGroup::y,
-                          &TrackedAxis::moves, false};
-constexpr Tracking trackXToAlpha{"jsSetWindowGroupTrackXToAlpha", &WindowTouchTrackingGroup::x,
-                                 &TrackedAxis::fades, true};
-constexpr Tracking trackYToAlpha{"jsSetWindowGroupTrackYToAlpha", &WindowTouchTrackingGroup::y,
-                                 &TrackedAxis::fades, true};
+Group* groupOf(unsigned long id) {
+  return WindowTouchTrackingManager::instance().group(id);
+}
 
-// group, enable, minimum, maximum, [base, range,] start
-template <const Tracking& tracking>
-void setTracking(Callback* event) {
-  if (arguments::wrongCount(*event, tracking.alpha ? 8 : 6, tracking.function)) return;
-  WindowTouchTrackingGroup* group = groupAt(*event, 1);
-  if (!group) return;
-  TrackedAxis& axis = group->*tracking.axis;
-  axis.*tracking.mode = !arguments::isNullAt(*event, 2);
-  if (!(axis.*tracking.mode)) return;
-  group->captureInitialPositions();
-  axis.minimum = arguments::numberAt(*event, 3);
-  axis.maximum = arguments::numberAt(*event, 4);
-  if (tracking.alpha) {
-    group->setAlpha(arguments::numberAt(*event, 5), arguments::numberAt(*event, 6));
+// What can be done along one axis.
+template <TrackedAxis Group::*axis>
+struct Along {
+  static void move(unsigned long id, bool on, int minimum, int maximum, int start) {
+    track(groupOf(id), &TrackedAxis::moves, on, minimum, maximum, start);
   }
-  axis.start = arguments::numberAt(*event, tracking.alpha ? 7 : 5);
-}
+  static void fade(unsigned long id, bool on, int minimum, int maximum, int base, int range,
+                   int start) {
+    Group* group = groupOf(id);
+    track(group, &TrackedAxis::fades, on, minimum, maximum, start);
+    if (group && on) group->setAlpha(base, range);
+  }
+  static std::optional<int> currentDelta(unsigned long id) {
+    const Group* group = groupOf(id);
+    return group ? std::optional((group->*axis).currentDelta) : std::nullopt;
+  }
 
-constexpr const char* deltaX = "jsGetWindowTouchTrackingGroupCurrentDeltaX";
-constexpr const char* deltaY = "jsGetWindowTouchTrackingGroupCurrentDeltaY";
+ private:
+  static void track(Group* group, Mode mode, bool on, int minimum, int maximum, int start) {
+    if (!group) return;
+    TrackedAxis& tracked = group->*axis;
+    tracked.*mode = on;
+    if (!on) return;
+    group->captureInitialPositions();
+    tracked.minimum = minimum;
+    tracked.maximum = maximum;
+    tracked.start = start;
+  }
+};
 
-template <const char* const& function, Axis axis>
-void currentDelta(Callback* event) {
-  if (arguments::wrongCount(*event, 2, function)) return;
-  const WindowTouchTrackingGroup* group = groupAt(*event, 1);
-  if (group) event->setResult(String::fromSignedInteger((group->*axis).currentDelta));
-}
+struct TouchTrackingFunctions {
+  using X = Along<&Group::x>;
+  using Y = Along<&Group::y>;
+
+  static unsigned int createGroup(arguments::Groups<0, arguments::Id> windows) {
+    Group& group = WindowTouchTrackingManager::instance().createGroup();
+    for (std::size_t i = 0; i < windows.count(); ++i) {
+      const auto [window] = windows[i];
+      if (window != 0) group.add(WindowAnimations::windowOf(window));
+    }
+    return group.id();
+  }
+  static void destroyGroup(unsigned long id) {
+    WindowTouchTrackingManager::instance().destroyGroup(id);
+  }
+};
 
 // The groups are the user-interface thread's.
 template <BindingHandler handler>
-void onUserInterfaceThread(Callback* event) {
+void onUserInterfaceThread(OrvWebJavaScriptCallbackEvent* event) {
   MessageClient* client = userInterfaceThreadMessageClient();
   if (!client || client->isCurrentThread()) return handler(event);
   client->dispatchSyncMessage(executableMessage([event] { handler(event); }));
 }
 
-constexpr struct {
-  const char* name;
-  BindingHandler handler;
-} functions[] = {
-    {"windowTouchTracking.createWindowTouchTrackingGroup", onUserInterfaceThread<createGroup>},
-    {"windowTouchTracking.destroyWindowTouchTrackingGroup", onUserInterfaceThread<destroyGroup>},
-    {"windowTouchTracking.setWindowGroupTrackX", onUserInterfaceThread<setTracking<trackX>>},
-    {"windowTouchTracking.setWindowGroupTrackY", onUserInterfaceThread<setTracking<trackY>>},
-    {"windowTouchTracking.setWindowGroupTrackXToAlpha",
-     onUserInterfaceThread<setTracking<trackXToAlpha>>},
-    {"windowTouchTracking.setWindowGroupTrackYToAlpha",
-     onUserInterfaceThread<setTracking<trackYToAlpha>>},
-    {"windowTouchTracking.jsGetWindowTouchTrackingGroupCurrentDeltaX",
-     onUserInterfaceThread<currentDelta<deltaX, &WindowTouchTrackingGroup::x>>},
-    {"windowTouchTracking.jsGetWindowTouchTrackingGroupCurrentDeltaY",
-     onUserInterfaceThread<currentDelta<deltaY, &WindowTouchTrackingGroup::y>>},
-};
-
 }  // namespace
 
 void registerTouchTracking(BindingManager& bindings) {
-  for (const auto& [name, handler] : functions) bindings.registerBinding(name, handler);
+  arguments::forEachFunction<"TouchTrackingFunctions", TouchTrackingFunctions>(
+      [&]<BindingHandler handler>(const char* name) {
+        bindings.registerBinding(name, onUserInterfaceThread<handler>);
+      });
 }

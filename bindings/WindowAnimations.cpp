@@ -5,14 +5,13 @@
 
 #include "bindings/TouchTracking.h"
 #include "platform/graphics/WindowAnimation.h"
-#include "registry/Arguments.h"
+#include "registry/NativeFunctions.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
 #include <algorithm>
 #include <array>
 #include <limits>
-#include <optional>
 #include <string_view>
 
 using Tessel::Platform::deleteGuardedObject;
@@ -27,7 +26,6 @@ using Tessel::Platform::Graphics::Window;
 using Tessel::Platform::Graphics::WindowAnimation;
 using Tessel::Platform::Graphics::WindowAnimationGroup;
 using Tessel::Platform::Graphics::WindowChange;
-using Callback = OrvWebJavaScriptCallbackEvent;
 
 namespace {
 
@@ -87,111 +85,93 @@ struct Pending {
 Pending<WindowAnimationHandle> pendingAnimation;
 Pending<WindowAnimationGroupHandle> pendingGroup;
 
-constexpr std::array<std::string_view, 3> curveNames{"Linear", "EaseInCurve", "EaseOutCurve"};
-
-// Curve and duration, which are neighbours everywhere. Nothing, and an error, for an unknown curve.
-std::optional<AnimationTiming> timingAt(const Callback& event, unsigned int index,
-                                        const char* function) {
-  const char* name = arguments::textAt(event, index);
-  const auto* const found = std::find(curveNames.begin(), curveNames.end(), name);
-  if (found == curveNames.end()) {
-    BindingManager::reportArgumentError(static_cast<int>(index), name, function);
-    return std::nullopt;
-  }
-  const double milliseconds = std::strtod(arguments::textAt(event, index + 1), nullptr);
-  return AnimationTiming{static_cast<AnimationCurve>(found - curveNames.begin()),
-                         AnimationTiming::Duration(milliseconds)};
+AnimationTiming timing(AnimationCurve curve, double milliseconds) {
+  return {curve, AnimationTiming::Duration(milliseconds)};
 }
 
-WindowChange locationAt(const Callback& event, unsigned int index) {
-  return LocationChange{arguments::pointAt(event, index), arguments::pointAt(event, index + 2)};
+LocationChange location(int fromX, int fromY, int toX, int toY) {
+  return {{fromX, fromY}, {toX, toY}};
 }
 
-WindowChange globalAlphaAt(const Callback& event, unsigned int index) {
-  return GlobalAlphaChange{arguments::numberAt(event, index),
-                           arguments::numberAt(event, index + 1)};
+GlobalAlphaChange alpha(int from, int to) {
+  return {from, to};
 }
 
-// What the two kinds of animations differ in.
-struct Kind {
-  const char* function;
-  const char* multipleFunction;
-  unsigned int numbers;  // that say from where to where
-  WindowChange (*changeAt)(const Callback& event, unsigned int index);
-};
-constexpr Kind location{"jsAnimateWindowLocation", "jsAnimateWindowLocationMultiple", 4,
-                        locationAt};
-constexpr Kind globalAlpha{"jsAnimateGlobalAlpha", "jsAnimateGlobalAlphaMultiple", 2,
-                           globalAlphaAt};
-
-// window, curve, duration, from, to
-template <const Kind& kind>
-void animate(Callback* event) {
-  if (arguments::wrongCount(*event, static_cast<int>(4 + kind.numbers), kind.function)) return;
-  const unsigned long window = arguments::unsignedAt(*event, 1);
-  if (window == 0) return;
-  const auto timing = timingAt(*event, 2, kind.function);
-  if (!timing) return;
+unsigned int animate(unsigned long window, const AnimationTiming& timing,
+                     const WindowChange& change) {
   const unsigned int id = nextAnimationId++;
-  pendingAnimation.prepare(new WindowAnimationHandle(id, WindowAnimations::windowOf(window),
-                                                     kind.changeAt(*event, 4), *timing));
-  event->setResult(String::fromUnsignedInteger(id));
+  pendingAnimation.prepare(
+      new WindowAnimationHandle(id, WindowAnimations::windowOf(window), change, timing));
+  return id;
 }
 
-// curve, duration, then any number of window, from, to
-template <const Kind& kind>
-void animateMultiple(Callback* event) {
-  constexpr unsigned int first = 3;
-  constexpr unsigned int size = 1 + kind.numbers;
-  if (arguments::wrongGroups(*event, first, size, 1, kind.multipleFunction)) return;
-  const auto timing = timingAt(*event, 1, kind.multipleFunction);
-  if (!timing) return;
-  auto* group = new WindowAnimationGroupHandle(*timing);
+// Of several windows, each with the numbers that its change is made of.
+template <typename Windows, typename Change>
+unsigned int animateAll(const AnimationTiming& timing, const Windows& windows,
+                        const Change& change) {
+  auto* group = new WindowAnimationGroupHandle(timing);
   unsigned int last = 0;
-  for (unsigned int at = first; at < event->numArgs(); at += size) {
-    const unsigned long window = arguments::unsignedAt(*event, at);
-    if (window == 0) continue;
-    last = nextAnimationId++;
-    group->add(last, WindowAnimations::windowOf(window), kind.changeAt(*event, at + 1));
+  for (std::size_t i = 0; i < windows.count(); ++i) {
+    std::apply(
+        [&](unsigned long window, const auto&... numbers) {
+          if (window == 0) return;
+          last = nextAnimationId++;
+          group->add(last, WindowAnimations::windowOf(window), change(numbers...));
+        },
+        windows[i]);
   }
   pendingGroup.prepare(group);
-  event->setResult(String::fromUnsignedInteger(last));
+  return last;
 }
 
-void startAnimation(Callback*) {
-  pendingAnimation.start();
-  pendingGroup.start();
-}
+struct AnimationFunctions {
+  using Number = arguments::Lenient<int>;
+  using Windows = arguments::Groups<1, arguments::Id, Number, Number>;
+  using PlacedWindows = arguments::Groups<1, arguments::Id, Number, Number, Number, Number>;
+  using Rectangles = arguments::Groups<0, Number, Number, Number, Number>;
 
-// window, then any number of x, y, width, height
-void jsSetDiscardRects(Callback* event) {
-  constexpr unsigned int first = 2;
-  constexpr unsigned int size = 4;
-  if (arguments::wrongGroups(*event, first, size, 0, "jsSetDiscardRects")) return;
-  Window* window = WindowAnimations::windowOf(arguments::unsignedAt(*event, 1));
-  if (!window) return;
-  std::vector<IntRect> rects;
-  for (unsigned int at = first; at < event->numArgs(); at += size) {
-    const auto corner = arguments::pointAt(*event, at);
-    const auto extent = arguments::pointAt(*event, at + 2);
-    rects.push_back({corner.x, corner.y, extent.x, extent.y});
+  static unsigned int animateLocation(unsigned long window, AnimationCurve curve, double duration,
+                                      int fromX, int fromY, int toX, int toY) {
+    return animate(window, timing(curve, duration), location(fromX, fromY, toX, toY));
   }
-  window->setDiscardRects(std::move(rects));
-}
-
-constexpr struct {
-  const char* name;
-  BindingHandler handler;
-} functions[] = {
-    {"windowAnimations.animateWindowLocation", animate<location>},
-    {"windowAnimations.animateGlobalAlpha", animate<globalAlpha>},
-    {"windowAnimations.animateWindowLocationMultiple", animateMultiple<location>},
-    {"windowAnimations.animateGlobalAlphaMultiple", animateMultiple<globalAlpha>},
-    {"windowAnimations.startAnimation", startAnimation},
-    {"window.setDiscardRects", jsSetDiscardRects},
+  static unsigned int animateAlpha(unsigned long window, AnimationCurve curve, double duration,
+                                   int from, int to) {
+    return animate(window, timing(curve, duration), alpha(from, to));
+  }
+  static unsigned int animateLocations(AnimationCurve curve, double duration,
+                                       PlacedWindows windows) {
+    return animateAll(timing(curve, duration), windows, location);
+  }
+  static unsigned int animateAlphas(AnimationCurve curve, double duration, Windows windows) {
+    return animateAll(timing(curve, duration), windows, alpha);
+  }
+  static void start() {
+    pendingAnimation.start();
+    pendingGroup.start();
+  }
+  static void setDiscardRects(unsigned long handle, Rectangles rectangles) {
+    Window* window = WindowAnimations::windowOf(handle);
+    if (!window) return;
+    std::vector<IntRect> rects;
+    for (std::size_t i = 0; i < rectangles.count(); ++i) {
+      const auto [x, y, width, height] = rectangles[i];
+      rects.push_back({x, y, width, height});
+    }
+    window->setDiscardRects(std::move(rects));
+  }
 };
 
 }  // namespace
+
+template <>
+struct arguments::Value<arguments::Curve> {
+  static bool parse(Text text, AnimationCurve& value) {
+    constexpr std::array<std::string_view, 3> names{"Linear", "EaseInCurve", "EaseOutCurve"};
+    const auto* const found = std::find(names.begin(), names.end(), text);
+    value = static_cast<AnimationCurve>(found - names.begin());
+    return found != names.end();
+  }
+};
 
 WindowAnimations& WindowAnimations::instance() {
   static auto* animations = new WindowAnimations;
@@ -199,10 +179,9 @@ WindowAnimations& WindowAnimations::instance() {
 }
 
 WindowAnimations::WindowAnimations() {
-  for (const auto& [name, handler] : functions) {
-    BindingManager::instance().registerBinding(name, handler);
-  }
-  registerTouchTracking(BindingManager::instance());
+  BindingManager& bindings = BindingManager::instance();
+  arguments::registerFunctions<"AnimationFunctions", AnimationFunctions>(bindings);
+  registerTouchTracking(bindings);
 }
 
 void WindowAnimations::post(const String& name, const std::vector<JavaScriptVariant>& arguments) {

@@ -10,7 +10,7 @@ export type JsonText<T> = string & { readonly [json]: T };
 export type NumberText = `${number}`;
 /** A truth value that a function returns; '1' and '0' are no truth values of arguments. */
 export type BooleanText = '1' | '0';
-/** A truth value that an event brings. */
+/** A truth value that an event brings, and some functions return. */
 export type TruthText = 'true' | 'false';
 
 export type Numeric = number | bigint | NumberText;
@@ -974,11 +974,11 @@ export interface NativeFunctions {
   /** Real, inspector. The same as webInspector.setEnabledForWebView; the first argument does not count. */
   'webview.setAllowWebInspection'(any: string, view: Numeric, allowed: Flag): '';
   /** Real, inspector. Whether the web inspector's server is running. */
-  'webInspector.enabled'(): BooleanText;
+  'webInspector.enabled'(): TruthText;
   /** Real, inspector. Starts the web inspector's server, at which a browser of this machine finds the pages, or stops it; only false stops it. Inspectors that are connected stay. */
   'webInspector.setEnabled'(enabled: Flag): '';
   /** Real, inspector. Whether a web view may be inspected. All may when they are made. */
-  'webInspector.enabledForWebView'(view: Numeric): BooleanText;
+  'webInspector.enabledForWebView'(view: Numeric): TruthText;
   /** Real, inspector. Allows a web view to be inspected, or not; only false takes it away and closes its inspector. A handle that names none is ignored. */
   'webInspector.setEnabledForWebView'(view: Numeric, enabled: Flag): '';
   /** Real, inspector. The port of the web inspector's server, at 127.0.0.1; 0 before it was first started. */

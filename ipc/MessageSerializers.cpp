@@ -43,13 +43,12 @@ constexpr std::array processMessages{
     of<CookieChangesMessage>(),
 };
 
-// Commands share the serialisers of their layouts. In the order of their numbers; a command
-// without a message has a number in the protocol all the same.
+// Commands share the serialisers of their layouts. In the order of their numbers; a command that
+// does not cross has a number in the protocol all the same.
 constexpr auto commandMessages = [] {
-  constexpr int unusedNumber = 2082;
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
-#define COMMAND_AS(number, name, operation, ...)        \
-  Installation{(number) != 0 ? (number) : unusedNumber, \
+#define COMMAND_AS(number, name, operation, ...)    \
+  Installation{(number) > 0 ? (number) : -(number), \
                made<RecordSerializer<commands::CommandTraitsOf<&WebView::operation>::Record>>},
   constexpr Installation byName[] = {
 #include "registry/Commands.def"

@@ -1,60 +1,307 @@
-// How handlers read the arguments of a native call, which are texts. UI thread.
+// How the arguments of native functions, which are texts, are read, and how results are written.
+// One specialisation per type serves every function. UI thread.
 //
-// A number is read in base 10 as far as the text is one, and 0 where it does not start with one;
-// signed numbers come as their complement.
+// A function names a value's own type (int, String) where texts that are none of it are refused,
+// and one of the types below where it takes every text for something.
 #pragma once
 
-#include "platform/base/Geometry.h"
-#include "registry/BindingManager.h"
+#include "platform/base/String.h"
 
+#include <locale.h>
+
+#include <cerrno>
+#include <concepts>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
+#include <optional>
+#include <span>
+#include <tuple>
+
+namespace Tessel::Platform::Graphics {
+enum class AnimationCurve : int;
+}
 
 namespace arguments {
 
-// Never null. The argument must be there.
-inline const char* textAt(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
-  const char* text = event.args()[index];
-  return text ? text : "";
+using Tessel::Platform::String;
+
+// The text as it came, which the caller owns; null as the empty one.
+using Text = const char*;
+// A number is read as far as the text is one, and 0 where it does not start with one. Integers are
+// in base 10; signed ones come as their complement, and too large ones lose their upper bits.
+template <typename T>
+struct Lenient {
+  using Passed = T;
+};
+// True for every text but "false".
+struct UnlessFalse {
+  using Passed = bool;
+};
+// Nothing for every other text than "true" and "false".
+struct TrueOrFalse {
+  using Passed = std::optional<bool>;
+};
+// Off with null, on with every text.
+struct Switch {
+  using Passed = bool;
+};
+// The handle of a web view; 0, which names none, for what is no handle.
+struct ViewHandle {
+  using Passed = unsigned int;
+};
+// The number of a window or of a group of windows. One that is too large names none.
+struct Id {
+  using Passed = unsigned long;
+};
+// The same; with 0 the call does nothing, and nothing else of it is looked at.
+struct NonZeroId {
+  using Passed = unsigned long;
+};
+// InProcess, OutProcess or the number of a child process, as WebViewManager has them; checked.
+struct ProcessGroup {
+  using Passed = int;
+};
+// How a window moves; checked. Errors count the arguments of such functions from 1.
+struct Curve {
+  using Passed = Tessel::Platform::Graphics::AnimationCurve;
+  static constexpr int firstPosition = 1;
+};
+// A result: "true" or "false", where bool is "1" or "0".
+struct Truth {
+  using Passed = bool;
+};
+
+// What an operation is given for an argument of that type. A std::optional is an argument that may
+// be left out and has no text that stands for it then.
+template <typename T>
+struct PassedType {
+  using Type = T;
+};
+template <typename T>
+requires requires {
+  typename T::Passed;
+}
+struct PassedType<T> {
+  using Type = typename T::Passed;
+};
+template <typename T>
+struct PassedType<std::optional<T>> {
+  using Type = std::optional<typename PassedType<T>::Type>;
+};
+template <typename T>
+using Passed = typename PassedType<T>::Type;
+
+template <typename T>
+inline constexpr bool isOptional = false;
+template <typename T>
+inline constexpr bool isOptional<std::optional<T>> = true;
+
+// parse() is false when the text is not accepted; text() is what the chrome reads.
+template <typename T>
+struct Value;
+
+// All further arguments: any number of groups of the same types, at least so many. The types must
+// be lenient ones. The texts are the caller's.
+template <int least, typename... Types>
+class Groups {
+ public:
+  static constexpr int size = sizeof...(Types);
+  static constexpr int leastGroups = least;
+
+  Groups() = default;
+  explicit Groups(std::span<const Text> texts) : texts_(texts) {}
+
+  std::size_t count() const { return texts_.size() / size; }
+  std::tuple<Passed<Types>...> operator[](std::size_t index) const {
+    std::tuple<Passed<Types>...> group{};
+    std::size_t at = index * size;
+    std::apply([&](auto&... values) { (read<Types>(texts_[at++], values), ...); }, group);
+    return group;
+  }
+
+ private:
+  template <typename T>
+  static void read(Text text, Passed<T>& value) {
+    Value<T>::parse(text ? text : "", value);
+  }
+
+  std::span<const Text> texts_;
+};
+
+template <typename T>
+inline constexpr bool isGroups = false;
+template <int least, typename... Types>
+inline constexpr bool isGroups<Groups<least, Types...>> = true;
+
+inline unsigned long lenientNumber(Text text) {
+  return std::strtoul(text, nullptr, 10);
 }
 
-// Null and undefined, which are not the empty text.
-inline bool isNullAt(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
-  return !event.args()[index];
+// The point is a point, whatever the language of the user: the toolkit sets the locale.
+inline double decimalNumber(Text text) {
+  static const locale_t plain = ::newlocale(LC_ALL_MASK, "C", nullptr);
+  return ::strtod_l(text, nullptr, plain);
 }
 
-inline unsigned long unsignedAt(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
-  return std::strtoul(textAt(event, index), nullptr, 10);
+inline bool conversionFailed() {
+  return errno == ERANGE || errno == EINVAL;
 }
 
-// A web view's handle; 0, which names none, for what is no handle.
-inline unsigned int handleAt(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
-  const unsigned long number = unsignedAt(event, index);
-  return number <= std::numeric_limits<unsigned int>::max() ? static_cast<unsigned int>(number) : 0;
-}
+template <>
+struct Value<bool> {
+  // Every text is one or the other.
+  static bool parse(Text text, bool& value) {
+    value = std::strcmp(text, "true") == 0;
+    return true;
+  }
+  static String text(bool value) { return String::fromUnsignedInteger(value ? 1 : 0); }
+};
 
-inline int numberAt(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
-  return static_cast<int>(unsignedAt(event, index));
-}
+template <>
+struct Value<UnlessFalse> {
+  static bool parse(Text text, bool& value) {
+    value = std::strcmp(text, "false") != 0;
+    return true;
+  }
+};
 
-inline Tessel::Platform::IntPoint pointAt(const OrvWebJavaScriptCallbackEvent& event,
-                                          unsigned int index) {
-  return {numberAt(event, index), numberAt(event, index + 1)};
-}
+template <>
+struct Value<TrueOrFalse> {
+  static bool parse(Text text, std::optional<bool>& value) {
+    const bool isTrue = std::strcmp(text, "true") == 0;
+    if (isTrue || std::strcmp(text, "false") == 0) value = isTrue;
+    return true;
+  }
+};
 
-inline bool wrongCount(const OrvWebJavaScriptCallbackEvent& event, int required,
-                       const char* function) {
-  return BindingManager::checkArgumentCount(static_cast<int>(event.numArgs()), required, function);
-}
+template <>
+struct Value<Switch> {
+  static constexpr bool readsNull = true;
+  static bool parse(Text text, bool& value) {
+    value = text != nullptr;
+    return true;
+  }
+};
 
-// For a call that ends with any number of groups of the same size after what it needs first. With
-// fewer than the least of them, or with a part of one, the error names the least count.
-inline bool wrongGroups(const OrvWebJavaScriptCallbackEvent& event, int first, int size,
-                        int leastGroups, const char* function) {
-  const int count = static_cast<int>(event.numArgs());
-  const int least = first + leastGroups * size;
-  const bool whole = count >= least && (count - first) % size == 0;
-  return !whole && BindingManager::checkArgumentCount(count, least, function);
-}
+template <>
+struct Value<Truth> {
+  static String text(bool value) { return value ? "true" : "false"; }
+};
+
+template <>
+struct Value<int> {
+  static bool parse(Text text, int& value) {
+    errno = 0;
+    const long long number = std::strtoll(text, nullptr, 10);
+    if (conversionFailed() || number < std::numeric_limits<int>::min() ||
+        number > std::numeric_limits<int>::max()) {
+      return false;
+    }
+    value = static_cast<int>(number);
+    return true;
+  }
+  static String text(int value) { return String::fromSignedInteger(value); }
+};
+
+template <>
+struct Value<unsigned int> {
+  static bool parse(Text text, unsigned int& value) {
+    errno = 0;
+    const unsigned long long number = std::strtoull(text, nullptr, 10);
+    if (conversionFailed() || number > std::numeric_limits<unsigned int>::max()) return false;
+    value = static_cast<unsigned int>(number);
+    return true;
+  }
+  static String text(unsigned int value) { return String::fromUnsignedInteger(value); }
+};
+
+template <>
+struct Value<unsigned long long> {
+  static bool parse(Text text, unsigned long long& value) {
+    errno = 0;
+    value = std::strtoull(text, nullptr, 10);
+    return !conversionFailed();
+  }
+};
+
+template <>
+struct Value<double> {
+  // Values are floats at heart: what a float cannot hold is refused.
+  static bool parse(Text text, double& value) {
+    errno = 0;
+    value = decimalNumber(text);
+    constexpr double largest = std::numeric_limits<float>::max();
+    return !conversionFailed() && value >= -largest && value <= largest;
+  }
+  static String text(double value) { return String::fromNumber(value); }
+};
+
+template <>
+struct Value<float> {
+  static bool parse(Text text, float& value) {
+    double number = 0;
+    if (!Value<double>::parse(text, number)) return false;
+    value = static_cast<float>(number);
+    return true;
+  }
+  static String text(float value) { return String::fromNumber(value); }
+};
+
+template <std::integral T>
+struct Value<Lenient<T>> {
+  static bool parse(Text text, T& value) {
+    value = static_cast<T>(lenientNumber(text));
+    return true;
+  }
+};
+
+template <>
+struct Value<Lenient<double>> {
+  static bool parse(Text text, double& value) {
+    value = decimalNumber(text);
+    return true;
+  }
+};
+
+template <>
+struct Value<ViewHandle> {
+  static bool parse(Text text, unsigned int& value) {
+    const unsigned long number = lenientNumber(text);
+    const bool isHandle = number <= std::numeric_limits<unsigned int>::max();
+    value = isHandle ? static_cast<unsigned int>(number) : 0;
+    return true;
+  }
+};
+
+template <>
+struct Value<Id> {
+  static bool parse(Text text, unsigned long& value) {
+    value = lenientNumber(text);
+    return true;
+  }
+};
+
+template <>
+struct Value<NonZeroId> : Value<Id> {
+  static bool endsCall(unsigned long value) { return value == 0; }
+};
+
+template <>
+struct Value<Text> {
+  static bool parse(Text text, Text& value) {
+    value = text;
+    return true;
+  }
+};
+
+template <>
+struct Value<String> {
+  static bool parse(Text text, String& value) {
+    value = text;
+    return true;
+  }
+  static String text(const String& value) { return value; }
+};
 
 }  // namespace arguments

@@ -2,12 +2,14 @@
 #include "registry/BindingManager.h"
 
 #include "platform/base/Log.h"
+#include "registry/NativeFunctions.h"
 
 #include <algorithm>
 
 using Tessel::Platform::concat;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
+using Tessel::Platform::String;
 
 BindingManager& BindingManager::instance() {
   static auto* manager = new BindingManager;
@@ -15,8 +17,7 @@ BindingManager& BindingManager::instance() {
 }
 
 BindingManager::BindingManager() {
-  registerBinding("bindingManager.listBindings",
-                  [](OrvWebJavaScriptCallbackEvent* event) { instance().listBindings(event); });
+  arguments::registerFunctions<"BindingManager", BindingManager>(*this);
 }
 
 void BindingManager::registerBinding(const String& name, BindingHandler handler) {
@@ -39,10 +40,10 @@ void BindingManager::report(const String& error) const {
   logAlways(LogError, "%s", error.utf8());
 }
 
-void BindingManager::listBindings(OrvWebJavaScriptCallbackEvent* event) const {
+String BindingManager::listBindings() const {
   std::string names;
   for (const auto& [name, handler] : handlers_) names.append(name.view()).push_back('\n');
-  event->setResult(names);
+  return names;
 }
 
 bool BindingManager::checkArgumentCount(int count, int required, const char* function,

@@ -29,8 +29,8 @@ class BindingManager {
   // Who tells the chrome of the errors below and of unknown names. Without one they are logged.
   void setErrorSink(std::function<void(const String& error)> sink) { sink_ = std::move(sink); }
 
-  // Answers with every name in byte order, each followed by a line break.
-  void listBindings(OrvWebJavaScriptCallbackEvent* event) const;
+  // Every name in byte order, each followed by a line break.
+  String listBindings() const;
 
   // True, and the error is reported, when the count is not acceptable: below required, or above
   // the larger of required and maximum. The maximum is -1 where nothing is optional. The function

@@ -1,6 +1,8 @@
 // Which origins may call which native functions. Any thread.
 #include "registry/Capabilities.h"
 
+#include "registry/FunctionGroups.h"
+
 #include <rapidjson/document.h>
 #include <rapidjson/error/en.h>
 
@@ -12,23 +14,13 @@ using Tessel::Platform::String;
 
 namespace {
 
-constexpr std::string_view groups[] = {
-#define GROUP(name, meaning) #name,
-#include "registry/FunctionGroups.def"
-#undef GROUP
-};
-
+// Every native function, and its group.
 constexpr std::pair<std::string_view, std::string_view> functions[] = {
-#define FUNCTION(name, group, ...) {name, #group},
 #define DOC(...)
+#define FUNCTION(module, name, operation, group, ...) {name, function_groups::group},
 #include "registry/NativeFunctions.def"
-#undef DOC
 #undef FUNCTION
-};
-
-constexpr std::string_view commands[] = {
-#define DOC(...)
-#define COMMAND(number, name, ...) std::string_view("webview." #name),
+#define COMMAND(number, name, ...) {"webview." #name, function_groups::ofCommands},
 #define COMMAND_AS(number, name, operation, ...) COMMAND(number, name)
 #include "registry/Commands.def"
 #undef COMMAND_AS
@@ -37,12 +29,9 @@ constexpr std::string_view commands[] = {
 };
 
 std::string_view groupOf(std::string_view function) {
-  for (const auto& [name, group] : functions) {
-    if (name == function) return group;
-  }
-  return std::find(std::begin(commands), std::end(commands), function) != std::end(commands)
-             ? groups[0]
-             : std::string_view();
+  const auto* const found = std::find_if(std::begin(functions), std::end(functions),
+                                         [&](const auto& each) { return each.first == function; });
+  return found == std::end(functions) ? std::string_view() : found->second;
 }
 
 // The names that a pattern stands for, if it is of that kind: "pps." of "pps.*".
@@ -57,10 +46,8 @@ bool covers(std::string_view pattern, std::string_view function, std::string_vie
 }
 
 bool isPattern(std::string_view text) {
-  const auto covered = [&](std::string_view name) { return covers(text, name, groupOf(name)); };
   return std::any_of(std::begin(functions), std::end(functions),
-                     [&](const auto& each) { return covered(each.first); }) ||
-         std::any_of(std::begin(commands), std::end(commands), covered);
+                     [&](const auto& each) { return covers(text, each.first, each.second); });
 }
 
 std::string placeOf(const std::string& text, std::size_t offset) {

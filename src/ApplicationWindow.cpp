@@ -5,7 +5,7 @@
 #include "platform/graphics/DisplayLimits.h"
 #include "platform/graphics/Screen.h"
 #include "platform/os/Settings.h"
-#include "registry/BindingManager.h"
+#include "registry/NativeFunctions.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
@@ -75,33 +75,16 @@ IntSize launchedSize() {
   return Settings::instance().applicationSize();
 }
 
-const char* argument(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
-  const char* text = event.args()[index];
-  return text ? text : "";
-}
-
-bool wrongCount(const OrvWebJavaScriptCallbackEvent& event, int required, const char* name) {
-  return BindingManager::checkArgumentCount(static_cast<int>(event.numArgs()), required, name, -1);
-}
-
-void jsSetVisible(OrvWebJavaScriptCallbackEvent* event) {
-  if (wrongCount(*event, 2, "jsSetVisible")) return;
-  ApplicationWindow::instance().setVisible(std::strcmp(argument(*event, 1), "true") == 0);
-  ApplicationWindow::instance().present();
-}
-
-void jsFlushContext(OrvWebJavaScriptCallbackEvent* event) {
-  if (wrongCount(*event, 1, "jsFlushContext")) return;
-  ScreenContext::sharedContext().flush(false);
-}
-
-void jsSetSize(OrvWebJavaScriptCallbackEvent* event) {
-  if (wrongCount(*event, 4, "jsSetSize")) return;
-  const auto number = [&](unsigned int index) {
-    return static_cast<int>(std::strtol(argument(*event, index), nullptr, 10));
-  };
-  ApplicationWindow::instance().resize(number(1), number(2), number(3));
-}
+struct WindowFunctions {
+  static void setVisible(bool visible) {
+    ApplicationWindow::instance().setVisible(visible);
+    ApplicationWindow::instance().present();
+  }
+  static void flushContext() { ScreenContext::sharedContext().flush(false); }
+  static void setSize(int width, int height, int rotation) {
+    ApplicationWindow::instance().resize(width, height, rotation);
+  }
+};
 
 }  // namespace
 
@@ -121,10 +104,7 @@ ApplicationWindow::ApplicationWindow(IntSize size)
   WebView::installWindowLookup([](const std::string& identifier) {
     return ApplicationWindow::instance().windowHandleFor(identifier);
   });
-  BindingManager& bindings = BindingManager::instance();
-  bindings.registerBinding("applicationWindow.setVisible", jsSetVisible);
-  bindings.registerBinding("applicationWindow.flushContext", jsFlushContext);
-  bindings.registerBinding("applicationWindow.setSize", jsSetSize);
+  arguments::registerFunctions<"WindowFunctions", WindowFunctions>(BindingManager::instance());
 }
 
 void ApplicationWindow::setApplicationSize(int width, int height, int rotation) {

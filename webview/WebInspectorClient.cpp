@@ -1,8 +1,7 @@
 // Which web views may be inspected, and the way between a front end and its web view.
 #include "webview/WebInspectorClient.h"
 
-#include "registry/Arguments.h"
-#include "registry/BindingManager.h"
+#include "registry/NativeFunctions.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/IPCSenderWebView.h"
@@ -10,10 +9,6 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 
 using Tessel::Platform::MongooseHttpServer;
 using Tessel::Platform::String;
@@ -154,75 +149,24 @@ void WebInspectorClient::sendToFrontEnd(unsigned int handle, const String& event
 
 namespace {
 
-using Event = OrvWebJavaScriptCallbackEvent;
+struct InspectorFunctions {
+  static WebInspectorClient& client() { return WebViewManager::instance().inspector(); }
 
-WebInspectorClient& client() {
-  return WebViewManager::instance().inspector();
-}
-
-const char* textAt(const Event& event, unsigned int index) {
-  const char* text = index < event.numArgs() ? event.args()[index] : nullptr;
-  return text ? text : "";
-}
-
-bool hasCount(const Event& event, int required, const char* function) {
-  return !BindingManager::checkArgumentCount(static_cast<int>(event.numArgs()), required, function);
-}
-
-// The handle at that position, and the flag after it: only "false" takes the permission away.
-void switchWebView(const Event& event, unsigned int index) {
-  const unsigned int handle = arguments::handleAt(event, index);
-  std::strcmp(textAt(event, index + 1), "false") == 0 ? client().removeInspectable(handle)
-                                                      : client().addInspectable(handle);
-}
-
-String textOf(bool value) {
-  return value ? "true" : "false";
-}
-
-void setEnabledOutOfProcess(Event* event) {
-  if (!hasCount(*event, 3, "jssetEnabledOutOfProcessWebInspector")) return;
-  client().switchServer(std::strcmp(textAt(*event, 2), "true") == 0);
-}
-
-void setAllowWebInspection(Event* event) {
-  if (hasCount(*event, 4, "jssetAllowWebInspection")) switchWebView(*event, 2);
-}
-
-void enabled(Event* event) {
-  event->setResult(textOf(MongooseHttpServer::instance()->isRunning()));
-}
-
-void setEnabled(Event* event) {
-  if (!hasCount(*event, 2, "jswebInspectorSetEnabled")) return;
-  client().switchServer(std::strcmp(textAt(*event, 1), "false") != 0);
-}
-
-void enabledForWebView(Event* event) {
-  if (!hasCount(*event, 2, "jswebInspectorEnabledForWebView")) return;
-  event->setResult(textOf(client().containsInspectable(arguments::handleAt(*event, 1))));
-}
-
-void setEnabledForWebView(Event* event) {
-  if (hasCount(*event, 3, "jswebInspectorSetEnabledForWebView")) switchWebView(*event, 1);
-}
-
-void port(Event* event) {
-  std::array<char, 16> text{};
-  std::snprintf(text.data(), text.size(), "%d", MongooseHttpServer::instance()->port());
-  event->setResult(text.data());
-}
+  static void startOnlyIf(const char*, bool on) { client().switchServer(on); }
+  static void allow(const char*, unsigned int view, bool allowed) {
+    setEnabledForWebView(view, allowed);
+  }
+  static bool enabled() { return MongooseHttpServer::instance()->isRunning(); }
+  static void setEnabled(bool on) { client().switchServer(on); }
+  static bool enabledForWebView(unsigned int view) { return client().containsInspectable(view); }
+  static void setEnabledForWebView(unsigned int view, bool on) {
+    on ? client().addInspectable(view) : client().removeInspectable(view);
+  }
+  static int port() { return MongooseHttpServer::instance()->port(); }
+};
 
 }  // namespace
 
 void registerInspectorFunctions(BindingManager& bindings) {
-  constexpr std::pair<const char*, BindingHandler> functions[] = {
-      {"webview.setEnabledOutOfProcessWebInspector", setEnabledOutOfProcess},
-      {"webview.setAllowWebInspection", setAllowWebInspection},
-      {"webInspector.enabled", enabled},
-      {"webInspector.setEnabled", setEnabled},
-      {"webInspector.enabledForWebView", enabledForWebView},
-      {"webInspector.setEnabledForWebView", setEnabledForWebView},
-      {"webInspector.port", port}};
-  for (const auto& [name, handler] : functions) bindings.registerBinding(name, handler);
+  arguments::registerFunctions<"InspectorFunctions", InspectorFunctions>(bindings);
 }

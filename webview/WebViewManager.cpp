@@ -8,9 +8,8 @@
 #include "platform/loop/MessageClient.h"
 #include "platform/loop/MethodDelegate.h"
 #include "platform/os/Settings.h"
-#include "registry/Arguments.h"
-#include "registry/BindingManager.h"
 #include "registry/ChromeChannel.h"
+#include "registry/NativeFunctions.h"
 #include "webview/WebInspectorClient.h"
 #include "webview/WebView.h"
 #include "webview/commands/IPCSenderWebView.h"
@@ -18,10 +17,8 @@
 #include "webview/events/Names.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <optional>
 
 using Tessel::Platform::concat;
 using Tessel::Platform::deleteGuardedObject;
@@ -41,25 +38,24 @@ using Tessel::Platform::String;
 using Tessel::Platform::Graphics::Screen;
 using Tessel::Platform::Graphics::Window;
 
+// Refuses a number that no group can have.
+template <>
+struct arguments::Value<arguments::ProcessGroup> {
+  static bool parse(Text where, int& group) {
+    if (std::strcmp(where, "InProcess") == 0) {
+      group = WebViewManager::inThisProcess;
+    } else if (std::strcmp(where, "OutProcess") == 0) {
+      group = WebViewManager::inNewProcess;
+    } else {
+      const unsigned long number = lenientNumber(where);
+      if (number > std::numeric_limits<unsigned int>::max()) return false;
+      group = static_cast<int>(number);
+    }
+    return true;
+  }
+};
+
 namespace {
-
-const char* textAt(const OrvWebJavaScriptCallbackEvent& event, unsigned int index) {
-  const char* text = index < event.numArgs() ? event.args()[index] : nullptr;
-  return text ? text : "";
-}
-
-int argumentCount(const OrvWebJavaScriptCallbackEvent& event) {
-  return static_cast<int>(event.numArgs());
-}
-
-// Nothing for a number that no group can have.
-std::optional<int> processGroupFrom(const char* where) {
-  if (std::strcmp(where, "InProcess") == 0) return WebViewManager::inThisProcess;
-  if (std::strcmp(where, "OutProcess") == 0) return WebViewManager::inNewProcess;
-  const unsigned long number = std::strtoul(where, nullptr, 10);
-  if (number > std::numeric_limits<unsigned int>::max()) return std::nullopt;
-  return static_cast<int>(number);
-}
 
 void reportNoWindowGroup(unsigned int handle, const String& windowGroup) {
   WebViewManager::instance().informChromeOfError(
@@ -67,20 +63,12 @@ void reportNoWindowGroup(unsigned int handle, const String& windowGroup) {
              " cannot be shown: there is no window group \"", windowGroup, "\"."));
 }
 
-void jsCreate(OrvWebJavaScriptCallbackEvent* event) {
-  const int count = argumentCount(*event);
-  if (BindingManager::checkArgumentCount(count, 2, "jsCreate", 3)) return;
-  const auto group = count > 2 ? processGroupFrom(textAt(*event, 2))
-                               : std::optional(WebViewManager::inThisProcess);
-  if (!group) return BindingManager::reportArgumentError(1, textAt(*event, 2), "jsCreate");
-  event->setResult(String::fromUnsignedInteger(
-      WebViewManager::instance().createWebView(textAt(*event, 1), *group)));
-}
-
-void jsDelete(OrvWebJavaScriptCallbackEvent* event) {
-  if (BindingManager::checkArgumentCount(argumentCount(*event), 2, "jsDelete", -1)) return;
-  WebViewManager::instance().destroyWebView(arguments::handleAt(*event, 1));
-}
+struct WebViewFunctions {
+  static unsigned int create(const char* windowGroup, int processGroup) {
+    return WebViewManager::instance().createWebView(windowGroup, processGroup);
+  }
+  static void destroy(unsigned int view) { WebViewManager::instance().destroyWebView(view); }
+};
 
 }  // namespace
 
@@ -91,8 +79,7 @@ WebViewManager& WebViewManager::instance() {
 
 WebViewManager::WebViewManager() : inspector_(std::make_unique<WebInspectorClient>(*this)) {
   BindingManager& bindings = BindingManager::instance();
-  bindings.registerBinding("webview.create", jsCreate);
-  bindings.registerBinding("webview.delete", jsDelete);
+  arguments::registerFunctions<"WebViewFunctions", WebViewFunctions>(bindings);
   registerInspectorFunctions(bindings);
   bindings.setErrorSink([this](const String& error) { informChromeOfError(error); });
 }

@@ -37,20 +37,12 @@ std::vector<std::string> namesIn(const char* list) {
   return names;
 }
 
-template <typename Signature>
-struct Types;
-template <typename Result_, typename... Args>
-struct Types<Result_(Args...)> {
-  using Result = Result_;
-  using Arguments = std::tuple<Args...>;
-};
-
 template <typename Arguments>
 struct ArgumentTexts;
 template <typename... Args>
 struct ArgumentTexts<std::tuple<Args...>> {
   static std::vector<Argument> make(Records& records) {
-    return {Argument{{}, argumentText<Args>(records), false, {}}...};
+    return {Argument{{}, argumentText<Args>(records), arguments::isOptional<Args>, {}}...};
   }
 };
 
@@ -64,10 +56,6 @@ class Collector {
     function.name = name;
     function.ofWebView = ofWebView;
     function.arguments = ArgumentTexts<typename Shape::Arguments>::make(records_);
-    // Handlers of their own take what they can read.
-    if (!ofWebView) {
-      for (Argument& argument : function.arguments) argument.type.refusable = false;
-    }
     function.result = resultText<typename Shape::Result>(records_);
     auto& arguments = function.arguments;
     if (fallbacks.size() > arguments.size()) fail(name + " has more defaults than arguments");
@@ -105,9 +93,10 @@ class Collector {
 #define DOC(effect, names, text) collector.document(Effect::effect, names, text);
 
 void addOthers(Collector& collector) {
-#define FUNCTION(name, group, signature, ...)                  \
-  collector.add<Types<signature>>(name, false, {__VA_ARGS__}); \
-  collector.join(#group);
+  using namespace arguments;
+#define FUNCTION(module, name, operation, group, nameInErrors, Row, ...) \
+  collector.add<Signature<Row>>(name, false, {__VA_ARGS__});             \
+  collector.join(function_groups::group);
 #include "registry/NativeFunctions.def"
 #undef FUNCTION
 }

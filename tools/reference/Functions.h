@@ -1,6 +1,7 @@
 // The native functions as the reference tells them, from the tables. Main thread.
 #pragma once
 
+#include "registry/FunctionGroups.h"
 #include "tools/reference/Effect.h"
 #include "tools/reference/TypeTexts.h"
 
@@ -20,7 +21,7 @@ struct Function {
   bool ofWebView = false;  // the handle of a web view comes before the arguments
   std::vector<Argument> arguments;
   TypeText result;
-  std::string group = "views";  // of registry/FunctionGroups.def
+  std::string group = function_groups::ofCommands;
   Effect effect = Effect::Real;
   std::string text;
 };

@@ -19,12 +19,13 @@ A page that has native functions, as the chrome does, calls them with
 **Arguments are texts.** JavaScript's numbers and truth values become texts on their way, null and
 undefined the empty text; `JSON.stringify` makes those that are JSON. The functions of web views take
 the handle of the web view first, as `webview.create` returned it; positions are counted after it,
-from 0. A truth value is true for the text `true` and false for every other, `1` among them. A number
-is read as far as it is one; a text that does not start with one counts as 0. In lists of JSON,
-elements of another kind than expected are left out.
+from 0. A truth value is true for the text `true` and false for every other, `1` among them, where a
+function does not say otherwise. A number is read as far as it is one; a text that does not start with
+one counts as 0. In lists of JSON, elements of another kind than expected are left out.
 
-**Results are texts.** Truth values come as `1` and `0`, numbers in decimal, enumerations by name,
-records as JSON. A function without a result, and a call that fails, give the empty text.
+**Results are texts.** Truth values come as `1` and `0`, or as words where a function says so, numbers
+in decimal, enumerations by name, records as JSON. A function without a result, and a call that fails,
+give the empty text.
 
 **Mistakes** are told to the chrome by `chrome.native.error(text)`; the call does nothing then:
 

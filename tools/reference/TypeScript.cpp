@@ -21,7 +21,7 @@ export type JsonText<T> = string & { readonly [json]: T };
 export type NumberText = `${number}`;
 /** A truth value that a function returns; '1' and '0' are no truth values of arguments. */
 export type BooleanText = '1' | '0';
-/** A truth value that an event brings. */
+/** A truth value that an event brings, and some functions return. */
 export type TruthText = 'true' | 'false';
 
 export type Numeric = number | bigint | NumberText;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "engine/SecurityRecordMembers.h"
+#include "registry/NativeCall.h"
 #include "webview/commands/Values.h"
 #include "webview/events/EventFields.h"
 
@@ -166,13 +167,6 @@ struct TypeText {
   bool repeated = false;   // there may be any number of them
 };
 
-// The last argument of functions that end with any number of numbers.
-struct Numbers {};
-// Off with null, on with everything else.
-struct Switch {};
-// How an animation of a window goes.
-struct Curve {};
-
 // In words what a JSON text holds.
 template <typename T>
 std::string jsonWords(Records& records) {
@@ -181,7 +175,12 @@ std::string jsonWords(Records& records) {
 
 template <typename T>
 concept Read = requires(const char* text, T& value) {
-  commands::Value<T>::parse(text, value);
+  arguments::Value<T>::parse(text, value);
+};
+// One that says how a text becomes a value of another type.
+template <typename T>
+concept Reading = requires {
+  typename T::Passed;
 };
 
 // Tried with what no number, name or record is.
@@ -189,7 +188,7 @@ template <typename T>
 bool isRefusable() {
   for (const char* text : {"99999999999999999999999", "1e999", "?"}) {
     T value{};
-    if (!commands::Value<T>::parse(text, value)) return true;
+    if (!arguments::Value<T>::parse(text, value)) return true;
   }
   return false;
 }
@@ -206,7 +205,7 @@ TypeText argumentText(Records& records) {
   if constexpr (std::is_same_v<T, bool>) {
     text.words = "`true`, or anything else for false";
     text.typeScript = "Flag";
-  } else if constexpr (std::is_same_v<T, String>) {
+  } else if constexpr (std::is_same_v<T, String> || std::is_same_v<T, arguments::Text>) {
     text.words = "text";
     text.typeScript = "string";
   } else if constexpr (NamedEnumeration<T>) {
@@ -239,18 +238,44 @@ TypeText argumentText(Records& records) {
 }
 
 template <typename T>
-requires std::is_same_v<T, Numbers> TypeText argumentText(Records&) {
+inline constexpr bool isLenient = false;
+template <typename T>
+inline constexpr bool isLenient<arguments::Lenient<T>> = true;
+
+template <Reading T>
+TypeText argumentText(Records& records) {
+  using namespace arguments;
+  if constexpr (std::is_same_v<T, Switch>) {
+    return {"null, or anything else for on", "unknown"};
+  } else if constexpr (std::is_same_v<T, Curve>) {
+    return {"`Linear`, `EaseInCurve` or `EaseOutCurve`", "WindowAnimationCurve", true};
+  } else if constexpr (std::is_same_v<T, ProcessGroup>) {
+    return {"text", "string", true};
+  } else if constexpr (std::is_same_v<T, UnlessFalse>) {
+    return {"`false`, or anything else for true", "Flag"};
+  } else if constexpr (std::is_same_v<T, TrueOrFalse>) {
+    return {"`true` or `false`", "Flag"};
+  } else {
+    constexpr bool isNumber =
+        std::is_same_v<T, ViewHandle> || std::is_same_v<T, Id> || std::is_same_v<T, NonZeroId>;
+    static_assert(isNumber || isLenient<T>, "no words for this type");
+    using Like = std::conditional_t<isNumber, unsigned int, typename T::Passed>;
+    TypeText text = argumentText<Like>(records);
+    text.refusable = false;
+    return text;
+  }
+}
+
+// Whatever they are groups of.
+template <typename T>
+requires arguments::isGroups<T> TypeText argumentText(Records&) {
   return {"any number of numbers", "Numeric[]", false, true};
 }
 
+// It may be left out.
 template <typename T>
-requires std::is_same_v<T, Switch> TypeText argumentText(Records&) {
-  return {"null, or anything else for on", "unknown"};
-}
-
-template <typename T>
-requires std::is_same_v<T, Curve> TypeText argumentText(Records&) {
-  return {"`Linear`, `EaseInCurve` or `EaseOutCurve`; checked", "WindowAnimationCurve"};
+requires arguments::isOptional<T> TypeText argumentText(Records& records) {
+  return argumentText<typename T::value_type>(records);
 }
 
 template <typename T>
@@ -259,6 +284,8 @@ TypeText resultText(Records& records) {
     return {"nothing", "''"};
   } else if constexpr (std::is_same_v<T, bool>) {
     return {"`1` or `0`", "BooleanText"};
+  } else if constexpr (std::is_same_v<T, arguments::Truth>) {
+    return {"`true` or `false`", "TruthText"};
   } else if constexpr (std::is_arithmetic_v<T>) {
     return {std::is_integral_v<T> ? integerWords<T> : "number, six digits at most", "NumberText"};
   } else if constexpr (std::is_same_v<T, String>) {

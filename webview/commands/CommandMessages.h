@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/channel/IPCMessage.h"
+#include "registry/NativeCall.h"
 #include "webview/WebView.h"
 #include "webview/commands/Wire.h"
 
@@ -13,16 +14,6 @@
 class IPCSenderWebView;
 
 namespace commands {
-
-template <typename Operation>
-struct Signature;
-template <typename R, typename Class, typename... Args>
-struct Signature<R (Class::*)(Args...)> {
-  using Result = std::remove_cvref_t<R>;
-  using Arguments = std::tuple<std::remove_cvref_t<Args>...>;
-};
-template <typename R, typename Class, typename... Args>
-struct Signature<R (Class::*)(Args...) const> : Signature<R (Class::*)(Args...)> {};
 
 template <typename Field>
 inline constexpr char fieldLetter = std::is_same_v<Field, bool>  ? 'b'
@@ -61,12 +52,13 @@ struct CommandTraits<Result_, std::tuple<Args...>> {
 };
 
 template <auto Operation>
-using CommandTraitsOf = CommandTraits<typename Signature<decltype(Operation)>::Result,
-                                      typename Signature<decltype(Operation)>::Arguments>;
+using CommandTraitsOf =
+    CommandTraits<typename arguments::Signature<decltype(Operation)>::Result,
+                  typename arguments::Signature<decltype(Operation)>::Arguments>;
 
-// The message of a command. Commands without a number have none.
+// The message of a command. Commands that do not cross have none.
 template <int number, auto Operation>
-requires(number != 0) class CommandMessage final : public CommandTraitsOf<Operation>::Record {
+requires(number > 0) class CommandMessage final : public CommandTraitsOf<Operation>::Record {
  public:
   static constexpr int messageType = number;
 
@@ -81,8 +73,8 @@ template <int number, auto Operation>
 struct NamedMessage {
   using type = CommandMessage<number, Operation>;
 };
-template <auto Operation>
-struct NamedMessage<0, Operation> {
+template <int number, auto Operation>
+requires(number <= 0) struct NamedMessage<number, Operation> {
   using type = void;
 };
 

@@ -5,6 +5,9 @@
 #include "webview/WebViewManager.h"
 #include "webview/commands/CommandMessages.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace {
 
 using Tessel::Platform::GuardedPin;
@@ -52,16 +55,32 @@ bool receiveFor(const Message& message) {
   return receive<Traits>(message, Traits::template call<Operation>);
 }
 
-constexpr int firstNumber = 2000;
-constexpr int lastNumber = 2284;
+constexpr auto numbers = [] {
+  struct {
+    int first = std::numeric_limits<int>::max();
+    int last = 0;
+  } range;
+#define COMMAND(number, ...) number,
+#define COMMAND_AS(number, ...) number,
+  for (const int number : {
+#include "registry/Commands.def"
+       }) {
+    if (number > 0) range.first = std::min(range.first, number);
+    range.last = std::max(range.last, number);
+  }
+#undef COMMAND_AS
+#undef COMMAND
+  return range;
+}();
+
 using Receiver = bool (*)(const Message&);
 
 // By the number, from the first on; null for the numbers that no command has.
 constexpr auto receivers = [] {
-  std::array<Receiver, lastNumber - firstNumber + 1> table{};
+  std::array<Receiver, numbers.last - numbers.first + 1> table{};
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
 #define COMMAND_AS(number, name, operation, ...) \
-  if constexpr ((number) != 0) table[(number)-firstNumber] = receiveFor<&WebView::operation>;
+  if constexpr ((number) > 0) table[(number)-numbers.first] = receiveFor<&WebView::operation>;
 #include "registry/Commands.def"
 #undef COMMAND_AS
 #undef COMMAND
@@ -72,7 +91,7 @@ constexpr auto receivers = [] {
 
 bool dispatchWebViewCommand(const Message& message) {
   const int type = message.type();
-  if (type < firstNumber || type > lastNumber) return false;
-  const Receiver receiver = receivers[static_cast<std::size_t>(type - firstNumber)];
+  if (type < numbers.first || type > numbers.last) return false;
+  const Receiver receiver = receivers[static_cast<std::size_t>(type - numbers.first)];
   return receiver && receiver(message);
 }

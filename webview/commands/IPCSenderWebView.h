@@ -37,7 +37,7 @@ class IPCSenderWebView : public Tessel::Platform::GuardedPointerBase {
   // the child tells.
   template <int number, auto Operation, typename... Values>
   typename commands::CommandTraitsOf<Operation>::Result call(const Values&... values) const {
-    if constexpr (number == 0) {
+    if constexpr (number <= 0) {
       static_assert(Operation == &WebView::screenWindowHandle);
       return WebView::lookUpWindow(windowUniqueId());
     } else {

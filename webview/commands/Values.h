@@ -1,86 +1,23 @@
-// How the arguments of commands are read from text and their results are written. One
-// specialisation per type serves every command. UI thread.
+// How the arguments of commands that are about the web are read, and their results written, beside
+// those of registry/Arguments.h. UI thread.
 #pragma once
 
 #include "engine/OrvWebEvent.h"
 #include "engine/Records.h"
-#include "platform/base/String.h"
+#include "registry/Arguments.h"
 #include "webview/events/EventFields.h"
 #include "webview/events/Names.h"
 #include "webview/events/RecordReaders.h"
 
-#include <locale.h>
-
-#include <cerrno>
-#include <cmath>
 #include <concepts>
-#include <cstdlib>
-#include <cstring>
-#include <limits>
 #include <vector>
 
-namespace commands {
-
-using Tessel::Platform::String;
-
-// parse() is false when the text is not accepted; text() is what the chrome reads.
-template <typename T>
-struct Value;
-
-template <>
-struct Value<bool> {
-  // Every text is one or the other.
-  static bool parse(const char* text, bool& value) {
-    value = std::strcmp(text, "true") == 0;
-    return true;
-  }
-  static String text(bool value) { return String::fromUnsignedInteger(value ? 1 : 0); }
-};
-
-inline bool conversionFailed() {
-  return errno == ERANGE || errno == EINVAL;
-}
-
-template <>
-struct Value<int> {
-  static bool parse(const char* text, int& value) {
-    errno = 0;
-    const long long number = std::strtoll(text, nullptr, 10);
-    if (conversionFailed() || number < std::numeric_limits<int>::min() ||
-        number > std::numeric_limits<int>::max()) {
-      return false;
-    }
-    value = static_cast<int>(number);
-    return true;
-  }
-  static String text(int value) { return String::fromSignedInteger(value); }
-};
-
-template <>
-struct Value<unsigned int> {
-  static bool parse(const char* text, unsigned int& value) {
-    errno = 0;
-    const unsigned long long number = std::strtoull(text, nullptr, 10);
-    if (conversionFailed() || number > std::numeric_limits<unsigned int>::max()) return false;
-    value = static_cast<unsigned int>(number);
-    return true;
-  }
-  static String text(unsigned int value) { return String::fromUnsignedInteger(value); }
-};
-
-template <>
-struct Value<unsigned long long> {
-  static bool parse(const char* text, unsigned long long& value) {
-    errno = 0;
-    value = std::strtoull(text, nullptr, 10);
-    return !conversionFailed();
-  }
-};
+namespace arguments {
 
 // By name, in both directions.
 template <NamedEnumeration Type>
 struct Value<Type> {
-  static bool parse(const char* text, Type& value) {
+  static bool parse(Text text, Type& value) {
     bool notFound = false;
     value = fromName<Type>(text, notFound);
     return !notFound;
@@ -89,42 +26,8 @@ struct Value<Type> {
 };
 
 template <>
-struct Value<double> {
-  // Values are floats at heart: what a float cannot hold is refused.
-  static bool parse(const char* text, double& value) {
-    // The point is a point, whatever the language of the user: the toolkit sets the locale.
-    static const locale_t plain = ::newlocale(LC_ALL_MASK, "C", nullptr);
-    errno = 0;
-    value = ::strtod_l(text, nullptr, plain);
-    constexpr double largest = std::numeric_limits<float>::max();
-    return !conversionFailed() && value >= -largest && value <= largest;
-  }
-  static String text(double value) { return String::fromNumber(value); }
-};
-
-template <>
-struct Value<float> {
-  static bool parse(const char* text, float& value) {
-    double number = 0;
-    if (!Value<double>::parse(text, number)) return false;
-    value = static_cast<float>(number);
-    return true;
-  }
-  static String text(float value) { return String::fromNumber(value); }
-};
-
-template <>
-struct Value<String> {
-  static bool parse(const char* text, String& value) {
-    value = text;
-    return true;
-  }
-  static String text(const String& value) { return value; }
-};
-
-template <>
 struct Value<OrvWebEvent::Type> {
-  static bool parse(const char* text, OrvWebEvent::Type& value) {
+  static bool parse(Text text, OrvWebEvent::Type& value) {
     bool notFound = false;
     value = eventTypeFromName(text, notFound);
     return !notFound;
@@ -133,7 +36,7 @@ struct Value<OrvWebEvent::Type> {
 
 template <>
 struct Value<OrvWebPropertyChangedEvent::Property> {
-  static bool parse(const char* text, OrvWebPropertyChangedEvent::Property& value) {
+  static bool parse(Text text, OrvWebPropertyChangedEvent::Property& value) {
     bool notFound = false;
     value = propertyFromName(text, notFound);
     return !notFound;
@@ -145,13 +48,13 @@ struct Value<OrvWebPropertyChangedEvent::Property> {
 template <typename T>
 requires std::same_as<T, OrvWebPoint> || std::same_as<T, OrvWebRect> || std::same_as<T, OrvWebSize>
 struct Value<T> {
-  static bool parse(const char* text, T& value) { return readRecord(text, value); }
+  static bool parse(Text text, T& value) { return readRecord(text, value); }
   static String text(const T& value) { return fields::textOf(value); }
 };
 template <typename T>
 requires std::same_as<T, std::vector<String>> || std::same_as<T, std::vector<JavaScriptVariant>>
 struct Value<T> {
-  static bool parse(const char* text, T& value) {
+  static bool parse(Text text, T& value) {
     const String json(text);
     if (json.length() > maximumRecordText) return false;
     readRecord(json, value);
@@ -172,7 +75,7 @@ struct Value<T> {
 // for the operation to refuse.
 template <>
 struct Value<SSLCertificateInfo> {
-  static bool parse(const char* text, SSLCertificateInfo& value) {
+  static bool parse(Text text, SSLCertificateInfo& value) {
     value.deserialize(text);
     return true;
   }
@@ -180,7 +83,7 @@ struct Value<SSLCertificateInfo> {
 };
 template <>
 struct Value<SSLCertificateMap> {
-  static bool parse(const char* text, SSLCertificateMap& value) {
+  static bool parse(Text text, SSLCertificateMap& value) {
     // A text that is none is refused as a list with something in it that is no certificate.
     if (!certificatesFromText(text, value)) value[String()] = {};
     return true;
@@ -198,7 +101,7 @@ struct HandleText {
 };
 template <>
 struct Value<HandleText> {
-  static bool parse(const char* text, HandleText& value) {
+  static bool parse(Text text, HandleText& value) {
     unsigned int handle = 0;
     value.text = text;
     return Value<unsigned int>::parse(text, handle);
@@ -208,7 +111,13 @@ struct Value<HandleText> {
 // A web view of this process by its handle; null for a handle that names none.
 template <>
 struct Value<OrvWebView*> {
-  static bool parse(const char* text, OrvWebView*& value);
+  static bool parse(Text text, OrvWebView*& value);
 };
 
+}  // namespace arguments
+
+namespace commands {
+using arguments::HandleText;
+using arguments::Value;
+using Tessel::Platform::String;
 }  // namespace commands
