@@ -1,6 +1,7 @@
 // The control. Main thread.
 #include "platform/control/ControlSocket.h"
 
+#include "platform/base/FdSource.h"
 #include "platform/base/Log.h"
 #include "platform/desktop/NavigatorHandler.h"
 #include "platform/desktop/NavigatorJson.h"
@@ -8,7 +9,6 @@
 #include "platform/os/Folders.h"
 #include "platform/os/Peer.h"
 
-#include <glib-unix.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -65,19 +65,9 @@ bool isOurs(int socket) {
 class ControlSocket::Client {
  public:
   Client(ControlSocket& owner, UniqueFd socket) : owner_(owner), socket_(std::move(socket)) {
-    source_ = g_unix_fd_add(
-        socket_.get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
-        [](gint, GIOCondition, gpointer self) -> gboolean {
-          auto* client = static_cast<Client*>(self);
-          if (client->read()) return G_SOURCE_CONTINUE;
-          client->source_ = 0;
-          client->owner_.remove(client);
-          return G_SOURCE_REMOVE;
-        },
-        this);
-  }
-  ~Client() {
-    if (source_) g_source_remove(source_);
+    source_.watch(socket_.get(), POLLIN, [this](short) {
+      if (!read()) owner_.remove(this);
+    });
   }
   Client(const Client&) = delete;
   Client& operator=(const Client&) = delete;
@@ -130,7 +120,7 @@ class ControlSocket::Client {
 
   ControlSocket& owner_;
   const UniqueFd socket_;
-  guint source_ = 0;
+  FdSource source_;
   std::string pending_;
   bool watches_ = false;
 };

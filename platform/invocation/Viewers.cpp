@@ -1,17 +1,19 @@
 // Viewers: programs of this kind that this one has opened. Main thread.
 #include "platform/invocation/Viewers.h"
 
+#include "platform/base/FdSource.h"
 #include "platform/base/UniqueFd.h"
 #include "platform/control/ControlSocket.h"
 #include "platform/desktop/NavigatorJson.h"
 
-#include <glib-unix.h>
+#include <glib.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <memory>
@@ -20,7 +22,7 @@ namespace Tessel::Platform {
 
 namespace {
 
-constexpr guint patienceMilliseconds = 5000;
+constexpr std::chrono::milliseconds patience{5000};
 constexpr std::size_t longestAnswer = 4096;
 constexpr std::size_t longestName = 64;
 constexpr std::size_t mostCalls = 32;
@@ -52,13 +54,7 @@ struct Viewers::Call {
   Viewers* owner;
   String viewer;
   UniqueFd socket;
-  guint source = 0;
-  guint timeout = 0;
-
-  ~Call() {
-    if (source) g_source_remove(source);
-    if (timeout) g_source_remove(timeout);
-  }
+  FdSource source = {};
 
   void finish(const String& problem) {
     const std::unique_ptr<Call> own(this);
@@ -67,28 +63,15 @@ struct Viewers::Call {
   }
 
   void wait() {
-    source = g_unix_fd_add(
-        socket.get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
-        [](gint fd, GIOCondition, gpointer self) -> gboolean {
-          std::array<char, longestAnswer> answer;
-          const ssize_t count = ::recv(fd, answer.data(), answer.size(), 0);
-          if (count < 0 && errno == EAGAIN) return G_SOURCE_CONTINUE;
-          auto* call = static_cast<Call*>(self);
-          call->source = 0;
-          const std::string_view text(answer.data(),
-                                      count > 0 ? static_cast<std::size_t>(count) : 0);
-          call->finish(text.starts_with("{\"ok\"") ? String() : String("The other side refused"));
-          return G_SOURCE_REMOVE;
-        },
-        this);
-    timeout = g_timeout_add(
-        patienceMilliseconds,
-        [](gpointer self) -> gboolean {
-          static_cast<Call*>(self)->timeout = 0;
-          static_cast<Call*>(self)->finish("The other side does not answer");
-          return G_SOURCE_REMOVE;
-        },
-        this);
+    const auto onAnswer = [this](short found) {
+      if (!found) return finish("The other side does not answer");
+      std::array<char, longestAnswer> answer;
+      const ssize_t count = ::recv(socket.get(), answer.data(), answer.size(), 0);
+      if (count < 0 && errno == EAGAIN) return;
+      const std::string_view text(answer.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+      finish(text.starts_with("{\"ok\"") ? String() : String("The other side refused"));
+    };
+    source.watch(socket.get(), POLLIN, onAnswer, {.limit = patience});
   }
 };
 

@@ -4,7 +4,6 @@
 #include "platform/base/Log.h"
 #include "platform/os/Accept.h"
 
-#include <glib-unix.h>
 #include <sys/socket.h>
 
 #include <cstring>
@@ -12,40 +11,22 @@
 
 namespace Tessel::Platform {
 
-AcceptSource::AcceptSource(int listener, std::function<void(UniqueFd)> accepted)
-    : listener_(listener), accepted_(std::move(accepted)) {
-  watch();
+AcceptSource::AcceptSource(int listener, std::function<void(UniqueFd)> accepted,
+                           const char* complaint)
+    : listener_(listener), accepted_(std::move(accepted)), complaint_(complaint) {
+  source_.watch(listener_, POLLIN, [this](short) { accept(); });
 }
 
-AcceptSource::~AcceptSource() {
-  g_source_remove(source_);
-}
-
-void AcceptSource::watch() {
-  source_ = g_unix_fd_add(
-      listener_, G_IO_IN,
-      [](gint, GIOCondition, gpointer data) -> gboolean {
-        return static_cast<AcceptSource*>(data)->accept() ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
-      },
-      this);
-}
-
-bool AcceptSource::accept() {
+void AcceptSource::accept() {
   UniqueFd socket(::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
   if (socket) {
-    accepted_(std::move(socket));
-    return true;
+    isShort_ = false;
+    return accepted_(std::move(socket));
   }
-  if (!isShortOfDescriptors(errno)) return true;
-  logAlways(LogError, "A connection waits: %s", std::strerror(errno));
-  source_ = g_timeout_add(
-      static_cast<guint>(acceptPause.count()),
-      [](gpointer data) -> gboolean {
-        static_cast<AcceptSource*>(data)->watch();
-        return G_SOURCE_REMOVE;
-      },
-      this);
-  return false;
+  if (!isShortOfDescriptors(errno)) return;
+  if (!std::exchange(isShort_, true))
+    logAlways(LogError, "%s: %s", complaint_, std::strerror(errno));
+  source_.pause(acceptPause);
 }
 
 }  // namespace Tessel::Platform

@@ -5,13 +5,15 @@
 #pragma once
 
 #include "platform/base/UniqueFd.h"
+#include "platform/os/AcceptSource.h"
 
-#include <glib.h>
 #include <sys/types.h>
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <list>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,20 +48,18 @@ class LinkListener {
  private:
   struct Unidentified;
 
-  void watch();
-  void pause();
+  void accept(Tessel::Platform::UniqueFd socket);
+  void readGreeting(Unidentified& stranger);
   void forget(const Unidentified& stranger);
   void complain(pid_t peer, const char* why);
-  static gboolean onConnection(gint fd, GIOCondition condition, gpointer self);
-  static gboolean onGreeting(gint fd, GIOCondition condition, gpointer stranger);
 
   const Welcome welcome_;
   const std::chrono::milliseconds greetingLimit_;
   std::string folder_;
   std::string address_;
   Tessel::Platform::UniqueFd listener_;
-  guint source_ = 0;  // the listener's, or the timer's that it waits for
+  std::optional<Tessel::Platform::AcceptSource> accepting_;
   std::list<Unidentified> unidentified_;
   std::vector<std::string> tokens_;
-  gint64 complained_ = 0;  // when, in microseconds of the monotonic clock
+  std::int64_t complained_ = 0;  // when, in microseconds of the monotonic clock
 };

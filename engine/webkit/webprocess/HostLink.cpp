@@ -4,7 +4,6 @@
 #include "platform/base/UniqueFd.h"
 #include "platform/os/Peer.h"
 
-#include <glib-unix.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
@@ -42,9 +41,14 @@ std::unique_ptr<HostLink> HostLink::connect(const std::string& address, const st
 }
 
 HostLink::HostLink(LinkSocket socket, HostLinkDelegate& delegate)
-    : socket_(std::move(socket)),
-      delegate_(delegate),
-      readSource_(g_unix_fd_add(socket_.fd(), G_IO_IN, onReadable, this)) {}
+    : socket_(std::move(socket)), delegate_(delegate) {
+  readSource_.watch(socket_.fd(), POLLIN, [this](short) {
+    const bool alive = socket_.receive(arrived_, LinkSocket::Mode::Poll);
+    serveArrived();
+    suspend();
+    if (!alive) breakLink();
+  });
+}
 
 HostLink::~HostLink() {
   breakLink();
@@ -52,20 +56,9 @@ HostLink::~HostLink() {
 
 void HostLink::breakLink() {
   broken_ = true;
-  if (readSource_ != 0) g_source_remove(readSource_);
+  readSource_.stop();
   if (idleSource_ != 0) g_source_remove(idleSource_);
-  readSource_ = idleSource_ = 0;
-}
-
-gboolean HostLink::onReadable(gint, GIOCondition, gpointer data) {
-  auto* self = static_cast<HostLink*>(data);
-  const bool alive = self->socket_.receive(self->arrived_, LinkSocket::Mode::Poll);
-  self->serveArrived();
-  self->suspend();
-  if (alive) return G_SOURCE_CONTINUE;
-  self->readSource_ = 0;
-  self->breakLink();
-  return G_SOURCE_REMOVE;
+  idleSource_ = 0;
 }
 
 gboolean HostLink::onIdle(gpointer data) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "engine/webkit/link/LinkSocket.h"
+#include "platform/base/FdSource.h"
 
 #include <glib.h>
 
@@ -49,7 +50,6 @@ class HostLink {
  private:
   HostLink(link_protocol::LinkSocket socket, HostLinkDelegate& delegate);
 
-  static gboolean onReadable(gint fd, GIOCondition condition, gpointer self);
   static gboolean onIdle(gpointer self);
   void serveArrived();
   void serveAside(const link_protocol::Frame& frame);
@@ -64,7 +64,7 @@ class HostLink {
 
   link_protocol::LinkSocket socket_;
   HostLinkDelegate& delegate_;
-  guint readSource_ = 0;
+  Tessel::Platform::FdSource readSource_;
   guint idleSource_ = 0;
   bool broken_ = false;
   bool suspended_ = false;

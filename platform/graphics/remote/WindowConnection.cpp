@@ -4,7 +4,7 @@
 #include "platform/os/PassedFile.h"
 
 #include <fcntl.h>
-#include <glib-unix.h>
+#include <glib.h>
 #include <sys/socket.h>
 
 #include <array>
@@ -22,13 +22,18 @@ constexpr int recordsPerTurn = 64;
 }  // namespace
 
 WindowConnection::WindowConnection(UniqueFd socket, Client& client, int priority)
-    : socket_(std::move(socket)),
-      client_(&client),
-      priority_(priority),
-      alive_(std::make_shared<bool>(true)) {
+    : socket_(std::move(socket)), client_(&client), alive_(std::make_shared<bool>(true)) {
   const int flags = ::fcntl(socket_.get(), F_GETFL);
   if (flags >= 0) ::fcntl(socket_.get(), F_SETFL, flags | O_NONBLOCK);
-  watch();
+  source_.watch(
+      socket_.get(),
+      [this] { return static_cast<short>(unsent_.empty() ? POLLIN : POLLIN | POLLOUT); },
+      [this](short) {
+        const std::shared_ptr<bool> alive = alive_;
+        flush();
+        if (*alive) serve();
+      },
+      {.name = "windows", .priority = priority, .recurses = true});
 }
 
 WindowConnection::~WindowConnection() {
@@ -37,11 +42,7 @@ WindowConnection::~WindowConnection() {
 }
 
 void WindowConnection::close() {
-  if (source_) {
-    g_source_destroy(source_);
-    g_source_unref(source_);
-    source_ = nullptr;
-  }
+  source_.stop();
   socket_.reset();
   unsent_.clear();
   client_ = nullptr;
@@ -51,29 +52,6 @@ void WindowConnection::drop(const char* why) {
   Client* client = client_;
   close();
   if (client) client->closed(why);
-}
-
-// Waits for what there is to wait for at present.
-void WindowConnection::watch() {
-  if (source_) {
-    g_source_destroy(source_);
-    g_source_unref(source_);
-  }
-  const auto condition = static_cast<GIOCondition>(unsent_.empty() ? G_IO_IN : G_IO_IN | G_IO_OUT);
-  source_ = g_unix_fd_source_new(socket_.get(), condition);
-  g_source_set_priority(source_, priority_);
-  g_source_set_can_recurse(source_, TRUE);
-  const GUnixFDSourceFunc onReady = [](int, GIOCondition, gpointer data) -> gboolean {
-    auto* self = static_cast<WindowConnection*>(data);
-    const std::shared_ptr<bool> alive = self->alive_;
-    self->flush();
-    if (*alive) self->serve();
-    // A source that was replaced meanwhile is destroyed, whatever this says.
-    return G_SOURCE_CONTINUE;
-  };
-  g_source_set_callback(source_, reinterpret_cast<GSourceFunc>(reinterpret_cast<void*>(onReady)),
-                        this, nullptr);
-  g_source_attach(source_, nullptr);
 }
 
 WindowConnection::Sent WindowConnection::sendNow(std::span<const char> bytes, int file) const {
@@ -112,20 +90,17 @@ void WindowConnection::sendBytes(std::span<const char> bytes, int file, std::uin
   if (unsent_.size() > maximumUnsent) return;
   UniqueFd copy(file >= 0 ? ::fcntl(file, F_DUPFD_CLOEXEC, 0) : -1);
   unsent_.push_back({std::string(bytes.data(), bytes.size()), std::move(copy), key});
-  if (unsent_.size() == 1) watch();
   // The socket may never be writable again, but it is readable once it is shut.
   if (unsent_.size() > maximumUnsent) ::shutdown(socket_.get(), SHUT_RDWR);
 }
 
 void WindowConnection::flush() {
-  if (unsent_.empty()) return;
   if (unsent_.size() > maximumUnsent) return drop("it does not read what it is sent");
   while (!unsent_.empty()) {
     const Unsent& next = unsent_.front();
     if (sendNow(next.bytes, next.file.get()) == Sent::NotNow) return;
     unsent_.pop_front();
   }
-  watch();
 }
 
 void WindowConnection::serve() {

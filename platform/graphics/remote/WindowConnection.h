@@ -5,6 +5,7 @@
 // stop its other windows. Sending never blocks.
 #pragma once
 
+#include "platform/base/FdSource.h"
 #include "platform/base/UniqueFd.h"
 
 #include <deque>
@@ -12,8 +13,6 @@
 #include <memory>
 #include <span>
 #include <string>
-
-typedef struct _GSource GSource;
 
 namespace Tessel::Platform::Graphics::Remote {
 
@@ -66,14 +65,12 @@ class WindowConnection {
   void sendBytes(std::span<const char> bytes, int file, std::uint64_t key);
   Sent sendNow(std::span<const char> bytes, int file) const;
   void flush();
-  void watch();
   void drop(const char* why);
   void serve();
 
   UniqueFd socket_;
   Client* client_;
-  const int priority_;
-  GSource* source_ = nullptr;
+  FdSource source_;
   std::deque<Unsent> unsent_;
   long second_ = 0;
   int receivedInSecond_ = 0;
