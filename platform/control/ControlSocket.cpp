@@ -7,16 +7,13 @@
 #include "platform/desktop/NavigatorJson.h"
 #include "platform/desktop/Notifications.h"
 #include "platform/os/Folders.h"
-#include "platform/os/Peer.h"
+#include "platform/sockets/Peer.h"
 
 #include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <utility>
 
 namespace Tessel::Platform {
@@ -131,25 +128,14 @@ std::string ControlSocket::pathOf(int pid) {
 }
 
 std::unique_ptr<ControlSocket> ControlSocket::open(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path.empty() || path.size() >= sizeof address.sun_path) {
-    errno = ENAMETOOLONG;
-    return nullptr;
-  }
-  std::memcpy(address.sun_path, path.c_str(), path.size());
-  UniqueFd listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!listener ||
-      ::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-      ::listen(listener.get(), backlog) != 0) {
-    return nullptr;
-  }
-  return std::unique_ptr<ControlSocket>(new ControlSocket(std::move(listener), path));
+  LocalListener listener(path, SOCK_STREAM, {.backlog = backlog});
+  if (!listener) return nullptr;
+  return std::unique_ptr<ControlSocket>(new ControlSocket(std::move(listener)));
 }
 
-ControlSocket::ControlSocket(UniqueFd listener, std::string path)
-    : listener_(std::move(listener)), path_(std::move(path)) {
-  source_.emplace(listener_.get(), [this](UniqueFd socket) { accept(std::move(socket)); });
+ControlSocket::ControlSocket(LocalListener listener)
+    : listener_(std::move(listener)),
+      source_(listener_.fd(), [this](UniqueFd socket) { accept(std::move(socket)); }) {
   NavigatorHandler::instance().setWatcher(
       [this](const char* name, const std::vector<String>& arguments) {
         tellWatchers(requestLine(name, arguments));
@@ -158,8 +144,6 @@ ControlSocket::ControlSocket(UniqueFd listener, std::string path)
 
 ControlSocket::~ControlSocket() {
   NavigatorHandler::instance().setWatcher({});
-  source_.reset();
-  ::unlink(path_.c_str());
 }
 
 void ControlSocket::accept(UniqueFd socket) {

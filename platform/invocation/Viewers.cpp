@@ -5,17 +5,16 @@
 #include "platform/base/UniqueFd.h"
 #include "platform/control/ControlSocket.h"
 #include "platform/desktop/NavigatorJson.h"
+#include "platform/sockets/LocalSocket.h"
 
 #include <glib.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstring>
 #include <memory>
 
 namespace Tessel::Platform {
@@ -30,21 +29,6 @@ constexpr std::size_t mostCalls = 32;
 // A viewer whose opener is gone has nobody left to close it.
 void endWithParent(gpointer) {
   ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-}
-
-// A connection to the control of that process; none with errno set.
-UniqueFd connectTo(int pid) {
-  const std::string path = ControlSocket::pathOf(pid);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path.empty() || path.size() >= sizeof address.sun_path) return UniqueFd();
-  std::memcpy(address.sun_path, path.c_str(), path.size());
-  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!socket ||
-      ::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-    return UniqueFd();
-  }
-  return socket;
 }
 
 }  // namespace
@@ -164,7 +148,7 @@ void Viewers::relay(const String& viewer, const String& message) {
   line.push_back('\n');
   if (line.size() > NavigatorJson::mostBytes) return relayed_(viewer, "The message is too long");
   if (calls_.size() >= mostCalls) return relayed_(viewer, "Too many messages are on their way");
-  UniqueFd socket = connectTo(pid);
+  UniqueFd socket = connectLocal(ControlSocket::pathOf(pid), SOCK_STREAM, {});
   if (!socket || ::send(socket.get(), line.data(), line.size(), MSG_NOSIGNAL) !=
                      static_cast<ssize_t>(line.size())) {
     return relayed_(viewer, "The other side does not listen");

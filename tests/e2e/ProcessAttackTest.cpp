@@ -1,5 +1,6 @@
 // What a web process that was taken over, or another process of the user, tries: each attack fails,
 // and the pages go on.
+#include "platform/sockets/LocalSocket.h"
 #include "tests/support/Processes.h"
 #include "tests/support/Program.h"
 #include "tests/support/TemporaryFolder.h"
@@ -13,7 +14,6 @@
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 
 #include <fstream>
@@ -223,12 +223,8 @@ TEST_F(ProcessAttackTest, NoSocketOfTheProgramLeadsToTheEnginesInspector) {
   for (const auto& entry : fs::recursive_directory_iterator(folder_.path() / "run")) {
     if (!entry.is_socket()) continue;
     ++sockets;
-    const Tessel::Platform::UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    entry.path().string().copy(address.sun_path, sizeof address.sun_path - 1);
-    if (::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
-      continue;
+    const auto socket = Tessel::Platform::connectLocal(entry.path(), SOCK_STREAM);
+    if (!socket) continue;
     const std::string_view request = "GET / HTTP/1.0\r\n\r\n";
     ::send(socket.get(), request.data(), request.size(), MSG_NOSIGNAL);
     pollfd ready{socket.get(), POLLIN, 0};

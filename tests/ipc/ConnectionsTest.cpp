@@ -4,6 +4,7 @@
 #include "platform/loop/Connections.h"
 #include "platform/loop/MainThreadWait.h"
 #include "platform/os/Folders.h"
+#include "platform/sockets/LocalSocket.h"
 #include "tests/support/ChromeFixture.h"
 #include "tests/support/Peer.h"
 #include "tests/support/StandardErrorPipe.h"
@@ -12,7 +13,6 @@
 
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -217,15 +217,9 @@ TEST(ConnectionsTest, WhoDoesNotAnswerIsKilledUnlessSomebodyHasStoppedIt) {
 
 // Connects to a channel of the test by its name in a folder, as anybody would who follows no rules.
 int connectRaw(const std::string& folder, int channel) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
   const std::string path =
       folder + "/channel-" + std::to_string(::getppid()) + "-" + std::to_string(channel);
-  path.copy(address.sun_path, sizeof address.sun_path - 1);
-  const int fd = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-  if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) return fd;
-  ::close(fd);
-  return -1;
+  return Tessel::Platform::connectLocal(path, SOCK_SEQPACKET).release();
 }
 
 bool isClosedByPeer(int fd) {

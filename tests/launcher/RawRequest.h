@@ -2,11 +2,11 @@
 #pragma once
 
 #include "platform/base/UniqueFd.h"
+#include "platform/sockets/LocalSocket.h"
 
 #include <sys/socket.h>
-#include <sys/time.h>
-#include <sys/un.h>
 
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <optional>
@@ -64,17 +64,11 @@ struct RawReply {
 class RawClient {
  public:
   explicit RawClient(const std::string& path)
-      : socket_(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    const timeval limit{20, 0};
-    ::setsockopt(socket_.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    connected_ =
-        ::connect(socket_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+      : socket_(Tessel::Platform::connectLocal(path, SOCK_SEQPACKET)) {
+    Tessel::Platform::setTimeLimit(socket_.get(), SO_RCVTIMEO, std::chrono::seconds(20));
   }
 
-  bool connected() const { return connected_; }
+  bool connected() const { return bool(socket_); }
   bool send(const std::string& packet) {
     return ::send(socket_.get(), packet.data(), packet.size(), MSG_NOSIGNAL) >= 0;
   }
@@ -101,7 +95,6 @@ class RawClient {
 
  private:
   Tessel::Platform::UniqueFd socket_;
-  bool connected_ = false;
 };
 
 }  // namespace test_support

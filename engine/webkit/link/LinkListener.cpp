@@ -5,11 +5,10 @@
 #include "platform/base/Log.h"
 #include "platform/base/RandomKey.h"
 #include "platform/os/Folders.h"
-#include "platform/os/Peer.h"
+#include "platform/sockets/Peer.h"
 
 #include <glib.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -22,6 +21,7 @@
 using link_protocol::FrameHeader;
 using link_protocol::FrameKind;
 using Tessel::Platform::FdSource;
+using Tessel::Platform::LocalListener;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
 using Tessel::Platform::UniqueFd;
@@ -32,23 +32,6 @@ constexpr const char* namePrefix = "pages-";
 constexpr std::size_t tokenLength = 32;
 // Limits how often refused connections are logged.
 constexpr gint64 complaintInterval = G_USEC_PER_SEC;
-
-UniqueFd listenAt(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof address.sun_path) {
-    errno = ENAMETOOLONG;
-    return UniqueFd();
-  }
-  std::memcpy(address.sun_path, path.c_str(), path.size());
-  UniqueFd listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (listener.get() < 0 ||
-      ::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-      ::listen(listener.get(), SOMAXCONN) != 0) {
-    return UniqueFd();
-  }
-  return listener;
-}
 
 }  // namespace
 
@@ -79,10 +62,10 @@ LinkListener::LinkListener(const std::string& parent, Welcome welcome,
   if (!::mkdtemp(pattern.data())) return;
   folder_ = pattern;
   address_ = folder_ + "/link";
-  listener_ = listenAt(address_);
+  listener_ = LocalListener(address_, SOCK_STREAM);
   if (isListening()) {
     accepting_.emplace(
-        listener_.get(), [this](UniqueFd socket) { accept(std::move(socket)); },
+        listener_.fd(), [this](UniqueFd socket) { accept(std::move(socket)); },
         "No web process can connect for now");
   }
   Tessel::Platform::removeAtExit(address_);
@@ -92,7 +75,7 @@ LinkListener::LinkListener(const std::string& parent, Welcome welcome,
 LinkListener::~LinkListener() {
   unidentified_.clear();
   accepting_.reset();
-  if (isListening()) ::unlink(address_.c_str());
+  listener_ = {};
   if (!folder_.empty()) ::rmdir(folder_.c_str());
 }
 

@@ -5,7 +5,8 @@
 #pragma once
 
 #include "platform/base/UniqueFd.h"
-#include "platform/os/AcceptSource.h"
+#include "platform/sockets/AcceptSource.h"
+#include "platform/sockets/LocalSocket.h"
 
 #include <sys/types.h>
 
@@ -38,7 +39,7 @@ class LinkListener {
   LinkListener(const LinkListener&) = delete;
   LinkListener& operator=(const LinkListener&) = delete;
 
-  bool isListening() const { return listener_.get() >= 0; }
+  bool isListening() const { return bool(listener_); }
   // What a web process must see to connect.
   const std::string& folder() const { return folder_; }
   const std::string& address() const { return address_; }
@@ -57,7 +58,7 @@ class LinkListener {
   const std::chrono::milliseconds greetingLimit_;
   std::string folder_;
   std::string address_;
-  Tessel::Platform::UniqueFd listener_;
+  Tessel::Platform::LocalListener listener_;
   std::optional<Tessel::Platform::AcceptSource> accepting_;
   std::list<Unidentified> unidentified_;
   std::vector<std::string> tokens_;

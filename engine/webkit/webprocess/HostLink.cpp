@@ -2,14 +2,10 @@
 #include "engine/webkit/webprocess/HostLink.h"
 
 #include "platform/base/UniqueFd.h"
-#include "platform/os/Peer.h"
-
-#include <sys/socket.h>
-#include <sys/un.h>
+#include "platform/sockets/LocalSocket.h"
+#include "platform/sockets/Peer.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 
 using link_protocol::decode;
 using link_protocol::encode;
@@ -24,17 +20,9 @@ using Tessel::Platform::UniqueFd;
 
 std::unique_ptr<HostLink> HostLink::connect(const std::string& address, const std::string& token,
                                             HostLinkDelegate& delegate) {
-  sockaddr_un name{};
-  name.sun_family = AF_UNIX;
-  if (address.size() >= sizeof name.sun_path) return nullptr;
-  std::memcpy(name.sun_path, address.c_str(), address.size());
-  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (socket.get() < 0 ||
-      ::connect(socket.get(), reinterpret_cast<sockaddr*>(&name), sizeof name) != 0) {
-    return nullptr;
-  }
+  UniqueFd socket = Tessel::Platform::connectLocal(address, SOCK_STREAM);
   // Nothing is sent to a listener that is not the program.
-  if (!isTrustedPeer(peerOf(socket.get()))) return nullptr;
+  if (!socket || !isTrustedPeer(peerOf(socket.get()))) return nullptr;
   std::unique_ptr<HostLink> link(new HostLink(LinkSocket(std::move(socket)), delegate));
   link->tell(FrameKind::Hello, 0, token);
   return link;

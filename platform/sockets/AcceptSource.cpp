@@ -1,10 +1,8 @@
 // A listening socket as a source of the default main context. Main thread.
-#include "platform/os/AcceptSource.h"
+#include "platform/sockets/AcceptSource.h"
 
 #include "platform/base/Log.h"
-#include "platform/os/Accept.h"
-
-#include <sys/socket.h>
+#include "platform/sockets/Accept.h"
 
 #include <cstring>
 #include <utility>
@@ -18,7 +16,7 @@ AcceptSource::AcceptSource(int listener, std::function<void(UniqueFd)> accepted,
 }
 
 void AcceptSource::accept() {
-  UniqueFd socket(::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+  UniqueFd socket = acceptOne(listener_);
   if (socket) {
     isShort_ = false;
     return accepted_(std::move(socket));
