@@ -8,6 +8,7 @@
 #include "platform/desktop/Notifications.h"
 #include "platform/os/Folders.h"
 #include "platform/sockets/Peer.h"
+#include "platform/sockets/Transfer.h"
 
 #include <sys/socket.h>
 
@@ -75,8 +76,7 @@ class ControlSocket::Client {
   // found gone at its next event.
   void send(std::string line) {
     line.push_back('\n');
-    const ssize_t sent = ::send(socket_.get(), line.data(), line.size(), MSG_NOSIGNAL);
-    if (sent == static_cast<ssize_t>(line.size())) return;
+    if (trySend(socket_.get(), line) == static_cast<ssize_t>(line.size())) return;
     watches_ = false;
     ::shutdown(socket_.get(), SHUT_RDWR);
   }

@@ -6,6 +6,7 @@
 #include "platform/control/ControlSocket.h"
 #include "platform/desktop/NavigatorJson.h"
 #include "platform/sockets/LocalSocket.h"
+#include "platform/sockets/Transfer.h"
 
 #include <glib.h>
 #include <sys/prctl.h>
@@ -149,8 +150,7 @@ void Viewers::relay(const String& viewer, const String& message) {
   if (line.size() > NavigatorJson::mostBytes) return relayed_(viewer, "The message is too long");
   if (calls_.size() >= mostCalls) return relayed_(viewer, "Too many messages are on their way");
   UniqueFd socket = connectLocal(ControlSocket::pathOf(pid), SOCK_STREAM, {});
-  if (!socket || ::send(socket.get(), line.data(), line.size(), MSG_NOSIGNAL) !=
-                     static_cast<ssize_t>(line.size())) {
+  if (!socket || trySend(socket.get(), line) != static_cast<ssize_t>(line.size())) {
     return relayed_(viewer, "The other side does not listen");
   }
   Call* call = *calls_.insert(new Call{this, viewer, std::move(socket)}).first;

@@ -4,6 +4,7 @@
 #include "platform/base/Log.h"
 #include "platform/sockets/Accept.h"
 #include "platform/sockets/Peer.h"
+#include "platform/sockets/Transfer.h"
 
 #include <fcntl.h>
 #include <sys/epoll.h>
@@ -162,7 +163,8 @@ int resmgr_attach(Dispatch& dispatch, const char* path, const ConnectFunctions& 
 
 void resmgr_detach(Dispatch& dispatch) {
   dispatch.clients_.clear();
-  // A server that gave up its rights may leave the path: the next one replaces what it finds.
+  // A server that gave up its rights may be unable to remove the path: the next one replaces what
+  // it finds.
   dispatch.listener_ = {};
 }
 
@@ -240,12 +242,7 @@ void DispatchContext::reply(int status, const void* data, std::size_t size) {
   if (client == dispatch_.clients_.end()) return;
   DeviceReplyHeader header{status, static_cast<std::uint32_t>(size)};
   std::array<iovec, 2> parts{{{&header, sizeof header}, {const_cast<void*>(data), size}}};
-  msghdr message{};
-  message.msg_iov = parts.data();
-  message.msg_iovlen = parts.size();
-  if (::sendmsg(socket_, &message, MSG_DONTWAIT | MSG_NOSIGNAL) < 0) {
-    dispatch_.disconnect(client);
-  }
+  if (trySend(socket_, parts) < 0) dispatch_.disconnect(client);
 }
 
 // False when there was none: the client has gone then.

@@ -7,8 +7,8 @@
 
 #include "platform/base/FdSource.h"
 #include "platform/base/UniqueFd.h"
+#include "platform/sockets/SendQueue.h"
 
-#include <deque>
 #include <functional>
 #include <memory>
 #include <span>
@@ -59,11 +59,10 @@ class WindowConnection {
     std::string bytes;
     UniqueFd file;
     std::uint64_t key;
+    std::size_t size() const { return bytes.size(); }
   };
-  enum class Sent { Yes, NotNow, Never };
 
   void sendBytes(std::span<const char> bytes, int file, std::uint64_t key);
-  Sent sendNow(std::span<const char> bytes, int file) const;
   void flush();
   void drop(const char* why);
   void serve();
@@ -71,7 +70,7 @@ class WindowConnection {
   UniqueFd socket_;
   Client* client_;
   FdSource source_;
-  std::deque<Unsent> unsent_;
+  SendQueue<Unsent> unsent_;
   long second_ = 0;
   int receivedInSecond_ = 0;
   // False once this is destroyed, for who is inside a call of the client.

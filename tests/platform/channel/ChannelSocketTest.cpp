@@ -89,7 +89,7 @@ TEST_F(ChannelSocketTest, SendingNeverBlocksAndLosesNothing) {
 }
 
 TEST_F(ChannelSocketTest, WhatHasBeenSentNoLongerCountsAsWaiting) {
-  const std::string piece(Tessel::Platform::SendQueue::bound / 4, 'x');
+  const std::string piece(Tessel::Platform::SendBounds::bound / 4, 'x');
   ReceivedMessage message;
   for (int round = 0; round < 5; ++round) {
     while (!near.hasUnsent()) ASSERT_TRUE(sendTexts(near, {"filler"}));

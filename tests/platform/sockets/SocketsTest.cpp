@@ -1,11 +1,14 @@
-// Local sockets: their paths and their queues.
+// Local sockets: their paths, their queues, and what comes along with a packet.
 #include "platform/sockets/LocalSocket.h"
+#include "platform/sockets/Transfer.h"
+#include "tests/support/LocalSocket.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <array>
 #include <cerrno>
 #include <filesystem>
 
@@ -14,6 +17,8 @@ namespace {
 using std::chrono::milliseconds;
 using Tessel::Platform::connectLocal;
 using Tessel::Platform::LocalListener;
+using Tessel::Platform::tryReceive;
+using Tessel::Platform::trySend;
 using Tessel::Platform::UniqueFd;
 
 class SocketsTest : public testing::Test {
@@ -67,6 +72,21 @@ TEST_F(SocketsTest, WhoFindsTheQueueFullWaitsNoLongerThanHeWantsTo) {
     EXPECT_FALSE(connectLocal(path_, SOCK_STREAM, limit));
     EXPECT_EQ(errno, EAGAIN);
     EXPECT_GE(std::chrono::steady_clock::now() - start, limit / 2);
+  }
+}
+
+TEST_F(SocketsTest, NoDescriptorIsLeftOfAPacket) {
+  const auto open = [] {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return std::distance(begin(all), end(all));
+  };
+  const auto [here, there] = test_support::socketPair(SOCK_SEQPACKET);
+  const auto before = open();
+  std::array<char, 4> room;
+  for (const char* text : {"", "text", "longer"}) {
+    ASSERT_GE(trySend(here.get(), text, STDIN_FILENO), 0);
+    EXPECT_EQ(tryReceive(there.get(), room).isWhole, std::string_view(text).size() <= room.size());
+    EXPECT_EQ(open(), before);
   }
 }
 
