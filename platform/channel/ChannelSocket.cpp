@@ -52,11 +52,6 @@ void ReceivedMessage::Unmap::operator()(void* memory) const {
   ::munmap(memory, size);
 }
 
-ChannelSocket::ChannelSocket(UniqueFd socket) : socket_(std::move(socket)) {
-  const int flags = ::fcntl(socket_.get(), F_GETFL);
-  if (flags < 0 || ::fcntl(socket_.get(), F_SETFL, flags | O_NONBLOCK) != 0) socket_.reset();
-}
-
 std::pair<ChannelSocket, ChannelSocket> ChannelSocket::pair() {
   int ends[2] = {-1, -1};
   if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return {};

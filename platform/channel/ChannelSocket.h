@@ -40,8 +40,7 @@ class ChannelSocket {
   static constexpr std::size_t largestDatagram = 32u << 10;
 
   ChannelSocket() = default;
-  // Switches the socket to non-blocking.
-  explicit ChannelSocket(UniqueFd socket);
+  explicit ChannelSocket(UniqueFd socket) : socket_(std::move(socket)) {}
 
   // Two ends of one channel; both empty, with errno set, on failure.
   static std::pair<ChannelSocket, ChannelSocket> pair();

@@ -47,17 +47,6 @@ UniqueFd makeEventFd() {
   return UniqueFd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
 }
 
-void signalEventFd(int fd) {
-  const std::uint64_t one = 1;
-  // It can only fail when it is signalled already.
-  [[maybe_unused]] const ssize_t written = ::write(fd, &one, sizeof one);
-}
-
-void clearEventFd(int fd) {
-  std::uint64_t count = 0;
-  [[maybe_unused]] const ssize_t read = ::read(fd, &count, sizeof count);
-}
-
 // Wakes a thread that waits for an answer when another one has read it.
 int wakeFdOfThisThread() {
   thread_local const UniqueFd fd = makeEventFd();
@@ -308,7 +297,8 @@ void PageLink::waitElsewhere(Waiter& waiter) {
     descriptors[1] = {waiter.wakeFd, POLLIN, 0};
     // The timeout may have been suspended meanwhile, so it is checked again.
     ::poll(descriptors.data(), descriptors.size(), static_cast<int>(timeLeft(waiter).count()));
-    if (descriptors[1].revents != 0) clearEventFd(waiter.wakeFd);
+    eventfd_t ignored = 0;
+    if (descriptors[1].revents != 0) ::eventfd_read(waiter.wakeFd, &ignored);
   }
 }
 
@@ -378,7 +368,8 @@ void PageLink::exchange(bool onMainThread) {
 void PageLink::exchangeLocked(bool onMainThread) {
   if (onMainThread && mainWoken_) {
     mainWoken_ = false;
-    clearEventFd(mainWake_.get());
+    eventfd_t ignored = 0;
+    ::eventfd_read(mainWake_.get(), &ignored);
   }
   if (broken_) return;
   const bool sent = !socket_.hasUnsent() || socket_.flush();
@@ -412,7 +403,7 @@ void PageLink::sort(Frame&& frame, bool onMainThread) {
   if (decode(frame.payload, value)) waiter.value = std::move(value);
   waiter.answered = true;
   if (!waiter.onMainThread) {
-    signalEventFd(waiter.wakeFd);
+    ::eventfd_write(waiter.wakeFd, 1);
   } else if (!onMainThread) {
     wakeMainLocked();
   }
@@ -520,12 +511,12 @@ SendOutcome PageLink::sendLocked(FrameKind kind, std::uint32_t id, std::uint64_t
 void PageLink::breakLocked() {
   broken_ = true;
   for (const Waiter* waiter : waiters_) {
-    if (!waiter->onMainThread) signalEventFd(waiter->wakeFd);
+    if (!waiter->onMainThread) ::eventfd_write(waiter->wakeFd, 1);
   }
 }
 
 void PageLink::wakeMainLocked() {
   if (mainWoken_) return;
   mainWoken_ = true;
-  signalEventFd(mainWake_.get());
+  ::eventfd_write(mainWake_.get(), 1);
 }

@@ -12,6 +12,7 @@ using link_protocol::encode;
 using link_protocol::Frame;
 using link_protocol::FrameKind;
 using link_protocol::LinkSocket;
+using Tessel::Platform::FdSource;
 using Tessel::Platform::isTrustedPeer;
 using Tessel::Platform::peerOf;
 using Tessel::Platform::SendOutcome;
@@ -30,12 +31,15 @@ std::unique_ptr<HostLink> HostLink::connect(const std::string& address, const st
 
 HostLink::HostLink(LinkSocket socket, HostLinkDelegate& delegate)
     : socket_(std::move(socket)), delegate_(delegate) {
-  readSource_.watch(socket_.fd(), POLLIN, [this](short) {
-    const bool alive = socket_.receive(arrived_, LinkSocket::Mode::Poll);
-    serveArrived();
-    suspend();
-    if (!alive) breakLink();
-  });
+  source_.watch(
+      socket_.fd(), [this] { return later_ ? FdSource::atOnce : short{POLLIN}; },
+      [this](short) {
+        later_ = false;
+        const bool alive = socket_.receive(arrived_, LinkSocket::Mode::Poll);
+        serveArrived();
+        suspend();
+        if (!alive) breakLink();
+      });
 }
 
 HostLink::~HostLink() {
@@ -44,17 +48,7 @@ HostLink::~HostLink() {
 
 void HostLink::breakLink() {
   broken_ = true;
-  readSource_.stop();
-  if (idleSource_ != 0) g_source_remove(idleSource_);
-  idleSource_ = 0;
-}
-
-gboolean HostLink::onIdle(gpointer data) {
-  auto* self = static_cast<HostLink*>(data);
-  self->idleSource_ = 0;
-  self->serveArrived();
-  self->suspend();
-  return G_SOURCE_REMOVE;
+  source_.stop();
 }
 
 // From the main loop: no request is open, so everything may run, in order.
@@ -170,15 +164,11 @@ std::optional<std::string> HostLink::ask(FrameKind kind, std::uint64_t page,
         break;
     }
   }
-  if (--openRequests_ == 0) serveLater();
+  // Frames that were read after the answer are queued here: the socket will not signal them again.
+  if (--openRequests_ == 0) {
+    later_ = !arrived_.empty() || !posts_.empty() || delegate_.isDeferred();
+  }
   return answer;
-}
-
-// Frames that were read after the answer are queued here: the socket will not signal them again.
-void HostLink::serveLater() {
-  const bool nothing = arrived_.empty() && posts_.empty() && !delegate_.isDeferred();
-  if (broken_ || idleSource_ != 0 || nothing) return;
-  idleSource_ = g_idle_add_full(G_PRIORITY_DEFAULT, onIdle, this, nullptr);
 }
 
 void HostLink::tell(FrameKind kind, std::uint64_t page, std::string_view payload) {

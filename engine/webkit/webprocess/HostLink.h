@@ -5,8 +5,6 @@
 #include "engine/webkit/link/LinkSocket.h"
 #include "platform/base/FdSource.h"
 
-#include <glib.h>
-
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -50,12 +48,10 @@ class HostLink {
  private:
   HostLink(link_protocol::LinkSocket socket, HostLinkDelegate& delegate);
 
-  static gboolean onIdle(gpointer self);
   void serveArrived();
   void serveAside(const link_protocol::Frame& frame);
   void runPosts();
   void serveCall(const link_protocol::Frame& frame);
-  void serveLater();
   void breakLink();
   // False when it is too large for the link, which lives.
   bool send(link_protocol::FrameKind kind, std::uint32_t id, std::uint64_t page,
@@ -64,8 +60,8 @@ class HostLink {
 
   link_protocol::LinkSocket socket_;
   HostLinkDelegate& delegate_;
-  Tessel::Platform::FdSource readSource_;
-  guint idleSource_ = 0;
+  Tessel::Platform::FdSource source_;
+  bool later_ = false;  // there is something to serve that the socket does not signal
   bool broken_ = false;
   bool suspended_ = false;
   std::uint32_t lastId_ = 0;

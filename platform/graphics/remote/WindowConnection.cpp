@@ -20,8 +20,6 @@ constexpr int recordsPerTurn = 64;
 
 WindowConnection::WindowConnection(UniqueFd socket, Client& client, int priority)
     : socket_(std::move(socket)), client_(&client), alive_(std::make_shared<bool>(true)) {
-  const int flags = ::fcntl(socket_.get(), F_GETFL);
-  if (flags >= 0) ::fcntl(socket_.get(), F_SETFL, flags | O_NONBLOCK);
   source_.watch(
       socket_.get(),
       [this] { return static_cast<short>(unsent_.isEmpty() ? POLLIN : POLLIN | POLLOUT); },

@@ -37,8 +37,8 @@ class WindowConnection {
     virtual void closed(const char* why) = 0;
   };
 
-  // The socket is one end of a SOCK_SEQPACKET pair; it is made non-blocking. The client is not
-  // owned. The priority is that of the main context.
+  // The socket is one end of a SOCK_SEQPACKET pair. The client is not owned. The priority is that
+  // of the main context.
   WindowConnection(UniqueFd socket, Client& client, int priority);
   ~WindowConnection();
   WindowConnection(const WindowConnection&) = delete;
