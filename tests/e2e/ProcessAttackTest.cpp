@@ -193,7 +193,7 @@ TEST_F(ProcessAttackTest, AnEngineProcessKilledAtItsStartTakesNothingAlong) {
       const auto program = start({std::string("--sandbox=") + sandbox});
       ASSERT_TRUE(program->waitForError("Sandbox of web pages: ")) << program->errors();
       const bool isThere = sandbox == std::string_view("off") ||
-                           program->errors().find("bubblewrap") != std::string::npos;
+                           program->errors().find("pages: bubblewrap") != std::string::npos;
       if (!isThere) break;
       const auto end = std::chrono::steady_clock::now() + 20s;
       bool isKilled = false;
