@@ -8,9 +8,9 @@
 #include "engine/Records.h"
 #include "engine/SecurityRecords.h"
 #include "engine/WebViewSettings.h"
-#include "platform/channel/SendQueue.h"
 #include "platform/graphics/Window.h"
 #include "platform/loop/GuardedPointer.h"
+#include "platform/sockets/SendBounds.h"
 
 #include <bitset>
 #include <map>
@@ -28,7 +28,7 @@ class OrvWebView : private PageClient {
 
   // Bytes of all texts of one call of a page's function: what is larger is not sent.
   static constexpr std::size_t largestCall =
-      Tessel::Platform::largestMessage - Tessel::Platform::SendQueue::smallMessage;
+      Tessel::Platform::largestMessage - Tessel::Platform::SendBounds::smallMessage;
 
   OrvWebView();
   ~OrvWebView() override;

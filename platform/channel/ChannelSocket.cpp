@@ -4,8 +4,6 @@
 // file, the bytes are in there instead.
 #include "platform/channel/ChannelSocket.h"
 
-#include "platform/os/PassedFile.h"
-
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
@@ -54,11 +52,6 @@ void ReceivedMessage::Unmap::operator()(void* memory) const {
   ::munmap(memory, size);
 }
 
-ChannelSocket::ChannelSocket(UniqueFd socket) : socket_(std::move(socket)) {
-  const int flags = ::fcntl(socket_.get(), F_GETFL);
-  if (flags < 0 || ::fcntl(socket_.get(), F_SETFL, flags | O_NONBLOCK) != 0) socket_.reset();
-}
-
 std::pair<ChannelSocket, ChannelSocket> ChannelSocket::pair() {
   int ends[2] = {-1, -1};
   if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return {};
@@ -95,52 +88,19 @@ namespace {
 // Up to here a copy is cheaper than that the kernel looks at every piece.
 constexpr std::size_t smallDatagram = 8192;
 
-// Too many descriptors on their way (ETOOMANYREFS) is a full socket by another name.
-bool isFull(int error) {
-  return error == EAGAIN || error == ENOBUFS || error == ETOOMANYREFS;
-}
-
 }  // namespace
 
-ChannelSocket::Sent ChannelSocket::sendNow(std::string_view bytes) const {
-  while (::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0) {
-    if (errno != EINTR) return isFull(errno) ? Sent::None : Sent::Broken;
-  }
-  return Sent::All;
-}
-
-ChannelSocket::Sent ChannelSocket::sendNow(std::span<const iovec> pieces,
-                                           const std::string& fileContent) const {
-  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-  msghdr message{};
-  message.msg_iov = const_cast<iovec*>(pieces.data());
-  message.msg_iovlen = pieces.size();
-  UniqueFd file;
-  if (!fileContent.empty()) {
-    file = fileOf(fileContent);
-    if (!file) return errno == EMFILE || errno == ENFILE ? Sent::None : Sent::Broken;
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    cmsghdr* part = CMSG_FIRSTHDR(&message);
-    part->cmsg_level = SOL_SOCKET;
-    part->cmsg_type = SCM_RIGHTS;
-    part->cmsg_len = CMSG_LEN(sizeof(int));
-    const int descriptor = file.get();
-    std::memcpy(CMSG_DATA(part), &descriptor, sizeof descriptor);
-  }
-  while (::sendmsg(socket_.get(), &message, MSG_NOSIGNAL | MSG_DONTWAIT) < 0) {
-    if (errno != EINTR) return isFull(errno) ? Sent::None : Sent::Broken;
-  }
-  return Sent::All;
-}
-
-ChannelSocket::Sent ChannelSocket::sendNow(const Datagram& datagram) const {
-  const iovec whole{const_cast<char*>(datagram.bytes.data()), datagram.bytes.size()};
-  return sendNow({&whole, 1}, datagram.fileContent);
+ssize_t ChannelSocket::sendNow(const Datagram& datagram) const {
+  if (datagram.fileContent.empty()) return trySend(socket_.get(), datagram.bytes);
+  const UniqueFd file = fileOf(datagram.fileContent);
+  // Without a descriptor it waits, as for room.
+  if (!file && (errno == EMFILE || errno == ENFILE)) errno = EAGAIN;
+  if (!file || trySend(socket_.get(), datagram.bytes, file.get()) < 0) return -1;
+  return static_cast<ssize_t>(datagram.size());
 }
 
 // Of a message that needs no file.
-ChannelSocket::Sent ChannelSocket::sendNow(const Preamble& preamble, Blobs blobs) const {
+ssize_t ChannelSocket::sendNow(const Preamble& preamble, Blobs blobs) const {
   if (preamble.size() + preamble.header.size <= smallDatagram) {
     std::array<char, smallDatagram> bytes;
     std::memcpy(bytes.data(), &preamble, preamble.size());
@@ -149,7 +109,7 @@ ChannelSocket::Sent ChannelSocket::sendNow(const Preamble& preamble, Blobs blobs
       if (blob.length > 0) std::memcpy(end, blob.data, blob.length);
       end += blob.length;
     }
-    return sendNow(std::string_view(bytes.data(), end));
+    return trySend(socket_.get(), std::string_view(bytes.data(), end));
   }
   // Others copy nothing.
   std::array<iovec, BlobList::capacity + 1> pieces;
@@ -157,11 +117,7 @@ ChannelSocket::Sent ChannelSocket::sendNow(const Preamble& preamble, Blobs blobs
   for (std::size_t i = 0; i < blobs.size(); ++i) {
     pieces[i + 1] = {const_cast<void*>(blobs[i].data), blobs[i].length};
   }
-  return sendNow({pieces.data(), blobs.size() + 1}, std::string());
-}
-
-SendOutcome ChannelSocket::outcomeOf(Sent sent) {
-  return sent == Sent::All ? SendOutcome::Sent : SendOutcome::Broken;
+  return trySend(socket_.get(), {pieces.data(), blobs.size() + 1});
 }
 
 SendOutcome ChannelSocket::send(Blobs blobs, bool isAnswer) {
@@ -169,15 +125,14 @@ SendOutcome ChannelSocket::send(Blobs blobs, bool isAnswer) {
   Preamble preamble;
   if (!socket_) return SendOutcome::Broken;
   if (!preamble.fill(blobs)) return SendOutcome::TooLarge;
-  if (const SendOutcome outcome =
-          SendQueue::admit(unsentBytes_, preamble.size() + preamble.header.size, isAnswer);
+  if (const SendOutcome outcome = unsent_.admit(preamble.size() + preamble.header.size, isAnswer);
       outcome != SendOutcome::Sent) {
     return outcome;
   }
   const bool inFile = preamble.header.flags == DatagramHeader::inFile;
-  if (unsent_.empty() && !inFile) {
-    const Sent sent = sendNow(preamble, blobs);
-    if (sent != Sent::None) return outcomeOf(sent);
+  if (!hasUnsent() && !inFile) {
+    if (sendNow(preamble, blobs) >= 0) return SendOutcome::Sent;
+    if (!isFull(errno)) return SendOutcome::Broken;
   }
   Datagram datagram;
   datagram.bytes.assign(reinterpret_cast<const char*>(&preamble), preamble.size());
@@ -186,23 +141,16 @@ SendOutcome ChannelSocket::send(Blobs blobs, bool isAnswer) {
   for (const Blob& blob : blobs) {
     content.append(static_cast<const char*>(blob.data), blob.length);
   }
-  if (unsent_.empty() && inFile) {
-    const Sent sent = sendNow(datagram);
-    if (sent != Sent::None) return outcomeOf(sent);
+  if (!hasUnsent() && inFile) {
+    if (sendNow(datagram) >= 0) return SendOutcome::Sent;
+    if (!isFull(errno)) return SendOutcome::Broken;
   }
-  unsentBytes_ += datagram.size();
-  unsent_.push_back(std::move(datagram));
+  unsent_.add(std::move(datagram));
   return SendOutcome::Sent;
 }
 
 bool ChannelSocket::flush() {
-  while (!unsent_.empty()) {
-    const Sent sent = sendNow(unsent_.front());
-    if (sent != Sent::All) return sent == Sent::None;
-    unsentBytes_ -= unsent_.front().size();
-    unsent_.pop_front();
-  }
-  return true;
+  return unsent_.flush([this](const Datagram& next, std::size_t) { return sendNow(next); });
 }
 
 ChannelSocket::Outcome ChannelSocket::receive(ReceivedMessage& message) {
@@ -210,24 +158,13 @@ ChannelSocket::Outcome ChannelSocket::receive(ReceivedMessage& message) {
   message.mapping_.reset();
   // Not filled with zeroes first: it is read into.
   if (!message.bytes_) message.bytes_ = std::make_unique_for_overwrite<char[]>(largestDatagram);
-  iovec bytes{message.bytes_.get(), largestDatagram};
-  alignas(cmsghdr) std::array<char, CMSG_SPACE(4 * sizeof(int))> control{};
-  msghdr packet{};
-  packet.msg_iov = &bytes;
-  packet.msg_iovlen = 1;
-  packet.msg_control = control.data();
-  packet.msg_controllen = control.size();
-  ssize_t received = -1;
-  do {
-    received = ::recvmsg(socket_.get(), &packet, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
-  } while (received < 0 && errno == EINTR);
-  if (received < 0) return errno == EAGAIN ? Outcome::Nothing : Outcome::Closed;
-  if (received == 0) return Outcome::Closed;
-  std::size_t files = 0;
-  const UniqueFd file = takePassedFile(packet, files);
-  if (packet.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) return Outcome::Malformed;
+  const Received received = tryReceive(socket_.get(), {message.bytes_.get(), largestDatagram});
+  if (received.size < 0 && errno == EAGAIN) return Outcome::Nothing;
+  if (received.size <= 0) return Outcome::Closed;
+  if (!received.isWhole) return Outcome::Malformed;
 
-  const auto size = static_cast<std::size_t>(received);
+  const UniqueFd& file = received.file;
+  const auto size = static_cast<std::size_t>(received.size);
   DatagramHeader header{};
   if (size < sizeof header) return Outcome::Malformed;
   std::memcpy(&header, message.bytes_.get(), sizeof header);

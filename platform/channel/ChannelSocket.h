@@ -8,15 +8,11 @@
 
 #include "platform/base/UniqueFd.h"
 #include "platform/channel/MessageBlobs.h"
-#include "platform/channel/SendQueue.h"
+#include "platform/sockets/SendQueue.h"
 
-#include <sys/uio.h>
-
-#include <deque>
 #include <memory>
-#include <span>
 #include <string>
-#include <string_view>
+#include <utility>
 
 namespace Tessel::Platform {
 
@@ -44,8 +40,7 @@ class ChannelSocket {
   static constexpr std::size_t largestDatagram = 32u << 10;
 
   ChannelSocket() = default;
-  // Switches the socket to non-blocking.
-  explicit ChannelSocket(UniqueFd socket);
+  explicit ChannelSocket(UniqueFd socket) : socket_(std::move(socket)) {}
 
   // Two ends of one channel; both empty, with errno set, on failure.
   static std::pair<ChannelSocket, ChannelSocket> pair();
@@ -56,10 +51,10 @@ class ChannelSocket {
   explicit operator bool() const { return bool(socket_); }
 
   // Sends without ever blocking; what the socket does not take is kept, in order, for flush(),
-  // within the bounds of SendQueue. A message is as large as all its blobs.
+  // within the bounds of SendBounds. A message is as large as all its blobs.
   SendOutcome send(Blobs blobs, bool isAnswer = false);
   bool flush();
-  bool hasUnsent() const { return !unsent_.empty(); }
+  bool hasUnsent() const { return !unsent_.isEmpty(); }
 
   enum class Outcome {
     Message,    // there is one
@@ -79,17 +74,12 @@ class ChannelSocket {
   };
 
   struct Preamble;
-  enum class Sent { All, None, Broken };
-  static SendOutcome outcomeOf(Sent sent);
-  Sent sendNow(std::string_view bytes) const;
-  Sent sendNow(std::span<const iovec> pieces, const std::string& fileContent) const;
-  Sent sendNow(const Datagram& datagram) const;
-  Sent sendNow(const Preamble& preamble, Blobs blobs) const;
-  static bool makeDatagram(Blobs blobs, Datagram& datagram);
+  // Bytes, or -1 with errno set.
+  ssize_t sendNow(const Datagram& datagram) const;
+  ssize_t sendNow(const Preamble& preamble, Blobs blobs) const;
 
   UniqueFd socket_;
-  std::deque<Datagram> unsent_;
-  std::size_t unsentBytes_ = 0;
+  SendQueue<Datagram> unsent_;
 };
 
 }  // namespace Tessel::Platform

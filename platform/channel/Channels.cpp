@@ -3,17 +3,14 @@
 #include "platform/channel/Channels.h"
 
 #include "platform/base/Log.h"
-#include "platform/os/Accept.h"
 #include "platform/os/Folders.h"
-#include "platform/os/Peer.h"
 #include "platform/os/Process.h"
+#include "platform/sockets/Accept.h"
+#include "platform/sockets/LocalSocket.h"
+#include "platform/sockets/Peer.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <sys/socket.h>
-#include <sys/time.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,7 +18,6 @@
 #include <chrono>
 #include <cstring>
 #include <mutex>
-#include <optional>
 #include <span>
 #include <string>
 #include <utility>
@@ -43,31 +39,11 @@ constexpr std::size_t mostExpected = 256;
 // nobody waiting behind thousands of its own; who finds it full waits for room.
 constexpr int acceptQueue = 64;
 
-// The address of a channel; nothing when the folder is not to be had or its name is too long.
-std::optional<sockaddr_un> addressOf(pid_t pid, int channel) {
+// Where a channel is; empty, with errno set, when the folder is not to be had.
+std::string pathOf(pid_t pid, int channel) {
   const std::string folder = runtimeFolder();
-  if (folder.empty()) return std::nullopt;
-  const std::string path =
-      folder + "/" + namePrefix + std::to_string(pid) + "-" + std::to_string(channel);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof address.sun_path) {
-    errno = ENAMETOOLONG;
-    return std::nullopt;
-  }
-  path.copy(address.sun_path, path.size());
-  return address;
-}
-
-UniqueFd newSocket(int flags) {
-  return UniqueFd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0));
-}
-
-// The kernel waits for room in the listener's queue as long as sending may block.
-bool setConnectLimit(int socket, std::chrono::milliseconds limit) {
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(limit);
-  const timeval time{seconds.count(), std::chrono::microseconds(limit - seconds).count()};
-  return ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &time, sizeof time) == 0;
+  if (folder.empty()) return folder;
+  return folder + "/" + namePrefix + std::to_string(pid) + "-" + std::to_string(channel);
 }
 
 class Acceptor {
@@ -85,8 +61,7 @@ class Acceptor {
  private:
   struct Listener {
     int channel;
-    UniqueFd socket;
-    sockaddr_un address;
+    LocalListener socket;
     std::shared_ptr<ChannelOwner> owner;
   };
   // Connected, and not taken yet.
@@ -145,28 +120,20 @@ int Acceptor::open(int wanted, const std::shared_ptr<ChannelOwner>& owner) {
     }
   }
   const int channel = wanted == anyChannel ? ++lastChannel_ : wanted;
-  const auto address = addressOf(::getpid(), channel);
-  UniqueFd socket = newSocket(SOCK_NONBLOCK);
-  if (!address || !socket) return -1;
+  const std::string path = pathOf(::getpid(), channel);
+  if (path.empty()) return -1;
   // A process of this number that was killed has left its name behind.
-  ::unlink(address->sun_path);
-  if (::bind(socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0 ||
-      ::listen(socket.get(), acceptQueue) != 0) {
-    return -1;
-  }
-  removeAtExit(address->sun_path);
-  listeners_.push_back({channel, std::move(socket), *address, owner});
+  LocalListener socket(path, SOCK_SEQPACKET, {.backlog = acceptQueue, .replaces = true});
+  if (!socket) return -1;
+  removeAtExit(path);
+  listeners_.push_back({channel, std::move(socket), owner});
   wake();
   return channel;
 }
 
 void Acceptor::close(int channel) {
   const std::lock_guard lock(mutex_);
-  std::erase_if(listeners_, [&](const Listener& listener) {
-    if (listener.channel != channel) return false;
-    ::unlink(listener.address.sun_path);
-    return true;
-  });
+  std::erase_if(listeners_, [&](const Listener& listener) { return listener.channel == channel; });
   wake();
 }
 
@@ -199,7 +166,7 @@ Acceptor::Round Acceptor::nextRound() {
     const std::lock_guard lock(mutex_);
     for (const Listener& listener : listeners_) {
       round.descriptors.push_back(
-          {listener.socket.get(), static_cast<short>(isPaused ? 0 : POLLIN), 0});
+          {listener.socket.fd(), static_cast<short>(isPaused ? 0 : POLLIN), 0});
       round.owners.push_back(listener.owner);
     }
     round.waitingCalls = calls_.size();
@@ -254,9 +221,9 @@ void Acceptor::accept(int listener, const std::shared_ptr<ChannelOwner>& owner) 
   {
     const std::lock_guard lock(mutex_);
     const bool isOpen = std::any_of(listeners_.begin(), listeners_.end(), [&](const auto& entry) {
-      return entry.socket.get() == listener && entry.owner == owner;
+      return entry.socket.fd() == listener && entry.owner == owner;
     });
-    if (isOpen) socket.reset(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
+    if (isOpen) socket = acceptOne(listener);
     if (isOpen && !socket && isShortOfDescriptors(errno)) pauseAccepting();
   }
   if (!socket) return;
@@ -360,21 +327,15 @@ void lookAtConnectionsAgain() {
 }
 
 UniqueFd connectToChannel(pid_t pid, int channel, std::chrono::milliseconds limit) {
-  const auto address = addressOf(pid, channel);
-  const bool blocks = limit.count() > 0;
-  UniqueFd socket = newSocket(blocks ? 0 : SOCK_NONBLOCK);
-  if (!address || !socket) return UniqueFd();
-  if (blocks && !setConnectLimit(socket.get(), limit)) return UniqueFd();
-  if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) {
-    return UniqueFd();
-  }
+  const std::string path = pathOf(pid, channel);
+  UniqueFd socket = path.empty() ? UniqueFd() : connectLocal(path, SOCK_SEQPACKET, limit);
+  if (!socket) return socket;
   const auto peer = peerOf(socket.get());
   // The name may have been left behind by an earlier process of that number.
   if (!peer || peer->pid != pid) {
+    socket.reset();
     errno = ECONNREFUSED;
-    return UniqueFd();
   }
-  if (blocks && ::fcntl(socket.get(), F_SETFL, O_NONBLOCK) != 0) return UniqueFd();
   return socket;
 }
 

@@ -10,7 +10,7 @@
 
 #include "platform/channel/IPCSafeString.h"
 #include "platform/channel/Message.h"
-#include "platform/channel/SendQueue.h"
+#include "platform/sockets/SendBounds.h"
 
 #include <array>
 #include <cstdint>

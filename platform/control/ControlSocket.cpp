@@ -1,22 +1,21 @@
 // The control. Main thread.
 #include "platform/control/ControlSocket.h"
 
+#include "platform/base/FdSource.h"
 #include "platform/base/Log.h"
 #include "platform/desktop/NavigatorHandler.h"
 #include "platform/desktop/NavigatorJson.h"
 #include "platform/desktop/Notifications.h"
 #include "platform/os/Folders.h"
-#include "platform/os/Peer.h"
+#include "platform/sockets/Peer.h"
+#include "platform/sockets/Transfer.h"
 
-#include <glib-unix.h>
 #include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
+#include <optional>
 #include <utility>
 
 namespace Tessel::Platform {
@@ -65,19 +64,9 @@ bool isOurs(int socket) {
 class ControlSocket::Client {
  public:
   Client(ControlSocket& owner, UniqueFd socket) : owner_(owner), socket_(std::move(socket)) {
-    source_ = g_unix_fd_add(
-        socket_.get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
-        [](gint, GIOCondition, gpointer self) -> gboolean {
-          auto* client = static_cast<Client*>(self);
-          if (client->read()) return G_SOURCE_CONTINUE;
-          client->source_ = 0;
-          client->owner_.remove(client);
-          return G_SOURCE_REMOVE;
-        },
-        this);
-  }
-  ~Client() {
-    if (source_) g_source_remove(source_);
+    source_.watch(socket_.get(), POLLIN, [this](short) {
+      if (!read()) owner_.remove(this);
+    });
   }
   Client(const Client&) = delete;
   Client& operator=(const Client&) = delete;
@@ -88,8 +77,7 @@ class ControlSocket::Client {
   // found gone at its next event.
   void send(std::string line) {
     line.push_back('\n');
-    const ssize_t sent = ::send(socket_.get(), line.data(), line.size(), MSG_NOSIGNAL);
-    if (sent == static_cast<ssize_t>(line.size())) return;
+    if (trySend(socket_.get(), line) == static_cast<ssize_t>(line.size())) return;
     watches_ = false;
     ::shutdown(socket_.get(), SHUT_RDWR);
   }
@@ -130,7 +118,7 @@ class ControlSocket::Client {
 
   ControlSocket& owner_;
   const UniqueFd socket_;
-  guint source_ = 0;
+  FdSource source_;
   std::string pending_;
   bool watches_ = false;
 };
@@ -141,25 +129,14 @@ std::string ControlSocket::pathOf(int pid) {
 }
 
 std::unique_ptr<ControlSocket> ControlSocket::open(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path.empty() || path.size() >= sizeof address.sun_path) {
-    errno = ENAMETOOLONG;
-    return nullptr;
-  }
-  std::memcpy(address.sun_path, path.c_str(), path.size());
-  UniqueFd listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!listener ||
-      ::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-      ::listen(listener.get(), backlog) != 0) {
-    return nullptr;
-  }
-  return std::unique_ptr<ControlSocket>(new ControlSocket(std::move(listener), path));
+  LocalListener listener(path, SOCK_STREAM, {.backlog = backlog});
+  if (!listener) return nullptr;
+  return std::unique_ptr<ControlSocket>(new ControlSocket(std::move(listener)));
 }
 
-ControlSocket::ControlSocket(UniqueFd listener, std::string path)
-    : listener_(std::move(listener)), path_(std::move(path)) {
-  source_.emplace(listener_.get(), [this](UniqueFd socket) { accept(std::move(socket)); });
+ControlSocket::ControlSocket(LocalListener listener)
+    : listener_(std::move(listener)),
+      source_(listener_.fd(), [this](UniqueFd socket) { accept(std::move(socket)); }) {
   NavigatorHandler::instance().setWatcher(
       [this](const char* name, const std::vector<String>& arguments) {
         tellWatchers(requestLine(name, arguments));
@@ -168,8 +145,6 @@ ControlSocket::ControlSocket(UniqueFd listener, std::string path)
 
 ControlSocket::~ControlSocket() {
   NavigatorHandler::instance().setWatcher({});
-  source_.reset();
-  ::unlink(path_.c_str());
 }
 
 void ControlSocket::accept(UniqueFd socket) {

@@ -11,10 +11,10 @@
 #pragma once
 
 #include "platform/base/UniqueFd.h"
-#include "platform/os/AcceptSource.h"
+#include "platform/sockets/AcceptSource.h"
+#include "platform/sockets/LocalSocket.h"
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,16 +37,15 @@ class ControlSocket {
  private:
   class Client;
 
-  ControlSocket(UniqueFd listener, std::string path);
+  explicit ControlSocket(LocalListener listener);
   void accept(UniqueFd socket);
   void remove(Client* client);
   // To all clients that watch.
   void tellWatchers(const std::string& line);
 
-  UniqueFd listener_;
-  const std::string path_;
-  std::optional<AcceptSource> source_;
+  LocalListener listener_;
   std::vector<std::unique_ptr<Client>> clients_;
+  AcceptSource source_;
 };
 
 }  // namespace Tessel::Platform

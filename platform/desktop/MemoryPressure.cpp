@@ -2,7 +2,7 @@
 #include "platform/desktop/MemoryPressure.h"
 
 #include <fcntl.h>
-#include <glib-unix.h>
+#include <glib.h>
 #include <linux/magic.h>
 #include <sys/vfs.h>
 #include <unistd.h>
@@ -26,7 +26,7 @@ constexpr double lowUntil = 5;
 MemoryPressure::MemoryPressure(std::function<void()> onLow, std::string path, unsigned pollEvery)
     : onLow_(std::move(onLow)), path_(std::move(path)) {
   if (::access(path_.c_str(), R_OK) != 0 || askKernel()) return;
-  source_ = g_timeout_add(
+  timer_ = g_timeout_add(
       pollEvery,
       [](gpointer self) -> gboolean {
         static_cast<MemoryPressure*>(self)->look();
@@ -36,7 +36,7 @@ MemoryPressure::MemoryPressure(std::function<void()> onLow, std::string path, un
 }
 
 MemoryPressure::~MemoryPressure() {
-  if (source_) g_source_remove(source_);
+  if (timer_) g_source_remove(timer_);
 }
 
 bool MemoryPressure::askKernel() {
@@ -51,18 +51,11 @@ bool MemoryPressure::askKernel() {
     trigger_.reset();
     return false;
   }
-  source_ = g_unix_fd_add(
-      trigger_.get(), static_cast<GIOCondition>(G_IO_PRI | G_IO_ERR),
-      [](gint, GIOCondition condition, gpointer data) -> gboolean {
-        auto* self = static_cast<MemoryPressure*>(data);
-        if ((condition & G_IO_ERR) != 0) {  // the file has gone, with its group of processes
-          self->source_ = 0;
-          return G_SOURCE_REMOVE;
-        }
-        self->onLow_();
-        return G_SOURCE_CONTINUE;
-      },
-      this);
+  notice_.watch(trigger_.get(), POLLPRI, [this](short found) {
+    // With its group of processes the file has gone.
+    if ((found & POLLERR) != 0) return notice_.stop();
+    onLow_();
+  });
   return true;
 }
 

@@ -1,6 +1,7 @@
 // Notices that the machine runs short of memory, by the kernel's pressure file. Main thread.
 #pragma once
 
+#include "platform/base/FdSource.h"
 #include "platform/base/UniqueFd.h"
 
 #include <functional>
@@ -33,7 +34,8 @@ class MemoryPressure {
   const std::function<void()> onLow_;
   const std::string path_;
   UniqueFd trigger_;
-  unsigned source_ = 0;
+  FdSource notice_;     // of the kernel
+  unsigned timer_ = 0;  // where it gives none
   bool isLow_ = false;
 };
 

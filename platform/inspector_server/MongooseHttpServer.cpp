@@ -9,7 +9,7 @@
 #include "platform/inspector_server/MeteredStream.h"
 #include "platform/inspector_server/PageList.h"
 #include "platform/loop/MessageClient.h"
-#include "platform/os/AcceptSource.h"
+#include "platform/sockets/AcceptSource.h"
 
 #include <libsoup/soup.h>
 #include <unistd.h>

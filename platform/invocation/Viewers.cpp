@@ -1,26 +1,28 @@
 // Viewers: programs of this kind that this one has opened. Main thread.
 #include "platform/invocation/Viewers.h"
 
+#include "platform/base/FdSource.h"
 #include "platform/base/UniqueFd.h"
 #include "platform/control/ControlSocket.h"
 #include "platform/desktop/NavigatorJson.h"
+#include "platform/sockets/LocalSocket.h"
+#include "platform/sockets/Transfer.h"
 
-#include <glib-unix.h>
+#include <glib.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
-#include <cstring>
 #include <memory>
 
 namespace Tessel::Platform {
 
 namespace {
 
-constexpr guint patienceMilliseconds = 5000;
+constexpr std::chrono::milliseconds patience{5000};
 constexpr std::size_t longestAnswer = 4096;
 constexpr std::size_t longestName = 64;
 constexpr std::size_t mostCalls = 32;
@@ -30,21 +32,6 @@ void endWithParent(gpointer) {
   ::prctl(PR_SET_PDEATHSIG, SIGTERM);
 }
 
-// A connection to the control of that process; none with errno set.
-UniqueFd connectTo(int pid) {
-  const std::string path = ControlSocket::pathOf(pid);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path.empty() || path.size() >= sizeof address.sun_path) return UniqueFd();
-  std::memcpy(address.sun_path, path.c_str(), path.size());
-  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!socket ||
-      ::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-    return UniqueFd();
-  }
-  return socket;
-}
-
 }  // namespace
 
 // One message on its way, until the control of the other side has answered.
@@ -52,13 +39,7 @@ struct Viewers::Call {
   Viewers* owner;
   String viewer;
   UniqueFd socket;
-  guint source = 0;
-  guint timeout = 0;
-
-  ~Call() {
-    if (source) g_source_remove(source);
-    if (timeout) g_source_remove(timeout);
-  }
+  FdSource source = {};
 
   void finish(const String& problem) {
     const std::unique_ptr<Call> own(this);
@@ -67,28 +48,15 @@ struct Viewers::Call {
   }
 
   void wait() {
-    source = g_unix_fd_add(
-        socket.get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
-        [](gint fd, GIOCondition, gpointer self) -> gboolean {
-          std::array<char, longestAnswer> answer;
-          const ssize_t count = ::recv(fd, answer.data(), answer.size(), 0);
-          if (count < 0 && errno == EAGAIN) return G_SOURCE_CONTINUE;
-          auto* call = static_cast<Call*>(self);
-          call->source = 0;
-          const std::string_view text(answer.data(),
-                                      count > 0 ? static_cast<std::size_t>(count) : 0);
-          call->finish(text.starts_with("{\"ok\"") ? String() : String("The other side refused"));
-          return G_SOURCE_REMOVE;
-        },
-        this);
-    timeout = g_timeout_add(
-        patienceMilliseconds,
-        [](gpointer self) -> gboolean {
-          static_cast<Call*>(self)->timeout = 0;
-          static_cast<Call*>(self)->finish("The other side does not answer");
-          return G_SOURCE_REMOVE;
-        },
-        this);
+    const auto onAnswer = [this](short found) {
+      if (!found) return finish("The other side does not answer");
+      std::array<char, longestAnswer> answer;
+      const ssize_t count = ::recv(socket.get(), answer.data(), answer.size(), 0);
+      if (count < 0 && errno == EAGAIN) return;
+      const std::string_view text(answer.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+      finish(text.starts_with("{\"ok\"") ? String() : String("The other side refused"));
+    };
+    source.watch(socket.get(), POLLIN, onAnswer, {.limit = patience});
   }
 };
 
@@ -181,9 +149,8 @@ void Viewers::relay(const String& viewer, const String& message) {
   line.push_back('\n');
   if (line.size() > NavigatorJson::mostBytes) return relayed_(viewer, "The message is too long");
   if (calls_.size() >= mostCalls) return relayed_(viewer, "Too many messages are on their way");
-  UniqueFd socket = connectTo(pid);
-  if (!socket || ::send(socket.get(), line.data(), line.size(), MSG_NOSIGNAL) !=
-                     static_cast<ssize_t>(line.size())) {
+  UniqueFd socket = connectLocal(ControlSocket::pathOf(pid), SOCK_STREAM, {});
+  if (!socket || trySend(socket.get(), line) != static_cast<ssize_t>(line.size())) {
     return relayed_(viewer, "The other side does not listen");
   }
   Call* call = *calls_.insert(new Call{this, viewer, std::move(socket)}).first;

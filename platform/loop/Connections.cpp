@@ -2,6 +2,7 @@
 #include "platform/loop/Connections.h"
 
 #include "platform/base/ErrorReport.h"
+#include "platform/base/FdSource.h"
 #include "platform/base/Log.h"
 #include "platform/channel/Channels.h"
 #include "platform/loop/MainThreadWait.h"
@@ -59,20 +60,12 @@ class Connection : public std::enable_shared_from_this<Connection> {
   void exchange(const Waiter* until = nullptr);
 
  private:
-  struct Source {
-    GSource base;
-    GPollFD descriptor;
-    std::shared_ptr<Connection> connection;
-    static Source* of(GSource* source) { return reinterpret_cast<Source*>(source); }
-  };
-
   Connection(int id, pid_t peer, UniqueFd socket)
       : id_(id), peer_(peer), socket_(std::move(socket)) {}
 
   void reportUnsent(SendOutcome outcome, const Message& message, Blobs blobs) const;
   void takeReply();
   void end(bool isPeerAlive);
-  void dropSource();
 
   const int id_;
   const pid_t peer_;
@@ -83,7 +76,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
   std::uint64_t lastReplyId_ = 0;
   bool ended_ = false;
   bool unresponsive_ = false;  // it was stopped while it was waited for, and has not answered since
-  GSource* source_ = nullptr;
+  FdSource source_;
 
   mutable std::mutex mutex_;
   ChannelSocket socket_;              // under the mutex, but for receiving
@@ -142,36 +135,14 @@ class Connections final : public MainThreadWait::Participant {
 };
 
 std::shared_ptr<Connection> Connection::open(int id, pid_t peer, UniqueFd socket) {
-  static GSourceFuncs functions = {
-      [](GSource* source, gint* timeout) -> gboolean {
-        *timeout = -1;
-        GPollFD& descriptor = Source::of(source)->descriptor;
-        descriptor.events =
-            static_cast<gushort>(Source::of(source)->connection->pollDescriptor().events);
-        descriptor.revents = 0;
-        return Source::of(source)->connection->broken_;
-      },
-      [](GSource* source) -> gboolean {
-        return Source::of(source)->descriptor.revents != 0 ||
-               Source::of(source)->connection->broken_;
-      },
-      [](GSource* source, GSourceFunc, gpointer) -> gboolean {
-        const auto connection = Source::of(source)->connection;
-        connection->exchange();
-        return connection->ended_ ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
-      },
-      [](GSource* source) { Source::of(source)->connection.~shared_ptr(); },
-      nullptr,
-      nullptr};
   std::shared_ptr<Connection> connection(new Connection(id, peer, std::move(socket)));
-  GSource* const source = g_source_new(&functions, sizeof(Source));
-  Source::of(source)->descriptor = {connection->socket_.fd(), G_IO_IN, 0};
-  new (&Source::of(source)->connection) std::shared_ptr<Connection>(connection);
-  g_source_set_name(source, "connection");
-  g_source_set_can_recurse(source, TRUE);
-  g_source_add_poll(source, &Source::of(source)->descriptor);
-  g_source_attach(source, nullptr);
-  connection->source_ = source;
+  connection->source_.watch(
+      connection->socket_.fd(),
+      [raw = connection.get()] {
+        return raw->broken_ ? FdSource::atOnce : raw->pollDescriptor().events;
+      },
+      // Held until the source is stopped.
+      [connection](short) { connection->exchange(); }, {.name = "connection", .recurses = true});
   return connection;
 }
 
@@ -313,7 +284,7 @@ void Connection::end(bool isPeerAlive) {
   if (std::exchange(ended_, true)) return;
   const auto self = shared_from_this();
   broken_ = true;
-  dropSource();
+  source_.stop();
   Connections::instance().take(id_);
   if (isPeerAlive && silenceLimit_) ::kill(peer_, SIGKILL);
   if (MainMessageClient* const client = MainMessageClient::instance()) {
@@ -324,14 +295,7 @@ void Connection::end(bool isPeerAlive) {
 void Connection::detach() {
   ended_ = true;
   broken_ = true;
-  dropSource();
-}
-
-void Connection::dropSource() {
-  GSource* const source = std::exchange(source_, nullptr);
-  if (!source) return;
-  g_source_destroy(source);
-  g_source_unref(source);
+  source_.stop();
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 #include <glib.h>
 #include <sys/socket.h>
 
-#include <new>
 #include <utility>
 
 namespace Tessel::Platform {
@@ -25,67 +24,25 @@ constexpr int mostOfATurn = 16;
 constexpr std::chrono::milliseconds longestTurn{2};
 constexpr std::chrono::milliseconds longestBurst{20};
 
-// Orders a source's making before its use by the context's thread, for those who cannot see the
-// context's own lock: thread sanitizers.
-std::atomic<unsigned int> sourcesMade = 0;
-
 }  // namespace
-
-// The connection as its context sees it. May recurse, as the source of the client's own queue may,
-// and for the same reasons.
-struct IncomingConnection::Source {
-  GSource base;
-  GPollFD descriptor;
-  bool isPolled;
-  std::shared_ptr<IncomingConnection> connection;
-
-  static Source* of(GSource* source) { return reinterpret_cast<Source*>(source); }
-
-  // While its messages may not be served the socket is not polled either: the loop of a wait would
-  // find it ready again and again.
-  static gboolean prepare(GSource* source, gint* timeout) {
-    sourcesMade.load(std::memory_order_acquire);
-    *timeout = -1;
-    Source* self = of(source);
-    const bool wanted = self->connection->mayServe();
-    if (std::exchange(self->isPolled, wanted) != wanted) {
-      (wanted ? g_source_add_poll : g_source_remove_poll)(source, &self->descriptor);
-    }
-    self->descriptor.events = static_cast<gushort>(self->connection->pollDescriptor().events);
-    self->descriptor.revents = 0;
-    return FALSE;
-  }
-  static gboolean check(GSource* source) {
-    return of(source)->descriptor.revents != 0 && of(source)->connection->mayServe();
-  }
-  static gboolean dispatch(GSource* source, GSourceFunc, gpointer) {
-    const auto connection = of(source)->connection;
-    connection->serveSome();
-    return connection->ended_ ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
-  }
-  static void finalize(GSource* source) { of(source)->connection.~shared_ptr(); }
-};
-
-void IncomingConnection::open(GMainContext* context) {
-  static GSourceFuncs functions = {Source::prepare,  Source::check, Source::dispatch,
-                                   Source::finalize, nullptr,       nullptr};
-  GSource* const source = g_source_new(&functions, sizeof(Source));
-  Source* const own = Source::of(source);
-  own->descriptor = {socket_.fd(), G_IO_IN, 0};
-  own->isPolled = false;
-  new (&own->connection) std::shared_ptr<IncomingConnection>(shared_from_this());
-  source_ = source;
-  g_source_set_name(source, "incoming messages");
-  g_source_set_can_recurse(source, TRUE);
-  sourcesMade.fetch_add(1, std::memory_order_release);
-  g_source_attach(source, context);
-}
 
 IncomingConnection::IncomingConnection(std::weak_ptr<ClientChannel> channel, pid_t pid,
                                        ChannelSocket socket)
     : channel_(std::move(channel)), pid_(pid), socket_(std::move(socket)) {}
 
 IncomingConnection::~IncomingConnection() = default;
+
+void IncomingConnection::open(GMainContext* context) {
+  source_.watch(
+      socket_.fd(),
+      // While its messages may not be served the socket is not polled either: the loop of a wait
+      // would find it ready again and again.
+      [this] { return mayServe() ? pollDescriptor().events : short{0}; },
+      // Held until the source is stopped. May recurse, as the source of the client's own queue may,
+      // and for the same reasons.
+      [self = shared_from_this()](short) { self->serveSome(); },
+      {.name = "incoming messages", .context = context, .recurses = true});
+}
 
 pollfd IncomingConnection::pollDescriptor() const {
   const auto events = static_cast<short>(socket_.hasUnsent() ? POLLIN | POLLOUT : POLLIN);
@@ -112,9 +69,7 @@ void IncomingConnection::serveSome() {
 // messages and input: a connection that always has more would keep them waiting for ever.
 void IncomingConnection::setBusy(bool busy) {
   if (!busy) busy_ = {};
-  if (!source_) return;
-  const int priority = busy ? G_PRIORITY_DEFAULT_IDLE : G_PRIORITY_DEFAULT;
-  if (g_source_get_priority(source_) != priority) g_source_set_priority(source_, priority);
+  source_.setPriority(busy ? G_PRIORITY_DEFAULT_IDLE : G_PRIORITY_DEFAULT);
 }
 
 void IncomingConnection::serveAll() {
@@ -210,8 +165,7 @@ void IncomingConnection::end() {
   if (std::exchange(ended_, true)) return;
   const auto self = shared_from_this();
   if (const auto channel = channel_.lock()) channel->forget(*this);
-  g_source_destroy(source_);
-  g_source_unref(std::exchange(source_, nullptr));
+  source_.stop();
 }
 
 }  // namespace Tessel::Platform

@@ -2,6 +2,7 @@
 // the replies. The client's thread, but for open().
 #pragma once
 
+#include "platform/base/FdSource.h"
 #include "platform/channel/ChannelSocket.h"
 
 #include <poll.h>
@@ -13,7 +14,6 @@
 #include <string_view>
 
 struct _GMainContext;
-struct _GSource;
 
 namespace Tessel::Platform {
 
@@ -41,8 +41,6 @@ class IncomingConnection : public std::enable_shared_from_this<IncomingConnectio
   void close();
 
  private:
-  struct Source;
-
   enum class Served {
     Nothing,  // there is none for now, or never again
     One,      // there may be more
@@ -58,7 +56,7 @@ class IncomingConnection : public std::enable_shared_from_this<IncomingConnectio
   const pid_t pid_;
   ChannelSocket socket_;
   ReceivedMessage received_;
-  _GSource* source_ = nullptr;
+  FdSource source_;
   // How long it has been served without a pause.
   std::chrono::steady_clock::duration busy_{};
   bool ended_ = false;

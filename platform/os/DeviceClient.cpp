@@ -2,22 +2,23 @@
 #include "platform/os/DeviceClient.h"
 
 #include "platform/os/DeviceProtocol.h"
+#include "platform/sockets/LocalSocket.h"
 
 #include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
+#include <chrono>
 
 namespace Tessel::Platform {
 
 namespace {
 
 int transact(int device, DeviceMessageType type, std::uint32_t command, const void* data,
-             std::size_t size, void* answer, std::size_t answerSize) {
+             std::size_t size, void* answer, std::size_t answerSize,
+             std::chrono::milliseconds limit) {
+  setTimeLimit(device, SO_SNDTIMEO, limit);
+  setTimeLimit(device, SO_RCVTIMEO, limit);
   DeviceMessageHeader header{type, 0, command, static_cast<std::uint32_t>(size), 0};
   std::array<iovec, 2> out{
       {{&header, sizeof header}, {const_cast<void*>(data), size}}};  // only read
@@ -40,27 +41,11 @@ int transact(int device, DeviceMessageType type, std::uint32_t command, const vo
 }  // namespace
 
 UniqueFd openDevice(const char* path, int flags) {
-  const std::string socketPath = devicePath(path);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (socketPath.size() >= sizeof address.sun_path) {
-    errno = ENAMETOOLONG;
-    return {};
-  }
-  socketPath.copy(address.sun_path, socketPath.size());
-  UniqueFd device(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
-  if (!device) return device;
-  // Of connecting, too: a server whose queue is full would hold us.
-  const timeval limit{10, 0};
-  ::setsockopt(device.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
-  ::setsockopt(device.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-  int error = 0;
-  if (::connect(device.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-    error = errno == EAGAIN ? ETIMEDOUT : errno;
-  } else {
-    error = transact(device.get(), DeviceMessageType::Open, static_cast<std::uint32_t>(flags),
-                     nullptr, 0, nullptr, 0);
-  }
+  UniqueFd device = connectLocal(devicePath(path), SOCK_SEQPACKET);
+  const int error =
+      device ? transact(device.get(), DeviceMessageType::Open, static_cast<std::uint32_t>(flags),
+                        nullptr, 0, nullptr, 0, connectLimit)
+             : (errno == EAGAIN ? ETIMEDOUT : errno);
   if (error != 0) device.reset();
   errno = error;
   return device;
@@ -68,11 +53,8 @@ UniqueFd openDevice(const char* path, int flags) {
 
 int controlDevice(int device, std::uint32_t command, const void* data, std::size_t size,
                   void* answer, std::size_t answerSize, int seconds) {
-  const timeval limit{seconds, 0};
-  ::setsockopt(device, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
-  ::setsockopt(device, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-  return transact(device, DeviceMessageType::DeviceControl, command, data, size, answer,
-                  answerSize);
+  return transact(device, DeviceMessageType::DeviceControl, command, data, size, answer, answerSize,
+                  std::chrono::seconds(seconds));
 }
 
 }  // namespace Tessel::Platform

@@ -2,14 +2,15 @@
 #include "platform/os/ResourceManager.h"
 
 #include "platform/base/Log.h"
-#include "platform/os/Accept.h"
+#include "platform/sockets/Accept.h"
+#include "platform/sockets/Peer.h"
+#include "platform/sockets/Transfer.h"
 
 #include <fcntl.h>
 #include <sys/epoll.h>
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -25,29 +26,11 @@ namespace {
 
 constexpr int changeableFlags = O_APPEND | O_NONBLOCK;
 
-bool addressOf(const std::string& path, sockaddr_un& address) {
-  address = {};
-  address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof address.sun_path) {
-    errno = ENAMETOOLONG;
-    return false;
-  }
-  path.copy(address.sun_path, path.size());
-  return true;
-}
-
-UniqueFd newSocket() {
-  return UniqueFd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-}
-
 // Whether a server answers there. One whose queue is full does.
 bool isServed(const std::string& path) {
-  sockaddr_un address{};
-  if (!addressOf(path, address)) return false;
-  const UniqueFd probe = newSocket();
-  if (!probe) return true;
-  return ::connect(probe.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 ||
-         errno == EAGAIN;
+  const UniqueFd probe = connectLocal(path, SOCK_SEQPACKET, {});
+  // Who cannot look does not say that there is nobody.
+  return probe || errno == EAGAIN || isShortOfDescriptors(errno);
 }
 
 // Held by a server from before it looks for another one until it serves itself. Not the folder's
@@ -70,27 +53,6 @@ UniqueFd lockBeside(const std::string& path) {
   if (error != 0) lock.reset();
   errno = error;
   return lock;
-}
-
-// A listener with mode and owner as they are to be, under a name that nobody looks for yet.
-UniqueFd listenAt(const std::string& path, const PathAttributes& attributes) {
-  sockaddr_un address{};
-  if (!addressOf(path, address)) return {};
-  UniqueFd listener = newSocket();
-  if (!listener) return {};
-  ::unlink(path.c_str());  // of a server of that number that died right here
-  const mode_t before = ::umask(0777);
-  const int bound = ::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address);
-  ::umask(before);
-  if (bound == 0 && ::chown(path.c_str(), attributes.uid, attributes.gid) == 0 &&
-      ::chmod(path.c_str(), attributes.mode & 07777) == 0 &&
-      ::listen(listener.get(), SOMAXCONN) == 0) {
-    return listener;
-  }
-  const int error = errno;
-  if (bound == 0) ::unlink(path.c_str());
-  errno = error;
-  return {};
 }
 
 // What the mode allows the client, as read and write bits of one class.
@@ -187,17 +149,11 @@ int resmgr_attach(Dispatch& dispatch, const char* path, const ConnectFunctions& 
   if (!lock) return errno;
   if (isServed(socketPath)) return EADDRINUSE;
 
-  const std::string newPath = socketPath + "." + std::to_string(::getpid());
-  UniqueFd listener = listenAt(newPath, attributes);
-  if (!listener) return errno;
-  if (!dispatch.watch(listener.get()) || ::rename(newPath.c_str(), socketPath.c_str()) != 0) {
-    const int error = errno;
-    ::unlink(newPath.c_str());
-    return error;
-  }
+  // Under a name that nobody looks for yet; what is there a server of that number left.
+  LocalListener listener(socketPath + "." + std::to_string(::getpid()), SOCK_SEQPACKET,
+                         {.replaces = true, .attributes = attributes});
+  if (!listener || !dispatch.watch(listener.fd()) || !listener.moveTo(socketPath)) return errno;
   dispatch.listener_ = std::move(listener);
-  dispatch.path_ = socketPath;
-  dispatch.owner_ = ::getpid();
   dispatch.connect_ = connect;
   dispatch.io_ = io;
   dispatch.attributes_ = attributes;
@@ -206,11 +162,10 @@ int resmgr_attach(Dispatch& dispatch, const char* path, const ConnectFunctions& 
 }
 
 void resmgr_detach(Dispatch& dispatch) {
-  // A server that gave up its rights may not be able to: the next one replaces what it finds.
-  if (dispatch.owner_ == ::getpid()) ::unlink(dispatch.path_.c_str());
-  dispatch.owner_ = -1;
   dispatch.clients_.clear();
-  dispatch.listener_.reset();
+  // A server that gave up its rights may be unable to remove the path: the next one replaces what
+  // it finds.
+  dispatch.listener_ = {};
 }
 
 bool Dispatch::watchAlso(int descriptor, std::function<void()> readable) {
@@ -221,7 +176,7 @@ bool Dispatch::watchAlso(int descriptor, std::function<void()> readable) {
 }
 
 void Dispatch::pauseAccepting() {
-  if (!paused_) ::epoll_ctl(events_.get(), EPOLL_CTL_DEL, listener_.get(), nullptr);
+  if (!paused_) ::epoll_ctl(events_.get(), EPOLL_CTL_DEL, listener_.fd(), nullptr);
   paused_ = true;
   pausedUntil_ = std::chrono::steady_clock::now() + acceptPause;
 }
@@ -231,7 +186,7 @@ int Dispatch::acceptAgainIn() {
   const auto left =
       std::chrono::ceil<std::chrono::milliseconds>(pausedUntil_ - std::chrono::steady_clock::now());
   if (left.count() > 0) return static_cast<int>(left.count());
-  paused_ = !watch(listener_.get());
+  paused_ = !watch(listener_.fd());
   return paused_ ? static_cast<int>(acceptPause.count()) : -1;
 }
 
@@ -247,27 +202,25 @@ void Dispatch::disconnectOldest() {
       [](const auto& a, const auto& b) { return a.second.lastUse < b.second.lastUse; });
   if (oldest == clients_.end()) return;
   logAlways(LogNotice, "Too many clients of %s: process %d, silent longest, is disconnected",
-            path_.c_str(), oldest->second.open.client.pid);
+            listener_.path().c_str(), oldest->second.open.client.pid);
   disconnect(oldest);
 }
 
 void Dispatch::acceptClient() {
   if (clients_.size() >= mostClients) disconnectOldest();
-  UniqueFd socket(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+  UniqueFd socket = acceptOne(listener_.fd());
   if (!socket) {
     if (!isShortOfDescriptors(errno)) return;
     disconnectOldest();
     return pauseAccepting();
   }
-  ucred credentials{};
-  socklen_t size = sizeof credentials;
-  if (::getsockopt(socket.get(), SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) return;
+  const auto peer = peerOf(socket.get());
   const int descriptor = socket.get();
-  if (!watch(descriptor)) return;
+  if (!peer || !watch(descriptor)) return;
   Client client;
   client.socket = std::move(socket);
   client.open.attributes = &attributes_;
-  client.open.client = {credentials.pid, credentials.uid, credentials.gid};
+  client.open.client = {peer->pid, peer->uid, peer->gid};
   client.lastUse = ++uses_;
   clients_.insert_or_assign(descriptor, std::move(client));
 }
@@ -289,12 +242,7 @@ void DispatchContext::reply(int status, const void* data, std::size_t size) {
   if (client == dispatch_.clients_.end()) return;
   DeviceReplyHeader header{status, static_cast<std::uint32_t>(size)};
   std::array<iovec, 2> parts{{{&header, sizeof header}, {const_cast<void*>(data), size}}};
-  msghdr message{};
-  message.msg_iov = parts.data();
-  message.msg_iovlen = parts.size();
-  if (::sendmsg(socket_, &message, MSG_DONTWAIT | MSG_NOSIGNAL) < 0) {
-    dispatch_.disconnect(client);
-  }
+  if (trySend(socket_, parts) < 0) dispatch_.disconnect(client);
 }
 
 // False when there was none: the client has gone then.
@@ -324,7 +272,7 @@ bool dispatch_block(DispatchContext& context) {
     const int count = ::epoll_wait(dispatch.events_.get(), &event, 1, dispatch.acceptAgainIn());
     if (count < 0 && errno != EINTR) return false;
     if (count <= 0) continue;
-    if (event.data.fd == dispatch.listener_.get()) {
+    if (event.data.fd == dispatch.listener_.fd()) {
       dispatch.acceptClient();
     } else if (event.data.fd == dispatch.alsoWatched_) {
       dispatch.alsoReadable_();

@@ -5,6 +5,7 @@
 
 #include "platform/base/UniqueFd.h"
 #include "platform/os/DeviceProtocol.h"
+#include "platform/sockets/LocalSocket.h"
 
 #include <sys/types.h>
 
@@ -15,7 +16,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <string>
 
 namespace Tessel::Platform {
 
@@ -27,13 +27,6 @@ struct ClientInfo {
   pid_t pid;
   uid_t uid;
   gid_t gid;
-};
-
-// Mode and owner of a path.
-struct PathAttributes {
-  mode_t mode = 0;
-  uid_t uid = 0;
-  gid_t gid = 0;
 };
 
 // One open of a path.
@@ -118,9 +111,7 @@ class Dispatch {
   void disconnectOldest();
 
   UniqueFd events_;  // epoll
-  UniqueFd listener_;
-  std::string path_;
-  pid_t owner_ = -1;  // whoever attached the path
+  LocalListener listener_;
   ConnectFunctions connect_{};
   IoFunctions io_{};
   PathAttributes attributes_;

@@ -2,7 +2,7 @@
 // by the client's.
 #include "platform/pps/PPSWatcher.h"
 
-#include <glib-unix.h>
+#include <glib.h>
 #include <sys/inotify.h>
 #include <unistd.h>
 
@@ -52,30 +52,16 @@ std::shared_ptr<PPSWatcher> PPSWatcher::of(MessageClient& client) {
   return watcher;
 }
 
-PPSWatcher::~PPSWatcher() {
-  if (!source_) return;
-  g_source_destroy(source_);
-  g_source_unref(source_);
-}
-
 void PPSWatcher::attach() {
-  using Weak = std::weak_ptr<PPSWatcher>;
-  GSource* const source = g_unix_fd_source_new(inotify_.get(), G_IO_IN);
-  const auto onReadable = [](gint, GIOCondition, gpointer data) -> gboolean {
-    const auto watcher = static_cast<Weak*>(data)->lock();
-    if (!watcher) return G_SOURCE_REMOVE;
-    watcher->readEvents();
-    return G_SOURCE_CONTINUE;
+  const auto onReadable = [weak = weak_from_this()](short) {
+    if (const auto watcher = weak.lock()) watcher->readEvents();
   };
-  const GUnixFDSourceFunc function = onReadable;
-  g_source_set_callback(source, G_SOURCE_FUNC(function), new Weak(weak_from_this()),
-                        [](gpointer data) { delete static_cast<Weak*>(data); });
-  g_source_set_name(source, "pps watcher");
   GMainContext* const context = g_main_context_ref_thread_default();
-  g_source_attach(source, context);
+  {
+    const std::lock_guard lock(mutex_);
+    source_.watch(inotify_.get(), POLLIN, onReadable, {.name = "pps watcher", .context = context});
+  }
   g_main_context_unref(context);
-  const std::lock_guard lock(mutex_);
-  source_ = source;
 }
 
 int PPSWatcher::add(const PPSPlace& place, Handler handler) {

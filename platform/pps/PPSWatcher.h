@@ -2,6 +2,7 @@
 // told.
 #pragma once
 
+#include "platform/base/FdSource.h"
 #include "platform/base/UniqueFd.h"
 #include "platform/loop/MessageClient.h"
 #include "platform/pps/PPSFiles.h"
@@ -11,8 +12,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-
-struct _GSource;
 
 namespace Tessel::Platform {
 
@@ -33,7 +32,6 @@ class PPSWatcher : public std::enable_shared_from_this<PPSWatcher> {
   static std::shared_ptr<PPSWatcher> of(MessageClient& client);
 
   PPSWatcher() = default;
-  ~PPSWatcher();
   PPSWatcher(const PPSWatcher&) = delete;
   PPSWatcher& operator=(const PPSWatcher&) = delete;
 
@@ -58,7 +56,7 @@ class PPSWatcher : public std::enable_shared_from_this<PPSWatcher> {
   UniqueFd inotify_;
   std::mutex mutex_;
   // All below under the mutex.
-  _GSource* source_ = nullptr;
+  FdSource source_;
   int lastNumber_ = 0;
   std::map<int, Watch> watches_;
 };

@@ -4,11 +4,11 @@
 #include "platform/control/ControlSocket.h"
 #include "platform/desktop/NavigatorJson.h"
 #include "platform/os/Folders.h"
-#include "platform/os/Peer.h"
+#include "platform/sockets/LocalSocket.h"
+#include "platform/sockets/Peer.h"
 
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 
 #include <algorithm>
 #include <array>
@@ -45,16 +45,9 @@ std::vector<int> Client::programs() {
 
 std::string Client::connect(int pid) {
   const std::string path = ControlSocket::pathOf(pid);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
   if (path.empty()) return std::string("The run-time folder: ") + std::strerror(errno);
-  if (path.size() >= sizeof address.sun_path) return path + ": " + std::strerror(ENAMETOOLONG);
-  std::memcpy(address.sun_path, path.c_str(), path.size());
-  socket_.reset(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (!socket_ ||
-      ::connect(socket_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-    return path + ": " + std::strerror(errno);
-  }
+  socket_ = Tessel::Platform::connectLocal(path, SOCK_STREAM);
+  if (!socket_) return path + ": " + std::strerror(errno);
   if (Tessel::Platform::isTrustedPeer(Tessel::Platform::peerOf(socket_.get()))) return {};
   socket_.reset();
   return path + ": another user's process listens there";

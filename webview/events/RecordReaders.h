@@ -4,7 +4,7 @@
 #include "engine/JavaScriptVariant.h"
 #include "engine/Records.h"
 #include "platform/base/String.h"
-#include "platform/channel/SendQueue.h"
+#include "platform/sockets/SendBounds.h"
 
 #include <vector>
 

@@ -5,6 +5,7 @@
 #include "platform/base/RandomKey.h"
 #include "platform/base/UniqueFd.h"
 #include "platform/os/Folders.h"
+#include "platform/sockets/LocalSocket.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -15,7 +16,6 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -27,6 +27,7 @@
 #include <filesystem>
 #include <utility>
 
+using Tessel::Platform::LocalListener;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
 using Tessel::Platform::randomKey;
@@ -123,21 +124,11 @@ bool attach(int fd, std::vector<sock_filter> program) {
 UniqueFd takeOver(int fd) {
   const std::string name =
       Tessel::Platform::runtimeFolder() + "/" + socketPrefix + std::to_string(::getpid());
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  const UniqueFd listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  UniqueFd door;
-  if (listener && name.size() < sizeof address.sun_path) {
-    name.copy(address.sun_path, name.size());
-    ::unlink(name.c_str());
-    if (::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-        ::listen(listener.get(), SOMAXCONN) == 0) {
-      door = UniqueFd(::open(name.c_str(), O_PATH | O_CLOEXEC));
-    }
-    ::unlink(name.c_str());
-  }
-  // Accepting from a socket that does not listen would fail in a busy loop, so it is shut down.
-  if (::dup3(listener.get(), fd, O_CLOEXEC) != fd) door.reset();
+  const LocalListener listener(name, SOCK_STREAM, {.replaces = true});
+  UniqueFd door(listener ? ::open(name.c_str(), O_PATH | O_CLOEXEC) : -1);
+  // What nobody can connect to takes the network's place all the same.
+  const UniqueFd mute(listener ? -1 : ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (::dup3(listener ? listener.fd() : mute.get(), fd, O_CLOEXEC) != fd) door.reset();
   return door;
 }
 

@@ -7,7 +7,7 @@
 
 #include "engine/JavaScriptVariant.h"
 #include "engine/Records.h"
-#include "platform/channel/SendQueue.h"
+#include "platform/sockets/SendBounds.h"
 
 #include <cstdint>
 #include <optional>

@@ -5,10 +5,10 @@
 #include "platform/base/Log.h"
 #include "platform/base/RandomKey.h"
 #include "platform/os/Folders.h"
+#include "platform/sockets/Peer.h"
 
-#include <glib-unix.h>
+#include <glib.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,6 +20,8 @@
 
 using link_protocol::FrameHeader;
 using link_protocol::FrameKind;
+using Tessel::Platform::FdSource;
+using Tessel::Platform::LocalListener;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
 using Tessel::Platform::UniqueFd;
@@ -28,58 +30,25 @@ namespace {
 
 constexpr const char* namePrefix = "pages-";
 constexpr std::size_t tokenLength = 32;
-// Without descriptors or memory a connection stays pending, and the source would fire at once.
-constexpr guint pauseInterval = 500;  // milliseconds
 // Limits how often refused connections are logged.
 constexpr gint64 complaintInterval = G_USEC_PER_SEC;
-
-UniqueFd listenAt(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof address.sun_path) {
-    errno = ENAMETOOLONG;
-    return UniqueFd();
-  }
-  std::memcpy(address.sun_path, path.c_str(), path.size());
-  UniqueFd listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (listener.get() < 0 ||
-      ::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-      ::listen(listener.get(), SOMAXCONN) != 0) {
-    return UniqueFd();
-  }
-  return listener;
-}
 
 }  // namespace
 
 // A connection that has not sent a complete greeting yet.
 struct LinkListener::Unidentified {
   Unidentified(LinkListener& itsListener, UniqueFd itsSocket, pid_t itsPid)
-      : listener(itsListener),
-        socket(std::move(itsSocket)),
-        pid(itsPid),
-        readSource(g_unix_fd_add(socket.get(), G_IO_IN, onGreeting, this)) {
-    limitSource = g_timeout_add(
-        static_cast<guint>(listener.greetingLimit_.count()),
-        [](gpointer data) -> gboolean {
-          auto* const self = static_cast<Unidentified*>(data);
-          self->listener.forget(*self);
-          return G_SOURCE_CONTINUE;
-        },
-        this);
+      : listener(itsListener), socket(std::move(itsSocket)), pid(itsPid) {
+    source.watch(
+        socket.get(), POLLIN,
+        [this](short found) { found ? listener.readGreeting(*this) : listener.forget(*this); },
+        {.limit = listener.greetingLimit_});
   }
-  ~Unidentified() {
-    g_source_remove(readSource);
-    g_source_remove(limitSource);
-  }
-  Unidentified(const Unidentified&) = delete;
-  Unidentified& operator=(const Unidentified&) = delete;
 
   LinkListener& listener;
   UniqueFd socket;
   const pid_t pid;
-  const guint readSource;
-  guint limitSource = 0;
+  FdSource source;
   // Reads the greeting only: the bytes after it are left to the link.
   std::array<char, sizeof(FrameHeader) + tokenLength> greeting{};
   std::size_t received = 0;
@@ -93,16 +62,20 @@ LinkListener::LinkListener(const std::string& parent, Welcome welcome,
   if (!::mkdtemp(pattern.data())) return;
   folder_ = pattern;
   address_ = folder_ + "/link";
-  listener_ = listenAt(address_);
-  if (isListening()) watch();
+  listener_ = LocalListener(address_, SOCK_STREAM);
+  if (isListening()) {
+    accepting_.emplace(
+        listener_.fd(), [this](UniqueFd socket) { accept(std::move(socket)); },
+        "No web process can connect for now");
+  }
   Tessel::Platform::removeAtExit(address_);
   Tessel::Platform::removeAtExit(folder_);
 }
 
 LinkListener::~LinkListener() {
-  if (source_ != 0) g_source_remove(source_);
   unidentified_.clear();
-  if (isListening()) ::unlink(address_.c_str());
+  accepting_.reset();
+  listener_ = {};
   if (!folder_.empty()) ::rmdir(folder_.c_str());
 }
 
@@ -111,20 +84,6 @@ std::string LinkListener::issueToken() {
   if (token.empty()) return token;
   if (tokens_.size() == mostTokens) tokens_.erase(tokens_.begin());
   return tokens_.emplace_back(std::move(token));
-}
-
-void LinkListener::watch() {
-  source_ = g_unix_fd_add(listener_.get(), G_IO_IN, onConnection, this);
-}
-
-void LinkListener::pause() {
-  source_ = g_timeout_add(
-      pauseInterval,
-      [](gpointer data) -> gboolean {
-        static_cast<LinkListener*>(data)->watch();
-        return G_SOURCE_REMOVE;
-      },
-      this);
 }
 
 void LinkListener::forget(const Unidentified& stranger) {
@@ -138,54 +97,36 @@ void LinkListener::complain(pid_t peer, const char* why) {
   logAlways(LogError, "Process %d is refused as a web process: %s.", static_cast<int>(peer), why);
 }
 
-gboolean LinkListener::onConnection(gint fd, GIOCondition, gpointer data) {
-  auto* self = static_cast<LinkListener*>(data);
-  UniqueFd socket(::accept4(fd, nullptr, nullptr, SOCK_CLOEXEC));
-  if (socket.get() < 0) {
-    if (errno == EAGAIN || errno == EINTR || errno == ECONNABORTED) return G_SOURCE_CONTINUE;
-    logAlways(LogError, "No web process can connect for now: %s", std::strerror(errno));
-    self->pause();
-    return G_SOURCE_REMOVE;
+void LinkListener::accept(UniqueFd socket) {
+  const auto peer = Tessel::Platform::peerOf(socket.get());
+  if (!Tessel::Platform::isTrustedPeer(peer)) {
+    return complain(peer ? peer->pid : 0, "it is another user's");
   }
-  ucred peer{};
-  socklen_t size = sizeof peer;
-  if (::getsockopt(socket.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0 ||
-      (peer.uid != ::geteuid() && peer.uid != 0)) {
-    self->complain(peer.pid, "it is another user's");
-    return G_SOURCE_CONTINUE;
-  }
-  if (self->unidentified_.size() == mostUnidentified) self->unidentified_.pop_front();
-  self->unidentified_.emplace_back(*self, std::move(socket), peer.pid);
-  return G_SOURCE_CONTINUE;
+  if (unidentified_.size() == mostUnidentified) unidentified_.pop_front();
+  unidentified_.emplace_back(*this, std::move(socket), peer->pid);
 }
 
-gboolean LinkListener::onGreeting(gint fd, GIOCondition, gpointer data) {
-  auto* const stranger = static_cast<Unidentified*>(data);
-  LinkListener& self = stranger->listener;
-  const ssize_t count = ::recv(fd, stranger->greeting.data() + stranger->received,
-                               stranger->greeting.size() - stranger->received, MSG_DONTWAIT);
-  if (count < 0 && (errno == EAGAIN || errno == EINTR)) return G_SOURCE_CONTINUE;
-  if (count > 0) {
-    stranger->received += static_cast<std::size_t>(count);
-    if (stranger->received < stranger->greeting.size()) return G_SOURCE_CONTINUE;
-    FrameHeader header;
-    std::memcpy(&header, stranger->greeting.data(), sizeof header);
-    const std::string_view shown(stranger->greeting.data() + sizeof header, tokenLength);
-    const auto issued = std::ranges::find_if(self.tokens_, [&](const std::string& token) {
-      return Tessel::Platform::sameToken(token, shown);
-    });
-    if (header.kind == static_cast<std::uint32_t>(FrameKind::Hello) && header.size == tokenLength &&
-        issued != self.tokens_.end()) {
-      const std::string token = std::move(*issued);
-      self.tokens_.erase(issued);
-      UniqueFd socket = std::move(stranger->socket);
-      const pid_t pid = stranger->pid;
-      self.forget(*stranger);
-      self.welcome_(std::move(socket), pid, token);
-      return G_SOURCE_CONTINUE;
-    }
-    self.complain(stranger->pid, "it shows no token that is valid");
+void LinkListener::readGreeting(Unidentified& stranger) {
+  const ssize_t count = ::recv(stranger.socket.get(), stranger.greeting.data() + stranger.received,
+                               stranger.greeting.size() - stranger.received, MSG_DONTWAIT);
+  if (count < 0 && (errno == EAGAIN || errno == EINTR)) return;
+  if (count <= 0) return forget(stranger);
+  stranger.received += static_cast<std::size_t>(count);
+  if (stranger.received < stranger.greeting.size()) return;
+  FrameHeader header;
+  std::memcpy(&header, stranger.greeting.data(), sizeof header);
+  const std::string_view shown(stranger.greeting.data() + sizeof header, tokenLength);
+  const auto issued = std::ranges::find_if(
+      tokens_, [&](const std::string& token) { return Tessel::Platform::sameToken(token, shown); });
+  if (header.kind != static_cast<std::uint32_t>(FrameKind::Hello) || header.size != tokenLength ||
+      issued == tokens_.end()) {
+    complain(stranger.pid, "it shows no token that is valid");
+    return forget(stranger);
   }
-  self.forget(*stranger);
-  return G_SOURCE_CONTINUE;
+  const std::string token = std::move(*issued);
+  tokens_.erase(issued);
+  UniqueFd socket = std::move(stranger.socket);
+  const pid_t pid = stranger.pid;
+  forget(stranger);
+  welcome_(std::move(socket), pid, token);
 }

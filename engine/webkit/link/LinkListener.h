@@ -5,13 +5,16 @@
 #pragma once
 
 #include "platform/base/UniqueFd.h"
+#include "platform/sockets/AcceptSource.h"
+#include "platform/sockets/LocalSocket.h"
 
-#include <glib.h>
 #include <sys/types.h>
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <list>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,7 +39,7 @@ class LinkListener {
   LinkListener(const LinkListener&) = delete;
   LinkListener& operator=(const LinkListener&) = delete;
 
-  bool isListening() const { return listener_.get() >= 0; }
+  bool isListening() const { return bool(listener_); }
   // What a web process must see to connect.
   const std::string& folder() const { return folder_; }
   const std::string& address() const { return address_; }
@@ -46,20 +49,18 @@ class LinkListener {
  private:
   struct Unidentified;
 
-  void watch();
-  void pause();
+  void accept(Tessel::Platform::UniqueFd socket);
+  void readGreeting(Unidentified& stranger);
   void forget(const Unidentified& stranger);
   void complain(pid_t peer, const char* why);
-  static gboolean onConnection(gint fd, GIOCondition condition, gpointer self);
-  static gboolean onGreeting(gint fd, GIOCondition condition, gpointer stranger);
 
   const Welcome welcome_;
   const std::chrono::milliseconds greetingLimit_;
   std::string folder_;
   std::string address_;
-  Tessel::Platform::UniqueFd listener_;
-  guint source_ = 0;  // the listener's, or the timer's that it waits for
+  Tessel::Platform::LocalListener listener_;
+  std::optional<Tessel::Platform::AcceptSource> accepting_;
   std::list<Unidentified> unidentified_;
   std::vector<std::string> tokens_;
-  gint64 complained_ = 0;  // when, in microseconds of the monotonic clock
+  std::int64_t complained_ = 0;  // when, in microseconds of the monotonic clock
 };

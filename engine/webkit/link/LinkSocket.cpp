@@ -5,23 +5,22 @@
 #include <sys/socket.h>
 #include <sys/uio.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 
 namespace link_protocol {
 
+using Tessel::Platform::isFull;
 using Tessel::Platform::SendOutcome;
-using Tessel::Platform::SendQueue;
+using Tessel::Platform::trySend;
 
 namespace {
 
+constexpr std::size_t sendChunk = 64u << 10;
 constexpr std::size_t readChunk = 64u << 10;
 constexpr std::size_t mostPerReceive = 8u << 20;
-
-bool wouldBlock() {
-  return errno == EAGAIN || errno == EWOULDBLOCK;
-}
 
 }  // namespace
 
@@ -35,49 +34,31 @@ SendOutcome LinkSocket::send(FrameKind kind, std::uint32_t id, std::uint64_t pag
   header.page = page;
   const std::string_view head(reinterpret_cast<const char*>(&header), sizeof header);
 
+  const std::size_t size = head.size() + payload.size();
+  const SendOutcome outcome = unsent_.admit(size, kind == FrameKind::Answer);
+  if (outcome != SendOutcome::Sent) return outcome;
   std::size_t sent = 0;
   if (!hasUnsent()) {
-    std::array<iovec, 2> parts{{{const_cast<char*>(head.data()), head.size()},
-                                {const_cast<char*>(payload.data()), payload.size()}}};
-    msghdr message{};
-    message.msg_iov = parts.data();
-    message.msg_iovlen = parts.size();
-    ssize_t count = 0;
-    do {
-      count = ::sendmsg(socket_.get(), &message, MSG_NOSIGNAL | MSG_DONTWAIT);
-    } while (count < 0 && errno == EINTR);
-    if (count < 0 && !wouldBlock()) return SendOutcome::Broken;
+    const std::array<iovec, 2> parts{{{const_cast<char*>(head.data()), head.size()},
+                                      {const_cast<char*>(payload.data()), payload.size()}}};
+    const ssize_t count = trySend(socket_.get(), parts);
+    if (count < 0 && !isFull(errno)) return SendOutcome::Broken;
     if (count > 0) sent = static_cast<std::size_t>(count);
-    if (sent == head.size() + payload.size()) return SendOutcome::Sent;
-  } else {
-    const SendOutcome outcome = SendQueue::admit(
-        unsent_.size() - sent_, head.size() + payload.size(), kind == FrameKind::Answer);
-    if (outcome != SendOutcome::Sent) return outcome;
+    if (sent == size) return SendOutcome::Sent;
   }
-  if (sent < head.size()) {
-    unsent_.append(head.substr(sent));
-    unsent_.append(payload);
-  } else {
-    unsent_.append(payload.substr(sent - head.size()));
-  }
+  // Small frames go out together.
+  if (!hasUnsent() || unsent_.last().size() >= sendChunk) unsent_.add({});
+  unsent_.changeLast([&](std::string& rest) {
+    if (sent < head.size()) rest.append(head.substr(sent));
+    rest.append(payload.substr(sent - std::min(sent, head.size())));
+  });
   return SendOutcome::Sent;
 }
 
 bool LinkSocket::flush() {
-  while (hasUnsent()) {
-    const ssize_t count = ::send(socket_.get(), unsent_.data() + sent_, unsent_.size() - sent_,
-                                 MSG_NOSIGNAL | MSG_DONTWAIT);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0 && wouldBlock()) break;
-    if (count < 0) return false;
-    sent_ += static_cast<std::size_t>(count);
-  }
-  // Moving the rest after each part would take quadratic time.
-  if (sent_ >= unsent_.size() - sent_) {
-    unsent_.erase(0, sent_);
-    sent_ = 0;
-  }
-  return true;
+  return unsent_.flush([this](std::string_view piece, std::size_t sent) {
+    return trySend(socket_.get(), piece.substr(sent));
+  });
 }
 
 bool LinkSocket::flushAll() {
@@ -96,7 +77,7 @@ bool LinkSocket::receive(std::deque<Frame>& frames, Mode mode) {
   for (std::size_t taken = 0; taken < mostPerReceive; taken += chunk.size()) {
     const ssize_t count = ::recv(socket_.get(), chunk.data(), chunk.size(), flags);
     if (count < 0 && errno == EINTR) continue;
-    if (count < 0 && wouldBlock()) return true;
+    if (count < 0 && errno == EAGAIN) return true;
     if (count <= 0) return false;
     received_.append(chunk.data(), static_cast<std::size_t>(count));
     if (!parse(frames)) return false;

@@ -6,7 +6,7 @@
 
 #include "engine/webkit/link/Frame.h"
 #include "platform/base/UniqueFd.h"
-#include "platform/channel/SendQueue.h"
+#include "platform/sockets/SendQueue.h"
 
 #include <deque>
 #include <string>
@@ -21,11 +21,11 @@ class LinkSocket {
   int fd() const { return socket_.get(); }
 
   // Sends as much as the socket takes without blocking and keeps the rest, in order, for flush(),
-  // within the bounds of SendQueue.
+  // within the bounds of SendBounds.
   Tessel::Platform::SendOutcome send(FrameKind kind, std::uint32_t id, std::uint64_t page,
                                      std::string_view payload);
   bool flush();
-  bool hasUnsent() const { return sent_ < unsent_.size(); }
+  bool hasUnsent() const { return !unsent_.isEmpty(); }
   // Blocks until everything is sent; false when the link is broken.
   bool flushAll();
 
@@ -39,8 +39,7 @@ class LinkSocket {
   bool parse(std::deque<Frame>& frames);
 
   Tessel::Platform::UniqueFd socket_;
-  std::string unsent_;
-  std::size_t sent_ = 0;  // of its beginning
+  Tessel::Platform::SendQueue<std::string> unsent_;
   std::string received_;
 };
 

@@ -18,6 +18,7 @@ using link_protocol::Frame;
 using link_protocol::FrameKind;
 using link_protocol::LinkSocket;
 using Tessel::Platform::concat;
+using Tessel::Platform::FdSourceOptions;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
 using Tessel::Platform::LogNotice;
@@ -44,17 +45,6 @@ constexpr std::size_t mostCreatedPages = 1024;
 
 UniqueFd makeEventFd() {
   return UniqueFd(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-}
-
-void signalEventFd(int fd) {
-  const std::uint64_t one = 1;
-  // It can only fail when it is signalled already.
-  [[maybe_unused]] const ssize_t written = ::write(fd, &one, sizeof one);
-}
-
-void clearEventFd(int fd) {
-  std::uint64_t count = 0;
-  [[maybe_unused]] const ssize_t read = ::read(fd, &count, sizeof count);
 }
 
 // Wakes a thread that waits for an answer when another one has read it.
@@ -178,33 +168,18 @@ PageLink::PageLink(UniqueFd socket, pid_t peer, PageLinkDelegate& delegate)
 PageLink::~PageLink() = default;
 
 std::shared_ptr<PageLink> PageLink::open(UniqueFd socket, pid_t peer, PageLinkDelegate& delegate) {
-  struct Source {
-    GSource base;
-    PageLink* link;
-  };
-  static GSourceFuncs functions = {
-      nullptr,  // prepare: only the descriptors count
-      nullptr,  // check: likewise
-      [](GSource* source, GSourceFunc, gpointer) -> gboolean {
-        // Serving may close the link and give up the last reference to it.
-        const auto link = reinterpret_cast<Source*>(source)->link->shared_from_this();
-        link->serve();
-        return G_SOURCE_CONTINUE;
-      },
-      nullptr,
-      nullptr,
-      nullptr};
-
   std::shared_ptr<PageLink> link(new PageLink(std::move(socket), peer, delegate));
-  GSource* source = g_source_new(&functions, sizeof(Source));
-  reinterpret_cast<Source*>(source)->link = link.get();
-  g_source_set_static_name(source, "page link");
+  PageLink* const raw = link.get();
+  // Serving may close the link and give up the last reference to it.
+  const auto serve = [raw](short) { raw->shared_from_this()->serve(); };
   // A request may be served inside the wait of another one.
-  g_source_set_can_recurse(source, TRUE);
-  link->socketTag_ = g_source_add_unix_fd(source, link->socket_.fd(), G_IO_IN);
-  g_source_add_unix_fd(source, link->mainWake_.get(), G_IO_IN);
-  link->source_ = source;
-  g_source_attach(source, nullptr);
+  const FdSourceOptions options{.name = "page link", .recurses = true};
+  const auto interest = [raw] {
+    const std::lock_guard lock(raw->mutex_);
+    return static_cast<short>(raw->socket_.hasUnsent() ? POLLIN | POLLOUT : POLLIN);
+  };
+  link->source_.watch(link->socket_.fd(), interest, serve, options);
+  link->wakeSource_.watch(link->mainWake_.get(), POLLIN, serve, options);
   return link;
 }
 
@@ -221,11 +196,9 @@ void PageLink::close() {
     breakLocked();
     // The descriptor stays open while the link is held, so that no reused one is polled.
     ::shutdown(socket_.fd(), SHUT_RDWR);
-    socketTag_ = nullptr;
   }
-  g_source_destroy(source_);
-  g_source_unref(source_);
-  source_ = nullptr;
+  source_.stop();
+  wakeSource_.stop();
   if (inEveryWait_) MainThreadWait::removeParticipant(this);
   delegate_.linkClosed(*this);
 }
@@ -324,7 +297,8 @@ void PageLink::waitElsewhere(Waiter& waiter) {
     descriptors[1] = {waiter.wakeFd, POLLIN, 0};
     // The timeout may have been suspended meanwhile, so it is checked again.
     ::poll(descriptors.data(), descriptors.size(), static_cast<int>(timeLeft(waiter).count()));
-    if (descriptors[1].revents != 0) clearEventFd(waiter.wakeFd);
+    eventfd_t ignored = 0;
+    if (descriptors[1].revents != 0) ::eventfd_read(waiter.wakeFd, &ignored);
   }
 }
 
@@ -394,7 +368,8 @@ void PageLink::exchange(bool onMainThread) {
 void PageLink::exchangeLocked(bool onMainThread) {
   if (onMainThread && mainWoken_) {
     mainWoken_ = false;
-    clearEventFd(mainWake_.get());
+    eventfd_t ignored = 0;
+    ::eventfd_read(mainWake_.get(), &ignored);
   }
   if (broken_) return;
   const bool sent = !socket_.hasUnsent() || socket_.flush();
@@ -409,7 +384,6 @@ void PageLink::exchangeLocked(bool onMainThread) {
     breakLocked();
     if (!onMainThread) wakeMainLocked();
   }
-  watchSocketLocked();
 }
 
 void PageLink::sort(Frame&& frame, bool onMainThread) {
@@ -429,7 +403,7 @@ void PageLink::sort(Frame&& frame, bool onMainThread) {
   if (decode(frame.payload, value)) waiter.value = std::move(value);
   waiter.answered = true;
   if (!waiter.onMainThread) {
-    signalEventFd(waiter.wakeFd);
+    ::eventfd_write(waiter.wakeFd, 1);
   } else if (!onMainThread) {
     wakeMainLocked();
   }
@@ -522,12 +496,14 @@ void PageLink::answer(std::uint32_t id, std::uint64_t page, std::string_view pay
 
 SendOutcome PageLink::sendLocked(FrameKind kind, std::uint32_t id, std::uint64_t page,
                                  std::string_view payload) {
+  const bool hadUnsent = socket_.hasUnsent();
   const SendOutcome outcome = socket_.send(kind, id, page, payload);
   if (outcome == SendOutcome::Broken) {
     breakLocked();
     wakeMainLocked();
   }
-  watchSocketLocked();
+  // The main loop may be waiting for other things only.
+  if (!hadUnsent && socket_.hasUnsent()) g_main_context_wakeup(nullptr);
   return outcome;
 }
 
@@ -535,19 +511,12 @@ SendOutcome PageLink::sendLocked(FrameKind kind, std::uint32_t id, std::uint64_t
 void PageLink::breakLocked() {
   broken_ = true;
   for (const Waiter* waiter : waiters_) {
-    if (!waiter->onMainThread) signalEventFd(waiter->wakeFd);
+    if (!waiter->onMainThread) ::eventfd_write(waiter->wakeFd, 1);
   }
 }
 
 void PageLink::wakeMainLocked() {
   if (mainWoken_) return;
   mainWoken_ = true;
-  signalEventFd(mainWake_.get());
-}
-
-void PageLink::watchSocketLocked() {
-  if (!socketTag_ || watchingWritable_ == socket_.hasUnsent()) return;
-  watchingWritable_ = socket_.hasUnsent();
-  g_source_modify_unix_fd(source_, socketTag_,
-                          watchingWritable_ ? GIOCondition(G_IO_IN | G_IO_OUT) : G_IO_IN);
+  ::eventfd_write(mainWake_.get(), 1);
 }

@@ -8,6 +8,7 @@
 
 #include "engine/webkit/link/Frame.h"
 #include "engine/webkit/link/LinkSocket.h"
+#include "platform/base/FdSource.h"
 #include "platform/base/UniqueFd.h"
 #include "platform/loop/MainThreadWait.h"
 
@@ -114,15 +115,16 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   std::chrono::milliseconds timeLeft(const Waiter& waiter) const;
   void breakLocked();
   void wakeMainLocked();
-  void watchSocketLocked();
   short interestLocked() const;
 
   const std::thread::id mainThread_ = std::this_thread::get_id();
   const pid_t peer_;
   PageLinkDelegate& delegate_;
-  GSource* source_ = nullptr;  // main thread; null once closed
-  bool inEveryWait_ = false;   // main thread
-  unsigned int serving_ = 0;   // main thread: requests being served, nested
+  // Main thread; stopped once closed.
+  Tessel::Platform::FdSource source_;
+  Tessel::Platform::FdSource wakeSource_;
+  bool inEveryWait_ = false;  // main thread
+  unsigned int serving_ = 0;  // main thread: requests being served, nested
   std::map<std::uint64_t, std::uint32_t> createdPages_;  // main thread: their unanswered requests
 
   mutable std::mutex mutex_;  // guards what follows
@@ -139,6 +141,4 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   // Brings the main thread out of a poll when another thread has read something for it.
   Tessel::Platform::UniqueFd mainWake_;
   bool mainWoken_ = false;
-  gpointer socketTag_ = nullptr;
-  bool watchingWritable_ = false;
 };

@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 #include <gio/gunixinputstream.h>
-#include <glib-unix.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,7 +17,6 @@ ResourceStream::ResourceStream()
 
 ResourceStream::~ResourceStream() {
   if (!over_) fail("The page has gone.");
-  if (source_ != 0) g_source_remove(source_);
 }
 
 void ResourceStream::answer(WebKitURISchemeRequest* request) {
@@ -83,6 +81,7 @@ void ResourceStream::fail(const char* reason) {
   complete_ = true;
   if (request_ && !pipe_) endRequest(reason);
   // A response that has begun ends here: the engine takes it for complete.
+  source_.stop();
   pipe_.reset();
   waiting_.clear();
 }
@@ -130,24 +129,15 @@ void ResourceStream::flush() {
     const ssize_t count = ::write(pipe_.get(), waiting_.data(), waiting_.size());
     if (count < 0 && errno == EINTR) continue;
     if (count < 0 && errno == EAGAIN) {
-      if (source_ == 0) {
-        source_ = g_unix_fd_add(pipe_.get(), static_cast<GIOCondition>(G_IO_OUT | G_IO_ERR),
-                                onWritable, this);
-      }
+      if (!source_) source_.watch(pipe_.get(), POLLOUT, [this](short) { flush(); });
       return;
     }
     // The reader has gone.
     if (count < 0) return fail("The page has gone.");
     waiting_.erase(0, static_cast<std::size_t>(count));
   }
+  source_.stop();
   if (!complete_) return;
   over_ = true;
   pipe_.reset();
-}
-
-gboolean ResourceStream::onWritable(gint, GIOCondition, gpointer data) {
-  auto* self = static_cast<ResourceStream*>(data);
-  self->source_ = 0;
-  self->flush();
-  return G_SOURCE_REMOVE;
 }

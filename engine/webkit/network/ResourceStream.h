@@ -3,6 +3,7 @@
 #pragma once
 
 #include "engine/webkit/base/ObjectPointer.h"
+#include "platform/base/FdSource.h"
 #include "platform/base/String.h"
 #include "platform/base/UniqueFd.h"
 
@@ -56,16 +57,15 @@ class ResourceStream {
   void begin();
   void endRequest(const char* reason);
   void flush();
-  static gboolean onWritable(gint fd, GIOCondition condition, gpointer self);
 
   ObjectPointer<WebKitURISchemeRequest> request_;
   HeadersPointer headers_;
   String message_;
   int status_ = SOUP_STATUS_OK;
   std::string waiting_;
-  Tessel::Platform::UniqueFd pipe_;  // to the engine, once that has been given an answer
-  guint source_ = 0;                 // while the pipe is full
-  bool complete_ = false;            // nothing will be added
+  Tessel::Platform::UniqueFd pipe_;    // to the engine, once that has been given an answer
+  Tessel::Platform::FdSource source_;  // while the pipe is full
+  bool complete_ = false;              // nothing will be added
   bool collected_ = false;
   bool failed_ = false;
   bool over_ = false;  // everything is delivered, or has failed

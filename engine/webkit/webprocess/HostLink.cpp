@@ -2,21 +2,17 @@
 #include "engine/webkit/webprocess/HostLink.h"
 
 #include "platform/base/UniqueFd.h"
-#include "platform/os/Peer.h"
-
-#include <glib-unix.h>
-#include <sys/socket.h>
-#include <sys/un.h>
+#include "platform/sockets/LocalSocket.h"
+#include "platform/sockets/Peer.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 
 using link_protocol::decode;
 using link_protocol::encode;
 using link_protocol::Frame;
 using link_protocol::FrameKind;
 using link_protocol::LinkSocket;
+using Tessel::Platform::FdSource;
 using Tessel::Platform::isTrustedPeer;
 using Tessel::Platform::peerOf;
 using Tessel::Platform::SendOutcome;
@@ -25,26 +21,26 @@ using Tessel::Platform::UniqueFd;
 
 std::unique_ptr<HostLink> HostLink::connect(const std::string& address, const std::string& token,
                                             HostLinkDelegate& delegate) {
-  sockaddr_un name{};
-  name.sun_family = AF_UNIX;
-  if (address.size() >= sizeof name.sun_path) return nullptr;
-  std::memcpy(name.sun_path, address.c_str(), address.size());
-  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (socket.get() < 0 ||
-      ::connect(socket.get(), reinterpret_cast<sockaddr*>(&name), sizeof name) != 0) {
-    return nullptr;
-  }
+  UniqueFd socket = Tessel::Platform::connectLocal(address, SOCK_STREAM);
   // Nothing is sent to a listener that is not the program.
-  if (!isTrustedPeer(peerOf(socket.get()))) return nullptr;
+  if (!socket || !isTrustedPeer(peerOf(socket.get()))) return nullptr;
   std::unique_ptr<HostLink> link(new HostLink(LinkSocket(std::move(socket)), delegate));
   link->tell(FrameKind::Hello, 0, token);
   return link;
 }
 
 HostLink::HostLink(LinkSocket socket, HostLinkDelegate& delegate)
-    : socket_(std::move(socket)),
-      delegate_(delegate),
-      readSource_(g_unix_fd_add(socket_.fd(), G_IO_IN, onReadable, this)) {}
+    : socket_(std::move(socket)), delegate_(delegate) {
+  source_.watch(
+      socket_.fd(), [this] { return later_ ? FdSource::atOnce : short{POLLIN}; },
+      [this](short) {
+        later_ = false;
+        const bool alive = socket_.receive(arrived_, LinkSocket::Mode::Poll);
+        serveArrived();
+        suspend();
+        if (!alive) breakLink();
+      });
+}
 
 HostLink::~HostLink() {
   breakLink();
@@ -52,28 +48,7 @@ HostLink::~HostLink() {
 
 void HostLink::breakLink() {
   broken_ = true;
-  if (readSource_ != 0) g_source_remove(readSource_);
-  if (idleSource_ != 0) g_source_remove(idleSource_);
-  readSource_ = idleSource_ = 0;
-}
-
-gboolean HostLink::onReadable(gint, GIOCondition, gpointer data) {
-  auto* self = static_cast<HostLink*>(data);
-  const bool alive = self->socket_.receive(self->arrived_, LinkSocket::Mode::Poll);
-  self->serveArrived();
-  self->suspend();
-  if (alive) return G_SOURCE_CONTINUE;
-  self->readSource_ = 0;
-  self->breakLink();
-  return G_SOURCE_REMOVE;
-}
-
-gboolean HostLink::onIdle(gpointer data) {
-  auto* self = static_cast<HostLink*>(data);
-  self->idleSource_ = 0;
-  self->serveArrived();
-  self->suspend();
-  return G_SOURCE_REMOVE;
+  source_.stop();
 }
 
 // From the main loop: no request is open, so everything may run, in order.
@@ -189,15 +164,11 @@ std::optional<std::string> HostLink::ask(FrameKind kind, std::uint64_t page,
         break;
     }
   }
-  if (--openRequests_ == 0) serveLater();
+  // Frames that were read after the answer are queued here: the socket will not signal them again.
+  if (--openRequests_ == 0) {
+    later_ = !arrived_.empty() || !posts_.empty() || delegate_.isDeferred();
+  }
   return answer;
-}
-
-// Frames that were read after the answer are queued here: the socket will not signal them again.
-void HostLink::serveLater() {
-  const bool nothing = arrived_.empty() && posts_.empty() && !delegate_.isDeferred();
-  if (broken_ || idleSource_ != 0 || nothing) return;
-  idleSource_ = g_idle_add_full(G_PRIORITY_DEFAULT, onIdle, this, nullptr);
 }
 
 void HostLink::tell(FrameKind kind, std::uint64_t page, std::string_view payload) {

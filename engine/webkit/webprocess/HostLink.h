@@ -3,8 +3,7 @@
 #pragma once
 
 #include "engine/webkit/link/LinkSocket.h"
-
-#include <glib.h>
+#include "platform/base/FdSource.h"
 
 #include <cstdint>
 #include <deque>
@@ -49,13 +48,10 @@ class HostLink {
  private:
   HostLink(link_protocol::LinkSocket socket, HostLinkDelegate& delegate);
 
-  static gboolean onReadable(gint fd, GIOCondition condition, gpointer self);
-  static gboolean onIdle(gpointer self);
   void serveArrived();
   void serveAside(const link_protocol::Frame& frame);
   void runPosts();
   void serveCall(const link_protocol::Frame& frame);
-  void serveLater();
   void breakLink();
   // False when it is too large for the link, which lives.
   bool send(link_protocol::FrameKind kind, std::uint32_t id, std::uint64_t page,
@@ -64,8 +60,8 @@ class HostLink {
 
   link_protocol::LinkSocket socket_;
   HostLinkDelegate& delegate_;
-  guint readSource_ = 0;
-  guint idleSource_ = 0;
+  Tessel::Platform::FdSource source_;
+  bool later_ = false;  // there is something to serve that the socket does not signal
   bool broken_ = false;
   bool suspended_ = false;
   std::uint32_t lastId_ = 0;

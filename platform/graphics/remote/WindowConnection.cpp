@@ -1,15 +1,12 @@
 // One end of the connection between a child process's windows and the application.
 #include "platform/graphics/remote/WindowConnection.h"
 
-#include "platform/os/PassedFile.h"
-
 #include <fcntl.h>
-#include <glib-unix.h>
+#include <glib.h>
 #include <sys/socket.h>
 
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <utility>
 
 namespace Tessel::Platform::Graphics::Remote {
@@ -22,13 +19,16 @@ constexpr int recordsPerTurn = 64;
 }  // namespace
 
 WindowConnection::WindowConnection(UniqueFd socket, Client& client, int priority)
-    : socket_(std::move(socket)),
-      client_(&client),
-      priority_(priority),
-      alive_(std::make_shared<bool>(true)) {
-  const int flags = ::fcntl(socket_.get(), F_GETFL);
-  if (flags >= 0) ::fcntl(socket_.get(), F_SETFL, flags | O_NONBLOCK);
-  watch();
+    : socket_(std::move(socket)), client_(&client), alive_(std::make_shared<bool>(true)) {
+  source_.watch(
+      socket_.get(),
+      [this] { return static_cast<short>(unsent_.isEmpty() ? POLLIN : POLLIN | POLLOUT); },
+      [this](short) {
+        const std::shared_ptr<bool> alive = alive_;
+        flush();
+        if (*alive) serve();
+      },
+      {.name = "windows", .priority = priority, .recurses = true});
 }
 
 WindowConnection::~WindowConnection() {
@@ -37,13 +37,9 @@ WindowConnection::~WindowConnection() {
 }
 
 void WindowConnection::close() {
-  if (source_) {
-    g_source_destroy(source_);
-    g_source_unref(source_);
-    source_ = nullptr;
-  }
+  source_.stop();
   socket_.reset();
-  unsent_.clear();
+  unsent_ = {};
   client_ = nullptr;
 }
 
@@ -53,105 +49,45 @@ void WindowConnection::drop(const char* why) {
   if (client) client->closed(why);
 }
 
-// Waits for what there is to wait for at present.
-void WindowConnection::watch() {
-  if (source_) {
-    g_source_destroy(source_);
-    g_source_unref(source_);
-  }
-  const auto condition = static_cast<GIOCondition>(unsent_.empty() ? G_IO_IN : G_IO_IN | G_IO_OUT);
-  source_ = g_unix_fd_source_new(socket_.get(), condition);
-  g_source_set_priority(source_, priority_);
-  g_source_set_can_recurse(source_, TRUE);
-  const GUnixFDSourceFunc onReady = [](int, GIOCondition, gpointer data) -> gboolean {
-    auto* self = static_cast<WindowConnection*>(data);
-    const std::shared_ptr<bool> alive = self->alive_;
-    self->flush();
-    if (*alive) self->serve();
-    // A source that was replaced meanwhile is destroyed, whatever this says.
-    return G_SOURCE_CONTINUE;
-  };
-  g_source_set_callback(source_, reinterpret_cast<GSourceFunc>(reinterpret_cast<void*>(onReady)),
-                        this, nullptr);
-  g_source_attach(source_, nullptr);
-}
-
-WindowConnection::Sent WindowConnection::sendNow(std::span<const char> bytes, int file) const {
-  iovec part{const_cast<char*>(bytes.data()), bytes.size()};
-  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-  msghdr message{};
-  message.msg_iov = &part;
-  message.msg_iovlen = 1;
-  if (file >= 0) {
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    cmsghdr* rights = CMSG_FIRSTHDR(&message);
-    rights->cmsg_level = SOL_SOCKET;
-    rights->cmsg_type = SCM_RIGHTS;
-    rights->cmsg_len = CMSG_LEN(sizeof(int));
-    std::memcpy(CMSG_DATA(rights), &file, sizeof file);
-  }
-  for (;;) {
-    if (::sendmsg(socket_.get(), &message, MSG_NOSIGNAL | MSG_DONTWAIT) >= 0) return Sent::Yes;
-    if (errno == EINTR) continue;
-    const bool full = errno == EAGAIN || errno == ENOBUFS || errno == ETOOMANYREFS;
-    return full ? Sent::NotNow : Sent::Never;
-  }
-}
-
 void WindowConnection::sendBytes(std::span<const char> bytes, int file, std::uint64_t key) {
   if (!client_) return;
-  if (unsent_.empty()) {
+  const std::string_view record(bytes.data(), bytes.size());
+  if (unsent_.isEmpty()) {
     // A peer that has gone is found by reading: nobody who sends has to expect closed().
-    if (sendNow(bytes, file) != Sent::NotNow) return;
-  } else if (key != 0 && unsent_.back().key == key) {
-    unsent_.back().bytes.assign(bytes.data(), bytes.size());
-    return;
+    if (trySend(socket_.get(), record, file) >= 0 || !isFull(errno)) return;
+  } else if (key != 0 && unsent_.last().key == key) {
+    return unsent_.changeLast([&](Unsent& last) { last.bytes = record; });
   }
   // Beyond the limit nothing is kept, and the next turn of the loop drops the peer.
-  if (unsent_.size() > maximumUnsent) return;
+  if (unsent_.count() > maximumUnsent) return;
   UniqueFd copy(file >= 0 ? ::fcntl(file, F_DUPFD_CLOEXEC, 0) : -1);
-  unsent_.push_back({std::string(bytes.data(), bytes.size()), std::move(copy), key});
-  if (unsent_.size() == 1) watch();
+  unsent_.add({std::string(record), std::move(copy), key});
   // The socket may never be writable again, but it is readable once it is shut.
-  if (unsent_.size() > maximumUnsent) ::shutdown(socket_.get(), SHUT_RDWR);
+  if (unsent_.count() > maximumUnsent) ::shutdown(socket_.get(), SHUT_RDWR);
 }
 
 void WindowConnection::flush() {
-  if (unsent_.empty()) return;
-  if (unsent_.size() > maximumUnsent) return drop("it does not read what it is sent");
-  while (!unsent_.empty()) {
-    const Unsent& next = unsent_.front();
-    if (sendNow(next.bytes, next.file.get()) == Sent::NotNow) return;
-    unsent_.pop_front();
-  }
-  watch();
+  if (unsent_.count() > maximumUnsent) return drop("it does not read what it is sent");
+  unsent_.flush([this](const Unsent& next, std::size_t) {
+    const ssize_t sent = trySend(socket_.get(), next.bytes, next.file.get());
+    return sent < 0 && !isFull(errno) ? static_cast<ssize_t>(next.size()) : sent;
+  });
 }
 
 void WindowConnection::serve() {
   const std::shared_ptr<bool> alive = alive_;
   std::array<char, largestRecord> bytes;
   for (int i = 0; i < recordsPerTurn && client_; ++i) {
-    iovec part{bytes.data(), bytes.size()};
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(2 * sizeof(int))> control{};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    const ssize_t count = ::recvmsg(socket_.get(), &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0 && errno == EAGAIN) break;
-    if (count <= 0) return drop(nullptr);
-    std::size_t files = 0;
-    UniqueFd file = takePassedFile(message, files);
-    // More than one is a peer that fills the table of descriptors.
-    if (files > 1 || (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC))) return drop("it is too large");
+    Received received = tryReceive(socket_.get(), bytes);
+    if (received.size < 0 && errno == EAGAIN) break;
+    if (received.size <= 0) return drop(nullptr);
+    // More than one file is a peer that fills the table of descriptors.
+    if (received.files > 1 || !received.isWhole) return drop("it is too large");
     const long now = g_get_monotonic_time() / G_USEC_PER_SEC;
     if (std::exchange(second_, now) != now) receivedInSecond_ = 0;
     if (++receivedInSecond_ > maximumPerSecond) return drop("there are too many of them");
-    const char* wrong =
-        client_->receive({bytes.data(), static_cast<std::size_t>(count)}, std::move(file));
+    const char* wrong = client_->receive({bytes.data(), static_cast<std::size_t>(received.size)},
+                                         std::move(received.file));
     if (!*alive) return;
     if (wrong) return drop(wrong);
   }

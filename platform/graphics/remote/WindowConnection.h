@@ -5,15 +5,14 @@
 // stop its other windows. Sending never blocks.
 #pragma once
 
+#include "platform/base/FdSource.h"
 #include "platform/base/UniqueFd.h"
+#include "platform/sockets/SendQueue.h"
 
-#include <deque>
 #include <functional>
 #include <memory>
 #include <span>
 #include <string>
-
-typedef struct _GSource GSource;
 
 namespace Tessel::Platform::Graphics::Remote {
 
@@ -38,8 +37,8 @@ class WindowConnection {
     virtual void closed(const char* why) = 0;
   };
 
-  // The socket is one end of a SOCK_SEQPACKET pair; it is made non-blocking. The client is not
-  // owned. The priority is that of the main context.
+  // The socket is one end of a SOCK_SEQPACKET pair. The client is not owned. The priority is that
+  // of the main context.
   WindowConnection(UniqueFd socket, Client& client, int priority);
   ~WindowConnection();
   WindowConnection(const WindowConnection&) = delete;
@@ -60,21 +59,18 @@ class WindowConnection {
     std::string bytes;
     UniqueFd file;
     std::uint64_t key;
+    std::size_t size() const { return bytes.size(); }
   };
-  enum class Sent { Yes, NotNow, Never };
 
   void sendBytes(std::span<const char> bytes, int file, std::uint64_t key);
-  Sent sendNow(std::span<const char> bytes, int file) const;
   void flush();
-  void watch();
   void drop(const char* why);
   void serve();
 
   UniqueFd socket_;
   Client* client_;
-  const int priority_;
-  GSource* source_ = nullptr;
-  std::deque<Unsent> unsent_;
+  FdSource source_;
+  SendQueue<Unsent> unsent_;
   long second_ = 0;
   int receivedInSecond_ = 0;
   // False once this is destroyed, for who is inside a call of the client.

@@ -1,6 +1,6 @@
 // The channel between two processes, both ends in this one.
 #include "platform/channel/ChannelSocket.h"
-#include "tests/support/LocalSocket.h"
+#include "platform/sockets/Transfer.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -41,7 +41,7 @@ class ChannelSocketTest : public ::testing::Test {
 
   // What a peer that follows no rules sends.
   Outcome afterRaw(const std::string& bytes, int file = -1) {
-    EXPECT_TRUE(test_support::sendRaw(near.fd(), bytes, file)) << std::strerror(errno);
+    EXPECT_GE(Tessel::Platform::trySend(near.fd(), bytes, file), 0) << std::strerror(errno);
     ReceivedMessage received;
     return far.receive(received);
   }
@@ -89,7 +89,7 @@ TEST_F(ChannelSocketTest, SendingNeverBlocksAndLosesNothing) {
 }
 
 TEST_F(ChannelSocketTest, WhatHasBeenSentNoLongerCountsAsWaiting) {
-  const std::string piece(Tessel::Platform::SendQueue::bound / 4, 'x');
+  const std::string piece(Tessel::Platform::SendBounds::bound / 4, 'x');
   ReceivedMessage message;
   for (int round = 0; round < 5; ++round) {
     while (!near.hasUnsent()) ASSERT_TRUE(sendTexts(near, {"filler"}));

@@ -18,7 +18,7 @@ enum class SendOutcome {
 // Bytes of one message.
 inline constexpr std::size_t largestMessage = 64u << 20;
 
-struct SendQueue {
+struct SendBounds {
   // Bytes that are kept of large messages; small ones have as much again to themselves, so that
   // what is large does not displace the events that tell what there is.
   static constexpr std::size_t bound = 64u << 20;

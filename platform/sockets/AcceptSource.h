@@ -2,6 +2,7 @@
 // left for one. Main thread.
 #pragma once
 
+#include "platform/base/FdSource.h"
 #include "platform/base/UniqueFd.h"
 
 #include <functional>
@@ -11,20 +12,19 @@ namespace Tessel::Platform {
 class AcceptSource {
  public:
   // Calls the function with each connection, non-blocking and close-on-exec. The listener, which
-  // does not block, is not owned. The function must not destroy the source.
-  AcceptSource(int listener, std::function<void(UniqueFd)> accepted);
-  ~AcceptSource();
-  AcceptSource(const AcceptSource&) = delete;
-  AcceptSource& operator=(const AcceptSource&) = delete;
+  // does not block, is not owned. The function must not destroy the source. The log has one line
+  // for each time without descriptors, which begins with the complaint.
+  AcceptSource(int listener, std::function<void(UniqueFd)> accepted,
+               const char* complaint = "A connection waits");
 
  private:
-  void watch();
-  // False when it pauses from now on.
-  bool accept();
+  void accept();
 
   const int listener_;
   const std::function<void(UniqueFd)> accepted_;
-  unsigned int source_ = 0;
+  const char* const complaint_;
+  FdSource source_;
+  bool isShort_ = false;  // of descriptors, since it accepted last
 };
 
 }  // namespace Tessel::Platform
