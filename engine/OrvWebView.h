@@ -89,7 +89,6 @@ class OrvWebView : private PageClient {
     return pageState_.getter;                \
   }
 #include "engine/PageState.def"
-#undef STATE
 
 #define SETTING(type, getter, setter, start, property)                        \
   type getter() const {                                                       \
@@ -101,7 +100,6 @@ class OrvWebView : private PageClient {
                   OrvWebPropertyChangedEvent::property);                      \
   }
 #include "engine/WebViewSettings.def"
-#undef SETTING
 
   // The place of the web view in its window group, and how it is shown there.
   void setViewport(const OrvWebRect& rect);

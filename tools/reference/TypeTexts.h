@@ -45,25 +45,9 @@ NAMED(OrvWebSendEvent)
 NAMED(OrvWebJavaScriptCallbackEvent)
 NAMED(OrvWebPropertyChangedEvent)
 #define ENUMERATION(Type, first) NAMED(Type)
-#define NAME(name)
-#define NAME_AS(name, number)
-#define END_ENUMERATION
 #include "engine/Enumerations.def"
-#undef END_ENUMERATION
-#undef NAME_AS
-#undef NAME
-#undef ENUMERATION
 #define EVENT(Class, Type, Base) NAMED(Class)
-#define FIELD(type, name)
-#define LITERAL(name, text)
-#define ANSWER(name, field)
-#define END_EVENT
 #include "engine/EventClasses.def"
-#undef END_EVENT
-#undef ANSWER
-#undef LITERAL
-#undef FIELD
-#undef EVENT
 #undef NAMED
 
 struct Member {
@@ -141,7 +125,8 @@ std::string jsonType(Records& records) {
   } else if constexpr (std::is_arithmetic_v<T>) {
     return "number";
   } else if constexpr (std::is_same_v<T, String> || std::is_same_v<T, const char*> ||
-                       std::is_same_v<T, json::PlainText>) {
+                       std::is_same_v<T, OrvWebEvent::Type> ||
+                       std::is_same_v<T, OrvWebPropertyChangedEvent::Property>) {
     return "string";
   } else if constexpr (NamedEnumeration<T>) {
     return nameOfType<T>;
@@ -209,15 +194,15 @@ TypeText argumentText(Records& records) {
   } else if constexpr (std::is_same_v<T, String>) {
     text.words = "text";
     text.typeScript = "string";
-  } else if constexpr (NamedEnumeration<T>) {
-    text.words = std::string("name of `") + nameOfType<T> + "`";
-    text.typeScript = nameOfType<T>;
   } else if constexpr (std::is_same_v<T, OrvWebEvent::Type>) {
     text.words = "name of an event";
     text.typeScript = "WebEventName";
   } else if constexpr (std::is_same_v<T, OrvWebPropertyChangedEvent::Property>) {
     text.words = "name of a property";
     text.typeScript = "PropertyName";
+  } else if constexpr (NamedEnumeration<T>) {
+    text.words = std::string("name of `") + nameOfType<T> + "`";
+    text.typeScript = nameOfType<T>;
   } else if constexpr (std::is_same_v<T, OrvWebView*>) {
     text.words = "handle of a web view";
     text.typeScript = "Numeric";

@@ -6,7 +6,6 @@
 #include "engine/Records.h"
 #include "platform/base/String.h"
 #include "webview/events/EventFields.h"
-#include "webview/events/Names.h"
 #include "webview/events/RecordReaders.h"
 
 #include <locale.h>
@@ -120,24 +119,6 @@ struct Value<String> {
     return true;
   }
   static String text(const String& value) { return value; }
-};
-
-template <>
-struct Value<OrvWebEvent::Type> {
-  static bool parse(const char* text, OrvWebEvent::Type& value) {
-    bool notFound = false;
-    value = eventTypeFromName(text, notFound);
-    return !notFound;
-  }
-};
-
-template <>
-struct Value<OrvWebPropertyChangedEvent::Property> {
-  static bool parse(const char* text, OrvWebPropertyChangedEvent::Property& value) {
-    bool notFound = false;
-    value = propertyFromName(text, notFound);
-    return !notFound;
-  }
 };
 
 // JSON of records and lists. Elements of a list that are of another kind are skipped; a text that

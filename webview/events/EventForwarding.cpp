@@ -6,7 +6,6 @@
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 #include "webview/events/EventFields.h"
-#include "webview/events/Names.h"
 
 #include <algorithm>
 #include <array>
@@ -211,25 +210,23 @@ String propertyValueText(const OrvWebView& view, OrvWebPropertyChangedEvent::Pro
   if (property == OrvWebPropertyChangedEvent::itsProperty) return valueText(view.getter());
 #include "engine/PageState.def"
 #include "engine/WebViewSettings.def"
-#undef STATE
-#undef SETTING
   return String();
 }
 
 void forwardWebEvent(const OrvWebView& view, OrvWebEvent& event, EventSink& sink) {
   const Row* row = rowFor(event);
   if (!row) return;
-  const String name(eventTypeName(event.type()));
-  if (event.type() == OrvWebEvent::PropertyChanged) {
+  const EventType type = eventTypeOf(event.type());
+  if (type == EventType::PropertyChanged) {
     const auto property = static_cast<OrvWebPropertyChangedEvent&>(event).property();
     if (property >= 0 && property < OrvWebPropertyChangedEvent::PropertyMax) {
-      sink.post(propertyEventName(property), propertyValueText(view, property));
+      sink.post(changeOf(property), propertyValueText(view, property));
     }
   }
   const String body = row->body ? row->body(event) : String();
   if (row->apply) {
-    jsonOnObject(event, sink.send(name, body));
+    jsonOnObject(event, sink.send(type, body));
   } else {
-    sink.post(name, body);
+    sink.post(type, body);
   }
 }

@@ -114,10 +114,6 @@ template <typename T>
 const T& written(const T& value) {
   return value;
 }
-template <typename T>
-decltype(auto) written(const ValueField<T>& field) {
-  return written(field());
-}
 template <NamedEnumeration Type>
 json::PlainText written(const Type& value) {
   return {nameOf(value)};
@@ -130,6 +126,10 @@ inline json::RawText written(const SSLConnectionInfo& value) {
 Tessel::Platform::String written(const OrvWebView* view);
 inline Tessel::Platform::String written(OrvWebView* view) {
   return written(static_cast<const OrvWebView*>(view));
+}
+template <typename T>
+decltype(auto) written(const ValueField<T>& field) {
+  return written(field());
 }
 
 // A reference only to what the object itself holds.
