@@ -3,7 +3,6 @@
 // Main thread.
 #pragma once
 
-#include "engine/SecurityRecordMembers.h"
 #include "webview/commands/Values.h"
 #include "webview/events/EventFields.h"
 
@@ -70,11 +69,6 @@ struct IsValueField : std::false_type {};
 template <typename T>
 struct IsValueField<ValueField<T>> : std::true_type {};
 
-template <typename T>
-concept HasMembers = requires {
-  record_json::Members<T>::list;
-};
-
 // The TypeScript type of a value inside JSON.
 template <typename T>
 std::string jsonType(Records& records);
@@ -87,21 +81,10 @@ inline std::string listOf(const std::string& element) {
 template <typename T>
 std::vector<Member> membersOf(Records& records) {
   std::vector<Member> members;
-  if constexpr (HasMembers<T>) {
-    std::apply(
-        [&](const auto&... entry) {
-          (members.push_back(
-               {entry.key,
-                jsonType<std::decay_t<decltype(std::declval<T>().*entry.field)>>(records)}),
-           ...);
-        },
-        record_json::Members<T>::list);
-  } else {
-    fields::forEachInKeyOrder<fields::FieldsOf<T>>([&](const auto& entry) {
-      using Value = std::decay_t<std::invoke_result_t<decltype(entry.get), const T&>>;
-      members.push_back({std::string(entry.key), jsonType<Value>(records)});
-    });
-  }
+  fields::forEachInKeyOrder<fields::FieldsOf<T>>([&](const auto& entry) {
+    using Value = std::decay_t<std::invoke_result_t<decltype(entry.get), const T&>>;
+    members.push_back({std::string(entry.key), jsonType<Value>(records)});
+  });
   return members;
 }
 

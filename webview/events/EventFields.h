@@ -6,8 +6,8 @@
 #pragma once
 
 #include "engine/OrvWebEvents.h"
+#include "engine/RecordFields.h"
 #include "webview/events/Fields.h"
-#include "webview/events/RecordFields.h"
 
 namespace fields {
 

@@ -139,7 +139,7 @@ String valueText(Type value) {
 
 namespace fields {
 
-String written(const OrvWebView* view) {
+String Form<OrvWebView*>::of(const OrvWebView* view) {
   const auto* webView = dynamic_cast<const WebView*>(view);
   return String::fromUnsignedInteger(webView ? WebViewManager::instance().handleForWebView(webView)
                                              : 0);
