@@ -97,42 +97,18 @@ const Row* rowFor(const OrvWebEvent& event) {
                                                     : nullptr;
 }
 
-String valueText(bool value) {
-  return value ? "true" : "false";
-}
-String valueText(int value) {
-  return String::fromSignedInteger(value);
-}
-String valueText(unsigned int value) {
-  return String::fromUnsignedInteger(value);
-}
-String valueText(double value) {
-  return String::fromNumber(value);
-}
-String valueText(const String& value) {
-  return value;
-}
-String valueText(const OrvWebRect& value) {
-  return fields::textOf(value);
-}
-String valueText(const OrvWebPoint& value) {
-  return fields::textOf(value);
-}
-String valueText(const OrvWebSize& value) {
-  return fields::textOf(value);
-}
-String valueText(const OrvWebFavicon& value) {
-  return fields::textOf(value);
-}
-String valueText(const OrvWebPageSecurityInfo& value) {
-  return value.serialize();
-}
-String valueText(const OrvWebContext& value) {
-  return fields::textOf(value);
-}
-template <NamedEnumeration Type>
-String valueText(Type value) {
-  return nameOf(value);
+// Texts, names and numbers as they are, everything else as JSON.
+template <typename T>
+String valueText(const T& value) {
+  if constexpr (std::is_same_v<T, String>) {
+    return value;
+  } else if constexpr (NamedEnumeration<T>) {
+    return nameOf(value);
+  } else if constexpr (std::is_floating_point_v<T>) {
+    return String::fromNumber(value);
+  } else {
+    return fields::textOf(value);
+  }
 }
 
 }  // namespace
