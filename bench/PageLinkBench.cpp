@@ -115,11 +115,11 @@ double engineMessageRound(const std::string& text) {
 class PageAsChrome final : public EventSink {
  public:
   explicit PageAsChrome(OrvWebView& chrome) : chrome_(chrome) {}
-  void post(const String& name, const String& data) override {
-    sendChromePostEvent(&chrome_, name, data, 1, 0);
+  void post(EventType event, const String& data) override {
+    sendChromePostEvent(&chrome_, nameOf(event), data, 1, 0);
   }
-  String send(const String& name, const String& data) override {
-    return sendChromeSendEvent(&chrome_, name, data, 1, 0);
+  String send(EventType event, const String& data) override {
+    return sendChromeSendEvent(&chrome_, nameOf(event), data, 1, 0);
   }
 
  private:

@@ -8,7 +8,3 @@
   }                     \
   ;
 #include "engine/Enumerations.def"
-#undef END_ENUMERATION
-#undef NAME_AS
-#undef NAME
-#undef ENUMERATION

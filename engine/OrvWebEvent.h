@@ -11,7 +11,6 @@ class OrvWebEvent {
   enum Type : int {
 #define EVENT_TYPE(name) name,
 #include "engine/EventTypes.def"
-#undef EVENT_TYPE
   };
   static constexpr int typeCount = TypeMax + 1;
 
@@ -89,7 +88,6 @@ class OrvWebPropertyChangedEvent final : public OrvWebEvent {
   enum Property : int {
 #define PROPERTY(name) name,
 #include "engine/Properties.def"
-#undef PROPERTY
   };
   static constexpr int propertyCount = PropertyMax + 1;
 

@@ -20,7 +20,6 @@ class OrvWebView;
     using String = Tessel::Platform::String; \
     Class() : Base(OrvWebEvent::Type) {}
 #define FIELD(type, name) ValueField<type> name;
-#define LITERAL(name, text)
 #define ANSWER(name, field)                        \
   void name(decltype(field)::Parameter newValue) { \
     field = newValue;                              \
@@ -29,8 +28,3 @@ class OrvWebView;
   }               \
   ;
 #include "engine/EventClasses.def"
-#undef END_EVENT
-#undef ANSWER
-#undef LITERAL
-#undef FIELD
-#undef EVENT

@@ -368,7 +368,7 @@ void OrvWebView::settingStored(WebViewSetting setting) {
   if (auto page = this->page()) page->settingChanged(setting);
 }
 
-void OrvWebView::act(const char* action, std::vector<JavaScriptVariant> arguments) {
+void OrvWebView::act(PageAction action, std::vector<JavaScriptVariant> arguments) {
   if (auto page = this->page()) page->act(action, std::move(arguments));
 }
 
@@ -419,13 +419,14 @@ void OrvWebView::scaleTo(double scale, const OrvWebPoint& scrollPosition) {
   if (!page) return;
   const bool changes = scale != this->scale();
   page->setZoom(scale);
-  page->act(changes ? "scrollAfterZoom" : "scrollTo", {scrollPosition.x, scrollPosition.y});
+  page->act(changes ? PageAction::scrollAfterZoom : PageAction::scrollTo,
+            {scrollPosition.x, scrollPosition.y});
 }
 
 void OrvWebView::assignFocus(OrvWebFocusDirection direction) {
   setActive(true);
   if (direction == OrvWebFocusDirection::FocusDirectionNone) return;
-  act("focusEdge", {direction == OrvWebFocusDirection::FocusDirectionBottom});
+  act(PageAction::focusEdge, {direction == OrvWebFocusDirection::FocusDirectionBottom});
 }
 
 void OrvWebView::captureContents(double scale, const OrvWebRect& part, const OrvWebSize& size) {

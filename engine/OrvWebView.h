@@ -89,7 +89,6 @@ class OrvWebView : private PageClient {
     return pageState_.getter;                \
   }
 #include "engine/PageState.def"
-#undef STATE
 
 #define SETTING(type, getter, setter, start, property)                        \
   type getter() const {                                                       \
@@ -101,7 +100,6 @@ class OrvWebView : private PageClient {
                   OrvWebPropertyChangedEvent::property);                      \
   }
 #include "engine/WebViewSettings.def"
-#undef SETTING
 
   // The place of the web view in its window group, and how it is shown there.
   void setViewport(const OrvWebRect& rect);
@@ -112,7 +110,7 @@ class OrvWebView : private PageClient {
   }
   // CurrentContext is reported whether it has changed or not.
   void requestCurrentContextUpdate() {
-    act("describe");
+    act(PageAction::describe);
   }
   // There are no plug-ins, and nothing swipes in from the edge of a screen.
   bool isPluginFullScreen() const {
@@ -189,19 +187,19 @@ class OrvWebView : private PageClient {
 
   // Scrolls the document: in its own units, at once or animated.
   void setScrollPosition(const OrvWebPoint& position) {
-    act("scrollTo", {position.x, position.y});
+    act(PageAction::scrollTo, {position.x, position.y});
   }
   void animateToDocumentScrollPosition(const OrvWebPoint& position) {
-    act("animateTo", {position.x, position.y});
+    act(PageAction::animateTo, {position.x, position.y});
   }
   void startAnimatedScroll(const OrvWebPoint& distance) {
-    act("animateBy", {distance.x, distance.y});
+    act(PageAction::animateBy, {distance.x, distance.y});
   }
   void stopAnimatedScroll() {
-    act("stopScrolling");
+    act(PageAction::stopScrolling);
   }
   void scrollBy(int x, int y) {
-    act("scrollBy", {x, y});
+    act(PageAction::scrollBy, {x, y});
   }
   // The scale becomes so many times what it is, within the limits; what is at the first point of
   // the view is at the second afterwards.
@@ -212,21 +210,21 @@ class OrvWebView : private PageClient {
   void animateToScaleAndDocumentScrollPosition(double scale, const OrvWebPoint& position);
 
   void clearFocus() {
-    act("clearFocus");
+    act(PageAction::clearFocus);
   }
   void focusNextField() {
-    act("focusNext");
+    act(PageAction::focusNext);
   }
   void focusPreviousField() {
-    act("focusPrevious");
+    act(PageAction::focusPrevious);
   }
   // Gives the page the keyboard, and its first or last control.
   void assignFocus(OrvWebFocusDirection direction);
   void submitForm() {
-    act("submitForm");
+    act(PageAction::submitForm);
   }
   void fullScreenVideoExited(bool) {
-    act("exitFullScreen");
+    act(PageAction::exitFullScreen);
   }
 
   // CaptureContents brings a picture of a part of the document (all of it for an empty rectangle),
@@ -385,7 +383,7 @@ class OrvWebView : private PageClient {
   void raise(OrvWebEvent& event) override;
   void raisePropertyChanged(Property property) override;
   void raiseLater(Type type);
-  void act(const char* action, std::vector<JavaScriptVariant> arguments = {});
+  void act(PageAction action, std::vector<JavaScriptVariant> arguments = {});
   void clear(SiteData data);
   void forget(AutofillData what);
   void scaleTo(double scale, const OrvWebPoint& scrollPosition);

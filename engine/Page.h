@@ -4,6 +4,7 @@
 
 #include "engine/JavaScriptVariant.h"
 #include "engine/OrvWebEvent.h"
+#include "engine/PageAction.h"
 #include "engine/Records.h"
 #include "engine/SecurityRecords.h"
 #include "engine/WebViewSettings.h"
@@ -157,9 +158,8 @@ class Page {
   // Runs a script in the page's own world or one beside it; JavaScriptResult brings the value
   // under the given id.
   virtual void runScript(const String& script, bool isolated, const String& resultId) = 0;
-  // Has the engine's own script do something in the document: one of the actions of content.js.
-  virtual void act(const char* action, std::vector<JavaScriptVariant> arguments) = 0;
-  void act(const char* action) { act(action, {}); }
+  // Has the engine's own scripts do something in the document.
+  virtual void act(PageAction action, std::vector<JavaScriptVariant> arguments) = 0;
   // The factor by which the document is laid out larger.
   virtual void setZoom(double level) = 0;
   // CaptureContents brings a picture of a part of the document (all of it for an empty rectangle),

@@ -1,27 +1,26 @@
 // The text forms of the security records.
 #include "engine/SecurityRecords.h"
 
-#include "engine/SecurityRecordMembers.h"
+#include "engine/RecordFields.h"
+#include "engine/RecordJson.h"
 
+using fields::Reading;
 using Tessel::Platform::String;
 
 String SSLConnectionInfo::serialize() const {
-  return record_json::textOf(*this);
+  return fields::textOf(*this);
 }
 
 String OrvWebPageSecurityInfo::serialize() const {
-  return record_json::textOf(*this);
+  return fields::textOf(*this);
 }
 
 bool OrvWebPageSecurityInfo::deserialize(const String& text) {
-  rapidjson::Document document;
-  if (!record_json::parse(text, document)) return false;
-  record_json::read(document, *this);
-  return true;
+  return fields::readText<Reading::Lenient>(text, *this);
 }
 
 String SSLCertificateInfo::serialize() const {
-  return record_json::textOf(*this);
+  return fields::textOf(*this);
 }
 
 bool SSLCertificateInfo::deserialize(const String& text) {
@@ -29,33 +28,14 @@ bool SSLCertificateInfo::deserialize(const String& text) {
     certificate = text;
     return true;
   }
-  rapidjson::Document document;
-  if (!record_json::parse(text, document)) return false;
-  record_json::read(document, *this);
-  return true;
+  return fields::readText<Reading::Lenient>(text, *this);
 }
 
 String textOf(const SSLCertificateMap& certificates) {
-  rapidjson::StringBuffer buffer;
-  record_json::Writer writer(buffer);
-  writer.StartObject();
-  for (const auto& [name, record] : certificates) {
-    writer.Key(name.utf8(), static_cast<rapidjson::SizeType>(name.length()));
-    record_json::write(writer, record);
-  }
-  writer.EndObject();
-  return std::string_view(buffer.GetString(), buffer.GetSize());
+  return fields::textOf(certificates);
 }
 
 bool certificatesFromText(const String& text, SSLCertificateMap& certificates) {
-  rapidjson::Document document;
-  if (!record_json::parse(text, document)) return false;
-  for (const auto& member : document.GetObject()) {
-    const String name(std::string_view(member.name.GetString(), member.name.GetStringLength()));
-    // A malformed record stays empty, and is refused where certificates are added.
-    SSLCertificateInfo record;
-    record_json::read(member.value, record);
-    certificates[name] = std::move(record);
-  }
-  return true;
+  // A malformed record stays empty, and is refused where certificates are added.
+  return fields::readText<Reading::Lenient>(text, certificates);
 }

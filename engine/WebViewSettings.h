@@ -11,20 +11,17 @@
 struct WebViewSettings {
 #define SETTING(type, getter, setter, start, property) type getter = start;
 #include "engine/WebViewSettings.def"
-#undef SETTING
 };
 
 // Names a setting; the names are those of the getters.
 enum class WebViewSetting : int {
 #define SETTING(type, getter, setter, start, property) getter,
 #include "engine/WebViewSettings.def"
-#undef SETTING
 };
 
 struct PageState {
 #define STATE(type, getter, start, property) type getter = start;
 #include "engine/PageState.def"
-#undef STATE
 };
 
 // The property that reports a change of a member of PageState.
@@ -35,4 +32,3 @@ inline constexpr auto statePropertyOf = OrvWebPropertyChangedEvent::PropertyMax;
   inline constexpr auto statePropertyOf<&PageState::getter> = \
       OrvWebPropertyChangedEvent::property;
 #include "engine/PageState.def"
-#undef STATE

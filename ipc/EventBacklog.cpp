@@ -3,12 +3,11 @@
 
 #include <algorithm>
 #include <map>
-#include <string>
 #include <utility>
 #include <vector>
 
 std::size_t EventBacklog::bytesOf(const Event& event) {
-  return event.name.length() + event.data.length();
+  return (event.type ? nameOf(*event.type).length() : 0) + event.data.length();
 }
 
 void EventBacklog::push(Event event) {
@@ -20,15 +19,13 @@ void EventBacklog::push(Event event) {
 // Down to three quarters, so that a flood does not pay for each event: one pass counts the kinds,
 // and one takes the oldest of each kind that has more than the others, down to what all may have.
 void EventBacklog::drop() {
-  using Kind = std::pair<unsigned int, std::string>;
+  using Kind = std::pair<unsigned int, std::optional<EventType>>;
   struct Size {
     std::size_t events = 0;
     std::size_t bytes = 0;
   };
   std::map<Kind, Size> kinds;
-  const auto kindOf = [](const Event& event) {
-    return Kind(event.handle, event.name.toStdString());
-  };
+  const auto kindOf = [](const Event& event) { return Kind(event.handle, event.type); };
   for (const Event& event : events_) {
     Size& size = kinds[kindOf(event)];
     ++size.events;

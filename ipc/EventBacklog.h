@@ -5,6 +5,7 @@
 #pragma once
 
 #include "platform/base/String.h"
+#include "webview/events/EventType.h"
 
 #include <chrono>
 #include <cstddef>
@@ -18,7 +19,7 @@ class EventBacklog {
 
   struct Event {
     unsigned int handle;
-    String name;
+    std::optional<EventType> type;  // none: an error, whose text is the data
     String data;
     int integer;
   };
@@ -33,7 +34,7 @@ class EventBacklog {
   static constexpr std::size_t mostBytes = 16u << 20;
 
   // Events of which there are too many are dropped, the oldest first, beginning with the kind of
-  // which there are most (by web view and name): what a web view says seldom stays, and so does
+  // which there are most (by web view and type): what a web view says seldom stays, and so does
   // what it said last.
   void push(Event event);
   // The next one whose time has come, in the order of push(). `sharers` children have a backlog at

@@ -5,7 +5,6 @@
 #include "platform/loop/MethodDelegate.h"
 #include "webview/WebViewManager.h"
 #include "webview/events/EventMessages.h"
-#include "webview/events/Names.h"
 
 #include <glib.h>
 
@@ -16,7 +15,6 @@
 using Tessel::Platform::executableMessage;
 using Tessel::Platform::MainMessageClient;
 using Tessel::Platform::MethodDelegate0;
-using Tessel::Platform::String;
 
 namespace {
 
@@ -27,9 +25,9 @@ constexpr std::chrono::seconds tellInterval{10};
 std::size_t waitingDeliveries = 0;
 
 void deliver(const EventBacklog::Event& event) {
-  // Of no name: an error, which waits for its turn as events do.
-  if (event.name.isEmpty()) return WebViewManager::instance().informChromeOfError(event.data);
-  HandleOrvWebPostEventMessage message(event.handle, event.name, event.data);
+  // An error waits for its turn as events do.
+  if (!event.type) return WebViewManager::instance().informChromeOfError(event.data);
+  HandleOrvWebPostEventMessage message(event.handle, *event.type, event.data);
   message.setInteger(event.integer);
   WebViewManager::instance().handleMessage(message);
 }
@@ -43,10 +41,9 @@ EventDelivery::~EventDelivery() {
   setWaiting(false);
 }
 
-void EventDelivery::post(const HandleOrvWebPostEventMessage& message) {
-  EventBacklog::Event event{message.handle(), message.name(), message.data(), message.integer()};
+void EventDelivery::post(EventBacklog::Event event) {
   // The inspector's protocol is not for the chrome, and stands or falls with every message.
-  if (event.name == String(eventTypeName(OrvWebEvent::InspectorMessage))) return deliver(event);
+  if (event.type == EventType::InspectorMessage) return deliver(event);
   backlog_.push(std::move(event));
   if (timer_ == 0) deliverDue();
 }

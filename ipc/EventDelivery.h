@@ -8,8 +8,6 @@
 #include <cstddef>
 #include <functional>
 
-class HandleOrvWebPostEventMessage;
-
 class EventDelivery final : public Tessel::Platform::GuardedPointerBase {
  public:
   // Told how many events were dropped, every ten seconds at most.
@@ -18,7 +16,7 @@ class EventDelivery final : public Tessel::Platform::GuardedPointerBase {
   explicit EventDelivery(TellOfDropped tellOfDropped);
   ~EventDelivery() override;
 
-  void post(const HandleOrvWebPostEventMessage& message);
+  void post(EventBacklog::Event event);
   // What is waiting, at once: nothing more comes.
   void deliverAll();
 

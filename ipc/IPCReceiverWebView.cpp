@@ -14,15 +14,15 @@ void IPCReceiverWebView::handleWebEvent(OrvWebEvent* event) {
   WebView::handleWebEvent(event);
 }
 
-void IPCReceiverWebView::post(const String& name, const String& data) {
-  MessageClient::sendMessage(std::make_unique<HandleOrvWebPostEventMessage>(handle(), name, data),
+void IPCReceiverWebView::post(EventType event, const String& data) {
+  MessageClient::sendMessage(std::make_unique<HandleOrvWebPostEventMessage>(handle(), event, data),
                              mainConnectionId_);
 }
 
-WebView::String IPCReceiverWebView::send(const String& name, const String& data) {
+WebView::String IPCReceiverWebView::send(EventType event, const String& data) {
   HandleOrvWebSendEventMessage::Reply reply;
   MessageClient::sendMessage(
-      std::make_unique<HandleOrvWebSendEventMessage>(handle(), name, data, &reply),
+      std::make_unique<HandleOrvWebSendEventMessage>(handle(), event, data, &reply),
       webEngineConnectionId_);
   return reply.text();
 }

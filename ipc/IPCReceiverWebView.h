@@ -16,9 +16,9 @@ class IPCReceiverWebView final : public WebView {
   void handleWebEvent(OrvWebEvent* event) override;
 
  private:
-  void post(const String& name, const String& data) override;
+  void post(EventType event, const String& data) override;
   // Waits for the chrome's answer, and goes on serving the main process meanwhile.
-  String send(const String& name, const String& data) override;
+  String send(EventType event, const String& data) override;
 
   const int mainConnectionId_;
   const int webEngineConnectionId_;

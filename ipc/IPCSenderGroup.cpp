@@ -16,7 +16,6 @@
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 #include "webview/commands/IPCSenderWebView.h"
-#include "webview/events/EventMessages.h"
 
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -317,8 +316,8 @@ void IPCSenderGroup::setError(const String& error) {
   awaitingHandshake_ = false;
 }
 
-void IPCSenderGroup::handlePostedEvent(const HandleOrvWebPostEventMessage& message) {
-  delivery_->post(message);
+void IPCSenderGroup::post(EventBacklog::Event event) {
+  delivery_->post(std::move(event));
 }
 
 void IPCSenderGroup::tellOfDropped(std::size_t count) const {

@@ -4,6 +4,7 @@
 // UI thread, but for the handshake, which comes on the acceptor's.
 #pragma once
 
+#include "ipc/EventBacklog.h"
 #include "platform/base/UniqueFd.h"
 #include "platform/channel/Message.h"
 #include "webview/RemoteHost.h"
@@ -19,7 +20,6 @@
 #include <vector>
 
 class EventDelivery;
-class HandleOrvWebPostEventMessage;
 class HandshakeMessage;
 
 class IPCSenderGroup : public RemoteHost {
@@ -61,9 +61,9 @@ class IPCSenderGroup : public RemoteHost {
   void shutDown();
   void setError(const String& error) final;
 
-  // The chrome is told of it at once, or, where the child has posted more than is good for the
-  // chrome, in its turn or never.
-  void handlePostedEvent(const HandleOrvWebPostEventMessage& message);
+  // The chrome is told of an event or error of the child at once, or, where the child has posted
+  // more than is good for the chrome, in its turn or never.
+  void post(EventBacklog::Event event);
 
   // The acceptor's thread.
   void handleHandshake(const HandshakeMessage& message);

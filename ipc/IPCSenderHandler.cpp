@@ -8,6 +8,7 @@
 #include "webview/WebViewManager.h"
 #include "webview/events/EventMessages.h"
 
+#include <optional>
 #include <vector>
 
 using Tessel::Platform::concat;
@@ -144,8 +145,7 @@ void IPCSenderHandler::handleMessage(Message& message) {
   if (message.type() == ErrorMessage::messageType) {
     if (!MainMessageClient::instance()->isCurrentThread()) return;
     // Bounded as events are.
-    const String text = static_cast<const ErrorMessage&>(message).text();
-    return group->handlePostedEvent(HandleOrvWebPostEventMessage(0, String(), text));
+    return group->post({0, std::nullopt, static_cast<const ErrorMessage&>(message).text(), 0});
   }
   if (message.type() == CookieChangesMessage::messageType) {
     // A child may send it over any of its connections, and the jar is the main thread's.
@@ -157,14 +157,21 @@ void IPCSenderHandler::handleMessage(Message& message) {
     return;
   }
   // A child speaks for its own web views only: the end of the chrome's would be the program's.
-  const unsigned int handle = static_cast<const WebEventMessage&>(message).handle();
+  const auto& happened = static_cast<const WebEventMessage&>(message);
+  const unsigned int handle = happened.handle();
   if (!group->hasHosted(handle)) {
     logAlways(LogError, "Process %d has no web view %u; its event is dropped.",
               static_cast<int>(message.senderPid()), handle);
     return;
   }
+  const auto event = happened.event();
+  if (!event) {
+    logAlways(LogError, "Process %d has sent an unknown event of web view %u; it is dropped.",
+              static_cast<int>(message.senderPid()), handle);
+    return;
+  }
   if (message.type() == HandleOrvWebPostEventMessage::messageType) {
-    group->handlePostedEvent(static_cast<const HandleOrvWebPostEventMessage&>(message));
+    group->post({handle, event, happened.data(), message.integer()});
   } else {
     manager.handleMessage(message);
   }

@@ -10,7 +10,6 @@
 #include "webview/WebViewManager.h"
 #include "webview/events/EventMessages.h"
 #include "webview/events/Fields.h"
-#include "webview/events/Names.h"
 
 #include <glib.h>
 
@@ -238,13 +237,13 @@ void WebView::handleWebEvent(OrvWebEvent* event) {
   if (event->type() == OrvWebEvent::Destroyed) manager.finishClosing(handle);
 }
 
-void WebView::post(const String& name, const String& data) {
-  WebViewManager::instance().handleMessage(HandleOrvWebPostEventMessage(handle_, name, data));
+void WebView::post(EventType event, const String& data) {
+  WebViewManager::instance().handleMessage(HandleOrvWebPostEventMessage(handle_, event, data));
 }
 
-WebView::String WebView::send(const String& name, const String& data) {
+WebView::String WebView::send(EventType event, const String& data) {
   HandleOrvWebSendEventMessage::Reply reply;
   WebViewManager::instance().handleMessage(
-      HandleOrvWebSendEventMessage(handle_, name, data, &reply));
+      HandleOrvWebSendEventMessage(handle_, event, data, &reply));
   return reply.text();
 }

@@ -83,8 +83,8 @@ class WebView : public OrvWebView,
  private:
   void callNativeFunction(OrvWebJavaScriptCallbackEvent& call);
   void navigationRefused(const String& url) override;
-  void post(const String& name, const String& data) override;
-  String send(const String& name, const String& data) override;
+  void post(EventType event, const String& data) override;
+  String send(EventType event, const String& data) override;
 
   const unsigned int handle_;
   bool nativeBindingsEnabled_ = false;

@@ -14,7 +14,6 @@
 #include "webview/WebView.h"
 #include "webview/commands/IPCSenderWebView.h"
 #include "webview/events/EventMessages.h"
-#include "webview/events/Names.h"
 
 #include <algorithm>
 #include <cstring>
@@ -249,7 +248,7 @@ bool WebViewManager::setCapabilities(WebViewHandle handle, const String& text) {
 }
 
 void WebViewManager::remoteWebViewCrashed(WebViewHandle handle) {
-  sendChromePostEvent(rootWebView(), "ProcessCrash", String(), handle, 0);
+  sendChromePostEvent(rootWebView(), nameOf(EventType::ProcessCrash), String(), handle, 0);
   destroyWebView(handle);
 }
 
@@ -328,27 +327,35 @@ void WebViewManager::handleMessage(const Message& message) {
 }
 
 void WebViewManager::handlePostedEvent(const HandleOrvWebPostEventMessage& message) {
-  const auto named = [&](OrvWebEvent::Type type) {
-    return message.name() == String(eventTypeName(type));
-  };
-  if (message.handle() == rootHandle) {
-    if (named(OrvWebEvent::Destroyed)) return destroyWebView(rootHandle);
-    // The chrome would be told about its own scripts.
-    if (named(OrvWebEvent::JavaScriptResult) || named(OrvWebEvent::JavaScriptFunctionResult) ||
-        named(OrvWebEvent::JavaScriptCallback)) {
-      return;
-    }
+  const auto event = message.event();
+  if (!event) return;
+  const unsigned int handle = message.handle();
+  const bool ofChrome = handle == rootHandle;
+  switch (*event) {
+    case EventType::Destroyed:
+      if (ofChrome) return destroyWebView(rootHandle);
+      break;
+    case EventType::JavaScriptResult:
+    case EventType::JavaScriptFunctionResult:
+    case EventType::JavaScriptCallback:
+      // The chrome would be told about its own scripts.
+      if (ofChrome) return;
+      break;
+    case EventType::InspectorMessage:
+      return inspector_->sendToFrontEnd(handle, message.data());
+    case EventType::Created:
+      if (!isCreated(handle)) markCreated(handle);
+      break;
+    default:
+      break;
   }
-  if (named(OrvWebEvent::InspectorMessage)) {
-    return inspector_->sendToFrontEnd(message.handle(), message.data());
-  }
-  if (named(OrvWebEvent::Created) && !isCreated(message.handle())) markCreated(message.handle());
-  sendChromePostEvent(rootWebView(), message.name(), message.data(), message.handle(),
-                      message.integer());
+  sendChromePostEvent(rootWebView(), nameOf(*event), message.data(), handle, message.integer());
 }
 
 void WebViewManager::handleSentEvent(const HandleOrvWebSendEventMessage& message) {
+  const auto event = message.event();
+  if (!event) return;
   const GuardedPin<WebView> root(rootWebViewFromAnyThread());
-  message.answer(sendChromeSendEvent(root.get(), message.name(), message.data(), message.handle(),
+  message.answer(sendChromeSendEvent(root.get(), nameOf(*event), message.data(), message.handle(),
                                      message.integer()));
 }

@@ -83,8 +83,8 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   // Which web views may be inspected, and by whom they are.
   WebInspectorClient& inspector() const { return *inspector_; }
 
-  // The event messages of web views; others are ignored. A posted event on the UI thread, one
-  // that is answered on any.
+  // The event messages of web views; others, and those of no known event, are ignored. A posted
+  // event on the UI thread, one that is answered on any.
   void handleMessage(const Tessel::Platform::Message& message);
 
   // The web view has ended; if that was asked for by shutdown, it is destroyed.

@@ -1,6 +1,7 @@
 // The texts that were typed into fields of forms. Main thread.
 #include "engine/autofill/FormHistory.h"
 
+#include "engine/FieldLists.h"
 #include "engine/RecordJson.h"
 
 #include <glib.h>
@@ -12,11 +13,12 @@ using Field = FormHistory::Field;
 using Fields = FormHistory::Fields;
 
 template <>
-struct record_json::Members<Field> {
-  static constexpr std::tuple list{member("name", &Field::name), member("texts", &Field::texts)};
+struct fields::FieldsOf<Field> {
+  static constexpr std::tuple list{member("name", &FormHistory::Field::name),
+                                   member("texts", &FormHistory::Field::texts)};
 };
 template <>
-struct record_json::Members<Fields> {
+struct fields::FieldsOf<Fields> {
   static constexpr std::tuple list{member("fields", &Fields::fields)};
 };
 
@@ -24,10 +26,9 @@ namespace {
 
 // A malformed file counts as an empty one.
 Fields fieldsOf(const String& text) {
-  Fields fields;
-  rapidjson::Document document;
-  if (record_json::parse(text, document)) record_json::read(document, fields);
-  return fields;
+  Fields kept;
+  fields::readText<fields::Reading::Lenient>(text, kept);
+  return kept;
 }
 
 bool isWorthKeeping(const String& name, const String& text) {
@@ -70,10 +71,10 @@ void FormHistory::remember(const std::vector<std::pair<String, String>>& typed) 
   keepFirst(kept, mostFields);
   if (kept.empty()) return;
   file_.change([&](const String& before) {
-    Fields fields = fieldsOf(before);
-    for (const auto& [name, text] : kept) add(fields, name, text);
-    keepFirst(fields.fields, mostFields);
-    return record_json::textOf(fields);
+    Fields all = fieldsOf(before);
+    for (const auto& [name, text] : kept) add(all, name, text);
+    keepFirst(all.fields, mostFields);
+    return fields::textOf(all);
   });
 }
 

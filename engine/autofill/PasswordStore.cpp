@@ -1,6 +1,7 @@
 // The log-ins that the user has let the program save. Main thread.
 #include "engine/autofill/PasswordStore.h"
 
+#include "engine/FieldLists.h"
 #include "engine/RecordJson.h"
 
 #include <algorithm>
@@ -14,17 +15,28 @@ struct Logins {
   std::vector<SavedLogin> logins;  // the latest saved first
 };
 
+// What the chrome is told of one.
+struct LoginName {
+  String place;
+  String username;
+};
+
 }  // namespace
 
 template <>
-struct record_json::Members<SavedLogin> {
+struct fields::FieldsOf<SavedLogin> {
   static constexpr std::tuple list{member("place", &SavedLogin::place),
                                    member("username", &SavedLogin::username),
                                    member("password", &SavedLogin::password)};
 };
 template <>
-struct record_json::Members<Logins> {
+struct fields::FieldsOf<Logins> {
   static constexpr std::tuple list{member("logins", &Logins::logins)};
+};
+template <>
+struct fields::FieldsOf<LoginName> {
+  static constexpr std::tuple list{member("place", &LoginName::place),
+                                   member("username", &LoginName::username)};
 };
 
 namespace {
@@ -32,13 +44,12 @@ namespace {
 // A malformed file counts as an empty one.
 std::vector<SavedLogin> loginsOf(const String& text) {
   Logins all;
-  rapidjson::Document document;
-  if (record_json::parse(text, document)) record_json::read(document, all);
+  fields::readText<fields::Reading::Lenient>(text, all);
   return all.logins;
 }
 
 String textOf(std::vector<SavedLogin> logins) {
-  return logins.empty() ? String() : record_json::textOf(Logins{std::move(logins)});
+  return logins.empty() ? String() : fields::textOf(Logins{std::move(logins)});
 }
 
 }  // namespace
@@ -87,17 +98,7 @@ void FilePasswordStore::clear() {
 }
 
 String jsonOf(const std::vector<SavedLogin>& logins) {
-  rapidjson::StringBuffer buffer;
-  record_json::Writer writer(buffer);
-  writer.StartArray();
-  for (const SavedLogin& login : logins) {
-    writer.StartObject();
-    writer.Key("place");
-    record_json::write(writer, login.place);
-    writer.Key("username");
-    record_json::write(writer, login.username);
-    writer.EndObject();
-  }
-  writer.EndArray();
-  return std::string_view(buffer.GetString(), buffer.GetSize());
+  std::vector<LoginName> names;
+  for (const SavedLogin& login : logins) names.push_back({login.place, login.username});
+  return fields::textOf(names);
 }

@@ -117,10 +117,8 @@ void PageConnection::refreshSetup() {
   setup_.deferred = settings.isDeferNetworkingAndJavaScript && !setup_.drivesApplication;
 }
 
-void PageConnection::act(const char* action, std::vector<JavaScriptVariant> arguments) {
-  if (const auto link = link_.load()) {
-    link->postAction(number_, {{String(action)}, std::move(arguments)});
-  }
+void PageConnection::act(PageAction action, std::vector<JavaScriptVariant> arguments) {
+  if (const auto link = link_.load()) link->postAction(number_, {action, std::move(arguments)});
 }
 
 bool PageConnection::ping() {

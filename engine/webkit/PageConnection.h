@@ -39,7 +39,7 @@ class PageConnection {
   void setDrivesApplication();
 
   // Runs an action of the content script; see Page::act.
-  void act(const char* action, std::vector<JavaScriptVariant> arguments);
+  void act(PageAction action, std::vector<JavaScriptVariant> arguments);
   // Asks the process whether its main loop runs. False while there is none.
   bool ping();
   // See Page::postFunction and Page::callFunction. Any thread.

@@ -13,6 +13,7 @@
 #include <type_traits>
 #include <utility>
 
+using link_protocol::ReportKind;
 using link_protocol::Watched;
 using Tessel::Platform::concat;
 using Tessel::Platform::reportError;
@@ -67,7 +68,7 @@ void read(const Details& details, std::size_t index, ValueField<T>& field) {
 
 // An event without details.
 template <OrvWebEvent::Type Type>
-String raise(WebKitPage& page, const Details&) {
+String raise(WebKitPage& page) {
   page.raise(Type);
   return {};
 }
@@ -100,7 +101,7 @@ String onFunctionResult(WebKitPage& page, const Details& details) {
   return {};
 }
 
-String onWindowObjectCleared(WebKitPage& page, const Details&) {
+String onWindowObjectCleared(WebKitPage& page) {
   OrvWebJavaScriptWindowObjectClearedEvent event;
   page.raise(event);
   return event.script();
@@ -117,7 +118,7 @@ String onResource(WebKitPage& page, const Details& details) {
 }
 
 // A message of the page, or its answer, was too large for the link.
-String onOversized(WebKitPage&, const Details& details) {
+String onOversized(const Details& details) {
   constexpr std::size_t longestName = 200;
   reportError(concat("A message of a page is too large and is left out: \"",
                      details.text(0).view().substr(0, longestName), "\", ",
@@ -165,7 +166,7 @@ String onElement(WebKitPage& page, const Details& details) {
   return {};
 }
 
-String onKeyLeft(WebKitPage& page, const Details&) {
+String onKeyLeft(WebKitPage& page) {
   if (page.parts()) page.parts()->input.keyLeft();
   return {};
 }
@@ -174,7 +175,7 @@ String onMayCall(WebKitPage& page, const Details& details) {
   return page.loads().trustedLoads().admits(details.text(0)) ? "1" : "";
 }
 
-String onAlive(WebKitPage& page, const Details&) {
+String onAlive(WebKitPage& page) {
   if (page.parts()) page.parts()->hangMonitor.alive();
   return {};
 }
@@ -193,71 +194,21 @@ String onLockOrientation(WebKitPage& page, const Details& details) {
   return page.parts() ? page.parts()->apis.lockOrientation(details.flag(0)) : String();
 }
 
-String onUnlockOrientation(WebKitPage& page, const Details&) {
+String onUnlockOrientation(WebKitPage& page) {
   if (page.parts()) page.parts()->apis.unlockOrientation();
   return {};
 }
 
-template <OrvWebProtocolHandlerType What>
-String onProtocolHandler(WebKitPage& page, const Details& details) {
+String onProtocolHandler(WebKitPage& page, OrvWebProtocolHandlerType what, const Details& details) {
   if (!page.parts()) return {};
   return page.parts()->apis.protocolHandler(
-      What, {details.text(0), details.text(1), details.text(2), details.text(3)});
+      what, {details.text(0), details.text(1), details.text(2), details.text(3)});
 }
 
 String onIsSearchProviderInstalled(WebKitPage& page, const Details& details) {
   if (!page.parts()) return {};
   return String(std::to_string(page.parts()->apis.isSearchProviderInstalled(details.text(0))));
 }
-
-String onClipboard(WebKitPage& page, const Details& details) {
-  page.raise(details.text(0) == String("read") ? OrvWebEvent::ClipboardRead
-                                               : OrvWebEvent::ClipboardWrite);
-  return {};
-}
-
-using Handler = String (*)(WebKitPage&, const Details&);
-using Caret = OrvWebCaretChangedEvent;
-using Selection = OrvWebSelectionChangedEvent;
-using Exception = OrvWebJavaScriptExceptionEvent;
-using Control = OrvWebFormControlEvent;
-using Handlers = OrvWebProtocolHandlerType;
-using SearchProvider = OrvWebAddSearchProviderRequestEvent;
-constexpr std::pair<const char*, Handler> handlers[] = {
-    {"addSearchProvider", raiseEvent<SearchProvider, &SearchProvider::url>},
-    {"alive", onAlive},
-    {"caret",
-     raiseEvent<Caret, &Caret::rectX, &Caret::rectY, &Caret::rectWidth, &Caret::rectHeight>},
-    {"clipboard", onClipboard},
-    {"content", onContent},
-    {"controls",
-     raiseEvent<Control, &Control::isNextActive, &Control::isPreviousActive, &Control::isVisible>},
-    {"documentLoaded", raise<OrvWebEvent::DocumentLoaded>},
-    {"element", onElement},
-    {"encoding", update<&PageState::textEncoding>},
-    {"exception", raiseEvent<Exception, &Exception::exception, &Exception::file, &Exception::line>},
-    {"functionResult", onFunctionResult},
-    {"keyLeft", onKeyLeft},
-    {"isProtocolHandlerRegistered", onProtocolHandler<Handlers::IsRegistered>},
-    {"isSearchProviderInstalled", onIsSearchProviderInstalled},
-    {"lockOrientation", onLockOrientation},
-    {"mayCall", onMayCall},
-    {"oversized", onOversized},
-    {"pinch", onPinch},
-    {"registerProtocolHandler", onProtocolHandler<Handlers::Register>},
-    {"rendered", onRendered},
-    {"resource", onResource},
-    {"scrolled", update<&PageState::scrollPosition>},
-    {"selection", raiseEvent<Selection, &Selection::startX, &Selection::startY,
-                             &Selection::startWidth, &Selection::startHeight, &Selection::endX,
-                             &Selection::endY, &Selection::endWidth, &Selection::endHeight>},
-    {"tooltip", update<&PageState::tooltip>},
-    {"unlockOrientation", onUnlockOrientation},
-    {"unregisterProtocolHandler", onProtocolHandler<Handlers::Unregister>},
-    {"videoFullScreen", onVideoFullScreen},
-    {"width", onWidth},
-    {"windowObjectCleared", onWindowObjectCleared},
-};
 
 constexpr std::pair<Watched, OrvWebEvent::Type> watchedEvents[] = {
     {Watched::WindowObjectCleared, OrvWebEvent::JavaScriptWindowObjectCleared},
@@ -272,10 +223,87 @@ constexpr std::pair<Watched, OrvWebEvent::Type> watchedEvents[] = {
 
 }  // namespace
 
-String handleReport(WebKitPage& page, const FunctionCall& report) {
-  if (page.parts() && page.parts()->forms.take(report)) return {};
-  for (const auto& [name, handler] : handlers) {
-    if (report.path.front() == String(name)) return handler(page, Details(report.arguments));
+String handleReport(WebKitPage& page, const link_protocol::PageReport& report) {
+  using Caret = OrvWebCaretChangedEvent;
+  using Selection = OrvWebSelectionChangedEvent;
+  using Exception = OrvWebJavaScriptExceptionEvent;
+  using Control = OrvWebFormControlEvent;
+  using Handlers = OrvWebProtocolHandlerType;
+  using SearchProvider = OrvWebAddSearchProviderRequestEvent;
+  const Details details(report.details);
+  switch (report.kind) {
+    case ReportKind::scrolled:
+      return update<&PageState::scrollPosition>(page, details);
+    case ReportKind::content:
+      return onContent(page, details);
+    case ReportKind::encoding:
+      return update<&PageState::textEncoding>(page, details);
+    case ReportKind::pinch:
+      return onPinch(page, details);
+    case ReportKind::rendered:
+      return onRendered(page, details);
+    case ReportKind::tooltip:
+      return update<&PageState::tooltip>(page, details);
+    case ReportKind::element:
+      return onElement(page, details);
+    case ReportKind::caret:
+      return raiseEvent<Caret, &Caret::rectX, &Caret::rectY, &Caret::rectWidth, &Caret::rectHeight>(
+          page, details);
+    case ReportKind::selection:
+      return raiseEvent<Selection, &Selection::startX, &Selection::startY, &Selection::startWidth,
+                        &Selection::startHeight, &Selection::endX, &Selection::endY,
+                        &Selection::endWidth, &Selection::endHeight>(page, details);
+    case ReportKind::controls:
+      return raiseEvent<Control, &Control::isNextActive, &Control::isPreviousActive,
+                        &Control::isVisible>(page, details);
+    case ReportKind::videoFullScreen:
+      return onVideoFullScreen(page, details);
+    case ReportKind::clipboardRead:
+      return raise<OrvWebEvent::ClipboardRead>(page);
+    case ReportKind::clipboardWrite:
+      return raise<OrvWebEvent::ClipboardWrite>(page);
+    case ReportKind::keyLeft:
+      return onKeyLeft(page);
+    case ReportKind::width:
+      return onWidth(page, details);
+    case ReportKind::fieldText:
+    case ReportKind::fieldLeft:
+    case ReportKind::typed:
+    case ReportKind::loginForm:
+    case ReportKind::login:
+      if (page.parts()) page.parts()->forms.take(report);
+      return {};
+    case ReportKind::lockOrientation:
+      return onLockOrientation(page, details);
+    case ReportKind::unlockOrientation:
+      return onUnlockOrientation(page);
+    case ReportKind::registerProtocolHandler:
+      return onProtocolHandler(page, Handlers::Register, details);
+    case ReportKind::isProtocolHandlerRegistered:
+      return onProtocolHandler(page, Handlers::IsRegistered, details);
+    case ReportKind::unregisterProtocolHandler:
+      return onProtocolHandler(page, Handlers::Unregister, details);
+    case ReportKind::addSearchProvider:
+      return raiseEvent<SearchProvider, &SearchProvider::url>(page, details);
+    case ReportKind::isSearchProviderInstalled:
+      return onIsSearchProviderInstalled(page, details);
+    case ReportKind::documentLoaded:
+      return raise<OrvWebEvent::DocumentLoaded>(page);
+    case ReportKind::windowObjectCleared:
+      return onWindowObjectCleared(page);
+    case ReportKind::mayCall:
+      return onMayCall(page, details);
+    case ReportKind::resource:
+      return onResource(page, details);
+    case ReportKind::exception:
+      return raiseEvent<Exception, &Exception::exception, &Exception::file, &Exception::line>(
+          page, details);
+    case ReportKind::functionResult:
+      return onFunctionResult(page, details);
+    case ReportKind::oversized:
+      return onOversized(details);
+    case ReportKind::alive:
+      return onAlive(page);
   }
   return {};
 }

@@ -263,7 +263,7 @@ bool WebKitPage::askWhetherAlive() {
   return connection_->ping();
 }
 
-void WebKitPage::act(const char* action, std::vector<JavaScriptVariant> arguments) {
+void WebKitPage::act(PageAction action, std::vector<JavaScriptVariant> arguments) {
   connection_->act(action, std::move(arguments));
 }
 
@@ -431,7 +431,7 @@ link_protocol::DialogAnswer WebKitPage::dialog(const link_protocol::DialogQuesti
   return view_ ? runDialog(view_, question) : link_protocol::DialogAnswer();
 }
 
-String WebKitPage::report(const FunctionCall& report) {
+String WebKitPage::report(const link_protocol::PageReport& report) {
   const auto held = shared_from_this();
   return handleReport(*this, report);
 }

@@ -48,7 +48,7 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   void bindCallbackObject(bool bound, const std::vector<String>& furtherOrigins) override;
   void setDrivesApplication(const String& loadFailureHint) override;
   void runScript(const String& script, bool isolated, const String& resultId) override;
-  void act(const char* action, std::vector<JavaScriptVariant> arguments) override;
+  void act(PageAction action, std::vector<JavaScriptVariant> arguments) override;
   using Page::act;
   void setZoom(double level) override;
   void capture(double scale, const OrvWebRect& part, const OrvWebSize& size) override;
@@ -78,7 +78,7 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   link_protocol::PageSetup setup() const override;
   String nativeCall(const link_protocol::NativeArguments& arguments) override;
   link_protocol::DialogAnswer dialog(const link_protocol::DialogQuestion& question) override;
-  String report(const FunctionCall& report) override;
+  String report(const link_protocol::PageReport& report) override;
 
   std::weak_ptr<const void> viewLife() const override { return parts_; }
   WebKitWebView* view() override { return view_ ? view_ : makeView(nullptr); }

@@ -1,7 +1,7 @@
 // The records that the chrome gives, and children, as JSON, and certificates.
 #include "engine/Certificates.h"
+#include "engine/RecordFields.h"
 #include "tests/fuzz/Fuzz.h"
-#include "webview/events/RecordFields.h"
 #include "webview/events/RecordReaders.h"
 
 using Tessel::Platform::String;

@@ -10,14 +10,16 @@ namespace {
 using namespace std::chrono_literals;
 using Tessel::Platform::String;
 
-EventBacklog::Event event(unsigned int handle, const char* name, const std::string& data = "{}") {
-  return {handle, String(name), String(data), 0};
+constexpr auto noise = EventType::CaretChanged;
+
+EventBacklog::Event event(unsigned int handle, EventType type, const std::string& data = "{}") {
+  return {handle, type, String(data), 0};
 }
 
 TEST(EventBacklogTest, FewAreToldAtOnceAndManyAtTheirPace) {
   EventBacklog backlog;
   auto now = EventBacklog::Clock::now();
-  for (int i = 0; i < 3000; ++i) backlog.push(event(2, "Noise", std::to_string(i)));
+  for (int i = 0; i < 3000; ++i) backlog.push(event(2, noise, std::to_string(i)));
   int told = 0;
   const auto takeDue = [&](std::size_t sharers) {
     int count = 0;
@@ -37,35 +39,35 @@ TEST(EventBacklogTest, FewAreToldAtOnceAndManyAtTheirPace) {
 
 TEST(EventBacklogTest, WhatIsDroppedIsTheOldestOfTheKindOfWhichThereIsMost) {
   EventBacklog backlog;
-  backlog.push(event(3, "Created"));
+  backlog.push(event(3, EventType::Created));
   for (int i = 0; i < 100'000; ++i) {
-    backlog.push(event(2, "Noise", std::to_string(i)));
+    backlog.push(event(2, noise, std::to_string(i)));
     ASSERT_LE(backlog.size(), EventBacklog::mostEvents);
   }
-  backlog.push(event(2, "Destroyed"));
+  backlog.push(event(2, EventType::Destroyed));
   EXPECT_GT(backlog.takeDropped(), 90'000u);
-  EXPECT_EQ(backlog.popAny()->name, String("Created"));
-  EventBacklog::Event last = event(0, "");
+  EXPECT_EQ(backlog.popAny()->type, EventType::Created);
+  EventBacklog::Event last = event(0, noise);
   std::string lastNoise;
   while (auto next = backlog.popAny()) {
-    if (next->name == String("Noise")) lastNoise = next->data.toStdString();
+    if (next->type == noise) lastNoise = next->data.toStdString();
     last = std::move(*next);
   }
   EXPECT_EQ(lastNoise, "99999");
-  EXPECT_EQ(last.name, String("Destroyed"));
+  EXPECT_EQ(last.type, EventType::Destroyed);
 }
 
 TEST(EventBacklogTest, ManyKindsAndLargeEventsHaveNoMoreRoom) {
   EventBacklog many;
-  for (int i = 0; i < 20'000; ++i) {
-    many.push(event(2, ("Kind" + std::to_string(i)).c_str()));
+  for (unsigned int i = 0; i < 20'000; ++i) {
+    many.push(event(i, noise));
     ASSERT_LE(many.size(), EventBacklog::mostEvents);
   }
   EventBacklog large;
-  large.push(event(3, "Created"));
-  for (int i = 0; i < 40; ++i) large.push(event(2, "Large", std::string(3u << 20, 'x')));
+  large.push(event(3, EventType::Created));
+  for (int i = 0; i < 40; ++i) large.push(event(2, noise, std::string(3u << 20, 'x')));
   std::size_t bytes = 0;
-  EXPECT_EQ(large.popAny()->name, String("Created"));
+  EXPECT_EQ(large.popAny()->type, EventType::Created);
   while (const auto next = large.popAny()) bytes += next->data.length();
   EXPECT_LE(bytes, EventBacklog::mostBytes);
   EXPECT_GT(bytes, 0u);

@@ -55,13 +55,13 @@ class FloodingHandler final : public MessageHandler {
     if (message.type() != CreateWebViewMessage::messageType || done_) return;
     done_ = true;
     const unsigned int view = static_cast<CreateWebViewMessage&>(message).handle();
-    for (int i = 0; i < 200'000; ++i) post(view, "Noise");
-    post(view, "Last");
+    for (int i = 0; i < 200'000; ++i) post(view, EventType::CaretChanged);
+    post(view, EventType::Focus);
   }
 
  private:
-  void post(unsigned int view, const char* name) const {
-    MessageClient::sendMessage(std::make_unique<HandleOrvWebPostEventMessage>(view, name, "{}"),
+  void post(unsigned int view, EventType event) const {
+    MessageClient::sendMessage(std::make_unique<HandleOrvWebPostEventMessage>(view, event, "{}"),
                                main_);
   }
   const int main_;
@@ -119,9 +119,9 @@ int childMain(unsigned int groupId, int parentPid, int mainChannelId, int webEng
   MessageClient::sendMessage(
       std::make_unique<HandshakeMessage>(groupId, pid, client.channelId(), key), main);
   if (groupId == SpeaksForTheChrome) {
-    MessageClient::sendMessage(
-        std::make_unique<HandleOrvWebPostEventMessage>(WebViewManager::rootHandle, "Destroyed", ""),
-        main);
+    MessageClient::sendMessage(std::make_unique<HandleOrvWebPostEventMessage>(
+                                   WebViewManager::rootHandle, EventType::Destroyed, ""),
+                               main);
   }
   if (groupId == Floods) client.installMessageHandler(new FloodingHandler(main));
   return goodChild(handler, client);
@@ -280,7 +280,7 @@ TEST(GroupTest, AChildThatPostsWithoutEndCostsTheChromeLittleAndItsLastWordIsHea
     ASSERT_TRUE(iterateUntil([&] {
       for (const std::string& event : chrome.events()) {
         ++told;
-        isLastHeard = isLastHeard || event.find(" Last ") != std::string::npos;
+        isLastHeard = isLastHeard || event.find(" Focus ") != std::string::npos;
       }
       return isLastHeard;
     }));
@@ -329,7 +329,7 @@ TEST(GroupTest, MessagesDuringAHandshakeAreDropped) {
     group->expectHandshake(1);
     IPCSenderHandler& handler = IPCSenderHandler::instance();
     handler.addProcess(4242, group);
-    HandleOrvWebPostEventMessage message(12, "Created", "{}");
+    HandleOrvWebPostEventMessage message(12, EventType::Created, "{}");
     message.setSenderPid(4242);
     handler.handleMessage(message);
     EXPECT_THAT(log.read(),

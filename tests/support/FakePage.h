@@ -82,8 +82,7 @@ class FakePage final : public Page {
   void wantedEventsChanged() override {}
   void setAllowedOrigins(const std::vector<String>&) override {}
   void knownCertificatesChanged() override {}
-  void act(const char*, std::vector<JavaScriptVariant>) override {}
-  using Page::act;
+  void act(PageAction, std::vector<JavaScriptVariant>) override {}
   void setZoom(double) override {}
   void capture(double, const OrvWebRect&, const OrvWebSize&) override {}
   void clear(SiteData) override {}

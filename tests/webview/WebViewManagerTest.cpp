@@ -2,6 +2,7 @@
 #include "platform/os/Settings.h"
 #include "tests/support/ChromeFixture.h"
 #include "tests/support/StandardErrorPipe.h"
+#include "tests/webview/commands/HandmadeBlobs.h"
 #include "webview/WebViewManager.h"
 #include "webview/events/EventMessages.h"
 
@@ -10,6 +11,7 @@
 
 namespace {
 
+using Tessel::Platform::concat;
 using Tessel::Platform::executableMessage;
 using Tessel::Platform::GuardedPointer;
 using Tessel::Platform::Settings;
@@ -24,30 +26,52 @@ class WebViewManagerTest : public test_support::ChromeFixture {
   void deleteWebView(unsigned int handle) {
     EXPECT_EQ(callNative({"webview.delete", std::to_string(handle).c_str()}), "");
   }
-  std::string send(unsigned int handle, const char* name) {
+  std::string send(unsigned int handle, EventType event) {
     HandleOrvWebSendEventMessage::Reply reply;
-    manager.handleMessage(HandleOrvWebSendEventMessage(handle, name, "{}", &reply));
+    manager.handleMessage(HandleOrvWebSendEventMessage(handle, event, "{}", &reply));
     return reply.text().toStdString();
   }
 };
 
 TEST_F(WebViewManagerTest, ChromeIsNotToldAboutItsOwnScripts) {
-  const auto post = [&](unsigned int handle, const char* name) {
-    HandleOrvWebPostEventMessage message(handle, name, "{}");
+  const auto post = [&](unsigned int handle, EventType event) {
+    HandleOrvWebPostEventMessage message(handle, event, "{}");
     message.setInteger(5);
     manager.handleMessage(message);
   };
-  for (const char* name : {"JavaScriptResult", "JavaScriptFunctionResult", "JavaScriptCallback"}) {
-    post(1, name);
-    EXPECT_THAT(events(), IsEmpty()) << name;
-    post(77, name);
-    EXPECT_THAT(events(), ElementsAre(std::string("77 ") + name + " {}"));
+  for (const EventType event : {EventType::JavaScriptResult, EventType::JavaScriptFunctionResult,
+                                EventType::JavaScriptCallback}) {
+    post(1, event);
+    EXPECT_THAT(events(), IsEmpty()) << nameOf(event).utf8();
+    post(77, event);
+    EXPECT_THAT(events(), ElementsAre(concat("77 ", nameOf(event), " {}").toStdString()));
   }
-  post(1, "Focus");
+  post(1, EventType::Focus);
   EXPECT_EQ(page->posted.at(0).arguments.at(3), JavaScriptVariant(5));
   EXPECT_THAT(events(), ElementsAre("1 Focus {}"));
   manager.handleMessage(Tessel::Platform::Message(1100));
   EXPECT_THAT(events(), IsEmpty());
+}
+
+TEST_F(WebViewManagerTest, EventsOfOtherProcessesGoByTheirNamesAndUnknownOnesAreIgnored) {
+  using namespace std::string_view_literals;
+  auto blobs = test_support::blobsByHand(HandleOrvWebPostEventMessage::messageType, "iss");
+  std::string& name = blobs.bytes.at(3);
+  for (const auto& unknown : {"Foc\0"sv, "focus\0"sv, "Focus\0Focus\0"sv, "\0"sv}) {
+    name = unknown;
+    manager.handleMessage(*blobs.deserialize());
+    EXPECT_THAT(events(), IsEmpty()) << unknown;
+  }
+  name = "Focus\0"sv;
+  manager.handleMessage(*blobs.deserialize());
+  name = "PropertyTitleEvent\0"sv;
+  manager.handleMessage(*blobs.deserialize());
+  EXPECT_THAT(events(), ElementsAre(testing::StartsWith("77 Focus "),
+                                    testing::StartsWith("77 PropertyTitleEvent ")));
+  const auto sent =
+      test_support::blobsByHand(HandleOrvWebSendEventMessage::messageType, "iss").deserialize();
+  manager.handleMessage(*sent);
+  EXPECT_TRUE(page->called.empty());
 }
 
 TEST_F(WebViewManagerTest, SentEventsAreAnsweredByTheChromeOnAnyThreadAndNotFiltered) {
@@ -56,9 +80,10 @@ TEST_F(WebViewManagerTest, SentEventsAreAnsweredByTheChromeOnAnyThreadAndNotFilt
     answeredOn = std::this_thread::get_id();
     return JavaScriptVariant(call.arguments[1]);
   };
-  EXPECT_EQ(send(1, "JavaScriptCallback"), "JavaScriptCallback");
+  EXPECT_EQ(send(1, EventType::JavaScriptCallback), "JavaScriptCallback");
   EXPECT_EQ(answeredOn, std::this_thread::get_id());
-  EXPECT_EQ(std::async(std::launch::async, [&] { return send(9, "Dialog"); }).get(), "Dialog");
+  EXPECT_EQ(std::async(std::launch::async, [&] { return send(9, EventType::OpenWindow); }).get(),
+            "OpenWindow");
   EXPECT_NE(answeredOn, std::this_thread::get_id());
 }
 

@@ -146,8 +146,6 @@ TypeByName typesOfTables(Records& records) {
 #define STATE(type, getter, start, property) types[#property] = propertyType<type>(records);
 #include "engine/PageState.def"
 #include "engine/WebViewSettings.def"
-#undef STATE
-#undef SETTING
   return types;
 }
 
@@ -169,7 +167,6 @@ Events eventsOfWebViews(Records& records) {
   Collector collector(records);
 #define EVENT_TYPE(name) collector.add<OrvWebEvent::name>(#name);
 #include "engine/EventTypes.def"
-#undef EVENT_TYPE
   const TypeByName ofTables = typesOfTables(records);
   const TypeByName ofCommands = typesOfCommands(records);
   const auto typeOf = [&](const std::string& name) -> std::string {
@@ -186,7 +183,6 @@ Events eventsOfWebViews(Records& records) {
 #define PROPERTY(name) \
   collector.addProperty(#name, OrvWebPropertyChangedEvent::name, typeOf(#name));
 #include "engine/Properties.def"
-#undef PROPERTY
   return collector.take();
 }
 
@@ -194,16 +190,11 @@ std::vector<Enumeration> enumerations() {
   return {
 #define ENUMERATION(Type, first) {#Type, {
 #define NAME(name) #name,
-#define NAME_AS(name, number) NAME(name)
 #define END_ENUMERATION \
   }                     \
   }                     \
   ,
 #include "engine/Enumerations.def"
-#undef END_ENUMERATION
-#undef NAME_AS
-#undef NAME
-#undef ENUMERATION
   };
 }
 

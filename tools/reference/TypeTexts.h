@@ -3,7 +3,6 @@
 // Main thread.
 #pragma once
 
-#include "engine/SecurityRecordMembers.h"
 #include "registry/NativeCall.h"
 #include "webview/commands/Values.h"
 #include "webview/events/EventFields.h"
@@ -46,25 +45,9 @@ NAMED(OrvWebSendEvent)
 NAMED(OrvWebJavaScriptCallbackEvent)
 NAMED(OrvWebPropertyChangedEvent)
 #define ENUMERATION(Type, first) NAMED(Type)
-#define NAME(name)
-#define NAME_AS(name, number)
-#define END_ENUMERATION
 #include "engine/Enumerations.def"
-#undef END_ENUMERATION
-#undef NAME_AS
-#undef NAME
-#undef ENUMERATION
 #define EVENT(Class, Type, Base) NAMED(Class)
-#define FIELD(type, name)
-#define LITERAL(name, text)
-#define ANSWER(name, field)
-#define END_EVENT
 #include "engine/EventClasses.def"
-#undef END_EVENT
-#undef ANSWER
-#undef LITERAL
-#undef FIELD
-#undef EVENT
 #undef NAMED
 
 struct Member {
@@ -87,11 +70,6 @@ struct IsValueField : std::false_type {};
 template <typename T>
 struct IsValueField<ValueField<T>> : std::true_type {};
 
-template <typename T>
-concept HasMembers = requires {
-  record_json::Members<T>::list;
-};
-
 // The TypeScript type of a value inside JSON.
 template <typename T>
 std::string jsonType(Records& records);
@@ -104,21 +82,10 @@ inline std::string listOf(const std::string& element) {
 template <typename T>
 std::vector<Member> membersOf(Records& records) {
   std::vector<Member> members;
-  if constexpr (HasMembers<T>) {
-    std::apply(
-        [&](const auto&... entry) {
-          (members.push_back(
-               {entry.key,
-                jsonType<std::decay_t<decltype(std::declval<T>().*entry.field)>>(records)}),
-           ...);
-        },
-        record_json::Members<T>::list);
-  } else {
-    fields::forEachInKeyOrder<fields::FieldsOf<T>>([&](const auto& entry) {
-      using Value = std::decay_t<std::invoke_result_t<decltype(entry.get), const T&>>;
-      members.push_back({std::string(entry.key), jsonType<Value>(records)});
-    });
-  }
+  fields::forEachInKeyOrder<fields::FieldsOf<T>>([&](const auto& entry) {
+    using Value = std::decay_t<std::invoke_result_t<decltype(entry.get), const T&>>;
+    members.push_back({std::string(entry.key), jsonType<Value>(records)});
+  });
   return members;
 }
 
@@ -142,7 +109,8 @@ std::string jsonType(Records& records) {
   } else if constexpr (std::is_arithmetic_v<T>) {
     return "number";
   } else if constexpr (std::is_same_v<T, String> || std::is_same_v<T, const char*> ||
-                       std::is_same_v<T, json::PlainText>) {
+                       std::is_same_v<T, OrvWebEvent::Type> ||
+                       std::is_same_v<T, OrvWebPropertyChangedEvent::Property>) {
     return "string";
   } else if constexpr (NamedEnumeration<T>) {
     return nameOfType<T>;
@@ -208,15 +176,15 @@ TypeText argumentText(Records& records) {
   } else if constexpr (std::is_same_v<T, String> || std::is_same_v<T, arguments::Text>) {
     text.words = "text";
     text.typeScript = "string";
-  } else if constexpr (NamedEnumeration<T>) {
-    text.words = std::string("name of `") + nameOfType<T> + "`";
-    text.typeScript = nameOfType<T>;
   } else if constexpr (std::is_same_v<T, OrvWebEvent::Type>) {
     text.words = "name of an event";
     text.typeScript = "WebEventName";
   } else if constexpr (std::is_same_v<T, OrvWebPropertyChangedEvent::Property>) {
     text.words = "name of a property";
     text.typeScript = "PropertyName";
+  } else if constexpr (NamedEnumeration<T>) {
+    text.words = std::string("name of `") + nameOfType<T> + "`";
+    text.typeScript = nameOfType<T>;
   } else if constexpr (std::is_same_v<T, OrvWebView*>) {
     text.words = "handle of a web view";
     text.typeScript = "Numeric";

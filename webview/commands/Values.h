@@ -6,7 +6,6 @@
 #include "engine/Records.h"
 #include "registry/Arguments.h"
 #include "webview/events/EventFields.h"
-#include "webview/events/Names.h"
 #include "webview/events/RecordReaders.h"
 
 #include <concepts>
@@ -23,24 +22,6 @@ struct Value<Type> {
     return !notFound;
   }
   static String text(Type value) { return nameOf(value); }
-};
-
-template <>
-struct Value<OrvWebEvent::Type> {
-  static bool parse(Text text, OrvWebEvent::Type& value) {
-    bool notFound = false;
-    value = eventTypeFromName(text, notFound);
-    return !notFound;
-  }
-};
-
-template <>
-struct Value<OrvWebPropertyChangedEvent::Property> {
-  static bool parse(Text text, OrvWebPropertyChangedEvent::Property& value) {
-    bool notFound = false;
-    value = propertyFromName(text, notFound);
-    return !notFound;
-  }
 };
 
 // JSON of records and lists. Elements of a list that are of another kind are skipped; a text that

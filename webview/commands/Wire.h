@@ -127,26 +127,14 @@ struct Wire<T> {
   }
 };
 
-template <NamedEnumeration Type>
-bool isNamed(Type value) {
-  return *nameOf(value) != '\0';
-}
-inline bool isNamed(OrvWebEvent::Type type) {
-  return *eventTypeName(type) != '\0';
-}
-inline bool isNamed(OrvWebPropertyChangedEvent::Property property) {
-  return *propertyName(property) != '\0';
-}
-
-template <typename T>
-requires std::is_enum_v<T>
+template <NamedEnumeration T>
 struct Wire<T> {
   using Field = int;
   using ProxyArgument = T;
   static int encode(T value) { return static_cast<int>(value); }
   static bool decode(int field, T& value) {
     value = static_cast<T>(field);
-    return isNamed(value);
+    return *nameOf(value) != '\0';
   }
 };
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "engine/Enumerations.h"
+#include "engine/OrvWebEvent.h"
 #include "webview/events/NameTable.h"
 
 #include <type_traits>
@@ -12,26 +13,39 @@ struct EnumerationNames {
   static constexpr bool exists = false;
 };
 
-#define ENUMERATION(Type, first)         \
+#define NAMES_OF(Type)                   \
   template <>                            \
   struct EnumerationNames<Type> {        \
     using Enumeration = Type;            \
     static constexpr bool exists = true; \
     static constexpr NameTable table {   \
       std::array {
-#define NAME(name) NumberedName{#name, static_cast<int>(Enumeration::name)},
-#define NAME_AS(name, number) NAME(name)
-#define END_ENUMERATION \
-  }                     \
-  }                     \
-  ;                     \
-  }                     \
+#define NUMBERED(name) NumberedName{#name, static_cast<int>(Enumeration::name)},
+#define END_NAMES \
+  }               \
+  }               \
+  ;               \
+  }               \
   ;
+
+#define ENUMERATION(Type, first) NAMES_OF(Type)
+#define NAME(name) NUMBERED(name)
+#define END_ENUMERATION END_NAMES
 #include "engine/Enumerations.def"
-#undef END_ENUMERATION
-#undef NAME_AS
-#undef NAME
-#undef ENUMERATION
+
+NAMES_OF(OrvWebPropertyChangedEvent::Property)
+#define PROPERTY(name) NUMBERED(name)
+#include "engine/Properties.def"
+END_NAMES
+
+// The events of the engine have more names than these when they are told; see EventType.
+NAMES_OF(OrvWebEvent::Type)
+#define EVENT_TYPE(name) NUMBERED(name)
+#include "engine/EventTypes.def"
+END_NAMES
+#undef END_NAMES
+#undef NUMBERED
+#undef NAMES_OF
 
 template <typename Type>
 concept NamedEnumeration = std::is_enum_v<Type> && EnumerationNames<Type>::exists;
@@ -46,5 +60,5 @@ constexpr const char* nameOf(Type value) {
 // none.
 template <NamedEnumeration Type>
 constexpr Type fromName(const char* name, bool& notFound) {
-  return static_cast<Type>(EnumerationNames<Type>::table.number(name, notFound));
+  return static_cast<Type>(EnumerationNames<Type>::table.number(name ? name : "", notFound));
 }

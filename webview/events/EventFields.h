@@ -6,9 +6,8 @@
 #pragma once
 
 #include "engine/OrvWebEvents.h"
+#include "engine/RecordFields.h"
 #include "webview/events/Fields.h"
-#include "webview/events/Names.h"
-#include "webview/events/RecordFields.h"
 
 namespace fields {
 
@@ -17,8 +16,7 @@ struct FieldsOf<OrvWebEvent> {
   static constexpr std::tuple list{
       field("isPost", &OrvWebEvent::isPost),
       field("isSend", &OrvWebEvent::isSend),
-      field("type",
-            [](const OrvWebEvent& event) { return json::PlainText{eventTypeName(event.type())}; }),
+      field("type", &OrvWebEvent::type),
   };
 };
 
@@ -55,12 +53,7 @@ struct SettersOf<OrvWebJavaScriptCallbackEvent> {
 
 template <>
 struct FieldsOf<OrvWebPropertyChangedEvent> {
-  static constexpr std::tuple list{
-      field("property",
-            [](const OrvWebPropertyChangedEvent& event) {
-              return json::PlainText{propertyName(event.property())};
-            }),
-  };
+  static constexpr std::tuple list{field("property", &OrvWebPropertyChangedEvent::property)};
 };
 
 // The name that an event's class goes by in errors.
@@ -70,7 +63,6 @@ template <>
 inline constexpr const char* classNameOf<OrvWebJavaScriptCallbackEvent> =
     "OrvWebJavaScriptCallbackEvent";
 
-#define LITERAL(name, text) field(#name, [](const Event&) { return text; }),
 #define EVENT(Class, Type, Base)                            \
   template <>                                               \
   inline constexpr const char* classNameOf<Class> = #Class; \
@@ -78,34 +70,27 @@ inline constexpr const char* classNameOf<OrvWebJavaScriptCallbackEvent> =
   struct FieldsOf<Class> {                                  \
     using Event = Class;                                    \
     static constexpr std::tuple list {
-#define FIELD(type, name) \
-  field(#name, [](const Event& event) -> decltype(auto) { return event.name(); }),
-#define ANSWER(name, field)
+#define FIELD(type, name) field(#name, &Event::name),
+#define LITERAL(name, text) field(#name, [](const Event&) { return text; }),
 #define END_EVENT \
   }               \
   ;               \
   }               \
   ;
 #include "engine/EventClasses.def"
-#undef ANSWER
-#undef FIELD
-#undef EVENT
-#undef LITERAL
 
 #define EVENT(Class, Type, Base) \
   template <>                    \
   struct SettersOf<Class> {      \
     using Event = Class;         \
     static constexpr std::tuple list {
-#define FIELD(type, name)
-#define LITERAL(name, text)
 #define ANSWER(name, field) setter(#name, &Event::name),
+#define END_EVENT \
+  }               \
+  ;               \
+  }               \
+  ;
 #include "engine/EventClasses.def"
-#undef ANSWER
-#undef LITERAL
-#undef FIELD
-#undef EVENT
-#undef END_EVENT
 
 // The class of a type's events; those that carry nothing of their own are plain ones.
 template <int Type>
@@ -130,15 +115,6 @@ struct EventClass<OrvWebEvent::JavaScriptFunctionResultEvent> {
   struct EventClass<OrvWebEvent::Type> { \
     using type = Class;                  \
   };
-#define FIELD(type, name)
-#define LITERAL(name, text)
-#define ANSWER(name, field)
-#define END_EVENT
 #include "engine/EventClasses.def"
-#undef END_EVENT
-#undef ANSWER
-#undef LITERAL
-#undef FIELD
-#undef EVENT
 
 }  // namespace fields

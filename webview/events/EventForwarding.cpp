@@ -6,7 +6,6 @@
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 #include "webview/events/EventFields.h"
-#include "webview/events/Names.h"
 
 #include <algorithm>
 #include <array>
@@ -98,49 +97,25 @@ const Row* rowFor(const OrvWebEvent& event) {
                                                     : nullptr;
 }
 
-String valueText(bool value) {
-  return value ? "true" : "false";
-}
-String valueText(int value) {
-  return String::fromSignedInteger(value);
-}
-String valueText(unsigned int value) {
-  return String::fromUnsignedInteger(value);
-}
-String valueText(double value) {
-  return String::fromNumber(value);
-}
-String valueText(const String& value) {
-  return value;
-}
-String valueText(const OrvWebRect& value) {
-  return fields::textOf(value);
-}
-String valueText(const OrvWebPoint& value) {
-  return fields::textOf(value);
-}
-String valueText(const OrvWebSize& value) {
-  return fields::textOf(value);
-}
-String valueText(const OrvWebFavicon& value) {
-  return fields::textOf(value);
-}
-String valueText(const OrvWebPageSecurityInfo& value) {
-  return value.serialize();
-}
-String valueText(const OrvWebContext& value) {
-  return fields::textOf(value);
-}
-template <NamedEnumeration Type>
-String valueText(Type value) {
-  return nameOf(value);
+// Texts, names and numbers as they are, everything else as JSON.
+template <typename T>
+String valueText(const T& value) {
+  if constexpr (std::is_same_v<T, String>) {
+    return value;
+  } else if constexpr (NamedEnumeration<T>) {
+    return nameOf(value);
+  } else if constexpr (std::is_floating_point_v<T>) {
+    return String::fromNumber(value);
+  } else {
+    return fields::textOf(value);
+  }
 }
 
 }  // namespace
 
 namespace fields {
 
-String written(const OrvWebView* view) {
+String Form<OrvWebView*>::of(const OrvWebView* view) {
   const auto* webView = dynamic_cast<const WebView*>(view);
   return String::fromUnsignedInteger(webView ? WebViewManager::instance().handleForWebView(webView)
                                              : 0);
@@ -211,25 +186,23 @@ String propertyValueText(const OrvWebView& view, OrvWebPropertyChangedEvent::Pro
   if (property == OrvWebPropertyChangedEvent::itsProperty) return valueText(view.getter());
 #include "engine/PageState.def"
 #include "engine/WebViewSettings.def"
-#undef STATE
-#undef SETTING
   return String();
 }
 
 void forwardWebEvent(const OrvWebView& view, OrvWebEvent& event, EventSink& sink) {
   const Row* row = rowFor(event);
   if (!row) return;
-  const String name(eventTypeName(event.type()));
-  if (event.type() == OrvWebEvent::PropertyChanged) {
+  const EventType type = eventTypeOf(event.type());
+  if (type == EventType::PropertyChanged) {
     const auto property = static_cast<OrvWebPropertyChangedEvent&>(event).property();
     if (property >= 0 && property < OrvWebPropertyChangedEvent::PropertyMax) {
-      sink.post(propertyEventName(property), propertyValueText(view, property));
+      sink.post(changeOf(property), propertyValueText(view, property));
     }
   }
   const String body = row->body ? row->body(event) : String();
   if (row->apply) {
-    jsonOnObject(event, sink.send(name, body));
+    jsonOnObject(event, sink.send(type, body));
   } else {
-    sink.post(name, body);
+    sink.post(type, body);
   }
 }

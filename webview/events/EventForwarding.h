@@ -3,6 +3,7 @@
 
 #include "engine/OrvWebEvent.h"
 #include "platform/base/String.h"
+#include "webview/events/EventType.h"
 
 class OrvWebView;
 
@@ -12,12 +13,12 @@ class EventSink {
   using String = Tessel::Platform::String;
 
   virtual ~EventSink() = default;
-  virtual void post(const String& name, const String& data) = 0;
+  virtual void post(EventType event, const String& data) = 0;
   // Returns the chrome's answer, the empty text where there is none.
-  virtual String send(const String& name, const String& data) = 0;
+  virtual String send(EventType event, const String& data) = 0;
 };
 
-// Turns an event into its name and its JSON body and hands it on; the answer to one that takes an
+// Turns an event into its JSON body and hands it on; the answer to one that takes an
 // answer is applied to it before this returns. A property change gives two: one with the
 // property's value, read from the view, and the plain one. The view outlives the call.
 void forwardWebEvent(const OrvWebView& view, OrvWebEvent& event, EventSink& sink);

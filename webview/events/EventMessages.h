@@ -3,8 +3,12 @@
 #pragma once
 
 #include "platform/channel/IPCMessage.h"
+#include "webview/events/EventType.h"
 
-// What both carry: which web view, what happened, and its data.
+#include <optional>
+#include <utility>
+
+// What both carry: which web view, what happened, and its data. The event crosses as its name.
 class WebEventMessage
     : public Tessel::Platform::IPCMessage3<unsigned int, Tessel::Platform::IPCSafeString,
                                            Tessel::Platform::IPCSafeString> {
@@ -12,7 +16,10 @@ class WebEventMessage
   using String = Tessel::Platform::String;
 
   unsigned int handle() const { return field<0>(); }
-  String name() const { return field<1>().toString(); }
+  // None when another process has sent the name of no event.
+  std::optional<EventType> event() const {
+    return event_ ? event_ : eventTypeFromName(name().view());
+  }
   String data() const { return field<2>().toString(); }
   String description() const override {
     return Tessel::Platform::concat("event \"", name(), "\" of web view ",
@@ -20,7 +27,15 @@ class WebEventMessage
   }
 
  protected:
-  using IPCMessage::IPCMessage;
+  explicit WebEventMessage(int type) : IPCMessage(type) {}
+  WebEventMessage(int type, Tessel::Platform::MessageReplyBuffer* reply, unsigned int handle,
+                  EventType event, String data)
+      : IPCMessage(type, reply, handle, nameOf(event), std::move(data)), event_(event) {}
+
+ private:
+  String name() const { return field<1>().toString(); }
+
+  std::optional<EventType> event_;  // unless it came from another process
 };
 
 class HandleOrvWebPostEventMessage final : public WebEventMessage {
@@ -28,8 +43,8 @@ class HandleOrvWebPostEventMessage final : public WebEventMessage {
   static constexpr int messageType = 1101;
 
   explicit HandleOrvWebPostEventMessage(int type) : WebEventMessage(type) {}
-  HandleOrvWebPostEventMessage(unsigned int handle, String name, String data)
-      : WebEventMessage(messageType, nullptr, handle, std::move(name), std::move(data)) {}
+  HandleOrvWebPostEventMessage(unsigned int handle, EventType event, String data)
+      : WebEventMessage(messageType, nullptr, handle, event, std::move(data)) {}
 };
 
 // The reply is the chrome's answer.
@@ -39,8 +54,8 @@ class HandleOrvWebSendEventMessage final : public WebEventMessage {
   using Reply = Tessel::Platform::TypedReplyBuffer<const char*>;
 
   explicit HandleOrvWebSendEventMessage(int type) : WebEventMessage(type) {}
-  HandleOrvWebSendEventMessage(unsigned int handle, String name, String data, Reply* reply)
-      : WebEventMessage(messageType, reply, handle, std::move(name), std::move(data)) {}
+  HandleOrvWebSendEventMessage(unsigned int handle, EventType event, String data, Reply* reply)
+      : WebEventMessage(messageType, reply, handle, event, std::move(data)) {}
 
   void answer(const String& text) const {
     if (reply()) reply()->assign(text.utf8(), text.length() + 1);

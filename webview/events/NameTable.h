@@ -34,8 +34,7 @@ class NameTable {
   }
 
   // The number of exactly that name; 0, and notFound is set, when there is none.
-  constexpr int number(const char* name, bool& notFound) const {
-    const std::string_view text(name ? name : "");
+  constexpr int number(std::string_view text, bool& notFound) const {
     const auto place = std::lower_bound(order_.begin(), order_.end(), text,
                                         [&](std::size_t i, std::string_view wanted) {
                                           return std::string_view(names_[i].name) < wanted;

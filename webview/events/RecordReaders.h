@@ -2,14 +2,14 @@
 #pragma once
 
 #include "engine/JavaScriptVariant.h"
+#include "engine/RecordJson.h"
 #include "engine/Records.h"
 #include "platform/base/String.h"
-#include "platform/sockets/SendBounds.h"
 
 #include <vector>
 
 // Bytes. No native call brings a longer text; it is read as nothing.
-inline constexpr std::size_t maximumRecordText = Tessel::Platform::largestMessage;
+inline constexpr std::size_t maximumRecordText = fields::longestText;
 
 // The record, or its default value for a text that is not one: that lacks a member, has one of
 // another kind, or is no JSON. Members that a record does not have are passed over; of several with

@@ -77,7 +77,7 @@ class PageContext : public std::enable_shared_from_this<PageContext> {
   // See Page::setDrivesApplication.
   virtual bool drivesApplication() const = 0;
   // See Page::act.
-  virtual void act(const char* action, std::vector<JavaScriptVariant> arguments) = 0;
+  virtual void act(PageAction action, std::vector<JavaScriptVariant> arguments) = 0;
   // False while the page has no process that could be asked; the answer goes to the hang monitor.
   virtual bool askWhetherAlive() = 0;
 

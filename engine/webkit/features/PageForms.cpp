@@ -21,12 +21,6 @@ bool isOfServer(const String& origin) {
 
 }  // namespace
 
-const PageForms::Handler PageForms::handlers[] = {
-    {"fieldText", 2, &PageForms::fieldText}, {"fieldLeft", 0, &PageForms::fieldLeft},
-    {"typed", 2, &PageForms::typed},         {"loginForm", 2, &PageForms::loginForm},
-    {"login", 3, &PageForms::loginSent},
-};
-
 PageForms::PageForms(PageContext& page, PagePrompts& prompts, WebKitWebView* view)
     : page_(page), prompts_(prompts), view_(view) {
   g_signal_connect(view_, "load-changed", G_CALLBACK(onLoadChanged), this);
@@ -36,15 +30,29 @@ PageForms::~PageForms() {
   g_signal_handlers_disconnect_by_data(view_, this);
 }
 
-bool PageForms::take(const FunctionCall& report) {
-  const auto* handler =
-      std::find_if(std::begin(handlers), std::end(handlers),
-                   [&](const Handler& one) { return report.path.front() == String(one.report); });
-  if (handler == std::end(handlers)) return false;
-  if (page_.client() && report.arguments.size() >= handler->leastDetails) {
-    (this->*handler->run)(report.arguments);
+void PageForms::take(const link_protocol::PageReport& report) {
+  using link_protocol::ReportKind;
+  if (!page_.client()) return;
+  const Details& details = report.details;
+  switch (report.kind) {
+    case ReportKind::fieldText:
+      if (details.size() >= 2) fieldText(details);
+      break;
+    case ReportKind::fieldLeft:
+      endOffer();
+      break;
+    case ReportKind::typed:
+      if (details.size() >= 2) typed(details);
+      break;
+    case ReportKind::loginForm:
+      if (details.size() >= 2) loginForm(details);
+      break;
+    case ReportKind::login:
+      if (details.size() >= 3) loginSent(details);
+      break;
+    default:
+      break;
   }
-  return true;
 }
 
 void PageForms::fieldText(const Details& details) {
@@ -67,10 +75,6 @@ void PageForms::fieldText(const Details& details) {
   if (event.isPreventDefault() && !life.expired()) offering_ = false;
 }
 
-void PageForms::fieldLeft(const Details&) {
-  endOffer();
-}
-
 void PageForms::endOffer() {
   offered_.clear();
   if (std::exchange(offering_, false)) {
@@ -80,7 +84,7 @@ void PageForms::endOffer() {
 }
 
 void PageForms::fill(const String& text) {
-  if (offering_) page_.act("fillText", {text});
+  if (offering_) page_.act(PageAction::fillText, {text});
 }
 
 void PageForms::typed(const Details& details) {
@@ -112,7 +116,7 @@ void PageForms::fillLogin(const String& origin, const String& username) {
   if (!isOfServer(origin)) return;
   for (const SavedLogin& login : page_.services().passwords.of(origin)) {
     if (!username.isEmpty() && login.username != username) continue;
-    return page_.act("fillLogin", {origin, login.username, login.password});
+    return page_.act(PageAction::fillLogin, {origin, login.username, login.password});
   }
 }
 

@@ -4,6 +4,7 @@
 
 #include "engine/JavaScriptVariant.h"
 #include "engine/autofill/PasswordStore.h"
+#include "engine/webkit/link/Frame.h"
 
 #include <webkit2/webkit2.h>
 
@@ -22,25 +23,17 @@ class PageForms {
   PageForms(const PageForms&) = delete;
   PageForms& operator=(const PageForms&) = delete;
 
-  // Handles a report of the content script about forms; false for any other report. The page may be
-  // closed afterwards.
-  bool take(const FunctionCall& report);
+  // Handles a report about forms and ignores others. The page may be closed afterwards.
+  void take(const link_protocol::PageReport& report);
   // Fills the field for which suggestions are offered; ignored when there is none.
   void fill(const String& text);
 
  private:
   using Details = std::vector<JavaScriptVariant>;
-  struct Handler {
-    const char* report;
-    std::size_t leastDetails;
-    void (PageForms::*run)(const Details& details);
-  };
-  static const Handler handlers[];
 
   static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, PageForms* self);
 
   void fieldText(const Details& details);
-  void fieldLeft(const Details& details);
   void typed(const Details& details);
   void loginForm(const Details& details);
   void loginSent(const Details& details);

@@ -60,7 +60,6 @@ WebKitSettings* PageSettings::make(const WebViewSettings& values) {
 #define SETTING(type, getter, setter, start, property) \
   apply(settings, WebViewSetting::getter, values);
 #include "engine/WebViewSettings.def"
-#undef SETTING
   return settings;
 }
 
@@ -72,7 +71,6 @@ PageSettings::PageSettings(PageContext& page, WebKitWebView* view)
 #define SETTING(type, getter, setter, start, property) \
   if (!(values.getter == defaults.getter)) applyToView(WebViewSetting::getter, values);
 #include "engine/WebViewSettings.def"
-#undef SETTING
 }
 
 PageSettings::~PageSettings() {

@@ -4,6 +4,7 @@
 #include "engine/webkit/link/Frame.h"
 
 #include <cstring>
+#include <iterator>
 #include <tuple>
 #include <type_traits>
 
@@ -155,12 +156,28 @@ void describe(Reader& in, JavaScriptVariant& value) {
   }
 }
 
-void describe(Writer& out, const DialogKind& kind) {
-  out.raw(kind);
+template <typename Enumeration>
+constexpr std::size_t countOf = 0;
+template <>
+constexpr std::size_t countOf<DialogKind> = static_cast<std::size_t>(DialogKind::Print) + 1;
+template <>
+constexpr std::size_t countOf<ResourceVerdict> =
+    static_cast<std::size_t>(ResourceVerdict::Redirect) + 1;
+template <>
+constexpr std::size_t countOf<ReportKind> = std::size(reportNames);
+template <>
+constexpr std::size_t countOf<PageAction> = std::size(actionNames);
+
+template <typename T>
+requires std::is_enum_v<T>
+void describe(Writer& out, const T& value) {
+  out.raw(value);
 }
-void describe(Reader& in, DialogKind& kind) {
-  in.raw(kind);
-  if (kind > DialogKind::Print) in.fail();
+template <typename T>
+requires std::is_enum_v<T>
+void describe(Reader& in, T& value) {
+  in.raw(value);
+  if (static_cast<std::size_t>(value) >= countOf<T>) in.fail();
 }
 
 template <typename T>
@@ -197,7 +214,13 @@ auto fieldsOf(Record& record) {
   if constexpr (std::is_same_v<Plain, FunctionCall>) {
     return std::tie(record.path, record.arguments);
   } else if constexpr (std::is_same_v<Plain, PostedCall>) {
-    return std::tie(record.call.path, record.call.arguments, record.resultId, record.ownScript);
+    return std::tie(record.call.path, record.call.arguments, record.resultId);
+  } else if constexpr (std::is_same_v<Plain, PageReport>) {
+    return std::tie(record.kind, record.details);
+  } else if constexpr (std::is_same_v<Plain, ActionCall>) {
+    return std::tie(record.action, record.arguments);
+  } else if constexpr (std::is_same_v<Plain, ResourceDecision>) {
+    return std::tie(record.verdict, record.address, record.referrer);
   } else if constexpr (std::is_same_v<Plain, PageSetup>) {
     return std::tie(record.callbackObject, record.drivesApplication, record.requestHeaders,
                     record.downloadableFonts, record.standalone, record.watched, record.deferred,
@@ -240,6 +263,15 @@ std::string encode(const JavaScriptVariant& value) {
 std::string encode(const PageSetup& setup) {
   return encodeRecord(setup);
 }
+std::string encode(const PageReport& report) {
+  return encodeRecord(report);
+}
+std::string encode(const ActionCall& call) {
+  return encodeRecord(call);
+}
+std::string encode(const ResourceDecision& decision) {
+  return encodeRecord(decision);
+}
 std::string encode(const DialogQuestion& question) {
   return encodeRecord(question);
 }
@@ -261,6 +293,15 @@ bool decode(std::string_view payload, JavaScriptVariant& value) {
 }
 bool decode(std::string_view payload, PageSetup& setup) {
   return decodeRecord(payload, setup);
+}
+bool decode(std::string_view payload, PageReport& report) {
+  return decodeRecord(payload, report);
+}
+bool decode(std::string_view payload, ActionCall& call) {
+  return decodeRecord(payload, call);
+}
+bool decode(std::string_view payload, ResourceDecision& decision) {
+  return decodeRecord(payload, decision);
 }
 bool decode(std::string_view payload, DialogQuestion& question) {
   return decodeRecord(payload, question);

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "engine/JavaScriptVariant.h"
+#include "engine/PageAction.h"
 #include "engine/Records.h"
 #include "platform/sockets/SendBounds.h"
 
@@ -24,10 +25,11 @@ enum class FrameKind : std::uint32_t {
   NativeCall,   // asks for the text that a native function returns
   Dialog,       // asks for a dialog's DialogAnswer
   Log,          // a text for the program's log
-  Report,       // something has happened in a page: a FunctionCall that names it
+  Report,       // something has happened in a page: a PageReport
   Ask,          // as Report, but the page waits for a text
   // From the program.
   PostFunction,  // run it when no native call is going on
+  PostAction,    // as PostFunction, but an action of the module's own scripts: an ActionCall
   CallFunction,  // run it now; asks for its value
   SetupChanged,  // the page's PageSetup has changed
   Ping,          // asks whether the process does anything but run a script; reported as alive
@@ -105,7 +107,46 @@ struct DialogAnswer {
 struct PostedCall {
   FunctionCall call;
   Tessel::Platform::String resultId;
-  bool ownScript = false;  // an action of the module's own script, not a function of the page
+};
+
+enum class ReportKind : std::uint8_t {
+#define REPORT(name) name,
+#include "engine/webkit/link/PageReports.def"
+};
+
+struct PageReport {
+  ReportKind kind{};
+  std::vector<JavaScriptVariant> details;
+};
+
+struct ActionCall {
+  PageAction action{};
+  std::vector<JavaScriptVariant> arguments;
+};
+
+// The names of both by their numbers, for scripts and for errors.
+inline constexpr const char* reportNames[] = {
+#define REPORT(name) #name,
+#include "engine/webkit/link/PageReports.def"
+};
+inline constexpr const char* actionNames[] = {
+#define ACTION(name) #name,
+#include "engine/PageActions.def"
+};
+constexpr const char* nameOf(ReportKind kind) {
+  return reportNames[static_cast<std::size_t>(kind)];
+}
+constexpr const char* nameOf(PageAction action) {
+  return actionNames[static_cast<std::size_t>(action)];
+}
+
+enum class ResourceVerdict : std::uint8_t { Accept, Deny, Redirect };
+
+// The answer to ReportKind::resource; an empty one leaves the request as it is.
+struct ResourceDecision {
+  ResourceVerdict verdict = ResourceVerdict::Accept;
+  Tessel::Platform::String address;   // to redirect it to
+  Tessel::Platform::String referrer;  // unless it is denied
 };
 
 // A native call's arguments; nothing stands for null and undefined.
@@ -115,6 +156,9 @@ std::string encode(const FunctionCall& call);
 std::string encode(const PostedCall& call);
 std::string encode(const JavaScriptVariant& value);
 std::string encode(const PageSetup& setup);
+std::string encode(const PageReport& report);
+std::string encode(const ActionCall& call);
+std::string encode(const ResourceDecision& decision);
 std::string encode(const DialogQuestion& question);
 std::string encode(const DialogAnswer& answer);
 std::string encode(const NativeArguments& arguments);
@@ -124,6 +168,9 @@ bool decode(std::string_view payload, FunctionCall& call);
 bool decode(std::string_view payload, PostedCall& call);
 bool decode(std::string_view payload, JavaScriptVariant& value);
 bool decode(std::string_view payload, PageSetup& setup);
+bool decode(std::string_view payload, PageReport& report);
+bool decode(std::string_view payload, ActionCall& call);
+bool decode(std::string_view payload, ResourceDecision& decision);
 bool decode(std::string_view payload, DialogQuestion& question);
 bool decode(std::string_view payload, DialogAnswer& answer);
 bool decode(std::string_view payload, NativeArguments& arguments);

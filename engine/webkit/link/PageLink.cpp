@@ -221,9 +221,8 @@ void PageLink::postFunction(std::uint64_t page, const FunctionCall& call, const 
        nameOf(call));
 }
 
-void PageLink::postAction(std::uint64_t page, const FunctionCall& action) {
-  send(FrameKind::PostFunction, page, encode(link_protocol::PostedCall{action, {}, true}),
-       nameOf(action));
+void PageLink::postAction(std::uint64_t page, const link_protocol::ActionCall& action) {
+  send(FrameKind::PostAction, page, encode(action), link_protocol::nameOf(action.action));
 }
 
 PageLink::FunctionResult PageLink::callFunction(std::uint64_t page, const FunctionCall& call,
@@ -442,16 +441,16 @@ bool PageLink::serveRequest(const Frame& request) {
       return true;
     }
     case FrameKind::Report: {
-      FunctionCall report;
-      if (!decode(request.payload, report) || report.path.empty()) return false;
+      link_protocol::PageReport report;
+      if (!decode(request.payload, report)) return false;
       delegate_.report(*this, request.page, report);
       return true;
     }
     case FrameKind::Ask: {
-      FunctionCall report;
-      if (!decode(request.payload, report) || report.path.empty()) return false;
+      link_protocol::PageReport report;
+      if (!decode(request.payload, report)) return false;
       answer(request.id, request.page, delegate_.report(*this, request.page, report).view(),
-             nameOf(report));
+             link_protocol::nameOf(report.kind));
       return true;
     }
     case FrameKind::Log:

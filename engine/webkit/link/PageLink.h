@@ -38,10 +38,9 @@ class PageLinkDelegate {
                                               const link_protocol::NativeArguments& arguments) = 0;
   virtual link_protocol::DialogAnswer dialog(const PageLink& link, std::uint64_t page,
                                              const link_protocol::DialogQuestion& question) = 0;
-  // What the module has noticed in a page: the path names it. The result goes to a page that waits
-  // for one.
+  // What the module has noticed in a page. The result goes to a page that waits for one.
   virtual Tessel::Platform::String report(const PageLink& link, std::uint64_t page,
-                                          const FunctionCall& report) = 0;
+                                          const link_protocol::PageReport& report) = 0;
   virtual void linkClosed(PageLink& link) = 0;
 };
 
@@ -80,7 +79,7 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   void postFunction(std::uint64_t page, const FunctionCall& call,
                     const Tessel::Platform::String& resultId = {});
   // Has the module's own script in the page do something.
-  void postAction(std::uint64_t page, const FunctionCall& action);
+  void postAction(std::uint64_t page, const link_protocol::ActionCall& action);
   // Nothing when the link ended or the time was over, and at once when the call is not sent. An
   // answer that comes after its time is reported (reportError). Any thread.
   FunctionResult callFunction(std::uint64_t page, const FunctionCall& call,

@@ -93,7 +93,7 @@ link_protocol::DialogAnswer WebProcessLinks::dialog(const PageLink& link, std::u
 }
 
 String WebProcessLinks::report(const PageLink& link, std::uint64_t page,
-                               const FunctionCall& report) {
+                               const link_protocol::PageReport& report) {
   const auto ours = pageBehind(link, page);
   return ours ? ours->report(report) : String();
 }

@@ -25,7 +25,7 @@ class LinkedPage {
   // Only called while the page's setup lets it call native functions.
   virtual Tessel::Platform::String nativeCall(const link_protocol::NativeArguments& arguments) = 0;
   virtual link_protocol::DialogAnswer dialog(const link_protocol::DialogQuestion& question) = 0;
-  virtual Tessel::Platform::String report(const FunctionCall& report) = 0;
+  virtual Tessel::Platform::String report(const link_protocol::PageReport& report) = 0;
 };
 
 class WebProcessLinks final : private PageLinkDelegate {
@@ -58,7 +58,7 @@ class WebProcessLinks final : private PageLinkDelegate {
   link_protocol::DialogAnswer dialog(const PageLink& link, std::uint64_t page,
                                      const link_protocol::DialogQuestion& question) override;
   Tessel::Platform::String report(const PageLink& link, std::uint64_t page,
-                                  const FunctionCall& report) override;
+                                  const link_protocol::PageReport& report) override;
   void linkClosed(PageLink& link) override;
 
   struct Registered {

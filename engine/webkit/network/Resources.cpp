@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <utility>
 
+using link_protocol::ResourceVerdict;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogNotice;
 using Tessel::Platform::String;
@@ -84,9 +85,8 @@ const String& orElse(const String& answer, const String& original) {
   return answer.isEmpty() ? original : answer;
 }
 
-String encoded(const char* action, std::vector<JavaScriptVariant> arguments) {
-  return String(std::string_view(
-      link_protocol::encode(FunctionCall{{String(action)}, std::move(arguments)})));
+String encoded(ResourceVerdict verdict, const String& referrer = {}, const String& address = {}) {
+  return String(link_protocol::encode(link_protocol::ResourceDecision{verdict, address, referrer}));
 }
 
 }  // namespace
@@ -259,7 +259,7 @@ String Resources::decide(const std::shared_ptr<PageContext>& page,
   sweep();
   if (entries_.size() >= mostStreams) {
     logAlways(LogNotice, "%s is denied: too many pending resources.", question.url.utf8());
-    return encoded("deny", {});
+    return encoded(ResourceVerdict::Deny);
   }
   const unsigned int number = ++lastNumber_;
   OrvWebNetworkResourceRequestedEvent event;
@@ -279,16 +279,16 @@ String Resources::decide(const std::shared_ptr<PageContext>& page,
       action == OrvWebResourceAction::SUBSTITUTE || action == OrvWebResourceAction::FILTER;
   if (action == OrvWebResourceAction::DENY || event.isPreventDefault()) {
     entries_.erase(number);
-    return encoded("deny", {});
+    return encoded(ResourceVerdict::Deny);
   }
   if (!isTaken) {
     entries_.erase(number);
-    return encoded("accept", {referrer});
+    return encoded(ResourceVerdict::Accept, referrer);
   }
   if (tick_ == 0) tick_ = g_timeout_add_seconds(tickSeconds, onTick, this);
   if (action == OrvWebResourceAction::FILTER) entry->setFiltered();
   if (isDocument) entry->becomeDocument();
-  return encoded("redirect", {String(std::string_view(entry->address())), referrer});
+  return encoded(ResourceVerdict::Redirect, referrer, String(entry->address()));
 }
 
 bool Resources::isStream(const char* url) {

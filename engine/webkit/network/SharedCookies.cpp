@@ -1,6 +1,7 @@
 // The engine's cookies as a jar that other processes share. Main thread.
 #include "engine/webkit/network/SharedCookies.h"
 
+#include "engine/FieldLists.h"
 #include "engine/RecordJson.h"
 
 #include <libsoup/soup.h>
@@ -30,7 +31,7 @@ struct Changes {
 }  // namespace
 
 template <>
-struct record_json::Members<SharedCookie> {
+struct fields::FieldsOf<SharedCookie> {
   static constexpr std::tuple list{
       member("name", &SharedCookie::name),         member("value", &SharedCookie::value),
       member("domain", &SharedCookie::domain),     member("path", &SharedCookie::path),
@@ -38,7 +39,7 @@ struct record_json::Members<SharedCookie> {
       member("httpOnly", &SharedCookie::httpOnly), member("sameSite", &SharedCookie::sameSite)};
 };
 template <>
-struct record_json::Members<Changes> {
+struct fields::FieldsOf<Changes> {
   static constexpr std::tuple list{member("set", &Changes::set),
                                    member("removed", &Changes::removed)};
 };
@@ -171,7 +172,7 @@ void SharedCookies::compare(Cookies now) {
   Changes changes;
   const auto flush = [&](std::size_t from) {
     if (changes.size() < from) return;
-    if (tell_) tell_(record_json::textOf(changes));
+    if (tell_) tell_(fields::textOf(changes));
     changes = {};
   };
   for (const auto& [key, cookie] : now) {
@@ -191,10 +192,10 @@ void SharedCookies::compare(Cookies now) {
 }
 
 bool SharedCookies::apply(const String& text) {
-  rapidjson::Document document;
-  if (text.length() > longestText || !record_json::parse(text, document)) return false;
   Changes changes;
-  record_json::read(document, changes);
+  if (text.length() > longestText || !fields::readText<fields::Reading::Lenient>(text, changes)) {
+    return false;
+  }
   const auto areCookies = [](const std::vector<SharedCookie>& list) {
     return std::all_of(list.begin(), list.end(), isCookie);
   };
@@ -239,8 +240,8 @@ void SharedCookies::tellAll(const Tell& tell) const {
   for (const auto& [key, cookie] : known_) {
     changes.set.push_back(cookie);
     if (changes.size() < mostInOneText) continue;
-    tell(record_json::textOf(changes));
+    tell(fields::textOf(changes));
     changes = {};
   }
-  if (changes.size() > 0) tell(record_json::textOf(changes));
+  if (changes.size() > 0) tell(fields::textOf(changes));
 }

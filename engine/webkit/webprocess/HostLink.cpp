@@ -12,12 +12,22 @@ using link_protocol::encode;
 using link_protocol::Frame;
 using link_protocol::FrameKind;
 using link_protocol::LinkSocket;
+using link_protocol::PageReport;
+using link_protocol::ReportKind;
 using Tessel::Platform::FdSource;
 using Tessel::Platform::isTrustedPeer;
 using Tessel::Platform::peerOf;
 using Tessel::Platform::SendOutcome;
 using Tessel::Platform::String;
 using Tessel::Platform::UniqueFd;
+
+namespace {
+
+bool isPost(const Frame& frame) {
+  return frame.kind == FrameKind::PostFunction || frame.kind == FrameKind::PostAction;
+}
+
+}  // namespace
 
 std::unique_ptr<HostLink> HostLink::connect(const std::string& address, const std::string& token,
                                             HostLinkDelegate& delegate) {
@@ -57,7 +67,7 @@ void HostLink::serveArrived() {
   while (!arrived_.empty()) {
     Frame frame = std::move(arrived_.front());
     arrived_.pop_front();
-    if (frame.kind == FrameKind::PostFunction) {
+    if (isPost(frame)) {
       posts_.push_back(std::move(frame));
       runPosts();
     } else if (frame.kind == FrameKind::CallFunction) {
@@ -83,16 +93,17 @@ void HostLink::runPosts() {
   while (!posts_.empty()) {
     const Frame frame = std::move(posts_.front());
     posts_.pop_front();
-    link_protocol::PostedCall post;
-    if (!decode(frame.payload, post)) continue;
-    if (post.ownScript) {
-      delegate_.act(frame.page, post.call);
+    if (frame.kind == FrameKind::PostAction) {
+      link_protocol::ActionCall action;
+      if (decode(frame.payload, action)) delegate_.act(frame.page, action);
       continue;
     }
+    link_protocol::PostedCall post;
+    if (!decode(frame.payload, post)) continue;
     const JavaScriptVariant value = delegate_.callFunction(frame.page, post.call);
     if (post.resultId.isEmpty()) continue;
-    if (!report(frame.page, {{"functionResult"}, {post.resultId, value}})) {
-      report(frame.page, {{"functionResult"}, {post.resultId, JavaScriptVariant()}});
+    if (!report(frame.page, {ReportKind::functionResult, {post.resultId, value}})) {
+      report(frame.page, {ReportKind::functionResult, {post.resultId, JavaScriptVariant()}});
     }
   }
 }
@@ -115,7 +126,7 @@ void HostLink::serveAside(const Frame& frame) {
   if (frame.kind == FrameKind::SetupChanged && decode(frame.payload, setup)) {
     delegate_.setupChanged(frame.page, setup);
   } else if (frame.kind == FrameKind::Ping) {
-    report(frame.page, {{"alive"}, {}});
+    report(frame.page, {ReportKind::alive, {}});
   }
 }
 
@@ -157,6 +168,7 @@ std::optional<std::string> HostLink::ask(FrameKind kind, std::uint64_t page,
         serveCall(frame);
         break;
       case FrameKind::PostFunction:
+      case FrameKind::PostAction:
         posts_.push_back(std::move(frame));
         break;
       default:
@@ -175,16 +187,16 @@ void HostLink::tell(FrameKind kind, std::uint64_t page, std::string_view payload
   send(kind, 0, page, payload);
 }
 
-bool HostLink::report(std::uint64_t page, const FunctionCall& report) {
+bool HostLink::report(std::uint64_t page, const PageReport& report) {
   const std::string payload = encode(report);
   if (send(FrameKind::Report, 0, page, payload)) return true;
-  reportOversized(page, report.path.front(), payload.size());
+  reportOversized(page, nameOf(report.kind), payload.size());
   return false;
 }
 
 void HostLink::reportOversized(std::uint64_t page, const String& what, std::size_t size) {
   send(FrameKind::Report, 0, page,
-       encode(FunctionCall{{"oversized"}, {what, static_cast<double>(size)}}));
+       encode(PageReport{ReportKind::oversized, {what, static_cast<double>(size)}}));
 }
 
 bool HostLink::send(FrameKind kind, std::uint32_t id, std::uint64_t page,

@@ -17,7 +17,7 @@ class HostLinkDelegate {
  public:
   virtual ~HostLinkDelegate() = default;
   virtual JavaScriptVariant callFunction(std::uint64_t page, const FunctionCall& call) = 0;
-  virtual void act(std::uint64_t page, const FunctionCall& action) = 0;
+  virtual void act(std::uint64_t page, const link_protocol::ActionCall& call) = 0;
   virtual void setupChanged(std::uint64_t page, const link_protocol::PageSetup& setup) = 0;
   // Whether the process shall be suspended, except for the program's requests.
   virtual bool isDeferred() const { return false; }
@@ -40,7 +40,7 @@ class HostLink {
   void tell(link_protocol::FrameKind kind, std::uint64_t page, std::string_view payload);
   // Sends a report of the module about a page. One that is too large is replaced by a report of
   // that; false then.
-  bool report(std::uint64_t page, const FunctionCall& report);
+  bool report(std::uint64_t page, const link_protocol::PageReport& report);
   // Serves the program, and does nothing else, for as long as the delegate is deferred and the
   // program is there.
   void suspend();

@@ -16,6 +16,7 @@
 #include <map>
 #include <memory>
 
+using link_protocol::ActionCall;
 using link_protocol::decode;
 using link_protocol::DialogAnswer;
 using link_protocol::DialogKind;
@@ -23,7 +24,10 @@ using link_protocol::DialogQuestion;
 using link_protocol::encode;
 using link_protocol::FrameKind;
 using link_protocol::NativeArguments;
+using link_protocol::PageReport;
 using link_protocol::PageSetup;
+using link_protocol::ReportKind;
+using link_protocol::ResourceVerdict;
 using link_protocol::Watched;
 using Tessel::Platform::String;
 
@@ -48,12 +52,12 @@ class Module final : public HostLinkDelegate {
 
   JavaScriptVariant callFunction(std::uint64_t page, const FunctionCall& call) override;
   void setupChanged(std::uint64_t page, const PageSetup& setup) override;
-  void act(std::uint64_t page, const FunctionCall& action) override;
+  void act(std::uint64_t page, const ActionCall& call) override;
   bool isDeferred() const override;
 
   JSCValue* callNative(std::uint64_t page, GPtrArray* arguments);
   JSCValue* runDialog(std::uint64_t page, DialogKind kind, GPtrArray* arguments);
-  void report(std::uint64_t page, const FunctionCall& report) { link_->report(page, report); }
+  void report(std::uint64_t page, const PageReport& report) { link_->report(page, report); }
 
  private:
   static void onPageCreated(WebKitWebExtension*, WebKitWebPage* page, gpointer self);
@@ -71,7 +75,7 @@ class Module final : public HostLinkDelegate {
                            WebKitFrame* target, gpointer page);
   static void onFormsChanged(WebKitWebFormManager*, WebKitFrame* frame, GPtrArray* elements,
                              gpointer page);
-  void report(WebKitWebPage* page, const char* what, std::vector<JavaScriptVariant> details);
+  void report(WebKitWebPage* page, ReportKind what, std::vector<JavaScriptVariant> details);
   bool askForResource(WebKitWebPage* page, WebKitURIRequest* request, SoupMessageHeaders* headers);
   bool mayCall(JSCContext* context, std::uint64_t number);
   void prepareDocument(JSCContext* context, std::uint64_t number, const PageRecord& record);
@@ -228,7 +232,7 @@ void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page
   // Requests of the page that drives the program would have to be answered by itself.
   if (!record.setup.drivesApplication) {
     definePageApi(context.get(), record.functions,
-                  [self, number](const FunctionCall& call, bool waits) {
+                  [self, number](const PageReport& call, bool waits) {
                     if (waits)
                       return self->link_->ask(FrameKind::Ask, number, encode(call)).value_or("");
                     self->report(number, call);
@@ -245,9 +249,9 @@ void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page
 // hides the object from other documents.
 bool Module::mayCall(JSCContext* context, std::uint64_t number) {
   const ObjectPointer<JSCValue> address(jsc_context_evaluate(context, "location.href", -1));
-  const auto answer = link_->ask(
-      FrameKind::Ask, number,
-      encode(FunctionCall{{"mayCall"}, {String(std::string_view(bytesOf(address.get())))}}));
+  const auto answer =
+      link_->ask(FrameKind::Ask, number,
+                 encode(PageReport{ReportKind::mayCall, {String(bytesOf(address.get()))}}));
   return answer && !answer->empty();
 }
 
@@ -263,7 +267,7 @@ void Module::prepareDocument(JSCContext* context, std::uint64_t number, const Pa
   if (!(record.setup.watched & static_cast<std::uint32_t>(Watched::WindowObjectCleared))) return;
   // The document waits: what the chrome answers runs before any script of the page.
   const auto script =
-      link_->ask(FrameKind::Ask, number, encode(FunctionCall{{"windowObjectCleared"}, {}}));
+      link_->ask(FrameKind::Ask, number, encode(PageReport{ReportKind::windowObjectCleared, {}}));
   if (script && !script->empty()) evaluate(script->data(), static_cast<gssize>(script->size()));
 }
 
@@ -276,14 +280,14 @@ void Module::onContentWorldCleared(WebKitScriptWorld* world, WebKitWebPage* page
   const ObjectPointer<JSCContext> context(
       webkit_frame_get_js_context_for_script_world(frame, world));
   record.contentScript.start(
-      context.get(), [number](const FunctionCall& report) { module().report(number, report); });
+      context.get(), [number](const PageReport& report) { module().report(number, report); });
   record.contentScript.watch(record.setup.watched);
 }
 
-void Module::act(std::uint64_t page, const FunctionCall& action) {
+void Module::act(std::uint64_t page, const ActionCall& call) {
   const auto found = pages_.find(page);
   if (found == pages_.end()) return;
-  const std::string problem = found->second.contentScript.act(action);
+  const std::string problem = found->second.contentScript.act(call);
   if (!problem.empty()) link_->tell(FrameKind::Log, page, problem);
 }
 
@@ -357,12 +361,12 @@ void Module::setupChanged(std::uint64_t page, const PageSetup& setup) {
   found->second.contentScript.watch(setup.watched);
 }
 
-void Module::report(WebKitWebPage* page, const char* what, std::vector<JavaScriptVariant> details) {
-  report(webkit_web_page_get_id(page), FunctionCall{{what}, std::move(details)});
+void Module::report(WebKitWebPage* page, ReportKind what, std::vector<JavaScriptVariant> details) {
+  report(webkit_web_page_get_id(page), PageReport{what, std::move(details)});
 }
 
 void Module::onDocumentLoaded(WebKitWebPage* page, gpointer self) {
-  static_cast<Module*>(self)->report(page, "documentLoaded", {});
+  static_cast<Module*>(self)->report(page, ReportKind::documentLoaded, {});
 }
 
 void Module::onConsoleMessage(WebKitWebPage* page, WebKitConsoleMessage* message, gpointer self) {
@@ -372,7 +376,7 @@ void Module::onConsoleMessage(WebKitWebPage* page, WebKitConsoleMessage* message
     return;
   }
   static_cast<Module*>(self)->report(
-      page, "exception",
+      page, ReportKind::exception,
       {String(webkit_console_message_get_text(message)),
        String(webkit_console_message_get_source_id(message)),
        static_cast<double>(webkit_console_message_get_line(message))});
@@ -425,24 +429,22 @@ bool Module::askForResource(WebKitWebPage* page, WebKitURIRequest* request,
   }
   const auto answer =
       link_->ask(FrameKind::Ask, webkit_web_page_get_id(page),
-                 encode(FunctionCall{{"resource"},
-                                     {address, destination, header("Referer"),
-                                      destination == String("document")
-                                          ? String()
-                                          : originOf(webkit_web_page_get_uri(page))}}));
+                 encode(PageReport{ReportKind::resource,
+                                   {address, destination, header("Referer"),
+                                    destination == String("document")
+                                        ? String()
+                                        : originOf(webkit_web_page_get_uri(page))}}));
   // Without an answer the request is denied.
   if (!answer) return true;
-  FunctionCall decision;
+  link_protocol::ResourceDecision decision;
   // The chrome has decided nothing.
   if (answer->empty() || !decode(*answer, decision)) return false;
-  const String action = decision.path.empty() ? String() : decision.path.front();
-  if (action == String("deny")) return true;
-  std::vector<JavaScriptVariant>& details = decision.arguments;
-  if (action == String("redirect") && !details.empty()) {
-    webkit_uri_request_set_uri(request, details.front().stringValue().utf8());
+  if (decision.verdict == ResourceVerdict::Deny) return true;
+  if (decision.verdict == ResourceVerdict::Redirect) {
+    webkit_uri_request_set_uri(request, decision.address.utf8());
   }
-  if (headers && !details.empty() && details.back().stringValue() != header("Referer")) {
-    soup_message_headers_replace(headers, "Referer", details.back().stringValue().utf8());
+  if (headers && decision.referrer != header("Referer")) {
+    soup_message_headers_replace(headers, "Referer", decision.referrer.utf8());
   }
   return false;
 }

@@ -17,8 +17,8 @@ using Caller = std::shared_ptr<const PageApiCall>;
 template <bool Waits>
 JSCValue* onCall(GPtrArray* arguments, gpointer data) {
   const Caller caller = *static_cast<Caller*>(data);
-  const FunctionCall call = callFrom(arguments);
-  const std::string result = call.path.empty() ? std::string() : (*caller)(call, Waits);
+  const auto call = reportFrom(arguments);
+  const std::string result = call ? (*caller)(*call, Waits) : std::string();
   return toScript(jsc_context_get_current(), String(std::string_view(result)));
 }
 
@@ -32,7 +32,7 @@ JSCValue* makeFunction(JSCContext* context, const PageFunctions& functions, cons
 
 void definePageApi(JSCContext* context, const PageFunctions& functions, PageApiCall call) {
   const auto caller = std::make_shared<const PageApiCall>(std::move(call));
-  const ObjectPointer<JSCValue> script(jsc_context_evaluate(context, pageApiScript, -1));
+  const ObjectPointer<JSCValue> script(evaluateOwn(context, pageApiScript));
   const ObjectPointer<JSCValue> ask(makeFunction<true>(context, functions, caller));
   const ObjectPointer<JSCValue> tell(makeFunction<false>(context, functions, caller));
   const ObjectPointer<JSCValue> ignored(jsc_value_function_call(

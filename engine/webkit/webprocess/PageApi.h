@@ -8,7 +8,7 @@
 #include <string>
 
 // Asks the program and waits for its text if so wanted; the text is empty otherwise.
-using PageApiCall = std::function<std::string(const FunctionCall& call, bool waits)>;
+using PageApiCall = std::function<std::string(const link_protocol::PageReport& call, bool waits)>;
 
 // Defines them in a new document's context, before any script of the page runs in it.
 void definePageApi(JSCContext* context, const PageFunctions& functions, PageApiCall call);

@@ -1,6 +1,9 @@
 // JavaScript values across the link, and calls of page functions. Web process, main thread only.
 #include "engine/webkit/webprocess/PageScripts.h"
 
+#include <iterator>
+#include <span>
+
 using Tessel::Platform::String;
 
 namespace {
@@ -9,6 +12,15 @@ String joined(const std::vector<String>& path) {
   std::string text;
   for (const String& name : path) text.append(text.empty() ? "" : ".").append(name.view());
   return String(std::move(text));
+}
+
+// The names with their numbers, as an object without a prototype.
+std::string objectOf(std::span<const char* const> names) {
+  std::string text = "{__proto__:null";
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    text.append(",").append(names[i]).append(":").append(std::to_string(i));
+  }
+  return text + "}";
 }
 
 }  // namespace
@@ -98,18 +110,27 @@ JavaScriptVariant fromScript(JSCValue* value) {
   return JavaScriptVariant::object();
 }
 
-FunctionCall callFrom(const GPtrArray* arguments) {
-  FunctionCall call;
-  for (guint i = 0; i < arguments->len; ++i) {
-    const JavaScriptVariant value =
-        fromScript(static_cast<JSCValue*>(g_ptr_array_index(arguments, i)));
-    if (i == 0) {
-      call.path.push_back(value.stringValue());
-    } else {
-      call.arguments.push_back(value);
-    }
+JSCValue* evaluateOwn(JSCContext* context, const char* script) {
+  static const std::string numbers =
+      "(" + objectOf(link_protocol::reportNames) + "," + objectOf(link_protocol::actionNames) + ")";
+  const std::string text = std::string("((Report, Action) => ") + script + ")" + numbers;
+  return jsc_context_evaluate(context, text.data(), static_cast<gssize>(text.size()));
+}
+
+std::optional<link_protocol::PageReport> reportFrom(const GPtrArray* arguments) {
+  const auto valueAt = [&](guint i) {
+    return fromScript(static_cast<JSCValue*>(g_ptr_array_index(arguments, i)));
+  };
+  if (arguments->len == 0) return std::nullopt;
+  const JavaScriptVariant kind = valueAt(0);
+  const double number = kind.numberValue();
+  if (kind.type() != JavaScriptVariant::Number || !(number >= 0) ||
+      number >= static_cast<double>(std::size(link_protocol::reportNames))) {
+    return std::nullopt;
   }
-  return call;
+  link_protocol::PageReport report{static_cast<link_protocol::ReportKind>(number), {}};
+  for (guint i = 1; i < arguments->len; ++i) report.details.push_back(valueAt(i));
+  return report;
 }
 
 JSCValue* makeVariadic(JSCContext* context, JSCValue* wrapper, const char* name,

@@ -3,9 +3,11 @@
 
 #include "engine/JavaScriptVariant.h"
 #include "engine/webkit/base/ObjectPointer.h"
+#include "engine/webkit/link/Frame.h"
 
 #include <jsc/jsc.h>
 
+#include <optional>
 #include <string>
 
 // An exception that is pending in a context as one line of text, and clears it; empty when there
@@ -31,9 +33,12 @@ std::string bytesOf(JSCValue* text);
 JSCValue* toScript(JSCContext* context, const JavaScriptVariant& value);
 // Strings must be well formed.
 JavaScriptVariant fromScript(JSCValue* value);
-// A report of one of our own scripts, through wrapOwn: the first argument names it. Without
-// arguments the path is empty.
-FunctionCall callFrom(const GPtrArray* arguments);
+// The value of one of our own scripts, which sees the numbers of the tables as Report.name and
+// Action.name.
+JSCValue* evaluateOwn(JSCContext* context, const char* script);
+// A report of one of our own scripts, through wrapOwn: its number and its details. None for
+// anything else than a number of the table.
+std::optional<link_protocol::PageReport> reportFrom(const GPtrArray* arguments);
 
 // A native function that takes anything, behind one of the wrappers above. The data is the
 // function's.

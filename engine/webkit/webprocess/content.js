@@ -1,10 +1,11 @@
 // What the program keeps in every document, in a script world of its own that no page can reach:
-// it tells what changes there, and does what the program asks of the document. Called with a
-// function that reports; gives back the actions, by name.
+// it tells what changes there, and does what the program asks of the document. Called with a function
+// that reports, and the object that the actions are put into. Report and Action are the numbers of
+// link/PageReports.def and PageActions.def.
 //
 // State is told once per frame at most, and only what has changed. Events that nobody wants are
 // not looked for: watch() says which are.
-(report) => {
+(report, actions) => {
   'use strict';
 
   const told = new Map();
@@ -29,13 +30,13 @@
     pending = false;
     const element = root();
     if (!element) return;
-    tell('scrolled', Math.round(window.scrollX), Math.round(window.scrollY));
-    tell('content', element.scrollWidth, element.scrollHeight);
-    tell('encoding', document.characterSet || '');
-    tell('pinch', window.visualViewport ? window.visualViewport.scale : 1);
+    tell(Report.scrolled, Math.round(window.scrollX), Math.round(window.scrollY));
+    tell(Report.content, element.scrollWidth, element.scrollHeight);
+    tell(Report.encoding, document.characterSet || '');
+    tell(Report.pinch, window.visualViewport ? window.visualViewport.scale : 1);
     if (!rendered && watched.rendering) {
       rendered = true;
-      report('rendered', Math.round(window.scrollX), Math.round(window.scrollY),
+      report(Report.rendered, Math.round(window.scrollX), Math.round(window.scrollY),
         window.innerWidth, window.innerHeight, element.scrollWidth, element.scrollHeight);
     }
   };
@@ -74,8 +75,8 @@
     const element = event.target instanceof Element ? event.target : null;
     if (element === atPointer) return;
     atPointer = element;
-    tell('tooltip', element?.closest('[title]')?.getAttribute('title') ?? '');
-    report('element', ...describe(element));
+    tell(Report.tooltip, element?.closest('[title]')?.getAttribute('title') ?? '');
+    report(Report.element, ...describe(element));
   };
 
   const rounded = rect => [Math.round(rect.left), Math.round(rect.top), Math.round(rect.width),
@@ -88,9 +89,9 @@
       // What is inside a field has no rectangles; the field's own stands for them.
       const box = rounded(active.getBoundingClientRect());
       if (active.selectionStart === active.selectionEnd) {
-        if (watched.caret) report('caret', ...box);
+        if (watched.caret) report(Report.caret, ...box);
       } else if (watched.selection) {
-        report('selection', ...box, ...box);
+        report(Report.selection, ...box, ...box);
       }
       return;
     }
@@ -99,9 +100,9 @@
     const boxes = range.getClientRects();
     if (selection.isCollapsed) {
       if (!watched.caret || !isEditable(active)) return;
-      report('caret', ...rounded(boxes[0] || active.getBoundingClientRect()));
+      report(Report.caret, ...rounded(boxes[0] || active.getBoundingClientRect()));
     } else if (watched.selection && boxes.length > 0) {
-      report('selection', ...rounded(boxes[0]), ...rounded(boxes[boxes.length - 1]));
+      report(Report.selection, ...rounded(boxes[0]), ...rounded(boxes[boxes.length - 1]));
     }
   };
 
@@ -117,7 +118,7 @@
     if (!watched.controls) return;
     const list = formControls();
     const position = list.indexOf(document.activeElement);
-    tell('controls', position >= 0 && position + 1 < list.length, position > 0, position >= 0);
+    tell(Report.controls, position >= 0 && position + 1 < list.length, position > 0, position >= 0);
   };
 
   const longestAddress = 4096;
@@ -125,11 +126,11 @@
     const element = document.fullscreenElement;
     const isVideo = element instanceof HTMLVideoElement;
     const source = isVideo ? element.currentSrc || element.src : '';
-    tell('videoFullScreen', isVideo, source.slice(0, longestAddress));
+    tell(Report.videoFullScreen, isVideo, source.slice(0, longestAddress));
   };
 
   const clipboard = event => {
-    if (watched.clipboard) report('clipboard', event.type === 'paste' ? 'read' : 'write');
+    if (watched.clipboard) report(event.type === 'paste' ? Report.clipboardRead : Report.clipboardWrite);
   };
 
   // Of all the keys that a page does not take, the engine keeps these to itself.
@@ -137,13 +138,13 @@
     if (!watched.keys || !event.isTrusted || !event.altKey || !event.key.startsWith('Arrow')) return;
     if (event.target instanceof HTMLSelectElement) return;
     // When the page has seen it, too.
-    setTimeout(() => event.defaultPrevented || report('keyLeft'), 0);
+    setTimeout(() => event.defaultPrevented || report(Report.keyLeft), 0);
   };
 
   // When a document is there, and when all that belongs to it is.
   const measure = () => {
     const element = root();
-    if (watched.width && element) report('width', element.scrollWidth, element.clientWidth);
+    if (watched.width && element) report(Report.width, element.scrollWidth, element.clientWidth);
   };
 
   const started = () => {
@@ -187,18 +188,18 @@
     list[next].focus();
   };
 
-  return {
-    watch(selection, caret, rendering, clipboardUse, controlFocus, keys, width) {
+  Object.assign(actions, {
+    [Action.watch](selection, caret, rendering, clipboardUse, controlFocus, keys, width) {
       Object.assign(watched, { selection, caret, rendering, clipboard: clipboardUse,
         controls: controlFocus, keys, width });
     },
-    scrollTo(x, y) { scroll(x, y, 'instant'); },
-    animateTo(x, y) { scroll(x, y, 'smooth'); },
-    scrollBy(x, y) { window.scrollBy({ left: x, top: y, behavior: 'instant' }); },
-    animateBy(x, y) { window.scrollBy({ left: x, top: y, behavior: 'smooth' }); },
-    stopScrolling() { scroll(window.scrollX, window.scrollY, 'instant'); },
+    [Action.scrollTo](x, y) { scroll(x, y, 'instant'); },
+    [Action.animateTo](x, y) { scroll(x, y, 'smooth'); },
+    [Action.scrollBy](x, y) { window.scrollBy({ left: x, top: y, behavior: 'instant' }); },
+    [Action.animateBy](x, y) { window.scrollBy({ left: x, top: y, behavior: 'smooth' }); },
+    [Action.stopScrolling]() { scroll(window.scrollX, window.scrollY, 'instant'); },
     // The zoom comes by another way: wait until it is here, but not for ever.
-    scrollAfterZoom(x, y) {
+    [Action.scrollAfterZoom](x, y) {
       const go = () => {
         window.removeEventListener('resize', go);
         clearTimeout(limit);
@@ -207,22 +208,22 @@
       const limit = setTimeout(go, 250);
       window.addEventListener('resize', go);
     },
-    clearFocus() {
+    [Action.clearFocus]() {
       if (document.activeElement) document.activeElement.blur();
     },
-    focusNext() { focusBy(1); },
-    focusPrevious() { focusBy(-1); },
-    focusEdge(last) {
+    [Action.focusNext]() { focusBy(1); },
+    [Action.focusPrevious]() { focusBy(-1); },
+    [Action.focusEdge](last) {
       const list = controls();
       if (list.length > 0) list[last ? list.length - 1 : 0].focus();
     },
-    describe() { report('element', ...describe(atPointer), true); },
-    submitForm() {
+    [Action.describe]() { report(Report.element, ...describe(atPointer), true); },
+    [Action.submitForm]() {
       const form = document.activeElement && document.activeElement.form;
       if (form) form.requestSubmit();
     },
-    exitFullScreen() {
+    [Action.exitFullScreen]() {
       if (document.fullscreenElement) document.exitFullscreen();
     },
-  };
+  });
 }

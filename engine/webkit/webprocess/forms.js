@@ -1,10 +1,11 @@
 // The forms of a document, in the script world of content.js: tells what the user types into them and
-// sends, and fills in what was remembered of it. Called with a function that reports, one that fills
-// a field in and one that says whether somebody has typed into it; gives back the actions, by name.
+// sends, and fills in what was remembered of it. Called with a function that reports, the object that
+// the actions are put into, a function that fills a field in and one that says whether somebody has
+// typed into it.
 //
 // Nothing is looked at that nobody wants: watchForms() says what is. A form is read through the
 // prototypes, since fields that are named like its members would stand in their place.
-(report, fill, isEdited) => {
+(report, actions, fill, isEdited) => {
   'use strict';
 
   const watched = { texts: false, logins: false };
@@ -48,14 +49,14 @@
 
   // The field with the focus, and what of it was told.
   let current = null;
-  const tellField = () => report('fieldText', nameOf(current), current.value.slice(0, longestText));
+  const tellField = () => report(Report.fieldText, nameOf(current), current.value.slice(0, longestText));
   const focusMoved = () => {
     const active = document.activeElement;
     if (active === current) return;
     const left = current !== null;
     current = watched.texts && active && isRemembered(active) ? active : null;
     if (current) tellField();
-    else if (left) report('fieldLeft');
+    else if (left) report(Report.fieldLeft);
   };
 
   // Of a form that asks for one password: where name and password go.
@@ -89,7 +90,7 @@
   };
 
   const asked = new WeakSet();
-  const askForLogin = username => report('loginForm', location.origin, username);
+  const askForLogin = username => report(Report.loginForm, location.origin, username);
   const lookForLogins = () => {
     if (!watched.logins) return;
     const forms = [...document.querySelectorAll('form')].filter(form => !asked.has(form) && toFillIn(form));
@@ -121,28 +122,28 @@
   listen('input', typed);
   listen('change', ({ target }) => target instanceof HTMLInputElement && nameChanged(target));
 
-  return {
-    watchForms(texts, logins) {
+  Object.assign(actions, {
+    [Action.watchForms](texts, logins) {
       Object.assign(watched, { texts, logins });
       focusMoved();
       if (document.readyState !== 'loading') lookForLogins();
     },
-    formsChanged: lookForLogins,
-    submitted(form) {
+    [Action.formsChanged]: lookForLogins,
+    [Action.submitted](form) {
       if (watched.texts) {
         const texts = fieldsOf(form)
           .filter(field => isRemembered(field) && field.value !== '' &&
             field.value.length <= longestText && isTyped(field))
           .flatMap(field => [nameOf(field), field.value]);
-        if (texts.length > 0) report('typed', ...texts);
+        if (texts.length > 0) report(Report.typed, ...texts);
       }
       const login = watched.logins ? sentLogin(form) : null;
-      if (login) report('login', location.origin, login.username, login.password);
+      if (login) report(Report.login, location.origin, login.username, login.password);
     },
-    fillText(text) {
+    [Action.fillText](text) {
       if (current && current.isConnected) put(current, text);
     },
-    fillLogin(origin, username, password) {
+    [Action.fillLogin](origin, username, password) {
       // Another document may have come meanwhile.
       if (origin !== location.origin || !watched.logins) return;
       for (const form of document.querySelectorAll('form')) {
@@ -153,5 +154,5 @@
         put(login.password, password);
       }
     },
-  };
+  });
 }

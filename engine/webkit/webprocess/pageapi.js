@@ -1,6 +1,7 @@
 // What the program adds to the documents of a page, in the page's own world: interfaces that the
 // engine has not and that the program's user interface answers for. Called before any script of the
-// page with two functions: ask(what, ...) waits for a text, tell(what, ...) does not wait.
+// page with two functions: ask(report, ...) waits for a text, tell(report, ...) does not wait. The
+// reports are the numbers of link/PageReports.def.
 //
 // A page can change whatever it sees later, so what is needed then is fetched here.
 (ask, tell) => {
@@ -72,7 +73,7 @@
         need(values, 1);
         const wanted = text(values[0]);
         if (!(wanted in landscapes)) throw new TypeError(`There is no orientation "${wanted}".`);
-        const result = ask('lockOrientation',
+        const result = ask(Report.lockOrientation,
           landscapes[wanted] ?? widthOf(screen) >= heightOf(screen));
         if (result === 'locked') return resolve(Promise);
         return reject(Promise, result === 'refused'
@@ -83,7 +84,7 @@
       }
     },
     unlock() {
-      tell('unlockOrientation');
+      tell(Report.unlockOrientation);
     },
   });
 
@@ -111,14 +112,14 @@
   };
   define(Navigator.prototype, {
     registerProtocolHandler(...values) {
-      tell('registerProtocolHandler', ...handlerOf(values),
+      tell(Report.registerProtocolHandler, ...handlerOf(values),
         values[2] === undefined ? '' : bounded(values[2]));
     },
     isProtocolHandlerRegistered(...values) {
-      return ask('isProtocolHandlerRegistered', ...handlerOf(values)) || 'new';
+      return ask(Report.isProtocolHandlerRegistered, ...handlerOf(values)) || 'new';
     },
     unregisterProtocolHandler(...values) {
-      tell('unregisterProtocolHandler', ...handlerOf(values));
+      tell(Report.unregisterProtocolHandler, ...handlerOf(values));
     },
   });
 
@@ -132,10 +133,10 @@
   const external = window.external || {};
   define(external, {
     AddSearchProvider(...values) {
-      tell('addSearchProvider', providerOf(values));
+      tell(Report.addSearchProvider, providerOf(values));
     },
     IsSearchProviderInstalled(...values) {
-      return Number(ask('isSearchProviderInstalled', providerOf(values))) || 0;
+      return Number(ask(Report.isSearchProviderInstalled, providerOf(values))) || 0;
     },
   });
   if (!window.external) {

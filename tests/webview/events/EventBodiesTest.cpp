@@ -29,16 +29,16 @@ std::string memberOf(const OrvWebEvent& event, const std::string& key) {
 
 class RememberingSink final : public EventSink {
  public:
-  void post(const String& name, const String& data) override { note("post", name, data); }
-  String send(const String& name, const String& data) override {
-    note("send", name, data);
+  void post(EventType event, const String& data) override { note("post", event, data); }
+  String send(EventType event, const String& data) override {
+    note("send", event, data);
     return {};
   }
   std::vector<std::string> trace;
 
  private:
-  void note(const char* delivery, const String& name, const String& data) {
-    trace.push_back(concat(delivery, " ", name, " ", data).toStdString());
+  void note(const char* delivery, EventType event, const String& data) {
+    trace.push_back(concat(delivery, " ", nameOf(event), " ", data).toStdString());
   }
 };
 

@@ -28,6 +28,11 @@ TEST(FrameFuzzTest, SamplesCrossAndDamagedOnesAreDecodedOrRefused) {
       payloads.push_back(payload);
     }
   });
+  // Numbers that no table has.
+  PageReport report;
+  EXPECT_FALSE(decode(std::string(1, char(std::size(reportNames))) + rawBytes(0u), report));
+  ActionCall action;
+  EXPECT_FALSE(decode(std::string(1, char(std::size(actionNames))) + rawBytes(0u), action));
   // There is an end to the number of arguments, each of a single byte.
   const auto most = static_cast<std::uint32_t>(maximumArguments);
   NativeArguments arguments;

@@ -18,8 +18,9 @@ bool decodersKeep(const std::string& payload) {
 
 inline bool everyDecoderKeeps(const std::string& payload) {
   using namespace link_protocol;
-  return decodersKeep<FunctionCall, PostedCall, JavaScriptVariant, PageSetup, DialogQuestion,
-                      DialogAnswer, NativeArguments>(payload);
+  return decodersKeep<FunctionCall, PostedCall, PageReport, ActionCall, ResourceDecision,
+                      JavaScriptVariant, PageSetup, DialogQuestion, DialogAnswer, NativeArguments>(
+      payload);
 }
 
 }  // namespace frame_rules

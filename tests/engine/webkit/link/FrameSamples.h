@@ -43,6 +43,17 @@ inline OrvWebHeader header(const std::string& key, const std::string& value) {
 inline std::vector<FunctionCall> sampleCalls() {
   return {{}, {{"f"}, {}}, {{"a", "", awkwardText()}, sampleVariants()}};
 }
+inline std::vector<link_protocol::PageReport> sampleReports() {
+  using link_protocol::ReportKind;
+  return {{}, {ReportKind::alive, {}}, {ReportKind::exception, sampleVariants()}};
+}
+inline std::vector<link_protocol::ActionCall> sampleActions() {
+  return {{}, {PageAction::submitted, {}}, {PageAction::scrollTo, sampleVariants()}};
+}
+inline std::vector<link_protocol::ResourceDecision> sampleDecisions() {
+  using link_protocol::ResourceVerdict;
+  return {{}, {ResourceVerdict::Redirect, awkwardText(), "referrer"}};
+}
 inline std::vector<link_protocol::PageSetup> sampleSetups() {
   return {{},
           {true, false, {header("X-One", "1")}, true, true, 5, true, true},
@@ -64,6 +75,9 @@ template <typename Visitor>
 void forEachSampleList(Visitor visit) {
   visit(sampleVariants());
   visit(sampleCalls());
+  visit(sampleReports());
+  visit(sampleActions());
+  visit(sampleDecisions());
   visit(sampleSetups());
   visit(sampleDialogs());
   visit(sampleDialogAnswers());

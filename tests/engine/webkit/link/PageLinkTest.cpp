@@ -42,7 +42,7 @@ class FakeDelegate final : public PageLinkDelegate {
     note();
     return {question.kind == DialogKind::Confirm, question.message};
   }
-  String report(const PageLink&, std::uint64_t, const FunctionCall&) override { return {}; }
+  String report(const PageLink&, std::uint64_t, const PageReport&) override { return {}; }
   void linkClosed(PageLink&) override { ++closed; }
 
   std::function<String(const NativeArguments&)> onNativeCall = [](auto&) { return String(); };
@@ -140,8 +140,10 @@ TEST(PageLinkTest, WhatIsNoQuestionClosesTheLink) {
       {FrameKind::NativeCall, ""},
       {FrameKind::NativeCall, rawBytes(0xffffffffu)},
       {FrameKind::Dialog, std::string("\x09\0\0\0\0\0\0\0\0", 9)},
+      {FrameKind::Report, "\xff" + rawBytes(0u)},
       {FrameKind::Hello, std::string(32, '0')},
       {FrameKind::PostFunction, encode(PostedCall())},
+      {FrameKind::PostAction, encode(ActionCall())},
       {FrameKind::CallFunction, encode(FunctionCall())},
       {FrameKind::SetupChanged, encode(PageSetup())},
       {static_cast<FrameKind>(frameKindCount), ""}};

@@ -24,11 +24,11 @@ class FakeLinkedPage final : public LinkedPage {
   PageSetup setup() const override { return currentSetup; }
   String nativeCall(const NativeArguments&) override { return "called"; }
   DialogAnswer dialog(const DialogQuestion&) override { return {true, "answered"}; }
-  String report(const FunctionCall& report) override {
+  String report(const PageReport& report) override {
     reports.push_back(report);
     return {};
   }
-  std::vector<FunctionCall> reports;
+  std::vector<PageReport> reports;
 
   std::shared_ptr<PageLink> link;
   PageSetup currentSetup;
@@ -201,7 +201,7 @@ TEST_F(WebProcessLinksTest, APageIsWhereTheEngineSaysAndNobodyElseSpeaksForIt) {
 
   const auto link = page->link;
   EXPECT_EQ(ask(thief, FrameKind::PageCreated, 1, ""), encode(PageSetup()));
-  thief.send(FrameKind::Report, 0, 1, encode(FunctionCall{{"documentLoaded"}, {}}));
+  thief.send(FrameKind::Report, 0, 1, encode(PageReport{ReportKind::documentLoaded, {}}));
   EXPECT_EQ(callNative(thief, 1), "") << "the report before it was read, and dropped";
   EXPECT_TRUE(page->reports.empty());
   EXPECT_EQ(page->link, link);

@@ -31,7 +31,10 @@ class HostLinkTest : public testing::Test, protected HostLinkDelegate {
     EXPECT_EQ(hello.payload, "the token");
   }
 
-  void act(std::uint64_t, const FunctionCall&) override {}
+  void act(std::uint64_t number, const ActionCall& call) override {
+    EXPECT_EQ(number, page);
+    ran_ += std::string(nameOf(call.action)) + ' ';
+  }
   JavaScriptVariant callFunction(std::uint64_t number, const FunctionCall& call) override {
     EXPECT_EQ(number, page);
     const std::string name = call.path.at(0).toStdString();
@@ -79,9 +82,11 @@ TEST_F(HostLinkTest, TheMainLoopServesWhateverComesInOrder) {
   host_.send(FrameKind::SetupChanged, 0, page, encode(PageSetup{true}));
   host_.send(FrameKind::SetupChanged, 0, page, "no setup");
   host_.send(FrameKind::PostFunction, 0, page, "no call");
+  host_.send(FrameKind::PostAction, 0, page, encode(ActionCall{PageAction::focusNext, {}}));
+  host_.send(FrameKind::PostAction, 0, page, "no action");
   host_.send(FrameKind::CallFunction, 2, page, "no call");
   post("c");
-  EXPECT_TRUE(runUntilRan("a b allowed c ")) << ran_;
+  EXPECT_TRUE(runUntilRan("a b allowed focusNext c ")) << ran_;
   expectValue(1, "value of b");
   expectValue(2, JavaScriptVariant());
   link_->tell(FrameKind::Log, page, "a line");
@@ -95,7 +100,7 @@ TEST_F(HostLinkTest, PostsWaitForTheAnswerAndCallsDoNotOvertakeThem) {
     post("a");
     post("b");
     host_.send(FrameKind::Ping, 0, page, "");
-    EXPECT_EQ(host_.next(FrameKind::Report).payload, encode(FunctionCall{{"alive"}, {}}));
+    EXPECT_EQ(host_.next(FrameKind::Report).payload, encode(PageReport{ReportKind::alive, {}}));
     host_.answer(question, "one");
 
     const Frame second = host_.next(FrameKind::NativeCall);

@@ -1,5 +1,5 @@
 // JSON texts, escaped. Any thread.
-#include "webview/events/JsonText.h"
+#include "engine/JsonText.h"
 
 namespace json {
 

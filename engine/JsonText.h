@@ -49,7 +49,7 @@ inline char* write(char* out, bool value) {
 
 template <typename Integer>
 concept WrittenInteger = std::is_same_v<Integer, int> || std::is_same_v<Integer, unsigned int> ||
-    std::is_same_v<Integer, std::uint64_t>;
+    std::is_same_v<Integer, std::int64_t> || std::is_same_v<Integer, std::uint64_t>;
 template <WrittenInteger Integer>
 constexpr std::size_t room(Integer) {
   return 20;
