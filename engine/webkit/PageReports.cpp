@@ -176,6 +176,7 @@ String onMayCall(WebKitPage& page, const Details& details) {
 
 String onAlive(WebKitPage& page, const Details&) {
   if (page.parts()) page.parts()->hangMonitor.alive();
+  if (page.client()) page.client()->alive();
   return {};
 }
 
