@@ -1,11 +1,9 @@
 // Launch requests byte by byte, and a client that sends what it is given. Any thread.
 #pragma once
 
-#include "platform/base/UniqueFd.h"
+#include "tests/support/LocalSocket.h"
 
-#include <sys/socket.h>
 #include <sys/time.h>
-#include <sys/un.h>
 
 #include <cstdint>
 #include <cstring>
@@ -63,18 +61,11 @@ struct RawReply {
 
 class RawClient {
  public:
-  explicit RawClient(const std::string& path)
-      : socket_(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
+  explicit RawClient(const std::string& path) : socket_(socketAt(path, ::connect, SOCK_SEQPACKET)) {
     const timeval limit{20, 0};
     ::setsockopt(socket_.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    connected_ =
-        ::connect(socket_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
   }
 
-  bool connected() const { return connected_; }
   bool send(const std::string& packet) {
     return ::send(socket_.get(), packet.data(), packet.size(), MSG_NOSIGNAL) >= 0;
   }
@@ -101,7 +92,6 @@ class RawClient {
 
  private:
   Tessel::Platform::UniqueFd socket_;
-  bool connected_ = false;
 };
 
 }  // namespace test_support

@@ -20,13 +20,14 @@ inline std::pair<Tessel::Platform::UniqueFd, Tessel::Platform::UniqueFd> socketP
   return {Tessel::Platform::UniqueFd(ends[0]), Tessel::Platform::UniqueFd(ends[1])};
 }
 
-// A stream socket that is bound or connected to the path; empty when that fails.
+// A socket that is bound or connected to the path; empty when that fails.
 inline Tessel::Platform::UniqueFd socketAt(const std::string& path,
-                                           decltype(::connect)* go = ::connect) {
+                                           decltype(::connect)* go = ::connect,
+                                           int type = SOCK_STREAM) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   path.copy(address.sun_path, sizeof address.sun_path - 1);
-  Tessel::Platform::UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  Tessel::Platform::UniqueFd socket(::socket(AF_UNIX, type | SOCK_CLOEXEC, 0));
   if (go(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
     socket.reset();
   }

@@ -81,9 +81,6 @@ class RemoteWindowsTest : public testing::Test {
     ASSERT_TRUE(test_support::sendRaw(peer_.get(), bytes, file));
     turnLoop();
   }
-  static MemoryWindowSystem::Surface& shown(const Window& window) {
-    return dynamic_cast<MemoryWindowSystem::Surface&>(*window.surface());
-  }
 
   std::unique_ptr<Window> top_;
   UniqueFd peer_;
