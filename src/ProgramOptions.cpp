@@ -160,7 +160,8 @@ const Tessel::Platform::ProgramText& programText() {
       "chrome's to open.",
       programOptions,
       {{"configuration files",
-        "~/.config/pagehost/pagehost.conf, then /etc/pagehost/pagehost.conf: a line [pagehost], and "
+        "~/.config/pagehost/pagehost.conf, then /etc/pagehost/pagehost.conf: a line [pagehost], "
+        "and "
         "below it the names of options without dashes, as in zoom=1.5 or kiosk=true. The "
         "environment goes before them, and options before that.",
         {}},
@@ -196,10 +197,9 @@ Configuration configurationFrom(const std::string* file) {
   Configuration configuration;
   std::string problem;
   const std::string users = std::string(g_get_user_config_dir()) + "/pagehost/pagehost.conf";
-  const bool isGood =
-      file ? readConfiguration(*file, true, configuration, problem)
-           : readConfiguration(systemFile, false, configuration, problem) &&
-                 readConfiguration(users, false, configuration, problem);
+  const bool isGood = file ? readConfiguration(*file, true, configuration, problem)
+                           : readConfiguration(systemFile, false, configuration, problem) &&
+                                 readConfiguration(users, false, configuration, problem);
   if (!isGood) endMisused("pagehost", problem);
   for (const auto& [key, value] : configuration) {
     const Row* row = rowNamed(key);

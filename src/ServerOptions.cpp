@@ -36,8 +36,7 @@ const Tessel::Platform::ProgramText& serverText() {
           "Where it is found, below the folder TESSEL_RESMGR_ROOT if that is set."}}},
        {"exit status",
         "",
-        {{"1", "It could not serve."},
-         {"2", "It was started with what it does not take."}}}}};
+        {{"1", "It could not serve."}, {"2", "It was started with what it does not take."}}}}};
   return text;
 }
 
@@ -75,8 +74,8 @@ LauncherConfiguration takeServerOptions(int argc, char** argv) {
                                                          : numberFrom(value);
     // 0 would leave the server root's, or its children free to become root.
     if (!id || *id == 0) {
-      Tessel::Platform::endMisused(program, "--" + std::string(name) + ": \"" + value +
-                                                "\" is root's, or nobody's");
+      Tessel::Platform::endMisused(
+          program, "--" + std::string(name) + ": \"" + value + "\" is root's, or nobody's");
     }
     if (name == "user") configuration.serverUser = *id;
     if (name == "group") configuration.serverGroup = *id;

@@ -103,5 +103,6 @@ class WebView : public OrvWebView,
   const String windowGroup_;
   Tessel::Platform::Graphics::Window* fadeWindow_ = nullptr;
   std::array<std::uint8_t, 4> fadeColor_{0, 0, 0, 255};
-  std::optional<std::chrono::steady_clock::time_point> lastAlive_;  // none while there was no process
+  std::optional<std::chrono::steady_clock::time_point>
+      lastAlive_;  // none while there was no process
 };

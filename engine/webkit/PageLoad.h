@@ -88,9 +88,9 @@ class PageLoad final : public LoadControl {
   unsigned int repeats_ = 0;     // of one load, in a row
   TrustedLoads loads_;
   String shownAddress_;
-  bool isOnItsWay_ = false;              // a load has started and is not committed
-  bool refused_ = false;                 // the load in progress was
-  bool hasWaited_ = false;               // isTrusted() timed out during this load
+  bool isOnItsWay_ = false;  // a load has started and is not committed
+  bool refused_ = false;     // the load in progress was
+  bool hasWaited_ = false;   // isTrusted() timed out during this load
   // Of the page that drives the application: what is tried again, empty for nothing.
   String retryUrl_;
   unsigned int retry_ = 0;  // counts what was to be tried again, and what came in between

@@ -454,10 +454,10 @@ void WebKitPage::onFavicon(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
   g_free(url);
   if (GtkWindow* window = self->windowOfApplication()) {
     cairo_surface_t* icon = webkit_web_view_get_favicon(view);
-    GdkPixbuf* pixbuf = icon ? gdk_pixbuf_get_from_surface(
-                                   icon, 0, 0, cairo_image_surface_get_width(icon),
-                                   cairo_image_surface_get_height(icon))
-                             : nullptr;
+    GdkPixbuf* pixbuf =
+        icon ? gdk_pixbuf_get_from_surface(icon, 0, 0, cairo_image_surface_get_width(icon),
+                                           cairo_image_surface_get_height(icon))
+             : nullptr;
     gtk_window_set_icon(window, pixbuf);
     g_clear_object(&pixbuf);
   }

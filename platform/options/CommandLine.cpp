@@ -100,10 +100,11 @@ void appendManualTerms(std::string& out, const Texts& terms) {
 
 std::string manualOf(const ProgramText& program) {
   const std::string name = escaped(program.name);
-  std::string text = ".\\\" Written by " + std::string(program.name) + " --man: change the program.\n" +
-                     ".TH " + capitals(program.name) + " 1 \"\" \"pagehost " PAGEHOST_VERSION "\"\n" +
-                     ".SH NAME\n" + name + " \\- " + escaped(program.summary) + "\n.SH SYNOPSIS\n.B " +
-                     name + "\n[OPTION...] " + escaped(program.words) + "\n.SH OPTIONS\n";
+  std::string text = ".\\\" Written by " + std::string(program.name) +
+                     " --man: change the program.\n" + ".TH " + capitals(program.name) +
+                     " 1 \"\" \"pagehost " PAGEHOST_VERSION "\"\n" + ".SH NAME\n" + name + " \\- " +
+                     escaped(program.summary) + "\n.SH SYNOPSIS\n.B " + name + "\n[OPTION...] " +
+                     escaped(program.words) + "\n.SH OPTIONS\n";
   appendManualTerms(text, optionTexts(program));
   for (const ManualSection& section : program.sections) {
     text += ".SH " + capitals(section.title) + "\n";
@@ -167,8 +168,8 @@ CommandLine readCommandLine(const ProgramText& program, int argc, char** argv) {
   g_option_context_set_strict_posix(context, program.wordsEndOptions);
 
   char** const end = argv + argc;
-  char** const separator = std::find_if(
-      argv, end, [](const char* each) { return std::strcmp(each, "--") == 0; });
+  char** const separator =
+      std::find_if(argv, end, [](const char* each) { return std::strcmp(each, "--") == 0; });
   std::vector<char*> words(argv, separator);
   words.push_back(nullptr);
   int count = static_cast<int>(separator - argv);

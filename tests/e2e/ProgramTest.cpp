@@ -353,7 +353,8 @@ TEST_F(ProgramTest, AChromeWhoseProcessDiesIsStartedAgain) {
 
 TEST_F(ProgramTest, AChromeWhoseServerComesLateIsWaitedFor) {
   FileServer server;
-  server.addAnswer("late", "HTTP/1.1 503 Not yet\r\nConnection: close\r\nContent-Length: 0\r\n\r\n");
+  server.addAnswer("late",
+                   "HTTP/1.1 503 Not yet\r\nConnection: close\r\nContent-Length: 0\r\n\r\n");
   Environment all = environment("idle.html");
   all["CHROME_URL"] = server.address() + "page/late";
   Program program(all, {"--kiosk"});

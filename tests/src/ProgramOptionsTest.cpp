@@ -1,6 +1,5 @@
 // What the program is started with, and which of several sources counts.
 #include "src/ProgramOptions.h"
-
 #include "tests/support/OwnProcess.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -71,10 +70,11 @@ TEST_F(ProgramOptionsTest, MistakesEndTheStartAndSayWhere) {
   refuses({"--size=800"}, "--size: \"800\" is not two numbers");
   refuses({"--profile=../x"}, "--profile");
   refuses({"--config=/nowhere"}, "/nowhere");
-  for (const auto& [text, problem] : {std::pair("[pagehost]\n\nkiosc=true\n", "conf:3: there is no"),
-                                      {"[pagehost]\nzoom=9\n", "conf:2: \"9\" is not a number"},
-                                      {"[pagehost]\nzoom=1\nzoom 2\n", "conf:3: "},
-                                      {"[pagehost]\n[other]\n", "conf:2: the only group"}}) {
+  for (const auto& [text, problem] :
+       {std::pair("[pagehost]\n\nkiosc=true\n", "conf:3: there is no"),
+        {"[pagehost]\nzoom=9\n", "conf:2: \"9\" is not a number"},
+        {"[pagehost]\nzoom=1\nzoom 2\n", "conf:3: "},
+        {"[pagehost]\n[other]\n", "conf:2: the only group"}}) {
     configure(text);
     refuses({}, problem);
   }

@@ -26,7 +26,8 @@ constexpr Option options[] = {
     {"groups", "LIST",
      "With these supplementary groups, with commas between; else those of the user."},
     {"env", "NAME=VALUE",
-     "With this variable; NAME alone takes the value from here. Again for more. HOME, USER, LOGNAME "
+     "With this variable; NAME alone takes the value from here. Again for more. HOME, USER, "
+     "LOGNAME "
      "and XDG_RUNTIME_DIR of the user are set, and DISPLAY, XAUTHORITY, LANG and TZ from here."},
     {"cwd", "FOLDER", "In this working directory; else in the server's."},
     {"priority", "N", "With this priority; 10 is normal, more is more urgent."},

@@ -83,8 +83,7 @@ void ScreenFit::uncover() {
 void ScreenFit::fit() {
   GdkDisplay* const display = gtk_widget_get_display(GTK_WIDGET(window_));
   GdkWindow* const shown = gtk_widget_get_window(GTK_WIDGET(window_));
-  GdkMonitor* monitor =
-      shown ? gdk_display_get_monitor_at_window(display, shown) : nullptr;
+  GdkMonitor* monitor = shown ? gdk_display_get_monitor_at_window(display, shown) : nullptr;
   if (!monitor) monitor = gdk_display_get_primary_monitor(display);
   if (!monitor) monitor = gdk_display_get_monitor(display, 0);
   if (!monitor) return;
