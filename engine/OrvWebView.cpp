@@ -234,6 +234,11 @@ void OrvWebView::bindOrvJavaScriptObject(bool bound, std::vector<String> further
   if (auto page = this->page()) page->bindCallbackObject(bound, furtherOrigins_);
 }
 
+bool OrvWebView::askWhetherAlive() {
+  const auto page = this->page();
+  return page && page->askWhetherAlive();
+}
+
 void OrvWebView::setDrivesApplication(const String& loadFailureHint) {
   if (auto page = this->page()) page->setDrivesApplication(loadFailureHint);
 }

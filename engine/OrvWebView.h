@@ -184,6 +184,8 @@ class OrvWebView : private PageClient {
   // This is the page that drives the application; see Page::setDrivesApplication. Call it after
   // initialize and before the first load.
   void setDrivesApplication(const String& loadFailureHint);
+  // See Page::askWhetherAlive.
+  bool askWhetherAlive();
 
   // Scrolls the document: in its own units, at once or animated.
   void setScrollPosition(const OrvWebPoint& position) {
@@ -360,6 +362,8 @@ class OrvWebView : private PageClient {
     static_cast<void>(event);
   }
   void navigationRefused(const String&) override {}
+  void gaveUp() override {}
+  void alive() override {}
 
  private:
   // Events that must not be raised inside the call that causes them come from the main loop, and

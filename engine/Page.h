@@ -77,6 +77,11 @@ class PageClient {
   virtual std::shared_ptr<Page> pageOf(OrvWebView* view) = 0;
   // A navigation of the page was refused: only the program itself may load that address.
   virtual void navigationRefused(const Tessel::Platform::String& url) = 0;
+  // Of the page that drives the application: its process ends again and again, and is not started
+  // any more; see Retries.
+  virtual void gaveUp() = 0;
+  // The answer to Page::askWhetherAlive().
+  virtual void alive() = 0;
   // The page has agreed to be closed, as tryClose asked.
   virtual void closeAllowed() = 0;
   // The certificates that the user has accepted, by host.
@@ -154,6 +159,9 @@ class Page {
   // since whatever is waited for may need it, and it can show its dialogs there. A load of it
   // that fails shows the hint, plain text, with the error.
   virtual void setDrivesApplication(const String& loadFailureHint) = 0;
+  // Asks the page's process whether it does anything but run a script: PageClient::alive() follows.
+  // False when there is no process to ask.
+  virtual bool askWhetherAlive() = 0;
 
   // Runs a script in the page's own world or one beside it; JavaScriptResult brings the value
   // under the given id.

@@ -6,6 +6,7 @@
 #include "platform/graphics/Screen.h"
 #include "platform/os/Settings.h"
 #include "registry/NativeFunctions.h"
+#include "src/ProgramOptions.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
@@ -24,6 +25,9 @@ using Tessel::Platform::Graphics::displayable;
 using Tessel::Platform::Graphics::longestSide;
 using Tessel::Platform::Graphics::Screen;
 using Tessel::Platform::Graphics::ScreenContext;
+using Tessel::Platform::Graphics::ScreenFilling;
+using Tessel::Platform::Graphics::ShownAs;
+using Tessel::Platform::Graphics::WindowSurface;
 using Tessel::Platform::Graphics::WindowType;
 
 namespace {
@@ -51,6 +55,17 @@ std::optional<int> sideFrom(const char* text) {
   const auto [last, error] = std::from_chars(text, end, side);
   const bool isNumber = error == std::errc() && last == end && *text != '-';
   return isNumber && side <= longestSide ? std::optional(side) : std::nullopt;
+}
+
+// How the launch wants the window to be shown.
+void show(WindowSurface& surface) {
+  if (isSwitchedOn(kioskVariable)) {
+    surface.fillScreen(ScreenFilling::InAnyCase);
+  } else if (isSwitchedOn(fullscreenVariable)) {
+    surface.showAs(ShownAs::Fullscreen);
+  } else if (!std::getenv("WIDTH") && !std::getenv("HEIGHT")) {
+    surface.fillScreen(ScreenFilling::WithoutManager);
+  }
 }
 
 // What the launch asked for, before there is a window.
@@ -97,6 +112,7 @@ ApplicationWindow::ApplicationWindow(IntSize size)
     : Window(WindowType::Application, nullptr, {0, 0, size.width, size.height},
              {0, 0, size.width, size.height}, {1, 1}, 0, false, Tessel::Platform::String()) {
   setListener(this);
+  if (WindowSurface* shown = surface()) show(*shown);
   setZOrder(0);
   setTransparency(opaqueTransparency);
   clearBuffer(*this, {255, 255, 255, 255});

@@ -7,6 +7,7 @@
 #include "platform/os/Folders.h"
 #include "platform/os/Process.h"
 #include "platform/os/Settings.h"
+#include "src/ProgramOptions.h"
 
 #include <glib.h>
 #include <sys/stat.h>
@@ -66,9 +67,12 @@ std::string folderFor(const char* variable, const char* besideExecutable, const 
   return installed;
 }
 
-// The folder of the application below that of the program: the bundled chrome's is that itself.
+// The folder of the application below that of the program: that of its profile, or of its chrome.
+// The bundled chrome's is the program's itself.
 // What follows the path of an address are arguments.
 std::string applicationFolder() {
+  const char* profile = std::getenv(profileVariable);
+  if (profile && *profile) return std::string("profiles/") + profile + "/";
   const char* chrome = std::getenv("CHROME_URL");
   if (!chrome || !*chrome) return "";
   const std::string address(chrome, std::strcspn(chrome, "?#"));

@@ -16,6 +16,7 @@
 #include "platform/base/Log.h"
 #include "platform/desktop/NavigatorHandler.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
+#include "platform/graphics/gtk/PointerHiding.h"
 #include "platform/graphics/gtk/ToolkitEnds.h"
 #include "platform/inspector_server/MongooseHttpServer.h"
 #include "platform/loop/MessageClient.h"
@@ -28,6 +29,7 @@
 #include "src/EngineStart.h"
 #include "src/NavigatorServices.h"
 #include "src/ProgramOptions.h"
+#include "src/Watchdog.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
@@ -98,6 +100,9 @@ void pagehost_main(int argc, char** argv) {
   auto windows = GtkWindowSystem::create();
   if (!windows) giveUp(noDisplay);
   WindowSystem::install(std::move(windows));
+  if (const char* seconds = std::getenv(hidePointerVariable)) {
+    Tessel::Platform::Graphics::hidePointerAfter(std::atoi(seconds));
+  }
   startEngine(settings.applicationSandbox(), true);
   shareCookiesWithChildren();
   MongooseHttpServer::instance()->setFrontEnd(EngineInspector::frontEndResources);
@@ -123,6 +128,9 @@ void pagehost_main(int argc, char** argv) {
   root->setEnablePlugins(true);
   root->setExtraPluginDirectory(pluginDirectory);
   root->setDevicePixelRatio(1.0);
+  if (const char* factor = std::getenv(zoomVariable)) {
+    root->animateToScaleAndDocumentScrollPosition(std::strtod(factor, nullptr), {});
+  }
   root->loadURL(chromeUrl ? chromeUrl : defaultChromeUrl);
 
   Tessel::Platform::NavigatorHandler::instance();
@@ -138,7 +146,10 @@ void pagehost_main(int argc, char** argv) {
   root->setCapabilities(chromeCapabilities(chromeUrl ? chromeUrl : defaultChromeUrl));
 
   for (const int signal : {SIGTERM, SIGINT}) g_unix_signal_add(signal, onEndSignal, nullptr);
+  std::optional<Watchdog> watchdog;
+  if (isSwitchedOn(watchdogVariable)) watchdog.emplace(*root);
   const int status = client->run();
+  watchdog.reset();
   services.reset();
   logAlways(LogNotice, "Exit %s: %d", argv[0], status);
   std::exit(status);

@@ -1,44 +1,252 @@
-// The options of the command line. Main thread.
+// What the program is started with, by one table. Main thread.
 #include "src/ProgramOptions.h"
 
+#include "platform/base/Log.h"
+#include "platform/graphics/DisplayLimits.h"
+#include "platform/options/CommandLine.h"
 #include "platform/os/PageSandbox.h"
+#include "platform/os/Process.h"
+#include "src/Configuration.h"
+
+#include <glib.h>
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <optional>
+#include <string>
 #include <string_view>
+
+using Tessel::Platform::endMisused;
+using Tessel::Platform::Option;
 
 namespace {
 
-// An option sets a variable of the environment: child processes and viewers have it as well.
-struct {
-  std::string_view option;
-  const char* variable;
-} constexpr options[] = {
-    {"--sandbox=", Tessel::Platform::sandboxVariable},
+constexpr const char* systemFile = "/etc/pagehost/pagehost.conf";
+constexpr std::size_t longestProfileName = 64;
+constexpr int longestPause = 86400;  // seconds of a day
+
+bool isAnything(std::string_view) {
+  return true;
+}
+
+template <typename Number>
+bool isNumberWithin(std::string_view text, Number lowest, Number highest) {
+  Number number{};
+  const auto [last, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return error == std::errc() && last == text.data() + text.size() && number >= lowest &&
+         number <= highest;
+}
+
+bool isSize(std::string_view text) {
+  constexpr int longest = Tessel::Platform::Graphics::longestSide;
+  const std::size_t middle = text.find('x');
+  return middle != text.npos && isNumberWithin(text.substr(0, middle), 1, longest) &&
+         isNumberWithin(text.substr(middle + 1), 1, longest);
+}
+
+template <const auto& Words>
+bool isOneOf(std::string_view text) {
+  return std::find(std::begin(Words), std::end(Words), text) != std::end(Words);
+}
+constexpr std::string_view rotationWords[] = {"top_up", "left_up", "right_up"};
+constexpr std::string_view sandboxWords[] = {"on", "off", "auto"};
+constexpr std::string_view levelWords[] = {"error", "notice"};
+constexpr std::string_view onWords[] = {"1", "true", "yes", "on"};
+constexpr std::string_view offWords[] = {"0", "false", "no", "off"};
+
+bool isSwitch(std::string_view text) {
+  return isOneOf<onWords>(text) || isOneOf<offWords>(text);
+}
+
+// A folder is called like that.
+bool isProfileName(std::string_view text) {
+  return !text.empty() && text.size() <= longestProfileName && text[0] != '.' &&
+         std::all_of(text.begin(), text.end(), [](char each) {
+           return g_ascii_isalnum(each) || each == '.' || each == '-' || each == '_';
+         });
+}
+
+bool isZoom(std::string_view text) {
+  return isNumberWithin(text, 0.25, 5.0);
+}
+bool isPause(std::string_view text) {
+  return isNumberWithin(text, 0, longestPause);
+}
+
+struct Row {
+  Option option;
+  // Two, for a value of two parts.
+  std::array<const char*, 2> variables;
+  bool (*accepts)(std::string_view);
+  const char* expected;
+  // Whoever reads these variables makes do with any text.
+  bool environmentIsFree = false;
 };
 
-bool take(const char* argument) {
-  const auto found = std::find_if(std::begin(options), std::end(options), [&](const auto& each) {
-    return std::string_view(argument).starts_with(each.option);
-  });
-  if (found == std::end(options)) return false;
-  ::setenv(found->variable, argument + found->option.size(), 1);
-  return true;
+constexpr Row rows[] = {
+    {{"chrome", "URL", "The address of the chrome; else the bundled one."},
+     {"CHROME_URL"},
+     isAnything,
+     ""},
+    {{"kiosk", nullptr,
+      "The window has no border and fills the screen, also without a window manager."},
+     {kioskVariable},
+     isSwitch,
+     "true or false"},
+    {{"fullscreen", nullptr, "The window starts in full screen."},
+     {fullscreenVariable},
+     isSwitch,
+     "true or false"},
+    {{"size", "WIDTHxHEIGHT", "The size of the window in pixels; else 1280x800."},
+     {"WIDTH", "HEIGHT"},
+     isSize,
+     "two numbers of pixels, such as 800x480",
+     true},
+    {{"rotation", "WORD", "How the device is held: top_up, left_up or right_up."},
+     {"ROTATION"},
+     isOneOf<rotationWords>,
+     "top_up, left_up or right_up",
+     true},
+    {{"profile", "NAME",
+      "Keeps cookies, storage and caches under this name; else for each chrome its own."},
+     {profileVariable},
+     isProfileName,
+     "64 letters, digits, '.', '-' and '_' at most, and begins with no '.'"},
+    {{"sandbox", "WORD", "What web pages are confined by: on, off or auto."},
+     {Tessel::Platform::sandboxVariable},
+     isOneOf<sandboxWords>,
+     "on, off or auto",
+     true},
+    {{"zoom", "FACTOR", "How much larger the chrome is shown, from 0.25 to 5."},
+     {zoomVariable},
+     isZoom,
+     "a number from 0.25 to 5"},
+    {{"hide-pointer", "SECONDS",
+      "Hides the mouse pointer while it has not moved for so long; 0 hides it always."},
+     {hidePointerVariable},
+     isPause,
+     "a number of seconds up to a day"},
+    {{"watchdog", nullptr,
+      "Tells the service manager that the program has started, and goes on (systemd's notify)."},
+     {watchdogVariable},
+     isSwitch,
+     "true or false"},
+    {{"log-level", "WORD", "What is logged: error, or notice for everything."},
+     {Tessel::Platform::logLevelVariable},
+     isOneOf<levelWords>,
+     "error or notice"},
+};
+
+// Read before all others, and no key of the files.
+constexpr Option configOption{
+    "config", "FILE", "Reads this configuration file in place of the user's and the system's."};
+
+constexpr auto programOptions = [] {
+  std::array<Option, std::size(rows) + 1> options{};
+  for (std::size_t i = 0; i < std::size(rows); ++i) options[i] = rows[i].option;
+  options.back() = configOption;
+  return options;
+}();
+
+const Tessel::Platform::ProgramText& programText() {
+  static const Tessel::Platform::ProgramText text{
+      "pagehost",
+      "[ADDRESS...]",
+      "Shows a chrome, a page of HTML that drives the program, in a window. The addresses are the "
+      "chrome's to open.",
+      programOptions,
+      {{"configuration files",
+        "~/.config/pagehost/pagehost.conf, then /etc/pagehost/pagehost.conf: a line [pagehost], "
+        "and "
+        "below it the names of options without dashes, as in zoom=1.5 or kiosk=true. The "
+        "environment goes before them, and options before that.",
+        {}},
+       {"exit status",
+        "",
+        {{"0", "The window was closed, or the chrome ended the program."},
+         {"1", "The program could not start, or lost its display."},
+         {"2", "An option, a variable or a configuration file is wrong."},
+         {"3", "The process of the chrome has ended ten times within ten minutes."}}}}};
+  return text;
+}
+
+const Row* rowNamed(std::string_view name) {
+  const auto found = std::find_if(std::begin(rows), std::end(rows),
+                                  [&](const Row& row) { return row.option.name == name; });
+  return found == std::end(rows) ? nullptr : found;
+}
+
+void check(const Row& row, std::string_view value, const std::string& place) {
+  if (row.accepts(value)) return;
+  endMisused("pagehost", place + ": \"" + std::string(value) + "\" is not " + row.expected);
+}
+
+void set(const Row& row, std::string_view value) {
+  const std::size_t middle = row.variables[1] ? value.find('x') : value.npos;
+  ::setenv(row.variables[0], std::string(value.substr(0, middle)).c_str(), 1);
+  if (middle != value.npos) {
+    ::setenv(row.variables[1], std::string(value.substr(middle + 1)).c_str(), 1);
+  }
+}
+
+Configuration configurationFrom(const std::string* file) {
+  Configuration configuration;
+  std::string problem;
+  const std::string users = std::string(g_get_user_config_dir()) + "/pagehost/pagehost.conf";
+  const bool isGood = file ? readConfiguration(*file, true, configuration, problem)
+                           : readConfiguration(systemFile, false, configuration, problem) &&
+                                 readConfiguration(users, false, configuration, problem);
+  if (!isGood) endMisused("pagehost", problem);
+  for (const auto& [key, value] : configuration) {
+    const Row* row = rowNamed(key);
+    if (!row) endMisused("pagehost", value.place + ": there is no key \"" + key + "\"");
+    check(*row, value.text, value.place);
+  }
+  return configuration;
+}
+
+bool isInEnvironment(const Row& row) {
+  return std::any_of(row.variables.begin(), row.variables.end(),
+                     [](const char* name) { return name && std::getenv(name); });
 }
 
 }  // namespace
 
 std::vector<char*> takeOptions(int argc, char** argv) {
-  std::vector<char*> others;
-  bool isOver = false;
-  for (int i = 0; i < argc; ++i) {
-    const bool isEnd = i > 0 && !isOver && std::strcmp(argv[i], "--") == 0;
-    if (isEnd) isOver = true;
-    if (isEnd || (i > 0 && !isOver && take(argv[i]))) continue;
-    others.push_back(argv[i]);
+  const auto line = Tessel::Platform::readCommandLine(programText(), argc, argv);
+  const std::string* file = nullptr;
+  std::array<std::optional<std::string>, std::size(rows)> given;
+  for (const auto& [option, value] : line.options) {
+    const Row* row = rowNamed(option->name);
+    if (!row) {
+      file = &value;
+      continue;
+    }
+    const std::string& text = option->value ? value : std::string(onWords[0]);
+    check(*row, text, std::string("--") + option->name);
+    given[static_cast<std::size_t>(row - rows)] = text;
   }
-  others.push_back(nullptr);
-  return others;
+  const Configuration configuration = configurationFrom(file);
+  for (const Row& row : rows) {
+    const auto& option = given[static_cast<std::size_t>(&row - rows)];
+    const auto configured = configuration.find(row.option.name);
+    if (option) {
+      set(row, *option);
+    } else if (isInEnvironment(row)) {
+      if (!row.environmentIsFree) check(row, std::getenv(row.variables[0]), row.variables[0]);
+    } else if (configured != configuration.end()) {
+      set(row, configured->second.text);
+    }
+  }
+  Tessel::Platform::setupApplicationLogging(Tessel::Platform::processName());
+  return line.words;
+}
+
+bool isSwitchedOn(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value && isOneOf<onWords>(value);
 }

@@ -6,6 +6,7 @@
 #include "registry/BindingManager.h"
 #include "src/LauncherServer.h"
 #include "src/PagehostMain.h"
+#include "src/ServerOptions.h"
 #include "webview/commands/CommandTable.h"
 
 #include <fontconfig/fontconfig.h>
@@ -25,5 +26,5 @@ int main(int argc, char** argv) {
   CclBinding::instance();
   FcInit();
   if (isApplication) pagehost_main(argc, argv);
-  launcherServerMain(pagehost_main);
+  launcherServerMain(pagehost_main, takeServerOptions(argc, argv));
 }

@@ -4,6 +4,7 @@
 #include "platform/base/Log.h"
 #include "platform/desktop/LocaleHandler.h"
 #include "platform/hosts/HostNames.h"
+#include "platform/loop/MessageClient.h"
 #include "platform/os/Settings.h"
 #include "platform/os/Vibrator.h"
 #include "registry/BindingManager.h"
@@ -21,6 +22,7 @@ using Tessel::Platform::concat;
 using Tessel::Platform::GuardedPin;
 using Tessel::Platform::LocaleHandler;
 using Tessel::Platform::logAlways;
+using Tessel::Platform::LogError;
 using Tessel::Platform::LogNotice;
 using Tessel::Platform::Settings;
 using Tessel::Platform::Graphics::Sensitivity;
@@ -220,6 +222,18 @@ void WebView::navigationRefused(const String& url) {
   WebViewManager::instance().informChromeOfError(
       concat("WebView: ", String::fromUnsignedInteger(handle_), " does not go to \"", url,
              "\": it has native functions, and the program has not loaded that."));
+}
+
+bool WebView::isAliveSince(std::chrono::steady_clock::duration time) {
+  const auto now = std::chrono::steady_clock::now();
+  if (!askWhetherAlive()) lastAlive_.reset();
+  if (!lastAlive_) lastAlive_ = now;
+  return now - *lastAlive_ < time;
+}
+
+void WebView::gaveUp() {
+  logAlways(LogError, "The chrome's process ends again and again: the program ends.");
+  Tessel::Platform::MainMessageClient::instance()->exit(chromeFailedStatus);
 }
 
 void WebView::handleWebEvent(OrvWebEvent* event) {

@@ -9,6 +9,8 @@
 #include "webview/events/EventForwarding.h"
 
 #include <array>
+#include <chrono>
+#include <optional>
 #include <string>
 
 class WebView : public OrvWebView,
@@ -77,12 +79,20 @@ class WebView : public OrvWebView,
   void printToStderr(const String& text);
   void log(const String& text);
 
+  // Whether the page's process has answered within that time; true also while there is none, which
+  // starts again by itself. Asks it again. Call it once before its answer counts.
+  bool isAliveSince(std::chrono::steady_clock::duration time);
+  // With which the program ends when the chrome's process ends again and again: for a supervisor.
+  static constexpr int chromeFailedStatus = 3;
+
  protected:
   void handleWebEvent(OrvWebEvent* event) override;
 
  private:
   void callNativeFunction(OrvWebJavaScriptCallbackEvent& call);
   void navigationRefused(const String& url) override;
+  void gaveUp() override;
+  void alive() override { lastAlive_ = std::chrono::steady_clock::now(); }
   void post(EventType event, const String& data) override;
   String send(EventType event, const String& data) override;
 
@@ -93,4 +103,6 @@ class WebView : public OrvWebView,
   const String windowGroup_;
   Tessel::Platform::Graphics::Window* fadeWindow_ = nullptr;
   std::array<std::uint8_t, 4> fadeColor_{0, 0, 0, 255};
+  std::optional<std::chrono::steady_clock::time_point>
+      lastAlive_;  // none while there was no process
 };

@@ -35,6 +35,10 @@ constexpr unsigned int mostRepeats = 5;
 // From a server's response to the committed document; only the engine's own work lies between.
 constexpr gint64 longestCommit = G_TIME_SPAN_SECOND;
 
+std::string_view withoutFragment(const String& url) {
+  return url.view().substr(0, url.view().find('#'));
+}
+
 // An address in the form in which the engine will ask for it.
 String asRequested(const String& url) {
   const ObjectPointer<WebKitURIRequest> request(webkit_uri_request_new(url.utf8()));
@@ -108,6 +112,8 @@ void PageLoad::loadContent(const String& content, const String& mimeType, const 
 
 void PageLoad::startLoad(std::function<void()> load) {
   repeats_ = 0;
+  ++retry_;
+  retryUrl_ = String();
   unstartedLoad_ = std::move(load);
   if (parts_ && parts_->hangMonitor.isStuck()) return parts_->hangMonitor.endProcess();
   // The engine drops a load that is requested while it starts to show a failure page.
@@ -268,6 +274,14 @@ void PageLoad::committed() {
 }
 
 bool PageLoad::mayGo(const String& url, bool isKnown) {
+  // The link of the failure page.
+  const bool isRetry = !retryUrl_.isEmpty() && withoutFragment(url) == withoutFragment(retryUrl_);
+  if (isRetry && !showingFailure_ && !failureFollows_) {
+    later(0, [this, retry = retry_] {
+      if (retry == retry_) retryNow();
+    });
+    return false;
+  }
   if (isKnown || !setup_.bound || !setup_.drivesApplication || showingFailure_) return true;
   if (std::exchange(refused_, true)) return false;
   logAlways(LogError, "The page that drives the application does not go to %s.", url.utf8());
@@ -350,10 +364,15 @@ void PageLoad::processEnded(WebKitWebProcessTerminationReason reason) {
             uri ? uri : "a page", why, failureHint_.isEmpty() ? "" : " ", failureHint_.utf8());
   failureFollows_ = showingFailure_ = repeating_ = isOnItsWay_ = false;
   loads_.ended();
+  const String message = concat("The process of this page ", why, ".");
+  if (setup_.drivesApplication) {
+    if (!retries_.processEnded(Retries::Clock::now())) return page_.client()->gaveUp();
+    const String home = loads_.home().isEmpty() ? String(uri) : loads_.home();
+    unstartedLoad_ = [this, home, message] { showFailure(home, message); };
+    return startLater();
+  }
   // A load that was sent to the dying process is lost: repeat it.
   if (const auto load = std::exchange(unstartedLoad_, nullptr)) return load();
-  if (setup_.drivesApplication) return;
-  const String message = concat("The process of this page ", why, ".");
   OrvWebNetworkErrorEvent event;
   event.message = message;
   event.url = String(uri);
@@ -373,8 +392,26 @@ void PageLoad::showFailure(const String& uri, const String& reason) {
   loads_.substitute(uri.isEmpty() ? "about:blank" : uri);
   failureFollows_ = true;
   supplied_ = uri;
-  webkit_web_view_load_alternate_html(view_, failurePage(uri, reason, failureHint_).utf8(),
+  const unsigned int pause = setup_.drivesApplication ? retryLater(uri) : 0;
+  webkit_web_view_load_alternate_html(view_, failurePage(uri, reason, failureHint_, pause).utf8(),
                                       uri.isEmpty() ? "about:blank" : uri.utf8(), nullptr);
+}
+
+// In so many seconds; never for what is no address, and will be none then.
+unsigned int PageLoad::retryLater(const String& url) {
+  if (!g_uri_is_valid(url.utf8(), G_URI_FLAGS_PARSE_RELAXED, nullptr)) return 0;
+  const auto pause = retries_.pauseAfterFailure(Retries::Clock::now());
+  retryUrl_ = asRequested(url);
+  later(static_cast<guint>(pause / std::chrono::milliseconds(1)), [this, retry = ++retry_] {
+    if (retry == retry_) retryNow();
+  });
+  return static_cast<unsigned int>(pause.count());
+}
+
+void PageLoad::retryNow() {
+  const String url = retryUrl_;
+  logAlways(LogNotice, "%s is tried again.", url.utf8());
+  loadUrl(url, true);
 }
 
 // Called inside the failure of the load that waited for the document.

@@ -2,6 +2,7 @@
 // shown, or the failure page; and which documents the program itself has loaded. Main thread.
 #pragma once
 
+#include "engine/Retries.h"
 #include "engine/TrustedLoads.h"
 #include "engine/webkit/base/PageContext.h"
 #include "engine/webkit/network/Resources.h"
@@ -71,6 +72,8 @@ class PageLoad final : public LoadControl {
   void forgetDestination();
   bool repeatLoad(const gchar* uri);
   void redrawAfterLoad();
+  unsigned int retryLater(const String& url);
+  void retryNow();
 
   PageContext& page_;
   const link_protocol::PageSetup& setup_;
@@ -85,8 +88,12 @@ class PageLoad final : public LoadControl {
   unsigned int repeats_ = 0;     // of one load, in a row
   TrustedLoads loads_;
   String shownAddress_;
-  bool isOnItsWay_ = false;              // a load has started and is not committed
-  bool refused_ = false;                 // the load in progress was
-  bool hasWaited_ = false;               // isTrusted() timed out during this load
+  bool isOnItsWay_ = false;  // a load has started and is not committed
+  bool refused_ = false;     // the load in progress was
+  bool hasWaited_ = false;   // isTrusted() timed out during this load
+  // Of the page that drives the application: what is tried again, empty for nothing.
+  String retryUrl_;
+  unsigned int retry_ = 0;  // counts what was to be tried again, and what came in between
+  Retries retries_;
   std::function<void()> unstartedLoad_;  // requested, not yet confirmed by the web process
 };

@@ -177,6 +177,7 @@ String onMayCall(WebKitPage& page, const Details& details) {
 
 String onAlive(WebKitPage& page) {
   if (page.parts()) page.parts()->hangMonitor.alive();
+  if (page.client()) page.client()->alive();
   return {};
 }
 

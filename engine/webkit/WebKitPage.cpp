@@ -436,6 +436,14 @@ String WebKitPage::report(const link_protocol::PageReport& report) {
   return handleReport(*this, report);
 }
 
+// The desktop's window of the application, which is called like the document that drives it; null
+// for every other page.
+GtkWindow* WebKitPage::windowOfApplication() const {
+  if (!connection_->setup().drivesApplication) return nullptr;
+  GtkWidget* const top = gtk_widget_get_toplevel(GTK_WIDGET(view_));
+  return GTK_IS_WINDOW(top) ? GTK_WINDOW(top) : nullptr;
+}
+
 void WebKitPage::onFavicon(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
   const auto self = page->self();
   WebKitFaviconDatabase* database =
@@ -444,13 +452,25 @@ void WebKitPage::onFavicon(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
   gchar* url = location ? webkit_favicon_database_get_favicon_uri(database, location) : nullptr;
   const String address(url);
   g_free(url);
+  if (GtkWindow* window = self->windowOfApplication()) {
+    cairo_surface_t* icon = webkit_web_view_get_favicon(view);
+    GdkPixbuf* pixbuf =
+        icon ? gdk_pixbuf_get_from_surface(icon, 0, 0, cairo_image_surface_get_width(icon),
+                                           cairo_image_surface_get_height(icon))
+             : nullptr;
+    gtk_window_set_icon(window, pixbuf);
+    g_clear_object(&pixbuf);
+  }
   self->client()->update<&PageState::favicon>(
       faviconFrom(webkit_web_view_get_favicon(view), address));
 }
 
 void WebKitPage::onTitle(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
   const auto self = page->self();
-  self->client()->update<&PageState::title>(String(webkit_web_view_get_title(view)));
+  const char* title = webkit_web_view_get_title(view);
+  GtkWindow* const window = self->windowOfApplication();
+  if (window && title && *title) gtk_window_set_title(window, title);
+  self->client()->update<&PageState::title>(String(title));
 }
 
 void WebKitPage::onProgress(WebKitWebView* view, GParamSpec*, WebKitPage* page) {

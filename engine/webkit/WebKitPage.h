@@ -97,6 +97,7 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   PageLoad& loads() { return *load_; }
 
  private:
+  GtkWindow* windowOfApplication() const;
   static void onTitle(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onProgress(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onZoom(WebKitWebView*, GParamSpec*, WebKitPage* self);

@@ -12,6 +12,8 @@
 #include <climits>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 namespace Tessel::Platform {
 
@@ -23,6 +25,7 @@ static_assert(MaximumLine == 4096);
 
 char processName[64] = "pagehost";
 std::atomic<unsigned> droppedLines = 0;
+std::atomic<int> highestLevel = LogNotice;
 
 bool isUtf8Continuation(char byte) {
   return (byte & 0xC0) == 0x80;
@@ -32,6 +35,8 @@ bool isUtf8Continuation(char byte) {
 
 void setupApplicationLogging(const char* name) {
   std::snprintf(processName, sizeof processName, "%s", name ? name : "");
+  const char* level = std::getenv(logLevelVariable);
+  highestLevel = level && std::strcmp(level, "error") == 0 ? LogError : LogNotice;
 }
 
 bool standardErrorTakesALine() {
@@ -42,6 +47,7 @@ bool standardErrorTakesALine() {
 }
 
 void logAlways(int level, const char* format, ...) {
+  if (level > highestLevel) return;
   const int callersErrno = errno;
 
   timespec now{};

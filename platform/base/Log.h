@@ -5,8 +5,11 @@ namespace Tessel::Platform {
 
 enum LogLevel : int { LogError = 0, LogNotice = 1 };
 
-// Names the process in every later line. Call it once at the start of each process, and again in
-// a forked child. The name is copied (at most 63 bytes of it).
+// The variable of the environment that says what is logged: "error" leaves notices out.
+inline constexpr const char* logLevelVariable = "PAGEHOST_LOG_LEVEL";
+
+// Names the process in every later line, and reads the variable. Call it once at the start of each
+// process, and again in a forked child. The name is copied (at most 63 bytes of it).
 void setupApplicationLogging(const char* processName);
 
 // Writes one line: level, process name, pid, monotonic seconds, text. A line is cut at 4 KiB, so

@@ -52,7 +52,8 @@ bool WindowService::closeRequested() {
 }
 
 void WindowService::minimizeWindow() {
-  if (Graphics::WindowSurface* surface = window_.surface()) surface->minimize();
+  if (Graphics::WindowSurface* surface = window_.surface())
+    surface->showAs(Graphics::ShownAs::Minimized);
 }
 
 void WindowService::closeWindow() {

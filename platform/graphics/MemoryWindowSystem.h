@@ -47,13 +47,13 @@ class MemoryWindowSystem::Surface final : public WindowSurface {
   void clear(Color newColor) override { color = newColor; }
   void post(const IntRect& area) override { posts.push_back(area); }
   void requestKeyboardFocus() override { ++focusRequests; }
-  void minimize() override { ++minimizeRequests; }
+  void showAs(ShownAs wanted) override { shownAs = wanted; }
 
   WindowState state;
   std::optional<Color> color;
   std::vector<IntRect> posts;
   int focusRequests = 0;
-  int minimizeRequests = 0;
+  ShownAs shownAs = ShownAs::Normal;  // as was asked for last
 };
 
 }  // namespace Tessel::Platform::Graphics

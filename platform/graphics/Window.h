@@ -16,9 +16,6 @@ namespace Tessel::Platform::Graphics {
 
 enum class WindowType : int { Application = 1, Child = 2 };
 
-// How the desktop shows a top-level window.
-enum class ShownAs : int { Normal, Maximized, Fullscreen, Minimized, Covered };
-
 // Told what the person at the screen does to a top-level window.
 class WindowListener {
  public:

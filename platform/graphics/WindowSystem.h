@@ -14,6 +14,13 @@ namespace Tessel::Platform::Graphics {
 
 class Window;
 
+// How the desktop shows a top-level window.
+enum class ShownAs : int { Normal, Maximized, Fullscreen, Minimized, Covered };
+
+// Whether a top-level window covers its screen and follows it: only where no window manager would
+// place it, or always, without a border.
+enum class ScreenFilling : int { WithoutManager, InAnyCase };
+
 struct Color {
   std::uint8_t red = 0;
   std::uint8_t green = 0;
@@ -54,8 +61,11 @@ class WindowSurface {
   virtual void post(const IntRect& area) = 0;
   // Asks for the keyboard; the window manager may refuse.
   virtual void requestKeyboardFocus() = 0;
-  // Of a top-level window: asks the window manager to take it off the screen.
-  virtual void minimize() {}
+  // Of a top-level window: asks the window manager to show it so. Without one it is as large as
+  // the screen, or as it was before. Nothing can be asked to be covered.
+  virtual void showAs(ShownAs wanted) { static_cast<void>(wanted); }
+  // Of a top-level window, for good: its size is not the program's any more.
+  virtual void fillScreen(ScreenFilling filling) { static_cast<void>(filling); }
 };
 
 class WindowSystem {

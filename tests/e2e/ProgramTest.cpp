@@ -337,7 +337,7 @@ TEST_F(ProgramTest, AChromeThatCannotBeLoadedIsExplainedOnTheScreenAndInTheLog) 
   }
 }
 
-TEST_F(ProgramTest, AChromeWhoseProcessDiesLeavesTheProgramAlive) {
+TEST_F(ProgramTest, AChromeWhoseProcessDiesIsStartedAgain) {
   Program program(environment("idle.html"));
   ASSERT_TRUE(program.waitForLine("idle")) << program.errors();
   // In the sandbox the web processes are not the program's children.
@@ -346,9 +346,24 @@ TEST_F(ProgramTest, AChromeWhoseProcessDiesLeavesTheProgramAlive) {
   for (const pid_t process : web) ASSERT_EQ(::kill(process, SIGKILL), 0);
   EXPECT_TRUE(program.waitForError("The web process of local:///idle.html crashed"))
       << program.errors();
-  // It still listens to its window.
+  EXPECT_TRUE(program.waitForLine("idle")) << "native functions included: " << program.errors();
   ASSERT_TRUE(requestClose("pagehost"));
   EXPECT_EQ(program.status(), 0);
+}
+
+TEST_F(ProgramTest, AChromeWhoseServerComesLateIsWaitedFor) {
+  FileServer server;
+  server.addAnswer("late",
+                   "HTTP/1.1 503 Not yet\r\nConnection: close\r\nContent-Length: 0\r\n\r\n");
+  Environment all = environment("idle.html");
+  all["CHROME_URL"] = server.address() + "page/late";
+  Program program(all, {"--kiosk"});
+  ASSERT_TRUE(program.waitForError("is tried again")) << program.errors();
+  server.add("late", "text/html",
+             "<body style='margin:0;background:#0000ff'><script>orv.callNative("
+             "'webview.printToStdout', 1, 'came\\n')</script>");
+  EXPECT_TRUE(program.waitForLine("came")) << program.errors();
+  EXPECT_TRUE(waitForPixel(0, 0, {0, 0, 255})) << "the window begins at the screen's corner";
 }
 
 }  // namespace

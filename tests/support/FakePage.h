@@ -98,6 +98,7 @@ class FakePage final : public Page {
   void runMenuItem(OrvWebContextMenuItem) override {}
   void inspectorMessage(const String&, bool) override {}
   void setDrivesApplication(const String&) override {}
+  bool askWhetherAlive() override { return false; }
   void runScript(const String&, bool, const String&) override {}
   void findString(const String&, const FindOptions&) override {}
   void answerOrigin(PagePermission, const String&, bool) override {}

@@ -27,11 +27,13 @@ int ignoreError(Display*, XErrorEvent*) {
   return 0;
 }
 
-Window findWindow(Window parent, std::string_view title) {
-  char* name = nullptr;
-  if (XFetchName(display(), parent, &name) && name) {
-    const bool found = std::string_view(name).substr(0, title.size()) == title;
-    XFree(name);
+// By its class: the title is that of the document.
+Window findWindow(Window parent, std::string_view program) {
+  XClassHint hint{};
+  if (XGetClassHint(display(), parent, &hint)) {
+    const bool found = hint.res_name && hint.res_name == program;
+    XFree(hint.res_name);
+    XFree(hint.res_class);
     // The toolkit has a window of that name that is never shown.
     XWindowAttributes attributes{};
     if (found && XGetWindowAttributes(display(), parent, &attributes) &&
@@ -45,7 +47,7 @@ Window findWindow(Window parent, std::string_view title) {
   unsigned int count = 0;
   if (!XQueryTree(display(), parent, &root, &above, &children, &count)) return 0;
   Window found = 0;
-  for (unsigned int i = 0; i < count && !found; ++i) found = findWindow(children[i], title);
+  for (unsigned int i = 0; i < count && !found; ++i) found = findWindow(children[i], program);
   if (children) XFree(children);
   return found;
 }
@@ -131,8 +133,8 @@ void perform(const std::string& command) {
   if (what == "keyboard") giveKeyboardTo(topLevelWindow(name.c_str()));
 }
 
-bool requestClose(const char* title) {
-  const Window window = topLevelWindow(title);
+bool requestClose(const char* program) {
+  const Window window = topLevelWindow(program);
   if (!window) return false;
   XEvent event{};
   event.xclient.type = ClientMessage;
@@ -146,9 +148,9 @@ bool requestClose(const char* title) {
   return true;
 }
 
-unsigned long topLevelWindow(const char* title) {
+unsigned long topLevelWindow(const char* program) {
   XSetErrorHandler(ignoreError);
-  return findWindow(DefaultRootWindow(display()), title);
+  return findWindow(DefaultRootWindow(display()), program);
 }
 
 void showTopLevel(unsigned long window, bool shown) {

@@ -19,14 +19,14 @@ void movePointer(int x, int y);
 void pressButton(unsigned int number, bool down);
 void pressKey(const char* name, bool down);
 // One of these by its name: "press KEY", "release KEY", "key KEY" for both, "move X Y", "click X
-// Y", "button NUMBER" for a press and a release, "keyboard TITLE" to give a window the keyboard.
+// Y", "button NUMBER" for a press and a release, "keyboard PROGRAM" to give a window the keyboard.
 void perform(const std::string& command);
-// Asks the top-level window of that title prefix to close, as a window manager does; false when
+// Asks the top-level window of that program to close, as a window manager does; false when
 // there is none.
-bool requestClose(const char* title);
+bool requestClose(const char* program);
 
-// The number of the top-level window of that title prefix, 0 when there is none on the screen.
-unsigned long topLevelWindow(const char* title);
+// The number of the top-level window of that program, 0 when there is none on the screen.
+unsigned long topLevelWindow(const char* program);
 // What a window manager does to a window: takes it off the screen or brings it back, and gives it
 // the keyboard.
 void showTopLevel(unsigned long window, bool shown);

@@ -1,8 +1,7 @@
-// What pagehost-ctl says about itself. Any thread: texts from the table.
+// What pagehost-ctl says about itself. Main thread.
 #pragma once
 
-#include <string>
+#include "platform/options/CommandLine.h"
 
-std::string helpText();
-// The manual page, for man(1).
-std::string manualPage();
+// With the notifications, from the program's table.
+const Tessel::Platform::ProgramText& controlText();

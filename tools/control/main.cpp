@@ -1,16 +1,18 @@
 // pagehost-ctl: raises notifications in a running program. Main thread.
 #include "platform/desktop/NavigatorJson.h"
 #include "platform/desktop/Notifications.h"
+#include "platform/options/CommandLine.h"
 #include "tools/control/Client.h"
 #include "tools/control/Manual.h"
 
 #include <charconv>
 #include <cstdio>
+#include <string_view>
 
 namespace {
 
 constexpr int failed = 1;
-constexpr int misused = 2;
+constexpr int misused = Tessel::Platform::misusedStatus;
 constexpr int patienceMilliseconds = 10000;
 
 int complain(int status, const std::string& problem) {
@@ -82,19 +84,22 @@ bool readPid(const std::string& text, int& pid) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<std::string> words(argv + 1, argv + argc);
+  const auto line = Tessel::Platform::readCommandLine(controlText(), argc, argv);
+  const std::vector<std::string> words(line.words.begin() + 1, line.words.end() - 1);
   int pid = 0;
-  if (words.size() > 1 && words.front() == "--pid") {
-    if (!readPid(words[1], pid)) return complain(misused, words[1] + " is no process");
-    words.erase(words.begin(), words.begin() + 2);
+  bool watches = false;
+  bool lists = false;
+  for (const auto& [option, value] : line.options) {
+    const std::string_view name = option->name;
+    watches |= name == "watch";
+    lists |= name == "list";
+    if (name == "pid" && !readPid(value, pid)) return complain(misused, value + " is no process");
   }
+  if ((watches || lists) && !words.empty()) {
+    return complain(misused, "--watch and --list take no words");
+  }
+  if (lists) return print(listText(Client::programs())), 0;
+  if (watches) return talk(pid, {"watch"});
   if (words.empty()) return complain(misused, "There is nothing to do");
-  const std::string& first = words.front();
-  if (!first.starts_with("-")) return raise(pid, words);
-  if (words.size() > 1) return complain(misused, first + " stands alone");
-  if (first == "--watch") return talk(pid, {"watch"});
-  if (first == "--help") return print(helpText()), 0;
-  if (first == "--man") return print(manualPage()), 0;
-  if (first == "--list") return print(listText(Client::programs())), 0;
-  return complain(misused, "There is no option " + first);
+  return raise(pid, words);
 }

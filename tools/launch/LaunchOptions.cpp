@@ -1,7 +1,8 @@
 // The command line of pagehost-launch.
 #include "tools/launch/LaunchOptions.h"
 
-#include <getopt.h>
+#include "platform/options/CommandLine.h"
+
 #include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -14,32 +15,27 @@
 #include <cstdlib>
 #include <string_view>
 
-const char* const usage = R"(Usage: pagehost-launch [OPTION...] -- NAME [ARGUMENT...]
-
-Asks the launcher server for an application process, and prints its process id. The
-process is shown as NAME and gets the arguments.
-
-  --uid USER         run as this user, a name or a number; your own unless you are root
-  --gid GROUP        with this group; else the user's own
-  --groups LIST      with these supplementary groups, with commas between; else the
-                     user's own
-  --env NAME=VALUE   with this variable; NAME alone takes the value from here. Again for more.
-                     HOME, USER, LOGNAME and XDG_RUNTIME_DIR of the user are set, and DISPLAY,
-                     XAUTHORITY, LANG and TZ from here
-  --cwd FOLDER       in this working directory; else in the server's
-  --priority N       with this priority; 10 is normal, more is more urgent
-  --console MODE     where its output goes: console (the server's), file (logs/log in the
-                     working directory), slog2 (the user's log files); else nowhere
-  --wait             stay until it has ended, and end with its status
-  --help             this text
-
-The server is found at /dev/webkit, below the folder TESSEL_RESMGR_ROOT if that is set.
-The status is 0, 1 when the process could not be had, and 2 when the call makes no sense. With
---wait it is that of the process, 128 and the number of the signal that ended it, or 1 when the
-server does not know it.
-)";
+using Tessel::Platform::Option;
+using Tessel::Platform::ProgramText;
 
 namespace {
+
+constexpr Option options[] = {
+    {"uid", "USER", "Runs it as this user, a name or a number; your own unless you are root."},
+    {"gid", "GROUP", "With this group; else the first of the user."},
+    {"groups", "LIST",
+     "With these supplementary groups, with commas between; else those of the user."},
+    {"env", "NAME=VALUE",
+     "With this variable; NAME alone takes the value from here. Again for more. HOME, USER, "
+     "LOGNAME "
+     "and XDG_RUNTIME_DIR of the user are set, and DISPLAY, XAUTHORITY, LANG and TZ from here."},
+    {"cwd", "FOLDER", "In this working directory; else in the server's."},
+    {"priority", "N", "With this priority; 10 is normal, more is more urgent."},
+    {"console", "MODE",
+     "Where its output goes: console (the server's), file (logs/log in the working directory), "
+     "slog2 (the user's log files); else nowhere."},
+    {"wait", nullptr, "Stays until it has ended, and ends with its status."},
+};
 
 constexpr std::array consoleModes{"console", "file", "slog2"};
 constexpr std::array passedOn{"DISPLAY", "XAUTHORITY", "LANG", "TZ", "CHROME_URL"};
@@ -151,68 +147,66 @@ void setDefaults(LaunchOptions& options) {
 }
 
 // What one option says.
-bool take(int option, const std::string& value, Given& given, LaunchOptions& options,
+bool take(std::string_view option, const std::string& value, Given& given, LaunchOptions& options,
           std::string& problem) {
-  switch (option) {
-    case 'u':
-      given.user = value;
-      return true;
-    case 'g':
-      given.group = value;
-      return true;
-    case 'G':
-      given.groups = value;
-      return true;
-    case 'e':
-      setVariable(value, options);
-      return true;
-    case 'd':
-      options.directory = value;
-      return true;
-    case 'p':
-      if (readNumber(value, options.priority) && options.priority > 0) return true;
-      problem = "A priority is a number from 1 up, not \"" + value + "\".";
-      return false;
-    case 'c':
-      if (std::find(consoleModes.begin(), consoleModes.end(), value) != consoleModes.end()) {
-        options.environment["CONSOLE_MODE"] = value;
-        return true;
-      }
+  if (option == "uid") given.user = value;
+  if (option == "gid") given.group = value;
+  if (option == "groups") given.groups = value;
+  if (option == "env") setVariable(value, options);
+  if (option == "cwd") options.directory = value;
+  if (option == "wait") options.wait = true;
+  if (option == "priority") {
+    if (readNumber(value, options.priority) && options.priority > 0) return true;
+    problem = "A priority is a number from 1 up, not \"" + value + "\".";
+    return false;
+  }
+  if (option == "console") {
+    if (std::find(consoleModes.begin(), consoleModes.end(), value) == consoleModes.end()) {
       problem = "There is no console mode \"" + value + "\": it is console, file or slog2.";
       return false;
-    case 'w':
-      options.wait = true;
-      return true;
-    case 'h':
-      options.help = true;
-      return true;
-    default:
-      problem = "An option is unknown or lacks its value.";
-      return false;
+    }
+    options.environment["CONSOLE_MODE"] = value;
   }
+  return true;
+}
+
+const ProgramText& launchText() {
+  static const ProgramText text{
+      "pagehost-launch",
+      "-- NAME [ARGUMENT...]",
+      "Asks the launcher server for an application process, and prints its process id. The process "
+      "is shown as NAME, and its page gets NAME and the arguments.",
+      options,
+      {{"files",
+        "",
+        {{"/dev/webkit",
+          "The server, below the folder TESSEL_RESMGR_ROOT if that is set. It takes requests from "
+          "root and from its own user only."}}},
+       {"exit status",
+        "",
+        {{"0", "The application was started."},
+         {"1", "The process could not be had."},
+         {"2", "The call makes no sense."},
+         {"with --wait",
+          "That of the process, 128 and the number of the signal that ended it, or 1 when the "
+          "server does not know it."}}},
+       {"examples",
+        "pagehost-launch --uid alice -- clock\n"
+        "pagehost-launch --env CHROME_URL=https://example.org/ --wait -- board",
+        {}}},
+      true};
+  return text;
 }
 
 }  // namespace
 
 bool readOptions(int argc, char** argv, LaunchOptions& options, std::string& problem) {
-  constexpr std::array<option, 10> known{{{"uid", required_argument, nullptr, 'u'},
-                                          {"gid", required_argument, nullptr, 'g'},
-                                          {"groups", required_argument, nullptr, 'G'},
-                                          {"env", required_argument, nullptr, 'e'},
-                                          {"cwd", required_argument, nullptr, 'd'},
-                                          {"priority", required_argument, nullptr, 'p'},
-                                          {"console", required_argument, nullptr, 'c'},
-                                          {"wait", no_argument, nullptr, 'w'},
-                                          {"help", no_argument, nullptr, 'h'},
-                                          {}}};
+  const auto line = Tessel::Platform::readCommandLine(launchText(), argc, argv);
   Given given;
-  ::opterr = 0;
-  // The first word that is no option is the name: what follows is the application's.
-  for (int option = 0; (option = ::getopt_long(argc, argv, "+", known.data(), nullptr)) != -1;) {
-    if (!take(option, ::optarg ? ::optarg : "", given, options, problem)) return false;
+  for (const auto& [option, value] : line.options) {
+    if (!take(option->name, value, given, options, problem)) return false;
   }
-  if (options.help) return true;
-  options.arguments.assign(argv + ::optind, argv + argc);
+  options.arguments.assign(line.words.begin() + 1, line.words.end() - 1);
   if (options.arguments.empty()) {
     problem = "What is the application to be called? A name is missing.";
     return false;

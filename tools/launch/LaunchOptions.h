@@ -16,14 +16,12 @@ struct LaunchOptions {
   std::optional<std::string> directory;
   int priority = 0;
   bool wait = false;
-  bool help = false;
   std::vector<std::string> arguments;  // the first is the program's name
 };
 
-extern const char* const usage;
-
 // Reads the command line, and what it leaves open from the user's record and from the environment.
-// False, with the problem in words, when it makes no sense.
+// False, with the problem in words, when it makes no sense. Ends the process for what every program
+// ends for.
 bool readOptions(int argc, char** argv, LaunchOptions& options, std::string& problem);
 
 // The request as it is sent; empty, with the problem in words, when it is more than one takes.

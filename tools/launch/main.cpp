@@ -1,4 +1,5 @@
 // pagehost-launch: asks the launcher server for an application. Main thread.
+#include "platform/options/CommandLine.h"
 #include "platform/os/DeviceClient.h"
 #include "platform/os/DeviceProtocol.h"
 #include "src/LauncherRequest.h"
@@ -20,8 +21,6 @@
 namespace {
 
 using Tessel::Platform::UniqueFd;
-
-constexpr int makesNoSense = 2;
 
 int fail(int status, const std::string& problem) {
   std::fprintf(stderr, "pagehost-launch: %s\n", problem.c_str());
@@ -89,14 +88,10 @@ int main(int argc, char** argv) {
   LaunchOptions options;
   std::string problem;
   if (!readOptions(argc, argv, options, problem)) {
-    return fail(makesNoSense, problem + " See pagehost-launch --help.");
-  }
-  if (options.help) {
-    std::fputs(usage, stdout);
-    return EXIT_SUCCESS;
+    Tessel::Platform::endMisused("pagehost-launch", problem);
   }
   const std::vector<char> request = requestOf(options, problem);
-  if (request.empty()) return fail(makesNoSense, problem);
+  if (request.empty()) return fail(Tessel::Platform::misusedStatus, problem);
 
   const UniqueFd device = Tessel::Platform::openDevice(launcherPath, O_RDWR);
   if (!device) return fail(EXIT_FAILURE, whyNot(errno));

@@ -3,7 +3,9 @@
 
 #include "platform/base/String.h"
 
-// HTML; the parts are plain text, the hint may be empty.
+// HTML; the parts are plain text, the hint may be empty. With a number of seconds it says when the
+// address is tried again, and has a link there.
 Tessel::Platform::String failurePage(const Tessel::Platform::String& url,
                                      const Tessel::Platform::String& reason,
-                                     const Tessel::Platform::String& hint);
+                                     const Tessel::Platform::String& hint,
+                                     unsigned int retrySeconds = 0);

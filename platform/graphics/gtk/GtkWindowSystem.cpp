@@ -2,12 +2,15 @@
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 
 #include "platform/graphics/Window.h"
+#include "platform/graphics/gtk/ScreenFit.h"
 #include "platform/graphics/gtk/ScreenInput.h"
 #include "platform/graphics/gtk/StackContainer.h"
 #include "platform/graphics/gtk/ToolkitEnds.h"
 #include "platform/graphics/gtk/WidgetHost.h"
 
 #include <gtk/gtk.h>
+
+#include <optional>
 
 namespace Tessel::Platform::Graphics {
 
@@ -58,6 +61,7 @@ class TopLevelSurface final : public WindowSurface {
     g_signal_connect(window_, "notify::is-active", G_CALLBACK(onActive), this);
     gtk_container_add(GTK_CONTAINER(window_), stack_);
     gtk_widget_show(stack_);
+    fit_.emplace(GTK_WINDOW(window_), [this] { tellShownAs(); });
     input_->watch(window_);
     // An application has one; of several, the first counts.
     if (!clock_->followed()) clock_->follow(window_);
@@ -66,6 +70,7 @@ class TopLevelSurface final : public WindowSurface {
   ~TopLevelSurface() override {
     if (clock_->followed() == window_) clock_->follow(nullptr);
     input_->unwatch(window_);
+    fit_.reset();
     g_signal_handlers_disconnect_by_data(window_, this);
     gtk_widget_destroy(window_);
   }
@@ -77,7 +82,7 @@ class TopLevelSurface final : public WindowSurface {
     const IntSize size{state.rect.width, state.rect.height};
     if (size != requested_ && size.width > 0 && size.height > 0) {
       requested_ = size;
-      gtk_window_resize(GTK_WINDOW(window_), size.width, size.height);
+      if (!fit_->coversScreen()) gtk_window_resize(GTK_WINDOW(window_), size.width, size.height);
     }
     gtk_widget_set_opacity(window_, state.globalAlpha / 255.0);
     gtk_widget_set_visible(window_, state.visible);
@@ -95,7 +100,8 @@ class TopLevelSurface final : public WindowSurface {
     gtk_widget_queue_draw_area(window_, area.x, area.y, area.width, area.height);
   }
   void requestKeyboardFocus() override { gtk_window_present(GTK_WINDOW(window_)); }
-  void minimize() override { gtk_window_iconify(GTK_WINDOW(window_)); }
+  void showAs(ShownAs wanted) override { fit_->showAs(wanted); }
+  void fillScreen(ScreenFilling filling) override { fit_->fillScreen(filling); }
 
  private:
   static gboolean onDraw(GtkWidget*, cairo_t* cairo, gpointer self) {
@@ -139,6 +145,7 @@ class TopLevelSurface final : public WindowSurface {
   ShownAs shownAs() const {
     if ((state_ & GDK_WINDOW_STATE_ICONIFIED) != 0) return ShownAs::Minimized;
     if (covered_) return ShownAs::Covered;
+    if (fit_->coversScreen()) return fit_->covering();
     if ((state_ & GDK_WINDOW_STATE_FULLSCREEN) != 0) return ShownAs::Fullscreen;
     return (state_ & GDK_WINDOW_STATE_MAXIMIZED) != 0 ? ShownAs::Maximized : ShownAs::Normal;
   }
@@ -158,6 +165,7 @@ class TopLevelSurface final : public WindowSurface {
   std::shared_ptr<ScreenInput> input_;
   GtkWidget* window_;
   GtkWidget* stack_;
+  std::optional<ScreenFit> fit_;  // as long as the window
   IntSize requested_;
   IntSize allocated_;
   int state_ = GDK_WINDOW_STATE_WITHDRAWN;

@@ -1,0 +1,96 @@
+// How a top-level window is shown, with and without a window manager.
+#include "platform/graphics/gtk/ScreenFit.h"
+
+#include <gdk/gdkx.h>
+#include <gtk/gtk.h>
+
+#include <utility>
+
+namespace Tessel::Platform::Graphics {
+
+namespace {
+
+GdkScreen* screenOf(GtkWindow* window) {
+  return gtk_window_get_screen(window);
+}
+
+bool hasManager(GtkWindow* window) {
+  return gdk_x11_screen_supports_net_wm_hint(
+             screenOf(window), gdk_atom_intern_static_string("_NET_WM_STATE_FULLSCREEN")) != FALSE;
+}
+
+}  // namespace
+
+ScreenFit::ScreenFit(GtkWindow* window, std::function<void()> changed)
+    : window_(window), changed_(std::move(changed)) {
+  for (const char* signal : {"size-changed", "monitors-changed", "window-manager-changed"}) {
+    g_signal_connect_swapped(screenOf(window), signal, G_CALLBACK(onScreenChanged), this);
+  }
+}
+
+ScreenFit::~ScreenFit() {
+  g_signal_handlers_disconnect_by_data(screenOf(window_), this);
+}
+
+void ScreenFit::showAs(ShownAs wanted) {
+  if (wanted == ShownAs::Minimized) return gtk_window_iconify(window_);
+  if (wanted == ShownAs::Covered || fills_) return;
+  if (!hasManager(window_)) return wanted == ShownAs::Normal ? uncover() : cover(wanted);
+  if (wanted != ShownAs::Fullscreen) gtk_window_unfullscreen(window_);
+  if (wanted != ShownAs::Maximized) gtk_window_unmaximize(window_);
+  gtk_window_deiconify(window_);
+  if (wanted == ShownAs::Fullscreen) gtk_window_fullscreen(window_);
+  if (wanted == ShownAs::Maximized) gtk_window_maximize(window_);
+}
+
+void ScreenFit::fillScreen(ScreenFilling filling) {
+  if (!hasManager(window_)) {
+    cover(ShownAs::Fullscreen);
+  } else if (filling == ScreenFilling::InAnyCase) {
+    gtk_window_fullscreen(window_);
+  }
+  if (filling != ScreenFilling::InAnyCase) return;
+  gtk_window_set_decorated(window_, FALSE);
+  fills_ = true;
+}
+
+// A window manager that comes takes over, and one that goes leaves the window as it is.
+void ScreenFit::onScreenChanged(ScreenFit* self) {
+  if (hasManager(self->window_)) {
+    self->covering_ = ShownAs::Normal;
+    if (self->fills_) gtk_window_fullscreen(self->window_);
+  } else if (self->fills_) {
+    self->cover(ShownAs::Fullscreen);
+  } else if (self->coversScreen()) {
+    self->fit();
+  }
+}
+
+void ScreenFit::cover(ShownAs as) {
+  if (!coversScreen()) gtk_window_get_size(window_, &width_, &height_);
+  covering_ = as;
+  fit();
+  changed_();
+}
+
+void ScreenFit::uncover() {
+  if (!coversScreen()) return;
+  covering_ = ShownAs::Normal;
+  gtk_window_resize(window_, width_, height_);
+  changed_();
+}
+
+void ScreenFit::fit() {
+  GdkDisplay* const display = gtk_widget_get_display(GTK_WIDGET(window_));
+  GdkWindow* const shown = gtk_widget_get_window(GTK_WIDGET(window_));
+  GdkMonitor* monitor = shown ? gdk_display_get_monitor_at_window(display, shown) : nullptr;
+  if (!monitor) monitor = gdk_display_get_primary_monitor(display);
+  if (!monitor) monitor = gdk_display_get_monitor(display, 0);
+  if (!monitor) return;
+  GdkRectangle area;
+  gdk_monitor_get_geometry(monitor, &area);
+  gtk_window_move(window_, area.x, area.y);
+  gtk_window_resize(window_, area.width, area.height);
+}
+
+}  // namespace Tessel::Platform::Graphics

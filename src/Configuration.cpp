@@ -1,0 +1,87 @@
+// The configuration files, read by GLib, which knows no lines: those are looked up again.
+#include "src/Configuration.h"
+
+#include <glib.h>
+
+#include <functional>
+#include <memory>
+#include <string_view>
+
+namespace {
+
+constexpr const char* groupName = "pagehost";
+
+using Text = std::unique_ptr<gchar, decltype(&g_free)>;
+
+std::string_view trimmed(std::string_view text) {
+  constexpr const char* blanks = " \t\r";
+  const auto first = text.find_first_not_of(blanks);
+  return first == text.npos ? "" : text.substr(first, text.find_last_not_of(blanks) + 1 - first);
+}
+
+// The number of the last line that is like that, from 1; 0 for none.
+int lineOf(std::string_view text, const std::function<bool(std::string_view)>& isWanted) {
+  int found = 0;
+  for (int line = 1; !text.empty(); ++line) {
+    const auto end = std::min(text.find('\n'), text.size());
+    if (isWanted(trimmed(text.substr(0, end)))) found = line;
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return found;
+}
+
+bool isNothingOfAKeyFile(std::string_view line) {
+  return !line.empty() && line[0] != '#' && line[0] != '[' && line.find('=') == line.npos;
+}
+
+std::string placeIn(const std::string& path, int line) {
+  return line == 0 ? path : path + ":" + std::to_string(line);
+}
+
+void add(GKeyFile* file, const std::string& path, std::string_view content,
+         Configuration& configuration) {
+  gchar** const keys = g_key_file_get_keys(file, groupName, nullptr, nullptr);
+  for (gchar** key = keys; key && *key; ++key) {
+    const Text value(g_key_file_get_string(file, groupName, *key, nullptr), g_free);
+    const int line = lineOf(content, [&](std::string_view each) {
+      return trimmed(each.substr(0, each.find('='))) == *key && each.find('=') != each.npos;
+    });
+    configuration[*key] = {value ? value.get() : "", placeIn(path, line)};
+  }
+  g_strfreev(keys);
+}
+
+}  // namespace
+
+bool readConfiguration(const std::string& path, bool mustExist, Configuration& configuration,
+                       std::string& problem) {
+  gchar* bytes = nullptr;
+  gsize size = 0;
+  GError* error = nullptr;
+  if (!g_file_get_contents(path.c_str(), &bytes, &size, &error)) {
+    const bool isMissing = g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT);
+    problem = error->message;
+    g_error_free(error);
+    return isMissing && !mustExist;
+  }
+  const Text owned(bytes, g_free);
+  const std::string_view content(bytes, size);
+  const std::unique_ptr<GKeyFile, decltype(&g_key_file_unref)> file(g_key_file_new(),
+                                                                    g_key_file_unref);
+  if (!g_key_file_load_from_data(file.get(), bytes, size, G_KEY_FILE_NONE, &error)) {
+    problem = placeIn(path, lineOf(content, isNothingOfAKeyFile)) + ": " + error->message;
+    g_error_free(error);
+    return false;
+  }
+  gchar** const groups = g_key_file_get_groups(file.get(), nullptr);
+  for (gchar** group = groups; *group; ++group) {
+    if (std::string_view(*group) == groupName) continue;
+    const std::string heading = std::string("[") + *group + "]";
+    const int line = lineOf(content, [&](std::string_view each) { return each == heading; });
+    problem = placeIn(path, line) + ": the only group is [" + groupName + "]";
+  }
+  g_strfreev(groups);
+  if (!problem.empty()) return false;
+  add(file.get(), path, content, configuration);
+  return true;
+}

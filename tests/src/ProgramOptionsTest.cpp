@@ -1,0 +1,83 @@
+// What the program is started with, and which of several sources counts.
+#include "src/ProgramOptions.h"
+#include "tests/support/OwnProcess.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+using test_support::inOwnProcess;
+
+class ProgramOptionsTest : public testing::Test {
+ protected:
+  ProgramOptionsTest() { std::filesystem::create_directories(folder_.path() / "pagehost"); }
+
+  // In a process of its own: the options change its environment, and may end it.
+  std::string taken(std::vector<std::string> arguments) const {
+    ::setenv("XDG_CONFIG_HOME", folder_.path().c_str(), 1);
+    arguments.insert(arguments.begin(), "pagehost");
+    std::vector<char*> texts;
+    for (std::string& each : arguments) texts.push_back(each.data());
+    std::string words;
+    for (const char* word : takeOptions(static_cast<int>(texts.size()), texts.data())) {
+      if (word) words += std::string(word) + " ";
+    }
+    return words;
+  }
+  void configure(const std::string& text) const { folder_.write("pagehost/pagehost.conf", text); }
+  void refuses(const std::vector<std::string>& arguments, const std::string& problem) const {
+    EXPECT_EXIT(taken(arguments), testing::ExitedWithCode(2), problem);
+  }
+
+  const test_support::TemporaryFolder folder_;
+};
+
+std::string variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value ? value : "none";
+}
+
+TEST_F(ProgramOptionsTest, OptionsGoBeforeTheEnvironmentAndThatBeforeFiles) {
+  configure("[pagehost]\n# a panel\nsize=800x480\nchrome=file:///a\nzoom=2\nkiosk=true\n");
+  inOwnProcess([&] {
+    for (const char* name : {"WIDTH", "HEIGHT", "PAGEHOST_ZOOM"}) ::unsetenv(name);
+    ::setenv("CHROME_URL", "file:///b", 1);
+    ::setenv("PAGEHOST_KIOSK", "0", 1);
+    EXPECT_EQ(taken({"a", "--zoom=1.5", "b", "--", "--zoom"}), "pagehost a b --zoom ");
+    EXPECT_EQ(variable("WIDTH") + "x" + variable("HEIGHT"), "800x480");
+    EXPECT_EQ(variable("CHROME_URL"), "file:///b");
+    EXPECT_EQ(variable("PAGEHOST_ZOOM"), "1.5");
+    EXPECT_FALSE(isSwitchedOn(kioskVariable)) << "the environment has switched it off";
+    taken({"--kiosk", "--chrome", ""});
+    EXPECT_TRUE(isSwitchedOn(kioskVariable));
+    EXPECT_EQ(variable("CHROME_URL"), "");
+    // Another file takes the place of the user's.
+    ::unsetenv("CHROME_URL");
+    folder_.write("other.conf", "[pagehost]\nprofile=shop\n");
+    taken({"--config", (folder_.path() / "other.conf").string()});
+    EXPECT_EQ(variable("PAGEHOST_PROFILE") + variable("CHROME_URL"), "shopnone");
+  });
+}
+
+TEST_F(ProgramOptionsTest, MistakesEndTheStartAndSayWhere) {
+  refuses({"--kiosc"}, "kiosc");
+  refuses({"--zoom"}, "zoom");
+  refuses({"--size=800"}, "--size: \"800\" is not two numbers");
+  refuses({"--profile=../x"}, "--profile");
+  refuses({"--config=/nowhere"}, "/nowhere");
+  for (const auto& [text, problem] :
+       {std::pair("[pagehost]\n\nkiosc=true\n", "conf:3: there is no"),
+        {"[pagehost]\nzoom=9\n", "conf:2: \"9\" is not a number"},
+        {"[pagehost]\nzoom=1\nzoom 2\n", "conf:3: "},
+        {"[pagehost]\n[other]\n", "conf:2: the only group"}}) {
+    configure(text);
+    refuses({}, problem);
+  }
+}
+
+}  // namespace
