@@ -6,7 +6,6 @@
 #include <webkit2/webkit2.h>
 
 #include <algorithm>
-#include <memory>
 
 namespace {
 

@@ -4,6 +4,7 @@
 #include "tests/support/Waiting.h"
 
 #include <gtest/gtest.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 
 #include <filesystem>
@@ -32,16 +33,17 @@ std::vector<sockaddr_in> hiddenListeners(pid_t pid) {
   std::vector<sockaddr_in> found;
   std::ifstream table("/proc/net/tcp");
   for (std::string line; std::getline(table, line);) {
-    std::istringstream fields(line);
-    std::string number, local, remote, state, queues, timer, retransmits, uid, timeout, inode;
-    fields >> number >> local >> remote >> state >> queues >> timer >> retransmits >> uid >>
-        timeout >> inode;
-    if (state != "0A" || !inodes.contains(inode)) continue;
     sockaddr_in address{};
     address.sin_family = AF_INET;
-    address.sin_addr.s_addr = static_cast<in_addr_t>(std::stoul(local.substr(0, 8), nullptr, 16));
-    address.sin_port = htons(static_cast<std::uint16_t>(std::stoul(local.substr(9), nullptr, 16)));
-    if (address.sin_addr.s_addr != htonl(INADDR_LOOPBACK)) found.push_back(address);
+    unsigned int port = 0;
+    unsigned int state = 0;
+    char inode[24] = {};
+    // Between the state and the inode: queues, timer, retransmits, user and timeout.
+    std::sscanf(line.c_str(), "%*s %x:%x %*s %x %*s %*s %*s %*s %*s %23s", &address.sin_addr.s_addr,
+                &port, &state, inode);
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    const bool isHidden = address.sin_addr.s_addr != htonl(INADDR_LOOPBACK);
+    if (state == TCP_LISTEN && isHidden && inodes.contains(inode)) found.push_back(address);
   }
   return found;
 }

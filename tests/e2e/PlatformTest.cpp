@@ -114,6 +114,27 @@ TEST_F(PlatformTest, OtherFontsAreNoticed) {
   }
 }
 
+TEST_F(PlatformTest, ObjectsAreSharedWithWhoeverEditsTheirFiles) {
+  const std::string file = "data/pagehost/pps/dir/status";
+  temporary_.write(file, "level:n:1\n");
+  // What it hears it answers with the same, which is news only once.
+  Program program(
+      environment(R"([{"call":["pps.open",2,"/dir/status",0,2,0]},{"after":"onEvent",)"
+                  R"("call":["pps.write",2,"{\"level\":3,\"name\":null,\"on\":true}"]}])"));
+  ASSERT_TRUE(program.waitForLine(
+      R"(pps.open returns "{\"result\":true,\"data\":{\"status\":{\"level\":1}}}")"))
+      << program.errors();
+  const auto hears = [&](const std::string& value) {
+    return program.waitForLine(R"(pps.onEvent [2,"NewData","{\"status\":{)" + value + R"(}}"])");
+  };
+  ASSERT_TRUE(hears(R"(\"level\":3,\"on\":true)")) << program.errors();
+  EXPECT_EQ(temporary_.read(file), "@status\nlevel:n:3\non:b:true\n");
+  temporary_.write("edited", "level:n:2\nname::outside\n");
+  std::filesystem::rename(folder_ / "edited", folder_ / file);
+  EXPECT_TRUE(hears(R"(\"level\":2,\"name\":\"outside\")")) << program.errors();
+  EXPECT_TRUE(hears(R"(\"level\":3,\"on\":true)")) << program.errors();
+}
+
 TEST_F(PlatformTest, AnAddressIsOpenedWithTheApplicationThatIsRegisteredForIt) {
   const std::string seen = (folder_ / "seen").string();
   const std::string script = (folder_ / "opener").string();

@@ -1,9 +1,8 @@
 // What a web process that was taken over, or another process of the user, tries: each attack fails,
 // and the pages go on.
-#include "platform/sockets/LocalSocket.h"
+#include "tests/support/LocalSocket.h"
 #include "tests/support/Processes.h"
-#include "tests/support/Program.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/SuiteTest.h"
 
 #include <gtest/gtest.h>
 #include <linux/filter.h>
@@ -12,11 +11,9 @@
 #include <sched.h>
 #include <signal.h>
 #include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 
-#include <fstream>
 #include <thread>
 
 namespace {
@@ -25,30 +22,23 @@ using namespace std::chrono_literals;
 using test_support::childrenOf;
 using test_support::descendantsNamed;
 using test_support::Program;
-using test_support::TemporaryFolder;
 namespace fs = std::filesystem;
 
-class ProcessAttackTest : public testing::Test {
+class ProcessAttackTest : public test_support::SuiteTest {
  protected:
-  void SetUp() override {
-    fs::create_directory(folder_.path() / "run");
-    fs::permissions(folder_.path() / "run", fs::perms::owner_all);
-    folder_.write("home/secret", "a key");
-    folder_.write("data/pagehost/remembered/logins.json", "[]");
+  ProcessAttackTest() {
+    fs::create_directory(folder_ / "run");
+    fs::permissions(folder_ / "run", fs::perms::owner_all);
+    temporary_.write("home/secret", "a key");
+    temporary_.write("data/pagehost/remembered/logins.json", "[]");
   }
 
   // Six web views, two in each of three child processes.
   std::unique_ptr<Program> start(const std::vector<std::string>& arguments = {}) const {
     return std::make_unique<Program>(
-        Program::Environment{{"CHROME_URL", "local:///crowd.html"},
-                             {"TESSEL_LOCAL_ROOT", PAGEHOST_TEST_PAGES},
-                             {"HOME", (folder_.path() / "home").string()},
-                             {"XDG_DATA_HOME", (folder_.path() / "data").string()},
-                             {"XDG_CACHE_HOME", (folder_.path() / "cache").string()},
-                             {"XDG_RUNTIME_DIR", (folder_.path() / "run").string()},
-                             {"PAGEHOST_SANDBOX", ""},
-                             {"WIDTH", "800"},
-                             {"HEIGHT", "600"}},
+        environment("crowd.html", {{"HOME", (folder_ / "home").string()},
+                                   {"XDG_RUNTIME_DIR", (folder_ / "run").string()},
+                                   {"PAGEHOST_SANDBOX", ""}}),
         arguments);
   }
   void startWithoutNamespaces() const {
@@ -70,8 +60,6 @@ class ProcessAttackTest : public testing::Test {
     if (all.empty()) all = descendantsNamed(program.pid(), "/usr/lib");
     return all;
   }
-
-  const TemporaryFolder folder_;
 };
 
 // The value of a line of /proc/PID/status.
@@ -120,12 +108,12 @@ TEST_F(ProcessAttackTest, WebProcessesSeeNothingOfTheUserAndChildrenCanRiseNoMor
     for (const char* kind : {"pid", "net", "mnt", "uts"}) {
       EXPECT_FALSE(sharesNamespace(pid, kind)) << kind;
     }
-    EXPECT_FALSE(fs::exists(seenBy(pid, folder_.path() / "home/secret")));
-    EXPECT_FALSE(fs::exists(seenBy(pid, folder_.path() / "data/pagehost/remembered")));
+    EXPECT_FALSE(fs::exists(seenBy(pid, folder_ / "home/secret")));
+    EXPECT_FALSE(fs::exists(seenBy(pid, folder_ / "data/pagehost/remembered")));
     // Of the sockets of the program, the one of its own process's page link.
     std::vector<std::string> sockets;
     for (const auto& entry :
-         fs::recursive_directory_iterator(seenBy(pid, folder_.path() / "run/pagehost"))) {
+         fs::recursive_directory_iterator(seenBy(pid, folder_ / "run/pagehost"))) {
       if (entry.is_socket()) sockets.push_back(entry.path().filename());
     }
     EXPECT_EQ(sockets, std::vector<std::string>{"link"});
@@ -177,11 +165,6 @@ TEST_F(ProcessAttackTest, TheSandboxIsWhatWasAskedForOrTheStartSaysWhyNot) {
   EXPECT_EQ(status, 0);
 }
 
-std::string commandOf(pid_t pid) {
-  std::ifstream file("/proc/" + std::to_string(pid) + "/cmdline");
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 // The engine ends the program by itself when a process of its own ends before it is there.
 TEST_F(ProcessAttackTest, AnEngineProcessKilledAtItsStartTakesNothingAlong) {
   const std::pair<const char*, const char*> victims[] = {
@@ -199,7 +182,8 @@ TEST_F(ProcessAttackTest, AnEngineProcessKilledAtItsStartTakesNothingAlong) {
       bool isKilled = false;
       while (!isKilled && std::chrono::steady_clock::now() < end) {
         for (const pid_t pid : childrenOf(program->pid())) {
-          if (commandOf(pid).find(command) != std::string::npos) {
+          const auto line = test_support::contentOf("/proc/" + std::to_string(pid) + "/cmdline");
+          if (line.find(command) != std::string::npos) {
             isKilled = ::kill(pid, SIGKILL) == 0;
           }
         }
@@ -220,13 +204,11 @@ TEST_F(ProcessAttackTest, NoSocketOfTheProgramLeadsToTheEnginesInspector) {
   const auto program = start();
   ASSERT_TRUE(everybodyWorks(*program));
   int sockets = 0;
-  for (const auto& entry : fs::recursive_directory_iterator(folder_.path() / "run")) {
+  for (const auto& entry : fs::recursive_directory_iterator(folder_ / "run")) {
     if (!entry.is_socket()) continue;
     ++sockets;
-    const auto socket = Tessel::Platform::connectLocal(entry.path(), SOCK_STREAM);
-    if (!socket) continue;
-    const std::string_view request = "GET / HTTP/1.0\r\n\r\n";
-    ::send(socket.get(), request.data(), request.size(), MSG_NOSIGNAL);
+    const auto socket = test_support::socketAt(entry.path());
+    if (!socket || !test_support::sendRaw(socket.get(), "GET / HTTP/1.0\r\n\r\n")) continue;
     pollfd ready{socket.get(), POLLIN, 0};
     char answer[16] = {};
     if (::poll(&ready, 1, 500) > 0) ::recv(socket.get(), answer, sizeof answer - 1, MSG_DONTWAIT);

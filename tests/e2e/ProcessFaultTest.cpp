@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <random>
 #include <sstream>
 #include <thread>

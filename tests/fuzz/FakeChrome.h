@@ -18,7 +18,6 @@ class FakeChrome final : public test_support::ChromeFixture {
     if (!manager.webViewForHandle(handle_) || !pageOf(handle_)) handle_ = createWebView();
     return handle_;
   }
-  using ChromeFixture::callNative;
 
   // What was remembered meanwhile is forgotten.
   void forget() {
@@ -28,9 +27,7 @@ class FakeChrome final : public test_support::ChromeFixture {
       fake->posted.clear();
       fake->called.clear();
       fake->headers.clear();
-      fake->changedSettings.clear();
       fake->answers.clear();
-      fake->windows.clear();
     }
   }
 

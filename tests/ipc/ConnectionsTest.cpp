@@ -4,14 +4,13 @@
 #include "platform/loop/Connections.h"
 #include "platform/loop/MainThreadWait.h"
 #include "platform/os/Folders.h"
-#include "platform/sockets/LocalSocket.h"
 #include "tests/support/ChromeFixture.h"
+#include "tests/support/LocalSocket.h"
 #include "tests/support/Peer.h"
 #include "tests/support/StandardErrorPipe.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Waiting.h"
 
-#include <sys/socket.h>
 #include <sys/stat.h>
 
 #include <chrono>
@@ -56,7 +55,7 @@ class Listener {
   // Starts a peer that serves; the connection to it.
   int connectTo(Peer& peer) {
     client.registerPID(peer.pid());
-    peer.start(client.channelId());
+    peer.tell(client.channelId());
     return ConnectAttach(0, peer.pid(), peer.hear(), sideChannel, 0);
   }
 
@@ -103,7 +102,7 @@ TEST(ConnectionsTest, NothingIsDeliveredOnceTheLoopIsToEnd) {
     Listener self;
     self.client.registerPID(peer.pid());
     self.onMessage = [&](Message&) { self.client.exit(7); };
-    peer.start(self.client.channelId());
+    peer.tell(self.client.channelId());
     EXPECT_EQ(peer.hear(), 1);
     EXPECT_EQ(test_support::exitStatusOf(self.client), 7);
     EXPECT_EQ(self.heard, std::vector<std::string>{"first"});
@@ -215,16 +214,19 @@ TEST(ConnectionsTest, WhoDoesNotAnswerIsKilledUnlessSomebodyHasStoppedIt) {
   });
 }
 
-// Connects to a channel of the test by its name in a folder, as anybody would who follows no rules.
-int connectRaw(const std::string& folder, int channel) {
-  const std::string path =
-      folder + "/channel-" + std::to_string(::getppid()) + "-" + std::to_string(channel);
-  return Tessel::Platform::connectLocal(path, SOCK_SEQPACKET).release();
+// The path of a channel of a process in that folder.
+std::string channelIn(const std::string& folder, pid_t pid, int channel) {
+  return folder + "/channel-" + std::to_string(pid) + "-" + std::to_string(channel);
 }
 
-bool isClosedByPeer(int fd) {
+// In a peer: connects to a channel of the test, as anybody would who follows no rules.
+UniqueFd connectRaw(const std::string& folder, int channel) {
+  return test_support::socketAt(channelIn(folder, ::getppid(), channel), ::connect, SOCK_SEQPACKET);
+}
+
+bool isClosedByPeer(const UniqueFd& socket) {
   char byte = 0;
-  return ::recv(fd, &byte, 1, 0) <= 0;
+  return ::recv(socket.get(), &byte, 1, 0) <= 0;
 }
 
 TEST(ConnectionsTest, WhoIsNotRegisteredOrSendsNoMessageIsCutOff) {
@@ -235,17 +237,17 @@ TEST(ConnectionsTest, WhoIsNotRegisteredOrSendsNoMessageIsCutOff) {
       Peer::listen();
     });
     Peer vandal([](int channel) {
-      const int fd = connectRaw(runtimeFolder(), channel);
-      static_cast<void>(::send(fd, "nonsense", 8, MSG_NOSIGNAL));
-      Peer::say(isClosedByPeer(fd));
+      const UniqueFd socket = connectRaw(runtimeFolder(), channel);
+      test_support::sendRaw(socket.get(), "nonsense");
+      Peer::say(isClosedByPeer(socket));
       Peer::listen();
     });
     StandardErrorPipe log;
     Listener self;
     self.client.registerPID(vandal.pid());
-    stranger.start(self.client.channelId());
+    stranger.tell(self.client.channelId());
     EXPECT_TRUE(stranger.hear());
-    vandal.start(self.client.channelId());
+    vandal.tell(self.client.channelId());
     std::string lines;
     ASSERT_TRUE(iterateUntil([&] {
       lines += log.read();
@@ -267,9 +269,9 @@ TEST(ConnectionsTest, AProcessOfAnotherUserIsRefusedEvenWhereItCanConnect) {
     Peer other([folder](int channel) {
       if (::chdir(folder.c_str()) != 0 || ::setuid(65534) != 0) ::_exit(5);
       for (;;) {
-        const int fd = connectRaw(".", channel);
-        Peer::say(fd >= 0 && !isClosedByPeer(fd));
-        Peer::say(fd >= 0);
+        const UniqueFd socket = connectRaw(".", channel);
+        Peer::say(socket && !isClosedByPeer(socket));
+        Peer::say(bool(socket));
         Peer::listen();
       }
     });
@@ -278,11 +280,10 @@ TEST(ConnectionsTest, AProcessOfAnotherUserIsRefusedEvenWhereItCanConnect) {
     // What it may do is not asked: who it is decides.
     self.client.registerPID(other.pid());
     const int channel = self.client.channelId();
-    other.start(channel);
+    other.tell(channel);
     EXPECT_FALSE(other.hear());
     EXPECT_FALSE(other.hear()) << "the folder is open to others";
-    const std::string name =
-        folder + "/channel-" + std::to_string(::getpid()) + "-" + std::to_string(channel);
+    const std::string name = channelIn(folder, ::getpid(), channel);
     ASSERT_EQ(::chmod(folder.c_str(), 0711), 0);
     ASSERT_EQ(::chmod(name.c_str(), 0777), 0);
     other.tell(0);

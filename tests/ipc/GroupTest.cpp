@@ -130,12 +130,6 @@ int childMain(unsigned int groupId, int parentPid, int mainChannelId, int webEng
 // The chrome's side, in a process of its own with a launcher.
 class Chrome final : public test_support::ChromeFixture {
  public:
-  using ChromeFixture::callNative;
-  using ChromeFixture::errors;
-  using ChromeFixture::events;
-  using ChromeFixture::group;
-  using ChromeFixture::manager;
-  using ChromeFixture::page;
   void TestBody() override {}
 
   unsigned int create(int processGroup) { return manager.createWebView(group, processGroup); }

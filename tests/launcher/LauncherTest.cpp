@@ -3,7 +3,6 @@
 #include "platform/os/DeviceProtocol.h"
 #include "src/LaunchedProcess.h"
 #include "src/LauncherRequest.h"
-#include "tests/launcher/ProbeReport.h"
 #include "tests/launcher/RawRequest.h"
 #include "tests/support/Mutator.h"
 #include "tests/support/Processes.h"
@@ -26,6 +25,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 
 namespace {
 
@@ -38,12 +38,35 @@ using test_support::RawClient;
 using test_support::rawMessage;
 using test_support::RawReply;
 using test_support::RawRequest;
-using test_support::readReport;
-using test_support::Report;
+
+// Whose the applications are: real, effective, saved, and that of files.
+constexpr const char* user = "1234\t1234\t1234\t1234";
 
 int descriptorCount(pid_t pid) {
   const std::filesystem::directory_iterator entries("/proc/" + std::to_string(pid) + "/fd");
   return static_cast<int>(std::distance(begin(entries), end(entries)));
+}
+
+using Report = std::map<std::string, std::string>;
+
+// The lines "key=value" of an application (LauncherProbe.cpp), up to the empty one; none at the
+// deadline.
+Report readReport(int pipe) {
+  Report report;
+  std::string line;
+  for (pollfd ready{pipe, POLLIN, 0}; ::poll(&ready, 1, 20000) == 1;) {
+    char byte = 0;
+    if (::read(pipe, &byte, 1) != 1) break;
+    if (byte != '\n') {
+      line += byte;
+      continue;
+    }
+    if (line.empty()) return report;
+    const std::size_t equals = line.find('=');
+    report[line.substr(0, equals)] = line.substr(equals + 1);
+    line.clear();
+  }
+  return {};
 }
 
 // Until the process is gone or a zombie.
@@ -124,7 +147,7 @@ class LauncherTest : public testing::Test {
   Report launchAndRead(const RawRequest& request) {
     const pid_t pid = launch(request);
     Report told = readReport(report.get());
-    EXPECT_EQ(told["pid"], std::to_string(pid)) << server->errors();
+    EXPECT_EQ(told["Pid"], std::to_string(pid)) << server->errors();
     EXPECT_TRUE(waitForEnd(pid));
     return told;
   }
@@ -155,19 +178,21 @@ TEST_F(LauncherTest, AChildIsWhatTheRequestSaysAndCannotBecomeAnythingElse) {
                              "no equals sign", "OVERWRITTEN=anew"});
   wanted.directory = folder;
   Report told = launchAndRead(wanted);
-  EXPECT_EQ(told["user"], "1234,1234");
-  EXPECT_EQ(told["group"], "2345,2345");
-  EXPECT_EQ(told["groups"], "300,400,");
-  EXPECT_EQ(told["leads"], "1");
+  EXPECT_EQ(told["Uid"], user);
+  EXPECT_EQ(told["Gid"], "2345\t2345\t2345\t2345");
+  EXPECT_EQ(told["Groups"], "300 400 ");
+  EXPECT_EQ(told["NSpgid"], told["Pid"]) << "it leads a group of its own";
   EXPECT_EQ(told["nice"], "6");
-  EXPECT_EQ(told["name"], std::string("some/where/a-name").substr(0, 15));
+  EXPECT_EQ(told["Name"], std::string("some/where/a-name").substr(0, 15));
   EXPECT_EQ(told["folder"], folder.string());
   EXPECT_EQ(told["arguments"], "some/where/a-name-of-more-than-15-letters,,second,");
   EXPECT_EQ(told["GREETING"], "hello");
   EXPECT_EQ(told["EMPTY"], "");
   EXPECT_EQ(told["EQUATION"], "a=b");
   EXPECT_EQ(told["OVERWRITTEN"], "anew");
-  EXPECT_EQ(told["children"], "default");
+  for (const char* signals : {"SigCgt", "SigIgn"}) {
+    EXPECT_EQ(std::stoull(told[signals], nullptr, 16) >> (SIGCHLD - 1) & 1, 0u) << signals;
+  }
   EXPECT_EQ(told["foreign"], "0") << "descriptors of the server are left";
   EXPECT_EQ(told["SERVERS_SECRET"] + told["secretInMemory"], "unset0");
   EXPECT_EQ(told["HOME"], "unset") << "root's, or that of nobody's record";
@@ -254,9 +279,9 @@ TEST_F(LauncherTest, RequestsThatAreNotInOrderAreRefusedAndStartNothing) {
       std::string(largestLaunchMessage - 16 - largest.bytes().size() - 1, 'a'));
   ASSERT_EQ(largest.bytes().size(), largestLaunchMessage - 16);
   EXPECT_GT(pidOf(writer.exchange(rawMessage(2, launchCommand, largest.bytes()))), 0);
-  EXPECT_EQ(readReport(report.get())["user"], "1234,1234");
+  EXPECT_EQ(readReport(report.get())["Uid"], user);
   EXPECT_GT(pidOf(writer.exchange(rawMessage(2, launchCommand, good + "tail", good.size()))), 0);
-  EXPECT_EQ(readReport(report.get())["user"], "1234,1234");
+  EXPECT_EQ(readReport(report.get())["Uid"], user);
 }
 
 TEST_F(LauncherTest, OnlyTheFirstRequesterIsToldOfEveryChildsEnd) {
@@ -342,7 +367,7 @@ TEST_F(LauncherTest, NobodyElseKeepsAServerFromStarting) {
   const UniqueFd folderLock(::open((folder / "dev").c_str(), O_RDONLY | O_CLOEXEC));
   ASSERT_EQ(::flock(folderLock.get(), LOCK_EX | LOCK_NB), 0);
   start();
-  EXPECT_EQ(launchAndRead(request())["user"], "1234,1234");
+  EXPECT_EQ(launchAndRead(request())["Uid"], user);
 
   // The lock that counts is root's alone.
   struct stat status {};
@@ -368,7 +393,7 @@ TEST_F(LauncherTest, WithoutDescriptorsTheServerPausesAndGoesOn) {
   ::usleep(500000);
   EXPECT_LT(test_support::processorTime(server->pid()) - before, 200) << "milliseconds of 500";
   silent.clear();
-  EXPECT_EQ(launchAndRead(request())["user"], "1234,1234");
+  EXPECT_EQ(launchAndRead(request())["Uid"], user);
 }
 
 TEST_F(LauncherTest, ClientsWhoStayAndSayNothingKeepNobodyOut) {
@@ -376,9 +401,9 @@ TEST_F(LauncherTest, ClientsWhoStayAndSayNothingKeepNobodyOut) {
   {
     std::vector<std::unique_ptr<RawClient>> silent;
     for (int i = 0; i < 200; ++i) silent.push_back(std::make_unique<RawClient>(path()));
-    EXPECT_EQ(launchAndRead(request())["user"], "1234,1234");
+    EXPECT_EQ(launchAndRead(request())["Uid"], user);
   }
-  EXPECT_EQ(launchAndRead(request())["user"], "1234,1234");
+  EXPECT_EQ(launchAndRead(request())["Uid"], user);
   // One more: that of the first requester.
   EXPECT_TRUE(iterateUntil([&] { return descriptorCount(server->pid()) <= before + 1; }));
 }
@@ -406,7 +431,7 @@ TEST_F(LauncherTest, RandomRequestsNeitherEndTheServerNorCostItAnything) {
     ASSERT_TRUE(waitForEnd(pidOf(reply))) << i << ": a child goes on for ever";
   }
   EXPECT_GT(launched, 100);
-  EXPECT_EQ(launchAndRead(request())["user"], "1234,1234");
+  EXPECT_EQ(launchAndRead(request())["Uid"], user);
   // One more: that of the first requester.
   EXPECT_TRUE(iterateUntil([&] { return descriptorCount(server->pid()) <= before + 1; }));
 }
@@ -423,7 +448,7 @@ TEST_F(LauncherTest, APathHasOneServerAndTheNextOneTakesItOver) {
 
   server.reset();  // by SIGKILL
   start();
-  EXPECT_EQ(launchAndRead(request())["user"], "1234,1234");
+  EXPECT_EQ(launchAndRead(request())["Uid"], user);
 }
 
 // Its status is the server's to know, so here the child is the test's own.

@@ -1,12 +1,10 @@
 // Launch requests byte by byte, and a client that sends what it is given. Any thread.
 #pragma once
 
-#include "platform/base/UniqueFd.h"
-#include "platform/sockets/LocalSocket.h"
+#include "tests/support/LocalSocket.h"
 
-#include <sys/socket.h>
+#include <sys/time.h>
 
-#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <optional>
@@ -63,12 +61,11 @@ struct RawReply {
 
 class RawClient {
  public:
-  explicit RawClient(const std::string& path)
-      : socket_(Tessel::Platform::connectLocal(path, SOCK_SEQPACKET)) {
-    Tessel::Platform::setTimeLimit(socket_.get(), SO_RCVTIMEO, std::chrono::seconds(20));
+  explicit RawClient(const std::string& path) : socket_(socketAt(path, ::connect, SOCK_SEQPACKET)) {
+    const timeval limit{20, 0};
+    ::setsockopt(socket_.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
   }
 
-  bool connected() const { return bool(socket_); }
   bool send(const std::string& packet) {
     return ::send(socket_.get(), packet.data(), packet.size(), MSG_NOSIGNAL) >= 0;
   }

@@ -1,19 +1,9 @@
 // The native side with a chrome. Main thread.
 #include "tests/support/ChromeFixture.h"
 
-#include "platform/base/UniqueFd.h"
 #include "webview/commands/CommandTable.h"
 
-#include <fcntl.h>
 #include <glib.h>
-#include <sys/eventfd.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <array>
-#include <cstdio>
-#include <filesystem>
 
 using Tessel::Platform::MainMessageClient;
 using Tessel::Platform::Graphics::Window;
@@ -110,13 +100,6 @@ std::vector<std::string> ChromeFixture::animationEvents() {
     }
   }
   return texts;
-}
-
-std::string ChromeFixture::countError(const char* function, int count, int required) {
-  return concat("Native function: \"", function,
-                "\" was called with: ", String::fromSignedInteger(count),
-                " arguments when it requires: ", String::fromSignedInteger(required))
-      .toStdString();
 }
 
 unsigned int ChromeFixture::createWebView() {

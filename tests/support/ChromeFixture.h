@@ -31,7 +31,7 @@ inline Tessel::Platform::Graphics::MemoryWindowSystem::Surface& surfaceOf(
 }
 
 class ChromeFixture : public ::testing::Test {
- protected:
+ public:
   using String = Tessel::Platform::String;
   using Event = OrvWebEvent;
   using Callback = OrvWebJavaScriptCallbackEvent;
@@ -50,7 +50,6 @@ class ChromeFixture : public ::testing::Test {
   std::vector<std::string> events();
   // Likewise those of chrome.internal.windowAnimations, each as "name number" or "name".
   std::vector<std::string> animationEvents();
-  static std::string countError(const char* function, int count, int required);
 
   // A web view that has reported that it exists; it goes with the fixture at the latest.
   unsigned int createWebView();

@@ -31,11 +31,7 @@ class FakePage final : public Page {
   // Answers called functions; undefined without it.
   std::function<JavaScriptVariant(const FunctionCall&)> answer;
   std::vector<OrvWebHeader> headers;
-  std::vector<WebViewSetting> changedSettings;
   std::vector<std::pair<unsigned int, PromptAnswer>> answers;
-  std::vector<std::pair<unsigned int, std::shared_ptr<Page>>> windows;
-  bool callbackObjectEnabled = true;
-  bool callbackObjectBound = false;
   bool closed = false;
   // What loads do, in processes that no test can reach into.
   static inline std::function<void(FakePage&, const String&)> onLoad;
@@ -58,17 +54,9 @@ class FakePage final : public Page {
   void loadText(const String& text, const String& type, const String& base) override {
     trace.push_back(concat("loadText(", text, ", ", type, ", ", base, ")").toStdString());
   }
-  void settingChanged(WebViewSetting setting) override { changedSettings.push_back(setting); }
   void setRequestHeaders(const std::vector<OrvWebHeader>& list) override { headers = list; }
-  void setCallbackObjectEnabled(bool enabled) override { callbackObjectEnabled = enabled; }
-  void bindCallbackObject(bool bound, const std::vector<String>&) override {
-    callbackObjectBound = bound;
-  }
   void answerPrompt(unsigned int number, const PromptAnswer& answer) override {
     answers.emplace_back(number, answer);
-  }
-  void answerOpenWindow(unsigned int number, std::shared_ptr<Page> page) override {
-    windows.emplace_back(number, page);
   }
   void postFunction(const FunctionCall& call, const String&) override { posted.push_back(call); }
   JavaScriptVariant callFunction(const FunctionCall& call) override {
@@ -77,6 +65,10 @@ class FakePage final : public Page {
   }
 
   // The rest is for engines.
+  void settingChanged(WebViewSetting) override {}
+  void setCallbackObjectEnabled(bool) override {}
+  void bindCallbackObject(bool, const std::vector<String>&) override {}
+  void answerOpenWindow(unsigned int, std::shared_ptr<Page>) override {}
   void reload() override {}
   void stop() override {}
   void goBack() override {}

@@ -7,6 +7,7 @@
 #include <sys/un.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <utility>
 
@@ -19,17 +20,37 @@ inline std::pair<Tessel::Platform::UniqueFd, Tessel::Platform::UniqueFd> socketP
   return {Tessel::Platform::UniqueFd(ends[0]), Tessel::Platform::UniqueFd(ends[1])};
 }
 
-// A stream socket that is bound or connected to the path; empty when that fails.
+// A socket that is bound or connected to the path; empty when that fails.
 inline Tessel::Platform::UniqueFd socketAt(const std::string& path,
-                                           decltype(::connect)* go = ::connect) {
+                                           decltype(::connect)* go = ::connect,
+                                           int type = SOCK_STREAM) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   path.copy(address.sun_path, sizeof address.sun_path - 1);
-  Tessel::Platform::UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  Tessel::Platform::UniqueFd socket(::socket(AF_UNIX, type | SOCK_CLOEXEC, 0));
   if (go(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
     socket.reset();
   }
   return socket;
+}
+
+// One datagram, with a descriptor if there is one. False, with errno set, when it cannot be sent.
+inline bool sendRaw(int socket, const std::string& bytes, int file = -1) {
+  iovec part{const_cast<char*>(bytes.data()), bytes.size()};
+  alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+  msghdr message{};
+  message.msg_iov = &part;
+  message.msg_iovlen = 1;
+  if (file >= 0) {
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    cmsghdr* const rights = CMSG_FIRSTHDR(&message);
+    rights->cmsg_level = SOL_SOCKET;
+    rights->cmsg_type = SCM_RIGHTS;
+    rights->cmsg_len = CMSG_LEN(sizeof(int));
+    std::memcpy(CMSG_DATA(rights), &file, sizeof file);
+  }
+  return ::sendmsg(socket, &message, MSG_NOSIGNAL) >= 0;
 }
 
 }  // namespace test_support

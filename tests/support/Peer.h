@@ -28,7 +28,7 @@ class PeerHandler : public Tessel::Platform::MessageHandler {
 
 class Peer {
  public:
-  // Runs in the peer, which ends when it returns. The number is what start() was given.
+  // Runs in the peer, which ends when it returns. The number is the first that it is told.
   explicit Peer(const std::function<void(int)>& body) {
     int down[2];
     int up[2];
@@ -56,8 +56,6 @@ class Peer {
   }
 
   pid_t pid() const { return pid_; }
-  // Starts the body.
-  void start(int number) { tell(number); }
   void tell(int number) {
     EXPECT_EQ(::write(write_.get(), &number, sizeof number), ssize_t(sizeof number));
   }

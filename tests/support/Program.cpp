@@ -66,20 +66,9 @@ Program::~Program() {
 bool Program::readMore(Clock::time_point deadline) {
   std::array<pollfd, 2> streams{{{output_.get(), POLLIN, 0}, {error_.get(), POLLIN, 0}}};
   if (::poll(streams.data(), streams.size(), millisecondsUntil(deadline)) <= 0) return false;
-  bool open = false;
-  if (streams[0].revents != 0) {
-    if (drain(output_, unreadOutput_))
-      open = true;
-    else
-      output_.reset();
-  }
-  if (streams[1].revents != 0) {
-    if (drain(error_, errorText_))
-      open = true;
-    else
-      error_.reset();
-  }
-  return open || output_ || error_;
+  if (streams[0].revents != 0 && !drain(output_, unreadOutput_)) output_.reset();
+  if (streams[1].revents != 0 && !drain(error_, errorText_)) error_.reset();
+  return output_ || error_;
 }
 
 std::optional<std::string> Program::nextLine() {

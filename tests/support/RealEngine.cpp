@@ -5,7 +5,6 @@
 #include "tests/support/Waiting.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 using Tessel::Platform::MainMessageClient;
 using Tessel::Platform::Graphics::GtkWindowSystem;
@@ -77,10 +76,6 @@ std::unique_ptr<ScriptedView> RealEngine::openPage(const std::string& html,
 
 bool RealEngine::runUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
   return Tessel::Platform::Testing::iterateUntil(condition, limit);
-}
-
-void RealEngine::settle() {
-  turnLoop();
 }
 
 }  // namespace test_support

@@ -27,9 +27,6 @@ class ScriptedView final : public OrvWebView {
   JavaScriptVariant call(const char* function, std::vector<JavaScriptVariant> arguments = {}) {
     return executeJavaScriptFunctionSync({function}, arguments);
   }
-  void post(const char* function, std::vector<JavaScriptVariant> arguments = {}) {
-    executeJavaScriptFunction({function}, arguments);
-  }
 
  private:
   void handleWebEvent(OrvWebEvent* event) override;
@@ -48,8 +45,6 @@ class RealEngine {
   // Runs the main loop until the condition holds; false when it does not within the time.
   static bool runUntil(const std::function<bool()>& condition,
                        std::chrono::milliseconds limit = std::chrono::seconds(30));
-  // Runs the main loop until nothing is left to do at once.
-  static void settle();
 
  private:
   RealEngine() = default;

@@ -1,15 +1,14 @@
-// What can be seen and done on the display of the test. Main thread.
+// What can be seen and done on the display of the test, which must be there. Main thread.
 #pragma once
 
 #include <array>
-#include <functional>
 #include <string>
 
 namespace test_support {
 
 using Pixel = std::array<int, 3>;
 
-// The colour on the screen at a place, {-1, -1, -1} when there is no display.
+// The colour on the screen at a place, {-1, -1, -1} when it cannot be had.
 Pixel pixelAt(int x, int y);
 // Looks again until the place has that colour, give or take a little; false when it never has.
 bool waitForPixel(int x, int y, const Pixel& color);

@@ -1,5 +1,5 @@
 // What pages cause, and what the chrome answers.
-import { answers, bodies, raw, createView, equal, errors, events, happened, loaded, native, ok, process, query, script, server,
+import { answers, bodies, createView, equal, errors, events, happened, loaded, native, ok, process, query, script, server,
   test, title, until, value } from './suite.js';
 
 // A web view with that page, loaded; one of the program's if it shall lead to others of those.
@@ -102,15 +102,6 @@ test('dialogs are answered at once or later', async () => {
   });
   script(view, "document.title = String(confirm('now?'))");
   await until(() => title(view) === 'true');
-});
-
-test('a log-in is asked of the chrome', async () => {
-  const view = await createView();
-  answers.set('DialogRequested', body => body.dialogType === 'AuthenticationChallenge'
-    ? { setUsername: 'user', setPassword: 'secret' } : undefined);
-  native('webview.loadURL', view, `${server}login`);
-  await until(() => title(view).includes('GET /login'));
-  equal(bodies(view, 'DialogRequested')[0].message, 'here');
 });
 
 test('a window that a page opens gets the web view that the chrome prepares', async () => {
@@ -224,20 +215,8 @@ test('answers that are no answers change nothing', async () => {
   for (const answer of ['', '   ', 'true', '{', '[1]', '{"setPreventDefault":1}',
     '['.repeat(100000), `{"deep":${'['.repeat(100000)}${']'.repeat(100000)},"setModal":true}`,
     `{"long":"${'x'.repeat(10 << 20)}"}`]) {
-    raw.answer = answer;
+    answers.set('any event', answer);
     await loaded(view, 'loadURL', 'local:///content.html');
   }
-  raw.answer = undefined;
-  equal(errors, []);
-});
-
-test('a chrome that calls back while it answers is served', async () => {
-  const view = await open('');
-  answers.set('LocationChanging', (body, handle) => {
-    for (let i = 0; i < 50; ++i) native('webview.title', handle);
-    return {};
-  });
-  native('webview.loadURL', view, 'local:///content.html');
-  await until(() => title(view) === 'A real page');
   equal(errors, []);
 });

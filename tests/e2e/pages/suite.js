@@ -27,19 +27,18 @@ export const perform = command => print(`do ${command}`);
 // Has the test wait for a text on the program's standard error.
 export const said = text => print(`said ${text}`);
 
-// What sent events are answered with: setters, or a function of the event that gives some.
+// What sent events are answered with: setters, or a function of the event that gives some. A text is
+// the answer as it is; that to 'any event' counts for those that have none of their own.
 export const answers = new Map();
-// A text to answer every question with, as it is.
-export const raw = { answer: undefined };
 
 globalThis.chrome = {
   internal: {
     webEvent(handle, name, data, integer) {
       events.push({ handle, name, data, integer });
       seen.add(name);
-      if (raw.answer !== undefined) return raw.answer;
-      const answer = answers.get(name);
-      const setters = typeof answer === 'function' ? answer(JSON.parse(data), handle) : answer;
+      const answer = answers.get(name) ?? answers.get('any event');
+      if (typeof answer === 'string') return answer;
+      const setters = typeof answer === 'function' ? answer(JSON.parse(data)) : answer;
       return setters && JSON.stringify(setters);
     },
   },
@@ -126,7 +125,6 @@ export async function run() {
     calledNow = new Set();
     made.clear();
     answers.clear();
-    raw.answer = undefined;
     try {
       await body();
       for (const command of calledNow) called.add(command);

@@ -13,8 +13,8 @@ namespace {
 
 class TestWindow final : public Window {
  public:
-  TestWindow(WindowType type, Window* parent, const char* group, IntRect rect = {0, 0, 80, 60})
-      : Window(type, parent, rect, {}, {}, 0, false, group) {}
+  TestWindow(WindowType type, Window* parent, const char* group)
+      : Window(type, parent, {0, 0, 80, 60}, {}, {}, 0, false, group) {}
 
   void addChildWindow(Window* child) override { children.push_back(child); }
   void removeChildWindow(Window* child) override { std::erase(children, child); }
@@ -33,12 +33,8 @@ class WindowTest : public testing::Test {
   static std::unique_ptr<TestWindow> topLevel(const char* group = "") {
     return std::make_unique<TestWindow>(WindowType::Application, nullptr, group);
   }
-  static std::unique_ptr<TestWindow> child(Window* parent, const char* group = "",
-                                           IntRect rect = {}) {
-    return std::make_unique<TestWindow>(WindowType::Child, parent, group, rect);
-  }
-  static MemoryWindowSystem::Surface& shown(const Window& window) {
-    return dynamic_cast<MemoryWindowSystem::Surface&>(*window.surface());
+  static std::unique_ptr<TestWindow> child(Window* parent, const char* group = "") {
+    return std::make_unique<TestWindow>(WindowType::Child, parent, group);
   }
 
   MemoryWindowSystem* system_ = nullptr;

@@ -6,7 +6,6 @@
 namespace {
 
 using Tessel::Platform::idnToReadableUtf8String;
-using Tessel::Platform::String;
 
 TEST(HostNamesTest, ANameIsDecodedForThoseWhoReadItsScriptAndNotWhenItMisleads) {
   const struct {

@@ -4,7 +4,6 @@
 #include "tests/support/ChromeFixture.h"
 #include "tests/support/HttpPeer.h"
 
-#include <rapidjson/document.h>
 #include <sys/fsuid.h>
 
 #include <map>
@@ -52,15 +51,7 @@ class Served {
     server.start();
   }
   std::string socketPath(unsigned int handle) {
-    const std::string answer = HttpPeer(server.port()).get("/json");
-    rapidjson::Document list;
-    list.Parse(answer.substr(answer.find("\r\n\r\n") + 4).c_str());
-    for (const auto& page : list.GetArray()) {
-      if (page["handle"].GetUint() != handle) continue;
-      const std::string address = page["socket"].GetString();
-      return address.substr(address.find("/socket/"));
-    }
-    return "";
+    return test_support::socketPathIn(HttpPeer(server.port()).get("/json"), std::to_string(handle));
   }
 
   MainMessageClient main{0, -1};

@@ -3,9 +3,7 @@
 #include "tests/support/Waiting.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/eventfd.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <functional>

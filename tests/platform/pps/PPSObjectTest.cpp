@@ -20,7 +20,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using test_support::inOwnProcess;
-using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using Testing::iterateUntil;
@@ -84,13 +83,6 @@ class PPSObjectTest : public testing::Test {
     folder_.write("root/" + name, text);
   }
   std::string fileText(const std::string& name) const { return folder_.read("root/" + name); }
-  std::vector<std::string> filesIn(const fs::path& folder) const {
-    std::vector<std::string> found;
-    for (const auto& entry : fs::directory_iterator(folder)) {
-      found.push_back(entry.path().filename());
-    }
-    return found;
-  }
 
   test_support::TemporaryFolder folder_;
   MainMessageClient client{0, -1};
@@ -257,7 +249,7 @@ TEST_F(PPSFaultTest, AFullDiskAndOneThatIsReadOnlyAreTold) {
     EXPECT_THAT(mustFail(status, concat("a:n:2\nb::", large, "\n")),
                 EndsWith("could not be written: No space left on device"));
     EXPECT_EQ(fileText("status"), "@status\na:n:1\n");
-    EXPECT_THAT(filesIn(root()), ElementsAre("status"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(root()), {}), 1) << "nothing is left beside it";
     ASSERT_TRUE(status.object.write("a:n:3\n")) << "what fits is written again";
 
     ASSERT_EQ(::mount(nullptr, root().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);

@@ -5,7 +5,6 @@
 
 #include <gtk/gtk.h>
 
-#include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>

@@ -2,7 +2,7 @@
 // a line each, on its standard output. One thread.
 //
 //   window NAME X Y W H      a child window; all zero: it covers the application's
-//   content NAME KIND [TEXT] a widget in it: area, or page (TEXT is its document)
+//   content NAME             an area in it, over which the pointer is a hand
 //   place NAME X Y W H, alpha NAME N, order NAME N
 //   tint NAME R G B          areas are of that colour from now on, each part 0 or 1
 //   paints NAME              how often areas were drawn, after a time that is enough for more
@@ -13,7 +13,7 @@
 #include "platform/graphics/remote/RemoteWindowSystem.h"
 
 #include <glib-unix.h>
-#include <webkit2/webkit2.h>
+#include <gtk/gtk.h>
 
 #include <array>
 #include <cstdlib>
@@ -78,6 +78,12 @@ void onAllocate(GtkWidget*, GdkRectangle* place, gpointer) {
   tell("size", place->width, place->height);
 }
 
+void onRealize(GtkWidget* widget, gpointer) {
+  GdkCursor* hand = gdk_cursor_new_from_name(gtk_widget_get_display(widget), "pointer");
+  gdk_window_set_cursor(gtk_widget_get_window(widget), hand);
+  g_clear_object(&hand);
+}
+
 GtkWidget* area = nullptr;
 
 GtkWidget* makeArea() {
@@ -87,18 +93,8 @@ GtkWidget* makeArea() {
   g_signal_connect(area, "draw", G_CALLBACK(onDraw), nullptr);
   g_signal_connect(area, "event", G_CALLBACK(onEvent), nullptr);
   g_signal_connect(area, "size-allocate", G_CALLBACK(onAllocate), nullptr);
+  g_signal_connect(area, "realize", G_CALLBACK(onRealize), nullptr);
   return area;
-}
-
-GtkWidget* makeContent(const std::string& kind, const std::string& text) {
-  if (kind == "area") return makeArea();
-  GtkWidget* page = webkit_web_view_new();
-  const auto titled = [](WebKitWebView* view, GParamSpec*, gpointer) {
-    tell("title", webkit_web_view_get_title(view) ? webkit_web_view_get_title(view) : "");
-  };
-  g_signal_connect(page, "notify::title", G_CALLBACK(+titled), nullptr);
-  webkit_web_view_load_html(WEBKIT_WEB_VIEW(page), text.c_str(), nullptr);
-  return page;
 }
 
 void obey(const std::string& line) {
@@ -123,11 +119,7 @@ void obey(const std::string& line) {
   }
   Window& window = *windows.at(name);
   if (order == "content") {
-    std::string kind;
-    std::string text;
-    words >> kind;
-    std::getline(words, text);
-    GtkWindowSystem::embed(window, makeContent(kind, text));
+    GtkWindowSystem::embed(window, makeArea());
   } else if (order == "place") {
     window.setWindowRectangle(rect());
   } else if (order == "alpha") {
