@@ -41,7 +41,7 @@ constexpr int acceptQueue = 64;
 
 // Where a channel is; empty, with errno set, when the folder is not to be had.
 std::string pathOf(pid_t pid, int channel) {
-  const std::string folder = runtimeFolder();
+  std::string folder = runtimeFolder();
   if (folder.empty()) return folder;
   return folder + "/" + namePrefix + std::to_string(pid) + "-" + std::to_string(channel);
 }

@@ -1,6 +1,6 @@
 // The channel between two processes, both ends in this one.
 #include "platform/channel/ChannelSocket.h"
-#include "platform/sockets/Transfer.h"
+#include "tests/support/LocalSocket.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -41,7 +41,7 @@ class ChannelSocketTest : public ::testing::Test {
 
   // What a peer that follows no rules sends.
   Outcome afterRaw(const std::string& bytes, int file = -1) {
-    EXPECT_GE(Tessel::Platform::trySend(near.fd(), bytes, file), 0) << std::strerror(errno);
+    EXPECT_TRUE(test_support::sendRaw(near.fd(), bytes, file)) << std::strerror(errno);
     ReceivedMessage received;
     return far.receive(received);
   }
