@@ -11,7 +11,6 @@
 #include <algorithm>
 
 using Tessel::Platform::MongooseHttpServer;
-using Tessel::Platform::String;
 
 WebInspectorClient::WebInspectorClient(WebViewManager& manager) : manager_(manager) {
   MongooseHttpServer::instance()->setClient(this);
