@@ -18,7 +18,7 @@ export function resolveAddress(typed) {
 
   const scheme = SCHEME.exec(text)?.[1];
   if (scheme) return { hint: `Addresses that begin with “${scheme}:” cannot be opened here.` };
-  // A server on one's own machine rarely has a certificate.
+  // Local servers rarely have a certificate.
   return checked(`${LOOPBACK.test(text) ? 'http' : 'https'}://${text}`);
 }
 

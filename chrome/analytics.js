@@ -59,7 +59,7 @@ export class AnalyticsForm {
       this.#makeRow([application, version], 'Begin', () => this.#call('init', application.value, version.value)),
       make('label', { className: 'setting flag' }, make('span', { textContent: 'Remember events' }), this.#on),
       this.#makeRow([key, value], 'Add key', () => {
-        // Told twice to begin, the host would forget the others.
+        // Starting again would make the host forget the others.
         if (!this.#hasKeys) call('ccl.eventKeysCreate');
         this.#hasKeys = true;
         this.#call('eventKeysAdd', key.value, value.value);

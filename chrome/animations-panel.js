@@ -31,7 +31,7 @@ class Card {
     this.#lane = lane;
     this.view = WebView.create();
     this.ready = new Promise((resolve) => this.view.whenCreated(() => {
-      // What is clicked is the lane below, which is of the chrome.
+      // Clicks go to the lane below, which belongs to the chrome.
       this.view.setSensitivity('SensitivityNever');
       this.view.setZOrder(ABOVE_ALL);
       this.view.loadString(pageOf(label, color));
@@ -106,7 +106,7 @@ export class AnimationsPanel extends Panel {
     const stage = (this.#stage = { cards: [...cards, dragged], racers: cards, dragged, offRelease: onDragRelease(() => this.#endDrag()) });
     this.#state.textContent = 'Dragged to the right, it dims the page.';
     await Promise.all(stage.cards.map(({ ready }) => ready));
-    // Closed meanwhile, nothing is left of it.
+    // If closed in the meantime, there is nothing left to clean up.
     if (this.#stage !== stage) return;
     stage.follows = new DragGroup(dragged.window);
   }

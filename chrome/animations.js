@@ -6,7 +6,7 @@ import { call } from './pagehost.js';
 const waiting = new Map();
 const releaseListeners = new Set();
 
-// Other parts of the host hang their own functions into this object.
+// Shared: other modules add their functions to this object.
 const chrome = (globalThis.chrome ??= {});
 chrome.internal = {
   ...chrome.internal,

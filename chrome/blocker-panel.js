@@ -22,7 +22,7 @@ export class BlockerPanel extends Panel {
     this.#blocker = blocker;
     this.#switch.addEventListener('change', () => {
       blocker.switch(tabs.active, this.#switch.checked);
-      // What is there already stays until the page is loaded again.
+      // Loaded resources stay until the page is reloaded.
       tabs.active.reload();
     });
     this.#save.addEventListener('click', () => { blocker.lines = this.#lines.value.split('\n'); });

@@ -92,11 +92,11 @@ export class Blocker extends EventTarget {
 
   #listen(tab) {
     tab.blocked = [];
-    // A tab whose process ended keeps its switch.
+    // A tab whose process ended keeps its setting.
     this.#turn(tab, tab.blocks ?? this.isUsual);
     tab.view.on('NetworkResourceRequested', ({ data: { url, targetType } }) => {
-      // What a person has asked for is not taken away from him. The count begins anew with it: that it
-      // is there the chrome hears later than what it asks for.
+      // Documents that the user requested are never blocked. They reset the count, since LocationChange
+      // arrives later than their requests.
       const isPage = targetType === 'TargetIsMainFrame';
       if (isPage) this.#count(tab, []);
       const line = tab.blocks && !isPage ? this.#matches(url) : '';

@@ -35,7 +35,7 @@ function goBack(tab, refused, home) {
   const position = Math.min(Number(view.historyPosition()), history.length - 1);
   const at = placeBefore(history, position, refused);
   tab.stay();
-  // There already, as the history sees it, though the host shows its own page.
+  // For the history the page is already current, although the host shows its own page.
   if (at < 0 || at === position) tab.navigate(history[at]?.url ?? home);
   else view.setHistoryPosition(at);
 }
@@ -47,7 +47,7 @@ export class KnownCertificates extends EventTarget {
   constructor(tabs) {
     super();
     this.#tabs = tabs;
-    // A web view knows only what it was told itself.
+    // A web view only knows the certificates it was told about.
     tabs.addEventListener('created', ({ detail: { view } }) => {
       const known = this.all;
       if (Object.keys(known).length) view.addKnownSSLCertificates(JSON.stringify(known));
@@ -114,13 +114,13 @@ export class CertificateSheet {
     const { view } = tab;
     const reject = (streamId) => view.continueSSLHandshaking(streamId, 'SSLActionReject');
     view.on('SSLHandshakingFailed', ({ data: { connectionInfo, streamId, url } }) => {
-      // Of two refusals the earlier one is of no interest any more.
+      // A later refusal replaces an earlier one.
       this.#questions.drop(tab);
       let failureIsShown = false;
       this.#questions.ask(tab, {
         url,
         connectionInfo,
-        // The host shows a page of its own at the address of the one that it refused.
+        // The host shows an error page of its own at the refused address.
         outlives: () => {
           if (failureIsShown || view.location() !== url) return false;
           failureIsShown = true;

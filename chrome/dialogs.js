@@ -44,7 +44,7 @@ export const DIALOGS = {
     message: `${username ? `“${username}”` : 'A password'} at ${placeOf(url.split(' ')[0])}. It will be filled in there, and lies unencrypted in a file of yours.`,
     accept: 'Save',
     cancel: 'Don’t save',
-    // The page that sent it goes on to the next one at once.
+    // The sending page continues immediately.
     outlives: () => true,
     isOnlyOne: true,
   }),
@@ -75,7 +75,7 @@ export class Dialogs {
     this.#part('cancel').addEventListener('click', () => this.#answer(false));
     form.addEventListener('keydown', (event) => {
       if (event.key !== 'Escape') return;
-      // Escape means this dialog here, and not the load of the page.
+      // Escape closes this dialog; it must not stop the page's load.
       event.stopPropagation();
       this.#answer(false);
     });
@@ -100,12 +100,12 @@ export class Dialogs {
         view.dialogResponse(data.waitHandle, accepted, text, username, password);
         if (data.dialogType === 'BeforeUnloadConfirm' && !accepted) tab.stay();
       };
-      // The host keeps one of these at a time.
+      // The host has at most one of these at a time.
       if (look.isOnlyOne) this.#questions.drop(tab, (question) => question.isOnlyOne);
       this.#questions.ask(tab, {
         ...look,
         answer,
-        // The view may be gone as well, and then the host has forgotten the question by itself.
+        // If the view is gone as well, the host has discarded the question already.
         drop: () => tab.view === view && view.dialogResponse(data.waitHandle, false, '', '', ''),
       });
       return { setWait: true };
@@ -118,7 +118,7 @@ export class Dialogs {
 
   #show(question) {
     this.#form.hidden = !question;
-    // A password must not wait in a hidden field.
+    // Do not keep a password in a hidden field.
     if (!question) return this.#part('fields').replaceChildren();
     this.#part('title').textContent = question.title;
     this.#part('message').textContent = question.message ?? '';

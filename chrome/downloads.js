@@ -82,7 +82,7 @@ class DownloadGate {
       return true;
     }
     if (site.allowed === false || site.pending.length >= MOST_PENDING) {
-      // Once the host has heard that it has to wait.
+      // After the host has received setWait.
       queueMicrotask(() => decide(false));
       return false;
     }
@@ -118,7 +118,8 @@ export class DownloadList extends EventTarget {
     super();
     this.#gate = new DownloadGate((tab, question) => dialogs.ask(tab, question));
     tabs.addEventListener('attached', ({ detail: tab }) => this.#listen(tab));
-    // Whose web view is gone is not told of any more, though the host goes on with it, if its process does.
+    // There are no more events once the web view is gone, although the host continues the download if
+    // its process lives.
     for (const [end, state] of [['closed', 'left'], ['crashed', 'lost']]) {
       tabs.addEventListener(end, ({ detail: tab }) => {
         for (const item of this.items) if (item.tab === tab && ['running', 'paused'].includes(item.state)) item.state = state;
@@ -189,7 +190,7 @@ export class DownloadList extends EventTarget {
 
   #listen(tab) {
     const { view, process } = tab;
-    // Every process counts for itself.
+    // Download ids are per process.
     const find = (id) => this.items.find((item) => item.id === id && item.process === process);
     view.on('DownloadRequest', ({ data }) => {
       const { downloadId: id, url } = data;
@@ -199,7 +200,7 @@ export class DownloadList extends EventTarget {
         return name;
       };
       const isWanted = tab.requested === url;
-      // What was asked for turned out to be a file: the tab stays where it is.
+      // The navigation became a download: the tab stays where it is.
       if (isWanted) tab.stay();
       const decide = (saves) => tab.view === view && view.downloadUpdate(id, saves ? 'ActionSave' : 'ActionDiscard', saves ? save() : '');
       if (!this.#gate.lets({ tab, isWanted, decide })) return { setAction: 'ActionPending' };
@@ -207,7 +208,7 @@ export class DownloadList extends EventTarget {
     });
     view.on('DownloadStarted', ({ data }) => {
       const { downloadId: id, filename: path, url } = data;
-      // Unknown ones were begun without asking: by a command, or by the host itself.
+      // Unknown downloads were started without a request: by a command or by the host itself.
       if (!find(id)) this.#add({ id, name: path.split('/').pop(), url, tab, view, process });
       this.#update(find(id), { path });
     });
@@ -258,13 +259,13 @@ export class DownloadsPanel {
     this.#part('close').addEventListener('click', () => this.toggle());
     this.#part('clear').addEventListener('click', () => list.clearFinished());
     element.addEventListener('keydown', (event) => event.key === 'Escape' && this.toggle());
-    // Progress comes far more often than a screen shows pictures.
+    // Progress events are far more frequent than frames.
     list.addEventListener('change', () => {
       this.#drawing ||= requestAnimationFrame(() => this.#draw());
     });
     list.addEventListener('added', () => {
       button.classList.remove('news');
-      // Read in between, so that the same animation starts again.
+      // Forces a layout, so that the same animation restarts.
       void button.offsetWidth;
       button.classList.add('news');
     });
@@ -350,7 +351,7 @@ export class DownloadsPanel {
     else progress.removeAttribute('value');
     const actions = this.#list.actionsOf(item);
     const words = actions.map(([word]) => word).join();
-    // Drawn again at every step, a button would not be there any more when it is let go.
+    // Redrawing at every step would replace a button while it is pressed.
     if (words === row.drawn) return;
     row.drawn = words;
     row.actions.replaceChildren(...actions.map(([word, run]) => {

@@ -31,9 +31,9 @@ export class EndedNotice {
     tabs.addEventListener('change', ({ detail: tab }) => this.#show(tab, tabs.list));
     for (const end of ['crashed', 'refused']) {
       tabs.addEventListener(end, ({ detail: tab }) => {
-        // What another tab says of it may have changed.
+        // The state of another tab in it may have changed.
         this.#show(tabs.active, tabs.list);
-        // The keyboard was the page's, and is nobody's now.
+        // The page had the keyboard focus; nothing has it now.
         if (tab === tabs.active && !document.hasFocus()) focus(this.#button);
       });
     }

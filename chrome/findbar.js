@@ -43,10 +43,10 @@ export class FindBar {
     this.#part('close').addEventListener('click', () => this.close());
 
     tabs.addEventListener('attached', ({ detail: tab }) => {
-      // The answer to a text that is not asked for any more says nothing.
+      // Ignore results for an outdated text.
       tab.view.on('FindString', ({ data }) => void (tab === this.#tab && this.#part('text').value && this.#report(data)));
     });
-    // A search belongs to one page of one tab; in the next page the same text is looked for anew.
+    // A search belongs to one page of one tab; it is repeated for the next page.
     tabs.addEventListener('change', () => this.#tab && this.#tab !== tabs.active && this.close());
     tabs.addEventListener('committed', ({ detail: tab }) => tab === this.#tab && this.#end());
     tabs.addEventListener('loaded', ({ detail: tab }) => tab === this.#tab && this.#find(true));
@@ -74,7 +74,7 @@ export class FindBar {
 
   #end() {
     this.#show('');
-    // A tab that was closed or whose process died has no view to tell.
+    // A tab that was closed or whose process died has no view.
     if (this.#tab?.ready) this.#tab.view.findString('');
   }
 

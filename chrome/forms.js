@@ -61,7 +61,7 @@ export class FieldList {
     const { view } = tab;
     view.on('FormAutofillRequestEvent', ({ data }) => {
       this.#offer = { tab, view, items: data.items };
-      // The page waits for this answer: the rest has time.
+      // The page waits for this answer; the rest is deferred.
       setTimeout(() => this.#show());
     });
     view.on('FormAutofillCancelEvent', () => void (tab === this.#offer?.tab && this.#hide()));

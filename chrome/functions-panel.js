@@ -56,7 +56,7 @@ export class FunctionsPanel {
     if (!this.#element.firstElementChild) this.#build();
     this.#element.hidden = this.isOpen;
     if (this.isOpen) {
-      // Modules register functions at any time; ask again at every opening.
+      // Functions may be registered at any time: query again at every opening.
       this.#list();
       focus(this.#get('filter'));
     }

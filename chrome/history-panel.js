@@ -30,7 +30,7 @@ export class HistoryPanel extends Panel {
     const { ready, view } = this.#tabs.active;
     const list = ready ? view.getHistoryList() : '[]';
     const position = ready ? Number(view.historyPosition()) : 0;
-    // The same list drawn again would take the keyboard's place away.
+    // Redrawing an unchanged list would lose the keyboard focus.
     const shown = [view?.handle, list, position].join();
     if (shown === this.#shown) return;
     this.#shown = shown;

@@ -51,13 +51,13 @@ export class Infobar {
 
   #listen(tab, event) {
     const { view } = tab;
-    // Answered with nothing, the request stays open until the person has decided.
+    // With an empty answer the request stays open until the user has decided.
     view.on(event, ({ data }) => {
       const name = permissionOf(event, data);
       const { wish, answer } = PERMISSIONS[name];
       const { isPrivate } = tab;
       const decided = this.#permissions.decided(isPrivate, data.origin, name);
-      // After this event: only then is there a question that the host knows.
+      // After this event: the host registers the question only then.
       if (decided !== undefined) return void setTimeout(() => tab.view === view && answer(view, data, decided));
       this.#questions.ask(tab, {
         text: `${placeOf(data.origin)} would like to ${wish}.`,

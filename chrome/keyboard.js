@@ -1,5 +1,5 @@
-// The keyboard belongs to one web view of the window at a time. What the chrome wants people to type
-// into needs it for the chrome's own page first: focus inside a page that has no keyboard is unseen.
+// The keyboard focus belongs to one web view of the window at a time. Before the chrome focuses an input
+// field, its own page must get it: DOM focus in a page without it has no visible effect.
 
 import { call, isHosted } from './pagehost.js';
 

@@ -90,7 +90,7 @@ function refuseDrops() {
 function layOut(tabs, dialogs) {
   if (coversAll(tabs, dialogs)) return tabs.place({ x: 0, y: 0, width: window.innerWidth, height: window.innerHeight });
   const { left, top, right, bottom } = $('content').getBoundingClientRect();
-  // Native views know whole pixels only; rounding both edges leaves no gap and no overlap.
+  // Native views have integer coordinates; rounding both edges avoids gaps and overlaps.
   const [x, y] = [Math.round(left), Math.round(top)];
   const [width, height] = [Math.round(right) - x, Math.round(bottom) - y];
   return tabs.place(width < LEAST_SIDE || height < LEAST_SIDE ? null : { x, y, width, height });
@@ -100,7 +100,7 @@ function layOut(tabs, dialogs) {
 function connectLayout(tabs, dialogs) {
   const update = () => layOut(tabs, dialogs);
   window.addEventListener('resize', update);
-  // Hints, toasts, dialogs and panels change the room without a resize of the window.
+  // Hints, toasts, dialogs and panels change the layout without a resize of the window.
   new ResizeObserver(update).observe($('content'));
   let covered = false;
   tabs.addEventListener('change', () => {
@@ -150,7 +150,8 @@ function connectToolbar(tabs) {
 
   let shown;
   tabs.addEventListener('change', ({ detail: tab }) => {
-    // Left for the page, the field keeps its place in the document, and nobody is typing any more.
+    // When the focus goes to the page, document.activeElement is still this field, but nobody types in
+    // it.
     const isTyping = document.activeElement === address && document.hasFocus();
     if (tab !== shown || !isTyping) showLocation();
     shown = tab;
@@ -171,7 +172,7 @@ function showPage(tabs, tab) {
 
   $('progress').classList.toggle('running', tab.loading);
   $('progress').setAttribute('aria-valuenow', tab.progress);
-  // A bar at nothing looks broken: it starts with a little.
+  // An empty progress bar looks broken: start above zero.
   $('progress').style.setProperty('--done', Math.max(tab.progress, 6) / 100);
 
   $('status').textContent = tab.status || (tab.loading ? `Loading… ${tab.progress} %` : '');
@@ -206,8 +207,8 @@ function openNewTab(tabs, process, isPrivate) {
 }
 
 function connectKeyboard(tabs, findBar, panels) {
-  // Whoever comes to another page with the keyboard in this one goes on typing there. The page has it
-  // before it is seen: whoever sees it may type.
+  // If this page has the keyboard focus, pass it to the next one, before that is shown: users may type
+  // at once.
   let follows = false;
   tabs.addEventListener('chosen', ({ detail: tab }) => follows && tab.ready && tab.view.setActive(true));
   const keys = {
@@ -254,20 +255,20 @@ function connectKeyboard(tabs, findBar, panels) {
 
 function connectReports(tabs, certificates, panel) {
   tabs.addEventListener('failed', ({ detail: tab }) => {
-    // Of this the sheet says more.
+    // The sheet has more details about this.
     if (certificates.isAsking(tab)) return;
     showToast(`“${tab.requested || tab.label}” could not be loaded.`, { label: 'Try again', run: () => tab.reload() });
   });
   tabs.addEventListener('crashed', ({ detail: tab }) => {
     const ended = tabs.list.filter((each) => each.ended && each.process === tab.process);
-    // What the host said of it stands in the place of the page, with more. Where that is not in sight,
-    // a line tells it: the tabs end one after the other, and the last one's names them all.
+    // The host shows the details in place of the page. If that is not visible, a line reports it: the
+    // tabs end one by one, and the last one's line lists them all.
     if (ended.includes(tabs.active)) hideToast();
     else showToast(`Process ${tab.process.number} ended unexpectedly, and with it ${namesOf(ended)}.`);
   });
-  // The root web view ends last, and with it the program.
+  // The root web view closes last, and the program ends with it.
   tabs.addEventListener('empty', () => WebView.root.delete());
-  // The open panel shows the errors of its own calls at the call.
+  // An open panel shows the errors of its own calls.
   on('errors', ({ text }) => panel.isOpen || isOfGoneView(text, tabs) || showToast(text));
 }
 

@@ -49,7 +49,7 @@ export class NewTabPanel extends Panel {
 
   draw() {
     const choices = newTabChoices(this.#tabs.processes);
-    // The same choices drawn again would take the keyboard's place away.
+    // Redrawing unchanged choices would lose the keyboard focus.
     const shown = JSON.stringify(choices);
     if (shown === this.#shown) return;
     this.#shown = shown;

@@ -38,7 +38,7 @@ export class NotificationList extends EventTarget {
   }
 
   #add(item) {
-    // The same tag is the same notification, told anew.
+    // A notification with the same tag is an update.
     const old = this.items.find(({ view, id, tag }) => view === item.view && (id === item.id || (tag && tag === item.tag)));
     this.items = [item, ...this.items.filter((each) => each !== old)];
     if (old && old.id !== item.id) old.view.notificationClosed(old.id);

@@ -49,7 +49,7 @@ export class PageInfoPanel extends Panel {
     this.#known = known;
     known.addEventListener('change', () => this.refresh());
     tabs.addEventListener('change', ({ detail: tab }) => {
-      // Other changes are none of its business, and drawing takes the keyboard's place away.
+      // Ignore other changes: redrawing loses the keyboard focus.
       const shown = [tab.view?.handle, tabs.processes.describe(tab), tab.url, tab.secureType, tab.encryptionInfo, tab.loading].join();
       if (shown === this.#shown) return;
       this.#shown = shown;

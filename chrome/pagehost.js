@@ -95,7 +95,7 @@ function dispatch(handle, name, text = '', integer = 0) {
         const setters = listener(event);
         if (setters && typeof setters === 'object' && !setters.then) answer = { ...answer, ...setters };
       } catch (error) {
-        // One bad listener must not cost the others the event, nor the page its answer.
+        // A failing listener must not prevent the others, nor the page's answer.
         console.error(`A listener of "${name}" failed:`, error);
       }
     }
@@ -205,7 +205,7 @@ function defineCommands() {
   defineCommands.done = true;
 }
 
-// Other parts of the chrome hang their own functions into these objects.
+// Shared: other modules add their functions to these objects.
 const chrome = (globalThis.chrome ??= {});
 chrome.internal = { ...chrome.internal, webEvent: dispatch };
 chrome.native = {

@@ -19,7 +19,7 @@ export class Panel {
       make('div', { className: 'panel-head' }, make('h2', { textContent: title }), close), this.body);
     this.element.addEventListener('keydown', (event) => {
       if (event.key !== 'Escape') return;
-      // Escape means this panel here, and not the load of the page.
+      // Escape closes this panel; it must not stop the page's load.
       event.stopPropagation();
       this.toggle();
     });

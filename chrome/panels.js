@@ -63,7 +63,7 @@ export function makePanels({ tabs, store, platform, settings, known, permissions
     { label: 'Native functions', run: opens(panels.functions) },
   ]);
 
-  // What has no button of its own shows at the menu's that it is open.
+  // Panels without a button of their own mark the menu button as open.
   const buttons = { functions: 'functions', downloads: 'downloads', menu: 'menu', newTab: 'new-tab-in', pageInfo: 'security' };
   const place = new PanelPlace();
   for (const [name, panel] of Object.entries(panels)) place.add(panel, $(buttons[name] ?? 'menu'));

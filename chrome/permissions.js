@@ -21,7 +21,7 @@ export const PERMISSIONS = {
     event: 'NotificationPermissionRequest',
     answer: (view, { origin }, allowed) => view.setAllowNotification(origin, allowed),
   },
-  // The name of a device allows it; no name refuses.
+  // A device name grants access; none denies it.
   camera: { label: 'Camera', wish: 'use your camera', event: 'UserMediaRequest', is: ({ cameras }) => cameras?.length > 0, answer: answerMedia },
   microphone: { label: 'Microphone', wish: 'use your microphone', event: 'UserMediaRequest', is: ({ cameras }) => !cameras?.length, answer: answerMedia },
 };

@@ -79,7 +79,7 @@ export class PlatformPanel extends Panel {
       this.#calledAt = performance.now();
       this.#result.textContent = '';
       const text = run(...inputs.map((input) => input.value));
-      // An error may have come meanwhile.
+      // An error may have occurred in the meantime.
       this.#result.textContent ||= text || 'Done; an answer comes as a notification, if there is one.';
     });
     return form;

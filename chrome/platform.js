@@ -31,7 +31,7 @@ export class Platform extends EventTarget {
     super();
     this.#clock = clock;
     for (const space of SPACES) {
-      // Whatever the host has to say has a listener here, without a list of it.
+      // Creates a listener for any notification of the host, without a list of them.
       chrome.internal[space] = new Proxy({}, { get: (_, name) => (...args) => this.#hear(space, String(name), args) });
     }
   }
@@ -58,7 +58,7 @@ export class Platform extends EventTarget {
 
 /** What a good chrome does by itself when it is told. */
 export function answerPlatform(platform, tabs) {
-  // The page has the size of its window already.
+  // The page already has the size of its window.
   platform.addEventListener('onRotate', () => call('application.notifyRotateComplete'));
   platform.addEventListener('onLowMemory', () => {
     const views = tabs.list.filter(({ ready }) => ready).map(({ view }) => view);

@@ -93,7 +93,7 @@ export class ObjectsPanel extends Panel {
     Object.entries(attributes).forEach(([name, value], index) => {
       const row = this.#rows.get(name) ?? this.#makeRow(name);
       row.value = value;
-      // Nobody likes text to change while typing it.
+      // Do not change the text while it is being edited.
       if (row.input !== document.activeElement) row.input.value = textOfValue(value);
       row.kind.textContent = Array.isArray(value) ? 'array' : value === null ? 'null' : typeof value;
       if (this.#list.children[index] !== row.root) this.#list.insertBefore(row.root, this.#list.children[index] ?? null);
@@ -107,7 +107,7 @@ export class ObjectsPanel extends Panel {
     remove.innerHTML = '<svg><use href="#i-close"/></svg>';
     const row = { input, kind, value: undefined, root: make('li', {}, make('label', {}, make('b', { textContent: name }), kind), input, remove) };
     input.addEventListener('change', () => {
-      // What could not be written is not shown as if it had been.
+      // Do not show a value that could not be written.
       if (!this.#write(name, valueOfText(input.value, row.value))) input.value = textOfValue(row.value);
     });
     input.addEventListener('blur', () => { input.value = textOfValue(row.value); });

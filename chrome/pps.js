@@ -13,7 +13,7 @@ const FOR_THE_USER_ALONE = 0o600;
 /** What there is one of, even if this module is loaded twice: the ids belong to the whole chrome. */
 const hub = globalThis[Symbol.for('pagehost.objects')] ??= {
   objects: new Map(),
-  // What an earlier load of the chrome has opened may still be open, under its ids.
+  // Objects opened by an earlier load of the chrome may still be open, under their ids.
   lastId: Math.floor(Math.random() * 2 ** 30),
 };
 
@@ -38,7 +38,7 @@ export class SharedObject extends EventTarget {
   open({ create = true } = {}) {
     if (this.isOpen) return true;
     const flags = READ_AND_WRITE + (create ? CREATE : 0);
-    // The host keeps an id until it has told of the end of the object that had it.
+    // The host keeps an id until it has reported Closed for its object.
     hub.objects.delete(this.#id);
     this.#id = ++hub.lastId;
     const { result, data } = JSON.parse(call('pps.open', this.#id, this.path, 0, flags, FOR_THE_USER_ALONE) || '{}');

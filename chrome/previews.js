@@ -37,7 +37,7 @@ export class Previews {
     if (!tab.ready || !room) return;
     const place = tab.process === HERE ? '' : tabs.processes.describe(tab);
     const height = Math.min(PICTURE.height, Math.round(PICTURE.width * room.height / room.width));
-    // Of the document's beginning as much as the window shows.
+    // The top of the document, as much as the window shows.
     const picture = await capture(tab.view, { part: { ...room, x: 0, y: 0 }, within: PICTURE });
     if (tab !== this.#wanted) return;
     const view = (this.#view ??= this.#create());

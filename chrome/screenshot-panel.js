@@ -35,7 +35,7 @@ export class ScreenshotPanel extends Panel {
     this.#copy.addEventListener('click', () => this.#copyPicture());
     this.#save.addEventListener('click', () => {
       const { view, source, title } = this.#taken;
-      // A download of its tab, so that it is in the list like any other.
+      // Downloaded by its tab, so that it is listed like other downloads.
       view.downloadUrl(source, downloads.nameFor(fileName(title)), 0);
     });
     for (const end of ['crashed', 'closed']) tabs.addEventListener(end, ({ detail: tab }) => tab === this.#taken?.tab && this.#show(null));
@@ -57,7 +57,7 @@ export class ScreenshotPanel extends Panel {
     this.#image.src = source;
     await this.#image.decode().catch(() => {});
     const { naturalWidth: width, naturalHeight: height } = this.#image;
-    // Made now: what is copied must be at hand at the click.
+    // Created ahead: the clipboard needs it synchronously in the click handler.
     const blob = await (await fetch(source)).blob();
     return this.#show({ tab, view, source, blob, title: tab.title || labelFor(tab.url) }, `${width} × ${height} pixels, ${sizeText(blob.size)}`);
   }

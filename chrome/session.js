@@ -27,7 +27,7 @@ export class Session {
     });
     tabs.addEventListener('loaded', ({ detail: tab }) => this.#ask(tab));
     tabs.addEventListener('forgotten', ({ detail: tab }) => {
-      // The host's text would still hold what was cleared.
+      // The host's serialised session would still contain the cleared history.
       this.#keep(tab, '');
       tab.historyForgotten = true;
     });
@@ -39,7 +39,7 @@ export class Session {
     this.lastTime = [];
     const processes = new Map([[0, HERE]]);
     for (const { url, title, state, process = 0 } of pages) {
-      // Their numbers may be others' by now.
+      // Their numbers may be in use by others.
       if (!processes.has(process)) processes.set(process, this.#tabs.processes.fresh());
       this.#tabs.reopen(url, title, state, processes.get(process));
     }
@@ -57,14 +57,14 @@ export class Session {
   }
 
   #save() {
-    // A process that ended may have had the number of one that runs: each has a number of its own here.
+    // An ended process may have had the number of a live one: each gets a number of its own here.
     const processes = [...new Set([HERE, ...this.#tabs.list.map(({ process }) => process)])];
     const pages = this.#tabs.list.filter(this.#isWorthIt).map((tab) => ({
       url: tab.url, title: tab.title, state: this.#states.get(tab) ?? '', process: processes.indexOf(tab.process),
     }));
     this.#hasOwn ||= pages.length > 0;
     if (!this.#hasOwn) return;
-    // With the whole way of every tab it may be too much; the addresses always fit.
+    // All tabs' histories may exceed the limit; the addresses always fit.
     if (!this.#store.set('session', pages)) this.#store.set('session', pages.map((page) => ({ ...page, state: '' })));
   }
 }

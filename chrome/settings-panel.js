@@ -63,7 +63,7 @@ export class SettingsPanel extends Panel {
   #onInput(setting, input) {
     const value = valueOf(setting, setting.kind === 'flag' ? input.checked : input.value);
     if (value !== null) this.#settings.choose(this.#view, setting, value);
-    // What the host made of it, or what was there before.
+    // The value as normalised by the host, or the previous one.
     this.#fill(setting, input, this.#view);
   }
 
@@ -73,7 +73,7 @@ export class SettingsPanel extends Panel {
     for (const setting of SETTINGS.filter(({ later }) => !later)) {
       view.onProperty(setting.name, () => {
         const input = this.#inputs.get(setting);
-        // Nobody likes text to change while typing it.
+        // Do not change the text while it is being edited.
         if (view === this.#view && input !== document.activeElement) this.#fill(setting, input, view);
       });
     }

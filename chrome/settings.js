@@ -112,7 +112,7 @@ export class Settings {
     const chosen = this.#chosen;
     for (const { name, later, start } of SETTINGS) {
       if (start !== undefined && !(name in chosen)) view[`set${name}`](start);
-      // A window that a page opened shares what that page stores, and a private tab stays one.
+      // A window opened by a page shares its storage, and a private tab stays private.
       if (name in chosen && !(later && (opener || isPrivate))) view[`set${name}`](chosen[name]);
     }
   }

@@ -29,7 +29,7 @@ export class Store {
       this.#storage.setItem(PREFIX + name, JSON.stringify(value));
       return true;
     } catch {
-      // Full. Half a value would be worse than none.
+      // Storage is full. A partial value would be worse than none.
       this.#storage.removeItem(PREFIX + name);
       return false;
     }

@@ -139,7 +139,8 @@ export class Tab {
 
   /** @param {(view: WebView) => void} start  gives the new view its page */
   #attach(start) {
-    // What a page did to one process it may do to another, but not to those who have nothing to do with it.
+    // A page that crashed one process may crash another: do not put it into a process of unrelated
+    // pages.
     if (this.ended) this.process = this.processes.after(this.process);
     const view = this.#createView();
     if (!view) return this.#lose('refused');
@@ -160,7 +161,7 @@ export class Tab {
     });
     view.on('DocumentLoadFinished', () => this.update({ loading: false, title: view.title() }, 'loaded'));
     view.on('DocumentLoadFailed', () => {
-      // A load that a person stopped also ends as failed; that is no news.
+      // A load stopped by the user also ends in DocumentLoadFailed, which is not an error.
       this.update({ loading: false }, this.stopped ? undefined : 'failed');
     });
     view.on('FullScreenEnter', () => this.update({ fullScreen: true }));
@@ -176,16 +177,16 @@ export class Tab {
     view.on('Destroyed', () => this.#detach('ended'));
     view.whenCreated(() => {
       this.ready = true;
-      // Before it has loaded anything; a window that a page opened has what that page has.
+      // Before the first load; a window opened by a page inherits its settings.
       if (this.isPrivate && !this.opener) view.setPrivateBrowsing(true);
-      // Placed before loaded, so that the page lays itself out once.
+      // Placed before loading, so that the page is laid out once.
       this.place(this.rect);
       this.update({}, 'created');
-      // Settings may have made it so.
+      // Settings may have changed it.
       if (!this.isPrivate && view.isPrivateBrowsing() === '1') this.update({ isPrivate: true });
       start(view);
     });
-    // Last, so that the state is complete; still early enough to listen to all that the page does.
+    // Last, when the state is complete, but early enough for all events of the page.
     this.update({}, 'attached');
   }
 

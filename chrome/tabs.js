@@ -41,7 +41,7 @@ export class Tabs extends EventTarget {
   reopen(url, title, state, process = HERE) {
     this.#add({ process }).adopt(url, (view) => {
       if (state) view.restoreSession(state, -1);
-      // Of a text that it cannot read the host makes nothing.
+      // The host ignores text that it cannot parse.
       if (view.historyLength() === '0') view.loadURL(url);
     }, title);
   }
@@ -85,7 +85,7 @@ export class Tabs extends EventTarget {
     this.list.splice(index, 1);
     this.#elements.get(tab).root.remove();
     this.#elements.delete(tab);
-    // The next page shows before this one goes: no flash of the empty area.
+    // Show the next page before hiding this one, to avoid flicker.
     if (tab === this.active && this.list.length) {
       const back = this.list.includes(tab.opener) ? tab.opener : this.list[Math.min(index, this.list.length - 1)];
       this.activate(back);
@@ -136,7 +136,7 @@ export class Tabs extends EventTarget {
     button.addEventListener('click', () => this.activate(tab));
     close.addEventListener('click', () => this.close(tab));
     root.addEventListener('auxclick', (event) => event.button === 1 && this.close(tab));
-    // A finger does not rest on things.
+    // Touch has no hover.
     for (const [type, what] of [['pointerenter', 'pointed'], ['pointerleave', 'unpointed'], ['pointerdown', 'unpointed']]) {
       root.addEventListener(type, (event) => event.pointerType === 'mouse' && this.#emit(what, tab));
     }
@@ -155,7 +155,7 @@ export class Tabs extends EventTarget {
     button.setAttribute('aria-selected', selected);
     button.tabIndex = selected ? 0 : -1;
     title.textContent = tab.label;
-    // No title: its own small window would cover the preview.
+    // No title: its tooltip would cover the preview.
     button.setAttribute('aria-label', wordsOf(tab));
     const { number } = tab.process;
     process.hidden = !number || !tab.view;
@@ -165,7 +165,7 @@ export class Tabs extends EventTarget {
     letter.textContent = tab.ended ? '!' : [...tab.label][0].toUpperCase();
     badge.classList.toggle('iconic', isIconic);
     icon.hidden = !isIconic;
-    // Drawn anew at every step of a load, an icon would be decoded as often.
+    // Redrawing at every progress step would decode the icon each time.
     if (tab.favicon && icon.getAttribute('src') !== tab.favicon) icon.src = tab.favicon;
     badge.style.setProperty('--hue', hueOf(tab.url));
   }

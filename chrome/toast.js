@@ -24,7 +24,7 @@ export function showToast(text, action) {
   byId('toast').classList.toggle('offer', Boolean(action?.isOffer));
   byId('toast').hidden = false;
   clearTimeout(timer);
-  // What offers a way on stays until it is answered.
+  // Toasts with actions stay until answered.
   if (!action) timer = setTimeout(hideToast, SHOWN_FOR);
 }
 

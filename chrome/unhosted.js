@@ -1,2 +1,2 @@
-// Not a module: opened from a disk, an ordinary browser would refuse to load one.
+// Not a module: browsers refuse to load modules from file: addresses.
 if (!window.orv) document.documentElement.classList.add('unhosted');

@@ -1,4 +1,4 @@
-// The process that forks child web view processes.
+// The process that forks child processes for web views.
 #include "ipc/ChildLauncher.h"
 
 #include "platform/base/Log.h"
@@ -29,7 +29,7 @@ int launchPipeFd = -1;
 
 namespace {
 
-// There is one for the life of the process.
+// One per process, for its lifetime.
 pid_t theLauncher = 0;
 
 [[noreturn]] void endProcess(int status) {
@@ -38,7 +38,7 @@ pid_t theLauncher = 0;
   ::_exit(status);
 }
 
-// False at the end of the pipe, with errno 0, and on an error.
+// False at the end of the pipe, with errno 0, and on errors.
 bool readRecord(int pipe, LaunchRecord& record) {
   auto* bytes = reinterpret_cast<char*>(&record);
   for (std::size_t have = 0; have < sizeof record;) {
@@ -116,12 +116,12 @@ bool spawnChildLauncher(ChildWebViewMain childMain) {
     return false;
   }
   if (launcher == 0) {
-    // A group of its own: who ends it with all its children takes neither a shell nor the main
-    // process along.
+    // A process group of its own: terminating it with its children must not affect a shell or the
+    // main process.
     ::setpgid(0, 0);
     showProcessName("webkit-child-launcher");
     setupApplicationLogging(programName.c_str());
-    // The system reaps what the launcher forks.
+    // Forked children are reaped by the kernel.
     std::signal(SIGCHLD, SIG_IGN);
     ::close(ends[1]);
     childLauncherLoop(ends[0], mainPid, programName, childMain);
@@ -130,7 +130,7 @@ bool spawnChildLauncher(ChildWebViewMain childMain) {
   launchPipeFd = ends[1];
   theLauncher = launcher;
   if (!startNamedDetachedThread("child-launcher-monitor", monitorChildLauncher, &theLauncher)) {
-    // It only tells of the launcher's end; children are launched without it.
+    // Only reports the launcher's exit; children are launched without it.
     logAlways(LogNotice, "Child launcher monitor failed: %d (%s)", errno, std::strerror(errno));
   }
   return true;

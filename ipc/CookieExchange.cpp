@@ -1,4 +1,4 @@
-// Keeps the cookies of the main process and of its child processes the same. Main thread.
+// Synchronises the cookies of the main process and its child processes. Main thread.
 #include "ipc/CookieExchange.h"
 
 #include "engine/CookieJar.h"

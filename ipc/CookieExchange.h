@@ -1,5 +1,5 @@
-// Keeps the cookies of the main process and of its child processes the same: each tells what its
-// pages change, and the main process passes that on to the others. Main thread.
+// Synchronises the cookies of the main process and its child processes: each reports the changes
+// its pages make, and the main process forwards them to the others. Main thread.
 #pragma once
 
 class CookieChangesMessage;
@@ -7,9 +7,9 @@ class IPCSenderGroup;
 
 // In the main process, once its engine has started.
 void shareCookiesWithChildren();
-// A child that has proved itself gets what there is; its engine has nothing of its own.
+// Sends all cookies to a newly connected child, whose engine starts without any.
 void tellCookiesTo(const IPCSenderGroup& group);
-// A child tells. It is not told back.
+// Applies a child's changes, which are not sent back to it.
 void takeCookiesFrom(const IPCSenderGroup& group, const CookieChangesMessage& message);
 
 // In a child, once its engine has started.

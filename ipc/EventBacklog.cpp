@@ -1,4 +1,4 @@
-// The queue of a child's posted events, with a bound and a rate.
+// The bounded, rate-limited queue of a child's posted events.
 #include "ipc/EventBacklog.h"
 
 #include <algorithm>
@@ -16,8 +16,8 @@ void EventBacklog::push(Event event) {
   if (events_.size() > mostEvents || bytes_ > mostBytes) drop();
 }
 
-// Down to three quarters, so that a flood does not pay for each event: one pass counts the kinds,
-// and one takes the oldest of each kind that has more than the others, down to what all may have.
+// Drops down to three quarters, to amortise the cost in a flood: one pass counts the events per
+// kind, and one drops the oldest of each kind above its share.
 void EventBacklog::drop() {
   using Kind = std::pair<unsigned int, std::optional<EventType>>;
   struct Size {
@@ -51,7 +51,7 @@ void EventBacklog::drop() {
   std::deque<Event> kept;
   for (Event& event : events_) {
     Size& size = kinds[kindOf(event)];
-    // The last one of a kind stays, however large: it came in one message.
+    // The last one of a kind is kept, however large: it came in one message.
     if (size.events > 1 && (size.events > events || size.bytes > bytes)) {
       --size.events;
       size.bytes -= bytesOf(event);
@@ -61,7 +61,7 @@ void EventBacklog::drop() {
       kept.push_back(std::move(event));
     }
   }
-  // Kinds may be as many as events; then the oldest go.
+  // There may be as many kinds as events; then the oldest are dropped.
   const auto isTooMuch = [&] {
     return kept.size() > mostEvents / 4 * 3 || (bytes_ > mostBytes / 4 * 3 && kept.size() > 1);
   };

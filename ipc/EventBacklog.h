@@ -1,5 +1,5 @@
-// What a child process has posted for the chrome and the chrome has not been told yet. A child may
-// post more than any page can take: what is too much is dropped here, at its own cost.
+// The queue of events that a child process has posted and the chrome has not received yet. A child
+// may post more than a page can handle: the excess is dropped here, at the cost of that child only.
 //
 // One thread, which passes the time in.
 #pragma once
@@ -24,28 +24,27 @@ class EventBacklog {
     int integer;
   };
 
-  // The chrome is told of so many events a second, of all children together, and of so many at once
-  // of a child that was quiet. 638 000 events in a row kept a chrome's page busy for 12 seconds, so
-  // this is a twentieth of its time.
+  // The rate limit in events per second, of all children together, and the burst per child after a
+  // quiet period. 638 000 events in a row kept a chrome's page busy for 12 seconds, so this is a
+  // twentieth of its time.
   static constexpr double perSecond = 2000;
   static constexpr double burst = 512;
-  // What may wait: events, and bytes of their data.
+  // Bounds of the queue: number of events, and bytes of their data.
   static constexpr std::size_t mostEvents = 4096;
   static constexpr std::size_t mostBytes = 16u << 20;
 
-  // Events of which there are too many are dropped, the oldest first, beginning with the kind of
-  // which there are most (by web view and type): what a web view says seldom stays, and so does
-  // what it said last.
+  // Beyond the bounds events are dropped, the oldest first, beginning with the most frequent kind
+  // (by web view and type): rare events are kept, and so is the last of each kind.
   void push(Event event);
-  // The next one whose time has come, in the order of push(). `sharers` children have a backlog at
-  // this moment, this one included.
+  // The next event that is due, in the order of push(). `sharers` is the number of children with a
+  // backlog at this moment, including this one.
   std::optional<Event> pop(Clock::time_point now, std::size_t sharers);
-  // The next one, whatever the time.
+  // The next event, ignoring the rate.
   std::optional<Event> popAny();
 
   bool isEmpty() const { return events_.empty(); }
   std::size_t size() const { return events_.size(); }
-  // How many were dropped since the last call.
+  // The number dropped since the last call.
   std::size_t takeDropped();
 
  private:

@@ -1,4 +1,4 @@
-// The pace at which the chrome is told of a child's events.
+// Rate-limited delivery of a child's events.
 #include "ipc/EventDelivery.h"
 
 #include "platform/loop/MessageClient.h"
@@ -18,14 +18,14 @@ using Tessel::Platform::MethodDelegate0;
 
 namespace {
 
-constexpr unsigned int interval = 10;  // milliseconds, between looks at what waits
+constexpr unsigned int interval = 10;  // milliseconds, between deliveries of a backlog
 constexpr std::chrono::seconds tellInterval{10};
 
-// Of how many children events wait.
+// The number of children with a backlog.
 std::size_t waitingDeliveries = 0;
 
 void deliver(const EventBacklog::Event& event) {
-  // An error waits for its turn as events do.
+  // Errors are queued like events.
   if (!event.type) return WebViewManager::instance().informChromeOfError(event.data);
   HandleOrvWebPostEventMessage message(event.handle, *event.type, event.data);
   message.setInteger(event.integer);
@@ -42,7 +42,7 @@ EventDelivery::~EventDelivery() {
 }
 
 void EventDelivery::post(EventBacklog::Event event) {
-  // The inspector's protocol is not for the chrome, and stands or falls with every message.
+  // Inspector messages do not go to the chrome, and none may be lost.
   if (event.type == EventType::InspectorMessage) return deliver(event);
   backlog_.push(std::move(event));
   if (timer_ == 0) deliverDue();
@@ -70,7 +70,7 @@ void EventDelivery::setWaiting(bool waiting) {
   timer_ = g_timeout_add(
       interval,
       [](gpointer self) -> gboolean {
-        // As a message: nothing is delivered in the middle of somebody's call.
+        // By a message, so that nothing is delivered in the middle of a call.
         MainMessageClient::instance()->dispatchMessage(
             executableMessage(MethodDelegate0<EventDelivery>(static_cast<EventDelivery*>(self),
                                                              &EventDelivery::deliverDue)));

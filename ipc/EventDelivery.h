@@ -1,5 +1,5 @@
-// Brings the events that a child process posts to the web view manager: at once while they are few,
-// and at the pace of the EventBacklog while they are many. UI thread.
+// Delivers a child's posted events to the web view manager: immediately at low rates, else at the
+// rate of the EventBacklog. UI thread.
 #pragma once
 
 #include "ipc/EventBacklog.h"
@@ -10,14 +10,14 @@
 
 class EventDelivery final : public Tessel::Platform::GuardedPointerBase {
  public:
-  // Told how many events were dropped, every ten seconds at most.
+  // Called with the number of dropped events, at most every ten seconds.
   using TellOfDropped = std::function<void(std::size_t count)>;
 
   explicit EventDelivery(TellOfDropped tellOfDropped);
   ~EventDelivery() override;
 
   void post(EventBacklog::Event event);
-  // What is waiting, at once: nothing more comes.
+  // Delivers the backlog at once, after the last event.
   void deliverAll();
 
  private:
@@ -27,7 +27,7 @@ class EventDelivery final : public Tessel::Platform::GuardedPointerBase {
 
   const TellOfDropped tellOfDropped_;
   EventBacklog backlog_;
-  unsigned int timer_ = 0;  // while events wait
+  unsigned int timer_ = 0;  // nonzero while there is a backlog
   std::size_t dropped_ = 0;
   EventBacklog::Clock::time_point toldAt_{};
 };

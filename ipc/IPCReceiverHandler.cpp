@@ -1,4 +1,4 @@
-// What the main process tells a child process. UI thread.
+// Handles the main process's messages in a child process. UI thread.
 #include "ipc/IPCReceiverHandler.h"
 
 #include "ipc/CookieExchange.h"
@@ -33,10 +33,10 @@ void reply(const Message& message, bool value) {
   if (message.reply()) message.reply()->assign(&value, sizeof value);
 }
 
-// Stands in this process for the application's window of that group.
+// The proxy of the application's window with that group.
 void makeTopLevel(const String& group) {
   if (Window::topLevelOf(group)) return;
-  // Lives as long as the process, as the application's does for it.
+  // Lives as long as the process, like the application's.
   new Window(WindowType::Application, nullptr, {}, {}, {1, 1}, 0, false, group);
 }
 
@@ -108,7 +108,7 @@ void IPCReceiverHandler::connectionDied(int connectionId) const {
   logAlways(LogError, "Received unexpected connection death %d from parent process! Exiting %s...",
             connectionId, Tessel::Platform::processName());
   logAlways(LogError, "Exit %s: %d", Tessel::Platform::processName(), 128 + SIGKILL);
-  // Killed, it could not; the next program would have to.
+  // A killed process cannot remove them; that would be left to the next program.
   Tessel::Platform::removeRegisteredFiles();
   ::kill(0, SIGKILL);
 }

@@ -1,5 +1,5 @@
-// What the main process tells a child process: its web views come and go, they get their commands,
-// and the process ends. UI thread.
+// Handles the main process's messages in a child process: creation and deletion of web views, their
+// commands, and shutdown. UI thread.
 #pragma once
 
 #include "platform/loop/MessageClient.h"

@@ -8,7 +8,7 @@ using Tessel::Platform::GuardedPin;
 using Tessel::Platform::MessageClient;
 
 void IPCReceiverWebView::handleWebEvent(OrvWebEvent* event) {
-  // The chrome may delete this web view while it answers.
+  // The chrome may delete this web view inside its event handler.
   const GuardedPin<IPCReceiverWebView> pin(this);
   forwardWebEvent(*this, *event, *this);
   WebView::handleWebEvent(event);

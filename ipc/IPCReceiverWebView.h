@@ -1,5 +1,5 @@
-// A web view of a child process: whatever happens in it is told to the main process, which brings
-// it to the chrome. UI thread.
+// A web view of a child process: its events are sent to the main process, which forwards them to
+// the chrome. UI thread.
 #pragma once
 
 #include "webview/WebView.h"
@@ -17,7 +17,7 @@ class IPCReceiverWebView final : public WebView {
 
  private:
   void post(EventType event, const String& data) override;
-  // Waits for the chrome's answer, and goes on serving the main process meanwhile.
+  // Waits for the chrome's answer, serving the main process in the meantime.
   String send(EventType event, const String& data) override;
 
   const int mainConnectionId_;

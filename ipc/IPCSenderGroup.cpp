@@ -1,5 +1,5 @@
-// A child process that holds web views, as the main process sees it. UI thread, but for the
-// handshake, which comes on the acceptor's.
+// A child process that hosts web views, on the main process's side. UI thread, except for the
+// handshake, which is handled on the acceptor's.
 #include "ipc/IPCSenderGroup.h"
 
 #include "ipc/ChildLauncher.h"
@@ -43,11 +43,12 @@ using Tessel::Platform::webKitThreadMessageClient;
 
 namespace {
 
-// How long the window may stand still for a child that does not answer.
+// How long the main thread waits for an unresponsive child.
 constexpr std::chrono::seconds silenceLimit{30};
-// A child that is ended has nothing else to do.
+// The same during shutdown, when the child has nothing else to do.
 constexpr std::chrono::seconds shutdownLimit{3};
-// Names the network device that sockets are bound to; child processes are told.
+// The environment variable with the network device that sockets are bound to; passed on to child
+// processes.
 constexpr const char* deviceVariable = "SOCK_SO_BINDTODEVICE";
 
 IPCSenderGroup::ConnectedHook& connectedHook() {
@@ -66,8 +67,8 @@ void forBothClients(Visit visit) {
   visit(*webKitThreadMessageClient());
 }
 
-// For the length of a launch the main client hears processes that it does not know. Launches nest:
-// the chrome, served while one waits, may ask for another.
+// While in scope, during a launch, the main client accepts unregistered processes. Launches nest:
+// the chrome, served during the wait, may request another one.
 class HandshakeScope {
  public:
   HandshakeScope() {
@@ -85,7 +86,7 @@ class HandshakeScope {
   static inline int open_ = 0;
 };
 
-// All bits of both count, however early they differ.
+// Compares all bits of both in constant time.
 bool isSameKey(std::uint64_t one, std::uint64_t other) {
   const volatile std::uint64_t difference = one ^ other;
   return difference == 0;
@@ -130,7 +131,7 @@ IPCSenderGroup::~IPCSenderGroup() {
   handler.removeProcess(pid, this);
   forBothClients([&](MessageClient& client) {
     client.deregisterPID(pid);
-    // A child that cannot be told to end notices that nobody listens to it.
+    // A child that cannot be told to exit detects the closed connection.
     if (!wasConnected) client.closeConnectionsOf(pid);
   });
   ConnectDetach(connectionId_);
@@ -173,7 +174,7 @@ void IPCSenderGroup::launch() {
       return setError(concat("Error writing launch data to child launcher pipe", ": ",
                              std::strerror(errno), "(", String::fromSignedInteger(errno), ")!"));
     }
-    // An error that the handshake met is told already.
+    // Handshake errors have been reported already.
     if (!waitForHandshake()) {
       if (lastError().isEmpty()) setError("Did not receive handshake!");
       return;
@@ -231,7 +232,7 @@ bool IPCSenderGroup::waitForHandshake() {
 void IPCSenderGroup::handleHandshake(const HandshakeMessage& message) {
   {
     const std::lock_guard lock(mutex_);
-    // The pid in the message is the child's own word; the kernel's counts.
+    // Use the kernel's pid; the one in the message is only claimed.
     if (!awaitingHandshake_ || !isSameKey(message.key(), handshakeKey_) ||
         message.pid() != message.senderPid()) {
       logAlways(LogError, "Someone unknown was trying to handshake with me!");
@@ -330,7 +331,7 @@ void IPCSenderGroup::tellOfDropped(std::size_t count) const {
 }
 
 void IPCSenderGroup::connectionDied() {
-  // What it said last may be why.
+  // Its last events may explain the cause.
   delivery_->deliverAll();
   const int pid = childPid();
   forBothClients([&](MessageClient& client) { client.deregisterPID(pid); });
@@ -353,7 +354,7 @@ void IPCSenderGroup::markDisconnected() {
 
 void IPCSenderGroup::processDied() {
   WebViewManager& manager = WebViewManager::instance();
-  // Each leaves the list when it is destroyed, and the group ends with the last one.
+  // Each is removed from the list when destroyed, and the group ends with the last one.
   std::vector<unsigned int> handles;
   for (const IPCSenderWebView* const webView : webViews_) handles.push_back(webView->handle());
   for (const unsigned int handle : handles) manager.remoteWebViewCrashed(handle);

@@ -1,7 +1,7 @@
-// A child process that holds web views, as the main process sees it: it is launched, proves itself,
-// gets and loses web views, and dies.
+// A child process that hosts web views, on the main process's side: launch, handshake, creation and
+// deletion of web views, death.
 //
-// UI thread, but for the handshake, which comes on the acceptor's.
+// UI thread, except for the handshake, which is handled on the acceptor's.
 #pragma once
 
 #include "ipc/EventBacklog.h"
@@ -24,29 +24,29 @@ class HandshakeMessage;
 
 class IPCSenderGroup : public RemoteHost {
  public:
-  // How long a launch waits for its child. Tests wait less.
+  // The time limit of the handshake. Tests use a shorter one.
   static inline std::chrono::milliseconds handshakeLimit{3000};
 
-  // Has the manager of web views start its children so. Main thread, once.
+  // Registers with the manager of web views as the factory of child processes. Main thread, once.
   static void installFactory();
 
-  // Launches the child: waits until it has proved itself, at most for the limit. isConnected()
-  // tells whether it has; if not, the chrome has been told why. The id is never 0.
+  // Launches the child and waits for its handshake, up to the limit. isConnected() tells whether it
+  // succeeded; if not, the chrome has been told why. The id is never 0.
   explicit IPCSenderGroup(unsigned int groupId);
-  // For a child that is there already, behind a connection.
+  // For an existing child, behind a connection.
   IPCSenderGroup(unsigned int groupId, int connectionId);
   ~IPCSenderGroup() override;
 
   unsigned int groupId() const { return groupId_; }
   bool isConnected() const final { return connected_; }
-  // While its child is being launched. Any thread.
+  // True during the launch of the child. Any thread.
   bool isAwaitingHandshake() const;
   int connectionId() const final { return connectionId_; }
   int childPid() const final;
-  // The text of the last one; "" for none. Any thread.
+  // The last error; "" for none. Any thread.
   String lastError() const;
   const std::vector<IPCSenderWebView*>& webViews() const final { return webViews_; }
-  // True from the start of a creation on, and for ever. Any thread.
+  // True permanently once a creation has started. Any thread.
   bool hasHosted(unsigned int handle) const;
   bool isCreating() const final { return creating_ > 0; }
 
@@ -55,37 +55,37 @@ class IPCSenderGroup : public RemoteHost {
   void deleteRemoteWebView(IPCSenderWebView* webView) final;
   void setEnvironment(const String& name, const String& value) const final;
   void setCapabilities(unsigned int handle, const String& text) const final;
-  // Sends a message, whatever the group's state.
+  // Sends a message in any state of the group.
   void sendMessage(std::unique_ptr<Tessel::Platform::Message> message) const;
-  // Ends the child, if it can be reached.
+  // Terminates the child, if it can be reached.
   void shutDown();
   void setError(const String& error) final;
 
-  // The chrome is told of an event or error of the child at once, or, where the child has posted
-  // more than is good for the chrome, in its turn or never.
+  // Reports an event or error of the child to the chrome: immediately, or, if the child posts too
+  // many, later or never (see EventDelivery).
   void post(EventBacklog::Event event);
 
   // The acceptor's thread.
   void handleHandshake(const HandshakeMessage& message);
-  // The child has gone, whoever ended it.
+  // The child has exited, for whatever reason.
   void connectionDied();
 
-  // Called when a child has proved itself, with the group and the child's pid, before anything is
-  // sent to it. Replaces the one before.
+  // Called after a child's handshake, with the group and the child's pid, before anything is sent
+  // to it. Replaces the previous one.
   using ConnectedHook = std::function<void(IPCSenderGroup&, int pid)>;
   static void onConnected(ConnectedHook hook);
-  // The same when the group is deleted or its child has died.
+  // Called when the group is deleted or its child has died.
   using GoneHook = std::function<void(IPCSenderGroup&)>;
   static void onGone(GoneHook hook);
 
  protected:
-  // The next handshake with that key is this group's.
+  // Accepts the next handshake with that key.
   void expectHandshake(std::uint64_t key);
 
  private:
   void launch();
   bool writeLaunchRecord();
-  // True when the child has proved itself.
+  // True if the handshake has succeeded.
   bool waitForHandshake();
   void markDisconnected();
   void processDied();
@@ -94,13 +94,13 @@ class IPCSenderGroup : public RemoteHost {
   const unsigned int groupId_;
   std::atomic<bool> connected_ = false;
   std::atomic<int> connectionId_ = -1;
-  std::vector<IPCSenderWebView*> webViews_;  // the manager's
+  std::vector<IPCSenderWebView*> webViews_;  // owned by the manager
   int creating_ = 0;
   const std::unique_ptr<EventDelivery> delivery_;
-  Tessel::Platform::UniqueFd settled_;  // readable once the handshake has come to something
+  Tessel::Platform::UniqueFd settled_;  // readable once the handshake has succeeded or failed
 
   mutable std::mutex mutex_;
-  // All below under the mutex.
+  // Guarded by the mutex.
   int childPid_ = -1;
   String lastError_;
   std::uint64_t handshakeKey_ = 0;

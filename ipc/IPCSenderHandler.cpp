@@ -1,4 +1,4 @@
-// Receives what child processes send to the main process.
+// Dispatches the messages of child processes in the main process.
 #include "ipc/IPCSenderHandler.h"
 
 #include "ipc/CookieExchange.h"
@@ -29,7 +29,7 @@ typename Map::mapped_type lookUp(const Map& map, Key key) {
   return found == map.end() ? typename Map::mapped_type() : found->second;
 }
 
-// An entry that another group has taken over stays.
+// An entry taken over by another group is kept.
 template <typename Map, typename Key>
 void removeEntry(Map& map, Key key, const IPCSenderGroup* group) {
   const auto found = map.find(key);
@@ -45,7 +45,7 @@ IPCSenderHandler& IPCSenderHandler::instance() {
 
 void IPCSenderHandler::install() {
   MainMessageClient::instance()->installMessageHandler(this);
-  // By a message, since handlers belong to the client's thread; it comes before any child's.
+  // By a message, since handlers belong to the client's thread; it precedes any child's messages.
   webKitThreadMessageClient()->dispatchMessage(Tessel::Platform::executableMessage(
       [this] { webKitThreadMessageClient()->installMessageHandler(this); }));
 }
@@ -144,11 +144,11 @@ void IPCSenderHandler::handleMessage(Message& message) {
   }
   if (message.type() == ErrorMessage::messageType) {
     if (!MainMessageClient::instance()->isCurrentThread()) return;
-    // Bounded as events are.
+    // Bounded like events.
     return group->post({0, std::nullopt, static_cast<const ErrorMessage&>(message).text(), 0});
   }
   if (message.type() == CookieChangesMessage::messageType) {
-    // A child may send it over any of its connections, and the jar is the main thread's.
+    // A child may send it over any of its connections, but the jar belongs to the main thread.
     if (!MainMessageClient::instance()->isCurrentThread()) return;
     return takeCookiesFrom(*group.get(), static_cast<const CookieChangesMessage&>(message));
   }
@@ -156,7 +156,7 @@ void IPCSenderHandler::handleMessage(Message& message) {
       message.type() != HandleOrvWebSendEventMessage::messageType) {
     return;
   }
-  // A child speaks for its own web views only: the end of the chrome's would be the program's.
+  // A child may send events for its own web views only: the root's Destroyed would end the program.
   const auto& happened = static_cast<const WebEventMessage&>(message);
   const unsigned int handle = happened.handle();
   if (!group->hasHosted(handle)) {

@@ -1,6 +1,5 @@
-// Receives what child processes send to the main process and brings it to the right group. Messages
-// come on the main thread, on the web-engine thread and, before a child has proved itself, on the
-// acceptor's.
+// Dispatches the messages of child processes to their groups in the main process. Messages arrive
+// on the main thread, on the web-engine thread and, before the handshake, on the acceptor's.
 #pragma once
 
 #include "platform/loop/GuardedPointer.h"
@@ -17,18 +16,18 @@ class IPCSenderHandler final : public Tessel::Platform::MessageHandler {
   // Created on first use, never destroyed.
   static IPCSenderHandler& instance();
 
-  // Puts itself among the handlers of the main client and of the web-engine thread's. Main thread.
+  // Installs itself as a handler of the main client and of the web-engine thread's. Main thread.
   void install();
 
-  // The groups are not owned; a later one of the same number takes the place. Any thread.
+  // The groups are not owned; a later one with the same number replaces it. Any thread.
   void addGroup(unsigned int groupId, IPCSenderGroup* group);
   void removeGroup(unsigned int groupId, const IPCSenderGroup* group);
   void addProcess(int pid, IPCSenderGroup* group);
   void removeProcess(int pid, const IPCSenderGroup* group);
-  // Null when there is none. Main thread.
+  // Null if there is none. Main thread.
   IPCSenderGroup* groupForConnection(int connectionId) const;
 
-  // Those whose child is there. Main thread.
+  // Groups with a connected child. Main thread.
   void forEachGroup(const std::function<void(IPCSenderGroup&)>& use) const;
 
   void handleMessage(Tessel::Platform::Message& message) override;

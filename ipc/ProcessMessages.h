@@ -1,14 +1,14 @@
-// The messages by which processes are led, beside the web view commands. Plain values; see Message
-// for who owns them.
+// Messages for process control, besides the web view commands. Plain values; see Message for
+// ownership.
 //
-// The constructors from a type number are the serialisers'.
+// The constructors from a type number are for the serialisers.
 #pragma once
 
 #include "platform/channel/IPCMessage.h"
 
 #include <cstdint>
 
-// Ends the child. The reply tells that it is on its way.
+// Terminates the child. The reply acknowledges it.
 class ShutdownMessage final : public Tessel::Platform::IPCMessage<> {
  public:
   static constexpr int messageType = 1000;
@@ -18,7 +18,7 @@ class ShutdownMessage final : public Tessel::Platform::IPCMessage<> {
   explicit ShutdownMessage(Reply* reply) : IPCMessage(messageType, reply) {}
 };
 
-// The reply tells whether the web view is there.
+// The reply tells whether the web view was created.
 class CreateWebViewMessage final
     : public Tessel::Platform::IPCMessage3<unsigned int, Tessel::Platform::IPCSafeString, int> {
  public:
@@ -35,7 +35,7 @@ class CreateWebViewMessage final
   int rotation() const { return field<2>(); }
 };
 
-// The reply tells whether there was such a web view.
+// The reply tells whether the web view existed.
 class DeleteWebViewMessage final : public Tessel::Platform::IPCMessage1<unsigned int> {
  public:
   static constexpr int messageType = 1002;
@@ -62,7 +62,7 @@ class SetEnvMessage final : public Tessel::Platform::IPCMessage2<Tessel::Platfor
   Tessel::Platform::String value() const { return field<1>().toString(); }
 };
 
-// Says what origins may call in a web view, in the form of Capabilities::read.
+// Sets the capabilities of origins in a web view, in the format of Capabilities::read.
 class SetCapabilitiesMessage final
     : public Tessel::Platform::IPCMessage2<unsigned int, Tessel::Platform::IPCSafeString> {
  public:
@@ -76,7 +76,7 @@ class SetCapabilitiesMessage final
   Tessel::Platform::String text() const { return field<1>().toString(); }
 };
 
-// What pages of one process have changed of the cookies; the main process tells the other ones.
+// Cookie changes of one process; the main process forwards them to the others.
 class CookieChangesMessage final
     : public Tessel::Platform::IPCMessage1<Tessel::Platform::IPCSafeString> {
  public:
@@ -89,7 +89,7 @@ class CookieChangesMessage final
   Tessel::Platform::String changes() const { return field<0>().toString(); }
 };
 
-// A child's first message: who it is, where it listens, and the key it was launched with.
+// A child's first message: its identity, its channel, and the key it was launched with.
 class HandshakeMessage final
     : public Tessel::Platform::IPCMessage5<unsigned int, int, int, unsigned int, unsigned int> {
  public:

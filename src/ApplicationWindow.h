@@ -1,4 +1,4 @@
-// The one top-level window of the application, in whose group all its web views live. UI thread.
+// The application's top-level window, in whose group all web views live. UI thread.
 #pragma once
 
 #include "platform/desktop/WindowService.h"
@@ -10,27 +10,27 @@
 class ApplicationWindow final : public Tessel::Platform::Graphics::Window,
                                 private Tessel::Platform::Graphics::WindowListener {
  public:
-  // Created on first use, with the size and rotation that WIDTH, HEIGHT and ROTATION give; never
-  // destroyed. Registers the applicationWindow.* functions.
+  // Created on first use, with size and rotation from WIDTH, HEIGHT and ROTATION; never destroyed.
+  // Registers the applicationWindow.* functions.
   static ApplicationWindow& instance();
 
-  // Stores the application's size; width and height change places for a sideways rotation.
+  // Stores the application's size; width and height are swapped for a sideways rotation.
   static void setApplicationSize(int width, int height, int rotation);
 
-  // The platform handle of the child window with that identifier, 0 when there is none.
+  // The platform handle of the child window with that identifier, 0 if there is none.
   int windowHandleFor(const std::string& identifier) const;
-  // Gives the window's group the keyboard (1), or leaves it where it is (0).
+  // Gives the window's group the keyboard focus (1), or leaves it unchanged (0).
   void setKeyboardFocus(int value);
-  // Shows what has been drawn.
+  // Flushes what has been drawn.
   void present();
-  // Resizes and turns the window.
+  // Resizes and rotates the window.
   void resize(int width, int height, int rotation);
 
-  // Told what the desktop does to the window, and whether to end the application; not owned.
-  // Without one, closing the window ends every web view.
+  // Notified of what the desktop does to the window, and asked to end the application; not owned.
+  // Without one, closing the window closes every web view.
   void setService(Tessel::Platform::WindowService* service) { service_ = service; }
 
-  // As its close button does.
+  // As if its close button had been clicked.
   void close() { windowCloseRequested(); }
 
   void addChildWindow(Window* child) override;

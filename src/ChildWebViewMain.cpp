@@ -1,4 +1,4 @@
-// A child process that holds web views. Main thread.
+// The main function of child processes that host web views. Main thread.
 #include "src/ChildWebViewMain.h"
 
 #include "ipc/CookieExchange.h"
@@ -55,14 +55,15 @@ namespace {
 // The main process connects as soon as it has accepted the handshake.
 constexpr std::chrono::seconds windowConnectionLimit{10};
 
-// What a child has after the main process's end to see to its own.
+// Grace period to exit by itself after the main process has ended.
 constexpr std::chrono::seconds timeToEnd{5};
 
-// Bytes of an error; one with an argument in it may be as long as that, but somebody shall read it.
+// Maximum length of a reported error in bytes: arguments in it may be long, but it must stay
+// readable.
 constexpr std::size_t longestError = 1u << 20;
 
-// A thread of its own. The main loop ends this process when it loses the main process; this is for
-// a main thread that does not come back to it.
+// A fallback thread: the main loop ends this process when it loses the main process, unless the
+// main thread is stuck.
 void exitWithParent(void* process) {
   pollfd descriptor{*static_cast<const int*>(process), POLLIN, 0};
   while (::poll(&descriptor, 1, -1) < 0 && errno == EINTR) {
@@ -74,15 +75,15 @@ void exitWithParent(void* process) {
 }
 
 void watchParent(pid_t parent) {
-  // There is one parent for the life of the process.
+  // One parent per process lifetime.
   static int process = -1;
   process = static_cast<int>(::syscall(SYS_pidfd_open, parent, 0));
-  // Without one the attempt to connect shows whether the parent is there.
+  // Without a pidfd, connecting shows whether the parent exists.
   if (process < 0) return;
   Tessel::Platform::startNamedDetachedThread("parent-watch", exitWithParent, &process);
 }
 
-// Whatever goes wrong here is told to the chrome of the main process.
+// Forwards errors to the chrome of the main process.
 void forwardErrorsOver(int connection) {
   WebViewManager::instance().forwardErrors([connection](const String& text) {
     MessageClient::sendMessage(
@@ -92,7 +93,7 @@ void forwardErrorsOver(int connection) {
       [](const String& text) { WebViewManager::instance().informChromeOfError(text); });
 }
 
-// Takes the one connection over which the main process gets this one's windows.
+// Accepts the single connection through which the main process shows this process's windows.
 class WindowChannelOwner final : public Tessel::Platform::ChannelOwner {
  public:
   explicit WindowChannelOwner(pid_t parent) : parent_(parent) {}
@@ -104,7 +105,7 @@ class WindowChannelOwner final : public Tessel::Platform::ChannelOwner {
     if (std::exchange(taken_, true)) return;
     socket_.set_value(socket.release());
   }
-  // Empty when it does not come.
+  // Empty on timeout.
   UniqueFd wait() {
     auto socket = socket_.get_future();
     if (socket.wait_for(windowConnectionLimit) != std::future_status::ready) return UniqueFd();
@@ -113,11 +114,11 @@ class WindowChannelOwner final : public Tessel::Platform::ChannelOwner {
 
  private:
   const pid_t parent_;
-  bool taken_ = false;  // the acceptor's
+  bool taken_ = false;  // used by the acceptor's thread
   std::promise<UniqueFd> socket_;
 };
 
-// The first thing that comes over it: what the handles of this process's windows begin with.
+// Its first message: the group in the handles of this process's windows.
 unsigned int handleGroupFrom(const UniqueFd& connection) {
   std::uint32_t group = 0;
   pollfd readable{connection.get(), POLLIN, 0};
@@ -134,8 +135,8 @@ unsigned int handleGroupFrom(const UniqueFd& connection) {
 
 int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int webEngineChannelId,
                      unsigned long long handshakeKey) {
-  // What ends this process by its group, itself included, ends the engine's helpers and no other
-  // child.
+  // A process group of its own: killing it, itself included, also ends the engine's helpers, and no
+  // other child.
   ::setpgid(0, 0);
   if (const int error = Tessel::Platform::confineProcess(); error != 0) {
     logAlways(LogError, "This process is not confined: %s", std::strerror(error));
@@ -170,7 +171,7 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int
       mainConnection);
   Tessel::Platform::enableMemoryStatsLogging();
 
-  // The rest takes its time, which the handshake must not wait for.
+  // After the handshake, since the rest takes long.
   UniqueFd windowConnection = windows->wait();
   Tessel::Platform::closeChannel(Tessel::Platform::windowChannel);
   if (!windowConnection) giveUp("The main process does not ask for the windows of this one.");

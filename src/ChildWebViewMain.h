@@ -1,7 +1,7 @@
-// A child process that holds web views. Main thread.
+// The main function of child processes that host web views. Main thread.
 #pragma once
 
-// Connects back to the process that had it launched, proves itself with the key and serves its web
-// views until it is told to end. The result is the exit status; -1 when it could not connect.
+// Connects to the launching process, sends the handshake with the key and serves its web views
+// until told to exit. Returns the exit status; -1 if it could not connect.
 int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int webEngineChannelId,
                      unsigned long long handshakeKey);

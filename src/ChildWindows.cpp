@@ -23,11 +23,11 @@ using Tessel::Platform::Graphics::Window;
 
 namespace {
 
-// The numbers that handles of windows begin with, one per child process that lives; 0 is the
-// application's own. Those of the dead come last: somebody may still have their windows' handles.
+// Handle groups, one per live child process; 0 is the application's own. Those of dead processes
+// are reused last: somebody may still hold handles of their windows.
 class HandleGroups {
  public:
-  // 0 when all are taken.
+  // 0 if all are in use.
   unsigned take() {
     for (unsigned i = 0; i < Window::lastHandleGroup; ++i) {
       last_ = last_ % Window::lastHandleGroup + 1;
@@ -50,13 +50,13 @@ struct Shown {
 }  // namespace
 
 void showWindowsOfChildren(Window& applicationWindow) {
-  // Leaked, as the window is.
+  // Leaked, like the window.
   static auto* const byGroup = new std::map<const IPCSenderGroup*, Shown>;
   static auto* const handleGroups = new HandleGroups;
   IPCSenderGroup::onConnected([&applicationWindow](const IPCSenderGroup& group, int pid) {
     UniqueFd connection = connectToChannel(pid, windowChannel);
     const std::uint32_t handleGroup = connection ? handleGroups->take() : 0;
-    // The child begins with it: it makes no window before.
+    // The child waits for it before it creates windows.
     if (handleGroup == 0 ||
         ::send(connection.get(), &handleGroup, sizeof handleGroup, MSG_NOSIGNAL) < 0) {
       if (connection && handleGroup == 0) errno = EMFILE;

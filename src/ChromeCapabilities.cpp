@@ -1,4 +1,4 @@
-// What origins may call besides the chrome, as a file beside it says. Main thread, at start.
+// Reads the capabilities of origins from a file beside the chrome. Main thread, at start.
 #include "src/ChromeCapabilities.h"
 
 #include "engine/webkit/network/LocalScheme.h"
@@ -23,7 +23,7 @@ using Tessel::Platform::UniqueFd;
 namespace {
 
 constexpr const char* fileName = "capabilities.json";
-// Nobody writes a longer one.
+// Sanity limit.
 constexpr std::size_t longestFile = std::size_t{1} << 20;
 
 struct NamedFile {
@@ -51,7 +51,7 @@ NamedFile openBeside(const std::string& chromeUrl) {
   return name.empty() ? NamedFile() : openFile(name);
 }
 
-// False, and errno tells, when it cannot be read.
+// False, with errno set, if it cannot be read.
 bool readAll(const UniqueFd& file, std::string& text) {
   std::array<char, 4096> piece;
   for (;;) {

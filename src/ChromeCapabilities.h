@@ -1,9 +1,9 @@
-// What origins may call besides the chrome, as a file beside it says. Main thread, at start.
+// Reads the capabilities of origins from a file beside the chrome. Main thread, at start.
 #pragma once
 
 #include "registry/Capabilities.h"
 
-// Reads the file that PAGEHOST_CAPABILITIES names; else, of a chrome that is a file or local:, the
-// file capabilities.json beside it. Without one, and with one that is wrong, which the log tells,
-// it is the default.
+// Reads the file named by PAGEHOST_CAPABILITIES, or, for a chrome that is a file or a local:
+// address, capabilities.json beside it. If there is none, or it is malformed (which is logged),
+// returns the default.
 Capabilities chromeCapabilities(const char* chromeUrl);

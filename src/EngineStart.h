@@ -1,30 +1,29 @@
-// What every process with web views needs from its surroundings before it can show one. Main
-// thread.
+// Environment set-up for processes with web views, before the first one is created. Main thread.
 #pragma once
 
 #include "platform/base/String.h"
 
 #include <string>
 
-// A start that cannot go on: says what to do about it, where a person and where a log looks.
+// Exits because the start cannot continue, with instructions on standard error and in the log.
 [[noreturn]] void giveUp(const std::string& problem);
 
-// What to say where no window can be opened.
+// Instructions if no window can be opened.
 extern const char* const noDisplay;
 
-// Without a session bus the toolkit starts one for each display, which outlives the program and
-// keeps its descriptors open. Before the toolkit starts.
+// Prevents the toolkit from starting a session bus per display, which would outlive the program and
+// keep its descriptors open. Call it before the toolkit starts.
 void disableSessionBusAutolaunch();
 
-// Tells the engine where its inspector is to listen, in this process alone. Before the toolkit
+// Sets the address of the engine's inspector server, for this process only. Before the toolkit
 // starts.
 void prepareInspector();
 
-// The folder that local: addresses are files of.
+// The root folder of local: addresses.
 std::string localRoot();
 
-// Starts the engine, in the sandbox that PAGEHOST_SANDBOX asks for, with what pages leave behind in
-// the folder of that name, which each application has for itself: it is the address of its chrome
-// that tells one from another. Whether cookies are kept there, see WebKitEngine::Places. The
-// toolkit must be running. Gives up when it cannot be.
+// Starts the engine, with the sandbox that PAGEHOST_SANDBOX selects. Site data go into the folder
+// of that name, separate for each application, which is identified by the address of its chrome.
+// For whether cookies are kept there, see WebKitEngine::Places. The toolkit must be running. Exits
+// on failure.
 void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies);

@@ -1,4 +1,4 @@
-// From a forked child of the launcher server to an application.
+// Turns a forked child of the launcher server into an application.
 #include "src/LaunchedProcess.h"
 
 #include "platform/base/Log.h"
@@ -37,7 +37,7 @@ using Tessel::Platform::LogNotice;
 
 constexpr int invalidRequest = -1;
 
-// Says why, since the requester only learns that the process has ended.
+// Logs the reason, since the requester only learns that the process has exited.
 [[noreturn]] void refuse(int status, const char* what, int error = 0) {
   if (error != 0) {
     logAlways(LogError, "Launch refused: %s: %s (%d)", what, std::strerror(error), error);
@@ -47,12 +47,12 @@ constexpr int invalidRequest = -1;
   std::exit(status);
 }
 
-// The strings of a request, one after the other.
+// Reads the strings of a request in sequence.
 class Strings {
  public:
   Strings(char* first, std::size_t unread) : next_(first), unread_(unread) {}
 
-  // Exits when there is no whole one left.
+  // Exits if there is no complete string left.
   char* next() {
     char* const string = next_;
     const void* const end = unread_ > 0 ? std::memchr(string, '\0', unread_) : nullptr;
@@ -76,7 +76,7 @@ void takePriority(int priority) {
   if (error != 0) logAlways(LogNotice, "Priority %d: %s", priority, std::strerror(error));
 }
 
-// Returns the bytes that the groups take of the request.
+// Returns the size in bytes of the groups in the request.
 std::size_t takeGroups(const LauncherRequest& request, const char* groups, std::size_t unread) {
   if (request.ngroups < 0 || request.ngroups > ::sysconf(_SC_NGROUPS_MAX)) {
     refuse(EXIT_FAILURE, "that many supplementary groups are not possible");
@@ -113,26 +113,26 @@ void giveUpAbilities() {
           {AbilityNonRoot | AbilityAllow | AbilityMapFixed},
           {AbilityNonRoot | AbilityInherit | AbilityLock | AbilityRange | AbilityMapFixed, 4096}});
   if (error != 0) refuse(EXIT_FAILURE, "the server's abilities cannot be given up", error);
-  // The kernel closes a process that changed its user to others of that user, debuggers and system
-  // monitors among them. There is nothing of the server in it that they may not know.
+  // The kernel makes a process that changed its user undumpable, which hides it from debuggers and
+  // system monitors of that user. It holds nothing of the server that they must not see.
   ::prctl(PR_SET_DUMPABLE, 1);
 }
 
 std::vector<char*> readArguments(const LauncherRequest& request, Strings& strings) {
   char* const name = strings.next();
-  // The name behind the last slash is what libraries call the process.
+  // Libraries use the base name as the process's name.
   const char* const slash = std::strrchr(name, '/');
   __progname = slash ? slash + 1 : name;
   Tessel::Platform::showProcessName(name);
-  // A count that the strings cannot have ends the process before it takes any memory to speak of.
+  // An impossible count ends the process before it allocates much memory.
   std::vector<char*> arguments{name};
   for (int i = 1; i < request.argc; ++i) arguments.push_back(::strdup(strings.next()));
   arguments.push_back(nullptr);
   return arguments;
 }
 
-// What an application gets of the server's environment where the request says nothing: how this
-// program is set up on this machine. The rest is the server's own.
+// The variables of the server's environment that an application inherits unless the request sets
+// them: the set-up of this program on this machine. All others are removed.
 bool isInherited(std::string_view variable) {
   constexpr std::array names{"PATH",
                              "LANG",
@@ -161,7 +161,7 @@ void forgetServersEnvironment() {
     if (isInherited(text) && equals != std::string_view::npos) {
       kept.emplace_back(text.substr(0, equals), text.substr(equals + 1));
     } else {
-      // It would stay in the process's memory, where /proc shows it.
+      // Overwritten, since it would stay readable in /proc.
       ::explicit_bzero(*variable, text.size());
     }
   }
@@ -170,7 +170,7 @@ void forgetServersEnvironment() {
   ::setenv("PATH", "/usr/local/bin:/usr/bin:/bin", 0);
 }
 
-// A request need not say where its user is at home.
+// Default for requests without the user's home.
 void completeEnvironment() {
   const passwd* const user = std::getenv("HOME") ? nullptr : ::getpwuid(::getuid());
   if (user) ::setenv("HOME", user->pw_dir, 1);
@@ -195,7 +195,7 @@ void enterWorkingDirectory(const LauncherRequest& request, Strings& strings) {
   std::exit(invalidRequest);
 }
 
-// The lowest free descriptor is the one that open() takes.
+// open() returns the lowest free descriptor.
 void openInPlace(int descriptor, int flags) {
   ::close(descriptor);
   ::open("/dev/null", flags);
@@ -221,7 +221,7 @@ void takeStreams() {
   }
 }
 
-// The server knows the fonts of the system and, at most, those of its own user.
+// The server's font cache covers the system's fonts and, at most, those of its own user.
 void addFontsOfUser() {
   const char* const home = std::getenv("HOME");
   const char* const data = std::getenv("XDG_DATA_HOME");
@@ -247,9 +247,9 @@ void runLaunchedProcess(char* data, std::size_t size, bool restricted,
   const std::size_t unread = size - sizeof request;
 
   ::setpgrp();
-  // Of the server's there is none left; of a library's there should be none.
+  // The server's descriptors are closed already; this closes any left by libraries.
   ::close_range(STDERR_FILENO + 1, std::numeric_limits<unsigned int>::max(), 0);
-  // Set-user-id programs and file capabilities have no effect in an application and below it.
+  // Disables set-user-id programs and file capabilities for the application and its children.
   if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) {
     refuse(EXIT_FAILURE, "no-new-privileges cannot be set", errno);
   }
@@ -259,9 +259,9 @@ void runLaunchedProcess(char* data, std::size_t size, bool restricted,
   if (restricted) giveUpAbilities();
 
   Strings strings(rest + groupsSize, unread - groupsSize);
-  // Before the process's name is shown, which may move what is there.
+  // Before the process's name is set, which may move the environment.
   forgetServersEnvironment();
-  // The application keeps it for good.
+  // Static: used by the application for its lifetime.
   static std::vector<char*> arguments;
   arguments = readArguments(request, strings);
   readEnvironment(request, strings);

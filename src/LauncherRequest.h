@@ -1,43 +1,40 @@
-// What a launch request holds, for the server that reads it and for who asks. Any thread.
+// The launch request, for the server and its clients. Any thread.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-// The path that the launcher server serves, and its command.
+// The path of the launcher server, and its command.
 constexpr const char* launcherPath = "/dev/webkit";
 constexpr std::uint32_t launchCommand = 0xc0040502;
-// Asks how a process that was launched has ended: its id in 32 bits, answered with a LaunchEnd.
-// ESRCH for a process that is none of the server's, or one of its ends before the last
-// rememberedEnds.
+// Queries how a launched process has ended: its 32-bit pid, answered with a LaunchEnd. ESRCH for a
+// process not launched by the server, or one that ended before the last rememberedEnds.
 constexpr std::uint32_t launchEndCommand = 0xc0080503;
 constexpr std::size_t rememberedEnds = 1024;
 
 struct LaunchEnd {
-  std::int32_t ended;   // 0: it still runs, 1: it has ended
-  std::int32_t status;  // as wait(2) tells it
+  std::int32_t ended;   // 0: running, 1: ended
+  std::int32_t status;  // status of wait(2)
 };
 static_assert(sizeof(LaunchEnd) == 8);
 
-// What the server queues to the first requester when a child has ended; its value is the child's
-// process id.
+// Queued by the server to the first requester when a child has ended; its value is the child's pid.
 constexpr int childEndedSignal = 29;
 
-// A whole message of a requester, headers included, is no larger than this, in bytes.
+// Maximum size of a requester's message in bytes, headers included.
 constexpr std::uint32_t largestLaunchMessage = 4096;
 
-// The beginning of a request, in the machine's byte order. Supplementary groups of 32 bits each
-// follow, then strings that end with a NUL byte each: the arguments, the environment, and the
-// working directory where the version is greater than 1. The answer is the new process's id, 32
-// bits.
+// The header of a request, in the machine's byte order. It is followed by supplementary groups of
+// 32 bits each, then by NUL-terminated strings: the arguments, the environment, and the working
+// directory if the version is greater than 1. The answer is the new process's pid, 32 bits.
 struct LauncherRequest {
   std::uint32_t version;
   std::uint32_t reserved[4];
-  std::int32_t priority;  // 0 or less leaves it as it is
+  std::int32_t priority;  // 0 or less leaves it unchanged
   std::int32_t uid;
   std::int32_t gid;
   std::int32_t ngroups;
-  std::int32_t argc;  // the first argument is there in any case
+  std::int32_t argc;  // at least one
   std::int32_t envc;
 };
 static_assert(sizeof(LauncherRequest) == 44);

@@ -36,21 +36,21 @@ namespace {
 
 using namespace Tessel::Platform;
 
-// The first requester, and the same process in a way that its number cannot pass on to a stranger.
+// The first requester, by pid and by pidfd: a reused pid must not notify a stranger.
 pid_t notifyPid = -1;
 UniqueFd notifyProcess;
 
-// Written by the signal handler, read by the loop: children have ended.
+// Eventfd, written by the SIGCHLD handler, read by the loop.
 UniqueFd childEnds;
 
-// The processes that were launched, and how they ended: of ended ones, the last so many.
+// The launched processes; of ended ones, the exit statuses of the last few.
 struct Launched {
   std::set<pid_t> running;
   std::deque<std::pair<pid_t, int>> ended;
 };
 Launched launched;
 
-// The request of a child, which keeps it for good.
+// The request of a child, kept for its lifetime.
 std::unique_ptr<char[]> requestData;
 std::size_t requestSize = 0;
 bool done = false;
@@ -60,9 +60,9 @@ bool done = false;
   std::exit(EXIT_FAILURE);
 }
 
-// Runs as a signal handler, on any thread of the process: the engine's allocator has one. Reaping
-// is the loop's, which is not forking then: a process that forkUndisturbed() takes back is
-// nobody's.
+// A signal handler, which may run on any thread of the process, as the engine's allocator has one.
+// Children are reaped by the loop, and never during a fork: children that forkUndisturbed() takes
+// back are not launched processes.
 void onChildEnded(int) {
   const int before = errno;
   ::eventfd_write(childEnds.get(), 1);
@@ -112,7 +112,7 @@ int handleEndQuery(const DeviceMessage& message) {
   std::int32_t pid = 0;
   if (message.arrivedSize < sizeof pid) return EINVAL;
   std::memcpy(&pid, message.data, sizeof pid);
-  reapChildren();  // whoever has seen it end is told how
+  reapChildren();  // up to date for callers that have seen it end
   LaunchEnd answer{};
   if (!launched.running.contains(pid)) {
     const auto found = std::find_if(launched.ended.rbegin(), launched.ended.rend(),
@@ -124,7 +124,7 @@ int handleEndQuery(const DeviceMessage& message) {
   return noReply;
 }
 
-// The name as far as it is one: what comes after it is not for the log.
+// The valid part of the name; the rest is not logged.
 std::string requestedName(const DeviceMessage& message, std::int32_t groups) {
   constexpr std::size_t longest = 64;
   const auto* const text = reinterpret_cast<const char*>(message.data);
@@ -143,16 +143,16 @@ void noteLaunch(pid_t child, const DeviceMessage& message, const OpenContext& op
             static_cast<int>(iofunc_client_info(open).pid), iofunc_client_info(open).uid);
 }
 
-// In the child: what the handler leaves for after the dispatch loop.
+// In the child: stores the request for use after the dispatch loop.
 int takeRequest(const DeviceMessage& message) {
   std::signal(SIGCHLD, SIG_DFL);
-  launched = {};  // other users' processes
+  launched = {};  // contains other users' processes
   requestSize = message.declaredSize;
   requestData.reset(new (std::nothrow) char[requestSize]);
   if (!requestData) std::exit(-1);
   std::memcpy(requestData.get(), message.data, requestSize);
   done = true;
-  // The server answers.
+  // The parent answers.
   return noReply;
 }
 
@@ -186,7 +186,7 @@ void installChildEndHandler() {
   ::sigaction(SIGCHLD, &action, nullptr);
 }
 
-// What is not open is what a child's streams could be confused with.
+// Opens missing standard streams, so that no other descriptor gets their numbers.
 void openStandardStreams() {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (::fcntl(stream, F_GETFD) < 0)
@@ -194,7 +194,7 @@ void openStandardStreams() {
   }
 }
 
-// Whoever started the server may have left it something that is not for its children.
+// Inherited descriptors must not reach the children.
 void closeInherited() {
   ::close_range(STDERR_FILENO + 1, std::numeric_limits<unsigned int>::max(), 0);
 }
@@ -203,7 +203,7 @@ bool isRestricted(const LauncherConfiguration& configuration) {
   return configuration.lowestUser > 0 || configuration.lowestGroup > 0;
 }
 
-// Root's rights but those that children are made with go.
+// Drops root's rights, except those needed to launch children.
 void giveUpRights(const LauncherConfiguration& configuration) {
   if (isRestricted(configuration)) {
     const int error = procmgr_ability(
@@ -257,7 +257,7 @@ void launcherServerMain(ApplicationMain application, const LauncherConfiguration
   giveUpRights(configuration);
   logAlways(LogNotice, "Waiting for launch requests on %s", devicePath(launcherPath).c_str());
 
-  // Only in a child does it end.
+  // Leaves the loop in a child only.
   while (!done) {
     if (!dispatch_block(*context)) giveUp("No more requests can be read", errno);
     dispatch_handler(*context);

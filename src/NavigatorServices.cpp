@@ -1,4 +1,4 @@
-// Everything that connects the application with the desktop and the device. Main thread.
+// The services that connect the application with the desktop and the device. Main thread.
 #include "src/NavigatorServices.h"
 
 #include "platform/base/Log.h"

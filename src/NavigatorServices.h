@@ -1,4 +1,4 @@
-// Everything that connects the application with the desktop and the device. Main thread.
+// The services that connect the application with the desktop and the device. Main thread.
 #pragma once
 
 #include "platform/control/ControlSocket.h"
@@ -12,7 +12,7 @@ class ApplicationWindow;
 
 class NavigatorServices {
  public:
-  // Of a window that outlives it. Needs a started toolkit.
+  // The window must outlive it. Needs a started toolkit.
   explicit NavigatorServices(ApplicationWindow& window);
   ~NavigatorServices();
   NavigatorServices(const NavigatorServices&) = delete;

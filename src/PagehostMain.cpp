@@ -56,12 +56,12 @@ namespace {
 constexpr const char* pluginDirectory = "/usr/lib/vireo/plugins/";
 constexpr const char* defaultChromeUrl = "local:///chrome/index.html";
 
-// How often dialogs are looked for once the program is to end, in milliseconds.
+// Interval for dismissing dialogs during shutdown, in milliseconds.
 constexpr unsigned int dismissInterval = 100;
 
-// Ends as if the window had been closed. Only once: the next signal ends a program whose pages do
-// not. Whoever waits for an answer of a person in a dialog of the toolkit waits no more, and
-// neither does who asks then.
+// Shuts down as if the window had been closed. Only once: the next signal kills a program whose
+// pages do not close. Toolkit dialogs, also later ones, are dismissed, so that nobody keeps waiting
+// for an answer.
 gboolean onEndSignal(gpointer) {
   g_timeout_add(
       dismissInterval,
@@ -142,7 +142,7 @@ void pagehost_main(int argc, char** argv) {
   WindowAnimations::instance();
   std::optional<NavigatorServices> services(window);
 
-  // No page has run yet: the loop does.
+  // In time: no page runs before the loop does.
   root->setCapabilities(chromeCapabilities(chromeUrl ? chromeUrl : defaultChromeUrl));
 
   for (const int signal : {SIGTERM, SIGINT}) g_unix_signal_add(signal, onEndSignal, nullptr);

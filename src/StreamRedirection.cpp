@@ -1,4 +1,4 @@
-// Standard output and standard error on files of one's choice. For a process with one thread.
+// Redirects standard output and standard error to files. For a process with one thread.
 #include "src/StreamRedirection.h"
 
 #include <fcntl.h>
@@ -8,7 +8,7 @@
 #include <cstdio>
 
 void redirectStandardStream(int descriptor, const char* path, int openFlags) {
-  // The lowest free descriptor is the one that open() takes.
+  // open() returns the lowest free descriptor.
   ::close(descriptor);
   if (::open(path, openFlags, 0600) >= 0) return;
   const int error = errno;

@@ -1,5 +1,5 @@
-// The program's entry: what every role shares, and the choice of role by the name that the
-// program was started under. Main thread.
+// The program's entry: set-up common to all roles, and the choice of the role by the program's
+// name. Main thread.
 #include "bindings/CclBinding.h"
 #include "platform/base/Log.h"
 #include "platform/os/Process.h"
@@ -17,7 +17,7 @@
 extern const char* __progname;
 
 int main(int argc, char** argv) {
-  // A peer that closed its end is an error of the write, not the end of the process.
+  // Ignored: writing to a closed peer fails with an error instead.
   std::signal(SIGPIPE, SIG_IGN);
   Tessel::Platform::rememberArguments(argc, argv);
   const bool isApplication = std::strcmp(__progname, "pagehost") == 0;

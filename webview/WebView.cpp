@@ -31,12 +31,12 @@ using Tessel::Platform::Graphics::WindowType;
 
 namespace {
 
-// Blended by the alpha of its pixels.
+// Blended by pixel alpha.
 constexpr int blendedTransparency = 3;
 
 WebView::WindowLookup windowLookup = nullptr;
 
-// The characters of a header's name, and no line break or zero byte in its value.
+// A valid header: token characters in the name, no line break or zero byte in the value.
 bool canBeSent(const OrvWebHeader& header) {
   const std::string_view name = header.key().view();
   const auto isOfToken = [](char c) {
@@ -85,7 +85,7 @@ bool WebView::setExtraHttpHeaders(const String& json) {
 
   std::vector<OrvWebHeader> headers;
   for (const auto& member : document.GetObject()) {
-    // Lists and objects are no values of headers, and writing them is recursive.
+    // Arrays and objects are no header values, and serialising them is recursive.
     if (member.value.IsArray() || member.value.IsObject()) continue;
     OrvWebHeader header;
     header.setKey(std::string_view(member.name.GetString(), member.name.GetStringLength()));
@@ -96,7 +96,7 @@ bool WebView::setExtraHttpHeaders(const String& json) {
           fields::jsonText([&](fields::JsonWriter& writer) { member.value.Accept(writer); }));
     }
     if (!canBeSent(header)) continue;
-    // Of several names that differ by their case only, the last is sent.
+    // Names are case-insensitive: the last one wins.
     std::erase_if(headers, [&](const OrvWebHeader& other) {
       return g_ascii_strcasecmp(other.key().utf8(), header.key().utf8()) == 0;
     });
@@ -193,7 +193,7 @@ void WebView::installWindowLookup(WindowLookup lookup) {
 
 void WebView::printToStdout(const String& text) {
   std::fputs(text.utf8(), stdout);
-  // Whoever reads it at the other end of a pipe wants it now.
+  // Flush for readers at the other end of a pipe.
   std::fflush(stdout);
 }
 
@@ -237,7 +237,7 @@ void WebView::gaveUp() {
 }
 
 void WebView::handleWebEvent(OrvWebEvent* event) {
-  // The chrome may delete this web view while it answers.
+  // The chrome may delete this web view inside its event handler.
   const GuardedPin<WebView> pin(this);
   WebViewManager& manager = WebViewManager::instance();
   if (nativeBindingsEnabled_ && event->type() == OrvWebEvent::JavaScriptCallback) {

@@ -1,5 +1,5 @@
-// The program's web view: an OrvWebView with a handle, whose events go to the chrome or, for the
-// page that may call native functions, to the binding registry. UI thread.
+// The program's web view: an OrvWebView with a handle. Its events go to the chrome; native calls of
+// a page with bindings go to the binding registry. UI thread.
 #pragma once
 
 #include "engine/OrvWebView.h"
@@ -18,63 +18,63 @@ class WebView : public OrvWebView,
                 protected EventSink {
  public:
   using String = OrvWebView::String;
-  // The handle of the child window with that identifier, 0 when there is none.
+  // The handle of the child window with that identifier, 0 if there is none.
   using WindowLookup = int (*)(const std::string& identifier);
 
-  // Raises nothing but Created until more is enabled.
+  // Only Created is enabled initially.
   WebView(unsigned int handle, String windowGroup);
   ~WebView() override;
 
   unsigned int handle() const { return handle_; }
   const String& windowGroup() const { return windowGroup_; }
 
-  // What the process was started with, as a JSON array of strings, the program's name first.
+  // The command line of the process, as a JSON array of strings, program name first.
   void setArguments(int count, char** arguments);
   String arguments() const { return arguments_; }
 
-  // Whether calls of native functions go to the registry or, as events, to the chrome. Either way
-  // the page can make them from now on.
+  // Whether native calls go to the registry or, as events, to the chrome. Either way the page can
+  // make them from now on.
   void enableNativeBindings(bool enabled);
-  // Which origins may call which of them: those that the page shows because the program has loaded
-  // them, and those that are named.
+  // Sets which origins may call which functions: those that the page shows because the program has
+  // loaded them, and the named ones.
   void setCapabilities(Capabilities capabilities);
 
-  // The members of a JSON object become extra headers of all requests. A number, true, false and
-  // null count as their JSON; a list or an object is left out, and so is what no header can be. Of
-  // names that differ by their case only, the last counts. False, and an error is reported, for
-  // anything but a JSON object.
+  // Sets extra headers of all requests from the members of a JSON object. Numbers, true, false and
+  // null are converted to their JSON text; arrays, objects and invalid headers are skipped. Names
+  // are case-insensitive: the last one wins. False, and an error is reported, for anything but a
+  // JSON object.
   bool setExtraHttpHeaders(const String& json);
-  // The headers in force as a JSON object.
+  // The current extra headers as a JSON object.
   String extraHttpHeaders() const;
 
-  // A coloured window over the page, transparent at first. The result is its platform handle, 0
-  // when there was no room for it; one that is there already stays as it is.
+  // Creates a coloured window over the page, initially transparent. Returns its platform handle, 0
+  // if it could not be created; an existing one is left unchanged.
   int createFadeColorWindow(int x, int y, int width, int height, int zOrder);
   void destroyFadeColorWindow();
   int fadeColorWindowPlatformHandle() const;
   void setFadeColorWindowRect(int x, int y, int width, int height);
-  // The colour of the next one. The second and third value change places on their way: chromes
-  // rely on it.
+  // Sets the colour of the next one. The second and third component are swapped: chromes rely on
+  // it.
   void setFadeWindowColor(int first, int second, int third, int fourth);
 
   void setGeometry(int x, int y, int width, int height);
   void setLayerTilerPrefillRect(int x, int y, int width, int height);
   std::vector<OrvWebHistoryItem> getHistoryList() { return historyList(); }
-  // A host name as a reader of the language can read it without being misled; "" means the user's
-  // language.
+  // The host name in the form that is safe to display to a reader of the language; "" means the
+  // user's language.
   String convertIDNtoReadableStringByLanguage(const String& host, const String& language) const;
   void cancelVibration();
-  // Fixed: the zoom of a page is its scale.
+  // Fixed: a page is zoomed by its scale.
   int zoomFactor() const { return 1; }
   void setZoomFactor(int) {}
   String eventNames() const;
-  // How the chrome sees the web view's window, 0 when it has none.
+  // The chrome's handle of the web view's window, 0 if it has none.
   int screenWindowHandle() const;
   static void installWindowLookup(WindowLookup lookup);
-  // The same for any web view's window, also one of another process.
+  // As screenWindowHandle for the window of any web view, also one of another process.
   static int lookUpWindow(const String& uniqueId);
 
-  // The text as it is, without a line break.
+  // Prints the text unchanged, without a line break.
   void printToStdout(const String& text);
   void printToStderr(const String& text);
   void log(const String& text);

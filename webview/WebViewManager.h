@@ -1,8 +1,8 @@
-// The owner of all web views of a process: it gives them handles, makes and deletes them, brings
-// their events to the chrome and ends the main loop with the last of them.
+// Owns all web views of a process: assigns handles, creates and deletes them, delivers their events
+// to the chrome, and ends the main loop with the last of them.
 //
-// UI thread, but for what any thread may do: allocating a handle, telling the chrome of an error
-// and handling the message of an event that is answered.
+// UI thread, except for operations marked "any thread": allocating a handle, reporting an error to
+// the chrome, handling the message of a sent event.
 #pragma once
 
 #include "engine/OrvWebEvent.h"
@@ -26,12 +26,12 @@ class WebView;
 class WebViewManager : public Tessel::Platform::GuardedPointerBase {
  public:
   using String = Tessel::Platform::String;
-  // Names one web view to the chrome, the manager and other processes. Never reused; 0 names none.
+  // Identifies a web view to the chrome, the manager and other processes. Never reused; 0 for none.
   using WebViewHandle = unsigned int;
 
   // The web view that shows the chrome.
   static constexpr WebViewHandle rootHandle = 1;
-  // Process group ids with a meaning of their own; all others name a child process.
+  // Process group ids with a special meaning; all others identify a child process.
   static constexpr int inThisProcess = 0;
   static constexpr int inNewProcess = -1;
 
@@ -40,29 +40,29 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   static WebViewManager& instance();
   ~WebViewManager() override;
 
-  // The first web view of a process is there when this returns; others of this process come into
-  // being on a later turn of the main loop, when whoever asked for them has returned. 0 when a
-  // new child process could not be had, and while the application ends.
+  // The first web view of a process exists when this returns; others of this process are created on
+  // a later turn of the main loop, after the caller has returned. 0 if a new child process could
+  // not be started, and while the application ends.
   WebViewHandle createWebView(const std::string& windowGroup, int processGroup);
-  // Asked for by no one, gone when this returns, but for those who have it pinned.
+  // Destroys the web view without asking it; gone when this returns, unless pinned.
   void destroyWebView(WebViewHandle handle);
-  // Asks every web view to end; the main loop ends with the last of them.
+  // Asks every web view to close; the main loop ends with the last of them.
   void shutdown();
 
   WebView* webViewForHandle(WebViewHandle handle) const;
-  // The proxy of a web view that lives in a child process; null for all others.
+  // The proxy of a web view in a child process; null for others.
   IPCSenderWebView* remoteWebViewForHandle(WebViewHandle handle) const;
-  // Takes the proxy over, under the proxy's handle.
+  // Takes ownership of the proxy, under the proxy's handle.
   void addRemoteWebView(IPCSenderWebView* remote);
-  // Takes a web view over that was made elsewhere and shows it. False, and it is gone, when it
-  // cannot be shown or there is one of that handle.
+  // Takes ownership of a web view created elsewhere and shows it. False, and it is deleted, if it
+  // cannot be shown or the handle is in use.
   bool addWebView(WebViewHandle handle, std::unique_ptr<WebView> webView, int rotation);
-  // The process of a web view has gone: the chrome is told, and the web view is no more.
+  // The process of a web view has ended: the chrome is told, and the web view is destroyed.
   void remoteWebViewCrashed(WebViewHandle handle);
-  // Who starts other processes for web views. Without one they cannot be had.
+  // The factory of processes for web views. Without one there can be none.
   void setRemoteHostFactory(RemoteHost::Factory factory) { makeRemoteHost_ = std::move(factory); }
-  // What origins may call in a web view, in the form of Capabilities::read. False when there is no
-  // such web view.
+  // Sets the capabilities of origins in a web view, in the format of Capabilities::read. False if
+  // the web view does not exist.
   bool setCapabilities(WebViewHandle handle, const String& text);
   // Sets an environment variable in every child process.
   void setEnvInGroups(const String& name, const String& value);
@@ -71,23 +71,23 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   // For other threads: pin it before use.
   Tessel::Platform::GuardedPointer<WebView> rootWebViewFromAnyThread() const;
 
-  // Whether the web view has reported that it exists.
+  // Whether the web view has reported Created.
   bool isCreated(WebViewHandle handle) const;
   void markCreated(WebViewHandle handle);
 
-  // Tells the chrome about an error; logged and dropped when there is no chrome. Any thread.
+  // Reports an error to the chrome; logged and dropped without a chrome. Any thread.
   void informChromeOfError(const String& message);
-  // Where errors go in a process without a chrome, from its main thread.
+  // The receiver of errors in a process without a chrome. Main thread.
   void forwardErrors(std::function<void(const String&)> forward) { forward_ = std::move(forward); }
 
-  // Which web views may be inspected, and by whom they are.
+  // The inspectable web views and their front ends.
   WebInspectorClient& inspector() const { return *inspector_; }
 
-  // The event messages of web views; others, and those of no known event, are ignored. A posted
-  // event on the UI thread, one that is answered on any.
+  // Handles the event messages of web views; other messages, and unknown events, are ignored.
+  // Posted events on the UI thread, sent ones on any.
   void handleMessage(const Tessel::Platform::Message& message);
 
-  // The web view has ended; if that was asked for by shutdown, it is destroyed.
+  // The web view has closed; if that was requested by shutdown, it is destroyed.
   void finishClosing(WebViewHandle handle);
 
  private:
@@ -108,7 +108,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   std::map<WebViewHandle, WebView*> webViews_;                 // owned
   std::map<WebViewHandle, IPCSenderWebView*> remoteWebViews_;  // owned
   std::map<WebViewHandle, bool> created_;
-  std::map<int, RemoteHost*> groups_;  // owned; only those that live
+  std::map<int, RemoteHost*> groups_;  // owned; live ones only
   RemoteHost::Factory makeRemoteHost_;
   std::map<const WebView*, WebViewHandle> handles_;
   bool shuttingDown_ = false;  // until the loop ends

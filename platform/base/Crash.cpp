@@ -1,4 +1,4 @@
-// Says where and how the process got here, then aborts it. Any thread.
+// Prints a backtrace and aborts. Any thread.
 #include "platform/base/Crash.h"
 
 #include "platform/base/Log.h"
@@ -15,7 +15,8 @@ void platformCrash(const char* source, int line, const char* function) {
 
   void* frames[64];
   const int count = backtrace(frames, 64);
-  // Frame by frame: dying must not wait for whoever reads standard error, or does not.
+  // Frame by frame: stops once standard error is blocked or closed, so that the abort is not
+  // delayed.
   for (int i = 0; i < count && standardErrorTakesALine(); ++i) {
     backtrace_symbols_fd(&frames[i], 1, STDERR_FILENO);
   }

@@ -1,4 +1,4 @@
-// The end of a process that cannot go on. Any thread.
+// Aborts the process after a fatal error. Any thread.
 #pragma once
 
 namespace Tessel::Platform {

@@ -1,4 +1,4 @@
-// Errors that the developer of the chrome should hear of.
+// Reports errors to the developer of the chrome.
 #include "platform/base/ErrorReport.h"
 
 #include "platform/base/Log.h"

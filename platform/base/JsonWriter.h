@@ -1,5 +1,5 @@
-// The writer of JSON texts: numbers with a fraction are written in six significant digits, as
-// everywhere in what the chrome reads. Any thread.
+// A JSON writer that formats fractions with six significant digits, as everywhere in JSON for the
+// chrome. Any thread.
 #pragma once
 
 #include "platform/base/String.h"
@@ -16,7 +16,7 @@ class JsonWriter : public rapidjson::Writer<rapidjson::StringBuffer> {
  public:
   using Writer::Writer;
 
-  // JSON has no number that is not finite: null.
+  // JSON cannot represent infinities and NaN: they become null.
   bool Double(double value) {
     if (!std::isfinite(value)) return Null();
     const std::string text = formatNumberText(value);

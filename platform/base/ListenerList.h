@@ -1,5 +1,5 @@
-// Pointers to listeners in the order of their arrival. The list may change while it is walked, and
-// walks may nest. One thread.
+// Listener pointers in registration order. Listeners may be added and removed during iteration, and
+// iterations may nest. One thread.
 #pragma once
 
 #include <algorithm>
@@ -11,7 +11,7 @@ namespace Tessel::Platform {
 template <typename Listener>
 class ListenerList {
  public:
-  // Adding one that is there already changes nothing.
+  // Adding a registered listener again has no effect.
   void add(Listener* listener) {
     if (std::find(listeners_.begin(), listeners_.end(), listener) == listeners_.end()) {
       listeners_.push_back(listener);
@@ -19,7 +19,7 @@ class ListenerList {
   }
 
   void remove(Listener* listener) {
-    // A hole keeps the places of the others for the walks that are under way.
+    // Cleared, not erased: iterations in progress keep their positions.
     std::replace(listeners_.begin(), listeners_.end(), listener, static_cast<Listener*>(nullptr));
     fillHoles();
   }
@@ -32,7 +32,7 @@ class ListenerList {
   template <typename Visit>
   void forEach(Visit visit) {
     ++walks_;
-    // Those who arrive meanwhile wait for the next walk.
+    // Listeners added during an iteration are not called by it.
     const std::size_t count = listeners_.size();
     for (std::size_t i = 0; i < count; ++i) {
       if (Listener* const listener = listeners_[i]) visit(*listener);

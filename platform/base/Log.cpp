@@ -1,5 +1,5 @@
-// Writes log lines to standard error. Any thread, also in a forked child: neither locks nor the
-// heap are used, so nothing can be in the wrong hands after a fork.
+// Writes log lines to standard error. Any thread, also in a forked child: uses neither locks nor
+// the heap, which may be in an inconsistent state after a fork.
 #include "platform/base/Log.h"
 
 #include <poll.h>
@@ -19,7 +19,7 @@ namespace Tessel::Platform {
 
 namespace {
 
-// What a pipe takes in one piece, even with several processes writing to it.
+// The size up to which a pipe write is atomic, even with several writers.
 constexpr int MaximumLine = PIPE_BUF;
 static_assert(MaximumLine == 4096);
 
@@ -40,8 +40,8 @@ void setupApplicationLogging(const char* name) {
 }
 
 bool standardErrorTakesALine() {
-  // A pipe is writable when it has a free page, which is a whole line. Anything but POLLOUT alone
-  // means a closed reader, and the write would end in SIGPIPE.
+  // POLLOUT on a pipe means a free page, which holds a whole line. Any other flag means that the
+  // reader is gone, and the write would raise SIGPIPE.
   pollfd standardError{STDERR_FILENO, POLLOUT, 0};
   return ::poll(&standardError, 1, 0) == 1 && standardError.revents == POLLOUT;
 }
@@ -54,7 +54,7 @@ void logAlways(int level, const char* format, ...) {
   clock_gettime(CLOCK_MONOTONIC, &now);
   const unsigned missing = droppedLines.exchange(0);
 
-  // Two bytes more than a line has, to see the byte after the cut and to end the text with zero.
+  // Two bytes more than a line: one to detect truncation, one for the terminator.
   char line[MaximumLine + 2];
   int length = std::snprintf(line, sizeof line, "[%s] %s %d %lld.%06ld ",
                              level == LogError ? "error" : "notice", processName, getpid(),
@@ -75,14 +75,14 @@ void logAlways(int level, const char* format, ...) {
   constexpr int room = MaximumLine - 1;  // the rest is the line's end
   if (length > room) {
     length = room;
-    while (isUtf8Continuation(line[length])) --length;  // no half characters
+    while (isUtf8Continuation(line[length])) --length;  // do not cut inside a UTF-8 sequence
   }
   std::replace_if(
       line, line + length, [](char c) { return c == '\n' || c == '\r'; }, ' ');
   line[length++] = '\n';
 
-  // A reader that stalls must not stall us. Somebody may still fill the pipe between the question
-  // and the write; only a lock that all writers share would exclude that.
+  // A stalled reader must not block us. Another writer may still fill the pipe between poll and
+  // write; excluding that would take a lock shared by all writers.
   const auto size = static_cast<std::size_t>(length);
   if (!standardErrorTakesALine() || ::write(STDERR_FILENO, line, size) < 0) {
     droppedLines += missing + 1;

@@ -1,4 +1,4 @@
-// Keys from the kernel's random source. Any thread.
+// Random keys from the kernel. Any thread.
 #include "platform/base/RandomKey.h"
 
 #include <sys/random.h>
@@ -10,7 +10,7 @@ namespace Tessel::Platform {
 
 bool randomKey(std::uint64_t* key) {
   std::uint64_t bits = 0;
-  // Refuses rather than waits while the kernel has not gathered enough yet.
+  // Fails rather than blocks while the kernel's pool is not initialised.
   if (getrandom(&bits, sizeof bits, GRND_NONBLOCK) != static_cast<ssize_t>(sizeof bits)) {
     return false;
   }

@@ -7,13 +7,14 @@
 
 namespace Tessel::Platform {
 
-// Fills the key with 64 random bits; false, and the key unchanged, when the kernel has none.
+// Fills the key with 64 random bits; false, with the key unchanged, if the kernel cannot provide
+// them.
 bool randomKey(std::uint64_t* key);
 
-// 128 random bits as 32 hexadecimal digits; "" when the kernel has none.
+// 128 random bits as 32 hexadecimal digits; "" if the kernel cannot provide them.
 std::string randomToken();
 
-// How long it takes does not tell where the texts differ.
+// Constant-time comparison: the duration does not depend on where the texts differ.
 bool sameToken(std::string_view a, std::string_view b);
 
 }  // namespace Tessel::Platform

@@ -14,7 +14,7 @@ namespace Tessel::Platform {
 namespace {
 
 std::shared_ptr<const std::string> shared(std::string&& text) {
-  // All empty strings are the same null: they are the common case and cost nothing.
+  // Empty strings share a null pointer: the common case costs nothing.
   return text.empty() ? nullptr : std::make_shared<const std::string>(std::move(text));
 }
 
@@ -40,8 +40,8 @@ String String::fromNumber(double value) {
 
 namespace {
 
-// Bytes of the character at the start of a text that is not empty, and whether they are one; what
-// is none is as long as what could have begun a character.
+// Length of the UTF-8 sequence at the start of a non-empty text, and whether it is valid; an
+// invalid one is as long as its longest valid prefix.
 struct Sequence {
   std::size_t length;
   bool isCharacter;
@@ -52,7 +52,8 @@ Sequence sequenceAt(std::string_view text) {
   if (first < 0x80) return {1, true};
   const std::size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
   if (first < 0xC2 || first > 0xF4) return {1, false};
-  // The second byte keeps out long forms, surrogates, and what lies beyond the last character.
+  // The range of the second byte excludes overlong forms, surrogates and code points above
+  // U+10FFFF.
   const unsigned char least = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
   const unsigned char most = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
   if (text.size() < 2 || byte(1) < least || byte(1) > most) return {1, false};
@@ -68,10 +69,10 @@ String repaired(const String& text) {
   constexpr std::string_view replacement = "\xEF\xBF\xBD";
   const std::string_view bytes = text.view();
   std::string result;
-  std::size_t good = 0;  // from here on nothing is copied yet
+  std::size_t good = 0;  // start of what is not copied yet
   bool isGood = true;
   for (std::size_t at = 0; at < bytes.size();) {
-    // Nearly all of nearly every text.
+    // Fast path: ASCII.
     if (static_cast<unsigned char>(bytes[at]) < 0x80) {
       ++at;
       continue;
@@ -89,7 +90,7 @@ String repaired(const String& text) {
 }
 
 std::string formatNumberText(double value) {
-  // to_chars knows no locale, unlike printf: the decimal point stays a point.
+  // to_chars ignores the locale, unlike printf: the decimal separator stays a point.
   char text[23];
   const auto [end, error] =
       std::to_chars(std::begin(text), std::end(text), value, std::chars_format::general, 6);
@@ -97,7 +98,7 @@ std::string formatNumberText(double value) {
 }
 
 float parseFloatArgument(const char* text, bool* succeeded) {
-  // The toolkit sets the locale of the user.
+  // The toolkit sets the user's locale.
   static const locale_t plain = ::newlocale(LC_ALL_MASK, "C", nullptr);
   constexpr double largest = std::numeric_limits<float>::max();
   errno = 0;

@@ -12,8 +12,8 @@
 
 namespace Tessel::Platform {
 
-// Bytes that are UTF-8 by convention. They may hold zero bytes; whoever reads utf8() as a C
-// string sees the text up to the first one.
+// Bytes, UTF-8 by convention. They may contain zero bytes; code that reads utf8() as a C string
+// sees the text up to the first one.
 class String {
  public:
   String() = default;
@@ -50,12 +50,12 @@ String concat(const Parts&... parts);
 // The six significant digits of printf's "%g"; empty when the text would be longer than 23
 // characters, the most that the number buffers of this system's protocols hold.
 std::string formatNumberText(double value);
-// Its inverse: the number that the text starts with, its decimal point a point in every language;
-// 0 for none. For what a float cannot hold, 0 with succeeded false.
+// The inverse: parses the number at the start of the text, with a point as decimal separator in
+// every locale; 0 for none. For a value out of a float's range: 0, with succeeded set to false.
 float parseFloatArgument(const char* text, bool* succeeded = nullptr);
 
-// The text with every byte that belongs to no character replaced by U+FFFD, a truncated character
-// by one. Zero bytes are characters.
+// The text with every invalid byte replaced by U+FFFD, and a truncated sequence by one. Zero bytes
+// are valid.
 String repaired(const String& text);
 
 namespace detail {
@@ -65,7 +65,7 @@ inline std::string_view asView(const String& text) {
 inline std::string_view asView(std::string_view text) {
   return text;
 }
-// Without these two, a C string or std::string could become either of the above.
+// Without these two overloads, a C string or std::string would be ambiguous.
 inline std::string_view asView(const std::string& text) {
   return text;
 }

@@ -20,10 +20,10 @@ class UniqueFd {
 
   int get() const { return fd_; }
   explicit operator bool() const { return fd_ >= 0; }
-  // The caller closes it from now on.
+  // Releases ownership: the caller closes the descriptor.
   int release() { return std::exchange(fd_, -1); }
   void reset(int fd = -1) {
-    // No second try after EINTR: the number is free by then and may be somebody else's.
+    // No retry after EINTR: the number is free by then and may have been reused.
     if (const int old = std::exchange(fd_, fd); old >= 0) ::close(old);
   }
 

@@ -39,7 +39,7 @@ struct CclEventKeys {
     std::string value;
     unsigned short flags;
   };
-  std::vector<Key> list;  // in the order in which they came
+  std::vector<Key> list;  // in insertion order
 };
 
 namespace {
@@ -50,10 +50,10 @@ constexpr std::size_t longestName = 256;
 constexpr std::size_t longestText = 4096;
 constexpr std::size_t mostKeys = 64;
 constexpr unsigned short knownFlags = CclKeyRecorded | CclKeyKept;
-// A file that nobody reads must not fill the disk.
+// Bounds a file that nobody rotates.
 constexpr off_t largestFile = off_t(64) << 20;
 
-// The file that the user has named; null when none.
+// The file named by the user; null if none.
 const char* fileOfTheUser() {
   const char* file = std::getenv("TESSEL_CCL_FILE");
   return file && *file ? file : nullptr;
@@ -110,7 +110,7 @@ std::string lineOf(const CclClient& client, const Event& event, const CclEventKe
   writeText(writer, "version", client.version);
   writer.Key("process");
   writer.Int64(::getpid());
-  // A name of the application's own must not pass for one of ours.
+  // An application's own event name must not look like a built-in one.
   writeText(writer, event.isCustom ? "custom" : "event", event.name);
   if (event.text) writeText(writer, "text", event.text);
   if (keys) writeKeys(writer, *keys);
@@ -126,8 +126,8 @@ int notWritten(const char* file, const char* why) {
 int append(const std::string& line) {
   const char* file = fileOfTheUser();
   if (!file) return CclDisabled;
-  // Opened each time: whoever reads it may move it away. A pipe that nobody reads is not waited
-  // for.
+  // Opened for each event, so that the file can be rotated. Non-blocking: a pipe without a reader
+  // must not stall us.
   const UniqueFd opened(
       ::open(file, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0600));
   struct stat status {};
@@ -135,11 +135,11 @@ int append(const std::string& line) {
   if (!S_ISREG(status.st_mode)) return notWritten(file, "it is no plain file");
   const auto size = static_cast<off_t>(line.size());
   if (status.st_size > largestFile - size) return notWritten(file, "it is full");
-  // In one piece, so that lines of several processes do not mix.
+  // One write, so that lines of several processes are not interleaved.
   const ssize_t written = ::write(opened.get(), line.data(), line.size());
   if (written == size) return CclSuccess;
   const int error = written < 0 ? errno : ENOSPC;
-  // Part of a line would spoil the next one.
+  // A partial line would corrupt the next one.
   if (written > 0 && ::write(opened.get(), "\n", 1) != 1) {
     logAlways(LogError, "ccl: %s ends within a line", file);
   }
@@ -214,7 +214,7 @@ int ccl_event_keys_print(const CclEventKeys* keys) {
   return CclSuccess;
 }
 
-// The names of functions, and what their events are called in the file.
+// The event functions and the event names in the file.
 #define EVENT(function, name)                                 \
   int function(CclClient* client, const CclEventKeys* keys) { \
     return record(client, {name}, keys);                      \

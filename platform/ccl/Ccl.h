@@ -1,11 +1,11 @@
-// The analytics client: what an application wants remembered about its use. One thread at a time;
-// it starts no thread and holds nothing open, so that it may be there before a process forks.
+// The analytics client: records events about the use of an application. One thread at a time; it
+// starts no thread and holds nothing open, so it may exist before a fork.
 //
-// Off by default: only when the environment variable TESSEL_CCL_FILE names a file is anything
-// remembered, as a line of JSON per event at the end of that file. Nothing is ever sent anywhere.
+// Off by default: events are recorded only if the environment variable TESSEL_CCL_FILE names a
+// file, as a line of JSON per event appended to that file. Nothing is ever sent over the network.
 //
-// The names are those of the C interface that callers of such a client expect; so are null handles,
-// which every function takes, and return codes instead of errors.
+// The names are those of the C interface that callers of such a client expect, as are null handles,
+// which every function accepts, and return codes instead of errors.
 #pragma once
 
 struct CclClient;
@@ -21,15 +21,15 @@ enum CclCode : int {
   CclTooLarge = -6,     // a text is too long, or there are too many keys
 };
 
-// What may be done with a key is for whoever reads the file: the two flags stand beside it.
+// How a key may be used is up to the reader of the file: both flags are recorded with it.
 enum CclKeyFlags : unsigned short { CclKeyRecorded = 1, CclKeyKept = 2 };
 
-// The application and its version, both written with every event; at most 256 bytes each. Null when
-// the first is empty or one is too long. The caller ends it with ccl_shutdown.
+// The application and its version, both recorded with every event; at most 256 bytes each. Null if
+// the first is empty or one is too long. The caller releases it with ccl_shutdown.
 CclClient* ccl_init(const char* application, const char* version);
-// The handle is no more.
+// Invalidates the handle.
 int ccl_shutdown(CclClient* client);
-// 1 or 0. CclDisabled for 1 when no file is named: that is not for the application to decide.
+// 1 or 0. CclDisabled for 1 if no file is named: an application cannot enable recording by itself.
 int ccl_set_ccl_enabled(CclClient* client, int enabled);
 // 1 or 0; CclNoClient without a client.
 int ccl_is_ccl_enabled(const CclClient* client);
@@ -40,10 +40,10 @@ CclEventKeys* ccl_event_keys_create();
 int ccl_event_keys_add(CclEventKeys* keys, const char* key, const char* value,
                        unsigned short flags);
 int ccl_event_keys_delete(CclEventKeys* keys);
-// Into the log, a line per key.
+// Logs one line per key.
 int ccl_event_keys_print(const CclEventKeys* keys);
 
-// What happened. The keys may be null: an event may have none.
+// The events. The keys may be null.
 int ccl_onapplication_start(CclClient* client, const CclEventKeys* keys);
 int ccl_onapplication_end(CclClient* client, const CclEventKeys* keys);
 int ccl_onapplication_foreground(CclClient* client, const CclEventKeys* keys);
@@ -52,7 +52,7 @@ int ccl_onapplication_error(CclClient* client, const CclEventKeys* keys);
 int ccl_onbutton_click(CclClient* client, const CclEventKeys* keys);
 int ccl_oncontent_view(CclClient* client, const CclEventKeys* keys);
 
-// With a text about it of at most 4096 bytes, such as what was searched for; null for none.
+// With a text of at most 4096 bytes, such as a search term; null for none.
 int ccl_onsearch_event(CclClient* client, const CclEventKeys* keys, const char* text);
 int ccl_onactivity_start(CclClient* client, const CclEventKeys* keys, const char* text);
 int ccl_onactivity_end(CclClient* client, const CclEventKeys* keys, const char* text);
@@ -60,5 +60,5 @@ int ccl_onactivity_pause(CclClient* client, const CclEventKeys* keys, const char
 int ccl_onadclick_event(CclClient* client, const CclEventKeys* keys, const char* text);
 int ccl_onconversion_event(CclClient* client, const CclEventKeys* keys, const char* text);
 
-// An event of the application's own, by its name, which must not be empty.
+// A custom event with a non-empty name.
 int ccl_oncustom_event(CclClient* client, const char* name, const CclEventKeys* keys);

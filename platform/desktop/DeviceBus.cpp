@@ -1,4 +1,4 @@
-// What the services of the desktop and of the system tell. Main thread.
+// Services of the session and system bus. Main thread.
 #include "platform/desktop/DeviceBus.h"
 
 #include "platform/desktop/LocaleHandler.h"
@@ -25,7 +25,7 @@ constexpr Service sensors{"net.hadess.SensorProxy", "/net/hadess/SensorProxy",
 
 constexpr int patienceMilliseconds = 3000;
 
-// The sensor says bottom-up and normal where this program says bottom_up and top_up.
+// The sensor service says bottom-up and normal; this program uses bottom_up and top_up.
 String orientationOf(std::string text) {
   std::replace(text.begin(), text.end(), '-', '_');
   return text == "normal" ? String("top_up") : String(std::move(text));
@@ -37,14 +37,14 @@ void callAndForget(GDBusConnection* bus, const Service& service, const char* met
                          nullptr);
 }
 
-// The bus that was asked for, in the callback of g_bus_get; null when there is none. False when
-// whoever asked is gone.
+// The requested bus, in the callback of g_bus_get; null on failure. False if the requester no
+// longer exists.
 bool finishBus(GAsyncResult* result, GDBusConnection*& bus) {
   GError* error = nullptr;
   bus = g_bus_get_finish(result, &error);
   const bool gone = g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED);
   g_clear_error(&error);
-  // The program goes on without it.
+  // A missing bus is not fatal.
   if (bus) g_dbus_connection_set_exit_on_close(bus, FALSE);
   return !gone;
 }
@@ -121,7 +121,7 @@ void DeviceBus::useSystem(GDBusConnection* bus) {
         this, nullptr);
     subscriptions_.push_back({system_, id});
   }
-  // The sensor is only read while somebody claims it.
+  // The sensor only reports while a client has claimed it.
   callAndForget(bus, sensors, "ClaimAccelerometer");
 }
 
@@ -151,7 +151,7 @@ void DeviceBus::answerLocked(const char* answer) {
 
 void DeviceBus::isDeviceLocked() {
   if (!session_) {
-    // Like every other answer, not from within the request.
+    // Asynchronous, like every other answer.
     if (unknown_) return;
     unknown_ = g_idle_add(
         [](gpointer self) -> gboolean {

@@ -1,5 +1,4 @@
-// What the services of the desktop and of the system tell over their buses: whether the screen is
-// locked, how the device is held, the locale. Main thread.
+// Services of the session and system bus: screen lock, device orientation, locale. Main thread.
 #pragma once
 
 #include "platform/desktop/NavigatorHandler.h"
@@ -15,14 +14,14 @@ namespace Tessel::Platform {
 
 class DeviceBus final : public NavigatorService {
  public:
-  // Looks for the buses; what is not there has nothing to tell.
+  // Connects to both buses; a missing one reports nothing.
   DeviceBus(NavigatorHandler& handler, RotationService& rotation);
-  // Of these buses, either of which may be null.
+  // With the given buses, either of which may be null.
   DeviceBus(NavigatorHandler& handler, RotationService& rotation, GDBusConnection* session,
             GDBusConnection* system);
   ~DeviceBus() override;
 
-  // onIsDeviceLocked comes later: true, false, or unknown.
+  // onIsDeviceLocked follows asynchronously: true, false, or unknown.
   void isDeviceLocked() override;
 
  private:
@@ -44,7 +43,7 @@ class DeviceBus final : public NavigatorService {
   GCancellable* const cancellable_;
   std::vector<Subscription> subscriptions_;
   bool locked_ = false;
-  unsigned unknown_ = 0;  // the source that answers where there is nobody to ask
+  unsigned unknown_ = 0;  // answers when there is no service
 };
 
 }  // namespace Tessel::Platform

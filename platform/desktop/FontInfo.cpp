@@ -1,4 +1,4 @@
-// The system's font, by fontconfig. Main thread.
+// The system font, by fontconfig. Main thread.
 #include "platform/desktop/FontInfo.h"
 
 #include "platform/base/Log.h"
@@ -14,9 +14,9 @@ namespace Tessel::Platform {
 
 namespace {
 
-// An editor or a package writes many files: one look at the end is enough.
+// Debounces bursts of changes, as editors and package installations cause them.
 constexpr guint settleMilliseconds = 300;
-// Trees of fonts may be large, and each folder costs a watch.
+// Bounds the number of watches: font directories may be large.
 constexpr std::size_t mostWatched = 256;
 
 std::set<std::string> take(FcStrList* list) {
@@ -91,7 +91,7 @@ void FontInfo::watchFiles() {
   watch_->monitors.clear();
   std::set<std::string> paths = take(FcConfigGetConfigFiles(nullptr));
   paths.merge(take(FcConfigGetFontDirs(nullptr)));
-  // Where the user's own settings would be, if there were any.
+  // Watched even if it does not exist yet: the user's settings may be created there.
   paths.insert(std::string(g_get_user_config_dir()) + "/fontconfig");
   paths.insert(std::string(g_get_user_config_dir()) + "/fontconfig/fonts.conf");
   const auto changed = +[](GFileMonitor*, GFile*, GFile*, GFileMonitorEvent, gpointer self) {

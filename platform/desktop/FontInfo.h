@@ -1,4 +1,4 @@
-// The system's font: its family as fontconfig resolves it, and its size. Main thread.
+// The system font: its family as fontconfig resolves it, and its size. Main thread.
 #pragma once
 
 #include "platform/base/ListenerList.h"
@@ -13,21 +13,21 @@ class FontInfo final : public FontInfoListener {
   // Created on first use; never destroyed.
   static FontInfo& instance();
 
-  // The family that text of that style ("serif", "monospace", the name of a family) and language
-  // ("de") is shown in. Both empty: the system's font. Empty when there are no fonts at all.
+  // The family that fontconfig resolves for a style ("serif", "monospace", a family name) and a
+  // language ("de"). With both empty, the system font. Empty if no fonts are installed.
   String fontFamily(const String& style, const String& language) const;
-  // Of the system's font, in points.
+  // Size of the system font, in points.
   float fontSize() const { return points_; }
 
   // Not owned.
   void addListener(FontInfoListener* listener) { listeners_.add(listener); }
   void removeListener(FontInfoListener* listener) { listeners_.remove(listener); }
 
-  // What the desktop wishes, such as "Sans" and 10; told on when it is a change.
+  // The font the desktop configures, such as "Sans" and 10; listeners are told if it changes.
   void setWish(const String& family, float points);
-  // Notices from now on when fonts or fontconfig's files change. Needs the main loop.
+  // Starts watching for changes of fonts and fontconfig files. Needs the main loop.
   void watchFiles();
-  // Takes the values over as the system's font and tells the listeners.
+  // Stores the values as the system font and notifies the listeners.
   void onFontInfoChange(const String& family, float points) override;
 
  private:

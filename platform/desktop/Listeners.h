@@ -1,4 +1,4 @@
-// Who is told what the platform has to tell. Main thread.
+// The listener interfaces of platform notifications. Main thread.
 #pragma once
 
 #include "platform/base/String.h"
@@ -7,7 +7,7 @@
 
 namespace Tessel::Platform {
 
-// What nobody has overridden does nothing, and says no where it is asked.
+// Defaults do nothing; queries return false.
 #define LISTENER_OPERATION(name, Result, parameters, arguments, text) \
   virtual Result name parameters {                                    \
     static_cast<void>(std::tie arguments);                            \

@@ -1,4 +1,4 @@
-// The language and the region of the user. Main thread.
+// The user's language and region. Main thread.
 #include "platform/desktop/LocaleHandler.h"
 
 #include <cstdlib>
@@ -13,13 +13,13 @@ namespace {
 constexpr const char* fallback = "en_US";
 using Lookup = std::function<std::string(const char* name)>;
 
-// "de_AT.UTF-8@euro" without what follows the region. Empty for no language.
+// Strips what follows the region in "de_AT.UTF-8@euro". Empty for no language.
 std::string plain(const std::string& locale) {
   std::string text = locale.substr(0, locale.find_first_of(".@"));
   return text == "C" || text == "POSIX" ? std::string() : text;
 }
 
-// The first that is set decides, as it does for programs in C.
+// The first variable that is set counts, as in the C library.
 String firstOf(const Lookup& lookup, std::initializer_list<const char*> names) {
   for (const char* name : names) {
     const std::string value = lookup(name);

@@ -1,5 +1,5 @@
-// The language and the region of the user: from the environment, and from the system's locale
-// service once that tells of a change. Main thread.
+// The user's language and region: from the environment, and from the system's locale service once
+// it reports a change. Main thread.
 #pragma once
 
 #include "platform/base/ListenerList.h"
@@ -15,7 +15,7 @@ class LocaleHandler final : public LocaleListener {
   // Created on first use; never destroyed.
   static LocaleHandler& instance();
 
-  // Such as "de_AT", without an encoding; "en_US" where the environment names none.
+  // Such as "de_AT", without an encoding; "en_US" if the environment sets none.
   const String& language() const { return language_; }
   const String& region() const { return region_; }
 
@@ -23,11 +23,11 @@ class LocaleHandler final : public LocaleListener {
   void addListener(LocaleListener* listener) { listeners_.add(listener); }
   void removeListener(LocaleListener* listener) { listeners_.remove(listener); }
 
-  // Takes the value over and tells the listeners; what it was already is no change.
+  // Stores the value and notifies the listeners if it has changed.
   void onLanguageChange(const String& language) override;
   void onRegionChange(const String& region) override;
 
-  // What the locale service says: settings such as "LANG=de_AT.UTF-8".
+  // Applies the locale service's settings, such as "LANG=de_AT.UTF-8".
   void takeSettings(const std::vector<std::string>& settings);
 
  private:

@@ -1,4 +1,4 @@
-// Notices that the machine runs short of memory, by the kernel's pressure file. Main thread.
+// Detects memory pressure by the kernel's pressure file. Main thread.
 #pragma once
 
 #include "platform/base/FdSource.h"
@@ -14,17 +14,16 @@ class MemoryPressure {
   static constexpr const char* kernelFile = "/proc/pressure/memory";
   static constexpr unsigned pollMilliseconds = 5000;
 
-  // Calls the function when tasks have to wait for memory: by the kernel's own notice where it
-  // gives one, else by looking at the file now and then, once until the pressure is over. Without
-  // such a file nothing ever happens.
+  // Calls the function when tasks stall on memory: by a kernel trigger if available, else by
+  // polling the file; once per period of pressure. Without such a file it is never called.
   explicit MemoryPressure(std::function<void()> onLow, std::string path = kernelFile,
                           unsigned pollEvery = pollMilliseconds);
   ~MemoryPressure();
   MemoryPressure(const MemoryPressure&) = delete;
   MemoryPressure& operator=(const MemoryPressure&) = delete;
 
-  // The percentage of the last ten seconds in which some task waited; below 0 when the text is none
-  // of such a file.
+  // Percentage of the last ten seconds in which some task stalled; negative if the text is
+  // malformed.
   static double shareOf(const std::string& text);
 
  private:

@@ -1,4 +1,4 @@
-// The way between the program and what surrounds it. Main thread.
+// Routes notifications and requests between the program and the platform. Main thread.
 #include "platform/desktop/NavigatorHandler.h"
 
 namespace Tessel::Platform {
@@ -27,7 +27,7 @@ bool isEmpty(const String& answer) {
   return answer.isEmpty();
 }
 
-// Asks everybody; the first answer that is not empty counts.
+// Asks every service; the first non-empty answer counts.
 template <typename Result, typename List, typename Ask>
 Result askAll(List& list, Ask ask) {
   if constexpr (std::is_void_v<Result>) {

@@ -1,6 +1,5 @@
-// The way between the program and what surrounds it: the window's place on the desktop, the device,
-// other applications. What is raised goes to the listeners, what is asked for to the services.
-// Main thread.
+// Routes between the program and the platform: the window on the desktop, the device, other
+// applications. Notifications go to the listeners, requests to the services. Main thread.
 #pragma once
 
 #include "platform/base/ListenerList.h"
@@ -11,7 +10,7 @@
 
 namespace Tessel::Platform {
 
-// Carries requests out; what it does not override is somebody else's to do.
+// Carries out requests; those that it does not override are left to other services.
 class NavigatorService {
  public:
   virtual ~NavigatorService() = default;
@@ -23,12 +22,11 @@ class NavigatorService {
 #include "platform/desktop/Requests.def"
 };
 
-// Calling one of its notifications tells every listener, in the order of their arrival; a query is
-// answered with yes when one of them says so. Calling a request asks every service; the first
-// answer that is not empty counts.
+// Calling a notification notifies every listener in registration order; a query returns true if any
+// listener does. Calling a request asks every service; the first non-empty answer counts.
 class NavigatorHandler final : public NavigatorListener {
  public:
-  // Told of each request before it is carried out, with its arguments as texts.
+  // Called for each request before it is carried out, with its arguments as texts.
   using Watcher = std::function<void(const char* name, const std::vector<String>& arguments)>;
 
   // Created on first use; never destroyed.
@@ -40,7 +38,7 @@ class NavigatorHandler final : public NavigatorListener {
   bool hasListeners() { return !listeners_.isEmpty(); }
   void addService(NavigatorService* service) { services_.add(service); }
   void removeService(NavigatorService* service) { services_.remove(service); }
-  // Only one; an empty one takes it away.
+  // Only one watcher; an empty function removes it.
   void setWatcher(Watcher watcher) { watcher_ = std::move(watcher); }
 
 #define HANDLER_OPERATION(name, Result, parameters, arguments, text) \

@@ -1,5 +1,4 @@
-// The JSON of what crosses the border of the program: read within bounds, written in one line.
-// Any thread.
+// JSON of the platform interface: parsing is bounded, output is one line. Any thread.
 #pragma once
 
 #include "platform/base/String.h"
@@ -18,7 +17,7 @@ using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
 
 inline constexpr std::size_t mostBytes = 64u << 10;
 
-// False when the text is too long, no JSON or no UTF-8.
+// False if the text is too long, malformed JSON or invalid UTF-8.
 inline bool parse(std::string_view text, rapidjson::Document& document) {
   if (text.size() > mostBytes) return false;
   constexpr unsigned flags = rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
@@ -30,14 +29,14 @@ inline String stringOf(const rapidjson::Value& value) {
   return std::string_view(value.GetString(), value.GetStringLength());
 }
 
-// The text of a member; empty when it is missing or something else.
+// The string member of that name; empty if it is missing or not a string.
 inline String member(const rapidjson::Value& object, const char* name) {
   if (!object.IsObject()) return String();
   const auto found = object.FindMember(name);
   return found != object.MemberEnd() && found->value.IsString() ? stringOf(found->value) : String();
 }
 
-// Of a list of texts and nothing else.
+// The elements of an array of strings; none if any element is not a string.
 inline std::optional<std::vector<String>> texts(const rapidjson::Value& value) {
   if (!value.IsArray()) return std::nullopt;
   std::vector<String> list;
@@ -57,14 +56,14 @@ inline void write(Writer& writer, const std::vector<String>& values) {
   writer.EndArray();
 }
 
-// An object of pairs of a name and a value, in order.
+// Writes one member of an object.
 template <typename Value>
 void writeMember(Writer& writer, const char* name, const Value& value) {
   writer.Key(name);
   write(writer, value);
 }
 
-// What the function writes, as text.
+// The text that the function writes.
 template <typename Write>
 String text(Write writeAll) {
   rapidjson::StringBuffer buffer;

@@ -1,5 +1,5 @@
-// The table of all notifications, without what raises them: the control's client has it, too.
-// Any thread: plain constants.
+// The table of all notifications, without the code that raises them: the control client links it
+// too. Any thread: constants.
 #include "platform/desktop/Notifications.h"
 
 #include <algorithm>

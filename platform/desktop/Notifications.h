@@ -1,4 +1,4 @@
-// The table of all notifications, for those who raise them by name. Main thread for raising.
+// The table of all notifications, for raising them by name. Main thread for raising.
 #pragma once
 
 #include "platform/base/String.h"
@@ -18,12 +18,12 @@ struct Notification {
   const char* text;        // what it means, one or two sentences
 };
 
-// In the order of the table.
+// In table order.
 std::span<const Notification> notifications();
 const Notification* notificationNamed(std::string_view name);
 
-// Raises it, as if the platform had. What is wrong with it, else nothing: an unknown name, a wrong
-// count, an argument that is no number where one is needed.
+// Raises it as if the platform had. Returns the error, if any: unknown name, wrong number of
+// arguments, or an argument that is not a number where one is required.
 std::optional<String> raiseNotification(const String& name, std::span<const String> arguments);
 
 }  // namespace Tessel::Platform

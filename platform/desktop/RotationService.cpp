@@ -1,4 +1,4 @@
-// How the device is held, and the application turning along. Main thread.
+// Device orientation and the rotation of the application. Main thread.
 #include "platform/desktop/RotationService.h"
 
 #include "platform/graphics/Screen.h"

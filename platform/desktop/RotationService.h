@@ -1,4 +1,4 @@
-// How the device is held, and the application turning along. Main thread.
+// Device orientation and the rotation of the application. Main thread.
 #pragma once
 
 #include "platform/desktop/NavigatorHandler.h"
@@ -10,16 +10,16 @@ class RotationService final : public NavigatorService {
   explicit RotationService(NavigatorHandler& handler);
   ~RotationService() override;
 
-  // The device was turned: top_up, left_up, bottom_up or right_up; other words are ignored. While
-  // the rotation is locked it is only remembered.
+  // The device was turned: top_up, left_up, bottom_up or right_up; other values are ignored. While
+  // the rotation is locked, it is only stored.
   void deviceTurned(const String& orientation);
 
-  // As if the device had been turned, also while the rotation is locked.
+  // Rotates as if the device had been turned, even while the rotation is locked.
   void rotate(const String& orientation) override;
   void lockRotation() override;
-  // Turns that way first.
+  // Rotates that way first.
   void lockRotation(const String& orientation) override;
-  // Turns the way that the device is held by now.
+  // Rotates to the current orientation of the device.
   void unlockRotation() override;
   void notifyRotateComplete() override;
 
@@ -29,7 +29,7 @@ class RotationService final : public NavigatorService {
   NavigatorHandler& handler_;
   String held_;
   String shown_ = "top_up";
-  String turning_;  // until the chrome says that it has turned
+  String turning_;  // until the chrome confirms the rotation
   bool locked_ = false;
 };
 

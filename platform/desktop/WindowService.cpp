@@ -58,7 +58,7 @@ void WindowService::minimizeWindow() {
 
 void WindowService::closeWindow() {
   if (closing_) return;
-  // The chrome that asks for it waits for its call, and goes with the window.
+  // Deferred: the requesting chrome waits for its call to return, and is destroyed with the window.
   closing_ = g_idle_add(
       [](gpointer self) -> gboolean {
         auto* service = static_cast<WindowService*>(self);

@@ -1,5 +1,5 @@
-// The application's window as the navigator sees it: what the desktop does to it becomes
-// notifications, and requests about it are carried out. Main thread.
+// The application's window as the navigator sees it: window state changes become notifications, and
+// requests about the window are carried out. Main thread.
 #pragma once
 
 #include "platform/desktop/NavigatorHandler.h"
@@ -13,18 +13,19 @@ class WindowService final : public NavigatorService {
   WindowService(NavigatorHandler& handler, Graphics::Window& window);
   ~WindowService() override;
 
-  // What the window's listener hears.
+  // Called by the window's listener.
   void activeChanged(bool active);
   void shownAsChanged(Graphics::ShownAs shownAs);
-  // False when nobody hears that the application is to end.
+  // False if nobody listens for the end of the application.
   bool closeRequested();
 
   void minimizeWindow() override;
-  // As if its close button had been pressed, on a later turn of the main loop.
+  // Simulates a click on the close button, on a later turn of the main loop.
   void closeWindow() override;
-  // Whether the window can be seen and has the keyboard.
+  // Whether the window is visible and has the keyboard focus.
   bool isForeground() override;
-  // The size of the window, as {"width":800,"height":600}: covered, it shows nothing smaller.
+  // Size of the window as {"width":800,"height":600}; the same when covered, as there is no smaller
+  // view.
   String coverSize() override;
 
  private:

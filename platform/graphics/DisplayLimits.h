@@ -1,4 +1,4 @@
-// The largest size that a window is given, whoever asks for it. Any thread.
+// The largest size of any window. Any thread.
 #pragma once
 
 #include "platform/base/Geometry.h"
@@ -7,12 +7,12 @@
 
 namespace Tessel::Platform::Graphics {
 
-// Pixels of a side and of the area. Displays are a quarter of that at most; a picture of that area
-// has 256 MiB, and a window of the coordinates' range would have 4 GiB.
+// Pixels per side and in total. Displays have at most a quarter of that; a picture of that area
+// takes 256 MiB, and a window of the coordinates' range would take 4 GiB.
 inline constexpr int longestSide = 16384;
 inline constexpr int largestArea = 1 << 26;
 
-// The size as far as a display can hold it: too long a side is cut, then the height.
+// Clamps a size to the limits: each side first, then the height.
 constexpr IntSize displayable(IntSize size) {
   size.width = std::min(size.width, longestSide);
   size.height = std::min(size.height, longestSide);

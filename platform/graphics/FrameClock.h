@@ -1,4 +1,4 @@
-// When the next picture of the windows is due. UI thread.
+// Tells when the next frame of the windows is due. UI thread.
 #pragma once
 
 #include <chrono>
@@ -8,19 +8,18 @@ namespace Tessel::Platform::Graphics {
 class FrameListener {
  public:
   virtual ~FrameListener() = default;
-  // Now is the time to change what the next picture shows. The time is that of a clock with a start
-  // of its own; it never goes back.
+  // Time to apply changes for the next frame. The time is monotonic, with an arbitrary origin.
   virtual void frame(std::chrono::microseconds time) = 0;
 };
 
 class FrameClock {
  public:
   virtual ~FrameClock() = default;
-  // Tells the listener, not owned, of every frame until it is stopped, and also while nothing is
-  // painted (a window that nobody sees): what waits for frames must come to an end. There is one
-  // listener; a later one takes the place of the one before.
+  // Notifies the listener (not owned) of every frame until stopped, also while nothing is painted
+  // (a hidden window): whatever waits for frames must terminate. There is one listener; a later one
+  // replaces it.
   virtual void start(FrameListener& listener) = 0;
-  // Also from within a frame.
+  // May be called within a frame.
   virtual void stop() = 0;
 };
 

@@ -1,5 +1,5 @@
-// A window system that shows nothing and remembers everything: for processes without a display,
-// and for tests. UI thread.
+// A window system without display that keeps its windows in memory: for processes without a
+// display, and for tests. UI thread.
 #pragma once
 
 #include "platform/graphics/WindowSystem.h"
@@ -9,7 +9,7 @@
 
 namespace Tessel::Platform::Graphics {
 
-// Frames come when a test says so.
+// Frames are triggered by the test.
 class MemoryFrameClock final : public FrameClock {
  public:
   void start(FrameListener& listener) override { listener_ = &listener; }
@@ -32,7 +32,7 @@ class MemoryWindowSystem final : public WindowSystem {
   void flush(bool) override { ++flushes; }
   MemoryFrameClock& frameClock() override { return clock_; }
 
-  // Makes createSurface fail, as a system without memory for another buffer does.
+  // Makes createSurface fail, as when out of memory.
   bool full = false;
   int flushes = 0;
 

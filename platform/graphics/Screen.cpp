@@ -1,4 +1,4 @@
-// The screen and what is shared by everything drawn on it. UI thread.
+// The screen and state shared by all windows. UI thread.
 #include "platform/graphics/Screen.h"
 
 #include "platform/graphics/WindowSystem.h"

@@ -1,4 +1,4 @@
-// The screen and what is shared by everything drawn on it. UI thread.
+// The screen and state shared by all windows. UI thread.
 #pragma once
 
 #include "platform/base/ListenerList.h"
@@ -18,13 +18,13 @@ class Screen {
  public:
   static Screen& primaryScreen();
 
-  // Degrees: 0, 90, 180 or 270. Kept and told to whoever asks: a desktop screen is not turned by
-  // its applications.
+  // Degrees: 0, 90, 180 or 270. Stored and returned only: applications do not rotate a desktop
+  // screen.
   int rotation() const { return rotation_; }
   void setRotation(int degrees) { rotation_ = degrees; }
 
-  // By which points of fonts become pixels. Of one of the screen's modes, and there is only one:
-  // -1, the current one.
+  // Pixels per point, by which font sizes are converted. Of a screen mode; the only one is -1, the
+  // current mode.
   PixelsPerInch pixelsPerInch(int mode) const {
     static_cast<void>(mode);
     return pixelsPerInch_;
@@ -40,14 +40,15 @@ class ScreenContext {
  public:
   static ScreenContext& sharedContext();
 
-  // Hands everything drawn so far to the display; with wait, returns when the display has it.
+  // Flushes everything drawn so far to the display; with wait, returns after the display has
+  // processed it.
   void flush(bool wait);
 
-  // Tells a listener about events of one kind in the application's windows. It is not owned, and
-  // must be removed before it dies.
+  // Registers a listener for one kind of event in the application's windows. Not owned; it must be
+  // removed before it is destroyed.
   void addWindowListener(ScreenEventType type, ScreenWindowListener* listener);
   void removeWindowListener(ScreenEventType type, ScreenWindowListener* listener);
-  // For the window system.
+  // Called by the window system.
   void tell(const RawTouchEvent& event);
   void tell(const RawMouseEvent& event);
 

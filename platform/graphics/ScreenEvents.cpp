@@ -1,4 +1,4 @@
-// Fingers and the mouse in the application's windows. UI thread.
+// Touch and mouse events in the application's windows. UI thread.
 #include "platform/graphics/ScreenEvents.h"
 
 #include <algorithm>

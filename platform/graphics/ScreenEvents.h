@@ -1,7 +1,7 @@
-// Fingers and the mouse in the application's windows, whatever window lies below them, and beside
-// what the windows themselves make of them. UI thread.
+// Touch and mouse events in the application's windows, independent of the window below the pointer
+// and of how that window handles them. UI thread.
 //
-// Places are in pixels from the corner of the top-level window, those of a web view that fills it.
+// Positions are in pixels from the corner of the top-level window, as for a web view that fills it.
 #pragma once
 
 #include "platform/base/Geometry.h"
@@ -13,37 +13,37 @@ namespace Tessel::Platform::Graphics {
 enum class ScreenEventType : int { Touch = 1, Mouse = 3 };
 
 struct TouchPoint {
-  int contactId = 0;  // the lowest number that was free when the finger came
+  int contactId = 0;  // the lowest number that was free when the touch began
   IntPoint position;
 };
 
-// All fingers at a moment at which one of them came, moved or went.
+// All touch points at the time one of them began, moved or ended.
 struct RawTouchEvent {
   enum Type : int {
-    Touch = 100,    // the finger with contact 0 came
+    Touch = 100,    // the touch with contact 0 began
     Move = 101,     // any other change
-    Release = 102,  // the finger with contact 0 went, and is among the points for the last time
+    Release = 102,  // the touch with contact 0 ended; it is among the points for the last time
   };
 
-  // Null when there is none.
+  // Null if there is none.
   const TouchPoint* pointForContactId(int id) const;
 
   Type type = Move;
   std::vector<TouchPoint> points;
 };
 
-// The mouse while its first button is down.
+// The mouse while its primary button is pressed.
 struct RawMouseEvent {
   enum Type : int {
     Press = 0,
     Move = 1,
     Release = 2,
-    Cancel = 3,  // the button came up where nobody told us, in a menu for example
+    Cancel = 3,  // the button was released outside our windows, in a menu for example
   };
 
   Type type = Move;
-  IntPoint position;        // brought to the nearest place in the window
-  IntPoint sourcePosition;  // where it is, which may be outside
+  IntPoint position;        // clamped to the window
+  IntPoint sourcePosition;  // unclamped, may be outside the window
 };
 
 class ScreenWindowListener {

@@ -1,4 +1,4 @@
-// Windows, their groups and their registry of handles. UI thread.
+// Windows, their groups and the registry of handles. UI thread.
 #include "platform/graphics/Window.h"
 
 #include "platform/graphics/DisplayLimits.h"
@@ -15,7 +15,7 @@ namespace Tessel::Platform::Graphics {
 
 namespace {
 
-// A handle is the group of the process that gave it out, then a number of its own.
+// A handle is the group of the process that allocated it, followed by a sequence number.
 constexpr int groupShift = 20;
 constexpr int lastNumber = (1 << groupShift) - 1;
 static_assert(Window::lastHandleGroup == std::numeric_limits<int>::max() >> groupShift);
@@ -59,7 +59,7 @@ Window::Window(WindowType type, Window* parent, const IntRect& windowRect,
       viewportRect_(viewportRect) {
   state_.rect = displayable(windowRect);
   state_.fillsParent = windowRect == IntRect();
-  // A child of no group has nowhere to be shown.
+  // A child without a group has no top-level window to be shown in.
   if (!topLevel_ || handle_ == 0) return;
   registry().byHandle.emplace(handle_, this);
   if (topLevel_ == this) {
@@ -92,7 +92,7 @@ Window::~Window() {
   windows.erase(handle_);
   if (topLevel_ == this) {
     if (topLevelOf(group_) == this) registry().topLevels.erase(group_);
-    // Children that outlive their top-level window live on unseen.
+    // Children that outlive their top-level window become invisible.
     for (auto& [handle, window] : windows) {
       if (window->topLevel_ != this) continue;
       window->surface_.reset();

@@ -1,4 +1,4 @@
-// Windows that move or fade by themselves, a step per frame of the window system. UI thread.
+// Animations of window position and alpha, one step per frame. UI thread.
 #include "platform/graphics/WindowAnimation.h"
 
 #include "platform/base/ListenerList.h"
@@ -13,7 +13,7 @@ namespace Tessel::Platform::Graphics {
 
 namespace {
 
-// The middle points of a cubic Bézier curve from (0, 0) to (1, 1): time across, value up.
+// Control points of a cubic Bézier curve from (0, 0) to (1, 1): x is time, y progress.
 struct Bezier {
   double x1;
   double y1;
@@ -50,8 +50,8 @@ double valueOfCurve(AnimationCurve curve, double time) {
   if (time >= 1) return 1;
   if (curve == AnimationCurve::Linear) return time;
   const Bezier& bezier = curves.at(static_cast<std::size_t>(curve));
-  // Time only grows along the curve: halving finds its place. 40 halvings are exact enough for a
-  // screen of any size, and cheap beside painting one window.
+  // x is monotonic: solved by bisection. 40 steps are exact for any screen size, and cheap compared
+  // to painting a window.
   double low = 0;
   double high = 1;
   for (int i = 0; i < 40; ++i) {
@@ -61,7 +61,7 @@ double valueOfCurve(AnimationCurve curve, double time) {
   return Bezier::at(low, bezier.y1, bezier.y2);
 }
 
-// All that run, and the clock while there are any.
+// The running animations; the clock runs while there are any.
 class WindowAnimation::Timeline final : public FrameListener {
  public:
   static Timeline& instance() {
@@ -136,7 +136,7 @@ void WindowAnimation::frame(std::chrono::microseconds time) {
   }
 }
 
-// The last thing that is done with it: it may be gone afterwards.
+// Must be last: the callback may destroy this.
 void WindowAnimation::finish() {
   runs_ = false;
   Timeline::instance().remove(this);
@@ -155,7 +155,7 @@ void WindowAnimationGroup::add(Window* window, const WindowChange& change, Finis
 }
 
 void WindowAnimationGroup::start() {
-  // One more than there are, until all have been started.
+  // One extra, so that the group cannot finish before all have been started.
   running_ = members_.size() + 1;
   for (const auto& member : members_) member->start();
   memberFinished();

@@ -1,4 +1,4 @@
-// Windows that move or fade by themselves, a step per frame of the window system. UI thread.
+// Animations of window position and alpha, one step per frame. UI thread.
 #pragma once
 
 #include "platform/base/Geometry.h"
@@ -15,11 +15,11 @@ namespace Tessel::Platform::Graphics {
 
 class Window;
 
-// The numbers are fixed. The ease curves are those of style sheets' ease-in and ease-out, so that a
-// page can move along with a window.
+// The numbers are fixed. The ease curves equal CSS ease-in and ease-out, so that a page can animate
+// along with a window.
 enum class AnimationCurve : int { Linear = 0, EaseInCurve = 1, EaseOutCurve = 2 };
 
-// How far an animation has come, 0 to 1, at a part of its time, 0 to 1.
+// Progress of an animation (0 to 1) at a fraction of its duration (0 to 1).
 double valueOfCurve(AnimationCurve curve, double time);
 
 struct AnimationTiming {
@@ -40,23 +40,23 @@ struct GlobalAlphaChange {
 };
 using WindowChange = std::variant<LocationChange, GlobalAlphaChange>;
 
-// One change of one window. It begins with the first frame after its start, shows its end exactly,
-// and is finished once. It is finished early when the window goes, and when another animation of
-// the same kind takes the window over: then the window stays where that one wants it. Destroyed
-// before, it stops where it is and reports nothing.
+// One animation of one window. It begins with the first frame after its start, ends exactly at the
+// target, and finishes once. It finishes early if the window is destroyed, or if another animation
+// of the same kind takes over the window; then the window stays where the new one starts. If the
+// animation is destroyed first, the window stops where it is and nothing is reported.
 class WindowAnimation {
  public:
   using Finished = std::function<void()>;
 
-  // The window may be null, or gone at any time. A duration that is no time or negative is 0, one
-  // that is too long the longest. What is called at the end may destroy the animation.
+  // The window may be null or destroyed at any time. A negative or invalid duration counts as 0,
+  // one that is too long as the maximum. The callback may destroy the animation.
   WindowAnimation(Window* window, const WindowChange& change, const AnimationTiming& timing,
                   Finished finished);
   ~WindowAnimation();
   WindowAnimation(const WindowAnimation&) = delete;
   WindowAnimation& operator=(const WindowAnimation&) = delete;
 
-  // Shows the beginning at once. Only once; it never finishes within this call.
+  // Applies the initial state at once. May be called once; never finishes within this call.
   void start();
 
  private:
@@ -75,18 +75,18 @@ class WindowAnimation {
   std::optional<std::chrono::microseconds> began_;
 };
 
-// Animations that share curve and duration and start together.
+// A set of animations with a common curve, duration and start.
 class WindowAnimationGroup {
  public:
   using Finished = WindowAnimation::Finished;
 
-  // Finished when the last of its animations is, after that one has reported. What is called may
-  // destroy the group.
+  // Finishes when its last animation does, after that one's own report. The callback may destroy
+  // the group.
   WindowAnimationGroup(const AnimationTiming& timing, Finished finished);
 
-  // Before the start.
+  // Before start() only.
   void add(Window* window, const WindowChange& change, Finished finished);
-  // Only once. A group without animations is finished at once.
+  // May be called once. An empty group finishes at once.
   void start();
 
  private:

@@ -1,4 +1,4 @@
-// Host names as people read them.
+// Host names for display.
 #include "platform/hosts/HostNames.h"
 
 #include <unicode/uidna.h>
@@ -19,7 +19,7 @@ namespace {
 using Checker = std::unique_ptr<USpoofChecker, decltype(&uspoof_close)>;
 using Converter = std::unique_ptr<UIDNA, decltype(&uidna_close)>;
 
-// Bytes. A name of the system of names has 253 at most; decoded it may have more.
+// Bytes. A DNS name has at most 253; decoded it may have more.
 constexpr std::size_t longestName = 1024;
 using Buffer = std::array<char, longestName>;
 
@@ -28,7 +28,7 @@ bool isPlain(std::string_view text) {
                      [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-// One for all: it is not changed after it was made.
+// Shared: immutable after creation.
 const UIDNA* converter() {
   static const Converter shared = [] {
     UErrorCode status = U_ZERO_ERROR;
@@ -41,7 +41,7 @@ const UIDNA* converter() {
   return shared.get();
 }
 
-// Empty for what is no valid name or label.
+// Empty for an invalid name or label.
 std::string converted(std::string_view text,
                       int32_t (*convert)(const UIDNA*, const char*, int32_t, char*, int32_t,
                                          UIDNAInfo*, UErrorCode*)) {
@@ -68,19 +68,19 @@ Checker checkerFor(std::string_view language) {
   uspoof_setChecks(checker.get(), USPOOF_ALL_CHECKS & ~USPOOF_CONFUSABLE, &status);
   uspoof_setRestrictionLevel(checker.get(), USPOOF_HIGHLY_RESTRICTIVE);
   uspoof_setAllowedLocales(checker.get(), locales.c_str(), &status);
-  // Of those scripts, what names in use are made of.
+  // The characters of those scripts that are recommended for identifiers.
   const icu::UnicodeSet* const ofScripts = uspoof_getAllowedUnicodeSet(checker.get(), &status);
   const icu::UnicodeSet* const inUse = uspoof_getRecommendedUnicodeSet(&status);
   const icu::UnicodeSet* const within = uspoof_getInclusionUnicodeSet(&status);
   if (U_FAILURE(status)) return Checker(nullptr, uspoof_close);
-  // A copy of one of these could not be changed either.
+  // Built anew: a copy of a frozen set cannot be modified.
   icu::UnicodeSet allowed;
   allowed.addAll(*inUse).addAll(*within).retainAll(*ofScripts);
   uspoof_setAllowedUnicodeSet(checker.get(), &allowed, &status);
   return U_SUCCESS(status) ? std::move(checker) : Checker(nullptr, uspoof_close);
 }
 
-// Whether it looks as if it were written in plain letters. Two letters in one do not.
+// Whether the label is confusable with an ASCII one. Ligatures do not count as such.
 bool looksPlain(const USpoofChecker* checker, std::string_view label) {
   for (const std::string_view ligature : {"æ", "œ"}) {
     if (label.find(ligature) != std::string_view::npos) return false;
@@ -90,7 +90,7 @@ bool looksPlain(const USpoofChecker* checker, std::string_view label) {
   const int32_t size =
       uspoof_getSkeletonUTF8(checker, 0, label.data(), static_cast<int32_t>(label.size()),
                              skeleton.data(), static_cast<int32_t>(skeleton.size()), &status);
-  // Nothing is known of it then.
+  // On failure it counts as confusable.
   if (U_FAILURE(status) || size > static_cast<int32_t>(skeleton.size())) return true;
   return isPlain({skeleton.data(), static_cast<std::size_t>(size)});
 }
@@ -116,7 +116,7 @@ std::vector<std::string_view> labelsOf(std::string_view name) {
 
 String idnToReadableUtf8String(const String& host, const String& language) {
   const std::string_view name = host.view();
-  // Most names have nothing to decode.
+  // Fast path: nothing to decode.
   if (isPlain(name) && name.find("xn--") == std::string_view::npos &&
       name.find("XN--") == std::string_view::npos) {
     return host;

@@ -1,4 +1,4 @@
-// The part of a host name that somebody has registered. Any thread.
+// The registrable domain of a host name. Any thread.
 #include "platform/hosts/RegisteredDomain.h"
 
 #include <gio/gio.h>
@@ -11,7 +11,7 @@ namespace Tessel::Platform {
 
 namespace {
 
-constexpr std::size_t longestName = 1024;  // in any spelling; the longest that resolves has 253
+constexpr std::size_t longestName = 1024;  // in any spelling; the longest resolvable name has 253
 
 }  // namespace
 

@@ -1,13 +1,12 @@
-// The part of a host name that somebody has registered. Any thread.
+// The registrable domain of a host name. Any thread.
 #pragma once
 
 #include "platform/base/String.h"
 
 namespace Tessel::Platform {
 
-// "example.co.uk" for "www.example.co.uk", by the list of public suffixes. In lower case. Empty for
-// a public suffix itself, a name without a dot, an address in numbers, and for what is no host
-// name.
+// "example.co.uk" for "www.example.co.uk", by the public suffix list. In lower case. Empty for a
+// public suffix itself, a name without a dot, an IP address, and an invalid host name.
 String getRegisteredDomain(const String& host);
 
 }  // namespace Tessel::Platform

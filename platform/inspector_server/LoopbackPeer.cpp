@@ -1,4 +1,4 @@
-// Who has connected over the loopback device. Any thread.
+// The user at the other end of a loopback connection. Any thread.
 #include "platform/inspector_server/LoopbackPeer.h"
 
 #include <array>
@@ -11,7 +11,7 @@ namespace Tessel::Platform {
 
 namespace {
 
-// As the tables have it. The other end may be a socket for the sixth version of the protocol.
+// In the format of /proc/net/tcp. The other end may be an IPv6 socket.
 std::string textOf(const sockaddr_in& address, bool isMapped) {
   std::array<char, 48> text;
   std::snprintf(text.data(), text.size(), "%s%08X:%04X", isMapped ? "0000000000000000FFFF0000" : "",
@@ -35,7 +35,7 @@ std::optional<uid_t> userOfPeer(const sockaddr_in& peer, const sockaddr_in& own)
       unsigned long socket = 0;
       fields >> skipped >> local >> remote >> skipped >> skipped >> skipped >> skipped >> user >>
           skipped >> socket;
-      // What nobody has open any more is shown as root's.
+      // A socket that no process has open any more is listed as root's.
       if (local == from && remote == to && fields && socket != 0) return user;
     }
   }

@@ -1,4 +1,4 @@
-// Who has connected over the loopback device. Any thread.
+// The user at the other end of a loopback connection. Any thread.
 #pragma once
 
 #include <netinet/in.h>
@@ -8,8 +8,8 @@
 
 namespace Tessel::Platform {
 
-// The user whose socket is at the other end of a connection inside this machine, by the kernel's
-// tables. Nothing when the tables do not say: the other end is closed, or in another network
+// The owner of the socket at the other end of a connection within this machine, from the kernel's
+// tables. Nothing if it is not listed there: the other end is closed, or in another network
 // namespace.
 std::optional<uid_t> userOfPeer(const sockaddr_in& peer, const sockaddr_in& own);
 

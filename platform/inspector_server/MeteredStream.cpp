@@ -1,4 +1,4 @@
-// A stream that counts. Main thread.
+// A stream that counts its traffic. Main thread.
 #include "platform/inspector_server/MeteredStream.h"
 
 #include <gio/gio.h>
@@ -7,7 +7,8 @@ using Tessel::Platform::StreamMeter;
 
 namespace {
 
-// A reader who takes all that is there gets so much, then has to look at it.
+// After so many bytes the stream reports once that it would block: the library reads until then,
+// and must process what it has read before it reads on.
 constexpr std::uint64_t mostWithoutRest = 256u << 10;
 
 struct MeteredInput {
@@ -134,7 +135,7 @@ GIOStream* meteredStream(GIOStream* stream, const std::shared_ptr<StreamMeter>& 
       g_object_new(outputType(), "base-stream", g_io_stream_get_output_stream(stream), nullptr));
   share(reinterpret_cast<MeteredOutput*>(output));
   GIOStream* const metered = g_simple_io_stream_new(input, output);
-  // The socket is closed with the last reference to its own stream.
+  // The socket is closed with the last reference to the wrapped stream.
   g_object_set_data_full(G_OBJECT(metered), "stream", g_object_ref(stream), g_object_unref);
   g_object_unref(input);
   g_object_unref(output);

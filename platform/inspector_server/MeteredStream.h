@@ -1,8 +1,8 @@
-// A stream that counts: what has arrived since the last whole message, what has left, and that ends
-// a peer which sends more than it may. Main thread.
+// A stream that counts its traffic (received since the last whole message, sent) and disconnects a
+// peer that sends more than allowed. Main thread.
 //
-// The library that frames messages bounds a frame, but neither a message in many frames nor what
-// waits for a peer that does not read.
+// The WebSocket library limits the size of a frame, but neither that of a fragmented message nor
+// the data queued for a peer that does not read.
 #pragma once
 
 #include <cstdint>
@@ -12,17 +12,16 @@ using GIOStream = struct _GIOStream;
 
 namespace Tessel::Platform {
 
-// What a stream has counted, shared with it.
+// The counters, shared with the stream.
 struct StreamMeter {
-  std::uint64_t mostUnfinished = 0;  // bytes that may arrive without a whole message among them
-  std::uint64_t unfinished = 0;      // what arrived since somebody set this to 0
-  std::uint64_t sinceRest = 0;       // what was read without a look at it
-  std::uint64_t written = 0;         // in all, as far as the kernel has taken it
+  std::uint64_t mostUnfinished = 0;  // limit of bytes received within one message
+  std::uint64_t unfinished = 0;      // received since this was last reset to 0
+  std::uint64_t sinceRest = 0;       // read since it last would have blocked
+  std::uint64_t written = 0;         // total accepted by the kernel
 };
 
-// Wraps a stream; both ends must be pollable, as those of sockets are. The result holds the stream,
-// and closes it when it is closed. Reading fails with G_IO_ERROR_MESSAGE_TOO_LARGE beyond the
-// meter's limit.
+// Wraps a stream; both directions must be pollable, as sockets are. The result owns the stream and
+// closes it when closed. Reading fails with G_IO_ERROR_MESSAGE_TOO_LARGE beyond the meter's limit.
 GIOStream* meteredStream(GIOStream* stream, const std::shared_ptr<StreamMeter>& meter);
 
 }  // namespace Tessel::Platform

@@ -1,5 +1,5 @@
-// The server that a developer's browser finds the application's pages at. Main thread, but for what
-// the header says any thread may call.
+// The HTTP server through which a developer's browser inspects the application's pages. Main
+// thread, but for what the header allows on any thread.
 #include "platform/inspector_server/MongooseHttpServer.h"
 
 #include "platform/base/Log.h"
@@ -23,9 +23,9 @@ namespace Tessel::Platform {
 
 namespace {
 
-// Who connects and says nothing goes after so many seconds.
+// Idle connections are closed after so many seconds.
 constexpr guint idleLimit = 30;
-// What frames add to a message, and what may come before its end is looked for.
+// Overhead of framing per message, and of control frames before its end.
 constexpr std::size_t frameAllowance = 512u << 10;
 constexpr std::size_t longestFrameHeader = 14;
 
@@ -46,14 +46,14 @@ void respond(SoupServerMessage* message, guint status, const char* type, const s
 }
 
 void refuse(SoupServerMessage* message, guint status, const std::string& text) {
-  // Whatever it still sends is not read.
+  // Whatever it still sends is discarded.
   soup_message_headers_replace(soup_server_message_get_response_headers(message), "Connection",
                                "close");
   respond(message, status, "text/plain; charset=utf-8", text);
 }
 
 GSocket* socketOf(GIOStream* stream) {
-  // The library wraps what it is given.
+  // The library takes over the stream it is given.
   GIOStream* base = nullptr;
   if (!G_IS_SOCKET_CONNECTION(stream)) {
     if (!g_object_class_find_property(G_OBJECT_GET_CLASS(stream), "base-iostream")) return nullptr;
@@ -63,7 +63,7 @@ GSocket* socketOf(GIOStream* stream) {
   GSocket* const socket = G_IS_SOCKET_CONNECTION(stream)
                               ? g_socket_connection_get_socket(G_SOCKET_CONNECTION(stream))
                               : nullptr;
-  // Whoever wraps it holds it.
+  // Owned by its wrapper.
   if (base) g_object_unref(base);
   return socket;
 }
@@ -86,7 +86,7 @@ class MongooseHttpServer::Impl {
   void send(const std::string& message, const GuardedPointer<WebSocketConnection>& connection);
   void close(const GuardedPointer<WebSocketConnection>& connection, bool tellClient,
              const char* reason);
-  // Runs on the main thread: at once when this is it.
+  // Runs the function on the main thread; synchronously if already there.
   template <typename Work>
   static void onMainThread(Work work);
 
@@ -96,8 +96,8 @@ class MongooseHttpServer::Impl {
   std::string frontEnd;
 
  private:
-  // A front end. Deleted when the framing library has told the end of its connection, or at once
-  // when it is cut off.
+  // A front end. Deleted once the WebSocket library has reported its close, or immediately if it is
+  // cut off.
   struct FrontEnd final : WebSocketConnection {
     FrontEnd(Impl& itsServer, unsigned int itsHandle, GIOStream* stream, GUri* uri);
     ~FrontEnd() override;
@@ -106,8 +106,8 @@ class MongooseHttpServer::Impl {
     const unsigned int handle;
     const std::shared_ptr<StreamMeter> meter = std::make_shared<StreamMeter>();
     SoupWebsocketConnection* socket = nullptr;
-    std::uint64_t queued = 0;  // bytes in all, with what frames add at most
-    bool ending = false;       // nothing of it is told any more
+    std::uint64_t queued = 0;  // total bytes, including the maximum overhead of framing
+    bool ending = false;       // no longer reported to the client
   };
   struct Upgrade;
 
@@ -134,10 +134,10 @@ class MongooseHttpServer::Impl {
 
   MongooseClient* client_ = nullptr;
   SoupServer* server_ = nullptr;
-  // There while it is running.
+  // Exists while the server is running.
   GSocket* listener_ = nullptr;
   std::optional<AcceptSource> accepting_;
-  // The last reference to a connection may go in a thread of the library's.
+  // The last reference to a connection may be released on a thread of the library.
   std::atomic<std::size_t> connections_ = 0;
   std::string token_;
   std::set<uid_t> refused_;
@@ -227,7 +227,7 @@ void MongooseHttpServer::Impl::setClient(MongooseClient* client) {
   client_ = client;
 }
 
-// Another user of the machine would take the pages over.
+// Otherwise another user of the machine could take over the pages.
 bool MongooseHttpServer::Impl::isAllowed(GSocketAddress* remote, GSocketAddress* local) {
   sockaddr_in peer{};
   sockaddr_in own{};
@@ -244,7 +244,7 @@ bool MongooseHttpServer::Impl::isAllowed(GSocketAddress* remote, GSocketAddress*
 }
 
 void MongooseHttpServer::Impl::accept(UniqueFd fd) {
-  // Dropped, it is closed.
+  // Releasing it closes it.
   if (connections_ >= mostConnections) return;
   GSocket* const socket = g_socket_new_from_fd(fd.get(), nullptr);
   if (!socket) return;
@@ -270,7 +270,7 @@ void MongooseHttpServer::Impl::incoming(GSocketConnection* connection) {
   if (remote) g_object_unref(remote);
 }
 
-// Before a body is read: what is refused is refused here.
+// Rejects requests before their body is read.
 void MongooseHttpServer::Impl::onHeaders(SoupServer*, SoupServerMessage* message, const char*,
                                          GHashTable*, gpointer data) {
   const auto* self = static_cast<Impl*>(data);
@@ -292,7 +292,7 @@ void MongooseHttpServer::Impl::onHeaders(SoupServer*, SoupServerMessage* message
 
 void MongooseHttpServer::Impl::onRequest(SoupServer*, SoupServerMessage* message, const char* path,
                                          GHashTable*, gpointer data) {
-  // Whoever is asked for the pages may let others in, who may stop the server.
+  // The client may run nested loops in which the server is stopped.
   g_object_ref(message);
   static_cast<Impl*>(data)->answer(message, path);
   g_object_unref(message);
@@ -325,7 +325,7 @@ void MongooseHttpServer::Impl::answer(SoupServerMessage* message, const std::str
   if (socket.handle == 0 || !sameToken(socket.token, token_)) {
     return refuse(message, SOUP_STATUS_NOT_FOUND, "There is nothing here.");
   }
-  // A page of another server at this machine may not connect either.
+  // Reject pages of other local origins as well.
   const std::string origin = header(message, "Origin");
   if (!origin.empty() && origin != std::string("http://") + header(message, "Host")) {
     return refuse(message, SOUP_STATUS_FORBIDDEN, "This is not for pages of other servers.");
@@ -357,7 +357,7 @@ void MongooseHttpServer::Impl::answerInspect(SoupServerMessage* message, std::st
 
 void MongooseHttpServer::Impl::answerFrontEndFile(SoupServerMessage* message,
                                                   const std::string& name) const {
-  // Names of resources are compared as they are: nothing leads out of their folder.
+  // Resource names are compared literally, so that no path leaves their folder.
   GBytes* const file = frontEnd.empty()
                            ? nullptr
                            : g_resources_lookup_data((frontEnd + name).c_str(),
@@ -382,7 +382,7 @@ void MongooseHttpServer::Impl::upgrade(SoupServerMessage* message, unsigned int 
   if (!isInspectable(handle)) {
     return refuse(message, SOUP_STATUS_NOT_FOUND, client_ ? client_->pageNotFoundText() : "");
   }
-  // Without the extension that compresses: a small frame must not become a large one.
+  // Without permessage-deflate: a small frame must not expand to a large one.
   if (!soup_websocket_server_process_handshake(message, nullptr, nullptr, nullptr, nullptr)) return;
   g_signal_connect_data(
       message, "wrote-informational", G_CALLBACK(+[](SoupServerMessage* upgraded, Upgrade* which) {
@@ -396,12 +396,12 @@ void MongooseHttpServer::Impl::upgrade(SoupServerMessage* message, unsigned int 
 void MongooseHttpServer::Impl::connected(SoupServerMessage* message, unsigned int handle) {
   GUri* const uri = g_uri_ref(soup_server_message_get_uri(message));
   GIOStream* const stream = soup_server_message_steal_connection(message);
-  // A front end may be silent as long as it likes.
+  // A front end may be idle indefinitely.
   if (GSocket* const socket = socketOf(stream)) g_socket_set_timeout(socket, 0);
   auto* const frontEnd = new FrontEnd(*this, handle, stream, uri);
   g_object_unref(stream);
   g_uri_unref(uri);
-  // It may have lost its page meanwhile.
+  // It may have lost its page in the meantime.
   if (!isInspectable(handle)) return close(frontEnd, false, "The page has gone.");
   client_->setPageConnection(handle, frontEnd);
 }
@@ -424,7 +424,7 @@ void MongooseHttpServer::Impl::onClosed(SoupWebsocketConnection*, FrontEnd* fron
   deleteGuardedObject(frontEnd);
 }
 
-// It has gone by itself, or the client is to take it as if it had.
+// It closed by itself, or the client must be told as if it had.
 void MongooseHttpServer::Impl::ended(FrontEnd& frontEnd) {
   if (std::exchange(frontEnd.ending, true)) return;
   if (client_) client_->setPageConnection(frontEnd.handle, nullptr);
@@ -449,7 +449,7 @@ void MongooseHttpServer::Impl::send(const std::string& message,
     deleteGuardedObject(frontEnd);
     return;
   }
-  // Once all has left, what frames did not add is forgotten.
+  // Once everything is sent, unused framing overhead is released.
   if (waiting <= longestFrameHeader) frontEnd->queued = frontEnd->meter->written;
   frontEnd->queued += size;
   GBytes* const bytes = g_bytes_new(message.data(), message.size());

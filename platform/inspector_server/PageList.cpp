@@ -1,4 +1,4 @@
-// The list of pages as the server shows it, and what it lets in. Any thread.
+// The page list of the server, and its access checks. Any thread.
 #include "platform/inspector_server/PageList.h"
 
 #include <glib.h>

@@ -1,4 +1,4 @@
-// What a message client hears from other processes.
+// Messages of other processes to a message client.
 #include "platform/loop/ClientChannel.h"
 
 #include "platform/base/Log.h"
@@ -16,10 +16,10 @@ namespace Tessel::Platform {
 
 namespace {
 
-// Of one process to one client. A child makes one.
+// Maximum connections of one process to one client. A child makes one.
 constexpr int mostConnections = 8;
-// Messages of unknown processes that nobody expects that are passed on all the same, to be told of;
-// of more, there is a line in the log.
+// Limit of messages of unregistered processes that are passed on to the handler, to be reported;
+// those beyond it are logged.
 constexpr int mostUnexpected = 16;
 constexpr std::chrono::seconds unexpectedInterval{10};
 
@@ -140,7 +140,7 @@ void ClientChannel::connected(pid_t pid, ChannelSocket socket) {
               static_cast<int>(ofProcess));
     return;
   }
-  // Among the others before it is served: it may end at once.
+  // Registered before it is served, since it may end at once.
   connections_.push_back(
       std::make_shared<IncomingConnection>(weak_from_this(), pid, std::move(socket)));
   connections_.back()->open(context_);

@@ -1,8 +1,8 @@
-// What a message client hears from other processes: its channel, the processes it takes messages
-// from, and their connections.
+// Messages of other processes to a message client: its channel, the registered processes, and their
+// connections.
 //
-// Messages are delivered by the client's thread. What is said below to be for any thread may be
-// called by the acceptor's.
+// Messages are delivered on the client's thread. Functions marked "any thread" may be called by the
+// acceptor.
 #pragma once
 
 #include "platform/channel/Channels.h"
@@ -28,15 +28,15 @@ class ClientChannel final : public ChannelOwner,
                             public MainThreadWait::Participant,
                             public std::enable_shared_from_this<ClientChannel> {
  public:
-  // False when no more is to be delivered: the client's loop ends.
+  // False if nothing more is to be delivered: the client's loop ends.
   using Deliver = std::function<bool(Message&)>;
 
   ClientChannel(_GMainContext* context, Deliver deliver);
   ~ClientChannel() override;
 
-  // Opens the channel when first asked; -1 with errno set when it cannot be. Any thread.
+  // Opens the channel on first use; -1 with errno set on failure. Any thread.
   int id();
-  // Any thread. What a process that has been taken off still sends is dropped.
+  // Any thread. Later messages of a deregistered process are dropped.
   void registerPID(pid_t pid);
   void deregisterPID(pid_t pid);
   void closeConnectionsOf(pid_t pid);
@@ -44,11 +44,11 @@ class ClientChannel final : public ChannelOwner,
   void setHandshakeMode(bool on, MessageHandler* handshakeHandler);
   void expectChildrenOf(pid_t parent);
 
-  // From now on the waits of the main thread serve these connections. Main thread.
+  // From now on waits of the main thread serve these connections. Main thread.
   void serveDuringWaits();
   // Delivers what the process has sent so far. Client's thread, outside waits.
   void drain(pid_t pid);
-  // Takes no more. Client's thread.
+  // Stops accepting. Client's thread.
   void close();
 
   bool isServedDuringWaits() const { return servedDuringWaits_; }
@@ -63,21 +63,21 @@ class ClientChannel final : public ChannelOwner,
   void serve() override;
 
  private:
-  std::vector<std::shared_ptr<IncomingConnection>> connectionsOf(pid_t pid) const;  // 0: of all
+  std::vector<std::shared_ptr<IncomingConnection>> connectionsOf(pid_t pid) const;  // 0: all
 
   _GMainContext* const context_;
   const Deliver deliver_;
   bool servedDuringWaits_ = false;
-  UniqueFd arrived_;  // tells a wait of a connection that it does not poll yet
+  UniqueFd arrived_;  // wakes a wait that does not poll a new connection yet
 
   mutable std::mutex mutex_;
-  // All below under the mutex.
+  // Guarded by the mutex.
   int id_ = -1;
   bool closed_ = false;
   std::set<pid_t> registered_;
-  MessageHandler* handshakeHandler_ = nullptr;  // from the first handshake on
+  MessageHandler* handshakeHandler_ = nullptr;  // set by the first handshake
   bool inHandshake_ = false;
-  int unexpectedMessages_ = 0;  // passed on since it was switched on, or in this interval
+  int unexpectedMessages_ = 0;  // passed on since enabled, or in this interval
   std::chrono::steady_clock::time_point unexpectedSince_{};
   pid_t expectedParent_ = 0;
   std::vector<std::shared_ptr<IncomingConnection>> connections_;

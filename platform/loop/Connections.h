@@ -1,7 +1,7 @@
-// The connections of this process to channels of others: messages go out, replies come back, and
-// the other's end is noticed.
+// Outgoing connections of this process: sends messages, receives replies, and detects that the peer
+// is gone.
 //
-// Main thread, but for what is said to be for any.
+// Main thread, unless stated otherwise.
 #pragma once
 
 #include "platform/channel/Message.h"
@@ -12,17 +12,17 @@
 
 namespace Tessel::Platform {
 
-// Has what could not be sent at once sent while the main thread waits for something else. Called
-// once per process, by the main client.
+// Flushes queued data while the main thread waits for something else. Called once per process, by
+// the main client.
 void serveConnectionsDuringWaits();
 
-// Marks a connection that is no standard stream; kept for systems that tell them apart.
+// Flag for a connection that is not a standard stream; accepted for compatibility.
 inline constexpr int sideChannel = 0x40000000;
 
-// A flag: while more processes connect than are accepted, wait for room, up to waitForRoomLimit.
-// For who cannot go on without; a process that serves others does not wait for one of them.
+// Flag: if the backlog is full, wait up to waitForRoomLimit. For processes that cannot do without
+// the connection; a process that serves others must not wait for one of them.
 inline constexpr int waitForRoom = 1;
-// A child connects twice, which together is less than the three seconds that a launch may take.
+// A child connects twice, which together is less than the launch limit of three seconds.
 inline constexpr std::chrono::milliseconds waitForRoomLimit{1000};
 
 // Connects to a channel of a process of the same user. The result is the connection's number, which
@@ -35,14 +35,14 @@ int ConnectAttach(int node, pid_t pid, int channelId, int index, int flags);
 // NOLINTNEXTLINE(readability-identifier-naming)
 void ConnectDetach(int connectionId);
 
-// Whoever does not answer for that long while the main thread waits for him is killed and counts as
-// dead, but for one that somebody has stopped or traces: there the wait ends, unanswered, and the
-// chrome is told. Without a limit such a wait ends, unanswered, after a minute.
+// A peer that does not answer for that long while the main thread waits for it is killed and counts
+// as dead, unless it is stopped or traced: then the wait ends without a reply, and the chrome is
+// told. Without a limit, such a wait ends without a reply after a minute.
 void killSilentPeer(int connectionId, std::chrono::milliseconds limit);
 
-// Sends over a connection. With a reply buffer it waits (MainThreadWait) until the reply is in
-// there or none will come; others return at once, and may be sent from any thread. What is sent to
-// a connection that has gone, or never was, is dropped.
+// Sends over a connection. With a reply buffer it waits (MainThreadWait) until the reply has
+// arrived or cannot arrive any more; otherwise it returns at once, and may be called on any thread.
+// Messages to a closed or unknown connection are dropped.
 void sendOver(int connectionId, Message& message);
 
 }  // namespace Tessel::Platform

@@ -1,4 +1,4 @@
-// The life of guarded objects: pins from any thread, destruction on the owner's thread.
+// Lifetime of guarded objects: pins from any thread, destruction on the owner's thread.
 #include "platform/loop/GuardedPointer.h"
 
 #include "platform/base/Log.h"
@@ -12,16 +12,16 @@ namespace Tessel::Platform {
 
 namespace detail {
 
-// One word says it all: how many pins there are, whether the deletion was asked for (Doomed), and
-// whether the destructor has run (Destroyed). Whoever takes it to exactly Doomed, without pins,
-// is the only one to do so and destroys the object.
+// One atomic word holds the number of pins, whether deletion was requested (Doomed), and whether
+// the destructor has run (Destroyed). Whoever takes it to exactly Doomed, without pins, is the only
+// one to do so and destroys the object.
 struct Guard::State {
   static constexpr std::uint32_t Doomed = 1u << 31;
   static constexpr std::uint32_t Destroyed = 1u << 30;
 
   std::atomic<std::uint32_t> word = 0;
   GuardedPointerBase* object = nullptr;
-  std::thread::id owner;  // set before Doomed, read after it
+  std::thread::id owner;  // written before Doomed is set, read after
 };
 
 Guard::Guard(GuardedPointerBase* object) : state_(std::make_unique<State>()) {
@@ -76,7 +76,7 @@ GuardedPointerBase::~GuardedPointerBase() {
 
 void deleteGuardedObject(GuardedPointerBase* object) {
   if (!object) return;
-  // The guard must survive the object that holds it.
+  // The guard must outlive the object that holds it.
   const std::shared_ptr<detail::Guard> guard = object->guard();
   guard->requestDeletion();
 }

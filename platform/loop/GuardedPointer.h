@@ -1,8 +1,9 @@
-// Pointers that know when their object is gone, and deletion that waits for whoever is using it.
+// Pointers that become null when their object is deleted, and deletion that is deferred while the
+// object is in use.
 //
-// An object lives on one thread, its owner's, and is deleted there. Pinning works from any
-// thread: a pinned object is not destroyed under the one who pinned it, even when its deletion is
-// asked for meanwhile (a page deleting the web view whose call it is answering).
+// An object belongs to the thread that owns it, and is deleted there. It can be pinned on any
+// thread: a pinned object is not destroyed, even if its deletion is requested in the meantime (a
+// page deleting the web view whose call it is answering).
 #pragma once
 
 #include <cstddef>
@@ -24,16 +25,16 @@ class Guard {
   Guard(const Guard&) = delete;
   Guard& operator=(const Guard&) = delete;
 
-  // Null once the deletion was asked for. Owner thread, or while pinned.
+  // Null once deletion was requested. Owner thread, or while pinned.
   GuardedPointerBase* object() const;
-  // False, and nothing is pinned, once the deletion was asked for. Any thread.
+  // False, without pinning, once deletion was requested. Any thread.
   bool pin();
-  // The last unpin of an object whose deletion was asked for deletes it: at once on the owner
-  // thread, else by a message to the owner thread's client. When that has no client, or its loop
-  // has ended, the object is left alone for good: a leak at the end of a process, which is better
-  // than a destructor on the wrong thread. Any thread.
+  // The last unpin of an object whose deletion was requested deletes it: at once on the owner
+  // thread, else by a message to the owner thread's client. If that has no client, or its loop has
+  // ended, the object is leaked on purpose: a leak at the end of a process is better than a
+  // destructor on the wrong thread. Any thread.
   void unpin();
-  // Makes the calling thread the owner. Asking twice is fine.
+  // Makes the calling thread the owner. May be called again.
   void requestDeletion();
   void objectDestroyed();
 
@@ -57,8 +58,8 @@ class GuardedPointerBase {
   std::shared_ptr<detail::Guard> guard_;
 };
 
-// Null once its object was deleted or deleteGuardedObject was called on it. Copy it freely;
-// dereference it on the owner thread only (see GuardedPin for the others).
+// Null once its object is deleted or deleteGuardedObject was called on it. Copy it freely;
+// dereference it on the owner thread only (see GuardedPin for others).
 template <typename T>
 class GuardedPointer {
  public:
@@ -77,7 +78,7 @@ class GuardedPointer {
   T* object_ = nullptr;
 };
 
-// Holds an object for the length of a scope; empty when the object was gone already.
+// Pins an object for a scope; empty if the object is gone already.
 template <typename T>
 class GuardedPin {
  public:
@@ -97,8 +98,8 @@ class GuardedPin {
   T* get() const { return object_; }
   T* operator->() const { return object_; }
   explicit operator bool() const { return object_ != nullptr; }
-  // True when somebody asked for the object's deletion since it was pinned: finish, touch nothing
-  // else. Owner thread.
+  // True if deletion was requested since the object was pinned: return without touching it. Owner
+  // thread.
   bool isDoomed() const { return !guard_ || !guard_->object(); }
 
  private:
@@ -106,8 +107,8 @@ class GuardedPin {
   T* object_ = nullptr;
 };
 
-// Deletes the object, which must have been made with new, as soon as nobody has it pinned; every
-// guarded pointer to it is null from now on. Null is ignored. Owner thread.
+// Deletes the object, which must be allocated with new, as soon as it is not pinned; guarded
+// pointers to it become null at once. Null is ignored. Owner thread.
 void deleteGuardedObject(GuardedPointerBase* object);
 
 }  // namespace Tessel::Platform

@@ -1,5 +1,5 @@
-// Deletion on a later turn of the main loop, for objects that may be in use further up the stack.
-// UI thread.
+// Deferred deletion on a later turn of the main loop, for objects that may be in use further up the
+// stack. UI thread.
 #pragma once
 
 #include "platform/loop/GuardedPointer.h"
@@ -8,7 +8,7 @@
 namespace Tessel::Platform {
 
 struct GuardedPointerDeleter {
-  // Nothing happens when the object is gone by then. Without a main loop it is left alone.
+  // Does nothing if the object is gone by then. Without a main loop the object is leaked.
   template <typename T>
   static void deleteGuardedPointer(T* object) {
     MainMessageClient* const client = MainMessageClient::instance();

@@ -1,5 +1,5 @@
-// A connection that another process has made to a message client: brings its messages and takes
-// the replies. The client's thread, but for open().
+// A connection made by another process to a message client: delivers its messages and sends the
+// replies. The client's thread, except for open().
 #pragma once
 
 #include "platform/base/FdSource.h"
@@ -24,27 +24,27 @@ class IncomingConnection : public std::enable_shared_from_this<IncomingConnectio
   IncomingConnection(std::weak_ptr<ClientChannel> channel, pid_t pid, ChannelSocket socket);
   ~IncomingConnection();
 
-  // From now on the connection is served by the context until it is closed by either end. Once.
+  // Attaches the connection to the context until either end closes it. Once.
   void open(_GMainContext* context);
 
   pid_t pid() const { return pid_; }
   // The descriptor is -1 once it is closed.
   pollfd pollDescriptor() const;
 
-  // Delivers the messages that have come and sends the replies. Not all of a crowd, so that others
-  // get their turn; whoever keeps us busy gets his when the user's input and the window have had
-  // theirs.
+  // Delivers received messages and sends replies. The number per call is bounded, so that others
+  // are served; a connection that is always busy is served at idle priority, after input and
+  // painting.
   void serveSome();
-  // All of them.
+  // Without that bound.
   void serveAll();
-  // Nothing is delivered any more. Any thread.
+  // Stops delivering. Any thread.
   void close();
 
  private:
   enum class Served {
-    Nothing,  // there is none for now, or never again
+    Nothing,  // none for now, or none ever again
     One,      // there may be more
-    Last,     // its sender has waited for the reply and sent nothing meanwhile, or the loop ends
+    Last,     // its sender waited for the reply and sent nothing meanwhile, or the loop ends
   };
   Served serveOne();
   bool mayServe() const;

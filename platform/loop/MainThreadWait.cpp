@@ -1,5 +1,5 @@
-// Waiting on the main thread without letting go of those who need it. Main thread only, but for
-// isActive(), which is false on every other thread.
+// Waits of the main thread that keep serving others. Main thread only, except for isActive(), which
+// is false on every other thread.
 #include "platform/loop/MainThreadWait.h"
 
 #include "platform/base/ListenerList.h"
@@ -14,11 +14,11 @@ namespace Tessel::Platform {
 
 namespace {
 
-// Per thread, because clients of every thread ask on their own.
+// Per thread: clients of every thread query their own.
 thread_local int activeWaits = 0;
 
 ListenerList<MainThreadWait::Participant>& participants() {
-  // Leaked: participants with static storage may go after any list would.
+  // Leaked: participants with static storage may be removed after any static list is destroyed.
   static auto* const list = new ListenerList<MainThreadWait::Participant>;
   return *list;
 }
@@ -60,13 +60,13 @@ bool MainThreadWait::poll(std::vector<pollfd>& own, std::chrono::milliseconds ti
   }
   own.resize(ownCount);
   if (ready < 0) {
-    // A poll that fails may leave what an earlier one found.
+    // A failed poll may leave old results.
     for (pollfd& descriptor : own) descriptor.revents = 0;
   }
 
   const auto ownReady =
       std::count_if(own.begin(), own.end(), [](const pollfd& d) { return d.revents != 0; });
-  // The usual answer comes alone, and then there is nothing to serve.
+  // Fast path: only the caller's own answer has arrived.
   if (ready <= 0 || ready > ownReady) {
     participants().forEach([](Participant& participant) { participant.serve(); });
   }

@@ -32,7 +32,7 @@ thread_local MessageClient* clientOfThisThread = nullptr;
 }  // namespace
 
 struct MessageClient::State {
-  // A sender that waits for its message. Lives in the sender's stack frame; the mutex guards it.
+  // A sender that waits for its message. Lives on the sender's stack; guarded by the mutex.
   struct Turn {
     enum { Waiting, Delivered, Refused } outcome = Waiting;
     std::unique_ptr<Message> refusedMessage;
@@ -42,12 +42,12 @@ struct MessageClient::State {
     std::unique_ptr<Message> message;
     Turn* turn = nullptr;
   };
-  // The queue as the main context sees it.
+  // The queue as a GSource.
   struct Source {
     GSource base;
     State* state;
   };
-  // The state of every client that there is.
+  // The states of all clients.
   struct Registry {
     std::mutex mutex;
     std::vector<std::shared_ptr<State>> states;
@@ -61,12 +61,12 @@ struct MessageClient::State {
     source = g_source_new(&functions, sizeof(Source));
     reinterpret_cast<Source*>(source)->state = this;
     g_source_set_name(source, "message client");
-    // Lets messages through while one of them runs the loop. It also spares GLib from taking the
-    // source out of the context and putting it back, with two wake-ups, for every message.
+    // Allows recursion while a message runs the loop. It also avoids that GLib removes the source
+    // and adds it again, with two wake-ups, for every message.
     g_source_set_can_recurse(source, TRUE);
     g_source_attach(source, context);
     channel = std::make_shared<ClientChannel>(context, [this](Message& message) {
-      // What comes from other processes is never executable.
+      // Messages of other processes are never executable.
       deliverPlain(message);
       return !exiting;
     });
@@ -77,7 +77,7 @@ struct MessageClient::State {
   }
 
   static Registry& registry() {
-    static auto* const registry = new Registry;  // leaked, as the web-engine thread is
+    static auto* const registry = new Registry;  // leaked, like the web-engine thread
     return *registry;
   }
 
@@ -85,7 +85,7 @@ struct MessageClient::State {
   bool pushAndWait(std::unique_ptr<Message> message);
   void exit(int status);
 
-  // With the mutex held.
+  // The mutex is locked.
   bool coalesce(Message& newer);
   void append(Entry entry);
   bool hasWork() const;
@@ -105,11 +105,11 @@ struct MessageClient::State {
   ListenerList<MessageHandler> handlers;  // client's thread
 
   std::mutex mutex;
-  // All below under the mutex.
+  // Guarded by the mutex.
   std::deque<Entry> queue;
-  // The loop may be asleep, or on its way there, and does not know of any message.
+  // The loop may be asleep, or about to be, without knowing of any message.
   bool needsWakeup = false;
-  std::atomic<bool> exiting = false;  // read by the client's thread without it, too
+  std::atomic<bool> exiting = false;  // also read by the client's thread without it
   int exitStatus = 0;
 };
 
@@ -131,7 +131,7 @@ bool MessageClient::State::coalesce(Message& newer) {
   auto* const executable = dynamic_cast<ExecutableMessage*>(&newer);
   if (!executable || executable->coalescing() == ExecutableMessage::Coalescing::None) return false;
 
-  // The class counts too: messages that never got a number of their own share the number 0.
+  // Compares classes too: messages without a number of their own share the number 0.
   const auto waiting = std::find_if(queue.rbegin(), queue.rend(), [&newer](const Entry& entry) {
     const Message& message = *entry.message;
     return message.type() == newer.type() && typeid(message) == typeid(newer);
@@ -154,7 +154,7 @@ void MessageClient::State::exit(int status) {
     if (exiting) return;
     exiting = true;
     exitStatus = status;
-    // Nothing is delivered any more, so those who wait for it need not wait for the loop's end.
+    // Nothing is delivered any more, so waiting senders need not wait for the loop's end.
     std::erase_if(queue, [](Entry& entry) {
       if (!entry.turn) return false;
       entry.turn->refusedMessage = std::move(entry.message);
@@ -167,7 +167,7 @@ void MessageClient::State::exit(int status) {
 }
 
 bool MessageClient::State::hasWork() const {
-  // A loop that was on its way into g_main_loop_run() has not noticed that it was to end.
+  // A loop that is about to enter g_main_loop_run() has not seen the request to quit.
   if (exiting) return g_main_loop_is_running(loop);
   return !queue.empty() && !MainThreadWait::isActive();
 }
@@ -177,7 +177,7 @@ gboolean MessageClient::State::prepare(GSource* source, gint* timeout) {
   *timeout = -1;
   const std::lock_guard lock(state.mutex);
   const bool work = state.hasWork();
-  // Messages that arrive during a wait are seen when the wait is over, without a wake-up.
+  // Messages that arrive during a wait are seen after it, without a wake-up.
   state.needsWakeup = !work && !MainThreadWait::isActive();
   return work;
 }
@@ -194,7 +194,7 @@ gboolean MessageClient::State::dispatch(GSource* source, GSourceFunc, gpointer) 
   Entry entry;
   {
     std::unique_lock lock(state.mutex);
-    // Asked again, because a wait may have begun since the context found the source ready.
+    // Checked again: a wait may have begun since the context found the source ready.
     if (!state.hasWork()) return G_SOURCE_CONTINUE;
     if (state.exiting) {
       lock.unlock();
@@ -204,9 +204,9 @@ gboolean MessageClient::State::dispatch(GSource* source, GSourceFunc, gpointer) 
     entry = std::move(state.queue.front());
     state.queue.pop_front();
   }
-  // One message, then everybody else's turn.
+  // One message per turn, so that other sources are served.
   state.deliver(*entry.message);
-  // Before its sender goes on: it may hold references into the sender's stack frame.
+  // Destroyed before its sender continues: it may hold references into the sender's stack.
   entry.message.reset();
   if (entry.turn) {
     const std::lock_guard lock(state.mutex);
@@ -247,7 +247,7 @@ MessageClient::~MessageClient() {
   g_source_destroy(state_->source);
   g_source_unref(state_->source);
 
-  // Outside the lock: the destructor of a message may do anything.
+  // Outside the lock: destructors of messages may do anything.
   std::deque<State::Entry> leftOver;
   {
     const std::lock_guard lock(state_->mutex);
@@ -264,7 +264,7 @@ bool MessageClient::dispatchSyncMessage(std::unique_ptr<ExecutableMessage> messa
     message->execute();
     return true;
   }
-  // The client may go as soon as its loop has ended; what the wait needs stays.
+  // The client may be destroyed once its loop has ended; the state outlives it.
   const std::shared_ptr<State> state = state_;
   return state->pushAndWait(std::move(message));
 }
@@ -334,14 +334,14 @@ void MessageClient::serveDuringWaits() {
 
 void MessageClient::dispatchPulse(int type, int value, pid_t after) {
   const auto push = [state = state_, type, value, after] {
-    // The message dies with the state, whose queue it is in.
+    // The message is destroyed with the state, which owns its queue.
     state->push(executableMessage([state = state.get(), type, value, after] {
       if (after != 0) state->channel->drain(after);
       Pulse pulse(type, value);
       state->deliver(pulse);
     }));
   };
-  // What a process has sent may be on a connection that is not accepted yet.
+  // Messages of a process may be on a connection that is not accepted yet.
   if (after != 0) {
     afterConnections(push);
   } else {
@@ -354,7 +354,7 @@ MessageClient* MessageClient::ofThisThread() {
 }
 
 int MessageClient::run() {
-  // Whatever the thread starts asynchronously shall come back to its own loop.
+  // Asynchronous operations of this thread must complete on its own loop.
   if (state_->ownsContext) g_main_context_push_thread_default(state_->context);
   std::unique_lock lock(state_->mutex);
   if (!state_->exiting) {
@@ -383,13 +383,13 @@ class WebEngineThreadClient final : public MessageClient {
   WebEngineThreadClient() : MessageClient(nullptr) {}
 };
 
-// Thread and client are leaked: they serve until the process ends, whoever ends it.
+// Thread and client are leaked: they run until the process ends.
 MessageClient* startWebEngineThread() {
   std::promise<MessageClient*> promise;
   std::future<MessageClient*> client = promise.get_future();
 
-  // Signals are for the main thread. A new thread inherits the mask, so that not even its first
-  // moments are open to them.
+  // Signals are for the main thread. A new thread inherits the mask, so that they are blocked from
+  // its start.
   sigset_t all;
   sigset_t callers;
   sigfillset(&all);
@@ -407,8 +407,7 @@ MessageClient* startWebEngineThread() {
 
 }  // namespace
 
-// The priority means nothing to this system's scheduler for a thread that draws and waits, and a
-// channel is opened by whoever listens on it.
+// Ignored: the scheduler has no use for the priority, and a channel is opened by its listener.
 MainMessageClient::MainMessageClient(int /*priority*/, int /*channel*/)
     : MessageClient(g_main_context_default()) {
   MainMessageClient* none = nullptr;

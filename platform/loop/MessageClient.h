@@ -1,4 +1,4 @@
-// Message loops: a queue of messages on a GLib main context, which one thread runs.
+// Message loops: a message queue on a GLib main context, run by one thread.
 #pragma once
 
 #include "platform/channel/Message.h"
@@ -11,17 +11,17 @@ struct _GMainContext;
 
 namespace Tessel::Platform {
 
-// Receives the plain messages of a client, on the client's thread.
+// Handles the plain messages of a client, on the client's thread.
 class MessageHandler {
  public:
   virtual ~MessageHandler() = default;
   virtual void handleMessage(Message& message) = 0;
 };
 
-// Messages are delivered one at a time, in the order of their dispatch, by the loop of the
-// client's thread. While that thread is inside a wait (MainThreadWait) nothing is delivered, even
-// if the wait runs the loop: deferred work must not run in the middle of somebody's call. Outside
-// a wait, a message whose delivery runs the loop itself (a modal dialog) lets later ones through.
+// Messages are delivered one at a time, in dispatch order, by the loop of the client's thread.
+// While that thread is inside a wait (MainThreadWait) nothing is delivered, even if the wait runs
+// the loop: deferred work must not run in the middle of a call. Outside a wait, a message whose
+// delivery runs the loop itself (a modal dialog) lets later ones through.
 //
 // A client is destroyed by its thread, and not from within its own loop.
 class MessageClient {
@@ -30,68 +30,67 @@ class MessageClient {
   MessageClient(const MessageClient&) = delete;
   MessageClient& operator=(const MessageClient&) = delete;
 
-  // Queues the message. Executable messages run when their turn comes; others go to the installed
-  // handlers, in the order of installation. Never blocks. Any thread. A message whose turn has not
-  // come when the loop ends, or that is dispatched later, is destroyed with the client.
+  // Queues the message. Executable messages are executed in their turn; others go to the installed
+  // handlers, in installation order. Never blocks. Any thread. A message not delivered when the
+  // loop ends, or dispatched later, is destroyed with the client.
   void dispatchMessage(std::unique_ptr<Message> message);
 
-  // Runs the message on the client's thread and returns afterwards: at once when this is that
-  // thread, else through the queue. False when the loop ended before its turn came. Any thread.
+  // Runs the message on the client's thread and returns afterwards: directly if this is that
+  // thread, else through the queue. False if the loop ended first. Any thread.
   bool dispatchSyncMessage(std::unique_ptr<ExecutableMessage> message);
 
-  // Queues the message for the client that the thread made. False when that thread has none, or
-  // none any more; the message is destroyed then. Any thread.
+  // Queues the message for the client of that thread. False if that thread has none (any more); the
+  // message is then destroyed. Any thread.
   static bool dispatchToThread(std::thread::id thread, std::unique_ptr<Message> message);
 
-  // Sends a message over a connection (ConnectAttach), or over the transport that was installed in
-  // place of all of them. Returns at once, or, where the message has a reply buffer, when the reply
-  // is in there or none will come. Without a reply buffer any thread, else the main thread.
+  // Sends a message over a connection (ConnectAttach), or over the transport installed in place of
+  // all connections. Returns at once, or, if the message has a reply buffer, when the reply has
+  // arrived or cannot arrive any more. Without a reply buffer any thread, else the main thread.
   static void sendMessage(std::unique_ptr<Message> message, int connectionId);
-  // Not owned; null takes it away. For tests.
+  // Not owned; null removes it. For tests.
   static void installTransport(MessageTransport* transport);
 
-  // The handler is not owned and must be removed before it dies. Client's thread.
+  // Not owned; it must be removed before it is destroyed. Client's thread.
   void installMessageHandler(MessageHandler* handler);
   void removeMessageHandler(MessageHandler* handler);
 
-  // The number of the channel on which other processes reach this client, for ConnectAttach. It is
-  // opened when first asked for; -1 with errno set when it cannot be. Any thread.
+  // The channel through which other processes reach this client, for ConnectAttach. Opened on first
+  // use; -1 with errno set on failure. Any thread.
   int channelId();
-  // The processes whose messages are delivered. What a process still sends over connections that
-  // it has when it is taken off the list is dropped; whoever waits gets no answer. Any thread.
+  // The processes whose messages are delivered. Once deregistered, their later messages over
+  // existing connections are dropped, and their waiting senders get no reply. Any thread.
   void registerPID(pid_t pid);
   void deregisterPID(pid_t pid);
   // Any thread.
   void closeConnectionsOf(pid_t pid);
-  // On unless it is switched off: then the first message of a process that is not registered goes
-  // to the handler, on the acceptor's thread, which may register the process. Whoever is not
-  // registered afterwards is cut off. The handler is not owned. Switched on again, the handler
-  // still gets such messages, as long as they are few: it tells of who comes too late. Any thread.
+  // Enabled by default. If disabled, the first message of an unregistered process goes to the
+  // handler, on the acceptor's thread, which may register the process; a process still unregistered
+  // afterwards is disconnected. The handler is not owned. When enabled again, the handler still
+  // gets such messages at a limited rate, to report late processes. Any thread.
   void setHandshakeMode(bool on, MessageHandler* handler = nullptr);
-  // Processes that this one has forked may connect before they are registered, however many others
-  // do. Any thread.
+  // Forked processes may connect before they are registered, however many others do. Any thread.
   void expectChildrenOf(pid_t parent);
-  // Messages of other processes are also delivered while the client's thread, the main thread, is
-  // inside a wait: those who wait for this process must not wait for what it is waiting for.
+  // Also delivers messages of other processes while the main thread, which is the client's, is
+  // inside a wait: processes that wait for this one must not wait for what it is waiting for.
   void serveDuringWaits();
-  // Queues a pulse for the handlers; one about a process comes after all that the process has sent.
-  // Any thread.
+  // Queues a pulse for the handlers; one about a process comes after all of that process's
+  // messages. Any thread.
   void dispatchPulse(int type, int value, pid_t after = 0);
-  // The client that the calling thread made; null when it has none.
+  // The client of the calling thread; null if it has none.
   static MessageClient* ofThisThread();
 
-  // Runs the loop until exit() is called; the result is what exit() was given. Called once, by
-  // the thread that made the client.
+  // Runs the loop until exit() is called; returns its argument. Called once, by the thread that
+  // created the client.
   virtual int run();
-  // Ends the loop after the message that is being delivered. Also before run(), which then
-  // returns at once. The first status stands. Any thread.
+  // Ends the loop after the current message. May be called before run(), which then returns at
+  // once. The first status counts. Any thread.
   void exit(int status);
 
   bool isCurrentThread() const;
 
  protected:
   struct State;
-  // The context is referenced; null means one of the client's own.
+  // The context is referenced; null for a context of the client's own.
   explicit MessageClient(_GMainContext* context);
   State& state() const { return *state_; }
 
@@ -99,25 +98,25 @@ class MessageClient {
   std::shared_ptr<State> state_;
 };
 
-// The client of a process's main thread, on the default GLib main context. One per process; it
-// must be made by the main thread.
+// The client of a process's main thread, on the default GLib main context. One per process, created
+// by the main thread.
 class MainMessageClient final : public MessageClient {
  public:
-  // Priority of its thread (0 leaves it; others are for systems with priorities to give), and the
-  // channel to listen on (-1 for a channel of its own).
+  // Thread priority (0 leaves it unchanged; others are for systems that support them), and the
+  // channel to listen on (-1 for a new one).
   MainMessageClient(int priority, int channel);
   ~MainMessageClient() override;
 
-  // Null before it is made and after it is gone.
+  // Null before it is created and after it is destroyed.
   static MainMessageClient* instance();
 };
 
-// The client of the user-interface thread: the main client. Null while there is none.
+// The client of the user-interface thread: the main client. Null if there is none.
 MessageClient* userInterfaceThreadMessageClient();
 
-// The client of the web-engine thread, which serves what must be answered while the main thread
-// is waiting. Thread and client start with the first call, from any thread, and last as long as
-// the process.
+// The client of the web-engine thread, for messages that must be answered while the main thread
+// waits. Thread and client start with the first call, from any thread, and last as long as the
+// process.
 MessageClient* webKitThreadMessageClient();
 
 }  // namespace Tessel::Platform

@@ -1,5 +1,5 @@
-// A method, a guarded target and up to three arguments, to be called later. Does nothing when the
-// target is gone by then. Call it on the target's thread.
+// A deferred call: a method, a guarded target and up to three arguments. Does nothing if the target
+// is gone by then. Call it on the target's thread.
 #pragma once
 
 #include "platform/loop/GuardedPointer.h"

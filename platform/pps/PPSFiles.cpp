@@ -24,15 +24,16 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Between two tries, and for those who wait when one lets go: it has to be long enough for a try of
-// each of them.
+// Interval between attempts to lock; also how long a writer yields on release, which must be long
+// enough for an attempt of every waiting writer.
 constexpr auto pauseOfWaiting = std::chrono::microseconds(200);
 constexpr auto pauseForOthers = std::chrono::microseconds(400);
 constexpr std::size_t longestPath = 1024;
 constexpr mode_t privateFile = 0600;
 constexpr mode_t privateFolder = 0700;
 constexpr mode_t permissionBits = 0777;
-// One name is enough: who has the lock is alone, and one that was killed left it to the next.
+// One temporary name suffices: the lock is exclusive, and a stale file of a killed writer is
+// overwritten.
 constexpr const char* newFile = ".pps-new";
 
 std::error_code failure(int number = errno) {
@@ -70,7 +71,7 @@ struct flock wholeRange(short type) {
   return range;
 }
 
-// Where a file system has none it is done without: writers are only less fair to each other.
+// If a file system does not support them, only fairness between writers suffers.
 void setRangeLock(int fd, short type) {
   struct flock range = wholeRange(type);
   ::fcntl(fd, F_OFD_SETLK, &range);
@@ -102,7 +103,7 @@ std::error_code findPPSPlace(const std::string& root, const String& path, bool m
   while (!rest.empty() && rest.front() == '/') rest.remove_prefix(1);
 
   if (makesFolders && g_mkdir_with_parents(root.c_str(), privateFolder) != 0) return failure();
-  // Where the root is, is the user's own choice, by way of a link if they like.
+  // The root itself may be a symbolic link of the user's choice.
   UniqueFd folder(::open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!folder) return failure();
   for (;;) {
@@ -136,7 +137,7 @@ std::error_code checkPPSFileIsWritable(const PPSPlace& place) {
 
 std::error_code readPPSFile(const PPSPlace& place, std::string& text) {
   text.clear();
-  // Without a wait for the other end, should it be a pipe.
+  // Non-blocking, in case it is a FIFO.
   const UniqueFd file(::openat(place.folder.get(), place.name.c_str(),
                                O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   struct stat status {};
@@ -145,7 +146,7 @@ std::error_code readPPSFile(const PPSPlace& place, std::string& text) {
   if (!S_ISREG(status.st_mode)) return failure(EINVAL);
   constexpr auto most = PPSValue::mostBytes;
   if (status.st_size > static_cast<off_t>(most)) return failure(EFBIG);
-  // One byte more than there should be, so that the end is seen at once.
+  // One extra byte, to detect the end in the same read.
   std::string read(static_cast<std::size_t>(status.st_size) + 1, '\0');
   std::size_t length = 0;
   for (;;) {
@@ -163,7 +164,8 @@ std::error_code readPPSFile(const PPSPlace& place, std::string& text) {
 }
 
 PPSFolderLock::PPSFolderLock(const PPSPlace& place, std::chrono::milliseconds longestWait)
-    // Opened once more: a lock belongs to what was opened, and several threads share the place's.
+    // Opened again: a flock belongs to the open file description, and threads share that of the
+    // place.
     : folder_(openFolder(place.folder.get(), ".")) {
   if (!folder_) {
     error_ = failure();
@@ -178,7 +180,7 @@ std::error_code PPSFolderLock::acquire(std::chrono::milliseconds longestWait) {
   while (::flock(folder_.get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno != EWOULDBLOCK && errno != EINTR) return failure();
     if (Clock::now() >= end) return failure(ETIMEDOUT);
-    // Locks of ranges know nothing of the other one: this one says that somebody waits.
+    // fcntl locks are independent of flock: this one signals that a writer is waiting.
     if (!std::exchange(isWaiting, true)) setRangeLock(folder_.get(), F_RDLCK);
     std::this_thread::sleep_for(pauseOfWaiting);
   }
@@ -204,7 +206,7 @@ std::error_code PPSFolderLock::replace(const PPSPlace& place, const std::string&
     if (!file) return failure();
     error = writeAll(file.get(), text);
     if (!error && ::fchmod(file.get(), permissionsOf(place)) != 0) error = failure();
-    // Some file systems tell only now that there was no room.
+    // Some file systems report a lack of space only on close.
     if (::close(file.release()) != 0 && !error) error = failure();
   }
   if (!error && ::renameat(folder, newFile, folder, place.name.c_str()) != 0) error = failure();

@@ -1,8 +1,8 @@
-// The files of objects, below one root folder: finding, reading, and replacing them. Any thread;
-// several processes may do this at once.
+// The files of objects below a root folder: lookup, reading, replacement. Any thread, and several
+// processes concurrently.
 //
-// A reader needs no lock: a file's text is replaced as a whole. Writers lock the folder, so that
-// none overwrites what another one has merged in meanwhile.
+// Readers need no lock: a file is replaced atomically. Writers lock the folder, so that none
+// overwrites what another one has merged in between.
 #pragma once
 
 #include "platform/base/String.h"
@@ -16,45 +16,45 @@
 
 namespace Tessel::Platform {
 
-// TESSEL_PPS_ROOT, or the folder "pps" among the user's data of the program.
+// TESSEL_PPS_ROOT, or the folder "pps" in the program's user data.
 std::string ppsRoot();
 
-// Where an object's file is: its folder, open, and its name in there. For one use: the system tells
-// that a folder was deleted only when nobody has it open any more.
+// The location of an object's file: its open folder, and its name there. For a single use: inotify
+// reports a deleted folder only once nobody has it open.
 struct PPSPlace {
   UniqueFd folder;
   std::string name;
 };
 
-// Finds the place of a path below the root folder. With makesFolders, the root and the folders on
-// the way are made if need be. Slashes in front count for nothing. No symbolic link is followed,
-// and a name that is empty or begins with a point is not permitted, so that no path leaves the
-// root, and none meets the files that writers need.
+// Resolves a path below the root folder. With makesFolders, the root and intermediate folders are
+// created as needed. Leading slashes are ignored. Symbolic links are not followed, and names that
+// are empty or begin with a dot are rejected, so that no path leaves the root or reaches the
+// writers' own files.
 std::error_code findPPSPlace(const std::string& root, const String& path, bool makesFolders,
                              PPSPlace& place);
 
-// Makes an empty file if there is none; that there is one is an error with exclusive.
+// Creates an empty file unless it exists, which with exclusive is an error.
 std::error_code makePPSFile(const PPSPlace& place, bool exclusive, mode_t permissions);
-// Whether it may be written to, as far as its permissions go.
+// Whether its permissions allow writing.
 std::error_code checkPPSFileIsWritable(const PPSPlace& place);
-// Everything but a plain file of a size that is permitted is an error.
+// Anything but a regular file within the size limit is an error.
 std::error_code readPPSFile(const PPSPlace& place, std::string& text);
 
-// Keeps other writers out of a folder, in this process and in others.
+// Locks a folder against other writers, of this process and of others.
 class PPSFolderLock {
  public:
-  // Waits at most that long for whoever else has it; error() is ETIMEDOUT then.
+  // Waits at most that long for the lock; error() is ETIMEDOUT then.
   explicit PPSFolderLock(const PPSPlace& place,
                          std::chrono::milliseconds longestWait = std::chrono::seconds(3));
-  // Pauses for a moment when others wait: who writes all the time would be the first each time.
+  // Pauses briefly if others are waiting; otherwise a continuous writer would always win.
   ~PPSFolderLock();
   PPSFolderLock(const PPSFolderLock&) = delete;
   PPSFolderLock& operator=(const PPSFolderLock&) = delete;
 
   std::error_code error() const { return error_; }
 
-  // Replaces the file's text, and keeps its permissions; makes it anew, with those of a private
-  // file, when it is not there. On failure it is as it was.
+  // Replaces the file's text and keeps its permissions; creates it, private, if it does not exist.
+  // On failure it is unchanged.
   std::error_code replace(const PPSPlace& place, const std::string& text) const;
 
  private:

@@ -1,5 +1,5 @@
-// An object of the publish/subscribe service. Changes are looked at and events delivered on the
-// client's thread; the rest works from any.
+// An object of the publish/subscribe service. Changes are examined and events delivered on the
+// client's thread; the rest runs on any.
 #include "platform/pps/PPSObject.h"
 
 #include "platform/base/Log.h"
@@ -19,7 +19,7 @@ namespace Tessel::Platform {
 
 namespace {
 
-// The chrome gets at most so many values a second that it cannot fall behind for good.
+// Minimum interval between values, so that the chrome cannot fall behind indefinitely.
 constexpr gint64 shortestPause = 4000;  // microseconds
 constexpr mode_t privateFile = 0600;
 
@@ -45,7 +45,7 @@ struct PPSObject::State : std::enable_shared_from_this<State> {
   void look();
   void lookLater(gint64 pause);
 
-  // Read once: the environment belongs to the thread that makes objects.
+  // Read once: the environment belongs to the thread that creates objects.
   const std::string root = ppsRoot();
   const String path;
   const PPSMode mode;
@@ -54,14 +54,14 @@ struct PPSObject::State : std::enable_shared_from_this<State> {
   void* context = nullptr;
   std::atomic<bool> abandoned = false;
 
-  // Set by open, before anybody else knows of this.
+  // Set by open, before this is shared.
   bool reads = false;
   bool writes = false;
   bool makes = false;
   std::shared_ptr<PPSWatcher> watcher;
 
   std::mutex mutex;
-  // All below under the mutex.
+  // Guarded by the mutex.
   bool isOpen = false;
   int watch = -1;
   PPSValue seen;
@@ -85,7 +85,7 @@ std::error_code PPSObject::State::open(int flags, mode_t permissions, PPSValue* 
   if (!watcher) return systemError(errno);
 
   const std::lock_guard lock(mutex);
-  // Before the first look, so that no change comes between the two.
+  // Started before the first read, so that no change is missed.
   watch = watcher->add(place, [weak = weak_from_this()](PPSChange change) {
     if (const auto state = weak.lock()) state->changed(change);
   });
@@ -103,7 +103,7 @@ std::error_code PPSObject::State::open(int flags, mode_t permissions, PPSValue* 
   return {};
 }
 
-// Sees to it that the file is as it is to be, and reads it.
+// Creates or truncates the file as requested, and reads it.
 std::error_code PPSObject::State::prepareFile(const PPSPlace& place, int flags, mode_t permissions,
                                               std::string& text) const {
   if (makes) {
@@ -115,7 +115,7 @@ std::error_code PPSObject::State::prepareFile(const PPSPlace& place, int flags, 
   }
   const bool empties = writes && (flags & O_TRUNC) != 0;
   std::error_code error = readPPSFile(place, text);
-  // Who only writes need not be allowed to read, and what is too large may be emptied.
+  // Write-only users need no read permission, and an oversized file may be truncated.
   if (error.value() == EACCES && !reads) error.clear();
   if (error.value() == EFBIG && empties) error.clear();
   if (error || !empties) return error;
@@ -124,7 +124,7 @@ std::error_code PPSObject::State::prepareFile(const PPSPlace& place, int flags, 
   return lock.error() ? lock.error() : lock.replace(place, text);
 }
 
-// Found anew each time: by now the path may lead elsewhere, or nowhere.
+// Resolved again each time: the path may lead elsewhere by now, or nowhere.
 std::error_code PPSObject::State::read(PPSValue& value) const {
   PPSPlace place;
   std::string text;
@@ -134,7 +134,7 @@ std::error_code PPSObject::State::read(PPSValue& value) const {
   return {};
 }
 
-// What went wrong, if anything.
+// The error, if any.
 std::optional<String> PPSObject::State::write(const String& lines) const {
   if (!writes) return "it is open for reading only";
   if (const char* problem = problemOfPPSLines(lines.view())) return problem;

@@ -1,7 +1,8 @@
-// An object of the publish/subscribe service: a file below the root whose attributes several
-// programs read and write, each of which hears of what the others change. It outlasts all of them.
+// An object of the publish/subscribe service: a file below the root whose attributes are shared by
+// several programs, each notified of the others' changes. It outlives all of them.
 //
-// Opening, writing and closing works from any thread, one at a time; events come on the client's.
+// Opening, writing and closing works from any thread, one at a time; events are delivered on the
+// client's.
 #pragma once
 
 #include "platform/base/String.h"
@@ -24,9 +25,9 @@ struct PPSEvent {
   };
 
   Type type = Opened;
-  // Of failures: what failed and why, in a sentence.
+  // For failures: what failed and why, in a sentence.
   String message;
-  // Of FirstReadComplete and NewData.
+  // For FirstReadComplete and NewData.
   PPSValue value;
 };
 
@@ -34,13 +35,13 @@ class PPSObject {
  public:
   enum PPSMode : int {
     Full = 0,   // NewData brings all attributes
-    Delta = 1,  // only those that are different; one that is gone is the JSON null
+    Delta = 1,  // only changed ones; a removed one is JSON null
   };
   using EventFunc = void (*)(void* context, const PPSEvent& event);
 
-  // The path is below the root of this moment; see findPPSPlace. The client outlives the object.
+  // The path is relative to the current root; see findPPSPlace. The client must outlive the object.
   PPSObject(const String& path, PPSMode mode, MessageClient* client);
-  // No event follows, but for one that the client's thread is delivering just now.
+  // No events follow, except one being delivered on the client's thread at that moment.
   ~PPSObject();
   PPSObject(const PPSObject&) = delete;
   PPSObject& operator=(const PPSObject&) = delete;
@@ -59,12 +60,12 @@ class PPSObject {
   // again. When its folder goes, Closed follows.
   bool open(int flags, int permissions, PPSValue* value, bool reportsFirstRead);
 
-  // Merges lines ("name:encoding:value", each with a line break; "name:" removes) into the object,
-  // in one step for all readers. On failure nothing is changed and WriteFailed follows, unless the
-  // object is not open. Waits three seconds at most for other writers.
+  // Merges lines ("name:encoding:value", each with a line break; "name:" removes an attribute) into
+  // the object, atomically for readers. On failure nothing is changed and WriteFailed follows,
+  // unless the object is not open. Waits at most three seconds for other writers.
   bool write(const String& lines);
 
-  // Closed follows, after the events that are on their way.
+  // Closed follows, after pending events.
   void close();
 
   PPSMode mode() const;

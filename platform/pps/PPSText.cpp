@@ -40,7 +40,7 @@ std::optional<Line> parseLine(std::string_view text) {
   return line;
 }
 
-// Calls visit with each line; one that is not ended counts, too.
+// Calls visit with each line, including an unterminated last one.
 template <typename Visit>
 void forEachLine(std::string_view text, Visit&& visit) {
   while (!text.empty()) {

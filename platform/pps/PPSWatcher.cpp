@@ -1,5 +1,5 @@
-// Tells when files of objects change. Adding and removing works from any thread; events are read
-// by the client's.
+// Detects changes of object files. Watches may be added and removed on any thread; events are read
+// on the client's.
 #include "platform/pps/PPSWatcher.h"
 
 #include <glib.h>
@@ -16,13 +16,12 @@ namespace Tessel::Platform {
 
 namespace {
 
-// A file is looked at when its writer has closed it, or has put a whole one in its place: before
-// that it may be half written.
+// Events of a closed or moved-in file: before that it may be incomplete.
 constexpr unsigned int fileEvents =
     IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_CREATE | IN_ATTRIB;
 constexpr unsigned int folderEvents = IN_DELETE_SELF | IN_MOVE_SELF;
 constexpr unsigned int folderIsGone = folderEvents | IN_UNMOUNT | IN_IGNORED;
-// Others on the same thread have their turn after so many reads.
+// Reads per dispatch, so that other sources of the thread are served.
 constexpr int readsAtOnce = 16;
 
 struct Registry {
@@ -31,7 +30,7 @@ struct Registry {
 };
 
 Registry& registry() {
-  static auto* const registry = new Registry;  // leaked, as the web-engine thread is
+  static auto* const registry = new Registry;  // leaked, like the web-engine thread
   return *registry;
 }
 
@@ -65,9 +64,9 @@ void PPSWatcher::attach() {
 }
 
 int PPSWatcher::add(const PPSPlace& place, Handler handler) {
-  // By the folder that is held open, whatever its path leads to by now.
+  // By the open folder's descriptor, independent of what its path leads to by now.
   const std::string folder = "/proc/self/fd/" + std::to_string(place.folder.get());
-  // Locked before the system knows of it: another one of the same folder may just be ending.
+  // Locked before inotify_add_watch: another watch of the same folder may just be ending.
   const std::lock_guard lock(mutex_);
   const int number = ::inotify_add_watch(inotify_.get(), folder.c_str(),
                                          fileEvents | folderEvents | IN_ONLYDIR | IN_EXCL_UNLINK);
@@ -77,7 +76,7 @@ int PPSWatcher::add(const PPSPlace& place, Handler handler) {
 }
 
 void PPSWatcher::remove(int number) {
-  Handler ended;  // goes after the lock
+  Handler ended;  // released after the lock
   const std::lock_guard lock(mutex_);
   const auto found = watches_.find(number);
   if (found == watches_.end()) return;
@@ -109,7 +108,7 @@ void PPSWatcher::sort(const char* buffer, std::size_t size, Told& told) {
     std::memcpy(&event, buffer + at, sizeof event);
     const char* const name = event.len > 0 ? buffer + at + sizeof event : "";
     at += sizeof event + event.len;
-    // Some events were lost: whatever is watched may have changed.
+    // The queue has overflowed: any watched file may have changed.
     const bool isAny = (event.mask & IN_Q_OVERFLOW) != 0;
     const bool isGone = (event.mask & folderIsGone) != 0;
     for (const auto& [number, watch] : watches_) {

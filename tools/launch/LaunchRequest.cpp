@@ -1,4 +1,4 @@
-// The options as a launch request.
+// Serialises the options as a launch request.
 #include "platform/os/DeviceProtocol.h"
 #include "src/LauncherRequest.h"
 #include "tools/launch/LaunchOptions.h"

@@ -1,4 +1,4 @@
-// What native functions do on this engine. Any thread: plain constants.
+// The effect of native functions on this engine. Any thread: constants.
 #pragma once
 
 #include <array>

@@ -1,4 +1,4 @@
-// The events as the reference tells them, from the tables and field lists. Main thread.
+// The events in the reference, from the tables and field lists. Main thread.
 #include "tools/reference/Events.h"
 
 #include "engine/OrvWebView.h"
@@ -13,7 +13,7 @@ namespace reference {
 
 namespace {
 
-// The type of what an answer may bring for a setter.
+// The TypeScript type of an answer's value for a setter.
 template <typename Value>
 std::string answerType() {
   if constexpr (std::is_same_v<Value, bool>) {
@@ -64,7 +64,7 @@ class Collector {
     Event& event = result_.events.emplace_back();
     event.name = name;
     if constexpr (std::is_same_v<Class, OrvWebEvent>) {
-      // Some of these have no body; those that carry something all have one.
+      // Some of these have no body; classes with fields always have one.
       if (!jsonFromObject(OrvWebEvent(static_cast<OrvWebEvent::Type>(type))).isEmpty()) {
         event.body = nameOfType<Class>;
       }
@@ -100,7 +100,7 @@ class Collector {
     }
   }
 
-  // What a new web view tells has to look like what is written about it.
+  // Checks the documented type against a property of a new web view.
   static void check(const char* name, const std::string& type, const std::string& text) {
     bool fits = true;
     if (type == "''") {
@@ -138,7 +138,7 @@ std::string propertyType(Records& records) {
 
 using TypeByName = std::map<std::string, std::string, std::less<>>;
 
-// By the names of the settings' and states' properties.
+// By property name of settings and state.
 TypeByName typesOfTables(Records& records) {
   TypeByName types;
 #define SETTING(type, getter, setter, start, property) \
@@ -149,7 +149,7 @@ TypeByName typesOfTables(Records& records) {
   return types;
 }
 
-// By the names of the commands, which are those of the getters.
+// By command name, which is the getter's.
 TypeByName typesOfCommands(Records& records) {
   TypeByName types;
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
@@ -171,7 +171,7 @@ Events eventsOfWebViews(Records& records) {
   const TypeByName ofCommands = typesOfCommands(records);
   const auto typeOf = [&](const std::string& name) -> std::string {
     if (const auto found = ofTables.find(name); found != ofTables.end()) return found->second;
-    // The other properties of a web view have a getter, too: zOrder, isVisible.
+    // Other properties have a getter too: zOrder, isVisible.
     std::string getter = name;
     getter[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(getter[0])));
     for (const std::string& candidate : {getter, "is" + name}) {

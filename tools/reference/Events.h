@@ -1,4 +1,4 @@
-// The events as the reference tells them, from the tables and field lists. Main thread.
+// The events in the reference, from the tables and field lists. Main thread.
 #pragma once
 
 #include "tools/reference/TypeTexts.h"
@@ -34,7 +34,7 @@ struct Events {
   std::vector<Interface> answers;
 };
 
-// Ends the program when what a property event brings is not what the tables say.
+// Exits if a property event does not match the tables.
 Events eventsOfWebViews(Records& records);
 
 struct Enumeration {

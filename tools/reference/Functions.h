@@ -1,4 +1,4 @@
-// The native functions as the reference tells them, from the tables. Main thread.
+// The native functions in the reference, from the tables. Main thread.
 #pragma once
 
 #include "registry/FunctionGroups.h"
@@ -13,7 +13,7 @@ struct Argument {
   std::string name;
   TypeText type;
   bool optional = false;
-  std::string fallback;  // what counts when it is left out
+  std::string fallback;  // the default
 };
 
 struct Function {
@@ -26,8 +26,8 @@ struct Function {
   std::string text;
 };
 
-// Those with handlers of their own, then the commands of web views. Ends the program when the
-// tables and the registry do not hold the same functions.
+// Functions with custom handlers, then the commands of web views. Exits if the tables and the
+// registry do not have the same functions.
 std::vector<Function> nativeFunctions(Records& records);
 
 // Names and meanings of registry/FunctionGroups.def.

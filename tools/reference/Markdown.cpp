@@ -1,4 +1,4 @@
-// The reference for people. Any thread: texts from texts.
+// The reference in Markdown. Any thread: text processing.
 #include "tools/reference/Writers.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// The reference for TypeScript, and for editors. Any thread: texts from texts.
+// The reference in TypeScript, for type checkers and editors. Any thread: text processing.
 #include "platform/base/String.h"
 #include "tools/reference/Writers.h"
 
@@ -73,7 +73,7 @@ declare global {
 }
 )";
 
-// What ends a comment must not stand in one.
+// Escapes the end of a comment.
 std::string comment(const std::string& text, const char* indent) {
   std::string safe = text;
   for (auto at = safe.find("*/"); at != std::string::npos; at = safe.find("*/", at)) {

@@ -1,5 +1,5 @@
-// Writes the reference of native functions and events, or says whether it is what the tables say.
-// Main thread.
+// Writes the reference of native functions and events, or checks that it is up to date. Main
+// thread.
 #include "tools/reference/Writers.h"
 
 #include <cstdio>

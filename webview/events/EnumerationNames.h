@@ -1,4 +1,4 @@
-// The names of every enumeration that crosses to the chrome. Any thread.
+// The names of the enumerations in the chrome's interface. Any thread.
 #pragma once
 
 #include "engine/Enumerations.h"
@@ -7,7 +7,7 @@
 
 #include <type_traits>
 
-// Specialised for each enumeration: a NameTable named table.
+// Specialised per enumeration, with a NameTable named table.
 template <typename Enumeration>
 struct EnumerationNames {
   static constexpr bool exists = false;
@@ -38,7 +38,7 @@ NAMES_OF(OrvWebPropertyChangedEvent::Property)
 #include "engine/Properties.def"
 END_NAMES
 
-// The events of the engine have more names than these when they are told; see EventType.
+// For event types in events' JSON; see EventType for all event names.
 NAMES_OF(OrvWebEvent::Type)
 #define EVENT_TYPE(name) NUMBERED(name)
 #include "engine/EventTypes.def"
@@ -50,14 +50,13 @@ END_NAMES
 template <typename Type>
 concept NamedEnumeration = std::is_enum_v<Type> && EnumerationNames<Type>::exists;
 
-// "" for a value outside the enumeration.
+// "" for a value out of range.
 template <NamedEnumeration Type>
 constexpr const char* nameOf(Type value) {
   return EnumerationNames<Type>::table.name(static_cast<int>(value));
 }
 
-// The value of exactly that name; the one with the number 0, and notFound is set, when there is
-// none.
+// The value of that name; the one numbered 0, with notFound set, if there is none.
 template <NamedEnumeration Type>
 constexpr Type fromName(const char* name, bool& notFound) {
   return static_cast<Type>(EnumerationNames<Type>::table.number(name ? name : "", notFound));

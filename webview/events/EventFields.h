@@ -1,8 +1,8 @@
-// The fields of every event, and the setters that an answer may call: those of the table of event
-// classes, and the few that are more than a value. Any thread.
+// The fields of every event and the setters for answers: those of the table of event classes, and
+// the few that are computed. Any thread.
 //
-// Events are written in byte order of their keys, whatever the order here, together with the
-// fields that they inherit.
+// Events are written in byte order of their keys, including inherited fields; the order here does
+// not matter.
 #pragma once
 
 #include "engine/OrvWebEvents.h"
@@ -56,7 +56,7 @@ struct FieldsOf<OrvWebPropertyChangedEvent> {
   static constexpr std::tuple list{field("property", &OrvWebPropertyChangedEvent::property)};
 };
 
-// The name that an event's class goes by in errors.
+// The class name used in error reports.
 template <typename Event>
 inline constexpr const char* classNameOf = "";
 template <>
@@ -92,7 +92,7 @@ inline constexpr const char* classNameOf<OrvWebJavaScriptCallbackEvent> =
   ;
 #include "engine/EventClasses.def"
 
-// The class of a type's events; those that carry nothing of their own are plain ones.
+// The class of events of a type; types without fields of their own are plain OrvWebEvents.
 template <int Type>
 struct EventClass {
   using type = OrvWebEvent;
@@ -105,7 +105,7 @@ template <>
 struct EventClass<OrvWebEvent::PropertyChanged> {
   using type = OrvWebPropertyChangedEvent;
 };
-// A second number of the same events.
+// A second type of the same class.
 template <>
 struct EventClass<OrvWebEvent::JavaScriptFunctionResultEvent> {
   using type = OrvWebJavaScriptFunctionResultEvent;

@@ -1,4 +1,4 @@
-// The way of an event from a web view to the chrome, and of the answer back. UI thread.
+// Forwards events of web views to the chrome, and applies its answers. UI thread.
 #include "webview/events/EventForwarding.h"
 
 #include "engine/OrvWebView.h"
@@ -17,13 +17,13 @@ using Tessel::Platform::String;
 
 namespace {
 
-// Types that are sent without a body.
+// Types without a JSON body.
 constexpr bool hasBody(int type) {
   return !(type >= OrvWebEvent::UpdateWebGLFilter && type <= OrvWebEvent::KeyEvent) &&
          type != OrvWebEvent::TypeMax;
 }
 
-// An event's own list and those of the classes it comes from.
+// The list of an event class and those of its base classes.
 template <template <typename> typename ListOf, typename Event>
 struct WithInherited {
   static constexpr auto list = [] {
@@ -48,7 +48,7 @@ String bodyOf(const OrvWebEvent& base) {
   });
 }
 
-// "jsonOnObject_" and the name of the class: what mistakes in an answer are reported under.
+// "jsonOnObject_" and the class name: the function name in error reports about an answer.
 template <typename Event>
 constexpr auto jsonOnObjectName() {
   constexpr std::string_view prefix = "jsonOnObject_";
@@ -73,7 +73,7 @@ void applyTo(OrvWebEvent& base, const rapidjson::Value& answer) {
 
 struct Row {
   String (*body)(const OrvWebEvent&) = nullptr;
-  // Null for events that nobody answers.
+  // Null for events that take no answer.
   void (*apply)(OrvWebEvent&, const rapidjson::Value&) = nullptr;
 };
 
@@ -152,7 +152,7 @@ void jsonOnObject(OrvWebEvent& event, const String& answer) {
   const Row* row = rowFor(event);
   if (!row || !row->apply || answer.isEmpty()) return;
   rapidjson::Document document;
-  // Iterative: an answer nested a million deep must not exhaust the stack.
+  // Iterative, since deeply nested JSON would exhaust the stack.
   document.Parse<rapidjson::kParseIterativeFlag>(answer.utf8(), answer.length());
   if (document.HasParseError() || !document.IsObject()) return;
   row->apply(event, document);
@@ -179,7 +179,7 @@ String propertyValueText(const OrvWebView& view, OrvWebPropertyChangedEvent::Pro
     default:
       break;
   }
-    // Settings and page state say themselves which property they are.
+    // The tables of settings and page state name the property.
 #define SETTING(type, getter, setter, start, itsProperty) \
   if (property == OrvWebPropertyChangedEvent::itsProperty) return valueText(view.getter());
 #define STATE(type, getter, start, itsProperty) \

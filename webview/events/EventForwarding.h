@@ -1,4 +1,4 @@
-// The way of an event from a web view to the chrome, and of the answer back. UI thread.
+// Forwards events of web views to the chrome, and applies its answers. UI thread.
 #pragma once
 
 #include "engine/OrvWebEvent.h"
@@ -7,29 +7,29 @@
 
 class OrvWebView;
 
-// Where the events of a web view go: to the manager in the process that has it.
+// The destination of a web view's events: the manager in the process that has the chrome.
 class EventSink {
  public:
   using String = Tessel::Platform::String;
 
   virtual ~EventSink() = default;
   virtual void post(EventType event, const String& data) = 0;
-  // Returns the chrome's answer, the empty text where there is none.
+  // Returns the chrome's answer; empty if there is none.
   virtual String send(EventType event, const String& data) = 0;
 };
 
-// Turns an event into its JSON body and hands it on; the answer to one that takes an
-// answer is applied to it before this returns. A property change gives two: one with the
-// property's value, read from the view, and the plain one. The view outlives the call.
+// Serialises an event and passes it on; an answer is applied to the event before this returns. A
+// property change results in two events: one with the property's value, read from the view, and the
+// plain one. The view must outlive the call.
 void forwardWebEvent(const OrvWebView& view, OrvWebEvent& event, EventSink& sink);
 
 // The JSON body of an event.
 Tessel::Platform::String jsonFromObject(const OrvWebEvent& event);
-// Applies an answer, {"setter": value, ...}, to an event that takes one. What is no JSON object,
-// an unknown key or a value of the wrong kind changes nothing.
+// Applies an answer, {"setter": value, ...}, to an event that takes one. A text that is not a JSON
+// object, unknown keys and values of a wrong type are ignored.
 void jsonOnObject(OrvWebEvent& event, const Tessel::Platform::String& answer);
 
-// The value of a property as the chrome is told it: "true" or "false", numbers in decimal,
-// records as JSON, texts as they are.
+// The value of a property as reported to the chrome: "true" or "false", numbers in decimal, records
+// as JSON, texts unchanged.
 Tessel::Platform::String propertyValueText(const OrvWebView& view,
                                            OrvWebPropertyChangedEvent::Property property);

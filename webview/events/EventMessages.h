@@ -1,5 +1,5 @@
-// The messages that carry web view events, and errors, to the manager of the process with the
-// chrome. Plain values; see Message for who owns them.
+// Messages that carry web view events and errors to the manager of the process with the chrome.
+// Plain values; see Message for ownership.
 #pragma once
 
 #include "platform/channel/IPCMessage.h"
@@ -16,7 +16,7 @@ class WebEventMessage
   using String = Tessel::Platform::String;
 
   unsigned int handle() const { return field<0>(); }
-  // None when another process has sent the name of no event.
+  // None if another process has sent an unknown name.
   std::optional<EventType> event() const {
     return event_ ? event_ : eventTypeFromName(name().view());
   }
@@ -62,7 +62,7 @@ class HandleOrvWebSendEventMessage final : public WebEventMessage {
   }
 };
 
-// An error that arose where there is no chrome to be told of it.
+// An error raised in a process without a chrome.
 class ErrorMessage final : public Tessel::Platform::IPCMessage1<Tessel::Platform::IPCSafeString> {
  public:
   static constexpr int messageType = 1103;

@@ -1,5 +1,5 @@
-// What is in JSON of events beside their fields: names of enumerations and handles of web views,
-// and the setters that an answer may call. Any thread, but for answers, which are the UI thread's.
+// JSON of event fields beyond plain records (enumerations as names, web views as handles), and the
+// application of answers. Any thread; answers on the UI thread.
 #pragma once
 
 #include "engine/OrvWebEvent.h"
@@ -25,14 +25,14 @@ template <NamedEnumeration Type>
 struct Form<Type> {
   static json::PlainText of(Type value) { return {nameOf(value)}; }
 };
-// A web view goes by its handle.
+// A web view is written as its handle.
 template <>
 struct Form<OrvWebView*> {
   static String of(const OrvWebView* view);
 };
 
-// A key of an answer and the event's setter for its value. The type of the parameter says which
-// values are taken.
+// A key of an answer and the event's setter for its value. The parameter type determines which
+// values are accepted.
 template <typename Method>
 struct Setter {
   std::string_view key;
@@ -49,7 +49,7 @@ struct SettersOf {
   static constexpr std::tuple<> list{};
 };
 
-// What the body writes with a writer of its own.
+// The text written by the body with a writer.
 template <typename Body>
 Tessel::Platform::String jsonText(Body&& body) {
   rapidjson::StringBuffer buffer;
@@ -58,14 +58,13 @@ Tessel::Platform::String jsonText(Body&& body) {
   return std::string_view(buffer.GetString(), buffer.GetSize());
 }
 
-// An answer that is being applied: what is wrong with a word of it is the chrome's mistake, and it
-// is told which function it made it in.
+// Reports errors of an answer to the chrome, with the function name for the report.
 struct AnswerErrors {
   const char* function;
   void report(const char* word) const;
 };
 
-// Calls the setter when the value is of a kind that it takes; an absent one is null.
+// Calls the setter if the value has the right type; null for a missing value.
 template <typename Event, typename Base>
 void apply(Event& event, void (Base::*set)(bool), const rapidjson::Value* value,
            const AnswerErrors&) {
@@ -90,7 +89,7 @@ void apply(Event& event, void (Base::*set)(Type), const rapidjson::Value* value,
   if (notFound) return errors.report(value->GetString());
   (event.*set)(number);
 }
-// A handle in decimal; false, and the mistake is reported, when it names no web view.
+// Parses a handle in decimal; false, and an error is reported, if there is no such web view.
 bool webViewFrom(const char* handle, const AnswerErrors& errors, OrvWebView*& view);
 template <typename Event, typename Base>
 void apply(Event& event, void (Base::*set)(OrvWebView*), const rapidjson::Value* value,
@@ -103,7 +102,7 @@ void apply(Event& event, void (Base::*set)(OrvWebView*), const rapidjson::Value*
 template <typename Event, typename Base>
 void apply(Event& event, void (Base::*set)(const Tessel::Platform::String&),
            const rapidjson::Value* value, const AnswerErrors&) {
-  // No text is the empty text; something else is no text at all.
+  // Null or missing is the empty text; other types are ignored.
   if (!value || value->IsNull()) return (event.*set)(Tessel::Platform::String());
   if (value->IsString()) (event.*set)(Tessel::Platform::String(value->GetString()));
 }

@@ -1,4 +1,4 @@
-// Names to numbers and back, from one array. Any thread: everything is made at compile time.
+// Maps names to numbers and back, from one array. Any thread: constexpr.
 #pragma once
 
 #include <algorithm>
@@ -11,7 +11,7 @@ struct NumberedName {
   int number;
 };
 
-// The names stand in the order of their numbers, which mostly follow each other.
+// The entries are ordered by number, mostly consecutive.
 template <std::size_t Count>
 class NameTable {
  public:
@@ -22,7 +22,7 @@ class NameTable {
     });
   }
 
-  // "" for a number outside the table.
+  // "" for a number not in the table.
   constexpr const char* name(int number) const {
     const auto place = static_cast<std::size_t>(static_cast<unsigned int>(number) -
                                                 static_cast<unsigned int>(names_[0].number));
@@ -33,7 +33,7 @@ class NameTable {
     return "";
   }
 
-  // The number of exactly that name; 0, and notFound is set, when there is none.
+  // The number of that name; 0, with notFound set, if there is none.
   constexpr int number(std::string_view text, bool& notFound) const {
     const auto place = std::lower_bound(order_.begin(), order_.end(), text,
                                         [&](std::size_t i, std::string_view wanted) {
@@ -47,5 +47,5 @@ class NameTable {
 
  private:
   std::array<NumberedName, Count> names_;
-  std::array<std::size_t, Count> order_{};  // places in byte order of the names
+  std::array<std::size_t, Count> order_{};  // indices in byte order of the names
 };

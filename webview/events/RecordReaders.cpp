@@ -1,4 +1,4 @@
-// The records that the chrome gives, read from its JSON text. Any thread.
+// Parses records from the chrome's JSON. Any thread.
 #include "webview/events/RecordReaders.h"
 
 #include "engine/RecordFields.h"
@@ -14,8 +14,8 @@ using Tessel::Platform::String;
 
 namespace {
 
-// The elements of a list, one by one: whether a number is an integer its text says, and the library
-// makes a double of an integer that is too large.
+// Collects the elements of an array by SAX events: rapidjson converts integers that are too large
+// to doubles, so that the number's text is needed.
 class VariantList : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, VariantList> {
  public:
   std::vector<JavaScriptVariant> values;
@@ -49,7 +49,7 @@ class VariantList : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Varia
   bool EndObject(rapidjson::SizeType) { return leave(); }
 
  private:
-  // Lists and objects within are no elements, nor is what they hold.
+  // Nested arrays and objects are skipped, with their contents.
   bool add(JavaScriptVariant value) {
     if (isList && depth_ == 1) values.push_back(std::move(value));
     return true;

@@ -1,4 +1,4 @@
-// The records that the chrome gives, read from its JSON text. Any thread.
+// Parses records from the chrome's JSON. Any thread.
 #pragma once
 
 #include "engine/JavaScriptVariant.h"
@@ -8,22 +8,22 @@
 
 #include <vector>
 
-// Bytes. No native call brings a longer text; it is read as nothing.
+// Maximum length in bytes; native calls cannot carry longer texts. Longer ones do not parse.
 inline constexpr std::size_t maximumRecordText = fields::longestText;
 
-// The record, or its default value for a text that is not one: that lacks a member, has one of
-// another kind, or is no JSON. Members that a record does not have are passed over; of several with
-// a name, the first counts. Numbers count by their integer part, and as the nearest int.
+// The record, or its default value if the text is malformed JSON, lacks a member or has one of a
+// wrong type. Unknown members are ignored; of duplicates, the first counts. Numbers are truncated
+// to integers and clamped to int.
 //
-// Of lists, what is no element is skipped; in a history it is an empty entry. An integer that does
-// not fit an int is no element of a list of values.
+// In arrays, elements of a wrong type are skipped; in a history they are empty entries. Integers
+// out of int's range are skipped in arrays of values.
 //
 // Instantiated for OrvWebRect, OrvWebPoint, OrvWebSize, OrvWebFavicon and for vectors of
 // OrvWebHistoryItem, String and JavaScriptVariant.
 template <typename Record>
 Record recordFromJSON(const Tessel::Platform::String& json);
 
-// The same, for who has to know whether it was one.
+// The same; false if the text does not parse.
 template <typename Record>
 bool readRecord(const Tessel::Platform::String& json, Record& record);
 template <>

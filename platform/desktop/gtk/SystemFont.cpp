@@ -1,4 +1,4 @@
-// The font that the desktop wishes for its programs. Main thread.
+// The font configured by the desktop. Main thread.
 #include "platform/desktop/gtk/SystemFont.h"
 
 #include "platform/desktop/FontInfo.h"

@@ -1,5 +1,4 @@
-// The font that the desktop wishes for its programs, and how many pixels a point of it has. Main
-// thread.
+// The font configured by the desktop, and the number of pixels per point. Main thread.
 #pragma once
 
 namespace Tessel::Platform {

@@ -1,4 +1,4 @@
-// The frames of a top-level window as the toolkit paints them. UI thread.
+// Frame clock of a top-level window. UI thread.
 #include "platform/graphics/gtk/GtkFrameClock.h"
 
 #include <gtk/gtk.h>
@@ -9,7 +9,7 @@ namespace Tessel::Platform::Graphics {
 
 namespace {
 
-// A window that has not been painted for this long may never be.
+// A window that has not been painted for this long may be hidden.
 constexpr guint patienceMilliseconds = 50;
 constexpr gint64 patience = gint64{patienceMilliseconds} * 1000;
 
@@ -60,7 +60,7 @@ void GtkFrameClock::endTicks() {
   tick_ = 0;
 }
 
-// The time of a frame and that of the timer are of one clock, and a frame's may lie a little back.
+// Both use the same clock; a frame's time may be slightly in the past.
 void GtkFrameClock::frame(long long time) {
   last_ = std::max(last_, time);
   if (listener_) listener_->frame(std::chrono::microseconds(last_));

@@ -1,4 +1,4 @@
-// The frames of a top-level window as the toolkit paints them. UI thread.
+// Frame clock of a top-level window. UI thread.
 #pragma once
 
 #include "platform/graphics/FrameClock.h"
@@ -11,8 +11,8 @@ class GtkFrameClock final : public FrameClock {
  public:
   ~GtkFrameClock() override;
 
-  // The top-level window whose frames count; null when there is none, or none any more. While it is
-  // not painted, a timer makes up for it.
+  // The top-level window whose frames count; null if there is none or it is gone. While it is not
+  // painted, a timer takes over.
   void follow(GtkWidget* topLevel);
   GtkWidget* followed() const { return topLevel_; }
 
@@ -28,7 +28,7 @@ class GtkFrameClock final : public FrameClock {
   FrameListener* listener_ = nullptr;
   unsigned tick_ = 0;
   unsigned timer_ = 0;
-  long long last_ = 0;  // microseconds, as all times here
+  long long last_ = 0;  // microseconds
 };
 
 }  // namespace Tessel::Platform::Graphics

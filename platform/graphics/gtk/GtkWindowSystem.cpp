@@ -1,4 +1,4 @@
-// Windows on a real screen, by GTK. UI thread.
+// Windows on a real display, by GTK. UI thread.
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 
 #include "platform/graphics/Window.h"
@@ -22,7 +22,7 @@ void drawColor(cairo_t* cairo, const Color& color) {
   cairo_paint(cairo);
 }
 
-// What a surface was cleared to. Shown only from the next post on, as on a real double buffer.
+// The colour a surface was cleared to; visible after the next post, as with a double buffer.
 struct Fill {
   bool cleared = false;
   Color pending;
@@ -63,7 +63,7 @@ class TopLevelSurface final : public WindowSurface {
     gtk_widget_show(stack_);
     fit_.emplace(GTK_WINDOW(window_), [this] { tellShownAs(); });
     input_->watch(window_);
-    // An application has one; of several, the first counts.
+    // An application has one window; of several, the first counts.
     if (!clock_->followed()) clock_->follow(window_);
   }
 
@@ -109,7 +109,7 @@ class TopLevelSurface final : public WindowSurface {
     return FALSE;
   }
 
-  // The program decides what closing the window means; nobody listening means nothing happens.
+  // The program decides what closing the window means; without a listener nothing happens.
   static gboolean onDelete(GtkWidget*, GdkEvent*, gpointer self) {
     WindowListener* listener = static_cast<TopLevelSurface*>(self)->owner_.listener();
     if (listener) listener->windowCloseRequested();
@@ -137,7 +137,7 @@ class TopLevelSurface final : public WindowSurface {
 
   void tellShownAs() {
     WindowListener* listener = owner_.listener();
-    // Before the first showing it is nothing of all that.
+    // Not meaningful before the window is first shown.
     if (!listener || (state_ & GDK_WINDOW_STATE_WITHDRAWN) != 0) return;
     listener->windowShownAsChanged(shownAs());
   }
@@ -173,14 +173,14 @@ class TopLevelSurface final : public WindowSurface {
   Fill fill_;
 };
 
-// A child shows one widget: at first one that paints the colour the surface was cleared to, later
-// perhaps what was embedded.
+// A child shows one widget: initially one that paints the colour the surface was cleared to, later
+// possibly an embedded one.
 class ChildSurface final : public WindowSurface, public WidgetHost {
  public:
   ChildSurface(Window& owner, TopLevelSurface& parent)
       : owner_(owner), stack_(GTK_WIDGET(g_object_ref(parent.stack()))) {
     GtkWidget* painter = gtk_event_box_new();
-    // No input window of its own: clicks fall through to what lies below.
+    // No input window: clicks pass through to what is below.
     gtk_widget_set_has_window(painter, FALSE);
     gtk_widget_set_app_paintable(painter, TRUE);
     g_signal_connect(painter, "draw", G_CALLBACK(onDraw), this);
@@ -236,8 +236,8 @@ class ChildSurface final : public WindowSurface, public WidgetHost {
 }  // namespace
 
 std::unique_ptr<GtkWindowSystem> GtkWindowSystem::create() {
-  // One display protocol is supported and tested; the other has no placing of child windows that
-  // input can be forwarded to.
+  // Only X11 is supported and tested; Wayland cannot place child windows that input can be
+  // forwarded to.
   gdk_set_allowed_backends("x11");
   if (!gtk_init_check(nullptr, nullptr)) return nullptr;
   tellOfLostDisplay();

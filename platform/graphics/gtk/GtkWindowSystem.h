@@ -1,4 +1,4 @@
-// Windows on a real screen, by GTK. UI thread.
+// Windows on a real display, by GTK. UI thread.
 #pragma once
 
 #include "platform/graphics/WindowSystem.h"
@@ -14,7 +14,7 @@ class ScreenInput;
 
 class GtkWindowSystem final : public WindowSystem {
  public:
-  // Starts GTK. Null when there is no display that can be opened.
+  // Starts GTK. Null if no display can be opened.
   static std::unique_ptr<GtkWindowSystem> create();
   ~GtkWindowSystem() override;
 
@@ -22,19 +22,18 @@ class GtkWindowSystem final : public WindowSystem {
   void flush(bool wait) override;
   FrameClock& frameClock() override { return *clock_; }
 
-  // Shows a widget as the content of a child window made by this system, or by another one that
-  // shows widgets; the window's place, order, alpha and visibility become the widget's. The widget
-  // belongs to the window from now on and is destroyed with it. False, and the widget is left
-  // alone, for any other window.
+  // Shows a widget as the content of a child window of a window system that supports it; position,
+  // stacking order, alpha and visibility of the window apply to the widget. The window takes
+  // ownership of the widget. False, without effect, for any other window.
   static bool embed(Window& window, GtkWidget* widget);
 
-  // The toolkit's window behind a top-level window made by this system; null for any other.
+  // The GTK window behind a top-level window of this system; null for any other.
   static GtkWidget* topLevelWidget(const Window& window);
 
  private:
   GtkWindowSystem();
 
-  // The surfaces share them, and may outlive the system.
+  // Shared with the surfaces, which may outlive the system.
   std::shared_ptr<GtkFrameClock> clock_;
   std::shared_ptr<ScreenInput> input_;
 };

@@ -1,4 +1,4 @@
-// Fingers and the mouse in the application's top-level windows. UI thread.
+// Touch and mouse events in the application's top-level windows. UI thread.
 #include "platform/graphics/gtk/ScreenInput.h"
 
 #include "platform/graphics/Screen.h"
@@ -12,7 +12,7 @@ namespace Tessel::Platform::Graphics {
 
 namespace {
 
-// More than anybody has; what comes beyond is a device gone wrong.
+// Bounds what a faulty device can report.
 constexpr std::size_t mostFingers = 32;
 
 constexpr int wantedEvents =
@@ -37,7 +37,7 @@ ScreenInput::ScreenInput() {
 }
 
 ScreenInput::~ScreenInput() {
-  // A later one may have taken over.
+  // A later instance may have replaced it.
   if (current != this) return;
   current = nullptr;
   const auto handler = [](GdkEvent* event, gpointer) { gtk_main_do_event(event); };
@@ -46,7 +46,7 @@ ScreenInput::~ScreenInput() {
 
 void ScreenInput::watch(GtkWidget* topLevel) {
   topLevels_.push_back(topLevel);
-  // Also where no widget wants them.
+  // Even if no widget selects them.
   gtk_widget_add_events(topLevel, wantedEvents);
 }
 
@@ -68,8 +68,8 @@ void ScreenInput::handle(const GdkEvent* event) {
   }
 }
 
-// Asked once per drag, for it is a question to the display. Places are taken on the screen, because
-// those in the windows change while the windows are moved.
+// Queried once per drag, as it is a round trip to the display. Positions are taken on the screen,
+// since window-relative ones change while windows are moved.
 void ScreenInput::learnOrigin(GtkWidget* topLevel) {
   gdk_window_get_origin(gtk_widget_get_window(topLevel), &origin_.x, &origin_.y);
 }
@@ -95,8 +95,8 @@ void ScreenInput::handleTouch(const GdkEvent* event, GtkWidget* topLevel) {
   const GdkEventType type = gdk_event_get_event_type(event);
   const auto sequence = reinterpret_cast<std::uintptr_t>(gdk_event_get_event_sequence(event));
   if (type == GDK_TOUCH_BEGIN) {
-    // This is said of a finger that comes when there is no other. Those that we know of went with
-    // windows that were destroyed below them.
+    // Set for a touch that begins while there is no other. Any known touches belonged to windows
+    // destroyed below them.
     if (event->touch.emulating_pointer) fingers_.clear();
     if (fingers_.empty()) learnOrigin(topLevel);
     if (fingers_.size() >= mostFingers) return;
@@ -109,7 +109,7 @@ void ScreenInput::handleTouch(const GdkEvent* event, GtkWidget* topLevel) {
     return candidate.sequence == sequence;
   });
   if (finger == fingers_.end()) return;
-  // A touch that is taken away says nothing of value about its place.
+  // A cancelled touch carries no valid position.
   if (type != GDK_TOUCH_CANCEL) finger->point.position = positionOf(event);
   if (type == GDK_TOUCH_UPDATE) return tellTouch(RawTouchEvent::Move);
   if (finger->point.contactId == 0) {
@@ -128,7 +128,7 @@ void ScreenInput::tellTouch(RawTouchEvent::Type type) const {
 }
 
 void ScreenInput::handleMouse(const GdkEvent* event, GtkWidget* topLevel) {
-  // The pointer that a finger moves along is the finger's.
+  // Ignore pointer events emulated from a touch.
   if (gdk_event_get_pointer_emulated(const_cast<GdkEvent*>(event))) return;
   const GdkEventType type = gdk_event_get_event_type(event);
   guint button = 0;
@@ -143,7 +143,7 @@ void ScreenInput::handleMouse(const GdkEvent* event, GtkWidget* topLevel) {
     buttonDown_ = false;
     return tellMouse(RawMouseEvent::Release, positionOf(event), topLevel);
   }
-  // Crossings say of the buttons what was true before the pointer was given to somebody else.
+  // Crossing events carry the button state from before a grab.
   if (type != GDK_MOTION_NOTIFY) return;
   GdkModifierType state{};
   gdk_event_get_state(event, &state);

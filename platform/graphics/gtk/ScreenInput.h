@@ -1,5 +1,5 @@
-// Hears of every finger and of the mouse in the application's top-level windows before their
-// widgets do, and tells the screen's listeners. UI thread.
+// Sees every touch and mouse event of the application's top-level windows before their widgets do,
+// and notifies the screen's listeners. UI thread.
 #pragma once
 
 #include "platform/graphics/ScreenEvents.h"
@@ -13,7 +13,7 @@ typedef struct _GtkWidget GtkWidget;
 
 namespace Tessel::Platform::Graphics {
 
-// Takes the place of the toolkit's handler of all events, and calls that. The latest one hears.
+// Replaces the toolkit's global event handler and chains up to it. The latest instance is active.
 class ScreenInput {
  public:
   ScreenInput();
@@ -21,7 +21,7 @@ class ScreenInput {
   ScreenInput(const ScreenInput&) = delete;
   ScreenInput& operator=(const ScreenInput&) = delete;
 
-  // Events of other top-level windows, menus for example, are nobody's drag.
+  // Events of other top-level windows, menus for example, are not part of a drag.
   void watch(GtkWidget* topLevel);
   void unwatch(GtkWidget* topLevel);
 
@@ -44,7 +44,7 @@ class ScreenInput {
 
   std::vector<GtkWidget*> topLevels_;
   std::vector<Finger> fingers_;
-  IntPoint origin_;  // of the window on the screen, as it was when the drag began
+  IntPoint origin_;  // of the window on the screen, at the start of the drag
   bool buttonDown_ = false;
 };
 

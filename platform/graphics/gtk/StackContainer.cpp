@@ -40,16 +40,15 @@ Slots::iterator findSlot(StackContainer* stack, GtkWidget* widget) {
                       [&](const Slot& slot) { return slot.widget == widget; });
 }
 
-// What cannot be seen must not be clicked either, and a window may be set to take no input.
+// What is invisible must not take clicks either, and a window may be set to take no input.
 bool takesInput(const WindowState& state) {
   return state.globalAlpha > 0 && state.sensitivity != Sensitivity::Never;
 }
 
-// No window is larger, nor farther off.
+// No window is larger or farther away.
 constexpr int farthest = 1 << 20;
 
-// All of a window but the parts that are discarded, from its corner. Null when it has no such
-// parts.
+// The window without its discarded parts, relative to it. Null if it has no such parts.
 cairo_region_t* keptRegion(const WindowState& state) {
   if (state.discardRects.empty()) return nullptr;
   const cairo_rectangle_int_t everything{0, 0, farthest, farthest};
@@ -74,9 +73,9 @@ void applyInput(const Slot& slot) {
   if (window) gdk_window_set_pass_through(window, !takesInput(slot.state));
 }
 
-// Clicks on what is discarded are those of what lies below.
+// Clicks on discarded parts go to what is below.
 void applyInputShape(const Slot& slot) {
-  // What has no window takes no input.
+  // A widget without a GdkWindow takes no input.
   if (!gtk_widget_get_has_window(slot.widget)) return;
   cairo_region_t* kept = keptRegion(slot.state);
   gtk_widget_input_shape_combine_region(slot.widget, kept);
@@ -143,7 +142,7 @@ GType childType(GtkContainer*) {
   return GTK_TYPE_WIDGET;
 }
 
-// The window's size is the program's business, not the sum of what its children would like.
+// The program sets the window's size; it does not follow from the children's size requests.
 void preferredSize(GtkWidget*, gint* minimum, gint* natural) {
   *minimum = 1;
   *natural = 1;
@@ -158,7 +157,7 @@ void sizeAllocate(GtkWidget* widget, GtkAllocation* allocation) {
       place = {allocation->x + rect.x, allocation->y + rect.y, std::max(rect.width, 1),
                std::max(rect.height, 1)};
     }
-    // GTK complains about an allocation without a size request before it.
+    // GTK warns about an allocation without a prior size request.
     gtk_widget_get_preferred_size(slot.widget, nullptr, nullptr);
     gtk_widget_size_allocate(slot.widget, &place);
   }

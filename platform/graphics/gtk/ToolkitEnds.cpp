@@ -1,4 +1,4 @@
-// The end of the display and of dialogs. Main thread.
+// Loss of the display connection, and closing of dialogs. Main thread.
 #include "platform/graphics/gtk/ToolkitEnds.h"
 
 #include "platform/base/Log.h"
@@ -13,8 +13,8 @@
 namespace Tessel::Platform::Graphics {
 
 void tellOfLostDisplay() {
-  // The toolkit's own handler says nothing where messages of its kind are not shown. Nothing may be
-  // asked of the display any more, so nothing that runs at exit is.
+  // The toolkit's own handler is silent where its log level is not shown. No display calls are
+  // possible any more, so exit handlers must not run.
   XSetIOErrorHandler([](Display* display) -> int {
     logAlways(LogError, "The display %s is lost, so the process ends.", XDisplayString(display));
     logAlways(LogError, "Exit %s: %d", processName(), EXIT_FAILURE);

@@ -1,4 +1,4 @@
-// What a child window of a window system that shows widgets can do with one. UI thread.
+// A child window that can show a widget, for window systems that support it. UI thread.
 #pragma once
 
 typedef struct _GtkWidget GtkWidget;
@@ -7,14 +7,14 @@ namespace Tessel::Platform::Graphics {
 
 class Window;
 
-// A surface implements it beside WindowSurface.
+// Implemented by a surface in addition to WindowSurface.
 class WidgetHost {
  public:
   virtual ~WidgetHost() = default;
-  // Shows the widget in the place of what the surface showed so far, and owns it from now on.
+  // Replaces the surface's content by the widget and takes ownership of it.
   virtual void show(GtkWidget* widget) = 0;
 
-  // The one of a window; null when its window system shows no widgets, or none in such a window.
+  // The host of a window; null if its window system does not show widgets, or not in such a window.
   static WidgetHost* of(const Window& window);
 };
 

@@ -1,4 +1,4 @@
-// Cursor shapes between processes.
+// Serialisation of cursors between processes.
 #include "platform/graphics/remote/Cursors.h"
 
 #include <cairo.h>
@@ -22,12 +22,13 @@ constexpr std::array names{
     "xterm",      "hand",        "hand1",       "hand2",       "watch",
 };
 
-// The toolkit does not tell the name that a cursor was made from, but it makes each one once.
+// GTK does not expose the name a cursor was created from, but caches cursors, so that they can be
+// compared.
 int nameOf(GdkCursor* cursor) {
   for (std::size_t i = 0; i < names.size(); ++i) {
     GdkCursor* named = gdk_cursor_new_from_name(gdk_cursor_get_display(cursor), names[i]);
     if (!named) continue;
-    g_object_unref(named);  // the toolkit keeps it
+    g_object_unref(named);  // owned by GTK
     if (named == cursor) return static_cast<int>(i);
   }
   return -1;
@@ -79,7 +80,7 @@ const char* faultOf(const CursorRecord& record) {
     case CursorRecord::Default:
       return nullptr;
     case CursorRecord::Shape:
-      // The toolkit looks shapes up by number in a list: even ones, and one for no cursor at all.
+      // Cursor shapes have even numbers, apart from the one for a blank cursor.
       return record.value == GDK_BLANK_CURSOR ||
                      (within(record.value, GDK_LAST_CURSOR) && record.value % 2 == 0)
                  ? nullptr

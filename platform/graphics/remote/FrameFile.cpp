@@ -1,4 +1,4 @@
-// The shared memory that a window's frames cross in.
+// The shared memory of a window's frames.
 #include "platform/graphics/remote/FrameFile.h"
 
 #include <fcntl.h>
@@ -15,7 +15,7 @@ namespace {
 
 constexpr int lengthSeals = F_SEAL_SHRINK | F_SEAL_GROW;
 
-// Of the ordinary kind: a file of huge pages can be mapped and yet fault.
+// Without huge pages: a hugetlb file can be mapped and still fault on access.
 bool isMemoryFile(int fd) {
   struct statfs system {};
   return ::fstatfs(fd, &system) == 0 && system.f_type == TMPFS_MAGIC;
@@ -79,7 +79,7 @@ FrameFile FrameFile::open(UniqueFd file, IntSize size) {
   opened.size_ = size;
   opened.file_ = std::move(file);
   if (!opened.map(PROT_READ)) return FrameFile();
-  // The mapping is enough, and descriptors are few.
+  // The mapping suffices; descriptors are limited.
   opened.file_.reset();
   return opened;
 }

@@ -1,6 +1,6 @@
-// The shared memory that a window's frames cross in: a sealed memory file with two buffers, each a
-// whole frame, rows of 32-bit pixels with premultiplied alpha. The child process makes and writes
-// it, the application maps it read-only. UI thread.
+// The shared memory of a window's frames: a sealed memory file with two buffers, each a whole
+// frame, rows of 32-bit pixels with premultiplied alpha. The child process creates and writes it,
+// the application maps it read-only. UI thread.
 #pragma once
 
 #include "platform/base/Geometry.h"
@@ -17,11 +17,10 @@ class FrameFile {
   FrameFile(FrameFile&& other) noexcept;
   FrameFile& operator=(FrameFile&& other) noexcept;
 
-  // A new file, zeroed, to write into. Empty when there is no memory, or the size has no area.
+  // A new zeroed file, writable. Empty if out of memory, or if the area is zero.
   static FrameFile create(IntSize size);
-  // A file from another process, to read from. Empty unless it is a memory file of exactly the
-  // length that two frames of that size have and can no longer change its length: reading it then
-  // faults in no case.
+  // Maps a file of another process for reading. Empty unless it is a memory file sealed against
+  // resizing, of exactly the length of two frames of that size, so that reading it cannot fault.
   static FrameFile open(UniqueFd file, IntSize size);
   static std::size_t bytesFor(IntSize size);
 

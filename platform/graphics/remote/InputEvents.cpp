@@ -1,4 +1,4 @@
-// Input events of the toolkit as records, and records as events.
+// Conversion between GDK input events and records.
 #include "platform/graphics/remote/InputEvents.h"
 
 #include <algorithm>
@@ -9,7 +9,7 @@ namespace Tessel::Platform::Graphics::Remote {
 
 namespace {
 
-// All the fields that events with a place have in common.
+// The fields common to all positioned events.
 template <typename Event>
 void takePlace(const Event& event, InputRecord& record) {
   record.time = event.time;
@@ -30,7 +30,7 @@ void givePlace(const InputRecord& record, double x, double y, Event& event) {
   event.state = record.state;
 }
 
-// The text that a key makes, for those who still ask for it.
+// The text of a key event, for code that still uses it.
 void giveKeyText(GdkEventKey& key) {
   std::array<char, 8> text{};
   const gunichar character = gdk_keyval_to_unicode(key.keyval);

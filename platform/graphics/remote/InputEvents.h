@@ -1,4 +1,4 @@
-// Input events of the toolkit as records, and records as events. UI thread.
+// Conversion between GDK input events and records. UI thread.
 #pragma once
 
 #include "platform/graphics/remote/Records.h"
@@ -7,11 +7,11 @@
 
 namespace Tessel::Platform::Graphics::Remote {
 
-// False for events that are no input, or that nobody forwards. The header's window is left alone.
+// False for events that are not input or not forwarded. The window in the header is not modified.
 bool inputRecordFor(const GdkEvent* event, InputRecord& record);
 
-// A new event for a window, at a place in it; the place counts for pointers and touches only. Null
-// when the record holds no input event.
+// A new event for a window, at a position in it, which counts for pointer and touch events only.
+// Null if the record is not a valid input event.
 GdkEvent* eventFor(const InputRecord& record, GdkWindow* window, double x, double y);
 
 bool isPointer(const InputRecord& record);  // buttons, motion, wheel
@@ -19,7 +19,7 @@ bool isCrossing(const InputRecord& record);
 bool isTouch(const InputRecord& record);
 bool isKey(const InputRecord& record);
 
-// Other than 0 for events of which only the last of a run counts; the same for the same run.
+// Nonzero for events that coalesce (only the last of a run counts); equal within a run.
 std::uint64_t coalescingKey(const InputRecord& record);
 
 }  // namespace Tessel::Platform::Graphics::Remote

@@ -1,4 +1,4 @@
-// The widget that shows, in the application, a window that a child process renders.
+// The widget that shows a child process's window in the application.
 #include "platform/graphics/remote/MirrorView.h"
 
 #include "platform/graphics/remote/Cursors.h"
@@ -59,7 +59,7 @@ void MirrorView::onUnrealize(GtkWidget*, gpointer data) {
   g_clear_object(&self->clock_);
 }
 
-// A frame that will not be painted was shown as far as it ever will be.
+// A frame that will not be painted counts as shown.
 void MirrorView::onMapped(GtkWidget*, gpointer data) {
   auto* self = static_cast<MirrorView*>(data);
   if (!self->isMapped()) self->frameShown();
@@ -72,7 +72,7 @@ void MirrorView::frameShown() {
   client_.mirrorShown(window_, frame_);
 }
 
-// Also when nothing of it was painted: what lies outside of the window's edge counts as shown.
+// Also if nothing was painted: what is outside the window counts as shown.
 void MirrorView::onAfterPaint(GdkFrameClock*, gpointer data) {
   static_cast<MirrorView*>(data)->frameShown();
 }
@@ -102,14 +102,14 @@ gboolean MirrorView::onDraw(GtkWidget*, cairo_t* cairo, gpointer data) {
       file.buffer(self->buffer_), CAIRO_FORMAT_ARGB32, size.width, size.height, file.stride());
   cairo_set_source_surface(cairo, image, 0, 0);
   cairo_paint(cairo);
-  // The pixels may change as soon as the next frame comes: nobody keeps the surface.
+  // Do not keep the surface: the pixels may change with the next frame.
   cairo_surface_finish(image);
   cairo_surface_destroy(image);
   return TRUE;
 }
 
-// The display gives a pressed pointer to the one it was pressed on, and would refuse it to a menu
-// that the child process opens. So it is given back at once, and taken only when a drag leaves.
+// The display grabs a pressed pointer implicitly, and would deny it to a menu that the child
+// process opens. So the grab is released at once, and taken only when a drag leaves the window.
 void MirrorView::watchButtons(const GdkEvent* event) {
   const GdkEventType type = gdk_event_get_event_type(event);
   if (type != GDK_BUTTON_PRESS && type != GDK_BUTTON_RELEASE && type != GDK_LEAVE_NOTIFY) return;
@@ -119,7 +119,7 @@ void MirrorView::watchButtons(const GdkEvent* event) {
   if (type == GDK_BUTTON_PRESS) {
     if (grabbed_) return;
     gdk_seat_ungrab(seat);
-    // Before the child process hears of it.
+    // Before the child process sees the event.
     gdk_display_flush(gdk_window_get_display(event->any.window));
   } else if (type == GDK_LEAVE_NOTIFY && event->crossing.mode != GDK_CROSSING_GRAB &&
              (state & buttonsHeld) != 0 && !grabbed_) {
@@ -145,11 +145,11 @@ gboolean MirrorView::onEvent(GtkWidget* widget, GdkEvent* event, gpointer data) 
   }
   self->client_.mirrorInput(record);
   if (self->grabbed_ && !grabbedBefore) {
-    // The motion that led outside went to whatever is there.
+    // The motion event went to another window.
     record.event = GDK_MOTION_NOTIFY;
     self->client_.mirrorInput(record);
   }
-  // The toolkit keeps its own account of the focus.
+  // GTK tracks the focus by itself.
   return record.event != GDK_FOCUS_CHANGE;
 }
 

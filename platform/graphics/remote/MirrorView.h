@@ -1,5 +1,5 @@
-// The widget that shows, in the application, a window that a child process renders; and that sends
-// back the input it gets. UI thread.
+// The widget that shows a child process's window in the application, and returns its input. UI
+// thread.
 #pragma once
 
 #include "platform/graphics/remote/FrameFile.h"
@@ -16,11 +16,11 @@ class MirrorView {
   class Client {
    public:
     virtual ~Client() = default;
-    // The place, visibility or alpha of the widget may be another now.
+    // Position, visibility or alpha of the widget may have changed.
     virtual void mirrorPlaced(int window) = 0;
-    // The last frame is on the screen, or has nobody to be seen by.
+    // The last frame has been shown, or is not visible.
     virtual void mirrorShown(int window, std::uint32_t frame) = 0;
-    // The header names the window.
+    // The header identifies the window.
     virtual void mirrorInput(const InputRecord& record) = 0;
   };
 
@@ -30,15 +30,15 @@ class MirrorView {
   MirrorView(const MirrorView&) = delete;
   MirrorView& operator=(const MirrorView&) = delete;
 
-  // For the one who shows it, who destroys it.
+  // For the owner, which destroys it.
   GtkWidget* widget() const { return widget_; }
   bool isMapped() const { return gtk_widget_get_mapped(widget_); }
   bool isSeen() const { return isMapped() && gtk_widget_get_opacity(widget_) > 0; }
 
-  // Frames come from there from now on.
+  // Replaces the frame file.
   void useFile(FrameFile file) { file_ = std::move(file); }
   const FrameFile& file() const { return file_; }
-  // A frame in the file is the one to show; only the rectangles of it are new unless all of it is.
+  // Shows a frame of the file; only its rectangles have changed unless all of it has.
   void showFrame(std::uint32_t number, int buffer, std::span<const IntRect> rects, bool isWhole);
   void setCursor(const CursorRecord& record);
 

@@ -1,8 +1,7 @@
 // A widget of a child process, rendered off screen.
 //
-// The toolkit's off-screen window says when and where something is to be drawn; what it would draw
-// into, memory of the display server, is left empty. The widget is drawn once, into the memory that
-// the application maps.
+// GtkOffscreenWindow reports damage; its own surface, in the display server's memory, stays empty.
+// The widget is drawn once, into the memory that the application maps.
 #include "platform/graphics/remote/OffscreenView.h"
 
 #include "platform/graphics/gtk/StackContainer.h"
@@ -24,7 +23,7 @@ struct Place {
   double y;
 };
 
-// A place in the off-screen window as one in a window inside it.
+// Converts a position in the off-screen window to one in a child GdkWindow.
 Place placeIn(GdkWindow* window, GdkWindow* outermost, const InputRecord& record) {
   Place place{record.x, record.y};
   for (GdkWindow* at = window; at && at != outermost; at = gdk_window_get_parent(at)) {
@@ -42,7 +41,7 @@ Place placeIn(GdkWindow* window, GdkWindow* outermost, const InputRecord& record
 GdkWindow* OffscreenView::WeakWindow::get() {
   auto* window = static_cast<GdkWindow*>(g_weak_ref_get(&reference_));
   if (!window) return nullptr;
-  // Whoever holds it goes on doing so: all of this is one thread.
+  // Existing references stay valid: everything is on one thread.
   g_object_unref(window);
   return gdk_window_is_destroyed(window) ? nullptr : window;
 }
@@ -56,11 +55,11 @@ OffscreenView::OffscreenView(OffscreenViews& views, int window, GtkWidget* conte
       damage_(cairo_region_create()),
       stale_(cairo_region_create()) {
   gtk_widget_set_app_paintable(window_, TRUE);
-  // With one the toolkit asks the display which keys are held in this window when it gets the
-  // focus. The display does not know this window, and the process ends.
+  // With one, GTK queries the display for pressed keys of this window on focus-in. The display does
+  // not know this window, which is a fatal error.
   gtk_window_set_mnemonic_modifier(GTK_WINDOW(window_), GdkModifierType{});
   gtk_container_add(GTK_CONTAINER(window_), stack_);
-  // Lets the content be of any size, whatever it would like.
+  // Lets the content have any size, whatever its size request.
   stackContainerPut(stack_, content_, WindowState());
   gtk_widget_show(stack_);
   start();
@@ -135,7 +134,7 @@ void OffscreenView::setFocused(bool focused) {
   applyFocus();
 }
 
-// A hidden window does not listen to news of its focus.
+// A hidden window ignores focus changes.
 void OffscreenView::applyFocus() {
   const bool wanted = focused_ && gtk_widget_get_visible(window_);
   if (wanted == focusTold_) return;
@@ -174,8 +173,7 @@ void OffscreenView::frameShown(std::uint32_t frame) {
   paint();
 }
 
-// A file for frames of that size; false when there is none to be had, or the application would not
-// take it.
+// Allocates a frame file of that size; false on failure, or if it exceeds the application's limits.
 bool OffscreenView::prepareFile(IntSize size) {
   if (file_ && file_.size() == size) return true;
   const std::size_t bytes = FrameFile::bytesFor(size);
@@ -193,13 +191,13 @@ bool OffscreenView::prepareFile(IntSize size) {
   return bool(file_);
 }
 
-// Whatever has changed since the last frame, unless the application is still busy with that.
+// Sends the damage since the last frame, unless the application still shows that one.
 void OffscreenView::paint() {
   if (!seen_ || inFlight_ != 0 || cairo_region_is_empty(damage_) ||
       !gtk_widget_get_mapped(window_)) {
     return;
   }
-  // Nothing is drawn of a widget that waits for its layout.
+  // GTK draws nothing of a widget that needs a layout.
   gtk_container_check_resize(GTK_CONTAINER(window_));
   const IntSize size{gtk_widget_get_allocated_width(window_),
                      gtk_widget_get_allocated_height(window_)};
@@ -280,7 +278,7 @@ GdkWindow* OffscreenView::windowAt(double x, double y) const {
   return found;
 }
 
-// Who gets an event of the pointer: the window below it, or the one that a button was pressed in.
+// The target of a pointer event: the GdkWindow below it, or the one a button was pressed in.
 GdkWindow* OffscreenView::pointerTarget(const InputRecord& record) {
   const bool press = record.event == GDK_BUTTON_PRESS || record.event == GDK_2BUTTON_PRESS ||
                      record.event == GDK_3BUTTON_PRESS;
@@ -321,7 +319,7 @@ void OffscreenView::deliver(const InputRecord& record) {
     const bool held = (record.state & buttonsHeld) != 0 && pressWindow_.get();
     GdkWindow* target = pointerTarget(record);
     GdkWindow* before = pointerWindow_.get();
-    // While a button is held the pointer belongs to one window wherever it is.
+    // While a button is pressed, all events go to one window (implicit grab).
     if (target != before && !held) {
       if (before) cross(GDK_LEAVE_NOTIFY, before, record);
       cross(GDK_ENTER_NOTIFY, target, record);
@@ -338,7 +336,7 @@ void OffscreenView::deliver(const InputRecord& record) {
   } else if (isKey(record)) {
     add(record, outermost);
   }
-  // From here on nothing of this object is used: what handles an event may delete it.
+  // Do not use this object from here on: event handlers may delete it.
   for (GdkEvent* event : events) {
     gtk_main_do_event(event);
     gdk_event_free(event);

@@ -1,5 +1,5 @@
-// A widget of a child process, rendered off screen: its frames go to the application, the input
-// that comes from there goes to it. UI thread.
+// A widget of a child process, rendered off screen: frames go to the application, its input comes
+// back. UI thread.
 #pragma once
 
 #include "platform/graphics/remote/FrameFile.h"
@@ -11,7 +11,7 @@ namespace Tessel::Platform::Graphics::Remote {
 
 class WindowConnection;
 
-// What the views of one process have in common.
+// Shared by the views of a process.
 struct OffscreenViews {
   WindowConnection& connection;
   std::uint32_t lastFrame = 0;
@@ -20,28 +20,28 @@ struct OffscreenViews {
 
 class OffscreenView {
  public:
-  // For the window with that handle. The widget belongs to the view. The others must outlive it.
+  // For the window with that handle. The view owns the widget. The other arguments must outlive it.
   OffscreenView(OffscreenViews& views, int window, GtkWidget* content);
   ~OffscreenView();
   OffscreenView(const OffscreenView&) = delete;
   OffscreenView& operator=(const OffscreenView&) = delete;
 
-  // In pixels; at once, layout included, when the view is shown.
+  // In pixels; takes effect at once, layout included, if the view is shown.
   void resize(IntSize size);
-  // Whether the application's window shows it, and whether anything of it can be seen there: what
-  // cannot be seen is not painted.
+  // Whether the application's window shows it, and whether any of it is visible: invisible views
+  // are not painted.
   void setShown(bool mapped, bool seen);
   void setCanFocus(bool canFocus);
-  // Where on the screen it seems to be: that far from the corner of the application's window. Menus
-  // and tooltips open there. The window is null while there is none.
+  // The apparent position on the screen, as an offset in the application's window, where menus and
+  // tooltips open. The window is null if there is none.
   void setPlace(GdkWindow* embedder, IntPoint place);
   void setFocused(bool focused);
   void frameShown(std::uint32_t frame);
-  // The view may be gone afterwards.
+  // The view may be deleted by this call.
   void deliver(const InputRecord& record);
 
  private:
-  // A window of the content, as long as it exists.
+  // A GdkWindow of the content, while it exists.
   class WeakWindow {
    public:
     WeakWindow() { g_weak_ref_init(&reference_, nullptr); }
@@ -80,13 +80,13 @@ class OffscreenView {
 
   FrameFile file_;
   int buffer_ = 0;
-  std::uint32_t inFlight_ = 0;  // the frame that the application has not shown yet; 0: none
+  std::uint32_t inFlight_ = 0;  // the frame not yet shown by the application; 0: none
   bool painting_ = false;
   cairo_region_t* damage_;  // since the last frame
-  cairo_region_t* stale_;   // what the other buffer lacks of the last frame
+  cairo_region_t* stale_;   // damage of the last frame that the other buffer lacks
 
   WeakWindow pointerWindow_;  // the one below the pointer
-  WeakWindow pressWindow_;    // the one that a button was pressed in, until it is released
+  WeakWindow pressWindow_;    // the one a button was pressed in, until its release
   WeakWindow touchWindow_;
   WeakWindow cursorWindow_;
 };

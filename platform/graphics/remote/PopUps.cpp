@@ -1,8 +1,8 @@
-// What windows of their own that widgets open need when the widget is rendered off screen.
+// Support for the pop-up windows of widgets rendered off screen.
 //
-// The toolkit tells the display which window such a window belongs to, and takes for that whatever
-// stands where a window of the display has its number; an off-screen window has none there. The
-// number is wrong then, and its complaint about the type is all that happens.
+// GTK tells the display which window a pop-up is transient for by casting its parent to an X11
+// window; an off-screen window has no such member there. The resulting number is wrong; a warning
+// about the type is the only other effect.
 #include "platform/graphics/remote/PopUps.h"
 
 #include <gdk/gdkx.h>
@@ -19,7 +19,7 @@ void dropExpected(const gchar* domain, GLogLevelFlags level, const gchar* messag
   if (!expected) g_log_default_handler(domain, level, message, nullptr);
 }
 
-// The application's window is the right one.
+// Use the application's window instead.
 gboolean onRealize(GSignalInvocationHint*, guint, const GValue* values, gpointer) {
   auto* widget = static_cast<GtkWidget*>(g_value_get_object(values));
   if (!GTK_IS_WINDOW(widget) || GTK_IS_OFFSCREEN_WINDOW(widget)) return TRUE;
@@ -28,7 +28,7 @@ gboolean onRealize(GSignalInvocationHint*, guint, const GValue* values, gpointer
   GdkWindow* offscreen = gtk_widget_get_window(GTK_WIDGET(owner));
   GdkWindow* application = offscreen ? gdk_offscreen_window_get_embedder(offscreen) : nullptr;
   if (!application) return TRUE;
-  // The property alone: the toolkit places menus by the window that it takes for the owner.
+  // Set the property only: GTK positions menus relative to the owner.
   const gulong number = gdk_x11_window_get_xid(application);
   gdk_property_change(gtk_widget_get_window(widget), gdk_atom_intern("WM_TRANSIENT_FOR", FALSE),
                       gdk_atom_intern("WINDOW", FALSE), 32, GDK_PROP_MODE_REPLACE,
@@ -41,7 +41,7 @@ gboolean onRealize(GSignalInvocationHint*, guint, const GValue* values, gpointer
 void preparePopUps() {
   static const bool once = [] {
     g_log_set_handler("GLib-GObject", G_LOG_LEVEL_WARNING, dropExpected, nullptr);
-    // The signal comes with the class.
+    // The signal exists once the class is initialised.
     g_type_class_unref(g_type_class_ref(GTK_TYPE_WIDGET));
     g_signal_add_emission_hook(g_signal_lookup("realize", GTK_TYPE_WIDGET), 0, onRealize, nullptr,
                                nullptr);

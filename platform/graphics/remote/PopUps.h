@@ -1,10 +1,9 @@
-// What windows of their own that widgets open, menus and dialogs, need when the widget is rendered
-// off screen. UI thread.
+// Support for pop-up windows (menus, dialogs) of widgets rendered off screen. UI thread.
 #pragma once
 
 namespace Tessel::Platform::Graphics::Remote {
 
-// For the rest of the process. Twice is fine.
+// Process-wide. May be called twice.
 void preparePopUps();
 
 }  // namespace Tessel::Platform::Graphics::Remote

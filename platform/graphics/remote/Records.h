@@ -1,6 +1,6 @@
-// What crosses between a child process that has windows and the application that shows them: one
+// The protocol between a child process that has windows and the application that shows them: one
 // record per datagram, in the machine's byte order. Both ends are of one build, but neither trusts
-// the other: whoever receives a record checks its size and every field before using it.
+// the other: the receiver validates the size and every field of a record.
 #pragma once
 
 #include "platform/base/Geometry.h"
@@ -14,7 +14,7 @@
 
 namespace Tessel::Platform::Graphics::Remote {
 
-// The bounds of what an application shows for one child process.
+// Limits per child process.
 constexpr int maximumSide = 16384;                       // pixels
 constexpr int maximumPlace = 1 << 20;                    // pixels to either side
 constexpr std::size_t maximumWindows = 256;              //
@@ -41,7 +41,7 @@ struct RecordHeader {
   std::int32_t window;  // its platform handle; 0 for the top-level window
 };
 
-// All there is to know about a child window; the first one makes it.
+// The complete state of a child window; the first one creates it.
 struct WindowRecord {
   static constexpr RecordType recordType = RecordType::Window;
   RecordHeader header;
@@ -63,15 +63,15 @@ struct WindowGoneRecord {
   RecordHeader header;
 };
 
-// The window shows one colour.
+// The window shows a single colour.
 struct FillRecord {
   static constexpr RecordType recordType = RecordType::Fill;
   RecordHeader header;
   Color color;
 };
 
-// One of the two buffers of the window's frame file has new content in these rectangles, and is
-// whole. A new file comes with the first frame in it.
+// One buffer of the window's frame file is complete, with new content in these rectangles. A new
+// file is attached to its first frame.
 struct FrameRecord {
   static constexpr RecordType recordType = RecordType::Frame;
   static constexpr std::size_t maximumRects = 16;
@@ -99,7 +99,7 @@ struct CursorRecord {
   std::array<std::uint32_t, std::size_t{imageSide} * imageSide> pixels;  // rows of imageSide
 };
 
-// The child asks for the keyboard: for a window, or for the application's window as a whole.
+// Requests the keyboard focus for a window, or for the application's window as a whole.
 struct KeyboardRequestRecord {
   static constexpr RecordType recordType = RecordType::KeyboardRequest;
   RecordHeader header;
@@ -112,7 +112,7 @@ struct TopLevelRecord {
   IntSize size;
 };
 
-// Where the application shows a window, whoever placed it there.
+// The geometry of a window in the application, whoever set it.
 struct PlacementRecord {
   static constexpr RecordType recordType = RecordType::Placement;
   RecordHeader header;
@@ -129,8 +129,7 @@ struct FrameShownRecord {
   std::uint32_t number;
 };
 
-// One input event. The numbers are those of the toolkit; places are in pixels from the window's
-// corner.
+// One input event. The numbers are GDK's; positions are in pixels, relative to the window.
 struct InputRecord {
   static constexpr RecordType recordType = RecordType::Input;
   RecordHeader header;
@@ -151,7 +150,7 @@ struct InputRecord {
   std::uint64_t sequence;  // of touches
 };
 
-// The record of that type; false when the bytes are none.
+// Parses a record of that type; false if the bytes are malformed.
 template <typename Record>
 bool readRecord(std::span<const char> bytes, Record& record) {
   if (bytes.size() != sizeof(Record)) return false;

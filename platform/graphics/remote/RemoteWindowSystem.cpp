@@ -21,7 +21,7 @@ namespace Tessel::Platform::Graphics {
 
 using namespace Remote;
 
-// The connection, and who is told what comes over it.
+// The connection and the receivers of its records.
 class RemoteWindowSystem::Connected final : public WindowConnection::Client,
                                             public std::enable_shared_from_this<Connected> {
  public:
@@ -47,7 +47,7 @@ class RemoteWindowSystem::Connected final : public WindowConnection::Client,
   void deliverMotion();
   Child* find(int window) const;
 
-  // Held back while more may come: only the last of a run counts.
+  // Coalesced: only the last of a run counts.
   std::optional<InputRecord> motion_;
 };
 
@@ -61,7 +61,7 @@ class RemoteWindowSystem::StandIn final : public WindowSurface {
 
   Connected& connected() const { return *connected_; }
 
-  // The application's window is the application's business.
+  // The application controls its own window.
   void update(const WindowState&) override {}
   void clear(Color) override {}
   void post(const IntRect&) override {}
@@ -134,7 +134,7 @@ class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost 
   void applicationResized() { arrange(); }
 
   void place(const PlacementRecord& record) {
-    // An answer to an older rectangle tells nothing of this one.
+    // Ignore answers to an older rectangle.
     if (record.placement == placement_) {
       owner_.windowPlaced(record.rect, record.fillsParent != 0);
       state_ = owner_.state();
@@ -148,7 +148,7 @@ class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost 
     if (view_) view_->frameShown(frame);
   }
 
-  // This may be gone afterwards.
+  // This may be deleted by the call.
   void deliver(const InputRecord& record) {
     if (record.event == GDK_FOCUS_CHANGE) {
       focused_ = record.flag != 0;
@@ -209,12 +209,12 @@ RemoteWindowSystem::Child* RemoteWindowSystem::Connected::find(int window) const
 
 const char* RemoteWindowSystem::Connected::receive(std::span<const char> bytes, UniqueFd) {
   constexpr const char* malformed = "a record is malformed";
-  // What handles an input event may end the window system.
+  // An input handler may destroy the window system.
   const auto self = shared_from_this();
   RecordHeader header{};
   if (bytes.size() < sizeof header) return malformed;
   std::memcpy(&header, bytes.data(), sizeof header);
-  // Windows that are unknown have just been destroyed here.
+  // Unknown windows have just been destroyed on this side.
   switch (header.type) {
     case RecordType::TopLevel: {
       TopLevelRecord record;
@@ -255,7 +255,7 @@ void RemoteWindowSystem::Connected::receiveTopLevel(const TopLevelRecord& record
   }
   const bool resized = size != record.size;
   size = record.size;
-  // Layout tells nobody who could make or destroy windows.
+  // Layout does not call code that could create or destroy windows.
   for (auto& [handle, child] : children) child->applicationResized();
   if (resized && standIn) standIn->resized();
 }
@@ -285,8 +285,8 @@ RemoteWindowSystem::~RemoteWindowSystem() = default;
 
 std::unique_ptr<RemoteWindowSystem> RemoteWindowSystem::create(UniqueFd connection) {
   gdk_set_allowed_backends("x11");
-  // Of the input methods this one asks the display about the window that is typed into, which the
-  // display does not know when it is off screen.
+  // This input method queries the display about the focused window, which the display does not know
+  // if it is off screen.
   if (g_strcmp0(g_getenv("GTK_IM_MODULE"), "xim") == 0) g_unsetenv("GTK_IM_MODULE");
   if (!gtk_init_check(nullptr, nullptr)) return nullptr;
   tellOfLostDisplay();

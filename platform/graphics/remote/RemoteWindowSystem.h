@@ -15,17 +15,16 @@ namespace Tessel::Platform::Graphics {
 
 class RemoteWindowSystem final : public WindowSystem {
  public:
-  // Starts GTK. Null when there is no display that can be opened. The connection is one end of a
-  // SOCK_SEQPACKET socket, close-on-exec. When the application at its other end goes, windows are
-  // as they were, and nobody sees them.
+  // Starts GTK. Null if no display can be opened. The connection is one end of a SOCK_SEQPACKET
+  // socket, close-on-exec. If the application at the other end is gone, windows keep their state
+  // but are not visible.
   static std::unique_ptr<RemoteWindowSystem> create(UniqueFd connection);
   ~RemoteWindowSystem() override;
 
-  // Null for a second top-level window, and for more child windows than the application shows.
+  // Null for a second top-level window, and beyond the maximum number of child windows.
   std::unique_ptr<WindowSurface> createSurface(Window& window, WindowSurface* parent) override;
   void flush(bool wait) override;
-  // Nothing is painted here: it is a timer. The application animates these windows, not this
-  // process.
+  // Nothing is painted here: a timer. The application animates these windows, not this process.
   FrameClock& frameClock() override { return clock_; }
 
  private:
@@ -34,7 +33,7 @@ class RemoteWindowSystem final : public WindowSystem {
   class Child;
   explicit RemoteWindowSystem(UniqueFd connection);
 
-  // The surfaces share it, and may outlive the system.
+  // Shared with the surfaces, which may outlive the system.
   std::shared_ptr<Connected> connected_;
   GtkFrameClock clock_;
 };

@@ -99,7 +99,7 @@ class RemoteWindows::Connected final : public WindowConnection::Client, public M
   WindowConnection connection_;
 };
 
-// No more urgent than painting, so that a busy child does not stop that.
+// Same priority as painting, so that a busy child does not starve it.
 RemoteWindows::Connected::Connected(UniqueFd connection, unsigned groupId, Window& topLevel)
     : groupId_(groupId),
       topLevel_(&topLevel),
@@ -191,7 +191,7 @@ const char* RemoteWindows::Connected::receive(std::span<const char> bytes, Uniqu
   if (bytes.size() < sizeof header) return malformed;
   std::memcpy(&header, bytes.data(), sizeof header);
   if (file && header.type != RecordType::Frame) return malformed;
-  // Hands the bytes on as what their header says they are.
+  // Dispatches the bytes by the type in their header.
   const auto pass = [&](auto record, auto handler) {
     return readRecord(bytes, record) ? handler(record) : malformed;
   };
@@ -254,7 +254,7 @@ const char* RemoteWindows::Connected::receiveWindow(const WindowRecord& record) 
     if (!Window::isHandleOf(groupId_, handle) || Window::fromPlatformHandle(handle)) {
       return "a window has somebody else's handle";
     }
-    // Nowhere to show it any more; the window lives on at the other end.
+    // It cannot be shown any more; the window still exists in the child.
     if (!topLevel_) return nullptr;
     mirror = &mirrors_[handle];
     mirror->window = new Window(*topLevel_.get(), handle, record.pid, state);
@@ -273,7 +273,7 @@ const char* RemoteWindows::Connected::receiveWindow(const WindowRecord& record) 
   return nullptr;
 }
 
-// Only what the child has changed: the application may have changed the rest meanwhile.
+// Only what the child has changed: the application may have changed the rest in between.
 void RemoteWindows::Connected::apply(Mirror& mirror, const WindowState& state, bool isPlaced) {
   const WindowState told = std::exchange(mirror.told, state);
   Window* window = mirror.window.get();
@@ -290,7 +290,7 @@ void RemoteWindows::Connected::apply(Mirror& mirror, const WindowState& state, b
 const char* RemoteWindows::Connected::receiveFrame(const FrameRecord& record, UniqueFd file) {
   Mirror* mirror = find(record.header.window);
   if (!mirror || !isSound(record) || (file ? 1 : 0) != record.newFile) return malformed;
-  // Without a display nothing is shown, but what is wrong is wrong there, too.
+  // Without a display nothing is shown, but records are validated all the same.
   FrameFile opened;
   const IntSize size{record.width, record.height};
   if (file) {
