@@ -352,7 +352,7 @@ TEST_F(ProgramTest, AChromeWhoseProcessDiesIsStartedAgain) {
 }
 
 TEST_F(ProgramTest, AChromeWhoseServerComesLateIsWaitedFor) {
-  FileServer server;
+  test_support::FileServer server;
   server.addAnswer("late",
                    "HTTP/1.1 503 Not yet\r\nConnection: close\r\nContent-Length: 0\r\n\r\n");
   Environment all = environment("idle.html");
