@@ -59,10 +59,10 @@ bool readConfiguration(const std::string& path, bool mustExist, Configuration& c
   gsize size = 0;
   GError* error = nullptr;
   if (!g_file_get_contents(path.c_str(), &bytes, &size, &error)) {
-    const bool isMissing = g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT);
-    problem = error->message;
+    const bool isFine = !mustExist && g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT);
+    if (!isFine) problem = error->message;
     g_error_free(error);
-    return isMissing && !mustExist;
+    return isFine;
   }
   const Text owned(bytes, g_free);
   const std::string_view content(bytes, size);
