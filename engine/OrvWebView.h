@@ -362,6 +362,8 @@ class OrvWebView : private PageClient {
     static_cast<void>(event);
   }
   void navigationRefused(const String&) override {}
+  void drivingProcessEnded() override {}
+  void drivingDocumentLoaded() override {}
   void gaveUp() override {}
   void alive() override {}
 

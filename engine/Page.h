@@ -77,6 +77,10 @@ class PageClient {
   virtual std::shared_ptr<Page> pageOf(OrvWebView* view) = 0;
   // A navigation of the page was refused: only the program itself may load that address.
   virtual void navigationRefused(const Tessel::Platform::String& url) = 0;
+  // Of the page that drives the application: its process has ended, and starts again.
+  virtual void drivingProcessEnded() = 0;
+  // Of the same: a document has loaded that is no failure page.
+  virtual void drivingDocumentLoaded() = 0;
   // Of the page that drives the application: its process ends again and again, and is not started
   // any more; see Retries.
   virtual void gaveUp() = 0;

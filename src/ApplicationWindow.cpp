@@ -10,6 +10,7 @@
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
@@ -27,6 +28,7 @@ using Tessel::Platform::Graphics::Screen;
 using Tessel::Platform::Graphics::ScreenContext;
 using Tessel::Platform::Graphics::ScreenFilling;
 using Tessel::Platform::Graphics::ShownAs;
+using Tessel::Platform::Graphics::shownAsNames;
 using Tessel::Platform::Graphics::WindowSurface;
 using Tessel::Platform::Graphics::WindowType;
 
@@ -96,6 +98,15 @@ struct WindowFunctions {
     ApplicationWindow::instance().present();
   }
   static void flushContext() { ScreenContext::sharedContext().flush(false); }
+  static bool setState(const char* state) {
+    const auto found = std::find_if(shownAsNames.begin(), shownAsNames.end(),
+                                    [&](const char* name) { return std::strcmp(name, state) == 0; });
+    const auto wanted = static_cast<ShownAs>(found - shownAsNames.begin());
+    WindowSurface* const surface = ApplicationWindow::instance().surface();
+    if (found == shownAsNames.end() || wanted == ShownAs::Covered || !surface) return false;
+    surface->showAs(wanted);
+    return true;
+  }
   static void setSize(int width, int height, int rotation) {
     ApplicationWindow::instance().resize(width, height, rotation);
   }

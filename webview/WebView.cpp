@@ -231,6 +231,14 @@ bool WebView::isAliveSince(std::chrono::steady_clock::duration time) {
   return now - *lastAlive_ < time;
 }
 
+void WebView::drivingProcessEnded() {
+  WebViewManager::instance().chromeLost();
+}
+
+void WebView::drivingDocumentLoaded() {
+  WebViewManager::instance().destroyLeftWebViews();
+}
+
 void WebView::gaveUp() {
   logAlways(LogError, "The chrome's process ends again and again: the program ends.");
   Tessel::Platform::MainMessageClient::instance()->exit(chromeFailedStatus);

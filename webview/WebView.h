@@ -91,6 +91,8 @@ class WebView : public OrvWebView,
  private:
   void callNativeFunction(OrvWebJavaScriptCallbackEvent& call);
   void navigationRefused(const String& url) override;
+  void drivingProcessEnded() override;
+  void drivingDocumentLoaded() override;
   void gaveUp() override;
   void alive() override { lastAlive_ = std::chrono::steady_clock::now(); }
   void post(EventType event, const String& data) override;

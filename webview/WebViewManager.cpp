@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 using Tessel::Platform::concat;
 using Tessel::Platform::deleteGuardedObject;
@@ -27,6 +28,7 @@ using Tessel::Platform::GuardedPointer;
 using Tessel::Platform::GuardedPointerDeleter;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
+using Tessel::Platform::LogNotice;
 using Tessel::Platform::MainMessageClient;
 using Tessel::Platform::Message;
 using Tessel::Platform::MethodDelegate0;
@@ -65,6 +67,13 @@ void reportNoWindowGroup(unsigned int handle, const String& windowGroup) {
 struct WebViewFunctions {
   static unsigned int create(const char* windowGroup, int processGroup) {
     return WebViewManager::instance().createWebView(windowGroup, processGroup);
+  }
+  static String list() {
+    std::string text;
+    for (const auto handle : WebViewManager::instance().takeWebViews()) {
+      text += (text.empty() ? "" : ",") + std::to_string(handle);
+    }
+    return String("[" + text + "]");
   }
   static void destroy(unsigned int view) { WebViewManager::instance().destroyWebView(view); }
 };
@@ -201,6 +210,28 @@ void WebViewManager::destroyWebView(WebViewHandle handle) {
     MainMessageClient::instance()->dispatchMessage(
         executableMessage(MethodDelegate0<WebViewManager>(this, &WebViewManager::endLoopIfEmpty)));
   }
+}
+
+std::vector<WebViewManager::WebViewHandle> WebViewManager::takeWebViews() {
+  left_.clear();
+  std::vector<WebViewHandle> handles;
+  // Those that are about to be made as well.
+  for (const auto& [handle, isCreated] : created_) {
+    if (handle != rootHandle) handles.push_back(handle);
+  }
+  return handles;
+}
+
+void WebViewManager::chromeLost() {
+  for (const WebViewHandle handle : takeWebViews()) left_.insert(handle);
+}
+
+void WebViewManager::destroyLeftWebViews() {
+  const auto left = std::exchange(left_, {});
+  if (left.empty()) return;
+  logAlways(LogNotice, "The chrome was started again; web views of the former one that are deleted: %zu",
+            left.size());
+  for (const WebViewHandle handle : left) destroyWebView(handle);
 }
 
 bool WebViewManager::noWebViews() const {

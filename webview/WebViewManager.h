@@ -18,6 +18,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <vector>
 
 class WebInspectorClient;
 class IPCSenderWebView;
@@ -71,6 +72,13 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   // For other threads: pin it before use.
   Tessel::Platform::GuardedPointer<WebView> rootWebViewFromAnyThread() const;
 
+  // All but the root, in order. Whoever asks for them keeps those of a chrome that was lost.
+  std::vector<WebViewHandle> takeWebViews();
+  // The chrome's process has ended: nobody knows the web views that there are.
+  void chromeLost();
+  // The next chrome is there: destroys those of the former one that it has not asked for.
+  void destroyLeftWebViews();
+
   // Whether the web view has reported Created.
   bool isCreated(WebViewHandle handle) const;
   void markCreated(WebViewHandle handle);
@@ -111,6 +119,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   std::map<int, RemoteHost*> groups_;  // owned; live ones only
   RemoteHost::Factory makeRemoteHost_;
   std::map<const WebView*, WebViewHandle> handles_;
+  std::set<WebViewHandle> left_;  // by a chrome whose process has ended
   bool shuttingDown_ = false;  // until the loop ends
   std::set<WebViewHandle> closing_;
   std::function<void(const String&)> forward_;

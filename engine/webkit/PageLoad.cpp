@@ -253,7 +253,9 @@ void PageLoad::loadFinished() {
     showFailure(webkit_web_view_get_uri(view_),
                 concat("The answer was ", String::fromUnsignedInteger(status), "."));
   }
+  const bool isChrome = setup_.drivesApplication && !failureFollows_;
   page_.raise(OrvWebEvent::DocumentLoadFinished);
+  if (isChrome && page_.client()) page_.client()->drivingDocumentLoaded();
 }
 
 void PageLoad::committed() {
@@ -367,6 +369,7 @@ void PageLoad::processEnded(WebKitWebProcessTerminationReason reason) {
   const String message = concat("The process of this page ", why, ".");
   if (setup_.drivesApplication) {
     if (!retries_.processEnded(Retries::Clock::now())) return page_.client()->gaveUp();
+    page_.client()->drivingProcessEnded();
     const String home = loads_.home().isEmpty() ? String(uri) : loads_.home();
     unstartedLoad_ = [this, home, message] { showFailure(home, message); };
     return startLater();

@@ -3,16 +3,11 @@
 
 #include <glib.h>
 
-#include <array>
-
 namespace Tessel::Platform {
 
 using Graphics::ShownAs;
 
 namespace {
-
-constexpr std::array<const char*, 5> stateNames{"normal", "maximized", "fullscreen", "minimized",
-                                                "covered"};
 
 bool hides(ShownAs shownAs) {
   return shownAs == ShownAs::Minimized || shownAs == ShownAs::Covered;
@@ -40,7 +35,7 @@ void WindowService::shownAsChanged(ShownAs shownAs) {
   if (shownAs == shownAs_) return;
   const bool wasHidden = hides(shownAs_);
   shownAs_ = shownAs;
-  handler_.onWindowState(stateNames.at(static_cast<std::size_t>(shownAs)));
+  handler_.onWindowState(Graphics::shownAsNames.at(static_cast<std::size_t>(shownAs)));
   if (wasHidden == hides(shownAs)) return;
   wasHidden ? handler_.onWindowCoverExit() : handler_.onWindowCoverEnter();
 }

@@ -6,6 +6,7 @@
 #include "platform/base/String.h"
 #include "platform/graphics/FrameClock.h"
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -16,6 +17,9 @@ class Window;
 
 // How the desktop shows a top-level window.
 enum class ShownAs : int { Normal, Maximized, Fullscreen, Minimized, Covered };
+// What the chrome calls them, by number.
+inline constexpr std::array<const char*, 5> shownAsNames{"normal", "maximized", "fullscreen",
+                                                         "minimized", "covered"};
 
 // Whether a top-level window covers its screen and follows it: only where no window manager would
 // place it, or always, without a border.

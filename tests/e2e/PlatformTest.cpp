@@ -128,6 +128,8 @@ TEST_F(PlatformTest, ObjectsAreSharedWithWhoeverEditsTheirFiles) {
     return program.waitForLine(R"(pps.onEvent [2,"NewData","{\"status\":{)" + value + R"(}}"])");
   };
   ASSERT_TRUE(hears(R"(\"level\":3,\"on\":true)")) << program.errors();
+  // Else its answer to that could take the place of what is written next before it was read.
+  ASSERT_TRUE(program.waitForLine(R"(pps.write returns "true")")) << program.errors();
   EXPECT_EQ(temporary_.read(file), "@status\nlevel:n:3\non:b:true\n");
   temporary_.write("edited", "level:n:2\nname::outside\n");
   std::filesystem::rename(folder_ / "edited", folder_ / file);

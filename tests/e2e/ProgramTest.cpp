@@ -347,6 +347,7 @@ TEST_F(ProgramTest, AChromeWhoseProcessDiesIsStartedAgain) {
   EXPECT_TRUE(program.waitForError("The web process of local:///idle.html crashed"))
       << program.errors();
   EXPECT_TRUE(program.waitForLine("idle")) << "native functions included: " << program.errors();
+  EXPECT_TRUE(program.waitForError("of the former one that are deleted: 1")) << program.errors();
   ASSERT_TRUE(requestClose("pagehost"));
   EXPECT_EQ(program.status(), 0);
 }

@@ -48,6 +48,11 @@ TEST_F(ApplicationWindowTest, SetSizeResizesAndTurnsAndStoresTheSizeSidewaysWhen
     callNative({"applicationWindow.setSize", "32767", "32767", "0"});
     EXPECT_EQ(surface().state.rect, (IntRect{0, 0, 16384, 4096}));
 
+    for (const auto& [word, accepted] : {std::pair("maximized", "1"), {"covered", "0"}, {"", "0"}}) {
+      EXPECT_EQ(callNative({"applicationWindow.setState", word}), accepted) << word;
+      EXPECT_EQ(surface().shownAs, Tessel::Platform::Graphics::ShownAs::Maximized);
+    }
+
     // What has no area is flushed instead.
     const std::size_t posts = surface().posts.size();
     const int flushed = flushes();
