@@ -967,6 +967,8 @@ export interface NativeFunctions {
   'webview.create'(windowGroup: string, process?: string): NumberText;
   /** Real, views. Frees a web view and its window. With the last one of the application the program ends. A handle that names none is ignored. */
   'webview.delete'(view: Numeric): '';
+  /** Real, views. The handles of all web views but the chrome's, as a JSON list, in order. After the chrome's process has ended they are those that its former document has made: a chrome that asks for them keeps them, and when its document has loaded without asking they are deleted. */
+  'webview.list'(): string;
   /** Real, views. Says what origins may call in a web view with native functions: a JSON object of lists by origin, "self" for the one that the chrome loads there. In the lists are names, groups, prefixes such as pps.* or *. Without self that one may call everything, all others nothing. It counts from the next document on that is of another origin, and for every call at once; the result is 0, with an error, and nothing changes when the text is wrong. */
   'webview.setCapabilities'(view: Numeric, capabilities: string): BooleanText;
   /** Real, inspector. Starts the web inspector's server, or stops it for anything but true; the first argument does not count. See webInspector.setEnabled. */
@@ -989,6 +991,8 @@ export interface NativeFunctions {
   'applicationWindow.flushContext'(): '';
   /** Real, desktop. Resizes the application window, in pixels, and says how it is turned, in degrees. */
   'applicationWindow.setSize'(width: Numeric, height: Numeric, rotation: Numeric): '';
+  /** Real, desktop. Shows the application window as normal, maximized, fullscreen or minimized; application.onWindowState tells when it is. Without a window manager maximized and fullscreen are the size of the screen, and minimized does nothing; a program that was started with --kiosk stays in full screen. The result is 0 for another word. */
+  'applicationWindow.setState'(state: string): BooleanText;
   /** Real, desktop. Shows or hides the application window. */
   'applicationWindow.setVisible'(visible: Flag): '';
   /** Real, objects. Opens an object, which is a file below TESSEL_PPS_ROOT, under a number that the chrome chooses. Mode 0 has every NewData bring all attributes, 1 those that are different, null for one that is gone. The flags are the sum of 0 to read, 1 to write or 2 for both, 64 to make it if need be, with its folders, 128 if it must be new, and 512 to empty it. The permissions are those of a new file; 0 means 384, the user alone. The result is {"result":true,"data":{NAME:{ATTRIBUTES}}}, or {"result":false} when the number is in use or the object could not be opened; the log tells why. What happens to it is told by chrome.internal.pps.onEvent(id, event, text). */
