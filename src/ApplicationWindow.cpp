@@ -46,8 +46,7 @@ int rotationNamed(const char* name) {
   return 0;
 }
 
-// A side of the window: 0 when it is not given, nothing for what is no number of pixels that a
-// display can have.
+// A dimension of the window in pixels: 0 if not given, empty if malformed or out of range.
 std::optional<int> sideFrom(const char* text) {
   if (!text) return 0;
   int side = 0;
@@ -57,7 +56,7 @@ std::optional<int> sideFrom(const char* text) {
   return isNumber && side <= longestSide ? std::optional(side) : std::nullopt;
 }
 
-// How the launch wants the window to be shown.
+// Applies the display state that the environment requests.
 void show(WindowSurface& surface) {
   if (isSwitchedOn(kioskVariable)) {
     surface.fillScreen(ScreenFilling::InAnyCase);
@@ -68,7 +67,7 @@ void show(WindowSurface& surface) {
   }
 }
 
-// What the launch asked for, before there is a window.
+// The requested size; used before the window exists.
 IntSize launchedSize() {
   int rotation = 0;
   if (const char* name = std::getenv("ROTATION")) {

@@ -1,4 +1,5 @@
-// The configuration files, read by GLib, which knows no lines: those are looked up again.
+// Parses the configuration files with GLib. GLib does not report line numbers, so they are searched
+// for afterwards.
 #include "src/Configuration.h"
 
 #include <glib.h>
@@ -19,7 +20,7 @@ std::string_view trimmed(std::string_view text) {
   return first == text.npos ? "" : text.substr(first, text.find_last_not_of(blanks) + 1 - first);
 }
 
-// The number of the last line that is like that, from 1; 0 for none.
+// The number of the last matching line, counted from 1; 0 if there is none.
 int lineOf(std::string_view text, const std::function<bool(std::string_view)>& isWanted) {
   int found = 0;
   for (int line = 1; !text.empty(); ++line) {
