@@ -81,7 +81,7 @@ IntSize launchedSize() {
   const IntSize size{width.value_or(0), height.value_or(0)};
   if (!width || !height || displayable(size) != size) {
     logAlways(LogError,
-              "WIDTH=%.20s and HEIGHT=%.20s are no size of a window; it gets the usual one.",
+              "WIDTH=%.20s and HEIGHT=%.20s are not a valid window size; using the default.",
               widthText ? widthText : "", heightText ? heightText : "");
   } else if (size.width != 0 && size.height != 0) {
     ApplicationWindow::setApplicationSize(size.width, size.height, rotation);

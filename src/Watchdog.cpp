@@ -46,7 +46,6 @@ void Watchdog::tick() {
     sd_notify(0, "WATCHDOG=1");
   } else {
     Tessel::Platform::logAlways(Tessel::Platform::LogError,
-                                "The chrome does not answer: the service manager is not told that "
-                                "the program is well.");
+                                "The chrome does not answer: no watchdog notification is sent.");
   }
 }

@@ -232,7 +232,7 @@ bool WebView::isAliveSince(std::chrono::steady_clock::duration time) {
 }
 
 void WebView::gaveUp() {
-  logAlways(LogError, "The chrome's process ends again and again: the program ends.");
+  logAlways(LogError, "The chrome's process has ended too often: the program ends.");
   Tessel::Platform::MainMessageClient::instance()->exit(chromeFailedStatus);
 }
 

@@ -88,7 +88,7 @@ WebViewManager::~WebViewManager() = default;
 WebViewManager::WebViewHandle WebViewManager::createWebView(const std::string& windowGroup,
                                                             int processGroup) {
   if (shuttingDown_) {
-    informChromeOfError("No web view is created: the application ends.");
+    informChromeOfError("No web view is created: the application is shutting down.");
     return 0;
   }
   const WebViewHandle handle = ++lastHandle_;
@@ -123,7 +123,7 @@ bool WebViewManager::createRemoteWebView(WebViewHandle handle, const std::string
   const auto known = groups_.find(id);
   const bool isNew = known == groups_.end();
   if (isNew && !makeRemoteHost_) {
-    informChromeOfError("Web views in other processes cannot be had in this one.");
+    informChromeOfError("This process cannot create web views in other processes.");
     return false;
   }
   auto* const host = isNew ? makeRemoteHost_(static_cast<unsigned int>(id)) : known->second;

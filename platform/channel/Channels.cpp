@@ -248,7 +248,7 @@ void Acceptor::pauseAccepting() {
   const int error = errno;
   const auto now = Clock::now();
   if (now - pausedUntil_ > identificationTimeout) {
-    logAlways(LogError, "Connections wait: %s", std::strerror(error));
+    logAlways(LogError, "Cannot accept connections at present: %s", std::strerror(error));
   }
   pausedUntil_ = now + acceptPause;
 }
@@ -279,7 +279,7 @@ void Acceptor::makeRoomFor(const Unidentified& connection) {
     worstCounts = counts;
   }
   if (!std::exchange(hasComplained_, true)) {
-    logAlways(LogError, "Too many connections are silent: those of process %d are closed first.",
+    logAlways(LogError, "Too many unidentified connections: those of process %d are closed first.",
               static_cast<int>(worst->pid));
   }
   unidentified_.erase(worst);

@@ -179,11 +179,11 @@ void Connection::reportUnsent(SendOutcome outcome, const Message& message, Blobs
   if (outcome == SendOutcome::TooLarge) {
     std::size_t size = 0;
     for (const Blob& blob : blobs) size += blob.length;
-    reportError(concat("What is too large for another process is not sent: ", message.description(),
-                       ", ", String::fromUnsignedInteger(size), " bytes."));
+    reportError(concat("A message is too large for another process and is not sent: ",
+                       message.description(), ", ", String::fromUnsignedInteger(size), " bytes."));
   } else if (outcome == SendOutcome::Full) {
     reportError(concat("Process ", process, " does not read: ", message.description(),
-                       " is not sent, and others are not until it does."));
+                       " is not sent, nor are further messages until it does."));
   }
 }
 
@@ -209,7 +209,7 @@ void Connection::call(Message& message) {
         unresponsive_ = true;
         reportError(concat("Process ", String::fromSignedInteger(peer_),
                            " is stopped or traced and does not answer: ", message.description(),
-                           " gets the default answer. It is let live."));
+                           " gets the default answer. It is not killed."));
       } else if (silenceLimit_) {
         logAlways(LogError, "Process %d has not answered for %lld ms and is killed.",
                   static_cast<int>(peer_), static_cast<long long>(limit.count()));

@@ -139,9 +139,10 @@ void IncomingConnection::reply(int type, std::uint64_t id, std::string_view byte
   blobs.add(bytes.data(), bytes.size());
   SendOutcome outcome = ended_ ? SendOutcome::Broken : socket_.send(blobs, true);
   if (outcome == SendOutcome::TooLarge) {
-    reportError(concat("The reply to a message of type ", String::fromSignedInteger(type),
-                       " is too large for another process: ",
-                       String::fromUnsignedInteger(bytes.size()), " bytes. It is left out."));
+    reportError(
+        concat("The reply to a message of type ", String::fromSignedInteger(type),
+               " is too large for another process: ", String::fromUnsignedInteger(bytes.size()),
+               " bytes. An empty reply is sent."));
     blobs.clear();
     blobs.add(&header, sizeof header);
     blobs.add(nullptr, 0);

@@ -201,7 +201,7 @@ void Dispatch::disconnectOldest() {
       clients_.begin(), clients_.end(),
       [](const auto& a, const auto& b) { return a.second.lastUse < b.second.lastUse; });
   if (oldest == clients_.end()) return;
-  logAlways(LogNotice, "Too many clients of %s: process %d, silent longest, is disconnected",
+  logAlways(LogNotice, "Too many clients of %s: process %d, idle longest, is disconnected",
             listener_.path().c_str(), oldest->second.open.client.pid);
   disconnect(oldest);
 }

@@ -251,7 +251,7 @@ TEST(ConnectionsTest, WhoIsNotRegisteredOrSendsNoMessageIsCutOff) {
     std::string lines;
     ASSERT_TRUE(iterateUntil([&] {
       lines += log.read();
-      return lines.find("nobody is expecting it") != std::string::npos &&
+      return lines.find("not an expected handshake") != std::string::npos &&
              lines.find("malformed message") != std::string::npos;
     })) << lines;
     EXPECT_TRUE(vandal.hear());

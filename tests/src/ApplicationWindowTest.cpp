@@ -65,7 +65,7 @@ TEST_F(ApplicationWindowTest, SizesThatAreNoneAreToldOfAndTheUsualOneIsTaken) {
       ::setenv("WIDTH", width, 1);
       ::setenv("HEIGHT", height, 1);
       const IntRect rect = (ApplicationWindow::instance(), surface().state.rect);
-      const bool isTold = log.read().find("are no size of a window") != std::string::npos;
+      const bool isTold = log.read().find("are not a valid window size") != std::string::npos;
       const bool isUsual = IntSize{rect.width, rect.height} == usual;
       const bool isAsked = rect.width == std::atoi(width) && rect.height == std::atoi(height);
       EXPECT_TRUE(isTold ? isUsual : isAsked) << width << " " << height << " " << rect.width;

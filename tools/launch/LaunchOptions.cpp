@@ -185,8 +185,8 @@ const ProgramText& launchText() {
        {"exit status",
         "",
         {{"0", "The application was started."},
-         {"1", "The process could not be had."},
-         {"2", "The call makes no sense."},
+         {"1", "The process could not be started."},
+         {"2", "The command line is invalid."},
          {"with --wait",
           "That of the process, 128 and the number of the signal that ended it, or 1 when the "
           "server does not know it."}}},

@@ -135,7 +135,7 @@ void RemoteWindows::Connected::remove(Mirror& mirror) {
 
 void RemoteWindows::Connected::closed(const char* why) {
   if (why) {
-    logAlways(LogError, "The windows of process group %u are taken away: %s", groupId_, why);
+    logAlways(LogError, "The windows of process group %u are removed: %s", groupId_, why);
   }
   removeAll();
 }

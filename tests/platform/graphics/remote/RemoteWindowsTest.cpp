@@ -166,7 +166,7 @@ TEST_F(RemoteWindowsTest, AnythingThatIsWrongTakesTheWindowsAway) {
     EXPECT_FALSE(remote_->isConnected());
     EXPECT_FALSE(Window::fromPlatformHandle(handle));
     const std::string line = log.read();
-    EXPECT_NE(line.find("The windows of process group 3 are taken away: "), std::string::npos);
+    EXPECT_NE(line.find("The windows of process group 3 are removed: "), std::string::npos);
     EXPECT_EQ(line.find('\n'), line.size() - 1) << line;
   }
   // What is right is right.
