@@ -1,4 +1,4 @@
-// The application window. It is made once per process, so every test has a process of its own.
+// The application window. It is created once per process, so every test runs in a separate process.
 #include "platform/os/Settings.h"
 #include "src/ApplicationWindow.h"
 #include "tests/support/ChromeFixture.h"
@@ -39,16 +39,16 @@ TEST_F(ApplicationWindowTest, SetSizeResizesAndTurnsAndStoresTheSizeSidewaysWhen
     EXPECT_EQ(setSize("90"), (IntSize{600, 800}));
     EXPECT_EQ(setSize("-90"), (IntSize{600, 800}));
 
-    // The user has resized it meanwhile.
+    // Simulates a resize by the user.
     ApplicationWindow::instance().windowPlaced({0, 0, 900, 700}, false);
     surface().state = ApplicationWindow::instance().state();
     EXPECT_EQ(setSize("0"), (IntSize{800, 600}));
 
-    // No display holds that, and no memory.
+    // Too large for any display or memory.
     callNative({"applicationWindow.setSize", "32767", "32767", "0"});
     EXPECT_EQ(surface().state.rect, (IntRect{0, 0, 16384, 4096}));
 
-    // What has no area is flushed instead.
+    // An empty size flushes instead.
     const std::size_t posts = surface().posts.size();
     const int flushed = flushes();
     callNative({"applicationWindow.setSize", "0", "600", "0"});
