@@ -61,7 +61,7 @@ test('pages go back, are loaded again and stopped', async () => {
   get(view, 'clearBackForwardList', true);
   await becomes(view, 'historyLength', 1);
   get(view, 'setEnableNetworkResourceRequestedEvents', true);
-  // Nobody ever answers the stream.
+  // The stream is never answered.
   answers.set('NetworkResourceRequested', { setAction: 'SUBSTITUTE' });
   events.length = 0;
   get(view, 'loadURL', `${server}never`);
