@@ -1,6 +1,6 @@
-// How many pictures a second a window shows while a hundred windows in it are animated at once,
-// beside the rate of the same window with a page that only counts its frames. Needs a display;
-// takes the seconds of each run as argument.
+// Measures the frame rate of a window while a hundred child windows are animated at once, compared
+// with the same window showing a page that only counts its frames. Needs a display; the argument is
+// the duration of each run in seconds.
 #include "platform/graphics/Window.h"
 #include "platform/graphics/WindowAnimation.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
@@ -24,7 +24,7 @@ constexpr IntRect place{0, 0, 800, 600};
 constexpr int columns = 10;
 constexpr int rows = 10;
 
-// Counts its frames, and tells the number as its title when it is asked.
+// A page that counts its frames and sets the count as its title on request.
 constexpr const char* page =
     "<body style='margin:0;background:#dde'><script>let n=0;(function f(){n++;"
     "requestAnimationFrame(f)})();addEventListener('message',()=>document.title=n)</script>";
@@ -45,7 +45,7 @@ void runFor(double seconds) {
   g_main_loop_unref(loop);
 }
 
-// Windows that go to and fro, and fade half away, until they are destroyed.
+// Windows that move back and forth and fade to half opacity until they are destroyed.
 class Crowd {
  public:
   explicit Crowd(int count) {
@@ -57,7 +57,7 @@ class Crowd {
       clearBuffer(*member.window, {static_cast<std::uint8_t>(i * 2), 90, 160, 255});
       member.window->post({0, 0, 40, 30});
       member.near = {x, y};
-      // Far enough to be elsewhere in every frame: what does not change is not painted.
+      // Far enough to move in every frame: an unchanged window is not painted.
       member.far = {x + 70, y + 28};
     }
     for (Member& member : members_) {
@@ -122,7 +122,7 @@ Rate measure(WebKitWebView* view, double seconds) {
   runFor(seconds);
   const double passed = static_cast<double>(g_get_monotonic_time() - begin) / 1e6;
   const double painted = (pictures - paintedBefore) / passed;
-  // Asking takes its time, too, and the page counts on.
+  // The page keeps counting during the query, whose time is therefore included.
   const double after = framesOf(view);
   const double longer = static_cast<double>(g_get_monotonic_time() - begin) / 1e6;
   return {(after - before) / longer, painted};

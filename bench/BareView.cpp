@@ -1,6 +1,6 @@
-// The least program that shows one page with this engine: the floor for a web view in a process of
-// its own. Prints "shown" when the page is loaded, and stays. With an address and a number it loads
-// that so often instead, prints "loaded MILLISECONDS" each time, and ends.
+// The minimal program that shows one page with this engine: the floor for a web view in a process
+// of its own. Prints "shown" when the page is loaded and keeps running. With an address and a
+// number, loads the address that many times, prints "loaded MILLISECONDS" each time, and exits.
 #include <webkit2/webkit2.h>
 
 #include <chrono>

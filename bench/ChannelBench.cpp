@@ -1,6 +1,6 @@
-// What another process costs: calls of a web view that lives in a child, what the child posts, and
-// the launch of a child, each beside its floor in the same run, round about, so that whatever else
-// the machine does meets both.
+// The cost of a child process: calls of a web view in a child, messages posted by the child, and
+// the launch of a child. Each is measured alternately with its floor in the same run, so that other
+// load affects both equally.
 //
 // The child is a real one, from the launcher, with a page that has no engine behind it.
 #include "bench/ChannelFloors.h"
@@ -46,7 +46,7 @@ constexpr unsigned int handle = 12;
 constexpr unsigned int servingGroup = 1;  // others only make themselves known
 constexpr const char* windowGroup = "bench";
 
-// What crosses: the datagram's header, a length for each blob, and the blobs.
+// The bytes of a message: the datagram's header, a length for each blob, and the blobs.
 constexpr std::size_t datagram(std::size_t blobs, std::size_t bytes) {
   return 16 + blobs * 4 + bytes;
 }
@@ -114,7 +114,7 @@ int childMain(unsigned int groupId, int parentPid, int mainChannelId, int webEng
     status = client.run();
     client.removeMessageHandler(&receiver);
   }
-  // Without the line that a child's end is worth in the log.
+  // Suppresses the log line about the child's end.
   ::_exit(status);
 }
 
@@ -139,10 +139,10 @@ double part(std::vector<double> values, double portion) {
   return *at;
 }
 
-// Only what is called like this is measured; everything when it is empty.
+// Only figures of this name are measured; all if it is empty.
 std::string wanted;
 
-// What a call is compared with beside its floor.
+// A further comparison of a call, in addition to its floor.
 struct Comparisons {
   std::function<double()> polling;  // the floor, with a poll before each receive
   std::function<double()> bus;
@@ -231,14 +231,14 @@ void measureCalls(const IPCSenderGroup& group, const IPCSenderWebView& view, int
 void measurePosts(const IPCSenderGroup& group, int processor) {
   MainMessageClient& client = *MainMessageClient::instance();
   PostCounter counter;
-  // Alone: what is measured is the way to the handlers.
+  // Without other handlers: measures the dispatch only.
   client.removeMessageHandler(&IPCSenderHandler::instance());
   client.installMessageHandler(&counter);
   bench::pin(group.childPid(), processor);
   bench::PacketStream stream(processor);
   const std::string place = processor == here ? "one CPU" : "two CPUs";
   for (const std::size_t length : {std::size_t(0), std::size_t(4096)}) {
-    // As many as the kernel takes before anybody reads.
+    // As many as the kernel buffers without a reader.
     const int together = length == 0 ? 100 : 16;
     const auto posts = [&] {
       counter.count = 0;
@@ -255,7 +255,7 @@ void measurePosts(const IPCSenderGroup& group, int processor) {
   client.installMessageHandler(&IPCSenderHandler::instance());
 }
 
-// Until the child before has gone altogether.
+// Waits until the previous child has ended completely.
 void settle() {
   ::usleep(20'000);
   while (g_main_context_iteration(nullptr, FALSE)) {

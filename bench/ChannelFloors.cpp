@@ -109,7 +109,7 @@ BareLauncher::BareLauncher(std::size_t packetSize) : packetSize_(packetSize) {
       const int socket = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
       const bool isSent = ::connect(socket, name, sizeof address) == 0 &&
                           ::send(socket, packet.data(), packetSize, MSG_NOSIGNAL) > 0;
-      // It stays as long as the other does, as a child would.
+      // Runs as long as its parent, as a child process would.
       char byte = 0;
       static_cast<void>(::recv(socket, &byte, 1, 0));
       ::_exit(isSent ? 0 : 1);

@@ -1,5 +1,5 @@
-// The floors of the channels between processes: what a stream of packets, a forked process that
-// makes itself known, and a call over another message bus cost with nothing around them.
+// The floors of the channels between processes: the bare cost of a stream of packets, of a forked
+// process that connects, and of a call over another message bus.
 #pragma once
 
 #include "platform/base/UniqueFd.h"
@@ -13,7 +13,7 @@ struct sd_bus;
 
 namespace bench {
 
-// A process that sends packets when it is told to; they are read with blocking calls.
+// A process that sends packets on request; they are read with blocking calls.
 class PacketStream {
  public:
   explicit PacketStream(int processor);
@@ -21,7 +21,7 @@ class PacketStream {
   PacketStream(const PacketStream&) = delete;
   PacketStream& operator=(const PacketStream&) = delete;
 
-  // Has so many packets of that size sent, and reads them.
+  // Requests that many packets of that size, and reads them.
   void receive(int count, std::size_t size);
 
  private:
@@ -29,7 +29,7 @@ class PacketStream {
   pid_t peer_ = -1;
 };
 
-// A process that forks one that connects and sends a packet. Made before any thread.
+// A process that forks another one, which connects and sends a packet. Create it before any thread.
 class BareLauncher {
  public:
   explicit BareLauncher(std::size_t packetSize);
@@ -38,7 +38,7 @@ class BareLauncher {
   BareLauncher& operator=(const BareLauncher&) = delete;
 
   pid_t pid() const { return launcher_; }
-  // Until the packet has come.
+  // Forks, and waits for the packet.
   void launch();
 
  private:
@@ -49,7 +49,7 @@ class BareLauncher {
   pid_t launcher_ = -1;
 };
 
-// Two processes that talk over an sd-bus of their own, without a broker.
+// Two processes connected directly by sd-bus, without a broker.
 class BusPair {
  public:
   // The other process runs on that processor and answers with a text of that length.
@@ -58,7 +58,7 @@ class BusPair {
   BusPair(const BusPair&) = delete;
   BusPair& operator=(const BusPair&) = delete;
 
-  // A number there, a text back.
+  // One round trip: a number is sent, a text returned.
   void roundTrip();
 
  private:

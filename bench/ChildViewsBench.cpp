@@ -1,5 +1,5 @@
-// What a web view in a child process costs: the time until its page is loaded, and the memory of
-// its processes, beside a program that does nothing but show one page. Needs a display.
+// The cost of a web view in a child process: the time until its page is loaded and the memory of
+// its processes, compared with a program that only shows one page. Needs a display.
 #include "bench/Memory.h"
 #include "tests/support/Processes.h"
 #include "tests/support/Program.h"
@@ -30,8 +30,8 @@ struct Cost {
   double megabytes = 0;
 };
 
-// A bare program, from exec on. It stays beside what follows, so that pages of libraries are shared
-// with it as they are with the program's own processes.
+// A bare program, measured from exec. It keeps running during the following measurements, so that
+// library pages are shared with it as they are with the program's own processes.
 Cost bareProgram(pid_t& pid) {
   int output[2];
   if (::pipe2(output, O_CLOEXEC) != 0) std::abort();
@@ -71,7 +71,7 @@ int main() {
     Cost cost{std::atof(line->c_str() + 8), 0};
     for (const pid_t launcher : childrenOf(program.pid())) {
       if (nameOf(launcher) != "webkit-child-launcher") continue;
-      // The newest one.
+      // The most recent one.
       pid_t newest = 0;
       for (const pid_t child : childrenOf(launcher)) newest = std::max(newest, child);
       cost.megabytes = memoryOf(treeOf(newest));

@@ -1,6 +1,6 @@
-// The hot paths inside the program, beside their floors: finding and running a native function
-// beside a bare look-up in the same kind of map, and writing an event's body beside a bare JSON
-// writer with the same keys.
+// The hot paths inside the program, compared with their floors: finding and running a native
+// function with a bare look-up in the same kind of map, and writing an event's body with a bare
+// JSON writer for the same keys.
 #include "engine/OrvWebEvents.h"
 #include "registry/BindingManager.h"
 #include "webview/WebViewManager.h"
@@ -63,7 +63,7 @@ void bareWriter(benchmark::State& state) {
     writer.Key("type", 4);
     writer.String("DocumentLoaded", 14);
     writer.EndObject();
-    // A body is a text of its own.
+    // A body is a separate string.
     benchmark::DoNotOptimize(String(std::string_view(buffer.GetString(), buffer.GetSize())));
   }
 }

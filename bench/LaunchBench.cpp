@@ -1,6 +1,6 @@
-// What the launcher server saves: from the request to a loaded chrome, beside a cold start of the
-// same program and beside a small browser of the same engine; and the memory of ten applications.
-// As root, with a display.
+// The gain by the launcher server: the time from the request to a loaded chrome, compared with a
+// cold start of the same program and a small browser with the same engine; and the memory of ten
+// applications. Needs root and a display.
 #include "bench/Memory.h"
 #include "platform/base/UniqueFd.h"
 #include "platform/os/DeviceClient.h"
@@ -56,7 +56,7 @@ double median(std::vector<double> values) {
   return values[values.size() / 2];
 }
 
-// Serves one page, which says that it is loaded by asking for another one.
+// Serves one page, which reports that it is loaded by requesting another one.
 class PageServer {
  public:
   PageServer() : listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -73,7 +73,7 @@ class PageServer {
   }
   const std::string& url() const { return url_; }
 
-  // Serves until that many pages have said that they are loaded.
+  // Serves until that many pages have reported that they are loaded.
   void waitForLoads(int count) {
     while (count > 0) {
       pollfd ready{listener_.get(), POLLIN, 0};
@@ -168,7 +168,7 @@ class Launcher {
   UniqueFd device_;
 };
 
-// A server that has nothing: each request is a fork, and the answer its process id.
+// A minimal server: each request is a fork, and the answer the process id.
 class BareForker {
  public:
   BareForker() {
@@ -251,7 +251,7 @@ void line(const char* what, double figure, const char* unit, double floor, const
 
 int main() {
   if (::geteuid() != 0) fail("The launcher server starts as root: so does its benchmark.");
-  // The server tells its first requester when children end.
+  // The server sends its first requester a signal when children end.
   std::signal(childEndedSignal, SIG_IGN);
   std::string pattern = (std::filesystem::temp_directory_path() / "launch-bench-XXXXXX").string();
   const std::filesystem::path folder = ::mkdtemp(pattern.data());
@@ -294,7 +294,7 @@ int main() {
     for (std::size_t i = 0; i < starters.size(); ++i) {
       if (!starters[i]) continue;
       const double time = loadTime(pages, *starters[i]);
-      // The first of each fills caches.
+      // The first run of each warms up caches.
       if (round > 0) times[i].push_back(time);
     }
   }

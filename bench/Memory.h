@@ -7,13 +7,13 @@
 
 namespace bench {
 
-// What the processes have in memory, shared pages by their share: megabytes.
+// The memory of the processes (PSS) in megabytes.
 double memoryOf(const std::vector<pid_t>& pids);
 
-// The process and its descendants of every generation.
+// The process and all its descendants.
 std::vector<pid_t> treeOf(pid_t pid);
 
-// Pages settle for a while after they are loaded: waits for that.
+// Waits until the memory of loaded pages is stable.
 void settle();
 
 }  // namespace bench

@@ -1,6 +1,6 @@
-// What a command costs on its way to another process, beside its floor: into blobs and back to
-// a message, beside a copy of the same blobs into fresh memory; and its arguments from text, beside
-// the bare conversions.
+// The cost of serialising a command for another process, compared with its floor: into blobs and
+// back to a message, compared with a copy of the same blobs into fresh memory; and the parsing of
+// its arguments, compared with the bare conversions.
 #include "webview/commands/CommandMessages.h"
 
 #include <benchmark/benchmark.h>
@@ -59,7 +59,7 @@ void findStringThereAndBack(benchmark::State& state) {
   cross(state, findString());
 }
 
-// setZOrder: the text that the chrome gave, as the field that is sent.
+// setZOrder: parses the chrome's text into the field that is sent.
 void bareInteger(benchmark::State& state) {
   const char* text = "-12345";
   for (auto _ : state) {
@@ -77,7 +77,7 @@ void integerArgument(benchmark::State& state) {
   }
 }
 
-// setViewport: JSON that is checked, as JSON that is sent.
+// setViewport: parses the JSON and writes it again for sending.
 constexpr const char* rectangleText = R"({"x":10,"y":20,"width":800,"height":600})";
 void bareRectangle(benchmark::State& state) {
   rapidjson::StringBuffer buffer;

@@ -1,9 +1,9 @@
-// From the write of a shared object to the chrome's hearing of it, beside its floor in the same
-// run, turn by turn: a file that is replaced in the same way, a process that inotify wakes and that
-// reads the file, and a byte of it back.
+// The time from the write of a shared object to the chrome's event, measured alternately with its
+// floor in the same run: a file replaced in the same way, a process that is woken by inotify, reads
+// the file, and sends one byte back.
 //
-// The files are in memory. Between two turns is a pause longer than that between two looks at a
-// file. Needs a display.
+// The files are in memory. The pause between rounds is longer than the minimum interval between two
+// reads of a file. Needs a display.
 #include "bench/PingPong.h"
 #include "bindings/PPSBinding.h"
 #include "platform/base/UniqueFd.h"
@@ -63,7 +63,7 @@ constexpr const char* page = R"(<!doctype html><title>bench</title><script>
 
 int seen = 0;
 
-// One way there, one back, without anything of ours.
+// One round trip without any of our code.
 class Floor {
  public:
   explicit Floor(const std::filesystem::path& folder) {
@@ -154,7 +154,7 @@ void untilSeen(int expected) {
   }
 }
 
-// An object that this process both writes and listens to, without a chrome.
+// An object that this process both writes and watches, without a chrome.
 class Listener {
  public:
   Listener() : object_("alone", PPSObject::Full, Tessel::Platform::webKitThreadMessageClient()) {
@@ -228,7 +228,7 @@ void measure(const Floor& floor) {
 }  // namespace
 
 int main() {
-  // In memory where that can be: what a disk makes of a renamed file is another matter.
+  // In memory if possible, so that the cost of renames on a disk is not measured.
   std::error_code none;
   const auto place = std::filesystem::is_directory("/dev/shm", none)
                          ? std::filesystem::path("/dev/shm")

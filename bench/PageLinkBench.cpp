@@ -1,6 +1,6 @@
-// Calls between the program and a page, and events to a chrome, across two processors, beside their
-// floors: the bare ping-pong of the same sizes, and what the engine itself offers for the same
-// purpose.
+// Calls between the program and a page, and events to a chrome, across two processors, compared
+// with their floors: a bare ping-pong of the same sizes, and the engine's own mechanism for the
+// same purpose.
 //
 // Run it with a display. It prints one line per figure with the ratio to each floor.
 #include "bench/PingPong.h"
@@ -63,7 +63,7 @@ constexpr const char* page = R"(<!doctype html><title>bench</title><script>
   }}};
 </script>)";
 
-// The engine's own way: a script message that is answered.
+// The engine's own mechanism: a script message with a reply.
 constexpr const char* handlerPage = R"(<!doctype html><title>ready</title><script>
   window.messageRound = async (count, text) => {
     const begin = performance.now();
@@ -96,7 +96,7 @@ double engineMessageRound(const std::string& text) {
   RealEngine::runUntil([&] { return title() == "ready"; });
   std::vector<double> times;
   for (int i = 0; i <= rounds; ++i) {
-    // Reset between rounds, so that the same time twice is seen as two.
+    // Reset between rounds, so that two equal times are counted as two.
     const std::string script = "document.title = 'running'; messageRound(" +
                                std::to_string(callsPerRound / 4) + ", '" + text + "'); 0";
     webkit_web_view_evaluate_javascript(webView, script.c_str(), -1, nullptr, nullptr, nullptr,
@@ -132,7 +132,7 @@ void mustHold(bool holds, const char* what) {
   std::exit(1);
 }
 
-// From the event to the setters that the chrome's answer has called.
+// The time from the event to the setters called with the chrome's answer.
 double sentEvent(test_support::ScriptedView& view, const std::string& url) {
   PageAsChrome sink(view);
   return median([&] {
@@ -145,8 +145,8 @@ double sentEvent(test_support::ScriptedView& view, const std::string& url) {
   });
 }
 
-// From the event until the chrome has seen it; they are posted by hundreds, and the last one of
-// each hundred is waited for.
+// The time from an event until the chrome has received it. Events are posted in batches of a
+// hundred, and the last one of each batch is waited for.
 double postedEvent(test_support::ScriptedView& view, const std::string& url) {
   constexpr int together = 100;
   PageAsChrome sink(view);
@@ -194,7 +194,7 @@ int main() {
   pinEngine(1);
   for (const std::size_t size : {std::size_t(16), std::size_t(10000)}) {
     const std::string text(size, 'x');
-    // What crosses: a frame with the name and the text, and one with the answer.
+    // Per round trip: a frame with the name and the text, and one with the answer.
     const std::string packet(sizeof(link_protocol::FrameHeader) + 4 + 2 * 5 + 4 + size, 'p');
     const double floor = median([&] {
       bench::PingPong pingPong(sizeof(link_protocol::FrameHeader) + size, 1);

@@ -14,13 +14,13 @@ namespace bench {
 class PingPong {
  public:
   // The other process runs on that processor and answers every packet with one of that size. Both
-  // may poll before they receive, as whoever waits for several things at once has to.
+  // may poll before they receive, as code that waits for several descriptors does.
   PingPong(std::size_t answerSize, int processor, bool polls = false);
   ~PingPong();
   PingPong(const PingPong&) = delete;
   PingPong& operator=(const PingPong&) = delete;
 
-  // One packet there, one back.
+  // One round trip of packets.
   void roundTrip(const std::string& packet);
 
  private:

@@ -1,5 +1,6 @@
-// An animating web view in a child process beside one in this process: how many pictures a second
-// reach the window, and what they cost. Needs a display; takes the seconds of each run as argument.
+// An animated web view in a child process compared with one in this process: the frame rate of the
+// window and its processor time. Needs a display; the argument is the duration of each run in
+// seconds.
 #include "platform/graphics/Window.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 #include "platform/graphics/remote/RemoteWindowSystem.h"
@@ -56,7 +57,7 @@ std::unique_ptr<Window> showPage(const char* page) {
   return window;
 }
 
-// Milliseconds of processor time of each process below one, itself included.
+// The processor time in milliseconds of a process and each of its descendants.
 double processorTime(pid_t root) {
   std::map<pid_t, std::pair<pid_t, double>> all;
   DIR* folder = opendir("/proc");
@@ -130,7 +131,7 @@ int main(int argc, char** argv) {
   if (!system) return 1;
   WindowSystem::install(std::move(system));
   Window top(WindowType::Application, nullptr, place, {}, {}, 0, false, "bench");
-  // Every picture of a window inside is one of the whole.
+  // Every frame of a child window is a frame of the top-level window.
   const auto drawn = [](GtkWidget*, cairo_t*, gpointer) -> gboolean {
     ++pictures;
     return FALSE;

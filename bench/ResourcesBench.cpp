@@ -1,7 +1,6 @@
-// What it costs a page that its chrome is asked about each of its resources: the time until a page
-// of many small ones is loaded, for each way to answer, in the program and in a child, beside the
-// same page when nobody is asked and beside a program that does nothing but show it. Needs a
-// display.
+// The cost of asking the chrome about each resource of a page: the load time of a page with many
+// small resources, for each kind of answer, in the program and in a child, compared with the same
+// page without filtering and with a program that only shows it. Needs a display.
 #include "tests/support/Program.h"
 
 #include <libsoup/soup.h>
@@ -23,8 +22,8 @@ constexpr int rounds = 15;
 constexpr int resources = 200;
 constexpr const char* style = "p{}";
 
-// The page, and the same style sheet under every other name. Its connections stay open, as those of
-// servers do; nothing may be kept in caches.
+// Serves the page, and the same style sheet under every other name. Connections are kept alive;
+// caching is disabled.
 class Server {
  public:
   Server() : context_(g_main_context_new()), loop_(g_main_loop_new(context_, FALSE)) {
@@ -42,7 +41,7 @@ class Server {
       page_ += "<link rel=stylesheet href=/style" + std::to_string(i) + ">";
     }
     thread_ = std::thread([this] {
-      // For the connections, which are taken here.
+      // Connections are accepted here.
       g_main_context_push_thread_default(context_);
       g_main_loop_run(loop_);
       g_main_context_pop_thread_default(context_);
@@ -102,7 +101,7 @@ std::string escaped(const std::string& text) {
   return result;
 }
 
-// Milliseconds per load, by the way in which the chrome answers.
+// Milliseconds per load, by the kind of the chrome's answer.
 Times askedTimes(const Server& server, const char* process) {
   Program program({{"CHROME_URL", "local:///resources.html?rounds=" + std::to_string(rounds) +
                                       "&process=" + process + "&server=" + server.address() +
@@ -119,7 +118,7 @@ Times askedTimes(const Server& server, const char* process) {
     words >> what;
     if (what == "end") return times;
     if (what != "loaded" || !(words >> way >> time >> asked)) fail(*line);
-    // The engine may ask for the icon of the page as well.
+    // The engine may request the page's icon as well.
     const bool isOff = way == "off";
     if (isOff ? asked != 0 : asked <= resources) fail(*line + ": not asked as often as it should");
     times[way].push_back(time);

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# What soaks share: the program on a screen of its own, and what it costs meanwhile. To be sourced by
-# bash, which has $minutes.
+# Common code of the soak tests: runs the program on its own display and measures its resources. To be
+# sourced by bash with $minutes set.
 : "${minutes:?}"
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -21,7 +21,7 @@ clean_up() {
 }
 trap clean_up EXIT
 
-# prepare_soak: the program built, a screen, folders of its own.
+# prepare_soak: builds the program, starts a display, creates private folders.
 prepare_soak() {
   install_packages build run headless bench
   build_preset release product
@@ -36,7 +36,7 @@ start_program() {
   program_pid=$!
 }
 
-# The processes of this run: all that have its folder in their environment.
+# The processes of this run: those with its folder in their environment.
 processes() { grep -lzF "$scratch" /proc/[0-9]*/environ 2>/dev/null | cut -d/ -f3; }
 children() { pgrep -f '^pagehost-webview' | grep -xFf <(processes) || true; }
 
@@ -60,7 +60,7 @@ sample() {
     "$descriptors" "$(find "$XDG_RUNTIME_DIR" -type s | wc -l)"
 }
 
-# The processes that have most, to tell one page that is large from all that have grown.
+# The largest processes, to distinguish one large page from general growth.
 largest() {
   local pid
   for pid in $(processes); do
@@ -70,7 +70,7 @@ largest() {
   done | sort -rn | head -n 8
 }
 
-# give_up TEXT: says what is wrong, with the program's last words.
+# give_up TEXT: prints the error and the program's last output.
 give_up() {
   printf '%s\n' "$1" >&2
   tail -n 20 "$scratch/errors" >&2

@@ -1,4 +1,4 @@
-// The application.* functions, and what surrounds the application told to the chrome. UI thread.
+// The application.* functions, and notifications of the chrome about its environment. UI thread.
 #include "bindings/ApplicationBinding.h"
 
 #include "bindings/NavigatorCall.h"
@@ -94,7 +94,8 @@ ApplicationBinding::~ApplicationBinding() {
   FontInfo::instance().removeListener(this);
 }
 
-// The end comes after the chrome has heard of it: what is only posted would go with its page.
+// Ends only after the chrome has handled the notification: a posted one would be lost with its
+// page.
 #define APPLICATION_NOTIFICATION(name, Result, parameters, arguments, text)       \
   Result ApplicationBinding::name parameters {                                    \
     constexpr bool ends = std::string_view(#name) == "onExit";                    \

@@ -1,4 +1,4 @@
-// The application.* functions, and what surrounds the application told to the chrome. UI thread.
+// The application.* functions, and notifications of the chrome about its environment. UI thread.
 #pragma once
 
 #include "platform/desktop/Listeners.h"

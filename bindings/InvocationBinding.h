@@ -1,4 +1,4 @@
-// The invocation.* functions, and what other applications want told to the chrome. UI thread.
+// The invocation.* functions, and requests of other applications to the chrome. UI thread.
 #pragma once
 
 #include "platform/desktop/Listeners.h"

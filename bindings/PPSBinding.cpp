@@ -47,7 +47,7 @@ EventForm formOf(int type) {
   return type >= 0 && index < eventForms.size() ? eventForms[index] : EventForm{"UNKNOWN"};
 }
 
-// An object has one pointer for whoever hears of its events; an id is all that there is to say.
+// The context pointer of an object's event handler encodes the id.
 void* contextOf(int id) {
   return std::bit_cast<void*>(static_cast<std::intptr_t>(id));
 }
@@ -138,8 +138,8 @@ void PPSBinding::deliver(int id, const PPSEvent& event) {
     chrome->executeJavaScriptFunction(eventFunction(), arguments);
     return;
   }
-  // The id is free when the chrome has heard it: told of later, the end would be that of an object
-  // that the chrome has opened under the same id meanwhile.
+  // Synchronous, since the id is free for reuse afterwards: a later notification would be taken for
+  // the end of a new object that the chrome has opened under the same id.
   chrome->executeJavaScriptFunctionSync(eventFunction(), arguments);
   const std::lock_guard lock(mutex_);
   objects_.erase(id);

@@ -17,8 +17,8 @@ class PPSBinding {
  public:
   using String = Tessel::Platform::String;
 
-  // Created on first use, by the UI thread, never destroyed; registers the functions. The chrome of
-  // that moment is the one that is told of events.
+  // Created on first use, on the UI thread, never destroyed; registers the functions. Events go to
+  // the chrome of that moment.
   static PPSBinding& instance();
 
   // {"result":true,"data":{...}}, or {"result":false}.
@@ -42,6 +42,6 @@ class PPSBinding {
 
   const Tessel::Platform::GuardedPointer<WebView> chrome_;
   std::mutex mutex_;
-  // Under the mutex. Null while the chrome is being told of the end.
+  // Guarded by the mutex. Null while the chrome is being notified of the end.
   std::map<int, Object> objects_;
 };

@@ -56,7 +56,7 @@ bool isObject(const String& json) {
               .IsError();
 }
 
-// False for what is no JSON.
+// False for malformed JSON.
 bool parse(std::string_view json, rapidjson::Document& document) {
   if (isTooDeep(json)) return false;
   document.Parse<rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag>(
@@ -82,8 +82,7 @@ String validText(const char* text, std::size_t length) {
   return result;
 }
 
-// The number that the text begins with; none when it begins with none, or with one that is none of
-// the finite ones.
+// The number at the start of the text; empty if there is none or it is not finite.
 std::optional<double> numberOf(const String& text) {
   errno = 0;
   char* end = nullptr;

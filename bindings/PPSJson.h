@@ -5,8 +5,8 @@
 
 #include <optional>
 
-// {"name":{...}}, or {} for no object. Numbers, truth values and JSON become what they are; what is
-// not what its encoding says becomes a text. Here and below, bytes that are no UTF-8 are replaced.
+// {"name":{...}}, or {} for no object. Numbers, booleans and JSON are converted; values that do not
+// match their encoding become texts. Here and below, bytes that are not UTF-8 are replaced.
 Tessel::Platform::String ppsValueToJson(const Tessel::Platform::PPSValue& value);
 
 // The lines for the members of a JSON object, in its order; empty for everything else. Nothing,

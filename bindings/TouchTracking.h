@@ -66,7 +66,7 @@ class WindowTouchTrackingGroup {
   int alphaRange_ = 0;
 };
 
-// All groups, and who hears the screen for them.
+// All groups, and the listener for screen events.
 class WindowTouchTrackingManager final : public Tessel::Platform::Graphics::ScreenWindowListener {
  public:
   using IntPoint = Tessel::Platform::IntPoint;

@@ -1,5 +1,5 @@
-// The windowAnimations.* functions, window.setDiscardRects, and what is said of both to the chrome
-// under chrome.internal.windowAnimations. UI thread.
+// The windowAnimations.* functions, window.setDiscardRects, and the notifications of the chrome
+// about both under chrome.internal.windowAnimations. UI thread.
 #pragma once
 
 #include "engine/JavaScriptVariant.h"

@@ -1,5 +1,5 @@
-// The fields of a record or an event in one list, from which its JSON, the reading of it and its
-// TypeScript are derived. Any thread: everything is known at compile time.
+// The list of the fields of a record or event, from which JSON writing, JSON reading and TypeScript
+// are derived. Any thread: compile-time constants.
 //
 //   template <> struct fields::FieldsOf<Point> {
 //     static constexpr std::tuple list{member("x", &Point::x), member("y", &Point::y)};
@@ -15,13 +15,13 @@
 
 namespace fields {
 
-// A key and what is written for it: a member function or a plain function of the object, or a
-// member of it. The type of its value chooses the encoding.
+// A key and the source of its value: a member function, a function of the object, or a data member.
+// The type of the value determines the encoding.
 template <typename Getter>
 struct Field {
   std::string_view key;
   Getter get;
-  std::string_view readAs{};  // the key to read the member from; "" when it is only written
+  std::string_view readAs{};  // the key to read the member from; "" for write-only
 };
 template <typename Getter>
 constexpr Field<Getter> field(std::string_view key, Getter get) {
@@ -47,7 +47,7 @@ template <typename Record>
 concept HasFields = std::tuple_size_v<std::remove_const_t<decltype(FieldsOf<Record>::list)>> >
 0;
 
-// Numbers from 0 to the size of a list, in byte order of the keys.
+// The indices of a list, sorted by key in byte order.
 template <typename List>
 constexpr auto keyOrder(const List& list) {
   constexpr std::size_t count = std::tuple_size_v<List>;
@@ -63,7 +63,7 @@ constexpr auto keyOrder(const List& list) {
   return order;
 }
 
-// The holder of a list is a type with a constexpr member of that name.
+// A Holder is a type with a constexpr member named list.
 template <typename Holder>
 inline constexpr auto keyOrderOf = keyOrder(Holder::list);
 template <typename Holder>
@@ -73,7 +73,7 @@ inline constexpr auto listOrderOf = [] {
   return order;
 }();
 
-// Walks a list in byte order of its keys.
+// Visits the entries of a list in byte order of their keys.
 template <typename Holder, typename Visit>
 void forEachInKeyOrder(Visit&& visit) {
   static constexpr auto& order = keyOrderOf<Holder>;

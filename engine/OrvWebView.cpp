@@ -361,7 +361,7 @@ void OrvWebView::unlockProperties() {
 bool OrvWebView::accepts(WebViewSetting setting, const String& value) {
   auto page = this->page();
   if (setting != WebViewSetting::userAgent || !page || page->takesUserAgent(value)) return true;
-  Tessel::Platform::reportError("A user agent is refused: the text cannot stand in a header.");
+  Tessel::Platform::reportError("A user agent is refused: the text is not valid in a header.");
   return false;
 }
 

@@ -1,5 +1,5 @@
-// The fields of every record that crosses to the chrome and back, in the order in which they are
-// written. Any thread: plain constants.
+// The fields of all records exchanged with the chrome, in the order in which they are written. Any
+// thread: constants.
 #pragma once
 
 #include "engine/FieldLists.h"
@@ -14,7 +14,7 @@ namespace fields {
     using Record = Type;                           \
     static constexpr std::tuple list{__VA_ARGS__}; \
   };
-// MEMBER is written and read, the others are only written.
+// MEMBER is written and read, the others are write-only.
 #define MEMBER(name) member(#name, &Record::name)
 #define WRITTEN(name) field(#name, &Record::name)
 #define LITERAL(name, text) field(#name, [](const Record&) { return text; })
@@ -22,12 +22,12 @@ namespace fields {
 RECORD(OrvWebRect, MEMBER(height), MEMBER(width), MEMBER(x), MEMBER(y))
 RECORD(OrvWebPoint, MEMBER(x), MEMBER(y))
 RECORD(OrvWebSize, MEMBER(height), MEMBER(width))
-// The chrome gives an icon without its size, and its data under a key of its own.
+// The chrome sends icons without a size, and with the data under a different key.
 RECORD(OrvWebFavicon, LITERAL(data, "Unsupported type: unsigned char*"),
        member("dataInBase64", &Record::dataInBase64, "iconDataBase64Encoded"), WRITTEN(height),
        MEMBER(url), WRITTEN(width))
 RECORD(OrvWebHistoryItem, MEMBER(isPost), MEMBER(originalURL), MEMBER(title), MEMBER(url))
-// The chrome never gives one of the following two.
+// The following two are never read from the chrome.
 RECORD(OrvWebContext, WRITTEN(alt), WRITTEN(isAudio), WRITTEN(isFocusable), WRITTEN(isImage),
        WRITTEN(isInput), WRITTEN(isPassword), WRITTEN(isSelectable), WRITTEN(isSingleLine),
        WRITTEN(isVideo), WRITTEN(isLoomContext), WRITTEN(mimeType), WRITTEN(pattern), WRITTEN(src),

@@ -1,4 +1,4 @@
-// Records as JSON, written and read by the lists of their fields. Any thread.
+// Writes and reads records as JSON, by the lists of their fields. Any thread.
 #pragma once
 
 #include "engine/FieldLists.h"
@@ -25,7 +25,7 @@ namespace fields {
 
 using Tessel::Platform::String;
 
-// What is written for a value: the value itself, or something simpler that stands for it.
+// The value to write: the value itself, or its simpler representation.
 template <typename T>
 struct Form {
   static const T& of(const T& value) { return value; }
@@ -39,7 +39,7 @@ decltype(auto) written(const T& value) {
   return Form<T>::of(value);
 }
 
-// A reference only to what the object itself holds.
+// Returns a reference only if the getter does, that is, to a member of the object.
 template <typename Getter, typename Object>
 decltype(auto) valueOf(const Getter& get, const Object& object) {
   using Result = std::invoke_result_t<const Getter&, const Object&>;
@@ -51,13 +51,13 @@ decltype(auto) valueOf(const Getter& get, const Object& object) {
   }
 }
 
-// As json's two, of all that can be a field.
+// Like json::room and json::write, for all types of fields.
 template <typename T>
 std::size_t room(const T& value);
 template <typename T>
 char* write(char* out, const T& value);
 
-// An object and its fields in an order; what stands before each value is made at compile time.
+// Writes an object's fields in the given order; the text before each value is a constant.
 template <typename Holder, const auto& Order>
 struct ObjectText {
   template <std::size_t I>
@@ -77,7 +77,7 @@ struct ObjectText {
     return text;
   }();
 
-  // Calls use(values...), each read once: what is measured is what is written.
+  // Calls use(values, places), reading each value once, so that measured and written text agree.
   template <typename Object, typename Use>
   static auto withValues(const Object& object, Use&& use) {
     return [&]<std::size_t... I>(std::index_sequence<I...> places) {
@@ -105,7 +105,7 @@ struct ObjectText {
 template <typename Record>
 using RecordText = ObjectText<FieldsOf<Record>, listOrderOf<FieldsOf<Record>>>;
 
-// Calls use() with what is written for a variant.
+// Calls use() with the value to write for a variant.
 template <typename Use>
 auto withVariant(const JavaScriptVariant& value, Use&& use) {
   switch (value.type()) {
@@ -186,13 +186,13 @@ String textOf(const Value& value) {
   return json::textIn(room(value), [&](char* out) { return write(out, value); });
 }
 
-// How records are read.
+// How strictly records are read.
 enum class Reading {
-  Strict,   // what lacks a member, or has one of another kind, is no record
-  Lenient,  // members that are missing or of another kind keep their value
+  Strict,   // a missing member, or one of the wrong type, is an error
+  Lenient,  // members that are missing or have the wrong type keep their value
 };
 
-// Bytes. Longer texts are read as nothing: they come from pages' servers, other processes, chromes.
+// Bytes. Longer texts are rejected: they come from untrusted servers, other processes, chromes.
 inline constexpr std::size_t longestText = 64u << 20;
 
 template <Reading How>
@@ -200,7 +200,7 @@ bool read(const rapidjson::Value& json, bool& value) {
   if (json.IsBool()) value = json.GetBool();
   return json.IsBool();
 }
-// Strictly, numbers count by their integer part, and as the nearest int.
+// In strict mode numbers are truncated to integers and clamped to the range of int.
 template <Reading How>
 bool read(const rapidjson::Value& json, int& value) {
   using Limits = std::numeric_limits<int>;
@@ -236,7 +236,7 @@ bool read(const rapidjson::Value& json, ValueField<T>& field) {
   return true;
 }
 
-// What is no element is skipped; in a list of records, and leniently, it is an empty element.
+// Malformed elements are skipped; in lists of records, and in lenient mode, they become empty.
 template <Reading How, typename T>
 bool read(const rapidjson::Value& json, std::vector<T>& list) {
   if (!json.IsArray()) return false;
@@ -250,7 +250,7 @@ bool read(const rapidjson::Value& json, std::vector<T>& list) {
   return true;
 }
 
-// Adds to the map; what is no record is an empty one.
+// Adds to the map; malformed records become empty ones.
 template <Reading How, typename T>
 bool read(const rapidjson::Value& json, ByName<T>& map) {
   if (!json.IsObject()) return false;
@@ -263,7 +263,7 @@ bool read(const rapidjson::Value& json, ByName<T>& map) {
   return true;
 }
 
-// One member of an object; true for what is only written.
+// Reads one member of an object; true for write-only members.
 template <Reading How, typename Getter, typename Record>
 bool readMember(const rapidjson::Value& json, const Field<Getter>& entry, Record& record) {
   if constexpr (std::is_member_object_pointer_v<Getter>) {
@@ -276,7 +276,7 @@ bool readMember(const rapidjson::Value& json, const Field<Getter>& entry, Record
   return true;
 }
 
-// Strictly, the record is whole or as it was.
+// In strict mode the record is either complete or unchanged.
 template <Reading How, HasFields Record>
 bool read(const rapidjson::Value& json, Record& record) {
   if (!json.IsObject()) return false;
@@ -295,12 +295,12 @@ bool read(const rapidjson::Value& json, Record& record) {
       FieldsOf<Record>::list);
 }
 
-// False, and nothing is changed, for what is no JSON of the value's kind.
+// False, without effect, if the text is not JSON of the value's type.
 template <Reading How, typename T>
 bool readText(const String& text, T& value) {
   if (text.length() > longestText) return false;
   rapidjson::Document document;
-  // Iterative: a text nested a million deep must not exhaust the stack.
+  // Iterative parsing: deeply nested JSON must not exhaust the stack.
   document.Parse<rapidjson::kParseIterativeFlag>(text.utf8(), text.length());
   return !document.HasParseError() && read<How>(document, value);
 }

@@ -1,5 +1,4 @@
-// When the page that drives the application is tried again after it has failed, and when not any
-// more. Plain bookkeeping; any thread.
+// Backoff and retry limit for the page that drives the application. Any thread; not thread safe.
 #pragma once
 
 #include <algorithm>
@@ -11,8 +10,8 @@ class Retries {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // How long to wait after a failure: a second, and twice as long after each further one, up to a
-  // minute. After an attempt that has lasted for that minute it is a second again.
+  // The delay after a failure: one second, doubled after each further failure, up to a minute.
+  // Resets to one second after an attempt that lasted for longer than a minute.
   std::chrono::seconds pauseAfterFailure(Clock::time_point now) {
     if (now - nextAttempt_ > longestPause) pause_ = std::chrono::seconds(0);
     pause_ = std::clamp(pause_ * 2, std::chrono::seconds(1), longestPause);
@@ -20,8 +19,8 @@ class Retries {
     return pause_;
   }
 
-  // The page's process has ended. False when that has happened so often that trying again is no
-  // use: a load that fails waits for somebody else, who may come; a process that ends does not.
+  // Counts an end of the page's process. False after too many: failed loads depend on a server that
+  // may return, but a process that keeps crashing does not recover.
   bool processEnded(Clock::time_point now) {
     ends_.push_back(now);
     while (now - ends_.front() > window) ends_.pop_front();

@@ -1,5 +1,5 @@
-// Makes every message that crosses to another process able to: once, before main(), in the order
-// that the protocol lists them.
+// Registers the serialisers of all messages between processes: once, before main(), in protocol
+// order.
 #include "ipc/ProcessMessages.h"
 #include "webview/commands/CommandMessages.h"
 #include "webview/events/EventMessages.h"
@@ -43,8 +43,8 @@ constexpr std::array processMessages{
     of<CookieChangesMessage>(),
 };
 
-// Commands share the serialisers of their layouts. In the order of their numbers; a command that
-// does not cross has a number in the protocol all the same.
+// Commands share the serialisers of their layouts. In the order of their numbers, which include
+// commands that are not sent between processes.
 constexpr auto commandMessages = [] {
 #define COMMAND(number, name, ...) COMMAND_AS(number, name, name)
 #define COMMAND_AS(number, name, operation, ...)    \

@@ -1,8 +1,8 @@
-// How the arguments of native functions, which are texts, are read, and how results are written.
-// One specialisation per type serves every function. UI thread.
+// Parses the arguments of native functions from texts and formats results. One specialisation per
+// type serves all functions. UI thread.
 //
-// A function names a value's own type (int, String) where texts that are none of it are refused,
-// and one of the types below where it takes every text for something.
+// A function uses a plain type (int, String) if invalid texts are rejected, and one of the types
+// below if every text is accepted.
 #pragma once
 
 #include "platform/base/String.h"
@@ -26,54 +26,54 @@ namespace arguments {
 
 using Tessel::Platform::String;
 
-// The text as it came, which the caller owns; null as the empty one.
+// The unchanged text, owned by the caller; null is passed as "".
 using Text = const char*;
-// A number is read as far as the text is one, and 0 where it does not start with one. Integers are
-// in base 10; signed ones come as their complement, and too large ones lose their upper bits.
+// Parses the longest numeric prefix; 0 if there is none. Integers are decimal; negative values of
+// unsigned types wrap around, and values out of range lose their upper bits.
 template <typename T>
 struct Lenient {
   using Passed = T;
 };
-// True for every text but "false".
+// True for every text except "false".
 struct UnlessFalse {
   using Passed = bool;
 };
-// Nothing for every other text than "true" and "false".
+// Empty for texts other than "true" and "false".
 struct TrueOrFalse {
   using Passed = std::optional<bool>;
 };
-// Off with null, on with every text.
+// Off for null, on for every text.
 struct Switch {
   using Passed = bool;
 };
-// The handle of a web view; 0, which names none, for what is no handle.
+// The handle of a web view; malformed texts become 0, which is never a handle.
 struct ViewHandle {
   using Passed = unsigned int;
 };
-// The number of a window or of a group of windows. One that is too large names none.
+// The number of a window or window group. Numbers out of range match none.
 struct Id {
   using Passed = unsigned long;
 };
-// The same; with 0 the call does nothing, and nothing else of it is looked at.
+// The same, but with 0 the call is a no-op and further arguments are not checked.
 struct NonZeroId {
   using Passed = unsigned long;
 };
-// InProcess, OutProcess or the number of a child process, as WebViewManager has them; checked.
+// InProcess, OutProcess or the number of a child process, as in WebViewManager; validated.
 struct ProcessGroup {
   using Passed = int;
 };
-// How a window moves; checked. Errors count the arguments of such functions from 1.
+// An animation curve; validated. Errors of functions with one count the arguments from 1.
 struct Curve {
   using Passed = Tessel::Platform::Graphics::AnimationCurve;
   static constexpr int firstPosition = 1;
 };
-// A result: "true" or "false", where bool is "1" or "0".
+// A result written as "true" or "false"; a bool is written as "1" or "0".
 struct Truth {
   using Passed = bool;
 };
 
-// What an operation is given for an argument of that type. A std::optional is an argument that may
-// be left out and has no text that stands for it then.
+// The type that an operation receives for an argument of that type. A std::optional is an optional
+// argument without a default.
 template <typename T>
 struct PassedType {
   using Type = T;
@@ -97,12 +97,12 @@ inline constexpr bool isOptional = false;
 template <typename T>
 inline constexpr bool isOptional<std::optional<T>> = true;
 
-// parse() is false when the text is not accepted; text() is what the chrome reads.
+// parse() returns false if the text is rejected; text() formats the value for the chrome.
 template <typename T>
 struct Value;
 
-// All further arguments: any number of groups of the same types, at least so many. The types must
-// be lenient ones. The texts are the caller's.
+// All remaining arguments: any number of groups of the same types, but not fewer than `least`. The
+// types must be lenient. The texts are owned by the caller.
 template <int least, typename... Types>
 class Groups {
  public:
@@ -138,7 +138,7 @@ inline unsigned long lenientNumber(Text text) {
   return std::strtoul(text, nullptr, 10);
 }
 
-// The point is a point, whatever the language of the user: the toolkit sets the locale.
+// Locale-independent: the toolkit sets the user's locale, which may have a decimal comma.
 inline double decimalNumber(Text text) {
   static const locale_t plain = ::newlocale(LC_ALL_MASK, "C", nullptr);
   return ::strtod_l(text, nullptr, plain);
@@ -150,7 +150,7 @@ inline bool conversionFailed() {
 
 template <>
 struct Value<bool> {
-  // Every text is one or the other.
+  // Accepts every text.
   static bool parse(Text text, bool& value) {
     value = std::strcmp(text, "true") == 0;
     return true;
@@ -227,7 +227,7 @@ struct Value<unsigned long long> {
 
 template <>
 struct Value<double> {
-  // Values are floats at heart: what a float cannot hold is refused.
+  // Values are stored as floats: values out of a float's range are rejected.
   static bool parse(Text text, double& value) {
     errno = 0;
     value = decimalNumber(text);

@@ -1,5 +1,5 @@
-// What all calls of native functions have in common: the count of the arguments, reading them in
-// order, and the answer. UI thread.
+// Common code of all native function calls: checks the number of arguments, reads them in order,
+// and returns the result. UI thread.
 #pragma once
 
 #include "engine/OrvWebEvent.h"
@@ -12,7 +12,7 @@
 
 namespace arguments {
 
-// A text as a template argument, so that each function has a plain handler of its own.
+// A string as a template argument, so that each function has its own plain handler.
 template <std::size_t Size>
 struct Name {
   char text[Size]{};
@@ -20,7 +20,7 @@ struct Name {
   constexpr Name(const char (&literal)[Size]) { std::copy_n(literal, Size, text); }
 };
 
-// The types of an operation, without references.
+// The argument and result types of an operation, without references.
 template <typename Operation>
 struct Signature;
 template <typename R, typename... Args>
@@ -35,17 +35,17 @@ struct Signature<R (Class::*)(Args...)> : Signature<R(Args...)> {};
 template <typename R, typename Class, typename... Args>
 struct Signature<R (Class::*)(Args...) const> : Signature<R(Args...)> {};
 
-// What a handler knows of its function beside the types.
+// Properties of a function other than its types.
 struct CallForm {
-  const char* name;  // in errors; empty where nobody counts the arguments
-  // The arguments before those of the operation, and how many of them errors count.
+  const char* name;  // in errors; empty if the number of arguments is not checked
+  // The number of arguments before those of the operation, and how many of them errors count.
   int leading;
   int counted;
-  // The texts of the last arguments when they are left out.
+  // Default values of the last arguments.
   std::span<const Text> defaults;
 };
 
-// By the types of the arguments, a tuple.
+// Reads arguments; the parameter is a tuple of their types.
 template <typename Arguments>
 struct Reader;
 template <typename... Types>
@@ -55,12 +55,12 @@ struct Reader<std::tuple<Types...>> {
 
   static constexpr int count = sizeof...(Types);
   static constexpr int groups = (0 + ... + static_cast<int>(isGroups<Types>));
-  // Those that are there, and those of them that may be left out without a default.
+  // The non-repeated arguments, and those of them that are optional without a default.
   static constexpr int single = count - groups;
   static constexpr int optional = (0 + ... + static_cast<int>(isOptional<Types>));
 
-  // True, and reported, for a count that is not acceptable. With fewer groups than the least, or
-  // with a part of one, the error names the least count.
+  // True, with an error reported, for a wrong number of arguments. For too few or incomplete groups
+  // the error names the minimum.
   static bool wrongCount(const Event& event, const CallForm& form) {
     if (*form.name == '\0') return false;
     const int given = static_cast<int>(event.numArgs()) - form.leading + form.counted;
@@ -77,8 +77,8 @@ struct Reader<std::tuple<Types...>> {
     }
   }
 
-  // Reads them in order, after their count is known to be right. False when one is refused, which
-  // is reported then, or ends the call.
+  // Reads the arguments in order; their number must have been checked. False if one is rejected,
+  // which is reported, or makes the call a no-op.
   static bool read([[maybe_unused]] const Event& event, [[maybe_unused]] const CallForm& form,
                    [[maybe_unused]] Values& values) {
     return [&]<std::size_t... I>(std::index_sequence<I...>) {
@@ -126,7 +126,7 @@ struct Reader<std::tuple<Types...>> {
   }
 };
 
-// Calls, and answers with the result if there is one.
+// Runs the call and sets the result, if any.
 template <typename Result, typename Call>
 void answer(OrvWebJavaScriptCallbackEvent& event, const Call& call) {
   if constexpr (std::is_void_v<Result>) {

@@ -1,4 +1,4 @@
-// What NativeFunctions.def must keep to, checked by the compiler.
+// Compile-time checks of NativeFunctions.def.
 #include "registry/NativeFunctions.h"
 
 #include "registry/TableDocumentation.h"

@@ -1,5 +1,5 @@
-// From the rows of NativeFunctions.def to handlers: a row says how the arguments are read and what
-// the result looks like, and the module that it belongs to has an operation for it. UI thread.
+// Creates handlers from the rows of NativeFunctions.def: a row defines the types of arguments and
+// result, and its module provides the operation. UI thread.
 #pragma once
 
 #include "registry/NativeCall.h"
@@ -9,8 +9,8 @@
 
 namespace arguments {
 
-// Whether an operation takes what its row gives it, and returns what the row says or, where it may
-// have nothing to answer, an optional one.
+// Whether an operation's signature matches its row. The result may be optional, for calls without
+// an answer.
 template <typename Row, typename Operation>
 constexpr bool fits() {
   using Result = Passed<typename Signature<Row>::Result>;
@@ -21,11 +21,11 @@ constexpr bool fits() {
           (std::is_same_v<Result, String> && std::is_convertible_v<Returned, String>));
 }
 
-// Arguments that nobody counts may be missing.
+// If the number of arguments is not checked, arguments may be missing.
 template <typename Row>
 inline constexpr bool needsCount = Reader<typename Signature<Row>::Arguments>::single != 0;
 
-// An operation is a static one, or one of the module's only instance.
+// An operation is a static function, or a member function of the module's singleton.
 template <typename Operations, auto operation, Name nameInErrors, typename Row, Name... defaults>
 void handle(OrvWebJavaScriptCallbackEvent* event) {
   using Form = Signature<Row>;

@@ -48,8 +48,7 @@ int rotationNamed(const char* name) {
   return 0;
 }
 
-// A side of the window: 0 when it is not given, nothing for what is no number of pixels that a
-// display can have.
+// A dimension of the window in pixels: 0 if not given, empty if malformed or out of range.
 std::optional<int> sideFrom(const char* text) {
   if (!text) return 0;
   int side = 0;
@@ -59,7 +58,7 @@ std::optional<int> sideFrom(const char* text) {
   return isNumber && side <= longestSide ? std::optional(side) : std::nullopt;
 }
 
-// How the launch wants the window to be shown.
+// Applies the display state that the environment requests.
 void show(WindowSurface& surface) {
   if (isSwitchedOn(kioskVariable)) {
     surface.fillScreen(ScreenFilling::InAnyCase);
@@ -70,7 +69,7 @@ void show(WindowSurface& surface) {
   }
 }
 
-// What the launch asked for, before there is a window.
+// The requested size; used before the window exists.
 IntSize launchedSize() {
   int rotation = 0;
   if (const char* name = std::getenv("ROTATION")) {
@@ -84,7 +83,7 @@ IntSize launchedSize() {
   const IntSize size{width.value_or(0), height.value_or(0)};
   if (!width || !height || displayable(size) != size) {
     logAlways(LogError,
-              "WIDTH=%.20s and HEIGHT=%.20s are no size of a window; it gets the usual one.",
+              "WIDTH=%.20s and HEIGHT=%.20s are not a valid window size; using the default.",
               widthText ? widthText : "", heightText ? heightText : "");
   } else if (size.width != 0 && size.height != 0) {
     ApplicationWindow::setApplicationSize(size.width, size.height, rotation);
@@ -99,8 +98,9 @@ struct WindowFunctions {
   }
   static void flushContext() { ScreenContext::sharedContext().flush(false); }
   static bool setState(const char* state) {
-    const auto found = std::find_if(shownAsNames.begin(), shownAsNames.end(),
-                                    [&](const char* name) { return std::strcmp(name, state) == 0; });
+    const auto found =
+        std::find_if(shownAsNames.begin(), shownAsNames.end(),
+                     [&](const char* name) { return std::strcmp(name, state) == 0; });
     const auto wanted = static_cast<ShownAs>(found - shownAsNames.begin());
     WindowSurface* const surface = ApplicationWindow::instance().surface();
     if (found == shownAsNames.end() || wanted == ShownAs::Covered || !surface) return false;

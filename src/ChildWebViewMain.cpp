@@ -69,7 +69,7 @@ void exitWithParent(void* process) {
   while (::poll(&descriptor, 1, -1) < 0 && errno == EINTR) {
   }
   std::this_thread::sleep_for(timeToEnd);
-  logAlways(LogError, "The main process has ended, and this one does not; it is killed.");
+  logAlways(LogError, "The main process has ended, but this one hangs; it is killed.");
   logAlways(LogError, "Exit %s: %d", Tessel::Platform::processName(), 128 + SIGKILL);
   ::kill(0, SIGKILL);
 }
@@ -174,12 +174,12 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int
   // After the handshake, since the rest takes long.
   UniqueFd windowConnection = windows->wait();
   Tessel::Platform::closeChannel(Tessel::Platform::windowChannel);
-  if (!windowConnection) giveUp("The main process does not ask for the windows of this one.");
+  if (!windowConnection) giveUp("The main process has not opened a window connection.");
   disableSessionBusAutolaunch();
   prepareInspector();
   const unsigned int handleGroup = handleGroupFrom(windowConnection);
   if (handleGroup == 0 || !Window::setHandleBase(handleGroup)) {
-    giveUp("The main process has no handles left for the windows of this one.");
+    giveUp("The main process has no window handles left for this process.");
   }
   auto system = RemoteWindowSystem::create(std::move(windowConnection));
   if (!system) giveUp(noDisplay);

@@ -78,7 +78,8 @@ Capabilities chromeCapabilities(const char* chromeUrl) {
     if (source.name.empty() || (!isNamed && errno == ENOENT)) return {};
     problem = std::string(" ") + std::strerror(errno);
   } else if (auto capabilities = Capabilities::read(text, problem)) {
-    logAlways(LogNotice, "%s says what origins may call.", source.name.c_str());
+    logAlways(LogNotice, "The native functions that origins may call are read from %s.",
+              source.name.c_str());
     return *std::move(capabilities);
   }
   logAlways(LogError, "%s:%s Only the chrome may call native functions.", source.name.c_str(),

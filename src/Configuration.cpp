@@ -1,4 +1,5 @@
-// The configuration files, read by GLib, which knows no lines: those are looked up again.
+// Parses the configuration files with GLib. GLib does not report line numbers, so they are searched
+// for afterwards.
 #include "src/Configuration.h"
 
 #include <glib.h>
@@ -16,10 +17,12 @@ using Text = std::unique_ptr<gchar, decltype(&g_free)>;
 std::string_view trimmed(std::string_view text) {
   constexpr const char* blanks = " \t\r";
   const auto first = text.find_first_not_of(blanks);
-  return first == text.npos ? "" : text.substr(first, text.find_last_not_of(blanks) + 1 - first);
+  return first == std::string_view::npos
+             ? ""
+             : text.substr(first, text.find_last_not_of(blanks) + 1 - first);
 }
 
-// The number of the last line that is like that, from 1; 0 for none.
+// The number of the last matching line, counted from 1; 0 if there is none.
 int lineOf(std::string_view text, const std::function<bool(std::string_view)>& isWanted) {
   int found = 0;
   for (int line = 1; !text.empty(); ++line) {
@@ -31,7 +34,8 @@ int lineOf(std::string_view text, const std::function<bool(std::string_view)>& i
 }
 
 bool isNothingOfAKeyFile(std::string_view line) {
-  return !line.empty() && line[0] != '#' && line[0] != '[' && line.find('=') == line.npos;
+  return !line.empty() && line[0] != '#' && line[0] != '[' &&
+         line.find('=') == std::string_view::npos;
 }
 
 std::string placeIn(const std::string& path, int line) {
@@ -44,7 +48,8 @@ void add(GKeyFile* file, const std::string& path, std::string_view content,
   for (gchar** key = keys; key && *key; ++key) {
     const Text value(g_key_file_get_string(file, groupName, *key, nullptr), g_free);
     const int line = lineOf(content, [&](std::string_view each) {
-      return trimmed(each.substr(0, each.find('='))) == *key && each.find('=') != each.npos;
+      return trimmed(each.substr(0, each.find('='))) == *key &&
+             each.find('=') != std::string_view::npos;
     });
     configuration[*key] = {value ? value.get() : "", placeIn(path, line)};
   }

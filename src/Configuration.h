@@ -6,13 +6,12 @@
 
 struct ConfiguredValue {
   std::string text;
-  std::string place;  // the file and the line, for who has to correct it
+  std::string place;  // file and line, for error messages
 };
 
 using Configuration = std::map<std::string, ConfiguredValue>;
 
-// Adds what the file says; what is there already is replaced. A file that is not there says nothing
-// unless it must be there. False, with the file, the line and what is wrong in `problem`, when it
-// cannot be read or is no key file.
+// Adds the keys of the file, replacing existing ones. A missing file is an error only with
+// mustExist. False, with file, line and error in `problem`, if it cannot be read or is malformed.
 bool readConfiguration(const std::string& path, bool mustExist, Configuration& configuration,
                        std::string& problem);

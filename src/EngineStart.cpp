@@ -1,4 +1,4 @@
-// What every process with web views needs from its surroundings. Main thread.
+// Sets up the environment of processes with web views and starts the engine. Main thread.
 #include "src/EngineStart.h"
 
 #include "engine/webkit/WebKitEngine.h"
@@ -48,8 +48,8 @@ void prepareInspector() {
 
 namespace {
 
-// A folder that the environment names; else the one beside the executable, which is how a build
-// tree is laid out; else the installed one.
+// The folder named by the environment variable; else the one next to the executable (the layout of
+// a build tree); else the installed one.
 std::string folderFor(const char* variable, const char* besideExecutable, const char* installed) {
   const char* named = std::getenv(variable);
   if (named && *named) {
@@ -67,9 +67,8 @@ std::string folderFor(const char* variable, const char* besideExecutable, const 
   return installed;
 }
 
-// The folder of the application below that of the program: that of its profile, or of its chrome.
-// The bundled chrome's is the program's itself.
-// What follows the path of an address are arguments.
+// The application's folder below the program's: named after the profile, or after the address of
+// the chrome without query and fragment. Empty for the bundled chrome, which uses the program's.
 std::string applicationFolder() {
   const char* profile = std::getenv(profileVariable);
   if (profile && *profile) return std::string("profiles/") + profile + "/";
@@ -80,7 +79,7 @@ std::string applicationFolder() {
   std::string name = scheme == std::string::npos ? address : address.substr(scheme + 3);
   std::erase_if(name, [](unsigned char c) { return !g_ascii_isalnum(c) && c != '.' && c != '-'; });
   constexpr std::size_t longestName = 40;
-  constexpr std::size_t digits = 16;  // addresses whose names are alike differ in these
+  constexpr std::size_t digits = 16;  // of a checksum: distinguishes addresses with equal names
   gchar* const sum = g_compute_checksum_for_string(G_CHECKSUM_SHA256, address.c_str(), -1);
   std::string folder =
       "applications/" + name.substr(0, longestName) + "-" + std::string(sum, digits) + "/";
@@ -105,7 +104,7 @@ void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies) {
             problem.empty() ? "" : ", for ", problem.c_str());
   Tessel::Platform::Settings::instance().setPageSandbox(sandbox);
   problem.clear();
-  // Pages outlive every scope of ours, so the engine does as well.
+  // Never destroyed: pages may outlive any scope.
   static WebKitEngine* engine =
       WebKitEngine::create({modules, localRoot(), applicationFolder() + dataName.toStdString(),
                             keepsCookies, sandbox},

@@ -178,7 +178,7 @@ int handleDeviceControl(const DeviceMessage& message, OpenContext& open) {
 
 void installChildEndHandler() {
   childEnds.reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-  if (!childEnds) giveUp("The ends of processes cannot be told", errno);
+  if (!childEnds) giveUp("The ends of processes cannot be watched", errno);
   struct sigaction action {};
   action.sa_handler = onChildEnded;
   action.sa_flags = SA_RESTART | SA_NOCLDSTOP;
@@ -239,7 +239,7 @@ void launcherServerMain(ApplicationMain application, const LauncherConfiguration
   if (!dispatch || !dispatch->watchAlso(childEnds.get(), reapChildren)) {
     const int error = errno;
     std::fputs("dispatch_create failed\n", stderr);
-    giveUp("Nothing can be served", error);
+    giveUp("The dispatch loop cannot be set up", error);
   }
   ConnectFunctions connect{};
   IoFunctions io{};

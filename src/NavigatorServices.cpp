@@ -23,7 +23,7 @@ NavigatorServices::NavigatorServices(ApplicationWindow& window)
   control_ = ControlSocket::open(ControlSocket::pathOf(::getpid()));
   if (!control_) {
     Tessel::Platform::logAlways(Tessel::Platform::LogError,
-                                "There is no control, pagehost-ctl cannot reach this program: %s",
+                                "No control socket, pagehost-ctl cannot reach this program: %s",
                                 std::strerror(errno));
   }
 }

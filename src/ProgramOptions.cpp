@@ -1,4 +1,4 @@
-// What the program is started with, by one table. Main thread.
+// The program's options, defined by one table. Main thread.
 #include "src/ProgramOptions.h"
 
 #include "platform/base/Log.h"
@@ -27,7 +27,7 @@ namespace {
 
 constexpr const char* systemFile = "/etc/pagehost/pagehost.conf";
 constexpr std::size_t longestProfileName = 64;
-constexpr int longestPause = 86400;  // seconds of a day
+constexpr int longestPause = 86400;  // seconds: one day
 
 bool isAnything(std::string_view) {
   return true;
@@ -44,7 +44,7 @@ bool isNumberWithin(std::string_view text, Number lowest, Number highest) {
 bool isSize(std::string_view text) {
   constexpr int longest = Tessel::Platform::Graphics::longestSide;
   const std::size_t middle = text.find('x');
-  return middle != text.npos && isNumberWithin(text.substr(0, middle), 1, longest) &&
+  return middle != std::string_view::npos && isNumberWithin(text.substr(0, middle), 1, longest) &&
          isNumberWithin(text.substr(middle + 1), 1, longest);
 }
 
@@ -62,7 +62,7 @@ bool isSwitch(std::string_view text) {
   return isOneOf<onWords>(text) || isOneOf<offWords>(text);
 }
 
-// A folder is called like that.
+// The profile's name is used as a folder name.
 bool isProfileName(std::string_view text) {
   return !text.empty() && text.size() <= longestProfileName && text[0] != '.' &&
          std::all_of(text.begin(), text.end(), [](char each) {
@@ -79,11 +79,11 @@ bool isPause(std::string_view text) {
 
 struct Row {
   Option option;
-  // Two, for a value of two parts.
+  // Two for a value with two parts.
   std::array<const char*, 2> variables;
   bool (*accepts)(std::string_view);
   const char* expected;
-  // Whoever reads these variables makes do with any text.
+  // The readers of these variables accept any text: it is not validated.
   bool environmentIsFree = false;
 };
 
@@ -141,7 +141,7 @@ constexpr Row rows[] = {
      "error or notice"},
 };
 
-// Read before all others, and no key of the files.
+// Processed before all others; not a key of the configuration files.
 constexpr Option configOption{
     "config", "FILE", "Reads this configuration file in place of the user's and the system's."};
 
@@ -186,9 +186,9 @@ void check(const Row& row, std::string_view value, const std::string& place) {
 }
 
 void set(const Row& row, std::string_view value) {
-  const std::size_t middle = row.variables[1] ? value.find('x') : value.npos;
+  const std::size_t middle = row.variables[1] ? value.find('x') : std::string_view::npos;
   ::setenv(row.variables[0], std::string(value.substr(0, middle)).c_str(), 1);
-  if (middle != value.npos) {
+  if (middle != std::string_view::npos) {
     ::setenv(row.variables[1], std::string(value.substr(middle + 1)).c_str(), 1);
   }
 }

@@ -1,22 +1,23 @@
-// What the program is started with: options, the environment, and configuration files. Main thread,
-// before any other thread and process is started.
+// The program's options: command line, environment and configuration files. Main thread, before any
+// other thread or process is started.
 #pragma once
 
 #include <vector>
 
-// Carries out the options among the arguments and returns the others, which are the chrome's, with
-// the program's name and a null at the end. "--" ends the options. The texts are the caller's.
+// Processes the options among the arguments and returns the remaining arguments, which are for the
+// chrome, preceded by the program's name and followed by a null. "--" ends the options. The texts
+// are owned by the caller.
 //
-// Each option has a variable of the environment, which its readers look at, and which child
-// processes and viewers have as well: an option sets it; else it is as it was; else a key of that
-// name in the user's configuration file sets it, and else one in the system's. Ends the process
-// with status 2 and a line on standard error for what is unknown or has no sense.
+// Each option has an environment variable, which the code reads and child processes inherit. Its
+// value is, in order of precedence: the option, the existing variable, the key in the user's
+// configuration file, the key in the system's. Exits with status 2 and a line on standard error if
+// an option is unknown or a value invalid.
 std::vector<char*> takeOptions(int argc, char** argv);
 
-// Whether a switch is on, by the variable that takeOptions has left it in.
+// Whether a switch is on, according to its variable after takeOptions.
 bool isSwitchedOn(const char* variable);
 
-// Variables of options that start-up reads.
+// Variables that start-up code reads.
 inline constexpr const char* kioskVariable = "PAGEHOST_KIOSK";
 inline constexpr const char* fullscreenVariable = "PAGEHOST_FULLSCREEN";
 inline constexpr const char* profileVariable = "PAGEHOST_PROFILE";

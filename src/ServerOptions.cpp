@@ -1,4 +1,4 @@
-// What the launcher server is started with.
+// The options of the launcher server.
 #include "src/ServerOptions.h"
 
 #include "platform/options/CommandLine.h"
@@ -72,7 +72,7 @@ LauncherConfiguration takeServerOptions(int argc, char** argv) {
     const std::optional<unsigned> id = name == "user"    ? userFrom(value)
                                        : name == "group" ? groupFrom(value)
                                                          : numberFrom(value);
-    // 0 would leave the server root's, or its children free to become root.
+    // With 0 the server would keep running as root, or its children could become root.
     if (!id || *id == 0) {
       Tessel::Platform::endMisused(
           program, "--" + std::string(name) + ": \"" + value + "\" is root's, or nobody's");

@@ -1,7 +1,7 @@
-// What the launcher server is started with. Before it has forked anything.
+// The options of the launcher server. Called before it forks.
 #pragma once
 
 #include "src/LauncherServer.h"
 
-// Ends the process with status 2 and a line on standard error for what is unknown or has no sense.
+// Exits with status 2 and a line on standard error if an option is unknown or a value invalid.
 LauncherConfiguration takeServerOptions(int argc, char** argv);

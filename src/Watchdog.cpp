@@ -1,4 +1,4 @@
-// Tells the service manager how the program does.
+// Sends status notifications to the service manager.
 #include "src/Watchdog.h"
 
 #include "platform/base/Log.h"
@@ -11,13 +11,13 @@
 
 namespace {
 
-// Of the time that the service manager waits: three chances to be heard.
+// Notifications per watchdog interval: two may be missed.
 constexpr unsigned int parts = 3;
 
 }  // namespace
 
 Watchdog::Watchdog(WebView& chrome) : chrome_(chrome) {
-  // From the loop: that is what has started.
+  // Sent from the main loop: READY means that the loop runs.
   g_idle_add(
       [](gpointer) -> gboolean {
         sd_notify(0, "READY=1");
@@ -46,7 +46,6 @@ void Watchdog::tick() {
     sd_notify(0, "WATCHDOG=1");
   } else {
     Tessel::Platform::logAlways(Tessel::Platform::LogError,
-                                "The chrome does not answer: the service manager is not told that "
-                                "the program is well.");
+                                "The chrome does not answer: no watchdog notification is sent.");
   }
 }

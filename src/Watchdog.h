@@ -1,16 +1,16 @@
-// Tells the service manager that the program has started, and that it goes on: its main loop turns
-// and the chrome's process answers. Main thread.
+// Notifies the service manager that the program has started and, periodically, that it is alive:
+// the main loop runs and the chrome's process responds. Main thread.
 #pragma once
 
 class WebView;
 
-// Works with whatever started the program and named itself in NOTIFY_SOCKET; how often it wants to
-// hear is in WATCHDOG_USEC. Without these it does nothing.
+// Works with any supervisor that sets NOTIFY_SOCKET and, for the interval, WATCHDOG_USEC. Without
+// these it does nothing.
 class Watchdog {
  public:
-  // Of the chrome, which outlives it.
+  // The chrome must outlive this object.
   explicit Watchdog(WebView& chrome);
-  // Tells that the program is about to end.
+  // Sends STOPPING=1.
   ~Watchdog();
   Watchdog(const Watchdog&) = delete;
   Watchdog& operator=(const Watchdog&) = delete;
@@ -19,6 +19,6 @@ class Watchdog {
   void tick();
 
   WebView& chrome_;
-  unsigned long long limit_ = 0;  // microseconds; 0 while nobody wants to hear
+  unsigned long long limit_ = 0;  // microseconds; 0 if the watchdog is disabled
   unsigned int timer_ = 0;
 };

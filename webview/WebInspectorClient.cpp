@@ -1,4 +1,4 @@
-// Which web views may be inspected, and the way between a front end and its web view.
+// Keeps the set of inspectable web views and connects inspector front ends to them.
 #include "webview/WebInspectorClient.h"
 
 #include "registry/NativeFunctions.h"
@@ -31,8 +31,7 @@ bool WebInspectorClient::withWebView(unsigned int handle, Call call) const {
 
 void WebInspectorClient::addInspectable(unsigned int handle) {
   const std::lock_guard lock(handlesMutex_);
-  // What names no web view would be a page without anything, and end the list for those who go
-  // through it.
+  // An unknown handle would be listed as an empty page, which readers take for the end of the list.
   if (!withWebView(handle, [](auto& webView) {
         webView.setWebEventEnabled(OrvWebEvent::InspectorMessage, true);
       })) {
@@ -61,9 +60,9 @@ bool WebInspectorClient::containsInspectable(unsigned int handle) const {
 
 void WebInspectorClient::inspectablePages(std::vector<InspectablePage>& pages) {
   const std::lock_guard lock(handlesMutex_);
-  // A copy: while a child is asked for its title, the chrome is served, and may add and remove.
+  // A copy: querying a child serves calls of the chrome, which may add and remove handles.
   for (const unsigned int handle : std::vector(handles_)) {
-    // Between the two questions the web view may go.
+    // The web view may be destroyed between the two queries.
     InspectablePage page{handle, {}, {}};
     withWebView(handle, [&](auto& webView) { page.title = webView.title().toStdString(); });
     withWebView(handle, [&](auto& webView) { page.url = webView.location().toStdString(); });
@@ -78,7 +77,7 @@ void WebInspectorClient::setPageConnection(unsigned int handle, const Connection
   if (hadOne) MongooseHttpServer::instance()->closeWebSocketConnection(found->second, false);
   if (!connection) {
     connections_.erase(handle);
-    // Or the page would wait for ever where the debugger has stopped it.
+    // Reports the disconnection, which resumes a page that is paused in the debugger.
     if (hadOne) tellOfFrontEnd(handle, false);
     return;
   }
@@ -111,7 +110,7 @@ void WebInspectorClient::switchServer(bool on) {
 }
 
 void WebInspectorClient::handleFrontEndMessage(unsigned int handle, const std::string& message) {
-  // The empty text is no message, and has a meaning of its own.
+  // The empty text is not a message; it has a meaning of its own.
   if (message.empty()) return;
   withWebView(handle, [&](auto& webView) {
     webView.handleWebInspectorMessageToBackend(String(message), OrvWebView::FrontEndMessage);
@@ -137,7 +136,7 @@ void WebInspectorClient::sendToFrontEnd(unsigned int handle, const String& event
   const auto found = connections_.find(handle);
   if (found == connections_.end()) return;
   rapidjson::Document document;
-  // Iterative: an event nested a million deep must not exhaust the stack.
+  // Iterative parsing: deeply nested JSON must not exhaust the stack.
   document.Parse<rapidjson::kParseIterativeFlag>(event.utf8(), event.length());
   if (document.HasParseError() || !document.IsObject()) return;
   const auto message = document.FindMember("message");

@@ -240,7 +240,7 @@ void WebView::drivingDocumentLoaded() {
 }
 
 void WebView::gaveUp() {
-  logAlways(LogError, "The chrome's process ends again and again: the program ends.");
+  logAlways(LogError, "The chrome's process has ended too often: the program ends.");
   Tessel::Platform::MainMessageClient::instance()->exit(chromeFailedStatus);
 }
 

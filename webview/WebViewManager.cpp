@@ -1,4 +1,4 @@
-// The owner of all web views of a process.
+// Owns all web views of a process.
 #include "webview/WebViewManager.h"
 
 #include "platform/base/Log.h"
@@ -39,7 +39,7 @@ using Tessel::Platform::String;
 using Tessel::Platform::Graphics::Screen;
 using Tessel::Platform::Graphics::Window;
 
-// Refuses a number that no group can have.
+// Rejects numbers out of the range of groups.
 template <>
 struct arguments::Value<arguments::ProcessGroup> {
   static bool parse(Text where, int& group) {
@@ -97,7 +97,7 @@ WebViewManager::~WebViewManager() = default;
 WebViewManager::WebViewHandle WebViewManager::createWebView(const std::string& windowGroup,
                                                             int processGroup) {
   if (shuttingDown_) {
-    informChromeOfError("No web view is created: the application ends.");
+    informChromeOfError("No web view is created: the application is shutting down.");
     return 0;
   }
   const WebViewHandle handle = ++lastHandle_;
@@ -125,35 +125,35 @@ int WebViewManager::freeGroupId() const {
   return id;
 }
 
-// False when the group is new and has come to nothing.
+// False if the group is new and its process could not be started.
 bool WebViewManager::createRemoteWebView(WebViewHandle handle, const std::string& windowGroup,
                                          int processGroup, int rotation) {
   const int id = processGroup == inNewProcess ? freeGroupId() : processGroup;
   const auto known = groups_.find(id);
   const bool isNew = known == groups_.end();
   if (isNew && !makeRemoteHost_) {
-    informChromeOfError("Web views in other processes cannot be had in this one.");
+    informChromeOfError("This process cannot create web views in other processes.");
     return false;
   }
   auto* const host = isNew ? makeRemoteHost_(static_cast<unsigned int>(id)) : known->second;
   const GuardedPin<RemoteHost> pin(host);
   IPCSenderWebView* const remote = host->createRemoteWebView(handle, windowGroup, rotation);
   if (remote) {
-    // The chrome, served while the child was started, may have made a group of that id meanwhile.
+    // The chrome's calls are served while the child starts and may have created a group of that id.
     groups_.emplace(id, host);
     addRemoteWebView(remote);
-    if (shuttingDown_) destroyWebView(handle);  // the chrome has ended the program meanwhile
+    if (shuttingDown_) destroyWebView(handle);  // shutdown began while the child started
   } else if (isNew) {
     deleteGuardedObject(host);
     return false;
   } else {
-    // Its process may have died during the creation, and its other web views with it.
+    // The process may have died during the creation, with its other web views.
     dropIfUnused(host);
   }
   return true;
 }
 
-// Deleted later, since it may be in the middle of something.
+// Deletion is deferred: the host may be on the call stack.
 void WebViewManager::dropIfUnused(RemoteHost* host) {
   if (!host->webViews().empty() || host->isCreating()) return;
   std::erase_if(groups_, [&](const auto& item) { return item.second == host; });
@@ -166,7 +166,7 @@ bool WebViewManager::addWebView(WebViewHandle handle, std::unique_ptr<WebView> w
   WebView* const added = webView.release();
   webViews_.emplace(handle, added);
   handles_.emplace(added, handle);
-  // Before it can say so itself.
+  // Before initialize, which may send Created.
   created_.emplace(handle, false);
   if (added->initialize(added->windowGroup(), rotation)) return true;
   destroyWebView(handle);
@@ -206,7 +206,7 @@ void WebViewManager::destroyWebView(WebViewHandle handle) {
     if (host) dropIfUnused(host);
   }
   if (noWebViews() && Settings::instance().isChromeProcess()) {
-    // Whoever is in the middle of something may still make another one.
+    // Checked later, since a caller up the stack may still create another one.
     MainMessageClient::instance()->dispatchMessage(
         executableMessage(MethodDelegate0<WebViewManager>(this, &WebViewManager::endLoopIfEmpty)));
   }
@@ -245,14 +245,14 @@ void WebViewManager::endLoopIfEmpty() {
 }
 
 void WebViewManager::shutdown() {
-  // Nothing would end what is made from now on, or what was asked for and is not made yet.
+  // Blocks new web views and pending creations, which would not be destroyed below.
   shuttingDown_ = true;
-  // Ending a web view may delete others.
+  // A copy: destroying a web view may delete others.
   const auto webViews = webViews_;
   for (const auto& [handle, webView] : webViews) {
     if (webViewForHandle(handle) != webView) continue;
     closing_.insert(handle);
-    // Without it nobody would hear that the web view has ended.
+    // Otherwise the end of the web view would not be reported.
     webView->setWebEventEnabled(OrvWebEvent::Destroyed, true);
     webView->destroy();
   }
@@ -369,7 +369,7 @@ void WebViewManager::handlePostedEvent(const HandleOrvWebPostEventMessage& messa
     case EventType::JavaScriptResult:
     case EventType::JavaScriptFunctionResult:
     case EventType::JavaScriptCallback:
-      // The chrome would be told about its own scripts.
+      // Do not report the chrome's own scripts to the chrome.
       if (ofChrome) return;
       break;
     case EventType::InspectorMessage:

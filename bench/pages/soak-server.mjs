@@ -88,7 +88,7 @@ function tone() {
 }
 parts['tone.wav'] = ['audio/wav', tone()];
 
-// Says something every so often until nobody listens or for a minute.
+// Sends data at intervals until the client disconnects, for a minute at most.
 function drip(response, type, piece) {
   response.writeHead(200, { 'Content-Type': type });
   let left = 300;

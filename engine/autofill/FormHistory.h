@@ -28,8 +28,8 @@ class FormHistory {
 
   explicit FormHistory(std::string folder) : file_(std::move(folder), "texts.json") {}
 
-  // Names and texts, in the form's order. What is empty, blank or too long is left out; what is
-  // beyond the bounds pushes out what was not used for the longest time.
+  // Names and texts, in the form's order. Empty, blank and oversized texts are ignored; beyond the
+  // limits the least recently used entries are evicted.
   void remember(const std::vector<std::pair<String, String>>& typed);
   // What was typed into fields of that name and begins like the text, but for it itself; the latest
   // first. Upper and lower case of ASCII letters are the same.

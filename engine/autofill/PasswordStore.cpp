@@ -15,7 +15,7 @@ struct Logins {
   std::vector<SavedLogin> logins;  // the latest saved first
 };
 
-// What the chrome is told of one.
+// A log-in as reported to the chrome.
 struct LoginName {
   String place;
   String username;

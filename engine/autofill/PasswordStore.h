@@ -1,7 +1,7 @@
-// The log-ins that the user has let the program save. Main thread.
+// The log-ins that the user has allowed the program to save. Main thread.
 //
-// The one store that there is keeps them in a file that nobody but the user may read. They are not
-// encrypted: whoever can read the user's files, or a copy of them, can read the passwords.
+// The only implementation keeps them in a file that only the user may read. They are not encrypted:
+// anyone with access to the user's files, or to a copy of them, can read the passwords.
 #pragma once
 
 #include "engine/autofill/PrivateFile.h"

@@ -21,13 +21,13 @@ class PrivateFile {
   // The folder is made, with mode 0700, when something is first written.
   PrivateFile(std::string folder, const char* name);
 
-  // The whole file; empty when there is none, or when it cannot be read, which is logged.
+  // The whole file; empty if it does not exist or cannot be read, which is logged.
   String read() const;
   // Whether it may have changed since the last call.
   bool hasChanged();
-  // Replaces it by what the change makes of it, in one step for whoever reads it, with mode 0600;
-  // other processes' changes wait meanwhile. An empty text removes it. False, and logged, when that
-  // is not done: no change waits for longer than half a second.
+  // Applies the change and replaces the file atomically, with mode 0600; changes by other processes
+  // wait meanwhile. An empty text removes it. False, and logged, on failure: no change waits for
+  // longer than half a second.
   bool change(const std::function<String(const String& before)>& change);
 
  private:

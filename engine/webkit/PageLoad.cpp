@@ -313,7 +313,7 @@ bool PageLoad::repeatLoad(const gchar* uri) {
   if (unstartedLoad_) return true;
   if (!parts_ || !parts_->navigation.isRepeatable() || repeats_ == mostRepeats) return false;
   ++repeats_;
-  logAlways(LogNotice, "The engine has given up the connection to %s: loading it again.", uri);
+  logAlways(LogNotice, "The engine has closed the connection to %s: loading it again.", uri);
   // No load starts inside the signal: the cancelled load must finish first.
   repeating_ = true;
   loads_.expectAgain(String(uri));

@@ -120,7 +120,7 @@ String onResource(WebKitPage& page, const Details& details) {
 // A message of the page, or its answer, was too large for the link.
 String onOversized(const Details& details) {
   constexpr std::size_t longestName = 200;
-  reportError(concat("A message of a page is too large and is left out: \"",
+  reportError(concat("A message of a page is too large and is dropped: \"",
                      details.text(0).view().substr(0, longestName), "\", ",
                      String::fromNumber(details.number(1)), " bytes."));
   return {};

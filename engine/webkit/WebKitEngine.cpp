@@ -54,7 +54,7 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
                                            "base-cache-directory",
                                            engine->dataFolder_.cache.c_str(), nullptr);
   } else {
-    logAlways(LogNotice, "Nothing will be kept after this run: %s cannot be used (%s).",
+    logAlways(LogNotice, "Data of web sites are not stored: %s cannot be used (%s).",
               engine->dataFolder_.data.c_str(), std::strerror(errno));
     data = webkit_website_data_manager_new_ephemeral();
   }

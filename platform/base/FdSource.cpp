@@ -1,4 +1,4 @@
-// A descriptor as a source of a GLib main context. The context's thread, but for watch().
+// A file descriptor as a source of a GLib main context. The context's thread, except for watch().
 #include "platform/base/FdSource.h"
 
 #include <glib.h>
@@ -29,8 +29,8 @@ Watch& watchOf(GSource* source) {
   return *reinterpret_cast<Source*>(source)->watch;
 }
 
-// Orders a source's making before its use by the context's thread, for those who cannot see the
-// context's own lock: thread sanitizers.
+// Makes the creation of a source happen before its use on the context's thread, for thread
+// sanitizers, which do not see the context's own lock.
 std::atomic<unsigned int> sourcesMade = 0;
 
 void callAfter(GSource* source, std::chrono::milliseconds time) {
@@ -44,7 +44,7 @@ gboolean prepare(GSource* source, gint* timeout) {
   const short wanted = watch.wanted();
   watch.descriptor.events = static_cast<gushort>(wanted == FdSource::atOnce ? 0 : wanted);
   watch.descriptor.revents = 0;
-  // A descriptor that nobody wants is not polled at all: it might hang up again and again.
+  // Without interest the descriptor is not polled at all: a POLLHUP would be reported repeatedly.
   const bool isWanted = wanted != 0;
   if (std::exchange(watch.isPolled, isWanted) != isWanted) {
     (isWanted ? g_source_add_poll : g_source_remove_poll)(source, &watch.descriptor);
@@ -67,7 +67,7 @@ gboolean dispatch(GSource* source, GSourceFunc, gpointer) {
     watch.isPaused = false;
   }
   const auto found = static_cast<short>(watch.descriptor.revents);
-  // What came in time counts, and hides the end of the time from nobody.
+  // Events are delivered before a timeout, and do not suppress it.
   if (found != 0 || !isOver) watch.ready(found);
   if (isOver && !g_source_is_destroyed(source)) watch.ready(0);
   return G_SOURCE_CONTINUE;

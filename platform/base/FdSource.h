@@ -1,7 +1,7 @@
-// A descriptor as a source of a GLib main context: a function is called when there is something to
-// do with it. The one place that knows how such sources are made.
+// A file descriptor as a source of a GLib main context: calls a function when the descriptor is
+// ready. The only place that creates such sources.
 //
-// One thread, the context's, but for what is said to be for any.
+// The context's thread only, unless stated otherwise.
 #pragma once
 
 #include <poll.h>
@@ -17,22 +17,21 @@ namespace Tessel::Platform {
 struct FdSourceOptions {
   const char* name = "descriptor";   // for debuggers; static
   _GMainContext* context = nullptr;  // null for the default one
-  int priority = 0;                  // that of GLib: 0 is its default, higher numbers come later
-  // Whether the function is called again by a loop that runs inside of it.
+  int priority = 0;                  // a GLib priority: 0 is the default, higher numbers run later
+  // Whether the function may be called again by a nested loop inside it.
   bool recurses = false;
-  // After so long the function is called with 0 found, once; never without one.
+  // The function is called once with 0 after this time; 0 for no timeout.
   std::chrono::milliseconds limit{};
 };
 
 class FdSource {
  public:
-  // Gets what poll(2) has found, POLLHUP and POLLERR included; 0 when it was `atOnce`, or when a
-  // time was over. May stop the source, and destroy it and all that it belongs to: what it has
-  // captured lives until it returns.
+  // Receives the events from poll(2), including POLLHUP and POLLERR; 0 for `atOnce` or a timeout.
+  // May stop or destroy the source and its owner: the captures live until the function returns.
   using Ready = std::function<void(short found)>;
-  // What is waited for: events of poll(2), `atOnce` not to wait at all, or 0 for nothing at
-  // present, not even the other end's going. Asked before each poll and after it. Whoever changes
-  // it from another thread wakes the context.
+  // Returns the events to wait for: events of poll(2), `atOnce` not to wait at all, or 0 for none,
+  // not even POLLHUP. Called before and after each poll. After a change from another thread, wake
+  // the context.
   using Interest = std::function<short()>;
   static constexpr short atOnce = -1;
 
@@ -41,16 +40,16 @@ class FdSource {
   FdSource(const FdSource&) = delete;
   FdSource& operator=(const FdSource&) = delete;
 
-  // Watches the descriptor, which is not owned and must stay open until this stops, in place of
-  // what was watched before. Any thread.
+  // Watches the descriptor, replacing a previous one. It is not owned and must stay open until the
+  // source stops. Any thread.
   void watch(int fd, short events, Ready ready, const FdSourceOptions& options = {});
   void watch(int fd, Interest interest, Ready ready, const FdSourceOptions& options = {});
-  // Waits for nothing for so long, and then calls the function in any case.
+  // Stops polling for that time and then calls the function unconditionally.
   void pause(std::chrono::milliseconds time);
-  // Nothing is called any more.
+  // The function is not called any more.
   void stop();
   explicit operator bool() const { return source_ != nullptr; }
-  // Does nothing when there is no source.
+  // No-op if nothing is watched.
   void setPriority(int priority);
 
  private:

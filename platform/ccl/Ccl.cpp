@@ -141,7 +141,7 @@ int append(const std::string& line) {
   const int error = written < 0 ? errno : ENOSPC;
   // A partial line would corrupt the next one.
   if (written > 0 && ::write(opened.get(), "\n", 1) != 1) {
-    logAlways(LogError, "ccl: %s ends within a line", file);
+    logAlways(LogError, "ccl: %s is truncated: its last line is incomplete", file);
   }
   return notWritten(file, std::strerror(error));
 }

@@ -63,7 +63,7 @@ struct ChannelSocket::Preamble {
   DatagramHeader header{};
   Lengths lengths{};
 
-  // False for what is too large. All blobs together may be as long as one text may be.
+  // False if too large. The limit of a single text applies to all blobs together.
   bool fill(Blobs blobs) {
     if (blobs.size() > BlobList::capacity) return false;
     std::size_t size = 0;

@@ -46,7 +46,7 @@ class ChannelSocket {
   static std::pair<ChannelSocket, ChannelSocket> pair();
 
   int fd() const { return socket_.get(); }
-  // For whoever has another use for it; what is unsent is lost.
+  // Releases the descriptor for another use; unsent data are lost.
   UniqueFd release() { return std::move(socket_); }
   explicit operator bool() const { return bool(socket_); }
 
@@ -59,7 +59,7 @@ class ChannelSocket {
   enum class Outcome {
     Message,    // there is one
     Nothing,    // not now
-    Closed,     // the peer has gone
+    Closed,     // the peer is gone
     Malformed,  // a malformed message; the channel cannot be used any more
   };
   Outcome receive(ReceivedMessage& message);

@@ -1,5 +1,5 @@
-// Where other processes connect. The acceptor's thread reads all of its own state under one mutex,
-// which is not held while an owner is called.
+// Channels and their acceptor thread. All state of the acceptor is guarded by one mutex, which is
+// not held while an owner is called.
 #include "platform/channel/Channels.h"
 
 #include "platform/base/Log.h"
@@ -30,13 +30,13 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr const char* namePrefix = "channel-";
-// How long a process may be connected without having made itself known, and how many connections
-// may be so: of those of processes that nobody expects, and of those that are expected.
+// How long a connection may stay unidentified, and the maximum number of unidentified connections:
+// of unexpected processes, and of expected ones.
 constexpr std::chrono::seconds identificationTimeout{10};
 constexpr std::size_t mostUnexpected = 64;
 constexpr std::size_t mostExpected = 256;
-// Connections that wait to be accepted. Short, so that a process that connects without end keeps
-// nobody waiting behind thousands of its own; who finds it full waits for room.
+// The backlog of pending connections. Short, so that a flood of connections by one process does not
+// delay others behind thousands of its own; with a full backlog, connecting processes wait.
 constexpr int acceptQueue = 64;
 
 // Where a channel is; empty, with errno set, when the folder is not to be had.
@@ -86,7 +86,7 @@ class Acceptor {
   Round nextRound();
   // Each connection's descriptor tells whether it has sent something.
   void settleAll(std::span<const pollfd> spoken);
-  // True when nobody was there.
+  // True if no connection was pending.
   bool acceptAll(const Round& round);
   // Those of the calls that have waited since before the poll.
   std::vector<std::function<void()>> takeCalls(std::size_t count);
@@ -193,15 +193,15 @@ bool Acceptor::acceptAll(const Round& round) {
   for (std::size_t i = 0; i < round.owners.size(); ++i) {
     const pollfd& listener = round.descriptors[i + 1];
     isQuiet = isQuiet && listener.revents == 0;
-    // The listener may be closed by now: then the number is nobody's, or a socket that nobody
-    // connects to.
+    // The listener may be closed by now: then the number is unused or reused for another socket, on
+    // which accepting fails.
     if (listener.revents & POLLIN) accept(listener.fd, round.owners[i]);
   }
   return isQuiet;
 }
 
 void Acceptor::run() {
-  // Here, because nobody has to wait for it.
+  // On this thread, since no other thread waits for it.
   removeStaleFiles(folder_, namePrefix);
   for (;;) {
     Round round = nextRound();
@@ -209,7 +209,7 @@ void Acceptor::run() {
     if (::poll(all.data(), all.size(), static_cast<int>(round.timeout.count())) < 0) continue;
     eventfd_t ignored = 0;
     if (all[0].revents != 0) ::eventfd_read(wake_.get(), &ignored);
-    // Those who were polled first: more come with acceptAll().
+    // Only the connections that were polled: acceptAll() may add more.
     settleAll(all.subspan(1 + round.owners.size()));
     if (!acceptAll(round)) continue;
     for (const auto& call : takeCalls(round.waitingCalls)) call();
@@ -248,14 +248,13 @@ void Acceptor::pauseAccepting() {
   const int error = errno;
   const auto now = Clock::now();
   if (now - pausedUntil_ > identificationTimeout) {
-    logAlways(LogError, "Connections wait: %s", std::strerror(error));
+    logAlways(LogError, "Cannot accept connections at present: %s", std::strerror(error));
   }
   pausedUntil_ = now + acceptPause;
 }
 
-// Of too many unidentified connections one is closed: of the user who has most of them, of his
-// process that has most, the one that has been silent longest. So nobody keeps others out by
-// connecting often.
+// Closes one of too many unidentified connections: the oldest one of the process with the most, of
+// the user with the most. So no process can lock out others by connecting often.
 void Acceptor::makeRoomFor(const Unidentified& connection) {
   const auto alike = [&](const Unidentified& other) {
     return other.isExpected == connection.isExpected;
@@ -279,7 +278,7 @@ void Acceptor::makeRoomFor(const Unidentified& connection) {
     worstCounts = counts;
   }
   if (!std::exchange(hasComplained_, true)) {
-    logAlways(LogError, "Too many connections are silent: those of process %d are closed first.",
+    logAlways(LogError, "Too many unidentified connections: those of process %d are closed first.",
               static_cast<int>(worst->pid));
   }
   unidentified_.erase(worst);

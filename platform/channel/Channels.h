@@ -1,9 +1,9 @@
-// Where other processes connect: a channel is a listening socket in the user's run-time folder,
-// named after its process and a number, so that whoever knows both can find it.
+// Channels, to which other processes connect: a channel is a listening socket in the user's
+// run-time folder, named after its process and a number, so that it can be found by these two.
 //
-// A thread of its own, the acceptor, owns all listeners of a process. It has to be free when the
-// others are not: the main thread waits for a child that it has launched, and the web-engine thread
-// for the chrome, while processes connect that these two wait for.
+// A separate thread, the acceptor, owns all listeners of a process. It must not depend on the other
+// threads: the main thread may wait for a launched child, and the web-engine thread for the chrome,
+// while the processes that they wait for connect.
 #pragma once
 
 #include "platform/base/UniqueFd.h"
@@ -17,14 +17,14 @@
 
 namespace Tessel::Platform {
 
-// Who decides about the connections of a channel. Called by the acceptor's thread.
+// Accepts or rejects the connections of a channel. Called on the acceptor's thread.
 class ChannelOwner {
  public:
   virtual ~ChannelOwner() = default;
   // Whether the process's connections are taken. The pid is the kernel's word.
   virtual bool knows(pid_t pid) const = 0;
-  // Whether the process is one that is to become known: it waits in nobody's way, and is not sent
-  // away in favour of others.
+  // Whether the process is expected to identify itself: its connection has a separate limit and is
+  // not closed in favour of others.
   virtual bool expects(pid_t pid) const = 0;
   // A process that is not known has sent its first message; it is taken if it is known afterwards.
   virtual void greet(pid_t pid, const ReceivedMessage& message) = 0;
@@ -32,7 +32,7 @@ class ChannelOwner {
   virtual void connected(pid_t pid, ChannelSocket socket) = 0;
 };
 
-// The number of a channel that can be found without being told: for sockets that carry windows.
+// The fixed number of a well-known channel, for the sockets of windows.
 inline constexpr int windowChannel = 0;
 // Chosen by openChannel, from 1.
 inline constexpr int anyChannel = -1;
@@ -44,13 +44,13 @@ void closeChannel(int channel);
 // The owner may know more processes now than before. Any thread.
 void lookAtConnectionsAgain();
 
-// Calls once everybody who has connected by now has been accepted, and was taken if he is known: on
-// the acceptor's thread, or at once when there is none. Any thread.
+// Calls the function once all connections made so far have been accepted, and handed over if their
+// processes are known: on the acceptor's thread, or at once if there is none. Any thread.
 void afterConnections(std::function<void()> call);
 
-// A socket to another process's channel, close-on-exec. Empty, with errno set, when there is none
-// or it is not that process that listens. While the listener's queue is full it waits for room, up
-// to the limit; without one it does not block. Any thread.
+// A socket to another process's channel, close-on-exec. Empty, with errno set, if there is none or
+// another process listens. While the listener's queue is full it waits for room, up to the limit;
+// without one it does not block. Any thread.
 UniqueFd connectToChannel(pid_t pid, int channel,
                           std::chrono::milliseconds limit = std::chrono::milliseconds::zero());
 

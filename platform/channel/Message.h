@@ -12,7 +12,7 @@
 
 namespace Tessel::Platform {
 
-// A message is made by one thread and handed over whole; nobody keeps a reference.
+// A message is created by one thread, and its ownership is passed on; no references are kept.
 class Message {
  public:
   // The reply buffer, which may be null, is the sender's and stays in its stack frame: a message
@@ -29,13 +29,13 @@ class Message {
   // Where the receiver of a message from another process puts the reply.
   void setReply(MessageReplyBuffer* reply) { reply_ = reply; }
 
-  // Who sent it: the kernel's word for messages that crossed a process border, 0 inside one.
+  // The sender's pid, from the kernel, for messages from other processes; 0 within a process.
   pid_t senderPid() const { return senderPid_; }
   void setSenderPid(pid_t pid) { senderPid_ = pid; }
   // A number that travels in the header; events hand it on to the chrome. 0 unless set.
   int integer() const { return integer_; }
   void setInteger(int integer) { integer_ = integer; }
-  // By which a reply from another process finds the one who waits; 0 for nobody.
+  // Matches a reply from another process to the waiting sender; 0 for no reply.
   std::uint64_t replyId() const { return replyId_; }
   void setReplyId(std::uint64_t id) { replyId_ = id; }
 
@@ -59,7 +59,7 @@ class Pulse final : public Message {
  public:
   // A connection of this process has died; the value is its number.
   static constexpr int connectionDied = 2;
-  // Somebody who waited for a reply has gone; the value is the message's reply id.
+  // A sender that waited for a reply is gone; the value is the message's reply id.
   static constexpr int unblock = 3;
 
   Pulse(int type, int value) : Message(type) { setInteger(value); }

@@ -120,7 +120,7 @@ BlobList serializeMessage(Message& message) {
   if (const MessageSerializer* serializer = messageSerializer(message.type())) {
     return serializer->serialize(message);
   }
-  logAlways(LogError, "A message of type %d cannot leave this process.", message.type());
+  logAlways(LogError, "A message of type %d cannot be serialised.", message.type());
   return {};
 }
 

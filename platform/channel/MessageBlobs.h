@@ -105,7 +105,7 @@ std::unique_ptr<Message> deserializeMessage(Blobs blobs);
 // The codecs of field types, by an id that each gets with its first use.
 int generateUniqueType();
 void installMessageBlobSerializer(int id, const BlobSerializerBase* codec);
-// Null when there is none under that id.
+// Null if there is none with that id.
 const BlobSerializerBase* messageBlobSerializer(int id);
 
 template <typename T>

@@ -16,8 +16,8 @@ class MessageReplyBuffer {
   virtual ~MessageReplyBuffer() = default;
   // Bytes of the concrete buffer object.
   virtual std::size_t size() const = 0;
-  // Takes a reply: a number's bytes, or a text with its terminating zero byte. False, and the
-  // buffer keeps what it had, when these cannot be such a value: they may come from anybody.
+  // Sets the reply: a number's bytes, or a text with its terminating zero byte. False, without
+  // effect, if the bytes are not a valid value: they may come from an untrusted process.
   virtual bool assign(const void* bytes, std::size_t length) = 0;
 };
 
@@ -71,7 +71,7 @@ class ReplyBytes final : public MessageReplyBuffer {
     bytes_.assign(static_cast<const char*>(bytes), length);
     return true;
   }
-  // Empty when nobody has replied.
+  // Empty without a reply.
   const std::string& bytes() const { return bytes_; }
 
  private:

@@ -54,7 +54,7 @@ std::string requestLine(const char* name, const std::vector<String>& arguments) 
 bool isOurs(int socket) {
   const auto peer = peerOf(socket);
   if (isTrustedPeer(peer)) return true;
-  logAlways(LogError, "The control refuses process %d of user %u.",
+  logAlways(LogError, "The control socket refuses process %d of user %u.",
             peer ? static_cast<int>(peer->pid) : -1, peer ? peer->uid : 0);
   return false;
 }
@@ -150,7 +150,7 @@ ControlSocket::~ControlSocket() {
 void ControlSocket::accept(UniqueFd socket) {
   if (!isOurs(socket.get())) return;
   if (clients_.size() >= mostClients) {
-    logAlways(LogError, "The control has %zu clients and takes no more.", clients_.size());
+    logAlways(LogError, "The control socket has %zu clients and accepts no more.", clients_.size());
     return;
   }
   clients_.push_back(std::make_unique<Client>(*this, std::move(socket)));

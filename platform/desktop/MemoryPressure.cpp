@@ -1,4 +1,4 @@
-// Notices that the machine runs short of memory. Main thread.
+// Detects memory pressure on the machine. Main thread.
 #include "platform/desktop/MemoryPressure.h"
 
 #include <fcntl.h>
@@ -15,9 +15,9 @@ namespace Tessel::Platform {
 
 namespace {
 
-// 150 ms of waiting within 2 s; users other than root may only name windows of whole 2 s.
+// 150 ms of stalls within 2 s; unprivileged users may only use windows that are multiples of 2 s.
 constexpr std::string_view triggerText{"some 150000 2000000"};
-// Percent of the last ten seconds: higher to begin than to end, so that it does not flutter.
+// Percent of the last ten seconds. Hysteresis: it begins at a higher value than it ends.
 constexpr double lowFrom = 10;
 constexpr double lowUntil = 5;
 
@@ -42,7 +42,7 @@ MemoryPressure::~MemoryPressure() {
 bool MemoryPressure::askKernel() {
   trigger_.reset(::open(path_.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
   struct statfs system {};
-  // Anywhere else a trigger would only be written into somebody's file.
+  // On any other file system the trigger would be written into an ordinary file.
   const bool taken = trigger_ && ::fstatfs(trigger_.get(), &system) == 0 &&
                      system.f_type == PROC_SUPER_MAGIC &&
                      ::write(trigger_.get(), triggerText.data(), triggerText.size() + 1) ==
@@ -52,7 +52,7 @@ bool MemoryPressure::askKernel() {
     return false;
   }
   notice_.watch(trigger_.get(), POLLPRI, [this](short found) {
-    // With its group of processes the file has gone.
+    // The cgroup was removed, and the file with it.
     if ((found & POLLERR) != 0) return notice_.stop();
     onLow_();
   });

@@ -16,13 +16,13 @@ namespace Tessel::Platform::Graphics {
 
 enum class WindowType : int { Application = 1, Child = 2 };
 
-// Told what the person at the screen does to a top-level window.
+// Receives changes that the user makes to a top-level window.
 class WindowListener {
  public:
   virtual ~WindowListener() = default;
   virtual void windowResized(IntSize size) = 0;
   virtual void windowCloseRequested() = 0;
-  // Whether it has the keyboard.
+  // Active: the window has the keyboard focus.
   virtual void windowActiveChanged(bool active) { static_cast<void>(active); }
   virtual void windowShownAsChanged(ShownAs shownAs) { static_cast<void>(shownAs); }
 };
@@ -30,72 +30,73 @@ class WindowListener {
 class Window : public GuardedPointerBase {
  public:
   // A child needs a parent, or the group name of one; an application window without a group name
-  // gets a group of its own. A child whose rectangle is empty covers its parent until it is
-  // placed. Usage and flag are kept for systems that allocate by them.
+  // gets a group of its own. A child with an empty rectangle covers its parent until it is placed.
+  // Usage and flag are stored for window systems that allocate buffers by them.
   Window(WindowType type, Window* parent, const IntRect& windowRect, const IntRect& viewportRect,
          IntSize size, int usage, bool flag, const String& group);
-  // The stand-in, in a top-level window of this process, for a child window that another process
-  // made: it has that window's handle, which must name no window here, and its identifier.
+  // A proxy, in a top-level window of this process, for a child window of another process. It has
+  // that window's identifier and handle; the handle must not be in use in this process.
   Window(Window& topLevel, int handle, int pid, WindowState state);
   ~Window() override;
 
-  // Windows that this process makes from now on have handles with that group in their upper bits,
-  // so that no two processes give out the same one. Group 0 is the application itself, and it gives
-  // each child process a number of its own. False, and
-  // nothing changes, for a group that does not fit. Call it before the first window is made.
+  // Sets the upper bits of the handles of all windows created from now on, so that handles are
+  // unique across processes. Group 0 is the application itself, which assigns a number to each
+  // child process. False, without effect, for a group that is out of range. Call it before the
+  // first window is created.
   static bool setHandleBase(unsigned groupId);
-  // Handles are positive ints, and a process may give out a million.
+  // Handles are positive ints; each process may allocate a million.
   static constexpr unsigned lastHandleGroup = 2047;
-  // Whether a handle was given out by the process of that group.
+  // Whether a handle belongs to the process of that group.
   static bool isHandleOf(unsigned groupId, int handle);
 
   // Called when a window joins or leaves this window's group.
   virtual void addChildWindow(Window* child) { static_cast<void>(child); }
   virtual void removeChildWindow(Window* child) { static_cast<void>(child); }
 
-  // The top-level window of a group; null when there is none.
+  // The top-level window of a group; null if there is none.
   static Window* topLevelOf(const String& group);
-  // Null for numbers that name no living window.
+  // Null if no window has that handle.
   static Window* fromPlatformHandle(int handle);
 
   const String& windowGroup() const { return group_; }
-  // Text that names this window among all windows of all processes of the program.
+  // Unique among the windows of all processes of the program.
   const String& identifier() const { return identifier_; }
-  // Never reused in a process, and different in every process of the program that has called
-  // setHandleBase. 0 for a window made after the process has used up its handles (a million); it
-  // has no buffer.
+  // Never reused within a process, and unique among the processes of the program that have called
+  // setHandleBase. 0 for a window created after the process has exhausted its handles (a million);
+  // such a window has no buffer.
   int platformHandle() const { return handle_; }
-  // False when the window system had no room for the window; everything else then does nothing.
+  // False if the window system could not create the window; all other operations are then no-ops.
   bool hasBuffer() const { return surface_ != nullptr; }
   WindowSurface* surface() const { return surface_.get(); }
   IntSize surfaceSize() const { return surface_ ? surface_->size() : IntSize(); }
   const WindowState& state() const { return state_; }
 
-  // Where the window is, whoever has put it there: the program, an animation, the window system, or
-  // the process that shows it. Nobody else keeps a copy to compare with.
+  // The current position and size, no matter whether set by the program, an animation, the window
+  // system, or the process that displays the window. The only copy of this state.
   IntRect windowRectangle() const;
   void setWindowRectangle(const IntRect& rect);
-  // For the window system: the window is there already.
+  // For the window system, which has already moved the window.
   void windowPlaced(const IntRect& rect, bool fillsParent);
-  // The part of the surface that is shown; kept, surfaces here are as large as their windows.
+  // The visible part of the surface; only stored: surfaces are as large as their windows here.
   void setViewportRectangle(const IntRect& rect) { viewportRect_ = rect; }
-  // The corner, in the parent; {0, 0} for a window that covers its parent.
+  // The top left corner in the parent; {0, 0} for a window that covers its parent.
   IntPoint windowLocation() const;
-  // Moves the window and keeps its size, which for one that covered its parent is the parent's from
-  // now on. What is farther off than farthestPlace is brought nearer: nobody sees it there either.
+  // Moves the window and keeps its size; a window that covered its parent keeps the parent's
+  // current size. Coordinates are clamped to farthestPlace, which is off screen in any case.
   void setWindowLocation(IntPoint location);
   static constexpr int farthestPlace = 1 << 20;
-  // Parts, from the window's corner, that are not painted and take no input. Empty for none.
+  // Areas, relative to the window's corner, that are neither painted nor receive input. Empty for
+  // none.
   void setDiscardRects(std::vector<IntRect> rects);
   void setZOrder(int zOrder);
   void setVisible(bool visible);
-  void setGlobalAlpha(int alpha);  // 0 to 255; what lies outside is brought to the nearer end
+  void setGlobalAlpha(int alpha);  // clamped to 0 to 255
   void setSensitivity(Sensitivity sensitivity);
   void setTransparency(int type);
   void setOrientation(int degrees);
   void post(const IntRect& area);
 
-  // Not owned; null takes it away.
+  // Not owned; null removes it.
   void setListener(WindowListener* listener) { listener_ = listener; }
   // For the window system.
   WindowListener* listener() const { return listener_; }
@@ -106,7 +107,7 @@ class Window : public GuardedPointerBase {
 
   const int handle_;
   const String identifier_;
-  Window* topLevel_;  // itself for a top-level window; null when there is none, or none any more
+  Window* topLevel_;  // this for a top-level window; null if there is none or it was destroyed
   const String group_;
   WindowState state_;
   IntRect viewportRect_;
@@ -114,11 +115,11 @@ class Window : public GuardedPointerBase {
   std::unique_ptr<WindowSurface> surface_;
 };
 
-// Fills a window's buffer; shown by the next post.
+// Fills a window's buffer; visible after the next post.
 void clearBuffer(Window& window, Color color);
 
-// Gives a window's group the keyboard (1) or leaves it where it is (0). False with errno set when
-// the handle names no window (EINVAL) or the window is not on a screen (ENODEV).
+// Gives a window's group the keyboard focus (1) or does nothing (0). False with errno set if the
+// handle is unknown (EINVAL) or the window is not on a screen (ENODEV).
 bool setGroupKeyboardFocus(int platformHandle, int value);
 
 }  // namespace Tessel::Platform::Graphics

@@ -176,7 +176,8 @@ void MongooseHttpServer::Impl::start() {
   if (running) return;
   token_ = randomToken();
   if (token_.empty()) {
-    logAlways(LogError, "The web inspector cannot be started: there are no random numbers.");
+    logAlways(LogError,
+              "The web inspector cannot be started: the kernel provides no random numbers.");
     return;
   }
   if (!server_) {
@@ -238,7 +239,7 @@ bool MongooseHttpServer::Impl::isAllowed(GSocketAddress* remote, GSocketAddress*
   const auto user = userOfPeer(peer, own);
   if (user == ::geteuid() || user == 0) return true;
   if (user && refused_.insert(*user).second) {
-    logAlways(LogError, "The web inspector refuses user %u: it is for its own user.", *user);
+    logAlways(LogError, "The web inspector refuses user %u: only its own user may connect.", *user);
   }
   return false;
 }
@@ -444,7 +445,7 @@ void MongooseHttpServer::Impl::send(const std::string& message,
   const std::uint64_t waiting =
       frontEnd->queued - std::min(frontEnd->queued, frontEnd->meter->written);
   if (waiting + size > longestQueue) {
-    logAlways(LogError, "A web inspector that does not read what it is sent is cut off.");
+    logAlways(LogError, "A web inspector front end does not read and is disconnected.");
     ended(*frontEnd);
     deleteGuardedObject(frontEnd);
     return;

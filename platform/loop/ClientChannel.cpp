@@ -121,7 +121,7 @@ void ClientChannel::greet(pid_t pid, const ReceivedMessage& received) {
   }
   const auto message = handler ? deserializeMessage(received.blobs()) : nullptr;
   if (!handler || !message) {
-    logAlways(LogError, "A message of process %d is refused: nobody is expecting it.",
+    logAlways(LogError, "A message of process %d is refused: not an expected handshake.",
               static_cast<int>(pid));
     return;
   }
@@ -136,8 +136,8 @@ void ClientChannel::connected(pid_t pid, ChannelSocket socket) {
       std::count_if(connections_.begin(), connections_.end(),
                     [pid](const auto& connection) { return connection->pid() == pid; });
   if (ofProcess >= mostConnections) {
-    logAlways(LogError, "A connection of process %d is refused: it has %d.", static_cast<int>(pid),
-              static_cast<int>(ofProcess));
+    logAlways(LogError, "A connection of process %d is refused: it already has %d.",
+              static_cast<int>(pid), static_cast<int>(ofProcess));
     return;
   }
   // Registered before it is served, since it may end at once.

@@ -1,4 +1,4 @@
-// The connections of this process to channels of others.
+// Outgoing connections of this process to the channels of other processes.
 #include "platform/loop/Connections.h"
 
 #include "platform/base/ErrorReport.h"
@@ -27,21 +27,21 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A process that leads no group of ours is not killed, but nobody waits for it for ever.
+// Time limit for a reply of a process without a silence limit; such a process is not killed.
 constexpr std::chrono::milliseconds longestWait{60'000};
-// How finely a peer's silence is told from the time that others take.
+// Granularity at which a peer's silence is told apart from time spent serving others.
 constexpr std::chrono::milliseconds longestSlice{500};
 
 class Connection : public std::enable_shared_from_this<Connection> {
  public:
   static std::shared_ptr<Connection> open(int id, pid_t peer, UniqueFd socket);
 
-  // False when the message is not sent: it cannot cross, is too large, or nobody reads at the other
-  // end; the chrome is told.
+  // False if the message is not sent: it cannot be serialised, is too large, or the peer does not
+  // read. The error is reported to the chrome.
   bool send(Message& message);
   void call(Message& message);
   void setSilenceLimit(std::chrono::milliseconds limit) { silenceLimit_ = limit; }
-  // Without a pulse.
+  // Closes the connection without sending a pulse.
   void detach();
 
   bool hasUnsent() const { return unsent_; }
@@ -55,8 +55,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
   };
 
  public:
-  // Sends what is unsent and takes the replies that have come, up to that of the waiter, if any:
-  // behind it there is rarely another, and whoever polls next sees it.
+  // Sends queued messages and receives replies, up to the waiter's if one is given: another reply
+  // rarely follows it, and the next poll would find it.
   void exchange(const Waiter* until = nullptr);
 
  private:
@@ -72,20 +72,20 @@ class Connection : public std::enable_shared_from_this<Connection> {
   std::optional<std::chrono::milliseconds> silenceLimit_;
   ReceivedMessage received_;
   std::vector<Waiter*> waiters_;
-  std::vector<pollfd> spare_;  // what the last call polled with
+  std::vector<pollfd> spare_;  // the last call's array, reused
   std::uint64_t lastReplyId_ = 0;
   bool ended_ = false;
-  bool unresponsive_ = false;  // it was stopped while it was waited for, and has not answered since
+  bool unresponsive_ = false;  // was stopped while a call waited, and has not replied since
   FdSource source_;
 
   mutable std::mutex mutex_;
-  ChannelSocket socket_;              // under the mutex, but for receiving
+  ChannelSocket socket_;              // guarded by the mutex, except for receiving
   std::atomic<bool> unsent_ = false;  // whether the socket has unsent messages
-  std::atomic<bool> broken_ = false;  // the peer asks without reading, or has gone
-  bool full_ = false;                 // under the mutex: it was told that the peer does not read
+  std::atomic<bool> broken_ = false;  // the peer does not read replies, or is gone
+  bool full_ = false;                 // guarded by the mutex: SendOutcome::Full was reported
 };
 
-// Every connection by its number, and the party that flushes them while the main thread waits for
+// All connections by number. As a wait participant, flushes them while the main thread waits for
 // something else.
 class Connections final : public MainThreadWait::Participant {
  public:
@@ -141,7 +141,7 @@ std::shared_ptr<Connection> Connection::open(int id, pid_t peer, UniqueFd socket
       [raw = connection.get()] {
         return raw->broken_ ? FdSource::atOnce : raw->pollDescriptor().events;
       },
-      // Held until the source is stopped.
+      // The capture keeps the connection alive until the source is stopped.
       [connection](short) { connection->exchange(); }, {.name = "connection", .recurses = true});
   return connection;
 }
@@ -153,17 +153,17 @@ pollfd Connection::pollDescriptor() const {
 
 bool Connection::send(Message& message) {
   const BlobList blobs = serializeMessage(message);
-  // The log has said why it cannot cross.
+  // The serialiser has logged the reason.
   if (Blobs(blobs).empty()) return false;
   bool wakeLoop = false;
   SendOutcome outcome = SendOutcome::Broken;
   bool isNews = true;
   {
     const std::lock_guard lock(mutex_);
-    // Whoever waits has room: there are only so many waits at once.
+    // Messages with a reply count as answers (larger bound): the number of nested waits is limited.
     if (!broken_) outcome = socket_.send(blobs, message.reply() != nullptr);
     if (outcome == SendOutcome::Broken) broken_ = true;
-    // Told once, until the peer has read everything.
+    // Reported once, until the peer has read everything.
     if (outcome == SendOutcome::Full) isNews = !std::exchange(full_, true);
     const bool hasUnsent = socket_.hasUnsent();
     wakeLoop = broken_ || (hasUnsent && !unsent_);
@@ -179,11 +179,11 @@ void Connection::reportUnsent(SendOutcome outcome, const Message& message, Blobs
   if (outcome == SendOutcome::TooLarge) {
     std::size_t size = 0;
     for (const Blob& blob : blobs) size += blob.length;
-    reportError(concat("What is too large for another process is not sent: ", message.description(),
-                       ", ", String::fromUnsignedInteger(size), " bytes."));
+    reportError(concat("A message is too large for another process and is not sent: ",
+                       message.description(), ", ", String::fromUnsignedInteger(size), " bytes."));
   } else if (outcome == SendOutcome::Full) {
     reportError(concat("Process ", process, " does not read: ", message.description(),
-                       " is not sent, and others are not until it does."));
+                       " is not sent, nor are further messages until it does."));
   }
 }
 
@@ -191,7 +191,7 @@ void Connection::call(Message& message) {
   const auto self = shared_from_this();
   Waiter waiter{++lastReplyId_, message.reply()};
   message.setReplyId(waiter.id);
-  // Whoever was waited for in vain is not waited for again before it goes on.
+  // After a timeout, do not wait again for a peer that is still stopped.
   if (unresponsive_ && isStoppedOrTraced(peer_)) return;
   MainThreadWait wait;
   if (!send(message)) {
@@ -209,7 +209,7 @@ void Connection::call(Message& message) {
         unresponsive_ = true;
         reportError(concat("Process ", String::fromSignedInteger(peer_),
                            " is stopped or traced and does not answer: ", message.description(),
-                           " gets the default answer. It is let live."));
+                           " gets the default answer. It is not killed."));
       } else if (silenceLimit_) {
         logAlways(LogError, "Process %d has not answered for %lld ms and is killed.",
                   static_cast<int>(peer_), static_cast<long long>(limit.count()));
@@ -226,7 +226,7 @@ void Connection::call(Message& message) {
       silence = Clock::duration::zero();
       exchange(&waiter);
     } else {
-      // Serving others takes its time, and that is not the peer's silence.
+      // Time spent serving others does not count as the peer's silence.
       silence += std::min(Clock::now() - start, slice);
     }
   }
@@ -274,12 +274,13 @@ void Connection::takeReply() {
   const auto found = std::find_if(waiters_.begin(), waiters_.end(),
                                   [&](const Waiter* waiter) { return waiter->id == id; });
   if (found == waiters_.end()) return;
-  // Nobody has replied when there are no bytes: the buffer keeps what it had.
+  // An empty reply means that no handler replied: the buffer keeps its default.
   if (blobs[1].length > 0) (*found)->reply->assign(blobs[1].data, blobs[1].length);
   (*found)->answered = true;
 }
 
-// A peer that is still there, but does not read or sends nonsense, is no use any more.
+// A peer that is alive but does not read, or sends malformed messages, is killed if it has a
+// silence limit.
 void Connection::end(bool isPeerAlive) {
   if (std::exchange(ended_, true)) return;
   const auto self = shared_from_this();

@@ -1,4 +1,4 @@
-// A connection that another process has made to a message client.
+// A connection from another process to a message client.
 #include "platform/loop/IncomingConnection.h"
 
 #include "platform/base/ErrorReport.h"
@@ -18,8 +18,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// What one connection may have of a turn of the loop, and how long it may be busy before others
-// come first.
+// Messages and time per iteration of the loop, and how long a connection may be busy before its
+// priority is lowered.
 constexpr int mostOfATurn = 16;
 constexpr std::chrono::milliseconds longestTurn{2};
 constexpr std::chrono::milliseconds longestBurst{20};
@@ -35,11 +35,11 @@ IncomingConnection::~IncomingConnection() = default;
 void IncomingConnection::open(GMainContext* context) {
   source_.watch(
       socket_.fd(),
-      // While its messages may not be served the socket is not polled either: the loop of a wait
-      // would find it ready again and again.
+      // Not polled while messages may not be served: the loop of a wait would spin on a readable
+      // socket.
       [this] { return mayServe() ? pollDescriptor().events : short{0}; },
-      // Held until the source is stopped. May recurse, as the source of the client's own queue may,
-      // and for the same reasons.
+      // The capture keeps it alive until the source is stopped. Recursive, like the source of the
+      // client's own queue and for the same reasons.
       [self = shared_from_this()](short) { self->serveSome(); },
       {.name = "incoming messages", .context = context, .recurses = true});
 }
@@ -65,8 +65,8 @@ void IncomingConnection::serveSome() {
   if (busy_ > longestBurst) setBusy(true);
 }
 
-// The window is painted and the toolkit's other work done at lower priorities than those of
-// messages and input: a connection that always has more would keep them waiting for ever.
+// Painting and other work of the toolkit have lower priorities than messages and input: a
+// connection that is never idle would starve them.
 void IncomingConnection::setBusy(bool busy) {
   if (!busy) busy_ = {};
   source_.setPriority(busy ? G_PRIORITY_DEFAULT_IDLE : G_PRIORITY_DEFAULT);
@@ -85,7 +85,7 @@ IncomingConnection::Served IncomingConnection::serveOne() {
     end();
     return Served::Nothing;
   }
-  // Who takes no replies any more may still have sent something.
+  // A peer that no longer reads replies may still have sent messages.
   const bool isDeaf = socket_.hasUnsent() && !socket_.flush();
   switch (socket_.receive(received_)) {
     case ChannelSocket::Outcome::Nothing:
@@ -102,7 +102,7 @@ IncomingConnection::Served IncomingConnection::serveOne() {
     case ChannelSocket::Outcome::Message:
       break;
   }
-  // Replies are owed even for what is dropped: somebody waits.
+  // Dropped messages are replied to as well, since their senders wait.
   MessageHeader header{};
   if (!readHeader(received_.blobs(), header)) {
     logAlways(LogError, "The connection of process %d is closed: a message has no header.",
@@ -139,16 +139,17 @@ void IncomingConnection::reply(int type, std::uint64_t id, std::string_view byte
   blobs.add(bytes.data(), bytes.size());
   SendOutcome outcome = ended_ ? SendOutcome::Broken : socket_.send(blobs, true);
   if (outcome == SendOutcome::TooLarge) {
-    reportError(concat("The reply to a message of type ", String::fromSignedInteger(type),
-                       " is too large for another process: ",
-                       String::fromUnsignedInteger(bytes.size()), " bytes. It is left out."));
+    reportError(
+        concat("The reply to a message of type ", String::fromSignedInteger(type),
+               " is too large for another process: ", String::fromUnsignedInteger(bytes.size()),
+               " bytes. An empty reply is sent."));
     blobs.clear();
     blobs.add(&header, sizeof header);
     blobs.add(nullptr, 0);
     outcome = socket_.send(blobs, true);
   }
   if (outcome == SendOutcome::Sent) return;
-  // Nobody waits any more.
+  // The peer no longer waits for replies.
   if (MessageClient* const client = MessageClient::ofThisThread()) {
     client->dispatchPulse(Pulse::unblock, static_cast<int>(id));
   }

@@ -1,4 +1,4 @@
-// The command line of a program, read by GLib's option parser.
+// Parses a program's command line with GLib's option parser.
 #include "platform/options/CommandLine.h"
 
 #include <glib.h>
@@ -13,7 +13,7 @@ namespace Tessel::Platform {
 
 namespace {
 
-// What every program has, behind its own options.
+// Options of every program, listed after its own.
 constexpr Option commonOptions[] = {
     {"help", nullptr, "Prints this text."},
     {"version", nullptr, "Prints the version."},
@@ -33,14 +33,14 @@ Texts optionTexts(const ProgramText& program) {
   return texts;
 }
 
-// Breaks a text into lines of the terminal's usual width; its own line breaks stay.
+// Wraps a text at the usual terminal width, keeping existing line breaks.
 void appendWrapped(std::string& out, std::string_view text, std::size_t indent) {
   constexpr std::size_t width = 80;
   while (!text.empty()) {
     std::size_t end = std::min(text.find('\n'), text.size());
     if (indent + end > width) {
       const std::size_t space = text.rfind(' ', width - indent);
-      end = space == text.npos ? std::min(text.find(' '), end) : space;
+      end = space == std::string_view::npos ? std::min(text.find(' '), end) : space;
     }
     out.append(indent, ' ').append(text.substr(0, end)).push_back('\n');
     text.remove_prefix(std::min(end + 1, text.size()));
@@ -67,7 +67,7 @@ std::string helpOf(const ProgramText& program) {
   return text;
 }
 
-// Of a text for the manual's formatter: a line must not begin with one of its control characters.
+// Escapes a text for the manual's formatter: lines must not begin with its control characters.
 std::string escaped(std::string_view text) {
   std::string out;
   bool lineBegins = true;
@@ -114,7 +114,7 @@ std::string manualOf(const ProgramText& program) {
   return text;
 }
 
-// What the parser's callback collects.
+// The state of the parser's callback.
 struct Reading {
   const ProgramText& program;
   std::vector<GivenOption> given;
@@ -184,7 +184,7 @@ CommandLine readCommandLine(const ProgramText& program, int argc, char** argv) {
   }
   if (reading.common) carryOut(*reading.common, program);
   words.resize(static_cast<std::size_t>(count));
-  // Behind a word that ended the options it is a word like any other.
+  // After a word that ended the options, "--" is an ordinary word.
   const bool isWord = program.wordsEndOptions && count > 1;
   words.insert(words.end(), isWord || separator == end ? separator : separator + 1, end);
   words.push_back(nullptr);

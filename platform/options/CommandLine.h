@@ -1,5 +1,5 @@
-// The command line of a program: one table gives its options, its help and its page of the manual.
-// Main thread, before any other thread and process is started.
+// The command line of a program: its options, help and manual page, derived from one table. Main
+// thread, before any other thread or process is started.
 #pragma once
 
 #include <span>
@@ -11,25 +11,25 @@ namespace Tessel::Platform {
 
 struct Option {
   const char* name;   // without the dashes
-  const char* value;  // what the help calls its value; null for a switch
-  const char* text;   // what it does, a line
+  const char* value;  // placeholder of the value in the help; null for a switch
+  const char* text;   // description, one line
 };
 
-// A part of the manual behind the options. Entries are terms and what they mean.
+// A section of the manual after the options. Entries are terms and their descriptions.
 struct ManualSection {
   std::string title;
   std::string text;
   std::vector<std::pair<std::string, std::string>> entries;
 };
 
-// What the help and the manual say of a program. All texts outlive the call that they are for.
+// Texts for the help and manual of a program. All must outlive the call that they are passed to.
 struct ProgramText {
   const char* name;
-  const char* words;    // what stands behind the options, as the usage line has it
-  const char* summary;  // what the program does, a line
+  const char* words;    // the arguments after the options, for the usage line
+  const char* summary;  // what the program does, one line
   std::span<const Option> options;
   std::vector<ManualSection> sections;
-  // Behind the first word that is no option, options are somebody else's.
+  // Whether the first non-option argument ends the options.
   bool wordsEndOptions = false;
 };
 
@@ -40,20 +40,19 @@ struct GivenOption {
 
 struct CommandLine {
   std::vector<GivenOption> options;  // in the order in which they were given
-  // The program's name, and what is no option; without the "--" that ends the options. The texts
-  // are the caller's.
+  // The program's name and the non-option arguments, without the "--" that ends the options. The
+  // texts are owned by the caller.
   std::vector<char*> words;
 };
 
-// Every program ends with this status after a mistake in what it was started with.
+// The exit status of every program after a usage error.
 inline constexpr int misusedStatus = 2;
 
-// Reads the arguments. Ends the process with 0 after --help, --version and --man, which every
-// program has, and with misusedStatus and a line on standard error after an option that is unknown,
-// or lacks its value.
+// Parses the arguments. Exits with 0 after --help, --version and --man, which every program has,
+// and with misusedStatus and a line on standard error if an option is unknown or lacks its value.
 CommandLine readCommandLine(const ProgramText& program, int argc, char** argv);
 
-// Says what is wrong on standard error and ends the process with misusedStatus.
+// Prints the problem to standard error and exits with misusedStatus.
 [[noreturn]] void endMisused(const char* program, const std::string& problem);
 
 }  // namespace Tessel::Platform

@@ -1,4 +1,4 @@
-// Rights that a process gives up for good. Any thread.
+// Drops rights of a process irrevocably. Any thread.
 #include "platform/os/Confinement.h"
 
 #include <seccomp.h>

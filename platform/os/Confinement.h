@@ -1,5 +1,5 @@
-// Rights that a process gives up for good, with everything that it will ever start. Any thread; it
-// counts for all threads of the process.
+// Drops rights of a process and all its future descendants irrevocably. Any thread; applies to all
+// threads of the process.
 #pragma once
 
 namespace Tessel::Platform {

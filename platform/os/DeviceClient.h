@@ -8,8 +8,8 @@
 
 namespace Tessel::Platform {
 
-// Opens the path with the access of these flags of open(2). -1 with errno: ENOENT and ECONNREFUSED
-// when nobody serves it, EACCES when this user may not.
+// Opens the path with the access mode of these flags of open(2). -1 with errno: ENOENT and
+// ECONNREFUSED if it is not served, EACCES if this user has no permission.
 UniqueFd openDevice(const char* path, int flags);
 
 // Sends a command with `size` bytes of data and takes the answer's data, at most `answerSize` bytes

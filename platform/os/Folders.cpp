@@ -25,7 +25,7 @@ namespace {
 
 constexpr int mostProcessesOfOneName = 64;
 
-// What is wrong with a folder that holds one of ours; "" for nothing.
+// The problem with a parent folder of ours; "" if there is none.
 std::string problemOfBase(const std::string& base) {
   struct stat status {};
   if (::stat(base.c_str(), &status) != 0) return {};  // it can be made, or making ours says why not
@@ -37,7 +37,7 @@ std::string problemOfBase(const std::string& base) {
   return {};
 }
 
-// What is wrong with a folder that is to be ours alone.
+// The problem with a folder that must be private.
 std::string problemOf(const std::string& folder) {
   struct stat status {};
   if (::lstat(folder.c_str(), &status) != 0) return std::strerror(errno);

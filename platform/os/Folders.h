@@ -8,10 +8,9 @@
 namespace Tessel::Platform {
 
 // The user's run-time folder of the program, for sockets: below $XDG_RUNTIME_DIR, or in /tmp where
-// there is none. It is made if need be, with mode 0700. Empty, with errno set, when it cannot be
-// made or somebody else could get at it: when it or the folder it is in is another user's, but for
-// root's, or can be written to by others, but for a folder with the sticky bit. The log says which,
-// once.
+// there is none. It is created if necessary, with mode 0700. Empty, with errno set, if it cannot be
+// created or other users could access it: if it or its parent belongs to a user other than this one
+// and root, or is writable by others without the sticky bit. The reason is logged once.
 std::string runtimeFolder();
 
 // Programs that were killed leave sockets and folders behind: removes the entries of a folder whose
@@ -23,7 +22,7 @@ void removeStaleFiles(const std::string& folder, const char* prefix);
 void removeAtExit(const std::string& path);
 // Likewise all in a folder whose names begin so, with what they hold.
 void removeAtExit(const std::string& folder, const std::string& prefix);
-// For those who end by _exit(2).
+// For processes that end by _exit(2).
 void removeRegisteredFiles();
 
 // A folder that holds what one process keeps between its runs, and the claim on it.

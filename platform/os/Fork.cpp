@@ -92,7 +92,7 @@ void discard(pid_t child) {
   }
 }
 
-// The child waits for its word; nobody hears of one that never gets it.
+// Blocks SIGCHLD, so that the end of a child that was never released is not noticed.
 class ChildEndsUnheard {
  public:
   ChildEndsUnheard() {

@@ -7,14 +7,14 @@
 
 namespace Tessel::Platform {
 
-// Like fork(2), but what the child gets was copied while every other thread of this process slept:
-// what one of them holds at that moment would be held in the child for ever. (The engine's
-// allocator has such a thread from the loading of its library on, and holds the heap's lock now
-// and then.) The child begins only when that is certain, and ends at once if this process does.
+// Like fork(2), but makes sure that all other threads of this process were asleep at the time of
+// the copy: a lock held by one of them would stay locked in the child forever. (The engine's
+// allocator starts such a thread when its library is loaded, which occasionally holds the heap's
+// lock.) The child is released only once that is certain, and exits at once if this process does.
 //
-// Threads that sleep while they hold something are not found out. A process that is never quiet is
-// forked as it is once the patience is over, with a line in the log. No lock of a library may be
-// held by the caller. Errors as those of fork(2) and pipe2(2).
+// Threads that sleep while holding a lock are not detected. If the other threads do not become idle
+// in time, the process is forked anyway, and this is logged. The caller must not hold locks of
+// libraries. Errors are those of fork(2) and pipe2(2).
 pid_t forkUndisturbed(std::chrono::milliseconds patience = std::chrono::seconds(2));
 
 }  // namespace Tessel::Platform

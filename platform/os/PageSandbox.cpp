@@ -25,7 +25,7 @@ constexpr const char* bubblewrap = "/usr/bin/bwrap";
 constexpr const char* busProxy = "/usr/bin/xdg-dbus-proxy";
 
 constexpr int probeLimit = 5000;  // milliseconds
-// Of a probe that somebody ended: the system has refused nothing.
+// The result of a probe that was killed from outside: not a refusal by the system.
 constexpr int mostProbes = 3;
 // Of a probe that says nothing because it was forked and never became bubblewrap.
 constexpr int notStarted = 127;
@@ -69,7 +69,7 @@ Probe spawnProbe() {
   return started;
 }
 
-// "" when it has ended well. One that was killed, by nobody's fault, says nothing: wasKilled.
+// "" on success; wasKilled if it was killed from outside, which proves nothing.
 std::string resultOf(const Probe& started, bool& wasKilled) {
   wasKilled = false;
   if (started.pid < 0) return std::string(bubblewrap) + ": " + std::strerror(started.error);

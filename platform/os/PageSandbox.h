@@ -24,9 +24,9 @@ inline constexpr const char* sandboxVariable = "PAGEHOST_SANDBOX";
 // tries; this takes no time, and the other call waits for it.
 void probeSandbox();
 
-// What web processes of this process, which must see these folders, shall be confined by. When it
-// is less than was wanted, `why` says so. False, and why is what to do about it, for a wish that
-// cannot be granted or is none.
+// Chooses the confinement of the web processes of this process, which need access to these folders.
+// If it is weaker than requested, `why` has the reason. False, with instructions in `why`, if the
+// request is invalid or cannot be met.
 bool choosePageSandbox(const std::vector<std::string>& folders, PageSandbox& sandbox,
                        std::string& why);
 

@@ -1,4 +1,4 @@
-// The name that a process shows, and threads that nobody waits for.
+// The displayed name of the process, and detached threads.
 #include "platform/os/Process.h"
 
 #include <pthread.h>
@@ -45,7 +45,7 @@ void rememberArguments(int argc, char** argv) {
   arguments = argv;
   area = argc > 0 ? argv[0] : nullptr;
   areaSize = 0;
-  // The kernel lays them out without gaps; somebody else may have moved some.
+  // The kernel lays them out contiguously; other code may have moved some.
   for (int i = 0; i < argc && argv[i] == area + areaSize; ++i) {
     areaSize += std::strlen(argv[i]) + 1;
   }

@@ -1,5 +1,5 @@
-// The name that a process shows, and threads that nobody waits for. The name is set while the
-// process has one thread; threads may be started from any.
+// The displayed name of the process, and detached threads. The name must be set while the process
+// has a single thread; threads may be started from any thread.
 #pragma once
 
 #include <sys/types.h>
@@ -17,8 +17,7 @@ void showProcessName(const char* name);
 // The name as it was set last; main()'s first argument before that, and "" before that.
 const char* processName();
 
-// Whether a process stands still because somebody has stopped it, or is looked at by a debugger.
-// False for one that is not there.
+// Whether a process is stopped or traced by a debugger. False if it does not exist.
 bool isStoppedOrTraced(int pid);
 
 // The process that forked it, or that it was given to later; 0 when there is no such process.

@@ -103,7 +103,8 @@ int addOtherArchitectures(scmp_filter_ctx filter) {
   return 0;
 }
 
-// Whoever may change ids may also give a user namespace of his root's id, whatever the bounds are.
+// A process that may change ids may also map root's id into its user namespace, regardless of the
+// ranges.
 int refuseUserNamespaces(scmp_filter_ctx filter) {
   const scmp_arg_cmp newUser = {0, SCMP_CMP_MASKED_EQ, CLONE_NEWUSER, CLONE_NEWUSER};
   for (const int call : {SCMP_SYS(unshare), SCMP_SYS(clone)}) {
@@ -133,7 +134,7 @@ int setCapabilities(const std::vector<cap_value_t>& kept) {
   return cap_set_proc(wanted.get()) == 0 ? 0 : errno;
 }
 
-// The kernel keeps everybody who is not root out of the lowest pages of his own memory.
+// The kernel forbids processes other than root's to map the lowest pages of their memory.
 int requireLowestAddress(std::uint64_t first) {
   std::ifstream file("/proc/sys/vm/mmap_min_addr");
   std::uint64_t lowest = 0;
@@ -252,7 +253,7 @@ int switchGroups(std::span<const gid_t> groups) {
 
 int switchUser(uid_t user) {
   if (::setuid(user) != 0) return errno;
-  // The kernel left what is permitted, but put none of it into effect.
+  // The kernel kept the permitted capabilities, but cleared the effective ones.
   const Capabilities mine(cap_get_proc());
   if (!mine) return errno;
   std::vector<cap_value_t> permitted;

@@ -16,7 +16,7 @@ enum AbilityBits : std::uint32_t {
   AbilitySetGroupId = 3,
   AbilityMapFixed = 39,      // mapping memory at an address of one's choice
   AbilitySignalOthers = 43,  // sending signals to processes of other users
-  // What is done about the ability; added to its number.
+  // The operation on the ability; added to its number.
   AbilityDeny = 0x00010000,
   AbilityAllow = 0x00020000,
   AbilityRange = 0x00040000,  // allowed from `first` to `last` and not outside

@@ -29,13 +29,13 @@ constexpr int changeableFlags = O_APPEND | O_NONBLOCK;
 // Whether a server answers there. One whose queue is full does.
 bool isServed(const std::string& path) {
   const UniqueFd probe = connectLocal(path, SOCK_SEQPACKET, {});
-  // Who cannot look does not say that there is nobody.
+  // If the check fails, do not assume that there is no server.
   return probe || errno == EAGAIN || isShortOfDescriptors(errno);
 }
 
-// Held by a server from before it looks for another one until it serves itself. Not the folder's
-// own lock: everybody who may read a folder can take that, and keep it. Empty, with errno set, when
-// another server holds it.
+// Held by a server from before it checks for another one until it serves. Not a lock of the folder
+// itself, which every user with read access could take and keep. Empty, with errno set, if another
+// server holds it.
 UniqueFd lockBeside(const std::string& path) {
   UniqueFd lock(::open((path + ".lock").c_str(),
                        O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
@@ -46,7 +46,7 @@ UniqueFd lockBeside(const std::string& path) {
     error = errno;
   } else if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid() ||
              (status.st_mode & 077) != 0) {
-    error = EPERM;  // somebody put it there who could hold it
+    error = EPERM;  // created by another user, who could hold the lock
   } else if (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
     error = errno == EWOULDBLOCK ? EADDRINUSE : errno;
   }
@@ -149,7 +149,7 @@ int resmgr_attach(Dispatch& dispatch, const char* path, const ConnectFunctions& 
   if (!lock) return errno;
   if (isServed(socketPath)) return EADDRINUSE;
 
-  // Under a name that nobody looks for yet; what is there a server of that number left.
+  // Under a temporary name; an existing file is left from a dead server with that pid.
   LocalListener listener(socketPath + "." + std::to_string(::getpid()), SOCK_SEQPACKET,
                          {.replaces = true, .attributes = attributes});
   if (!listener || !dispatch.watch(listener.fd()) || !listener.moveTo(socketPath)) return errno;
@@ -201,7 +201,7 @@ void Dispatch::disconnectOldest() {
       clients_.begin(), clients_.end(),
       [](const auto& a, const auto& b) { return a.second.lastUse < b.second.lastUse; });
   if (oldest == clients_.end()) return;
-  logAlways(LogNotice, "Too many clients of %s: process %d, silent longest, is disconnected",
+  logAlways(LogNotice, "Too many clients of %s: process %d, idle longest, is disconnected",
             listener_.path().c_str(), oldest->second.open.client.pid);
   disconnect(oldest);
 }
@@ -245,7 +245,7 @@ void DispatchContext::reply(int status, const void* data, std::size_t size) {
   if (trySend(socket_, parts) < 0) dispatch_.disconnect(client);
 }
 
-// False when there was none: the client has gone then.
+// False if there was none, that is, the client is gone.
 bool DispatchContext::receive(int socket) {
   const auto client = dispatch_.clients_.find(socket);
   if (client == dispatch_.clients_.end()) return false;

@@ -1,6 +1,6 @@
 // Serving paths: a process attaches a path, clients open it and send it commands, and one loop
-// handles what they send. A path is a Unix socket; who may open it is told by its mode and owner.
-// One thread; a forked child only detaches and destroys its copies.
+// handles these. A path is a Unix socket; its mode and owner control access. One thread; a forked
+// child only detaches and destroys its copies.
 #pragma once
 
 #include "platform/base/UniqueFd.h"
@@ -52,7 +52,7 @@ struct DeviceMessage {
 
 // What a handler returns besides 0 and the numbers of errno.
 constexpr int handledElsewhere = -1;  // the default handler does not know the command
-constexpr int noReply = -2;           // the handler has replied, or somebody else will
+constexpr int noReply = -2;           // the handler has replied, or a reply follows later
 
 struct ConnectFunctions {
   int (*open)(const DeviceMessage&, OpenContext&);
@@ -74,8 +74,8 @@ ClientInfo iofunc_client_info(const OpenContext& open);
 // Paths and the connections of their clients.
 class Dispatch {
  public:
-  // Clients at once. Of more, the one that has been silent longest is disconnected: nobody can keep
-  // others out by staying.
+  // The maximum number of clients. Beyond it the one idle longest is disconnected, so that idle
+  // clients cannot lock out others.
   static constexpr std::size_t mostClients = 64;
 
   Dispatch(const Dispatch&) = delete;
@@ -103,7 +103,7 @@ class Dispatch {
   Dispatch() = default;
   bool watch(int descriptor);
   void acceptClient();
-  // Nobody is accepted for a moment: without descriptors whoever waits would keep the loop busy.
+  // Pauses accepting: without descriptors a pending connection would make the loop spin.
   void pauseAccepting();
   // Milliseconds until that is over; -1 when it is.
   int acceptAgainIn();

@@ -24,7 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* prefix = "webkit-";
-// What is older and says nothing of a process belongs to one that came to nothing.
+// Older files without a process id belong to a process that failed to start.
 constexpr time_t longestStart = 60;  // seconds
 
 std::string folderOf(const char* name) {
@@ -37,7 +37,7 @@ bool isOld(const fs::path& path) {
   return ::lstat(path.c_str(), &status) == 0 && ::time(nullptr) - status.st_mtime > longestStart;
 }
 
-// The process in the sandbox, as it is told there: {"child-pid": 4711, ...}; 0 when it is not.
+// The pid of the process in the sandbox, from {"child-pid": 4711, ...}; 0 if missing.
 pid_t processIn(const fs::path& folder) {
   std::ifstream file(folder / "bwrapinfo.json");
   const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
@@ -52,7 +52,7 @@ bool isOver(const fs::path& folder) {
   return ::kill(process, 0) != 0 && errno == ESRCH;
 }
 
-// Where somebody listens, or is connected.
+// The paths of sockets that are in use by a listener or a connection.
 std::set<std::string> pathsInUse() {
   std::set<std::string> paths;
   std::ifstream table("/proc/net/unix");

@@ -5,7 +5,7 @@
 
 namespace Tessel::Platform {
 
-// What a process has that nobody changed. Larger is more urgent; 1 is the least.
+// The default priority. Larger values are more urgent; 1 is the minimum.
 constexpr int normalPriority = 10;
 
 // Sets the priority of a process (0: this one): of one of its threads (0: the calling one) or of

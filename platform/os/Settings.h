@@ -28,7 +28,7 @@ class Settings {
   PageSandbox pageSandbox() const { return pageSandbox_; }
   void setPageSandbox(PageSandbox sandbox) { pageSandbox_ = sandbox; }
 
-  // Kept for whoever asks; the toolkit decides itself how it buffers.
+  // Only stored and returned; the toolkit chooses its own buffering.
   int numberOfBackingStoreFrontBuffers() const { return frontBuffers_; }
   void setNumberOfBackingStoreFrontBuffers(int count) { frontBuffers_ = count; }
 

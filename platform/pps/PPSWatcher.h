@@ -1,5 +1,5 @@
-// Tells when files of objects change, by inotify: one instance per message client, whose thread is
-// told.
+// Watches the files of objects with inotify. One instance per message client; handlers run on the
+// client's thread.
 #pragma once
 
 #include "platform/base/FdSource.h"
@@ -15,28 +15,28 @@
 
 namespace Tessel::Platform {
 
-// What happened is not told: who is told looks at the file, which may have changed again since.
+// Without details of the change: handlers read the file, which may have changed again since.
 enum class PPSChange {
-  File,        // it was written, came or went
-  FolderGone,  // the folder went or was moved away: nothing more is told
+  File,        // the file was written, created or removed
+  FolderGone,  // the folder was removed or moved away: no further notifications
 };
 
 class PPSWatcher : public std::enable_shared_from_this<PPSWatcher> {
  public:
-  // Runs on the client's thread, inside a callback of its main context; perhaps still once after
-  // the watch has ended.
+  // Called on the client's thread from its main context, possibly once more after the watch was
+  // removed.
   using Handler = std::function<void(PPSChange)>;
 
-  // The watcher of that client, which outlives it. Null, with errno set, when the system has no
-  // instance to give. Any thread.
+  // The watcher of that client, which outlives it. Null, with errno set, if no inotify instance can
+  // be created. Any thread.
   static std::shared_ptr<PPSWatcher> of(MessageClient& client);
 
   PPSWatcher() = default;
   PPSWatcher(const PPSWatcher&) = delete;
   PPSWatcher& operator=(const PPSWatcher&) = delete;
 
-  // The number of the new watch; -1 with errno set when there is none to be had. What happens from
-  // now on is told, though the file is not there yet. Any thread.
+  // The number of the new watch; -1 with errno set on failure. Changes from now on are reported,
+  // also the creation of a missing file. Any thread.
   int add(const PPSPlace& place, Handler handler);
   // Any thread.
   void remove(int number);
@@ -55,7 +55,7 @@ class PPSWatcher : public std::enable_shared_from_this<PPSWatcher> {
 
   UniqueFd inotify_;
   std::mutex mutex_;
-  // All below under the mutex.
+  // Guarded by the mutex:
   FdSource source_;
   int lastNumber_ = 0;
   std::map<int, Watch> watches_;

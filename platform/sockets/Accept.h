@@ -1,5 +1,5 @@
-// Accepting connections, and the pause that everybody makes who has no descriptor left for one: the
-// connection that waits is still there, and would keep the loop busy. Any thread.
+// Accepts connections. Servers pause when they run out of descriptors: the pending connection keeps
+// the listener readable, and the loop would spin. Any thread.
 #pragma once
 
 #include "platform/base/UniqueFd.h"
@@ -11,14 +11,14 @@
 
 namespace Tessel::Platform {
 
-// The next connection, non-blocking and close-on-exec. Empty, with errno set, when there is none.
+// The next connection, non-blocking and close-on-exec. Empty, with errno set, on failure.
 inline UniqueFd acceptOne(int listener) {
   return UniqueFd(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
 }
 
 inline constexpr std::chrono::milliseconds acceptPause{100};
 
-// Whether accept(2) failed for want of descriptors or memory, with this number of errno.
+// Whether this errno of accept(2) means that descriptors or memory are exhausted.
 inline bool isShortOfDescriptors(int error) {
   return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
 }

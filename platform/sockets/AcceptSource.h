@@ -1,5 +1,5 @@
-// Accepts connections on the default main context, and pauses when the process has no descriptor
-// left for one. Main thread.
+// Accepts connections on the default main context, and pauses when the process runs out of
+// descriptors. Main thread.
 #pragma once
 
 #include "platform/base/FdSource.h"
@@ -11,9 +11,9 @@ namespace Tessel::Platform {
 
 class AcceptSource {
  public:
-  // Calls the function with each connection, non-blocking and close-on-exec. The listener, which
-  // does not block, is not owned. The function must not destroy the source. The log has one line
-  // for each time without descriptors, which begins with the complaint.
+  // Calls the function with each connection, non-blocking and close-on-exec. The listener must be
+  // non-blocking and is not owned. The function must not destroy the source. Each period without
+  // descriptors is logged once, in a line that begins with the complaint.
   AcceptSource(int listener, std::function<void(UniqueFd)> accepted,
                const char* complaint = "A connection waits");
 
@@ -24,7 +24,7 @@ class AcceptSource {
   const std::function<void(UniqueFd)> accepted_;
   const char* const complaint_;
   FdSource source_;
-  bool isShort_ = false;  // of descriptors, since it accepted last
+  bool isShort_ = false;  // out of descriptors since the last accepted connection
 };
 
 }  // namespace Tessel::Platform

@@ -1,4 +1,4 @@
-// Local sockets that are found by a path.
+// Local sockets with a path in the file system.
 #include "platform/sockets/LocalSocket.h"
 
 #include <sys/stat.h>
@@ -14,7 +14,7 @@ namespace Tessel::Platform {
 
 namespace {
 
-// Nothing, with errno set, when no socket can be there.
+// Empty, with errno set, if the path is not valid for a socket.
 std::optional<sockaddr_un> addressOf(const std::string& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
@@ -48,7 +48,7 @@ UniqueFd connectLocal(const std::string& path, int type, std::chrono::millisecon
   if (!address) return UniqueFd();
   UniqueFd socket(::socket(AF_UNIX, type | SOCK_CLOEXEC | (waits ? 0 : SOCK_NONBLOCK), 0));
   if (!socket) return socket;
-  // The kernel waits for room in the listener's queue as long as sending may block.
+  // connect(2) waits for room in the listener's queue up to the send timeout.
   if ((waits && !setTimeLimit(socket.get(), SO_SNDTIMEO, limit)) ||
       !connectTo(*address, socket.get()) ||
       (waits && !setTimeLimit(socket.get(), SO_SNDTIMEO, {}))) {

@@ -1,9 +1,8 @@
-// Local sockets that are found by a path: listening there, and connecting to whoever listens. Any
-// thread; one at a time per listener.
+// Listening on and connecting to local sockets with a path in the file system. Any thread; one at a
+// time per listener.
 //
-// All of them are close-on-exec. A path has 107 bytes at most (ENAMETOOLONG), and is not empty
-// (ENOENT): that would be an address outside the file system, which every user's processes can
-// take.
+// All sockets are close-on-exec. A path has at most 107 bytes (ENAMETOOLONG) and must not be empty
+// (ENOENT): that would be an abstract address, which processes of any user could bind.
 #pragma once
 
 #include "platform/base/UniqueFd.h"
@@ -17,18 +16,17 @@
 
 namespace Tessel::Platform {
 
-// For who has no better reason to wait shorter or longer: a server that does not accept anybody for
-// so long has stopped.
+// The default timeout: a server that has not accepted a connection for so long hangs.
 inline constexpr std::chrono::milliseconds connectLimit{10'000};
 
-// A socket of that type (SOCK_STREAM, SOCK_SEQPACKET) that is connected to whoever listens at the
-// path. While the listener's queue is full it waits for room, at most so long, and the socket
-// blocks from then on; with no limit at all nothing ever blocks. Empty, with errno set, when there
-// is none: ENOENT and ECONNREFUSED when nobody listens, EAGAIN when there is no room.
+// A socket of that type (SOCK_STREAM, SOCK_SEQPACKET), connected to the listener at the path. With
+// a limit, waits at most that long for room in the listener's queue, and the returned socket is
+// blocking; without one, nothing ever blocks. Empty, with errno set, on failure: ENOENT or
+// ECONNREFUSED if there is no listener, EAGAIN if its queue is full.
 UniqueFd connectLocal(const std::string& path, int type,
                       std::chrono::milliseconds limit = connectLimit);
-// How long a socket may block: to send and connect (SO_SNDTIMEO), or to receive (SO_RCVTIMEO); for
-// ever with 0. False, with errno set, when it cannot be told.
+// Sets how long a socket may block: for sending and connecting (SO_SNDTIMEO) or for receiving
+// (SO_RCVTIMEO); 0 for no limit. False, with errno set, on failure.
 bool setTimeLimit(int socket, int option, std::chrono::milliseconds limit);
 
 // Mode and owner of a path.
@@ -40,19 +38,18 @@ struct PathAttributes {
 
 struct ListenOptions {
   int backlog = SOMAXCONN;  // connections that wait to be accepted
-  // Takes the place of what is at the path already: for who knows that it was left by a process
-  // that has died.
+  // Replaces an existing file at the path: for callers that know it was left by a dead process.
   bool replaces = false;
-  // Nobody else gets in before they are set; without, they are what the process gives to files.
+  // Applied before other users can connect; without them the process's defaults (umask) apply.
   std::optional<PathAttributes> attributes = std::nullopt;
 };
 
-// A listening socket and its path, which goes with it where the process that made it destroys it,
-// not in one that was forked meanwhile. It does not block.
+// A non-blocking listening socket and its path. The destructor removes the path, but only in the
+// process that created it, not in a fork.
 class LocalListener {
  public:
   LocalListener() = default;
-  // Empty, with errno set, when it cannot listen; EADDRINUSE when there is something at the path.
+  // Empty, with errno set, if it cannot listen; EADDRINUSE if the path exists.
   LocalListener(const std::string& path, int type, const ListenOptions& options = {});
   LocalListener(LocalListener&&) noexcept = default;
   LocalListener& operator=(LocalListener&& other) noexcept;
@@ -61,8 +58,8 @@ class LocalListener {
   explicit operator bool() const { return bool(socket_); }
   int fd() const { return socket_.get(); }
   const std::string& path() const { return path_; }
-  // Puts it in the place of whatever is at that path of the same file system. False, with errno
-  // set.
+  // Renames it to a path on the same file system, replacing an existing file. False, with errno
+  // set, on failure.
   bool moveTo(const std::string& path);
 
  private:

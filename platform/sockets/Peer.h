@@ -1,5 +1,5 @@
-// Who is at the other end of a local socket, as the kernel knows it: whoever connected, or for a
-// client whoever listens. Any thread.
+// The credentials of the peer of a local socket as recorded by the kernel: of the connecting
+// process, or for a client of the listening one. Any thread.
 #pragma once
 
 #include <sys/socket.h>
@@ -9,7 +9,7 @@
 
 namespace Tessel::Platform {
 
-// Nothing when the socket has no such end.
+// Empty if the socket has no peer.
 inline std::optional<ucred> peerOf(int socket) {
   ucred peer{};
   socklen_t size = sizeof peer;
@@ -17,7 +17,7 @@ inline std::optional<ucred> peerOf(int socket) {
   return peer;
 }
 
-// Whether that end is of this process's user, or of root, who can do everything to him anyway.
+// Whether the peer runs as this process's user, or as root, who has full access anyway.
 inline bool isTrustedPeer(const std::optional<ucred>& peer) {
   return peer && (peer->uid == ::geteuid() || peer->uid == 0);
 }

@@ -1,7 +1,7 @@
-// The bounds that all connections between processes share: how large one message may be, how much
-// is kept for a peer that does not read, and what becomes of what exceeds that. Any thread.
+// Limits of all connections between processes: the size of a message, the amount queued for a peer
+// that does not read, and what happens beyond these. Any thread.
 //
-// A connection carries the messages of many: one that is too large, or too many, must not end it.
+// A connection is shared by many senders, so exceeding a limit must not close it.
 #pragma once
 
 #include <cstddef>
@@ -9,21 +9,21 @@
 namespace Tessel::Platform {
 
 enum class SendOutcome {
-  Sent,      // or kept until the peer reads; in order
-  TooLarge,  // not sent; the connection lives
-  Full,      // not sent: the peer has not read what came before; the connection lives
-  Broken,    // the peer has gone, or asks without reading the answers
+  Sent,      // or queued, in order, until the peer reads
+  TooLarge,  // not sent; the connection stays open
+  Full,      // not sent: the peer has not read earlier messages; the connection stays open
+  Broken,    // the peer is gone, or sends requests without reading the answers
 };
 
-// Bytes of one message.
+// The maximum size of one message, in bytes.
 inline constexpr std::size_t largestMessage = 64u << 20;
 
 struct SendBounds {
-  // Bytes that are kept of large messages; small ones have as much again to themselves, so that
-  // what is large does not displace the events that tell what there is.
+  // Queued bytes of large messages. Small messages have the same amount in addition, so that large
+  // data does not displace events.
   static constexpr std::size_t bound = 64u << 20;
   static constexpr std::size_t smallMessage = 64u << 10;
-  // An answer is owed, and so has more room; a peer that asks on beyond it is no peer.
+  // Answers must be delivered and have a larger limit; beyond it the connection is closed.
   static constexpr std::size_t boundForAnswers = 4 * bound;
 
   static constexpr SendOutcome admit(std::size_t queued, std::size_t size, bool isAnswer) {

@@ -1,5 +1,5 @@
-// What a socket has not taken yet, in order, for those who must not block. Not thread safe: the
-// owner serialises.
+// The queue of unsent data of a non-blocking socket. Not thread safe: the owner must serialise
+// access.
 #pragma once
 
 #include "platform/sockets/SendBounds.h"
@@ -12,14 +12,13 @@
 
 namespace Tessel::Platform {
 
-// Of packets each is an item, of a stream any piece of it. An item knows its size() in bytes, which
-// is not 0.
+// An item is one packet, or any piece of a stream. Its size() in bytes must not be 0.
 template <typename Item>
 class SendQueue {
  public:
   bool isEmpty() const { return items_.empty(); }
   std::size_t count() const { return items_.size(); }
-  // Whether so many bytes more are to be sent or kept, by the bounds that all share. Asked before.
+  // Whether so many more bytes may be sent or queued, by the shared limits. Call it before adding.
   SendOutcome admit(std::size_t size, bool isAnswer) const {
     return SendBounds::admit(bytes_, size, isAnswer);
   }
@@ -28,7 +27,7 @@ class SendQueue {
     bytes_ += item.size();
     items_.push_back(std::move(item));
   }
-  // The one that was added last, when there is one.
+  // The item that was added last; the queue must not be empty.
   const Item& last() const { return items_.back(); }
   template <typename Change>
   void changeLast(Change change) {
@@ -37,9 +36,9 @@ class SendQueue {
     bytes_ += items_.back().size();
   }
 
-  // Has as much sent as goes out now. `send` is given an item and how many of its bytes have gone
-  // before, and returns how many go now, or -1 with errno set. False when that is not for want of
-  // room.
+  // Sends as much as possible. `send` gets an item and the number of its bytes sent so far, and
+  // returns the number of bytes sent now, or -1 with errno set. False on an error other than a full
+  // socket.
   template <typename Send>
   bool flush(Send send) {
     while (!items_.empty()) {
@@ -56,7 +55,7 @@ class SendQueue {
 
  private:
   std::deque<Item> items_;
-  std::size_t bytes_ = 0;  // that have not been sent
+  std::size_t bytes_ = 0;  // not sent yet
   std::size_t sentOfFirst_ = 0;
 };
 

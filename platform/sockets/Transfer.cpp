@@ -1,4 +1,4 @@
-// Sending and receiving on local sockets, and the descriptors that go along.
+// Sends and receives data and descriptors on local sockets.
 #include "platform/sockets/Transfer.h"
 
 #include <sys/socket.h>
@@ -12,10 +12,10 @@ namespace Tessel::Platform {
 namespace {
 
 constexpr int sendFlags = MSG_NOSIGNAL | MSG_DONTWAIT;
-// More descriptors than anybody sends, so that those who send too many are seen to.
+// More descriptors than a well-behaved peer sends, so that an excess is detected.
 constexpr std::size_t mostFiles = 4;
 
-// Takes what came with a message; of several files all but the last are closed.
+// Takes the descriptors of a message; of several, all but the last are closed.
 void takeFiles(msghdr& message, Received& received) {
   for (cmsghdr* part = CMSG_FIRSTHDR(&message); part; part = CMSG_NXTHDR(&message, part)) {
     if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS) continue;

@@ -1,4 +1,4 @@
-// What a capabilities file allows, and where a wrong one is wrong.
+// Permissions by a capabilities file, and error positions of malformed ones.
 #include "registry/Capabilities.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-// The application.* and invocation.* functions, and the chrome's functions for what surrounds the
-// application. The modules register once per process, so every test has a process of its own.
+// The application.* and invocation.* functions, and the chrome's functions for its environment. The
+// modules register once per process, so every test runs in a separate process.
 #include "bindings/ApplicationBinding.h"
 #include "bindings/InvocationBinding.h"
 #include "platform/desktop/NavigatorHandler.h"
@@ -14,7 +14,7 @@ using ::testing::ElementsAre;
 
 class NavigatorBindingsTest : public test_support::ChromeFixture {
  protected:
-  // In a process of its own, with the modules.
+  // In a separate process, with the modules.
   void withBinding(const std::function<void()>& body) {
     inOwnProcess([&] {
       NavigatorHandler::instance().setWatcher(
@@ -49,7 +49,7 @@ TEST_F(NavigatorBindingsTest, EnvironmentPathsDomainsAndTurningAreAnswered) {
     for (const char* none : {"co.uk", "localhost", "127.0.0.1", "::1", "", "..", "\xff"}) {
       EXPECT_EQ(callNative({"application.getRegisteredDomain", none}), "") << none;
     }
-    // Turning is agreed to, and left to the chrome.
+    // Rotation is accepted, and carried out by the chrome.
     EXPECT_TRUE(NavigatorHandler::instance().onRotateCheck("a", "b"));
     EXPECT_FALSE(NavigatorHandler::instance().onRotate("a", "b"));
   });

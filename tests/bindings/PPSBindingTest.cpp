@@ -1,4 +1,4 @@
-// Objects as the chrome opens, writes, closes and hears of them.
+// Opening, writing, closing and watching objects from the chrome.
 #include "bindings/PPSBinding.h"
 #include "platform/loop/MessageClient.h"
 #include "tests/support/ChromeFixture.h"
@@ -28,11 +28,11 @@ class PPSBindingTest : public test_support::ChromeFixture {
     if (result.starts_with(R"({"result":true)")) ++opened_;
     return result;
   }
-  // What chrome.internal.pps.onEvent was called with since the last call, as "id name text". Events
-  // come on the web-engine thread, so they are looked at there.
+  // The calls of chrome.internal.pps.onEvent since the last call, as "id name text". Events arrive
+  // on the web-engine thread, so they are read there.
   const std::vector<std::string>& events() {
     webKitThreadMessageClient()->dispatchSyncMessage(executableMessage([this] {
-      // The last event of an object is waited for.
+      // Waits for the last event of an object.
       const auto take = [this](const FunctionCall& call) {
         if (call.path != std::vector<String>{"chrome", "internal", "pps", "onEvent"}) return false;
         std::string text = String::fromNumber(call.arguments.at(0).numberValue()).toStdString() +
@@ -66,12 +66,12 @@ class PPSBindingTest : public test_support::ChromeFixture {
 
 TEST_F(PPSBindingTest, AClosingObjectKeepsItsIdUntilClosedHasArrived) {
   EXPECT_EQ(open("5", "status"), R"({"result":true,"data":{"status":{}}})");
-  // The thread of the events is kept busy.
+  // Keeps the thread of the events busy.
   webKitThreadMessageClient()->dispatchMessage(executableMessage([] { ::usleep(200'000); }));
   callNative({"pps.close", "5"});
   EXPECT_EQ(open("5", "status"), R"({"result":false})");
   EXPECT_EQ(callNative({"pps.write", "5", R"({"on":false})"}), "false");
-  // While the chrome is told of the end, too: it may be in the middle of something.
+  // Also during the notification of the end: the chrome's handler may be on the call stack.
   std::string opened;
   page->answer = [&](const FunctionCall& call) {
     if (call.arguments.at(1).stringValue() == "Closed") opened = open("5", "status");
@@ -105,7 +105,7 @@ TEST_F(PPSBindingTest, MistakesAreAnswered) {
   EXPECT_EQ(callNative({"pps.open", "1", nullptr, nullptr, nullptr, nullptr}),
             R"({"result":false})");
   EXPECT_EQ(callNative({"pps.close", "77"}), "");
-  // What is no number is 0, and what is not kept is not heard of.
+  // Malformed numbers are read as 0; nothing else raises an event.
   EXPECT_EQ(open("abc", "status"), R"({"result":true,"data":{"status":{}}})");
   ASSERT_TRUE(hears(R"(0 FirstReadComplete {"status":{}})"));
   EXPECT_EQ(open("-1", "status"), R"({"result":true,"data":{"status":{}}})");

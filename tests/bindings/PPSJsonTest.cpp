@@ -1,4 +1,4 @@
-// What the chrome's JSON is as lines of an object, and the other way round.
+// Conversion between the chrome's JSON and the lines of an object.
 #include "bindings/PPSJson.h"
 
 #include <gtest/gtest.h>

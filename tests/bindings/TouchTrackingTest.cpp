@@ -1,4 +1,4 @@
-// Groups of windows that follow a finger or the mouse, with events that the test makes.
+// Groups of windows that follow a finger or the mouse, with synthetic events.
 #include "bindings/TouchTracking.h"
 #include "bindings/WindowAnimations.h"
 #include "platform/graphics/Screen.h"
@@ -52,7 +52,7 @@ class TouchTrackingTest : public test_support::ChromeFixture {
   static void touch(RawTouchEvent::Type type, std::vector<TouchPoint> points) {
     ScreenContext::sharedContext().tell(RawTouchEvent{type, std::move(points)});
   }
-  // The windows' place once that finger has moved there.
+  // The windows' position after that finger has moved there.
   IntPoint follow(int x, int y) {
     touch(RawTouchEvent::Move, {{0, {x, y}}});
     turnLoop();
@@ -73,7 +73,7 @@ TEST_F(TouchTrackingTest, WindowsFollowWithinTheLimitsFromWhereTheyWere) {
   EXPECT_EQ(windows_[1]->windowLocation(), (IntPoint{50, 200}));
   EXPECT_EQ(windows_[0]->state().globalAlpha, 255);
 
-  // The other axis begins where the windows are now.
+  // The other axis starts at the current position of the windows.
   call("setWindowGroupTrackY", {"", "0", "10", "300"});
   EXPECT_EQ(follow(100, 305), (IntPoint{50, 205})) << "the empty text is not null";
   call("setWindowGroupTrackX", {nullptr, "1", "2", "3"});
@@ -127,7 +127,7 @@ TEST_F(TouchTrackingTest, OnlyTheLastPositionCountsAndTheReleaseComesAfterIt) {
   EXPECT_EQ(flushes(), flushed + 1);
   EXPECT_THAT(animationEvents(), ElementsAre("onDragTouchRelease"));
 
-  // Without the first finger nothing is followed.
+  // Without the first finger nothing moves.
   touch(RawTouchEvent::Move, {{1, {300, 0}}});
   turnLoop();
   EXPECT_EQ(delta("X"), "120");
@@ -154,7 +154,7 @@ TEST_F(TouchTrackingTest, OtherThreadsHaveTheirCallsRunOnTheMainThread) {
   std::string fromThere;
   std::thread thread([&] {
     touch(RawTouchEvent::Move, {{0, {64, 0}}});
-    // What comes back says that the position before it has been followed.
+    // The reply confirms that the previous position was applied.
     const std::string name = "windowTouchTracking.jsGetWindowTouchTrackingGroupCurrentDeltaX";
     OrvWebJavaScriptCallbackEvent event({name.c_str(), id_.c_str()});
     BindingManager::instance().dispatch(&event);

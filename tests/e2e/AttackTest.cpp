@@ -1,4 +1,4 @@
-// Pages that mean harm, against the real program: what they must not reach, they would print.
+// Malicious pages against the real program: they would print what they must not reach.
 #include "tests/support/FileServer.h"
 #include "tests/support/SuiteTest.h"
 
@@ -65,7 +65,7 @@ class AttackTest : public test_support::SuiteTest {
     std::ofstream(folder_ / "root" / name) << text;
   }
 
-  // What a frame has said comes before what the page says to itself after it.
+  // Messages of the frame arrive before a later message of the page to itself.
   static constexpr const char* readerPage =
       "<!doctype html><title>-</title><script>const read = [];"
       "try { const request = new XMLHttpRequest; request.open('GET', 'local:///leak.js', false);"
@@ -84,7 +84,7 @@ TEST_F(AttackTest, NativeFunctionsBelongToWhatTheProgramHasLoaded) {
   runSuite("attacks.html?process=1&server=" + server_.address());
 }
 
-// Nobody can refuse an empty document: it is there at once.
+// An empty document cannot be refused: it is created synchronously.
 TEST_F(AttackTest, AChromeThatIsEmptiedComesBack) {
   write("emptied.html",
         "<script>localStorage.n = 1 + Number(localStorage.n || 0);"
@@ -107,7 +107,7 @@ TEST_F(AttackTest, AFileBesideTheChromeSaysWhoElseMayCall) {
   Program program(environment("app.html"));
   EXPECT_EQ(program.nextLine(), "panel") << program.errors();
   EXPECT_TRUE(program.waitForError("does not go to " + foreign() + "owner")) << program.errors();
-  // A wrong one: nobody.
+  // A malformed file grants no permissions.
   write("capabilities.json", "{\"" + origin + "\": [\"webview.prnt\"]}");
   Program other(environment("app.html"));
   EXPECT_TRUE(other.waitForError("capabilities.json:1:")) << other.errors();
@@ -122,13 +122,13 @@ TEST_F(AttackTest, ALinkThatIsDroppedOnTheTabStripLeadsNowhere) {
   ASSERT_TRUE(test_support::waitForPixel(400, 400, {255, 0, 0})) << program.errors();
   movePointer(400, 400);
   pressButton(1, true);
-  // A drag begins after some way, and goes on as the pointer does.
+  // A drag starts after a minimum distance and then follows the pointer.
   for (int step = 1; step <= 40; ++step) {
     movePointer(400, 400 - step * 10 + 15);
     std::this_thread::sleep_for(std::chrono::milliseconds(15));
   }
   pressButton(1, false);
-  // A click goes on as ever, as soon as the drag is over.
+  // Clicks work again as soon as the drag is over.
   const auto end = std::chrono::steady_clock::now() + Program::patience;
   while (server_.requestsFor("owner") == 0 && std::chrono::steady_clock::now() < end) {
     test_support::clickAt(400, 400);

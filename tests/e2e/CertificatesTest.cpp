@@ -1,5 +1,5 @@
-// The real program with servers whose certificates are good or bad. For it alone, an authority of
-// the test's is the one that everybody trusts.
+// The real program with servers whose certificates are valid or invalid. Only this program trusts
+// the test's own certificate authority.
 #include "tests/support/SuiteTest.h"
 #include "tests/support/TlsServer.h"
 
@@ -14,7 +14,7 @@ using test_support::Program;
 using test_support::TlsServer;
 
 constexpr const char* unshare = "/usr/bin/unshare";
-// In a mount namespace of its own, the file that the first argument names lies over the list of
+// In a new mount namespace, the file named by the first argument is mounted over the list of
 // trusted authorities.
 constexpr const char* withAuthority =
     R"(mount --bind "$0" /etc/ssl/certs/ca-certificates.crt && exec "$@")";

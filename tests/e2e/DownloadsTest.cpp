@@ -1,4 +1,5 @@
-// Downloads of the real program that stop and go on, from a server that is slow or breaks off.
+// Interrupted and resumed downloads of the real program, from a server that is slow or drops
+// connections.
 #include "tests/support/FileServer.h"
 #include "tests/support/SuiteTest.h"
 

@@ -1,5 +1,5 @@
-// Fingers on a page of the real engine. The display of the tests has none: their events are made
-// here and go to the engine's view as the toolkit's would.
+// Touch on a page of the real engine. The display of the tests has no touch device: the events are
+// synthetic and passed to the engine's view as the toolkit would.
 #include "tests/support/RealEngine.h"
 
 #include <gtest/gtest.h>
@@ -59,7 +59,7 @@ TEST(InputTest, FingersAreToldUntilTheyAreLiftedOrTakenAway) {
   touch(view, GDK_TOUCH_CANCEL);
   EXPECT_EQ(told(OrvWebEvent::TouchEvent), 4);
   EXPECT_EQ(told(OrvWebEvent::TouchCancelEvent), 1);
-  // The pointer that a finger moves along is no mouse.
+  // The emulated pointer of a touch is not a mouse.
   EXPECT_EQ(told(OrvWebEvent::MouseEvent), 0);
   page->setWebEventEnabled(OrvWebEvent::TouchEvent, false);
   touch(view, GDK_TOUCH_BEGIN);

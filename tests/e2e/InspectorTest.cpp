@@ -21,7 +21,7 @@ using test_support::Program;
 class InspectorTest : public test_support::SuiteTest,
                       public testing::WithParamInterface<const char*> {};
 
-// Where a process listens at this machine, but for 127.0.0.1.
+// The addresses that a process listens on, except 127.0.0.1.
 std::vector<sockaddr_in> hiddenListeners(pid_t pid) {
   std::set<std::string> inodes;
   for (const auto& entry :
@@ -48,7 +48,7 @@ std::vector<sockaddr_in> hiddenListeners(pid_t pid) {
   return found;
 }
 
-// Whether a request or a greeting gets anything back.
+// Whether a request or a handshake gets any reply.
 bool answers(const sockaddr_in& address) {
   const Tessel::Platform::UniqueFd socket(
       ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
@@ -79,12 +79,12 @@ TEST_P(InspectorTest, PagesAreLookedInto) {
   int port = 0;
   ASSERT_TRUE(words >> ready >> port >> view) << *line;
 
-  // The engine's own server, which lists every page to everybody, is not on the network any more.
+  // The engine's own server, which lists all pages to any client, is not reachable any more.
   for (const sockaddr_in& address : hiddenListeners(program.pid())) {
     EXPECT_FALSE(answers(address)) << ntohs(address.sin_port);
   }
 
-  // The page's title comes after the page.
+  // The title is set after the page has loaded.
   std::string list;
   ASSERT_TRUE(Tessel::Platform::Testing::iterateUntil([&] {
     list = HttpPeer(port).get("/json");
@@ -111,7 +111,7 @@ TEST_P(InspectorTest, PagesAreLookedInto) {
   first.close();
   EXPECT_TRUE(program.waitForLine("title on")) << "the page is left paused";
 
-  // The second is one that knows how the engine wraps.
+  // The second front end supports the engine's wrapping protocol.
   HttpPeer second(port);
   ASSERT_TRUE(second.upgrade(path));
   ASSERT_TRUE(second.waitFor("\"targetId\":\"page-")) << second.received;

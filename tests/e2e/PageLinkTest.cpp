@@ -40,8 +40,8 @@ std::vector<pid_t> webProcesses() {
   return test_support::descendantsNamed(::getpid(), "WebKitWebPro");
 }
 
-// Sockets, pipes, events and the like: what web views and their links are made of. The engine opens
-// a few files of its own as time goes by.
+// Counts sockets, pipes, eventfds and the like, which web views and their links use. Other files
+// are not counted, since the engine opens some over time.
 std::size_t openDescriptors() {
   std::size_t count = 0;
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
@@ -114,7 +114,7 @@ TEST_F(PageLinkTest, ASecondThreadCallsThePageWhileTheMainThreadIsBusyWithIt) {
   std::atomic<int> done = 0;
   std::thread second([&] {
     for (int i = 0; i < 5000; ++i) {
-      // Now and then one whose page code calls back natively.
+      // Some of them with page code that calls back natively.
       const bool nested = i % 10 == 0;
       const double value = nested ? view->call("pingpong", {1}).numberValue()
                                   : view->call("add", {i, 1}).numberValue();
@@ -132,7 +132,7 @@ TEST_F(PageLinkTest, ASecondThreadCallsThePageWhileTheMainThreadIsBusyWithIt) {
 }
 
 TEST_F(PageLinkTest, AWebProcessThatDiesEndsEveryWaitAtOnceAndLoadsAgain) {
-  // One that hung in an earlier test takes its time to end.
+  // A process that hung in an earlier test may take a while to end.
   const auto earlier = webProcesses();
   const auto view = open();
   auto processes = webProcesses();
@@ -235,7 +235,7 @@ TEST_F(PageLinkTest, OnlyThePageItselfReachesNativeFunctions) {
       << "a permission that is taken back counts at once";
 }
 
-// Of this process, or of another.
+// For this process or another one.
 long residentKilobytes(const std::string& process = "self") {
   std::ifstream status("/proc/" + process + "/statm");
   long total = 0;
@@ -244,7 +244,7 @@ long residentKilobytes(const std::string& process = "self") {
   return resident * (::sysconf(_SC_PAGESIZE) / 1024);
 }
 
-// What the program keeps in a document must not keep the document.
+// Objects that the program keeps in a document must not keep the document alive.
 TEST_F(PageLinkTest, DocumentsThatWereLeftAreFreed) {
   constexpr int documents = 40;
   constexpr long each = 8192;  // kilobytes
@@ -267,7 +267,7 @@ TEST_F(PageLinkTest, DocumentsThatWereLeftAreFreed) {
       });
     };
     for (int i = 0; i < documents; ++i) ASSERT_TRUE(load(heavy));
-    // The engine collects when it likes, but some time after it has left a document.
+    // The engine collects garbage at its own time, but some time after leaving a document.
     long more = documents * each;
     for (int i = 0; i < 300 && more > documents * each / 4; ++i) {
       ASSERT_TRUE(load("<title>x</title>"));
@@ -289,13 +289,13 @@ TEST_F(PageLinkTest, TwoHundredWebViewsLeaveNothingBehind) {
     ASSERT_TRUE(RealEngine::runUntil([&] { return webProcesses().empty(); }));
     test_support::turnLoop();
   };
-  // The first ones fill the caches of the toolkit and the engine.
+  // The first ones warm up caches of the toolkit and the engine.
   cycle(20);
   const std::size_t descriptors = openDescriptors();
   const long memory = residentKilobytes();
   cycle(200);
-  // One for every fifth web view would be a leak. The engine keeps a thread and two descriptors of
-  // a web process now and then: one in fifteen on a busy machine, hardly any on a quiet one.
+  // One for every fifth web view would be a leak. The engine occasionally keeps a thread and two
+  // descriptors of a web process: up to one in fifteen on a busy machine, few on an idle one.
   EXPECT_LT(openDescriptors(), descriptors + 40);
   EXPECT_LT(residentKilobytes() - memory, 16 * 1024);
 }

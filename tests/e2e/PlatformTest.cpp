@@ -1,4 +1,4 @@
-// The real program and what surrounds it: its window, its control, the fonts, other applications.
+// The real program and its environment: window, control socket, fonts, other applications.
 #include "platform/desktop/Notifications.h"
 #include "tests/support/SuiteTest.h"
 #include "tests/support/Waiting.h"
@@ -29,7 +29,7 @@ class PlatformTest : public test_support::SuiteTest {
                                   {{"XDG_CONFIG_HOME", (folder_ / "config").string()}});
   }
 
-  // The status of the control's client.
+  // The exit status of the control client.
   static std::optional<int> control(const Program& program, std::vector<std::string> words) {
     words.insert(words.begin(), {"--pid", std::to_string(program.pid())});
     return Program({}, words, "pagehost-ctl", PAGEHOST_TEST_CONTROL).status();
@@ -66,7 +66,7 @@ TEST_F(PlatformTest, TheControlRaisesEveryNotification) {
     words.resize(1 + notification.count, "7");
     if (name == "onExit") continue;
     EXPECT_EQ(control(program, words), 0) << name;
-    if (name == "onRotateCheck") continue;  // a question, of which the chrome hears nothing
+    if (name == "onRotateCheck") continue;  // a query, which is not passed to the chrome
     EXPECT_TRUE(program.waitForLine(std::string(notification.group) + "." + name + " ["))
         << name << program.errors();
   }
@@ -102,7 +102,7 @@ TEST_F(PlatformTest, TheChromeHearsOfTheEndWhoeverAsksForIt) {
 TEST_F(PlatformTest, OtherFontsAreNoticed) {
   Program program(environment());
   ASSERT_TRUE(program.waitForLine("ready")) << program.errors();
-  // Whatever is wished for becomes this one.
+  // Every requested font family resolves to this one.
   for (const std::string family : {"DejaVu Serif", "DejaVu Sans Mono"}) {
     std::ofstream(folder_ / "config/fontconfig/fonts.conf")
         << R"(<?xml version="1.0"?><!DOCTYPE fontconfig SYSTEM "fonts.dtd"><fontconfig>
@@ -117,7 +117,7 @@ TEST_F(PlatformTest, OtherFontsAreNoticed) {
 TEST_F(PlatformTest, ObjectsAreSharedWithWhoeverEditsTheirFiles) {
   const std::string file = "data/pagehost/pps/dir/status";
   temporary_.write(file, "level:n:1\n");
-  // What it hears it answers with the same, which is news only once.
+  // It echoes every value; a repeated value raises no event.
   Program program(
       environment(R"([{"call":["pps.open",2,"/dir/status",0,2,0]},{"after":"onEvent",)"
                   R"("call":["pps.write",2,"{\"level\":3,\"name\":null,\"on\":true}"]}])"));
@@ -172,7 +172,7 @@ TEST_F(PlatformTest, AnAddressIsOpenedWithTheApplicationThatIsRegisteredForIt) {
 
 TEST_F(PlatformTest, AViewerIsOpenedTalkedToAndClosed) {
   const std::string page = "file://" + (folder_ / "root/content.html").string();
-  // Until the viewer's control is there, messages come back with an error: they are sent again.
+  // Messages fail until the viewer's control socket exists, and are sent again.
   Program program(environment(
       R"([{"call":["invocation.invokeViewer","v","show","{\"uri\":\")" + page + R"(\"}"]},)" +
       R"({"after":"onViewerCreate","call":["invocation.viewerRelay","show","hello"]},)"

@@ -1,5 +1,5 @@
-// What private browsing leaves on the disk: nothing, while it goes on and after the program was
-// killed. An ordinary visit shows that the test would see it.
+// Private browsing leaves nothing on the disk, neither while it is running nor after the program
+// was killed. A normal visit proves that the test would detect traces.
 #include "tests/support/FileServer.h"
 #include "tests/support/Processes.h"
 #include "tests/support/SuiteTest.h"
@@ -57,7 +57,7 @@ Files filesBelow(const std::vector<std::filesystem::path>& folders) {
     std::filesystem::recursive_directory_iterator entries(folder, gone);
     for (; !gone && entries != std::filesystem::recursive_directory_iterator();
          entries.increment(gone)) {
-      // A folder's name tells something, too. Files may go while they are looked at.
+      // Folder names may contain traces, too. Files may disappear during the scan.
       std::string& content = files[entries->path().lexically_relative(folder.parent_path())];
       if (!entries->is_regular_file(gone)) continue;
       content = test_support::contentOf(entries->path());
@@ -66,7 +66,7 @@ Files filesBelow(const std::vector<std::filesystem::path>& folders) {
   return files;
 }
 
-// As it is, or in two bytes a letter; in a name or in a file.
+// Searches for the text as it is or in UTF-16, in names and in contents.
 std::vector<std::string> withMark(const Files& files) {
   std::string wide;
   for (const char letter : mark) wide.append({letter, '\0'});
@@ -92,7 +92,7 @@ class PrivateTest : public test_support::SuiteTest,
     server_.add("big", "text/plain", big);
   }
 
-  // The files while the page is there, then those that are left when everything was killed.
+  // The files while the page is open, then those left after everything was killed.
   std::pair<Files, Files> visit(const std::string& kind,
                                 const std::function<bool(const Files&)>& isThere) {
     Program program(environment("visit.html?visit=" + kind + "&process=" + GetParam() +
@@ -129,14 +129,14 @@ TEST_P(PrivateTest, LeavesNothingOnTheDisk) {
   for (const Files& files : {during, after}) {
     EXPECT_EQ(withMark(files), std::vector<std::string>());
     for (const auto& [name, content] : files) {
-      // What the chrome of the test keeps for itself, while its pages are in a child.
+      // Data of the test's own chrome, whose pages are in a child.
       if (!std::string(GetParam()).empty() && name.find("pagehost/chrome/") != std::string::npos)
         continue;
-      // The session that is kept makes these for itself, whenever it gets to it; nothing of a page
-      // is in them, as the look for the mark has shown.
+      // The persistent session creates these at any time; the search for the mark has shown that
+      // they contain nothing of the page.
       static const std::regex ofTheEngine(
           R"(.*/(WebKitCache(/Version \d+(/(Blobs|salt))?)?|hsts-storage\.sqlite.*|storage(/salt|(/[\w-]{43}){1,2}(/origin)?)?))");
-      // Also folders of origins, of its own pages at any rate.
+      // Also folders of origins, at least of its own pages.
       if (name.ends_with("/origin")) {
         EXPECT_EQ(content.find("127.0.0.1"), std::string::npos);
       }
@@ -145,7 +145,7 @@ TEST_P(PrivateTest, LeavesNothingOnTheDisk) {
           << name << " was not there before";
     }
   }
-  // Else the test would be blind.
+  // Otherwise the test could not detect traces.
   const auto [ordinary, left] =
       visit("ordinary", [](const Files& files) { return withMark(files).size() >= 3; });
   EXPECT_GE(withMark(left).size(), 3u) << testing::PrintToString(withMark(left));

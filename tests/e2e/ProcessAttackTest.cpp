@@ -1,5 +1,5 @@
-// What a web process that was taken over, or another process of the user, tries: each attack fails,
-// and the pages go on.
+// Attacks by a compromised web process or another process of the user: each fails, and the pages
+// keep working.
 #include "tests/support/LocalSocket.h"
 #include "tests/support/Processes.h"
 #include "tests/support/SuiteTest.h"
@@ -88,7 +88,7 @@ bool sharesNamespace(pid_t pid, const char* kind) {
          fs::read_symlink(std::string("/proc/self/ns/") + kind, gone);
 }
 
-// What a process sees at a path.
+// A path as seen by another process.
 fs::path seenBy(pid_t pid, const fs::path& path) {
   return "/proc/" + std::to_string(pid) + "/root" + path.string();
 }
@@ -110,7 +110,7 @@ TEST_F(ProcessAttackTest, WebProcessesSeeNothingOfTheUserAndChildrenCanRiseNoMor
     }
     EXPECT_FALSE(fs::exists(seenBy(pid, folder_ / "home/secret")));
     EXPECT_FALSE(fs::exists(seenBy(pid, folder_ / "data/pagehost/remembered")));
-    // Of the sockets of the program, the one of its own process's page link.
+    // Of the program's sockets, only the page link of its own process.
     std::vector<std::string> sockets;
     for (const auto& entry :
          fs::recursive_directory_iterator(seenBy(pid, folder_ / "run/pagehost"))) {
@@ -126,7 +126,7 @@ TEST_F(ProcessAttackTest, WebProcessesSeeNothingOfTheUserAndChildrenCanRiseNoMor
   }
 }
 
-// Everything that this process starts from now on cannot have user namespaces.
+// Forbids user namespaces for all processes that this process starts from now on.
 void refuseUserNamespaces() {
   sock_filter program[] = {
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
@@ -153,7 +153,7 @@ TEST_F(ProcessAttackTest, TheSandboxIsWhatWasAskedForOrTheStartSaysWhyNot) {
   EXPECT_EQ(wrong->status(), 2);
   EXPECT_NE(wrong->errors().find("\"sometimes\" is not on, off or auto"), std::string::npos);
 
-  // In a process of its own: the filter is for good.
+  // In a separate process: the filter cannot be removed.
   const pid_t child = ::fork();
   if (child == 0) {
     refuseUserNamespaces();
@@ -165,12 +165,12 @@ TEST_F(ProcessAttackTest, TheSandboxIsWhatWasAskedForOrTheStartSaysWhyNot) {
   EXPECT_EQ(status, 0);
 }
 
-// The engine ends the program by itself when a process of its own ends before it is there.
+// The engine would end the program if one of its processes ends during start-up.
 TEST_F(ProcessAttackTest, AnEngineProcessKilledAtItsStartTakesNothingAlong) {
   const std::pair<const char*, const char*> victims[] = {
       {"WebKitNetworkProcess", "off"}, {"WebKitWebProcess", "off"}, {"xdg-dbus-proxy", "auto"}};
   for (const auto& [command, sandbox] : victims) {
-    // On a busy machine the process may be quicker than we are.
+    // On a busy machine the process may have started already.
     bool isEarly = false;
     for (int attempt = 0; !isEarly && attempt < 10; ++attempt) {
       const auto program = start({std::string("--sandbox=") + sandbox});
@@ -191,7 +191,7 @@ TEST_F(ProcessAttackTest, AnEngineProcessKilledAtItsStartTakesNothingAlong) {
       ASSERT_TRUE(isKilled) << command;
       std::this_thread::sleep_for(1s);  // for what must not happen
       ::kill(program->pid(), SIGTERM);
-      // It may not listen to signals yet.
+      // It may not have installed its signal handlers yet.
       const auto status = program->status();
       EXPECT_TRUE(status == 0 || status == -SIGTERM) << status.value_or(1) << program->errors();
       isEarly = program->errors().find("has ended while it was started") != std::string::npos;

@@ -1,5 +1,5 @@
-// Kills what the program consists of, at random moments while it is at work: what dies takes
-// nothing else along, and everything ends with the main process.
+// Kills processes of the program at random moments while it is working: the death of one does not
+// affect the others, and all end with the main process.
 #include "tests/support/FileContent.h"
 #include "tests/support/Processes.h"
 #include "tests/support/SuiteTest.h"
@@ -30,7 +30,7 @@ class ProcessFaultTest : public test_support::SuiteTest {
         environment("crowd.html", {{"XDG_RUNTIME_DIR", folder_.string()}}));
   }
 
-  // Reads on until every web view is at work.
+  // Reads until every web view is working.
   static ::testing::AssertionResult everybodyWorks(Program& program) {
     for (int beats = 0; beats < 200; ++beats) {
       const auto line = program.nextLine();
@@ -40,7 +40,7 @@ class ProcessFaultTest : public test_support::SuiteTest {
     return ::testing::AssertionFailure() << "not all web views come back; " << program.errors();
   }
 
-  // How often to kill; many more times where somebody has the time.
+  // The number of kills; can be raised for longer runs.
   static int rounds() {
     const char* wished = std::getenv("PAGEHOST_FAULT_ROUNDS");
     return wished ? std::atoi(wished) : 12;
@@ -100,7 +100,7 @@ TEST_F(ProcessFaultTest, ChildrenAndEngineProcessesDieAndTheRestGoesOn) {
   ::kill(launcher, SIGKILL);
   ASSERT_TRUE(program->waitForError("Child launcher exited"));
   ASSERT_TRUE(everybodyWorks(*program)) << "old groups need the launcher";
-  // The children are nobody's children now.
+  // The children are orphans now.
   const auto ours = [&] {
     auto all = test_support::allProcesses();
     std::erase_if(all, [&](pid_t pid) {
@@ -124,7 +124,7 @@ TEST_F(ProcessFaultTest, ChildrenAndEngineProcessesDieAndTheRestGoesOn) {
 }
 
 bool startedBefore(pid_t a, pid_t b) {
-  // What a process is named may hold anything; the start is the 20th field behind that.
+  // The process name may contain any characters; the start time is the 20th field after it.
   const auto start = [](pid_t pid) {
     const std::string text = test_support::contentOf("/proc/" + std::to_string(pid) + "/stat");
     std::istringstream fields(text.substr(std::min(text.rfind(')') + 1, text.size())));
@@ -136,14 +136,14 @@ bool startedBefore(pid_t a, pid_t b) {
 }
 
 TEST_F(ProcessFaultTest, AWebViewMayBeDeletedWhileTheEndOfItsProcessIsTold) {
-  // What is freed does not look as it did.
+  // Freed memory is overwritten.
   Program program(environment(
       "deleted.html",
       {{"PAGEHOST_SANDBOX", "off"}, {"G_SLICE", "always-malloc"}, {"MALLOC_PERTURB_", "85"}}));
   for (int round = 0; round < 3; ++round) {
     ASSERT_TRUE(program.waitForLine("loaded")) << program.errors();
     const auto web = descendantsNamed(program.pid(), "WebKitWebProces");
-    // The chrome's is the first: the other one.
+    // The first is the chrome's: use the other one.
     ASSERT_GE(web.size(), 2u);
     ::kill(*std::max_element(web.begin(), web.end(), startedBefore), SIGKILL);
   }

@@ -1,4 +1,4 @@
-// The real program with a chrome of the tests: what it shows, what it answers, how it ends.
+// The real program with a chrome of the tests: its display, its answers, its exit.
 #include "tests/support/FileServer.h"
 #include "tests/support/Processes.h"
 #include "tests/support/SuiteTest.h"
@@ -74,7 +74,7 @@ TEST_F(ProgramTest, AllProcessesHaveTheSameCookies) {
   runSuite("cookies.html?again=1&server=" + server.address());
 }
 
-// One suite of pages with every web view in the program's own process, or in a child with that
+// Runs a suite of pages with every web view in the program's own process, or in the child with that
 // number.
 using Walk = std::tuple<std::string, std::string>;
 
@@ -95,7 +95,7 @@ class EngineTest : public ProgramTest, public testing::WithParamInterface<Walk> 
       EXPECT_EQ(std::filesystem::file_size(folder_ / "saved.bin"), 100000u);
     }
     if (suite != "forms") return;
-    // What the first run kept, and behind a proxy that asks who one is.
+    // Data stored by the first run, and a proxy that requires authentication.
     runSuite(suite + arguments + "&stage=1");
     for (const char* stage : {"2", "3"}) {
       runSuite(suite + arguments + "&stage=" + stage, {{"http_proxy", server.address()}});
@@ -105,7 +105,7 @@ class EngineTest : public ProgramTest, public testing::WithParamInterface<Walk> 
 
 TEST_P(EngineTest, WhatCommandsDoAndEventsTellIsSeenOnRealPages) {
   const auto& [suite, process] = GetParam();
-  // Where the walks leave what they have seen, for walk-sum.py.
+  // The folder where the walks store their results for walk-sum.py.
   const char* const results = std::getenv("PAGEHOST_WALK_RESULTS");
   const auto file = (results ? results : folder_) / nameOf(GetParam());
   std::filesystem::remove(file);
@@ -143,7 +143,7 @@ TEST_F(ProgramTest, WindowsOfEitherProcessMoveFadeFollowTheMouseAndCoverEachOthe
   EXPECT_TRUE(waitForPixel(398, 302, chrome));
   EXPECT_TRUE(waitForPixel(450, 525, {200, 200, 0})) << "a colour window";
 
-  // Both windows are that far right of where they are; the red one's corner is discarded.
+  // Both windows are shifted right by that distance; the red one's corner is discarded.
   const auto expectAt = [&](int x) {
     EXPECT_TRUE(waitForPixel(x + 2, 198, red)) << x;
     EXPECT_TRUE(waitForPixel(x - 2, 198, chrome)) << x;
@@ -181,7 +181,7 @@ TEST_F(ProgramTest, WindowsOfEitherProcessMoveFadeFollowTheMouseAndCoverEachOthe
   EXPECT_TRUE(waitForPixel(350, 350, green));
   EXPECT_TRUE(waitForPixel(250, 250, green)) << "the later page is above";
   EXPECT_TRUE(waitForPixel(450, 525, chrome)) << "the colour window is transparent";
-  // Where it is, the click is the chrome's.
+  // There the chrome receives the click.
   clickAt(450, 525);
   EXPECT_TRUE(program.waitForLine("finished 5, released 3, errors 0 "));
   EXPECT_TRUE(waitForPixel(250, 250, red)) << "the red page was raised";
@@ -196,7 +196,7 @@ TEST_F(ProgramTest, DeletingTheLastWebViewEndsTheProgramWithStatusZero) {
 
 TEST_F(ProgramTest, TheBundledChromeShowsAPageOfAnotherProcessAndBringsItBack) {
   Program program(environment(""));
-  // A place of the first page's picture, where the panel comes, and then the notice.
+  // A point on the first page where the panel appears, and later the notice.
   const auto shows = [](const Pixel& color) { return waitForPixel(704, 296, color); };
   const Pixel page{240, 179, 71};
   const Pixel chrome{247, 249, 250};
@@ -283,12 +283,12 @@ TEST_F(ProgramTest, UnderAnotherNameItStartsApplicationsOfOtherUsersAsItIsAskedT
 
   Program server(resources, {}, "pagehost-server");
   ASSERT_TRUE(server.waitForError("Waiting for launch requests")) << server.errors();
-  // What the user can reach.
+  // Files accessible to the user.
   std::filesystem::permissions(folder_, std::filesystem::perms(0755));
   const std::filesystem::path home = folder_ / "home";
   std::filesystem::create_directory(home);
   ASSERT_EQ(::chown(home.c_str(), 1234, 1234), 0);
-  // The tree may be in root's home, which is closed to others.
+  // The tree may be in root's home, which other users cannot read.
   const std::filesystem::path modules = folder_ / "modules";
   std::filesystem::copy(std::filesystem::path(PAGEHOST_TEST_PROGRAM).parent_path() / "modules",
                         modules);
@@ -322,13 +322,13 @@ TEST_F(ProgramTest, TheFirstSignalEndsItAlsoWhileADialogWaitsForItsUser) {
                    "for (;;) alert('Who is there?')</script>");
   Program program(environment("modal.html"));
   ASSERT_TRUE(program.waitForLine("asking")) << program.errors();
-  // Whether or not the dialog is there already: the page opens the next one.
+  // Whether or not the dialog is open already: the page opens the next one.
   ASSERT_EQ(::kill(program.pid(), SIGTERM), 0);
   EXPECT_EQ(program.status(), 0) << program.errors();
 }
 
 TEST_F(ProgramTest, AChromeThatCannotBeLoadedIsExplainedOnTheScreenAndInTheLog) {
-  // Nobody listens there any more.
+  // The listener is closed.
   const std::string refused = EchoServer().address();
   for (const std::string& url :
        {std::string("local:///nowhere.html"), refused, std::string("no address")}) {

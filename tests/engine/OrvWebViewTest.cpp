@@ -25,7 +25,7 @@ class OrvWebViewTest : public ::testing::Test {
  protected:
   OrvWebViewTest() { test_support::topLevelWindow("views"); }
 
-  // Gives the view its page; what is raised from then on is new.
+  // Creates the view's page; records events from then on.
   std::shared_ptr<FakePage> open(TracingView& opened) {
     EXPECT_TRUE(opened.initialize("views", 90));
     turnLoop();

@@ -1,4 +1,4 @@
-// Whose documents are the program's: origins, and the loads of one page.
+// Which documents were loaded by the program: origins, and the loads of one page.
 #include "engine/TrustedLoads.h"
 
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ TEST(OriginTest, CountsWholeAndOfFilesIsTheFolder) {
   EXPECT_FALSE(holds("about:blank", "about:blank"));
 }
 
-// Its text is an address, which is read again: of whoever calls, to see what he may.
+// The text is an address, which is parsed again to look up a caller's permissions.
 TEST(OriginTest, ItsTextIsOfTheSameOrigin) {
   for (const char* url : {"file:///opt/%2562oard/x", "file:///opt/board%23x/y",
                           "file:///a%20b/%3f/z", "http://A.example:8080/x", "http://[::1]/"}) {
@@ -42,7 +42,7 @@ TEST(OriginTest, ItsTextIsOfTheSameOrigin) {
 
 class TrustedLoadsTest : public testing::Test {
  protected:
-  // What the engine does for a document that arrives; the last address is where it ends.
+  // The engine's signals for a document; the last address is the final one.
   bool go(const char* from, const char* to = nullptr) {
     loads.started();
     const bool wasKnown = loads.requested(from);
@@ -61,12 +61,12 @@ TEST_F(TrustedLoadsTest, WhatTheProgramLoadsIsTrustedWithItsRedirectsUntilThePag
   EXPECT_TRUE(go("http://a/", "http://login/"));
   EXPECT_TRUE(loads.isOwn());
   EXPECT_EQ(loads.origin(), "http://login");
-  // Both ends of it, however the page goes on.
+  // Both ends of the redirect are trusted for later navigations.
   EXPECT_TRUE(go("http://login/next"));
   EXPECT_TRUE(go("http://a/"));
   EXPECT_FALSE(go("http://a/out", "http://evil/"));
   EXPECT_FALSE(go("http://a/"));
-  // The secure form, which the server has asked for at some other time.
+  // The https form, which the server has required earlier.
   loads.expect("http://a/");
   EXPECT_TRUE(go("https://a/"));
 }
@@ -76,7 +76,7 @@ TEST_F(TrustedLoadsTest, AnotherLoadIsNotTheProgramsWhileThatIsWaitedFor) {
   EXPECT_TRUE(go("http://a/"));
   loads.expect("http://b/");
   EXPECT_FALSE(go("http://evil/", "http://evil/2"));
-  // A document that was not asked for comes, and the engine tells where the program's will be.
+  // An unrequested document arrives, and the engine reports the address of the program's load.
   loads.started();
   loads.committed("http://b/");
   EXPECT_FALSE(loads.isTrusted());
@@ -101,7 +101,7 @@ TEST_F(TrustedLoadsTest, ADocumentThatComesIsKnownBeforeItIsThere) {
   EXPECT_TRUE(!loads.isTrusted() && loads.changesCaller());
   loads.ended();
   EXPECT_FALSE(loads.isTrustedNext() || loads.admits("http://b/"));
-  // Nothing answers for a text.
+  // Loading a text involves no server.
   loads.expect("about:blank", true);
   loads.started();
   loads.requested("about:blank");
@@ -126,7 +126,7 @@ TEST_F(TrustedLoadsTest, AFailureKeepsTheOriginForTheNextTry) {
   loads.setFurtherOrigins({Origin::of("http://panel/")});
   EXPECT_TRUE(go("http://panel/"));
   EXPECT_FALSE(loads.isOwn());
-  // One that may call gives way to another: until that is there, a call may be of either.
+  // A trusted document is replaced by another one: until then a call may come from either.
   loads.started();
   loads.requested("http://panel/2");
   loads.answered("http://panel/2");

@@ -1,4 +1,4 @@
-// Addresses of pages and of clients: whose they are, what they show, which files they are.
+// Addresses of pages and of clients: their origins, display texts and local files.
 #include "engine/TrustedLoads.h"
 #include "engine/webkit/network/LocalScheme.h"
 #include "platform/hosts/HostNames.h"
@@ -11,7 +11,7 @@ using Tessel::Platform::String;
 
 namespace {
 
-// A tree with a file, a folder and ways out of it.
+// A tree with a file, a folder and links that lead out of it.
 std::string makeRoot() {
   const auto place = fuzz::folder();
   std::filesystem::create_directories(place / "root/a");
@@ -39,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   mimeTypeOf(text);
 
-  // Readable names are a matter of looks: a readable one is as it is.
+  // Decoding for display is idempotent.
   const String readable = idnToReadableUtf8String(text, "de");
   fuzz::require(idnToReadableUtf8String(readable, "de") == readable);
 

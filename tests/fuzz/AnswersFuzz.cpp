@@ -34,7 +34,7 @@ Events everyEvent() {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  // Kept: each answer finds what the ones before have left.
+  // Kept across inputs: each answer meets the state left by previous ones.
   static const auto* const events = new Events(everyEvent());
   auto& chrome = fuzz::FakeChrome::instance();
   fuzz::Input input(data, size);

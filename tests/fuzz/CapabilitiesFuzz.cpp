@@ -1,4 +1,4 @@
-// The file that says who may call which native functions.
+// The file with the permissions for native functions.
 #include "registry/Capabilities.h"
 #include "tests/fuzz/Fuzz.h"
 
@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   OrvWebJavaScriptCallbackEvent call({"webview.create"});
   for (const char* stranger : {"", "https://stranger.example", "file:///", "local://"}) {
     call.setCaller(stranger, false);
-    // Only who is named may.
+    // Only listed origins may call.
     fuzz::require(!read->allow(call) || text.find(*stranger ? stranger : "\"\"") != text.npos);
   }
   for (const auto& origin : read->origins())

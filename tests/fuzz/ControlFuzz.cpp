@@ -1,4 +1,4 @@
-// The lines of the control's clients.
+// Lines from clients of the control socket.
 #include "platform/control/ControlSocket.h"
 #include "platform/desktop/NavigatorJson.h"
 #include "tests/fuzz/Fuzz.h"
@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   ::send(socket.get(), data, size, MSG_NOSIGNAL);
   ::shutdown(socket.get(), SHUT_WR);
   test_support::turnLoop();
-  // A line for each, and then the end: it is not left connected.
+  // A reply for each line, and then the end of the stream: the client is disconnected.
   std::string answers;
   char piece[4096];
   for (ssize_t count = 0; (count = ::recv(socket.get(), piece, sizeof piece, MSG_DONTWAIT)) != 0;) {

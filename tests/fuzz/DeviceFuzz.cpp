@@ -1,4 +1,4 @@
-// Packets to a served path, as the launcher server's is, and the launch requests in them.
+// Packets to a served path, such as the launcher server's, and the launch requests in them.
 #include "platform/os/ResourceManager.h"
 #include "tests/fuzz/Fuzz.h"
 #include "tests/launcher/RawRequest.h"
@@ -15,7 +15,7 @@ bool wasLast = false;
 
 int control(const DeviceMessage& message, OpenContext& open) {
   fuzz::require(open.open && message.offset + message.arrivedSize <= largest);
-  // Whoever handles it may read all of what has arrived.
+  // The handler may read all bytes that have arrived.
   std::uint64_t sum = 0;
   for (std::size_t i = 0; i < message.arrivedSize; ++i)
     sum += static_cast<std::uint64_t>(message.data[i]);
@@ -63,7 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   wasLast = false;
   served->last->send(test_support::rawMessage(1, O_RDWR, ""));
   served->last->send(test_support::rawMessage(2, lastCommand, ""));
-  // Another client is answered, whatever this one has sent.
+  // Other clients are answered, whatever this one has sent.
   while (!wasLast && dispatch_block(*served->context)) dispatch_handler(*served->context);
   served->last->drain();
   return 0;

@@ -1,4 +1,4 @@
-// The native side with a chrome, as tests have it, for fuzzers. Main thread.
+// The native side with a fake chrome, for fuzzers. Main thread.
 #pragma once
 
 #include "tests/fuzz/Fuzz.h"
@@ -8,18 +8,18 @@ namespace fuzz {
 
 class FakeChrome final : public test_support::ChromeFixture {
  public:
-  // For the life of the process.
+  // Lives until the process exits.
   static FakeChrome& instance() {
     static auto* const chrome = new FakeChrome;
     return *chrome;
   }
-  // A web view; another one when it has gone.
+  // A web view; a new one if the previous one was destroyed.
   unsigned int view() {
     if (!manager.webViewForHandle(handle_) || !pageOf(handle_)) handle_ = createWebView();
     return handle_;
   }
 
-  // What was remembered meanwhile is forgotten.
+  // Discards the recorded calls.
   void forget() {
     test_support::turnLoop();
     for (const auto& fake : {page, pageOf(view())}) {

@@ -1,4 +1,4 @@
-// What a web process sends over the page link: frames, and the payloads in them.
+// Frames from a web process over the page link, and their payloads.
 #include "engine/webkit/link/LinkSocket.h"
 #include "tests/engine/webkit/link/FrameRules.h"
 #include "tests/fuzz/Fuzz.h"

@@ -1,5 +1,5 @@
-// What the fuzzers share. Each is one function that takes bytes, of which some are made into what
-// its reader expects, and that traps where a rule is broken. Main thread.
+// Common code of the fuzzers. Each is one function that turns bytes into input for its reader and
+// traps if an invariant is violated. Main thread.
 #pragma once
 
 #include <fuzzer/FuzzedDataProvider.h>
@@ -13,12 +13,12 @@ namespace fuzz {
 
 using Input = FuzzedDataProvider;
 
-// The trace of the trap names the rule's place.
+// The backtrace of the trap shows which invariant failed.
 inline void require(bool holds) {
   if (!holds) __builtin_trap();
 }
 
-// Whole values from the front, so that the bytes of a file are those of the record.
+// Takes values from the front in memory order, so that the bytes of a file are those of the record.
 template <typename Record>
 void overwrite(Input& input, Record& record) {
   const auto offset = input.ConsumeIntegralInRange<std::size_t>(0, sizeof record - 1);
@@ -26,7 +26,7 @@ void overwrite(Input& input, Record& record) {
   input.ConsumeData(reinterpret_cast<char*>(&record) + offset, most);
 }
 
-// In memory, and for the life of the process; tools/fuzz removes what is left of them.
+// In memory, until the process exits; tools/fuzz removes leftovers.
 inline std::filesystem::path folder() {
   std::string name = std::filesystem::temp_directory_path() / "fuzz-XXXXXX";
   require(::mkdtemp(name.data()));

@@ -1,4 +1,4 @@
-// What strangers say to the listener of web processes: only a token that was issued lets one in.
+// Input of unknown processes to the listener for web processes: only an issued token is accepted.
 #include "engine/webkit/link/Frame.h"
 #include "engine/webkit/link/LinkListener.h"
 #include "tests/fuzz/Fuzz.h"

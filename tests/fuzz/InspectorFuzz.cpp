@@ -1,4 +1,4 @@
-// The inspector's server: requests, and WebSocket frames of a front end that was let in.
+// The inspector's server: requests, and WebSocket frames of an authorised front end.
 #include "platform/inspector_server/MongooseHttpServer.h"
 #include "platform/loop/MessageClient.h"
 #include "tests/fuzz/Fuzz.h"
@@ -34,7 +34,7 @@ void settle() {
   for (int quiet = 0; quiet < 3;) quiet = g_main_context_iteration(nullptr, FALSE) ? 0 : quiet + 1;
 }
 
-// A connection that ends with a reset, which leaves no port behind that waits.
+// A connection that ends with a reset, so that no port remains in TIME_WAIT.
 class Peer {
  public:
   explicit Peer(int port) : socket_(test_support::connectTo(port)) {

@@ -26,7 +26,7 @@ void readDatagrams(fuzz::Input& input) {
   }
 }
 
-// What was accepted says the same when it is sent on.
+// Accepted messages are unchanged when serialised again.
 std::unique_ptr<Message> readMessage(CopiedBlobs& blobs) {
   auto message = blobs.deserialize();
   if (!message) return message;
@@ -69,7 +69,7 @@ void callNative(fuzz::Input& input, const CommandRow& row) {
   fuzz::FakeChrome::instance().callNative(arguments);
 }
 
-// What a child answers to each command.
+// Replies of a child to each command.
 template <auto Operation>
 void readReply(const std::string& bytes) {
   using Result = typename commands::CommandTraitsOf<Operation>::Result;

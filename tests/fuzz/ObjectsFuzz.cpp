@@ -23,17 +23,17 @@ std::size_t linesIn(const std::string& text) {
   return std::size_t(std::count(text.begin(), text.end(), '\n'));
 }
 
-// What a file may say and a program may do with it.
+// Invariants of object files and writes to them.
 void checkText(const std::string& text) {
   const PPSValue value = parsePPSText("object", text);
   require(value.objectName == String("@object"));
-  // What was written is read as the same, and written as the same text, a line for each attribute.
+  // Reading and writing again gives the same text, with a line for each attribute.
   const std::string once = formatPPSText(value);
   require(parsePPSText("object", once) == value);
   require(formatPPSText(parsePPSText("object", once)) == once);
   require(linesIn(once) == value.attributes.size() + 1);
 
-  // The chrome can read its JSON, and finds a member for each attribute.
+  // The JSON for the chrome is valid and has a member for each attribute.
   const std::string json = ppsValueToJson(value).toStdString();
   require(g_utf8_validate_len(json.data(), json.size(), nullptr));
   const rapidjson::Document document = parsed(json);
@@ -41,7 +41,7 @@ void checkText(const std::string& text) {
   require(document.MemberBegin()->value.MemberCount() == value.attributes.size());
 }
 
-// Lines that are taken leave all others alone, and make no difference the second time.
+// Accepted lines do not change others, and applying them twice has no further effect.
 void checkLines(const std::string& text, const std::string& lines) {
   const PPSValue before = parsePPSText("object", text);
   if (problemOfPPSLines(lines)) return;
@@ -56,7 +56,7 @@ void checkLines(const std::string& text, const std::string& lines) {
   }
 }
 
-// The chrome's JSON has a line for each member, or none at all.
+// The chrome's JSON gives a line for each member, or is rejected as a whole.
 void checkJson(const std::string& json) {
   String problem;
   const auto lines = ppsLinesFromJson(json, problem);

@@ -1,4 +1,4 @@
-// The records that the chrome gives, and children, as JSON, and certificates.
+// Records as JSON, from the chrome and from children, and certificates.
 #include "engine/Certificates.h"
 #include "engine/RecordFields.h"
 #include "tests/fuzz/Fuzz.h"
@@ -22,7 +22,7 @@ void checkSecurity(const String& text) {
   Record record;
   if (!record.deserialize(text)) return;
   Record again;
-  // Bytes that are no UTF-8 cross as they are.
+  // Bytes that are not UTF-8 are passed unchanged.
   fuzz::require(again.deserialize(record.serialize()) && again == record);
 }
 

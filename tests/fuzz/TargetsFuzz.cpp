@@ -1,10 +1,10 @@
-// What inspectors' front ends and the engine say to each other.
+// Messages between inspector front ends and the engine.
 #include "engine/webkit/inspector/TargetProtocol.h"
 #include "tests/fuzz/Fuzz.h"
 
 namespace {
 
-// Both of them read JSON of any depth.
+// Both accept JSON of any depth.
 bool isJson(std::string_view text) {
   rapidjson::Document document;
   document.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());

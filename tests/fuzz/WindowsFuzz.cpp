@@ -1,4 +1,4 @@
-// What a child process sends of its windows: records, and the files with their pictures.
+// Window records from a child process, and the files with their contents.
 #include "platform/graphics/MemoryWindowSystem.h"
 #include "platform/graphics/remote/Records.h"
 #include "platform/graphics/remote/RemoteWindows.h"
@@ -28,7 +28,7 @@ Window& topLevel() {
   return *window;
 }
 
-// A record that is right but for some bytes.
+// A valid record with some bytes changed.
 template <typename Record>
 std::string record(fuzz::Input& input, Record sound = {}) {
   sound.header = {Record::recordType, handle + input.ConsumeIntegralInRange(0, 2)};

@@ -30,7 +30,7 @@ void answer(const Message& message, bool value) {
   if (message.reply()) message.reply()->assign(&value, sizeof value);
 }
 
-// Asks the other end of a connection; its answer.
+// Sends a request over a connection and returns the reply.
 bool ask(int connection, unsigned int question) {
   DeleteWebViewMessage::Reply reply;
   MessageClient::sendMessage(std::make_unique<DeleteWebViewMessage>(question, &reply), connection);
@@ -41,18 +41,18 @@ void post(int connection, const String& name, const String& value = String()) {
   MessageClient::sendMessage(std::make_unique<SetEnvMessage>(name, value), connection);
 }
 
-// In a peer: its connection to the test, made when it is first wanted.
+// In a peer: its connection to the test, created on first use.
 int toTest(int channel) {
   static const int connection = ConnectAttach(0, ::getppid(), channel, sideChannel, 0);
   return connection;
 }
 
-// The test's end: a main client and what it has heard.
+// The test's end: a main client and the messages that it has received.
 class Listener {
  public:
   Listener() { client.installMessageHandler(&handler); }
   ~Listener() { client.removeMessageHandler(&handler); }
-  // Starts a peer that serves; the connection to it.
+  // Starts a peer that serves; returns the connection to it.
   int connectTo(Peer& peer) {
     client.registerPID(peer.pid());
     peer.tell(client.channelId());
@@ -109,7 +109,7 @@ TEST(ConnectionsTest, NothingIsDeliveredOnceTheLoopIsToEnd) {
   });
 }
 
-// As when a chrome reads a title while it answers an event of the same web view.
+// As when a chrome reads a title while handling an event of the same web view.
 TEST(ConnectionsTest, BothEndsServeTheOtherWhileTheyWait) {
   inOwnProcess([] {
     Peer peer([](int channel) {
@@ -146,7 +146,7 @@ TEST(ConnectionsTest, DeathEndsAWaitAndIsToldOnceAfterWhatWasSentBefore) {
     ASSERT_TRUE(iterateUntil([&] { return self.heard.size() >= 3; }));
     EXPECT_EQ(self.heard, (std::vector<std::string>{"first", "second",
                                                     "pulse 2 " + std::to_string(connection)}));
-    // Nobody is there any more; nothing happens.
+    // The peer is gone: no effect.
     EXPECT_FALSE(ask(connection, 1));
     post(connection, "late");
     while (g_main_context_iteration(nullptr, FALSE)) {
@@ -204,7 +204,7 @@ TEST(ConnectionsTest, WhoDoesNotAnswerIsKilledUnlessSomebodyHasStoppedIt) {
     EXPECT_EQ(::waitpid(stuck.pid(), &status, 0), stuck.pid());
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
 
-    // Neither do messages that it has no room for end it.
+    // Messages beyond the queue's limit do not close it either.
     const std::string large(100'000, 'x');
     for (int i = 0; i < 1000; ++i) post(still, "x", large);
     post(still, "x", std::string(largestMessage, 'x'));
@@ -219,7 +219,7 @@ std::string channelIn(const std::string& folder, pid_t pid, int channel) {
   return folder + "/channel-" + std::to_string(pid) + "-" + std::to_string(channel);
 }
 
-// In a peer: connects to a channel of the test, as anybody would who follows no rules.
+// In a peer: connects to a channel of the test without following the protocol.
 UniqueFd connectRaw(const std::string& folder, int channel) {
   return test_support::socketAt(channelIn(folder, ::getppid(), channel), ::connect, SOCK_SEQPACKET);
 }
@@ -251,7 +251,7 @@ TEST(ConnectionsTest, WhoIsNotRegisteredOrSendsNoMessageIsCutOff) {
     std::string lines;
     ASSERT_TRUE(iterateUntil([&] {
       lines += log.read();
-      return lines.find("nobody is expecting it") != std::string::npos &&
+      return lines.find("not an expected handshake") != std::string::npos &&
              lines.find("malformed message") != std::string::npos;
     })) << lines;
     EXPECT_TRUE(vandal.hear());
@@ -262,7 +262,7 @@ TEST(ConnectionsTest, WhoIsNotRegisteredOrSendsNoMessageIsCutOff) {
 TEST(ConnectionsTest, AProcessOfAnotherUserIsRefusedEvenWhereItCanConnect) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can become somebody else";
   inOwnProcess([] {
-    // A run-time folder of its own: it is opened to others, which no other process puts up with.
+    // A private run-time folder: it is made accessible to others, which other processes reject.
     const test_support::TemporaryFolder base;
     ::setenv("XDG_RUNTIME_DIR", base.path().c_str(), 1);
     const std::string folder = runtimeFolder();
@@ -277,7 +277,7 @@ TEST(ConnectionsTest, AProcessOfAnotherUserIsRefusedEvenWhereItCanConnect) {
     });
     StandardErrorPipe log;
     Listener self;
-    // What it may do is not asked: who it is decides.
+    // The peer's user decides, even if its pid is registered and file permissions allow it.
     self.client.registerPID(other.pid());
     const int channel = self.client.channelId();
     other.tell(channel);

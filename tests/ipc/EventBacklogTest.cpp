@@ -1,4 +1,4 @@
-// What becomes of events of which there are too many.
+// Handling of too many pending events.
 #include "ipc/EventBacklog.h"
 
 #include <gtest/gtest.h>

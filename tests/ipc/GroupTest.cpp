@@ -1,5 +1,4 @@
-// Child processes with web views, from the launch to their death: real processes, pages without an
-// engine.
+// Child processes with web views, from launch to death: real processes, pages without an engine.
 #include "ipc/ChildLauncher.h"
 #include "ipc/EventBacklog.h"
 #include "ipc/IPCReceiverHandler.h"
@@ -36,7 +35,7 @@ using ::testing::IsEmpty;
 using Testing::iterateUntil;
 using Testing::StandardErrorPipe;
 
-// What children do, by their group's number; all others are good ones.
+// The behaviour of children by group number; all others are well-behaved.
 enum Group : unsigned int {
   WrongUpperHalf = 101,
   WrongLowerHalf,
@@ -47,7 +46,7 @@ enum Group : unsigned int {
   Floods,
 };
 
-// Posts more events than anybody wants to hear when it is told to make its first web view.
+// Posts too many events when its first web view is requested.
 class FloodingHandler final : public MessageHandler {
  public:
   explicit FloodingHandler(int main) : main_(main) {}
@@ -70,7 +69,7 @@ class FloodingHandler final : public MessageHandler {
 
 int goodChild(IPCReceiverHandler& handler, MainMessageClient& client) {
   test_support::FakePageFactory::instance();
-  // What an earlier test in the process that this was forked from has left: a child has no chrome.
+  // Removes state of earlier tests inherited by fork: a child has no chrome.
   WebViewManager::instance().destroyWebView(WebViewManager::rootHandle);
   test_support::FakePage::onLoad = [](test_support::FakePage& page, const String&) {
     page.client.update<&PageState::title>(String(std::getenv("SOCK_SO_BINDTODEVICE")));
@@ -85,7 +84,7 @@ int childMain(unsigned int groupId, int parentPid, int mainChannelId, int webEng
               unsigned long long key) {
   ::setpgid(0, 0);
   ::alarm(60);
-  // Unlike the program's, this launcher was forked when there was a main context already.
+  // Unlike the program's, this launcher was forked after the main context was created.
   test_support::separateMainContext();
   const int main = ConnectAttach(0, parentPid, mainChannelId, sideChannel, waitForRoom);
   const int webEngine = ConnectAttach(0, parentPid, webEngineChannelId, sideChannel, waitForRoom);
@@ -109,7 +108,7 @@ int childMain(unsigned int groupId, int parentPid, int mainChannelId, int webEng
       std::this_thread::sleep_for(std::chrono::milliseconds(600));
       break;
     case SilentOne:
-      // With its launcher, since it notices nothing itself.
+      // Also kills its launcher, since it does not notice the end itself.
       ::prctl(PR_SET_PDEATHSIG, SIGKILL);
       ::pause();
       break;
@@ -175,7 +174,7 @@ TEST(GroupTest, ANewChildIsToldItsNetworkDevice) {
   });
 }
 
-// What the chrome does in the main thread's next wait.
+// Runs as the chrome during the main thread's next wait.
 class InNextWait final : public MainThreadWait::Participant {
  public:
   explicit InNextWait(std::function<void()> action) : action_(std::move(action)) {
@@ -292,7 +291,7 @@ TEST(GroupTest, AChildThatPostsWithoutEndCostsTheChromeLittleAndItsLastWordIsHea
   });
 }
 
-// A process that connects and never says a word, again and again.
+// A process that repeatedly connects and never sends anything.
 TEST(GroupTest, SilentStrangersKeepNoChildFromStarting) {
   withChildren([](Chrome& chrome) {
     const pid_t parent = ::getpid();
@@ -335,7 +334,7 @@ TEST(GroupTest, MessagesDuringAHandshakeAreDropped) {
     EXPECT_THAT(log.read(),
                 HasSubstr("Someone unknown was trying to send message to me during handshake!"));
     EXPECT_THAT(chrome.events(), IsEmpty());
-    // A number that another group has taken over is not the first one's to remove.
+    // A group does not remove a number that another group has taken over.
     auto* const later = new Relaunched(77, 4712);
     handler.addProcess(4242, later);
     handler.removeProcess(4242, group);

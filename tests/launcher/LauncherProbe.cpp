@@ -1,5 +1,5 @@
-// The launcher server with an application of the tests in the place of the real one, which tells of
-// itself instead of showing a window.
+// The launcher server with a test application instead of the real one, which reports its own state
+// instead of showing a window.
 #include "platform/base/Log.h"
 #include "platform/os/Process.h"
 #include "src/LauncherServer.h"
@@ -23,7 +23,7 @@ std::string linkText(int descriptor) {
       .string();
 }
 
-// Descriptors that are open beside the standard streams.
+// The number of open descriptors other than the standard streams.
 int foreignDescriptors() {
   int count = 0;
   for (int descriptor = 3; descriptor < 256; ++descriptor)
@@ -36,9 +36,9 @@ std::string attempt(long number, long argument) {
   return ::syscall(number, argument) == 0 ? "granted" : std::to_string(errno);
 }
 
-// Reports to the FIFO that the variable REPORT names what the kernel says of the application and
-// what it finds out itself, in lines "key=value" up to an empty one, then ends with the status of
-// the variable STATUS, or 0. Its own standard output gets "out", its standard error "err".
+// Writes the application's state according to the kernel and its own checks to the FIFO named by
+// the variable REPORT, as lines "key=value" up to an empty one, then exits with the status of the
+// variable STATUS, or 0. Prints "out" to standard output and "err" to standard error.
 void reportMain(int argc, char** argv) {
   std::ostringstream text;
   std::istringstream status(test_support::contentOf("/proc/self/status"));

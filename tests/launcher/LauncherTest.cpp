@@ -1,5 +1,5 @@
-// The launcher server with real requests and real children, as root: only root has other users to
-// start them as.
+// The launcher server with real requests and real children. Needs root, to start them as other
+// users.
 #include "platform/os/DeviceProtocol.h"
 #include "src/LaunchedProcess.h"
 #include "src/LauncherRequest.h"
@@ -39,7 +39,7 @@ using test_support::rawMessage;
 using test_support::RawReply;
 using test_support::RawRequest;
 
-// Whose the applications are: real, effective, saved, and that of files.
+// The user ids of applications: real, effective, saved, and file system.
 constexpr const char* user = "1234\t1234\t1234\t1234";
 
 int descriptorCount(pid_t pid) {
@@ -69,7 +69,7 @@ Report readReport(int pipe) {
   return {};
 }
 
-// Until the process is gone or a zombie.
+// Waits until the process is gone or a zombie.
 bool waitForEnd(pid_t pid) {
   const UniqueFd process(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
   if (!process) return errno == ESRCH;
@@ -112,7 +112,7 @@ class LauncherTest : public testing::Test {
     }  // those of another server's children
     ASSERT_EQ(::mkfifo(reportPath().c_str(), 0600), 0);
     ::chmod(reportPath().c_str(), 0666);
-    // Both ends, so that it stays open between one application and the next.
+    // Opened at both ends, so that it stays open between applications.
     report = UniqueFd(::open(reportPath().c_str(), O_RDWR | O_CLOEXEC));
     start();
   }
@@ -151,7 +151,7 @@ class LauncherTest : public testing::Test {
     EXPECT_TRUE(waitForEnd(pid));
     return told;
   }
-  // The next child's end that the server tells of; 0 when it tells none in that time.
+  // The pid of the next ended child reported by the server; 0 if none is reported in time.
   pid_t nextEnd(int seconds) const {
     const timespec limit{seconds, 0};
     siginfo_t info{};
@@ -363,13 +363,13 @@ TEST_F(LauncherTest, RootsGroupAndThoseBelowTheBoundAreNoSupplementaryGroupsEith
 
 TEST_F(LauncherTest, NobodyElseKeepsAServerFromStarting) {
   server.reset();
-  // What another user can lock: the folder, and the socket itself.
+  // Files that another user can lock: the folder and the socket.
   const UniqueFd folderLock(::open((folder / "dev").c_str(), O_RDONLY | O_CLOEXEC));
   ASSERT_EQ(::flock(folderLock.get(), LOCK_EX | LOCK_NB), 0);
   start();
   EXPECT_EQ(launchAndRead(request())["Uid"], user);
 
-  // The lock that counts is root's alone.
+  // The actual lock file is only accessible to root.
   struct stat status {};
   ASSERT_EQ(::stat((path() + ".lock").c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777, 0600u);
@@ -408,7 +408,7 @@ TEST_F(LauncherTest, ClientsWhoStayAndSayNothingKeepNobodyOut) {
   EXPECT_TRUE(iterateUntil([&] { return descriptorCount(server->pid()) <= before + 1; }));
 }
 
-// Of what is around them, tools/fuzz takes care.
+// The framing is covered by tools/fuzz.
 TEST_F(LauncherTest, RandomRequestsNeitherEndTheServerNorCostItAnything) {
   RawRequest plain;
   plain.version = 2;
@@ -451,7 +451,7 @@ TEST_F(LauncherTest, APathHasOneServerAndTheNextOneTakesItOver) {
   EXPECT_EQ(launchAndRead(request())["Uid"], user);
 }
 
-// Its status is the server's to know, so here the child is the test's own.
+// Only a parent can read the status, so here the test starts the child itself.
 TEST_F(LauncherTest, ChildrenThatCannotBeWhatIsAskedForEndWithoutRunningTheApplication) {
   const auto statusOf = [](const std::string& bytes) {
     const pid_t child = ::fork();

@@ -1,4 +1,4 @@
-// Launch requests byte by byte, and a client that sends what it is given. Any thread.
+// Launch requests byte by byte, and a client that sends any bytes. Any thread.
 #pragma once
 
 #include "tests/support/LocalSocket.h"
@@ -17,7 +17,7 @@ inline std::string word(std::uint32_t value) {
   return {reinterpret_cast<const char*>(&value), sizeof value};
 }
 
-// The fields of a request that is all right; a test spoils what it wants to.
+// The fields of a valid request, for tests to corrupt.
 struct RawRequest {
   std::uint32_t version = 1;
   std::uint32_t priority = 0;
@@ -44,7 +44,7 @@ struct RawRequest {
   }
 };
 
-// One message of the wire: type 1 opens with flags, type 2 is a command with data.
+// One message on the wire: type 1 opens with flags, type 2 is a command with data.
 inline std::string rawMessage(std::uint16_t type, std::uint32_t command, const std::string& data,
                               std::optional<std::uint32_t> declared = {},
                               std::uint16_t combineLength = 0) {
@@ -69,7 +69,7 @@ class RawClient {
   bool send(const std::string& packet) {
     return ::send(socket_.get(), packet.data(), packet.size(), MSG_NOSIGNAL) >= 0;
   }
-  // Takes the answers that are there.
+  // Reads the available answers.
   void drain() {
     char bytes[256];
     while (::recv(socket_.get(), bytes, sizeof bytes, MSG_DONTWAIT) > 0) {

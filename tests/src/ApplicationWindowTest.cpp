@@ -1,4 +1,4 @@
-// The application window. It is made once per process, so every test has a process of its own.
+// The application window. It is created once per process, so every test runs in a separate process.
 #include "platform/os/Settings.h"
 #include "src/ApplicationWindow.h"
 #include "tests/support/ChromeFixture.h"
@@ -39,21 +39,22 @@ TEST_F(ApplicationWindowTest, SetSizeResizesAndTurnsAndStoresTheSizeSidewaysWhen
     EXPECT_EQ(setSize("90"), (IntSize{600, 800}));
     EXPECT_EQ(setSize("-90"), (IntSize{600, 800}));
 
-    // The user has resized it meanwhile.
+    // Simulates a resize by the user.
     ApplicationWindow::instance().windowPlaced({0, 0, 900, 700}, false);
     surface().state = ApplicationWindow::instance().state();
     EXPECT_EQ(setSize("0"), (IntSize{800, 600}));
 
-    // No display holds that, and no memory.
+    // Too large for any display or memory.
     callNative({"applicationWindow.setSize", "32767", "32767", "0"});
     EXPECT_EQ(surface().state.rect, (IntRect{0, 0, 16384, 4096}));
 
-    for (const auto& [word, accepted] : {std::pair("maximized", "1"), {"covered", "0"}, {"", "0"}}) {
+    for (const auto& [word, accepted] :
+         {std::pair("maximized", "1"), {"covered", "0"}, {"", "0"}}) {
       EXPECT_EQ(callNative({"applicationWindow.setState", word}), accepted) << word;
       EXPECT_EQ(surface().shownAs, Tessel::Platform::Graphics::ShownAs::Maximized);
     }
 
-    // What has no area is flushed instead.
+    // An empty size flushes instead.
     const std::size_t posts = surface().posts.size();
     const int flushed = flushes();
     callNative({"applicationWindow.setSize", "0", "600", "0"});
@@ -70,7 +71,7 @@ TEST_F(ApplicationWindowTest, SizesThatAreNoneAreToldOfAndTheUsualOneIsTaken) {
       ::setenv("WIDTH", width, 1);
       ::setenv("HEIGHT", height, 1);
       const IntRect rect = (ApplicationWindow::instance(), surface().state.rect);
-      const bool isTold = log.read().find("are no size of a window") != std::string::npos;
+      const bool isTold = log.read().find("are not a valid window size") != std::string::npos;
       const bool isUsual = IntSize{rect.width, rect.height} == usual;
       const bool isAsked = rect.width == std::atoi(width) && rect.height == std::atoi(height);
       EXPECT_TRUE(isTold ? isUsual : isAsked) << width << " " << height << " " << rect.width;

@@ -1,4 +1,4 @@
-// What the program is started with, and which of several sources counts.
+// The program's options, and the precedence of their sources.
 #include "src/ProgramOptions.h"
 #include "tests/support/OwnProcess.h"
 #include "tests/support/TemporaryFolder.h"
@@ -17,7 +17,7 @@ class ProgramOptionsTest : public testing::Test {
  protected:
   ProgramOptionsTest() { std::filesystem::create_directories(folder_.path() / "pagehost"); }
 
-  // In a process of its own: the options change its environment, and may end it.
+  // In a separate process: options change the environment, and may exit.
   std::string taken(std::vector<std::string> arguments) const {
     ::setenv("XDG_CONFIG_HOME", folder_.path().c_str(), 1);
     arguments.insert(arguments.begin(), "pagehost");
@@ -56,7 +56,7 @@ TEST_F(ProgramOptionsTest, OptionsGoBeforeTheEnvironmentAndThatBeforeFiles) {
     taken({"--kiosk", "--chrome", ""});
     EXPECT_TRUE(isSwitchedOn(kioskVariable));
     EXPECT_EQ(variable("CHROME_URL"), "");
-    // Another file takes the place of the user's.
+    // Another file replaces the user's.
     ::unsetenv("CHROME_URL");
     folder_.write("other.conf", "[pagehost]\nprofile=shop\n");
     taken({"--config", (folder_.path() / "other.conf").string()});

@@ -1,4 +1,4 @@
-// Standard streams on files, in processes that have nothing to lose.
+// Redirection of standard streams to files, in separate processes.
 #include "src/StreamRedirection.h"
 #include "tests/support/OwnProcess.h"
 #include "tests/support/TemporaryFolder.h"
@@ -18,7 +18,7 @@ using test_support::inOwnProcess;
 
 class StreamRedirectionTest : public ::testing::Test {
  protected:
-  // Redirects the streams, says something on both and tells whether the failed one is silenced.
+  // Redirects the streams, writes to both, and reports whether the failed one is silenced.
   void redirect(const std::string& out, const std::string& err, int failed) {
     inOwnProcess([&] {
       ::umask(0);
@@ -26,7 +26,7 @@ class StreamRedirectionTest : public ::testing::Test {
       redirectStandardStream(STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC);
       std::printf("for out");
       std::fprintf(stderr, "for err");
-      // By the exit status, since nothing else can be seen from here.
+      // By the exit status, since the streams are redirected.
       const std::string link = "/proc/self/fd/" + std::to_string(failed);
       if (failed && std::filesystem::read_symlink(link) != "/dev/null") ::_exit(2);
     });

@@ -1,8 +1,8 @@
-// The native side with a chrome: web view 1 on a page without an engine, whose native calls go to
-// the registry and whose chrome.* functions remember what they are called with. Main thread.
+// The native side with a fake chrome: web view 1 on a page without an engine, whose native calls go
+// to the registry and whose chrome.* functions record their calls. Main thread.
 //
-// Handles are never reused and web view 1 exists once per process. It is made with the first
-// fixture and kept: tests leave it as it is, or change it inOwnProcess.
+// Handles are never reused and web view 1 exists once per process. It is created with the first
+// fixture and kept: tests must not change it, except inOwnProcess.
 #pragma once
 
 #include "platform/graphics/MemoryWindowSystem.h"
@@ -19,10 +19,10 @@
 
 namespace test_support {
 
-// What a main client's loop ends with; -1 when it does not end within the deadline.
+// The exit code of a main client's loop; -1 if it does not end within the deadline.
 int exitStatusOf(Tessel::Platform::MainMessageClient& client);
 
-// A top-level window that lives as long as the process.
+// A top-level window that lives until the process exits.
 Tessel::Platform::Graphics::Window& topLevelWindow(const char* group);
 inline Tessel::Platform::Graphics::MemoryWindowSystem::Surface& surfaceOf(
     Tessel::Platform::Graphics::Window& window) {
@@ -44,14 +44,14 @@ class ChromeFixture : public ::testing::Test {
   std::string callNative(std::vector<const char*> arguments) {
     return page->raise(Callback(std::move(arguments))).result().toStdString();
   }
-  // What chrome.native.error was called with since the last call, and events likewise, each as
-  // "handle name data" or "handle name".
+  // The calls of chrome.native.error since the last call; likewise events, as "handle name data" or
+  // "handle name".
   std::vector<std::string> errors();
   std::vector<std::string> events();
-  // Likewise those of chrome.internal.windowAnimations, each as "name number" or "name".
+  // Likewise the calls of chrome.internal.windowAnimations, as "name number" or "name".
   std::vector<std::string> animationEvents();
 
-  // A web view that has reported that it exists; it goes with the fixture at the latest.
+  // A web view that has reported Created; destroyed with the fixture at the latest.
   unsigned int createWebView();
   WebView& webView(unsigned int handle) { return *manager.webViewForHandle(handle); }
   std::shared_ptr<FakePage> pageOf(unsigned int handle) {
@@ -64,7 +64,7 @@ class ChromeFixture : public ::testing::Test {
   const std::shared_ptr<FakePage> page;  // the root's
 
  private:
-  // Takes the calls of chrome.<function>.
+  // Returns and clears the recorded calls of chrome.<function>.
   std::vector<FunctionCall> takeCalls(const std::vector<String>& path);
 
   std::vector<unsigned int> created_;

@@ -1,10 +1,11 @@
-// contained COMMAND...: runs a test so that nothing of it is left when it ends, however it ends. An
-// orphan would hold the pipe of whoever waits for the test's output. One thread.
+// contained COMMAND...: runs a test and ends all its processes when it ends, for any reason. An
+// orphan would keep open the pipe of the reader of the test's output. One thread.
 //
-// With PAGEHOST_TEST_DISPLAYS, a folder with a file for each display, named like it, the test has
-// one of these alone: tests that run at once would click into each other's windows otherwise.
+// With PAGEHOST_TEST_DISPLAYS, a folder with a file named after each display, the test gets one of
+// these exclusively: concurrent tests would otherwise click into each other's windows.
 //
-// Who kills this program with its tree, as ctest does at a time limit, finds the orphans below it.
+// Orphans become its children, so that killing its process tree, as ctest does at a time limit,
+// includes them.
 #include "tests/support/Processes.h"
 
 #include <fcntl.h>
@@ -24,11 +25,11 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr std::chrono::seconds limit{10};  // for the kernel to end what is killed
+constexpr std::chrono::seconds limit{10};  // for the kernel to end killed processes
 
 pid_t test = -1;
 
-// Kept as long as this program: the lock of a display's file. False when all are taken.
+// Locks a display's file until this program exits. False if all are taken.
 bool takeDisplay(const char* folder) {
   for (const auto& file : std::filesystem::directory_iterator(folder)) {
     const int lock = ::open(file.path().c_str(), O_RDONLY | O_CLOEXEC);
@@ -45,7 +46,7 @@ void passOn(int signal) {
   ::kill(test, signal);
 }
 
-// The status of the test. Orphans are reaped as they end: tests wait for them to be gone.
+// The exit status of the test. Orphans are reaped as they end, since tests wait for that.
 int waitForTest() {
   for (;;) {
     int status = 0;
@@ -55,7 +56,7 @@ int waitForTest() {
   }
 }
 
-// False when somebody is still there at the limit.
+// False if a process is left at the limit.
 bool endOrphans() {
   const auto end = Clock::now() + limit;
   for (;;) {
@@ -64,7 +65,7 @@ bool endOrphans() {
     while (reaped > 0);
     if (reaped < 0 && errno == ECHILD) return true;
     if (Clock::now() >= end) return false;
-    // Their own children come here, and are next.
+    // Their children are reparented to this process, and killed next.
     for (const pid_t orphan : test_support::childrenOf(::getpid())) ::kill(orphan, SIGKILL);
     ::usleep(1000);
   }
@@ -86,7 +87,7 @@ int main(int argc, char** argv) {
   const pid_t self = ::getpid();
   test = ::fork();
   if (test == 0) {
-    // Whatever becomes of this program.
+    // Ends the test even if this program dies.
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() == self) ::execvp(argv[1], argv + 1);
     std::fprintf(stderr, "%s: %s\n", argv[1], std::strerror(errno));

@@ -1,4 +1,4 @@
-// What crosses between processes, in this one: the bytes of a message's blobs. Any one thread.
+// Copies of a message's blobs, as received by another process. Any one thread.
 #pragma once
 
 #include "platform/channel/MessageBlobs.h"
@@ -9,7 +9,7 @@
 
 namespace test_support {
 
-// Each blob in a piece of memory of exactly its length, so that sanitizers see what reads beyond.
+// Each blob in an allocation of exactly its length, so that sanitizers detect reads beyond it.
 class CopiedBlobs {
  public:
   CopiedBlobs() = default;

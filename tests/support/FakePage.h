@@ -1,5 +1,5 @@
-// Pages without an engine: they remember what they are told and let a test speak for the engine.
-// Main thread, but for the two ways to call a function, one thread at a time.
+// Fake pages without an engine: they record calls and let a test act as the engine. Main thread,
+// except for the two ways to call a function, one thread at a time.
 #pragma once
 
 #include "engine/OrvWebView.h"
@@ -19,7 +19,7 @@ class FakePage final : public Page {
 
   FakePage(PageClient& itsClient, Window& itsWindow) : client(itsClient), window(itsWindow) {}
 
-  // To raise events through. It and the window go with the web view.
+  // For raising events. It and the window are destroyed with the web view.
   PageClient& client;
   Window& window;
   const String windowId = window.identifier();
@@ -33,10 +33,10 @@ class FakePage final : public Page {
   std::vector<OrvWebHeader> headers;
   std::vector<std::pair<unsigned int, PromptAnswer>> answers;
   bool closed = false;
-  // What loads do, in processes that no test can reach into.
+  // The behaviour of loads, for processes that a test cannot access.
   static inline std::function<void(FakePage&, const String&)> onLoad;
 
-  // Raises an event and gives it back as its handler left it.
+  // Raises an event and returns it as modified by its handler.
   template <typename Event>
   Event raise(Event event) {
     if constexpr (std::is_same_v<Event, OrvWebJavaScriptCallbackEvent>) {
@@ -116,7 +116,7 @@ class FakePageFactory final : public PageFactory {
     return *factory;
   }
 
-  // The page of a web view; null when it has none.
+  // The page of a web view; null if it has none.
   std::shared_ptr<FakePage> pageOf(const OrvWebView& view) const {
     for (const auto& candidate : pages_) {
       auto page = candidate.lock();

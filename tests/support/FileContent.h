@@ -9,8 +9,8 @@
 
 namespace test_support {
 
-// The bytes of a file; as many as there are when it cannot be read to its end, as those of a
-// process that ends.
+// The bytes of a file; incomplete if it cannot be read to its end, such as /proc files of an ending
+// process.
 inline std::string contentOf(const std::filesystem::path& path) {
   std::ostringstream text;
   text << std::ifstream(path, std::ios::binary).rdbuf();

@@ -1,4 +1,4 @@
-// A server on the loopback interface whose files come slowly, break off, or in parts.
+// A server on the loopback interface with slow, interrupted or partial downloads.
 #include "tests/support/FileServer.h"
 
 #include <algorithm>
@@ -26,7 +26,7 @@ std::string between(const std::string& text, const std::string& before, std::str
   return text.substr(first, text.find_first_of(after, first) - first);
 }
 
-// With its body: what is not read when a connection is closed may cost the client the answer.
+// Reads the body as well: closing a connection with unread data may lose the answer.
 bool isWhole(const std::string& request) {
   const auto end = request.find("\r\n\r\n");
   return end != std::string::npos &&

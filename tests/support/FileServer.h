@@ -1,5 +1,5 @@
-// A server on the loopback interface whose files come slowly, break off, or can be asked for in
-// part, as their address says. Its threads are its own.
+// A server on the loopback interface with slow, interrupted or partial downloads, selected by the
+// address. It has its own threads.
 #pragma once
 
 #include "tests/support/LoopbackServer.h"
@@ -21,10 +21,10 @@ namespace test_support {
 //   tag=no         there is no entity tag
 //   changes=yes    each request finds another version of the file
 //   pace=N         milliseconds between pieces of 16 KiB
-// GET /page/NAME is what was added, and may be kept in caches; nothing, until the client goes, for
-// an answer that is empty.
-// GET /log/NAME tells what the requests for a file asked: "RANGE IF-RANGE" each, as a JSON list.
-// Or every answer is what a function makes of the request, on a thread of the server.
+// GET /page/NAME returns an added page, which may be cached; for an empty one, nothing is sent
+// until the client disconnects.
+// GET /log/NAME lists the range headers of the requests for a file: "RANGE IF-RANGE" each, as JSON.
+// Alternatively a function computes every answer from the request, on a thread of the server.
 class FileServer {
  public:
   using AnswerTo = std::function<std::string(const std::string& request)>;
@@ -35,14 +35,14 @@ class FileServer {
            const std::string& cookie = {});
   // A whole answer, its head included.
   void addAnswer(const std::string& name, const std::string& answer);
-  // How often a page was asked for.
+  // The number of requests for a page.
   int requestsFor(const std::string& name);
-  // The file that the server has under every name.
+  // The content of the file, the same for every name.
   static std::string content(std::size_t size, int version = 1);
 
  private:
   void serve(GIOStream* client);
-  // What the requests for a file have asked so far, this one's included.
+  // The range headers of the requests for a file so far, including this one.
   std::vector<std::string> remember(const std::string& name, const std::string& asked);
   std::string log(const std::string& name);
   std::string page(const std::string& name);

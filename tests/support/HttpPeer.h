@@ -1,5 +1,5 @@
-// A client of a server at this machine that says what no library would: bytes as they are. Main
-// thread: waiting runs the main loop.
+// A client of a local server that sends raw bytes, also malformed ones. Main thread: waiting runs
+// the main loop.
 #pragma once
 
 #include "platform/base/UniqueFd.h"
@@ -17,7 +17,7 @@
 
 namespace test_support {
 
-// Connects to a port of 127.0.0.1, waiting; empty when nobody listens.
+// Connects to a port of 127.0.0.1, blocking; empty if there is no listener.
 inline Tessel::Platform::UniqueFd connectTo(int port) {
   Tessel::Platform::UniqueFd socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   sockaddr_in address{};
@@ -38,12 +38,12 @@ inline std::string upgradeRequest(int port, const std::string& path,
          headers + "\r\n";
 }
 
-// A frame of a client; the mask is zero. The length can be told wrongly.
+// A frame of a client; the mask is zero. The length field can be wrong.
 inline std::string frame(unsigned int firstByte, std::string_view payload,
                          std::uint64_t toldLength = 0) {
   const std::uint64_t length = toldLength != 0 ? toldLength : payload.size();
   std::string text(1, static_cast<char>(firstByte));
-  // The shortest form, as it must be.
+  // The shortest encoding, as required.
   const int size = length < 126 ? 0 : length < 65536 ? 2 : 8;
   text += static_cast<char>(0x80 | (size == 0 ? length : size == 2 ? 126 : 127));
   for (int i = size; i-- > 0;) text += static_cast<char>((length >> (8 * i)) & 0xFF);
@@ -59,10 +59,10 @@ class HttpPeer {
     ::fcntl(socket_.get(), F_SETFL, O_NONBLOCK);
   }
 
-  // What has come so far.
+  // The bytes received so far.
   std::string received;
 
-  // As much as the other side takes; false when it does not take all, or has gone.
+  // Sends as much as the server accepts; false if it does not accept all, or is gone.
   bool send(std::string_view bytes) {
     return Tessel::Platform::Testing::iterateUntil([&] {
              const ssize_t count = ::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
@@ -81,7 +81,7 @@ class HttpPeer {
   bool waitForEnd() {
     return Tessel::Platform::Testing::iterateUntil([&] { return take(); });
   }
-  // Requests a path; the answer with its headers.
+  // Requests a path; returns the answer with its headers.
   std::string get(const std::string& path) {
     send("GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(port_) +
          "\r\nConnection: close\r\n\r\n");
@@ -109,7 +109,7 @@ class HttpPeer {
   bool failed_ = false;
 };
 
-// Where the list of pages says that the inspector of a web view is; "" for none.
+// The address of a web view's inspector in the list of pages; "" for none.
 inline std::string socketPathIn(const std::string& list, const std::string& handle) {
   const std::size_t end = list.find("/" + handle + "\"");
   const std::size_t start = list.rfind("/socket/", end);

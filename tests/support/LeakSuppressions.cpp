@@ -1,5 +1,5 @@
-// What the leak detector need not tell: a library keeps it for the life of the process.
-// Any thread.
+// Suppressions for the leak detector: memory that libraries keep until the process exits. Any
+// thread.
 
 extern "C" const char* __lsan_default_suppressions();
 

@@ -1,4 +1,4 @@
-// Sockets of the local kind, as a peer that follows no rules has them. Any thread.
+// Raw local sockets, for peers that violate the protocol. Any thread.
 #pragma once
 
 #include "platform/base/UniqueFd.h"
@@ -20,7 +20,7 @@ inline std::pair<Tessel::Platform::UniqueFd, Tessel::Platform::UniqueFd> socketP
   return {Tessel::Platform::UniqueFd(ends[0]), Tessel::Platform::UniqueFd(ends[1])};
 }
 
-// A socket that is bound or connected to the path; empty when that fails.
+// A socket bound or connected to the path; empty on failure.
 inline Tessel::Platform::UniqueFd socketAt(const std::string& path,
                                            decltype(::connect)* go = ::connect,
                                            int type = SOCK_STREAM) {

@@ -1,4 +1,4 @@
-// A port of this machine, each of whose connections is served in a thread of its own.
+// A local port; each connection is served in a separate thread.
 #pragma once
 
 #include <gio/gio.h>
@@ -12,7 +12,7 @@
 
 namespace test_support {
 
-// What an owner serves with must outlive it: it is the owner's last member.
+// Declare it as the owner's last member: data used for serving must outlive it.
 class LoopbackServer {
  public:
   using Serve = std::function<void(GIOStream*)>;
@@ -41,8 +41,8 @@ class LoopbackServer {
 
   std::string address() const { return "127.0.0.1:" + std::to_string(port_) + "/"; }
 
-  // What has come, waiting; empty when the client has gone, or the server ends. An engine opens
-  // connections that it may never use.
+  // Waits for data; empty if the client is gone or the server ends. Engines open connections that
+  // they may never use.
   std::string read(GIOStream* client) const {
     std::string bytes(8192, '\0');
     const gssize count = g_input_stream_read(g_io_stream_get_input_stream(client), bytes.data(),
@@ -54,7 +54,7 @@ class LoopbackServer {
     return g_output_stream_write_all(g_io_stream_get_output_stream(client), bytes.data(),
                                      bytes.size(), nullptr, ended_, nullptr) != FALSE;
   }
-  // Waits until the client goes, or the server.
+  // Waits until the client disconnects or the server ends.
   void hold(GIOStream* client) const {
     while (!read(client).empty()) {
     }
@@ -77,10 +77,10 @@ class LoopbackServer {
   GCancellable* const ended_ = g_cancellable_new();
   guint16 port_ = 0;
   std::jthread acceptor_;
-  std::vector<std::jthread> connections_;  // the acceptor's, until it has ended
+  std::vector<std::jthread> connections_;  // used by the acceptor's thread until it ends
 };
 
-// A whole answer of a server that closes the connection behind it.
+// A complete answer of a server that closes the connection afterwards.
 inline std::string httpAnswer(const std::string& type, const std::string& body,
                               const std::string& headers = {}) {
   return "HTTP/1.1 200 OK\r\nContent-Type: " + type + "\r\nConnection: close\r\n" + headers +

@@ -1,4 +1,4 @@
-// Damage to valid bytes, the same for the same seed. Any one thread.
+// Mutations of valid bytes, deterministic for a seed. Any one thread.
 #pragma once
 
 #include <algorithm>
@@ -11,7 +11,7 @@ namespace test_support {
 
 class Mutator {
  public:
-  // The tokens are what the readers look for: they are what is put in the place of other bytes.
+  // Tokens that are meaningful to the readers; they replace other bytes.
   Mutator(std::uint64_t seed, std::vector<std::string> tokens)
       : random_(seed), tokens_(std::move(tokens)) {}
 
@@ -21,7 +21,7 @@ class Mutator {
     return list[below(std::size(list))];
   }
 
-  // One to four faults.
+  // One to four mutations.
   std::string damage(std::string bytes) {
     for (auto faults = 1 + below(4); faults > 0; --faults) damageOnce(bytes);
     return bytes;

@@ -8,8 +8,8 @@ namespace test_support {
 // Runs a part of a test in a forked process and expects it to pass there.
 void inOwnProcess(const std::function<void()>& body);
 
-// In a forked process: its main context wakes up on its own, not with that of the process that it
-// was forked from, with which it would share the descriptor.
+// In a forked process: gives its main context a new wake-up descriptor, instead of the one shared
+// with the parent.
 void separateMainContext();
 
 }  // namespace test_support

@@ -1,5 +1,5 @@
-// A second process for tests of messages between processes. Forked before the test has a client or
-// any thread: begin every such test with inOwnProcess, and the peer first in there.
+// A second process for tests of messages between processes. It must be forked before the test has a
+// client or any thread: begin every such test with inOwnProcess, and create the peer first.
 #pragma once
 
 #include "platform/base/UniqueFd.h"
@@ -15,7 +15,7 @@
 
 namespace test_support {
 
-// What the peer does with its messages.
+// The peer's handler of messages.
 class PeerHandler : public Tessel::Platform::MessageHandler {
  public:
   using Handle = std::function<void(Tessel::Platform::Message&)>;
@@ -28,7 +28,7 @@ class PeerHandler : public Tessel::Platform::MessageHandler {
 
 class Peer {
  public:
-  // Runs in the peer, which ends when it returns. The number is the first that it is told.
+  // Runs in the peer, which ends when it returns. The number is the first one sent to it.
   explicit Peer(const std::function<void(int)>& body) {
     int down[2];
     int up[2];
@@ -59,7 +59,7 @@ class Peer {
   void tell(int number) {
     EXPECT_EQ(::write(write_.get(), &number, sizeof number), ssize_t(sizeof number));
   }
-  // What the peer said by say().
+  // A number that the peer sent by say().
   int hear() {
     int number = -1;
     EXPECT_EQ(::read(read_.get(), &number, sizeof number), ssize_t(sizeof number));
@@ -75,8 +75,8 @@ class Peer {
     if (::read(fromOther, &number, sizeof number) != sizeof number) ::_exit(4);
     return number;
   }
-  // In the peer: runs a main client that takes the test's messages, says its channel, and
-  // delivers until it is killed.
+  // In the peer: runs a main client that handles the test's messages, sends its channel id, and
+  // serves until it is killed.
   static void serve(const PeerHandler::Handle& handle) {
     Tessel::Platform::MainMessageClient client(0, -1);
     PeerHandler handler(handle);

@@ -15,16 +15,15 @@ std::string fileOf(pid_t pid, const char* name) {
   return contentOf("/proc/" + std::to_string(pid) + "/" + name);
 }
 
-// As the kernel tells it; X when there is no such process.
+// The state from /proc; X if there is no such process.
 char stateOf(pid_t pid) {
   const std::string text = fileOf(pid, "stat");
-  // The name, in brackets, may hold anything.
+  // The name, in brackets, may contain any characters.
   const auto end = text.rfind(')');
   return end != std::string::npos && end + 2 < text.size() ? text[end + 2] : 'X';
 }
 
-// Of all its threads. Quick, as some wait for the end of processes in a main loop by looking each
-// turn.
+// Of all its threads. Must be fast, since some tests poll it in every iteration of a main loop.
 template <typename Condition>
 std::vector<pid_t> childrenThat(pid_t parent, Condition hasState) {
   std::vector<pid_t> children;

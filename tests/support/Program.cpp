@@ -23,7 +23,7 @@ int millisecondsUntil(Clock::time_point deadline) {
   return static_cast<int>(std::max<std::chrono::milliseconds::rep>(left.count(), 0));
 }
 
-// Appends what is there; false at the end of the stream.
+// Appends the available data; false at the end of the stream.
 bool drain(const UniqueFd& fd, std::string& text) {
   std::array<char, 4096> chunk;
   const ssize_t count = ::read(fd.get(), chunk.data(), chunk.size());
@@ -108,7 +108,7 @@ std::string Program::errors() {
 std::optional<int> Program::status() {
   const UniqueFd process(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
   const auto deadline = Clock::now() + patience;
-  // Its streams are read meanwhile: it must not be us who keeps it from ending.
+  // Keeps reading its streams, so that a full pipe does not keep it from exiting.
   for (;;) {
     std::array<pollfd, 3> waits{
         {{process.get(), POLLIN, 0}, {output_.get(), POLLIN, 0}, {error_.get(), POLLIN, 0}}};

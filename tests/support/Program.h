@@ -18,30 +18,29 @@ class Program {
   using Environment = std::map<std::string, std::string>;
   static constexpr std::chrono::seconds patience{30};
 
-  // Starts it in the environment of the test with these changes; an empty value removes one. The
-  // name is what the program sees itself started as; the file is the program's unless another one
-  // is named.
+  // Starts it in the environment of the test with these changes; an empty value removes a variable.
+  // The name is its argv[0]; the file is the program's executable unless another one is given.
   Program(const Environment& changes, const std::vector<std::string>& arguments = {},
           const std::string& name = "pagehost", const char* file = nullptr);
-  // Ends it if need be.
+  // Kills it if it is still running.
   ~Program();
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
 
   pid_t pid() const { return pid_; }
-  // The next line of its standard output; nothing when it ends or stays silent.
+  // The next line of its standard output; empty if it ends or at the deadline.
   std::optional<std::string> nextLine();
-  // Reads on until a line has the text in it; false when none does.
+  // Reads until a line contains the text; false if none does.
   bool waitForLine(const std::string& text);
-  // Waits until its standard error has the text in it; false when it does not get it.
+  // Waits until its standard error contains the text; false at the deadline.
   bool waitForError(const std::string& text);
-  // Its exit status once it has ended; minus the signal that ended it; nothing when it goes on.
+  // Its exit status after it has ended, or minus the signal that killed it; empty if still running.
   std::optional<int> status();
-  // What it has written to its standard error so far.
+  // Its standard error so far.
   std::string errors();
 
  private:
-  // Reads what both streams have, waiting at most until the deadline for more.
+  // Reads both streams, waiting for data until the deadline at most.
   bool readMore(std::chrono::steady_clock::time_point deadline);
 
   pid_t pid_ = -1;

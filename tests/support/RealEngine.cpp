@@ -37,7 +37,7 @@ RealEngine* RealEngine::instance(std::string& problem) {
     WindowSystem::install(std::move(windows));
     auto* self = new RealEngine;
     self->client_ = std::make_unique<MainMessageClient>(3, -1);
-    // The same as the program would have here.
+    // The same as in the program.
     auto sandbox = Tessel::Platform::PageSandbox::None;
     if (!choosePageSandbox({Tessel::Platform::runtimeFolder()}, sandbox, whyNot)) return false;
     self->engine_ = WebKitEngine::create({.moduleFolder = PAGEHOST_TEST_MODULES,

@@ -1,5 +1,5 @@
-// The real engine in the process of a test or a benchmark: a window, web views with pages, and a
-// main loop that runs until something is true. Needs a display. Main thread.
+// The real engine in the process of a test or benchmark: a window, web views with pages, and a main
+// loop that runs until a condition holds. Needs a display. Main thread.
 #pragma once
 
 #include "engine/OrvWebView.h"
@@ -15,7 +15,7 @@
 
 namespace test_support {
 
-// A web view whose native calls go to a function.
+// A web view whose native calls are passed to a function.
 class ScriptedView final : public OrvWebView {
  public:
   using Native = std::function<String(const std::vector<std::string>& arguments)>;
@@ -23,7 +23,7 @@ class ScriptedView final : public OrvWebView {
   Native native;
   std::vector<OrvWebEvent::Type> events;
 
-  // Calls a function of the page with numbers or texts and waits.
+  // Calls a function of the page with numbers or texts and waits for the result.
   JavaScriptVariant call(const char* function, std::vector<JavaScriptVariant> arguments = {}) {
     return executeJavaScriptFunctionSync({function}, arguments);
   }
@@ -35,14 +35,14 @@ class ScriptedView final : public OrvWebView {
 // One per process: the toolkit and the engine start once.
 class RealEngine {
  public:
-  // Null, and problem tells, without a display or an engine.
+  // Null, with the reason in `problem`, without a display or an engine.
   static RealEngine* instance(std::string& problem);
 
-  // A page of that HTML, loaded, in a web view over the whole window. Null when it does not load.
+  // A loaded page with that HTML in a web view that covers the window. Null if it does not load.
   std::unique_ptr<ScriptedView> openPage(const std::string& html, ScriptedView::Native native = {},
                                          bool drivesApplication = true);
 
-  // Runs the main loop until the condition holds; false when it does not within the time.
+  // Runs the main loop until the condition holds; false at the time limit.
   static bool runUntil(const std::function<bool()>& condition,
                        std::chrono::milliseconds limit = std::chrono::seconds(30));
 

@@ -1,4 +1,4 @@
-// What can be seen and done on the display of the test. Main thread.
+// Reads the display of the test and sends input to it. Main thread.
 #include "tests/support/Screen.h"
 
 #include <X11/XKBlib.h>
@@ -22,19 +22,19 @@ Display* display() {
   return opened;
 }
 
-// Windows come and go while they are looked at.
+// Windows may be destroyed while they are inspected.
 int ignoreError(Display*, XErrorEvent*) {
   return 0;
 }
 
-// By its class: the title is that of the document.
+// By its class, since the title is the document's.
 Window findWindow(Window parent, std::string_view program) {
   XClassHint hint{};
   if (XGetClassHint(display(), parent, &hint)) {
     const bool found = hint.res_name && hint.res_name == program;
     XFree(hint.res_name);
     XFree(hint.res_class);
-    // The toolkit has a window of that name that is never shown.
+    // Skips a hidden window of that class that the toolkit creates.
     XWindowAttributes attributes{};
     if (found && XGetWindowAttributes(display(), parent, &attributes) &&
         attributes.map_state == IsViewable) {
@@ -52,7 +52,7 @@ Window findWindow(Window parent, std::string_view program) {
   return found;
 }
 
-// Where the key is; one that the keyboard does not have is put on it.
+// The key code; a key that the keyboard lacks is mapped first.
 KeyCode codeOf(KeySym key) {
   const KeyCode there = XKeysymToKeycode(display(), key);
   if (there != 0) return there;
@@ -87,7 +87,7 @@ bool waitForPixel(int x, int y, const Pixel& color) {
     int difference = 0;
     for (std::size_t i = 0; i < color.size(); ++i) difference += std::abs(pixel[i] - color[i]);
     if (difference < 12) return true;
-    // The display tells nobody when somebody else has drawn.
+    // The display sends no notification when another client has drawn.
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   } while (std::chrono::steady_clock::now() < end);
   return false;

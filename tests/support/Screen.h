@@ -1,4 +1,4 @@
-// What can be seen and done on the display of the test, which must be there. Main thread.
+// Reads the display of the test, which must exist, and sends input to it. Main thread.
 #pragma once
 
 #include <array>
@@ -8,11 +8,11 @@ namespace test_support {
 
 using Pixel = std::array<int, 3>;
 
-// The colour on the screen at a place, {-1, -1, -1} when it cannot be had.
+// The colour on the screen at a point; {-1, -1, -1} if it cannot be read.
 Pixel pixelAt(int x, int y);
-// Looks again until the place has that colour, give or take a little; false when it never has.
+// Polls until the point has approximately that colour; false at the deadline.
 bool waitForPixel(int x, int y, const Pixel& color);
-// Presses and releases the first button there.
+// Presses and releases the first button at that point.
 void clickAt(int x, int y);
 // The pointer and the keyboard, one step at a time; buttons by their number, keys by their name.
 void movePointer(int x, int y);
@@ -21,17 +21,16 @@ void pressKey(const char* name, bool down);
 // One of these by its name: "press KEY", "release KEY", "key KEY" for both, "move X Y", "click X
 // Y", "button NUMBER" for a press and a release, "keyboard PROGRAM" to give a window the keyboard.
 void perform(const std::string& command);
-// Asks the top-level window of that program to close, as a window manager does; false when
-// there is none.
+// Requests the top-level window of that program to close, as a window manager does; false if there
+// is none.
 bool requestClose(const char* program);
 
-// The number of the top-level window of that program, 0 when there is none on the screen.
+// The X window id of the top-level window of that program; 0 if there is none on the screen.
 unsigned long topLevelWindow(const char* program);
-// What a window manager does to a window: takes it off the screen or brings it back, and gives it
-// the keyboard.
+// Window manager operations: unmaps or maps a window, and gives it the keyboard focus.
 void showTopLevel(unsigned long window, bool shown);
 void giveKeyboardTo(unsigned long window);
-// Puts another program's window over the whole screen, or takes it away again.
+// Covers the screen with another program's window, or removes it.
 void coverScreen(bool covered);
 
 }  // namespace test_support

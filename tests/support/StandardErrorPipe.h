@@ -1,4 +1,4 @@
-// Puts a pipe in the place of standard error for the length of a scope.
+// Replaces standard error by a pipe for the duration of a scope.
 #pragma once
 
 #include "platform/base/UniqueFd.h"
@@ -23,7 +23,7 @@ class StandardErrorPipe {
   }
   ~StandardErrorPipe() { dup2(original_.get(), STDERR_FILENO); }
 
-  // What has arrived since the last call.
+  // The output since the last call.
   std::string read() {
     std::string text;
     char chunk[65536];

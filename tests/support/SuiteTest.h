@@ -1,4 +1,4 @@
-// Tests of the real program with a chrome of the tests, which may be a suite that tests by itself
+// Tests of the real program with a chrome of the tests, which may itself be a test suite
 // (tests/e2e/pages/suite.js). Main thread.
 #pragma once
 
@@ -16,7 +16,7 @@ namespace test_support {
 
 class SuiteTest : public testing::Test {
  protected:
-  // Files of its own for every test: the program must neither find nor leave anything.
+  // Private folders for every test: the program must neither find nor leave files elsewhere.
   SuiteTest() {
     std::filesystem::copy(PAGEHOST_TEST_PAGES, folder_ / "root",
                           std::filesystem::copy_options::recursive);
@@ -25,7 +25,7 @@ class SuiteTest : public testing::Test {
     std::filesystem::create_directory_symlink(folder_, folder_ / "root/link-folder");
   }
 
-  // With that page as the chrome; the bundled one if it is empty.
+  // Starts the program with that page as the chrome; the bundled one if empty.
   Program::Environment environment(const std::string& page,
                                    Program::Environment changes = {}) const {
     changes.merge(
@@ -38,8 +38,8 @@ class SuiteTest : public testing::Test {
     return changes;
   }
 
-  // A chrome that tests by itself: every line but the last must be an "ok", or asks for something
-  // to be done on the display.
+  // A chrome that is a test suite: every line but the last must be an "ok" or a request for input
+  // on the display.
   void runSuite(const std::string& page, const Program::Environment& changes = {}) {
     Program program(environment(page, changes));
     readSuite(program);
@@ -71,7 +71,7 @@ class SuiteTest : public testing::Test {
 
   const TemporaryFolder temporary_;
   const std::filesystem::path folder_ = temporary_.path();
-  std::string seen_;  // what suites print of the commands and events that they have seen at work
+  std::string seen_;  // the commands and events that suites report as exercised
 };
 
 }  // namespace test_support

@@ -1,4 +1,4 @@
-// A folder that lasts as long as its test.
+// A folder that is removed at the end of its test.
 #pragma once
 
 #include "tests/support/FileContent.h"
@@ -28,14 +28,13 @@ class TemporaryFolder {
 
   const std::filesystem::path& path() const { return path_; }
 
-  // A place whose files are in memory, where there is one: a busy disk makes others wait for
-  // seconds.
+  // In memory if possible: a busy disk can block for seconds.
   static std::string memory() {
     std::error_code none;
     return std::filesystem::is_directory("/dev/shm", none) ? "/dev/shm/" : testing::TempDir();
   }
 
-  // Makes the folders on the way, too.
+  // Creates parent folders as well.
   void write(const std::string& name, const std::string& content) const {
     std::filesystem::create_directories((path_ / name).parent_path());
     std::ofstream(path_ / name) << content;

@@ -1,4 +1,4 @@
-// A server on the loopback interface with a certificate that is good, or bad in one way.
+// A server on the loopback interface with a valid certificate, or one with a single defect.
 #include "tests/support/TlsServer.h"
 
 #include "tests/support/TemporaryFolder.h"
@@ -9,7 +9,7 @@ namespace test_support {
 
 namespace {
 
-// Fills the folder $folder: a file for each certificate, with its key, and one for the authority.
+// Fills $folder with a file for each certificate and its key, and one for the authority.
 constexpr const char* makeCertificates = R"(
 set -e
 cd "$folder"

@@ -1,4 +1,4 @@
-// A server on the loopback interface with a certificate that is good, or bad in one way.
+// A server on the loopback interface with a valid certificate, or one with a single defect.
 #pragma once
 
 #include "tests/support/LoopbackServer.h"
@@ -12,18 +12,18 @@ namespace test_support {
 // Answers every request with a page whose title is the request, from threads of its own.
 class TlsServer {
  public:
-  // The first connection may be left without a word, for as long as the server is there.
+  // The first connection may be left unanswered until the server ends.
   enum class First { Served, LeftAlone };
-  // Whose its certificate is: its own, or that of the authority, which is for 127.0.0.1 and valid
-  // now, or not valid any more, or for another server.
+  // The certificate: self-signed, or issued by the authority: valid for 127.0.0.1, expired, or for
+  // another server.
   enum class Certificate { SelfSigned, Good, Expired, WrongName };
   explicit TlsServer(First first = First::Served, Certificate kind = Certificate::SelfSigned);
 
   std::string address() const { return "https://" + server_.address(); }
-  // How often its page was asked for.
+  // The number of requests for its page.
   int requests() const { return requests_; }
 
-  // The certificate of the authority, made for this run, as PEM. Who trusts it trusts Good.
+  // The certificate of the authority, generated for this run, as PEM. Trusting it makes Good valid.
   static std::string authority();
 
  private:

@@ -1,4 +1,4 @@
-// Waiting for conditions in tests, with a deadline that only a fault reaches. Main thread.
+// Waiting for conditions in tests, with a deadline that is only reached on failure. Main thread.
 #pragma once
 
 #include <glib.h>
@@ -9,11 +9,11 @@ namespace Tessel::Platform::Testing {
 
 inline constexpr std::chrono::seconds Deadline{20};
 
-// Runs the default main context until the condition holds; false when it does not within the limit.
+// Runs the default main context until the condition holds; false at the time limit.
 template <typename Condition>
 bool iterateUntil(Condition condition, std::chrono::milliseconds limit = Deadline) {
   const auto end = std::chrono::steady_clock::now() + limit;
-  // The context sleeps until something happens; the tick is for conditions of other threads.
+  // The context sleeps until an event; the tick is for conditions set by other threads.
   GSource* const tick = g_timeout_source_new(5);
   g_source_set_callback(
       tick, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
@@ -32,7 +32,7 @@ bool iterateUntil(Condition condition, std::chrono::milliseconds limit = Deadlin
 
 namespace test_support {
 
-// Runs the main loop until nothing is left to do.
+// Runs the main loop until no work is pending.
 inline void turnLoop() {
   while (g_main_context_iteration(nullptr, FALSE)) {
   }

@@ -17,7 +17,7 @@ class WindowsOnScreen : public testing::Test {
   using IntRect = Tessel::Platform::IntRect;
   using Window = Tessel::Platform::Graphics::Window;
 
-  // No colour that an empty screen has.
+  // A colour that an empty screen does not have.
   static constexpr Pixel background{40, 40, 40};
 
   void SetUp() override {
@@ -25,8 +25,8 @@ class WindowsOnScreen : public testing::Test {
     auto system = Graphics::GtkWindowSystem::create();
     ASSERT_TRUE(system) << "there is no display";
     Graphics::WindowSystem::install(std::move(system));
-    // From wherever an earlier test left it: a first motion inside of the window, which also enters
-    // a child window, stays in the toolkit's queue until something else happens.
+    // Moves the pointer away from where an earlier test left it: a first motion that enters a child
+    // window stays in the toolkit's queue until the next event.
     movePointer(1000, 700);
     top_ = std::make_unique<Window>(Graphics::WindowType::Application, nullptr,
                                     IntRect{0, 0, 400, 300}, IntRect{}, Tessel::Platform::IntSize{},

@@ -72,7 +72,7 @@ TEST_F(WebInspectorClientTest, EverybodyAtOnce) {
       --running;
     });
   };
-  // Front ends that come, talk, and go without a word; they replace one another.
+  // Front ends that connect, send, and disconnect abruptly; they replace one another.
   const auto frontEnd = [&] {
     const UniqueFd socket = connectTo(server.port());
     const std::string talk = test_support::upgradeRequest(server.port(), path) +

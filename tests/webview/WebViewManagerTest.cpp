@@ -1,4 +1,4 @@
-// The owner of all web views, and what the chrome hears of them.
+// The owner of all web views, and its reports to the chrome.
 #include "platform/os/Settings.h"
 #include "tests/support/ChromeFixture.h"
 #include "tests/support/StandardErrorPipe.h"
@@ -108,7 +108,7 @@ TEST_F(WebViewManagerTest, LoopEndsWithTheLastWebViewUnlessAnotherOneCameMeanwhi
     const unsigned int other = createWebView();
     manager.destroyWebView(1);
     turnLoop();
-    // The deferred creation stands before the question whether anything is left.
+    // The deferred creation runs before the check for remaining web views.
     const unsigned int next = manager.createWebView(group, WebViewManager::inThisProcess);
     manager.destroyWebView(other);
     client.dispatchMessage(executableMessage([&] {
@@ -127,7 +127,7 @@ TEST_F(WebViewManagerTest, ShutdownEndsEveryWebViewAndThenTheLoop) {
     const unsigned int second = createWebView();
     // Even one that would not report its end.
     webView(second).setAllWebEventsEnabled(false);
-    // Asked for by the chrome when it hears of the end, and too late.
+    // Its creation is still pending at the shutdown.
     const unsigned int unmade = manager.createWebView(group, WebViewManager::inThisProcess);
     manager.shutdown();
     EXPECT_EQ(manager.createWebView(group, WebViewManager::inThisProcess), 0u);

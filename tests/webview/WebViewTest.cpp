@@ -1,4 +1,4 @@
-// The program's web view: headers and its native calls.
+// The program's web view: headers and native calls.
 #include "tests/support/ChromeFixture.h"
 #include "webview/WebView.h"
 
@@ -33,7 +33,7 @@ TEST_F(WebViewTest, ExtraHeadersAreTheMembersOfTheObjectInTheirOrder) {
                                      "B: true", "X: null"));
   EXPECT_EQ(view.extraHttpHeaders(),
             R"({"Z":"last \"first\"","A":"ä","N":"7","F":"1.5","B":"true","X":"null"})");
-  // What cannot be sent is not said to be.
+  // Invalid headers are not reported as set.
   EXPECT_TRUE(view.setExtraHttpHeaders(
       R"({"A":"1","a":"2","B c":"3","":"4","D":"5\r\nE: 6","F":"\u0000","G":1e21})"));
   EXPECT_EQ(view.extraHttpHeaders(), R"({"a":"2","G":"1e+21"})");
@@ -53,7 +53,7 @@ TEST_F(WebViewTest, RefusedExtraHeadersLeaveThoseInForce) {
   }
   EXPECT_THAT(headers(), ElementsAre("A: 1"));
   EXPECT_EQ(view.extraHttpHeaders(), R"({"A":"1"})");
-  // However deep, a value that is no text is left out.
+  // Values that are not texts are dropped, at any depth.
   const std::string deep = std::string(200000, '[') + std::string(200000, ']');
   inOwnProcess([&] {
     EXPECT_TRUE(view.setExtraHttpHeaders("{\"A\":" + deep + ",\"B\":\"1\"}"));

@@ -45,7 +45,7 @@ bool readNumber(std::string_view text, int& number) {
   return result.ec == std::errc() && result.ptr == text.data() + text.size() && number >= 0;
 }
 
-// What options say before the user's record is known.
+// Option values collected before the user's record is looked up.
 struct Given {
   std::optional<std::string> user;
   std::optional<std::string> group;
@@ -135,7 +135,7 @@ void setVariable(const std::string& text, LaunchOptions& options) {
   }
 }
 
-// What an application needs that nobody thinks of giving.
+// Adds environment variables that an application needs, unless they were given explicitly.
 void setDefaults(LaunchOptions& options) {
   for (const char* name : passedOn) {
     if (const char* value = std::getenv(name)) options.environment.emplace(name, value);
@@ -146,7 +146,7 @@ void setDefaults(LaunchOptions& options) {
   }
 }
 
-// What one option says.
+// Processes one option.
 bool take(std::string_view option, const std::string& value, Given& given, LaunchOptions& options,
           std::string& problem) {
   if (option == "uid") given.user = value;
@@ -185,8 +185,8 @@ const ProgramText& launchText() {
        {"exit status",
         "",
         {{"0", "The application was started."},
-         {"1", "The process could not be had."},
-         {"2", "The call makes no sense."},
+         {"1", "The process could not be started."},
+         {"2", "The command line is invalid."},
          {"with --wait",
           "That of the process, 128 and the number of the signal that ended it, or 1 when the "
           "server does not know it."}}},

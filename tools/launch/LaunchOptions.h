@@ -1,4 +1,4 @@
-// What the command line of pagehost-launch asks for. Main thread.
+// The options of pagehost-launch. Main thread.
 #pragma once
 
 #include <sys/types.h>
@@ -19,10 +19,10 @@ struct LaunchOptions {
   std::vector<std::string> arguments;  // the first is the program's name
 };
 
-// Reads the command line, and what it leaves open from the user's record and from the environment.
-// False, with the problem in words, when it makes no sense. Ends the process for what every program
-// ends for.
+// Reads the command line; defaults come from the user's record and the environment. False, with an
+// error text, if the options are inconsistent. Exits for --help and the like, and for unknown
+// options.
 bool readOptions(int argc, char** argv, LaunchOptions& options, std::string& problem);
 
-// The request as it is sent; empty, with the problem in words, when it is more than one takes.
+// The serialised request; empty, with an error text, if it exceeds the maximum size.
 std::vector<char> requestOf(const LaunchOptions& options, std::string& problem);

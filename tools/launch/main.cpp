@@ -1,4 +1,4 @@
-// pagehost-launch: asks the launcher server for an application. Main thread.
+// pagehost-launch: requests the launch of an application from the launcher server. Main thread.
 #include "platform/options/CommandLine.h"
 #include "platform/os/DeviceClient.h"
 #include "platform/os/DeviceProtocol.h"
@@ -43,8 +43,8 @@ std::string whyNot(int error) {
   }
 }
 
-// Waits until the process has ended, which may be long ago, and returns its status as a shell has
-// it: 128 and the signal's number where a signal ended it.
+// Waits for the end of the process, which may have ended already, and returns its status as a shell
+// does: 128 plus the signal number if it was killed by a signal.
 int waitFor(std::int32_t pid) {
   const UniqueFd process(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
   if (!process && errno != ESRCH) {
@@ -54,7 +54,7 @@ int waitFor(std::int32_t pid) {
   pollfd ended{process.get(), POLLIN, 0};
   while (process && ::poll(&ended, 1, -1) < 0 && errno == EINTR) {
   }
-  // A connection of its own: the server does not keep a silent one for as long as it takes.
+  // A new connection: the server closes idle ones, and the process may run for long.
   const UniqueFd device = Tessel::Platform::openDevice(launcherPath, O_RDONLY);
   LaunchEnd end{};
   const int error = device ? Tessel::Platform::controlDevice(device.get(), launchEndCommand, &pid,
@@ -78,8 +78,8 @@ int waitFor(std::int32_t pid) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // The server tells its first requester of every child's end; unasked, that would end this
-  // process.
+  // The server sends a signal to its first requester when a child ends; unblocked, it would kill
+  // this process.
   sigset_t ends;
   ::sigemptyset(&ends);
   ::sigaddset(&ends, childEndedSignal);

@@ -1,4 +1,4 @@
-// The native functions as the reference tells them, from the tables. Main thread.
+// Collects the native functions for the reference from the tables. Main thread.
 #include "tools/reference/Functions.h"
 
 #include "bindings/ApplicationBinding.h"
@@ -66,7 +66,7 @@ class Collector {
     }
   }
 
-  // Of the function that was added last.
+  // Sets the group of the function that was added last.
   void join(const char* group) { functions_.back().group = group; }
   void document(Effect effect, const char* names, const char* text) {
     Function& function = functions_.back();
@@ -112,7 +112,7 @@ void addCommands(Collector& collector) {
 }
 #undef DOC
 
-// What the program registers when it starts.
+// The names that the program registers at start-up.
 std::set<std::string> registeredNames() {
   WebViewManager::instance();
   ApplicationWindow::instance();

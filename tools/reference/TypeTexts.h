@@ -1,6 +1,5 @@
-// How each C++ type of functions, events and records is told in the reference: in words, and in
-// TypeScript. What a record or an enumeration is made of is declared when it is first told.
-// Main thread.
+// Describes the C++ types of functions, events and records for the reference: in words and in
+// TypeScript. Records and enumerations are declared at their first use. Main thread.
 #pragma once
 
 #include "registry/NativeCall.h"
@@ -16,7 +15,7 @@ namespace reference {
 
 using Tessel::Platform::String;
 
-// The name of a type that has one in the reference.
+// The name of a type in the reference; null if it has none.
 template <typename T>
 inline constexpr const char* nameOfType = nullptr;
 
@@ -55,7 +54,7 @@ struct Member {
   std::string type;  // in TypeScript
 };
 
-// The records that were told so far, by name.
+// The records declared so far, by name.
 using Records = std::map<std::string, std::vector<Member>, std::less<>>;
 
 template <typename T>
@@ -78,7 +77,7 @@ inline std::string listOf(const std::string& element) {
   return element.find(' ') == std::string::npos ? element + "[]" : "(" + element + ")[]";
 }
 
-// The own fields of an event or record, in byte order of their keys.
+// The fields of an event or record, without inherited ones, in byte order of their keys.
 template <typename T>
 std::vector<Member> membersOf(Records& records) {
   std::vector<Member> members;
@@ -94,7 +93,7 @@ std::string declaredRecord(Records& records) {
   static_assert(nameOfType<T> != nullptr, "a record of the reference needs a name");
   const std::string name = nameOfType<T>;
   if (!records.contains(name)) {
-    records[name];  // before its members: it may be one of them
+    records[name];  // before its members, since records may be recursive
     records[name] = membersOf<T>(records);
   }
   return name;
@@ -127,15 +126,15 @@ std::string jsonType(Records& records) {
   }
 }
 
-// A type of an argument or result, which cross as texts.
+// The type of an argument or result; all are passed as texts.
 struct TypeText {
   std::string words;
   std::string typeScript;
-  bool refusable = false;  // there are texts that it does not accept
-  bool repeated = false;   // there may be any number of them
+  bool refusable = false;  // some texts are rejected
+  bool repeated = false;   // any number of arguments
 };
 
-// In words what a JSON text holds.
+// Describes the contents of a JSON text in words.
 template <typename T>
 std::string jsonWords(Records& records) {
   return "JSON `" + jsonType<T>(records) + "`";
@@ -145,13 +144,13 @@ template <typename T>
 concept Read = requires(const char* text, T& value) {
   arguments::Value<T>::parse(text, value);
 };
-// One that says how a text becomes a value of another type.
+// A type that describes how to parse a text into another type.
 template <typename T>
 concept Reading = requires {
   typename T::Passed;
 };
 
-// Tried with what no number, name or record is.
+// Tested with texts that are not a valid number, name or record.
 template <typename T>
 bool isRefusable() {
   for (const char* text : {"99999999999999999999999", "1e999", "?"}) {
@@ -234,13 +233,13 @@ TypeText argumentText(Records& records) {
   }
 }
 
-// Whatever they are groups of.
+// All groups have the same description.
 template <typename T>
 requires arguments::isGroups<T> TypeText argumentText(Records&) {
   return {"any number of numbers", "Numeric[]", false, true};
 }
 
-// It may be left out.
+// An optional argument.
 template <typename T>
 requires arguments::isOptional<T> TypeText argumentText(Records& records) {
   return argumentText<typename T::value_type>(records);

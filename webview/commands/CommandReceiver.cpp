@@ -35,8 +35,8 @@ bool receive(const Message& message, typename Traits::Call operation) {
   typename Traits::Arguments arguments{};
   if (!decode(record, arguments)) {
     logAlways(Tessel::Platform::LogError,
-              "Command %d for web view %u is not run: it has an argument that is none.",
-              message.type(), handle);
+              "Command %d for web view %u is not run: it has an invalid argument.", message.type(),
+              handle);
     return true;
   }
   const auto call = [&](const auto&... values) { return operation(*webView.get(), values...); };

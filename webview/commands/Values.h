@@ -65,7 +65,7 @@ struct Value<SSLCertificateInfo> {
 template <>
 struct Value<SSLCertificateMap> {
   static bool parse(Text text, SSLCertificateMap& value) {
-    // A text that is none is refused as a list with something in it that is no certificate.
+    // A malformed text is rejected like a list with an element that is not a certificate.
     if (!certificatesFromText(text, value)) value[String()] = {};
     return true;
   }

@@ -15,8 +15,8 @@ namespace commands {
 using Tessel::Platform::IPCSafeString;
 using Tessel::Platform::TypedReplyBuffer;
 
-// The text of a value that crosses as one, as an argument or as a result. parse() is false for
-// a text that is none of its.
+// The conversion of values that are passed as texts, as arguments or results. parse() is false for
+// an invalid text.
 template <typename T>
 struct TextForm;
 
@@ -88,7 +88,7 @@ struct TextForm<T> {
   }
 };
 
-// Nobody reads these: what comes from another process is the empty record.
+// Never read: from another process they arrive as empty records.
 template <typename T>
 requires std::same_as<T, OrvWebContext> || std::same_as<T, OrvWebCertificateInfo>
 struct TextForm<T> {
@@ -103,8 +103,8 @@ struct TextForm<SSLCertificateMap> {
   }
 };
 
-// An argument: the type of its field, and the way there and back. Whatever has no other way is
-// a text. decode() is false for a field that stands for no value.
+// An argument: the type of its field, and its encoding and decoding. The default encoding is a
+// text. decode() is false for an invalid field.
 template <typename T>
 struct Wire {
   using Field = IPCSafeString;

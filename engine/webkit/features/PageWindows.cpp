@@ -79,7 +79,7 @@ std::shared_ptr<PageContext> PageWindows::waitForAnswer(unsigned int number) {
   g_source_remove(limit);
   g_main_loop_unref(waiting.loop);
   if (!waiting.answered) {
-    logAlways(LogError, "No web view was given to the window %u; it is not opened.", number);
+    logAlways(LogError, "The chrome has made no web view for window %u; it is not opened.", number);
   }
   // Closed meanwhile, this object is gone.
   if (page->client()) waiting_ = outer;

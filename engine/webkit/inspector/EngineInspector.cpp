@@ -118,15 +118,15 @@ bool attach(int fd, std::vector<sock_filter> program) {
   return ::setsockopt(fd, SOL_SOCKET, SO_ATTACH_FILTER, &whole, sizeof whole) == 0;
 }
 
-// Puts a listener of this machine's file system in the place of a network's: who has the descriptor
-// goes on listening with it. It has no name there: what is returned is the only way to it, and is
-// empty, with errno set, when the listener cannot be made.
+// Replaces a network listener by a local socket under the same descriptor, on which its owner keeps
+// accepting. The socket has no name in the file system: the returned descriptor is the only access
+// to it; empty, with errno set, if the listener cannot be created.
 UniqueFd takeOver(int fd) {
   const std::string name =
       Tessel::Platform::runtimeFolder() + "/" + socketPrefix + std::to_string(::getpid());
   const LocalListener listener(name, SOCK_STREAM, {.replaces = true});
   UniqueFd door(listener ? ::open(name.c_str(), O_PATH | O_CLOEXEC) : -1);
-  // What nobody can connect to takes the network's place all the same.
+  // The network listener is replaced in any case, on failure by an unreachable one.
   const UniqueFd mute(listener ? -1 : ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   if (::dup3(listener ? listener.fd() : mute.get(), fd, O_CLOEXEC) != fd) door.reset();
   return door;
@@ -174,7 +174,7 @@ std::vector<sock_filter> admitting(in_addr_t address, const std::set<std::uint16
   return program;
 }
 
-// "/socket/1/2/WebPage" at the start of a text; empty when there is none.
+// The path "/socket/1/2/WebPage" at the start of a text; empty if there is none.
 std::string_view socketPathAt(std::string_view text) {
   constexpr std::string_view prefix = "/socket/";
   constexpr std::string_view kind = "/WebPage";
@@ -241,8 +241,8 @@ void EngineInspector::expectConnections() {
         auto* const self = static_cast<EngineInspector*>(data);
         if (!self->admitOwn() && --self->expectations_ > 0) return G_SOURCE_CONTINUE;
         if (!self->isFiltered_) {
-          // The loop may have polled a connection already, and accepting blocks for ever if it has
-          // gone.
+          // The loop may already have polled a connection; accepting would block forever if it was
+          // closed since.
           if (std::ranges::any_of(self->innerListeners_, hasWaiting)) return G_SOURCE_CONTINUE;
           for (const int fd : std::exchange(self->innerListeners_, {})) takeOver(fd);
         }

@@ -111,13 +111,13 @@ void PageInspector::Session::wait(guint milliseconds, void (Session::*then)()) {
 }
 
 void PageInspector::Session::begin() {
-  if (!engine().isThere()) return giveUp("the engine does not let anybody in");
+  if (!engine().isThere()) return giveUp("the engine's inspector server is not reachable");
   const std::string known = engine().pathOf(view_);
   known.empty() ? list() : connectTo(known);
 }
 
 void PageInspector::Session::list() {
-  if (++lists_ > mostLists) return giveUp("the engine does not list it");
+  if (++lists_ > mostLists) return giveUp("the engine does not list the page");
   engine().list(cancellable_, [weak = weak_from_this()](const std::vector<std::string>& paths) {
     const auto self = weak.lock();
     if (!self) return;
@@ -202,7 +202,7 @@ void PageInspector::Session::send(const String& message) {
   if (g_cancellable_is_cancelled(cancellable_)) return;
   if (!found_) {
     unsentBytes_ += message.length();
-    if (unsentBytes_ > mostUnsent) return giveUp("too much waits for it");
+    if (unsentBytes_ > mostUnsent) return giveUp("too many unsent bytes");
     unsent_.push_back(message);
     return;
   }

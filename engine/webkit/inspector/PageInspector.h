@@ -16,8 +16,8 @@ class PageInspector {
   PageInspector(const PageInspector&) = delete;
   PageInspector& operator=(const PageInspector&) = delete;
 
-  // See Page::inspectorMessage. Every front end that comes gets a session of its own, and starts
-  // with what the engine tells at the beginning of one.
+  // See Page::inspectorMessage. Every front end gets a new session, which starts with the engine's
+  // initial messages.
   void message(const Tessel::Platform::String& text, bool connected);
   void end();
 

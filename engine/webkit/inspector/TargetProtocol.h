@@ -25,9 +25,9 @@ class TargetProtocol {
   // What was held for the page that has come meanwhile, in order.
   std::vector<std::string> takeHeld();
 
-  // The page that is addressed, such as "page-7"; "" while there is none.
+  // The current target page, such as "page-7"; "" while there is none.
   const std::string& target() const { return target_; }
-  // Of a message that tells of a new page, its name; "" of all others.
+  // The name of the new page if the message reports one; "" otherwise.
   static std::string createdTarget(std::string_view message);
 
  private:

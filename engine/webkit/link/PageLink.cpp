@@ -95,8 +95,8 @@ void reportUnsent(SendOutcome outcome, std::uint64_t page, std::string_view name
                        " bytes. It is not made."));
   } else if (outcome == SendOutcome::Full) {
     reportError(concat("A call of ", what,
-                       " is not made: the page has not read what came before. The same goes for "
-                       "others until it does."));
+                       " is not made, nor are further calls until the page has read the previous "
+                       "ones."));
   }
 }
 
@@ -360,7 +360,7 @@ void PageLink::exchange(bool onMainThread) {
   }
   for (const std::string& call : late) {
     reportError(
-        concat("The answer of ", call, " came too late: the default has been taken in its place."));
+        concat("The answer of ", call, " came too late: the default has been used instead."));
   }
 }
 

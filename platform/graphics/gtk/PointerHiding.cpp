@@ -1,5 +1,5 @@
-// Hides the mouse pointer by the display's own means: every widget, web views above all, sets the
-// pointer that it wants again and again.
+// Hides the mouse pointer by an extension of the display server, since widgets, above all web
+// views, keep setting their own cursors.
 #include "platform/graphics/gtk/PointerHiding.h"
 
 #include <X11/extensions/Xfixes.h>
@@ -10,7 +10,7 @@ namespace Tessel::Platform::Graphics {
 
 namespace {
 
-// Of the program, which has one display and one main thread.
+// Global state: there is one display and one main thread.
 struct Pointer {
   int seconds = 0;
   bool hidden = false;
@@ -47,7 +47,7 @@ void wait() {
   pointer().timer = g_timeout_add_seconds(static_cast<guint>(pointer().seconds), onPause, nullptr);
 }
 
-// Of every widget's "event" signal: its arguments are the widget and the event.
+// Emission hook of the "event" signal of all widgets; the arguments are the widget and the event.
 gboolean onEvent(GSignalInvocationHint*, guint, const GValue* arguments, gpointer) {
   const auto* event = static_cast<const GdkEvent*>(g_value_get_boxed(arguments + 1));
   if (event->type == GDK_MOTION_NOTIFY || event->type == GDK_BUTTON_PRESS) {

@@ -1,10 +1,10 @@
-// Hides the mouse pointer over this program's display while nobody moves it. UI thread.
+// Hides the mouse pointer while it is not moved. UI thread.
 #pragma once
 
 namespace Tessel::Platform::Graphics {
 
-// From now on. After that many seconds without a movement in a window of the program; 0: always.
-// The toolkit must be running.
+// Enables hiding after that many seconds without movement in a window of the program; 0: always
+// hidden. The toolkit must be initialised.
 void hidePointerAfter(int seconds);
 
 }  // namespace Tessel::Platform::Graphics

@@ -1,4 +1,4 @@
-// How a top-level window is shown, with and without a window manager.
+// The display state of a top-level window, with and without a window manager.
 #include "platform/graphics/gtk/ScreenFit.h"
 
 #include <gdk/gdkx.h>
@@ -54,7 +54,7 @@ void ScreenFit::fillScreen(ScreenFilling filling) {
   fills_ = true;
 }
 
-// A window manager that comes takes over, and one that goes leaves the window as it is.
+// A window manager that starts takes over; when it exits, the window stays as it is.
 void ScreenFit::onScreenChanged(ScreenFit* self) {
   if (hasManager(self->window_)) {
     self->covering_ = ShownAs::Normal;

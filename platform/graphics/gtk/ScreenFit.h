@@ -1,5 +1,5 @@
-// How a top-level window is shown: as the window manager does it, or, where there is none, by
-// placing it over its screen. UI thread.
+// The display state of a top-level window: set through the window manager or, without one, by
+// resizing the window to the screen. UI thread.
 #pragma once
 
 #include "platform/graphics/WindowSystem.h"
@@ -12,7 +12,8 @@ namespace Tessel::Platform::Graphics {
 
 class ScreenFit {
  public:
-  // Of a window that outlives it. Calls back after each change that no window manager tells of.
+  // The window must outlive this object. Calls `changed` after each change that no window manager
+  // reports.
   ScreenFit(GtkWindow* window, std::function<void()> changed);
   ~ScreenFit();
   ScreenFit(const ScreenFit&) = delete;
@@ -21,9 +22,9 @@ class ScreenFit {
   void showAs(ShownAs wanted);
   void fillScreen(ScreenFilling filling);
 
-  // Whether the window has the size of the screen without a window manager: nobody else resizes it.
+  // Whether the window was resized to the screen because there is no window manager.
   bool coversScreen() const { return covering_ != ShownAs::Normal; }
-  // How it is shown without a window manager; Normal with one.
+  // The display state without a window manager; Normal with one.
   ShownAs covering() const { return covering_; }
 
  private:
@@ -34,9 +35,9 @@ class ScreenFit {
 
   GtkWindow* const window_;
   const std::function<void()> changed_;
-  bool fills_ = false;  // for good
+  bool fills_ = false;  // never reset
   ShownAs covering_ = ShownAs::Normal;
-  int width_ = 0;  // as it was before it covered the screen
+  int width_ = 0;  // before the window covered the screen
   int height_ = 0;
 };
 

@@ -39,7 +39,7 @@ class RemoteWindowSystem::Connected final : public WindowConnection::Client,
   const char* receive(std::span<const char> bytes, UniqueFd file) override;
   void received() override { deliverMotion(); }
   void closed(const char* why) override {
-    logAlways(LogNotice, "The application shows no more windows%s%s", why ? ": " : "",
+    logAlways(LogNotice, "The window connection to the application is closed%s%s", why ? ": " : "",
               why ? why : "");
   }
   void receiveTopLevel(const TopLevelRecord& record);

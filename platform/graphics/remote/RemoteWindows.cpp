@@ -135,7 +135,7 @@ void RemoteWindows::Connected::remove(Mirror& mirror) {
 
 void RemoteWindows::Connected::closed(const char* why) {
   if (why) {
-    logAlways(LogError, "The windows of process group %u are taken away: %s", groupId_, why);
+    logAlways(LogError, "The windows of process group %u are removed: %s", groupId_, why);
   }
   removeAll();
 }
@@ -252,7 +252,7 @@ const char* RemoteWindows::Connected::receiveWindow(const WindowRecord& record) 
   if (!mirror) {
     if (mirrors_.size() >= maximumWindows) return "it has too many windows";
     if (!Window::isHandleOf(groupId_, handle) || Window::fromPlatformHandle(handle)) {
-      return "a window has somebody else's handle";
+      return "a window has a handle of another process";
     }
     // It cannot be shown any more; the window still exists in the child.
     if (!topLevel_) return nullptr;

@@ -13,7 +13,7 @@ namespace Tessel::Platform::Graphics::Remote {
 
 namespace {
 
-// One turn of the main loop takes at most so many, so that the rest of it gets its turn.
+// Limit per iteration of the main loop, so that other sources are not starved.
 constexpr int recordsPerTurn = 64;
 
 }  // namespace
@@ -53,16 +53,16 @@ void WindowConnection::sendBytes(std::span<const char> bytes, int file, std::uin
   if (!client_) return;
   const std::string_view record(bytes.data(), bytes.size());
   if (unsent_.isEmpty()) {
-    // A peer that has gone is found by reading: nobody who sends has to expect closed().
+    // A closed connection is detected when reading, so that senders need not handle closed().
     if (trySend(socket_.get(), record, file) >= 0 || !isFull(errno)) return;
   } else if (key != 0 && unsent_.last().key == key) {
     return unsent_.changeLast([&](Unsent& last) { last.bytes = record; });
   }
-  // Beyond the limit nothing is kept, and the next turn of the loop drops the peer.
+  // Over the limit nothing is queued, and the next iteration of the loop drops the peer.
   if (unsent_.count() > maximumUnsent) return;
   UniqueFd copy(file >= 0 ? ::fcntl(file, F_DUPFD_CLOEXEC, 0) : -1);
   unsent_.add({std::string(record), std::move(copy), key});
-  // The socket may never be writable again, but it is readable once it is shut.
+  // The socket may never become writable again, but shutting it down makes it readable.
   if (unsent_.count() > maximumUnsent) ::shutdown(socket_.get(), SHUT_RDWR);
 }
 
@@ -81,7 +81,7 @@ void WindowConnection::serve() {
     Received received = tryReceive(socket_.get(), bytes);
     if (received.size < 0 && errno == EAGAIN) break;
     if (received.size <= 0) return drop(nullptr);
-    // More than one file is a peer that fills the table of descriptors.
+    // A peer that sends several files tries to exhaust our descriptors.
     if (received.files > 1 || !received.isWhole) return drop("it is too large");
     const long now = g_get_monotonic_time() / G_USEC_PER_SEC;
     if (std::exchange(second_, now) != now) receivedInSecond_ = 0;

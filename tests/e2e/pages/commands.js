@@ -71,7 +71,7 @@ test('the document is scrolled and zoomed', async () => {
   await until(() => get(view, 'scrollPosition') === '{"x":0,"y":1000}');
   get(view, 'startAnimatedScroll', '{"x":0,"y":-900}');
   await until(() => get(view, 'scrollPosition') === '{"x":0,"y":100}');
-  // What is under the point stays there: 100 + 50 before, so 150 - 50 / 2 after.
+  // The content under the point keeps its position: 100 + 50 before, so 150 - 50 / 2 after.
   get(view, 'animateZoomBy', 2, '{"x":0,"y":50}');
   await until(() => get(view, 'scale') === '2' && get(view, 'scrollPosition') === '{"x":0,"y":125}');
   equal(await value(view, 'innerWidth'), '200');

@@ -18,7 +18,7 @@ test('a load tells its way in order', async () => {
   const order = ['LocationChanging', 'LocationChange', 'DocumentLoadCommitted', 'DocumentLoadFinished'];
   equal(names.filter(n => order.includes(n)), order);
   equal(bodies(view, 'LocationChange')[0].url, 'local:///content.html');
-  // The engine tells the title when it likes.
+  // The engine reports the title at any time.
   const property = name => events.filter(e => e.name === `Property${name}Event`).at(-1)?.data;
   await until(() => property('Title') === 'A real page' && property('LoadProgress') === '100');
   equal(property('Location'), 'local:///content.html');

@@ -61,7 +61,7 @@ test('pages go back, are loaded again and stopped', async () => {
   get(view, 'clearBackForwardList', true);
   await becomes(view, 'historyLength', 1);
   get(view, 'setEnableNetworkResourceRequestedEvents', true);
-  // Nobody ever answers the stream.
+  // The stream is never answered.
   answers.set('NetworkResourceRequested', { setAction: 'SUBSTITUTE' });
   events.length = 0;
   get(view, 'loadURL', `${server}never`);
@@ -240,7 +240,7 @@ test('mistakes are told with the same texts wherever the web view lives', async 
   get(view, 'setUserAgent', 'agent/1');
   await becomes(view, 'userAgent', 'agent/1');
   get(view, 'setUserAgent', 'agent\n2');
-  await told(['A user agent is refused: the text cannot stand in a header.']);
+  await told(['A user agent is refused: the text is not valid in a header.']);
   equal(get(view, 'userAgent'), 'agent/1');
   const lost = native('webview.create', 'no such group', process || 'InProcess');
   await told([`Web view ${lost} cannot be shown: there is no window group "no such group".`]);

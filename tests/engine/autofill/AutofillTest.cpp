@@ -1,4 +1,4 @@
-// What is remembered of forms and log-ins, in its files. Main thread.
+// The files with remembered form texts and log-ins. Main thread.
 #include "engine/autofill/FormHistory.h"
 #include "engine/autofill/PasswordStore.h"
 #include "tests/support/TemporaryFolder.h"
@@ -64,7 +64,7 @@ TEST_F(AutofillTest, LogInsAreSavedByPlaceAndName) {
   EXPECT_EQ(store.of("https://a.example").size(), 1u);
   store.clear();
   EXPECT_THAT(other.list(), IsEmpty());
-  // What would not fit is refused, not cut.
+  // Oversized values are rejected, not truncated.
   EXPECT_FALSE(store.save({"https://a.example", "ann", ""}));
   EXPECT_FALSE(store.save(
       {"https://a.example", "ann", std::string(FilePasswordStore::longestText + 1, 'x')}));
@@ -93,7 +93,7 @@ TEST_F(AutofillTest, AFileThatIsNoneOfOursIsNotFollowedOrTrusted) {
     std::ofstream(file("logins.json")) << text;
     EXPECT_THAT(store.of("https://a.example"), IsEmpty()) << text;
   }
-  // A link is replaced, and what it points at stays as it is.
+  // A symbolic link is replaced; its target is unchanged.
   std::ofstream(parent_ + "/elsewhere") << "secret";
   std::filesystem::remove(file("logins.json"));
   std::filesystem::create_symlink(parent_ + "/elsewhere", file("logins.json"));

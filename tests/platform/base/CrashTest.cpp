@@ -1,4 +1,4 @@
-// The last words of a process. Each death happens in a forked child.
+// The output of a crashing process. Each crash happens in a forked child.
 #include "platform/base/Crash.h"
 #include "platform/base/Log.h"
 #include "tests/support/StandardErrorPipe.h"
@@ -11,7 +11,7 @@ namespace {
 
 class CrashDeathTest : public testing::Test {
  protected:
-  // The children start anew rather than fork beside the threads of earlier tests.
+  // The children are re-executed, since earlier tests may have started threads.
   CrashDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
 

@@ -1,4 +1,4 @@
-// Descriptors in a main context: what is waited for, and what may be done inside the call.
+// Descriptors in a main context: the events waited for, and what callbacks may do.
 #include "platform/base/FdSource.h"
 #include "tests/support/LocalSocket.h"
 #include "tests/support/Waiting.h"

@@ -1,4 +1,4 @@
-// Log lines as whoever reads standard error gets them; a pipe stands in for it.
+// Log lines as read from standard error, which is replaced by a pipe.
 #include "platform/base/Log.h"
 #include "tests/support/StandardErrorPipe.h"
 
@@ -37,7 +37,7 @@ TEST_F(LogTest, LongLineIsCutToOnePieceBetweenCharacters) {
   EXPECT_EQ(plain.size(), 4096u);
   EXPECT_EQ(plain.find('\n'), 4095u);
 
-  // One of two neighbouring offsets puts the cut in the middle of a two-byte character.
+  // One of two adjacent offsets truncates in the middle of a two-byte character.
   std::string accents;
   for (int i = 0; i < 3000; ++i) accents += "\xC3\xA4";
   for (const char* offset : {"", "x"}) {

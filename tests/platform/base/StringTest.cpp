@@ -1,4 +1,4 @@
-// Texts that are not all UTF-8.
+// Texts that are not valid UTF-8.
 #include "platform/base/String.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// The analytics client: what it writes for whom, and what it refuses.
+// The analytics client: what it writes for each client, and what it rejects.
 #include "platform/ccl/Ccl.h"
 #include "tests/support/StandardErrorPipe.h"
 #include "tests/support/TemporaryFolder.h"

@@ -1,4 +1,4 @@
-// The channel between two processes, both ends in this one.
+// The channel between two processes, with both ends in this one.
 #include "platform/channel/ChannelSocket.h"
 #include "tests/support/LocalSocket.h"
 
@@ -39,7 +39,7 @@ class ChannelSocketTest : public ::testing::Test {
  protected:
   ChannelSocketTest() { std::tie(near, far) = ChannelSocket::pair(); }
 
-  // What a peer that follows no rules sends.
+  // Malformed datagrams.
   Outcome afterRaw(const std::string& bytes, int file = -1) {
     EXPECT_TRUE(test_support::sendRaw(near.fd(), bytes, file)) << std::strerror(errno);
     ReceivedMessage received;
@@ -152,7 +152,7 @@ TEST_F(ChannelSocketTest, WhatIsNoMessageIsRefusedAndNothingIsReadBeyondIt) {
     EXPECT_EQ(afterRaw(bytes), Outcome::Malformed) << bytes.substr(0, 40);
   }
 
-  // A file that could change under the reader, one of another size, and one that nobody asked for.
+  // A file that is not sealed, one of the wrong size, and an unexpected one.
   const std::string inFile = words({mark, 1, 1, 3, 3});
   const UniqueFd open(::memfd_create("test", MFD_CLOEXEC | MFD_ALLOW_SEALING));
   ASSERT_EQ(::write(open.get(), "abc", 3), 3);

@@ -1,4 +1,4 @@
-// Messages as blobs: the record, the texts, the codecs, and what is refused.
+// Messages as blobs: the record, the texts, the codecs, and rejected input.
 #include "platform/channel/IPCMessage.h"
 #include "tests/support/CopiedBlobs.h"
 #include "tests/support/StandardErrorPipe.h"
@@ -111,7 +111,7 @@ TEST(MessageBlobsTest, WhatIsMalformedIsDroppedWithALineInTheLog) {
     EXPECT_THAT(line, HasSubstr(log));
     EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1) << line;
   }
-  // A length that nobody would send is refused before anything is read.
+  // An implausible length is rejected before anything is read.
   std::vector<Blob> blobs;
   for (const std::string& piece : good.bytes) blobs.push_back({piece.data(), piece.size()});
   blobs[3].length = std::numeric_limits<std::size_t>::max();

@@ -1,4 +1,4 @@
-// The control: who may use it, what it takes, what it tells.
+// The control socket: access, commands, notifications.
 #include "platform/control/ControlSocket.h"
 #include "platform/desktop/NavigatorHandler.h"
 #include "tests/support/LocalSocket.h"
@@ -108,7 +108,7 @@ TEST_F(ControlSocketTest, WatchersSeeRequestsAndThoseWhoDoNotReadAreCutOff) {
   NavigatorHandler::instance().addURI("t", "u\n", "", "i");
   EXPECT_EQ(read(watcher, 1),
             "{\"request\":\"addURI\",\"arguments\":[\"t\",\"u\\n\",\"\",\"i\"]}\n");
-  // Far more than a socket holds, with nobody at the other end who reads it.
+  // Far more than a socket buffers, without a reader at the other end.
   const String large(std::string(60000, 'x'));
   for (int i = 0; i < 100; ++i) NavigatorHandler::instance().newWallpaper(large);
   EXPECT_THAT(read(other, 0), HasSubstr("closed"));
@@ -130,7 +130,7 @@ TEST_F(ControlSocketTest, ThereAreNoMoreClientsThanItTakes) {
 
 TEST_F(ControlSocketTest, OtherUsersAreRefused) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can become another user";
-  // What keeps others away from the folder is not what is tested here.
+  // The folder's protection is not tested here.
   ASSERT_EQ(::chmod(folder_.path().c_str(), 0755), 0);
   ASSERT_EQ(::chmod(path_.c_str(), 0777), 0);
   const pid_t stranger = ::fork();
@@ -141,7 +141,7 @@ TEST_F(ControlSocketTest, OtherUsersAreRefused) {
     const char line[] = "[\"raise\",\"onWindowState\",\"theirs\"]\n";
     ::send(socket.get(), line, sizeof line - 1, MSG_NOSIGNAL);
     char answer = 0;
-    // Closed without a word.
+    // Closed without a message.
     ::_exit(::recv(socket.get(), &answer, 1, 0) <= 0 ? 0 : 4);
   }
   int status = -1;

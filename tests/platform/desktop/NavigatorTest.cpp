@@ -1,4 +1,4 @@
-// The services around the navigator, each against what stands in for the outside.
+// The services around the navigator, each with a fake of its external counterpart.
 #include "platform/desktop/DeviceBus.h"
 #include "platform/desktop/LocaleHandler.h"
 #include "platform/desktop/MemoryPressure.h"
@@ -29,7 +29,7 @@ using ::testing::IsEmpty;
 using Testing::iterateUntil;
 using ::testing::Not;
 
-// Remembers every notification that these tests raise.
+// Records all notifications.
 class NavigatorTest : public testing::Test, public NavigatorListener, public LocaleListener {
  protected:
   NavigatorTest() {
@@ -90,7 +90,7 @@ TEST_F(NavigatorTest, StatesAreToldOnceAndForegroundIsWhatIsSeenAndHasTheKeyboar
 
 TEST_F(NavigatorTest, TheApplicationTurnsWithTheDeviceUnlessItIsLocked) {
   RotationService service(handler);
-  service.deviceTurned("top_up");  // it is that way
+  service.deviceTurned("top_up");  // the current rotation
   service.deviceTurned("left_up");
   EXPECT_EQ(Graphics::Screen::primaryScreen().rotation(), 90);
   handler.notifyRotateComplete();
@@ -128,7 +128,7 @@ TEST_F(NavigatorTest, MemoryIsShortOnceUntilThePressureIsOver) {
   const MemoryPressure pressure([&] { ++low; }, folder.path() / "pressure", 1);
   const MemoryPressure without([&] { ++low; }, "/no/such/file", 1);
   EXPECT_TRUE(iterateUntil([&] { return low == 1; }));
-  // Many looks: it is neither told again nor over, and later it is over.
+  // Many checks: neither reported again nor ended at first; ended later.
   for (const char* share : {"7.00", "1.00"}) {
     write(share);
     int looks = 0;
@@ -139,7 +139,7 @@ TEST_F(NavigatorTest, MemoryIsShortOnceUntilThePressureIsOver) {
   EXPECT_TRUE(iterateUntil([&] { return low == 2; }));
 }
 
-// A bus of the test, with a screen saver and sensors that do as they are told.
+// A private bus with a fake screen saver and fake sensors.
 class DeviceBusTest : public NavigatorTest {
  protected:
   void SetUp() override {
@@ -171,7 +171,7 @@ class DeviceBusTest : public NavigatorTest {
     ASSERT_TRUE(answer);
     g_variant_unref(answer);
   }
-  // What the application has subscribed to by now is known to the bus afterwards.
+  // Round trip: afterwards the bus has processed all subscriptions of the application.
   void settle() { askBus(application_, "GetId", nullptr); }
   void own(const char* name) { askBus(desktop_, "RequestName", g_variant_new("(su)", name, 0u)); }
   void serveScreenSaver() {

@@ -1,4 +1,4 @@
-// Animations of windows, with frames that come when the test says so.
+// Animations of windows, with frames triggered by the test.
 #include "platform/graphics/MemoryWindowSystem.h"
 #include "platform/graphics/Window.h"
 #include "platform/graphics/WindowAnimation.h"
@@ -42,7 +42,7 @@ class WindowAnimationTest : public testing::Test {
   }
 
   MemoryFrameClock& clock() { return system_->frameClock(); }
-  // A frame that long after the first one; where the child is then.
+  // Runs a frame at that time after the first one; returns the child's position.
   IntPoint frame(int time) {
     clock().frame(milliseconds(1000 + time));
     return child_ ? child_->windowLocation() : IntPoint();
@@ -138,7 +138,7 @@ TEST_F(WindowAnimationTest, OneThatLosesItsWindowIsFinishedEarlyAndOnce) {
 
 TEST_F(WindowAnimationTest, GroupsStartTogetherAndMembersReportBeforeThem) {
   const auto other = window(WindowType::Child, top_.get());
-  // The end of a group may be the end of its object: nothing touches it afterwards.
+  // The callback at the end of a group may delete its object, which is not accessed afterwards.
   std::unique_ptr<WindowAnimationGroup> owner;
   owner = std::make_unique<WindowAnimationGroup>(timing(100), [&] {
     finished_.emplace_back("group");

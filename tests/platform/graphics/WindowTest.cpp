@@ -1,4 +1,4 @@
-// Windows, their groups and handles, in the window system that keeps them in memory.
+// Windows, their groups and handles, in the in-memory window system.
 #include "platform/graphics/MemoryWindowSystem.h"
 #include "platform/graphics/Window.h"
 

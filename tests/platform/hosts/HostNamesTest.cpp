@@ -1,4 +1,4 @@
-// Which host names are shown decoded, and to whom.
+// Which host names are displayed decoded, by language.
 #include "platform/hosts/HostNames.h"
 
 #include <gtest/gtest.h>
@@ -19,18 +19,18 @@ TEST(HostNamesTest, ANameIsDecodedForThoseWhoReadItsScriptAndNotWhenItMisleads) 
       {"a.xn--bcher-kva.example.", "en_US", "a.bücher.example."},
       {"XN--BCHER-KVA.example", "", "bücher.example"},
       {"xn--ble-xla.example", "da", "æble.example"},
-      // Of two scripts: "apple" with a Cyrillic letter.
+      // Mixed scripts: "apple" with a Cyrillic letter.
       {"xn--pple-43d.com", "en_US", "xn--pple-43d.com"},
       {"xn--pple-43d.com", "ru", "xn--pple-43d.com"},
       {"аpple.com", "ru", "xn--pple-43d.com"},
-      // Of one script, every letter of which looks like a Latin one.
+      // A single script, with only letters that look like Latin ones.
       {"xn--80ak6aa92e.com", "ru_RU", "xn--80ak6aa92e.com"},
       {"xn--e1afmkfd.com", "ru_RU", "пример.com"},
       {"xn--e1afmkfd.com", "de_DE", "xn--e1afmkfd.com"},
       {"xn--e1afmkfd.xn--p1ai", "uk", "пример.рф"},
       {"xn--r8jz45g.jp", "ja", "例え.jp"},
       {"xn--r8jz45g.jp", "zz,ja", "xn--r8jz45g.jp"},
-      // Not valid, or no names.
+      // Invalid, or not host names.
       {"xn--a.com", "de", "xn--a.com"},
       {"xn--", "de", "xn--"},
       {"", "de", ""},

@@ -1,4 +1,4 @@
-// The server of the web inspector, with a client that only remembers. Main thread.
+// The web inspector's server, with a client that only records calls. Main thread.
 #include "platform/inspector_server/MongooseHttpServer.h"
 #include "platform/inspector_server/PageList.h"
 #include "tests/support/ChromeFixture.h"
@@ -42,7 +42,7 @@ class RememberingClient final : public MongooseClient {
   std::string pageNotFoundText() override { return {}; }
 };
 
-// In a process of its own, where the manager, if it is there, needs the server no more.
+// In a separate process, where the manager, if it exists, does not need the server any more.
 class Served {
  public:
   Served() {
@@ -114,7 +114,7 @@ TEST(MongooseHttpServerTest, WhatIsNotForAnInspectorOfThisMachineIsRefused) {
 TEST(MongooseHttpServerTest, OnlyItsOwnUserIsServed) {
   withServer([](Served& served) {
     const std::string request = "GET / HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n";
-    // A socket of the other version of the protocol is somebody's, too.
+    // The owner of an IPv6 socket is found as well.
     const UniqueFd mapped(::socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_in6 address{};
     address.sin6_family = AF_INET6;
@@ -124,7 +124,7 @@ TEST(MongooseHttpServerTest, OnlyItsOwnUserIsServed) {
     ::send(mapped.get(), request.data(), request.size(), 0);
     char first = 0;
     EXPECT_TRUE(iterateUntil([&] { return ::recv(mapped.get(), &first, 1, MSG_DONTWAIT) == 1; }));
-    if (::geteuid() != 0) return;  // only root can be somebody else
+    if (::geteuid() != 0) return;  // only root can change the user
     ::setfsuid(65534);
     HttpPeer stranger(served.server.port());
     ::setfsuid(0);

@@ -100,7 +100,7 @@ TEST(GuardedPointerTest, PinsAndDeletionsOfTwoThreadsBuryEachObjectOnce) {
     });
     while (!started) std::this_thread::yield();
     deleteGuardedObject(thing);
-    other.get();  // by now the deletion has happened or is in the queue
+    other.get();  // by now the deletion has happened or is queued
     ASSERT_TRUE(iterateUntil([&] { return grave.burials > 0; }));
     EXPECT_EQ(grave.burials, 1);
     EXPECT_EQ(grave.thread, std::this_thread::get_id());

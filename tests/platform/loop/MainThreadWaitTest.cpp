@@ -1,4 +1,4 @@
-// Waits of the main thread, which is the test's.
+// Waits of the main thread, which is the test's thread.
 #include "platform/loop/MainThreadWait.h"
 #include "tests/support/Waiting.h"
 

@@ -43,9 +43,9 @@ class MessageClientTest : public testing::Test {
   void note(const std::string& text) {
     dispatch([this, text] { trace += text + ' '; });
   }
-  // Runs the client until somebody ends it, which is expected to happen in time.
+  // Runs the client until it is ended; fails at the deadline.
   int run() { return test_support::exitStatusOf(*client); }
-  // Runs the client to the end of the messages that are waiting now.
+  // Runs the client until all messages queued now are handled.
   void runWaiting() {
     dispatch([this] { client->exit(0); });
     EXPECT_EQ(run(), 0);
@@ -84,7 +84,7 @@ TEST_F(MessageClientTest, ExitEndsTheLoopAfterTheMessageInHandWithTheFirstStatus
   dispatch([&] {
     client->exit(7);
     client->exit(8);
-    // Running the loop inside does not let later messages slip out.
+    // Running a nested loop does not deliver later messages.
     turnLoop();
     trace += "finished ";
   });
@@ -97,7 +97,7 @@ TEST_F(MessageClientTest, ExitEndsTheLoopAfterTheMessageInHandWithTheFirstStatus
 }
 
 TEST_F(MessageClientTest, SyncMessageIsRefusedOnceTheLoopHasEnded) {
-  // The end finds some senders waiting in the queue and some on their way there.
+  // At the end some senders are waiting in the queue and others are about to enter it.
   for (int round = 0; round < 50; ++round) {
     client.emplace(0, -1);
     int delivered = 0;
@@ -142,7 +142,7 @@ TEST_F(MessageClientTest, WaitHoldsMessagesBackEvenWhenItRunsTheContext) {
 
 TEST_F(MessageClientTest, WaitThatBeginsAfterTheContextFoundMessagesReadyHoldsThemToo) {
   client.reset();
-  // Attached before the client, so that it runs first of those found ready together.
+  // Attached before the client, so that it runs first if both are ready.
   const auto early = [](gpointer trace) -> gboolean {
     MainThreadWait wait;
     turnLoop();
@@ -158,7 +158,7 @@ TEST_F(MessageClientTest, WaitThatBeginsAfterTheContextFoundMessagesReadyHoldsTh
 }
 
 TEST_F(MessageClientTest, MessageDispatchedWhileTheLoopGoesToSleepWakesIt) {
-  // A source that dispatches once the client has been asked and had nothing.
+  // A source that dispatches after the client was checked and had nothing to do.
   struct Source {
     GSource base;
     MessageClient* client;

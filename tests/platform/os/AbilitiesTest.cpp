@@ -1,5 +1,5 @@
-// What is left of root's rights, tried with the system calls themselves. Each test in a process of
-// its own, since nothing brings the rights back.
+// The remaining capabilities of root, checked by system calls. Each test runs in a separate
+// process, since capabilities cannot be regained.
 #include "platform/os/ProcessAbilities.h"
 #include "platform/os/Scheduling.h"
 #include "tests/support/OwnProcess.h"
@@ -49,7 +49,7 @@ TEST_F(AbilitiesTest, UsersBelowTheBoundAreOutOfReachInEveryWayOfAskingForThem) 
     ASSERT_EQ(switchUser(serverUser), 0);
     for (const long low : {0L, 1L, 63L, 64L, 79L, 80L, 87L, 88L}) {
       EXPECT_EQ(outcome(SYS_setuid, low), EPERM) << low;
-      // Only the lower half counts for the kernel.
+      // The kernel uses only the lower half.
       EXPECT_EQ(outcome(SYS_setuid, (1L << 32) + low), EPERM) << low;
       EXPECT_EQ(outcome(SYS_setresuid, -1L, -1L, low), EPERM) << low;
       EXPECT_EQ(outcome(SYS_setreuid, low, -1L), EPERM) << low;

@@ -1,4 +1,4 @@
-// The folders of the user: whose they are, and which process has them.
+// The user's folders: ownership, and locking by processes.
 #include "platform/os/Folders.h"
 #include "platform/os/SandboxFiles.h"
 #include "tests/support/LocalSocket.h"
@@ -21,8 +21,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Whatever the user of the tests has is left alone. For all tests and repetitions, because the
-// folders are looked up once in a process.
+// Private folders, so that the real ones are not touched. Shared by all tests and repetitions,
+// because the folders are looked up once per process.
 class Home final : public testing::Environment {
  public:
   void SetUp() override {
@@ -123,7 +123,7 @@ TEST_F(RuntimeFolderTest, WhatOthersCanReachIsRefused) {
     EXPECT_EQ(errno, EACCES);
   }
   fs::remove(ours_);
-  // What holds it: whoever can write there can put another one in its place.
+  // The parent folder: a user who can write there can replace the folder.
   for (const mode_t mode : {0777u, 0770u, 0722u}) {
     ASSERT_EQ(chmod(base_.path().c_str(), mode), 0);
     EXPECT_EQ(runtimeFolder(), "") << mode;

@@ -1,4 +1,4 @@
-// Forking while a thread holds a lock now and then.
+// Forking while a thread occasionally holds a lock.
 #include "platform/os/Fork.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@ using Tessel::Platform::forkUndisturbed;
 
 namespace {
 
-// Works with the lock and sleeps without it, until the end.
+// Works with the lock held and sleeps without it, until stopped.
 class Worker {
  public:
   Worker(std::chrono::microseconds work, std::chrono::microseconds sleep)
@@ -49,7 +49,7 @@ class Worker {
   std::thread thread_;
 };
 
-// What a child says that ends with whether the lock is free there.
+// Whether the lock is free in a child, which reports it by its exit status.
 bool isFreeInChild(pid_t (*makeChild)(), std::mutex& mutex) {
   const pid_t child = makeChild();
   if (child == 0) ::_exit(mutex.try_lock() ? 0 : 1);
@@ -62,7 +62,7 @@ bool isFreeInChild(pid_t (*makeChild)(), std::mutex& mutex) {
 TEST(ForkTest, NoLockOfAnotherThreadIsHeldInTheChild) {
   // The sleep is longer than a fork of a large process on a slow machine.
   Worker worker(3ms, 50ms);
-  // Otherwise this test does not see what it is for.
+  // Otherwise this test proves nothing.
   bool isEverHeld = false;
   for (int i = 0; i < 100 && !isEverHeld; ++i) {
     worker.awaitWork();

@@ -1,4 +1,4 @@
-// Who may open a served path.
+// Access to a served path.
 #include "platform/os/ResourceManager.h"
 
 #include <fcntl.h>

@@ -1,5 +1,5 @@
-// Ten processes that write to one object and ten that listen to it, for a few seconds, or for as
-// many as PAGEHOST_PPS_LOAD_SECONDS says.
+// Ten processes that write to one object and ten that watch it, for a few seconds or for
+// PAGEHOST_PPS_LOAD_SECONDS.
 #include "platform/pps/PPSFiles.h"
 #include "platform/pps/PPSObject.h"
 #include "tests/support/ChromeFixture.h"
@@ -25,7 +25,7 @@ constexpr std::size_t writerCount = 10;
 constexpr int readerCount = 10;
 constexpr const char* path = "load/object";
 
-// What each writer has written last.
+// The last value of each writer.
 using Numbers = std::array<int, writerCount>;
 
 int secondsWanted() {
@@ -37,7 +37,7 @@ String nameOf(std::size_t writer) {
   return concat("w", String::fromUnsignedInteger(writer));
 }
 
-// What a writer writes: the number, so often that a write takes some time.
+// The text that a writer writes: the number, repeated so that a write takes some time.
 String textOf(int number) {
   const String text = String::fromSignedInteger(number);
   std::string padded;
@@ -45,7 +45,7 @@ String textOf(int number) {
   return padded;
 }
 
-// Looks whether it can be what the writers wrote.
+// Checks that the text was written by a writer.
 void take(const PPSValue& value, Numbers& last) {
   for (std::size_t writer = 0; writer < writerCount; ++writer) {
     const auto found = value.attributes.find(nameOf(writer));
@@ -96,7 +96,7 @@ struct Reader {
   bool isDone = false;
 };
 
-// Listens, and reads between the events, until all writers are done.
+// Watches, and reads between events, until all writers are done.
 void listen(int ready) {
   MainMessageClient client(0, -1);
   PPSObject object(path, PPSObject::Full, &client);

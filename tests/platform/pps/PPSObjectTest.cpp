@@ -1,4 +1,4 @@
-// Objects of the publish/subscribe service as files: what is read, written, told, and refused.
+// Objects of the publish/subscribe service as files: reads, writes, events, errors.
 #include "platform/pps/PPSFiles.h"
 #include "platform/pps/PPSObject.h"
 #include "tests/support/ChromeFixture.h"
@@ -39,7 +39,7 @@ std::string textOf(const PPSValue& value) {
   return text;
 }
 
-// An object that remembers its events, as "NewData @status a=n:1".
+// An object that records its events, as "NewData @status a=n:1".
 class Subscriber {
  public:
   explicit Subscriber(const char* path, PPSObject::PPSMode mode = PPSObject::Full)
@@ -55,12 +55,12 @@ class Subscriber {
   }
 
   bool open(int flags) { return object.open(flags, 0, &first, true); }
-  // Waits until the last event ends like that.
+  // Waits until the last event has that suffix.
   bool hears(const std::string& end) {
     return iterateUntil([&] { return !events.empty() && events.back().ends_with(end); });
   }
 
-  // The last event once it is one of a write that failed.
+  // Waits until the last event is one of a failed write, and returns it.
   std::string writeFailure() {
     const auto isThere = [&] {
       return !events.empty() && events.back().starts_with("WriteFailed ");
@@ -211,7 +211,7 @@ TEST_F(PPSObjectTest, AWriterThatDoesNotLetGoIsNotWaitedForWithoutEnd) {
   EXPECT_FALSE(PPSFolderLock(place, limit).error());
 }
 
-// A small file system for this process alone; false when that is not permitted.
+// Mounts a small file system for this process only; false if not permitted.
 bool mountSmall(const fs::path& folder) {
   return ::unshare(CLONE_NEWNS) == 0 &&
          ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&

@@ -1,4 +1,4 @@
-// Local sockets: their paths, their queues, and what comes along with a packet.
+// Local sockets: paths, queues, and descriptors sent with a packet.
 #include "platform/sockets/LocalSocket.h"
 #include "platform/sockets/Transfer.h"
 #include "tests/support/LocalSocket.h"

@@ -1,4 +1,4 @@
-// What crosses for web view commands: layouts, the receiver, and damaged messages.
+// Messages of web view commands: layouts, the receiver, and malformed messages.
 #include "tests/support/ChromeFixture.h"
 #include "tests/support/StandardErrorPipe.h"
 #include "tests/webview/commands/HandmadeBlobs.h"
@@ -20,12 +20,12 @@ using test_support::blobsByHand;
 using test_support::CopiedBlobs;
 using ::testing::HasSubstr;
 
-// Commands have their web view's handle first.
+// The first field of a command is its web view's handle.
 CopiedBlobs blobsByHand(const CommandRow& row) {
   return blobsByHand(row.messageNumber, "i" + std::string(row.messageFields));
 }
 
-// Those among the commands' that none of them has, and their neighbours.
+// Unused numbers in the range of the commands, and adjacent ones.
 std::vector<int> numbersOfNoCommand() {
   std::set<int> used;
   for (const CommandRow& row : commandTable()) used.insert(row.messageNumber);
@@ -37,8 +37,9 @@ std::vector<int> numbersOfNoCommand() {
   return unused;
 }
 
-// Processes of different builds talk by numbers and layouts, so these never change: who adds a
-// command puts the new sum here, and who sees another one has changed an old one.
+// Processes of different builds communicate by numbers and layouts, so these must never change.
+// When adding a command, update the sum here; any other difference means that an old one has
+// changed.
 TEST(CommandLayoutTest, NumbersFieldsAndRepliesAreWhatTheyWere) {
   std::map<int, std::string> rows;
   for (const CommandRow& row : commandTable()) {
@@ -61,7 +62,7 @@ TEST(CommandLayoutTest, EveryLayoutIsReadAndWrittenByteForByte) {
   for (const CommandRow& row : commandTable()) {
     if (row.messageNumber != 0) layouts[row.messageNumber] = "i" + std::string(row.messageFields);
   }
-  layouts[2082] = "i";  // a number of the protocol that no command has
+  layouts[2082] = "i";  // an unused number of the protocol
   for (const auto& [type, fields] : layouts) {
     const CopiedBlobs blobs = blobsByHand(type, fields);
     const auto message = blobs.deserialize();
@@ -77,7 +78,7 @@ TEST(CommandLayoutTest, EveryLayoutIsReadAndWrittenByteForByte) {
   }
 }
 
-// What damage may do else, tools/fuzz finds out.
+// Other malformed input is covered by tools/fuzz.
 TEST(CommandLayoutTest, MessagesThatAreTooShortOrTooLongAreDropped) {
   for (const CommandRow& row : commandTable()) {
     const StandardErrorPipe standardError;
@@ -127,7 +128,7 @@ TEST_F(CommandMessagesTest, ReceiverDoesNotRunWhatHasArgumentsThatAreNone) {
     EXPECT_TRUE(dispatchWebViewCommand(setViewportMessage(handle, nullptr, json)));
   }
   EXPECT_EQ(view.viewport(), (OrvWebRect{1, 2, 3, 4}));
-  // A number text counts as far as it is one.
+  // The numeric prefix of a text is used.
   EXPECT_TRUE(dispatchWebViewCommand(setDevicePixelRatioMessage(handle, nullptr, "x")));
   EXPECT_EQ(view.devicePixelRatio(), 0);
   EXPECT_TRUE(

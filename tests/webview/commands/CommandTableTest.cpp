@@ -1,4 +1,4 @@
-// The webview.* commands: the table, what all of them have in common, and the conversions.
+// The webview.* commands: the table, common behaviour, and the conversions.
 #include "tests/support/ChromeFixture.h"
 #include "webview/commands/CommandTable.h"
 #include "webview/commands/Values.h"
@@ -22,7 +22,7 @@ class CommandTableTest : public test_support::ChromeFixture {
     arguments.insert(arguments.begin(), {fullName.c_str(), handleText.c_str()});
     return callNative(arguments);
   }
-  // The argument is refused: reported once, and there is no result.
+  // The argument is rejected: reported once, without a result.
   void expectRefused(const char* name, std::vector<const char*> arguments, int position) {
     EXPECT_EQ(call(name, arguments), "");
     const std::string function = std::string("native function: \"") + name + "\"";
@@ -57,7 +57,7 @@ TEST_F(CommandTableTest, RefusedArgumentIsReportedWithItsPositionAndChangesNothi
   for (const char* text : {"", "x", R"({"x":1,"y":1,"width":1,"height":1)"}) {
     expectRefused("setViewport", {text}, 0);
   }
-  // The first one that is refused, wherever it stands.
+  // The first rejected argument, at any position.
   expectRefused("setGeometry", {"1", "2", "2147483648", "2147483648"}, 2);
   expectRefused("setGeometry", {"1", "2147483648", "2147483648", "4"}, 1);
   EXPECT_EQ(view.viewport(), OrvWebRect());
@@ -87,7 +87,7 @@ TEST_F(CommandTableTest, WordsNumbersListsAndHandlesArrive) {
     call("setLoadImages", {word});
     EXPECT_EQ(call("isLoadImages"), flag) << word;
   }
-  // What is no element, and what does not fit one, is passed over.
+  // Invalid elements, and elements out of range, are skipped.
   call("executeJavaScriptFunction",
        {R"(["a","b"])", R"([1,0.5,"t",true,2147483648,18446744073709551616,null,[2],{"c":3}])"});
   ASSERT_THAT(itsPage->posted, SizeIs(1));
@@ -97,17 +97,17 @@ TEST_F(CommandTableTest, WordsNumbersListsAndHandlesArrive) {
   EXPECT_EQ(itsPage->answers[0].first, 4294967295u);
   EXPECT_EQ(itsPage->answers[0].second.password, "word");
 
-  // The window is looked up where the application's windows are.
+  // The window is looked up among the application's windows.
   WebView::installWindowLookup([](const std::string& id) { return static_cast<int>(id.size()); });
   EXPECT_EQ(call("jsScreenWindowHandle"), std::to_string(view.windowUniqueId().length()));
   WebView::installWindowLookup(nullptr);
   EXPECT_THAT(errors(), IsEmpty());
 }
 
-// What the value of that type is after the text, or "refused".
+// The parsed value of that type, or "refused".
 template <typename Type>
 std::string valueOf(const char* text) {
-  // An error that somebody else left behind is none of this conversion's.
+  // A stale errno does not affect the conversion.
   errno = ERANGE;
   Type value = 77;
   if (!commands::Value<Type>::parse(text, value)) return "refused";
@@ -136,7 +136,7 @@ TEST(ValuesTest, NumbersTakeTheirWholeRangeAndNothingBeyond) {
               {valueOf<double>, "2e-3 and more", "0.002"},
               {valueOf<double>, "none", "0"}};
   for (const auto& [read, text, value] : rows) EXPECT_EQ(read(text), value) << text;
-  // Doubles take what a float can hold.
+  // Doubles accept values in a float's range.
   for (const char* text : {"3.5e38", "-3.5e38", "1e309", "1e-400", "inf", "-inf", "nan"}) {
     EXPECT_EQ(valueOf<double>(text), "refused") << text;
   }

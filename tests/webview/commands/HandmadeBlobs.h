@@ -1,4 +1,4 @@
-// Messages as they cross, written without the code that reads and writes them. Any thread.
+// Serialised messages, written independently of the product's serialisers. Any thread.
 #pragma once
 
 #include "tests/support/CopiedBlobs.h"
@@ -15,7 +15,7 @@ inline std::string wordOf(unsigned int value) {
   return bytes;
 }
 
-// The blobs of a message of those fields: a letter each, as in a CommandRow.
+// The blobs of a message with those fields: one letter each, as in a CommandRow.
 inline CopiedBlobs blobsByHand(int type, std::string_view fields) {
   using namespace std::string_view_literals;
   CopiedBlobs blobs;

@@ -1,4 +1,4 @@
-// What the chrome's answers do to events: words, web views, order, and what is reported.
+// Effects of the chrome's answers on events: words, web views, order, and reported errors.
 #include "engine/OrvWebEvents.h"
 #include "tests/support/ChromeFixture.h"
 #include "webview/events/EventForwarding.h"
@@ -17,7 +17,7 @@ class EventAnswersTest : public test_support::ChromeFixture {
     return std::string("Argument error when trying to call native function: \"jsonOnObject_") +
            function + "\" with argument \"" + word + "\" at position: 0";
   }
-  // A new event, as the answer leaves it.
+  // A new event after applying the answer.
   static OrvWebOpenWindowEvent answered(const std::string& answer) {
     OrvWebOpenWindowEvent event;
     jsonOnObject(event, answer);
@@ -43,7 +43,7 @@ TEST_F(EventAnswersTest, WebViewsAreTakenByTheirHandle) {
   const std::string text = std::to_string(handle);
   EXPECT_EQ(viewAfter("\"1\""), root);
   EXPECT_EQ(viewAfter("\"" + text + "\",\"setView\":\"1\""), &webView(handle));
-  // Digits end where something else begins.
+  // Parsing stops at the first character that is not a digit.
   EXPECT_EQ(viewAfter("\" 1x\""), root);
   for (const char* value : {"1", "null", "true", R"(["1"])", "{}"}) {
     open.view = &webView(handle);

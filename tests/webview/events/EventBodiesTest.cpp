@@ -1,5 +1,4 @@
-// The exact bodies of events with every kind of value, and what the chrome is told of changed
-// properties.
+// The exact bodies of events with every kind of value, and notifications of changed properties.
 #include "engine/OrvWebEvents.h"
 #include "engine/OrvWebView.h"
 #include "tests/support/ChromeFixture.h"
@@ -17,7 +16,7 @@ using ::testing::ElementsAre;
 std::string bodyOf(const OrvWebEvent& event) {
   return jsonFromObject(event).toStdString();
 }
-// The text of that one key of a body, up to the next one or the end.
+// The text of one key of a body, up to the next one or the end.
 std::string memberOf(const OrvWebEvent& event, const std::string& key) {
   const std::string body = bodyOf(event);
   const auto start = body.find("\"" + key + "\":");
@@ -51,7 +50,7 @@ TEST(EventBodiesTest, TextsAreEscapedAndOtherwiseKeptByteForByte) {
        "\\u001F\x7f\""},
       {std::string("cut\0here\0", 9), R"("cut\u0000here\u0000")"},
       {"\xc3\xa4\xe2\x80\xa8\xf0\x9f\x98\x80", "\"\xc3\xa4\xe2\x80\xa8\xf0\x9f\x98\x80\""},
-      // Not UTF-8 at all.
+      // Not valid UTF-8.
       {"\xff\xc3 \x80", "\"\xff\xc3 \x80\""},
       {"</script>{\"type\":\"Focus\"}", R"("</script>{\"type\":\"Focus\"}")"},
   };

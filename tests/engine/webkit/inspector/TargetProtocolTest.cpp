@@ -1,4 +1,4 @@
-// How plain front ends and those that know the engine's wrapping are served. Any thread.
+// Plain front ends, and those that support the engine's wrapping. Any thread.
 #include "engine/webkit/inspector/TargetProtocol.h"
 
 #include <gmock/gmock.h>
@@ -32,7 +32,7 @@ TEST(TargetProtocolTest, APlainFrontEndTalksToThePageThatIsThere) {
   EXPECT_THAT(protocol.takeHeld(), ElementsAre(wrapped(1, "page-1")));
   EXPECT_EQ(protocol.toFrontEnd(R"({"result":{},"id":1})"), std::nullopt);
   EXPECT_THAT(protocol.toFrontEnd(from("page-1", "answer")), Optional(std::string("answer")));
-  // Another page is on its way, and takes its place.
+  // A provisional page replaces the current one.
   protocol.toFrontEnd(created("page-2", R"(,"isProvisional":true)"));
   EXPECT_EQ(protocol.toFrontEnd(from("page-2", "early")), std::nullopt);
   EXPECT_THAT(protocol.toEngine(question), Optional(wrapped(2, "page-1")));

@@ -1,5 +1,5 @@
-// The page link's payloads and frames, and what a web process that was taken over could send.
-// tests/fuzz/FramesFuzz.cpp goes on where this ends.
+// The page link's payloads and frames, and what a compromised web process could send.
+// tests/fuzz/FramesFuzz.cpp covers more.
 #include "engine/webkit/link/LinkSocket.h"
 #include "tests/engine/webkit/link/FrameRules.h"
 #include "tests/engine/webkit/link/FrameSamples.h"
@@ -28,12 +28,12 @@ TEST(FrameFuzzTest, SamplesCrossAndDamagedOnesAreDecodedOrRefused) {
       payloads.push_back(payload);
     }
   });
-  // Numbers that no table has.
+  // Numbers that are not in the tables.
   PageReport report;
   EXPECT_FALSE(decode(std::string(1, char(std::size(reportNames))) + rawBytes(0u), report));
   ActionCall action;
   EXPECT_FALSE(decode(std::string(1, char(std::size(actionNames))) + rawBytes(0u), action));
-  // There is an end to the number of arguments, each of a single byte.
+  // The number of arguments is limited, even if each has a single byte.
   const auto most = static_cast<std::uint32_t>(maximumArguments);
   NativeArguments arguments;
   EXPECT_TRUE(decode(rawBytes(most) + std::string(most, '\0'), arguments));

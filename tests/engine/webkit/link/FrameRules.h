@@ -1,4 +1,4 @@
-// What must hold for any bytes as a payload of the page link. Any thread.
+// Invariants for any bytes as a payload of the page link. Any thread.
 #pragma once
 
 #include "engine/webkit/link/Frame.h"
@@ -7,7 +7,7 @@
 
 namespace frame_rules {
 
-// What is accepted is exactly what an encoder would have written.
+// Accepted payloads are exactly those that an encoder would write.
 template <typename... Records>
 bool decodersKeep(const std::string& payload) {
   const auto keeps = [&](auto record) {

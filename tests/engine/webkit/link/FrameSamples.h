@@ -84,13 +84,13 @@ void forEachSampleList(Visitor visit) {
   visit(sampleArguments());
 }
 
-// A number as it stands in a payload or a header.
+// The encoding of a number in a payload or header.
 template <typename Number>
 std::string rawBytes(Number number) {
   return std::string(reinterpret_cast<const char*>(&number), sizeof number);
 }
 
-// A frame as it crosses the socket.
+// The bytes of a frame on the socket.
 inline std::string rawFrame(std::uint32_t kind, std::string_view payload, std::uint32_t id = 0,
                             std::uint64_t page = 0) {
   const link_protocol::FrameHeader head{static_cast<std::uint32_t>(payload.size()), kind, id, 0,

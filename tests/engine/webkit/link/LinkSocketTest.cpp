@@ -1,4 +1,4 @@
-// Frames over a stream socket that cuts and joins them as it likes.
+// Frames over a stream socket that splits and joins them arbitrarily.
 #include "engine/webkit/link/LinkSocket.h"
 #include "tests/engine/webkit/link/FrameSamples.h"
 #include "tests/engine/webkit/link/ScriptedPeer.h"
@@ -56,11 +56,11 @@ TEST_F(LinkSocketTest, WhatIsTooLargeOrTooMuchIsLeftOutAndTheLinkLives) {
   for (int i = 0; i < 2; ++i) {
     EXPECT_EQ(other_.send(FrameKind::Answer, 1, 0, largest), SendOutcome::Sent) << "it is owed";
   }
-  // The socket has taken a little of the first one.
+  // The socket has accepted a part of the first one.
   EXPECT_EQ(other_.send(FrameKind::Answer, 1, 0, largest), SendOutcome::Sent);
   EXPECT_EQ(other_.send(FrameKind::Answer, 1, 0, largest), SendOutcome::Broken)
       << "a peer that asks on without reading";
-  // What was kept is whole.
+  // The queued frames are complete.
   while (frames_.size() < 5) {
     ASSERT_TRUE(other_.flush());
     ASSERT_TRUE(socket_.receive(frames_, poll));

@@ -22,7 +22,7 @@ using Tessel::Platform::UniqueFd;
 using Tessel::Platform::Testing::iterateUntil;
 
 constexpr std::uint64_t page = 0x100000001;
-// No wait with this limit ends by it.
+// Long enough that no wait in these tests times out.
 constexpr auto never = std::chrono::duration_cast<std::chrono::milliseconds>(1h);
 
 class FakeDelegate final : public PageLinkDelegate {
@@ -59,7 +59,7 @@ class FakeDelegate final : public PageLinkDelegate {
   const std::thread::id mainThread_ = std::this_thread::get_id();
 };
 
-// A link, its delegate and its other end.
+// A link, its delegate and its peer.
 struct Host {
   ~Host() {
     if (link) link->close();
@@ -80,8 +80,8 @@ struct Host {
   std::shared_ptr<PageLink> link = PageLink::open(std::move(ends.first), 1, delegate);
 };
 
-// A web process in a thread, until the link ends. Its page gives every call's argument back, those
-// of "hold" late: after the answer to the next call.
+// A web process in a thread, until the link ends. Its page returns the argument of every call, for
+// "hold" late: after the answer to the next call.
 class EchoPage {
  public:
   explicit EchoPage(Host& host) : host_(host), thread_([this] { run(); }) {}
@@ -151,7 +151,7 @@ TEST(PageLinkTest, WhatIsNoQuestionClosesTheLink) {
     Host host;
     host.peer.send(kind, 1, page, payload);
     host.peer.send(FrameKind::NativeCall, 2, page, encode(NativeArguments{"quit"}));
-    // Nobody answers this: the wait ends with the link.
+    // Never answered: the wait ends with the link.
     EXPECT_FALSE(host.call("echo"));
     EXPECT_TRUE(iterateUntil([&] { return host.delegate.closed == 1; }));
     EXPECT_EQ(host.delegate.questions, 0) << static_cast<unsigned int>(kind);
@@ -232,7 +232,7 @@ TEST(PageLinkTest, PostsToAPeerThatDoesNotReadBlockNobodyAndKeepTheirOrder) {
 }
 
 TEST(PageLinkTest, ALinkMayBeClosedInsideAQuestion) {
-  // What had arrived behind the question is not served any more, and the last reference may go.
+  // Frames after the request are not served any more, and the last reference may be dropped.
   Host host;
   host.delegate.onNativeCall = [&](const NativeArguments&) {
     host.link->close();
@@ -264,7 +264,7 @@ TEST(PageLinkTest, AWaitInsideAQuestionGoesOnInsideTheMainLoop) {
   host.peer.send(FrameKind::NativeCall, 1, page, encode(NativeArguments()));
   Script peer([&] {
     const Frame call = host.peer.next(FrameKind::CallFunction);
-    // An engine that answers only after our main loop has done something for it.
+    // Simulates an engine that answers only after our main loop has run something for it.
     EXPECT_EQ(looped.get_future().wait_for(Deadline), std::future_status::ready);
     host.peer.answer(call, encode(JavaScriptVariant(4)));
   });
@@ -291,7 +291,7 @@ TEST(PageLinkTest, ALinkIsServedInEveryWaitWhenItIsMarked) {
   EXPECT_EQ(marked.delegate.questions, 1);
   EXPECT_EQ(plain.delegate.questions, 0);
 
-  // The whole of it: one page's function returns only after the other page was answered.
+  // The worst case: one page's function returns only after the other page was answered.
   Script peer([&] {
     const Frame call = plain.peer.next(FrameKind::CallFunction);
     EXPECT_EQ(marked.peer.next(FrameKind::Answer).payload, "served");

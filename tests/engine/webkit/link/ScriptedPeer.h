@@ -1,5 +1,5 @@
-// The other end of a link, played by a test frame by frame. Every wait has a deadline. One thread
-// at a time.
+// The peer of a link, scripted by a test frame by frame. Every wait has a deadline. One thread at a
+// time.
 #pragma once
 
 #include "engine/webkit/link/LinkSocket.h"
@@ -30,12 +30,12 @@ class ScriptedPeer {
   explicit ScriptedPeer(Tessel::Platform::UniqueFd socket) : socket_(std::move(socket)) {}
 
   void send(FrameKind kind, std::uint32_t id, std::uint64_t page, std::string_view payload) {
-    // The other end may have gone on purpose: whoever needs an answer will miss it.
+    // Errors are ignored: the peer may have closed on purpose; a missing answer is detected later.
     static_cast<void>(socket_.send(kind, id, page, payload) ==
                           Tessel::Platform::SendOutcome::Sent &&
                       socket_.flushAll());
   }
-  // Of a frame whose payload is to follow, or never does.
+  // Sends the header of a frame whose payload follows later or never.
   void sendHeader(FrameKind kind, std::uint32_t size) {
     const link_protocol::FrameHeader header{size, static_cast<std::uint32_t>(kind), 0, 0, 0};
     sendBytes({reinterpret_cast<const char*>(&header), sizeof header});
@@ -48,7 +48,7 @@ class ScriptedPeer {
     send(FrameKind::Answer, question.id, question.page, payload);
   }
 
-  // The next frame; nothing when either end has closed, or at the deadline, which is a failure.
+  // The next frame; empty if either end has closed, or at the deadline, which is a failure.
   std::optional<Frame> next() {
     while (frames_.empty()) {
       if (socket_.fd() < 0) return std::nullopt;
@@ -65,7 +65,7 @@ class ScriptedPeer {
     frames_.pop_front();
     return frame;
   }
-  // The next frame, which is of that kind; an empty one after a failure.
+  // The next frame, which must be of that kind; an empty one after a failure.
   Frame next(FrameKind kind) {
     auto frame = next();
     EXPECT_TRUE(frame && frame->kind == kind)

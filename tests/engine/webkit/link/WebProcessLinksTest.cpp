@@ -1,4 +1,4 @@
-// Where web processes connect, over a real socket. Both ends are played on the test's thread.
+// The listener for web processes, over a real socket. Both ends run on the test's thread.
 #include "engine/webkit/link/WebProcessLinks.h"
 #include "tests/engine/webkit/link/FrameSamples.h"
 #include "tests/engine/webkit/link/ScriptedPeer.h"
@@ -44,7 +44,7 @@ class WebProcessLinksTest : public testing::Test {
     peer.send(FrameKind::Hello, 0, 0, token);
     return peer;
   }
-  // What comes back while the main loop runs.
+  // The reply that arrives while the main loop runs.
   std::string answer(ScriptedPeer& peer) {
     EXPECT_TRUE(iterateUntil([&] { return peer.hasFrame(); }));
     return peer.next(FrameKind::Answer).payload;
@@ -57,11 +57,11 @@ class WebProcessLinksTest : public testing::Test {
   std::string callNative(ScriptedPeer& peer, std::uint64_t page) {
     return ask(peer, FrameKind::NativeCall, page, encode(NativeArguments{"x"}));
   }
-  // Runs the main loop until the link has gone.
+  // Runs the main loop until the link is closed.
   static bool isShutOut(ScriptedPeer& peer) {
     return iterateUntil([&] { return peer.isAtEnd(); });
   }
-  // As a page with all rights.
+  // Acts as a page with all permissions.
   std::shared_ptr<FakeLinkedPage> registered(std::uint64_t number) {
     auto page = std::make_shared<FakeLinkedPage>();
     page->currentSetup = {true, true, {}};
@@ -109,7 +109,7 @@ TEST_F(WebProcessLinksTest, ATokenLetsOneConnectionInAndNothingElseDoes) {
   for (const auto& [kind, payload] : greetings) {
     ScriptedPeer stranger = connect();
     stranger.send(kind, 1, 1, payload);
-    // Too late for the right word.
+    // The valid token arrives too late.
     stranger.send(FrameKind::Hello, 0, 0, tokens[2]);
     EXPECT_TRUE(isShutOut(stranger)) << payload;
   }
@@ -117,7 +117,7 @@ TEST_F(WebProcessLinksTest, ATokenLetsOneConnectionInAndNothingElseDoes) {
   giant.sendHeader(FrameKind::Hello, maximumPayload);
   giant.sendBytes(std::string(64, 'x'));
   EXPECT_TRUE(isShutOut(giant)) << "nothing is kept that is longer than a token";
-  // In pieces, and with a question right behind it.
+  // In pieces, and followed by a request.
   ScriptedPeer slow = connect();
   slow.sendHeader(FrameKind::Hello, 32);
   iterateUntil([] { return true; });
@@ -190,7 +190,7 @@ TEST_F(WebProcessLinksTest, APageIsWhereTheEngineSaysAndNobodyElseSpeaksForIt) {
   const std::string thiefsToken = links_->issueToken();
   ScriptedPeer thief = connect(thiefsToken);
   ScriptedPeer owner = connect(ownersToken);
-  // The thief is first, and learns nothing.
+  // An impostor connects first, and learns nothing.
   thief.send(FrameKind::PageCreated, 1, 1, "");
   EXPECT_EQ(callNative(thief, 1), "");
   links_->placePage(1, ownersToken);
@@ -206,7 +206,7 @@ TEST_F(WebProcessLinksTest, APageIsWhereTheEngineSaysAndNobodyElseSpeaksForIt) {
   EXPECT_TRUE(page->reports.empty());
   EXPECT_EQ(page->link, link);
 
-  // When its process has ended, the number is nobody's until the engine names the next.
+  // After the end of its process, the page belongs to none until the engine names the next one.
   owner.close();
   page->link.reset();
   iterateUntil([&] { return link.use_count() == 1; });

@@ -1,4 +1,4 @@
-// The module's end of the page link, against a program that the test plays. The test's thread is
+// The module's end of the page link, with the program simulated by the test. The test's thread is
 // the web process's main thread.
 #include "engine/webkit/webprocess/HostLink.h"
 #include "tests/engine/webkit/link/FrameSamples.h"
@@ -71,7 +71,7 @@ class HostLinkTest : public testing::Test, protected HostLinkDelegate {
   TemporaryFolder folder_;
   std::unique_ptr<HostLink> link_;
   ScriptedPeer host_;
-  std::string ran_;  // what the delegate did
+  std::string ran_;  // calls of the delegate
   bool deferred_ = false;
   std::function<void(const std::string&)> onCall_;
 };

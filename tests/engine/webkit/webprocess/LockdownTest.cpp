@@ -1,4 +1,4 @@
-// What a web process can do after it has given its rights up, in a process of its own.
+// The remaining permissions of a web process after dropping its rights, in a separate process.
 #include "engine/webkit/webprocess/Lockdown.h"
 #include "platform/base/UniqueFd.h"
 #include "tests/support/OwnProcess.h"

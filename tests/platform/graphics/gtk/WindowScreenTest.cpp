@@ -1,5 +1,4 @@
-// Windows on a real display: fingers and the mouse, and parts that are left out of painting and
-// input.
+// Windows on a real display: touch and mouse input, and areas excluded from painting and input.
 #include "platform/graphics/Screen.h"
 #include "tests/support/WindowsOnScreen.h"
 
@@ -62,7 +61,7 @@ class ScreenInputTest : public test_support::WindowsOnScreen,
     return std::to_string(point.x) + "," + std::to_string(point.y);
   }
 
-  // As the display tells it; the sequence is a number that names the finger.
+  // A touch event as from the display; the sequence is a number that identifies the finger.
   void touch(GdkEventType type, guint sequence, double x, double y, bool emulates = false) {
     put(type, [&](GdkEvent& event, int left, int top) {
       // The toolkit only compares these.
@@ -74,7 +73,7 @@ class ScreenInputTest : public test_support::WindowsOnScreen,
       event.touch.y_root = top + y;
     });
   }
-  // Of the pointer, in the application's window; the rest is filled in with where that window is.
+  // Pointer coordinates in the application's window; root coordinates follow from its position.
   void put(GdkEventType type, const std::function<void(GdkEvent&, int, int)>& fill) {
     GdkWindow* window = gtk_widget_get_window(widget_);
     int left = 0;
@@ -118,7 +117,7 @@ TEST_F(ScreenInputTest, FingersAreNumberedAndTheFirstOnesEndIsTheRelease) {
   EXPECT_EQ(take(), (Strings{"100 0:30,40", "101 0:31,40", "101 0:31,40 1:50,60",
                              "101 0:31,40 1:51,60", "101 0:31,40 1:51,60 2:70,80",
                              "101 0:31,40 2:70,80", "101 0:-5,-6 2:70,80", "102 0:32,40 2:70,80"}));
-  // While another stays, the next finger is the first again.
+  // While another finger is down, the next one becomes the first again.
   touch(GDK_TOUCH_BEGIN, 3, 1, 2);
   touch(GDK_TOUCH_CANCEL, 3, 0, 0);
   touch(GDK_TOUCH_END, 2, 70, 80);
@@ -181,7 +180,7 @@ TEST_F(ScreenInputTest, AButtonThatCameUpUnseenEndsTheDragWithTheNextMotion) {
 }
 
 TEST_F(WindowScreenTest, WhatIsDiscardedShowsAndClicksWhatLiesBelow) {
-  // Two widgets with windows of their own, as those of web views are.
+  // Two widgets with their own windows, like those of web views.
   struct Pane {
     std::unique_ptr<Graphics::Window> window;
     int clicks = 0;
@@ -206,7 +205,7 @@ TEST_F(WindowScreenTest, WhatIsDiscardedShowsAndClicksWhatLiesBelow) {
     g_signal_connect(box, "button-press-event", G_CALLBACK(+press), &pane);
     ASSERT_TRUE(Graphics::GtkWindowSystem::embed(*pane.window, box));
   };
-  // Set before there is a widget, and after.
+  // Set before a widget exists, and after.
   upper.window->setDiscardRects({{0, 0, 50, 50}, {-10, 60, 1000000000, 10}, {5, 5, -3, 20}});
   fill(lower, "#0000ff");
   fill(upper, "#ff0000");

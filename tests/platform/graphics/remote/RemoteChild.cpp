@@ -1,5 +1,5 @@
-// A child process with windows, led by lines on its standard input; what happens in them is told,
-// a line each, on its standard output. One thread.
+// A child process with windows, controlled by lines on its standard input; events in the windows
+// are printed to its standard output, one line each. One thread.
 //
 //   window NAME X Y W H      a child window; all zero: it covers the application's
 //   content NAME             an area in it, over which the pointer is a hand

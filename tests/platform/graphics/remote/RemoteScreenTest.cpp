@@ -1,4 +1,4 @@
-// Windows of a child process on the screen of the application: what shows, and what input does.
+// Windows of a child process on the application's screen: display and input.
 #include "platform/graphics/remote/RemoteWindows.h"
 #include "tests/support/LocalSocket.h"
 #include "tests/support/WindowsOnScreen.h"
@@ -57,7 +57,7 @@ class RemoteScreenTest : public test_support::WindowsOnScreen {
                                           whole.size(), nullptr, nullptr, nullptr));
   }
 
-  // Until the child has told a line that begins like that; the lines before it are dropped.
+  // Waits for a line from the child with that prefix; earlier lines are discarded.
   testing::AssertionResult waitFor(const std::string& beginning) {
     std::string heard;
     const bool came = iterateUntil([&] {
@@ -108,7 +108,7 @@ TEST_F(RemoteScreenTest, FollowsTheApplicationsWindowAndWhatItDoesByHandle) {
   order("tell a");
   ASSERT_TRUE(waitFor("window"));
   EXPECT_NE(line_.find(" 60 70"), std::string::npos);
-  // What the child changes now leaves the place alone, until it places the window itself.
+  // Changes by the child keep the position until the child moves the window itself.
   order("order a 3");
   EXPECT_TRUE(iterateUntil([&] { return mirror->state().zOrder == 3; }));
   EXPECT_EQ(mirror->state().rect, (IntRect{50, 50, 60, 70}));
@@ -117,8 +117,7 @@ TEST_F(RemoteScreenTest, FollowsTheApplicationsWindowAndWhatItDoesByHandle) {
   EXPECT_TRUE(shows(35, 35, green));
 }
 
-// There is no such device on the display of the tests: what the toolkit makes of one comes from
-// here.
+// The display of the tests has no such device: its toolkit events are synthetic.
 TEST_F(RemoteScreenTest, TakesTouchesAndSmoothScrollingAndShowsItsCursor) {
   order("window a 100 50 200 200");
   order("content a");
@@ -163,7 +162,7 @@ TEST_F(RemoteScreenTest, TakesTouchesAndSmoothScrollingAndShowsItsCursor) {
   EXPECT_TRUE(waitFor("scroll 4 0.25"));
 }
 
-// What nobody sees is not painted, and what is shown again is up to date.
+// Hidden windows are not painted, and windows shown again are up to date.
 TEST_F(RemoteScreenTest, PaintsNothingWhileNothingCanBeSeen) {
   order("window a 0 0 100 100");
   order("content a");

@@ -1,5 +1,4 @@
-// What an application takes from a child process that has windows, and what it does not. No
-// display.
+// Valid and invalid input from a child process with windows. No display.
 #include "platform/graphics/MemoryWindowSystem.h"
 #include "platform/graphics/remote/FrameFile.h"
 #include "platform/graphics/remote/Records.h"
@@ -166,10 +165,10 @@ TEST_F(RemoteWindowsTest, AnythingThatIsWrongTakesTheWindowsAway) {
     EXPECT_FALSE(remote_->isConnected());
     EXPECT_FALSE(Window::fromPlatformHandle(handle));
     const std::string line = log.read();
-    EXPECT_NE(line.find("The windows of process group 3 are taken away: "), std::string::npos);
+    EXPECT_NE(line.find("The windows of process group 3 are removed: "), std::string::npos);
     EXPECT_EQ(line.find('\n'), line.size() - 1) << line;
   }
-  // What is right is right.
+  // Valid records are accepted.
   connect();
   send(windowRecord());
   send(frameRecord(size), memoryFile(length, sealed).get());
@@ -183,7 +182,7 @@ TEST_F(RemoteWindowsTest, ThereIsAnEndToTheNumberOfWindows) {
   EXPECT_FALSE(remote_->isConnected());
 }
 
-// The other end of a connection that does what it is told.
+// A scripted peer of a connection.
 struct RecordingClient final : WindowConnection::Client {
   const char* receive(std::span<const char>, UniqueFd) override { return nullptr; }
   void received() override {}
@@ -195,7 +194,7 @@ TEST(WindowConnectionTest, KeepsTheOrderAndOnlyTheLastOfARunForAPeerThatIsSlow) 
   auto [ours, theirs] = socketPair(SOCK_SEQPACKET);
   RecordingClient client;
   WindowConnection connection(std::move(ours), client, G_PRIORITY_DEFAULT);
-  // More than the socket takes: what is kept after that is one run.
+  // More than the socket buffers: the records queued after that are merged.
   constexpr std::uint32_t count = 20000;
   for (std::uint32_t i = 1; i <= count; ++i) {
     connection.send(FrameShownRecord{{RecordType::FrameShown, 1}, i}, -1, 7);
