@@ -229,7 +229,8 @@ void WebViewManager::chromeLost() {
 void WebViewManager::destroyLeftWebViews() {
   const auto left = std::exchange(left_, {});
   if (left.empty()) return;
-  logAlways(LogNotice, "The chrome was started again; web views of the former one that are deleted: %zu",
+  logAlways(LogNotice,
+            "The chrome was started again; web views of the former one that are deleted: %zu",
             left.size());
   for (const WebViewHandle handle : left) destroyWebView(handle);
 }

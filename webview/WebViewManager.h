@@ -120,7 +120,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   RemoteHost::Factory makeRemoteHost_;
   std::map<const WebView*, WebViewHandle> handles_;
   std::set<WebViewHandle> left_;  // by a chrome whose process has ended
-  bool shuttingDown_ = false;  // until the loop ends
+  bool shuttingDown_ = false;     // until the loop ends
   std::set<WebViewHandle> closing_;
   std::function<void(const String&)> forward_;
   const std::unique_ptr<WebInspectorClient> inspector_;
