@@ -99,6 +99,7 @@ void FilePasswordStore::clear() {
 
 String jsonOf(const std::vector<SavedLogin>& logins) {
   std::vector<LoginName> names;
+  names.reserve(logins.size());
   for (const SavedLogin& login : logins) names.push_back({login.place, login.username});
   return fields::textOf(names);
 }
