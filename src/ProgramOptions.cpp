@@ -29,6 +29,8 @@ constexpr const char* systemFile = "/etc/pagehost/pagehost.conf";
 constexpr std::size_t longestProfileName = 64;
 constexpr int longestPause = 86400;  // seconds: one day
 
+bool leavesUnknown = false;
+
 bool isAnything(std::string_view) {
   return true;
 }
@@ -217,7 +219,9 @@ bool isInEnvironment(const Row& row) {
 }  // namespace
 
 std::vector<char*> takeOptions(int argc, char** argv) {
-  const auto line = Tessel::Platform::readCommandLine(programText(), argc, argv);
+  Tessel::Platform::ProgramText text = programText();
+  text.unknownAreWords = leavesUnknown;
+  const auto line = Tessel::Platform::readCommandLine(text, argc, argv);
   const std::string* file = nullptr;
   std::array<std::optional<std::string>, std::size(rows)> given;
   for (const auto& [option, value] : line.options) {
@@ -244,6 +248,10 @@ std::vector<char*> takeOptions(int argc, char** argv) {
   }
   Tessel::Platform::setupApplicationLogging(Tessel::Platform::processName());
   return line.words;
+}
+
+void leaveUnknownOptions() {
+  leavesUnknown = true;
 }
 
 bool isSwitchedOn(const char* variable) {

@@ -14,6 +14,9 @@
 // an option is unknown or a value invalid.
 std::vector<char*> takeOptions(int argc, char** argv);
 
+// From now on unknown options are words: the arguments of a launched application are its page's.
+void leaveUnknownOptions();
+
 // Whether a switch is on, according to its variable after takeOptions.
 bool isSwitchedOn(const char* variable);
 

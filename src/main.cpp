@@ -6,6 +6,7 @@
 #include "registry/BindingManager.h"
 #include "src/LauncherServer.h"
 #include "src/PagehostMain.h"
+#include "src/ProgramOptions.h"
 #include "src/ServerOptions.h"
 #include "webview/commands/CommandTable.h"
 
@@ -26,5 +27,7 @@ int main(int argc, char** argv) {
   CclBinding::instance();
   FcInit();
   if (isApplication) pagehost_main(argc, argv);
-  launcherServerMain(pagehost_main, takeServerOptions(argc, argv));
+  const LauncherConfiguration configuration = takeServerOptions(argc, argv);
+  leaveUnknownOptions();
+  launcherServerMain(pagehost_main, configuration);
 }

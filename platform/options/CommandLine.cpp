@@ -166,6 +166,7 @@ CommandLine readCommandLine(const ProgramText& program, int argc, char** argv) {
   g_option_context_set_main_group(context, group);
   g_option_context_set_help_enabled(context, FALSE);
   g_option_context_set_strict_posix(context, program.wordsEndOptions);
+  g_option_context_set_ignore_unknown_options(context, program.unknownAreWords);
 
   char** const end = argv + argc;
   char** const separator =

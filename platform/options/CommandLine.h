@@ -31,6 +31,8 @@ struct ProgramText {
   std::vector<ManualSection> sections;
   // Whether the first non-option argument ends the options.
   bool wordsEndOptions = false;
+  // Unknown options are words like any other, not mistakes.
+  bool unknownAreWords = false;
 };
 
 struct GivenOption {

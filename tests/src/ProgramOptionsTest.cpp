@@ -61,6 +61,9 @@ TEST_F(ProgramOptionsTest, OptionsGoBeforeTheEnvironmentAndThatBeforeFiles) {
     folder_.write("other.conf", "[pagehost]\nprofile=shop\n");
     taken({"--config", (folder_.path() / "other.conf").string()});
     EXPECT_EQ(variable("PAGEHOST_PROFILE") + variable("CHROME_URL"), "shopnone");
+    leaveUnknownOptions();
+    EXPECT_EQ(taken({"--zoom=3", "--own=1", "-x", "y"}), "pagehost --own=1 -x y ");
+    EXPECT_EQ(variable("PAGEHOST_ZOOM"), "3");
   });
 }
 
