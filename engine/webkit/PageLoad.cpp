@@ -69,7 +69,14 @@ void PageLoad::detach() {
 }
 
 void PageLoad::load(const String& url) {
-  loadUrl(url, true);
+  loadOfProgram([this, url] { loadUrl(url, true); });
+}
+
+// Repeated after a failure of the page that drives the application: that page has no say in what
+// counts as the program's own, and neither has a server that it was redirected to.
+void PageLoad::loadOfProgram(std::function<void()> load) {
+  if (setup_.drivesApplication) programLoad_ = load;
+  load();
 }
 
 void PageLoad::loadAgain(const String& url) {
@@ -91,8 +98,10 @@ void PageLoad::loadUrl(const String& url, bool isOfProgram) {
 
 void PageLoad::loadText(const String& text, const String& mimeType, const String& baseURL) {
   if (!page_.view()) return;
-  loads_.expect(baseURL.isEmpty() ? "about:blank" : asRequested(baseURL), true);
-  loadContent(text, mimeType, "utf-8", baseURL);
+  loadOfProgram([this, text, mimeType, baseURL] {
+    loads_.expect(baseURL.isEmpty() ? "about:blank" : asRequested(baseURL), true);
+    loadContent(text, mimeType, "utf-8", baseURL);
+  });
 }
 
 void PageLoad::loadContent(const String& content, const String& mimeType, const String& encoding,
@@ -370,6 +379,7 @@ void PageLoad::processEnded(WebKitWebProcessTerminationReason reason) {
   if (setup_.drivesApplication) {
     if (!retries_.processEnded(Retries::Clock::now())) return page_.client()->gaveUp();
     page_.client()->drivingProcessEnded();
+    // A load that was sent to the dying process is repeated with the program's.
     const String home = loads_.home().isEmpty() ? String(uri) : loads_.home();
     unstartedLoad_ = [this, home, message] { showFailure(home, message); };
     return startLater();
@@ -412,9 +422,10 @@ unsigned int PageLoad::retryLater(const String& url) {
 }
 
 void PageLoad::retryNow() {
-  const String url = retryUrl_;
-  logAlways(LogNotice, "%s is tried again.", url.utf8());
-  loadUrl(url, true);
+  logAlways(LogNotice, "%s is tried again.", loads_.home().utf8());
+  // Copied, because the call may replace it.
+  const auto load = programLoad_;
+  if (load) load();
 }
 
 // Called inside the failure of the load that waited for the document.

@@ -71,6 +71,7 @@ class PageLoad final : public LoadControl {
   void updateLocation();
   void forgetDestination();
   bool repeatLoad(const gchar* uri);
+  void loadOfProgram(std::function<void()> load);
   void redrawAfterLoad();
   unsigned int retryLater(const String& url);
   void retryNow();
@@ -91,7 +92,9 @@ class PageLoad final : public LoadControl {
   bool isOnItsWay_ = false;  // a load has started and is not committed
   bool refused_ = false;     // the load in progress was
   bool hasWaited_ = false;   // isTrusted() timed out during this load
-  // Of the page that drives the application: what is tried again, empty for nothing.
+  // Of the page that drives the application: the program's own load, the last one; and the address
+  // that the failure page links to while that is to be tried again, else empty.
+  std::function<void()> programLoad_;
   String retryUrl_;
   unsigned int retry_ = 0;  // counts what was to be tried again, and what came in between
   Retries retries_;

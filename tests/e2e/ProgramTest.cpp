@@ -360,11 +360,20 @@ TEST_F(ProgramTest, AChromeWhoseServerComesLateIsWaitedFor) {
   all["CHROME_URL"] = server.address() + "page/late";
   Program program(all, {"--kiosk"});
   ASSERT_TRUE(program.waitForError("is tried again")) << program.errors();
+  server.addAnswer("away",
+                   "HTTP/1.1 302 Found\r\nLocation: http://localhost:9/\r\nConnection: close\r\n"
+                   "Content-Length: 0\r\n\r\n");
   server.add("late", "text/html",
              "<body style='margin:0;background:#0000ff'><script>orv.callNative("
-             "'webview.printToStdout', 1, 'came\\n')</script>");
+             "'webview.printToStdout', 1, 'came\\n');"
+             "onclick = () => location = '/page/away'</script>");
   EXPECT_TRUE(program.waitForLine("came")) << program.errors();
   EXPECT_TRUE(waitForPixel(0, 0, {0, 0, 255})) << "the window begins at the screen's corner";
+  // Where its page went is not what the program loads: that would have native functions.
+  clickAt(100, 100);
+  EXPECT_TRUE(program.waitForError("localhost:9/ could not be loaded")) << program.errors();
+  EXPECT_TRUE(program.waitForLine("came")) << program.errors();
+  EXPECT_EQ(program.errors().find("localhost:9/ is tried"), std::string::npos);
 }
 
 }  // namespace
