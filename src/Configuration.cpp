@@ -42,32 +42,42 @@ std::string placeIn(const std::string& path, int line) {
   return line == 0 ? path : path + ":" + std::to_string(line);
 }
 
-void add(GKeyFile* file, const std::string& path, std::string_view content,
-         Configuration& configuration) {
+// Adds what the file says. What is wrong with a value, with its place, else nothing.
+std::string add(GKeyFile* file, const std::string& path, std::string_view content,
+                Configuration& configuration) {
+  std::string problem;
   gchar** const keys = g_key_file_get_keys(file, groupName, nullptr, nullptr);
   for (gchar** key = keys; key && *key; ++key) {
-    const Text value(g_key_file_get_string(file, groupName, *key, nullptr), g_free);
+    GError* error = nullptr;
+    const Text value(g_key_file_get_string(file, groupName, *key, &error), g_free);
     const int line = lineOf(content, [&](std::string_view each) {
       return trimmed(each.substr(0, each.find('='))) == *key &&
              each.find('=') != std::string_view::npos;
     });
+    if (error) problem = placeIn(path, line) + ": " + error->message;
+    g_clear_error(&error);
     configuration[*key] = {value ? value.get() : "", placeIn(path, line)};
   }
   g_strfreev(keys);
+  return problem;
 }
 
 }  // namespace
 
 bool readConfiguration(const std::string& path, bool mustExist, Configuration& configuration,
                        std::string& problem) {
+  // Also where its folder is none, or is closed to this user. Reading a pipe might never end.
+  if (!g_file_test(path.c_str(), G_FILE_TEST_IS_REGULAR)) {
+    if (mustExist) problem = path + ": there is no such file";
+    return !mustExist;
+  }
   gchar* bytes = nullptr;
   gsize size = 0;
   GError* error = nullptr;
   if (!g_file_get_contents(path.c_str(), &bytes, &size, &error)) {
-    const bool isFine = !mustExist && g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT);
-    if (!isFine) problem = error->message;
+    problem = error->message;
     g_error_free(error);
-    return isFine;
+    return false;
   }
   const Text owned(bytes, g_free);
   const std::string_view content(bytes, size);
@@ -87,6 +97,6 @@ bool readConfiguration(const std::string& path, bool mustExist, Configuration& c
   }
   g_strfreev(groups);
   if (!problem.empty()) return false;
-  add(file.get(), path, content, configuration);
-  return true;
+  problem = add(file.get(), path, content, configuration);
+  return problem.empty();
 }

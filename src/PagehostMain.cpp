@@ -38,6 +38,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <optional>
+#include <utility>
 #include <vector>
 
 using Tessel::Platform::logAlways;
@@ -82,6 +83,7 @@ void setKeyboardFocus(int value) {
 
 void pagehost_main(int argc, char** argv) {
   std::vector<char*> arguments = takeOptions(argc, argv);
+  ServiceManager serviceManager = ServiceManager::take();
   if (!spawnChildLauncher(childWebViewMain)) {
     logAlways(LogError, "Could not spawn child launcher");
     std::exit(EXIT_FAILURE);
@@ -129,7 +131,7 @@ void pagehost_main(int argc, char** argv) {
   root->setExtraPluginDirectory(pluginDirectory);
   root->setDevicePixelRatio(1.0);
   if (const char* factor = std::getenv(zoomVariable)) {
-    root->animateToScaleAndDocumentScrollPosition(std::strtod(factor, nullptr), {});
+    root->animateToScaleAndDocumentScrollPosition(g_ascii_strtod(factor, nullptr), {});
   }
   root->loadURL(chromeUrl ? chromeUrl : defaultChromeUrl);
 
@@ -146,8 +148,7 @@ void pagehost_main(int argc, char** argv) {
   root->setCapabilities(chromeCapabilities(chromeUrl ? chromeUrl : defaultChromeUrl));
 
   for (const int signal : {SIGTERM, SIGINT}) g_unix_signal_add(signal, onEndSignal, nullptr);
-  std::optional<Watchdog> watchdog;
-  if (isSwitchedOn(watchdogVariable)) watchdog.emplace(*root);
+  std::optional<Watchdog> watchdog(std::in_place, std::move(serviceManager), *root);
   const int status = client->run();
   watchdog.reset();
   services.reset();

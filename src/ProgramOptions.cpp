@@ -3,6 +3,7 @@
 
 #include "platform/base/Log.h"
 #include "platform/graphics/DisplayLimits.h"
+#include "platform/invocation/Viewers.h"
 #include "platform/options/CommandLine.h"
 #include "platform/os/PageSandbox.h"
 #include "platform/os/Process.h"
@@ -31,8 +32,8 @@ constexpr int longestPause = 86400;  // seconds: one day
 
 bool leavesUnknown = false;
 
-bool isAnything(std::string_view) {
-  return true;
+bool isAddress(std::string_view text) {
+  return g_uri_is_valid(std::string(text).c_str(), G_URI_FLAGS_PARSE_RELAXED, nullptr) != FALSE;
 }
 
 template <typename Number>
@@ -92,8 +93,9 @@ struct Row {
 constexpr Row rows[] = {
     {{"chrome", "URL", "The address of the chrome; else the bundled one."},
      {"CHROME_URL"},
-     isAnything,
-     ""},
+     isAddress,
+     "an address",
+     true},
     {{"kiosk", nullptr,
       "The window has no border and fills the screen, also without a window manager."},
      {kioskVariable},
@@ -142,6 +144,9 @@ constexpr Row rows[] = {
      isOneOf<levelWords>,
      "error or notice"},
 };
+
+// The file that was named, for viewers, which read it as well.
+constexpr const char* configVariable = "PAGEHOST_CONFIG";
 
 // Processed before all others; not a key of the configuration files.
 constexpr Option configOption{
@@ -195,11 +200,12 @@ void set(const Row& row, std::string_view value) {
   }
 }
 
-Configuration configurationFrom(const std::string* file) {
+Configuration readConfigurations() {
   Configuration configuration;
+  const char* file = std::getenv(configVariable);
   std::string problem;
   const std::string users = std::string(g_get_user_config_dir()) + "/pagehost/pagehost.conf";
-  const bool isGood = file ? readConfiguration(*file, true, configuration, problem)
+  const bool isGood = file ? readConfiguration(file, true, configuration, problem)
                            : readConfiguration(systemFile, false, configuration, problem) &&
                                  readConfiguration(users, false, configuration, problem);
   if (!isGood) endMisused("pagehost", problem);
@@ -208,6 +214,8 @@ Configuration configurationFrom(const std::string* file) {
     if (!row) endMisused("pagehost", value.place + ": there is no key \"" + key + "\"");
     check(*row, value.text, value.place);
   }
+  // A viewer is the bundled chrome, whatever the application that has opened it is.
+  if (std::getenv(Tessel::Platform::Viewers::openerVariable)) configuration.erase("chrome");
   return configuration;
 }
 
@@ -222,19 +230,18 @@ std::vector<char*> takeOptions(int argc, char** argv) {
   Tessel::Platform::ProgramText text = programText();
   text.unknownAreWords = leavesUnknown;
   const auto line = Tessel::Platform::readCommandLine(text, argc, argv);
-  const std::string* file = nullptr;
   std::array<std::optional<std::string>, std::size(rows)> given;
   for (const auto& [option, value] : line.options) {
     const Row* row = rowNamed(option->name);
     if (!row) {
-      file = &value;
+      ::setenv(configVariable, value.c_str(), 1);
       continue;
     }
     const std::string& text = option->value ? value : std::string(onWords[0]);
     check(*row, text, std::string("--") + option->name);
     given[static_cast<std::size_t>(row - rows)] = text;
   }
-  const Configuration configuration = configurationFrom(file);
+  const Configuration configuration = readConfigurations();
   for (const Row& row : rows) {
     const auto& option = given[static_cast<std::size_t>(&row - rows)];
     const auto configured = configuration.find(row.option.name);

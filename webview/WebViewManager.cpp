@@ -13,6 +13,7 @@
 #include "webview/WebInspectorClient.h"
 #include "webview/WebView.h"
 #include "webview/commands/IPCSenderWebView.h"
+#include "webview/events/EventFields.h"
 #include "webview/events/EventMessages.h"
 
 #include <algorithm>
@@ -68,13 +69,7 @@ struct WebViewFunctions {
   static unsigned int create(const char* windowGroup, int processGroup) {
     return WebViewManager::instance().createWebView(windowGroup, processGroup);
   }
-  static String list() {
-    std::string text;
-    for (const auto handle : WebViewManager::instance().takeWebViews()) {
-      text += (text.empty() ? "" : ",") + std::to_string(handle);
-    }
-    return String("[" + text + "]");
-  }
+  static String list() { return fields::textOf(WebViewManager::instance().takeWebViews()); }
   static void destroy(unsigned int view) { WebViewManager::instance().destroyWebView(view); }
 };
 
@@ -102,6 +97,8 @@ WebViewManager::WebViewHandle WebViewManager::createWebView(const std::string& w
   }
   const WebViewHandle handle = ++lastHandle_;
   const int rotation = Screen::primaryScreen().rotation();
+  // Those of other processes are entered when they are there.
+  if (processGroup == inThisProcess) created_.emplace(handle, false);
   if (processGroup != inThisProcess) {
     if (!Window::topLevelOf(windowGroup)) {
       reportNoWindowGroup(handle, windowGroup);
@@ -115,7 +112,6 @@ WebViewManager::WebViewHandle WebViewManager::createWebView(const std::string& w
         executableMessage(MethodDelegate3<WebViewManager, WebViewHandle, const String&, int>(
             this, &WebViewManager::createInProcessWebView, handle, windowGroup, rotation)));
   }
-  created_.emplace(handle, false);
   return handle;
 }
 

@@ -121,8 +121,7 @@ void PageLoad::loadContent(const String& content, const String& mimeType, const 
 
 void PageLoad::startLoad(std::function<void()> load) {
   repeats_ = 0;
-  ++retry_;
-  retryUrl_ = String();
+  cancelRetry();
   unstartedLoad_ = std::move(load);
   if (parts_ && parts_->hangMonitor.isStuck()) return parts_->hangMonitor.endProcess();
   // The engine drops a load that is requested while it starts to show a failure page.
@@ -229,6 +228,7 @@ void PageLoad::loadCommitted() {
   repeats_ = 0;
   supplied_ = String();
   isOnItsWay_ = false;
+  if (!showingFailure_) cancelRetry();
   committed();
   updateLocation();
   if (!parts_) return;
@@ -419,6 +419,11 @@ unsigned int PageLoad::retryLater(const String& url) {
     if (retry == retry_) retryNow();
   });
   return static_cast<unsigned int>(pause.count());
+}
+
+void PageLoad::cancelRetry() {
+  ++retry_;
+  retryUrl_ = String();
 }
 
 void PageLoad::retryNow() {

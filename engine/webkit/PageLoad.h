@@ -75,6 +75,7 @@ class PageLoad final : public LoadControl {
   void redrawAfterLoad();
   unsigned int retryLater(const String& url);
   void retryNow();
+  void cancelRetry();
 
   PageContext& page_;
   const link_protocol::PageSetup& setup_;

@@ -137,7 +137,8 @@ gboolean take(const gchar* name, const gchar* value, gpointer data, GError**) {
 void addEntry(std::vector<GOptionEntry>& entries, const Option& option) {
   GOptionEntry entry{};
   entry.long_name = option.name;
-  entry.flags = option.value ? G_OPTION_FLAG_NONE : G_OPTION_FLAG_NO_ARG;
+  // As a file's name it comes as it is, whatever the encoding of the locale.
+  entry.flags = option.value ? G_OPTION_FLAG_FILENAME : G_OPTION_FLAG_NO_ARG;
   entry.arg = G_OPTION_ARG_CALLBACK;
   entry.arg_data = reinterpret_cast<gpointer>(take);
   entries.push_back(entry);

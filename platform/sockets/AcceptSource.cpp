@@ -21,7 +21,8 @@ void AcceptSource::accept() {
     isShort_ = false;
     return accepted_(std::move(socket));
   }
-  if (!isShortOfDescriptors(errno)) return;
+  // Everything else would keep the listener readable, and the loop would spin.
+  if (errno == EAGAIN || errno == EINTR || errno == ECONNABORTED) return;
   if (!std::exchange(isShort_, true))
     logAlways(LogError, "%s: %s", complaint_, std::strerror(errno));
   source_.pause(acceptPause);

@@ -53,9 +53,9 @@ TEST_F(ProgramOptionsTest, OptionsGoBeforeTheEnvironmentAndThatBeforeFiles) {
     EXPECT_EQ(variable("CHROME_URL"), "file:///b");
     EXPECT_EQ(variable("PAGEHOST_ZOOM"), "1.5");
     EXPECT_FALSE(isSwitchedOn(kioskVariable)) << "the environment has switched it off";
-    taken({"--kiosk", "--chrome", ""});
+    taken({"--kiosk", "--chrome", "file:///\xc3\xa4"});
     EXPECT_TRUE(isSwitchedOn(kioskVariable));
-    EXPECT_EQ(variable("CHROME_URL"), "");
+    EXPECT_EQ(variable("CHROME_URL"), "file:///\xc3\xa4") << "whatever the locale";
     // Another file replaces the user's.
     ::unsetenv("CHROME_URL");
     folder_.write("other.conf", "[pagehost]\nprofile=shop\n");
@@ -72,11 +72,13 @@ TEST_F(ProgramOptionsTest, MistakesEndTheStartAndSayWhere) {
   refuses({"--zoom"}, "zoom");
   refuses({"--size=800"}, "--size: \"800\" is not two numbers");
   refuses({"--profile=../x"}, "--profile");
+  refuses({"--chrome", ""}, "--chrome");
   refuses({"--config=/nowhere"}, "/nowhere");
   for (const auto& [text, problem] :
        {std::pair("[pagehost]\n\nkiosc=true\n", "conf:3: there is no"),
         {"[pagehost]\nzoom=9\n", "conf:2: \"9\" is not a number"},
         {"[pagehost]\nzoom=1\nzoom 2\n", "conf:3: "},
+        {"[pagehost]\nchrome=file:///a\\qb\n", "conf:2: "},
         {"[pagehost]\n[other]\n", "conf:2: the only group"}}) {
     configure(text);
     refuses({}, problem);

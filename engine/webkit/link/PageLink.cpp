@@ -175,8 +175,7 @@ std::shared_ptr<PageLink> PageLink::open(UniqueFd socket, pid_t peer, PageLinkDe
   // A request may be served inside the wait of another one.
   const FdSourceOptions options{.name = "page link", .recurses = true};
   const auto interest = [raw] {
-    const std::lock_guard lock(raw->mutex_);
-    return static_cast<short>(raw->socket_.hasUnsent() ? POLLIN | POLLOUT : POLLIN);
+    return static_cast<short>(raw->unsent_ ? POLLIN | POLLOUT : POLLIN);
   };
   link->source_.watch(link->socket_.fd(), interest, serve, options);
   link->wakeSource_.watch(link->mainWake_.get(), POLLIN, serve, options);
@@ -372,7 +371,8 @@ void PageLink::exchangeLocked(bool onMainThread) {
   }
   if (broken_) return;
   const bool sent = !socket_.hasUnsent() || socket_.flush();
-  if (!socket_.hasUnsent()) full_ = false;
+  unsent_ = socket_.hasUnsent();
+  if (!unsent_) full_ = false;
   const bool received =
       requests_.size() >= mostPendingRequests || socket_.receive(arrived_, LinkSocket::Mode::Poll);
   while (!arrived_.empty()) {
@@ -501,8 +501,9 @@ SendOutcome PageLink::sendLocked(FrameKind kind, std::uint32_t id, std::uint64_t
     breakLocked();
     wakeMainLocked();
   }
+  unsent_ = socket_.hasUnsent();
   // The main loop may be waiting for other things only.
-  if (!hadUnsent && socket_.hasUnsent()) g_main_context_wakeup(nullptr);
+  if (!hadUnsent && unsent_) g_main_context_wakeup(nullptr);
   return outcome;
 }
 

@@ -15,6 +15,7 @@
 #include <glib.h>
 #include <sys/types.h>
 
+#include <atomic>
 #include <chrono>
 #include <deque>
 #include <map>
@@ -125,6 +126,10 @@ class PageLink final : public std::enable_shared_from_this<PageLink>,
   bool inEveryWait_ = false;  // main thread
   unsigned int serving_ = 0;  // main thread: requests being served, nested
   std::map<std::uint64_t, std::uint32_t> createdPages_;  // main thread: their unanswered requests
+
+  // Whether the socket has unsent bytes: the main loop asks before each poll, and does not wait for
+  // the mutex then. Written with the mutex held.
+  std::atomic<bool> unsent_ = false;
 
   mutable std::mutex mutex_;  // guards what follows
   link_protocol::LinkSocket socket_;

@@ -82,7 +82,7 @@ class TopLevelSurface final : public WindowSurface {
     const IntSize size{state.rect.width, state.rect.height};
     if (size != requested_ && size.width > 0 && size.height > 0) {
       requested_ = size;
-      if (!fit_->coversScreen()) gtk_window_resize(GTK_WINDOW(window_), size.width, size.height);
+      if (!fit_->resize(size)) tellSize();
     }
     gtk_widget_set_opacity(window_, state.globalAlpha / 255.0);
     gtk_widget_set_visible(window_, state.visible);
@@ -154,10 +154,16 @@ class TopLevelSurface final : public WindowSurface {
     auto* self = static_cast<TopLevelSurface*>(data);
     const IntSize size = self->size();
     if (size == self->allocated_) return;
-    self->allocated_ = self->requested_ = size;
-    const IntRect& rect = self->owner_.state().rect;
-    self->owner_.windowPlaced({rect.x, rect.y, size.width, size.height}, false);
-    if (WindowListener* listener = self->owner_.listener()) listener->windowResized(size);
+    self->allocated_ = size;
+    self->tellSize();
+  }
+
+  // The size that the window has, whatever was asked for.
+  void tellSize() {
+    const IntSize size = requested_ = this->size();
+    const IntRect& rect = owner_.state().rect;
+    owner_.windowPlaced({rect.x, rect.y, size.width, size.height}, false);
+    if (WindowListener* listener = owner_.listener()) listener->windowResized(size);
   }
 
   Window& owner_;

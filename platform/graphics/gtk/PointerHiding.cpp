@@ -1,16 +1,16 @@
-// Hides the mouse pointer by an extension of the display server, since widgets, above all web
-// views, keep setting their own cursors.
+// Hides the mouse pointer by the display's own means: every widget, web views above all, sets the
+// pointer that it wants again and again.
 #include "platform/graphics/gtk/PointerHiding.h"
 
+#include <X11/extensions/XInput2.h>
 #include <X11/extensions/Xfixes.h>
 #include <gdk/gdkx.h>
-#include <gtk/gtk.h>
 
 namespace Tessel::Platform::Graphics {
 
 namespace {
 
-// Global state: there is one display and one main thread.
+// Of the program, which has one display and one main thread.
 struct Pointer {
   int seconds = 0;
   bool hidden = false;
@@ -22,18 +22,20 @@ Pointer& pointer() {
   return pointer;
 }
 
+Display* xDisplay() {
+  return gdk_x11_display_get_xdisplay(gdk_display_get_default());
+}
+
 void setHidden(bool hidden) {
   if (hidden == pointer().hidden) return;
   pointer().hidden = hidden;
-  GdkDisplay* const display = gdk_display_get_default();
-  Display* const server = gdk_x11_display_get_xdisplay(display);
   const Window root = gdk_x11_get_default_root_xwindow();
   if (hidden) {
-    XFixesHideCursor(server, root);
+    XFixesHideCursor(xDisplay(), root);
   } else {
-    XFixesShowCursor(server, root);
+    XFixesShowCursor(xDisplay(), root);
   }
-  gdk_display_flush(display);
+  gdk_display_flush(gdk_display_get_default());
 }
 
 gboolean onPause(gpointer) {
@@ -47,14 +49,15 @@ void wait() {
   pointer().timer = g_timeout_add_seconds(static_cast<guint>(pointer().seconds), onPause, nullptr);
 }
 
-// Emission hook of the "event" signal of all widgets; the arguments are the widget and the event.
-gboolean onEvent(GSignalInvocationHint*, guint, const GValue* arguments, gpointer) {
-  const auto* event = static_cast<const GdkEvent*>(g_value_get_boxed(arguments + 1));
-  if (event->type == GDK_MOTION_NOTIFY || event->type == GDK_BUTTON_PRESS) {
+// Wherever on the display the pointer is: over menus of child processes and other programs as well.
+GdkFilterReturn onEvent(GdkXEvent* received, GdkEvent*, gpointer) {
+  const auto* event = static_cast<const XEvent*>(received);
+  const int kind = event->type == GenericEvent ? event->xcookie.evtype : 0;
+  if (kind == XI_RawMotion || kind == XI_RawButtonPress) {
     setHidden(false);
     wait();
   }
-  return TRUE;
+  return GDK_FILTER_CONTINUE;
 }
 
 }  // namespace
@@ -62,9 +65,12 @@ gboolean onEvent(GSignalInvocationHint*, guint, const GValue* arguments, gpointe
 void hidePointerAfter(int seconds) {
   pointer().seconds = seconds;
   if (seconds == 0) return setHidden(true);
-  g_type_class_ref(GTK_TYPE_WIDGET);
-  g_signal_add_emission_hook(g_signal_lookup("event", GTK_TYPE_WIDGET), 0, onEvent, nullptr,
-                             nullptr);
+  unsigned char wanted[XIMaskLen(XI_LASTEVENT)] = {};
+  XISetMask(wanted, XI_RawMotion);
+  XISetMask(wanted, XI_RawButtonPress);
+  XIEventMask mask{XIAllMasterDevices, sizeof wanted, wanted};
+  XISelectEvents(xDisplay(), gdk_x11_get_default_root_xwindow(), &mask, 1);
+  gdk_window_add_filter(nullptr, onEvent, nullptr);
   wait();
 }
 

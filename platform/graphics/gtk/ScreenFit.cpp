@@ -35,7 +35,8 @@ ScreenFit::~ScreenFit() {
 void ScreenFit::showAs(ShownAs wanted) {
   if (wanted == ShownAs::Minimized) return gtk_window_iconify(window_);
   if (wanted == ShownAs::Covered || fills_) return;
-  if (!hasManager(window_)) return wanted == ShownAs::Normal ? uncover() : cover(wanted);
+  asked_ = wanted != ShownAs::Normal;
+  if (!hasManager(window_)) return asked_ ? cover(wanted) : uncover();
   if (wanted != ShownAs::Fullscreen) gtk_window_unfullscreen(window_);
   if (wanted != ShownAs::Maximized) gtk_window_unmaximize(window_);
   gtk_window_deiconify(window_);
@@ -57,8 +58,12 @@ void ScreenFit::fillScreen(ScreenFilling filling) {
 // A window manager that starts takes over; when it exits, the window stays as it is.
 void ScreenFit::onScreenChanged(ScreenFit* self) {
   if (hasManager(self->window_)) {
-    self->covering_ = ShownAs::Normal;
-    if (self->fills_) gtk_window_fullscreen(self->window_);
+    const ShownAs was = std::exchange(self->covering_, ShownAs::Normal);
+    if (self->fills_) return gtk_window_fullscreen(self->window_);
+    if (was == ShownAs::Normal) return;
+    gtk_window_resize(self->window_, self->width_, self->height_);
+    if (self->asked_) self->showAs(was);
+    self->changed_();
   } else if (self->fills_) {
     self->cover(ShownAs::Fullscreen);
   } else if (self->coversScreen()) {
@@ -78,6 +83,14 @@ void ScreenFit::uncover() {
   covering_ = ShownAs::Normal;
   gtk_window_resize(window_, width_, height_);
   changed_();
+}
+
+bool ScreenFit::resize(IntSize size) {
+  if (fills_) return false;
+  width_ = size.width;
+  height_ = size.height;
+  coversScreen() ? uncover() : gtk_window_resize(window_, width_, height_);
+  return true;
 }
 
 void ScreenFit::fit() {

@@ -21,6 +21,9 @@ class ScreenFit {
 
   void showAs(ShownAs wanted);
   void fillScreen(ScreenFilling filling);
+  // Gives the window another size, which it then has in place of the screen's. False, and nothing
+  // changes, for one that fills the screen in any case.
+  bool resize(IntSize size);
 
   // Whether the window was resized to the screen because there is no window manager.
   bool coversScreen() const { return covering_ != ShownAs::Normal; }
@@ -36,6 +39,7 @@ class ScreenFit {
   GtkWindow* const window_;
   const std::function<void()> changed_;
   bool fills_ = false;  // never reset
+  bool asked_ = false;  // somebody wants it to cover the screen, with a window manager as well
   ShownAs covering_ = ShownAs::Normal;
   int width_ = 0;  // before the window covered the screen
   int height_ = 0;
