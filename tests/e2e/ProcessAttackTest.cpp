@@ -1,5 +1,6 @@
 // Attacks by a compromised web process or another process of the user: each fails, and the pages
 // keep working.
+#include "platform/sockets/Transfer.h"
 #include "tests/support/LocalSocket.h"
 #include "tests/support/Processes.h"
 #include "tests/support/SuiteTest.h"
@@ -208,7 +209,7 @@ TEST_F(ProcessAttackTest, NoSocketOfTheProgramLeadsToTheEnginesInspector) {
     if (!entry.is_socket()) continue;
     ++sockets;
     const auto socket = test_support::socketAt(entry.path());
-    if (!socket || !test_support::sendRaw(socket.get(), "GET / HTTP/1.0\r\n\r\n")) continue;
+    if (!socket || Tessel::Platform::trySend(socket.get(), "GET / HTTP/1.0\r\n\r\n") < 0) continue;
     pollfd ready{socket.get(), POLLIN, 0};
     char answer[16] = {};
     if (::poll(&ready, 1, 500) > 0) ::recv(socket.get(), answer, sizeof answer - 1, MSG_DONTWAIT);

@@ -1,6 +1,7 @@
 // Messages between processes: datagrams, blobs, the commands in them, replies, and native calls
 // with the same commands.
 #include "platform/channel/ChannelSocket.h"
+#include "platform/sockets/Transfer.h"
 #include "tests/fuzz/FakeChrome.h"
 #include "tests/support/CopiedBlobs.h"
 #include "tests/support/LocalSocket.h"
@@ -20,7 +21,8 @@ void readDatagrams(fuzz::Input& input) {
   ReceivedMessage received;
   for (auto outcome = ChannelSocket::Outcome::Message;
        input.remaining_bytes() > 0 && outcome != ChannelSocket::Outcome::Malformed;) {
-    fuzz::require(test_support::sendRaw(peer.get(), input.ConsumeRandomLengthString(30000) + " "));
+    fuzz::require(
+        Tessel::Platform::trySend(peer.get(), input.ConsumeRandomLengthString(30000) + " ") > 0);
     outcome = here.receive(received);
     if (outcome == ChannelSocket::Outcome::Message) deserializeMessage(received.blobs());
   }

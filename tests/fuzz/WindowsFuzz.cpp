@@ -3,6 +3,7 @@
 #include "platform/graphics/remote/Records.h"
 #include "platform/graphics/remote/RemoteWindows.h"
 #include "platform/graphics/remote/WindowConnection.h"
+#include "platform/sockets/Transfer.h"
 #include "tests/fuzz/Fuzz.h"
 #include "tests/support/LocalSocket.h"
 #include "tests/support/Waiting.h"
@@ -91,7 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   while (input.remaining_bytes() > 0 && windows.isConnected()) {
     const std::string bytes = nextRecord(input);
     const UniqueFd picture = file(input);
-    test_support::sendRaw(child.get(), bytes, picture.get());
+    Tessel::Platform::trySend(child.get(), bytes, picture.get());
     test_support::turnLoop();
   }
   return 0;

@@ -4,6 +4,7 @@
 #include "platform/loop/Connections.h"
 #include "platform/loop/MainThreadWait.h"
 #include "platform/os/Folders.h"
+#include "platform/sockets/Transfer.h"
 #include "tests/support/ChromeFixture.h"
 #include "tests/support/LocalSocket.h"
 #include "tests/support/Peer.h"
@@ -238,7 +239,7 @@ TEST(ConnectionsTest, WhoIsNotRegisteredOrSendsNoMessageIsCutOff) {
     });
     Peer vandal([](int channel) {
       const UniqueFd socket = connectRaw(runtimeFolder(), channel);
-      test_support::sendRaw(socket.get(), "nonsense");
+      Tessel::Platform::trySend(socket.get(), "nonsense");
       Peer::say(isClosedByPeer(socket));
       Peer::listen();
     });

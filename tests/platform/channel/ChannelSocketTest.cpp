@@ -1,5 +1,6 @@
 // The channel between two processes, with both ends in this one.
 #include "platform/channel/ChannelSocket.h"
+#include "platform/sockets/Transfer.h"
 #include "tests/support/LocalSocket.h"
 
 #include <fcntl.h>
@@ -41,7 +42,7 @@ class ChannelSocketTest : public ::testing::Test {
 
   // Malformed datagrams.
   Outcome afterRaw(const std::string& bytes, int file = -1) {
-    EXPECT_TRUE(test_support::sendRaw(near.fd(), bytes, file)) << std::strerror(errno);
+    EXPECT_GE(Tessel::Platform::trySend(near.fd(), bytes, file), 0) << std::strerror(errno);
     ReceivedMessage received;
     return far.receive(received);
   }

@@ -4,6 +4,7 @@
 #include "platform/graphics/remote/Records.h"
 #include "platform/graphics/remote/RemoteWindows.h"
 #include "platform/graphics/remote/WindowConnection.h"
+#include "platform/sockets/Transfer.h"
 #include "tests/support/LocalSocket.h"
 #include "tests/support/StandardErrorPipe.h"
 #include "tests/support/Waiting.h"
@@ -77,7 +78,7 @@ class RemoteWindowsTest : public testing::Test {
     sendBytes({reinterpret_cast<const char*>(&record), sizeof record}, file);
   }
   void sendBytes(const std::string& bytes, int file = -1) {
-    ASSERT_TRUE(test_support::sendRaw(peer_.get(), bytes, file));
+    ASSERT_GE(Tessel::Platform::trySend(peer_.get(), bytes, file), 0);
     turnLoop();
   }
 
