@@ -74,7 +74,7 @@ void PageLoad::load(const String& url) {
 
 // Repeated after a failure of the page that drives the application: that page has no say in what
 // counts as the program's own, and neither has a server that it was redirected to.
-void PageLoad::loadOfProgram(std::function<void()> load) {
+void PageLoad::loadOfProgram(const std::function<void()>& load) {
   if (setup_.drivesApplication) programLoad_ = load;
   load();
 }

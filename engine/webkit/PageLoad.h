@@ -71,7 +71,7 @@ class PageLoad final : public LoadControl {
   void updateLocation();
   void forgetDestination();
   bool repeatLoad(const gchar* uri);
-  void loadOfProgram(std::function<void()> load);
+  void loadOfProgram(const std::function<void()>& load);
   void redrawAfterLoad();
   unsigned int retryLater(const String& url);
   void retryNow();
