@@ -266,9 +266,13 @@ void WebViewManager::setEnvInGroups(const String& name, const String& value) {
 
 bool WebViewManager::setCapabilities(WebViewHandle handle, const String& text) {
   std::string problem;
-  const auto capabilities = Capabilities::read(text.toStdString(), problem);
-  if (WebView* webView = webViewForHandle(handle); webView && capabilities) {
-    webView->setCapabilities(*capabilities);
+  auto capabilities = Capabilities::read(text.toStdString(), problem);
+  if (!capabilities) {
+    informChromeOfError(concat("Capabilities: ", String(problem)));
+    return false;
+  }
+  if (WebView* webView = webViewForHandle(handle)) {
+    webView->setCapabilities(*std::move(capabilities));
     return true;
   }
   const IPCSenderWebView* remote = remoteWebViewForHandle(handle);

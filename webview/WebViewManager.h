@@ -63,7 +63,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   // The factory of processes for web views. Without one there can be none.
   void setRemoteHostFactory(RemoteHost::Factory factory) { makeRemoteHost_ = std::move(factory); }
   // Sets the capabilities of origins in a web view, in the format of Capabilities::read. False if
-  // the web view does not exist.
+  // the web view does not exist, or the text is malformed, which is reported to the chrome.
   bool setCapabilities(WebViewHandle handle, const String& text);
   // Sets an environment variable in every child process.
   void setEnvInGroups(const String& name, const String& value);
