@@ -6,12 +6,8 @@
 #include <utility>
 #include <vector>
 
-std::size_t EventBacklog::bytesOf(const Event& event) {
-  return (event.type ? nameOf(*event.type).length() : 0) + event.data.length();
-}
-
 void EventBacklog::push(Event event) {
-  bytes_ += bytesOf(event);
+  bytes_ += event.data.length();
   events_.push_back(std::move(event));
   if (events_.size() > mostEvents || bytes_ > mostBytes) drop();
 }
@@ -29,7 +25,7 @@ void EventBacklog::drop() {
   for (const Event& event : events_) {
     Size& size = kinds[kindOf(event)];
     ++size.events;
-    size.bytes += bytesOf(event);
+    size.bytes += event.data.length();
   }
   // The largest share with which everything fits.
   const auto shareOf = [&](std::size_t total, auto sizeOf) {
@@ -54,8 +50,8 @@ void EventBacklog::drop() {
     // The last one of a kind is kept, however large: it came in one message.
     if (size.events > 1 && (size.events > events || size.bytes > bytes)) {
       --size.events;
-      size.bytes -= bytesOf(event);
-      bytes_ -= bytesOf(event);
+      size.bytes -= event.data.length();
+      bytes_ -= event.data.length();
       ++dropped_;
     } else {
       kept.push_back(std::move(event));
@@ -66,7 +62,7 @@ void EventBacklog::drop() {
     return kept.size() > mostEvents / 4 * 3 || (bytes_ > mostBytes / 4 * 3 && kept.size() > 1);
   };
   for (; isTooMuch(); kept.pop_front()) {
-    bytes_ -= bytesOf(kept.front());
+    bytes_ -= kept.front().data.length();
     ++dropped_;
   }
   events_ = std::move(kept);
@@ -87,7 +83,7 @@ std::optional<EventBacklog::Event> EventBacklog::popAny() {
   if (events_.empty()) return std::nullopt;
   Event event = std::move(events_.front());
   events_.pop_front();
-  bytes_ -= bytesOf(event);
+  bytes_ -= event.data.length();
   return event;
 }
 

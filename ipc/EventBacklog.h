@@ -48,11 +48,10 @@ class EventBacklog {
   std::size_t takeDropped();
 
  private:
-  static std::size_t bytesOf(const Event& event);
   void drop();
 
   std::deque<Event> events_;
-  std::size_t bytes_ = 0;
+  std::size_t bytes_ = 0;  // of the data
   std::size_t dropped_ = 0;
   double tokens_ = burst;
   Clock::time_point refilled_{};

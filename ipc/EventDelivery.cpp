@@ -4,7 +4,6 @@
 #include "platform/loop/MessageClient.h"
 #include "platform/loop/MethodDelegate.h"
 #include "webview/WebViewManager.h"
-#include "webview/events/EventMessages.h"
 
 #include <glib.h>
 
@@ -27,9 +26,7 @@ std::size_t waitingDeliveries = 0;
 void deliver(const EventBacklog::Event& event) {
   // Errors are queued like events.
   if (!event.type) return WebViewManager::instance().informChromeOfError(event.data);
-  HandleOrvWebPostEventMessage message(event.handle, *event.type, event.data);
-  message.setInteger(event.integer);
-  WebViewManager::instance().handleMessage(message);
+  WebViewManager::instance().postEvent(event.handle, *event.type, event.data, event.integer);
 }
 
 }  // namespace

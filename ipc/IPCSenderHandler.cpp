@@ -173,6 +173,7 @@ void IPCSenderHandler::handleMessage(Message& message) {
   if (message.type() == HandleOrvWebPostEventMessage::messageType) {
     group->post({handle, event, happened.data(), message.integer()});
   } else {
-    manager.handleMessage(message);
+    static_cast<const HandleOrvWebSendEventMessage&>(message).answer(
+        manager.sendEvent(handle, *event, happened.data(), message.integer()));
   }
 }

@@ -9,7 +9,6 @@
 #include "platform/os/Vibrator.h"
 #include "registry/BindingManager.h"
 #include "webview/WebViewManager.h"
-#include "webview/events/EventMessages.h"
 #include "webview/events/Fields.h"
 
 #include <glib.h>
@@ -260,12 +259,9 @@ void WebView::handleWebEvent(OrvWebEvent* event) {
 }
 
 void WebView::post(EventType event, const String& data) {
-  WebViewManager::instance().handleMessage(HandleOrvWebPostEventMessage(handle_, event, data));
+  WebViewManager::instance().postEvent(handle_, event, data);
 }
 
 WebView::String WebView::send(EventType event, const String& data) {
-  HandleOrvWebSendEventMessage::Reply reply;
-  WebViewManager::instance().handleMessage(
-      HandleOrvWebSendEventMessage(handle_, event, data, &reply));
-  return reply.text();
+  return WebViewManager::instance().sendEvent(handle_, event, data);
 }

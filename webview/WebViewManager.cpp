@@ -14,7 +14,6 @@
 #include "webview/WebView.h"
 #include "webview/commands/IPCSenderWebView.h"
 #include "webview/events/EventFields.h"
-#include "webview/events/EventMessages.h"
 
 #include <algorithm>
 #include <cstring>
@@ -31,7 +30,6 @@ using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
 using Tessel::Platform::LogNotice;
 using Tessel::Platform::MainMessageClient;
-using Tessel::Platform::Message;
 using Tessel::Platform::MethodDelegate0;
 using Tessel::Platform::MethodDelegate1;
 using Tessel::Platform::MethodDelegate3;
@@ -264,9 +262,13 @@ void WebViewManager::setEnvInGroups(const String& name, const String& value) {
 
 bool WebViewManager::setCapabilities(WebViewHandle handle, const String& text) {
   std::string problem;
-  const auto capabilities = Capabilities::read(text.toStdString(), problem);
-  if (WebView* webView = webViewForHandle(handle); webView && capabilities) {
-    webView->setCapabilities(*capabilities);
+  auto capabilities = Capabilities::read(text.toStdString(), problem);
+  if (!capabilities) {
+    informChromeOfError(concat("Capabilities: ", String(problem)));
+    return false;
+  }
+  if (WebView* webView = webViewForHandle(handle)) {
+    webView->setCapabilities(*std::move(capabilities));
     return true;
   }
   const IPCSenderWebView* remote = remoteWebViewForHandle(handle);
@@ -346,20 +348,10 @@ void WebViewManager::informChromeOfError(const String& message) {
   sendChromeError(*root, message);
 }
 
-void WebViewManager::handleMessage(const Message& message) {
-  if (message.type() == HandleOrvWebPostEventMessage::messageType) {
-    handlePostedEvent(static_cast<const HandleOrvWebPostEventMessage&>(message));
-  } else if (message.type() == HandleOrvWebSendEventMessage::messageType) {
-    handleSentEvent(static_cast<const HandleOrvWebSendEventMessage&>(message));
-  }
-}
-
-void WebViewManager::handlePostedEvent(const HandleOrvWebPostEventMessage& message) {
-  const auto event = message.event();
-  if (!event) return;
-  const unsigned int handle = message.handle();
+void WebViewManager::postEvent(WebViewHandle handle, EventType event, const String& data,
+                               int integer) {
   const bool ofChrome = handle == rootHandle;
-  switch (*event) {
+  switch (event) {
     case EventType::Destroyed:
       if (ofChrome) return destroyWebView(rootHandle);
       break;
@@ -370,20 +362,18 @@ void WebViewManager::handlePostedEvent(const HandleOrvWebPostEventMessage& messa
       if (ofChrome) return;
       break;
     case EventType::InspectorMessage:
-      return inspector_->sendToFrontEnd(handle, message.data());
+      return inspector_->sendToFrontEnd(handle, data);
     case EventType::Created:
       if (!isCreated(handle)) markCreated(handle);
       break;
     default:
       break;
   }
-  sendChromePostEvent(rootWebView(), nameOf(*event), message.data(), handle, message.integer());
+  sendChromePostEvent(rootWebView(), nameOf(event), data, handle, integer);
 }
 
-void WebViewManager::handleSentEvent(const HandleOrvWebSendEventMessage& message) {
-  const auto event = message.event();
-  if (!event) return;
+String WebViewManager::sendEvent(WebViewHandle handle, EventType event, const String& data,
+                                 int integer) {
   const GuardedPin<WebView> root(rootWebViewFromAnyThread());
-  message.answer(sendChromeSendEvent(root.get(), nameOf(*event), message.data(), message.handle(),
-                                     message.integer()));
+  return sendChromeSendEvent(root.get(), nameOf(event), data, handle, integer);
 }

@@ -2,14 +2,14 @@
 // to the chrome, and ends the main loop with the last of them.
 //
 // UI thread, except for operations marked "any thread": allocating a handle, reporting an error to
-// the chrome, handling the message of a sent event.
+// the chrome, sending an event.
 #pragma once
 
 #include "engine/OrvWebEvent.h"
 #include "platform/base/String.h"
-#include "platform/channel/Message.h"
 #include "platform/loop/GuardedPointer.h"
 #include "webview/RemoteHost.h"
+#include "webview/events/EventType.h"
 
 #include <atomic>
 #include <functional>
@@ -63,7 +63,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   // The factory of processes for web views. Without one there can be none.
   void setRemoteHostFactory(RemoteHost::Factory factory) { makeRemoteHost_ = std::move(factory); }
   // Sets the capabilities of origins in a web view, in the format of Capabilities::read. False if
-  // the web view does not exist.
+  // the web view does not exist, or the text is malformed, which is reported to the chrome.
   bool setCapabilities(WebViewHandle handle, const String& text);
   // Sets an environment variable in every child process.
   void setEnvInGroups(const String& name, const String& value);
@@ -91,9 +91,10 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   // The inspectable web views and their front ends.
   WebInspectorClient& inspector() const { return *inspector_; }
 
-  // Handles the event messages of web views; other messages, and unknown events, are ignored.
-  // Posted events on the UI thread, sent ones on any.
-  void handleMessage(const Tessel::Platform::Message& message);
+  // Hands a web view's event on to the chrome, with a number that says more about it.
+  void postEvent(WebViewHandle handle, EventType event, const String& data, int integer = 0);
+  // The same, and returns the chrome's answer; empty if there is none. Any thread.
+  String sendEvent(WebViewHandle handle, EventType event, const String& data, int integer = 0);
 
   // The web view has closed; if that was requested by shutdown, it is destroyed.
   void finishClosing(WebViewHandle handle);
@@ -102,8 +103,6 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   WebViewManager();
 
   void createInProcessWebView(WebViewHandle handle, const String& windowGroup, int rotation);
-  void handlePostedEvent(const class HandleOrvWebPostEventMessage& message);
-  void handleSentEvent(const class HandleOrvWebSendEventMessage& message);
   bool createRemoteWebView(WebViewHandle handle, const std::string& windowGroup, int processGroup,
                            int rotation);
   void dropIfUnused(RemoteHost* host);

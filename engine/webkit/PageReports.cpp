@@ -186,6 +186,13 @@ String onWidth(WebKitPage& page, const Details& details) {
   return {};
 }
 
+template <typename... Parameters>
+String onForms(WebKitPage& page, void (PageForms::*handle)(Parameters...),
+               const std::type_identity_t<Parameters>&... details) {
+  if (page.parts() && page.client()) (page.parts()->forms.*handle)(details...);
+  return {};
+}
+
 String onVideoFullScreen(WebKitPage& page, const Details& details) {
   if (page.parts()) page.parts()->fullScreen.videoChanged(details.flag(0), details.text(1));
   return {};
@@ -268,12 +275,16 @@ String handleReport(WebKitPage& page, const link_protocol::PageReport& report) {
     case ReportKind::width:
       return onWidth(page, details);
     case ReportKind::fieldText:
+      return onForms(page, &PageForms::fieldText, details.text(0), details.text(1));
     case ReportKind::fieldLeft:
+      return onForms(page, &PageForms::endOffer);
     case ReportKind::typed:
+      return onForms(page, &PageForms::typed, details.values());
     case ReportKind::loginForm:
+      return onForms(page, &PageForms::loginForm, details.text(0), details.text(1));
     case ReportKind::login:
-      if (page.parts()) page.parts()->forms.take(report);
-      return {};
+      return onForms(page, &PageForms::loginSent,
+                     SavedLogin{details.text(0), details.text(1), details.text(2)});
     case ReportKind::lockOrientation:
       return onLockOrientation(page, details);
     case ReportKind::unlockOrientation:

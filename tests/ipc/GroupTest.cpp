@@ -12,6 +12,7 @@
 #include "tests/support/Processes.h"
 #include "tests/support/StandardErrorPipe.h"
 #include "tests/support/Waiting.h"
+#include "tests/webview/commands/HandmadeBlobs.h"
 #include "webview/commands/IPCSenderWebView.h"
 #include "webview/events/EventMessages.h"
 
@@ -34,6 +35,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using Testing::iterateUntil;
 using Testing::StandardErrorPipe;
+using ::testing::StartsWith;
 
 // The behaviour of children by group number; all others are well-behaved.
 enum Group : unsigned int {
@@ -171,6 +173,45 @@ TEST(GroupTest, ANewChildIsToldItsNetworkDevice) {
     ASSERT_TRUE(iterateUntil([&] { return chrome.manager.isCreated(view); }));
     chrome.callNative({"webview.loadURL", handle.c_str(), "about:blank"});
     EXPECT_EQ(chrome.callNative({"webview.title", handle.c_str()}), "eth7");
+  });
+}
+
+TEST(GroupTest, EventsOfAChildGoByTheirNamesAndUnknownOnesAreDropped) {
+  using namespace std::string_view_literals;
+  withChildren([](Chrome& chrome) {
+    const unsigned int view = chrome.create(1);
+    const pid_t process = chrome.processOf(view);
+    ASSERT_TRUE(iterateUntil([&] { return chrome.manager.isCreated(view); }));
+    chrome.events();
+    const auto receive = [&](int type, std::string_view name) {
+      auto blobs = test_support::blobsByHand(type, "iss");
+      blobs.bytes.at(0).replace(sizeof(MessageHeader), 4, test_support::wordOf(view));
+      blobs.bytes.at(1) = test_support::wordOf(view);
+      blobs.bytes.at(3) = name;
+      const auto message = blobs.deserialize();
+      ReplyBytes reply;
+      message->setReply(&reply);
+      message->setSenderPid(process);
+      IPCSenderHandler::instance().handleMessage(*message);
+      return reply.bytes();
+    };
+    constexpr int posted = HandleOrvWebPostEventMessage::messageType;
+    constexpr int sent = HandleOrvWebSendEventMessage::messageType;
+    chrome.page->answer = [](const FunctionCall& call) { return call.arguments[1]; };
+    for (const auto& unknown : {"Foc\0"sv, "focus\0"sv, "Focus\0Focus\0"sv, "\0"sv}) {
+      StandardErrorPipe log;
+      receive(posted, unknown);
+      EXPECT_EQ(receive(sent, unknown), "") << unknown;
+      EXPECT_THAT(log.read(), HasSubstr("has sent an unknown event of web view"));
+    }
+    EXPECT_TRUE(chrome.page->called.empty());
+    EXPECT_THAT(chrome.events(), IsEmpty());
+    receive(posted, "Focus\0"sv);
+    receive(posted, "PropertyTitleEvent\0"sv);
+    const std::string start = std::to_string(view);
+    EXPECT_THAT(chrome.events(), ElementsAre(StartsWith(start + " Focus "),
+                                             StartsWith(start + " PropertyTitleEvent ")));
+    EXPECT_EQ(receive(sent, "OpenWindow\0"sv), "OpenWindow\0"sv);
   });
 }
 

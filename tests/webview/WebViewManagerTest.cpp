@@ -2,9 +2,7 @@
 #include "platform/os/Settings.h"
 #include "tests/support/ChromeFixture.h"
 #include "tests/support/StandardErrorPipe.h"
-#include "tests/webview/commands/HandmadeBlobs.h"
 #include "webview/WebViewManager.h"
-#include "webview/events/EventMessages.h"
 
 #include <future>
 #include <thread>
@@ -27,17 +25,13 @@ class WebViewManagerTest : public test_support::ChromeFixture {
     EXPECT_EQ(callNative({"webview.delete", std::to_string(handle).c_str()}), "");
   }
   std::string send(unsigned int handle, EventType event) {
-    HandleOrvWebSendEventMessage::Reply reply;
-    manager.handleMessage(HandleOrvWebSendEventMessage(handle, event, "{}", &reply));
-    return reply.text().toStdString();
+    return manager.sendEvent(handle, event, "{}").toStdString();
   }
 };
 
 TEST_F(WebViewManagerTest, ChromeIsNotToldAboutItsOwnScripts) {
   const auto post = [&](unsigned int handle, EventType event) {
-    HandleOrvWebPostEventMessage message(handle, event, "{}");
-    message.setInteger(5);
-    manager.handleMessage(message);
+    manager.postEvent(handle, event, "{}", 5);
   };
   for (const EventType event : {EventType::JavaScriptResult, EventType::JavaScriptFunctionResult,
                                 EventType::JavaScriptCallback}) {
@@ -49,29 +43,6 @@ TEST_F(WebViewManagerTest, ChromeIsNotToldAboutItsOwnScripts) {
   post(1, EventType::Focus);
   EXPECT_EQ(page->posted.at(0).arguments.at(3), JavaScriptVariant(5));
   EXPECT_THAT(events(), ElementsAre("1 Focus {}"));
-  manager.handleMessage(Tessel::Platform::Message(1100));
-  EXPECT_THAT(events(), IsEmpty());
-}
-
-TEST_F(WebViewManagerTest, EventsOfOtherProcessesGoByTheirNamesAndUnknownOnesAreIgnored) {
-  using namespace std::string_view_literals;
-  auto blobs = test_support::blobsByHand(HandleOrvWebPostEventMessage::messageType, "iss");
-  std::string& name = blobs.bytes.at(3);
-  for (const auto& unknown : {"Foc\0"sv, "focus\0"sv, "Focus\0Focus\0"sv, "\0"sv}) {
-    name = unknown;
-    manager.handleMessage(*blobs.deserialize());
-    EXPECT_THAT(events(), IsEmpty()) << unknown;
-  }
-  name = "Focus\0"sv;
-  manager.handleMessage(*blobs.deserialize());
-  name = "PropertyTitleEvent\0"sv;
-  manager.handleMessage(*blobs.deserialize());
-  EXPECT_THAT(events(), ElementsAre(testing::StartsWith("77 Focus "),
-                                    testing::StartsWith("77 PropertyTitleEvent ")));
-  const auto sent =
-      test_support::blobsByHand(HandleOrvWebSendEventMessage::messageType, "iss").deserialize();
-  manager.handleMessage(*sent);
-  EXPECT_TRUE(page->called.empty());
 }
 
 TEST_F(WebViewManagerTest, SentEventsAreAnsweredByTheChromeOnAnyThreadAndNotFiltered) {

@@ -2,6 +2,7 @@
 #include "webview/events/EventForwarding.h"
 
 #include "engine/OrvWebView.h"
+#include "registry/Arguments.h"
 #include "registry/BindingManager.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
@@ -9,9 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstdlib>
-#include <limits>
 
 using Tessel::Platform::String;
 
@@ -126,14 +124,13 @@ void AnswerErrors::report(const char* word) const {
 }
 
 bool webViewFrom(const char* handle, const AnswerErrors& errors, OrvWebView*& view) {
-  errno = 0;
-  const unsigned long long number = std::strtoull(handle, nullptr, 10);
-  if (errno == ERANGE || errno == EINVAL || number > std::numeric_limits<unsigned int>::max()) {
+  unsigned int number = 0;
+  if (!arguments::Value<unsigned int>::parse(handle, number)) {
     errors.report(handle);
     return false;
   }
   WebViewManager& manager = WebViewManager::instance();
-  view = manager.webViewForHandle(static_cast<unsigned int>(number));
+  view = manager.webViewForHandle(number);
   if (!view) {
     manager.informChromeOfError(
         Tessel::Platform::concat("Can't get webview for this handle: ", handle));

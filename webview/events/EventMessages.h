@@ -1,4 +1,4 @@
-// Messages that carry web view events and errors to the manager of the process with the chrome.
+// Messages that carry web view events and errors of a child to the process with the chrome.
 // Plain values; see Message for ownership.
 #pragma once
 
@@ -16,10 +16,8 @@ class WebEventMessage
   using String = Tessel::Platform::String;
 
   unsigned int handle() const { return field<0>(); }
-  // None if another process has sent an unknown name.
-  std::optional<EventType> event() const {
-    return event_ ? event_ : eventTypeFromName(name().view());
-  }
+  // None for an unknown name: the sender is not trusted.
+  std::optional<EventType> event() const { return eventTypeFromName(name().view()); }
   String data() const { return field<2>().toString(); }
   String description() const override {
     return Tessel::Platform::concat("event \"", name(), "\" of web view ",
@@ -30,12 +28,10 @@ class WebEventMessage
   explicit WebEventMessage(int type) : IPCMessage(type) {}
   WebEventMessage(int type, Tessel::Platform::MessageReplyBuffer* reply, unsigned int handle,
                   EventType event, String data)
-      : IPCMessage(type, reply, handle, nameOf(event), std::move(data)), event_(event) {}
+      : IPCMessage(type, reply, handle, nameOf(event), std::move(data)) {}
 
  private:
   String name() const { return field<1>().toString(); }
-
-  std::optional<EventType> event_;  // unless it came from another process
 };
 
 class HandleOrvWebPostEventMessage final : public WebEventMessage {

@@ -82,16 +82,7 @@ bool readRecord(const String& json, Record& record) {
   return fields::readText<fields::Reading::Strict>(json, record);
 }
 
-template <typename Record>
-Record recordFromJSON(const String& json) {
-  Record record{};
-  readRecord(json, record);
-  return record;
-}
-
-#define READABLE(...)                                                \
-  template bool readRecord(const String& json, __VA_ARGS__& record); \
-  template __VA_ARGS__ recordFromJSON(const String& json);
+#define READABLE(...) template bool readRecord(const String& json, __VA_ARGS__& record);
 READABLE(OrvWebRect)
 READABLE(OrvWebPoint)
 READABLE(OrvWebSize)
@@ -99,4 +90,3 @@ READABLE(OrvWebFavicon)
 READABLE(std::vector<OrvWebHistoryItem>)
 READABLE(std::vector<String>)
 #undef READABLE
-template std::vector<JavaScriptVariant> recordFromJSON(const String& json);

@@ -11,19 +11,15 @@
 // Maximum length in bytes; native calls cannot carry longer texts. Longer ones do not parse.
 inline constexpr std::size_t maximumRecordText = fields::longestText;
 
-// The record, or its default value if the text is malformed JSON, lacks a member or has one of a
-// wrong type. Unknown members are ignored; of duplicates, the first counts. Numbers are truncated
-// to integers and clamped to int.
+// False, without effect, if the text is malformed JSON, lacks a member or has one of a wrong type.
+// Unknown members are ignored; of duplicates, the first counts. Numbers are truncated to integers
+// and clamped to int.
 //
 // In arrays, elements of a wrong type are skipped; in a history they are empty entries. Integers
 // out of int's range are skipped in arrays of values.
 //
 // Instantiated for OrvWebRect, OrvWebPoint, OrvWebSize, OrvWebFavicon and for vectors of
 // OrvWebHistoryItem, String and JavaScriptVariant.
-template <typename Record>
-Record recordFromJSON(const Tessel::Platform::String& json);
-
-// The same; false if the text does not parse.
 template <typename Record>
 bool readRecord(const Tessel::Platform::String& json, Record& record);
 template <>

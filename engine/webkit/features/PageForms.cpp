@@ -30,38 +30,12 @@ PageForms::~PageForms() {
   g_signal_handlers_disconnect_by_data(view_, this);
 }
 
-void PageForms::take(const link_protocol::PageReport& report) {
-  using link_protocol::ReportKind;
-  if (!page_.client()) return;
-  const Details& details = report.details;
-  switch (report.kind) {
-    case ReportKind::fieldText:
-      if (details.size() >= 2) fieldText(details);
-      break;
-    case ReportKind::fieldLeft:
-      endOffer();
-      break;
-    case ReportKind::typed:
-      if (details.size() >= 2) typed(details);
-      break;
-    case ReportKind::loginForm:
-      if (details.size() >= 2) loginForm(details);
-      break;
-    case ReportKind::login:
-      if (details.size() >= 3) loginSent(details);
-      break;
-    default:
-      break;
-  }
-}
-
-void PageForms::fieldText(const Details& details) {
+void PageForms::fieldText(const String& name, const String& beginning) {
   if (isForgetful(view_) || !page_.client()->settings().isEnableFormAutofill ||
       !page_.wants(OrvWebEvent::FormAutofillRequestEvent)) {
     return;
   }
-  auto items =
-      page_.services().formHistory.offered(details[0].stringValue(), details[1].stringValue());
+  auto items = page_.services().formHistory.offered(name, beginning);
   if (items.empty()) return endOffer();
   if (offering_ && items == offered_) return;
   offering_ = true;
@@ -87,7 +61,7 @@ void PageForms::fill(const String& text) {
   if (offering_) page_.act(PageAction::fillText, {text});
 }
 
-void PageForms::typed(const Details& details) {
+void PageForms::typed(const std::vector<JavaScriptVariant>& details) {
   if (isForgetful(view_) || !page_.client()->settings().isEnableFormAutofill) return;
   std::vector<std::pair<String, String>> texts;
   for (std::size_t i = 0; i + 1 < details.size(); i += 2) {
@@ -100,16 +74,15 @@ bool PageForms::savesLogins() const {
   return !isForgetful(view_) && page_.client()->settings().isEnableCredentialAutofill;
 }
 
-void PageForms::loginForm(const Details& details) {
+void PageForms::loginForm(const String& origin, const String& username) {
   if (!savesLogins()) return;
-  const String origin = details[0].stringValue();
   // A document may report before the engine reports its commit; its own claim of an origin is not
   // enough to give it a password.
   if (origin != originOf(page_.loadControl().shownAddress())) {
     waitingOrigin_ = origin;
     return;
   }
-  fillLogin(origin, details[1].stringValue());
+  fillLogin(origin, username);
 }
 
 void PageForms::fillLogin(const String& origin, const String& username) {
@@ -120,12 +93,11 @@ void PageForms::fillLogin(const String& origin, const String& username) {
   }
 }
 
-void PageForms::loginSent(const Details& details) {
-  const String origin = details[0].stringValue();
-  if (!savesLogins() || !isOfServer(origin) ||
-      origin != originOf(page_.loadControl().shownAddress()))
+void PageForms::loginSent(const SavedLogin& login) {
+  if (!savesLogins() || !isOfServer(login.place) ||
+      login.place != originOf(page_.loadControl().shownAddress()))
     return;
-  prompts_.offerToSave({origin, details[1].stringValue(), details[2].stringValue()});
+  prompts_.offerToSave(login);
 }
 
 void PageForms::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, PageForms* self) {

@@ -4,7 +4,6 @@
 
 #include "engine/JavaScriptVariant.h"
 #include "engine/autofill/PasswordStore.h"
-#include "engine/webkit/link/Frame.h"
 
 #include <webkit2/webkit2.h>
 
@@ -23,21 +22,19 @@ class PageForms {
   PageForms(const PageForms&) = delete;
   PageForms& operator=(const PageForms&) = delete;
 
-  // Handles a report about forms and ignores others. The page may be closed afterwards.
-  void take(const link_protocol::PageReport& report);
+  // What the module reports, while the page has a client. The page may be closed afterwards.
+  void fieldText(const String& name, const String& beginning);
+  void endOffer();
+  // Names and texts in turn.
+  void typed(const std::vector<JavaScriptVariant>& details);
+  void loginForm(const String& origin, const String& username);
+  void loginSent(const SavedLogin& login);
   // Fills the field for which suggestions are offered; ignored when there is none.
   void fill(const String& text);
 
  private:
-  using Details = std::vector<JavaScriptVariant>;
-
   static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, PageForms* self);
 
-  void fieldText(const Details& details);
-  void typed(const Details& details);
-  void loginForm(const Details& details);
-  void loginSent(const Details& details);
-  void endOffer();
   void fillLogin(const String& origin, const String& username);
   bool savesLogins() const;
 

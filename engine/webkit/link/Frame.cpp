@@ -234,8 +234,10 @@ auto fieldsOf(Record& record) {
   }
 }
 
+}  // namespace
+
 template <typename Record>
-std::string encodeRecord(const Record& record) {
+std::string encode(const Record& record) {
   std::string payload;
   Writer writer(payload);
   std::apply([&](const auto&... field) { (describe(writer, field), ...); }, fieldsOf(record));
@@ -243,74 +245,25 @@ std::string encodeRecord(const Record& record) {
 }
 
 template <typename Record>
-bool decodeRecord(std::string_view payload, Record& record) {
+bool decode(std::string_view payload, Record& record) {
   Reader reader(payload);
   std::apply([&](auto&... field) { (describe(reader, field), ...); }, fieldsOf(record));
   return reader.finished();
 }
 
-}  // namespace
-
-std::string encode(const FunctionCall& call) {
-  return encodeRecord(call);
-}
-std::string encode(const PostedCall& call) {
-  return encodeRecord(call);
-}
-std::string encode(const JavaScriptVariant& value) {
-  return encodeRecord(value);
-}
-std::string encode(const PageSetup& setup) {
-  return encodeRecord(setup);
-}
-std::string encode(const PageReport& report) {
-  return encodeRecord(report);
-}
-std::string encode(const ActionCall& call) {
-  return encodeRecord(call);
-}
-std::string encode(const ResourceDecision& decision) {
-  return encodeRecord(decision);
-}
-std::string encode(const DialogQuestion& question) {
-  return encodeRecord(question);
-}
-std::string encode(const DialogAnswer& answer) {
-  return encodeRecord(answer);
-}
-std::string encode(const NativeArguments& arguments) {
-  return encodeRecord(arguments);
-}
-
-bool decode(std::string_view payload, FunctionCall& call) {
-  return decodeRecord(payload, call);
-}
-bool decode(std::string_view payload, PostedCall& call) {
-  return decodeRecord(payload, call);
-}
-bool decode(std::string_view payload, JavaScriptVariant& value) {
-  return decodeRecord(payload, value);
-}
-bool decode(std::string_view payload, PageSetup& setup) {
-  return decodeRecord(payload, setup);
-}
-bool decode(std::string_view payload, PageReport& report) {
-  return decodeRecord(payload, report);
-}
-bool decode(std::string_view payload, ActionCall& call) {
-  return decodeRecord(payload, call);
-}
-bool decode(std::string_view payload, ResourceDecision& decision) {
-  return decodeRecord(payload, decision);
-}
-bool decode(std::string_view payload, DialogQuestion& question) {
-  return decodeRecord(payload, question);
-}
-bool decode(std::string_view payload, DialogAnswer& answer) {
-  return decodeRecord(payload, answer);
-}
-bool decode(std::string_view payload, NativeArguments& arguments) {
-  return decodeRecord(payload, arguments);
-}
+#define PAYLOAD(Record)                       \
+  template std::string encode(const Record&); \
+  template bool decode(std::string_view, Record&);
+PAYLOAD(FunctionCall)
+PAYLOAD(PostedCall)
+PAYLOAD(JavaScriptVariant)
+PAYLOAD(PageSetup)
+PAYLOAD(PageReport)
+PAYLOAD(ActionCall)
+PAYLOAD(ResourceDecision)
+PAYLOAD(DialogQuestion)
+PAYLOAD(DialogAnswer)
+PAYLOAD(NativeArguments)
+#undef PAYLOAD
 
 }  // namespace link_protocol

@@ -14,6 +14,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace link_protocol {
@@ -152,27 +153,11 @@ struct ResourceDecision {
 // A native call's arguments; nothing stands for null and undefined.
 using NativeArguments = std::vector<std::optional<std::string>>;
 
-std::string encode(const FunctionCall& call);
-std::string encode(const PostedCall& call);
-std::string encode(const JavaScriptVariant& value);
-std::string encode(const PageSetup& setup);
-std::string encode(const PageReport& report);
-std::string encode(const ActionCall& call);
-std::string encode(const ResourceDecision& decision);
-std::string encode(const DialogQuestion& question);
-std::string encode(const DialogAnswer& answer);
-std::string encode(const NativeArguments& arguments);
-
+// Defined for each kind of payload: the records above, FunctionCall and JavaScriptVariant.
+template <typename Record>
+std::string encode(const Record& record);
 // False when the payload is malformed; the result is then of no use.
-bool decode(std::string_view payload, FunctionCall& call);
-bool decode(std::string_view payload, PostedCall& call);
-bool decode(std::string_view payload, JavaScriptVariant& value);
-bool decode(std::string_view payload, PageSetup& setup);
-bool decode(std::string_view payload, PageReport& report);
-bool decode(std::string_view payload, ActionCall& call);
-bool decode(std::string_view payload, ResourceDecision& decision);
-bool decode(std::string_view payload, DialogQuestion& question);
-bool decode(std::string_view payload, DialogAnswer& answer);
-bool decode(std::string_view payload, NativeArguments& arguments);
+template <typename Record>
+bool decode(std::string_view payload, Record& record);
 
 }  // namespace link_protocol

@@ -87,11 +87,6 @@ void ContentScript::watch(std::uint32_t watched) {
 
 std::string ContentScript::act(const link_protocol::ActionCall& call) {
   if (!context_) return {};
-  std::vector<ObjectPointer<JSCValue>> held;
-  std::vector<JSCValue*> arguments;
-  for (const JavaScriptVariant& argument : call.arguments) {
-    held.emplace_back(toScript(context_.get(), argument));
-    arguments.push_back(held.back().get());
-  }
-  return run(call.action, std::move(arguments));
+  ScriptArguments arguments = toScript(context_.get(), call.arguments);
+  return run(call.action, std::move(arguments.values));
 }

@@ -101,6 +101,14 @@ JSCValue* toScript(JSCContext* context, const JavaScriptVariant& value) {
   }
 }
 
+ScriptArguments toScript(JSCContext* context, const std::vector<JavaScriptVariant>& arguments) {
+  ScriptArguments result;
+  for (const JavaScriptVariant& argument : arguments) {
+    result.values.push_back(result.held.emplace_back(toScript(context, argument)).get());
+  }
+  return result;
+}
+
 JavaScriptVariant fromScript(JSCValue* value) {
   if (jsc_value_is_undefined(value)) return {};
   if (jsc_value_is_null(value)) return JavaScriptVariant::null();
@@ -157,15 +165,9 @@ JavaScriptVariant callPageFunction(JSCContext* context, const PageFunctions& fun
     problem = takeException(context);
     return {};
   }
-  std::vector<ObjectPointer<JSCValue>> arguments;
-  std::vector<JSCValue*> parameters;
-  arguments.reserve(call.arguments.size());
-  for (const JavaScriptVariant& argument : call.arguments) {
-    arguments.emplace_back(toScript(context, argument));
-    parameters.push_back(arguments.back().get());
-  }
+  ScriptArguments arguments = toScript(context, call.arguments);
   ObjectPointer<JSCValue> result(jsc_value_object_invoke_methodv(
-      holder.get(), name, static_cast<guint>(parameters.size()), parameters.data()));
+      holder.get(), name, static_cast<guint>(arguments.values.size()), arguments.values.data()));
   problem = takeException(context);
   if (!problem.empty()) {
     problem = joined(call.path).toStdString() + ": " + problem;

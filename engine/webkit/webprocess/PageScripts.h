@@ -9,6 +9,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 // An exception that is pending in a context as one line of text, and clears it; empty when there
 // is none.
@@ -31,6 +32,12 @@ PageFunctions makePageFunctions(JSCContext* context);
 std::string bytesOf(JSCValue* text);
 
 JSCValue* toScript(JSCContext* context, const JavaScriptVariant& value);
+// The arguments of a call: what the values point to is held.
+struct ScriptArguments {
+  std::vector<ObjectPointer<JSCValue>> held;
+  std::vector<JSCValue*> values;
+};
+ScriptArguments toScript(JSCContext* context, const std::vector<JavaScriptVariant>& arguments);
 // Strings must be well formed.
 JavaScriptVariant fromScript(JSCValue* value);
 // The value of one of our own scripts, which sees the numbers of the tables as Report.name and
