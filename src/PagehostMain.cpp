@@ -49,6 +49,7 @@ using Tessel::Platform::MongooseHttpServer;
 using Tessel::Platform::platformCrash;
 using Tessel::Platform::Settings;
 using Tessel::Platform::String;
+using Tessel::Platform::traceStart;
 using Tessel::Platform::Graphics::GtkWindowSystem;
 using Tessel::Platform::Graphics::WindowSystem;
 
@@ -88,12 +89,14 @@ void pagehost_main(int argc, char** argv) {
     logAlways(LogError, "Could not spawn child launcher");
     std::exit(EXIT_FAILURE);
   }
+  traceStart("launcher of child processes forked");
   Settings& settings = Settings::instance();
   settings.setNumberOfBackingStoreFrontBuffers(0);
   settings.setChromeProcess(true);
   settings.setApplicationSandbox("chrome");
 
   Tessel::Platform::probeSandbox();
+  traceStart("sandbox probed");
   auto* client = new MainMessageClient(3, -1);
   if (MainMessageClient::instance() != client) platformCrash("src/main", 40, "pagehost_main");
 
@@ -102,10 +105,12 @@ void pagehost_main(int argc, char** argv) {
   auto windows = GtkWindowSystem::create();
   if (!windows) giveUp(noDisplay);
   WindowSystem::install(std::move(windows));
+  traceStart("display connected");
   if (const char* seconds = std::getenv(hidePointerVariable)) {
     Tessel::Platform::Graphics::hidePointerAfter(std::atoi(seconds));
   }
   startEngine(settings.applicationSandbox(), true);
+  traceStart("engine started");
   shareCookiesWithChildren();
   MongooseHttpServer::instance()->setFrontEnd(EngineInspector::frontEndResources);
 
@@ -149,6 +154,7 @@ void pagehost_main(int argc, char** argv) {
 
   for (const int signal : {SIGTERM, SIGINT}) g_unix_signal_add(signal, onEndSignal, nullptr);
   std::optional<Watchdog> watchdog(std::in_place, std::move(serviceManager), *root);
+  traceStart("main loop entered");
   const int status = client->run();
   watchdog.reset();
   services.reset();

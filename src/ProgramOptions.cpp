@@ -57,7 +57,6 @@ bool isOneOf(std::string_view text) {
 }
 constexpr std::string_view rotationWords[] = {"top_up", "left_up", "right_up"};
 constexpr std::string_view sandboxWords[] = {"on", "off", "auto"};
-constexpr std::string_view levelWords[] = {"error", "notice"};
 constexpr std::string_view onWords[] = {"1", "true", "yes", "on"};
 constexpr std::string_view offWords[] = {"0", "false", "no", "off"};
 
@@ -139,10 +138,10 @@ constexpr Row rows[] = {
      {watchdogVariable},
      isSwitch,
      "true or false"},
-    {{"log-level", "WORD", "What is logged: error, or notice for everything."},
+    {{"log-level", "WORD", "What is logged: error, notice, or trace for the steps of a start too."},
      {Tessel::Platform::logLevelVariable},
-     isOneOf<levelWords>,
-     "error or notice"},
+     isOneOf<Tessel::Platform::logLevelWords>,
+     "error, notice or trace"},
 };
 
 // The file that was named, for viewers, which read it as well.

@@ -12,7 +12,7 @@ packages_run=(libegl-mesa0 libgl1-mesa-dri fonts-dejavu-core ca-certificates x11
 packages_headless=(xvfb imagemagick)
 packages_test=(libgtest-dev libgmock-dev libxtst-dev nodejs dbus-daemon openssl python3-minimal)
 # The library of the benchmarks, and what figures are compared with.
-packages_bench=(libbenchmark-dev libsystemd-dev procps surf)
+packages_bench=(libbenchmark-dev libsystemd-dev libxtst-dev procps surf)
 # For tools/fuzz.
 packages_fuzz=(clang libgtest-dev libgmock-dev)
 packages_lint=(git clang-format clang-tidy shellcheck)

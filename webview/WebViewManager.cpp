@@ -35,6 +35,7 @@ using Tessel::Platform::MethodDelegate1;
 using Tessel::Platform::MethodDelegate3;
 using Tessel::Platform::Settings;
 using Tessel::Platform::String;
+using Tessel::Platform::traceStart;
 using Tessel::Platform::Graphics::Screen;
 using Tessel::Platform::Graphics::Window;
 
@@ -93,6 +94,7 @@ WebViewManager::WebViewHandle WebViewManager::createWebView(const std::string& w
     informChromeOfError("No web view is created: the application is shutting down.");
     return 0;
   }
+  traceStart("web view requested");
   const WebViewHandle handle = ++lastHandle_;
   const int rotation = Screen::primaryScreen().rotation();
   // Those of other processes are entered when they are there.
@@ -179,6 +181,7 @@ void WebViewManager::createInProcessWebView(WebViewHandle handle, const String& 
   if (handle == rootHandle) publishRoot(webView);
   if (!webView->initialize(windowGroup, rotation)) reportNoWindowGroup(handle, windowGroup);
   inspector_->addInspectable(handle);
+  traceStart("web view made");
 }
 
 void WebViewManager::destroyWebView(WebViewHandle handle) {

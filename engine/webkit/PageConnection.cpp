@@ -2,6 +2,7 @@
 #include "engine/webkit/PageConnection.h"
 
 #include "engine/webkit/PageReports.h"
+#include "platform/base/Log.h"
 
 #include <algorithm>
 #include <array>
@@ -66,6 +67,7 @@ gboolean PageConnection::onEngineMessage(WebKitWebView*, WebKitUserMessage* mess
 }
 
 void PageConnection::ready(std::shared_ptr<PageLink> link) {
+  Tessel::Platform::traceStart("page connected");
   if (setup_.drivesApplication) link->serveInEveryWait();
   // The module asks for it next.
   refreshSetup();

@@ -19,6 +19,7 @@ using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
 using Tessel::Platform::LogNotice;
 using Tessel::Platform::String;
+using Tessel::Platform::traceStart;
 
 namespace {
 
@@ -208,9 +209,19 @@ void PageLoad::forgetDestination() {
 
 void PageLoad::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, PageLoad* self) {
   const auto held = self->page_.shared_from_this();
-  if (event == WEBKIT_LOAD_STARTED) self->loadStarted();
-  if (event == WEBKIT_LOAD_COMMITTED) self->loadCommitted();
-  if (event == WEBKIT_LOAD_FINISHED) self->loadFinished();
+  switch (event) {
+    case WEBKIT_LOAD_STARTED:
+      traceStart("load started");
+      return self->loadStarted();
+    case WEBKIT_LOAD_COMMITTED:
+      traceStart("document committed");
+      return self->loadCommitted();
+    case WEBKIT_LOAD_FINISHED:
+      traceStart("load finished");
+      return self->loadFinished();
+    default:
+      return;
+  }
 }
 
 void PageLoad::loadStarted() {
