@@ -170,6 +170,12 @@ export interface OrvWebHistoryItem {
   title: string;
   url: string;
 }
+export interface OrvWebMemoryExcess {
+  bytes: number;
+  limit: number;
+  process: number;
+  reason: string;
+}
 export interface OrvWebPageSecurityBasicInfo {
   location: string;
   secured: boolean;
@@ -189,6 +195,12 @@ export interface OrvWebRect {
   width: number;
   x: number;
   y: number;
+}
+export interface OrvWebRetry {
+  delay: number;
+  reason: string;
+  url: string;
+  whenShown: boolean;
 }
 export interface OrvWebSize {
   height: number;
@@ -751,6 +763,9 @@ export interface ChromeEvents {
   NotificationCancel: OrvWebNotificationCancelEvent;
   UnhandledKeyInput: OrvWebUnhandledKeyInputEvent;
   TypeMax: '';
+  ProcessCrash: '';
+  ReloadScheduled: OrvWebRetry;
+  MemoryExceeded: OrvWebMemoryExcess;
 }
 
 /** The events that wait for an answer. */
@@ -919,6 +934,14 @@ export interface ApplicationListener {
   onWindowLock?(): void;
   /** The screen was unlocked. */
   onWindowUnlock?(): void;
+  /** The screen has gone dark. Raised after application.watchScreen, as the next three. */
+  onScreenBlank?(): void;
+  /** The screen shows pictures again. */
+  onScreenWake?(): void;
+  /** Nobody has used keyboard, pointer or touch screen for the time that was asked for. */
+  onUserIdle?(): void;
+  /** Somebody uses them again. */
+  onUserActive?(): void;
   /** The language of the user has changed, such as en_US. */
   onLanguageChange?(language: string): void;
   /** The region of the user has changed, such as en_US. */
@@ -1097,6 +1120,14 @@ export interface NativeFunctions {
   'application.setKeyboardFocus'(value: Numeric): '';
   /** Real, desktop. The part of a host name that somebody has registered: example.co.uk for www.example.co.uk. Empty where there is none, as of an address in numbers. */
   'application.getRegisteredDomain'(host: string): string;
+  /** Real, desktop. Switches the screen off by the display's power management, or else blanks it by the display's screen saver; input lights it again. The result is 0, with an error, where the display can do neither. */
+  'application.blankScreen'(): BooleanText;
+  /** Real, desktop. Lights the screen again, and starts the idle time anew. The result is 0, with an error, where the display cannot. */
+  'application.wakeScreen'(): BooleanText;
+  /** Real, desktop. Milliseconds since somebody has used keyboard, pointer or touch screen; -1, with an error, where the display does not tell. */
+  'application.idleTime'(): NumberText;
+  /** Real, desktop. Raises onScreenBlank and onScreenWake from now on, and onUserIdle when nobody has used the display for so many seconds, and onUserActive afterwards. 0 leaves the last two out, a negative number ends all four. The result is 0, with an error, where the display does not tell. */
+  'application.watchScreen'(idleSeconds: Numeric): BooleanText;
   /** Real, desktop. What confines the processes of web pages: "bubblewrap", the engine's sandbox; "landlock", weaker, where the system has no namespaces for it; "none", when it was switched off or nothing works. */
   'application.sandbox'(): string;
   /** Real, programs. Ends a viewer as closing its window does; onViewerStopped follows. */
@@ -1267,6 +1298,8 @@ export interface NativeFunctions {
   'webview.enableOrvJavaScriptObject'(view: Numeric, enabled: Flag): '';
   /** Real, views. Who vouches for the page's server, in words; empty for a page without encryption. The engine does not tell the cipher. */
   'webview.encryptionInfo'(view: Numeric): string;
+  /** Real, views. Ends the process of the page, and of the pages that share it, as if it had crashed; see setAutoReload. With a limit above 0, in bytes, it counts as having taken too much memory, with the bytes that it has taken, and MemoryExceeded tells so. */
+  'webview.endProcess'(view: Numeric, limit?: Numeric, taken?: Numeric): '';
   /** Real, views. A JSON object with a member, true, for the name of every event and property event. */
   'webview.eventNames'(view: Numeric): string;
   /** Real, views. Runs a script in the page, or beside it in a world of its own (IsolatedWorld). The result is a number; JavaScriptResult brings the value under it. NoWorld runs nothing. */
@@ -1511,6 +1544,8 @@ export interface NativeFunctions {
   'webview.setApplicationOrientation'(view: Numeric, degrees: Numeric): '';
   /** Kept, views. The value is kept; the engine slows hidden pages down by itself. */
   'webview.setAutoDeferNetworkingAndJavaScript'(view: Numeric, enabled: Flag): '';
+  /** Real, views. Whether a page is loaded again by itself when its load fails, a server's error status included, or its process ends: after a second, then after pauses that double up to a minute, a hidden page when it is shown. ReloadScheduled tells of each time. Every other load, webview.stop and the value 0 end it. Until this is called, only a page whose process has taken too much memory is loaded again. */
+  'webview.setAutoReload'(view: Numeric, enabled: Flag): '';
   /** Real, views. The colour behind the page, 0xAARRGGBB as a decimal number. */
   'webview.setBackgroundColor'(view: Numeric, color: Numeric): '';
   /** Kept, views. The value is kept; the engine always lays zoomed pages out anew. */

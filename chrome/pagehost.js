@@ -26,7 +26,7 @@ const EVERY_VIEW = 0;
 const ROOT = 1;
 
 /** Nobody has to enable these, and the host's own are not the engine's to enable. */
-const ALWAYS_SENT = new Set(['Created', 'Destroyed', 'ProcessCrash']);
+const ALWAYS_SENT = new Set(['Created', 'Destroyed', 'ProcessCrash', 'ReloadScheduled', 'MemoryExceeded']);
 const isPropertyEvent = (name) => /^Property.+Event$/.test(name);
 
 /** Property values cross as text; these are worth more as something else. */

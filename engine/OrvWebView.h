@@ -72,6 +72,10 @@ class OrvWebView : private PageClient {
   void loadStringWithBase(const String& text, const String& baseURL, const String& mimeType);
   void reload();
   void stop();
+  // See Page::setAutoReload and Page::endProcess. With a number of bytes the program's memory has
+  // exceeded that limit, of which the page's process takes the second number.
+  void setAutoReload(bool enabled);
+  void endProcess(unsigned long long limit, unsigned long long taken);
   void goBack();
   void goForward();
   std::vector<OrvWebHistoryItem> historyList();
@@ -366,6 +370,9 @@ class OrvWebView : private PageClient {
   void drivingDocumentLoaded() override {}
   void gaveUp() override {}
   void alive() override {}
+  void retryScheduled(const OrvWebRetry&) override {}
+  void memoryExceeded(const OrvWebMemoryExcess&) override {}
+  void processStarted(int) override {}
 
  private:
   // Events that must not be raised inside the call that causes them come from the main loop, and

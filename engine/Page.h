@@ -86,6 +86,12 @@ class PageClient {
   virtual void gaveUp() = 0;
   // The answer to Page::askWhetherAlive().
   virtual void alive() = 0;
+  // The page is loaded again by itself; see Page::setAutoReload.
+  virtual void retryScheduled(const OrvWebRetry& retry) = 0;
+  // The page's process is ended because of its memory. The end follows as any other's does.
+  virtual void memoryExceeded(const OrvWebMemoryExcess& excess) = 0;
+  // Which process has the page now.
+  virtual void processStarted(int pid) = 0;
   // The page has agreed to be closed, as tryClose asked.
   virtual void closeAllowed() = 0;
   // The certificates that the user has accepted, by host.
@@ -123,6 +129,13 @@ class Page {
   virtual void loadText(const String& text, const String& mimeType, const String& baseURL) = 0;
   virtual void reload() = 0;
   virtual void stop() = 0;
+  // Whether a load that fails, and a page whose process ends, are loaded again by themselves, with
+  // the delays of Retries, a hidden page when it is shown. Until this is called, only a page whose
+  // process has taken too much memory is. Any other load ends it.
+  virtual void setAutoReload(bool enabled) = 0;
+  // Ends the page's process, and with it the pages that share it; the failure follows as of a
+  // crash. With an excess that is the reason.
+  virtual void endProcess(const OrvWebMemoryExcess* excess) = 0;
   virtual void goBack() = 0;
   virtual void goForward() = 0;
   virtual std::vector<OrvWebHistoryItem> history() = 0;

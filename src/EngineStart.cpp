@@ -107,7 +107,7 @@ void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies) {
   // Never destroyed: pages may outlive any scope.
   static WebKitEngine* engine =
       WebKitEngine::create({modules, localRoot(), applicationFolder() + dataName.toStdString(),
-                            keepsCookies, sandbox},
+                            keepsCookies, sandbox, memoryLimit(webProcessMemoryVariable)},
                            problem)
           .release();
   if (!engine) giveUp(problem);

@@ -27,6 +27,7 @@
 #include "src/ChildWindows.h"
 #include "src/ChromeCapabilities.h"
 #include "src/EngineStart.h"
+#include "src/MemoryWatch.h"
 #include "src/NavigatorServices.h"
 #include "src/ProgramOptions.h"
 #include "src/Watchdog.h"
@@ -36,6 +37,7 @@
 #include <glib-unix.h>
 
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <optional>
 #include <utility>
@@ -154,8 +156,13 @@ void pagehost_main(int argc, char** argv) {
 
   for (const int signal : {SIGTERM, SIGINT}) g_unix_signal_add(signal, onEndSignal, nullptr);
   std::optional<Watchdog> watchdog(std::in_place, std::move(serviceManager), *root);
+  std::optional<MemoryWatch> memory;
+  if (const unsigned int limit = memoryLimit(memoryVariable)) {
+    memory.emplace(std::uint64_t{limit} << 20);
+  }
   traceStart("main loop entered");
   const int status = client->run();
+  memory.reset();
   watchdog.reset();
   services.reset();
   logAlways(LogNotice, "Exit %s: %d", argv[0], status);

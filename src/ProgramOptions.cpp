@@ -29,6 +29,9 @@ namespace {
 constexpr const char* systemFile = "/etc/pagehost/pagehost.conf";
 constexpr std::size_t longestProfileName = 64;
 constexpr int longestPause = 86400;  // seconds: one day
+// Mebibytes. An empty page takes half of the smallest.
+constexpr unsigned int smallestMemory = 64;
+constexpr unsigned int largestMemory = 1u << 20;
 
 bool leavesUnknown = false;
 
@@ -77,6 +80,10 @@ bool isZoom(std::string_view text) {
 }
 bool isPause(std::string_view text) {
   return isNumberWithin(text, 0, longestPause);
+}
+
+bool isMemory(std::string_view text) {
+  return isNumberWithin(text, smallestMemory, largestMemory);
 }
 
 struct Row {
@@ -133,6 +140,18 @@ constexpr Row rows[] = {
      {hidePointerVariable},
      isPause,
      "a number of seconds up to a day"},
+    {{"memory-limit", "MIB",
+      "What all processes together may take, in mebibytes: above it, pages that take most are "
+      "started anew."},
+     {memoryVariable},
+     isMemory,
+     "a number of mebibytes from 64 on"},
+    {{"web-process-memory-limit", "MIB",
+      "What each process of web pages may take, in mebibytes: above it, its pages are started "
+      "anew."},
+     {webProcessMemoryVariable},
+     isMemory,
+     "a number of mebibytes from 64 on"},
     {{"watchdog", nullptr,
       "Tells the service manager that the program has started, and goes on (systemd's notify)."},
      {watchdogVariable},
@@ -258,6 +277,11 @@ std::vector<char*> takeOptions(int argc, char** argv) {
 
 void leaveUnknownOptions() {
   leavesUnknown = true;
+}
+
+unsigned int memoryLimit(const char* variable) {
+  const char* const value = std::getenv(variable);
+  return value ? static_cast<unsigned int>(std::strtoul(value, nullptr, 10)) : 0;
 }
 
 bool isSwitchedOn(const char* variable) {

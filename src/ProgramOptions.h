@@ -20,10 +20,15 @@ void leaveUnknownOptions();
 // Whether a switch is on, according to its variable after takeOptions.
 bool isSwitchedOn(const char* variable);
 
+// The number of mebibytes in a variable, after takeOptions; 0 for none.
+unsigned int memoryLimit(const char* variable);
+
 // Variables that start-up code reads.
 inline constexpr const char* kioskVariable = "PAGEHOST_KIOSK";
 inline constexpr const char* fullscreenVariable = "PAGEHOST_FULLSCREEN";
 inline constexpr const char* profileVariable = "PAGEHOST_PROFILE";
 inline constexpr const char* zoomVariable = "PAGEHOST_ZOOM";
 inline constexpr const char* watchdogVariable = "PAGEHOST_WATCHDOG";
+inline constexpr const char* memoryVariable = "PAGEHOST_MEMORY_LIMIT";
+inline constexpr const char* webProcessMemoryVariable = "PAGEHOST_WEB_PROCESS_MEMORY_LIMIT";
 inline constexpr const char* hidePointerVariable = "PAGEHOST_HIDE_POINTER";

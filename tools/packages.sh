@@ -4,8 +4,8 @@
 
 # shellcheck disable=SC2034  # the groups are looked up by name
 # What each occasion needs.
-packages_build=(g++ cmake ninja-build pkg-config libwebkit2gtk-4.1-dev libgtk-3-dev libxfixes-dev libxi-dev
-  rapidjson-dev libsoup-3.0-dev libfontconfig-dev libcap-dev libseccomp-dev libgnutls28-dev libpsl-dev
+packages_build=(g++ cmake ninja-build pkg-config libwebkit2gtk-4.1-dev libgtk-3-dev libxext-dev libxfixes-dev
+  libxi-dev libxss-dev rapidjson-dev libsoup-3.0-dev libfontconfig-dev libcap-dev libseccomp-dev libgnutls28-dev libpsl-dev
   libicu-dev)
 packages_run=(libegl-mesa0 libgl1-mesa-dri fonts-dejavu-core ca-certificates x11-utils bubblewrap
   xdg-dbus-proxy)

@@ -187,6 +187,7 @@ void WebViewManager::createInProcessWebView(WebViewHandle handle, const String& 
 void WebViewManager::destroyWebView(WebViewHandle handle) {
   inspector_->removeInspectable(handle);
   created_.erase(handle);
+  webProcesses_.erase(handle);
   const auto found = webViews_.find(handle);
   if (found != webViews_.end()) {
     WebView* webView = found->second;
@@ -285,6 +286,15 @@ void WebViewManager::remoteWebViewCrashed(WebViewHandle handle) {
   destroyWebView(handle);
 }
 
+void WebViewManager::endProcess(WebViewHandle handle, unsigned long long limit,
+                                unsigned long long taken) const {
+  if (WebView* webView = webViewForHandle(handle)) {
+    webView->endProcess(limit, taken);
+  } else if (const IPCSenderWebView* remote = remoteWebViewForHandle(handle)) {
+    remote->endProcess(limit, taken);
+  }
+}
+
 void WebViewManager::finishClosing(WebViewHandle handle) {
   if (closing_.erase(handle) == 0) return;
   destroyWebView(handle);
@@ -364,6 +374,9 @@ void WebViewManager::postEvent(WebViewHandle handle, EventType event, const Stri
       // Do not report the chrome's own scripts to the chrome.
       if (ofChrome) return;
       break;
+    case EventType::WebProcess:
+      webProcesses_[handle] = static_cast<int>(std::strtol(data.utf8(), nullptr, 10));
+      return;
     case EventType::InspectorMessage:
       return inspector_->sendToFrontEnd(handle, data);
     case EventType::Created:

@@ -96,6 +96,11 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   // The same, and returns the chrome's answer; empty if there is none. Any thread.
   String sendEvent(WebViewHandle handle, EventType event, const String& data, int integer = 0);
 
+  // The processes that have the pages of web views, as far as they are known.
+  const std::map<WebViewHandle, int>& webProcesses() const { return webProcesses_; }
+  // See OrvWebView::endProcess; of a web view in any process.
+  void endProcess(WebViewHandle handle, unsigned long long limit, unsigned long long taken) const;
+
   // The web view has closed; if that was requested by shutdown, it is destroyed.
   void finishClosing(WebViewHandle handle);
 
@@ -118,6 +123,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   std::map<int, RemoteHost*> groups_;  // owned; live ones only
   RemoteHost::Factory makeRemoteHost_;
   std::map<const WebView*, WebViewHandle> handles_;
+  std::map<WebViewHandle, int> webProcesses_;
   std::set<WebViewHandle> left_;  // by a chrome whose process has ended
   bool shuttingDown_ = false;     // until the loop ends
   std::set<WebViewHandle> closing_;

@@ -33,6 +33,7 @@ void PageConnection::detach() {
   if (const auto link = link_.exchange(nullptr); link && setup_.deferred) {
     link->changeSetup(number_, link_protocol::PageSetup());
   }
+  pid_ = 0;
   if (!view_) return;
   page_.services().links.forgetPage(number_);
   number_ = 0;
@@ -71,7 +72,9 @@ void PageConnection::ready(std::shared_ptr<PageLink> link) {
   if (setup_.drivesApplication) link->serveInEveryWait();
   // The module asks for it next.
   refreshSetup();
+  const int before = std::exchange(pid_, link->peerPid());
   link_.store(std::move(link));
+  if (pid_ != before && page_.client()) page_.client()->processStarted(pid_);
 }
 
 void PageConnection::settingChanged(WebViewSetting setting) {

@@ -9,6 +9,7 @@
 
 #include <webkit2/webkit2.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -25,6 +26,9 @@ class WebKitEngine final : public PageFactory {
     bool keepsCookies = true;
     // Of web processes. The engine ends the program where it cannot give them its own.
     Tessel::Platform::PageSandbox sandbox = Tessel::Platform::PageSandbox::None;
+    // Of each web process, and of the one that loads for them, in mebibytes: caches are emptied on
+    // the way there, and who takes more is ended. 0: no limit.
+    unsigned int processMemoryLimit = 0;
   };
 
   // Starts the engine; GTK must be running. On failure null, and problem says in a sentence what
@@ -38,6 +42,8 @@ class WebKitEngine final : public PageFactory {
   // Where views are made: what pages leave behind is kept, or forgotten with the last view.
   WebKitWebContext* context(bool isPrivate);
   EngineServices services();
+  // Bytes that a web process may take; 0 for no limit.
+  std::uint64_t processMemoryLimit() const { return std::uint64_t{processMemoryLimit_} << 20; }
   void forget(AutofillData what);
 
  private:
@@ -48,6 +54,9 @@ class WebKitEngine final : public PageFactory {
 
   std::string moduleFolder_;
   std::string localRoot_;
+  WebKitWebContext* makeContext(WebKitWebsiteDataManager* data) const;
+
+  unsigned int processMemoryLimit_ = 0;
   Tessel::Platform::PageSandbox sandbox_ = Tessel::Platform::PageSandbox::None;
   Tessel::Platform::ClaimedFolder dataFolder_;
   std::unique_ptr<WebProcessLinks> links_;

@@ -16,6 +16,7 @@
 #include "engine/webkit/network/SiteDataStore.h"
 #include "platform/base/Log.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
+#include "platform/os/MemoryStats.h"
 
 #include <algorithm>
 #include <array>
@@ -94,6 +95,7 @@ WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
   connect("notify::zoom-level", onZoom);
   connect("notify::favicon", onFavicon);
   connect("web-process-terminated", onProcessEnded);
+  connect("map", onMapped);
   parts_ = std::make_shared<PageParts>(*this, view_);
   load_->setParts(parts_.get());
   parts_->settings.setAllowedOrigins(allowedOrigins_);
@@ -157,6 +159,17 @@ void WebKitPage::reload() {
 
 void WebKitPage::stop() {
   load_->stop();
+}
+
+void WebKitPage::setAutoReload(bool enabled) {
+  load_->setAutoReload(enabled);
+}
+
+void WebKitPage::endProcess(const OrvWebMemoryExcess* excess) {
+  const auto held = self();
+  if (!view_ || connection_->pid() == 0) return;
+  if (excess) load_->memoryExceeded(*excess, connection_->pid());
+  if (view_) webkit_web_view_terminate_web_process(view_);
 }
 
 void WebKitPage::goBack() {
@@ -485,12 +498,25 @@ void WebKitPage::onZoom(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
   self->updateScale();
 }
 
+void WebKitPage::onMapped(GtkWidget*, WebKitPage* page) {
+  const auto self = page->self();
+  self->load_->shown();
+}
+
 void WebKitPage::onProcessEnded(WebKitWebView*, WebKitWebProcessTerminationReason reason,
                                 WebKitPage* page) {
   const auto self = page->self();
+  const int pid = self->connection_->pid();
   self->connection_->processEnded();
   if (self->parts_) self->parts_->hangMonitor.processEnded();
   if (self->parts_) self->parts_->fullScreen.documentGone();
   if (!self->view_) return;
-  self->load_->processEnded(reason);
+  if (reason == WEBKIT_WEB_PROCESS_EXCEEDED_MEMORY_LIMIT) {
+    OrvWebMemoryExcess excess;
+    excess.limit = self->engine_.processMemoryLimit();
+    excess.bytes = std::max(excess.limit(), Tessel::Platform::privateMemoryOf(pid));
+    excess.reason = "process";
+    self->load_->memoryExceeded(excess, pid);
+  }
+  if (self->view_) self->load_->processEnded(reason);
 }

@@ -30,6 +30,8 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   void loadText(const String& text, const String& mimeType, const String& baseURL) override;
   void reload() override;
   void stop() override;
+  void setAutoReload(bool enabled) override;
+  void endProcess(const OrvWebMemoryExcess* excess) override;
   void goBack() override;
   void goForward() override;
   std::vector<OrvWebHistoryItem> history() override;
@@ -102,6 +104,7 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   static void onProgress(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onZoom(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onFavicon(WebKitWebView*, GParamSpec*, WebKitPage* self);
+  static void onMapped(GtkWidget*, WebKitPage* self);
   static void onProcessEnded(WebKitWebView*, WebKitWebProcessTerminationReason reason,
                              WebKitPage* self);
 
