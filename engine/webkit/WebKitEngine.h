@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 
+class Automation;
 class SharedCookies;
 
 class WebKitEngine final : public PageFactory {
@@ -25,6 +26,8 @@ class WebKitEngine final : public PageFactory {
     bool keepsCookies = true;
     // Of web processes. The engine ends the program where it cannot give them its own.
     Tessel::Platform::PageSandbox sandbox = Tessel::Platform::PageSandbox::None;
+    // Driven pages leave nothing behind. The engine listens where its environment says.
+    AutomationMode automation = AutomationMode::Off;
   };
 
   // Starts the engine; GTK must be running. On failure null, and problem says in a sentence what
@@ -38,6 +41,7 @@ class WebKitEngine final : public PageFactory {
   // Where views are made: what pages leave behind is kept, or forgotten with the last view.
   WebKitWebContext* context(bool isPrivate);
   EngineServices services();
+  Automation& automation() { return *automation_; }
   void forget(AutofillData what);
 
  private:
@@ -58,6 +62,7 @@ class WebKitEngine final : public PageFactory {
   const std::unique_ptr<SavedLogin> proxyLogin_;
   WebKitWebContext* context_ = nullptr;
   WebKitWebContext* privateContext_ = nullptr;  // made at first need
+  std::unique_ptr<Automation> automation_;
   std::unique_ptr<Downloads> downloads_;
   std::unique_ptr<SharedCookies> cookies_;
 };
