@@ -68,6 +68,7 @@ function start() {
   connectKeyboard(tabs, findBar, panels);
   connectReports(tabs, certificates, panels.functions);
   $('find').addEventListener('click', () => findBar.open());
+  answerWindows(tabs);
   openFirstTabs(tabs, layOutNow, session);
   if (listBindings().includes('applicationWindow.setVisible')) call('applicationWindow.setVisible', true);
 }
@@ -277,6 +278,18 @@ function isOfGoneView(error, tabs) {
   const handle = Number(/^WebView: (\d+) /.exec(error)?.[1]);
   const isThere = handle === WebView.root.handle || tabs.list.some(({ view }) => view?.handle === handle);
   return Boolean(handle) && !isThere;
+}
+
+/** The windows that this page is asked for. The first one takes the place of a start page that nobody has used. */
+function answerWindows(tabs) {
+  let isFirst = true;
+  WebView.root.on('OpenWindow', ({ data }) => {
+    const unused = tabs.list.filter(({ url }) => isFirst && url === START_PAGE);
+    isFirst = false;
+    if (!tabs.openAsked(data)) return { setAction: 'DISCARD' };
+    unused.forEach((tab) => tabs.close(tab));
+    return { setWait: true };
+  });
 }
 
 /** In the place of what stands for nothing yet. */

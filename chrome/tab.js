@@ -173,6 +173,7 @@ export class Tab {
       return this.report(this, { opens: data }) ? { setWait: true } : { setAction: 'DISCARD' };
     });
     view.on('CloseWindow', () => void this.report(this, 'ended'));
+    view.on('Focus', ({ data }) => void (data.isFocused && this.report(this, 'focused')));
     view.on('ProcessCrash', () => this.#lose('crashed'));
     view.on('Destroyed', () => this.#detach('ended'));
     view.whenCreated(() => {

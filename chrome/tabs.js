@@ -1,6 +1,7 @@
 /** Tabs: each has a web view, and a button in the strip. */
 
 import { HERE, Processes } from './processes.js';
+import { WebView } from './pagehost.js';
 import { Tab } from './tab.js';
 
 /**
@@ -54,6 +55,17 @@ export class Tabs extends EventTarget {
   #openFor(opener, { waitHandle }) {
     const tab = this.#add({ opener, process: opener.process });
     tab.adopt('', ({ handle }) => opener.view?.openWindowResponse(waitHandle, handle));
+    this.activate(tab);
+    return Boolean(tab.view);
+  }
+
+  /**
+   * The window that the chrome itself is asked for, as by WebDriver.
+   * @returns {boolean} whether there will be one
+   */
+  openAsked({ waitHandle }) {
+    const tab = this.#add({ process: HERE });
+    tab.adopt('', ({ handle }) => WebView.root.openWindowResponse(waitHandle, handle));
     this.activate(tab);
     return Boolean(tab.view);
   }
@@ -114,6 +126,7 @@ export class Tabs extends EventTarget {
   #onReport(tab, what) {
     if (!this.#elements.has(tab)) return undefined;
     if (what === 'ended') return this.close(tab);
+    if (what === 'focused') return this.activate(tab);
     if (what?.opens) return this.#openFor(tab, what.opens);
     this.#render(tab);
     if (tab === this.active) this.#emit('change', tab);

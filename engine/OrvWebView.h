@@ -365,6 +365,12 @@ class OrvWebView : private PageClient {
   void eventHandled(OrvWebEvent* event) {
     static_cast<void>(event);
   }
+  OrvWebView* makeOwnWindow() override {
+    return nullptr;
+  }
+  bool isOwnWindow() const override {
+    return false;
+  }
   void navigationRefused(const String&) override {}
   void drivingProcessEnded() override {}
   void drivingDocumentLoaded() override {}

@@ -73,6 +73,11 @@ class PageClient {
   // The web view that was prepared for the next window the page opens; null, and null again
   // afterwards.
   virtual OrvWebView* popupView() = 0;
+  // Of the page that drives the application: a new web view that fills the window and that the
+  // chrome has not asked for. It ends when it is closed. Null if there can be none.
+  virtual OrvWebView* makeOwnWindow() = 0;
+  // Whether this one was made so.
+  virtual bool isOwnWindow() const = 0;
   // The page of a web view; null for none.
   virtual std::shared_ptr<Page> pageOf(OrvWebView* view) = 0;
   // A navigation of the page was refused: only the program itself may load that address.

@@ -16,6 +16,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 using Tessel::Platform::logAlways;
 using Tessel::Platform::PageSandbox;
@@ -39,10 +40,30 @@ void disableSessionBusAutolaunch() {
   ::setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
 }
 
-void prepareInspector() {
+void prepareInspector(const AutomationOrder& automation) {
+  if (automation.mode != AutomationMode::Off) {
+    EngineInspector::renounce();
+    ::setenv(automationAddressVariable, automation.address.c_str(), 1);
+    return;
+  }
   if (!EngineInspector::announce()) {
     logAlways(Tessel::Platform::LogError,
               "Pages of this process cannot be inspected: no random numbers.");
+  }
+}
+
+void useEphemeralFolders() {
+  constexpr const char* prefix = "automation-";
+  const std::string parent = Tessel::Platform::runtimeFolder();
+  if (parent.empty()) giveUp("There is no run-time folder for the data of automated pages.");
+  Tessel::Platform::removeStaleFiles(parent, prefix);
+  const std::string name = prefix + std::to_string(::getpid()) + "-";
+  std::string folder = parent + "/" + name + "XXXXXX";
+  if (!::mkdtemp(folder.data())) giveUp("The data of automated pages have no place: " + folder);
+  Tessel::Platform::removeAtExit(parent, name);
+  for (const auto& [variable, part] :
+       {std::pair("XDG_DATA_HOME", "/data"), std::pair("XDG_CACHE_HOME", "/cache")}) {
+    ::setenv(variable, (folder + part).c_str(), 1);
   }
 }
 
@@ -93,7 +114,8 @@ std::string localRoot() {
   return folderFor("TESSEL_LOCAL_ROOT", "share", PAGEHOST_DATA_FOLDER);
 }
 
-void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies) {
+void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies,
+                 const AutomationOrder& automation) {
   std::string problem;
   const std::string modules = folderFor("PAGEHOST_MODULE_PATH", "modules", PAGEHOST_MODULE_FOLDER);
   auto sandbox = PageSandbox::None;
@@ -107,9 +129,22 @@ void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies) {
   // Never destroyed: pages may outlive any scope.
   static WebKitEngine* engine =
       WebKitEngine::create({modules, localRoot(), applicationFolder() + dataName.toStdString(),
-                            keepsCookies, sandbox, memoryLimit(webProcessMemoryVariable)},
+                            keepsCookies, sandbox, memoryLimit(webProcessMemoryVariable),
+                            automation.mode},
                            problem)
           .release();
   if (!engine) giveUp(problem);
   PageFactory::install(engine);
+  if (automation.mode == AutomationMode::Off) return;
+  // The engine has read it: its other processes need not know.
+  ::unsetenv(automationAddressVariable);
+  if (!EngineInspector::listensAt(automation.address)) {
+    giveUp("The engine does not listen at " + automation.address +
+           " for WebDriver: perhaps the port is taken.");
+  }
+  logAlways(Tessel::Platform::LogNotice,
+            "WebDriver clients may drive the %s: the engine listens at %s. Pages of this process "
+            "cannot be inspected meanwhile.",
+            automation.mode == AutomationMode::Chrome ? "chrome and its pages" : "pages",
+            automation.address.c_str());
 }

@@ -86,6 +86,8 @@ void setKeyboardFocus(int value) {
 
 void pagehost_main(int argc, char** argv) {
   std::vector<char*> arguments = takeOptions(argc, argv);
+  const AutomationOrder& automation = automationOrder();
+  if (automation.mode != AutomationMode::Off) useEphemeralFolders();
   ServiceManager serviceManager = ServiceManager::take();
   if (!spawnChildLauncher(childWebViewMain)) {
     logAlways(LogError, "Could not spawn child launcher");
@@ -103,7 +105,7 @@ void pagehost_main(int argc, char** argv) {
   if (MainMessageClient::instance() != client) platformCrash("src/main", 40, "pagehost_main");
 
   disableSessionBusAutolaunch();
-  prepareInspector();
+  prepareInspector(automation);
   auto windows = GtkWindowSystem::create();
   if (!windows) giveUp(noDisplay);
   WindowSystem::install(std::move(windows));
@@ -111,7 +113,7 @@ void pagehost_main(int argc, char** argv) {
   if (const char* seconds = std::getenv(hidePointerVariable)) {
     Tessel::Platform::Graphics::hidePointerAfter(std::atoi(seconds));
   }
-  startEngine(settings.applicationSandbox(), true);
+  startEngine(settings.applicationSandbox(), true, automation);
   traceStart("engine started");
   shareCookiesWithChildren();
   MongooseHttpServer::instance()->setFrontEnd(EngineInspector::frontEndResources);
@@ -120,6 +122,9 @@ void pagehost_main(int argc, char** argv) {
   showWindowsOfChildren(window);
   IPCSenderGroup::installFactory();
   WebViewManager& manager = WebViewManager::instance();
+  if (automation.mode == AutomationMode::Pages) {
+    manager.keepInThisProcess("WebDriver clients drive the pages of this process alone");
+  }
   Tessel::Platform::setErrorListener(
       [](const String& text) { WebViewManager::instance().informChromeOfError(text); });
   WebView* root = manager.webViewForHandle(

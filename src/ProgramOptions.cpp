@@ -9,7 +9,7 @@
 #include "platform/os/Process.h"
 #include "src/Configuration.h"
 
-#include <glib.h>
+#include <gio/gio.h>
 
 #include <algorithm>
 #include <array>
@@ -170,12 +170,22 @@ constexpr const char* configVariable = "PAGEHOST_CONFIG";
 constexpr Option configOption{
     "config", "FILE", "Reads this configuration file in place of the user's and the system's."};
 
+// Neither a variable nor a key: it opens a port.
+constexpr Option automationOption{
+    "automation", "chrome",
+    "Lets WebDriver clients drive the pages, or also the chrome, without the user's data; "
+    "WebKitWebDriver says at which loopback port by WEBKIT_INSPECTOR_SERVER.",
+    true};
+
 constexpr auto programOptions = [] {
-  std::array<Option, std::size(rows) + 1> options{};
+  std::array<Option, std::size(rows) + 2> options{};
   for (std::size_t i = 0; i < std::size(rows); ++i) options[i] = rows[i].option;
+  options[std::size(rows)] = automationOption;
   options.back() = configOption;
   return options;
 }();
+
+AutomationOrder automation;
 
 const Tessel::Platform::ProgramText& programText() {
   static const Tessel::Platform::ProgramText text{
@@ -218,6 +228,37 @@ void set(const Row& row, std::string_view value) {
   }
 }
 
+// Whether HOST:PORT is a port of this machine that no other machine reaches.
+bool isLoopbackAddress(const std::string& address) {
+  GError* error = nullptr;
+  GSocketConnectable* const place = g_network_address_parse(address.c_str(), 0, &error);
+  if (!place) {
+    g_error_free(error);
+    return false;
+  }
+  auto* const network = G_NETWORK_ADDRESS(place);
+  GInetAddress* host = g_inet_address_new_from_string(g_network_address_get_hostname(network));
+  const bool isGood =
+      host && g_inet_address_get_is_loopback(host) && g_network_address_get_port(network) != 0;
+  g_clear_object(&host);
+  g_object_unref(place);
+  return isGood;
+}
+
+// What has been asked for by the option, whose value it is if it was given.
+AutomationOrder automationFrom(const std::optional<std::string>& option, std::string address) {
+  if (!option) return {};
+  if (!option->empty() && *option != automationOption.value) {
+    endMisused("pagehost", "--automation: \"" + *option + "\" is not chrome");
+  }
+  if (!isLoopbackAddress(address)) {
+    endMisused("pagehost",
+               "--automation: WEBKIT_INSPECTOR_SERVER is \"" + address +
+                   "\", and not a loopback address with a port: WebKitWebDriver sets it");
+  }
+  return {option->empty() ? AutomationMode::Pages : AutomationMode::Chrome, std::move(address)};
+}
+
 Configuration readConfigurations() {
   Configuration configuration;
   const char* file = std::getenv(configVariable);
@@ -225,7 +266,8 @@ Configuration readConfigurations() {
   const std::string users = std::string(g_get_user_config_dir()) + "/pagehost/pagehost.conf";
   const bool isGood = file ? readConfiguration(file, true, configuration, problem)
                            : readConfiguration(systemFile, false, configuration, problem) &&
-                                 readConfiguration(users, false, configuration, problem);
+                                 (automation.mode != AutomationMode::Off ||
+                                  readConfiguration(users, false, configuration, problem));
   if (!isGood) endMisused("pagehost", problem);
   for (const auto& [key, value] : configuration) {
     const Row* row = rowNamed(key);
@@ -249,16 +291,24 @@ std::vector<char*> takeOptions(int argc, char** argv) {
   text.unknownAreWords = leavesUnknown;
   const auto line = Tessel::Platform::readCommandLine(text, argc, argv);
   std::array<std::optional<std::string>, std::size(rows)> given;
+  std::optional<std::string> automated;
   for (const auto& [option, value] : line.options) {
     const Row* row = rowNamed(option->name);
     if (!row) {
-      ::setenv(configVariable, value.c_str(), 1);
+      if (std::strcmp(option->name, automationOption.name) == 0) {
+        automated = value;
+      } else {
+        ::setenv(configVariable, value.c_str(), 1);
+      }
       continue;
     }
     const std::string& text = option->value ? value : std::string(onWords[0]);
     check(*row, text, std::string("--") + option->name);
     given[static_cast<std::size_t>(row - rows)] = text;
   }
+  const char* const address = std::getenv(automationAddressVariable);
+  automation = automationFrom(automated, address ? address : "");
+  ::unsetenv(automationAddressVariable);
   const Configuration configuration = readConfigurations();
   for (const Row& row : rows) {
     const auto& option = given[static_cast<std::size_t>(&row - rows)];
@@ -273,6 +323,10 @@ std::vector<char*> takeOptions(int argc, char** argv) {
   }
   Tessel::Platform::setupApplicationLogging(Tessel::Platform::processName());
   return line.words;
+}
+
+const AutomationOrder& automationOrder() {
+  return automation;
 }
 
 void leaveUnknownOptions() {

@@ -2,6 +2,9 @@
 // other thread or process is started.
 #pragma once
 
+#include "engine/webkit/base/AutomationMode.h"
+
+#include <string>
 #include <vector>
 
 // Processes the options among the arguments and returns the remaining arguments, which are for the
@@ -22,6 +25,17 @@ bool isSwitchedOn(const char* variable);
 
 // The number of mebibytes in a variable, after takeOptions; 0 for none.
 unsigned int memoryLimit(const char* variable);
+// What WebDriver clients may drive, and at which loopback address, HOST:PORT, the engine listens
+// for them: by the option alone, since no process that is started from here shall be driven as
+// well.
+struct AutomationOrder {
+  AutomationMode mode = AutomationMode::Off;
+  std::string address;
+};
+// As takeOptions has found it, which has taken the address out of the environment.
+const AutomationOrder& automationOrder();
+// The variable with the address, which the engine reads.
+inline constexpr const char* automationAddressVariable = "WEBKIT_INSPECTOR_SERVER";
 
 // Variables that start-up code reads.
 inline constexpr const char* kioskVariable = "PAGEHOST_KIOSK";

@@ -231,6 +231,10 @@ bool WebView::isAliveSince(std::chrono::steady_clock::duration time) {
   return now - *lastAlive_ < time;
 }
 
+OrvWebView* WebView::makeOwnWindow() {
+  return WebViewManager::instance().createOwnWebView(windowGroup_);
+}
+
 void WebView::drivingProcessEnded() {
   WebViewManager::instance().chromeLost();
 }

@@ -97,6 +97,10 @@ WebViewManager::WebViewHandle WebViewManager::createWebView(const std::string& w
   traceStart("web view requested");
   const WebViewHandle handle = ++lastHandle_;
   const int rotation = Screen::primaryScreen().rotation();
+  if (processGroup != inThisProcess && keptInThisProcess_) {
+    logAlways(LogNotice, "Web view %u is made in this process: %s.", handle, keptInThisProcess_);
+    processGroup = inThisProcess;
+  }
   // Those of other processes are entered when they are there.
   if (processGroup == inThisProcess) created_.emplace(handle, false);
   if (processGroup != inThisProcess) {
@@ -113,6 +117,20 @@ WebViewManager::WebViewHandle WebViewManager::createWebView(const std::string& w
             this, &WebViewManager::createInProcessWebView, handle, windowGroup, rotation)));
   }
   return handle;
+}
+
+WebView* WebViewManager::createOwnWebView(const String& windowGroup) {
+  constexpr int overOthers = 1 << 20;
+  if (shuttingDown_) return nullptr;
+  const WebViewHandle handle = ++lastHandle_;
+  createInProcessWebView(handle, windowGroup, Screen::primaryScreen().rotation());
+  WebView* const webView = webViewForHandle(handle);
+  if (!webView) return nullptr;
+  webView->setOwnWindow();
+  webView->setZOrder(overOthers);
+  webView->setWebEventEnabled(OrvWebEvent::Destroyed, true);
+  closing_.insert(handle);
+  return webView;
 }
 
 int WebViewManager::freeGroupId() const {

@@ -62,6 +62,12 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   void remoteWebViewCrashed(WebViewHandle handle);
   // The factory of processes for web views. Without one there can be none.
   void setRemoteHostFactory(RemoteHost::Factory factory) { makeRemoteHost_ = std::move(factory); }
+  // A web view over all others that the chrome has not asked for: it is destroyed as soon as it is
+  // closed. Null when there can be none.
+  WebView* createOwnWebView(const String& windowGroup);
+  // From now on web views are made in this process wherever they are asked for, which is logged
+  // with the reason.
+  void keepInThisProcess(const char* reason) { keptInThisProcess_ = reason; }
   // Sets the capabilities of origins in a web view, in the format of Capabilities::read. False if
   // the web view does not exist, or the text is malformed, which is reported to the chrome.
   bool setCapabilities(WebViewHandle handle, const String& text);
@@ -126,6 +132,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   std::map<WebViewHandle, int> webProcesses_;
   std::set<WebViewHandle> left_;  // by a chrome whose process has ended
   bool shuttingDown_ = false;     // until the loop ends
+  const char* keptInThisProcess_ = nullptr;
   std::set<WebViewHandle> closing_;
   std::function<void(const String&)> forward_;
   const std::unique_ptr<WebInspectorClient> inspector_;

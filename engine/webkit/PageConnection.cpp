@@ -103,6 +103,7 @@ void PageConnection::setBound(bool bound) {
 
 void PageConnection::setDrivesApplication() {
   setup_.drivesApplication = true;
+  setup_.engineDialogs = page_.services().automation == AutomationMode::Chrome;
   if (const auto link = link_.load()) link->serveInEveryWait();
   sendSetup();
 }

@@ -286,7 +286,10 @@ void PageLoad::loadFinished() {
                   [this, url, isOwn = loads_.isOwn()] { loadUrl(url, isOwn); });
   }
   page_.raise(OrvWebEvent::DocumentLoadFinished);
-  if (isChrome && page_.client()) page_.client()->drivingDocumentLoaded();
+  if (isChrome && page_.client()) {
+    isApplicationLoaded_ = true;
+    page_.client()->drivingDocumentLoaded();
+  }
 }
 
 void PageLoad::committed() {
@@ -407,7 +410,7 @@ void PageLoad::processEnded(WebKitWebProcessTerminationReason reason) {
   logAlways(LogError,
             "The web process of %s %s. The program goes on; loading again starts a new one.%s%s",
             uri ? uri : "a page", why, failureHint_.isEmpty() ? "" : " ", failureHint_.utf8());
-  failureFollows_ = showingFailure_ = repeating_ = isOnItsWay_ = false;
+  failureFollows_ = showingFailure_ = repeating_ = isOnItsWay_ = isApplicationLoaded_ = false;
   loads_.ended();
   const String message = concat("The process of this page ", why, ".");
   const String url(uri);

@@ -55,6 +55,7 @@ class PageLoad final : public LoadControl {
   TrustedLoads& trustedLoads() override { return loads_; }
   bool mayGo(const String& url, bool isKnown) override;
   const String& shownAddress() const override { return shownAddress_; }
+  bool isApplicationLoaded() const override { return isApplicationLoaded_; }
 
  private:
   static void onLocation(WebKitWebView*, GParamSpec*, PageLoad* self);
@@ -101,6 +102,7 @@ class PageLoad final : public LoadControl {
   WebKitWebView* view_ = nullptr;
   PageParts* parts_ = nullptr;  // null without a view
   String failureHint_;
+  bool isApplicationLoaded_ = false;
   String supplied_;              // the address of a text that is loaded; empty for none
   bool failureFollows_ = false;  // the next load to start is that of a failure page
   bool showingFailure_ = false;  // the load that goes on is

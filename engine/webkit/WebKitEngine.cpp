@@ -3,6 +3,7 @@
 
 #include "engine/autofill/FormHistory.h"
 #include "engine/autofill/PasswordStore.h"
+#include "engine/webkit/Automation.h"
 #include "engine/webkit/WebKitPage.h"
 #include "engine/webkit/inspector/EngineInspector.h"
 #include "engine/webkit/link/WebProcessLinks.h"
@@ -72,8 +73,11 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
     webkit_memory_pressure_settings_free(limits);
   }
   WebKitWebsiteDataManager* data = nullptr;
-  engine->dataFolder_ = claimDataFolder(places.dataName);
-  if (engine->dataFolder_.lock.get() >= 0) {
+  const bool isEphemeral = places.automation != AutomationMode::Off;
+  if (!isEphemeral) engine->dataFolder_ = claimDataFolder(places.dataName);
+  if (isEphemeral) {
+    data = webkit_website_data_manager_new_ephemeral();
+  } else if (engine->dataFolder_.lock.get() >= 0) {
     data = webkit_website_data_manager_new("base-data-directory", engine->dataFolder_.data.c_str(),
                                            "base-cache-directory",
                                            engine->dataFolder_.cache.c_str(), nullptr);
@@ -84,6 +88,7 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
   }
   engine->context_ = engine->makeContext(data);
   engine->inspector_->shut();
+  engine->automation_ = std::make_unique<Automation>(places.automation, engine->context_);
   engine->localRoot_ = places.localRoot;
   engine->sandbox_ = places.sandbox;
   if (places.sandbox == PageSandbox::Bubblewrap) Tessel::Platform::removeSandboxFilesAtExit();
@@ -107,6 +112,7 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
 }
 
 WebKitEngine::~WebKitEngine() {
+  automation_.reset();
   downloads_.reset();
   cookies_.reset();
   for (WebKitWebContext** context : {&context_, &privateContext_}) {
@@ -116,8 +122,8 @@ WebKitEngine::~WebKitEngine() {
 }
 
 EngineServices WebKitEngine::services() {
-  return {localRoot_, *downloads_, *inspector_,  *formHistory_,
-          *links_,    *passwords_, *proxyLogin_, *resources_};
+  return {localRoot_,  *downloads_,  *inspector_, *formHistory_,      *links_,
+          *passwords_, *proxyLogin_, *resources_, automation_->mode()};
 }
 
 void WebKitEngine::forget(AutofillData what) {
@@ -154,7 +160,9 @@ WebKitWebContext* WebKitEngine::makeContext(WebKitWebsiteDataManager* data) cons
 }
 
 WebKitWebContext* WebKitEngine::context(bool isPrivate) {
-  if (!isPrivate) return context_;
+  // One context can be driven. It forgets everything in any case, but what pages of other views
+  // leave is seen in private ones.
+  if (!isPrivate || automation_->mode() == AutomationMode::Pages) return context_;
   if (!privateContext_) {
     privateContext_ = makeContext(webkit_website_data_manager_new_ephemeral());
     prepare(privateContext_);

@@ -13,6 +13,7 @@
 #include <memory>
 #include <string>
 
+class Automation;
 class SharedCookies;
 
 class WebKitEngine final : public PageFactory {
@@ -29,6 +30,8 @@ class WebKitEngine final : public PageFactory {
     // Of each web process, and of the one that loads for them, in mebibytes: caches are emptied on
     // the way there, and who takes more is ended. 0: no limit.
     unsigned int processMemoryLimit = 0;
+    // Driven pages leave nothing behind. The engine listens where its environment says.
+    AutomationMode automation = AutomationMode::Off;
   };
 
   // Starts the engine; GTK must be running. On failure null, and problem says in a sentence what
@@ -44,6 +47,7 @@ class WebKitEngine final : public PageFactory {
   EngineServices services();
   // Bytes that a web process may take; 0 for no limit.
   std::uint64_t processMemoryLimit() const { return std::uint64_t{processMemoryLimit_} << 20; }
+  Automation& automation() { return *automation_; }
   void forget(AutofillData what);
 
  private:
@@ -67,6 +71,7 @@ class WebKitEngine final : public PageFactory {
   const std::unique_ptr<SavedLogin> proxyLogin_;
   WebKitWebContext* context_ = nullptr;
   WebKitWebContext* privateContext_ = nullptr;  // made at first need
+  std::unique_ptr<Automation> automation_;
   std::unique_ptr<Downloads> downloads_;
   std::unique_ptr<SharedCookies> cookies_;
 };

@@ -3,6 +3,7 @@
 
 #include "engine/OrvWebEvents.h"
 #include "engine/autofill/PasswordStore.h"
+#include "engine/webkit/Automation.h"
 #include "engine/webkit/PageConnection.h"
 #include "engine/webkit/PageLoad.h"
 #include "engine/webkit/PageParts.h"
@@ -70,13 +71,16 @@ std::shared_ptr<WebKitPage> WebKitPage::self() {
 WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
   if (!client()) return nullptr;
   WebKitSettings* settings = PageSettings::make(client()->settings());
+  WebKitWebContext* const context = engine_.context(client()->settings().isPrivateBrowsing);
   // A window that a page opens shares its opener's web process: the engine requires it.
   auto* created = WEBKIT_WEB_VIEW(
       opener ? g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", opener, "settings", settings,
                             "user-content-manager", webkit_user_content_manager_new(), nullptr)
-             : g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context",
-                            engine_.context(client()->settings().isPrivateBrowsing), "settings",
-                            settings, nullptr));
+             : g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", context, "settings", settings,
+                            "is-controlled-by-automation",
+                            gboolean(engine_.automation().drives(context, drivesApplication())),
+                            "automation-presentation-type",
+                            WEBKIT_AUTOMATION_BROWSING_CONTEXT_PRESENTATION_TAB, nullptr));
   g_object_unref(settings);
   if (!GtkWindowSystem::embed(window(), GTK_WIDGET(created))) {
     g_object_ref_sink(created);
@@ -266,10 +270,25 @@ void WebKitPage::bindCallbackObject(bool bound, const std::vector<String>& furth
 void WebKitPage::setDrivesApplication(const String& loadFailureHint) {
   load_->setFailureHint(loadFailureHint);
   connection_->setDrivesApplication();
+  engine_.automation().setApplication(weak_from_this());
 }
 
 bool WebKitPage::drivesApplication() const {
   return connection_->setup().drivesApplication;
+}
+
+std::shared_ptr<PageContext> WebKitPage::windowForAutomation() {
+  const auto held = shared_from_this();
+  if (!view()) return nullptr;
+  if (wants(OrvWebEvent::OpenWindow)) {
+    OrvWebOpenWindowEvent event;
+    if (auto given = parts_->windows.ask(event)) {
+      if (!*given) logAlways(LogError, "The chrome refuses the window that WebDriver asks for.");
+      return *std::move(given);
+    }
+    if (!client()) return nullptr;
+  }
+  return std::dynamic_pointer_cast<PageContext>(client()->pageOf(client()->makeOwnWindow()));
 }
 
 bool WebKitPage::askWhetherAlive() {

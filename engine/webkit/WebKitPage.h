@@ -87,6 +87,7 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   bool becomeWindowOf(WebKitWebView* opener) override {
     return !view_ && makeView(opener) != nullptr;
   }
+  std::shared_ptr<PageContext> windowForAutomation() override;
   LoadControl& loadControl() override;
   bool drivesApplication() const override;
   bool askWhetherAlive() override;

@@ -252,8 +252,12 @@ void PagePrompts::answerOrigin(PagePermission permission, const String& origin, 
 gboolean PagePrompts::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog,
                                      PagePrompts* self) {
   const auto page = self->page_.shared_from_this();
+  // WebDriver clients answer the engine's own dialogs.
+  const bool isDriven =
+      page->services().automation == AutomationMode::Pages || page->drivesApplication();
   // If the event is disabled, the engine shows its own dialog.
-  if (!page->wants(OrvWebEvent::DialogRequested) ||
+  if ((isDriven && webkit_web_view_is_controlled_by_automation(self->view_)) ||
+      !page->wants(OrvWebEvent::DialogRequested) ||
       !page->client()->settings().isEnableDialogRequestedEvents) {
     self->hangMonitor_.pause();
     return FALSE;

@@ -229,7 +229,9 @@ void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page
       (!record.setup.bound || self->mayCall(context.get(), number))) {
     exposeNativeFunctions(context.get(), record.functions, number);
   }
-  if (record.setup.drivesApplication) replaceDialogs(context.get(), record.functions, number);
+  if (record.setup.drivesApplication && !record.setup.engineDialogs) {
+    replaceDialogs(context.get(), record.functions, number);
+  }
   // Requests of the page that drives the program would have to be answered by itself.
   if (!record.setup.drivesApplication) {
     definePageApi(context.get(), record.functions,
