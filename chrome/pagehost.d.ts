@@ -58,7 +58,7 @@ export type OrvWebDialogType =
   | 'GeolocationPermission' | 'DatabaseQuotaExceeded' | 'AuthenticationChallenge'
   | 'SaveCredential' | 'ContextMenu' | 'NotificationPermission'
   | 'InsecureSubresourceLoadPolicyConfirm' | 'BeforeUnloadConfirm' | 'MediaError'
-  | 'WebFileSystemQuotaExceeded';
+  | 'WebFileSystemQuotaExceeded' | 'Print';
 export type OrvWebContextMenuItem =
   | 'Invalid' | 'Select' | 'Cancel' | 'Cut' | 'Copy' | 'Paste' | 'ClearField'
   | 'OpenLinkInNewTab' | 'AddLinkToBookmarks' | 'SendLink' | 'CopyLink' | 'OpenLink'
@@ -271,6 +271,8 @@ export interface OrvWebLocationChangeEvent extends OrvWebEvent {
   url: string;
 }
 export interface OrvWebLocationChangingEvent extends OrvWebSendEvent {
+  button: number;
+  modifierMask: number;
   navigationType: OrvWebNavigationType;
   url: string;
 }
@@ -306,7 +308,9 @@ export interface OrvWebJavaScriptWindowObjectClearedEvent extends OrvWebSendEven
 }
 export interface OrvWebOpenWindowEvent extends OrvWebSendEvent {
   action: OrvWebOpenWindowAction;
+  button: number;
   isPopup: boolean;
+  modifierMask: number;
   page: string;
   rect: OrvWebRect;
   url: string;
@@ -374,9 +378,11 @@ export interface OrvWebPropertyChangedEvent extends OrvWebEvent {
 }
 export interface OrvWebFullScreenEnteringEvent extends OrvWebSendEvent {}
 export interface OrvWebFindStringEvent extends OrvWebEvent {
+  caseSensitive: boolean;
   currentIndex: number;
   isMatched: boolean;
   numMatches: number;
+  text: string;
 }
 export interface OrvWebUnsupportedMimeTypeEvent extends OrvWebEvent {
   url: string;
@@ -472,6 +478,8 @@ export interface OrvWebInspectorMessageEvent extends OrvWebEvent {
 }
 export interface OrvWebContextMenuRequestEvent extends OrvWebSendEvent {
   menuItems: OrvWebContextMenuItem[];
+  x: number;
+  y: number;
 }
 export interface OrvWebCaptureContentsEvent extends OrvWebEvent {
   base64PNGImage: string;
@@ -942,6 +950,10 @@ export interface ApplicationListener {
   onUserIdle?(): void;
   /** Somebody uses them again. */
   onUserActive?(): void;
+  /** The window's close button was clicked, and the chrome has asked to decide by applicationWindow.setAsksBeforeClosing: application.requestExit ends the application. */
+  onCloseRequest?(): void;
+  /** A key was pressed that the chrome has reserved by applicationWindow.setReservedKeys; by the name that it has there. */
+  onReservedKey?(key: string): void;
   /** The language of the user has changed, such as en_US. */
   onLanguageChange?(language: string): void;
   /** The region of the user has changed, such as en_US. */
@@ -1012,6 +1024,10 @@ export interface NativeFunctions {
   'bindingManager.listBindings'(): string;
   /** Real, desktop. Shows at once what was drawn in the application window. */
   'applicationWindow.flushContext'(): '';
+  /** Real, desktop. With true, a click on the window's close button only calls chrome.internal.application.onCloseRequest, and the chrome decides; application.requestExit ends the application then. The third click within ten seconds ends it nevertheless, as do signals. It is off again when the chrome's process ends. */
+  'applicationWindow.setAsksBeforeClosing'(asks: Flag): '';
+  /** Real, desktop. Reserves keys for the chrome in place of those before: pages never get them, and chrome.internal.application.onReservedKey tells of each press, wherever the keyboard is and also while a page hangs. A key is named as documents name it, with modifiers before it, such as Ctrl+T, Ctrl+Shift+Tab, Alt+ArrowLeft or F6; for signs such as Ctrl++ shift does not count. The result is 0, and nothing changes, when one is no such name or they are more than 256. They are free again when the chrome's process ends. */
+  'applicationWindow.setReservedKeys'(...keys: Numeric[]): BooleanText;
   /** Real, desktop. Resizes the application window, in pixels, and says how it is turned, in degrees. */
   'applicationWindow.setSize'(width: Numeric, height: Numeric, rotation: Numeric): '';
   /** Real, desktop. Shows the application window as normal, maximized, fullscreen or minimized; application.onWindowState tells when it is. Without a window manager maximized and fullscreen are the size of the screen, and minimized does nothing; a program that was started with --kiosk stays in full screen. The result is 0 for another word. */

@@ -134,6 +134,12 @@ export class WebView {
     return new WebView(handle);
   }
 
+  /** One that is there already, of a chrome before this one (webview.list): it takes commands at once. */
+  static adopt(handle) {
+    hub.created.add(Number(handle));
+    return new WebView(handle);
+  }
+
   /** The web view that shows the chrome. */
   static get root() {
     return new WebView(ROOT);

@@ -239,6 +239,7 @@ std::vector<WebViewManager::WebViewHandle> WebViewManager::takeWebViews() {
 }
 
 void WebViewManager::chromeLost() {
+  if (chromeLost_) chromeLost_();
   for (const WebViewHandle handle : takeWebViews()) left_.insert(handle);
 }
 

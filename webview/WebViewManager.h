@@ -82,6 +82,8 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   std::vector<WebViewHandle> takeWebViews();
   // The chrome's process has ended: nobody knows the web views that there are.
   void chromeLost();
+  // Called then: what else the chrome had asked for is nobody's wish any more.
+  void setChromeLostListener(std::function<void()> listener) { chromeLost_ = std::move(listener); }
   // The next chrome is there: destroys those of the former one that it has not asked for.
   void destroyLeftWebViews();
 
@@ -135,6 +137,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   const char* keptInThisProcess_ = nullptr;
   std::set<WebViewHandle> closing_;
   std::function<void(const String&)> forward_;
+  std::function<void()> chromeLost_;
   const std::unique_ptr<WebInspectorClient> inspector_;
 
   mutable std::mutex rootMutex_;

@@ -255,6 +255,7 @@ void PageLoad::loadCommitted() {
   if (parts_) parts_->fullScreen.documentGone();
   if (parts_) parts_->apis.documentGone();
   if (!parts_) return;
+  parts_->find.committed();
   parts_->navigation.committed();
   page_.raise(OrvWebEvent::DocumentLoadCommitted);
 }

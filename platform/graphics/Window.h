@@ -22,6 +22,8 @@ class WindowListener {
   virtual ~WindowListener() = default;
   virtual void windowResized(IntSize size) = 0;
   virtual void windowCloseRequested() = 0;
+  // By the program itself.
+  virtual void windowEndRequested() { windowCloseRequested(); }
   // Active: the window has the keyboard focus.
   virtual void windowActiveChanged(bool active) { static_cast<void>(active); }
   virtual void windowShownAsChanged(ShownAs shownAs) { static_cast<void>(shownAs); }
