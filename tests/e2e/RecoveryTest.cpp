@@ -51,7 +51,7 @@ TEST_P(RecoveryTest, WhatDiesOrDoesNotLoadIsTriedAgainHiddenPagesWhenTheyAreShow
   Program program(environment(chrome(server, "pages=shown,hidden,left")));
   ASSERT_TRUE(program.waitForLine(R"(shown ReloadScheduled {"delay":1000,)")) << program.errors();
   server.add("shown", "text/html", document("here"));
-  ASSERT_TRUE(program.waitForLine("shown loaded here")) << program.errors();
+  ASSERT_TRUE(program.waitForLine("shown shows here")) << program.errors();
 
   for (const pid_t process : pageProcesses(program)) ASSERT_EQ(::kill(process, SIGKILL), 0);
   bool shownAgain = false;
@@ -61,13 +61,13 @@ TEST_P(RecoveryTest, WhatDiesOrDoesNotLoadIsTriedAgainHiddenPagesWhenTheyAreShow
     ASSERT_TRUE(line) << program.errors();
     hiddenWaits |= line->starts_with(R"(hidden ReloadScheduled {"delay":1000,)") &&
                    line->ends_with(R"("whenShown":true})");
-    shownAgain |= *line == "shown loaded here";
+    shownAgain |= *line == "shown shows here";
   }
   EXPECT_TRUE(hiddenWaits);
   EXPECT_TRUE(shownAgain) << program.errors();
   EXPECT_EQ(server.requestsFor("hidden"), 1) << "it was loaded out of sight";
   clickAt(400, 400);
-  EXPECT_TRUE(program.waitForLine("hidden loaded hidden")) << program.errors();
+  EXPECT_TRUE(program.waitForLine("hidden shows hidden")) << program.errors();
   EXPECT_EQ(server.requestsFor("left"), 1) << "it was tried again though something else was loaded";
 }
 
@@ -82,10 +82,10 @@ TEST_P(RecoveryTest, APageThatTakesTooMuchMemoryIsToldOfAndStartedAnew) {
   });
   Program program(environment(chrome(server, "pages=greedy&asks=no")),
                   {"--web-process-memory-limit=400"});
-  ASSERT_TRUE(program.waitForLine("greedy loaded eats")) << program.errors();
+  ASSERT_TRUE(program.waitForLine("greedy shows eats")) << program.errors();
   ASSERT_TRUE(program.waitForLine(R"("limit":419430400,"process":)")) << program.errors();
   EXPECT_TRUE(program.waitForLine("greedy ReloadScheduled")) << program.errors();
-  EXPECT_TRUE(program.waitForLine("greedy loaded fine")) << program.errors();
+  EXPECT_TRUE(program.waitForLine("greedy shows fine")) << program.errors();
 }
 
 INSTANTIATE_TEST_SUITE_P(InEitherProcess, RecoveryTest, testing::Values("", "1"),
