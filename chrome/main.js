@@ -12,7 +12,7 @@ import { call, isHosted, listBindings, MISSING, on, WebView } from './pagehost.j
 import { NotificationList, NotificationRows } from './notifications.js';
 import { makePanels } from './panels.js';
 import { Permissions } from './permissions.js';
-import { answerPlatform, Platform } from './platform.js';
+import { answerPlatform, invokedAddress, Platform } from './platform.js';
 import { Previews } from './previews.js';
 import { namesOf } from './processes.js';
 import { Session } from './session.js';
@@ -52,6 +52,7 @@ function start() {
   shareProxyLogins(tabs);
   const platform = new Platform();
   answerPlatform(platform, tabs);
+  platform.addEventListener('onInvoked', ({ detail: [request] }) => openInvoked(tabs, request));
   const panels = makePanels({
     tabs, store, platform, settings, known, permissions, dialogs,
     find: () => findBar.open(),
@@ -289,15 +290,24 @@ function restoreSession(tabs, session) {
   empty.forEach((tab) => tabs.close(tab));
 }
 
+/** As people type it. */
+function openAddress(tabs, text) {
+  const { url, hint } = resolveAddress(text);
+  if (url) tabs.open(url);
+  else showToast(`${text}: ${hint}`);
+}
+
+/** What another start, the desktop or another application wants to be opened; also nothing but the window. */
+function openInvoked(tabs, request) {
+  const uri = invokedAddress(request);
+  if (uri) openAddress(tabs, uri);
+}
+
 function openFirstTabs(tabs, layOutNow, session) {
   const args = JSON.parse(WebView.root.arguments() || '[]').slice(1);
   if (args.includes('--demo')) return runDemo(tabs, layOutNow);
 
-  for (const arg of args.filter((each) => !each.startsWith('-'))) {
-    const { url, hint } = resolveAddress(arg);
-    if (url) tabs.open(url);
-    else showToast(`${arg}: ${hint}`);
-  }
+  for (const arg of args.filter((each) => !each.startsWith('-'))) openAddress(tabs, arg);
   if (!tabs.list.length) tabs.open(START_PAGE);
   else tabs.activate(tabs.list[0]);
   const { length } = session.lastTime;

@@ -29,6 +29,8 @@
 #include "src/EngineStart.h"
 #include "src/NavigatorServices.h"
 #include "src/ProgramOptions.h"
+#include "src/RemoteControl.h"
+#include "src/SingleInstance.h"
 #include "src/Watchdog.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
@@ -83,6 +85,7 @@ void setKeyboardFocus(int value) {
 
 void pagehost_main(int argc, char** argv) {
   std::vector<char*> arguments = takeOptions(argc, argv);
+  claimProfile(arguments);
   ServiceManager serviceManager = ServiceManager::take();
   if (!spawnChildLauncher(childWebViewMain)) {
     logAlways(LogError, "Could not spawn child launcher");
@@ -143,6 +146,7 @@ void pagehost_main(int argc, char** argv) {
   PPSBinding::instance();
   WindowAnimations::instance();
   std::optional<NavigatorServices> services(window);
+  std::optional<RemoteControl> control(window);
 
   // In time: no page runs before the loop does.
   root->setCapabilities(chromeCapabilities(chromeUrl ? chromeUrl : defaultChromeUrl));
@@ -151,6 +155,7 @@ void pagehost_main(int argc, char** argv) {
   std::optional<Watchdog> watchdog(std::in_place, std::move(serviceManager), *root);
   const int status = client->run();
   watchdog.reset();
+  control.reset();
   services.reset();
   logAlways(LogNotice, "Exit %s: %d", argv[0], status);
   std::exit(status);
