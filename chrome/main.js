@@ -24,7 +24,7 @@ import { Printing, savePage, showSource } from './page-tools.js';
 import { call, isHosted, listBindings, MISSING, on, WebView } from './pagehost.js';
 import { makePanels } from './panels.js';
 import { Permissions } from './permissions.js';
-import { answerPlatform, Platform } from './platform.js';
+import { answerPlatform, invokedAddress, Platform } from './platform.js';
 import { isPopupOpen, preparePopups } from './popups.js';
 import { PopupBlocker } from './popup-blocker.js';
 import { applyTheme, Preferences } from './preferences.js';
@@ -79,6 +79,7 @@ function start() {
   new FullScreenHint(tabs, cutouts);
   shareProxyLogins(tabs);
   answerPlatform(platform, tabs);
+  platform.addEventListener('onInvoked', ({ detail: [request] }) => openInvoked(tabs, request));
   const openWindow = (url = startPage()) => outer.openWindow(url);
   const links = new Links(tabs, openWindow);
   const printing = new Printing(tabs, { dialogs, preferences, downloads });
@@ -289,15 +290,24 @@ function restoreSession(tabs, session) {
   empty.forEach((tab) => tabs.close(tab));
 }
 
+/** As people type it. */
+function openAddress(tabs, text) {
+  const { url, hint } = resolveAddress(text);
+  if (url) tabs.open(url);
+  else showToast(`${text}: ${hint}`);
+}
+
+/** What another start, the desktop or another application wants to be opened; also nothing but the window. */
+function openInvoked(tabs, request) {
+  const uri = invokedAddress(request);
+  if (uri) openAddress(tabs, uri);
+}
+
 function openFirstTabs(tabs, layOutNow, session, { preferences, address }) {
   const args = JSON.parse(WebView.root.arguments() || '[]').slice(1);
   if (args.includes('--demo')) return runDemo(tabs, layOutNow);
 
-  for (const arg of args.filter((each) => !each.startsWith('-'))) {
-    const { url, hint } = resolveAddress(arg);
-    if (url) tabs.open(url);
-    else showToast(`${arg}: ${hint}`);
-  }
+  for (const arg of args.filter((each) => !each.startsWith('-'))) openAddress(tabs, arg);
   const isEmpty = !tabs.list.length;
   if (isEmpty) tabs.open(startAddress(preferences));
   else tabs.activate(tabs.list[0]);

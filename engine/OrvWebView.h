@@ -306,6 +306,9 @@ class OrvWebView : private PageClient {
 
   // Runs a script; the result is an id, under which JavaScriptResult brings the value.
   String executeJavaScript(const String& script, OrvWebJavaScriptWorld world);
+  // Runs a script in the page's world; the function is told its value as JSON. No event is raised.
+  // Not called if the page is gone first.
+  void evaluate(const String& script, ScriptDone done);
   // Calls a function of the page by its path from the global object: posted, or waited for (see
   // Page::callFunction for what ends the wait). The posted form gives an id, under which
   // JavaScriptFunctionResult brings the value; the empty text where that event is not enabled.

@@ -10,6 +10,7 @@
 #include "engine/WebViewSettings.h"
 #include "platform/graphics/Window.h"
 
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -28,6 +29,16 @@ struct PromptAnswer {
   Tessel::Platform::String username;
   Tessel::Platform::String password;
 };
+
+// How a script is run, and how its value is told.
+struct ScriptOptions {
+  bool isolated = false;
+  bool asJson = false;  // else as the script would print it
+};
+// The type and the value, or JSException and the error. A value that has no JSON, such as a
+// function, is the empty text.
+using ScriptDone =
+    std::function<void(OrvWebJavaScriptResultType type, const Tessel::Platform::String& text)>;
 
 // How findString looks for its text.
 struct FindOptions {
@@ -185,9 +196,9 @@ class Page {
   // False when there is no process to ask.
   virtual bool askWhetherAlive() = 0;
 
-  // Runs a script in the page's own world or one beside it; JavaScriptResult brings the value
-  // under the given id.
-  virtual void runScript(const String& script, bool isolated, const String& resultId) = 0;
+  // Runs a script in the page's own world or one beside it. The function is called with the value,
+  // unless the page is closed first; the caller's objects may be gone by then.
+  virtual void runScript(const String& script, const ScriptOptions& options, ScriptDone done) = 0;
   // Has the engine's own scripts do something in the document.
   virtual void act(PageAction action, std::vector<JavaScriptVariant> arguments) = 0;
   // The factor by which the document is laid out larger.

@@ -88,8 +88,8 @@ std::string folderFor(const char* variable, const char* besideExecutable, const 
   return installed;
 }
 
-// The application's folder below the program's: named after the profile, or after the address of
-// the chrome without query and fragment. Empty for the bundled chrome, which uses the program's.
+}  // namespace
+
 std::string applicationFolder() {
   const char* profile = std::getenv(profileVariable);
   if (profile && *profile) return std::string("profiles/") + profile + "/";
@@ -107,8 +107,6 @@ std::string applicationFolder() {
   g_free(sum);
   return folder;
 }
-
-}  // namespace
 
 std::string localRoot() {
   return folderFor("TESSEL_LOCAL_ROOT", "share", PAGEHOST_DATA_FOLDER);

@@ -1,7 +1,6 @@
 // The services that connect the application with the desktop and the device. Main thread.
 #pragma once
 
-#include "platform/control/ControlSocket.h"
 #include "platform/desktop/DeviceBus.h"
 #include "platform/desktop/MemoryPressure.h"
 #include "platform/desktop/RotationService.h"
@@ -28,5 +27,4 @@ class NavigatorServices {
   Tessel::Platform::InvocationService invocation_{handler_};
   Tessel::Platform::ScreenPower screen_{handler_};
   Tessel::Platform::MemoryPressure memory_{[this] { handler_.onLowMemory(); }};
-  std::unique_ptr<Tessel::Platform::ControlSocket> control_;
 };

@@ -30,6 +30,8 @@
 #include "src/MemoryWatch.h"
 #include "src/NavigatorServices.h"
 #include "src/ProgramOptions.h"
+#include "src/RemoteControl.h"
+#include "src/SingleInstance.h"
 #include "src/Watchdog.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
@@ -87,7 +89,11 @@ void setKeyboardFocus(int value) {
 void pagehost_main(int argc, char** argv) {
   std::vector<char*> arguments = takeOptions(argc, argv);
   const AutomationOrder& automation = automationOrder();
-  if (automation.mode != AutomationMode::Off) useEphemeralFolders();
+  if (automation.mode == AutomationMode::Off) {
+    claimProfile(arguments);
+  } else {
+    useEphemeralFolders();
+  }
   ServiceManager serviceManager = ServiceManager::take();
   if (!spawnChildLauncher(childWebViewMain)) {
     logAlways(LogError, "Could not spawn child launcher");
@@ -155,6 +161,7 @@ void pagehost_main(int argc, char** argv) {
   PPSBinding::instance();
   WindowAnimations::instance();
   std::optional<NavigatorServices> services(window);
+  std::optional<RemoteControl> control(window);
 
   // In time: no page runs before the loop does.
   root->setCapabilities(chromeCapabilities(chromeUrl ? chromeUrl : defaultChromeUrl));
@@ -169,6 +176,7 @@ void pagehost_main(int argc, char** argv) {
   const int status = client->run();
   memory.reset();
   watchdog.reset();
+  control.reset();
   services.reset();
   logAlways(LogNotice, "Exit %s: %d", argv[0], status);
   std::exit(status);

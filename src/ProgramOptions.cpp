@@ -161,6 +161,17 @@ constexpr Row rows[] = {
      {Tessel::Platform::logLevelVariable},
      isOneOf<Tessel::Platform::logLevelWords>,
      "error, notice or trace"},
+    {{"allow-eval", nullptr, "Lets pagehost-ctl run scripts in pages."},
+     {allowEvalVariable},
+     isSwitch,
+     "true or false"},
+    {{"new", nullptr,
+      "Starts another program also where one with the same profile runs; else that one is given "
+      "the "
+      "addresses."},
+     {newVariable},
+     isSwitch,
+     "true or false"},
 };
 
 // The file that was named, for viewers, which read it as well.
@@ -202,7 +213,9 @@ const Tessel::Platform::ProgramText& programText() {
         {}},
        {"exit status",
         "",
-        {{"0", "The window was closed, or the chrome ended the program."},
+        {{"0",
+          "The window was closed, the chrome ended the program, or a running one has taken the "
+          "addresses."},
          {"1", "The program could not start, or lost its display."},
          {"2", "An option, a variable or a configuration file is wrong."},
          {"3", "The process of the chrome has ended ten times within ten minutes."}}}}};
@@ -336,6 +349,10 @@ void leaveUnknownOptions() {
 unsigned int memoryLimit(const char* variable) {
   const char* const value = std::getenv(variable);
   return value ? static_cast<unsigned int>(std::strtoul(value, nullptr, 10)) : 0;
+}
+
+bool isLaunchedApplication() {
+  return leavesUnknown;
 }
 
 bool isSwitchedOn(const char* variable) {

@@ -20,6 +20,9 @@ std::vector<char*> takeOptions(int argc, char** argv);
 // From now on unknown options are words: the arguments of a launched application are its page's.
 void leaveUnknownOptions();
 
+// Whether that was called: this is an application of the launcher server.
+bool isLaunchedApplication();
+
 // Whether a switch is on, according to its variable after takeOptions.
 bool isSwitchedOn(const char* variable);
 
@@ -45,4 +48,6 @@ inline constexpr const char* zoomVariable = "PAGEHOST_ZOOM";
 inline constexpr const char* watchdogVariable = "PAGEHOST_WATCHDOG";
 inline constexpr const char* memoryVariable = "PAGEHOST_MEMORY_LIMIT";
 inline constexpr const char* webProcessMemoryVariable = "PAGEHOST_WEB_PROCESS_MEMORY_LIMIT";
+inline constexpr const char* allowEvalVariable = "PAGEHOST_ALLOW_EVAL";
+inline constexpr const char* newVariable = "PAGEHOST_NEW";
 inline constexpr const char* hidePointerVariable = "PAGEHOST_HIDE_POINTER";

@@ -240,7 +240,7 @@ void WebView::drivingProcessEnded() {
 }
 
 void WebView::drivingDocumentLoaded() {
-  WebViewManager::instance().destroyLeftWebViews();
+  WebViewManager::instance().chromeLoaded();
 }
 
 void WebView::gaveUp() {

@@ -228,28 +228,35 @@ void WebViewManager::destroyWebView(WebViewHandle handle) {
   }
 }
 
-std::vector<WebViewManager::WebViewHandle> WebViewManager::takeWebViews() {
-  left_.clear();
+std::vector<WebViewManager::WebViewHandle> WebViewManager::webViews() const {
   std::vector<WebViewHandle> handles;
-  // Those that are about to be made as well.
   for (const auto& [handle, isCreated] : created_) {
     if (handle != rootHandle) handles.push_back(handle);
   }
   return handles;
 }
 
+std::vector<WebViewManager::WebViewHandle> WebViewManager::takeWebViews() {
+  left_.clear();
+  return webViews();
+}
+
 void WebViewManager::chromeLost() {
   if (chromeLost_) chromeLost_();
+  chromeIsLoaded_ = false;
   for (const WebViewHandle handle : takeWebViews()) left_.insert(handle);
 }
 
-void WebViewManager::destroyLeftWebViews() {
+void WebViewManager::chromeLoaded() {
+  chromeIsLoaded_ = true;
   const auto left = std::exchange(left_, {});
-  if (left.empty()) return;
-  logAlways(LogNotice,
-            "The chrome was started again; web views of the former one that are deleted: %zu",
-            left.size());
+  if (!left.empty()) {
+    logAlways(LogNotice,
+              "The chrome was started again; web views of the former one that are deleted: %zu",
+              left.size());
+  }
   for (const WebViewHandle handle : left) destroyWebView(handle);
+  if (chromeLoadedHook_) chromeLoadedHook_();
 }
 
 bool WebViewManager::noWebViews() const {

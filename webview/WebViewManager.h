@@ -49,6 +49,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   void destroyWebView(WebViewHandle handle);
   // Asks every web view to close; the main loop ends with the last of them.
   void shutdown();
+  bool isShuttingDown() const { return shuttingDown_; }
 
   WebView* webViewForHandle(WebViewHandle handle) const;
   // The proxy of a web view in a child process; null for others.
@@ -78,14 +79,20 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   // For other threads: pin it before use.
   Tessel::Platform::GuardedPointer<WebView> rootWebViewFromAnyThread() const;
 
-  // All but the root, in order. Whoever asks for them keeps those of a chrome that was lost.
+  // All but the root, in order, also those that are being created.
+  std::vector<WebViewHandle> webViews() const;
+  // The same. Whoever asks for them keeps those of a chrome that was lost.
   std::vector<WebViewHandle> takeWebViews();
   // The chrome's process has ended: nobody knows the web views that there are.
   void chromeLost();
   // Called then: what else the chrome had asked for is nobody's wish any more.
   void setChromeLostListener(std::function<void()> listener) { chromeLost_ = std::move(listener); }
   // The next chrome is there: destroys those of the former one that it has not asked for.
-  void destroyLeftWebViews();
+  void chromeLoaded();
+  // Whether there is a chrome that has loaded.
+  bool isChromeLoaded() const { return chromeIsLoaded_; }
+  // Called whenever one has; an empty function removes it.
+  void onChromeLoaded(std::function<void()> hook) { chromeLoadedHook_ = std::move(hook); }
 
   // Whether the web view has reported Created.
   bool isCreated(WebViewHandle handle) const;
@@ -133,7 +140,9 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   std::map<const WebView*, WebViewHandle> handles_;
   std::map<WebViewHandle, int> webProcesses_;
   std::set<WebViewHandle> left_;  // by a chrome whose process has ended
-  bool shuttingDown_ = false;     // until the loop ends
+  bool chromeIsLoaded_ = false;
+  std::function<void()> chromeLoadedHook_;
+  bool shuttingDown_ = false;  // until the loop ends
   const char* keptInThisProcess_ = nullptr;
   std::set<WebViewHandle> closing_;
   std::function<void(const String&)> forward_;

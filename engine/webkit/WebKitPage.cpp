@@ -379,31 +379,33 @@ void WebKitPage::keepProxyLogin(const String& username, const String& password) 
   services().proxyLogin = {{}, username, password};
 }
 
-void WebKitPage::runScript(const String& script, bool isolated, const String& resultId) {
+void WebKitPage::runScript(const String& script, const ScriptOptions& options, ScriptDone done) {
   if (!view()) return;
   struct Running {
     std::weak_ptr<PageContext> page;
-    String resultId;
+    bool asJson;
+    ScriptDone done;
   };
   webkit_web_view_evaluate_javascript(
       view_, script.utf8(), static_cast<gssize>(script.length()),
-      isolated ? "pagehost-isolated" : nullptr, nullptr, nullptr,
+      options.isolated ? "pagehost-isolated" : nullptr, nullptr, nullptr,
       [](GObject* view, GAsyncResult* result, gpointer data) {
         const std::unique_ptr<Running> running(static_cast<Running*>(data));
         GError* error = nullptr;
         JSCValue* value =
             webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(view), result, &error);
-        OrvWebJavaScriptResultEvent event;
-        event.resultId = running->resultId;
-        event.resultType = value ? resultTypeOf(value) : OrvWebJavaScriptResultType::JSException;
-        gchar* text = value ? jsc_value_to_string(value) : nullptr;
-        event.resultString = String(value ? text : error->message);
-        g_free(text);
+        const auto type = value ? resultTypeOf(value) : OrvWebJavaScriptResultType::JSException;
+        gchar* const own = !value            ? g_strdup(error->message)
+                           : running->asJson ? jsc_value_to_json(value, 0)
+                                             : jsc_value_to_string(value);
+        const String text(own);
+        g_free(own);
         g_clear_object(&value);
         g_clear_error(&error);
-        if (const auto page = running->page.lock()) page->raise(event);
+        const auto page = running->page.lock();
+        if (page && page->client()) running->done(type, text);
       },
-      new Running{weak_from_this(), resultId});
+      new Running{weak_from_this(), options.asJson, std::move(done)});
 }
 
 void WebKitPage::inspectorMessage(const String& message, bool connected) {

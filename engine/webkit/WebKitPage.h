@@ -49,7 +49,7 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   void setCallbackObjectEnabled(bool enabled) override;
   void bindCallbackObject(bool bound, const std::vector<String>& furtherOrigins) override;
   void setDrivesApplication(const String& loadFailureHint) override;
-  void runScript(const String& script, bool isolated, const String& resultId) override;
+  void runScript(const String& script, const ScriptOptions& options, ScriptDone done) override;
   void act(PageAction action, std::vector<JavaScriptVariant> arguments) override;
   using Page::act;
   void setZoom(double level) override;

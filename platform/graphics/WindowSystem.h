@@ -7,7 +7,9 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace Tessel::Platform::Graphics {
@@ -56,6 +58,8 @@ struct WindowState {
   std::vector<IntRect> discardRects;
 };
 
+using PictureTaken = std::function<void(const std::string& png)>;
+
 // One window of a window system. Destroying it removes it from the screen.
 class WindowSurface {
  public:
@@ -77,6 +81,10 @@ class WindowSurface {
   virtual void showAs(ShownAs wanted) { static_cast<void>(wanted); }
   // For top-level windows, irrevocable: from now on the program cannot set the size.
   virtual void fillScreen(ScreenFilling filling) { static_cast<void>(filling); }
+  // For top-level windows: a picture of the window with its children, a PNG in the display's
+  // pixels, whether or not it can be seen. Told on a later turn of the main loop; empty if there is
+  // none.
+  virtual void takePicture(PictureTaken taken) { taken({}); }
 };
 
 class WindowSystem {

@@ -2,6 +2,7 @@
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 
 #include "platform/graphics/Window.h"
+#include "platform/graphics/gtk/Picture.h"
 #include "platform/graphics/gtk/ScreenFit.h"
 #include "platform/graphics/gtk/ScreenInput.h"
 #include "platform/graphics/gtk/StackContainer.h"
@@ -104,6 +105,7 @@ class TopLevelSurface final : public WindowSurface {
   void requestKeyboardFocus() override { gtk_window_present(GTK_WINDOW(window_)); }
   void showAs(ShownAs wanted) override { fit_->showAs(wanted); }
   void fillScreen(ScreenFilling filling) override { fit_->fillScreen(filling); }
+  void takePicture(PictureTaken taken) override { takePictureOf(window_, std::move(taken)); }
 
  private:
   static gboolean onDraw(GtkWidget*, cairo_t* cairo, gpointer self) {
