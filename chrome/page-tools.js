@@ -11,7 +11,7 @@ const escaped = (text) => text.replace(/[&<>"]/g, (sign) => `&#${sign.charCodeAt
 export const fileNameFor = (title) => (title.replace(/[\p{C}/\\:*?"<>|]+/gu, ' ').trim().replace(/^\.+/, '').slice(0, 120) || 'page');
 
 /** A script of ours in the page, beside its own: what the page has done to its functions does not matter. */
-function runInPage(view, script) {
+export function runInPage(view, script) {
   return new Promise((resolve) => {
     let id;
     const off = view.on('JavaScriptResult', ({ data }) => {
