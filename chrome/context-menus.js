@@ -3,6 +3,7 @@
 import { keyText } from './commands.js';
 import { focus, focusPage } from './keyboard.js';
 import { WebView } from './pagehost.js';
+import { runInPage } from './page-tools.js';
 import { openMenu } from './popups.js';
 import { t } from './words.js';
 
@@ -96,17 +97,17 @@ export class ContextMenus {
     ];
   }
 
-  #openForPage(tab, context, { menuItems, x, y }) {
+  async #openForPage(tab, context, { x, y }) {
+    const marked = context.isSelectable ? await runInPage(tab.view, 'String(getSelection())') : '';
     const room = tab.rect;
     if (!room || tab !== this.#tabs.active) return;
-    openMenu(this.#pageEntries(tab, context, new Set(menuItems)), { x: room.x + x, y: room.y + y }, { label: t('Page'), goBack: () => focusPage(tab) });
+    openMenu(this.#pageEntries(tab, context, marked.trim()), { x: room.x + x, y: room.y + y }, { label: t('Page'), goBack: () => focusPage(tab) });
   }
 
-  #pageEntries(tab, { url: link, src, isImage, text }, items) {
+  #pageEntries(tab, { url: link, src, isImage }, marked) {
     const { view } = tab;
     const run = (item) => () => view.handleContextMenuResponse(item);
     const command = (name) => entryOf(this.#commands[name]);
-    const marked = (text ?? '').trim();
     const query = marked && this.#search(marked);
     const inTab = (where) => () => this.#links.open(tab, link, where);
     return [
@@ -120,7 +121,7 @@ export class ContextMenus {
       { label: t('Save the picture'), isThere: Boolean(isImage && src), run: run('SaveImage') },
       { label: t('Copy the address of the picture'), isThere: Boolean(isImage && src), run: run('CopyImageLink') },
       null,
-      { label: t('Copy'), isThere: Boolean(marked) || items.has('Copy'), run: run('Copy') },
+      { label: t('Copy'), isThere: Boolean(marked), run: run('Copy') },
       { label: t('Search for “{text}”', { text: marked.length > 24 ? `${marked.slice(0, 23)}…` : marked }), isThere: Boolean(query), run: () => this.#tabs.open(query, tab.process, { isPrivate: tab.isPrivate, beside: tab }) },
       null,
       ...(link || isImage ? [] : ['back', 'forward', 'reload', null, 'bookmark', 'print', 'save', 'source', null].map((name) => name && command(name))),

@@ -5,18 +5,20 @@ import { call, isHosted, listBindings } from './pagehost.js';
 
 const ROOT = 1;
 
+/** The tab whose page shall have the keyboard, once it is there. */
+let awaited = null;
+
 /** Moves the keyboard to an element of the chrome. */
 export function focus(element) {
+  awaited = null;
   if (isHosted()) call('webview.setActive', ROOT, true);
   element.focus();
 }
 
 /** Moves it to the page of a tab, which has it as soon as it is there. */
 export function focusPage(tab) {
-  tab.wantsKeyboard = true;
-  if (!tab.ready) return;
-  tab.wantsKeyboard = false;
-  tab.view.setActive(true);
+  awaited = tab.ready ? null : tab;
+  if (tab.ready) tab.view.setActive(true);
 }
 
 /**
@@ -25,7 +27,7 @@ export function focusPage(tab) {
  */
 export function followFocus(tabs, { isTyping }) {
   tabs.addEventListener('chosen', ({ detail: tab }) => !isTyping() && focusPage(tab));
-  tabs.addEventListener('created', ({ detail: tab }) => tab.wantsKeyboard && tab === tabs.active && focusPage(tab));
+  tabs.addEventListener('created', ({ detail: tab }) => tab === awaited && tab === tabs.active && focusPage(tab));
 }
 
 const KEYS = {

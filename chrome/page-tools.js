@@ -8,10 +8,10 @@ const MOST_SOURCE = 4 << 20;
 const escaped = (text) => text.replace(/[&<>"]/g, (sign) => `&#${sign.charCodeAt(0)};`);
 
 /** A file name out of a title. */
-export const fileNameFor = (title) => (title.replace(/[\p{C}/\\:*?"<>|]+/gu, ' ').trim().replace(/^\.+/, '').slice(0, 120) || 'page');
+export const fileNameFor = (title) => (title.replace(/[\s\p{C}/\\:*?"<>|]+/gu, ' ').replace(/^[. ]+/, '').slice(0, 120).trim() || 'page');
 
 /** A script of ours in the page, beside its own: what the page has done to its functions does not matter. */
-function runInPage(view, script) {
+export function runInPage(view, script) {
   return new Promise((resolve) => {
     let id;
     const off = view.on('JavaScriptResult', ({ data }) => {

@@ -33,13 +33,16 @@ export function openPopup(element, at, { onClose } = {}) {
   open = { element, anchor: isElement ? at : null, onClose };
   element.classList.add('popup');
   document.body.append(element);
-  const { width, height } = element.getBoundingClientRect();
   const isMirrored = getComputedStyle(element).direction === 'rtl';
   const rect = isElement ? at.getBoundingClientRect() : { left: at.x, right: at.x, top: at.y, bottom: at.y };
+  // Below its button there is most of the window; what does not fit there is scrolled to.
+  if (isElement) element.style.maxHeight = `${window.innerHeight - rect.bottom - EDGE}px`;
+  const { width, height } = element.getBoundingClientRect();
   const wanted = isMirrored ? rect.right - width : rect.left;
   const left = Math.max(EDGE, Math.min(wanted, window.innerWidth - width - EDGE));
-  const below = rect.bottom + height + EDGE <= window.innerHeight;
-  const top = below ? rect.bottom : Math.max(EDGE, Math.min(rect.top, window.innerHeight - EDGE) - (isElement ? height : Math.min(height, rect.top - EDGE)));
+  const isBelow = rect.bottom + height + EDGE <= window.innerHeight;
+  // A menu at the pointer opens upwards where there is more room, and is moved into the window at any rate.
+  const top = isBelow ? rect.bottom : Math.max(EDGE, Math.min(rect.top, window.innerHeight - EDGE) - height);
   element.style.left = `${Math.round(left)}px`;
   element.style.top = `${Math.round(top)}px`;
   cutouts?.add(element);

@@ -6,7 +6,7 @@ const MOST = 8;
 /** @typedef {{kind: 'tab'|'bookmark'|'visited', url: string, title: string, tab?: object}} Suggestion */
 
 /** An address as it is compared: nobody types how it begins. */
-const bare = (url) => url.replace(/^[a-z]+:\/\/(www\.)?/i, '').toLowerCase();
+const bare = (url) => url.replace(/^([a-z]+:\/\/)?(www\.)?/i, '').toLowerCase();
 
 /** @returns {number} how well the page fits; 0 if a word of the text is nowhere in it */
 export function scoreOf(words, { url, title = '', at = 0, count = 1 }, now) {
