@@ -19,9 +19,6 @@ void disableSessionBusAutolaunch();
 // starts.
 void prepareInspector();
 
-// The root folder of local: addresses.
-std::string localRoot();
-
 // Starts the engine, with the sandbox that PAGEHOST_SANDBOX selects. Site data go into the folder
 // of that name, separate for each application, which is identified by the address of its chrome.
 // For whether cookies are kept there, see WebKitEngine::Places. The toolkit must be running. Exits

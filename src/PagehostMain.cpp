@@ -26,8 +26,10 @@
 #include "src/ChildWebViewMain.h"
 #include "src/ChildWindows.h"
 #include "src/ChromeCapabilities.h"
+#include "src/Development.h"
 #include "src/EngineStart.h"
 #include "src/NavigatorServices.h"
+#include "src/NewChrome.h"
 #include "src/ProgramOptions.h"
 #include "src/Watchdog.h"
 #include "webview/WebView.h"
@@ -83,6 +85,7 @@ void setKeyboardFocus(int value) {
 
 void pagehost_main(int argc, char** argv) {
   std::vector<char*> arguments = takeOptions(argc, argv);
+  if (!wantedChrome().folder.empty()) makeNewChrome(wantedChrome());
   ServiceManager serviceManager = ServiceManager::take();
   if (!spawnChildLauncher(childWebViewMain)) {
     logAlways(LogError, "Could not spawn child launcher");
@@ -114,17 +117,19 @@ void pagehost_main(int argc, char** argv) {
   IPCSenderGroup::installFactory();
   WebViewManager& manager = WebViewManager::instance();
   Tessel::Platform::setErrorListener(
-      [](const String& text) { WebViewManager::instance().informChromeOfError(text); });
+      [](const String& text) { WebViewManager::instance().informChromeOfLoggedError(text); });
   WebView* root = manager.webViewForHandle(
       manager.createWebView(window.windowGroup().toStdString(), WebViewManager::inThisProcess));
   if (!root) platformCrash("src/main", 51, "pagehost_main");
 
   const char* chromeUrl = std::getenv("CHROME_URL");
+  const char* chromeFolder = std::getenv(chromeFolderVariable);
   root->setArguments(static_cast<int>(arguments.size()) - 1, arguments.data());
   root->setDrivesApplication(
-      chromeUrl ? "This address comes from the environment variable CHROME_URL: correct it, or "
+      chromeFolder ? "This is the folder that --chrome or --dev has named."
+      : chromeUrl  ? "This address comes from the environment variable CHROME_URL: correct it, or "
                   "unset it to get the bundled chrome."
-                : "The bundled chrome is missing: install it, or point TESSEL_LOCAL_ROOT at the "
+                   : "The bundled chrome is missing: install it, or point TESSEL_LOCAL_ROOT at the "
                   "folder that holds chrome/index.html.");
   root->enableNativeBindings(true);
   root->setEnablePlugins(true);
@@ -144,6 +149,9 @@ void pagehost_main(int argc, char** argv) {
   WindowAnimations::instance();
   std::optional<NavigatorServices> services(window);
 
+  std::optional<Development> development;
+  if (chromeFolder && isSwitchedOn(devVariable)) development.emplace(*root, window, chromeFolder);
+
   // In time: no page runs before the loop does.
   root->setCapabilities(chromeCapabilities(chromeUrl ? chromeUrl : defaultChromeUrl));
 
@@ -151,6 +159,7 @@ void pagehost_main(int argc, char** argv) {
   std::optional<Watchdog> watchdog(std::in_place, std::move(serviceManager), *root);
   const int status = client->run();
   watchdog.reset();
+  development.reset();
   services.reset();
   logAlways(LogNotice, "Exit %s: %d", argv[0], status);
   std::exit(status);

@@ -94,6 +94,7 @@ class WebView : public OrvWebView,
   void drivingProcessEnded() override;
   void drivingDocumentLoaded() override;
   void gaveUp() override;
+  void problem(const String& text) override;
   void alive() override { lastAlive_ = std::chrono::steady_clock::now(); }
   void post(EventType event, const String& data) override;
   String send(EventType event, const String& data) override;

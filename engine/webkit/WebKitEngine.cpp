@@ -7,7 +7,6 @@
 #include "engine/webkit/inspector/EngineInspector.h"
 #include "engine/webkit/link/WebProcessLinks.h"
 #include "engine/webkit/network/Downloads.h"
-#include "engine/webkit/network/LocalScheme.h"
 #include "engine/webkit/network/Resources.h"
 #include "engine/webkit/network/SharedCookies.h"
 #include "platform/base/Log.h"
@@ -62,7 +61,7 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
       g_object_new(WEBKIT_TYPE_WEB_CONTEXT, "website-data-manager", data, nullptr));
   g_object_unref(data);
   engine->inspector_->shut();
-  engine->localRoot_ = places.localRoot;
+  engine->local_ = places.local;
   engine->sandbox_ = places.sandbox;
   if (places.sandbox == PageSandbox::Bubblewrap) Tessel::Platform::removeSandboxFilesAtExit();
   engine->prepare(engine->context_);
@@ -94,7 +93,7 @@ WebKitEngine::~WebKitEngine() {
 }
 
 EngineServices WebKitEngine::services() {
-  return {localRoot_, *downloads_, *inspector_,  *formHistory_,
+  return {local_, *downloads_, *inspector_,  *formHistory_,
           *links_,    *passwords_, *proxyLogin_, *resources_};
 }
 
@@ -116,7 +115,7 @@ void WebKitEngine::prepare(WebKitWebContext* context) {
   webkit_website_data_manager_set_persistent_credential_storage_enabled(
       webkit_web_context_get_website_data_manager(context), FALSE);
   g_signal_connect(context, "initialize-web-extensions", G_CALLBACK(onInitializeModules), this);
-  serveLocalScheme(context, localRoot_);
+  serveLocalScheme(context, local_);
   resources_->serve(context);
 }
 

@@ -4,6 +4,7 @@
 
 #include "engine/Page.h"
 #include "engine/webkit/base/EngineServices.h"
+#include "engine/webkit/network/LocalScheme.h"
 #include "platform/os/Folders.h"
 #include "platform/os/PageSandbox.h"
 
@@ -18,7 +19,7 @@ class WebKitEngine final : public PageFactory {
  public:
   struct Places {
     std::string moduleFolder;  // holds the page module, an absolute path
-    std::string localRoot;     // what local: addresses are files of, an absolute path
+    LocalRoots local;          // what local: addresses are files of
     std::string dataName;      // of the folder for cookies, caches and the like
     // Whether cookies are written into that folder; else they go with the process, which other
     // processes tell of theirs (CookieJar).
@@ -47,7 +48,7 @@ class WebKitEngine final : public PageFactory {
   static void onInitializeModules(WebKitWebContext* context, gpointer self);
 
   std::string moduleFolder_;
-  std::string localRoot_;
+  LocalRoots local_;
   Tessel::Platform::PageSandbox sandbox_ = Tessel::Platform::PageSandbox::None;
   Tessel::Platform::ClaimedFolder dataFolder_;
   std::unique_ptr<WebProcessLinks> links_;

@@ -19,6 +19,8 @@ class ScreenFit {
   ScreenFit(const ScreenFit&) = delete;
   ScreenFit& operator=(const ScreenFit&) = delete;
 
+  static bool hasManager(GtkWindow* window);
+
   void showAs(ShownAs wanted);
   void fillScreen(ScreenFilling filling);
   // Gives the window another size, which it then has in place of the screen's. False, and nothing
