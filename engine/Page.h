@@ -100,6 +100,9 @@ class PageClient {
   // Of the page that drives the application: its process ends again and again, and is not started
   // any more; see Retries.
   virtual void gaveUp() = 0;
+  // Of the page that drives the application: one of its scripts has failed, or something that it
+  // needs could not be had; with the file and the line.
+  virtual void problem(const Tessel::Platform::String& text) = 0;
   // The answer to Page::askWhetherAlive().
   virtual void alive() = 0;
   // The page is loaded again by itself; see Page::setAutoReload.

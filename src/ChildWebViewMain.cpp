@@ -90,7 +90,7 @@ void forwardErrorsOver(int connection) {
         std::make_unique<ErrorMessage>(String(text.view().substr(0, longestError))), connection);
   });
   Tessel::Platform::setErrorListener(
-      [](const String& text) { WebViewManager::instance().informChromeOfError(text); });
+      [](const String& text) { WebViewManager::instance().informChromeOfLoggedError(text); });
 }
 
 // Accepts the single connection through which the main process shows this process's windows.

@@ -26,9 +26,11 @@
 #include "src/ChildWebViewMain.h"
 #include "src/ChildWindows.h"
 #include "src/ChromeCapabilities.h"
+#include "src/Development.h"
 #include "src/EngineStart.h"
 #include "src/MemoryWatch.h"
 #include "src/NavigatorServices.h"
+#include "src/NewChrome.h"
 #include "src/ProgramOptions.h"
 #include "src/RemoteControl.h"
 #include "src/SingleInstance.h"
@@ -88,6 +90,7 @@ void setKeyboardFocus(int value) {
 
 void pagehost_main(int argc, char** argv) {
   std::vector<char*> arguments = takeOptions(argc, argv);
+  if (!wantedChrome().folder.empty()) makeNewChrome(wantedChrome());
   const AutomationOrder& automation = automationOrder();
   if (automation.mode == AutomationMode::Off) {
     claimProfile(arguments);
@@ -132,18 +135,20 @@ void pagehost_main(int argc, char** argv) {
     manager.keepInThisProcess("WebDriver clients drive the pages of this process alone");
   }
   Tessel::Platform::setErrorListener(
-      [](const String& text) { WebViewManager::instance().informChromeOfError(text); });
+      [](const String& text) { WebViewManager::instance().informChromeOfLoggedError(text); });
   WebView* root = manager.webViewForHandle(
       manager.createWebView(window.windowGroup().toStdString(), WebViewManager::inThisProcess));
   if (!root) platformCrash("src/main", 51, "pagehost_main");
 
   const char* chromeUrl = std::getenv("CHROME_URL");
+  const char* chromeFolder = std::getenv(chromeFolderVariable);
   root->setArguments(static_cast<int>(arguments.size()) - 1, arguments.data());
   root->setDrivesApplication(
-      chromeUrl ? "This address comes from the environment variable CHROME_URL: correct it, or "
-                  "unset it to get the bundled chrome."
-                : "The bundled chrome is missing: install it, or point TESSEL_LOCAL_ROOT at the "
-                  "folder that holds chrome/index.html.");
+      chromeFolder ? "This is the folder that --chrome or --dev has named."
+      : chromeUrl  ? "This address comes from the environment variable CHROME_URL: correct it, or "
+                     "unset it to get the bundled chrome."
+                   : "The bundled chrome is missing: install it, or point TESSEL_LOCAL_ROOT at the "
+                     "folder that holds chrome/index.html.");
   root->enableNativeBindings(true);
   root->setEnablePlugins(true);
   root->setExtraPluginDirectory(pluginDirectory);
@@ -163,6 +168,9 @@ void pagehost_main(int argc, char** argv) {
   std::optional<NavigatorServices> services(window);
   std::optional<RemoteControl> control(window);
 
+  std::optional<Development> development;
+  if (chromeFolder && isSwitchedOn(devVariable)) development.emplace(*root, window, chromeFolder);
+
   // In time: no page runs before the loop does.
   root->setCapabilities(chromeCapabilities(chromeUrl ? chromeUrl : defaultChromeUrl));
 
@@ -176,6 +184,7 @@ void pagehost_main(int argc, char** argv) {
   const int status = client->run();
   memory.reset();
   watchdog.reset();
+  development.reset();
   control.reset();
   services.reset();
   logAlways(LogNotice, "Exit %s: %d", argv[0], status);

@@ -17,6 +17,14 @@
 // an option is unknown or a value invalid.
 std::vector<char*> takeOptions(int argc, char** argv);
 
+// What "pagehost new DIR --template NAME" has asked for; the folder is empty if it has not.
+struct WantedChrome {
+  std::string folder;
+  std::string templateName;
+};
+// After takeOptions.
+const WantedChrome& wantedChrome();
+
 // From now on unknown options are words: the arguments of a launched application are its page's.
 void leaveUnknownOptions();
 
@@ -41,6 +49,8 @@ const AutomationOrder& automationOrder();
 inline constexpr const char* automationAddressVariable = "WEBKIT_INSPECTOR_SERVER";
 
 // Variables that start-up code reads.
+inline constexpr const char* devVariable = "PAGEHOST_DEV";
+inline constexpr const char* chromeFolderVariable = "PAGEHOST_CHROME_FOLDER";
 inline constexpr const char* kioskVariable = "PAGEHOST_KIOSK";
 inline constexpr const char* fullscreenVariable = "PAGEHOST_FULLSCREEN";
 inline constexpr const char* profileVariable = "PAGEHOST_PROFILE";

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Writes docs/native-functions.md and chrome/pagehost.d.ts anew from the program's tables.
+# Writes docs/native-functions.md and chrome/native.d.ts anew from the program's tables.
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."

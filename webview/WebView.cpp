@@ -212,10 +212,9 @@ void WebView::setCapabilities(Capabilities capabilities) {
 
 void WebView::callNativeFunction(OrvWebJavaScriptCallbackEvent& call) {
   if (capabilities_.allow(call)) return BindingManager::instance().dispatch(&call);
-  const String refusal = concat("Native function: \"", call.args()[0], "\" may not be called by \"",
-                                call.callerOrigin(), "\".");
-  logAlways(LogNotice, "%s", refusal.utf8());
-  WebViewManager::instance().informChromeOfError(refusal);
+  WebViewManager::instance().informChromeOfError(
+      concat("Native function: \"", call.args()[0], "\" may not be called by \"",
+             call.callerOrigin(), "\"."));
 }
 
 void WebView::navigationRefused(const String& url) {
@@ -241,6 +240,10 @@ void WebView::drivingProcessEnded() {
 
 void WebView::drivingDocumentLoaded() {
   WebViewManager::instance().chromeLoaded();
+}
+
+void WebView::problem(const String& text) {
+  WebViewManager::instance().noteProblem(text);
 }
 
 void WebView::gaveUp() {

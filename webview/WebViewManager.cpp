@@ -372,10 +372,16 @@ void WebViewManager::markCreated(WebViewHandle handle) {
 }
 
 void WebViewManager::informChromeOfError(const String& message) {
+  // Processes without a chrome forward it to the one that has it, and logs it.
+  if (!forward_) logAlways(LogError, "%s", message.utf8());
+  informChromeOfLoggedError(message);
+}
+
+void WebViewManager::informChromeOfLoggedError(const String& message) {
   MainMessageClient* const client = MainMessageClient::instance();
   if (client && !client->isCurrentThread()) {
     client->dispatchMessage(executableMessage(MethodDelegate1<WebViewManager, const String&>(
-        this, &WebViewManager::informChromeOfError, message)));
+        this, &WebViewManager::informChromeOfLoggedError, message)));
     return;
   }
   WebView* root = rootWebView();
@@ -384,7 +390,13 @@ void WebViewManager::informChromeOfError(const String& message) {
     logAlways(LogError, "WebViewManager::informChromeOfError: can't find root webview!");
     return;
   }
+  if (watcher_) watcher_(message);
   sendChromeError(*root, message);
+}
+
+void WebViewManager::noteProblem(const String& text) {
+  logAlways(LogError, "%s", text.utf8());
+  if (watcher_) watcher_(text);
 }
 
 void WebViewManager::postEvent(WebViewHandle handle, EventType event, const String& data,

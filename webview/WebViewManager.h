@@ -98,8 +98,14 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   bool isCreated(WebViewHandle handle) const;
   void markCreated(WebViewHandle handle);
 
-  // Reports an error to the chrome; logged and dropped without a chrome. Any thread.
+  // Logs an error, whoever listens, and reports it to the chrome, if there is one. Any thread.
   void informChromeOfError(const String& message);
+  // The same of one that is in the log already.
+  void informChromeOfLoggedError(const String& message);
+  // Logs what is wrong with the chrome itself. Main thread.
+  void noteProblem(const String& text);
+  // Is told all of these, too. Main thread.
+  void watchProblems(std::function<void(const String&)> watcher) { watcher_ = std::move(watcher); }
   // The receiver of errors in a process without a chrome. Main thread.
   void forwardErrors(std::function<void(const String&)> forward) { forward_ = std::move(forward); }
 
@@ -147,6 +153,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   std::set<WebViewHandle> closing_;
   std::function<void(const String&)> forward_;
   std::function<void()> chromeLost_;
+  std::function<void(const String&)> watcher_;
   const std::unique_ptr<WebInspectorClient> inspector_;
 
   mutable std::mutex rootMutex_;

@@ -400,6 +400,22 @@ gboolean PageLoad::onLoadFailed(WebKitWebView*, WebKitLoadEvent when, const gcha
   return TRUE;
 }
 
+namespace {
+
+// What NetworkError tells of a process that has ended; the engine's own numbers are positive.
+int statusOf(WebKitWebProcessTerminationReason reason) {
+  switch (reason) {
+    case WEBKIT_WEB_PROCESS_CRASHED:
+      return -1;
+    case WEBKIT_WEB_PROCESS_EXCEEDED_MEMORY_LIMIT:
+      return -2;
+    default:
+      return -3;
+  }
+}
+
+}  // namespace
+
 void PageLoad::processEnded(WebKitWebProcessTerminationReason reason) {
   const char* why = "was ended";
   if (reason == WEBKIT_WEB_PROCESS_CRASHED) {
@@ -427,6 +443,7 @@ void PageLoad::processEnded(WebKitWebProcessTerminationReason reason) {
   if (const auto load = std::exchange(unstartedLoad_, nullptr)) return load();
   OrvWebNetworkErrorEvent event;
   event.message = message;
+  event.status = statusOf(reason);
   event.url = url;
   const unsigned int retryBefore = retryNumber_;
   page_.raise(event);

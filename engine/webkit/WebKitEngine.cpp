@@ -8,7 +8,6 @@
 #include "engine/webkit/inspector/EngineInspector.h"
 #include "engine/webkit/link/WebProcessLinks.h"
 #include "engine/webkit/network/Downloads.h"
-#include "engine/webkit/network/LocalScheme.h"
 #include "engine/webkit/network/Resources.h"
 #include "engine/webkit/network/SharedCookies.h"
 #include "platform/base/Log.h"
@@ -89,7 +88,7 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
   engine->context_ = engine->makeContext(data);
   engine->inspector_->shut();
   engine->automation_ = std::make_unique<Automation>(places.automation, engine->context_);
-  engine->localRoot_ = places.localRoot;
+  engine->local_ = places.local;
   engine->sandbox_ = places.sandbox;
   if (places.sandbox == PageSandbox::Bubblewrap) Tessel::Platform::removeSandboxFilesAtExit();
   engine->prepare(engine->context_);
@@ -122,7 +121,7 @@ WebKitEngine::~WebKitEngine() {
 }
 
 EngineServices WebKitEngine::services() {
-  return {localRoot_,  *downloads_,  *inspector_, *formHistory_,      *links_,
+  return {local_,      *downloads_,  *inspector_, *formHistory_,      *links_,
           *passwords_, *proxyLogin_, *resources_, automation_->mode()};
 }
 
@@ -144,7 +143,7 @@ void WebKitEngine::prepare(WebKitWebContext* context) {
   webkit_website_data_manager_set_persistent_credential_storage_enabled(
       webkit_web_context_get_website_data_manager(context), FALSE);
   g_signal_connect(context, "initialize-web-extensions", G_CALLBACK(onInitializeModules), this);
-  serveLocalScheme(context, localRoot_);
+  serveLocalScheme(context, local_);
   resources_->serve(context);
 }
 

@@ -4,6 +4,7 @@
 
 #include "engine/Page.h"
 #include "engine/webkit/base/EngineServices.h"
+#include "engine/webkit/network/LocalScheme.h"
 #include "platform/os/Folders.h"
 #include "platform/os/PageSandbox.h"
 
@@ -20,7 +21,7 @@ class WebKitEngine final : public PageFactory {
  public:
   struct Places {
     std::string moduleFolder;  // holds the page module, an absolute path
-    std::string localRoot;     // what local: addresses are files of, an absolute path
+    LocalRoots local;          // what local: addresses are files of
     std::string dataName;      // of the folder for cookies, caches and the like
     // Whether cookies are written into that folder; else they go with the process, which other
     // processes tell of theirs (CookieJar).
@@ -56,11 +57,11 @@ class WebKitEngine final : public PageFactory {
   void prepare(WebKitWebContext* context);
   static void onInitializeModules(WebKitWebContext* context, gpointer self);
 
-  std::string moduleFolder_;
-  std::string localRoot_;
   WebKitWebContext* makeContext(WebKitWebsiteDataManager* data) const;
 
+  std::string moduleFolder_;
   unsigned int processMemoryLimit_ = 0;
+  LocalRoots local_;
   Tessel::Platform::PageSandbox sandbox_ = Tessel::Platform::PageSandbox::None;
   Tessel::Platform::ClaimedFolder dataFolder_;
   std::unique_ptr<WebProcessLinks> links_;

@@ -154,6 +154,8 @@ void PageMenu::run(Item item) {
       return copy(image);
     case Item::InspectElement:
       webkit_web_inspector_show(webkit_web_view_get_inspector(view_));
+      // Inside the page it would lie below other web views.
+      webkit_web_inspector_detach(webkit_web_view_get_inspector(view_));
       return;
     default:
       return;

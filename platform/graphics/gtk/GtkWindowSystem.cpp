@@ -299,6 +299,11 @@ GtkWidget* GtkWindowSystem::topLevelWidget(const Window& window) {
   return surface ? surface->widget() : nullptr;
 }
 
+bool GtkWindowSystem::hasManager(const Window& window) {
+  GtkWidget* const widget = topLevelWidget(window);
+  return widget && ScreenFit::hasManager(GTK_WINDOW(widget));
+}
+
 WidgetHost* WidgetHost::of(const Window& window) {
   return dynamic_cast<WidgetHost*>(window.surface());
 }

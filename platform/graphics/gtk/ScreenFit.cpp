@@ -14,12 +14,12 @@ GdkScreen* screenOf(GtkWindow* window) {
   return gtk_window_get_screen(window);
 }
 
-bool hasManager(GtkWindow* window) {
+}  // namespace
+
+bool ScreenFit::hasManager(GtkWindow* window) {
   return gdk_x11_screen_supports_net_wm_hint(
              screenOf(window), gdk_atom_intern_static_string("_NET_WM_STATE_FULLSCREEN")) != FALSE;
 }
-
-}  // namespace
 
 ScreenFit::ScreenFit(GtkWindow* window, std::function<void()> changed)
     : window_(window), changed_(std::move(changed)) {

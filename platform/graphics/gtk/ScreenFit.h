@@ -20,6 +20,8 @@ class ScreenFit {
   ScreenFit(const ScreenFit&) = delete;
   ScreenFit& operator=(const ScreenFit&) = delete;
 
+  static bool hasManager(GtkWindow* window);
+
   void showAs(ShownAs wanted);
   void fillScreen(ScreenFilling filling);
   // Some content of the window is in full screen from now on, or is no more: so is the window
