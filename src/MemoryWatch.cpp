@@ -4,6 +4,7 @@
 #include "platform/base/Log.h"
 #include "platform/desktop/NavigatorHandler.h"
 #include "platform/os/MemoryStats.h"
+#include "platform/os/ProcessTree.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
 

@@ -2,15 +2,12 @@
 #include "platform/os/MemoryStats.h"
 
 #include "platform/base/Log.h"
-#include "platform/os/Process.h"
 
 #include <glib.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <map>
 #include <string>
 
 namespace Tessel::Platform {
@@ -43,21 +40,6 @@ std::uint64_t privateMemoryOf(int pid) {
   return isRead ? static_cast<std::uint64_t>(resident - shared) *
                       static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE))
                 : 0;
-}
-
-std::vector<int> processesBelow(int pid) {
-  std::multimap<int, int> byParent;
-  std::error_code ignored;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc", ignored)) {
-    const int each = std::atoi(entry.path().filename().c_str());
-    if (each > 0) byParent.emplace(static_cast<int>(parentOf(each)), each);
-  }
-  std::vector<int> tree{pid};
-  for (std::size_t i = 0; i < tree.size(); ++i) {
-    const auto [first, last] = byParent.equal_range(tree[i]);
-    for (auto child = first; child != last; ++child) tree.push_back(child->second);
-  }
-  return tree;
 }
 
 void enableMemoryStatsLogging() {

@@ -47,19 +47,25 @@ std::optional<std::uint64_t> proportionalBytes(pid_t pid) {
 
 }  // namespace
 
-std::vector<ProcessUse> processTree(pid_t root) {
+std::vector<pid_t> processesBelow(pid_t root) {
   std::multimap<pid_t, pid_t> children;
   std::error_code unreadable;
   for (const auto& entry : std::filesystem::directory_iterator("/proc", unreadable)) {
     const pid_t pid = std::atoi(entry.path().filename().c_str());
     if (pid > 0) children.emplace(parentOf(pid), pid);
   }
-  std::vector<ProcessUse> found{{root, parentOf(root), {}, 0, std::nullopt}};
+  std::vector<pid_t> found{root};
   for (std::size_t i = 0; i < found.size(); ++i) {
-    const auto [first, last] = children.equal_range(found[i].pid);
-    for (auto each = first; each != last; ++each) {
-      found.push_back({each->second, each->first, {}, 0, std::nullopt});
-    }
+    const auto [first, last] = children.equal_range(found[i]);
+    for (auto each = first; each != last; ++each) found.push_back(each->second);
+  }
+  return found;
+}
+
+std::vector<ProcessUse> processTree(pid_t root) {
+  std::vector<ProcessUse> found;
+  for (const pid_t pid : processesBelow(root)) {
+    found.push_back({pid, parentOf(pid), {}, 0, std::nullopt});
   }
   for (ProcessUse& each : found) {
     each.name = nameOf(each.pid);

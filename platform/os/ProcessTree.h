@@ -20,7 +20,10 @@ struct ProcessUse {
   std::optional<std::uint64_t> pss;
 };
 
-// The process and all that descend from it, parents first. Takes a millisecond or more for each:
+// The process and all that descend from it, parents first.
+std::vector<pid_t> processesBelow(pid_t root);
+
+// The same, with their memory. Takes a millisecond or more for each:
 // the kernel walks through its mappings.
 std::vector<ProcessUse> processTree(pid_t root);
 
