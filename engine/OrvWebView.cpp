@@ -137,6 +137,21 @@ void OrvWebView::stop() {
   if (auto page = this->page()) page->stop();
 }
 
+void OrvWebView::setAutoReload(bool enabled) {
+  if (auto page = this->page()) page->setAutoReload(enabled);
+}
+
+void OrvWebView::endProcess(unsigned long long limit, unsigned long long taken) {
+  auto page = this->page();
+  if (!page) return;
+  if (limit == 0) return page->endProcess(nullptr);
+  OrvWebMemoryExcess excess;
+  excess.bytes = taken;
+  excess.limit = limit;
+  excess.reason = "program";
+  page->endProcess(&excess);
+}
+
 void OrvWebView::goBack() {
   if (auto page = this->page()) page->goBack();
 }

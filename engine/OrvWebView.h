@@ -72,6 +72,10 @@ class OrvWebView : private PageClient {
   void loadStringWithBase(const String& text, const String& baseURL, const String& mimeType);
   void reload();
   void stop();
+  // See Page::setAutoReload and Page::endProcess. With a number of bytes the program's memory has
+  // exceeded that limit, of which the page's process takes the second number.
+  void setAutoReload(bool enabled);
+  void endProcess(unsigned long long limit, unsigned long long taken);
   void goBack();
   void goForward();
   std::vector<OrvWebHistoryItem> historyList();
@@ -364,11 +368,21 @@ class OrvWebView : private PageClient {
   void eventHandled(OrvWebEvent* event) {
     static_cast<void>(event);
   }
+  OrvWebView* makeOwnWindow() override {
+    return nullptr;
+  }
+  bool isOwnWindow() const override {
+    return false;
+  }
   void navigationRefused(const String&) override {}
   void drivingProcessEnded() override {}
   void drivingDocumentLoaded() override {}
   void gaveUp() override {}
+  void problem(const String& text) override { static_cast<void>(text); }
   void alive() override {}
+  void retryScheduled(const OrvWebRetry&) override {}
+  void memoryExceeded(const OrvWebMemoryExcess&) override {}
+  void processStarted(int) override {}
 
  private:
   // Events that must not be raised inside the call that causes them come from the main loop, and

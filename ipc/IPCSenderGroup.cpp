@@ -328,10 +328,9 @@ void IPCSenderGroup::shutDown() {
 
 void IPCSenderGroup::setError(const String& error) {
   if (!error.isEmpty()) {
-    const String text = concat("IPCSenderGroup for process ", String::fromSignedInteger(childPid()),
-                               " encountered error: ", error);
-    WebViewManager::instance().informChromeOfError(text);
-    logAlways(LogError, "%s", text.utf8());
+    WebViewManager::instance().informChromeOfError(
+        concat("IPCSenderGroup for process ", String::fromSignedInteger(childPid()),
+               " encountered error: ", error));
   }
   connected_ = false;
   const std::lock_guard lock(mutex_);
@@ -345,12 +344,10 @@ void IPCSenderGroup::post(EventBacklog::Event event) {
 }
 
 void IPCSenderGroup::tellOfDropped(std::size_t count) const {
-  const String text = concat("WebView group ", String::fromUnsignedInteger(groupId_),
-                             " (child process ", String::fromSignedInteger(childPid()),
-                             ") posts more events than are told: ", String(std::to_string(count)),
-                             " were dropped.");
-  logAlways(LogError, "%s", text.utf8());
-  WebViewManager::instance().informChromeOfError(text);
+  WebViewManager::instance().informChromeOfError(
+      concat("WebView group ", String::fromUnsignedInteger(groupId_), " (child process ",
+             String::fromSignedInteger(childPid()), ") posts more events than are told: ",
+             String(std::to_string(count)), " were dropped."));
 }
 
 void IPCSenderGroup::connectionDied() {

@@ -5,6 +5,7 @@
 #include "platform/desktop/MemoryPressure.h"
 #include "platform/desktop/RotationService.h"
 #include "platform/desktop/WindowService.h"
+#include "platform/desktop/gtk/ScreenPower.h"
 #include "platform/invocation/InvocationService.h"
 
 class ApplicationWindow;
@@ -24,5 +25,6 @@ class NavigatorServices {
   Tessel::Platform::RotationService rotation_{handler_};
   Tessel::Platform::DeviceBus device_{handler_, rotation_};
   Tessel::Platform::InvocationService invocation_{handler_};
+  Tessel::Platform::ScreenPower screen_{handler_};
   Tessel::Platform::MemoryPressure memory_{[this] { handler_.onLowMemory(); }};
 };

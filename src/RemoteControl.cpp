@@ -246,12 +246,8 @@ class Status : public std::enable_shared_from_this<Status> {
 };
 
 // False where nobody can.
-template <typename Navigator>
-bool switchScreen(Navigator& navigator, bool on) {
-  if constexpr (requires { navigator.blankScreen(); }) {
-    return on ? navigator.wakeScreen() : navigator.blankScreen();
-  }
-  return false;
+bool switchScreen(NavigatorHandler& navigator, bool on) {
+  return on ? navigator.wakeScreen() : navigator.blankScreen();
 }
 
 // Runs the operation on a web view of whatever process.

@@ -76,6 +76,8 @@ class FakePage final : public Page {
   void answerOpenWindow(unsigned int, std::shared_ptr<Page>) override {}
   void reload() override {}
   void stop() override {}
+  void setAutoReload(bool) override {}
+  void endProcess(const OrvWebMemoryExcess*) override {}
   void goBack() override {}
   void goForward() override {}
   std::vector<OrvWebHistoryItem> history() override { return {}; }
