@@ -245,11 +245,6 @@ class Status : public std::enable_shared_from_this<Status> {
   unsigned timer_ = 0;
 };
 
-// False where nobody can.
-bool switchScreen(NavigatorHandler& navigator, bool on) {
-  return on ? navigator.wakeScreen() : navigator.blankScreen();
-}
-
 // Runs the operation on a web view of whatever process.
 template <typename Act>
 void withView(ControlView view, const ControlReply& reply, Act act) {
@@ -383,12 +378,12 @@ void RemoteControl::close(ControlReply reply) {
 }
 
 void RemoteControl::blank(ControlReply reply) {
-  const bool done = switchScreen(NavigatorHandler::instance(), false);
+  const bool done = NavigatorHandler::instance().blankScreen();
   reply({.error = done ? String() : String("The display cannot be switched off")});
 }
 
 void RemoteControl::wake(ControlReply reply) {
-  const bool done = switchScreen(NavigatorHandler::instance(), true);
+  const bool done = NavigatorHandler::instance().wakeScreen();
   reply({.error = done ? String() : String("The display cannot be switched on")});
 }
 
