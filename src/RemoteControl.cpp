@@ -44,6 +44,10 @@ constexpr unsigned rootHandle = WebViewManager::rootHandle;
 // How long the status waits for the processes of web views, in milliseconds.
 constexpr unsigned viewPatience = 2000;
 
+// Whether the chrome hears of requests is asked so often, at this interval in milliseconds.
+constexpr int mostQuestions = 50;
+constexpr unsigned questionInterval = 200;
+
 // What comes from a process that may be taken over, as one line of JSON; the empty text if it is
 // none.
 String checkedJson(const String& text) {
@@ -241,11 +245,6 @@ class Status : public std::enable_shared_from_this<Status> {
   unsigned timer_ = 0;
 };
 
-// False where nobody can.
-bool switchScreen(NavigatorHandler& navigator, bool on) {
-  return on ? navigator.wakeScreen() : navigator.blankScreen();
-}
-
 // Runs the operation on a web view of whatever process.
 template <typename Act>
 void withView(ControlView view, const ControlReply& reply, Act act) {
@@ -265,7 +264,11 @@ void withView(ControlView view, const ControlReply& reply, Act act) {
 
 RemoteControl::RemoteControl(ApplicationWindow& window)
     : window_(window), allowsEval_(isSwitchedOn(allowEvalVariable)) {
-  WebViewManager::instance().onChromeLoaded([this] { deliverInvocations(); });
+  WebViewManager::instance().onChromeLoaded([this] {
+    asksChrome_ = false;
+    timesAsked_ = 0;
+    deliverInvocations();
+  });
   openSocket();
   std::vector<std::string> names{ControlBus::nameOf(::getpid())};
   if (isDesktopsInstance()) names.emplace_back(ControlBus::applicationName);
@@ -273,7 +276,9 @@ RemoteControl::RemoteControl(ApplicationWindow& window)
 }
 
 RemoteControl::~RemoteControl() {
-  if (closing_) g_source_remove(closing_);
+  for (const unsigned source : {closing_, askingAgain_}) {
+    if (source) g_source_remove(source);
+  }
   WebViewManager::instance().onChromeLoaded({});
 }
 
@@ -373,23 +378,58 @@ void RemoteControl::close(ControlReply reply) {
 }
 
 void RemoteControl::blank(ControlReply reply) {
-  const bool done = switchScreen(NavigatorHandler::instance(), false);
+  const bool done = NavigatorHandler::instance().blankScreen();
   reply({.error = done ? String() : String("The display cannot be switched off")});
 }
 
 void RemoteControl::wake(ControlReply reply) {
-  const bool done = switchScreen(NavigatorHandler::instance(), true);
+  const bool done = NavigatorHandler::instance().wakeScreen();
   reply({.error = done ? String() : String("The display cannot be switched on")});
 }
 
 void RemoteControl::invoke(const String& request) {
   invocations_.push_back(request);
+  timesAsked_ = 0;
   deliverInvocations();
 }
 
 void RemoteControl::deliverInvocations() {
+  WebView* const chrome = WebViewManager::instance().rootWebView();
+  if (invocations_.empty() || asksChrome_ || askingAgain_ || !chrome) return;
   if (!WebViewManager::instance().isChromeLoaded()) return;
-  for (const String& request : std::exchange(invocations_, {})) {
-    NavigatorHandler::instance().onInvoked(request);
+  asksChrome_ = true;
+  ++timesAsked_;
+  chrome->evaluate("typeof globalThis.chrome?.internal?.invocation?.onInvoked",
+                   [self = std::weak_ptr(self_)](OrvWebJavaScriptResultType, const String& type) {
+                     if (const auto control = self.lock()) {
+                       (*control)->deliverTo(type == R"("function")");
+                     }
+                   });
+}
+
+void RemoteControl::deliverTo(bool listening) {
+  asksChrome_ = false;
+  if (listening) {
+    for (const String& request : std::exchange(invocations_, {})) {
+      NavigatorHandler::instance().onInvoked(request);
+    }
+    return;
   }
+  // Its scripts may run on after the document has loaded.
+  if (timesAsked_ >= mostQuestions) {
+    Tessel::Platform::logAlways(Tessel::Platform::LogNotice,
+                                "The chrome has no onInvoked: it does not hear of %zu requests.",
+                                invocations_.size());
+    invocations_.clear();
+    return;
+  }
+  askingAgain_ = g_timeout_add(
+      questionInterval,
+      [](gpointer data) -> gboolean {
+        auto* const self = static_cast<RemoteControl*>(data);
+        self->askingAgain_ = 0;
+        self->deliverInvocations();
+        return G_SOURCE_REMOVE;
+      },
+      this);
 }

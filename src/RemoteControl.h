@@ -32,13 +32,19 @@ class RemoteControl final : public Tessel::Platform::ControlHandler {
 
   void openSocket();
   void invoke(const String& request);
+  // Tells the chrome, once it has a function for that.
   void deliverInvocations();
+  void deliverTo(bool listening);
 
   ApplicationWindow& window_;
   const bool allowsEval_;
   const std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
   std::deque<String> invocations_;
+  bool asksChrome_ = false;  // whether it has that function
+  int timesAsked_ = 0;       // since it has loaded
+  unsigned askingAgain_ = 0;
   unsigned closing_ = 0;
+  const std::shared_ptr<RemoteControl*> self_ = std::make_shared<RemoteControl*>(this);
   std::unique_ptr<Tessel::Platform::ControlSocket> socket_;
   std::unique_ptr<Tessel::Platform::ControlBus> bus_;
 };

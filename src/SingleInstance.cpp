@@ -98,7 +98,7 @@ std::vector<std::string> addressesOf(const std::vector<char*>& arguments) {
   return addresses;
 }
 
-enum class HandOver { Done, Refused, Later };
+enum class HandOver { Done, Hangs, Later };
 
 HandOver handTo(pid_t holder, const std::vector<std::string>& addresses, Clock::duration left,
                 std::string& problem) {
@@ -112,11 +112,12 @@ HandOver handTo(pid_t holder, const std::vector<std::string>& addresses, Clock::
   switch (answer.outcome) {
     case ControlClient::Outcome::Good:
       return HandOver::Done;
-    // It has not got so far yet, or is ending.
+    // It has not got so far yet, is ending, or has too many addresses waiting.
     case ControlClient::Outcome::Gone:
+    case ControlClient::Outcome::Refused:
       return HandOver::Later;
     default:
-      return HandOver::Refused;
+      return HandOver::Hangs;
   }
 }
 
@@ -152,7 +153,7 @@ void claimProfile(const std::vector<char*>& arguments) {
         logAlways(LogNotice, "Process %d has the same profile: it has taken over.",
                   static_cast<int>(holder));
         std::exit(EXIT_SUCCESS);
-      case HandOver::Refused:
+      case HandOver::Hangs:
         fail(holder, problem);
       case HandOver::Later:
         break;

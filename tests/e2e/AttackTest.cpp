@@ -109,7 +109,7 @@ TEST_F(AttackTest, AFileBesideTheChromeSaysWhoElseMayCall) {
   EXPECT_TRUE(program.waitForError("does not go to " + foreign() + "owner")) << program.errors();
   // A malformed file grants no permissions.
   write("capabilities.json", "{\"" + origin + "\": [\"webview.prnt\"]}");
-  Program other(environment("app.html"));
+  Program other(environment("app.html"), {"--new"});
   EXPECT_TRUE(other.waitForError("capabilities.json:1:")) << other.errors();
   EXPECT_TRUE(other.waitForError("does not go to " + panel)) << other.errors();
 }

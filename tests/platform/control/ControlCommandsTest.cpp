@@ -137,7 +137,7 @@ class ControlSocketCommandsTest : public testing::Test {
   // Up to the end of that line.
   std::string read() {
     iterateUntil([&] {
-      std::array<char, 4096> bytes;
+      std::array<char, 65536> bytes;
       Received received = tryReceive(client_.get(), bytes);
       if (received.file) file_ = std::move(received.file);
       if (received.size > 0) text_.append(bytes.data(), static_cast<std::size_t>(received.size));
