@@ -7,13 +7,13 @@
 #include "platform/os/Folders.h"
 #include "platform/os/Process.h"
 #include "platform/os/Settings.h"
+#include "src/DataFolders.h"
 #include "src/ProgramOptions.h"
 
 #include <glib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -67,35 +67,15 @@ void useEphemeralFolders() {
   }
 }
 
-namespace {
-
-// The folder named by the environment variable; else the one next to the executable (the layout of
-// a build tree); else the installed one.
-std::string folderFor(const char* variable, const char* besideExecutable, const char* installed) {
-  const char* named = std::getenv(variable);
-  if (named && *named) {
-    char resolved[PATH_MAX];
-    return ::realpath(named, resolved) ? resolved : named;
-  }
-  char executable[PATH_MAX];
-  const ssize_t length = ::readlink("/proc/self/exe", executable, sizeof executable - 1);
-  if (length > 0) {
-    const std::string path(executable, static_cast<std::size_t>(length));
-    std::string beside = path.substr(0, path.rfind('/') + 1) + besideExecutable;
-    struct stat status {};
-    if (::stat(beside.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return beside;
-  }
-  return installed;
-}
-
-// The application's folder below the program's: named after the profile, or after the address of
-// the chrome without query and fragment. Empty for the bundled chrome, which uses the program's.
 std::string applicationFolder() {
   const char* profile = std::getenv(profileVariable);
   if (profile && *profile) return std::string("profiles/") + profile + "/";
   const char* chrome = std::getenv("CHROME_URL");
   if (!chrome || !*chrome) return "";
-  const std::string address(chrome, std::strcspn(chrome, "?#"));
+  std::string address(chrome, std::strcspn(chrome, "?#"));
+  // Every folder has the same address.
+  const std::string app = localRoots().app;
+  if (!app.empty() && address.starts_with("local://app/")) address = "file://" + app;
   const auto scheme = address.find("://");
   std::string name = scheme == std::string::npos ? address : address.substr(scheme + 3);
   std::erase_if(name, [](unsigned char c) { return !g_ascii_isalnum(c) && c != '.' && c != '-'; });
@@ -108,16 +88,10 @@ std::string applicationFolder() {
   return folder;
 }
 
-}  // namespace
-
-std::string localRoot() {
-  return folderFor("TESSEL_LOCAL_ROOT", "share", PAGEHOST_DATA_FOLDER);
-}
-
 void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies,
                  const AutomationOrder& automation) {
   std::string problem;
-  const std::string modules = folderFor("PAGEHOST_MODULE_PATH", "modules", PAGEHOST_MODULE_FOLDER);
+  const std::string modules = moduleFolder();
   auto sandbox = PageSandbox::None;
   if (!choosePageSandbox({modules, Tessel::Platform::runtimeFolder()}, sandbox, problem)) {
     giveUp(problem);
@@ -128,9 +102,10 @@ void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies,
   problem.clear();
   // Never destroyed: pages may outlive any scope.
   static WebKitEngine* engine =
-      WebKitEngine::create({modules, localRoot(), applicationFolder() + dataName.toStdString(),
-                            keepsCookies, sandbox, automation.mode},
-                           problem)
+      WebKitEngine::create(
+          {modules, localRoots(), applicationFolder() + dataName.toStdString(), keepsCookies,
+           sandbox, memoryLimit(webProcessMemoryVariable), automation.mode},
+          problem)
           .release();
   if (!engine) giveUp(problem);
   PageFactory::install(engine);

@@ -25,8 +25,9 @@ void prepareInspector(const AutomationOrder& automation = {});
 // of its own, which is removed at the end. Before any of it is used.
 void useEphemeralFolders();
 
-// The root folder of local: addresses.
-std::string localRoot();
+// The application's folder below the program's: named after the profile, or after the address of
+// the chrome without query and fragment. Empty for the bundled chrome, which uses the program's.
+std::string applicationFolder();
 
 // Starts the engine, with the sandbox that PAGEHOST_SANDBOX selects. Site data go into the folder
 // of that name, separate for each application, which is identified by the address of its chrome.

@@ -98,7 +98,11 @@ class WebView : public OrvWebView,
   void drivingProcessEnded() override;
   void drivingDocumentLoaded() override;
   void gaveUp() override;
+  void problem(const String& text) override;
   void alive() override { lastAlive_ = std::chrono::steady_clock::now(); }
+  void retryScheduled(const OrvWebRetry& retry) override;
+  void memoryExceeded(const OrvWebMemoryExcess& excess) override;
+  void processStarted(int pid) override;
   void post(EventType event, const String& data) override;
   String send(EventType event, const String& data) override;
 

@@ -13,7 +13,7 @@ constexpr const char* introduction = R"(# Native functions
 
 A page that has native functions, as the chrome does, calls them with
 `orv.callNative(name, ...arguments)`. The call returns when the function has run, with a text.
-[chrome/pagehost.d.ts](../chrome/pagehost.d.ts) says the same in TypeScript, the events included;
+[chrome/native.d.ts](../chrome/native.d.ts) says the same in TypeScript, the events included;
 [events.md](events.md) is about those.
 
 **Arguments are texts.** JavaScript's numbers and truth values become texts on their way, null and

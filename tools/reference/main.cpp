@@ -50,6 +50,6 @@ int main(int argc, char** argv) {
   reference.events = reference::eventsOfWebViews(reference.records);
   const auto use = checks ? checkFile : writeFile;
   const bool functions = use(root + "/docs/native-functions.md", reference::markdown(reference));
-  const bool types = use(root + "/chrome/pagehost.d.ts", reference::typeScript(reference));
+  const bool types = use(root + "/chrome/native.d.ts", reference::typeScript(reference));
   return functions && types ? 0 : 1;
 }

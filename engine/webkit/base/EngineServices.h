@@ -2,20 +2,18 @@
 #pragma once
 
 #include "engine/webkit/base/AutomationMode.h"
-
-#include <string>
-
 class Downloads;
 class EngineInspector;
 class FormHistory;
 class PasswordStore;
 class Resources;
 class WebProcessLinks;
+struct LocalRoots;
 struct SavedLogin;
 
 // Owned by the engine, which outlives its pages.
 struct EngineServices {
-  const std::string& localRoot;  // what local: addresses are files of
+  const LocalRoots& localRoots;
   Downloads& downloads;
   EngineInspector& inspector;
   FormHistory& formHistory;

@@ -3,6 +3,7 @@
 
 #include "engine/OrvWebEvents.h"
 #include "engine/webkit/base/BoundedWait.h"
+#include "engine/webkit/base/EngineValues.h"
 #include "engine/webkit/base/PageContext.h"
 #include "engine/webkit/features/HangMonitor.h"
 #include "engine/webkit/features/PagePrompts.h"
@@ -40,6 +41,8 @@ GtkWidget* PageWindows::onCreate(WebKitWebView* view, WebKitNavigationAction* ac
   event.url = String(webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
   event.windowName = String(webkit_navigation_action_get_frame_name(action));
   event.isPopup = webkit_navigation_action_is_user_gesture(action) == FALSE;
+  event.button = static_cast<int>(webkit_navigation_action_get_mouse_button(action));
+  event.modifierMask = webkit_navigation_action_get_modifiers(action) & keyboardModifiers;
   const auto popup = self->ask(event).value_or(nullptr);
   if (!popup || !opener->client()) return nullptr;
   if (!popup->becomeWindowOf(view)) {
