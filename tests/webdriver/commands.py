@@ -152,19 +152,25 @@ def _(s):
     s.post("window/maximize")
 
 
-@command("Minimize Window")
-def _(s):
-    s.post("window/minimize")
-    s.post("window/rect", width=800, height=600)
-
-
-@command("Fullscreen Window")
-def _(s):
+@command("Fullscreen Window", "the engine wants a click in the page first")
+def fill_screen(s):
     s.post("window/fullscreen")
     rect = s.get("window/rect")
     until(lambda: s.run("return document.fullscreenElement && [innerWidth, innerHeight]") == [rect["width"], rect["height"]], seconds=5)
     s.run("document.exitFullscreen()")
     until(lambda: not s.run("return document.fullscreenElement"), seconds=5)
+
+
+@command("Fullscreen Window, after a click in the page")
+def _(s):
+    s.click("#button")
+    fill_screen(s)
+
+
+@command("Minimize Window")
+def _(s):
+    s.post("window/minimize")
+    s.post("window/rect", width=800, height=600)
 
 
 @command("Get Active Element")
