@@ -110,8 +110,8 @@ def in_new_window(kind):
     return check
 
 
-commands.append(("New Window (tab), Switch To Window, Close Window", in_new_window("tab")))
-commands.append(("New Window (window), Switch To Window, Close Window", in_new_window("window")))
+for each in ("tab", "window"):
+    command(f"New Window ({each}), Switch To Window, Close Window", f"switching does not show the {each}")(in_new_window(each))
 
 
 @command("Windows that pages open: Switch To Window, Close Window")
