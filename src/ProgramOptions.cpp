@@ -387,6 +387,7 @@ std::vector<char*> takeOptions(int argc, char** argv) {
   text.unknownAreWords = leavesUnknown;
   const auto line = Tessel::Platform::readCommandLine(text, argc, argv);
   std::array<std::optional<std::string>, std::size(rows)> given;
+  wantedAutomation.reset();
   for (const auto& [option, value] : line.options) {
     const Row* row = rowNamed(option->name);
     if (!row) {

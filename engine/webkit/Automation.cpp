@@ -17,6 +17,36 @@ namespace {
 // How long the chrome may take to load before a client finds it.
 constexpr std::chrono::seconds loadLimit{10};
 
+// The engine tells that a load has finished when everything is there; scripts may run later.
+constexpr const char* untilScriptsHaveRun =
+    "if (document.readyState !== 'complete') "
+    "await new Promise((done) => addEventListener('load', () => setTimeout(done)));";
+
+// Until the document of the page that drives the application has loaded and its scripts have run.
+// False if the page is closed, or the time is over.
+bool waitForLoad(PageContext& page) {
+  const auto isClosed = [&] { return !page.client(); };
+  if (!waitInMainLoop(loadLimit,
+                      [&] { return isClosed() || page.loadControl().isApplicationLoaded(); })) {
+    return false;
+  }
+  WebKitWebView* const view = isClosed() ? nullptr : page.view();
+  if (!view) return false;
+  // Shared: the answer may come after the limit.
+  const auto hasRun = std::make_shared<bool>(false);
+  webkit_web_view_call_async_javascript_function(
+      view, untilScriptsHaveRun, -1, nullptr, "pagehost-isolated", nullptr, nullptr,
+      [](GObject* source, GAsyncResult* result, gpointer data) {
+        const std::unique_ptr<std::shared_ptr<bool>> ran(static_cast<std::shared_ptr<bool>*>(data));
+        **ran = true;
+        JSCValue* value = webkit_web_view_call_async_javascript_function_finish(
+            WEBKIT_WEB_VIEW(source), result, nullptr);
+        g_clear_object(&value);
+      },
+      new std::shared_ptr<bool>(hasRun));
+  return waitInMainLoop(loadLimit, [&] { return isClosed() || *hasRun; }) && !isClosed();
+}
+
 }  // namespace
 
 Automation::Automation(AutomationMode mode, WebKitWebContext* context)
@@ -56,11 +86,10 @@ WebKitWebView* Automation::onCreateView(WebKitAutomationSession*, Automation* se
   const auto application = self->application_.lock();
   if (!application) return nullptr;
   // Only a chrome that has loaded can be asked, or driven.
-  const bool isLoaded = waitInMainLoop(loadLimit, [&] {
-    return !application->client() || application->loadControl().isApplicationLoaded();
-  });
+  if (!waitForLoad(*application)) {
+    logAlways(LogNotice, "Automation: the chrome has not loaded in time.");
+  }
   if (!application->client()) return nullptr;
-  if (!isLoaded) logAlways(LogNotice, "Automation: the chrome has not loaded in time.");
   if (self->mode_ == AutomationMode::Chrome && !std::exchange(self->applicationIsGiven_, true)) {
     return application->view();
   }

@@ -105,7 +105,8 @@ class Session:
         return self.get(f"element/{self.find(selector)}/text")
 
     def perform(self, kind, *steps, **parameters):
-        source = {"type": kind, "id": kind, "actions": list(steps)}
+        # A source keeps its kind for the whole session.
+        source = {"type": kind, "id": kind + parameters.get("pointerType", ""), "actions": list(steps)}
         if parameters:
             source["parameters"] = parameters
         self.post("actions", actions=[source])

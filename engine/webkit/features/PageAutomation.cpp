@@ -17,13 +17,9 @@ constexpr std::chrono::seconds showLimit{2};
 PageAutomation::PageAutomation(PageContext& page, WebKitWebView* view) : page_(page), view_(view) {
   if (!webkit_web_view_is_controlled_by_automation(view_)) return;
   g_signal_connect(view_, "grab-focus", G_CALLBACK(onGrabFocus), this);
-  GtkWidget* const topLevel = gtk_widget_get_toplevel(GTK_WIDGET(view_));
-  g_signal_connect(topLevel, "key-press-event", G_CALLBACK(onKey), this);
-  g_signal_connect(topLevel, "key-release-event", G_CALLBACK(onKey), this);
 }
 
 PageAutomation::~PageAutomation() {
-  g_signal_handlers_disconnect_by_data(gtk_widget_get_toplevel(GTK_WIDGET(view_)), this);
   g_signal_handlers_disconnect_by_data(view_, this);
 }
 
@@ -43,15 +39,4 @@ void PageAutomation::onGrabFocus(GtkWidget*, PageAutomation* self) {
   event.isFocused = true;
   page->raise(event);
   waitInMainLoop(showLimit, isShown);
-}
-
-// The client's keys name the view's own window, those of the display the top-level one. The toolkit
-// hands both to the widget that has the keyboard.
-gboolean PageAutomation::onKey(GtkWidget* topLevel, GdkEventKey* event, PageAutomation* self) {
-  GtkWidget* const view = GTK_WIDGET(self->view_);
-  if (event->window == gtk_widget_get_window(view) &&
-      gtk_window_get_focus(GTK_WINDOW(topLevel)) != view) {
-    gtk_widget_grab_focus(view);
-  }
-  return GDK_EVENT_PROPAGATE;
 }

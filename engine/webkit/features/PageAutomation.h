@@ -1,5 +1,4 @@
-// A page that WebDriver clients drive: its window comes to the front, and keys reach it. Main
-// thread.
+// A page that WebDriver clients drive: it comes to the front when they switch to it. Main thread.
 #pragma once
 
 #include <webkit2/webkit2.h>
@@ -16,7 +15,6 @@ class PageAutomation {
 
  private:
   static void onGrabFocus(GtkWidget*, PageAutomation* self);
-  static gboolean onKey(GtkWidget* topLevel, GdkEventKey* event, PageAutomation* self);
 
   PageContext& page_;
   WebKitWebView* view_;
