@@ -263,9 +263,40 @@ void PageLoad::loadFinished() {
     showFailure(webkit_web_view_get_uri(view_),
                 concat("The answer was ", String::fromUnsignedInteger(status), "."));
   }
+  if (!setup_.drivesApplication && isFailedStatus(status)) explainIfEmpty(status);
   const bool isChrome = setup_.drivesApplication && !failureFollows_;
   page_.raise(OrvWebEvent::DocumentLoadFinished);
   if (isChrome && page_.client()) page_.client()->drivingDocumentLoaded();
+}
+
+// Servers send some errors without a document: an empty page would say nothing.
+void PageLoad::explainIfEmpty(guint status) {
+  struct Asked {
+    PageLoad* self;
+    std::weak_ptr<const void> life;
+    String url;
+    guint status;
+  };
+  WebKitWebResource* resource = webkit_web_view_get_main_resource(view_);
+  if (!resource) return;
+  const auto answered = [](GObject* source, GAsyncResult* result, gpointer data) {
+    const std::unique_ptr<Asked> asked(static_cast<Asked*>(data));
+    gsize length = 0;
+    g_free(
+        webkit_web_resource_get_data_finish(WEBKIT_WEB_RESOURCE(source), result, &length, nullptr));
+    if (asked->life.expired() || length > 0) return;
+    PageLoad* const self = asked->self;
+    if (asked->url != String(webkit_web_view_get_uri(self->view_)) ||
+        webkit_web_view_is_loading(self->view_)) {
+      return;
+    }
+    self->showInstead("This page is empty", asked->url,
+                      concat("The server has answered with ",
+                             String::fromUnsignedInteger(asked->status), " and nothing else."));
+  };
+  webkit_web_resource_get_data(
+      resource, nullptr, answered,
+      new Asked{this, page_.viewLife(), webkit_web_view_get_uri(view_), status});
 }
 
 void PageLoad::committed() {
@@ -392,7 +423,9 @@ void PageLoad::processEnded(WebKitWebProcessTerminationReason reason) {
   event.url = String(uri);
   page_.raise(event);
   if (!event.isPreventDefault() && view_ && !unstartedLoad_) {
-    unstartedLoad_ = [this, url = String(uri), message] { showFailure(url, message); };
+    unstartedLoad_ = [this, url = String(uri), message] {
+      showInstead("This page has ended", url, message);
+    };
     startLater();
   }
   page_.raise(OrvWebEvent::DocumentLoadFailed);
@@ -402,12 +435,18 @@ void PageLoad::showFailure(const String& uri, const String& reason) {
   if (!view_) return;
   logAlways(LogError, "%s could not be loaded: %s %s", uri.utf8(), reason.utf8(),
             failureHint_.utf8());
+  showInstead("This page could not be loaded", uri, reason);
+}
+
+void PageLoad::showInstead(const char* title, const String& uri, const String& reason) {
+  if (!view_) return;
   unstartedLoad_ = nullptr;
   loads_.substitute(uri.isEmpty() ? "about:blank" : uri);
   failureFollows_ = true;
   supplied_ = uri;
   const unsigned int pause = setup_.drivesApplication ? retryLater(uri) : 0;
-  webkit_web_view_load_alternate_html(view_, failurePage(uri, reason, failureHint_, pause).utf8(),
+  webkit_web_view_load_alternate_html(view_,
+                                      failurePage(title, uri, reason, failureHint_, pause).utf8(),
                                       uri.isEmpty() ? "about:blank" : uri.utf8(), nullptr);
 }
 

@@ -183,9 +183,22 @@ class OpenPrint final : public OpenPrompt {
     gtk_print_settings_set(settings, GTK_PRINT_SETTINGS_OUTPUT_URI, uri);
     webkit_print_operation_set_print_settings(operation_.get(), settings);
     g_signal_connect(operation_.get(), "failed", G_CALLBACK(onFailed), nullptr);
+    g_signal_connect_data(
+        operation_.get(), "finished", G_CALLBACK(onFinished), g_object_ref(view_.get()),
+        [](gpointer view, GClosure*) { g_object_unref(view); }, GConnectFlags(0));
     webkit_print_operation_print(operation_.get());
     g_object_unref(settings);
     g_free(uri);
+  }
+
+  // The engine leaves the view with what it has laid out for paper; another background has it paint
+  // everything anew.
+  static void onFinished(WebKitPrintOperation*, WebKitWebView* view) {
+    GdkRGBA color{};
+    webkit_web_view_get_background_color(view, &color);
+    const GdkRGBA none{};
+    webkit_web_view_set_background_color(view, &none);
+    webkit_web_view_set_background_color(view, &color);
   }
 
   static void onFailed(WebKitPrintOperation*, GError* error, gpointer) {
