@@ -284,7 +284,8 @@ void PageLoad::explainIfEmpty(guint status) {
     gsize length = 0;
     g_free(
         webkit_web_resource_get_data_finish(WEBKIT_WEB_RESOURCE(source), result, &length, nullptr));
-    if (asked->life.expired() || length > 0) return;
+    // Of an answer without a document the engine has one byte.
+    if (asked->life.expired() || length > 1) return;
     PageLoad* const self = asked->self;
     if (asked->url != String(webkit_web_view_get_uri(self->view_)) ||
         webkit_web_view_is_loading(self->view_)) {
