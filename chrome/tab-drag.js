@@ -12,29 +12,32 @@ const RESTS_FOR = 350;
 export function draggable(element, strip, moveTo) {
   let start = null;
   let isDragging = false;
-  element.addEventListener('pointerdown', ({ button, clientX, pointerType, timeStamp, target }) => {
-    if (button === 0 && !target.closest('.close')) start = { x: clientX, isTouch: pointerType === 'touch', at: timeStamp };
-  });
-  element.addEventListener('pointermove', (event) => {
+  // Of the window: an element that gets another place in the document loses the pointer.
+  const onMove = (event) => {
     if (!start) return;
     if (!isDragging) {
       if (Math.abs(event.clientX - start.x) < MOVED) return;
-      if (start.isTouch && event.timeStamp - start.at < RESTS_FOR) return void (start = null);
+      if (start.isTouch && event.timeStamp - start.at < RESTS_FOR) return onEnd();
       isDragging = true;
-      element.setPointerCapture(event.pointerId);
       element.classList.add('dragged');
     }
     const index = placeAt(event.clientX, [...strip.children], element, getComputedStyle(strip).direction === 'rtl');
     if (strip.children[index] !== element) moveTo(index);
+  };
+  const onEnd = () => {
+    start = null;
+    window.removeEventListener('pointermove', onMove);
+    for (const end of ['pointerup', 'pointercancel', 'blur']) window.removeEventListener(end, onEnd);
+    element.classList.remove('dragged');
+    // The click comes after this.
+    setTimeout(() => { isDragging = false; });
+  };
+  element.addEventListener('pointerdown', ({ button, clientX, pointerType, timeStamp, target }) => {
+    if (button !== 0 || target.closest('.close')) return;
+    start = { x: clientX, isTouch: pointerType === 'touch', at: timeStamp };
+    window.addEventListener('pointermove', onMove);
+    for (const end of ['pointerup', 'pointercancel', 'blur']) window.addEventListener(end, onEnd);
   });
-  for (const end of ['pointerup', 'pointercancel']) {
-    element.addEventListener(end, () => {
-      start = null;
-      element.classList.remove('dragged');
-      // The click comes after this.
-      setTimeout(() => { isDragging = false; });
-    });
-  }
   element.addEventListener('click', (event) => isDragging && event.stopPropagation(), true);
 }
 

@@ -4,7 +4,7 @@
  */
 
 import { HERE } from './processes.js';
-import { call, isHosted, listBindings } from './pagehost.js';
+import { call } from './pagehost.js';
 
 export class TakeOver {
   #tabs;
@@ -42,8 +42,8 @@ export class TakeOver {
   }
 
   #left() {
-    if (!isHosted() || !listBindings().includes('webview.list')) return new Set();
-    return new Set(JSON.parse(call('webview.list') || '[]').map(Number));
+    // Asked for in first.js.
+    return new Set(JSON.parse(globalThis.leftWebViews || '[]').map(Number));
   }
 
   #keep() {

@@ -280,6 +280,7 @@ void PageLoad::loadFinished() {
     showFailurePage(webkit_web_view_get_uri(view_),
                     concat("The answer was ", String::fromUnsignedInteger(status), "."));
   }
+  if (!setup_.drivesApplication && isFailedStatus(status)) explainIfEmpty(status);
   const bool isChrome = setup_.drivesApplication && !failureFollows_;
   if (!setup_.drivesApplication && isCommitted_ && isFailedStatus(status)) {
     const String url(webkit_web_view_get_uri(view_));
@@ -291,6 +292,37 @@ void PageLoad::loadFinished() {
     isApplicationLoaded_ = true;
     page_.client()->drivingDocumentLoaded();
   }
+}
+
+// Servers send some errors without a document: an empty page would say nothing.
+void PageLoad::explainIfEmpty(guint status) {
+  struct Asked {
+    PageLoad* self;
+    std::weak_ptr<const void> life;
+    String url;
+    guint status;
+  };
+  WebKitWebResource* resource = webkit_web_view_get_main_resource(view_);
+  if (!resource) return;
+  const auto answered = [](GObject* source, GAsyncResult* result, gpointer data) {
+    const std::unique_ptr<Asked> asked(static_cast<Asked*>(data));
+    gsize length = 0;
+    g_free(
+        webkit_web_resource_get_data_finish(WEBKIT_WEB_RESOURCE(source), result, &length, nullptr));
+    // Of an answer without a document the engine has one byte.
+    if (asked->life.expired() || length > 1) return;
+    PageLoad* const self = asked->self;
+    if (asked->url != String(webkit_web_view_get_uri(self->view_)) ||
+        webkit_web_view_is_loading(self->view_)) {
+      return;
+    }
+    self->showInstead("This page is empty", asked->url,
+                      concat("The server has answered with ",
+                             String::fromUnsignedInteger(asked->status), " and nothing else."));
+  };
+  webkit_web_resource_get_data(
+      resource, nullptr, answered,
+      new Asked{this, page_.viewLife(), webkit_web_view_get_uri(view_), status});
 }
 
 void PageLoad::committed() {
@@ -455,7 +487,7 @@ void PageLoad::processEnded(WebKitWebProcessTerminationReason reason) {
     scheduleRetry(url, message, std::move(again));
     // A hidden page needs no process until it is loaded again.
     if (!event.isPreventDefault() && !(retry_ && isHidden())) {
-      unstartedLoad_ = [this, url, message] { showFailurePage(url, message); };
+      unstartedLoad_ = [this, url, message] { showInstead("This page has ended", url, message); };
       startLater();
     }
   }
@@ -473,6 +505,11 @@ void PageLoad::showFailurePage(const String& uri, const String& reason) {
   if (!view_) return;
   logAlways(LogError, "%s could not be loaded: %s %s", uri.utf8(), reason.utf8(),
             failureHint_.utf8());
+  showInstead("This page could not be loaded", uri, reason);
+}
+
+void PageLoad::showInstead(const char* title, const String& uri, const String& reason) {
+  if (!view_) return;
   unstartedLoad_ = nullptr;
   loads_.substitute(uri.isEmpty() ? "about:blank" : uri);
   failureFollows_ = true;
@@ -480,7 +517,8 @@ void PageLoad::showFailurePage(const String& uri, const String& reason) {
   if (setup_.drivesApplication) scheduleRetry(uri, reason, programLoad_);
   if (retry_) retry_->linksToIt = true;
   const unsigned int pause = retry_ ? retry_->pause : 0;
-  webkit_web_view_load_alternate_html(view_, failurePage(uri, reason, failureHint_, pause).utf8(),
+  webkit_web_view_load_alternate_html(view_,
+                                      failurePage(title, uri, reason, failureHint_, pause).utf8(),
                                       uri.isEmpty() ? "about:blank" : uri.utf8(), nullptr);
 }
 

@@ -66,7 +66,9 @@ class PageLoad final : public LoadControl {
   void loadStarted();
   void loadCommitted();
   void loadFinished();
+  void explainIfEmpty(guint status);
   void committed();
+  void showInstead(const char* title, const String& uri, const String& reason);
 
   // The encoding may be empty: it is found out then.
   void loadContent(const String& content, const String& mimeType, const String& encoding,

@@ -149,19 +149,25 @@ class OpenFileChooser final
   }
 };
 
-// What a page prints: in the toolkit's dialog, or without one into a file.
+// What a page prints: in the toolkit's dialog, or without one into a file. By an operation of our
+// own, of the whole page: that of the signal is over for the engine when the signal returns, and
+// leaves the page unpainted when it prints later.
 class OpenPrint final : public OpenPrompt {
  public:
-  OpenPrint(WebKitPrintOperation* operation, WebKitWebView* view)
-      : operation_(static_cast<WebKitPrintOperation*>(g_object_ref(operation))),
+  explicit OpenPrint(WebKitWebView* view)
+      : operation_(webkit_print_operation_new(view)),
         view_(static_cast<WebKitWebView*>(g_object_ref(view))) {}
 
   void answer(const PromptAnswer& answer) override {
     if (!answer.accepted) return;
     if (!answer.text.isEmpty()) return printInto(answer.text);
     GtkWidget* topLevel = gtk_widget_get_toplevel(GTK_WIDGET(view_.get()));
-    webkit_print_operation_run_dialog(operation_.get(),
-                                      GTK_IS_WINDOW(topLevel) ? GTK_WINDOW(topLevel) : nullptr);
+    GtkWindow* parent = GTK_IS_WINDOW(topLevel) ? GTK_WINDOW(topLevel) : nullptr;
+    holdUntilFinished();
+    if (webkit_print_operation_run_dialog(operation_.get(), parent) ==
+        WEBKIT_PRINT_OPERATION_RESPONSE_CANCEL) {
+      g_object_unref(operation_.get());
+    }
   }
 
  private:
@@ -183,9 +189,16 @@ class OpenPrint final : public OpenPrompt {
     gtk_print_settings_set(settings, GTK_PRINT_SETTINGS_OUTPUT_URI, uri);
     webkit_print_operation_set_print_settings(operation_.get(), settings);
     g_signal_connect(operation_.get(), "failed", G_CALLBACK(onFailed), nullptr);
+    holdUntilFinished();
     webkit_print_operation_print(operation_.get());
     g_object_unref(settings);
     g_free(uri);
+  }
+
+  // It would end with the last who holds it, and the page would stay laid out for paper.
+  void holdUntilFinished() {
+    g_signal_connect(g_object_ref(operation_.get()), "finished", G_CALLBACK(g_object_unref),
+                     nullptr);
   }
 
   static void onFailed(WebKitPrintOperation*, GError* error, gpointer) {
@@ -540,15 +553,14 @@ gboolean PagePrompts::onPermissionState(WebKitWebView*, WebKitPermissionStateQue
   return TRUE;
 }
 
-gboolean PagePrompts::onPrint(WebKitWebView* view, WebKitPrintOperation* operation,
-                              PagePrompts* self) {
+gboolean PagePrompts::onPrint(WebKitWebView* view, WebKitPrintOperation*, PagePrompts* self) {
   const auto page = self->page_.shared_from_this();
   // If the event is disabled, the engine shows its own dialog.
   if (!page->wants(OrvWebEvent::DialogRequested) ||
       !page->client()->settings().isEnableDialogRequestedEvents) {
     return FALSE;
   }
-  auto prompt = std::make_unique<OpenPrint>(operation, view);
+  auto prompt = std::make_unique<OpenPrint>(view);
   // One at a time: a page must not accumulate them.
   self->held_.erase(self->openPrint_);
   OrvWebDialogRequestedEvent event;
