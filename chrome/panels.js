@@ -59,6 +59,7 @@ export function makePanels({ tabs, store, platform, settings, known, permissions
     { label: 'Settings', key: 'Ctrl+,', run: opens(panels.settings) },
     { label: 'Shared objects', run: opens(panels.objects) },
     { label: 'Platform', run: opens(panels.platform) },
+    { label: 'Documentation', run: () => tabs.open('local:///docs/index.html') },
     { label: 'Web inspector', run: opens(panels.inspector) },
     { label: 'Native functions', run: opens(panels.functions) },
   ]);
