@@ -27,7 +27,7 @@ const EVERY_VIEW = 0;
 const ROOT = 1;
 
 /** Nobody has to enable these, and the host's own are not the engine's to enable. */
-const ALWAYS_SENT = new Set(['Created', 'Destroyed', 'ProcessCrash']);
+const ALWAYS_SENT = new Set(['Created', 'Destroyed', 'ProcessCrash', 'ReloadScheduled', 'MemoryExceeded']);
 const isPropertyEvent = (name) => /^Property.+Event$/.test(name);
 
 /** Events that take a setting of the web view besides. */
@@ -162,6 +162,12 @@ export class WebView {
     const handle = Number(call('webview.create', ...wish));
     if (!handle) throw new Error('The host could not create a web view.');
     hub.pending.add(handle);
+    return new WebView(handle);
+  }
+
+  /** One that is there already, of a chrome before this one (webview.list): it takes commands at once. */
+  static adopt(handle) {
+    hub.created.add(Number(handle));
     return new WebView(handle);
   }
 

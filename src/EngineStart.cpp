@@ -16,6 +16,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 using Tessel::Platform::logAlways;
 using Tessel::Platform::PageSandbox;
@@ -39,17 +40,33 @@ void disableSessionBusAutolaunch() {
   ::setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
 }
 
-void prepareInspector() {
+void prepareInspector(const AutomationOrder& automation) {
+  if (automation.mode != AutomationMode::Off) {
+    EngineInspector::renounce();
+    ::setenv(automationAddressVariable, automation.address.c_str(), 1);
+    return;
+  }
   if (!EngineInspector::announce()) {
     logAlways(Tessel::Platform::LogError,
               "Pages of this process cannot be inspected: no random numbers.");
   }
 }
 
-namespace {
+void useEphemeralFolders() {
+  constexpr const char* prefix = "automation-";
+  const std::string parent = Tessel::Platform::runtimeFolder();
+  if (parent.empty()) giveUp("There is no run-time folder for the data of automated pages.");
+  Tessel::Platform::removeStaleFiles(parent, prefix);
+  const std::string name = prefix + std::to_string(::getpid()) + "-";
+  std::string folder = parent + "/" + name + "XXXXXX";
+  if (!::mkdtemp(folder.data())) giveUp("The data of automated pages have no place: " + folder);
+  Tessel::Platform::removeAtExit(parent, name);
+  for (const auto& [variable, part] :
+       {std::pair("XDG_DATA_HOME", "/data"), std::pair("XDG_CACHE_HOME", "/cache")}) {
+    ::setenv(variable, (folder + part).c_str(), 1);
+  }
+}
 
-// The application's folder below the program's: named after the profile, or after the address of
-// the chrome without query and fragment. Empty for the bundled chrome, which uses the program's.
 std::string applicationFolder() {
   const char* profile = std::getenv(profileVariable);
   if (profile && *profile) return std::string("profiles/") + profile + "/";
@@ -71,9 +88,8 @@ std::string applicationFolder() {
   return folder;
 }
 
-}  // namespace
-
-void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies) {
+void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies,
+                 const AutomationOrder& automation) {
   std::string problem;
   const std::string modules = moduleFolder();
   auto sandbox = PageSandbox::None;
@@ -86,10 +102,23 @@ void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies) {
   problem.clear();
   // Never destroyed: pages may outlive any scope.
   static WebKitEngine* engine =
-      WebKitEngine::create({modules, localRoots(), applicationFolder() + dataName.toStdString(),
-                            keepsCookies, sandbox},
-                           problem)
+      WebKitEngine::create(
+          {modules, localRoots(), applicationFolder() + dataName.toStdString(), keepsCookies,
+           sandbox, memoryLimit(webProcessMemoryVariable), automation.mode},
+          problem)
           .release();
   if (!engine) giveUp(problem);
   PageFactory::install(engine);
+  if (automation.mode == AutomationMode::Off) return;
+  // The engine has read it: its other processes need not know.
+  ::unsetenv(automationAddressVariable);
+  if (!EngineInspector::listensAt(automation.address)) {
+    giveUp("The engine does not listen at " + automation.address +
+           " for WebDriver: perhaps the port is taken.");
+  }
+  logAlways(Tessel::Platform::LogNotice,
+            "WebDriver clients may drive the %s: the engine listens at %s. Pages of this process "
+            "cannot be inspected meanwhile.",
+            automation.mode == AutomationMode::Chrome ? "chrome and its pages" : "pages",
+            automation.address.c_str());
 }

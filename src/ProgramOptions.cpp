@@ -9,7 +9,7 @@
 #include "platform/os/Process.h"
 #include "src/Configuration.h"
 
-#include <glib.h>
+#include <gio/gio.h>
 
 #include <algorithm>
 #include <array>
@@ -30,6 +30,9 @@ namespace {
 constexpr const char* systemFile = "/etc/pagehost/pagehost.conf";
 constexpr std::size_t longestProfileName = 64;
 constexpr int longestPause = 86400;  // seconds: one day
+// Mebibytes. An empty page takes half of the smallest.
+constexpr unsigned int smallestMemory = 64;
+constexpr unsigned int largestMemory = 1u << 20;
 
 bool leavesUnknown = false;
 
@@ -71,7 +74,6 @@ bool isOneOf(std::string_view text) {
 }
 constexpr std::string_view rotationWords[] = {"top_up", "left_up", "right_up"};
 constexpr std::string_view sandboxWords[] = {"on", "off", "auto"};
-constexpr std::string_view levelWords[] = {"error", "notice"};
 constexpr std::string_view onWords[] = {"1", "true", "yes", "on"};
 constexpr std::string_view offWords[] = {"0", "false", "no", "off"};
 
@@ -92,6 +94,10 @@ bool isZoom(std::string_view text) {
 }
 bool isPause(std::string_view text) {
   return isNumberWithin(text, 0, longestPause);
+}
+
+bool isMemory(std::string_view text) {
+  return isNumberWithin(text, smallestMemory, largestMemory);
 }
 
 constexpr const char* chromeVariable = "CHROME_URL";
@@ -151,15 +157,38 @@ constexpr Row rows[] = {
      {hidePointerVariable},
      isPause,
      "a number of seconds up to a day"},
+    {{"memory-limit", "MIB",
+      "What all processes together may take, in mebibytes: above it, pages that take most are "
+      "started anew."},
+     {memoryVariable},
+     isMemory,
+     "a number of mebibytes from 64 on"},
+    {{"web-process-memory-limit", "MIB",
+      "What each process of web pages may take, in mebibytes: above it, its pages are started "
+      "anew."},
+     {webProcessMemoryVariable},
+     isMemory,
+     "a number of mebibytes from 64 on"},
     {{"watchdog", nullptr,
       "Tells the service manager that the program has started, and goes on (systemd's notify)."},
      {watchdogVariable},
      isSwitch,
      "true or false"},
-    {{"log-level", "WORD", "What is logged: error, or notice for everything."},
+    {{"log-level", "WORD", "What is logged: error, notice, or trace for the steps of a start too."},
      {Tessel::Platform::logLevelVariable},
-     isOneOf<levelWords>,
-     "error or notice"},
+     isOneOf<Tessel::Platform::logLevelWords>,
+     "error, notice or trace"},
+    {{"allow-eval", nullptr, "Lets pagehost-ctl run scripts in pages."},
+     {allowEvalVariable},
+     isSwitch,
+     "true or false"},
+    {{"new", nullptr,
+      "Starts another program also where one with the same profile runs; else that one is given "
+      "the "
+      "addresses."},
+     {newVariable},
+     isSwitch,
+     "true or false"},
 };
 
 // The file that was named, for viewers, which read it as well.
@@ -175,6 +204,7 @@ struct Special {
 void takeConfig(const std::string& file);
 void takeDevelopment(const std::string& folder);
 void takeTemplate(const std::string& name);
+void takeAutomation(const std::string& what);
 constexpr Special specials[] = {
     {{"config", "FILE", "Reads this configuration file in place of the user's and the system's."},
      takeConfig},
@@ -182,8 +212,15 @@ constexpr Special specials[] = {
       "Shows the chrome in this folder to its developer: loads it again when a file changes, keeps "
       "its web views, prints its console, shows its errors, and starts the web inspector."},
      takeDevelopment},
-    {{"template", "NAME", "Of new: kiosk, signage, dashboard, tabs or blank, which is the default."},
+    {{"template", "NAME",
+      "Of new: kiosk, signage, dashboard, tabs or blank, which is the default."},
      takeTemplate},
+    // It opens a port.
+    {{"automation", "chrome",
+      "Lets WebDriver clients drive the pages, or also the chrome, without the user's data; "
+      "WebKitWebDriver says at which loopback port by WEBKIT_INSPECTOR_SERVER.",
+      true},
+     takeAutomation},
 };
 
 constexpr auto programOptions = [] {
@@ -193,6 +230,10 @@ constexpr auto programOptions = [] {
   for (const Special& special : specials) *next++ = special.option;
   return options;
 }();
+
+AutomationOrder automation;
+// The value of its option, if that was given.
+std::optional<std::string> wantedAutomation;
 
 const Tessel::Platform::ProgramText& programText() {
   static const Tessel::Platform::ProgramText text{
@@ -214,7 +255,9 @@ const Tessel::Platform::ProgramText& programText() {
         {}},
        {"exit status",
         "",
-        {{"0", "The window was closed, or the chrome ended the program."},
+        {{"0",
+          "The window was closed, the chrome ended the program, or a running one has taken the "
+          "addresses."},
          {"1", "The program could not start, or lost its display."},
          {"2", "An option, a variable or a configuration file is wrong."},
          {"3", "The process of the chrome has ended ten times within ten minutes."}}}}};
@@ -249,6 +292,37 @@ void set(const Row& row, std::string_view value) {
   }
 }
 
+// Whether HOST:PORT is a port of this machine that no other machine reaches.
+bool isLoopbackAddress(const std::string& address) {
+  GError* error = nullptr;
+  GSocketConnectable* const place = g_network_address_parse(address.c_str(), 0, &error);
+  if (!place) {
+    g_error_free(error);
+    return false;
+  }
+  auto* const network = G_NETWORK_ADDRESS(place);
+  GInetAddress* host = g_inet_address_new_from_string(g_network_address_get_hostname(network));
+  const bool isGood =
+      host && g_inet_address_get_is_loopback(host) && g_network_address_get_port(network) != 0;
+  g_clear_object(&host);
+  g_object_unref(place);
+  return isGood;
+}
+
+// What has been asked for by the option, whose value it is if it was given.
+AutomationOrder automationFrom(const std::optional<std::string>& option, std::string address) {
+  if (!option) return {};
+  if (!option->empty() && *option != "chrome") {
+    endMisused("pagehost", "--automation: \"" + *option + "\" is not chrome");
+  }
+  if (!isLoopbackAddress(address)) {
+    endMisused("pagehost",
+               "--automation: WEBKIT_INSPECTOR_SERVER is \"" + address +
+                   "\", and not a loopback address with a port: WebKitWebDriver sets it");
+  }
+  return {option->empty() ? AutomationMode::Pages : AutomationMode::Chrome, std::move(address)};
+}
+
 Configuration readConfigurations() {
   Configuration configuration;
   const char* file = std::getenv(configVariable);
@@ -256,7 +330,8 @@ Configuration readConfigurations() {
   const std::string users = std::string(g_get_user_config_dir()) + "/pagehost/pagehost.conf";
   const bool isGood = file ? readConfiguration(file, true, configuration, problem)
                            : readConfiguration(systemFile, false, configuration, problem) &&
-                                 readConfiguration(users, false, configuration, problem);
+                                 (automation.mode != AutomationMode::Off ||
+                                  readConfiguration(users, false, configuration, problem));
   if (!isGood) endMisused("pagehost", problem);
   for (const auto& [key, value] : configuration) {
     const Row* row = rowNamed(key);
@@ -281,6 +356,10 @@ void takeDevelopment(const std::string& folder) {
 
 void takeTemplate(const std::string& name) {
   wanted.templateName = name;
+}
+
+void takeAutomation(const std::string& what) {
+  wantedAutomation = what;
 }
 
 // Reads "new DIR" from the words that are left.
@@ -325,6 +404,9 @@ std::vector<char*> takeOptions(int argc, char** argv) {
     check(*row, text, std::string("--") + option->name);
     given[static_cast<std::size_t>(row - rows)] = text;
   }
+  const char* const address = std::getenv(automationAddressVariable);
+  automation = automationFrom(wantedAutomation, address ? address : "");
+  ::unsetenv(automationAddressVariable);
   const Configuration configuration = readConfigurations();
   for (const Row& row : rows) {
     const auto& option = given[static_cast<std::size_t>(&row - rows)];
@@ -342,12 +424,25 @@ std::vector<char*> takeOptions(int argc, char** argv) {
   return line.words;
 }
 
+const AutomationOrder& automationOrder() {
+  return automation;
+}
+
 const WantedChrome& wantedChrome() {
   return wanted;
 }
 
 void leaveUnknownOptions() {
   leavesUnknown = true;
+}
+
+unsigned int memoryLimit(const char* variable) {
+  const char* const value = std::getenv(variable);
+  return value ? static_cast<unsigned int>(std::strtoul(value, nullptr, 10)) : 0;
+}
+
+bool isLaunchedApplication() {
+  return leavesUnknown;
 }
 
 bool isSwitchedOn(const char* variable) {

@@ -3,6 +3,6 @@
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
-[[ -f build/dev/CMakeCache.txt ]] || cmake --preset dev
-cmake --build build/dev --target generate_reference
-build/dev/tools/reference/generate_reference .
+[[ -f build/release/CMakeCache.txt ]] || cmake --preset release
+cmake --build build/release --target generate_reference
+build/release/tools/reference/generate_reference .

@@ -10,9 +10,11 @@
 
 #include <webkit2/webkit2.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
+class Automation;
 class SharedCookies;
 
 class WebKitEngine final : public PageFactory {
@@ -26,6 +28,11 @@ class WebKitEngine final : public PageFactory {
     bool keepsCookies = true;
     // Of web processes. The engine ends the program where it cannot give them its own.
     Tessel::Platform::PageSandbox sandbox = Tessel::Platform::PageSandbox::None;
+    // Of each web process, and of the one that loads for them, in mebibytes: caches are emptied on
+    // the way there, and who takes more is ended. 0: no limit.
+    unsigned int processMemoryLimit = 0;
+    // Driven pages leave nothing behind. The engine listens where its environment says.
+    AutomationMode automation = AutomationMode::Off;
   };
 
   // Starts the engine; GTK must be running. On failure null, and problem says in a sentence what
@@ -39,6 +46,9 @@ class WebKitEngine final : public PageFactory {
   // Where views are made: what pages leave behind is kept, or forgotten with the last view.
   WebKitWebContext* context(bool isPrivate);
   EngineServices services();
+  // Bytes that a web process may take; 0 for no limit.
+  std::uint64_t processMemoryLimit() const { return std::uint64_t{processMemoryLimit_} << 20; }
+  Automation& automation() { return *automation_; }
   void forget(AutofillData what);
 
  private:
@@ -47,7 +57,10 @@ class WebKitEngine final : public PageFactory {
   void prepare(WebKitWebContext* context);
   static void onInitializeModules(WebKitWebContext* context, gpointer self);
 
+  WebKitWebContext* makeContext(WebKitWebsiteDataManager* data) const;
+
   std::string moduleFolder_;
+  unsigned int processMemoryLimit_ = 0;
   LocalRoots local_;
   Tessel::Platform::PageSandbox sandbox_ = Tessel::Platform::PageSandbox::None;
   Tessel::Platform::ClaimedFolder dataFolder_;
@@ -59,6 +72,7 @@ class WebKitEngine final : public PageFactory {
   const std::unique_ptr<SavedLogin> proxyLogin_;
   WebKitWebContext* context_ = nullptr;
   WebKitWebContext* privateContext_ = nullptr;  // made at first need
+  std::unique_ptr<Automation> automation_;
   std::unique_ptr<Downloads> downloads_;
   std::unique_ptr<SharedCookies> cookies_;
 };

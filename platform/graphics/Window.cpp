@@ -147,14 +147,17 @@ void Window::windowPlaced(const IntRect& rect, bool fillsParent) {
 void Window::setWindowRectangle(const IntRect& wanted) {
   const IntRect rect = displayable(wanted);
   const bool isKnown = !surface_ || !surface_->isMovedByOthers();
-  if (isKnown && !state_.fillsParent && state_.rect == rect) return;
+  const bool fillsScreen = state_.fullScreen == FullScreen::Filling;
+  if (isKnown && !state_.fillsParent && !fillsScreen && state_.rect == rect) return;
   state_.fillsParent = false;
+  if (fillsScreen) state_.fullScreen = FullScreen::Placed;
   state_.rect = rect;
   if (surface_) surface_->place(state_);
 }
 
 IntPoint Window::windowLocation() const {
-  return state_.fillsParent ? IntPoint() : IntPoint{state_.rect.x, state_.rect.y};
+  const bool covers = state_.fillsParent || state_.fullScreen == FullScreen::Filling;
+  return covers ? IntPoint() : IntPoint{state_.rect.x, state_.rect.y};
 }
 
 void Window::setWindowLocation(IntPoint location) {
@@ -171,6 +174,9 @@ void Window::setDiscardRects(std::vector<IntRect> rects) {
 }
 void Window::setZOrder(int zOrder) {
   change(&WindowState::zOrder, zOrder);
+}
+void Window::setFullScreen(FullScreen fullScreen) {
+  change(&WindowState::fullScreen, fullScreen);
 }
 void Window::setVisible(bool visible) {
   change(&WindowState::visible, visible);

@@ -2,12 +2,16 @@
 #include "platform/os/MemoryStats.h"
 
 #include "platform/base/Log.h"
+#include "platform/os/Process.h"
 
 #include <glib.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <string>
 
 namespace Tessel::Platform {
 
@@ -15,21 +19,9 @@ namespace {
 
 constexpr guint secondsBetweenLooks = 60;
 
-// Kilobytes that this process does not share, by /proc/self/statm; 0 when it cannot be read.
-long privateMemory() {
-  std::FILE* const file = std::fopen("/proc/self/statm", "re");
-  if (!file) return 0;
-  long size = 0;
-  long resident = 0;
-  long shared = 0;
-  const bool isRead = std::fscanf(file, "%ld %ld %ld", &size, &resident, &shared) == 3;
-  std::fclose(file);
-  return isRead ? (resident - shared) * (::sysconf(_SC_PAGESIZE) / 1024) : 0;
-}
-
 gboolean logMemory(gpointer) {
   static long logged = 0;
-  const long now = privateMemory();
+  const long now = static_cast<long>(privateMemoryOf(::getpid()) / 1024);
   if (std::labs(now - logged) > logged / 10) {
     logAlways(LogNotice, "Memory of process %d: %ld kB of its own", static_cast<int>(::getpid()),
               now);
@@ -39,6 +31,34 @@ gboolean logMemory(gpointer) {
 }
 
 }  // namespace
+
+std::uint64_t privateMemoryOf(int pid) {
+  std::FILE* const file = std::fopen(("/proc/" + std::to_string(pid) + "/statm").c_str(), "re");
+  if (!file) return 0;
+  long size = 0;
+  long resident = 0;
+  long shared = 0;
+  const bool isRead = std::fscanf(file, "%ld %ld %ld", &size, &resident, &shared) == 3;
+  std::fclose(file);
+  return isRead ? static_cast<std::uint64_t>(resident - shared) *
+                      static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE))
+                : 0;
+}
+
+std::vector<int> processesBelow(int pid) {
+  std::multimap<int, int> byParent;
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc", ignored)) {
+    const int each = std::atoi(entry.path().filename().c_str());
+    if (each > 0) byParent.emplace(static_cast<int>(parentOf(each)), each);
+  }
+  std::vector<int> tree{pid};
+  for (std::size_t i = 0; i < tree.size(); ++i) {
+    const auto [first, last] = byParent.equal_range(tree[i]);
+    for (auto child = first; child != last; ++child) tree.push_back(child->second);
+  }
+  return tree;
+}
 
 void enableMemoryStatsLogging() {
   g_timeout_add_seconds(secondsBetweenLooks, logMemory, nullptr);

@@ -311,6 +311,9 @@ TEST_F(ProgramTest, UnderAnotherNameItStartsApplicationsOfOtherUsersAsItIsAskedT
   ASSERT_EQ(::stat(("/proc/" + *pid).c_str(), &process), 0);
   EXPECT_EQ(process.st_uid, 1234u);
   EXPECT_EQ(nameOf(application), "an-app");
+  // Root controls the programs of every user, wherever their run-time folders are.
+  Program list({}, {"list"}, "pagehost-ctl", PAGEHOST_TEST_CONTROL);
+  EXPECT_TRUE(list.waitForLine(*pid + "\t1234\t-\tlocal:///idle.html")) << list.errors();
   ASSERT_EQ(::kill(application, SIGTERM), 0);
   EXPECT_EQ(client->status(), 0) << client->errors();
   EXPECT_NE(client->errors().find("process " + *pid + " has ended"), std::string::npos);

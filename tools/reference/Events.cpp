@@ -83,6 +83,13 @@ class Collector {
     result_.properties.push_back({std::string("Property") + name + "Event", name, std::move(type)});
   }
 
+  template <typename Record>
+  void addOfProgram(const char* name) {
+    Event& event = result_.ofProgram.emplace_back();
+    event.name = name;
+    if constexpr (!std::is_void_v<Record>) event.body = declaredRecord<Record>(records_);
+  }
+
   Events take() { return std::move(result_); }
 
  private:
@@ -168,6 +175,8 @@ Events eventsOfWebViews(Records& records) {
   Collector collector(records);
 #define EVENT_TYPE(name, unheard) collector.add<OrvWebEvent::name>(#name, unheard);
 #include "engine/EventTypes.def"
+#define PROGRAM_EVENT(name, record, text) collector.addOfProgram<record>(#name);
+#include "webview/events/ProgramEvents.def"
   const TypeByName ofTables = typesOfTables(records);
   const TypeByName ofCommands = typesOfCommands(records);
   const auto typeOf = [&](const std::string& name) -> std::string {

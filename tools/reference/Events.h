@@ -30,6 +30,7 @@ struct PropertyEvent {
 
 struct Events {
   std::vector<Event> events;
+  std::vector<Event> ofProgram;  // always raised
   std::vector<PropertyEvent> properties;
   std::vector<Interface> bodies;
   std::vector<Interface> answers;

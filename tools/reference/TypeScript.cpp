@@ -201,9 +201,11 @@ std::string typeScript(const Reference& reference) {
 
   text.append("\n/** Every event with what it brings; '' where it brings nothing. */\n");
   text.append("export interface ChromeEvents {\n");
-  for (const Event& event : reference.events.events) {
-    text.append("  ").append(event.name).append(": ");
-    text.append(event.body.empty() ? "''" : event.body).append(";\n");
+  for (const auto* list : {&reference.events.events, &reference.events.ofProgram}) {
+    for (const Event& event : *list) {
+      text.append("  ").append(event.name).append(": ");
+      text.append(event.body.empty() ? "''" : event.body).append(";\n");
+    }
   }
   // No engine raises it: it is about the process that the engine was in.
   text.append(

@@ -17,7 +17,9 @@ constexpr NameTable table{std::array{
 #include "engine/EventTypes.def"
 #define PROPERTY(name) NAMED(Property##name##Event)
 #include "engine/Properties.def"
-    NAMED(ProcessCrash)}};
+#define PROGRAM_EVENT(name, record, text) NAMED(name)
+#include "webview/events/ProgramEvents.def"
+    NAMED(WebProcess)}};
 #undef NAMED
 
 }  // namespace

@@ -15,7 +15,9 @@ enum class EventType : int {
 #include "engine/EventTypes.def"
 #define PROPERTY(name) Property##name##Event,
 #include "engine/Properties.def"
-  ProcessCrash,  // the process of the web view has ended
+#define PROGRAM_EVENT(name, record, text) name,
+#include "webview/events/ProgramEvents.def"
+  WebProcess,  // tells the main process which process has the page now; not the chrome
 };
 
 static_assert(static_cast<int>(EventType::TypeMax) == OrvWebEvent::TypeMax);

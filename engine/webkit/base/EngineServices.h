@@ -1,6 +1,7 @@
 // What the pages of a process share, for the parts of a page. Main thread.
 #pragma once
 
+#include "engine/webkit/base/AutomationMode.h"
 class Downloads;
 class EngineInspector;
 class FormHistory;
@@ -20,4 +21,5 @@ struct EngineServices {
   PasswordStore& passwords;
   SavedLogin& proxyLogin;  // kept while the process runs; without a username there is none
   Resources& resources;
+  AutomationMode automation;
 };

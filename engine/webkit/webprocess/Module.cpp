@@ -7,6 +7,7 @@
 #include "engine/webkit/webprocess/Lockdown.h"
 #include "engine/webkit/webprocess/PageApi.h"
 #include "engine/webkit/webprocess/PageScripts.h"
+#include "platform/base/Log.h"
 
 #include <jsc/jsc.h>
 #include <libsoup/soup.h>
@@ -229,7 +230,9 @@ void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page
       (!record.setup.bound || self->mayCall(context.get(), number))) {
     exposeNativeFunctions(context.get(), record.functions, number);
   }
-  if (record.setup.drivesApplication) replaceDialogs(context.get(), record.functions, number);
+  if (record.setup.drivesApplication && !record.setup.engineDialogs) {
+    replaceDialogs(context.get(), record.functions, number);
+  }
   // Requests of the page that drives the program would have to be answered by itself.
   if (!record.setup.drivesApplication) {
     definePageApi(context.get(), record.functions,
@@ -479,6 +482,9 @@ extern "C" G_MODULE_EXPORT void webkit_web_extension_initialize_with_user_data(
   const char* sandbox = nullptr;
   const char* folder = nullptr;
   g_variant_get(data, "(&s&s&s&s)", &address, &token, &sandbox, &folder);
+  Tessel::Platform::setupApplicationLogging("page module");
+  Tessel::Platform::traceStart("page module loaded");
   module().start(extension, address, token);
   module().lockDown(sandbox, folder);
+  Tessel::Platform::traceStart("page module connected and confined");
 }
