@@ -62,6 +62,7 @@ export function makeCommands({ tabs, panels, findBar, closing, address, bookmark
     clear: { label: t('Clear data'), keys: ['Ctrl+Shift+Delete'], run: () => panels.siteData.toggle() },
     settings: { label: t('Settings'), keys: ['Ctrl+,'], run: () => panels.settings.toggle() },
     inspector: { label: t('Web inspector'), run: () => panels.inspector.open() },
+    documentation: { label: t('Documentation'), run: () => tabs.open('local:///docs/index.html') },
     examples: { label: t('Examples'), run: () => panels.examples.open() },
     closeWindow: { label: t('Close the window'), keys: ['Ctrl+Shift+w'], isReserved: true, run: () => closing.closeWindow() },
   };
@@ -73,7 +74,7 @@ export const MAIN_MENU = [
   'bookmark', 'bookmarks', 'history', 'tabHistory', 'downloads', null,
   'find', 'print', 'save', 'screenshot', 'source', 'pageInfo', null,
   'logins', 'permissions', 'blocker', 'clear', 'settings', null,
-  'inspector', 'examples', 'fullScreen', 'closeWindow',
+  'documentation', 'inspector', 'examples', 'fullScreen', 'closeWindow',
 ];
 
 const SHOWN = {

@@ -18,7 +18,7 @@ packages_bench=(libbenchmark-dev libsystemd-dev libxtst-dev procps surf)
 packages_fuzz=(clang libgtest-dev libgmock-dev)
 packages_lint=(git clang-format clang-tidy shellcheck)
 # Installed along with others, but no reason to stop.
-packages_nice=(ccache)
+packages_nice=(ccache mkdocs)
 
 # missing_packages NAME...: prints those that are not installed, one a line.
 missing_packages() {

@@ -85,6 +85,7 @@ export const de = {
   'Clear data': 'Daten löschen',
   'Settings': 'Einstellungen',
   'Web inspector': 'Web-Inspektor',
+  'Documentation': 'Dokumentation',
   'Examples': 'Beispiele',
   'Del': 'Entf',
   'Esc': 'Esc',

@@ -101,14 +101,14 @@ String onFunctionResult(WebKitPage& page, const Details& details) {
   return {};
 }
 
-// A text, a file and a line; without a file there is no line either.
+// A text, a file and a line; what was no script's has no line, or no file either.
 String onProblem(WebKitPage& page, const Details& details) {
   if (!page.client() || details.values().size() != 3) return {};
-  const String place =
-      details.text(1).isEmpty()
-          ? String()
-          : concat(details.text(1), ":", String::fromNumber(details.values()[2].numberValue()), ": ");
-  page.client()->problem(concat(place, details.text(0)));
+  const double line = details.values()[2].numberValue();
+  String place = details.text(1);
+  if (!place.isEmpty() && line > 0) place = concat(place, ":", String::fromNumber(line));
+  page.client()->problem(place.isEmpty() ? details.text(0)
+                                         : concat(place, ": ", details.text(0)));
   return {};
 }
 

@@ -3,6 +3,7 @@ import { WebView } from 'pagehost:pagehost.js';
 
 const PAGE = new URL('pages/welcome.html', document.baseURI).href;
 
+/** @returns {any} */
 const $ = (id) => document.getElementById(id);
 
 const page = new KeptPage(PAGE, {

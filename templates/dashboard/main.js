@@ -4,7 +4,8 @@ import { WebView } from 'pagehost:pagehost.js';
 
 const grid = document.getElementById('tiles');
 const template = /** @type {HTMLTemplateElement} */ (document.getElementById('tile'));
-const pages = [];
+/** Each with its place. */
+const pages = new Map();
 
 function addTile({ title, url }, view) {
   const tile = /** @type {HTMLElement} */ (document.importNode(template.content, true).firstElementChild);
@@ -17,12 +18,15 @@ function addTile({ title, url }, view) {
     changed(problem) {
       tile.classList.toggle('ill', Boolean(problem));
       notice.textContent = problem && `${problem} It is tried again.`;
-      document.documentElement.dataset.state = pages.every((each) => !each.problem) ? 'shown' : 'waiting';
+      document.documentElement.dataset.state = [...pages.keys()].every((each) => !each.problem) ? 'shown' : 'waiting';
     },
   });
-  pages.push(page);
-  new ResizeObserver(() => pages.forEach((each) => each.reposition())).observe(place);
-  page.reposition = () => page.place(place);
+  pages.set(page, place);
+  new ResizeObserver(placeAll).observe(place);
+}
+
+function placeAll() {
+  for (const [page, place] of pages) page.place(place);
 }
 
 grid.style.setProperty('--columns', String(Math.ceil(Math.sqrt(TILES.length))));
@@ -30,4 +34,4 @@ grid.style.setProperty('--columns', String(Math.ceil(Math.sqrt(TILES.length))));
 const there = WebView.list();
 TILES.forEach((tile, i) => addTile(tile, there[i]));
 for (const view of there.slice(TILES.length)) view.delete();
-window.addEventListener('resize', () => pages.forEach((page) => page.reposition()));
+window.addEventListener('resize', placeAll);

@@ -4,6 +4,7 @@ import { KeptPage } from './keep.js';
 import { WebView } from 'pagehost:pagehost.js';
 
 const HINT_TIME = 4000;
+/** @returns {any} */
 const $ = (id) => document.getElementById(id);
 const isAllowed = makeAllowList(ALLOWED, HOME);
 let page;
@@ -23,7 +24,7 @@ function begin() {
   const { view } = page;
   view.setPrivateBrowsing(true);
   guard(view);
-  for (const event of ['MouseEvent', 'KeyEvent', 'TouchEvent']) view.on(event, () => touched());
+  for (const event of /** @type {const} */ (['MouseEvent', 'KeyEvent', 'TouchEvent'])) view.on(event, () => touched());
   view.onProperty('CanGoBack', (can) => { $('back').disabled = !can; });
   $('back').disabled = true;
   page.place($('page'));

@@ -2,6 +2,7 @@ import { Tab } from './tab.js';
 import { WebView } from 'pagehost:pagehost.js';
 
 const START = new URL('pages/start.html', document.baseURI).href;
+/** @returns {any} */
 const $ = (id) => document.getElementById(id);
 /** @type {Tab[]} */
 const tabs = [];

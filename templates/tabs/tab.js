@@ -29,7 +29,7 @@ export class Tab {
     view.on('OpenWindow', () => {
       const popup = WebView.create();
       owner.opened(popup);
-      return { setView: String(popup.handle) };
+      return { setView: `${popup.handle}` };
     });
     view.on('CloseWindow', () => owner.closed(this));
     view.setJavaScriptInterruptTimeout(10_000);

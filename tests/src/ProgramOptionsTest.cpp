@@ -67,6 +67,25 @@ TEST_F(ProgramOptionsTest, OptionsGoBeforeTheEnvironmentAndThatBeforeFiles) {
   });
 }
 
+TEST_F(ProgramOptionsTest, AChromeIsAnAddressOrAFolder) {
+  folder_.write("board/index.html", "");
+  const std::string board = (folder_.path() / "board").string();
+  inOwnProcess([&] {
+    taken({"--dev", board});
+    EXPECT_EQ(variable("CHROME_URL"), "local://app/index.html");
+    EXPECT_EQ(variable(chromeFolderVariable), std::filesystem::canonical(board));
+    EXPECT_TRUE(isSwitchedOn(devVariable));
+    taken({"--chrome", "https://example.org/"});
+    EXPECT_EQ(variable("CHROME_URL") + variable(chromeFolderVariable), "https://example.org/none");
+    taken({"new", "x", "--template=tabs"});
+    EXPECT_EQ(wantedChrome().folder + wantedChrome().templateName, "xtabs");
+  });
+  refuses({"--dev", folder_.path().string()}, "--dev: .* is not a folder with an index.html");
+  refuses({"--chrome", "/nowhere"}, "--chrome");
+  refuses({"--template=tabs"}, "--template is for");
+  refuses({"new", "a", "b"}, "one folder");
+}
+
 TEST_F(ProgramOptionsTest, OnlyTheOptionLetsWebDriverIn) {
   configure("[pagehost]\nzoom=2\n");
   inOwnProcess([&] {

@@ -59,10 +59,11 @@ class Collector {
   }
 
   template <int type>
-  void add(const char* name) {
+  void add(const char* name, const char* unheard) {
     using Class = typename fields::EventClass<type>::type;
     Event& event = result_.events.emplace_back();
     event.name = name;
+    event.unheard = unheard;
     if constexpr (std::is_same_v<Class, OrvWebEvent>) {
       // Some of these have no body; classes with fields always have one.
       if (!jsonFromObject(OrvWebEvent(static_cast<OrvWebEvent::Type>(type))).isEmpty()) {
@@ -172,7 +173,7 @@ TypeByName typesOfCommands(Records& records) {
 
 Events eventsOfWebViews(Records& records) {
   Collector collector(records);
-#define EVENT_TYPE(name) collector.add<OrvWebEvent::name>(#name);
+#define EVENT_TYPE(name, unheard) collector.add<OrvWebEvent::name>(#name, unheard);
 #include "engine/EventTypes.def"
 #define PROGRAM_EVENT(name, record, text) collector.addOfProgram<record>(#name);
 #include "webview/events/ProgramEvents.def"

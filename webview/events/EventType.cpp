@@ -13,7 +13,7 @@ namespace {
 
 #define NAMED(name) NumberedName{#name, static_cast<int>(EventType::name)},
 constexpr NameTable table{std::array{
-#define EVENT_TYPE(name) NAMED(name)
+#define EVENT_TYPE(name, ...) NAMED(name)
 #include "engine/EventTypes.def"
 #define PROPERTY(name) NAMED(Property##name##Event)
 #include "engine/Properties.def"

@@ -11,7 +11,7 @@
 // The engine's events by their own numbers, the event that reports a change for each property, and
 // what the program itself has to tell.
 enum class EventType : int {
-#define EVENT_TYPE(name) name,
+#define EVENT_TYPE(name, ...) name,
 #include "engine/EventTypes.def"
 #define PROPERTY(name) Property##name##Event,
 #include "engine/Properties.def"

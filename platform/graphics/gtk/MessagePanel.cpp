@@ -21,7 +21,8 @@ constexpr int tallest = 260;
 constexpr const char* style =
     "* { background-color: #3b0f12; color: #ffe9e6; font-family: monospace; font-size: 13px; }"
     "label { padding: 4px 10px; }"
-    "button { color: #3b0f12; background: #ffe9e6; padding: 2px 10px; margin: 4px; }";
+    "button { color: #3b0f12; background: #ffe9e6; padding: 2px 10px; margin: 4px; }"
+    "button label { color: #3b0f12; background: none; padding: 0; }";
 
 void useStyle(GtkWidget* widget, gpointer provider) {
   gtk_style_context_add_provider(gtk_widget_get_style_context(widget),
