@@ -150,8 +150,18 @@ test('a text is found as often as it is there', async () => {
   native('webview.findString', view, 'one', true);
   await until(() => bodies(view, 'FindString').length === 2);
   equal(last().currentIndex, 1);
-  native('webview.findString', view, 'absent');
+  // Asked at once, each is answered under its own text.
+  for (const text of ['o', 'on', 'absent']) native('webview.findString', view, text);
   await until(() => !last().isMatched);
+  equal(bodies(view, 'FindString').slice(-3).map(({ text, numMatches, caseSensitive }) => [text, numMatches, caseSensitive]), [['o', 4, false], ['on', 3, false], ['absent', 0, false]]);
+});
+
+test('a page prints only what the chrome lets it', async () => {
+  const view = await open('<p>paper</p>');
+  answers.set('DialogRequested', ({ dialogType }) => (dialogType === 'Print' ? { setPreventDefault: true } : undefined));
+  native('webview.executeJavaScript', view, 'print(); document.title = "went on"');
+  await until(() => happened(view, 'DialogRequested') && title(view) === 'went on');
+  equal(bodies(view, 'DialogRequested').at(-1).dialogType, 'Print');
 });
 
 test('a download is saved where the chrome says, discarded, or decided later', async () => {
