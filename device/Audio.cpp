@@ -25,8 +25,9 @@ using Tessel::Platform::UniqueFd;
 
 namespace {
 
-// A server that has ended may leave its socket and take it over when it is back: tried after 1, 2,
-// 4 seconds and so on. After that a new socket is waited for.
+// A server that has ended may leave its socket and take it over when it is back, and one that
+// starts may not listen at once: tried after 1, 2, 4 seconds and so on. After that a new socket is
+// waited for.
 constexpr int mostTries = 5;
 
 }  // namespace
@@ -147,6 +148,8 @@ void Audio::State::watch(const std::string& folder, const char* name) {
     for (const int each : std::exchange(watches, {})) watcher->remove(each);
     watchFolders();
     const bool isGood = context && PA_CONTEXT_IS_GOOD(pa_context_get_state(context));
+    // A new socket may not be listened on yet.
+    tries = 0;
     if (!isGood) connect();
   }));
 }

@@ -107,6 +107,7 @@ void SessionService::useSession(GDBusConnection* bus) {
                       const auto locked = truthIn(values);
                       if (!locked) return;
                       lockScreens_[i].locked = locked;
+                      lockScreens_[i].hasToldSince = true;
                       update();
                     });
   }
@@ -115,17 +116,18 @@ void SessionService::useSession(GDBusConnection* bus) {
 // It has come, which is when it is asked, or gone.
 void SessionService::lockScreenChanged(std::size_t index) {
   LockScreen& screen = lockScreens_[index];
-  screen.locked.reset();
   screen.isAsked = screen.service->isThere();
+  screen.hasToldSince = false;
   if (screen.isAsked) {
     screen.service->call(lockScreens[index].path, lockScreens[index].name, "GetActive", nullptr,
                          "(b)", [this, index](GVariant* answer) {
                            LockScreen& asked = lockScreens_[index];
                            asked.isAsked = false;
-                           // It may have told since.
-                           if (!asked.locked) asked.locked = truthIn(answer);
+                           if (!asked.hasToldSince) asked.locked = truthIn(answer);
                            update();
                          });
+  } else {
+    screen.locked.reset();
   }
   update();
 }

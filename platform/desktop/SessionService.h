@@ -41,6 +41,7 @@ class SessionService final : public NavigatorService {
     std::unique_ptr<BusMirror> service;
     std::optional<bool> locked;
     bool isAsked = false;
+    bool hasToldSince = false;
   };
 
   static void gotBus(GAsyncResult* result, void* self,

@@ -17,6 +17,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <optional>
 
@@ -181,8 +182,15 @@ class DeviceBusTest : public NavigatorTest {
     heard.clear();
     handler.isDeviceLocked();
     EXPECT_THAT(heard, IsEmpty()) << "not from within the request";
-    hears(1);
-    return heard.empty() ? "" : heard.back();
+    std::string answer;
+    iterateUntil([&] {
+      const auto found = std::find_if(heard.begin(), heard.end(), [](const std::string& each) {
+        return each.starts_with("locked");
+      });
+      if (found != heard.end()) answer = *found;
+      return !answer.empty();
+    });
+    return answer;
   }
   bool hears(std::size_t count) {
     return iterateUntil([&] { return heard.size() >= count; });
