@@ -118,7 +118,7 @@ std::map<std::string, std::string> environmentIn(const std::filesystem::path& ho
                                                  const std::string& url) {
   std::filesystem::create_directory(home);
   if (::chown(home.c_str(), user, user) != 0) fail("no folder for the user");
-  std::map<std::string, std::string> environment{{"CHROME_URL", url}};
+  std::map<std::string, std::string> environment{{"CHROME_URL", url}, {"PAGEHOST_NEW", "1"}};
   for (const char* name :
        {"HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR"}) {
     environment[name] = home.string();

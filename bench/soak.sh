@@ -40,7 +40,7 @@ start_program() {
 processes() { grep -lzF "$scratch" /proc/[0-9]*/environ 2>/dev/null | cut -d/ -f3; }
 children() { pgrep -f '^pagehost-webview' | grep -xFf <(processes) || true; }
 
-# measure: sets memory in MB, count of processes, descriptors of the program.
+# measure: sets memory in MB, the same as kilobytes, count of processes, descriptors of the program.
 measure() {
   local pid part
   memory=0 count=0
@@ -50,6 +50,7 @@ measure() {
     memory=$((memory + ${part:-0}))
     count=$((count + 1))
   done
+  kilobytes=$memory
   memory=$((memory / 1024))
   descriptors=$(find "/proc/$program_pid/fd" -mindepth 1 2>/dev/null | wc -l)
 }
@@ -58,6 +59,21 @@ sample() {
   measure
   printf '%5d s  %4d MB  %3d processes  %4d descriptors  %d sockets\n' "$SECONDS" "$memory" "$count" \
     "$descriptors" "$(find "$XDG_RUNTIME_DIR" -type s | wc -l)"
+}
+
+# slope FILE START: by how many MB an hour the second column, in kB, changes with the first, in seconds,
+# from that second on.
+slope() {
+  awk -v start="$2" '
+    $1 >= start { x[++n] = $1 / 3600; y[n] = $2 / 1024; sx += x[n]; sy += y[n] }
+    END {
+      if (n < 3) { print "too few samples for a slope"; exit }
+      for (i = 1; i <= n; ++i) { dx = x[i] - sx / n; xx += dx * dx; xy += dx * (y[i] - sy / n) }
+      b = xy / xx
+      for (i = 1; i <= n; ++i) { r = y[i] - sy / n - b * (x[i] - sx / n); rr += r * r }
+      printf "PSS %.0f MB on average; slope %+.1f MB/h, +/- %.1f (%d samples over %.0f minutes)\n",
+        sy / n, b, 2 * sqrt(rr / (n - 2) / xx), n, (x[n] - x[1]) * 60
+    }' "$1"
 }
 
 # The largest processes, to distinguish one large page from general growth.

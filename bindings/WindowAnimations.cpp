@@ -14,6 +14,7 @@
 #include <limits>
 #include <string_view>
 
+using Tessel::Platform::concat;
 using Tessel::Platform::deleteGuardedObject;
 using Tessel::Platform::GuardedPointerBase;
 using Tessel::Platform::IntRect;
@@ -192,5 +193,12 @@ void WindowAnimations::post(const String& name, const std::vector<JavaScriptVari
 
 Window* WindowAnimations::windowOf(unsigned long handle) {
   constexpr auto largest = static_cast<unsigned long>(std::numeric_limits<int>::max());
-  return handle > largest ? nullptr : Window::fromPlatformHandle(static_cast<int>(handle));
+  Window* const window =
+      handle > largest ? nullptr : Window::fromPlatformHandle(static_cast<int>(handle));
+  if (!window && handle != 0) {
+    WebViewManager::instance().informChromeOfError(
+        concat("There is no window ", String::fromUnsignedInteger(handle),
+               ": webview.jsScreenWindowHandle tells the window of a web view."));
+  }
+  return window;
 }

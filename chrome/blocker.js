@@ -92,8 +92,6 @@ export class Blocker extends EventTarget {
 
   #listen(tab) {
     tab.blocked = [];
-    // A tab whose process ended keeps its setting.
-    this.#turn(tab, tab.blocks ?? this.isUsual);
     tab.view.on('NetworkResourceRequested', ({ data: { url, targetType } }) => {
       // Documents that the user requested are never blocked. They reset the count, since LocationChange
       // arrives later than their requests.
@@ -104,6 +102,8 @@ export class Blocker extends EventTarget {
       this.#count(tab, [...tab.blocked, { url, line }]);
       return { setAction: 'DENY' };
     });
+    // Listening has switched it on. A tab whose process ended keeps its setting.
+    this.#turn(tab, tab.blocks ?? this.isUsual);
   }
 
   #count(tab, blocked) {

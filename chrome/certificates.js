@@ -7,15 +7,16 @@ import { placeOf } from './address.js';
 import { makeFacts } from './dom.js';
 import { focus } from './keyboard.js';
 import { Questions } from './questions.js';
+import { t } from './words.js';
 
 const MARKUP = `
   <h2 id="certificate-title"></h2>
-  <p>Somebody may be posing as it, to read what you send there.</p>
+  <p>${t('Somebody may be posing as it, to read what you send there.')}</p>
   <ul id="certificate-problems"></ul>
-  <details><summary>The certificate</summary><div id="certificate-facts"></div></details>
+  <details><summary>${t('The certificate')}</summary><div id="certificate-facts"></div></details>
   <div class="row">
-    <button type="button" id="certificate-accept">Accept and go on</button>
-    <button class="primary" id="certificate-back">Go back</button>
+    <button type="button" id="certificate-accept">${t('Accept and go on')}</button>
+    <button class="primary" id="certificate-back">${t('Go back')}</button>
   </div>`;
 
 /**
@@ -147,9 +148,9 @@ export class CertificateSheet {
     this.#form.hidden = !question;
     if (!question) return;
     const { url, connectionInfo: { problems, subject, issuer } } = question;
-    this.#part('title').textContent = `${placeOf(url)} does not prove who it is`;
+    this.#part('title').textContent = t('{place} does not prove who it is', { place: placeOf(url) });
     this.#part('problems').replaceChildren(...problems.map((text) => Object.assign(document.createElement('li'), { textContent: text })));
-    this.#part('facts').replaceChildren(makeFacts([['Issued to', subject], ['Issued by', issuer], ['Address', url]]));
+    this.#part('facts').replaceChildren(makeFacts([[t('Issued to'), subject], [t('Issued by'), issuer], [t('Address'), url]]));
     this.#form.querySelector('details').open = false;
     focus(this.#part('back'));
   }

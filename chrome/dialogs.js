@@ -6,47 +6,39 @@
 
 import { placeOf } from './address.js';
 import { Questions } from './questions.js';
-import { focus } from './keyboard.js';
+import { focus, focusPage } from './keyboard.js';
+import { t } from './words.js';
 
 /**
  * How each type of dialog looks: what stands above the message, the buttons, and the fields to fill in.
  * @type {Record<string, (event: object) => {title: string, message?: string, accept: string, cancel?: string, fields?: object[]}>}
  */
 export const DIALOGS = {
-  JavaScriptAlert: ({ url, message }) => ({ title: `${placeOf(url)} says`, message, accept: 'OK' }),
-  JavaScriptConfirm: ({ url, message }) => ({ title: `${placeOf(url)} asks`, message, accept: 'OK', cancel: 'Cancel' }),
+  JavaScriptAlert: ({ url, message }) => ({ title: t('{place} says', { place: placeOf(url) }), message, accept: t('OK') }),
+  JavaScriptConfirm: ({ url, message }) => ({ title: t('{place} asks', { place: placeOf(url) }), message, accept: t('OK'), cancel: t('Cancel') }),
   JavaScriptPrompt: ({ url, message, result }) => ({
-    title: `${placeOf(url)} asks`,
+    title: t('{place} asks', { place: placeOf(url) }),
     message,
-    accept: 'OK',
-    cancel: 'Cancel',
-    fields: [{ name: 'text', label: 'Answer', value: result ?? '' }],
+    accept: t('OK'),
+    cancel: t('Cancel'),
+    fields: [{ name: 'text', label: t('Answer'), value: result ?? '' }],
   }),
   BeforeUnloadConfirm: () => ({
-    title: 'Leave this page?',
-    message: 'What you entered there may not be saved.',
-    accept: 'Leave',
-    cancel: 'Stay',
+    title: t('Leave this page?'),
+    message: t('What you entered there may not be saved.'),
+    accept: t('Leave'),
+    cancel: t('Stay'),
   }),
   AuthenticationChallenge: ({ url, message, isProxy, isNew }) => ({
-    title: `${isProxy ? 'The proxy ' : ''}${url} wants you to log in`,
-    message: [isNew === false && 'That name and password were not accepted.', message && `It says: “${message}”`]
+    title: isProxy ? t('The proxy {place} wants you to log in', { place: url }) : t('{place} wants you to log in', { place: url }),
+    message: [isNew === false && t('That name and password were not accepted.'), message && t('It says: “{text}”', { text: message })]
       .filter(Boolean).join('\n'),
-    accept: 'Log in',
-    cancel: 'Cancel',
+    accept: t('Log in'),
+    cancel: t('Cancel'),
     fields: [
-      { name: 'username', label: 'Name', autocomplete: 'username' },
-      { name: 'password', label: 'Password', type: 'password', autocomplete: 'current-password' },
+      { name: 'username', label: t('Name'), autocomplete: 'username' },
+      { name: 'password', label: t('Password'), type: 'password', autocomplete: 'current-password' },
     ],
-  }),
-  SaveCredential: ({ url, username, isNew }) => ({
-    title: isNew === false ? 'Save the new password?' : 'Save this log-in?',
-    message: `${username ? `“${username}”` : 'A password'} at ${placeOf(url.split(' ')[0])}. It will be filled in there, and lies unencrypted in a file of yours.`,
-    accept: 'Save',
-    cancel: 'Don’t save',
-    // The sending page continues immediately.
-    outlives: () => true,
-    isOnlyOne: true,
   }),
 };
 
@@ -55,17 +47,26 @@ const MARKUP = `
   <p id="dialog-message"></p>
   <div id="dialog-fields"></div>
   <div class="row">
+    <button type="button" id="dialog-silence">${t('No more of these')}</button>
     <button type="button" id="dialog-cancel"></button>
+    <button type="button" id="dialog-other"></button>
     <button class="primary" id="dialog-accept"></button>
   </div>`;
 
+/** Those that a page can make in a loop, so that nothing else can be done with it. */
+const IN_LOOPS = new Set(['JavaScriptAlert', 'JavaScriptConfirm', 'JavaScriptPrompt']);
+
 export class Dialogs {
+  /** Answers a page that wants to print. @type {(tab: object, answer: (accepted: boolean, path?: string) => void) => void} */
+  onPrint = (tab, answer) => answer(true);
   #form;
   #questions;
+  #tabs;
 
   /** @param {HTMLFormElement} form */
   constructor(form, tabs) {
     this.#form = form;
+    this.#tabs = tabs;
     form.innerHTML = MARKUP;
     this.#questions = new Questions(tabs, (question) => this.#show(question));
     form.addEventListener('submit', (event) => {
@@ -73,6 +74,12 @@ export class Dialogs {
       this.#answer(true);
     });
     this.#part('cancel').addEventListener('click', () => this.#answer(false));
+    this.#part('other').addEventListener('click', () => this.#answer(true, true));
+    this.#part('silence').addEventListener('click', () => this.#silence());
+    tabs.addEventListener('committed', ({ detail: tab }) => {
+      tab.dialogs = 0;
+      tab.isSilenced = false;
+    });
     form.addEventListener('keydown', (event) => {
       if (event.key !== 'Escape') return;
       // Escape closes this dialog; it must not stop the page's load.
@@ -94,16 +101,23 @@ export class Dialogs {
   #listen(tab) {
     const { view } = tab;
     view.on('DialogRequested', ({ data }) => {
+      if (data.dialogType === 'Print') {
+        // The page waits for the event, not for the answer.
+        setTimeout(() => this.onPrint(tab, (accepted, path = '') => tab.view === view && view.dialogResponse(data.waitHandle, accepted, path, '', '')));
+        return { setWait: true };
+      }
       const look = DIALOGS[data.dialogType]?.(data);
       if (!look) return undefined;
+      const isInLoop = IN_LOOPS.has(data.dialogType);
+      if (isInLoop && tab.isSilenced) return { setPreventDefault: true };
+      if (isInLoop) tab.dialogs = (tab.dialogs ?? 0) + 1;
       const answer = (accepted, { text = '', username = '', password = '' } = {}) => {
         view.dialogResponse(data.waitHandle, accepted, text, username, password);
         if (data.dialogType === 'BeforeUnloadConfirm' && !accepted) tab.stay();
       };
-      // The host has at most one of these at a time.
-      if (look.isOnlyOne) this.#questions.drop(tab, (question) => question.isOnlyOne);
       this.#questions.ask(tab, {
         ...look,
+        canBeSilenced: isInLoop && tab.dialogs > 1,
         answer,
         // If the view is gone as well, the host has discarded the question already.
         drop: () => tab.view === view && view.dialogResponse(data.waitHandle, false, '', '', ''),
@@ -125,6 +139,9 @@ export class Dialogs {
     this.#part('accept').textContent = question.accept;
     this.#part('cancel').hidden = !question.cancel;
     this.#part('cancel').textContent = question.cancel ?? '';
+    this.#part('other').hidden = !question.other;
+    this.#part('other').textContent = question.other ?? '';
+    this.#part('silence').hidden = !question.canBeSilenced;
     this.#part('fields').replaceChildren(...(question.fields ?? []).map(({ label, ...field }) => {
       const input = Object.assign(document.createElement('input'), { type: 'text', spellcheck: false, ...field });
       const element = Object.assign(document.createElement('label'), { textContent: label });
@@ -136,11 +153,19 @@ export class Dialogs {
     first.select?.();
   }
 
-  #answer(accepted) {
+  /** The page gets the answer of who cancels, now and until another document has come. */
+  #silence() {
+    this.#tabs.active.isSilenced = true;
+    this.#answer(false);
+  }
+
+  #answer(accepted, isOther = false) {
     const question = this.#questions.shown;
     if (!question) return;
     const fields = Object.fromEntries(new FormData(this.#form));
-    question.answer(accepted, fields);
+    question.answer(accepted, fields, isOther);
     this.#questions.done(question);
+    // The page goes on, and so does who was in it.
+    if (!this.#questions.shown && document.activeElement === document.body) focusPage(this.#tabs.active);
   }
 }

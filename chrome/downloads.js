@@ -1,24 +1,26 @@
 /** What pages brought onto the disk: a panel with a list, and what the button in the toolbar shows of it. */
 
 import { placeOf } from './address.js';
+import { call, isHosted } from './pagehost.js';
+import { t } from './words.js';
 import { focus } from './keyboard.js';
 
 const MARKUP = `
   <div class="panel-head">
-    <h2>Downloads</h2>
-    <button type="button" class="text" id="dl-clear" hidden>Clear finished</button>
-    <button type="button" class="icon" id="dl-close" aria-label="Close"><svg><use href="#i-close"/></svg></button>
+    <h2>${t('Downloads')}</h2>
+    <button type="button" class="text" id="dl-clear" hidden>${t('Clear finished')}</button>
+    <button type="button" class="icon" id="dl-close" aria-label="${t('Close')}"><svg><use href="#i-close"/></svg></button>
   </div>
-  <p class="panel-empty" id="dl-none">Nothing has been downloaded yet.</p>
+  <p class="panel-empty" id="dl-none">${t('Nothing has been downloaded yet.')}</p>
   <ul id="dl-list"></ul>`;
 
 const FAILURES = {
-  ResultCancelled: 'Cancelled',
-  ResultNetworkError: 'The connection failed',
-  ResultInvalidFilename: 'It cannot have this name',
-  ResultFileIOError: 'The file could not be written',
-  ResultFileNotFoundError: 'There is no such file',
-  ResultNoEnoughMemError: 'There was not enough memory',
+  ResultCancelled: t('Cancelled'),
+  ResultNetworkError: t('The connection failed'),
+  ResultInvalidFilename: t('It cannot have this name'),
+  ResultFileIOError: t('The file could not be written'),
+  ResultFileNotFoundError: t('There is no such file'),
+  ResultNoEnoughMemError: t('There was not enough memory'),
 };
 
 /** A name that none of the others has: the host would write over the earlier file. */
@@ -40,14 +42,41 @@ export function sizeText(bytes) {
   return `${value.toFixed(value < 99.95 ? 1 : 0)} ${units[0]}`;
 }
 
+/** @param {number} seconds */
+export function timeText(seconds) {
+  if (seconds < 60) return t('{count} s', { count: Math.max(1, Math.round(seconds)) });
+  if (seconds < 5400) return t('{count} min', { count: Math.round(seconds / 60) });
+  return t('{count} h', { count: Math.round(seconds / 3600) });
+}
+
 /** One line about a download. */
-export function stateText({ state, done, total, result }) {
-  if (state === 'running') return total > 0 ? `${sizeText(done)} of ${sizeText(total)}` : sizeText(done);
-  if (state === 'paused') return `Paused at ${sizeText(done)}`;
+export function stateText({ state, done, total, result, speed }) {
+  if (state === 'running') {
+    return [
+      total > 0 ? t('{done} of {total}', { done: sizeText(done), total: sizeText(total) }) : sizeText(done),
+      speed > 0 && t('{size} a second', { size: sizeText(Math.round(speed)) }),
+      speed > 0 && total > done && t('{time} left', { time: timeText((total - done) / speed) }),
+    ].filter(Boolean).join(' · ');
+  }
+  if (state === 'paused') return t('Paused at {size}', { size: sizeText(done) });
   if (state === 'finished') return sizeText(done);
-  if (state === 'lost') return 'The process that loaded it ended';
-  if (state === 'left') return 'Its tab was closed; how far it is, is not known';
-  return FAILURES[result] ?? 'It failed';
+  if (state === 'printed') return t('Printed');
+  if (state === 'lost') return t('The process that loaded it ended');
+  if (state === 'left') return t('Its tab was closed; how far it is, is not known');
+  return FAILURES[result] ?? t('It failed');
+}
+
+/** A measure of speed that neither jumps nor lags: half of it is of the last two seconds. */
+const SETTLES_IN = 2000;
+
+/** @returns {{speed: number, measured: {at: number, done: number}}} bytes a second, and what it was measured at */
+export function measure({ speed = 0, measured }, done, now) {
+  if (!measured || done < measured.done) return { speed: 0, measured: { at: now, done } };
+  const time = now - measured.at;
+  if (time < 250) return { speed, measured };
+  const momentary = (done - measured.done) * 1000 / time;
+  const weight = speed ? 1 - 2 ** (-time / SETTLES_IN) : 1;
+  return { speed: speed + (momentary - speed) * weight, measured: { at: now, done } };
 }
 
 /** A page that asks for ever more files is not asked about ever more of them. */
@@ -94,10 +123,10 @@ class DownloadGate {
   #askAbout(tab, site) {
     const settle = (save) => site.pending.splice(0).forEach((decide) => decide(save));
     this.#ask(tab, {
-      title: `${site.place} wants to save more files`,
-      message: 'It has saved one already. What it may save goes to your downloads.',
-      accept: 'Save them',
-      cancel: 'Don’t save',
+      title: t('{place} wants to save more files', { place: site.place }),
+      message: t('It has saved one already. What it may save goes to your downloads.'),
+      accept: t('Save them'),
+      cancel: t('Don’t save'),
       answer: (allowed) => {
         site.allowed = allowed;
         settle(allowed);
@@ -107,15 +136,22 @@ class DownloadGate {
   }
 }
 
-/** The state of all downloads, from the events of all tabs. Reports "change". */
+/** The state of all downloads, from the events of all tabs. Reports "change", "added" and, of an item, "ended". */
 export class DownloadList extends EventTarget {
   /** Newest first. */
   items = [];
   #gate;
+  #preferences;
+  #outer;
 
-  /** @param {{ask: (tab: object, question: object) => void}} dialogs */
-  constructor(tabs, dialogs) {
+  /**
+   * @param {{ask: (tab: object, question: object) => void}} dialogs
+   * @param {{preferences?: object, outer?: import('./outer.js').OuterPrograms}} [parts]  where files go, and who opens them
+   */
+  constructor(tabs, dialogs, { preferences, outer } = {}) {
     super();
+    this.#preferences = preferences;
+    this.#outer = outer;
     this.#gate = new DownloadGate((tab, question) => dialogs.ask(tab, question));
     tabs.addEventListener('attached', ({ detail: tab }) => this.#listen(tab));
     // There are no more events once the web view is gone, although the host continues the download if
@@ -143,6 +179,21 @@ export class DownloadList extends EventTarget {
   /** What a new file shall be called instead, so that it takes no other's place. */
   nameFor(name) {
     return freeName(name, new Set(this.items.map((item) => item.name)));
+  }
+
+  /** Where files go that have no folder of their own; empty if there is none. */
+  get folder() {
+    const chosen = this.#preferences?.get('downloadFolder');
+    if (chosen) return chosen.replace(/\/+$/, '');
+    const [last] = this.items.filter(({ path }) => path);
+    if (last) return last.path.slice(0, last.path.lastIndexOf('/'));
+    const home = isHosted() && call('application.getenv', 'HOME');
+    return home ? call('application.realpath', `${home}/Downloads`) : '';
+  }
+
+  /** A file that was made here, and not downloaded. */
+  addFile(tab, path) {
+    this.#add({ id: 0, name: path.split('/').pop(), url: tab.url, tab, view: tab.view, process: tab.process, path, state: 'printed' });
   }
 
   pause(item) {
@@ -176,10 +227,13 @@ export class DownloadList extends EventTarget {
 
   /** What the button beside it does, and another one before it. @returns {[string, () => void][]} */
   actionsOf(item) {
-    const cancel = ['Cancel', () => this.cancel(item)];
-    if (item.state === 'running') return [['Pause', () => this.pause(item)], cancel];
-    if (item.state === 'paused') return [['Resume', () => this.resume(item)], cancel];
-    return this.canRetry(item) ? [['Retry', () => this.retry(item)]] : [];
+    const cancel = [t('Cancel'), () => this.cancel(item)];
+    if (item.state === 'running') return [[t('Pause'), () => this.pause(item)], cancel];
+    if (item.state === 'paused') return [[t('Resume'), () => this.resume(item)], cancel];
+    if (this.#outer && item.path && ['finished', 'printed'].includes(item.state)) {
+      return [[t('Open'), () => this.#outer.openFile(item.path)], [t('Show'), () => this.#outer.openFolderOf(item.path)]];
+    }
+    return this.canRetry(item) ? [[t('Retry'), () => this.retry(item)]] : [];
   }
 
   #isUnderWay = ({ state }) => state === 'running' || state === 'paused';
@@ -197,7 +251,8 @@ export class DownloadList extends EventTarget {
       const save = () => {
         const name = this.nameFor(data.filename);
         this.#add({ id, name, url, tab, view, process });
-        return name;
+        const folder = this.#preferences?.get('downloadFolder');
+        return folder ? `${folder.replace(/\/+$/, '')}/${name}` : name;
       };
       const isWanted = tab.requested === url;
       // The navigation became a download: the tab stays where it is.
@@ -213,16 +268,20 @@ export class DownloadList extends EventTarget {
       this.#update(find(id), { path });
     });
     view.on('DownloadProgress', ({ data }) => {
-      this.#update(find(data.downloadId), { done: Number(data.downloadedSize), total: Number(data.totalSize) });
+      const item = find(data.downloadId);
+      const done = Number(data.downloadedSize);
+      this.#update(item, { done, total: Number(data.totalSize), ...(item && measure(item, done, Date.now())) });
     });
     view.on('DownloadFinished', ({ data }) => {
       const state = data.downloadResult === 'ResultSuccess' ? 'finished' : 'failed';
-      this.#update(find(data.downloadId), { state, result: data.downloadResult });
+      const item = find(data.downloadId);
+      this.#update(item, { state, result: data.downloadResult });
+      if (item) this.dispatchEvent(new CustomEvent('ended', { detail: item }));
     });
   }
 
   #add(item) {
-    this.items.unshift({ state: 'running', done: 0, total: 0, result: '', path: '', ...item });
+    this.items.unshift({ state: 'running', done: 0, total: 0, speed: 0, result: '', path: '', ...item });
     this.dispatchEvent(new Event('added'));
     this.#changed();
   }
@@ -240,6 +299,7 @@ export class DownloadList extends EventTarget {
 
 export class DownloadsPanel {
   onToggle = () => {};
+  element;
   #element;
   #button;
   #list;
@@ -252,7 +312,7 @@ export class DownloadsPanel {
    * @param {{list: DownloadList}} options
    */
   constructor(element, button, { list }) {
-    this.#element = element;
+    this.element = this.#element = element;
     this.#button = button;
     this.#list = list;
     element.innerHTML = MARKUP;
@@ -316,7 +376,7 @@ export class DownloadsPanel {
 
   #drawButton() {
     const count = this.#list.running.length;
-    const label = count ? `Downloads, ${count} running` : 'Downloads';
+    const label = count ? t('Downloads, {count} running', { count }) : t('Downloads');
     this.#button.setAttribute('aria-label', label);
     this.#button.title = label;
     this.#button.classList.toggle('running', count > 0);

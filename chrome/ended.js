@@ -2,6 +2,7 @@
 
 import { focus } from './keyboard.js';
 import { namesOf } from './processes.js';
+import { t } from './words.js';
 
 /**
  * @param {import('./tab.js').Tab} tab
@@ -10,12 +11,12 @@ import { namesOf } from './processes.js';
  */
 export function endedWords(tab, list) {
   if (tab.ended === 'refused') {
-    return { text: 'This page has no process to live in.', note: 'The system did not start another one. It may be short of memory.' };
+    return { text: t('This page has no process to live in.'), note: t('The system did not start another one. It may be short of memory.') };
   }
   const others = list.filter((each) => each !== tab && each.ended && each.process === tab.process);
   return {
-    text: 'The process of this page ended unexpectedly.',
-    note: others.length ? `It was that of ${namesOf(others)}, too.` : '',
+    text: t('The process of this page ended unexpectedly.'),
+    note: others.length ? t('It was that of {pages}, too.', { pages: namesOf(others) }) : '',
   };
 }
 

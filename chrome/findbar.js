@@ -1,19 +1,20 @@
 /** Finds a text in the active page. */
 
-import { focus } from './keyboard.js';
+import { focus, focusPage } from './keyboard.js';
+import { t } from './words.js';
 
 const MARKUP = `
-  <input id="find-text" type="text" aria-label="Find in page" placeholder="Find in page" aria-describedby="find-count" spellcheck="false">
+  <input id="find-text" type="text" aria-label="${t('Find in page')}" placeholder="${t('Find in page')}" aria-describedby="find-count" spellcheck="false">
   <span id="find-count" role="status"></span>
-  <button type="button" class="icon" id="find-previous" aria-label="Previous" title="Previous (Shift+Enter)"><svg><use href="#i-up"/></svg></button>
-  <button type="submit" class="icon" id="find-next" aria-label="Next" title="Next (Enter)"><svg><use href="#i-down"/></svg></button>
-  <label><input type="checkbox" id="find-case"> Match case</label>
-  <button type="button" class="icon" id="find-close" aria-label="Close" title="Close (Esc)"><svg><use href="#i-close"/></svg></button>`;
+  <button type="button" class="icon" id="find-previous" aria-label="${t('Previous')}" title="${t('Previous')} (${t('Shift')}+Enter)"><svg><use href="#i-up"/></svg></button>
+  <button type="submit" class="icon" id="find-next" aria-label="${t('Next')}" title="${t('Next')} (Enter)"><svg><use href="#i-down"/></svg></button>
+  <label><input type="checkbox" id="find-case"> ${t('Match case')}</label>
+  <button type="button" class="icon" id="find-close" aria-label="${t('Close')}" title="${t('Close')} (${t('Esc')})"><svg><use href="#i-close"/></svg></button>`;
 
 /** What is said about an answer of the host. */
 export function countText({ isMatched, currentIndex, numMatches }) {
-  if (!isMatched) return 'No matches';
-  return numMatches > 0 ? `${currentIndex + 1} of ${numMatches}` : 'Found';
+  if (!isMatched) return t('No matches');
+  return numMatches > 0 ? t('{number} of {count}', { number: currentIndex + 1, count: numMatches }) : t('Found');
 }
 
 export class FindBar {
@@ -43,8 +44,7 @@ export class FindBar {
     this.#part('close').addEventListener('click', () => this.close());
 
     tabs.addEventListener('attached', ({ detail: tab }) => {
-      // Ignore results for an outdated text.
-      tab.view.on('FindString', ({ data }) => void (tab === this.#tab && this.#part('text').value && this.#report(data)));
+      tab.view.on('FindString', ({ data }) => void (tab === this.#tab && this.#isAbout(data) && this.#report(data)));
     });
     // A search belongs to one page of one tab; it is repeated for the next page.
     tabs.addEventListener('change', () => this.#tab && this.#tab !== tabs.active && this.close());
@@ -63,9 +63,11 @@ export class FindBar {
   }
 
   close() {
+    const hadIt = this.#form.contains(document.activeElement) && document.hasFocus();
     this.#end();
     this.#tab = null;
     this.#form.hidden = true;
+    if (hadIt) focusPage(this.#tabs.active);
   }
 
   #part(name) {
@@ -83,6 +85,11 @@ export class FindBar {
     const text = this.#part('text').value;
     if (!text) return this.#end();
     this.#tab.view.findString(text, forward, this.#part('case').checked, true, true);
+  }
+
+  /** Whether it answers the search of the moment, and not one of before the last letter. */
+  #isAbout({ text, caseSensitive }) {
+    return text === this.#part('text').value && caseSensitive === this.#part('case').checked;
   }
 
   #report(data) {

@@ -28,6 +28,7 @@ const MARKUP = `
 
 export class FunctionsPanel {
   onToggle = () => {};
+  element;
   #element;
   #get;
   #currentHandle;
@@ -38,7 +39,7 @@ export class FunctionsPanel {
    * @param {{currentHandle: () => number}} options
    */
   constructor(element, { currentHandle }) {
-    this.#element = element;
+    this.element = this.#element = element;
     this.#currentHandle = currentHandle;
     this.#get = (id) => element.querySelector(`#fn-${id}`);
     on('errors', ({ text }) => this.#onError(text));

@@ -3,6 +3,7 @@
 import { labelFor } from './address.js';
 import { make } from './dom.js';
 import { Panel } from './panel.js';
+import { t } from './words.js';
 
 /** Held down for so long, a button means its menu. */
 const LONG_PRESS = 500;
@@ -12,7 +13,7 @@ export class HistoryPanel extends Panel {
   #shown = '';
 
   constructor(tabs) {
-    super('history-panel', 'History of this tab');
+    super('history-panel', t('History of this tab'));
     this.#tabs = tabs;
     tabs.addEventListener('change', () => this.refresh());
   }
@@ -43,11 +44,11 @@ export class HistoryPanel extends Panel {
       button.addEventListener('click', () => view.setHistoryPosition(index));
       return make('li', {}, button);
     });
-    const clear = make('button', { type: 'button', className: 'text', textContent: 'Clear history', disabled: items.length < 2 });
+    const clear = make('button', { type: 'button', className: 'text', textContent: t('Clear history'), disabled: items.length < 2 });
     clear.addEventListener('click', () => this.#clear());
     // Newest first.
     this.body.replaceChildren(make('ol', { className: 'rows', reversed: true }, ...rows.reverse()), clear);
-    if (!items.length) this.body.prepend(make('p', { className: 'note', textContent: 'Nothing yet.' }));
+    if (!items.length) this.body.prepend(make('p', { className: 'note', textContent: t('Nothing yet.') }));
   }
 
   #clear() {

@@ -6,6 +6,7 @@
 import { placeOf } from './address.js';
 import { PERMISSION_EVENTS, permissionOf, PERMISSIONS } from './permissions.js';
 import { Questions } from './questions.js';
+import { t } from './words.js';
 
 const MARKUP = `
   <span id="infobar-text"></span>
@@ -28,6 +29,7 @@ export class Infobar {
       element.querySelector(`#infobar-${id}`).addEventListener('click', () => this.#answer(allowed));
     }
     tabs.addEventListener('attached', ({ detail: tab }) => {
+      this.#listenForLogins(tab);
       for (const event of PERMISSION_EVENTS) this.#listen(tab, event);
       tab.view.on('NotificationPermissionCheck', ({ data: { origin } }) => {
         const allowed = permissions.decided(tab.isPrivate, origin, 'notification');
@@ -60,7 +62,7 @@ export class Infobar {
       // After this event: the host registers the question only then.
       if (decided !== undefined) return void setTimeout(() => tab.view === view && answer(view, data, decided));
       this.#questions.ask(tab, {
-        text: `${placeOf(data.origin)} would like to ${wish}.`,
+        text: t('{place} would like to {wish}.', { place: placeOf(data.origin), wish }),
         answer: (allowed) => {
           this.#permissions.decide(isPrivate, data.origin, name, allowed);
           answer(view, data, allowed);
@@ -71,12 +73,38 @@ export class Infobar {
     });
   }
 
+  /** The page that was logged in at goes on meanwhile, and the keyboard stays in it. */
+  #listenForLogins(tab) {
+    const { view } = tab;
+    view.on('DialogRequested', ({ data: { dialogType, waitHandle, url, username, isNew } }) => {
+      if (dialogType !== 'SaveCredential') return undefined;
+      const place = placeOf(url.split(' ')[0]);
+      const answer = (accepted) => tab.view === view && view.dialogResponse(waitHandle, accepted, '', '', '');
+      // The host has at most one of these at a time.
+      this.#questions.drop(tab, (question) => question.isLogin);
+      const values = { name: username || t('A password'), place };
+      this.#questions.ask(tab, {
+        text: isNew === false
+          ? t('Save the new password of “{name}” at {place}? It lies unencrypted in a file of yours.', values)
+          : t('Save the log-in “{name}” at {place}? It lies unencrypted in a file of yours.', values),
+        allow: t('Save'),
+        deny: t('Don’t save'),
+        isLogin: true,
+        answer,
+        drop: () => answer(false),
+        // Whoever logs in is led on within the site, and not asked on the next one.
+        outlives: () => placeOf(view.location()) === place,
+      });
+      return { setWait: true };
+    });
+  }
+
   #show(question) {
     this.#element.hidden = !question;
     const write = (id, text) => { this.#element.querySelector(`#infobar-${id}`).textContent = text; };
     write('text', question?.text ?? '');
-    write('deny', question?.deny ?? 'Don’t allow');
-    write('allow', question?.allow ?? 'Allow');
+    write('deny', question?.deny ?? t('Don’t allow'));
+    write('allow', question?.allow ?? t('Allow'));
   }
 
   #answer(allowed) {

@@ -3,6 +3,7 @@
 import { make } from './dom.js';
 import { call, WebView } from './pagehost.js';
 import { Panel } from './panel.js';
+import { t } from './words.js';
 
 export const isOn = () => call('webInspector.enabled') === 'true';
 export const address = () => `http://127.0.0.1:${call('webInspector.port')}/`;
@@ -10,13 +11,13 @@ export const address = () => `http://127.0.0.1:${call('webInspector.port')}/`;
 export class InspectorPanel extends Panel {
   #tabs;
   #switch = make('button', { type: 'button', className: 'primary' });
-  #open = make('button', { type: 'button', textContent: 'Open here' });
+  #open = make('button', { type: 'button', textContent: t('Open here') });
   #about = make('p', { className: 'note', role: 'status' });
   #address = make('code');
   #list = make('ul', { className: 'rows' });
 
   constructor(tabs) {
-    super('inspector-panel', 'Web inspector');
+    super('inspector-panel', t('Web inspector'));
     this.#tabs = tabs;
     this.#switch.addEventListener('click', () => {
       call('webInspector.setEnabled', !isOn());
@@ -27,7 +28,7 @@ export class InspectorPanel extends Panel {
       make('div', { className: 'row' }, this.#open, this.#switch),
       this.#about,
       make('p', { className: 'inspector-address' }, this.#address),
-      make('h3', { textContent: 'Pages that may be inspected' }), this.#list,
+      make('h3', { textContent: t('Pages that may be inspected') }), this.#list,
     );
     for (const happened of ['change', 'closed', 'crashed']) tabs.addEventListener(happened, () => this.refresh());
   }
@@ -38,14 +39,14 @@ export class InspectorPanel extends Panel {
 
   draw() {
     const on = isOn();
-    this.#switch.textContent = on ? 'Stop' : 'Start';
+    this.#switch.textContent = on ? t('Stop') : t('Start');
     this.#open.hidden = !on;
     this.#about.textContent = on
-      ? 'Open this address in a browser on this machine. Your other programs can reach it: stop it when you are done.'
-      : 'Look into the pages of this program, and into this chrome, with a browser on this machine.';
+      ? t('Open this address in a browser on this machine. Your other programs can reach it: stop it when you are done.')
+      : t('Look into the pages of this program, and into this chrome, with a browser on this machine.');
     this.#address.textContent = on ? address() : '';
     this.#list.replaceChildren(
-      this.#makePage(WebView.root.handle, 'The chrome'),
+      this.#makePage(WebView.root.handle, t('The chrome')),
       ...this.#tabs.list.filter(({ ready }) => ready).map(({ view, title, url }) => this.#makePage(view.handle, title || url)),
     );
   }

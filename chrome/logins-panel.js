@@ -6,6 +6,7 @@ import { forgetLogin, savedLogins } from './forms.js';
 import { focus } from './keyboard.js';
 import { WebView } from './pagehost.js';
 import { Panel } from './panel.js';
+import { t } from './words.js';
 
 /** Log-ins of servers have the realm behind the origin. */
 export function wordsOf({ place, username }) {
@@ -15,12 +16,12 @@ export function wordsOf({ place, username }) {
 
 export class LoginsPanel extends Panel {
   #list = make('ul', { className: 'rows' });
-  #all = make('button', { type: 'button', className: 'text', textContent: 'Forget all' });
-  #texts = make('button', { type: 'button', className: 'text', textContent: 'Forget texts of forms' });
+  #all = make('button', { type: 'button', className: 'text', textContent: t('Forget all') });
+  #texts = make('button', { type: 'button', className: 'text', textContent: t('Forget texts of forms') });
   #state = make('p', { className: 'note', role: 'status' });
 
   constructor() {
-    super('logins-panel', 'Saved log-ins');
+    super('logins-panel', t('Saved log-ins'));
     this.#all.addEventListener('click', () => {
       WebView.root.clearCredentials();
       this.draw();
@@ -28,10 +29,10 @@ export class LoginsPanel extends Panel {
     });
     this.#texts.addEventListener('click', () => {
       WebView.root.clearAutofillData();
-      this.#state.textContent = 'What was typed into forms is forgotten.';
+      this.#state.textContent = t('What was typed into forms is forgotten.');
     });
     this.body.append(
-      make('p', { className: 'note', textContent: 'Kept in a file that only you can read; it is not encrypted.' }),
+      make('p', { className: 'note', textContent: t('Kept in a file that only you can read; it is not encrypted.') }),
       this.#list, this.#all, this.#texts, this.#state,
     );
   }
@@ -41,12 +42,12 @@ export class LoginsPanel extends Panel {
     const logins = savedLogins();
     this.#all.disabled = !logins.length;
     this.#list.replaceChildren(...logins.map((login) => this.#makeRow(login)));
-    if (!logins.length) this.#list.append(make('li', { className: 'note', textContent: 'None.' }));
+    if (!logins.length) this.#list.append(make('li', { className: 'note', textContent: t('None.') }));
   }
 
   #makeRow(login) {
     const { title, name, realm } = wordsOf(login);
-    const button = make('button', { type: 'button', className: 'text', textContent: 'Forget', 'aria-label': `Forget ${name} at ${title}` });
+    const button = make('button', { type: 'button', className: 'text', textContent: t('Forget'), 'aria-label': t('Forget {name} at {place}', { name, place: title }) });
     button.addEventListener('click', () => {
       forgetLogin(login);
       this.draw();

@@ -1,18 +1,33 @@
 /** The chrome: a toolbar and tabs around native web views. */
 
-import { readableAddress, resolveAddress, securityOf } from './address.js';
+import { AddressField } from './address-field.js';
+import { resolveAddress, searchAddress, securityOf } from './address.js';
+import { Bookmarks } from './bookmarks.js';
 import { CertificateSheet, KnownCertificates } from './certificates.js';
+import { Closing } from './closing.js';
+import { keyText, makeCommands } from './commands.js';
+import { ContextMenus } from './context-menus.js';
+import { Cutouts } from './cutouts.js';
 import { Dialogs } from './dialogs.js';
+import { DownloadList } from './downloads.js';
 import { EndedNotice } from './ended.js';
 import { FindBar } from './findbar.js';
 import { FieldList, shareProxyLogins } from './forms.js';
+import { FullScreenHint, toggleWindowFullScreen } from './full-screen.js';
 import { onLongPress } from './history-panel.js';
 import { Infobar } from './infobar.js';
-import { call, isHosted, listBindings, MISSING, on, WebView } from './pagehost.js';
+import { connectKeys, focusPage, followFocus } from './keyboard.js';
+import { Links } from './links.js';
 import { NotificationList, NotificationRows } from './notifications.js';
+import { OuterPrograms } from './outer.js';
+import { Printing, savePage, showSource } from './page-tools.js';
+import { call, isHosted, listBindings, MISSING, on, WebView } from './pagehost.js';
 import { makePanels } from './panels.js';
 import { Permissions } from './permissions.js';
-import { answerPlatform, Platform } from './platform.js';
+import { answerPlatform, invokedAddress, Platform } from './platform.js';
+import { isPopupOpen, preparePopups } from './popups.js';
+import { PopupBlocker } from './popup-blocker.js';
+import { applyTheme, Preferences } from './preferences.js';
 import { Previews } from './previews.js';
 import { namesOf } from './processes.js';
 import { Session } from './session.js';
@@ -20,56 +35,99 @@ import { Settings } from './settings.js';
 import { Store } from './store.js';
 import { StuckPages } from './stuck.js';
 import { Tabs } from './tabs.js';
+import { TakeOver } from './take-over.js';
 import { hideToast, showToast } from './toast.js';
-import { focus, keyOf, nameOf } from './keyboard.js';
-import { zoomBy, zoomTo } from './zoom.js';
+import { Visited } from './visited.js';
+import { t, translateDocument } from './words.js';
 
 const START_PAGE = new URL('samples/start.html', document.baseURI).href;
 const DEMO_PAGE = new URL('samples/reader.html', document.baseURI).href;
 /** A web view smaller than this helps nobody. */
 const LEAST_SIDE = 48;
 
-/** The keys that lead from one tab to another. */
-const MOVES = new Set(['Ctrl+Tab', 'Ctrl+Shift+Tab', 'Ctrl+w']);
-
 const $ = (id) => document.getElementById(id);
 
 function start() {
+  translateDocument();
   const tabs = new Tabs($('tab-strip'));
   const store = new Store(localStorage);
+  const preferences = new Preferences(store);
+  applyTheme(preferences);
+  const cutouts = new Cutouts(tabs);
+  preparePopups(cutouts, tabs);
+  const platform = new Platform();
   const settings = new Settings(tabs, store);
-  const session = new Session(tabs, store, { isStart: (url) => url === START_PAGE });
+  const startPage = () => startAddress(preferences);
+  const isStart = ({ url }) => url === START_PAGE || url === startPage() || url === 'about:blank';
+  const session = new Session(tabs, store, { isStart: (url) => isStart({ url }) });
   const known = new KnownCertificates(tabs);
   const dialogs = new Dialogs($('dialog'), tabs);
   const certificates = new CertificateSheet($('certificate'), tabs, { known, home: START_PAGE });
   const findBar = new FindBar($('find-bar'), tabs);
   const permissions = new Permissions(tabs, store);
-  new StuckPages(new Infobar($('infobar'), tabs, permissions), tabs);
+  const infobar = new Infobar($('infobar'), tabs, permissions);
+  const outer = new OuterPrograms(tabs, platform, infobar);
+  const downloads = new DownloadList(tabs, dialogs, { preferences, outer });
+  const visited = new Visited(tabs, store);
+  const bookmarks = new Bookmarks(store);
+  new StuckPages(infobar, tabs);
+  new PopupBlocker(tabs, infobar, permissions);
   new NotificationRows($('notifications'), new NotificationList(tabs));
   new EndedNotice($('ended'), tabs);
-  new Previews(tabs);
+  new Previews(tabs, cutouts);
   new FieldList(tabs);
+  new FullScreenHint(tabs, cutouts);
   shareProxyLogins(tabs);
-  const platform = new Platform();
   answerPlatform(platform, tabs);
-  const panels = makePanels({
-    tabs, store, platform, settings, known, permissions, dialogs,
-    find: () => findBar.open(),
-    openNewTab: (process, isPrivate) => openNewTab(tabs, process, isPrivate),
-    restore: () => restoreSession(tabs, session),
-    canRestore: () => session.lastTime.length > 0,
+  platform.addEventListener('onInvoked', ({ detail: [request] }) => openInvoked(tabs, request));
+  const openWindow = (url = startPage()) => outer.openWindow(url);
+  const links = new Links(tabs, openWindow);
+  const printing = new Printing(tabs, { dialogs, preferences, downloads });
+  const address = new AddressField($('toolbar'), tabs, {
+    sources: () => ({ bookmarks: bookmarks.list, visited: visited.list }), preferences, openOuter: (url) => outer.openAddress(url),
   });
+  const openNew = (process, isPrivate) => {
+    tabs.open(startPage(), process, { isPrivate });
+    address.focus();
+  };
+  const openPage = (url, isBehind) => (isBehind ? tabs.open(url, undefined, { isBehind, beside: tabs.active }) : (tabs.active.navigate(url), focusPage(tabs.active)));
+  const closing = new Closing(tabs, {
+    dialogs, session, isStart, asks: () => preferences.get('asksAtEnd'),
+    runningIn: (tab) => downloads.running.filter((item) => !tab || item.tab === tab).length,
+  });
+  closing.guardWindow(platform);
+  const { panels, addMenu } = makePanels({ tabs, store, platform, settings, preferences, known, permissions, downloads, visited, bookmarks, openPage, openNewTab: openNew });
+  const commands = makeCommands({
+    tabs, panels, findBar, closing, address, bookmarks, openNewTab: openNew, openWindow,
+    restore: () => restoreSession(tabs, session), canRestore: () => session.lastTime.length > 0,
+    printPage: (tab) => printing.print(tab), savePage, showSource: (tab) => showSource(tabs, tab),
+    showFullScreen: () => toggleWindowFullScreen(platform),
+    moveFocus: () => (document.hasFocus() && document.activeElement !== document.body ? focusPage(tabs.active) : address.focus()),
+  });
+  addMenu(commands);
+  new ContextMenus(tabs, { commands, closing, links, search: (text) => searchAddress(preferences.get('search'), text) });
 
   refuseDrops();
-  const layOutNow = connectLayout(tabs, dialogs);
-  connectToolbar(tabs);
+  const layOutNow = connectLayout(tabs, dialogs, cutouts);
+  connectToolbar(tabs, { bookmarks, commands });
   for (const id of ['back', 'forward']) onLongPress($(id), () => panels.history.open());
   onLongPress($('new-tab'), () => panels.newTab.open());
-  connectKeyboard(tabs, findBar, panels);
-  connectReports(tabs, certificates, panels.functions);
+  followFocus(tabs, { isTyping: () => isPopupOpen() || $('tab-strip').contains(document.activeElement) && document.hasFocus() && document.activeElement.matches(':focus-visible') });
+  connectKeys(tabs, platform, commands);
+  connectReports(tabs, certificates, panels.functions, downloads, outer);
   $('find').addEventListener('click', () => findBar.open());
-  openFirstTabs(tabs, layOutNow, session);
+  platform.addEventListener('onExit', () => visited.write());
+  answerWindows(tabs);
   if (listBindings().includes('applicationWindow.setVisible')) call('applicationWindow.setVisible', true);
+  const takeOver = new TakeOver(tabs, store);
+  if (!takeOver.run()) openFirstTabs(tabs, layOutNow, session, { preferences, address });
+  takeOver.watch();
+}
+
+/** Where a new tab begins: what a person has set, or the program's own page. */
+function startAddress(preferences) {
+  const chosen = preferences.get('startPage');
+  return (chosen && resolveAddress(chosen).url) || START_PAGE;
 }
 
 /** Whether the page shall lie over the chrome, too. What it asks would be covered: then it steps back. */
@@ -97,8 +155,11 @@ function layOut(tabs, dialogs) {
 }
 
 /** @returns {() => void} does it now */
-function connectLayout(tabs, dialogs) {
-  const update = () => layOut(tabs, dialogs);
+function connectLayout(tabs, dialogs, cutouts) {
+  const update = () => {
+    layOut(tabs, dialogs);
+    cutouts.update();
+  };
   window.addEventListener('resize', update);
   // Hints, toasts, dialogs and panels change the layout without a resize of the window.
   new ResizeObserver(update).observe($('content'));
@@ -112,50 +173,24 @@ function connectLayout(tabs, dialogs) {
   return update;
 }
 
-function connectToolbar(tabs) {
-  const address = $('address');
-  const setHint = (text = '') => {
-    $('hint').textContent = text;
-    address.toggleAttribute('aria-invalid', Boolean(text));
-  };
-  const showLocation = () => {
-    address.value = readableAddress(tabs.active?.url ?? '',
-      (host) => call('webview.convertIDNtoReadableStringByLanguage', 1, host) || host);
-    setHint();
-  };
-
-  $('toolbar').addEventListener('submit', (event) => {
-    event.preventDefault();
-    const { url, hint } = resolveAddress(address.value);
-    setHint(hint);
-    if (!url) return;
-    hideToast();
-    tabs.active.navigate(url);
-    address.blur();
-  });
-  // On a touch screen a second tap must be able to place the caret.
-  address.addEventListener('focus', () => address.select());
-  address.addEventListener('input', () => setHint());
-  address.addEventListener('blur', () => $('hint').textContent || showLocation());
-  address.addEventListener('keydown', (event) => {
-    if (event.key !== 'Escape') return;
-    showLocation();
-    address.select();
-  });
-
+function connectToolbar(tabs, { bookmarks, commands }) {
   $('back').addEventListener('click', () => tabs.active.goBack());
   $('forward').addEventListener('click', () => tabs.active.goForward());
   $('reload').addEventListener('click', () => (tabs.active.loading ? tabs.active.stop() : tabs.active.reload()));
-  $('new-tab').addEventListener('click', () => openNewTab(tabs));
-
-  let shown;
+  $('new-tab').addEventListener('click', () => commands.newTab.run());
+  $('bookmark').addEventListener('click', () => commands.bookmark.run());
+  const showStar = () => {
+    const isKept = bookmarks.has(tabs.active.url);
+    $('bookmark').hidden = !commands.bookmark.isThere();
+    $('bookmark').setAttribute('aria-pressed', isKept);
+    const label = isKept ? t('Remove the bookmark') : commands.bookmark.label;
+    $('bookmark').setAttribute('aria-label', label);
+    $('bookmark').title = `${label} (${keyText(commands.bookmark)})`;
+  };
+  bookmarks.addEventListener('change', showStar);
   tabs.addEventListener('change', ({ detail: tab }) => {
-    // When the focus goes to the page, document.activeElement is still this field, but nobody types in
-    // it.
-    const isTyping = document.activeElement === address && document.hasFocus();
-    if (tab !== shown || !isTyping) showLocation();
-    shown = tab;
     showPage(tabs, tab);
+    showStar();
   });
 }
 
@@ -165,7 +200,7 @@ function showPage(tabs, tab) {
   $('back').disabled = !tab.canGoBack;
   $('forward').disabled = !tab.canGoForward;
 
-  const [verb, key, icon] = tab.loading ? ['Stop', 'Esc', 'close'] : ['Reload', 'Ctrl+R', 'reload'];
+  const [verb, key, icon] = tab.loading ? [t('Stop'), t('Esc'), 'close'] : [t('Reload'), keyText({ keys: ['Ctrl+r'] }), 'reload'];
   $('reload').setAttribute('aria-label', verb);
   $('reload').title = `${verb} (${key})`;
   $('reload').querySelector('use').setAttribute('href', `#i-${icon}`);
@@ -175,11 +210,11 @@ function showPage(tabs, tab) {
   // An empty progress bar looks broken: start above zero.
   $('progress').style.setProperty('--done', Math.max(tab.progress, 6) / 100);
 
-  $('status').textContent = tab.status || (tab.loading ? `Loading… ${tab.progress} %` : '');
+  $('status').textContent = tab.status || (tab.loading ? t('Loading… {percent} %', { percent: tab.progress }) : '');
   showSecurity(tab);
   showExceptions(tab);
   const { number } = tab.process;
-  $('view-info').textContent = tab.view ? `view ${tab.view.handle}${number ? ` · process ${number}` : ''}` : 'no view';
+  $('view-info').textContent = number ? t('process {number}', { number }) : '';
   $('view-info').title = tabs.processes.describe(tab);
   $('content').setAttribute('aria-label', tab.label);
 }
@@ -188,86 +223,40 @@ function showSecurity(tab) {
   const security = securityOf(tab.url, tab.secureType);
   const icon = { secure: 'lock', '': 'info' }[security] ?? 'warning';
   $('security').className = security;
-  $('security').title = tab.encryptionInfo || 'Page information';
+  $('security').title = tab.encryptionInfo || t('Page information');
   $('security').querySelector('use').setAttribute('href', `#i-${icon}`);
-  $('security-text').textContent = { secure: 'Secure connection', '': 'Page information' }[security] ?? 'Not secure';
+  $('security-text').textContent = { secure: t('Secure connection'), '': t('Page information') }[security] ?? t('Not secure');
 }
 
 function showExceptions({ exceptions }) {
   const [last] = exceptions.slice(-1);
   $('exceptions').hidden = !last;
-  $('exceptions').textContent = exceptions.length === 1 ? '1 script error' : `${exceptions.length} script errors`;
+  $('exceptions').textContent = exceptions.length === 1 ? t('1 script error') : t('{count} script errors', { count: exceptions.length });
   $('exceptions').title = last ? `${last.exception}\n${last.file}:${last.line}` : '';
 }
 
-function openNewTab(tabs, process, isPrivate) {
-  tabs.open(START_PAGE, process, { isPrivate });
-  focus($('address'));
-  $('address').select();
-}
-
-function connectKeyboard(tabs, findBar, panels) {
-  // If this page has the keyboard focus, pass it to the next one, before that is shown: users may type
-  // at once.
-  let follows = false;
-  tabs.addEventListener('chosen', ({ detail: tab }) => follows && tab.ready && tab.view.setActive(true));
-  const keys = {
-    'Ctrl+l': () => focus($('address')),
-    'Ctrl+t': () => openNewTab(tabs),
-    'Ctrl+Shift+n': () => openNewTab(tabs, undefined, true),
-    'Ctrl+w': () => tabs.close(tabs.active),
-    'Ctrl+r': () => tabs.active.reload(),
-    'Ctrl+f': () => findBar.open(),
-    'Ctrl+h': () => panels.history.toggle(),
-    'Ctrl+,': () => panels.settings.toggle(),
-    'Ctrl+Shift+Delete': () => panels.siteData.toggle(),
-    'Alt+t': () => panels.newTab.toggle(),
-    'Alt+m': () => panels.menu.toggle(),
-    'Ctrl++': () => zoomBy(tabs, 1),
-    'Ctrl+Shift++': () => zoomBy(tabs, 1),
-    'Ctrl+=': () => zoomBy(tabs, 1),
-    'Ctrl+-': () => zoomBy(tabs, -1),
-    'Ctrl+0': () => zoomTo(tabs, 1),
-    F5: () => tabs.active.reload(),
-    'Alt+ArrowLeft': () => tabs.active.goBack(),
-    'Alt+ArrowRight': () => tabs.active.goForward(),
-    'Ctrl+Tab': () => tabs.step(1),
-    'Ctrl+Shift+Tab': () => tabs.step(-1),
-    Escape: () => tabs.active.loading && tabs.active.stop(),
-  };
-  document.addEventListener('keydown', (event) => {
-    const action = keys[nameOf(event)];
-    if (!action) return;
-    event.preventDefault();
-    action();
-  });
-  tabs.addEventListener('attached', ({ detail: tab }) => tab.view.on('UnhandledKeyInput', ({ data }) => {
-    if (!data.keyDown || tab !== tabs.active) return;
-    const name = nameOf(keyOf(data));
-    follows = MOVES.has(name);
-    try {
-      keys[name]?.();
-    } finally {
-      follows = false;
-    }
-  }));
-}
-
-function connectReports(tabs, certificates, panel) {
+function connectReports(tabs, certificates, panel, downloads, outer) {
   tabs.addEventListener('failed', ({ detail: tab }) => {
     // The sheet has more details about this.
     if (certificates.isAsking(tab)) return;
-    showToast(`“${tab.requested || tab.label}” could not be loaded.`, { label: 'Try again', run: () => tab.reload() });
+    const page = tab.requested || tab.label;
+    // A process that a person has stopped, or that died, was no fault of the address.
+    showToast(tab.requested ? t('“{page}” could not be loaded.', { page }) : t('“{page}” has ended. What was in it may be lost.', { page }),
+      { label: t('Try again'), run: () => tab.reload() });
   });
   tabs.addEventListener('crashed', ({ detail: tab }) => {
     const ended = tabs.list.filter((each) => each.ended && each.process === tab.process);
     // The host shows the details in place of the page. If that is not visible, a line reports it: the
     // tabs end one by one, and the last one's line lists them all.
     if (ended.includes(tabs.active)) hideToast();
-    else showToast(`Process ${tab.process.number} ended unexpectedly, and with it ${namesOf(ended)}.`);
+    else showToast(t('Process {number} ended unexpectedly, and with it {pages}.', { number: tab.process.number, pages: namesOf(ended) }));
   });
   // The root web view closes last, and the program ends with it.
   tabs.addEventListener('empty', () => WebView.root.delete());
+  downloads.addEventListener('ended', ({ detail: item }) => {
+    if (item.state === 'finished') showToast(t('“{file}” is downloaded.', { file: item.name }), { label: t('Open'), isOffer: true, passes: true, run: () => outer.openFile(item.path) });
+    else if (item.result !== 'ResultCancelled') showToast(t('“{file}” could not be downloaded.', { file: item.name }));
+  });
   // An open panel shows the errors of its own calls.
   on('errors', ({ text }) => panel.isOpen || isOfGoneView(text, tabs) || showToast(text));
 }
@@ -277,6 +266,18 @@ function isOfGoneView(error, tabs) {
   const handle = Number(/^WebView: (\d+) /.exec(error)?.[1]);
   const isThere = handle === WebView.root.handle || tabs.list.some(({ view }) => view?.handle === handle);
   return Boolean(handle) && !isThere;
+}
+
+/** The windows that this page is asked for. The first one takes the place of a start page that nobody has used. */
+function answerWindows(tabs) {
+  let isFirst = true;
+  WebView.root.on('OpenWindow', ({ data }) => {
+    const unused = tabs.list.filter(({ url }) => isFirst && url === START_PAGE);
+    isFirst = false;
+    if (!tabs.openAsked(data)) return { setAction: 'DISCARD' };
+    unused.forEach((tab) => tabs.close(tab));
+    return { setWait: true };
+  });
 }
 
 /** In the place of what stands for nothing yet. */
@@ -289,22 +290,34 @@ function restoreSession(tabs, session) {
   empty.forEach((tab) => tabs.close(tab));
 }
 
-function openFirstTabs(tabs, layOutNow, session) {
+/** As people type it. */
+function openAddress(tabs, text) {
+  const { url, hint } = resolveAddress(text);
+  if (url) tabs.open(url);
+  else showToast(`${text}: ${hint}`);
+}
+
+/** What another start, the desktop or another application wants to be opened; also nothing but the window. */
+function openInvoked(tabs, request) {
+  const uri = invokedAddress(request);
+  if (uri) openAddress(tabs, uri);
+}
+
+function openFirstTabs(tabs, layOutNow, session, { preferences, address }) {
   const args = JSON.parse(WebView.root.arguments() || '[]').slice(1);
   if (args.includes('--demo')) return runDemo(tabs, layOutNow);
 
-  for (const arg of args.filter((each) => !each.startsWith('-'))) {
-    const { url, hint } = resolveAddress(arg);
-    if (url) tabs.open(url);
-    else showToast(`${arg}: ${hint}`);
-  }
-  if (!tabs.list.length) tabs.open(START_PAGE);
+  for (const arg of args.filter((each) => !each.startsWith('-'))) openAddress(tabs, arg);
+  const isEmpty = !tabs.list.length;
+  if (isEmpty) tabs.open(startAddress(preferences));
   else tabs.activate(tabs.list[0]);
+  // Who starts the program types an address first.
+  if (isEmpty) address.focus();
   const { length } = session.lastTime;
-  if (length) {
-    showToast(length === 1 ? 'A page was open when the program ended.' : `${length} pages were open when the program ended.`,
-      { label: 'Restore', isOffer: true, run: () => restoreSession(tabs, session) });
-  }
+  if (!length) return undefined;
+  if (preferences.get('restores') && isEmpty) return restoreSession(tabs, session);
+  return showToast(length === 1 ? t('A page was open when the program ended.') : t('{count} pages were open when the program ended.', { count: length }),
+    { label: t('Restore'), isOffer: true, run: () => restoreSession(tabs, session) });
 }
 
 /**

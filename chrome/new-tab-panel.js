@@ -4,6 +4,7 @@ import { make } from './dom.js';
 import { moveWithArrows } from './keyboard.js';
 import { Panel } from './panel.js';
 import { HERE } from './processes.js';
+import { t } from './words.js';
 
 /**
  * @param {import('./processes.js').Processes} processes
@@ -11,11 +12,11 @@ import { HERE } from './processes.js';
  */
 export function newTabChoices(processes) {
   return [
-    { label: 'New tab', about: 'In the program’s own process', process: HERE },
-    { label: 'New private tab', about: 'What its pages leave behind goes with it', process: HERE, isPrivate: true },
-    { label: 'New tab in its own process', about: 'What ends it ends no other tab; cookies are shared, other site data is its own', process: processes.fresh() },
+    { label: t('New tab'), about: t('In the program’s own process'), process: HERE },
+    { label: t('New private tab'), about: t('What its pages leave behind goes with it'), process: HERE, isPrivate: true },
+    { label: t('New tab in its own process'), about: t('What ends it ends no other tab; cookies are shared, other site data is its own'), process: processes.fresh() },
     ...processes.running.map((process) => ({
-      label: `New tab in process ${process.number}`,
+      label: t('New tab in process {number}', { number: process.number }),
       about: processes.tabsIn(process).map(({ label }) => label).join(' · '),
       process,
     })),
@@ -30,7 +31,7 @@ export class NewTabPanel extends Panel {
 
   /** @param {(process: import('./processes.js').Process, isPrivate: boolean) => void} open  opens the tab */
   constructor(tabs, open) {
-    super('new-tab-panel', 'New tab');
+    super('new-tab-panel', t('New tab'));
     this.#tabs = tabs;
     this.#open = open;
     this.body.append(this.#list);

@@ -2,6 +2,7 @@
 
 import { placeOf } from './address.js';
 import { make } from './dom.js';
+import { t } from './words.js';
 
 /** One page must not push everything else out of sight. */
 const MOST_SHOWN = 3;
@@ -66,8 +67,8 @@ export class NotificationRows {
 
   #makeRow(list, item) {
     const text = make('button', { type: 'button', className: 'entry' },
-      make('b', { textContent: item.title || 'Notification' }), make('span', { textContent: item.body }), make('small', { textContent: placeOf(item.origin) }));
-    const close = make('button', { type: 'button', className: 'icon', 'aria-label': `Close ${item.title}` });
+      make('b', { textContent: item.title || t('Notification') }), make('span', { textContent: item.body }), make('small', { textContent: placeOf(item.origin) }));
+    const close = make('button', { type: 'button', className: 'icon', 'aria-label': t('Close {page}', { page: item.title }) });
     close.innerHTML = '<svg><use href="#i-close"/></svg>';
     text.addEventListener('click', () => list.click(item));
     close.addEventListener('click', () => list.close(item));

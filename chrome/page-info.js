@@ -3,12 +3,13 @@
 import { securityOf } from './address.js';
 import { make, makeFacts } from './dom.js';
 import { Panel } from './panel.js';
+import { t } from './words.js';
 
 const SUMMARIES = {
-  secure: 'The connection is encrypted, and the server has proved who it is.',
-  failed: 'The connection is encrypted, but the server has not proved who it is.',
-  insecure: 'The connection is not encrypted. Others can read and change what is sent.',
-  '': 'This page did not come over the network, or from this machine only.',
+  secure: t('The connection is encrypted, and the server has proved who it is.'),
+  failed: t('The connection is encrypted, but the server has not proved who it is.'),
+  insecure: t('The connection is not encrypted. Others can read and change what is sent.'),
+  '': t('This page did not come over the network, or from this machine only.'),
 };
 
 /** The moments of the host, in the way of the person at the screen. */
@@ -20,14 +21,14 @@ export const pairs = (text = '') => text.replace(/[^0-9a-f]/gi, '').toUpperCase(
 /** @returns {[string, string][]} what to say about a certificate */
 export function certificateFacts({ subject = {}, issuer = {}, validFrom, validTo, publicKey, fingerprint, hostNames = [] }) {
   return [
-    ['Issued to', subject.commonName || subject.name],
-    ['Organisation', subject.organization],
-    ['For', hostNames.join(', ')],
-    ['Issued by', [issuer.commonName || issuer.name, issuer.organization].filter(Boolean).join(', ')],
-    ['Valid from', dateText(validFrom)],
-    ['Valid until', dateText(validTo)],
-    ['Key', publicKey?.bits ? `${publicKey.algorithm}, ${publicKey.bits} bits` : publicKey?.algorithm],
-    ['Fingerprint', pairs(fingerprint)],
+    [t('Issued to'), subject.commonName || subject.name],
+    [t('Organisation'), subject.organization],
+    [t('For'), hostNames.join(', ')],
+    [t('Issued by'), [issuer.commonName || issuer.name, issuer.organization].filter(Boolean).join(', ')],
+    [t('Valid from'), dateText(validFrom)],
+    [t('Valid until'), dateText(validTo)],
+    [t('Key'), publicKey?.bits ? t('{algorithm}, {count} bits', { algorithm: publicKey.algorithm, count: publicKey.bits }) : publicKey?.algorithm],
+    [t('Fingerprint'), pairs(fingerprint)],
   ];
 }
 
@@ -44,7 +45,7 @@ export class PageInfoPanel extends Panel {
   #known;
 
   constructor(tabs, known) {
-    super('page-info-panel', 'Page information');
+    super('page-info-panel', t('Page information'));
     this.#tabs = tabs;
     this.#known = known;
     known.addEventListener('change', () => this.refresh());
@@ -67,17 +68,17 @@ export class PageInfoPanel extends Panel {
     this.body.replaceChildren(
       make('p', { className: `summary ${security}`, textContent: SUMMARIES[security] }),
       makeFacts([
-        ['Title', tab.title],
-        ['Address', tab.url],
-        ['Encryption', isSecured ? [cipher.protocol, cipher.name].filter(Boolean).join(', ') || tab.encryptionInfo : 'None'],
-        ['Received', dateText(since)],
-        ['Process', this.#tabs.processes.describe(tab)],
-        ['Private', tab.ready && tab.view.isPrivateBrowsing() === '1' ? 'Leaves nothing on this machine' : ''],
+        [t('Title'), tab.title],
+        [t('Address'), tab.url],
+        [t('Encryption'), isSecured ? [cipher.protocol, cipher.name].filter(Boolean).join(', ') || tab.encryptionInfo : t('None')],
+        [t('Received'), dateText(since)],
+        [t('Process'), this.#tabs.processes.describe(tab)],
+        [t('Private'), tab.ready && tab.view.isPrivateBrowsing() === '1' ? t('Leaves nothing on this machine') : ''],
       ]),
-      ...this.#section('Problems', connection.problems?.length
+      ...this.#section(t('Problems'), connection.problems?.length
         && make('ul', { className: 'problems' }, ...connection.problems.map((text) => make('li', { textContent: text })))),
       ...certificates.flatMap((certificate, index) => this.#section(
-        index ? 'Vouched for by' : 'Certificate', makeFacts(certificateFacts(certificate)))),
+        index ? t('Vouched for by') : t('Certificate'), makeFacts(certificateFacts(certificate)))),
       ...this.#drawKnown(),
     );
   }
@@ -90,12 +91,12 @@ export class PageInfoPanel extends Panel {
     const known = Object.entries(this.#known.all);
     if (!known.length) return [];
     const rows = known.map(([host, { problems = [] }]) => {
-      const remove = make('button', { type: 'button', className: 'text', textContent: 'Remove', 'aria-label': `Remove ${host}` });
+      const remove = make('button', { type: 'button', className: 'text', textContent: t('Remove'), 'aria-label': t('Remove {page}', { page: host }) });
       remove.addEventListener('click', () => this.#known.remove(host));
       return make('li', {}, make('div', {}, make('b', { textContent: host }), make('small', { textContent: problems.join('; ') })), remove);
     });
-    const all = make('button', { type: 'button', className: 'text', textContent: 'Remove all' });
+    const all = make('button', { type: 'button', className: 'text', textContent: t('Remove all') });
     all.addEventListener('click', () => this.#known.removeAll());
-    return [make('h3', { textContent: 'Accepted certificates' }), make('ul', { className: 'rows' }, ...rows), all];
+    return [make('h3', { textContent: t('Accepted certificates') }), make('ul', { className: 'rows' }, ...rows), all];
   }
 }

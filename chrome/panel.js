@@ -1,7 +1,8 @@
 /** The panels beside the page: what they all do, and that only one of them is open. */
 
 import { make } from './dom.js';
-import { focus } from './keyboard.js';
+import { focus, focusPage } from './keyboard.js';
+import { t } from './words.js';
 
 /** A panel with a title. Who derives from it fills `body` in `draw()`, called at every opening. */
 export class Panel {
@@ -10,7 +11,7 @@ export class Panel {
   onToggle = () => {};
 
   constructor(id, title) {
-    const close = make('button', { type: 'button', className: 'icon', 'aria-label': 'Close' });
+    const close = make('button', { type: 'button', className: 'icon', 'aria-label': t('Close') });
     close.innerHTML = '<svg><use href="#i-close"/></svg>';
     close.addEventListener('click', () => this.toggle());
     this.close = close;
@@ -55,8 +56,13 @@ export class Panel {
 export class PanelPlace {
   #openers = new Map();
   #makesRoom = false;
+  #tabs;
 
-  /** @param {HTMLElement} opener  the button that shows that it is open, and has the keyboard afterwards */
+  constructor(tabs) {
+    this.#tabs = tabs;
+  }
+
+  /** @param {HTMLElement} opener  the button that shows that it is open */
   add(panel, opener) {
     this.#openers.set(panel, opener);
     panel.onToggle = (open) => this.#onToggle(panel, open);
@@ -72,6 +78,8 @@ export class PanelPlace {
     // Several panels may have the same opener.
     const isOpen = [...this.#openers].some(([each, its]) => its === opener && each.isOpen);
     opener.setAttribute('aria-expanded', isOpen);
-    if (!isOpen && !this.#makesRoom) focus(opener);
+    // Whoever was in it goes on in the page; who was elsewhere stays there.
+    const hadIt = document.hasFocus() && (document.activeElement === document.body || panel.element?.contains(document.activeElement) || document.activeElement === opener);
+    if (!open && !this.#makesRoom && hadIt) focusPage(this.#tabs.active);
   }
 }

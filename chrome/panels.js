@@ -1,9 +1,11 @@
-/** All the panels, and the menu that leads to them. */
+/** All the panels beside the page. */
 
 import { AnimationsPanel } from './animations-panel.js';
 import { Blocker } from './blocker.js';
 import { BlockerPanel } from './blocker-panel.js';
-import { DownloadList, DownloadsPanel } from './downloads.js';
+import { BookmarksPanel } from './bookmarks-panel.js';
+import { DownloadsPanel } from './downloads.js';
+import { ExamplesPanel } from './examples-panel.js';
 import { FunctionsPanel } from './functions-panel.js';
 import { HistoryPanel } from './history-panel.js';
 import { InspectorPanel } from './inspector-panel.js';
@@ -19,21 +21,25 @@ import { PlatformPanel } from './platform-panel.js';
 import { ScreenshotPanel } from './screenshot-panel.js';
 import { SettingsPanel } from './settings-panel.js';
 import { SiteDataPanel } from './site-data-panel.js';
+import { VisitedPanel } from './visited-panel.js';
+import { t } from './words.js';
 
 const $ = (id) => document.getElementById(id);
 
-export function makePanels({ tabs, store, platform, settings, known, permissions, dialogs, find, openNewTab, restore, canRestore }) {
-  const list = new DownloadList(tabs, dialogs);
+/** @returns {{panels: object, addMenu: (commands: object) => void}} the panels; the menu, whose commands need them, comes last */
+export function makePanels({ tabs, store, platform, settings, preferences, known, permissions, downloads, visited, bookmarks, openPage, openNewTab }) {
   const panels = {
     functions: new FunctionsPanel($('panel'), { currentHandle: () => tabs.active?.view?.handle ?? WebView.root.handle }),
-    downloads: new DownloadsPanel($('downloads-panel'), $('downloads'), { list }),
+    downloads: new DownloadsPanel($('downloads-panel'), $('downloads'), { list: downloads }),
     pageInfo: new PageInfoPanel(tabs, known),
-    settings: new SettingsPanel(tabs, settings),
+    settings: new SettingsPanel(tabs, settings, preferences),
     history: new HistoryPanel(tabs),
+    visited: new VisitedPanel(visited, openPage),
+    bookmarks: new BookmarksPanel(bookmarks, openPage),
     inspector: new InspectorPanel(tabs),
     logins: new LoginsPanel(),
     newTab: new NewTabPanel(tabs, openNewTab),
-    screenshot: new ScreenshotPanel(tabs, list),
+    screenshot: new ScreenshotPanel(tabs, downloads),
     siteData: new SiteDataPanel(tabs, store),
     permissions: new PermissionsPanel(tabs, permissions),
     blocker: new BlockerPanel(tabs, new Blocker(tabs, store), $('blocked')),
@@ -41,32 +47,26 @@ export function makePanels({ tabs, store, platform, settings, known, permissions
     platform: new PlatformPanel(platform),
     animations: new AnimationsPanel(tabs),
   };
-  const opens = (panel) => () => panel.open();
-  panels.menu = new MenuPanel(tabs, [
-    { label: 'New private tab', key: 'Ctrl+Shift+N', run: () => openNewTab(undefined, true) },
-    { label: 'New tab in a process…', key: 'Alt+T', run: opens(panels.newTab) },
-    { label: 'Find in page', key: 'Ctrl+F', run: find },
-    { label: 'History of this tab', key: 'Ctrl+H', run: opens(panels.history) },
-    { label: 'Restore the last session', run: restore, isThere: canRestore },
-    { label: 'Downloads', run: opens(panels.downloads) },
-    { label: 'Picture of the page', run: opens(panels.screenshot) },
-    { label: 'Windows in motion', run: opens(panels.animations) },
-    { label: 'Page information', run: opens(panels.pageInfo) },
-    { label: 'Saved log-ins', run: opens(panels.logins) },
-    { label: 'Site permissions', run: opens(panels.permissions) },
-    { label: 'Blocked resources', run: opens(panels.blocker) },
-    { label: 'Clear data', key: 'Ctrl+Shift+Del', run: opens(panels.siteData) },
-    { label: 'Settings', key: 'Ctrl+,', run: opens(panels.settings) },
-    { label: 'Shared objects', run: opens(panels.objects) },
-    { label: 'Platform', run: opens(panels.platform) },
-    { label: 'Web inspector', run: opens(panels.inspector) },
-    { label: 'Native functions', run: opens(panels.functions) },
+  const opens = (name) => () => panels[name].open();
+  panels.examples = new ExamplesPanel([
+    { label: t('Native functions'), about: t('All of them, ready to be called'), open: opens('functions') },
+    { label: t('Windows in motion'), about: t('Web views that move along curves, and with a finger'), open: opens('animations') },
+    { label: t('Shared objects'), about: t('What programs share, live, and analytics'), open: opens('objects') },
+    { label: t('Platform'), about: t('What the desktop and the device tell, and can be asked'), open: opens('platform') },
   ]);
 
   // Panels without a button of their own mark the menu button as open.
-  const buttons = { functions: 'functions', downloads: 'downloads', menu: 'menu', newTab: 'new-tab-in', pageInfo: 'security' };
-  const place = new PanelPlace();
+  const buttons = { downloads: 'downloads', newTab: 'new-tab-in', pageInfo: 'security' };
+  const place = new PanelPlace(tabs);
   for (const [name, panel] of Object.entries(panels)) place.add(panel, $(buttons[name] ?? 'menu'));
   for (const [name, id] of Object.entries(buttons)) $(id).addEventListener('click', () => panels[name].toggle());
-  return panels;
+
+  return {
+    panels,
+    addMenu(commands) {
+      panels.menu = new MenuPanel(tabs, $('menu'), commands);
+      panels.menu.onToggle = (isOpen) => $('menu').setAttribute('aria-expanded', isOpen);
+      $('menu').addEventListener('click', () => panels.menu.toggle());
+    },
+  };
 }

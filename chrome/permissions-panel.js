@@ -4,19 +4,20 @@ import { placeOf } from './address.js';
 import { make } from './dom.js';
 import { Panel } from './panel.js';
 import { PERMISSIONS } from './permissions.js';
+import { t } from './words.js';
 
-const CHOICES = [['Allow', true], ['Don’t allow', false], ['Ask', undefined]];
+const CHOICES = [[t('Allow'), true], [t('Don’t allow'), false], [t('Ask'), undefined]];
 
 export class PermissionsPanel extends Panel {
   #tabs;
   #permissions;
   #list = make('ul', { className: 'rows' });
   #note = make('p', { className: 'note' });
-  #forget = make('button', { type: 'button', className: 'text', textContent: 'Forget all' });
+  #forget = make('button', { type: 'button', className: 'text', textContent: t('Forget all') });
   #isPrivate = null;
 
   constructor(tabs, permissions) {
-    super('permissions-panel', 'Site permissions');
+    super('permissions-panel', t('Site permissions'));
     this.#tabs = tabs;
     this.#permissions = permissions;
     this.#forget.addEventListener('click', () => permissions.forgetAll(tabs.active.isPrivate));
@@ -29,8 +30,8 @@ export class PermissionsPanel extends Panel {
     const { isPrivate } = this.#tabs.active;
     this.#isPrivate = isPrivate;
     const all = Object.entries(this.#permissions.all(isPrivate)).sort(([a], [b]) => (a < b ? -1 : 1));
-    const whose = isPrivate ? 'For private tabs, until the last of them closes.' : 'They count from the next time that the site asks.';
-    this.#note.textContent = all.length ? whose : 'Nothing has been decided about any site.';
+    const whose = isPrivate ? t('For private tabs, until the last of them closes.') : t('They count from the next time that the site asks.');
+    this.#note.textContent = all.length ? whose : t('Nothing has been decided about any site.');
     this.#forget.hidden = !all.length;
     this.#list.replaceChildren(...all.flatMap(([origin, decisions]) => Object.keys(decisions).map((name) => this.#makeRow(isPrivate, origin, name, decisions[name]))));
   }

@@ -3,30 +3,34 @@
  * store, and for private tabs until the last of them closes. Reports "change".
  */
 
+import { t } from './words.js';
+
 /**
  * Per permission: what is asked for, in which event, and how the host learns the answer.
- * @type {Record<string, {label: string, wish: string, event: string, is?: (event: object) => boolean, answer: (view: object, event: object, allowed: boolean) => void}>}
+ * @type {Record<string, {label: string, wish: string, event?: string, is?: (event: object) => boolean, answer?: (view: object, event: object, allowed: boolean) => void}>}
  */
 const answerMedia = (view, { id }, allowed) => view.setAllowUserMedia(id, allowed ? 'default' : '');
 export const PERMISSIONS = {
   geolocation: {
-    label: 'Where you are',
-    wish: 'know where you are',
+    label: t('Where you are'),
+    wish: t('know where you are'),
     event: 'GeolocationPermissionRequest',
     answer: (view, { origin }, allowed) => view.setAllowGeolocation(origin, allowed),
   },
   notification: {
-    label: 'Notifications',
-    wish: 'show notifications',
+    label: t('Notifications'),
+    wish: t('show notifications'),
     event: 'NotificationPermissionRequest',
     answer: (view, { origin }, allowed) => view.setAllowNotification(origin, allowed),
   },
   // A device name grants access; none denies it.
-  camera: { label: 'Camera', wish: 'use your camera', event: 'UserMediaRequest', is: ({ cameras }) => cameras?.length > 0, answer: answerMedia },
-  microphone: { label: 'Microphone', wish: 'use your microphone', event: 'UserMediaRequest', is: ({ cameras }) => !cameras?.length, answer: answerMedia },
+  camera: { label: t('Camera'), wish: t('use your camera'), event: 'UserMediaRequest', is: ({ cameras }) => cameras?.length > 0, answer: answerMedia },
+  // Decided by the chrome itself, which opens the windows.
+  popups: { label: t('Windows'), wish: t('open windows') },
+  microphone: { label: t('Microphone'), wish: t('use your microphone'), event: 'UserMediaRequest', is: ({ cameras }) => !cameras?.length, answer: answerMedia },
 };
 
-export const PERMISSION_EVENTS = [...new Set(Object.values(PERMISSIONS).map(({ event }) => event))];
+export const PERMISSION_EVENTS = [...new Set(Object.values(PERMISSIONS).map(({ event }) => event).filter(Boolean))];
 
 /** @returns {string} the name of the permission that the event asks for */
 export function permissionOf(event, data) {

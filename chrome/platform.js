@@ -56,6 +56,16 @@ export class Platform extends EventTarget {
   }
 }
 
+/** The address in a request of onInvoked; empty where there is none. */
+export function invokedAddress(request) {
+  try {
+    const { uri } = JSON.parse(request);
+    return typeof uri === 'string' ? uri : '';
+  } catch {
+    return '';
+  }
+}
+
 /** What a good chrome does by itself when it is told. */
 export function answerPlatform(platform, tabs) {
   // The page already has the size of its window.

@@ -1,75 +1,64 @@
-/** A small picture of a tab's page while the pointer rests on it, in a web view that lies over all others. */
+/** A small picture of a tab's page while the pointer rests on it: over the page, below the toolbar. */
 
 import { capture } from './capture.js';
-import { WebView } from './pagehost.js';
+import { make } from './dom.js';
+import { isPopupOpen } from './popups.js';
 import { HERE } from './processes.js';
 
 const RESTS_FOR = 500;
 const PICTURE = { width: 240, height: 150 };
-const TEXT_HEIGHT = 52;
-const LINE_HEIGHT = 16;
-const ABOVE_ALL = 1000;
+const EDGE = 4;
 
 export class Previews {
-  #view = null;
+  #tabs;
+  #cutouts;
+  #card = make('div', { className: 'popup preview', 'aria-hidden': 'true' });
   #wanted = null;
   #timer = 0;
 
-  constructor(tabs) {
+  /** @param {import('./cutouts.js').Cutouts} cutouts */
+  constructor(tabs, cutouts) {
+    this.#tabs = tabs;
+    this.#cutouts = cutouts;
     tabs.addEventListener('pointed', ({ detail: tab }) => {
       this.#hide();
+      // What is in front can be seen as it is.
+      if (tab === tabs.active) return;
       this.#wanted = tab;
-      this.#timer = setTimeout(() => this.#show(tabs, tab), RESTS_FOR);
+      this.#timer = setTimeout(() => this.#show(tab), RESTS_FOR);
     });
     for (const end of ['unpointed', 'closed', 'crashed']) {
       tabs.addEventListener(end, ({ detail: tab }) => tab === this.#wanted && this.#hide());
     }
+    tabs.addEventListener('chosen', () => this.#hide());
+    for (const end of ['keydown', 'pointerdown', 'wheel']) document.addEventListener(end, () => this.#hide(), true);
+    window.addEventListener('blur', () => this.#hide());
   }
 
   #hide() {
     clearTimeout(this.#timer);
     this.#wanted = null;
-    this.#view?.setVisible(false);
+    if (!this.#card.isConnected) return;
+    this.#cutouts.remove(this.#card);
+    this.#card.remove();
   }
 
-  async #show(tabs, tab) {
-    const { room } = tab;
+  async #show(tab) {
+    const room = this.#tabs.active?.rect;
     if (!tab.ready || !room) return;
-    const place = tab.process === HERE ? '' : tabs.processes.describe(tab);
-    const height = Math.min(PICTURE.height, Math.round(PICTURE.width * room.height / room.width));
+    const { width, height } = tab.room ?? room;
+    const pictureHeight = Math.min(PICTURE.height, Math.round(PICTURE.width * height / width));
     // The top of the document, as much as the window shows.
-    const picture = await capture(tab.view, { part: { ...room, x: 0, y: 0 }, within: PICTURE });
-    if (tab !== this.#wanted) return;
-    const view = (this.#view ??= this.#create());
-    view.whenCreated(() => {
-      if (tab !== this.#wanted) return;
-      const { left, bottom } = tabs.elementOf(tab).getBoundingClientRect();
-      const x = Math.max(4, Math.min(Math.round(left), window.innerWidth - PICTURE.width - 4));
-      view.setGeometry(x, Math.round(bottom) + 2, PICTURE.width, height + TEXT_HEIGHT + (place ? LINE_HEIGHT : 0));
-      view.loadString(cardOf(tab, place, picture, height));
-      view.setVisible(true);
-    });
+    const picture = await capture(tab.view, { part: { x: 0, y: 0, width, height }, within: PICTURE });
+    if (tab !== this.#wanted || isPopupOpen()) return;
+    const place = tab.process === HERE ? '' : this.#tabs.processes.describe(tab);
+    const image = make('img', { alt: '', src: picture });
+    image.style.height = `${pictureHeight}px`;
+    this.#card.replaceChildren(...[tab.label, tab.url.slice(0, 200), place].filter(Boolean).map((textContent) => make('p', { textContent })), ...(picture ? [image] : []));
+    const { left } = this.#tabs.elementOf(tab).getBoundingClientRect();
+    this.#card.style.left = `${Math.max(EDGE, Math.min(Math.round(left), window.innerWidth - PICTURE.width - EDGE))}px`;
+    this.#card.style.top = `${room.y + 2}px`;
+    document.body.append(this.#card);
+    this.#cutouts.add(this.#card);
   }
-
-  #create() {
-    const view = WebView.create();
-    view.whenCreated(() => view.setZOrder(ABOVE_ALL));
-    for (const end of ['Destroyed', 'ProcessCrash']) view.on(end, () => { this.#view = null; });
-    return view;
-  }
-}
-
-const escaped = (text) => text.replace(/[&<>"]/g, (sign) => `&#${sign.charCodeAt(0)};`);
-
-/** Everything of it comes from a page, so nothing of it may run. */
-function cardOf({ label, url }, place, picture, height) {
-  return `<!doctype html><meta charset="utf-8"><meta name="color-scheme" content="light dark">
-    <meta http-equiv="Content-Security-Policy" content="default-src 'none'; img-src data:; style-src 'unsafe-inline'">
-    <style>
-      body { margin: 0; height: 100vh; overflow: hidden; box-sizing: border-box; border: 1px solid #8888; font: 13px/1.35 system-ui, sans-serif; }
-      p { margin: 7px 10px 0; white-space: nowrap; overflow: hidden; text-overflow: ellipsis; }
-      p + p { margin-top: 0; opacity: .65; font-size: 12px; }
-      img { display: block; width: 100%; height: ${height}px; margin-top: 6px; object-fit: cover; object-position: top left; background: #fff; }
-    </style>
-    <p>${escaped(label)}</p><p>${escaped(url.slice(0, 200))}</p>${place && `<p>${escaped(place)}</p>`}${picture && `<img alt="" src="${escaped(picture)}">`}`;
 }

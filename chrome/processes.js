@@ -4,6 +4,8 @@
  * tell the number of a process that it chose itself.
  */
 
+import { t } from './words.js';
+
 /** @typedef {{number: number}} Process  one life of a process; the next one with that number is another */
 
 /** Where the chrome itself lives. What ends it ends everything. */
@@ -50,15 +52,17 @@ export class Processes {
 
   /** Where the tab lives, in words. */
   describe(tab) {
-    if (!tab.view) return 'Without a process';
-    if (tab.process === HERE) return 'In the program’s own process';
+    if (!tab.view) return t('Without a process');
+    if (tab.process === HERE) return t('In the program’s own process');
     const others = this.tabsIn(tab.process).filter((each) => each !== tab);
-    return `In process ${tab.process.number}, ${others.length ? `with ${namesOf(others)}` : 'alone'}`;
+    return others.length
+      ? t('In process {number}, with {pages}', { number: tab.process.number, pages: namesOf(others) })
+      : t('In process {number}, alone', { number: tab.process.number });
   }
 }
 
 /** One by its name; of more, how many. */
 export function namesOf([first, ...rest]) {
   if (!rest.length) return `“${first.label}”`;
-  return `“${first.label}” and ${rest.length === 1 ? 'another tab' : `${rest.length} other tabs`}`;
+  return rest.length === 1 ? t('“{page}” and another tab', { page: first.label }) : t('“{page}” and {count} other tabs', { page: first.label, count: rest.length });
 }

@@ -6,6 +6,7 @@ import { make } from './dom.js';
 import { sizeText } from './downloads.js';
 import { Panel } from './panel.js';
 import { showToast } from './toast.js';
+import { t } from './words.js';
 
 /** A name that every file system takes. */
 export function fileName(title) {
@@ -15,16 +16,16 @@ export function fileName(title) {
 
 export class ScreenshotPanel extends Panel {
   #tabs;
-  #image = make('img', { alt: 'The page' });
+  #image = make('img', { alt: t('The page') });
   #state = make('p', { className: 'note', role: 'status' });
-  #save = make('button', { type: 'button', className: 'primary', textContent: 'Save' });
-  #copy = make('button', { type: 'button', textContent: 'Copy' });
-  #again = make('button', { type: 'button', textContent: 'Take again' });
+  #save = make('button', { type: 'button', className: 'primary', textContent: t('Save') });
+  #copy = make('button', { type: 'button', textContent: t('Copy') });
+  #again = make('button', { type: 'button', textContent: t('Take again') });
   /** What is shown, and of which tab. */
   #taken = null;
 
   constructor(tabs, downloads) {
-    super('screenshot-panel', 'Picture of the page');
+    super('screenshot-panel', t('Picture of the page'));
     this.#tabs = tabs;
     this.body.append(
       make('div', { className: 'row' }, this.#again, this.#copy, this.#save),
@@ -48,12 +49,12 @@ export class ScreenshotPanel extends Panel {
 
   async #take() {
     const tab = this.#tabs.active;
-    if (!tab.ready) return this.#show(null, 'There is no page.');
-    this.#show(null, 'Drawing…');
+    if (!tab.ready) return this.#show(null, t('There is no page.'));
+    this.#show(null, t('Drawing…'));
     const { view } = tab;
     const source = await capture(view);
     if (!this.isOpen) return undefined;
-    if (!source || tab.view !== view) return this.#show(null, 'The page could not be drawn.');
+    if (!source || tab.view !== view) return this.#show(null, t('The page could not be drawn.'));
     this.#image.src = source;
     await this.#image.decode().catch(() => {});
     const { naturalWidth: width, naturalHeight: height } = this.#image;
@@ -73,9 +74,9 @@ export class ScreenshotPanel extends Panel {
   async #copyPicture() {
     try {
       await navigator.clipboard.write([new ClipboardItem({ 'image/png': this.#taken.blob })]);
-      this.#state.textContent = 'Copied';
+      this.#state.textContent = t('Copied');
     } catch (error) {
-      showToast(`The picture could not be copied: ${error.message}`);
+      showToast(t('The picture could not be copied: {error}', { error: error.message }));
     }
   }
 }

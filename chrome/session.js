@@ -13,6 +13,7 @@ export class Session {
   #states = new WeakMap();
   /** Whether this run has had a page that is worth it: until then the last one's are kept. */
   #hasOwn = false;
+  #isFrozen = false;
 
   /** @param {{isStart: (url: string) => boolean}} options  pages that nobody wants back */
   constructor(tabs, store, { isStart }) {
@@ -31,17 +32,32 @@ export class Session {
       this.#keep(tab, '');
       tab.historyForgotten = true;
     });
-    tabs.addEventListener('closed', () => this.#save());
+    for (const type of ['closed', 'moved']) tabs.addEventListener(type, () => this.#save());
+  }
+
+  /** As it is now: what closes from here on closes with the window. */
+  freeze() {
+    this.#isFrozen = true;
+  }
+
+  thaw() {
+    this.#isFrozen = false;
+    this.#save();
+  }
+
+  /** What is known of the way that a tab came, for `reopen`. */
+  stateOf(tab) {
+    return this.#states.get(tab) ?? '';
   }
 
   restore() {
     const pages = this.lastTime;
     this.lastTime = [];
     const processes = new Map([[0, HERE]]);
-    for (const { url, title, state, process = 0 } of pages) {
+    for (const { url, title, state, process = 0, isPinned } of pages) {
       // Their numbers may be in use by others.
       if (!processes.has(process)) processes.set(process, this.#tabs.processes.fresh());
-      this.#tabs.reopen(url, title, state, processes.get(process));
+      this.#tabs.reopen(url, title, state, processes.get(process), { isPinned });
     }
   }
 
@@ -57,10 +73,11 @@ export class Session {
   }
 
   #save() {
+    if (this.#isFrozen) return;
     // An ended process may have had the number of a live one: each gets a number of its own here.
     const processes = [...new Set([HERE, ...this.#tabs.list.map(({ process }) => process)])];
     const pages = this.#tabs.list.filter(this.#isWorthIt).map((tab) => ({
-      url: tab.url, title: tab.title, state: this.#states.get(tab) ?? '', process: processes.indexOf(tab.process),
+      url: tab.url, title: tab.title, state: this.#states.get(tab) ?? '', process: processes.indexOf(tab.process), ...(tab.isPinned && { isPinned: true }),
     }));
     this.#hasOwn ||= pages.length > 0;
     if (!this.#hasOwn) return;

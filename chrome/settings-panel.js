@@ -2,7 +2,9 @@
 
 import { make } from './dom.js';
 import { Panel } from './panel.js';
+import { PREFERENCES } from './preferences.js';
 import { colorText, SETTING_GROUPS, SETTINGS, valueOf } from './settings.js';
+import { t } from './words.js';
 
 const INPUTS = {
   flag: () => ({ type: 'checkbox' }),
@@ -12,6 +14,7 @@ const INPUTS = {
 };
 
 export class SettingsPanel extends Panel {
+  #preferences;
   #tabs;
   #settings;
   #inputs = new Map();
@@ -20,8 +23,10 @@ export class SettingsPanel extends Panel {
   /** Views whose changes are reported: enabled only for those that were looked at. */
   #followed = new WeakSet();
 
-  constructor(tabs, settings) {
-    super('settings-panel', 'Settings');
+  /** @param {import('./preferences.js').Preferences} preferences */
+  constructor(tabs, settings, preferences) {
+    super('settings-panel', t('Settings'));
+    this.#preferences = preferences;
     this.#tabs = tabs;
     this.#settings = settings;
     this.#build();
@@ -36,16 +41,35 @@ export class SettingsPanel extends Panel {
   }
 
   #build() {
+    this.body.append(this.#makePreferences());
     for (const [title, settings] of SETTING_GROUPS) {
       this.body.append(make('fieldset', { className: 'settings' }, make('legend', { textContent: title }),
         ...settings.map((setting) => this.#makeRow(setting))));
     }
-    const reset = make('button', { type: 'button', className: 'text', textContent: 'Back to the standard' });
+    const reset = make('button', { type: 'button', className: 'text', textContent: t('Back to the standard') });
     reset.addEventListener('click', () => {
       this.#settings.reset(this.#view);
       this.draw();
     });
-    this.body.append(make('p', { className: 'note', textContent: 'Changes are for this tab and for tabs opened later. Some show only when the page is loaded again.' }), reset);
+    this.body.append(make('p', { className: 'note', textContent: t('Changes are for this tab and for tabs opened later. Some show only when the page is loaded again.') }), reset);
+  }
+
+  /** Of the program itself; each counts at once, or at the next start of the chrome, which can be had at once too. */
+  #makePreferences() {
+    const restart = make('button', { type: 'button', className: 'text', textContent: t('Show it now'), hidden: true });
+    restart.addEventListener('click', () => location.reload());
+    return make('fieldset', { className: 'settings' }, make('legend', { textContent: t('The program') }), ...PREFERENCES.map((each) => {
+      const { name, kind, label, empty, choices, restarts } = each;
+      const value = this.#preferences.get(name);
+      const input = kind === 'choice'
+        ? make('select', {}, ...choices.map(([of, text]) => make('option', { value: of, textContent: text, selected: of === value })))
+        : make('input', kind === 'flag' ? { type: 'checkbox', checked: value } : { type: 'text', value, placeholder: empty, spellcheck: false });
+      input.addEventListener('change', () => {
+        this.#preferences.set(name, kind === 'flag' ? input.checked : input.value.trim());
+        if (restarts) restart.hidden = false;
+      });
+      return make('label', { className: `setting ${kind}` }, make('span', { textContent: label }), input);
+    }), restart);
   }
 
   #makeRow(setting) {

@@ -4,6 +4,7 @@
  */
 
 import { WebView } from './pagehost.js';
+import { t } from './words.js';
 
 /**
  * The name is that of the host's property; getter and setter follow from it and the kind.
@@ -23,32 +24,32 @@ const ENCODINGS = ['utf-8', 'iso-8859-1', 'iso-8859-15', 'windows-1251', 'window
 
 /** @type {[string, Setting[]][]} */
 export const SETTING_GROUPS = [
-  ['What pages may do', [
-    { name: 'EnableJavaScript', kind: 'flag', label: 'Run scripts' },
-    { name: 'LoadImages', kind: 'flag', label: 'Load images' },
-    { name: 'EnableDownloadableBinaryFonts', kind: 'flag', label: 'Load fonts' },
-    { name: 'BlockPopups', kind: 'flag', label: 'Open windows unasked', inverse: true },
-    { name: 'EnableCookies', kind: 'flag', label: 'Keep cookies' },
-    { name: 'EnableWebSockets', kind: 'flag', label: 'Use web sockets' },
-    { name: 'EnableGeolocation', kind: 'flag', label: 'Ask where you are' },
-    { name: 'EnableCrossSiteXHR', kind: 'flag', label: 'Read from other sites' },
+  [t('What pages may do'), [
+    { name: 'EnableJavaScript', kind: 'flag', label: t('Run scripts') },
+    { name: 'LoadImages', kind: 'flag', label: t('Load images') },
+    { name: 'EnableDownloadableBinaryFonts', kind: 'flag', label: t('Load fonts') },
+    { name: 'BlockPopups', kind: 'flag', label: t('Open windows unasked'), inverse: true },
+    { name: 'EnableCookies', kind: 'flag', label: t('Keep cookies') },
+    { name: 'EnableWebSockets', kind: 'flag', label: t('Use web sockets') },
+    { name: 'EnableGeolocation', kind: 'flag', label: t('Ask where you are') },
+    { name: 'EnableCrossSiteXHR', kind: 'flag', label: t('Read from other sites') },
   ]],
-  ['Look', [
-    { name: 'DefaultFontSize', kind: 'number', label: 'Font size', range: [6, 72] },
-    { name: 'MinimumFontSize', kind: 'number', label: 'Smallest font size', range: [0, 72] },
-    { name: 'BackgroundColor', kind: 'color', label: 'Background' },
-    { name: 'UserStyleSheetLocation', kind: 'text', label: 'Style sheet of your own', empty: 'file or data: address' },
+  [t('Look'), [
+    { name: 'DefaultFontSize', kind: 'number', label: t('Font size'), range: [6, 72] },
+    { name: 'MinimumFontSize', kind: 'number', label: t('Smallest font size'), range: [0, 72] },
+    { name: 'BackgroundColor', kind: 'color', label: t('Background') },
+    { name: 'UserStyleSheetLocation', kind: 'text', label: t('Style sheet of your own'), empty: t('file or data: address') },
   ]],
-  ['Text and keys', [
-    { name: 'DefaultTextEncoding', kind: 'text', label: 'Encoding where none is given', choices: ENCODINGS },
-    { name: 'ForcedTextEncoding', kind: 'text', label: 'Encoding of every page', empty: 'as pages say', choices: ENCODINGS },
-    { name: 'EnableSpatialNavigation', kind: 'flag', label: 'Move between links with arrow keys' },
-    { name: 'EnableFormAutofill', kind: 'flag', label: 'Remember what is typed into forms', start: true },
-    { name: 'EnableCredentialAutofill', kind: 'flag', label: 'Offer to save log-ins', start: true },
+  [t('Text and keys'), [
+    { name: 'DefaultTextEncoding', kind: 'text', label: t('Encoding where none is given'), choices: ENCODINGS },
+    { name: 'ForcedTextEncoding', kind: 'text', label: t('Encoding of every page'), empty: t('as pages say'), choices: ENCODINGS },
+    { name: 'EnableSpatialNavigation', kind: 'flag', label: t('Move between links with arrow keys') },
+    { name: 'EnableFormAutofill', kind: 'flag', label: t('Remember what is typed into forms'), start: true },
+    { name: 'EnableCredentialAutofill', kind: 'flag', label: t('Offer to save log-ins'), start: true },
   ]],
-  ['Who you are', [
-    { name: 'UserAgent', kind: 'text', label: 'Name of the browser', empty: 'the engine’s own' },
-    { name: 'PrivateBrowsing', kind: 'flag', label: 'New tabs leave nothing behind', later: true },
+  [t('Who you are'), [
+    { name: 'UserAgent', kind: 'text', label: t('Name of the browser'), empty: t('the engine’s own') },
+    { name: 'PrivateBrowsing', kind: 'flag', label: t('New tabs leave nothing behind'), later: true },
   ]],
 ];
 

@@ -4,14 +4,15 @@ import { placeOf } from './address.js';
 import { make } from './dom.js';
 import { WebView } from './pagehost.js';
 import { Panel } from './panel.js';
+import { t } from './words.js';
 
 /** What can be cleared, by the command that does it. It always concerns all sites. */
 const KINDS = [
-  { command: 'clearCookies', label: 'Cookies', about: 'You will be logged out.' },
-  { command: 'clearCache', label: 'Caches', about: 'Copies of what was loaded.' },
-  { command: 'clearDatabases', label: 'Databases', about: 'Larger things that pages keep.' },
-  { command: 'clearLocalStorage', label: 'Local storage', about: 'Small things that pages keep.', ownToo: true },
-  { command: 'clearBrowsingData', label: 'Everything', about: 'All of the above.', ownToo: true },
+  { command: 'clearCookies', label: t('Cookies'), about: t('You will be logged out.') },
+  { command: 'clearCache', label: t('Caches'), about: t('Copies of what was loaded.') },
+  { command: 'clearDatabases', label: t('Databases'), about: t('Larger things that pages keep.') },
+  { command: 'clearLocalStorage', label: t('Local storage'), about: t('Small things that pages keep.'), ownToo: true },
+  { command: 'clearBrowsingData', label: t('Everything'), about: t('All of the above.'), ownToo: true },
 ];
 
 /** @param {string} cookie  as a server would set it */
@@ -29,11 +30,11 @@ export class SiteDataPanel extends Panel {
   #state = make('p', { className: 'note', role: 'status' });
 
   constructor(tabs, store) {
-    super('site-data-panel', 'Clear data');
+    super('site-data-panel', t('Clear data'));
     this.#tabs = tabs;
     this.#store = store;
     this.body.append(
-      make('p', { className: 'note', textContent: 'Of all sites, for all tabs.' }),
+      make('p', { className: 'note', textContent: t('Of all sites, for all tabs.') }),
       make('ul', { className: 'rows' }, ...KINDS.map((kind) => this.#makeKind(kind))),
       this.#state, this.#title, this.#list,
     );
@@ -54,12 +55,12 @@ export class SiteDataPanel extends Panel {
   }
 
   #makeKind({ command, label, about, ownToo }) {
-    const button = make('button', { type: 'button', className: 'text', textContent: 'Clear', 'aria-label': `Clear ${label}` });
+    const button = make('button', { type: 'button', className: 'text', textContent: t('Clear'), 'aria-label': t('Clear {what}', { what: label }) });
     button.addEventListener('click', async () => {
       const clear = () => this.#stores().forEach((view) => view[command]());
       if (ownToo) await this.#store.outlive(clear);
       else clear();
-      this.#state.textContent = `${label}: cleared.`;
+      this.#state.textContent = t('{what}: cleared.', { what: label });
       this.#ask();
     });
     return make('li', {}, make('div', {}, make('b', { textContent: label }), make('small', { textContent: about })), button);
@@ -77,7 +78,7 @@ export class SiteDataPanel extends Panel {
   #ask() {
     const { ready, view, url } = this.#tabs.active;
     const isOfSite = /^https?:/.test(url);
-    this.#title.textContent = isOfSite ? `Cookies of ${placeOf(url)}` : 'This page has no cookies';
+    this.#title.textContent = isOfSite ? t('Cookies of {place}', { place: placeOf(url) }) : t('This page has no cookies');
     if (!isOfSite || !ready) this.#list.replaceChildren();
     else if (this.isOpen) view.getCookies(url);
   }
@@ -88,6 +89,6 @@ export class SiteDataPanel extends Panel {
       return make('li', {}, make('div', {}, make('b', { textContent: name }), make('code', { textContent: value }), make('small', { textContent: rest })));
     });
     this.#list.replaceChildren(...rows);
-    if (!rows.length) this.#list.append(make('li', { className: 'note', textContent: 'None.' }));
+    if (!rows.length) this.#list.append(make('li', { className: 'note', textContent: t('None.') }));
   }
 }

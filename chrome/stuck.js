@@ -3,6 +3,8 @@
  * it again for as long as it goes on; when it does not, the page has come back by itself.
  */
 
+import { t } from './words.js';
+
 /** How long a script may run, in milliseconds. */
 export const PATIENCE = 10000;
 
@@ -36,9 +38,9 @@ export class StuckPages {
       this.#asked.delete(view);
     };
     asked.question = {
-      text: `“${tab.label}” does not answer: a script of it has been running for a while.`,
-      deny: 'Stop the page',
-      allow: 'Wait',
+      text: t('“{page}” does not answer: a script of it has been running for a while.', { page: tab.label }),
+      deny: t('Stop the page'),
+      allow: t('Wait'),
       answer: (waits) => {
         forget();
         if (!waits) view.stop();

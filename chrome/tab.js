@@ -34,6 +34,10 @@ export class Tab {
   isPrivate = false;
   /** Whether something of it waits for a person. */
   asking = false;
+  /** Whether it stands first in the strip, small and without a button to close it. */
+  isPinned = false;
+  /** Whether the page was asked whether it may be closed. */
+  closing = false;
   /** The page's uncaught errors, the latest last. */
   exceptions = [];
 
@@ -81,8 +85,29 @@ export class Tab {
     this.#attach(useView);
   }
 
+  /** The page of a view that is there already. */
+  takeOver(handle) {
+    const view = WebView.adopt(handle);
+    this.url = view.location() || 'about:blank';
+    this.#attach(() => this.update({
+      title: view.title(), canGoBack: view.canGoBack() === '1', canGoForward: view.canGoForward() === '1',
+      favicon: imageOf(view.favicon()), secureType: view.secureType(), encryptionInfo: view.encryptionInfo(), scale: Number(view.scale()),
+      progress: Number(view.loadProgress()), loading: Number(view.loadProgress()) < 100,
+    }), view);
+  }
+
+  /** Asks the page whether it may be closed, and closes it if it agrees: "ended" follows. */
+  askToEnd() {
+    this.closing = true;
+    this.view.destroyIfNotRejectedByUser();
+  }
+
   /** The page would not be left after all: what was asked for is off. */
   stay() {
+    if (this.closing) {
+      this.closing = false;
+      return this.update({}, 'stays');
+    }
     this.update({ requested: '', url: this.view?.location() || this.url, loading: false, stopped: true });
   }
 
@@ -137,12 +162,15 @@ export class Tab {
     this.#detach(how);
   }
 
-  /** @param {(view: WebView) => void} start  gives the new view its page */
-  #attach(start) {
+  /**
+   * @param {(view: WebView) => void} start  gives the new view its page
+   * @param {WebView} [view]  one that is there already
+   */
+  #attach(start, existing) {
     // A page that crashed one process may crash another: do not put it into a process of unrelated
     // pages.
     if (this.ended) this.process = this.processes.after(this.process);
-    const view = this.#createView();
+    const view = existing ?? this.#createView();
     if (!view) return this.#lose('refused');
     this.view = view;
     this.ended = '';
@@ -173,12 +201,13 @@ export class Tab {
       return this.report(this, { opens: data }) ? { setWait: true } : { setAction: 'DISCARD' };
     });
     view.on('CloseWindow', () => void this.report(this, 'ended'));
+    view.on('Focus', ({ data }) => void (data.isFocused && this.report(this, 'focused')));
     view.on('ProcessCrash', () => this.#lose('crashed'));
     view.on('Destroyed', () => this.#detach('ended'));
     view.whenCreated(() => {
       this.ready = true;
       // Before the first load; a window opened by a page inherits its settings.
-      if (this.isPrivate && !this.opener) view.setPrivateBrowsing(true);
+      if (this.isPrivate && !this.opener && !existing) view.setPrivateBrowsing(true);
       // Placed before loading, so that the page is laid out once.
       this.place(this.rect);
       this.update({}, 'created');

@@ -1,13 +1,18 @@
 /** Tabs: each has a web view, and a button in the strip. */
 
+import { meaningOf } from './links.js';
 import { HERE, Processes } from './processes.js';
+import { WebView } from './pagehost.js';
 import { Tab } from './tab.js';
+import { draggable } from './tab-drag.js';
+import { t } from './words.js';
 
 /**
  * Reports "change" (the active tab looks different), "chosen" (it will be seen next); per tab "attached" (it has a
  * new web view to listen to), "created" (its view takes commands and has no page yet),
  * "committed", "loaded", "failed", "crashed" (its process ended, and its view with it),
- * "refused" (it could not have a view), "closed", "forgotten" (its history was cleared), "pointed" and "unpointed" (by a mouse in the strip); "empty" at the end.
+ * "refused" (it could not have a view), "closed", "stays" (its page would not be closed), "forgotten" (its history was cleared),
+ * "moved" (it has another place), "pointed" and "unpointed" (by a mouse in the strip), "unwanted" (a person wants it closed); "empty" at the end.
  */
 export class Tabs extends EventTarget {
   /** @type {Tab[]} */
@@ -30,20 +35,43 @@ export class Tabs extends EventTarget {
     });
   }
 
-  open(url, process = HERE, { isPrivate = false } = {}) {
-    const tab = this.#add({ process, isPrivate });
+  /** @param {{isPrivate?: boolean, beside?: Tab, isBehind?: boolean}} [how]  beside which tab, and whether that stays in front */
+  open(url, process = HERE, { isPrivate = false, beside, isBehind = false } = {}) {
+    const tab = this.#add({ process, isPrivate, ...(beside && this.#placeBeside(beside)) });
     tab.navigate(url);
+    if (!isBehind) this.activate(tab);
+    return tab;
+  }
+
+  /** A document that the chrome has made. */
+  openText(html, { isPrivate = false, beside } = {}) {
+    const tab = this.#add({ process: HERE, isPrivate, ...(beside && this.#placeBeside(beside)) });
+    tab.adopt('', (view) => view.loadString(html));
     this.activate(tab);
     return tab;
   }
 
+  /** Windows that a page opens unasked: whether it may is decided here. @type {(opener: Tab, data: object) => boolean} */
+  letsOpen = () => true;
+
   /** A tab of an earlier time, with the way that it came. It does not come to the front. */
-  reopen(url, title, state, process = HERE) {
-    this.#add({ process }).adopt(url, (view) => {
+  reopen(url, title, state, process = HERE, { index, isPinned = false } = {}) {
+    const tab = this.#add({ process, index });
+    tab.adopt(url, (view) => {
       if (state) view.restoreSession(state, -1);
       // The host ignores text that it cannot parse.
       if (view.historyLength() === '0') view.loadURL(url);
     }, title);
+    if (isPinned) this.pin(tab, true);
+    return tab;
+  }
+
+  /** A web view that is there already, of the chrome before this one. */
+  takeOver(handle, { process, isPrivate, isPinned }) {
+    const tab = this.#add({ process, isPrivate });
+    tab.takeOver(handle);
+    if (isPinned) this.pin(tab, true);
+    return tab;
   }
 
   /**
@@ -51,16 +79,35 @@ export class Tabs extends EventTarget {
    * are none that it could have. The page stands still until it has it.
    * @returns {boolean} whether it will have one
    */
-  #openFor(opener, { waitHandle }) {
-    const tab = this.#add({ opener, process: opener.process });
-    tab.adopt('', ({ handle }) => opener.view?.openWindowResponse(waitHandle, handle));
+  #openFor(opener, data) {
+    if (!this.letsOpen(opener, data)) return false;
+    const tab = this.#add({ opener, process: opener.process, ...this.#placeBeside(opener) });
+    tab.adopt('', ({ handle }) => opener.view?.openWindowResponse(data.waitHandle, handle));
+    if (meaningOf(data) !== 'behind') this.activate(tab);
+    return Boolean(tab.view);
+  }
+
+  /**
+   * The window that the chrome itself is asked for, as by WebDriver.
+   * @returns {boolean} whether there will be one
+   */
+  openAsked({ waitHandle }) {
+    const tab = this.#add({ process: HERE });
+    tab.adopt('', ({ handle }) => WebView.root.openWindowResponse(waitHandle, handle));
     this.activate(tab);
     return Boolean(tab.view);
   }
 
-  #add({ opener, process, isPrivate }) {
+  /** Behind the last of those that were opened from it. */
+  #placeBeside(origin) {
+    let index = this.list.indexOf(origin) + 1;
+    while (this.list[index]?.origin === origin || this.list[index]?.isPinned) index += 1;
+    return { origin, index };
+  }
+
+  #add({ opener, origin, process, isPrivate, index = this.list.length }) {
     const tab = new Tab((changed, what) => this.#onReport(changed, what), { opener, process, processes: this.processes, isPrivate });
-    const index = opener ? this.list.indexOf(opener) + 1 : this.list.length;
+    tab.origin = origin;
     this.list.splice(index, 0, tab);
     tab.room = this.#rect;
     this.#elements.set(tab, this.#addElement(tab));
@@ -82,6 +129,7 @@ export class Tabs extends EventTarget {
   close(tab) {
     const index = this.list.indexOf(tab);
     if (index < 0) return;
+    tab.lastPlace = index;
     this.list.splice(index, 1);
     this.#elements.get(tab).root.remove();
     this.#elements.delete(tab);
@@ -93,6 +141,29 @@ export class Tabs extends EventTarget {
     this.#emit('closed', tab);
     tab.end();
     if (!this.list.length) this.#emit('empty', tab);
+  }
+
+  /** To another place in the strip; pinned ones stay before the others. */
+  move(tab, index) {
+    const pinned = this.list.filter(({ isPinned }) => isPinned).length;
+    const [least, most] = tab.isPinned ? [0, pinned - 1] : [pinned, this.list.length - 1];
+    const to = Math.max(least, Math.min(index, most));
+    const from = this.list.indexOf(tab);
+    if (from < 0 || from === to) return;
+    this.list.splice(from, 1);
+    this.list.splice(to, 0, tab);
+    const { root } = this.#elements.get(tab);
+    this.#strip.insertBefore(root, this.#strip.children[to + (from < to ? 1 : 0)] ?? null);
+    this.#emit('moved', tab);
+  }
+
+  pin(tab, isPinned) {
+    if (tab.isPinned === isPinned) return;
+    const others = this.list.filter((each) => each !== tab && each.isPinned).length;
+    tab.isPinned = true;
+    this.move(tab, others);
+    tab.update({ isPinned });
+    this.#emit('moved', tab);
   }
 
   /** Activates a neighbour, around the ends. */
@@ -114,6 +185,7 @@ export class Tabs extends EventTarget {
   #onReport(tab, what) {
     if (!this.#elements.has(tab)) return undefined;
     if (what === 'ended') return this.close(tab);
+    if (what === 'focused') return this.activate(tab);
     if (what?.opens) return this.#openFor(tab, what.opens);
     this.#render(tab);
     if (tab === this.active) this.#emit('change', tab);
@@ -134,8 +206,9 @@ export class Tabs extends EventTarget {
       <button class="close"><svg aria-hidden="true"><use href="#i-close"/></svg></button>`;
     const [button, close] = root.children;
     button.addEventListener('click', () => this.activate(tab));
-    close.addEventListener('click', () => this.close(tab));
-    root.addEventListener('auxclick', (event) => event.button === 1 && this.close(tab));
+    close.addEventListener('click', () => this.#emit('unwanted', tab));
+    root.addEventListener('auxclick', (event) => event.button === 1 && this.#emit('unwanted', tab));
+    draggable(root, this.#strip, (index) => this.move(tab, index));
     // Touch has no hover.
     for (const [type, what] of [['pointerenter', 'pointed'], ['pointerleave', 'unpointed'], ['pointerdown', 'unpointed']]) {
       root.addEventListener(type, (event) => event.pointerType === 'mouse' && this.#emit(what, tab));
@@ -151,6 +224,7 @@ export class Tabs extends EventTarget {
     root.classList.toggle('loading', tab.loading);
     root.classList.toggle('ended', Boolean(tab.ended));
     root.classList.toggle('private', tab.isPrivate);
+    root.classList.toggle('pinned', tab.isPinned);
     root.classList.toggle('asking', tab.asking && !selected);
     button.setAttribute('aria-selected', selected);
     button.tabIndex = selected ? 0 : -1;
@@ -160,7 +234,8 @@ export class Tabs extends EventTarget {
     const { number } = tab.process;
     process.hidden = !number || !tab.view;
     process.textContent = number;
-    close.setAttribute('aria-label', `Close ${tab.label}`);
+    close.setAttribute('aria-label', t('Close {page}', { page: tab.label }));
+    close.hidden = tab.isPinned;
     const isIconic = Boolean(tab.favicon) && !tab.ended;
     letter.textContent = tab.ended ? '!' : [...tab.label][0].toUpperCase();
     badge.classList.toggle('iconic', isIconic);
@@ -172,10 +247,14 @@ export class Tabs extends EventTarget {
 }
 
 /** What a tab says of itself to those who do not see its signs. */
-function wordsOf({ label, asking, ended, isPrivate, process: { number } }) {
-  if (ended) return `${label} – ended`;
-  return [label, isPrivate && 'private', number && `in process ${number}`, asking && 'waits for an answer'].filter(Boolean).join(' – ');
+function wordsOf({ label, asking, ended, isPrivate, isPinned, process: { number } }) {
+  if (ended) return `${label} – ${t('ended')}`;
+  return [
+    label, isPinned && t('pinned'), isPrivate && t('private'), number && t('in process {number}', { number }), asking && t('waits for an answer'),
+  ].filter(Boolean).join(' – ');
 }
+
+export { hueOf };
 
 /** For a page without an icon, the place it comes from gives the colour. */
 function hueOf(url) {

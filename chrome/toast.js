@@ -9,7 +9,7 @@ let timer;
 
 /**
  * @param {string} text
- * @param {{label: string, run: () => void, isOffer?: boolean}} [action]  an offer is no bad news
+ * @param {{label: string, run: () => void, isOffer?: boolean, passes?: boolean}} [action]  an offer is no bad news; one that passes goes by itself
  */
 export function showToast(text, action) {
   byId('toast-text').textContent = text;
@@ -25,7 +25,7 @@ export function showToast(text, action) {
   byId('toast').hidden = false;
   clearTimeout(timer);
   // Toasts with actions stay until answered.
-  if (!action) timer = setTimeout(hideToast, SHOWN_FOR);
+  if (!action || action.passes) timer = setTimeout(hideToast, SHOWN_FOR);
 }
 
 export function hideToast() {

@@ -51,7 +51,7 @@ const Tessel::Platform::ProgramText& programText() {
 Permissions readPermissions(const std::string& file) {
   Tessel::Platform::Configuration configuration;
   std::string problem;
-  if (!Tessel::Platform::readConfigurations(file, "device.conf", "device", configuration,
+  if (!Tessel::Platform::readConfigurations(file, "device.conf", "device", true, configuration,
                                             problem)) {
     endMisused(program, problem);
   }

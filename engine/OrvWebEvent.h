@@ -9,7 +9,7 @@
 class OrvWebEvent {
  public:
   enum Type : int {
-#define EVENT_TYPE(name) name,
+#define EVENT_TYPE(name, ...) name,
 #include "engine/EventTypes.def"
   };
   static constexpr int typeCount = TypeMax + 1;

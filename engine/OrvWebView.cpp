@@ -50,6 +50,7 @@ class OrvWebView::Later final : public GuardedPointerBase {
     OrvWebEvent event(static_cast<Type>(type));
     view_.raise(event);
   }
+  void raiseEvent(OrvWebEvent& event) { view_.raise(event); }
 
  private:
   OrvWebView& view_;
@@ -134,6 +135,21 @@ void OrvWebView::reload() {
 
 void OrvWebView::stop() {
   if (auto page = this->page()) page->stop();
+}
+
+void OrvWebView::setAutoReload(bool enabled) {
+  if (auto page = this->page()) page->setAutoReload(enabled);
+}
+
+void OrvWebView::endProcess(unsigned long long limit, unsigned long long taken) {
+  auto page = this->page();
+  if (!page) return;
+  if (limit == 0) return page->endProcess(nullptr);
+  OrvWebMemoryExcess excess;
+  excess.bytes = taken;
+  excess.limit = limit;
+  excess.reason = "program";
+  page->endProcess(&excess);
 }
 
 void OrvWebView::goBack() {
@@ -248,8 +264,20 @@ OrvWebView::String OrvWebView::executeJavaScript(const String& script,
   auto page = this->page();
   if (!page || world == OrvWebJavaScriptWorld::NoWorld) return String();
   String id = nextResultId();
-  page->runScript(script, world == OrvWebJavaScriptWorld::IsolatedWorld, id);
+  page->runScript(script, {.isolated = world == OrvWebJavaScriptWorld::IsolatedWorld},
+                  [later = GuardedPointer<Later>(later_.get()), id](OrvWebJavaScriptResultType type,
+                                                                    const String& text) {
+                    OrvWebJavaScriptResultEvent event;
+                    event.resultId = id;
+                    event.resultType = type;
+                    event.resultString = text;
+                    if (later) later->raiseEvent(event);
+                  });
   return id;
+}
+
+void OrvWebView::evaluate(const String& script, ScriptDone done) {
+  if (auto page = this->page()) page->runScript(script, {.asJson = true}, std::move(done));
 }
 
 OrvWebView::String OrvWebView::executeJavaScriptFunction(

@@ -72,6 +72,10 @@ class OrvWebView : private PageClient {
   void loadStringWithBase(const String& text, const String& baseURL, const String& mimeType);
   void reload();
   void stop();
+  // See Page::setAutoReload and Page::endProcess. With a number of bytes the program's memory has
+  // exceeded that limit, of which the page's process takes the second number.
+  void setAutoReload(bool enabled);
+  void endProcess(unsigned long long limit, unsigned long long taken);
   void goBack();
   void goForward();
   std::vector<OrvWebHistoryItem> historyList();
@@ -302,6 +306,9 @@ class OrvWebView : private PageClient {
 
   // Runs a script; the result is an id, under which JavaScriptResult brings the value.
   String executeJavaScript(const String& script, OrvWebJavaScriptWorld world);
+  // Runs a script in the page's world; the function is told its value as JSON. No event is raised.
+  // Not called if the page is gone first.
+  void evaluate(const String& script, ScriptDone done);
   // Calls a function of the page by its path from the global object: posted, or waited for (see
   // Page::callFunction for what ends the wait). The posted form gives an id, under which
   // JavaScriptFunctionResult brings the value; the empty text where that event is not enabled.
@@ -361,11 +368,21 @@ class OrvWebView : private PageClient {
   void eventHandled(OrvWebEvent* event) {
     static_cast<void>(event);
   }
+  OrvWebView* makeOwnWindow() override {
+    return nullptr;
+  }
+  bool isOwnWindow() const override {
+    return false;
+  }
   void navigationRefused(const String&) override {}
   void drivingProcessEnded() override {}
   void drivingDocumentLoaded() override {}
   void gaveUp() override {}
+  void problem(const String& text) override { static_cast<void>(text); }
   void alive() override {}
+  void retryScheduled(const OrvWebRetry&) override {}
+  void memoryExceeded(const OrvWebMemoryExcess&) override {}
+  void processStarted(int) override {}
 
  private:
   // Events that must not be raised inside the call that causes them come from the main loop, and

@@ -10,6 +10,7 @@
 #include "engine/WebViewSettings.h"
 #include "platform/graphics/Window.h"
 
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -28,6 +29,16 @@ struct PromptAnswer {
   Tessel::Platform::String username;
   Tessel::Platform::String password;
 };
+
+// How a script is run, and how its value is told.
+struct ScriptOptions {
+  bool isolated = false;
+  bool asJson = false;  // else as the script would print it
+};
+// The type and the value, or JSException and the error. A value that has no JSON, such as a
+// function, is the empty text.
+using ScriptDone =
+    std::function<void(OrvWebJavaScriptResultType type, const Tessel::Platform::String& text)>;
 
 // How findString looks for its text.
 struct FindOptions {
@@ -73,6 +84,11 @@ class PageClient {
   // The web view that was prepared for the next window the page opens; null, and null again
   // afterwards.
   virtual OrvWebView* popupView() = 0;
+  // Of the page that drives the application: a new web view that fills the window and that the
+  // chrome has not asked for. It ends when it is closed. Null if there can be none.
+  virtual OrvWebView* makeOwnWindow() = 0;
+  // Whether this one was made so.
+  virtual bool isOwnWindow() const = 0;
   // The page of a web view; null for none.
   virtual std::shared_ptr<Page> pageOf(OrvWebView* view) = 0;
   // A navigation of the page was refused: only the program itself may load that address.
@@ -84,8 +100,17 @@ class PageClient {
   // Of the page that drives the application: its process ends again and again, and is not started
   // any more; see Retries.
   virtual void gaveUp() = 0;
+  // Of the page that drives the application: one of its scripts has failed, or something that it
+  // needs could not be had; with the file and the line.
+  virtual void problem(const Tessel::Platform::String& text) = 0;
   // The answer to Page::askWhetherAlive().
   virtual void alive() = 0;
+  // The page is loaded again by itself; see Page::setAutoReload.
+  virtual void retryScheduled(const OrvWebRetry& retry) = 0;
+  // The page's process is ended because of its memory. The end follows as any other's does.
+  virtual void memoryExceeded(const OrvWebMemoryExcess& excess) = 0;
+  // Which process has the page now.
+  virtual void processStarted(int pid) = 0;
   // The page has agreed to be closed, as tryClose asked.
   virtual void closeAllowed() = 0;
   // The certificates that the user has accepted, by host.
@@ -123,6 +148,13 @@ class Page {
   virtual void loadText(const String& text, const String& mimeType, const String& baseURL) = 0;
   virtual void reload() = 0;
   virtual void stop() = 0;
+  // Whether a load that fails, and a page whose process ends, are loaded again by themselves, with
+  // the delays of Retries, a hidden page when it is shown. Until this is called, only a page whose
+  // process has taken too much memory is. Any other load ends it.
+  virtual void setAutoReload(bool enabled) = 0;
+  // Ends the page's process, and with it the pages that share it; the failure follows as of a
+  // crash. With an excess that is the reason.
+  virtual void endProcess(const OrvWebMemoryExcess* excess) = 0;
   virtual void goBack() = 0;
   virtual void goForward() = 0;
   virtual std::vector<OrvWebHistoryItem> history() = 0;
@@ -167,9 +199,9 @@ class Page {
   // False when there is no process to ask.
   virtual bool askWhetherAlive() = 0;
 
-  // Runs a script in the page's own world or one beside it; JavaScriptResult brings the value
-  // under the given id.
-  virtual void runScript(const String& script, bool isolated, const String& resultId) = 0;
+  // Runs a script in the page's own world or one beside it. The function is called with the value,
+  // unless the page is closed first; the caller's objects may be gone by then.
+  virtual void runScript(const String& script, const ScriptOptions& options, ScriptDone done) = 0;
   // Has the engine's own scripts do something in the document.
   virtual void act(PageAction action, std::vector<JavaScriptVariant> arguments) = 0;
   // The factor by which the document is laid out larger.

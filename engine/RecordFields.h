@@ -36,6 +36,9 @@ RECORD(OrvWebContext, WRITTEN(alt), WRITTEN(isAudio), WRITTEN(isFocusable), WRIT
 RECORD(OrvWebCertificateInfo, WRITTEN(error), WRITTEN(fileCount), WRITTEN(fileNames),
        WRITTEN(rejected), WRITTEN(trusted), LITERAL(filenames, "Unsupported type: char const**"))
 
+RECORD(OrvWebRetry, WRITTEN(delay), WRITTEN(reason), WRITTEN(url), WRITTEN(whenShown))
+RECORD(OrvWebMemoryExcess, WRITTEN(bytes), WRITTEN(limit), WRITTEN(process), WRITTEN(reason))
+
 RECORD(SSLEntity, MEMBER(commonName), MEMBER(country), MEMBER(name), MEMBER(organization))
 RECORD(SSLPublicKey, MEMBER(algorithm), MEMBER(bits))
 RECORD(SSLCipher, MEMBER(name), MEMBER(protocol))

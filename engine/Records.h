@@ -91,6 +91,30 @@ struct OrvWebContext {
   friend bool operator==(const OrvWebContext&, const OrvWebContext&) = default;
 };
 
+// A page that is loaded again without anybody asking for it.
+struct OrvWebRetry {
+  using String = Tessel::Platform::String;
+
+  ValueField<int> delay;  // until it is, in milliseconds
+  ValueField<String> reason;
+  ValueField<String> url;
+  ValueField<bool> whenShown;  // later, if it is hidden then: when it is shown
+
+  friend bool operator==(const OrvWebRetry&, const OrvWebRetry&) = default;
+};
+
+// A process that has taken more memory than it may, and is ended.
+struct OrvWebMemoryExcess {
+  using String = Tessel::Platform::String;
+
+  ValueField<std::uint64_t> bytes;  // that it had taken at least
+  ValueField<std::uint64_t> limit;  // in bytes
+  ValueField<int> process;          // 0 for one that is not known
+  ValueField<String> reason;        // "process", its own limit; "program", that of all processes
+
+  friend bool operator==(const OrvWebMemoryExcess&, const OrvWebMemoryExcess&) = default;
+};
+
 // What is known about the certificates of a page, and what the user decided about them.
 struct OrvWebCertificateInfo {
   using String = Tessel::Platform::String;

@@ -1,4 +1,5 @@
-// Backoff and retry limit for the page that drives the application. Any thread; not thread safe.
+// Backoff of loads that are repeated by themselves, and retry limit for the page that drives the
+// application. Any thread; not thread safe.
 #pragma once
 
 #include <algorithm>

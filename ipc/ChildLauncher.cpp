@@ -5,6 +5,7 @@
 #include "platform/os/Folders.h"
 #include "platform/os/Fork.h"
 #include "platform/os/Process.h"
+#include "platform/os/SandboxFiles.h"
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -65,6 +66,9 @@ bool readRecord(int pipe, LaunchRecord& record) {
                 "%d (%s)",
                 errno, std::strerror(errno));
       ::close(pipe);
+      // The other end has ended, whichever way: a program that was killed cannot clean up.
+      Tessel::Platform::removeFilesOf(mainPid);
+      Tessel::Platform::removeSandboxFilesOf(mainPid);
       endProcess(1);
     }
     const pid_t child = ::fork();

@@ -61,6 +61,8 @@ void IPCReceiverHandler::handleMessage(Message& message) {
       WebViewManager::instance().setCapabilities(capabilities.handle(), capabilities.text());
       return;
     }
+    case ViewQuestionMessage::messageType:
+      return askWebView(static_cast<const ViewQuestionMessage&>(message));
     case CookieChangesMessage::messageType:
       return takeCookiesFromParent(static_cast<const CookieChangesMessage&>(message));
     case Pulse::connectionDied:
@@ -94,6 +96,17 @@ void IPCReceiverHandler::createWebView(const CreateWebViewMessage& message) cons
     return reply(message, false);
   }
   reply(message, true);
+}
+
+void IPCReceiverHandler::askWebView(const ViewQuestionMessage& message) const {
+  const auto answer = [number = message.number(), to = mainConnectionId_](const ViewAnswer& its) {
+    Tessel::Platform::MessageClient::sendMessage(
+        std::make_unique<ViewAnswerMessage>(number, its.good, its.text), to);
+  };
+  WebView* const webView = WebViewManager::instance().webViewForHandle(message.handle());
+  const auto question = viewQuestionOf(message.question());
+  if (!webView || !question) return answer({false, "The web view is gone"});
+  askHere(*webView, *question, message.script(), answer);
 }
 
 void IPCReceiverHandler::deleteWebView(const DeleteWebViewMessage& message) {

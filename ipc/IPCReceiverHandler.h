@@ -6,6 +6,7 @@
 
 class CreateWebViewMessage;
 class DeleteWebViewMessage;
+class ViewQuestionMessage;
 
 class IPCReceiverHandler final : public Tessel::Platform::MessageHandler {
  public:
@@ -18,6 +19,7 @@ class IPCReceiverHandler final : public Tessel::Platform::MessageHandler {
  private:
   void shutDown(const Tessel::Platform::Message& message) const;
   void createWebView(const CreateWebViewMessage& message) const;
+  void askWebView(const ViewQuestionMessage& message) const;
   static void deleteWebView(const DeleteWebViewMessage& message);
   void connectionDied(int connectionId) const;
 

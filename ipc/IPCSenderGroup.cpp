@@ -123,6 +123,7 @@ IPCSenderGroup::IPCSenderGroup(unsigned int groupId, int connectionId)
 IPCSenderGroup::~IPCSenderGroup() {
   IPCSenderHandler& handler = IPCSenderHandler::instance();
   handler.removeGroup(groupId_, this);
+  answerAll({false, "The web view is gone"});
   const int pid = childPid();
   const bool wasConnected = connected_;
   if (wasConnected) shutDown();
@@ -282,6 +283,28 @@ void IPCSenderGroup::setCapabilities(unsigned int handle, const String& text) co
   sendMessage(std::make_unique<SetCapabilitiesMessage>(handle, text));
 }
 
+void IPCSenderGroup::ask(unsigned int handle, ViewQuestion question, const String& script,
+                         const ViewAnswered& answered) {
+  if (!connected_) return answered({false, "The web view's process has ended"});
+  // Those that are not answered are of web views that went, or of a process that hangs.
+  if (questions_.size() >= mostQuestions) {
+    const auto oldest = questions_.extract(questions_.begin());
+    oldest.mapped()({false, "There are too many questions"});
+  }
+  questions_.emplace(++lastQuestion_, answered);
+  sendMessage(std::make_unique<ViewQuestionMessage>(lastQuestion_, handle,
+                                                    static_cast<int>(question), script));
+}
+
+void IPCSenderGroup::takeAnswer(unsigned int number, const ViewAnswer& answer) {
+  const auto question = questions_.extract(number);
+  if (question) question.mapped()(answer);
+}
+
+void IPCSenderGroup::answerAll(const ViewAnswer& answer) {
+  for (const auto& [number, answered] : std::exchange(questions_, {})) answered(answer);
+}
+
 void IPCSenderGroup::deleteRemoteWebView(IPCSenderWebView* webView) {
   std::erase(webViews_, webView);
   if (!connected_) return;
@@ -305,10 +328,9 @@ void IPCSenderGroup::shutDown() {
 
 void IPCSenderGroup::setError(const String& error) {
   if (!error.isEmpty()) {
-    const String text = concat("IPCSenderGroup for process ", String::fromSignedInteger(childPid()),
-                               " encountered error: ", error);
-    WebViewManager::instance().informChromeOfError(text);
-    logAlways(LogError, "%s", text.utf8());
+    WebViewManager::instance().informChromeOfError(
+        concat("IPCSenderGroup for process ", String::fromSignedInteger(childPid()),
+               " encountered error: ", error));
   }
   connected_ = false;
   const std::lock_guard lock(mutex_);
@@ -322,15 +344,14 @@ void IPCSenderGroup::post(EventBacklog::Event event) {
 }
 
 void IPCSenderGroup::tellOfDropped(std::size_t count) const {
-  const String text = concat("WebView group ", String::fromUnsignedInteger(groupId_),
-                             " (child process ", String::fromSignedInteger(childPid()),
-                             ") posts more events than are told: ", String(std::to_string(count)),
-                             " were dropped.");
-  logAlways(LogError, "%s", text.utf8());
-  WebViewManager::instance().informChromeOfError(text);
+  WebViewManager::instance().informChromeOfError(
+      concat("WebView group ", String::fromUnsignedInteger(groupId_), " (child process ",
+             String::fromSignedInteger(childPid()), ") posts more events than are told: ",
+             String(std::to_string(count)), " were dropped."));
 }
 
 void IPCSenderGroup::connectionDied() {
+  answerAll({false, "The web view's process has ended"});
   // Its last events may explain the cause.
   delivery_->deliverAll();
   const int pid = childPid();

@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -55,6 +56,10 @@ class IPCSenderGroup : public RemoteHost {
   void deleteRemoteWebView(IPCSenderWebView* webView) final;
   void setEnvironment(const String& name, const String& value) const final;
   void setCapabilities(unsigned int handle, const String& text) const final;
+  void ask(unsigned int handle, ViewQuestion question, const String& script,
+           const ViewAnswered& answered) final;
+  // The child's answer to the question of that number. Others are ignored.
+  void takeAnswer(unsigned int number, const ViewAnswer& answer);
   // Sends a message in any state of the group.
   void sendMessage(std::unique_ptr<Tessel::Platform::Message> message) const;
   // Terminates the child, if it can be reached.
@@ -83,6 +88,9 @@ class IPCSenderGroup : public RemoteHost {
   void expectHandshake(std::uint64_t key);
 
  private:
+  // Questions that may wait for an answer.
+  static constexpr std::size_t mostQuestions = 256;
+
   void launch();
   bool writeLaunchRecord();
   // True if the handshake has succeeded.
@@ -90,11 +98,14 @@ class IPCSenderGroup : public RemoteHost {
   void markDisconnected();
   void processDied();
   void tellOfDropped(std::size_t count) const;
+  void answerAll(const ViewAnswer& answer);
 
   const unsigned int groupId_;
   std::atomic<bool> connected_ = false;
   std::atomic<int> connectionId_ = -1;
   std::vector<IPCSenderWebView*> webViews_;  // owned by the manager
+  std::map<unsigned int, ViewAnswered> questions_;
+  unsigned int lastQuestion_ = 0;
   int creating_ = 0;
   const std::unique_ptr<EventDelivery> delivery_;
   Tessel::Platform::UniqueFd settled_;  // readable once the handshake has succeeded or failed

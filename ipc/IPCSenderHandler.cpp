@@ -152,6 +152,11 @@ void IPCSenderHandler::handleMessage(Message& message) {
     if (!MainMessageClient::instance()->isCurrentThread()) return;
     return takeCookiesFrom(*group.get(), static_cast<const CookieChangesMessage&>(message));
   }
+  if (message.type() == ViewAnswerMessage::messageType) {
+    if (!MainMessageClient::instance()->isCurrentThread()) return;
+    const auto& answer = static_cast<const ViewAnswerMessage&>(message);
+    return group->takeAnswer(answer.number(), {answer.good(), answer.text()});
+  }
   if (message.type() != HandleOrvWebPostEventMessage::messageType &&
       message.type() != HandleOrvWebSendEventMessage::messageType) {
     return;

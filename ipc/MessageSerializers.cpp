@@ -41,6 +41,8 @@ constexpr std::array processMessages{
     of<HandshakeMessage>(),
     of<ErrorMessage>(),
     of<CookieChangesMessage>(),
+    of<ViewQuestionMessage>(),
+    of<ViewAnswerMessage>(),
 };
 
 // Commands share the serialisers of their layouts. In the order of their numbers, which include

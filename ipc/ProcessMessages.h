@@ -89,6 +89,38 @@ class CookieChangesMessage final
   Tessel::Platform::String changes() const { return field<0>().toString(); }
 };
 
+// Asks about a web view; see ViewQuestion. The answer is a message with the same number.
+class ViewQuestionMessage final
+    : public Tessel::Platform::IPCMessage4<unsigned int, unsigned int, int,
+                                           Tessel::Platform::IPCSafeString> {
+ public:
+  static constexpr int messageType = 1006;
+
+  explicit ViewQuestionMessage(int type) : IPCMessage(type) {}
+  ViewQuestionMessage(unsigned int number, unsigned int handle, int question,
+                      const Tessel::Platform::String& script)
+      : IPCMessage(messageType, nullptr, number, handle, question, script) {}
+
+  unsigned int number() const { return field<0>(); }
+  unsigned int handle() const { return field<1>(); }
+  int question() const { return field<2>(); }
+  Tessel::Platform::String script() const { return field<3>().toString(); }
+};
+
+class ViewAnswerMessage final
+    : public Tessel::Platform::IPCMessage3<unsigned int, bool, Tessel::Platform::IPCSafeString> {
+ public:
+  static constexpr int messageType = 1007;
+
+  explicit ViewAnswerMessage(int type) : IPCMessage(type) {}
+  ViewAnswerMessage(unsigned int number, bool good, const Tessel::Platform::String& text)
+      : IPCMessage(messageType, nullptr, number, good, text) {}
+
+  unsigned int number() const { return field<0>(); }
+  bool good() const { return field<1>(); }
+  Tessel::Platform::String text() const { return field<2>().toString(); }
+};
+
 // A child's first message: its identity, its channel, and the key it was launched with.
 class HandshakeMessage final
     : public Tessel::Platform::IPCMessage5<unsigned int, int, int, unsigned int, unsigned int> {

@@ -4,7 +4,7 @@
 
 namespace function_groups {
 
-#define GROUP(name, meaning) inline constexpr const char* name = #name;
+#define GROUP(name, ...) inline constexpr const char* name = #name;
 #include "registry/FunctionGroups.def"
 #undef GROUP
 

@@ -2,7 +2,9 @@
 #include "src/ApplicationWindow.h"
 
 #include "platform/base/Log.h"
+#include "platform/desktop/NavigatorHandler.h"
 #include "platform/graphics/DisplayLimits.h"
+#include "platform/graphics/ReservedKeys.h"
 #include "platform/graphics/Screen.h"
 #include "platform/os/Settings.h"
 #include "registry/NativeFunctions.h"
@@ -16,14 +18,18 @@
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <string_view>
+#include <vector>
 
 using Tessel::Platform::IntRect;
 using Tessel::Platform::IntSize;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
+using Tessel::Platform::NavigatorHandler;
 using Tessel::Platform::Settings;
 using Tessel::Platform::Graphics::displayable;
 using Tessel::Platform::Graphics::longestSide;
+using Tessel::Platform::Graphics::ReservedKeys;
 using Tessel::Platform::Graphics::Screen;
 using Tessel::Platform::Graphics::ScreenContext;
 using Tessel::Platform::Graphics::ScreenFilling;
@@ -35,6 +41,10 @@ using Tessel::Platform::Graphics::WindowType;
 namespace {
 
 constexpr int opaqueTransparency = 5;
+
+// So many clicks on the close button within that time are meant, whatever the chrome says.
+constexpr std::size_t insistingRequests = 3;
+constexpr std::chrono::seconds insistingTime{10};
 
 struct {
   const char* name;
@@ -107,6 +117,14 @@ struct WindowFunctions {
     surface->showAs(wanted);
     return true;
   }
+  static void setAsksBeforeClosing(bool asks) {
+    ApplicationWindow::instance().setAsksBeforeClosing(asks);
+  }
+  static bool setReservedKeys(const arguments::Groups<0, arguments::Text>& keys) {
+    std::vector<std::string_view> names;
+    for (std::size_t i = 0; i < keys.count(); ++i) names.emplace_back(std::get<0>(keys[i]));
+    return ReservedKeys::instance().reserve(names);
+  }
   static void setSize(int width, int height, int rotation) {
     ApplicationWindow::instance().resize(width, height, rotation);
   }
@@ -130,6 +148,13 @@ ApplicationWindow::ApplicationWindow(IntSize size)
   present();
   WebView::installWindowLookup([](const std::string& identifier) {
     return ApplicationWindow::instance().windowHandleFor(identifier);
+  });
+  WebViewManager::instance().setChromeLostListener([this] {
+    setAsksBeforeClosing(false);
+    ReservedKeys::instance().reserve({});
+  });
+  ReservedKeys::instance().setListener([](const std::string& name) {
+    NavigatorHandler::instance().onReservedKey(Tessel::Platform::String(name));
   });
   arguments::registerFunctions<"WindowFunctions", WindowFunctions>(BindingManager::instance());
 }
@@ -183,7 +208,24 @@ void ApplicationWindow::windowResized(IntSize size) {
   Settings::instance().setApplicationSize(size);
 }
 
+void ApplicationWindow::setAsksBeforeClosing(bool asks) {
+  asksBeforeClosing_ = asks;
+  closeRequests_.clear();
+}
+
 void ApplicationWindow::windowCloseRequested() {
+  if (!asksBeforeClosing_) return windowEndRequested();
+  // A chrome that hangs, or has lost its function, must not keep the window open.
+  const auto now = std::chrono::steady_clock::now();
+  while (!closeRequests_.empty() && now - closeRequests_.front() > insistingTime) {
+    closeRequests_.pop_front();
+  }
+  closeRequests_.push_back(now);
+  if (closeRequests_.size() >= insistingRequests) return windowEndRequested();
+  NavigatorHandler::instance().onCloseRequest();
+}
+
+void ApplicationWindow::windowEndRequested() {
   if (service_ && service_->closeRequested()) return;
   WebViewManager::instance().shutdown();
 }

@@ -4,6 +4,8 @@
 #include "platform/desktop/WindowService.h"
 #include "platform/graphics/Window.h"
 
+#include <chrono>
+#include <deque>
 #include <map>
 #include <string>
 
@@ -30,8 +32,10 @@ class ApplicationWindow final : public Tessel::Platform::Graphics::Window,
   // Without one, closing the window closes every web view.
   void setService(Tessel::Platform::WindowService* service) { service_ = service; }
 
-  // As if its close button had been clicked.
-  void close() { windowCloseRequested(); }
+  // Ends the application without asking the chrome.
+  void close() { windowEndRequested(); }
+  // Whether a click on the close button asks the chrome, by onCloseRequest.
+  void setAsksBeforeClosing(bool asks);
 
   void addChildWindow(Window* child) override;
   void removeChildWindow(Window* child) override;
@@ -41,9 +45,12 @@ class ApplicationWindow final : public Tessel::Platform::Graphics::Window,
 
   void windowResized(Tessel::Platform::IntSize size) override;
   void windowCloseRequested() override;
+  void windowEndRequested() override;
   void windowActiveChanged(bool active) override;
   void windowShownAsChanged(Tessel::Platform::Graphics::ShownAs shownAs) override;
 
   std::map<std::string, Window*> children_;
   Tessel::Platform::WindowService* service_ = nullptr;
+  bool asksBeforeClosing_ = false;
+  std::deque<std::chrono::steady_clock::time_point> closeRequests_;  // the latest
 };

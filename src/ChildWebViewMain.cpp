@@ -90,7 +90,7 @@ void forwardErrorsOver(int connection) {
         std::make_unique<ErrorMessage>(String(text.view().substr(0, longestError))), connection);
   });
   Tessel::Platform::setErrorListener(
-      [](const String& text) { WebViewManager::instance().informChromeOfError(text); });
+      [](const String& text) { WebViewManager::instance().informChromeOfLoggedError(text); });
 }
 
 // Accepts the single connection through which the main process shows this process's windows.
@@ -141,6 +141,7 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int
   if (const int error = Tessel::Platform::confineProcess(); error != 0) {
     logAlways(LogError, "This process is not confined: %s", std::strerror(error));
   }
+  Tessel::Platform::traceStart("child process forked");
   Tessel::Platform::probeSandbox();
   watchParent(parentPid);
   Settings& settings = Settings::instance();
@@ -174,6 +175,7 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int
   // After the handshake, since the rest takes long.
   UniqueFd windowConnection = windows->wait();
   Tessel::Platform::closeChannel(Tessel::Platform::windowChannel);
+  Tessel::Platform::traceStart("connected to the main process");
   if (!windowConnection) giveUp("The main process has not opened a window connection.");
   disableSessionBusAutolaunch();
   prepareInspector();
@@ -184,8 +186,10 @@ int childWebViewMain(unsigned int groupId, int parentPid, int mainChannelId, int
   auto system = RemoteWindowSystem::create(std::move(windowConnection));
   if (!system) giveUp(noDisplay);
   WindowSystem::install(std::move(system));
+  Tessel::Platform::traceStart("display connected");
   startEngine(concat(settings.applicationSandbox(), "-", String::fromUnsignedInteger(groupId)),
               false);
+  Tessel::Platform::traceStart("engine started");
   shareCookiesWithParent(mainConnection);
 
   const int status = client->run();

@@ -4,7 +4,7 @@
 #include "engine/webkit/network/LocalScheme.h"
 #include "platform/base/Log.h"
 #include "platform/base/UniqueFd.h"
-#include "src/EngineStart.h"
+#include "src/DataFolders.h"
 
 #include <fcntl.h>
 #include <glib.h>
@@ -40,10 +40,7 @@ NamedFile openBeside(const std::string& chromeUrl) {
   const std::string address = chromeUrl.substr(0, chromeUrl.find_first_of("?#"));
   const std::string beside = address.substr(0, address.rfind('/') + 1) + fileName;
   if (beside.starts_with("local:")) {
-    const auto host = beside.find("//");
-    const auto path = host == std::string::npos ? host : beside.find('/', host + 2);
-    if (path == std::string::npos) return {};
-    return {beside, openBelow(localRoot(), std::string_view(beside).substr(path))};
+    return {beside, openBelow(localRoots().of(beside), pathOf(beside))};
   }
   gchar* path = g_filename_from_uri(beside.c_str(), nullptr, nullptr);
   const std::string name = path ? path : "";

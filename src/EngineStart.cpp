@@ -7,15 +7,16 @@
 #include "platform/os/Folders.h"
 #include "platform/os/Process.h"
 #include "platform/os/Settings.h"
+#include "src/DataFolders.h"
 #include "src/ProgramOptions.h"
 
 #include <glib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 using Tessel::Platform::logAlways;
 using Tessel::Platform::PageSandbox;
@@ -39,42 +40,42 @@ void disableSessionBusAutolaunch() {
   ::setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
 }
 
-void prepareInspector() {
+void prepareInspector(const AutomationOrder& automation) {
+  if (automation.mode != AutomationMode::Off) {
+    EngineInspector::renounce();
+    ::setenv(automationAddressVariable, automation.address.c_str(), 1);
+    return;
+  }
   if (!EngineInspector::announce()) {
     logAlways(Tessel::Platform::LogError,
               "Pages of this process cannot be inspected: no random numbers.");
   }
 }
 
-namespace {
-
-// The folder named by the environment variable; else the one next to the executable (the layout of
-// a build tree); else the installed one.
-std::string folderFor(const char* variable, const char* besideExecutable, const char* installed) {
-  const char* named = std::getenv(variable);
-  if (named && *named) {
-    char resolved[PATH_MAX];
-    return ::realpath(named, resolved) ? resolved : named;
+void useEphemeralFolders() {
+  constexpr const char* prefix = "automation-";
+  const std::string parent = Tessel::Platform::runtimeFolder();
+  if (parent.empty()) giveUp("There is no run-time folder for the data of automated pages.");
+  Tessel::Platform::removeStaleFiles(parent, prefix);
+  const std::string name = prefix + std::to_string(::getpid()) + "-";
+  std::string folder = parent + "/" + name + "XXXXXX";
+  if (!::mkdtemp(folder.data())) giveUp("The data of automated pages have no place: " + folder);
+  Tessel::Platform::removeAtExit(parent, name);
+  for (const auto& [variable, part] :
+       {std::pair("XDG_DATA_HOME", "/data"), std::pair("XDG_CACHE_HOME", "/cache")}) {
+    ::setenv(variable, (folder + part).c_str(), 1);
   }
-  char executable[PATH_MAX];
-  const ssize_t length = ::readlink("/proc/self/exe", executable, sizeof executable - 1);
-  if (length > 0) {
-    const std::string path(executable, static_cast<std::size_t>(length));
-    std::string beside = path.substr(0, path.rfind('/') + 1) + besideExecutable;
-    struct stat status {};
-    if (::stat(beside.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return beside;
-  }
-  return installed;
 }
 
-// The application's folder below the program's: named after the profile, or after the address of
-// the chrome without query and fragment. Empty for the bundled chrome, which uses the program's.
 std::string applicationFolder() {
   const char* profile = std::getenv(profileVariable);
   if (profile && *profile) return std::string("profiles/") + profile + "/";
   const char* chrome = std::getenv("CHROME_URL");
   if (!chrome || !*chrome) return "";
-  const std::string address(chrome, std::strcspn(chrome, "?#"));
+  std::string address(chrome, std::strcspn(chrome, "?#"));
+  // Every folder has the same address.
+  const std::string app = localRoots().app;
+  if (!app.empty() && address.starts_with("local://app/")) address = "file://" + app;
   const auto scheme = address.find("://");
   std::string name = scheme == std::string::npos ? address : address.substr(scheme + 3);
   std::erase_if(name, [](unsigned char c) { return !g_ascii_isalnum(c) && c != '.' && c != '-'; });
@@ -87,15 +88,10 @@ std::string applicationFolder() {
   return folder;
 }
 
-}  // namespace
-
-std::string localRoot() {
-  return folderFor("TESSEL_LOCAL_ROOT", "share", PAGEHOST_DATA_FOLDER);
-}
-
-void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies) {
+void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies,
+                 const AutomationOrder& automation) {
   std::string problem;
-  const std::string modules = folderFor("PAGEHOST_MODULE_PATH", "modules", PAGEHOST_MODULE_FOLDER);
+  const std::string modules = moduleFolder();
   auto sandbox = PageSandbox::None;
   if (!choosePageSandbox({modules, Tessel::Platform::runtimeFolder()}, sandbox, problem)) {
     giveUp(problem);
@@ -106,10 +102,23 @@ void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies) {
   problem.clear();
   // Never destroyed: pages may outlive any scope.
   static WebKitEngine* engine =
-      WebKitEngine::create({modules, localRoot(), applicationFolder() + dataName.toStdString(),
-                            keepsCookies, sandbox},
-                           problem)
+      WebKitEngine::create(
+          {modules, localRoots(), applicationFolder() + dataName.toStdString(), keepsCookies,
+           sandbox, memoryLimit(webProcessMemoryVariable), automation.mode},
+          problem)
           .release();
   if (!engine) giveUp(problem);
   PageFactory::install(engine);
+  if (automation.mode == AutomationMode::Off) return;
+  // The engine has read it: its other processes need not know.
+  ::unsetenv(automationAddressVariable);
+  if (!EngineInspector::listensAt(automation.address)) {
+    giveUp("The engine does not listen at " + automation.address +
+           " for WebDriver: perhaps the port is taken.");
+  }
+  logAlways(Tessel::Platform::LogNotice,
+            "WebDriver clients may drive the %s: the engine listens at %s. Pages of this process "
+            "cannot be inspected meanwhile.",
+            automation.mode == AutomationMode::Chrome ? "chrome and its pages" : "pages",
+            automation.address.c_str());
 }

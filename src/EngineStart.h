@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/base/String.h"
+#include "src/ProgramOptions.h"
 
 #include <string>
 
@@ -15,15 +16,22 @@ extern const char* const noDisplay;
 // keep its descriptors open. Call it before the toolkit starts.
 void disableSessionBusAutolaunch();
 
-// Sets the address of the engine's inspector server, for this process only. Before the toolkit
-// starts.
-void prepareInspector();
+// Sets the address of the engine's inspector server, for this process only, or, if WebDriver
+// clients shall drive it, that of the server for them: the engine has one of both. Before the
+// toolkit starts.
+void prepareInspector(const AutomationOrder& automation = {});
 
-// The root folder of local: addresses.
-std::string localRoot();
+// Has everything that the program and its children keep in data and cache folders go into a folder
+// of its own, which is removed at the end. Before any of it is used.
+void useEphemeralFolders();
+
+// The application's folder below the program's: named after the profile, or after the address of
+// the chrome without query and fragment. Empty for the bundled chrome, which uses the program's.
+std::string applicationFolder();
 
 // Starts the engine, with the sandbox that PAGEHOST_SANDBOX selects. Site data go into the folder
 // of that name, separate for each application, which is identified by the address of its chrome.
 // For whether cookies are kept there, see WebKitEngine::Places. The toolkit must be running. Exits
-// on failure.
-void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies);
+// on failure, also if an address for automation is taken.
+void startEngine(const Tessel::Platform::String& dataName, bool keepsCookies,
+                 const AutomationOrder& automation = {});

@@ -269,6 +269,7 @@ void runLaunchedProcess(char* data, std::size_t size, bool restricted,
   takeStreams();
   addFontsOfUser();
   Tessel::Platform::setupApplicationLogging(Tessel::Platform::processName());
+  Tessel::Platform::traceStart("application forked");
   application(static_cast<int>(arguments.size()) - 1, arguments.data());
   std::abort();
 }

@@ -1,12 +1,12 @@
 // The services that connect the application with the desktop and the device. Main thread.
 #pragma once
 
-#include "platform/control/ControlSocket.h"
 #include "platform/desktop/DeviceBus.h"
 #include "platform/desktop/MemoryPressure.h"
 #include "platform/desktop/RotationService.h"
 #include "platform/desktop/SessionService.h"
 #include "platform/desktop/WindowService.h"
+#include "platform/desktop/gtk/ScreenPower.h"
 #include "platform/invocation/InvocationService.h"
 
 class ApplicationWindow;
@@ -28,6 +28,6 @@ class NavigatorServices {
   Tessel::Platform::SessionService session_{
       handler_, [this](bool active) { windowService_.seatChanged(active); }};
   Tessel::Platform::InvocationService invocation_{handler_};
+  Tessel::Platform::ScreenPower screen_{handler_};
   Tessel::Platform::MemoryPressure memory_{[this] { handler_.onLowMemory(); }};
-  std::unique_ptr<Tessel::Platform::ControlSocket> control_;
 };

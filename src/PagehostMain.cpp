@@ -26,9 +26,14 @@
 #include "src/ChildWebViewMain.h"
 #include "src/ChildWindows.h"
 #include "src/ChromeCapabilities.h"
+#include "src/Development.h"
 #include "src/EngineStart.h"
+#include "src/MemoryWatch.h"
 #include "src/NavigatorServices.h"
+#include "src/NewChrome.h"
 #include "src/ProgramOptions.h"
+#include "src/RemoteControl.h"
+#include "src/SingleInstance.h"
 #include "src/Watchdog.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
@@ -36,6 +41,7 @@
 #include <glib-unix.h>
 
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <optional>
 #include <utility>
@@ -49,6 +55,7 @@ using Tessel::Platform::MongooseHttpServer;
 using Tessel::Platform::platformCrash;
 using Tessel::Platform::Settings;
 using Tessel::Platform::String;
+using Tessel::Platform::traceStart;
 using Tessel::Platform::Graphics::GtkWindowSystem;
 using Tessel::Platform::Graphics::WindowSystem;
 
@@ -83,29 +90,40 @@ void setKeyboardFocus(int value) {
 
 void pagehost_main(int argc, char** argv) {
   std::vector<char*> arguments = takeOptions(argc, argv);
+  if (!wantedChrome().folder.empty()) makeNewChrome(wantedChrome());
+  const AutomationOrder& automation = automationOrder();
+  if (automation.mode == AutomationMode::Off) {
+    claimProfile(arguments);
+  } else {
+    useEphemeralFolders();
+  }
   ServiceManager serviceManager = ServiceManager::take();
   if (!spawnChildLauncher(childWebViewMain)) {
     logAlways(LogError, "Could not spawn child launcher");
     std::exit(EXIT_FAILURE);
   }
+  traceStart("launcher of child processes forked");
   Settings& settings = Settings::instance();
   settings.setNumberOfBackingStoreFrontBuffers(0);
   settings.setChromeProcess(true);
   settings.setApplicationSandbox("chrome");
 
   Tessel::Platform::probeSandbox();
+  traceStart("sandbox probed");
   auto* client = new MainMessageClient(3, -1);
   if (MainMessageClient::instance() != client) platformCrash("src/main", 40, "pagehost_main");
 
   disableSessionBusAutolaunch();
-  prepareInspector();
+  prepareInspector(automation);
   auto windows = GtkWindowSystem::create();
   if (!windows) giveUp(noDisplay);
   WindowSystem::install(std::move(windows));
+  traceStart("display connected");
   if (const char* seconds = std::getenv(hidePointerVariable)) {
     Tessel::Platform::Graphics::hidePointerAfter(std::atoi(seconds));
   }
-  startEngine(settings.applicationSandbox(), true);
+  startEngine(settings.applicationSandbox(), true, automation);
+  traceStart("engine started");
   shareCookiesWithChildren();
   MongooseHttpServer::instance()->setFrontEnd(EngineInspector::frontEndResources);
 
@@ -113,19 +131,24 @@ void pagehost_main(int argc, char** argv) {
   showWindowsOfChildren(window);
   IPCSenderGroup::installFactory();
   WebViewManager& manager = WebViewManager::instance();
+  if (automation.mode == AutomationMode::Pages) {
+    manager.keepInThisProcess("WebDriver clients drive the pages of this process alone");
+  }
   Tessel::Platform::setErrorListener(
-      [](const String& text) { WebViewManager::instance().informChromeOfError(text); });
+      [](const String& text) { WebViewManager::instance().informChromeOfLoggedError(text); });
   WebView* root = manager.webViewForHandle(
       manager.createWebView(window.windowGroup().toStdString(), WebViewManager::inThisProcess));
   if (!root) platformCrash("src/main", 51, "pagehost_main");
 
   const char* chromeUrl = std::getenv("CHROME_URL");
+  const char* chromeFolder = std::getenv(chromeFolderVariable);
   root->setArguments(static_cast<int>(arguments.size()) - 1, arguments.data());
   root->setDrivesApplication(
-      chromeUrl ? "This address comes from the environment variable CHROME_URL: correct it, or "
-                  "unset it to get the bundled chrome."
-                : "The bundled chrome is missing: install it, or point TESSEL_LOCAL_ROOT at the "
-                  "folder that holds chrome/index.html.");
+      chromeFolder ? "This is the folder that --chrome or --dev has named."
+      : chromeUrl  ? "This address comes from the environment variable CHROME_URL: correct it, or "
+                     "unset it to get the bundled chrome."
+                   : "The bundled chrome is missing: install it, or point TESSEL_LOCAL_ROOT at the "
+                     "folder that holds chrome/index.html.");
   root->enableNativeBindings(true);
   root->setEnablePlugins(true);
   root->setExtraPluginDirectory(pluginDirectory);
@@ -143,14 +166,26 @@ void pagehost_main(int argc, char** argv) {
   PPSBinding::instance();
   WindowAnimations::instance();
   std::optional<NavigatorServices> services(window);
+  std::optional<RemoteControl> control(window);
+
+  std::optional<Development> development;
+  if (chromeFolder && isSwitchedOn(devVariable)) development.emplace(*root, window, chromeFolder);
 
   // In time: no page runs before the loop does.
   root->setCapabilities(chromeCapabilities(chromeUrl ? chromeUrl : defaultChromeUrl));
 
   for (const int signal : {SIGTERM, SIGINT}) g_unix_signal_add(signal, onEndSignal, nullptr);
   std::optional<Watchdog> watchdog(std::in_place, std::move(serviceManager), *root);
+  std::optional<MemoryWatch> memory;
+  if (const unsigned int limit = memoryLimit(memoryVariable)) {
+    memory.emplace(std::uint64_t{limit} << 20);
+  }
+  traceStart("main loop entered");
   const int status = client->run();
+  memory.reset();
   watchdog.reset();
+  development.reset();
+  control.reset();
   services.reset();
   logAlways(LogNotice, "Exit %s: %d", argv[0], status);
   std::exit(status);

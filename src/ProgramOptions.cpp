@@ -9,11 +9,12 @@
 #include "platform/os/PageSandbox.h"
 #include "platform/os/Process.h"
 
-#include <glib.h>
+#include <gio/gio.h>
 
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -29,11 +30,27 @@ namespace {
 
 constexpr std::size_t longestProfileName = 64;
 constexpr int longestPause = 86400;  // seconds: one day
+// Mebibytes. An empty page takes half of the smallest.
+constexpr unsigned int smallestMemory = 64;
+constexpr unsigned int largestMemory = 1u << 20;
 
 bool leavesUnknown = false;
 
 bool isAddress(std::string_view text) {
   return g_uri_is_valid(std::string(text).c_str(), G_URI_FLAGS_PARSE_RELAXED, nullptr) != FALSE;
+}
+
+// A folder with a chrome in it; empty for everything else.
+std::string chromeFolder(std::string_view text) {
+  char resolved[PATH_MAX];
+  if (isAddress(text) || !::realpath(std::string(text).c_str(), resolved)) return {};
+  const bool hasPage =
+      g_file_test((std::string(resolved) + "/index.html").c_str(), G_FILE_TEST_IS_REGULAR);
+  return hasPage ? resolved : "";
+}
+
+bool isChrome(std::string_view text) {
+  return isAddress(text) || !chromeFolder(text).empty();
 }
 
 template <typename Number>
@@ -57,7 +74,6 @@ bool isOneOf(std::string_view text) {
 }
 constexpr std::string_view rotationWords[] = {"top_up", "left_up", "right_up"};
 constexpr std::string_view sandboxWords[] = {"on", "off", "auto"};
-constexpr std::string_view levelWords[] = {"error", "notice"};
 
 constexpr auto isSwitch = Tessel::Platform::isSwitchText;
 
@@ -76,6 +92,12 @@ bool isPause(std::string_view text) {
   return isNumberWithin(text, 0, longestPause);
 }
 
+bool isMemory(std::string_view text) {
+  return isNumberWithin(text, smallestMemory, largestMemory);
+}
+
+constexpr const char* chromeVariable = "CHROME_URL";
+
 struct Row {
   Option option;
   // Two for a value with two parts.
@@ -87,10 +109,11 @@ struct Row {
 };
 
 constexpr Row rows[] = {
-    {{"chrome", "URL", "The address of the chrome; else the bundled one."},
-     {"CHROME_URL"},
-     isAddress,
-     "an address",
+    {{"chrome", "URL|DIR",
+      "The chrome: its address, or a folder with an index.html; else the bundled one."},
+     {chromeVariable},
+     isChrome,
+     "an address or a folder with an index.html",
      true},
     {{"kiosk", nullptr,
       "The window has no border and fills the screen, also without a window manager."},
@@ -130,39 +153,97 @@ constexpr Row rows[] = {
      {hidePointerVariable},
      isPause,
      "a number of seconds up to a day"},
+    {{"memory-limit", "MIB",
+      "What all processes together may take, in mebibytes: above it, pages that take most are "
+      "started anew."},
+     {memoryVariable},
+     isMemory,
+     "a number of mebibytes from 64 on"},
+    {{"web-process-memory-limit", "MIB",
+      "What each process of web pages may take, in mebibytes: above it, its pages are started "
+      "anew."},
+     {webProcessMemoryVariable},
+     isMemory,
+     "a number of mebibytes from 64 on"},
     {{"watchdog", nullptr,
       "Tells the service manager that the program has started, and goes on (systemd's notify)."},
      {watchdogVariable},
      isSwitch,
      "true or false"},
-    {{"log-level", "WORD", "What is logged: error, or notice for everything."},
+    {{"log-level", "WORD", "What is logged: error, notice, or trace for the steps of a start too."},
      {Tessel::Platform::logLevelVariable},
-     isOneOf<levelWords>,
-     "error or notice"},
+     isOneOf<Tessel::Platform::logLevelWords>,
+     "error, notice or trace"},
+    {{"allow-eval", nullptr, "Lets pagehost-ctl run scripts in pages."},
+     {allowEvalVariable},
+     isSwitch,
+     "true or false"},
+    {{"new", nullptr,
+      "Starts another program also where one with the same profile runs; else that one is given "
+      "the "
+      "addresses."},
+     {newVariable},
+     isSwitch,
+     "true or false"},
 };
 
 // The file that was named, for viewers, which read it as well.
 constexpr const char* configVariable = "PAGEHOST_CONFIG";
 
-// Processed before all others; not a key of the configuration files.
-constexpr Option configOption{
-    "config", "FILE", "Reads this configuration file in place of the user's and the system's."};
+WantedChrome wanted;
+
+// Not keys of the configuration files: they are about one start.
+struct Special {
+  Option option;
+  void (*take)(const std::string& value);
+};
+void takeConfig(const std::string& file);
+void takeDevelopment(const std::string& folder);
+void takeTemplate(const std::string& name);
+void takeAutomation(const std::string& what);
+constexpr Special specials[] = {
+    {{"config", "FILE", "Reads this configuration file in place of the user's and the system's."},
+     takeConfig},
+    {{"dev", "DIR",
+      "Shows the chrome in this folder to its developer: loads it again when a file changes, keeps "
+      "its web views, prints its console, shows its errors, and starts the web inspector."},
+     takeDevelopment},
+    {{"template", "NAME",
+      "Of new: kiosk, signage, dashboard, tabs or blank, which is the default."},
+     takeTemplate},
+    // It opens a port.
+    {{"automation", "chrome",
+      "Lets WebDriver clients drive the pages, or also the chrome, without the user's data; "
+      "WebKitWebDriver says at which loopback port by WEBKIT_INSPECTOR_SERVER.",
+      true},
+     takeAutomation},
+};
 
 constexpr auto programOptions = [] {
-  std::array<Option, std::size(rows) + 1> options{};
-  for (std::size_t i = 0; i < std::size(rows); ++i) options[i] = rows[i].option;
-  options.back() = configOption;
+  std::array<Option, std::size(rows) + std::size(specials)> options{};
+  auto* next = options.begin();
+  for (const Row& row : rows) *next++ = row.option;
+  for (const Special& special : specials) *next++ = special.option;
   return options;
 }();
+
+AutomationOrder automation;
+// The value of its option, if that was given.
+std::optional<std::string> wantedAutomation;
 
 const Tessel::Platform::ProgramText& programText() {
   static const Tessel::Platform::ProgramText text{
       "pagehost",
-      "[ADDRESS...]",
+      "[ADDRESS...] | new DIR",
       "Shows a chrome, a page of HTML that drives the program, in a window. The addresses are the "
       "chrome's to open.",
       programOptions,
-      {{"configuration files",
+      {{"commands",
+        "",
+        {{"new DIR [--template NAME]",
+          "Writes a chrome of your own into a new folder, with typings, a test, a unit of systemd "
+          "and a README, and ends. \"pagehost --dev DIR\" shows it."}}},
+       {"configuration files",
         "~/.config/pagehost/pagehost.conf, then /etc/pagehost/pagehost.conf: a line [pagehost], "
         "and "
         "below it the names of options without dashes, as in zoom=1.5 or kiosk=true. The "
@@ -170,7 +251,9 @@ const Tessel::Platform::ProgramText& programText() {
         {}},
        {"exit status",
         "",
-        {{"0", "The window was closed, or the chrome ended the program."},
+        {{"0",
+          "The window was closed, the chrome ended the program, or a running one has taken the "
+          "addresses."},
          {"1", "The program could not start, or lost its display."},
          {"2", "An option, a variable or a configuration file is wrong."},
          {"3", "The process of the chrome has ended ten times within ten minutes."}}}}};
@@ -189,6 +272,15 @@ void check(const Row& row, std::string_view value, const std::string& place) {
 }
 
 void set(const Row& row, std::string_view value) {
+  if (row.variables[0] == chromeVariable) {
+    const std::string folder = chromeFolder(value);
+    if (folder.empty()) {
+      ::unsetenv(chromeFolderVariable);
+    } else {
+      ::setenv(chromeFolderVariable, folder.c_str(), 1);
+      value = "local://app/index.html";
+    }
+  }
   const std::size_t middle = row.variables[1] ? value.find('x') : std::string_view::npos;
   ::setenv(row.variables[0], std::string(value.substr(0, middle)).c_str(), 1);
   if (middle != std::string_view::npos) {
@@ -196,12 +288,44 @@ void set(const Row& row, std::string_view value) {
   }
 }
 
+// Whether HOST:PORT is a port of this machine that no other machine reaches.
+bool isLoopbackAddress(const std::string& address) {
+  GError* error = nullptr;
+  GSocketConnectable* const place = g_network_address_parse(address.c_str(), 0, &error);
+  if (!place) {
+    g_error_free(error);
+    return false;
+  }
+  auto* const network = G_NETWORK_ADDRESS(place);
+  GInetAddress* host = g_inet_address_new_from_string(g_network_address_get_hostname(network));
+  const bool isGood =
+      host && g_inet_address_get_is_loopback(host) && g_network_address_get_port(network) != 0;
+  g_clear_object(&host);
+  g_object_unref(place);
+  return isGood;
+}
+
+// What has been asked for by the option, whose value it is if it was given.
+AutomationOrder automationFrom(const std::optional<std::string>& option, std::string address) {
+  if (!option) return {};
+  if (!option->empty() && *option != "chrome") {
+    endMisused("pagehost", "--automation: \"" + *option + "\" is not chrome");
+  }
+  if (!isLoopbackAddress(address)) {
+    endMisused("pagehost",
+               "--automation: WEBKIT_INSPECTOR_SERVER is \"" + address +
+                   "\", and not a loopback address with a port: WebKitWebDriver sets it");
+  }
+  return {option->empty() ? AutomationMode::Pages : AutomationMode::Chrome, std::move(address)};
+}
+
 Configuration readConfigured() {
   Configuration configuration;
   const char* file = std::getenv(configVariable);
   std::string problem;
   if (!Tessel::Platform::readConfigurations(file ? file : "", "pagehost.conf", "pagehost",
-                                            configuration, problem)) {
+                                            automation.mode == AutomationMode::Off, configuration,
+                                            problem)) {
     endMisused("pagehost", problem);
   }
   for (const auto& [key, value] : configuration) {
@@ -212,6 +336,38 @@ Configuration readConfigured() {
   // A viewer is the bundled chrome, whatever the application that has opened it is.
   if (std::getenv(Tessel::Platform::Viewers::openerVariable)) configuration.erase("chrome");
   return configuration;
+}
+
+void takeConfig(const std::string& file) {
+  ::setenv(configVariable, file.c_str(), 1);
+}
+
+void takeDevelopment(const std::string& folder) {
+  if (chromeFolder(folder).empty()) {
+    endMisused("pagehost", "--dev: \"" + folder + "\" is not a folder with an index.html");
+  }
+  ::setenv(devVariable, "1", 1);
+}
+
+void takeTemplate(const std::string& name) {
+  wanted.templateName = name;
+}
+
+void takeAutomation(const std::string& what) {
+  wantedAutomation = what;
+}
+
+// Reads "new DIR" from the words that are left.
+void takeCommand(const std::vector<char*>& words) {
+  const std::size_t count = words.size() - 2;  // without the program's name and the null
+  const bool isNew = count > 0 && !leavesUnknown && std::strcmp(words[1], "new") == 0;
+  if (!isNew && !wanted.templateName.empty()) {
+    endMisused("pagehost", "--template is for \"pagehost new DIR\"");
+  }
+  if (!isNew) return;
+  if (count != 2 || !*words[2]) endMisused("pagehost", "new: one folder is needed");
+  wanted.folder = words[2];
+  if (wanted.templateName.empty()) wanted.templateName = "blank";
 }
 
 bool isInEnvironment(const Row& row) {
@@ -226,16 +382,27 @@ std::vector<char*> takeOptions(int argc, char** argv) {
   text.unknownAreWords = leavesUnknown;
   const auto line = Tessel::Platform::readCommandLine(text, argc, argv);
   std::array<std::optional<std::string>, std::size(rows)> given;
+  wantedAutomation.reset();
   for (const auto& [option, value] : line.options) {
     const Row* row = rowNamed(option->name);
     if (!row) {
-      ::setenv(configVariable, value.c_str(), 1);
+      const auto* special = std::find_if(
+          std::begin(specials), std::end(specials),
+          [&](const Special& each) { return std::strcmp(each.option.name, option->name) == 0; });
+      special->take(value);
+      // The folder is the chrome as well.
+      if (special->take != takeDevelopment) continue;
+      row = rowNamed("chrome");
+      given[static_cast<std::size_t>(row - rows)] = value;
       continue;
     }
     const std::string& text = option->value ? value : std::string("1");
     check(*row, text, std::string("--") + option->name);
     given[static_cast<std::size_t>(row - rows)] = text;
   }
+  const char* const address = std::getenv(automationAddressVariable);
+  automation = automationFrom(wantedAutomation, address ? address : "");
+  ::unsetenv(automationAddressVariable);
   const Configuration configuration = readConfigured();
   for (const Row& row : rows) {
     const auto& option = given[static_cast<std::size_t>(&row - rows)];
@@ -249,11 +416,29 @@ std::vector<char*> takeOptions(int argc, char** argv) {
     }
   }
   Tessel::Platform::setupApplicationLogging(Tessel::Platform::processName());
+  takeCommand(line.words);
   return line.words;
+}
+
+const AutomationOrder& automationOrder() {
+  return automation;
+}
+
+const WantedChrome& wantedChrome() {
+  return wanted;
 }
 
 void leaveUnknownOptions() {
   leavesUnknown = true;
+}
+
+unsigned int memoryLimit(const char* variable) {
+  const char* const value = std::getenv(variable);
+  return value ? static_cast<unsigned int>(std::strtoul(value, nullptr, 10)) : 0;
+}
+
+bool isLaunchedApplication() {
+  return leavesUnknown;
 }
 
 bool isSwitchedOn(const char* variable) {

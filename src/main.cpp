@@ -23,9 +23,11 @@ int main(int argc, char** argv) {
   Tessel::Platform::rememberArguments(argc, argv);
   const bool isApplication = std::strcmp(__progname, "pagehost") == 0;
   Tessel::Platform::setupApplicationLogging(__progname);
+  Tessel::Platform::traceStart("libraries linked");
   registerCommands(BindingManager::instance());
   CclBinding::instance();
   FcInit();
+  Tessel::Platform::traceStart("fonts found");
   if (isApplication) pagehost_main(argc, argv);
   const LauncherConfiguration configuration = takeServerOptions(argc, argv);
   leaveUnknownOptions();

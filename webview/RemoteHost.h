@@ -4,6 +4,7 @@
 
 #include "platform/base/String.h"
 #include "platform/loop/GuardedPointer.h"
+#include "webview/ViewQuestions.h"
 
 #include <functional>
 #include <vector>
@@ -39,6 +40,9 @@ class RemoteHost : public Tessel::Platform::GuardedPointerBase {
   virtual void setEnvironment(const String& name, const String& value) const = 0;
   // Sets the capabilities of origins in one of its web views, in the format of Capabilities::read.
   virtual void setCapabilities(unsigned int handle, const String& text) const = 0;
+  // Asks one of its web views; see askView.
+  virtual void ask(unsigned int handle, ViewQuestion question, const String& script,
+                   const ViewAnswered& answered) = 0;
   // Stops sending. A non-empty text is reported to the chrome and logged. Any thread.
   virtual void setError(const String& error) = 0;
 };

@@ -1,6 +1,7 @@
 // The program's web view. UI thread.
 #include "webview/WebView.h"
 
+#include "engine/RecordJson.h"
 #include "platform/base/Log.h"
 #include "platform/desktop/LocaleHandler.h"
 #include "platform/hosts/HostNames.h"
@@ -211,10 +212,9 @@ void WebView::setCapabilities(Capabilities capabilities) {
 
 void WebView::callNativeFunction(OrvWebJavaScriptCallbackEvent& call) {
   if (capabilities_.allow(call)) return BindingManager::instance().dispatch(&call);
-  const String refusal = concat("Native function: \"", call.args()[0], "\" may not be called by \"",
-                                call.callerOrigin(), "\".");
-  logAlways(LogNotice, "%s", refusal.utf8());
-  WebViewManager::instance().informChromeOfError(refusal);
+  WebViewManager::instance().informChromeOfError(
+      concat("Native function: \"", call.args()[0], "\" may not be called by \"",
+             call.callerOrigin(), "\"."));
 }
 
 void WebView::navigationRefused(const String& url) {
@@ -230,17 +230,37 @@ bool WebView::isAliveSince(std::chrono::steady_clock::duration time) {
   return now - *lastAlive_ < time;
 }
 
+OrvWebView* WebView::makeOwnWindow() {
+  return WebViewManager::instance().createOwnWebView(windowGroup_);
+}
+
 void WebView::drivingProcessEnded() {
   WebViewManager::instance().chromeLost();
 }
 
 void WebView::drivingDocumentLoaded() {
-  WebViewManager::instance().destroyLeftWebViews();
+  WebViewManager::instance().chromeLoaded();
+}
+
+void WebView::problem(const String& text) {
+  WebViewManager::instance().noteProblem(text);
 }
 
 void WebView::gaveUp() {
   logAlways(LogError, "The chrome's process has ended too often: the program ends.");
   Tessel::Platform::MainMessageClient::instance()->exit(chromeFailedStatus);
+}
+
+void WebView::retryScheduled(const OrvWebRetry& retry) {
+  post(EventType::ReloadScheduled, fields::textOf(retry));
+}
+
+void WebView::memoryExceeded(const OrvWebMemoryExcess& excess) {
+  post(EventType::MemoryExceeded, fields::textOf(excess));
+}
+
+void WebView::processStarted(int pid) {
+  post(EventType::WebProcess, String::fromSignedInteger(pid));
 }
 
 void WebView::handleWebEvent(OrvWebEvent* event) {

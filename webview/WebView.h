@@ -35,6 +35,8 @@ class WebView : public OrvWebView,
   // Whether native calls go to the registry or, as events, to the chrome. Either way the page can
   // make them from now on.
   void enableNativeBindings(bool enabled);
+  // See PageClient::makeOwnWindow.
+  void setOwnWindow() { isOwn_ = true; }
   // Sets which origins may call which functions: those that the page shows because the program has
   // loaded them, and the named ones.
   void setCapabilities(Capabilities capabilities);
@@ -90,16 +92,23 @@ class WebView : public OrvWebView,
 
  private:
   void callNativeFunction(OrvWebJavaScriptCallbackEvent& call);
+  OrvWebView* makeOwnWindow() override;
+  bool isOwnWindow() const override { return isOwn_; }
   void navigationRefused(const String& url) override;
   void drivingProcessEnded() override;
   void drivingDocumentLoaded() override;
   void gaveUp() override;
+  void problem(const String& text) override;
   void alive() override { lastAlive_ = std::chrono::steady_clock::now(); }
+  void retryScheduled(const OrvWebRetry& retry) override;
+  void memoryExceeded(const OrvWebMemoryExcess& excess) override;
+  void processStarted(int pid) override;
   void post(EventType event, const String& data) override;
   String send(EventType event, const String& data) override;
 
   const unsigned int handle_;
   bool nativeBindingsEnabled_ = false;
+  bool isOwn_ = false;
   Capabilities capabilities_;
   String arguments_;
   const String windowGroup_;

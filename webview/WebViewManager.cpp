@@ -35,6 +35,7 @@ using Tessel::Platform::MethodDelegate1;
 using Tessel::Platform::MethodDelegate3;
 using Tessel::Platform::Settings;
 using Tessel::Platform::String;
+using Tessel::Platform::traceStart;
 using Tessel::Platform::Graphics::Screen;
 using Tessel::Platform::Graphics::Window;
 
@@ -93,8 +94,13 @@ WebViewManager::WebViewHandle WebViewManager::createWebView(const std::string& w
     informChromeOfError("No web view is created: the application is shutting down.");
     return 0;
   }
+  traceStart("web view requested");
   const WebViewHandle handle = ++lastHandle_;
   const int rotation = Screen::primaryScreen().rotation();
+  if (processGroup != inThisProcess && keptInThisProcess_) {
+    logAlways(LogNotice, "Web view %u is made in this process: %s.", handle, keptInThisProcess_);
+    processGroup = inThisProcess;
+  }
   // Those of other processes are entered when they are there.
   if (processGroup == inThisProcess) created_.emplace(handle, false);
   if (processGroup != inThisProcess) {
@@ -111,6 +117,20 @@ WebViewManager::WebViewHandle WebViewManager::createWebView(const std::string& w
             this, &WebViewManager::createInProcessWebView, handle, windowGroup, rotation)));
   }
   return handle;
+}
+
+WebView* WebViewManager::createOwnWebView(const String& windowGroup) {
+  constexpr int overOthers = 1 << 20;
+  if (shuttingDown_) return nullptr;
+  const WebViewHandle handle = ++lastHandle_;
+  createInProcessWebView(handle, windowGroup, Screen::primaryScreen().rotation());
+  WebView* const webView = webViewForHandle(handle);
+  if (!webView) return nullptr;
+  webView->setOwnWindow();
+  webView->setZOrder(overOthers);
+  webView->setWebEventEnabled(OrvWebEvent::Destroyed, true);
+  closing_.insert(handle);
+  return webView;
 }
 
 int WebViewManager::freeGroupId() const {
@@ -179,11 +199,13 @@ void WebViewManager::createInProcessWebView(WebViewHandle handle, const String& 
   if (handle == rootHandle) publishRoot(webView);
   if (!webView->initialize(windowGroup, rotation)) reportNoWindowGroup(handle, windowGroup);
   inspector_->addInspectable(handle);
+  traceStart("web view made");
 }
 
 void WebViewManager::destroyWebView(WebViewHandle handle) {
   inspector_->removeInspectable(handle);
   created_.erase(handle);
+  webProcesses_.erase(handle);
   const auto found = webViews_.find(handle);
   if (found != webViews_.end()) {
     WebView* webView = found->second;
@@ -206,27 +228,35 @@ void WebViewManager::destroyWebView(WebViewHandle handle) {
   }
 }
 
-std::vector<WebViewManager::WebViewHandle> WebViewManager::takeWebViews() {
-  left_.clear();
+std::vector<WebViewManager::WebViewHandle> WebViewManager::webViews() const {
   std::vector<WebViewHandle> handles;
-  // Those that are about to be made as well.
   for (const auto& [handle, isCreated] : created_) {
     if (handle != rootHandle) handles.push_back(handle);
   }
   return handles;
 }
 
+std::vector<WebViewManager::WebViewHandle> WebViewManager::takeWebViews() {
+  left_.clear();
+  return webViews();
+}
+
 void WebViewManager::chromeLost() {
+  if (chromeLost_) chromeLost_();
+  chromeIsLoaded_ = false;
   for (const WebViewHandle handle : takeWebViews()) left_.insert(handle);
 }
 
-void WebViewManager::destroyLeftWebViews() {
+void WebViewManager::chromeLoaded() {
+  chromeIsLoaded_ = true;
   const auto left = std::exchange(left_, {});
-  if (left.empty()) return;
-  logAlways(LogNotice,
-            "The chrome was started again; web views of the former one that are deleted: %zu",
-            left.size());
+  if (!left.empty()) {
+    logAlways(LogNotice,
+              "The chrome was started again; web views of the former one that are deleted: %zu",
+              left.size());
+  }
   for (const WebViewHandle handle : left) destroyWebView(handle);
+  if (chromeLoadedHook_) chromeLoadedHook_();
 }
 
 bool WebViewManager::noWebViews() const {
@@ -282,6 +312,15 @@ void WebViewManager::remoteWebViewCrashed(WebViewHandle handle) {
   destroyWebView(handle);
 }
 
+void WebViewManager::endProcess(WebViewHandle handle, unsigned long long limit,
+                                unsigned long long taken) const {
+  if (WebView* webView = webViewForHandle(handle)) {
+    webView->endProcess(limit, taken);
+  } else if (const IPCSenderWebView* remote = remoteWebViewForHandle(handle)) {
+    remote->endProcess(limit, taken);
+  }
+}
+
 void WebViewManager::finishClosing(WebViewHandle handle) {
   if (closing_.erase(handle) == 0) return;
   destroyWebView(handle);
@@ -333,10 +372,16 @@ void WebViewManager::markCreated(WebViewHandle handle) {
 }
 
 void WebViewManager::informChromeOfError(const String& message) {
+  // Processes without a chrome forward it to the one that has it, and logs it.
+  if (!forward_) logAlways(LogError, "%s", message.utf8());
+  informChromeOfLoggedError(message);
+}
+
+void WebViewManager::informChromeOfLoggedError(const String& message) {
   MainMessageClient* const client = MainMessageClient::instance();
   if (client && !client->isCurrentThread()) {
     client->dispatchMessage(executableMessage(MethodDelegate1<WebViewManager, const String&>(
-        this, &WebViewManager::informChromeOfError, message)));
+        this, &WebViewManager::informChromeOfLoggedError, message)));
     return;
   }
   WebView* root = rootWebView();
@@ -345,7 +390,13 @@ void WebViewManager::informChromeOfError(const String& message) {
     logAlways(LogError, "WebViewManager::informChromeOfError: can't find root webview!");
     return;
   }
+  if (watcher_) watcher_(message);
   sendChromeError(*root, message);
+}
+
+void WebViewManager::noteProblem(const String& text) {
+  logAlways(LogError, "%s", text.utf8());
+  if (watcher_) watcher_(text);
 }
 
 void WebViewManager::postEvent(WebViewHandle handle, EventType event, const String& data,
@@ -361,6 +412,9 @@ void WebViewManager::postEvent(WebViewHandle handle, EventType event, const Stri
       // Do not report the chrome's own scripts to the chrome.
       if (ofChrome) return;
       break;
+    case EventType::WebProcess:
+      webProcesses_[handle] = static_cast<int>(std::strtol(data.utf8(), nullptr, 10));
+      return;
     case EventType::InspectorMessage:
       return inspector_->sendToFrontEnd(handle, data);
     case EventType::Created:

@@ -49,6 +49,7 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   void destroyWebView(WebViewHandle handle);
   // Asks every web view to close; the main loop ends with the last of them.
   void shutdown();
+  bool isShuttingDown() const { return shuttingDown_; }
 
   WebView* webViewForHandle(WebViewHandle handle) const;
   // The proxy of a web view in a child process; null for others.
@@ -62,6 +63,12 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   void remoteWebViewCrashed(WebViewHandle handle);
   // The factory of processes for web views. Without one there can be none.
   void setRemoteHostFactory(RemoteHost::Factory factory) { makeRemoteHost_ = std::move(factory); }
+  // A web view over all others that the chrome has not asked for: it is destroyed as soon as it is
+  // closed. Null when there can be none.
+  WebView* createOwnWebView(const String& windowGroup);
+  // From now on web views are made in this process wherever they are asked for, which is logged
+  // with the reason.
+  void keepInThisProcess(const char* reason) { keptInThisProcess_ = reason; }
   // Sets the capabilities of origins in a web view, in the format of Capabilities::read. False if
   // the web view does not exist, or the text is malformed, which is reported to the chrome.
   bool setCapabilities(WebViewHandle handle, const String& text);
@@ -72,19 +79,33 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   // For other threads: pin it before use.
   Tessel::Platform::GuardedPointer<WebView> rootWebViewFromAnyThread() const;
 
-  // All but the root, in order. Whoever asks for them keeps those of a chrome that was lost.
+  // All but the root, in order, also those that are being created.
+  std::vector<WebViewHandle> webViews() const;
+  // The same. Whoever asks for them keeps those of a chrome that was lost.
   std::vector<WebViewHandle> takeWebViews();
   // The chrome's process has ended: nobody knows the web views that there are.
   void chromeLost();
+  // Called then: what else the chrome had asked for is nobody's wish any more.
+  void setChromeLostListener(std::function<void()> listener) { chromeLost_ = std::move(listener); }
   // The next chrome is there: destroys those of the former one that it has not asked for.
-  void destroyLeftWebViews();
+  void chromeLoaded();
+  // Whether there is a chrome that has loaded.
+  bool isChromeLoaded() const { return chromeIsLoaded_; }
+  // Called whenever one has; an empty function removes it.
+  void onChromeLoaded(std::function<void()> hook) { chromeLoadedHook_ = std::move(hook); }
 
   // Whether the web view has reported Created.
   bool isCreated(WebViewHandle handle) const;
   void markCreated(WebViewHandle handle);
 
-  // Reports an error to the chrome; logged and dropped without a chrome. Any thread.
+  // Logs an error, whoever listens, and reports it to the chrome, if there is one. Any thread.
   void informChromeOfError(const String& message);
+  // The same of one that is in the log already.
+  void informChromeOfLoggedError(const String& message);
+  // Logs what is wrong with the chrome itself. Main thread.
+  void noteProblem(const String& text);
+  // Is told all of these, too. Main thread.
+  void watchProblems(std::function<void(const String&)> watcher) { watcher_ = std::move(watcher); }
   // The receiver of errors in a process without a chrome. Main thread.
   void forwardErrors(std::function<void(const String&)> forward) { forward_ = std::move(forward); }
 
@@ -95,6 +116,11 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   void postEvent(WebViewHandle handle, EventType event, const String& data, int integer = 0);
   // The same, and returns the chrome's answer; empty if there is none. Any thread.
   String sendEvent(WebViewHandle handle, EventType event, const String& data, int integer = 0);
+
+  // The processes that have the pages of web views, as far as they are known.
+  const std::map<WebViewHandle, int>& webProcesses() const { return webProcesses_; }
+  // See OrvWebView::endProcess; of a web view in any process.
+  void endProcess(WebViewHandle handle, unsigned long long limit, unsigned long long taken) const;
 
   // The web view has closed; if that was requested by shutdown, it is destroyed.
   void finishClosing(WebViewHandle handle);
@@ -118,10 +144,16 @@ class WebViewManager : public Tessel::Platform::GuardedPointerBase {
   std::map<int, RemoteHost*> groups_;  // owned; live ones only
   RemoteHost::Factory makeRemoteHost_;
   std::map<const WebView*, WebViewHandle> handles_;
+  std::map<WebViewHandle, int> webProcesses_;
   std::set<WebViewHandle> left_;  // by a chrome whose process has ended
-  bool shuttingDown_ = false;     // until the loop ends
+  bool chromeIsLoaded_ = false;
+  std::function<void()> chromeLoadedHook_;
+  bool shuttingDown_ = false;  // until the loop ends
+  const char* keptInThisProcess_ = nullptr;
   std::set<WebViewHandle> closing_;
   std::function<void(const String&)> forward_;
+  std::function<void()> chromeLost_;
+  std::function<void(const String&)> watcher_;
   const std::unique_ptr<WebInspectorClient> inspector_;
 
   mutable std::mutex rootMutex_;

@@ -2,6 +2,7 @@
 #include "engine/webkit/PageConnection.h"
 
 #include "engine/webkit/PageReports.h"
+#include "platform/base/Log.h"
 
 #include <algorithm>
 #include <array>
@@ -32,6 +33,7 @@ void PageConnection::detach() {
   if (const auto link = link_.exchange(nullptr); link && setup_.deferred) {
     link->changeSetup(number_, link_protocol::PageSetup());
   }
+  pid_ = 0;
   if (!view_) return;
   page_.services().links.forgetPage(number_);
   number_ = 0;
@@ -66,10 +68,13 @@ gboolean PageConnection::onEngineMessage(WebKitWebView*, WebKitUserMessage* mess
 }
 
 void PageConnection::ready(std::shared_ptr<PageLink> link) {
+  Tessel::Platform::traceStart("page connected");
   if (setup_.drivesApplication) link->serveInEveryWait();
   // The module asks for it next.
   refreshSetup();
+  const int before = std::exchange(pid_, link->peerPid());
   link_.store(std::move(link));
+  if (pid_ != before && page_.client()) page_.client()->processStarted(pid_);
 }
 
 void PageConnection::settingChanged(WebViewSetting setting) {
@@ -98,6 +103,7 @@ void PageConnection::setBound(bool bound) {
 
 void PageConnection::setDrivesApplication() {
   setup_.drivesApplication = true;
+  setup_.engineDialogs = page_.services().automation == AutomationMode::Chrome;
   if (const auto link = link_.load()) link->serveInEveryWait();
   sendSetup();
 }

@@ -28,7 +28,12 @@ class PageConnection {
   void detach();
   // The module in the web process has connected, and asks for the setup next.
   void ready(std::shared_ptr<PageLink> link);
-  void processEnded() { link_.store(nullptr); }
+  void processEnded() {
+    link_.store(nullptr);
+    pid_ = 0;
+  }
+  // Of the page's process; 0 for none, or none that has connected.
+  int pid() const { return pid_; }
 
   const link_protocol::PageSetup& setup() const { return setup_; }
   void settingChanged(WebViewSetting setting);
@@ -57,6 +62,7 @@ class PageConnection {
   WebKitWebView* view_ = nullptr;
   std::weak_ptr<LinkedPage> linkedPage_;
   link_protocol::PageSetup setup_;
+  int pid_ = 0;
 
   // Read by other threads that call the page's functions.
   std::atomic<std::uint64_t> number_ = 0;

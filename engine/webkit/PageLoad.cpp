@@ -19,6 +19,7 @@ using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
 using Tessel::Platform::LogNotice;
 using Tessel::Platform::String;
+using Tessel::Platform::traceStart;
 
 namespace {
 
@@ -72,10 +73,10 @@ void PageLoad::load(const String& url) {
   loadOfProgram([this, url] { loadUrl(url, true); });
 }
 
-// Repeated after a failure of the page that drives the application: that page has no say in what
-// counts as the program's own, and neither has a server that it was redirected to.
+// Repeated after a failure: the page has no say in what counts as the program's own, and neither
+// has a server that it was redirected to.
 void PageLoad::loadOfProgram(const std::function<void()>& load) {
-  if (setup_.drivesApplication) programLoad_ = load;
+  programLoad_ = load;
   load();
 }
 
@@ -88,7 +89,8 @@ void PageLoad::loadUrl(const String& url, bool isOfProgram) {
   if (!page_.view()) return;
   GError* error = nullptr;
   if (!g_uri_is_valid(url.utf8(), G_URI_FLAGS_PARSE_RELAXED, &error)) {
-    showFailure(url, concat("This is no address: ", error->message));
+    cancelRetry();
+    showFailurePage(url, concat("This is no address: ", error->message));
     g_error_free(error);
     return;
   }
@@ -164,6 +166,7 @@ void PageLoad::reload() {
 
 void PageLoad::stop() {
   unstartedLoad_ = nullptr;
+  cancelRetry();
   loads_.expectNothing();
   if (parts_ && parts_->hangMonitor.isStuck()) return parts_->hangMonitor.endProcess();
   // The failure page loads at once, and its load must finish before another one can start.
@@ -208,14 +211,24 @@ void PageLoad::forgetDestination() {
 
 void PageLoad::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, PageLoad* self) {
   const auto held = self->page_.shared_from_this();
-  if (event == WEBKIT_LOAD_STARTED) self->loadStarted();
-  if (event == WEBKIT_LOAD_COMMITTED) self->loadCommitted();
-  if (event == WEBKIT_LOAD_FINISHED) self->loadFinished();
+  switch (event) {
+    case WEBKIT_LOAD_STARTED:
+      traceStart("load started");
+      return self->loadStarted();
+    case WEBKIT_LOAD_COMMITTED:
+      traceStart("document committed");
+      return self->loadCommitted();
+    case WEBKIT_LOAD_FINISHED:
+      traceStart("load finished");
+      return self->loadFinished();
+    default:
+      return;
+  }
 }
 
 void PageLoad::loadStarted() {
   loads_.started();
-  refused_ = hasWaited_ = false;
+  refused_ = hasWaited_ = isCommitted_ = false;
   isOnItsWay_ = true;
   showingFailure_ = std::exchange(failureFollows_, false);
   if (!showingFailure_) unstartedLoad_ = nullptr;
@@ -228,7 +241,11 @@ void PageLoad::loadCommitted() {
   repeats_ = 0;
   supplied_ = String();
   isOnItsWay_ = false;
-  if (!showingFailure_) cancelRetry();
+  isCommitted_ = true;
+  if (!showingFailure_) {
+    cancelRetry();
+    endedForMemory_ = false;
+  }
   committed();
   updateLocation();
   if (!parts_) return;
@@ -238,6 +255,7 @@ void PageLoad::loadCommitted() {
   if (parts_) parts_->fullScreen.documentGone();
   if (parts_) parts_->apis.documentGone();
   if (!parts_) return;
+  parts_->find.committed();
   parts_->navigation.committed();
   page_.raise(OrvWebEvent::DocumentLoadCommitted);
 }
@@ -259,12 +277,52 @@ void PageLoad::loadFinished() {
   // failure page with its hint does.
   const guint status = statusOf(view_);
   if (setup_.drivesApplication && isFailedStatus(status)) {
-    showFailure(webkit_web_view_get_uri(view_),
-                concat("The answer was ", String::fromUnsignedInteger(status), "."));
+    showFailurePage(webkit_web_view_get_uri(view_),
+                    concat("The answer was ", String::fromUnsignedInteger(status), "."));
   }
+  if (!setup_.drivesApplication && isFailedStatus(status)) explainIfEmpty(status);
   const bool isChrome = setup_.drivesApplication && !failureFollows_;
+  if (!setup_.drivesApplication && isCommitted_ && isFailedStatus(status)) {
+    const String url(webkit_web_view_get_uri(view_));
+    scheduleRetry(url, concat("The answer was ", String::fromUnsignedInteger(status), "."),
+                  [this, url, isOwn = loads_.isOwn()] { loadUrl(url, isOwn); });
+  }
   page_.raise(OrvWebEvent::DocumentLoadFinished);
-  if (isChrome && page_.client()) page_.client()->drivingDocumentLoaded();
+  if (isChrome && page_.client()) {
+    isApplicationLoaded_ = true;
+    page_.client()->drivingDocumentLoaded();
+  }
+}
+
+// Servers send some errors without a document: an empty page would say nothing.
+void PageLoad::explainIfEmpty(guint status) {
+  struct Asked {
+    PageLoad* self;
+    std::weak_ptr<const void> life;
+    String url;
+    guint status;
+  };
+  WebKitWebResource* resource = webkit_web_view_get_main_resource(view_);
+  if (!resource) return;
+  const auto answered = [](GObject* source, GAsyncResult* result, gpointer data) {
+    const std::unique_ptr<Asked> asked(static_cast<Asked*>(data));
+    gsize length = 0;
+    g_free(
+        webkit_web_resource_get_data_finish(WEBKIT_WEB_RESOURCE(source), result, &length, nullptr));
+    // Of an answer without a document the engine has one byte.
+    if (asked->life.expired() || length > 1) return;
+    PageLoad* const self = asked->self;
+    if (asked->url != String(webkit_web_view_get_uri(self->view_)) ||
+        webkit_web_view_is_loading(self->view_)) {
+      return;
+    }
+    self->showInstead("This page is empty", asked->url,
+                      concat("The server has answered with ",
+                             String::fromUnsignedInteger(asked->status), " and nothing else."));
+  };
+  webkit_web_resource_get_data(
+      resource, nullptr, answered,
+      new Asked{this, page_.viewLife(), webkit_web_view_get_uri(view_), status});
 }
 
 void PageLoad::committed() {
@@ -286,10 +344,11 @@ void PageLoad::committed() {
 
 bool PageLoad::mayGo(const String& url, bool isKnown) {
   // The link of the failure page.
-  const bool isRetry = !retryUrl_.isEmpty() && withoutFragment(url) == withoutFragment(retryUrl_);
+  const bool isRetry =
+      retry_ && retry_->linksToIt && withoutFragment(url) == withoutFragment(retry_->url);
   if (isRetry && !showingFailure_ && !failureFollows_) {
-    later(0, [this, retry = retry_] {
-      if (retry == retry_) retryNow();
+    later(0, [this, number = retryNumber_] {
+      if (number == retryNumber_) retryNow();
     });
     return false;
   }
@@ -333,6 +392,7 @@ bool PageLoad::repeatLoad(const gchar* uri) {
 gboolean PageLoad::onLoadFailed(WebKitWebView*, WebKitLoadEvent when, const gchar* uri,
                                 GError* error, PageLoad* self) {
   const auto held = self->page_.shared_from_this();
+  const bool isOfProgram = self->loads_.destination().has_value();
   self->loads_.ended();
   Resources::DocumentEnd provided;
   if (Resources::isStream(uri)) {
@@ -358,78 +418,175 @@ gboolean PageLoad::onLoadFailed(WebKitWebView*, WebKitLoadEvent when, const gcha
   event.message = String(error->message);
   event.status = error->code;
   event.url = String(uri);
+  const unsigned int retryBefore = self->retryNumber_;
   self->page_.raise(event);
-  // If prevented, the chrome shows its own page; it may also have requested another load meanwhile.
-  if (!event.isPreventDefault() && !self->unstartedLoad_) self->showFailure(uri, error->message);
+  // The chrome may have requested another load meanwhile.
+  if (self->view_ && !self->unstartedLoad_ && retryBefore == self->retryNumber_) {
+    std::function<void()> again = self->programLoad_;
+    if (!isOfProgram) again = [self, url = String(uri)] { self->loadUrl(url, false); };
+    self->scheduleRetry(uri, error->message, std::move(again));
+    // If prevented, the chrome shows its own page.
+    if (!event.isPreventDefault()) self->showFailurePage(uri, error->message);
+  }
   self->page_.raise(OrvWebEvent::DocumentLoadFailed);
   return TRUE;
 }
 
+namespace {
+
+// What NetworkError tells of a process that has ended; the engine's own numbers are positive.
+int statusOf(WebKitWebProcessTerminationReason reason) {
+  switch (reason) {
+    case WEBKIT_WEB_PROCESS_CRASHED:
+      return -1;
+    case WEBKIT_WEB_PROCESS_EXCEEDED_MEMORY_LIMIT:
+      return -2;
+    default:
+      return -3;
+  }
+}
+
+}  // namespace
+
 void PageLoad::processEnded(WebKitWebProcessTerminationReason reason) {
-  const char* why = reason == WEBKIT_WEB_PROCESS_EXCEEDED_MEMORY_LIMIT ? "used too much memory"
-                    : reason == WEBKIT_WEB_PROCESS_CRASHED             ? "crashed"
-                                                                       : "was ended";
+  const char* why = "was ended";
+  if (reason == WEBKIT_WEB_PROCESS_CRASHED) {
+    why = "crashed";
+  } else if (endedForMemory_) {
+    why = "used too much memory";
+  }
   const char* uri = webkit_web_view_get_uri(view_);
   logAlways(LogError,
             "The web process of %s %s. The program goes on; loading again starts a new one.%s%s",
             uri ? uri : "a page", why, failureHint_.isEmpty() ? "" : " ", failureHint_.utf8());
-  failureFollows_ = showingFailure_ = repeating_ = isOnItsWay_ = false;
+  failureFollows_ = showingFailure_ = repeating_ = isOnItsWay_ = isApplicationLoaded_ = false;
   loads_.ended();
   const String message = concat("The process of this page ", why, ".");
+  const String url(uri);
   if (setup_.drivesApplication) {
     if (!retries_.processEnded(Retries::Clock::now())) return page_.client()->gaveUp();
     page_.client()->drivingProcessEnded();
     // A load that was sent to the dying process is repeated with the program's.
-    const String home = loads_.home().isEmpty() ? String(uri) : loads_.home();
-    unstartedLoad_ = [this, home, message] { showFailure(home, message); };
+    const String home = loads_.home().isEmpty() ? url : loads_.home();
+    unstartedLoad_ = [this, home, message] { showFailurePage(home, message); };
     return startLater();
   }
   // A load that was sent to the dying process is lost: repeat it.
   if (const auto load = std::exchange(unstartedLoad_, nullptr)) return load();
   OrvWebNetworkErrorEvent event;
   event.message = message;
-  event.url = String(uri);
+  event.status = statusOf(reason);
+  event.url = url;
+  const unsigned int retryBefore = retryNumber_;
   page_.raise(event);
-  if (!event.isPreventDefault() && view_ && !unstartedLoad_) {
-    unstartedLoad_ = [this, url = String(uri), message] { showFailure(url, message); };
-    startLater();
+  if (view_ && !unstartedLoad_ && retryBefore == retryNumber_) {
+    std::function<void()> again = programLoad_;
+    if (!again || url != loads_.home()) {
+      again = [this, url, isOwn = loads_.isOwn()] { loadUrl(url, isOwn); };
+    }
+    scheduleRetry(url, message, std::move(again));
+    // A hidden page needs no process until it is loaded again.
+    if (!event.isPreventDefault() && !(retry_ && isHidden())) {
+      unstartedLoad_ = [this, url, message] { showInstead("This page has ended", url, message); };
+      startLater();
+    }
   }
   page_.raise(OrvWebEvent::DocumentLoadFailed);
 }
 
 void PageLoad::showFailure(const String& uri, const String& reason) {
+  std::function<void()> again = programLoad_;
+  if (!loads_.destination()) again = [this, uri] { loadUrl(uri, false); };
+  if (!setup_.drivesApplication) scheduleRetry(uri, reason, std::move(again));
+  showFailurePage(uri, reason);
+}
+
+void PageLoad::showFailurePage(const String& uri, const String& reason) {
   if (!view_) return;
   logAlways(LogError, "%s could not be loaded: %s %s", uri.utf8(), reason.utf8(),
             failureHint_.utf8());
+  showInstead("This page could not be loaded", uri, reason);
+}
+
+void PageLoad::showInstead(const char* title, const String& uri, const String& reason) {
+  if (!view_) return;
   unstartedLoad_ = nullptr;
   loads_.substitute(uri.isEmpty() ? "about:blank" : uri);
   failureFollows_ = true;
   supplied_ = uri;
-  const unsigned int pause = setup_.drivesApplication ? retryLater(uri) : 0;
-  webkit_web_view_load_alternate_html(view_, failurePage(uri, reason, failureHint_, pause).utf8(),
+  if (setup_.drivesApplication) scheduleRetry(uri, reason, programLoad_);
+  if (retry_) retry_->linksToIt = true;
+  const unsigned int pause = retry_ ? retry_->pause : 0;
+  webkit_web_view_load_alternate_html(view_,
+                                      failurePage(title, uri, reason, failureHint_, pause).utf8(),
                                       uri.isEmpty() ? "about:blank" : uri.utf8(), nullptr);
 }
 
-// In so many seconds; never for what is no address, and will be none then.
-unsigned int PageLoad::retryLater(const String& url) {
-  if (!g_uri_is_valid(url.utf8(), G_URI_FLAGS_PARSE_RELAXED, nullptr)) return 0;
+void PageLoad::setAutoReload(bool enabled) {
+  autoReload_ = enabled;
+  if (!enabled && !setup_.drivesApplication) cancelRetry();
+}
+
+bool PageLoad::isTriedAgain() const {
+  return setup_.drivesApplication || autoReload_.value_or(endedForMemory_);
+}
+
+bool PageLoad::isHidden() const {
+  return !setup_.drivesApplication && !gtk_widget_get_mapped(GTK_WIDGET(view_));
+}
+
+void PageLoad::memoryExceeded(OrvWebMemoryExcess excess, int pid) {
+  endedForMemory_ = true;
+  excess.process = pid;
+  if (page_.client()) page_.client()->memoryExceeded(excess);
+}
+
+// Not what is no address: it will be none later.
+void PageLoad::scheduleRetry(const String& url, const String& reason, std::function<void()> load) {
+  cancelRetry();
+  if (!isTriedAgain() || !g_uri_is_valid(url.utf8(), G_URI_FLAGS_PARSE_RELAXED, nullptr)) return;
   const auto pause = retries_.pauseAfterFailure(Retries::Clock::now());
-  retryUrl_ = asRequested(url);
-  later(static_cast<guint>(pause / std::chrono::milliseconds(1)), [this, retry = ++retry_] {
-    if (retry == retry_) retryNow();
+  retry_ = Retry{asRequested(url), std::move(load), static_cast<unsigned int>(pause.count())};
+  const auto delay = static_cast<guint>(pause / std::chrono::milliseconds(1));
+  later(delay, [this, number = retryNumber_] {
+    if (number == retryNumber_) retryDue();
   });
-  return static_cast<unsigned int>(pause.count());
+  OrvWebRetry scheduled;
+  scheduled.delay = static_cast<int>(delay);
+  scheduled.reason = reason;
+  scheduled.url = url;
+  scheduled.whenShown = isHidden();
+  if (!setup_.drivesApplication && page_.client()) page_.client()->retryScheduled(scheduled);
 }
 
 void PageLoad::cancelRetry() {
-  ++retry_;
-  retryUrl_ = String();
+  ++retryNumber_;
+  retry_.reset();
+}
+
+void PageLoad::retryDue() {
+  if (!view_) return;
+  if (isHidden()) {
+    retry_->isDue = true;
+  } else if (isOnItsWay_ && !showingFailure_) {
+    // Another load, which may end without a document.
+    constexpr guint lookAgain = 1000;  // milliseconds
+    later(lookAgain, [this, number = retryNumber_] {
+      if (number == retryNumber_) retryDue();
+    });
+  } else {
+    retryNow();
+  }
+}
+
+void PageLoad::shown() {
+  if (retry_ && retry_->isDue) retryDue();
 }
 
 void PageLoad::retryNow() {
-  logAlways(LogNotice, "%s is tried again.", loads_.home().utf8());
+  logAlways(LogNotice, "%s is tried again.", retry_->url.utf8());
   // Copied, because the call may replace it.
-  const auto load = programLoad_;
+  const auto load = retry_->load;
   if (load) load();
 }
 

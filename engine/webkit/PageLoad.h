@@ -10,6 +10,7 @@
 #include <webkit2/webkit2.h>
 
 #include <functional>
+#include <optional>
 
 struct PageParts;
 namespace link_protocol {
@@ -33,6 +34,12 @@ class PageLoad final : public LoadControl {
   void reload();
   void stop();
   void loadUrl(const String& url, bool isOfProgram);
+  // See Page::setAutoReload.
+  void setAutoReload(bool enabled);
+  // The view can be seen again: what waits for that is loaded.
+  void shown();
+  // The page's process is about to end for that, or has ended. The page may be closed afterwards.
+  void memoryExceeded(OrvWebMemoryExcess excess, int pid);
   // Plain text that is shown with a failed load; see Page::setDrivesApplication.
   void setFailureHint(const String& hint) { failureHint_ = hint; }
   // There must be a view. The page may be closed afterwards.
@@ -48,6 +55,7 @@ class PageLoad final : public LoadControl {
   TrustedLoads& trustedLoads() override { return loads_; }
   bool mayGo(const String& url, bool isKnown) override;
   const String& shownAddress() const override { return shownAddress_; }
+  bool isApplicationLoaded() const override { return isApplicationLoaded_; }
 
  private:
   static void onLocation(WebKitWebView*, GParamSpec*, PageLoad* self);
@@ -58,7 +66,9 @@ class PageLoad final : public LoadControl {
   void loadStarted();
   void loadCommitted();
   void loadFinished();
+  void explainIfEmpty(guint status);
   void committed();
+  void showInstead(const char* title, const String& uri, const String& reason);
 
   // The encoding may be empty: it is found out then.
   void loadContent(const String& content, const String& mimeType, const String& encoding,
@@ -73,7 +83,19 @@ class PageLoad final : public LoadControl {
   bool repeatLoad(const gchar* uri);
   void loadOfProgram(const std::function<void()>& load);
   void redrawAfterLoad();
-  unsigned int retryLater(const String& url);
+  // What is loaded again after a failure, and when; nothing for a page that is not.
+  struct Retry {
+    String url;
+    std::function<void()> load;
+    unsigned int pause = 0;  // in seconds
+    bool isDue = false;      // and waits until the page is shown
+    bool linksToIt = false;  // the failure page does
+  };
+  void showFailurePage(const String& url, const String& reason);
+  bool isTriedAgain() const;
+  bool isHidden() const;
+  void scheduleRetry(const String& url, const String& reason, std::function<void()> load);
+  void retryDue();
   void retryNow();
   void cancelRetry();
 
@@ -82,6 +104,7 @@ class PageLoad final : public LoadControl {
   WebKitWebView* view_ = nullptr;
   PageParts* parts_ = nullptr;  // null without a view
   String failureHint_;
+  bool isApplicationLoaded_ = false;
   String supplied_;              // the address of a text that is loaded; empty for none
   bool failureFollows_ = false;  // the next load to start is that of a failure page
   bool showingFailure_ = false;  // the load that goes on is
@@ -90,14 +113,15 @@ class PageLoad final : public LoadControl {
   unsigned int repeats_ = 0;     // of one load, in a row
   TrustedLoads loads_;
   String shownAddress_;
-  bool isOnItsWay_ = false;  // a load has started and is not committed
-  bool refused_ = false;     // the load in progress was
-  bool hasWaited_ = false;   // isTrusted() timed out during this load
-  // Of the page that drives the application: the program's own load, the last one; and the address
-  // that the failure page links to while that is to be tried again, else empty.
-  std::function<void()> programLoad_;
-  String retryUrl_;
-  unsigned int retry_ = 0;  // counts what was to be tried again, and what came in between
+  bool isOnItsWay_ = false;            // a load has started and is not committed
+  bool refused_ = false;               // the load in progress was
+  bool hasWaited_ = false;             // isTrusted() timed out during this load
+  bool isCommitted_ = false;           // the load that goes on or was the last
+  std::function<void()> programLoad_;  // the program's own load, the last one
+  std::optional<bool> autoReload_;     // what the chrome has said
+  bool endedForMemory_ = false;        // and was not loaded since
+  std::optional<Retry> retry_;
+  unsigned int retryNumber_ = 0;  // counts what was to be tried again, and what came in between
   Retries retries_;
   std::function<void()> unstartedLoad_;  // requested, not yet confirmed by the web process
 };

@@ -3,6 +3,7 @@
 
 #include "engine/webkit/features/HangMonitor.h"
 #include "engine/webkit/features/PageApis.h"
+#include "engine/webkit/features/PageAutomation.h"
 #include "engine/webkit/features/PageFind.h"
 #include "engine/webkit/features/PageFit.h"
 #include "engine/webkit/features/PageForms.h"
@@ -37,7 +38,8 @@ struct PageParts {
         inspector(page, view),
         fullScreen(page, view),
         fit(page, view),
-        apis(page) {}
+        apis(page),
+        automation(page, view) {}
 
   HangMonitor hangMonitor;
   PageInput input;  // before the settings, which may take the input method away
@@ -55,4 +57,5 @@ struct PageParts {
   PageFullScreen fullScreen;
   PageFit fit;
   PageApis apis;
+  PageAutomation automation;
 };

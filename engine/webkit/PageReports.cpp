@@ -101,6 +101,17 @@ String onFunctionResult(WebKitPage& page, const Details& details) {
   return {};
 }
 
+// A text, a file and a line; what was no script's has no line, or no file either.
+String onProblem(WebKitPage& page, const Details& details) {
+  if (!page.client() || details.values().size() != 3) return {};
+  const double line = details.values()[2].numberValue();
+  String place = details.text(1);
+  if (!place.isEmpty() && line > 0) place = concat(place, ":", String::fromNumber(line));
+  page.client()->problem(place.isEmpty() ? details.text(0)
+                                         : concat(place, ": ", details.text(0)));
+  return {};
+}
+
 String onWindowObjectCleared(WebKitPage& page) {
   OrvWebJavaScriptWindowObjectClearedEvent event;
   page.raise(event);
@@ -310,6 +321,8 @@ String handleReport(WebKitPage& page, const link_protocol::PageReport& report) {
     case ReportKind::exception:
       return raiseEvent<Exception, &Exception::exception, &Exception::file, &Exception::line>(
           page, details);
+    case ReportKind::problem:
+      return onProblem(page, details);
     case ReportKind::functionResult:
       return onFunctionResult(page, details);
     case ReportKind::oversized:

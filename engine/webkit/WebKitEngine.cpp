@@ -3,11 +3,11 @@
 
 #include "engine/autofill/FormHistory.h"
 #include "engine/autofill/PasswordStore.h"
+#include "engine/webkit/Automation.h"
 #include "engine/webkit/WebKitPage.h"
 #include "engine/webkit/inspector/EngineInspector.h"
 #include "engine/webkit/link/WebProcessLinks.h"
 #include "engine/webkit/network/Downloads.h"
-#include "engine/webkit/network/LocalScheme.h"
 #include "engine/webkit/network/Resources.h"
 #include "engine/webkit/network/SharedCookies.h"
 #include "platform/base/Log.h"
@@ -22,6 +22,24 @@ using Tessel::Platform::LogNotice;
 using Tessel::Platform::PageSandbox;
 using Tessel::Platform::runtimeFolder;
 using Tessel::Platform::Graphics::Window;
+
+namespace {
+
+// Seconds between two looks of a process at its memory; the engine's own 30 would let a page take
+// gigabytes meanwhile.
+constexpr double memoryInterval = 2;
+
+// Null for no limit.
+WebKitMemoryPressureSettings* memoryLimits(unsigned int mebibytes) {
+  if (mebibytes == 0) return nullptr;
+  WebKitMemoryPressureSettings* limits = webkit_memory_pressure_settings_new();
+  webkit_memory_pressure_settings_set_memory_limit(limits, mebibytes);
+  webkit_memory_pressure_settings_set_kill_threshold(limits, 1);
+  webkit_memory_pressure_settings_set_poll_interval(limits, memoryInterval);
+  return limits;
+}
+
+}  // namespace
 
 WebKitEngine::WebKitEngine()
     : inspector_(std::make_unique<EngineInspector>()),
@@ -47,9 +65,18 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
   }
   engine->moduleFolder_ = places.moduleFolder;
 
+  engine->processMemoryLimit_ = places.processMemoryLimit;
+  if (WebKitMemoryPressureSettings* limits = memoryLimits(places.processMemoryLimit)) {
+    // Before any process that loads is started.
+    webkit_website_data_manager_set_memory_pressure_settings(limits);
+    webkit_memory_pressure_settings_free(limits);
+  }
   WebKitWebsiteDataManager* data = nullptr;
-  engine->dataFolder_ = claimDataFolder(places.dataName);
-  if (engine->dataFolder_.lock.get() >= 0) {
+  const bool isEphemeral = places.automation != AutomationMode::Off;
+  if (!isEphemeral) engine->dataFolder_ = claimDataFolder(places.dataName);
+  if (isEphemeral) {
+    data = webkit_website_data_manager_new_ephemeral();
+  } else if (engine->dataFolder_.lock.get() >= 0) {
     data = webkit_website_data_manager_new("base-data-directory", engine->dataFolder_.data.c_str(),
                                            "base-cache-directory",
                                            engine->dataFolder_.cache.c_str(), nullptr);
@@ -58,11 +85,10 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
               engine->dataFolder_.data.c_str(), std::strerror(errno));
     data = webkit_website_data_manager_new_ephemeral();
   }
-  engine->context_ = WEBKIT_WEB_CONTEXT(
-      g_object_new(WEBKIT_TYPE_WEB_CONTEXT, "website-data-manager", data, nullptr));
-  g_object_unref(data);
+  engine->context_ = engine->makeContext(data);
   engine->inspector_->shut();
-  engine->localRoot_ = places.localRoot;
+  engine->automation_ = std::make_unique<Automation>(places.automation, engine->context_);
+  engine->local_ = places.local;
   engine->sandbox_ = places.sandbox;
   if (places.sandbox == PageSandbox::Bubblewrap) Tessel::Platform::removeSandboxFilesAtExit();
   engine->prepare(engine->context_);
@@ -85,6 +111,7 @@ std::unique_ptr<WebKitEngine> WebKitEngine::create(const Places& places, std::st
 }
 
 WebKitEngine::~WebKitEngine() {
+  automation_.reset();
   downloads_.reset();
   cookies_.reset();
   for (WebKitWebContext** context : {&context_, &privateContext_}) {
@@ -94,8 +121,8 @@ WebKitEngine::~WebKitEngine() {
 }
 
 EngineServices WebKitEngine::services() {
-  return {localRoot_, *downloads_, *inspector_,  *formHistory_,
-          *links_,    *passwords_, *proxyLogin_, *resources_};
+  return {local_,      *downloads_,  *inspector_, *formHistory_,      *links_,
+          *passwords_, *proxyLogin_, *resources_, automation_->mode()};
 }
 
 void WebKitEngine::forget(AutofillData what) {
@@ -116,14 +143,27 @@ void WebKitEngine::prepare(WebKitWebContext* context) {
   webkit_website_data_manager_set_persistent_credential_storage_enabled(
       webkit_web_context_get_website_data_manager(context), FALSE);
   g_signal_connect(context, "initialize-web-extensions", G_CALLBACK(onInitializeModules), this);
-  serveLocalScheme(context, localRoot_);
+  serveLocalScheme(context, local_);
   resources_->serve(context);
 }
 
+// Takes the reference.
+WebKitWebContext* WebKitEngine::makeContext(WebKitWebsiteDataManager* data) const {
+  WebKitMemoryPressureSettings* const limits = memoryLimits(processMemoryLimit_);
+  auto* const context =
+      WEBKIT_WEB_CONTEXT(g_object_new(WEBKIT_TYPE_WEB_CONTEXT, "website-data-manager", data,
+                                      "memory-pressure-settings", limits, nullptr));
+  if (limits) webkit_memory_pressure_settings_free(limits);
+  g_object_unref(data);
+  return context;
+}
+
 WebKitWebContext* WebKitEngine::context(bool isPrivate) {
-  if (!isPrivate) return context_;
+  // One context can be driven. It forgets everything in any case, but what pages of other views
+  // leave is seen in private ones.
+  if (!isPrivate || automation_->mode() == AutomationMode::Pages) return context_;
   if (!privateContext_) {
-    privateContext_ = webkit_web_context_new_ephemeral();
+    privateContext_ = makeContext(webkit_website_data_manager_new_ephemeral());
     prepare(privateContext_);
     downloads_->listenTo(privateContext_);
   }

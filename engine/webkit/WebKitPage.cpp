@@ -3,6 +3,7 @@
 
 #include "engine/OrvWebEvents.h"
 #include "engine/autofill/PasswordStore.h"
+#include "engine/webkit/Automation.h"
 #include "engine/webkit/PageConnection.h"
 #include "engine/webkit/PageLoad.h"
 #include "engine/webkit/PageParts.h"
@@ -16,6 +17,7 @@
 #include "engine/webkit/network/SiteDataStore.h"
 #include "platform/base/Log.h"
 #include "platform/graphics/gtk/GtkWindowSystem.h"
+#include "platform/os/MemoryStats.h"
 
 #include <algorithm>
 #include <array>
@@ -69,13 +71,16 @@ std::shared_ptr<WebKitPage> WebKitPage::self() {
 WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
   if (!client()) return nullptr;
   WebKitSettings* settings = PageSettings::make(client()->settings());
+  WebKitWebContext* const context = engine_.context(client()->settings().isPrivateBrowsing);
   // A window that a page opens shares its opener's web process: the engine requires it.
   auto* created = WEBKIT_WEB_VIEW(
       opener ? g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", opener, "settings", settings,
                             "user-content-manager", webkit_user_content_manager_new(), nullptr)
-             : g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context",
-                            engine_.context(client()->settings().isPrivateBrowsing), "settings",
-                            settings, nullptr));
+             : g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", context, "settings", settings,
+                            "is-controlled-by-automation",
+                            gboolean(engine_.automation().drives(context, drivesApplication())),
+                            "automation-presentation-type",
+                            WEBKIT_AUTOMATION_BROWSING_CONTEXT_PRESENTATION_TAB, nullptr));
   g_object_unref(settings);
   if (!GtkWindowSystem::embed(window(), GTK_WIDGET(created))) {
     g_object_ref_sink(created);
@@ -94,6 +99,7 @@ WebKitWebView* WebKitPage::makeView(WebKitWebView* opener) {
   connect("notify::zoom-level", onZoom);
   connect("notify::favicon", onFavicon);
   connect("web-process-terminated", onProcessEnded);
+  connect("map", onMapped);
   parts_ = std::make_shared<PageParts>(*this, view_);
   load_->setParts(parts_.get());
   parts_->settings.setAllowedOrigins(allowedOrigins_);
@@ -157,6 +163,17 @@ void WebKitPage::reload() {
 
 void WebKitPage::stop() {
   load_->stop();
+}
+
+void WebKitPage::setAutoReload(bool enabled) {
+  load_->setAutoReload(enabled);
+}
+
+void WebKitPage::endProcess(const OrvWebMemoryExcess* excess) {
+  const auto held = self();
+  if (!view_ || connection_->pid() == 0) return;
+  if (excess) load_->memoryExceeded(*excess, connection_->pid());
+  if (view_) webkit_web_view_terminate_web_process(view_);
 }
 
 void WebKitPage::goBack() {
@@ -253,10 +270,25 @@ void WebKitPage::bindCallbackObject(bool bound, const std::vector<String>& furth
 void WebKitPage::setDrivesApplication(const String& loadFailureHint) {
   load_->setFailureHint(loadFailureHint);
   connection_->setDrivesApplication();
+  engine_.automation().setApplication(weak_from_this());
 }
 
 bool WebKitPage::drivesApplication() const {
   return connection_->setup().drivesApplication;
+}
+
+std::shared_ptr<PageContext> WebKitPage::windowForAutomation() {
+  const auto held = shared_from_this();
+  if (!view()) return nullptr;
+  if (wants(OrvWebEvent::OpenWindow)) {
+    OrvWebOpenWindowEvent event;
+    if (auto given = parts_->windows.ask(event)) {
+      if (!*given) logAlways(LogError, "The chrome refuses the window that WebDriver asks for.");
+      return *std::move(given);
+    }
+    if (!client()) return nullptr;
+  }
+  return std::dynamic_pointer_cast<PageContext>(client()->pageOf(client()->makeOwnWindow()));
 }
 
 bool WebKitPage::askWhetherAlive() {
@@ -347,31 +379,33 @@ void WebKitPage::keepProxyLogin(const String& username, const String& password) 
   services().proxyLogin = {{}, username, password};
 }
 
-void WebKitPage::runScript(const String& script, bool isolated, const String& resultId) {
+void WebKitPage::runScript(const String& script, const ScriptOptions& options, ScriptDone done) {
   if (!view()) return;
   struct Running {
     std::weak_ptr<PageContext> page;
-    String resultId;
+    bool asJson;
+    ScriptDone done;
   };
   webkit_web_view_evaluate_javascript(
       view_, script.utf8(), static_cast<gssize>(script.length()),
-      isolated ? "pagehost-isolated" : nullptr, nullptr, nullptr,
+      options.isolated ? "pagehost-isolated" : nullptr, nullptr, nullptr,
       [](GObject* view, GAsyncResult* result, gpointer data) {
         const std::unique_ptr<Running> running(static_cast<Running*>(data));
         GError* error = nullptr;
         JSCValue* value =
             webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(view), result, &error);
-        OrvWebJavaScriptResultEvent event;
-        event.resultId = running->resultId;
-        event.resultType = value ? resultTypeOf(value) : OrvWebJavaScriptResultType::JSException;
-        gchar* text = value ? jsc_value_to_string(value) : nullptr;
-        event.resultString = String(value ? text : error->message);
-        g_free(text);
+        const auto type = value ? resultTypeOf(value) : OrvWebJavaScriptResultType::JSException;
+        gchar* const own = !value            ? g_strdup(error->message)
+                           : running->asJson ? jsc_value_to_json(value, 0)
+                                             : jsc_value_to_string(value);
+        const String text(own);
+        g_free(own);
         g_clear_object(&value);
         g_clear_error(&error);
-        if (const auto page = running->page.lock()) page->raise(event);
+        const auto page = running->page.lock();
+        if (page && page->client()) running->done(type, text);
       },
-      new Running{weak_from_this(), resultId});
+      new Running{weak_from_this(), options.asJson, std::move(done)});
 }
 
 void WebKitPage::inspectorMessage(const String& message, bool connected) {
@@ -485,12 +519,25 @@ void WebKitPage::onZoom(WebKitWebView* view, GParamSpec*, WebKitPage* page) {
   self->updateScale();
 }
 
+void WebKitPage::onMapped(GtkWidget*, WebKitPage* page) {
+  const auto self = page->self();
+  self->load_->shown();
+}
+
 void WebKitPage::onProcessEnded(WebKitWebView*, WebKitWebProcessTerminationReason reason,
                                 WebKitPage* page) {
   const auto self = page->self();
+  const int pid = self->connection_->pid();
   self->connection_->processEnded();
   if (self->parts_) self->parts_->hangMonitor.processEnded();
   if (self->parts_) self->parts_->fullScreen.documentGone();
   if (!self->view_) return;
-  self->load_->processEnded(reason);
+  if (reason == WEBKIT_WEB_PROCESS_EXCEEDED_MEMORY_LIMIT) {
+    OrvWebMemoryExcess excess;
+    excess.limit = self->engine_.processMemoryLimit();
+    excess.bytes = std::max(excess.limit(), Tessel::Platform::privateMemoryOf(pid));
+    excess.reason = "process";
+    self->load_->memoryExceeded(excess, pid);
+  }
+  if (self->view_) self->load_->processEnded(reason);
 }

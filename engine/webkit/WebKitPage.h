@@ -30,6 +30,8 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   void loadText(const String& text, const String& mimeType, const String& baseURL) override;
   void reload() override;
   void stop() override;
+  void setAutoReload(bool enabled) override;
+  void endProcess(const OrvWebMemoryExcess* excess) override;
   void goBack() override;
   void goForward() override;
   std::vector<OrvWebHistoryItem> history() override;
@@ -47,7 +49,7 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   void setCallbackObjectEnabled(bool enabled) override;
   void bindCallbackObject(bool bound, const std::vector<String>& furtherOrigins) override;
   void setDrivesApplication(const String& loadFailureHint) override;
-  void runScript(const String& script, bool isolated, const String& resultId) override;
+  void runScript(const String& script, const ScriptOptions& options, ScriptDone done) override;
   void act(PageAction action, std::vector<JavaScriptVariant> arguments) override;
   using Page::act;
   void setZoom(double level) override;
@@ -85,6 +87,7 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   bool becomeWindowOf(WebKitWebView* opener) override {
     return !view_ && makeView(opener) != nullptr;
   }
+  std::shared_ptr<PageContext> windowForAutomation() override;
   LoadControl& loadControl() override;
   bool drivesApplication() const override;
   bool askWhetherAlive() override;
@@ -102,6 +105,7 @@ class WebKitPage final : public Page, public LinkedPage, public PageContext {
   static void onProgress(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onZoom(WebKitWebView*, GParamSpec*, WebKitPage* self);
   static void onFavicon(WebKitWebView*, GParamSpec*, WebKitPage* self);
+  static void onMapped(GtkWidget*, WebKitPage* self);
   static void onProcessEnded(WebKitWebView*, WebKitWebProcessTerminationReason reason,
                              WebKitPage* self);
 

@@ -36,7 +36,10 @@ bool isUtf8Continuation(char byte) {
 void setupApplicationLogging(const char* name) {
   std::snprintf(processName, sizeof processName, "%s", name ? name : "");
   const char* level = std::getenv(logLevelVariable);
-  highestLevel = level && std::strcmp(level, "error") == 0 ? LogError : LogNotice;
+  const auto* const word = std::ranges::find(logLevelWords, std::string_view(level ? level : ""));
+  highestLevel = word == std::end(logLevelWords)
+                     ? LogNotice
+                     : static_cast<int>(word - std::begin(logLevelWords));
 }
 
 bool standardErrorTakesALine() {
@@ -56,9 +59,9 @@ void logAlways(int level, const char* format, ...) {
 
   // Two bytes more than a line: one to detect truncation, one for the terminator.
   char line[MaximumLine + 2];
-  int length = std::snprintf(line, sizeof line, "[%s] %s %d %lld.%06ld ",
-                             level == LogError ? "error" : "notice", processName, getpid(),
-                             static_cast<long long>(now.tv_sec), now.tv_nsec / 1000);
+  int length =
+      std::snprintf(line, sizeof line, "[%s] %s %d %lld.%06ld ", logLevelWords[level].data(),
+                    processName, getpid(), static_cast<long long>(now.tv_sec), now.tv_nsec / 1000);
   if (missing > 0) {
     length += std::snprintf(line + length, sizeof line - static_cast<std::size_t>(length),
                             "(%u lines missing) ", missing);

@@ -1,11 +1,17 @@
 // The log: one line on standard error per entry. Any thread; safe after a fork; never blocks.
 #pragma once
 
+#include <string_view>
+
 namespace Tessel::Platform {
 
-enum LogLevel : int { LogError = 0, LogNotice = 1 };
+enum LogLevel : int { LogError = 0, LogNotice = 1, LogTrace = 2 };
 
-// The environment variable for the log level: "error" suppresses notices.
+// Their names, in order.
+inline constexpr std::string_view logLevelWords[] = {"error", "notice", "trace"};
+
+// The environment variable for the log level: a word, by default "notice". What is above it is not
+// logged.
 inline constexpr const char* logLevelVariable = "PAGEHOST_LOG_LEVEL";
 
 // Sets the process name for all later lines and reads the variable. Call it once at the start of
@@ -16,6 +22,11 @@ void setupApplicationLogging(const char* processName);
 // so that writes to a pipe are atomic, and line breaks become spaces. If standard error would
 // block, the line is dropped; the next line that is written reports the number of dropped ones.
 void logAlways(int level, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+// Logs that the start of a process, a web view or a page has come so far, for bench/trace-start.
+inline void traceStart(const char* step) {
+  logAlways(LogTrace, "Start: %s", step);
+}
 
 // Whether a line can be written to standard error without blocking and without SIGPIPE.
 bool standardErrorTakesALine();

@@ -4,6 +4,8 @@
 // file, the bytes are in there instead.
 #include "platform/channel/ChannelSocket.h"
 
+#include "platform/sockets/MemoryFile.h"
+
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
@@ -31,20 +33,6 @@ struct DatagramHeader {
 static_assert(sizeof(DatagramHeader) == 16);
 
 using Lengths = std::array<std::uint32_t, BlobList::capacity>;
-
-constexpr int seals = F_SEAL_SEAL | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE;
-
-UniqueFd fileOf(const std::string& content) {
-  UniqueFd file(::memfd_create("message", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-  if (!file) return file;
-  for (std::size_t written = 0; written < content.size();) {
-    const ssize_t count = ::write(file.get(), content.data() + written, content.size() - written);
-    if (count < 0 && errno != EINTR) return UniqueFd();
-    if (count > 0) written += static_cast<std::size_t>(count);
-  }
-  if (::fcntl(file.get(), F_ADD_SEALS, seals) != 0) return UniqueFd();
-  return file;
-}
 
 }  // namespace
 
@@ -92,7 +80,7 @@ constexpr std::size_t smallDatagram = 8192;
 
 ssize_t ChannelSocket::sendNow(const Datagram& datagram) const {
   if (datagram.fileContent.empty()) return trySend(socket_.get(), datagram.bytes);
-  const UniqueFd file = fileOf(datagram.fileContent);
+  const UniqueFd file = sealedFile(datagram.fileContent);
   // Without a descriptor it waits, as for room.
   if (!file && (errno == EMFILE || errno == ENFILE)) errno = EAGAIN;
   if (!file || trySend(socket_.get(), datagram.bytes, file.get()) < 0) return -1;
@@ -180,7 +168,7 @@ ChannelSocket::Outcome ChannelSocket::receive(ReceivedMessage& message) {
   if (inFile) {
     struct stat status {};
     // Sealed, it can neither change nor shrink under the reader.
-    if (::fcntl(file.get(), F_GET_SEALS) != seals || ::fstat(file.get(), &status) != 0 ||
+    if (::fcntl(file.get(), F_GET_SEALS) != memoryFileSeals || ::fstat(file.get(), &status) != 0 ||
         status.st_size != static_cast<off_t>(header.size) || header.size == 0) {
       return Outcome::Malformed;
     }

@@ -1,16 +1,20 @@
-// The control: a socket in the user's run-time folder by which a person or a test raises any
-// notification and sees what the chrome asks for. Main thread.
+// The control socket in the user's run-time folder, by which a person or a test controls the
+// program, raises any notification and sees what the chrome asks for. Main thread.
 //
-// Each line of a client is a list of texts as JSON, and each is answered by one line:
-//   ["raise", "onWindowState", "fullscreen"]   {"ok":true} or {"error":"..."}
-//   ["watch"]                                  {"ok":true}, and from then on each request of the
-//                                              chrome: {"request":"addURI","arguments":["..."]}
-// A line has 64 KiB at most, and there are 16 clients at most; who sends more, or does not read
-// what it is sent, is cut off. Clients are processes of the same user or of root, by the kernel's
-// word.
+// Each line of a client is a list of texts as JSON, and each is answered by one line, in order:
+//   ["status"], any row of Commands.def      {"ok":true}, with "value" for one that tells
+//                                            something, or {"error":"..."}
+//   ["raise", "onWindowState", "fullscreen"] {"ok":true} or {"error":"..."}
+//   ["watch"]                                {"ok":true}, and from then on each request of the
+//                                            chrome: {"request":"addURI","arguments":["..."]}
+// A file comes with its answer, as a descriptor (SCM_RIGHTS). A line has 64 KiB at most, and there
+// are 16 clients at most; who sends more, or does not read what it is sent, is cut off. Clients are
+// processes of the same user or of root, by the kernel's word. For the program's own child
+// processes there are no commands.
 #pragma once
 
 #include "platform/base/UniqueFd.h"
+#include "platform/control/ControlCommands.h"
 #include "platform/sockets/AcceptSource.h"
 #include "platform/sockets/LocalSocket.h"
 
@@ -27,8 +31,10 @@ class ControlSocket {
   static std::string pathOf(int pid);
   static constexpr const char* namePrefix = "control-";
 
-  // Listens at that path, which must not be there yet; null with errno set when that fails.
-  static std::unique_ptr<ControlSocket> open(const std::string& path);
+  // Listens at that path, which must not be there yet; null with errno set when that fails. The
+  // handler outlives it; without one there are no commands.
+  static std::unique_ptr<ControlSocket> open(const std::string& path,
+                                             ControlHandler* handler = nullptr);
   // The path goes with it.
   ~ControlSocket();
   ControlSocket(const ControlSocket&) = delete;
@@ -37,14 +43,15 @@ class ControlSocket {
  private:
   class Client;
 
-  explicit ControlSocket(LocalListener listener);
+  ControlSocket(LocalListener listener, ControlHandler* handler);
   void accept(UniqueFd socket);
   void remove(Client* client);
   // To all clients that watch.
   void tellWatchers(const std::string& line);
 
   LocalListener listener_;
-  std::vector<std::unique_ptr<Client>> clients_;
+  ControlHandler* const handler_;
+  std::vector<std::shared_ptr<Client>> clients_;
   AcceptSource source_;
 };
 

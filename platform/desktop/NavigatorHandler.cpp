@@ -23,6 +23,9 @@ std::vector<String> textsOf(const Values&... values) {
 bool isEmpty(bool answer) {
   return !answer;
 }
+bool isEmpty(int answer) {
+  return answer == 0;
+}
 bool isEmpty(const String& answer) {
   return answer.isEmpty();
 }

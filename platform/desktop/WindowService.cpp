@@ -70,7 +70,7 @@ void WindowService::closeWindow() {
         auto* service = static_cast<WindowService*>(self);
         service->closing_ = 0;
         if (Graphics::WindowListener* listener = service->window_.listener()) {
-          listener->windowCloseRequested();
+          listener->windowEndRequested();
         }
         return G_SOURCE_REMOVE;
       },

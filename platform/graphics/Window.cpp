@@ -18,11 +18,13 @@ namespace {
 // A handle is the group of the process that allocated it, followed by a sequence number.
 constexpr int groupShift = 20;
 constexpr int lastNumber = (1 << groupShift) - 1;
+// Far from the handles of web views, which begin at 1: one that is taken for the other names nothing.
+constexpr int firstNumber = 100'000;
 static_assert(Window::lastHandleGroup == std::numeric_limits<int>::max() >> groupShift);
 
 struct Registry {
   int base = 0;
-  int number = 0;
+  int number = firstNumber - 1;
   std::map<int, Window*> byHandle;
   std::map<String, Window*> topLevels;
 };
@@ -145,14 +147,17 @@ void Window::windowPlaced(const IntRect& rect, bool fillsParent) {
 void Window::setWindowRectangle(const IntRect& wanted) {
   const IntRect rect = displayable(wanted);
   const bool isKnown = !surface_ || !surface_->isMovedByOthers();
-  if (isKnown && !state_.fillsParent && state_.rect == rect) return;
+  const bool fillsScreen = state_.fullScreen == FullScreen::Filling;
+  if (isKnown && !state_.fillsParent && !fillsScreen && state_.rect == rect) return;
   state_.fillsParent = false;
+  if (fillsScreen) state_.fullScreen = FullScreen::Placed;
   state_.rect = rect;
   if (surface_) surface_->place(state_);
 }
 
 IntPoint Window::windowLocation() const {
-  return state_.fillsParent ? IntPoint() : IntPoint{state_.rect.x, state_.rect.y};
+  const bool covers = state_.fillsParent || state_.fullScreen == FullScreen::Filling;
+  return covers ? IntPoint() : IntPoint{state_.rect.x, state_.rect.y};
 }
 
 void Window::setWindowLocation(IntPoint location) {
@@ -169,6 +174,9 @@ void Window::setDiscardRects(std::vector<IntRect> rects) {
 }
 void Window::setZOrder(int zOrder) {
   change(&WindowState::zOrder, zOrder);
+}
+void Window::setFullScreen(FullScreen fullScreen) {
+  change(&WindowState::fullScreen, fullScreen);
 }
 void Window::setVisible(bool visible) {
   change(&WindowState::visible, visible);

@@ -22,6 +22,8 @@ class WindowListener {
   virtual ~WindowListener() = default;
   virtual void windowResized(IntSize size) = 0;
   virtual void windowCloseRequested() = 0;
+  // By the program itself.
+  virtual void windowEndRequested() { windowCloseRequested(); }
   // Active: the window has the keyboard focus.
   virtual void windowActiveChanged(bool active) { static_cast<void>(active); }
   virtual void windowShownAsChanged(ShownAs shownAs) { static_cast<void>(shownAs); }
@@ -79,7 +81,7 @@ class Window : public GuardedPointerBase {
   void windowPlaced(const IntRect& rect, bool fillsParent);
   // The visible part of the surface; only stored: surfaces are as large as their windows here.
   void setViewportRectangle(const IntRect& rect) { viewportRect_ = rect; }
-  // The top left corner in the parent; {0, 0} for a window that covers its parent.
+  // The top left corner in the parent; {0, 0} for a window that covers its parent by itself.
   IntPoint windowLocation() const;
   // Moves the window and keeps its size; a window that covered its parent keeps the parent's
   // current size. Coordinates are clamped to farthestPlace, which is off screen in any case.
@@ -90,6 +92,8 @@ class Window : public GuardedPointerBase {
   void setDiscardRects(std::vector<IntRect> rects);
   void setZOrder(int zOrder);
   void setVisible(bool visible);
+  // Of a child; a later rectangle makes Placed of Filling.
+  void setFullScreen(FullScreen fullScreen);
   void setGlobalAlpha(int alpha);  // clamped to 0 to 255
   void setSensitivity(Sensitivity sensitivity);
   void setTransparency(int type);

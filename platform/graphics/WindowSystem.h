@@ -7,7 +7,9 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace Tessel::Platform::Graphics {
@@ -35,11 +37,17 @@ struct Color {
 // Which input a window receives. The values are those that the chrome passes by name.
 enum class Sensitivity : int { Test = 0, Always = 1, Never = 2, NoFocus = 3, Fullscreen = 4 };
 
+// Whether a child's content is in full screen, and the top-level window with it. Filling: it covers
+// its parent and all other children, wherever it is otherwise. Placed: it is where somebody has put
+// it since.
+enum class FullScreen : int { No = 0, Placed = 1, Filling = 2 };
+
 // The complete state of a window that a window system displays.
 struct WindowState {
   IntRect rect;             // of a child: in its parent; of a top-level window: its size
   bool fillsParent = true;  // until it is placed, a child covers its parent and follows its size
-  int zOrder = 0;           // higher is nearer to the viewer; equal ones in order of creation
+  FullScreen fullScreen = FullScreen::No;
+  int zOrder = 0;  // higher is nearer to the viewer; equal ones in order of creation
   bool visible = true;
   int globalAlpha = 255;  // 0 to 255
   Sensitivity sensitivity = Sensitivity::Test;
@@ -49,6 +57,8 @@ struct WindowState {
   // below is visible there.
   std::vector<IntRect> discardRects;
 };
+
+using PictureTaken = std::function<void(const std::string& png)>;
 
 // One window of a window system. Destroying it removes it from the screen.
 class WindowSurface {
@@ -71,6 +81,10 @@ class WindowSurface {
   virtual void showAs(ShownAs wanted) { static_cast<void>(wanted); }
   // For top-level windows, irrevocable: from now on the program cannot set the size.
   virtual void fillScreen(ScreenFilling filling) { static_cast<void>(filling); }
+  // For top-level windows: a picture of the window with its children, a PNG in the display's
+  // pixels, whether or not it can be seen. Told on a later turn of the main loop; empty if there is
+  // none.
+  virtual void takePicture(PictureTaken taken) { taken({}); }
 };
 
 class WindowSystem {

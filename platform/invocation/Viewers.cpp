@@ -87,7 +87,9 @@ String Viewers::open(const String& viewer, const String& uri, const String& requ
   set(nameVariable, viewer.utf8());
   set(requestVariable, request.utf8());
   // An address of the caller's must not become a page that has native functions.
-  environment = g_environ_unsetenv(environment, "CHROME_URL");
+  for (const char* name : {"CHROME_URL", "PAGEHOST_CHROME_FOLDER", "PAGEHOST_DEV"}) {
+    environment = g_environ_unsetenv(environment, name);
+  }
   std::string program = program_;
   std::string name = "pagehost";
   std::string address = uri.toStdString();

@@ -23,7 +23,9 @@ constexpr Option commonOptions[] = {
 using Texts = std::vector<std::pair<std::string, std::string>>;
 
 std::string termOf(const Option& option) {
-  return std::string("--") + option.name + (option.value ? std::string(" ") + option.value : "");
+  const std::string name = std::string("--") + option.name;
+  if (!option.value) return name;
+  return option.valueIsOptional ? name + "[=" + option.value + "]" : name + " " + option.value;
 }
 
 Texts optionTexts(const ProgramText& program) {
@@ -139,6 +141,7 @@ void addEntry(std::vector<GOptionEntry>& entries, const Option& option) {
   entry.long_name = option.name;
   // As a file's name it comes as it is, whatever the encoding of the locale.
   entry.flags = option.value ? G_OPTION_FLAG_FILENAME : G_OPTION_FLAG_NO_ARG;
+  if (option.valueIsOptional) entry.flags |= G_OPTION_FLAG_OPTIONAL_ARG;
   entry.arg = G_OPTION_ARG_CALLBACK;
   entry.arg_data = reinterpret_cast<gpointer>(take);
   entries.push_back(entry);

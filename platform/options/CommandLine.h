@@ -10,9 +10,10 @@
 namespace Tessel::Platform {
 
 struct Option {
-  const char* name;   // without the dashes
-  const char* value;  // placeholder of the value in the help; null for a switch
-  const char* text;   // description, one line
+  const char* name;              // without the dashes
+  const char* value;             // placeholder of the value in the help; null for a switch
+  const char* text;              // description, one line
+  bool valueIsOptional = false;  // then it stands behind a "="
 };
 
 // A section of the manual after the options. Entries are terms and their descriptions.
@@ -37,7 +38,7 @@ struct ProgramText {
 
 struct GivenOption {
   const Option* option;
-  std::string value;  // empty for a switch
+  std::string value;  // empty for a switch, and where an optional value was left out
 };
 
 struct CommandLine {

@@ -107,12 +107,12 @@ bool readConfiguration(const std::string& path, const char* groupName, bool must
 }
 
 bool readConfigurations(const std::string& file, const char* name, const char* groupName,
-                        Configuration& configuration, std::string& problem) {
+                        bool readsUsers, Configuration& configuration, std::string& problem) {
   if (!file.empty()) return readConfiguration(file, groupName, true, configuration, problem);
   const std::string system = std::string("/etc/pagehost/") + name;
   const std::string users = std::string(g_get_user_config_dir()) + "/pagehost/" + name;
   return readConfiguration(system, groupName, false, configuration, problem) &&
-         readConfiguration(users, groupName, false, configuration, problem);
+         (!readsUsers || readConfiguration(users, groupName, false, configuration, problem));
 }
 
 bool isSwitchedOnText(std::string_view text) {

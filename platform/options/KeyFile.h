@@ -21,9 +21,9 @@ bool readConfiguration(const std::string& path, const char* groupName, bool must
                        Configuration& configuration, std::string& problem);
 
 // Reads that file, or, if it is empty, /etc/pagehost/NAME and then ~/.config/pagehost/NAME, whose
-// keys take precedence.
+// keys take precedence, unless the user's is left out.
 bool readConfigurations(const std::string& file, const char* name, const char* groupName,
-                        Configuration& configuration, std::string& problem);
+                        bool readsUsers, Configuration& configuration, std::string& problem);
 
 // true, yes, on and 1, and their opposites.
 bool isSwitchText(std::string_view text);

@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -96,6 +97,18 @@ void removeStaleFiles(const std::string& folder, const char* prefix) {
     if (name.rfind(prefix, 0) != 0) continue;
     const pid_t owner = std::atoi(name.c_str() + std::strlen(prefix));
     if (owner > 0 && ::kill(owner, 0) != 0 && errno == ESRCH) {
+      std::filesystem::remove_all(entry.path(), unreadable);
+    }
+  }
+}
+
+void removeFilesOf(pid_t process) {
+  const std::string number = "-" + std::to_string(process);
+  std::error_code unreadable;
+  for (const auto& entry : std::filesystem::directory_iterator(runtimeFolder(), unreadable)) {
+    const std::string name = entry.path().filename();
+    const std::string rest = name.substr(std::min(name.find('-'), name.size()));
+    if (rest == number || rest.starts_with(number + "-")) {
       std::filesystem::remove_all(entry.path(), unreadable);
     }
   }

@@ -3,6 +3,8 @@
 
 #include "platform/base/UniqueFd.h"
 
+#include <sys/types.h>
+
 #include <string>
 
 namespace Tessel::Platform {
@@ -16,6 +18,10 @@ std::string runtimeFolder();
 // Programs that were killed leave sockets and folders behind: removes the entries of a folder whose
 // names are the prefix and then the number of a process that has ended.
 void removeStaleFiles(const std::string& folder, const char* prefix);
+
+// A process that has ended has left its entries in the run-time folder behind: those whose names
+// are a word, "-", its number, and perhaps "-" and more. Removes them.
+void removeFilesOf(pid_t process);
 
 // Removes a file, such as a socket, or an empty folder when this process ends by exit(3), or is
 // told to. Not in processes that it has forked meanwhile.

@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 namespace Tessel::Platform {
 
@@ -15,21 +16,9 @@ namespace {
 
 constexpr guint secondsBetweenLooks = 60;
 
-// Kilobytes that this process does not share, by /proc/self/statm; 0 when it cannot be read.
-long privateMemory() {
-  std::FILE* const file = std::fopen("/proc/self/statm", "re");
-  if (!file) return 0;
-  long size = 0;
-  long resident = 0;
-  long shared = 0;
-  const bool isRead = std::fscanf(file, "%ld %ld %ld", &size, &resident, &shared) == 3;
-  std::fclose(file);
-  return isRead ? (resident - shared) * (::sysconf(_SC_PAGESIZE) / 1024) : 0;
-}
-
 gboolean logMemory(gpointer) {
   static long logged = 0;
-  const long now = privateMemory();
+  const long now = static_cast<long>(privateMemoryOf(::getpid()) / 1024);
   if (std::labs(now - logged) > logged / 10) {
     logAlways(LogNotice, "Memory of process %d: %ld kB of its own", static_cast<int>(::getpid()),
               now);
@@ -39,6 +28,19 @@ gboolean logMemory(gpointer) {
 }
 
 }  // namespace
+
+std::uint64_t privateMemoryOf(int pid) {
+  std::FILE* const file = std::fopen(("/proc/" + std::to_string(pid) + "/statm").c_str(), "re");
+  if (!file) return 0;
+  long size = 0;
+  long resident = 0;
+  long shared = 0;
+  const bool isRead = std::fscanf(file, "%ld %ld %ld", &size, &resident, &shared) == 3;
+  std::fclose(file);
+  return isRead ? static_cast<std::uint64_t>(resident - shared) *
+                      static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE))
+                : 0;
+}
 
 void enableMemoryStatsLogging() {
   g_timeout_add_seconds(secondsBetweenLooks, logMemory, nullptr);

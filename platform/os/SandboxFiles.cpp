@@ -88,6 +88,15 @@ void removeSandboxLeftovers() {
   removeSocketsOfNobody(folderOf("webkitgtk"));
 }
 
+void removeSandboxFilesOf(pid_t process) {
+  const std::string theirs = prefix + std::to_string(process) + "-";
+  std::error_code unreadable;
+  for (const auto& entry : fs::directory_iterator(folderOf(".flatpak"), unreadable)) {
+    if (entry.path().filename().string().starts_with(theirs))
+      fs::remove_all(entry.path(), unreadable);
+  }
+}
+
 void removeSandboxFilesAtExit() {
   removeAtExit(folderOf(".flatpak"), prefix + std::to_string(::getpid()) + "-");
 }

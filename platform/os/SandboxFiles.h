@@ -5,6 +5,8 @@
 // folder is memory, and a program that has web views come and go would fill it.
 #pragma once
 
+#include <sys/types.h>
+
 namespace Tessel::Platform {
 
 // Removes what belongs to processes that have ended, of this program and of others of this user.
@@ -12,5 +14,8 @@ void removeSandboxLeftovers();
 
 // What this process has of it goes with its clean end.
 void removeSandboxFilesAtExit();
+
+// What a process that has ended has left of it.
+void removeSandboxFilesOf(pid_t process);
 
 }  // namespace Tessel::Platform

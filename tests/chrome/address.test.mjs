@@ -9,7 +9,7 @@ test('addresses that open', () => {
     ['intranet', 'https://intranet/'],
     ['müller.example', 'https://xn--mller-kva.example/'],
     ['localhost:8080', 'http://localhost:8080/'],
-    ['[::1]:9/x', 'http://[::1]:9/x'],
+    ['[::1]:8009/x', 'http://[::1]:8009/x'],
     ['localhost.example.org', 'https://localhost.example.org/'],
     ['HTTP://Example.org', 'http://example.org/'],
     ['local:///chrome/samples/start.html', 'local:///chrome/samples/start.html'],
@@ -24,7 +24,8 @@ test('text that opens nothing says why', () => {
     ['   ', /Type an address/],
     ['what is a host', /spaces/],
     ['javascript:alert(1)', /javascript:/],
-    ['mailto:a@example.org', /mailto:/],
+    ['spdy:a@example.org', /spdy:/],
+    ['http://example.org:25/', /Port 25/],
     ['https://', /not a complete/],
     ['example.org:99999', /not a complete/],
   ]) assert.match(resolveAddress(typed).hint ?? '', hint, typed);
@@ -66,4 +67,15 @@ test('only the host of an address is shown decoded', () => {
   for (const url of ['https://example.org/xn--a', 'data:text/html,//xn--a', 'https://xn--a@example.org/', '']) {
     assert.equal(shown(url), url);
   }
+});
+
+test('what is no address is looked for, where there is something to look with', () => {
+  const SEARCH = 'https://find.example/?q=%s';
+  const lookedFor = (text) => `https://find.example/?q=${encodeURIComponent(text)}`;
+  for (const text of ['two words', 'word', 'what is 3.5?', 'c++ & more']) assert.equal(resolveAddress(text, SEARCH).url, lookedFor(text), text);
+  assert.equal(resolveAddress('?example.org', SEARCH).url, lookedFor('example.org'));
+  for (const [text, url] of [['example.org', 'https://example.org/'], ['192.168.0.1/a', 'https://192.168.0.1/a'], ['box:8080', 'https://box:8080/'], ['localhost', 'http://localhost/']]) {
+    assert.equal(resolveAddress(text, SEARCH).url, url);
+  }
+  assert.equal(resolveAddress('mailto:a@example.org', SEARCH).outer, 'mailto:a@example.org');
 });

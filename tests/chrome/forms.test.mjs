@@ -1,6 +1,5 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
-import { DIALOGS } from '../../chrome/dialogs.js';
 import { listOf, placeOfList } from '../../chrome/forms.js';
 
 const room = { x: 10, y: 100, width: 600, height: 400 };
@@ -24,13 +23,4 @@ test('what was typed cannot become part of the list’s own page', () => {
   const page = listOf(['<img src=x onerror=alert(1)>', '"&']);
   assert.ok(!page.includes('<img') && page.includes('&#60;img'));
   assert.ok(page.includes('<a href="#1">&#34;&#38;</a>'));
-});
-
-test('the sheet names the log-in that it would save', () => {
-  const event = { url: 'https://example.org realm', username: 'ann', isNew: true };
-  const { title, message, outlives } = DIALOGS.SaveCredential(event);
-  assert.equal(title, 'Save this log-in?');
-  assert.match(message, /“ann” at example\.org/);
-  assert.ok(outlives());
-  assert.notEqual(DIALOGS.SaveCredential({ ...event, isNew: false }).title, title);
 });

@@ -16,7 +16,7 @@ beforeEach(async () => {
     callNative(name, ...args) {
       calls.push([name, ...args]);
       if (name === 'bindingManager.listBindings') return 'webview.create\nwebview.delete\nwebview.loadURL\nwebview.title\n';
-      return { 'webview.create': '7', 'webview.title': 'A title' }[name];
+      return { 'webview.create': '7', 'webview.title': 'A title', 'webview.jsScreenWindowHandle': '100000', 'windowAnimations.animateGlobalAlphaMultiple': '0' }[name];
     },
   };
   mock.restoreAll();
@@ -47,6 +47,58 @@ test('nothing is enabled before Created, everything inside it', async () => {
   assert.deepEqual(seen, ['{"looks":"like JSON"}', false, 40]);
   assert.equal(view.title(), 'A title');
   assert.equal(view.goBack, undefined);
+});
+
+test('commands before Created are kept in their order, and what an event takes is switched on', () => {
+  const view = pagehost.WebView.create('group');
+  calls.length = 0;
+  assert.equal(view.loadURL('a'), '');
+  view.on('NetworkResourceRequested', () => {});
+  assert.deepEqual(calls, []);
+  raise(7, 'Created', '', 0);
+  assert.deepEqual(calls, [
+    ['webview.loadURL', 7, 'a'],
+    ['webview.setWebEventEnabled', 7, 'NetworkResourceRequested', true],
+    ['webview.setEnableNetworkResourceRequestedEvents', 7, true],
+  ]);
+});
+
+test('what is waited for comes, or fails with the reason, and with the view', async () => {
+  const view = new pagehost.WebView(7);
+  const begin = (promise) => new Promise((resolve) => { setImmediate(() => resolve({ promise })); });
+  const { promise: good } = await begin(view.load('a'));
+  raise(7, 'DocumentLoadFinished', '', 0);
+  await good;
+  const { promise: bad } = await begin(assert.rejects(view.load('b'), { message: 'refused', status: 5 }));
+  raise(7, 'NetworkError', '{"message":"refused","status":5,"url":"b"}', 0);
+  raise(7, 'DocumentLoadFailed', '', 0);
+  await bad;
+  const { promise: gone } = await begin(assert.rejects(view.run('1'), /has ended/));
+  view.delete();
+  await gone;
+});
+
+test('the end of a process has a cause, and an answer', () => {
+  const view = new pagehost.WebView(7);
+  const seen = [];
+  view.onProcessEnd((end) => { seen.push(end); return { setPreventDefault: true }; });
+  assert.equal(raise(7, 'NetworkError', '{"status":404}', 0), undefined);
+  assert.equal(raise(7, 'NetworkError', '{"status":-2}', 0), '{"setPreventDefault":true}');
+  raise(7, 'ProcessCrash', '', 0);
+  assert.deepEqual(seen, [{ cause: 'memory', isGone: false }, { cause: 'host', isGone: true }]);
+});
+
+test('animations are of windows, and their ids begin at 1', async () => {
+  const view = new pagehost.WebView(7);
+  const timing = { duration: 100 };
+  for (const what of [{}, { window: 0 }, { view: 7 }]) assert.throws(() => pagehost.animate(timing, [{ ...what, from: [0], to: [1] }]), TypeError);
+  assert.throws(() => pagehost.animate(timing, [{ view, from: [0, 0], to: [1] }]), TypeError);
+  calls.length = 0;
+  const moved = pagehost.animate(timing, [{ view, from: [0], to: [255] }]);
+  assert.deepEqual(calls.at(-2), ['windowAnimations.animateGlobalAlphaMultiple', 'Linear', 100, 100000, 0, 255]);
+  assert.deepEqual(moved.ids, [1]);
+  globalThis.chrome.internal.windowAnimations.onWindowAnimationFinished(0);
+  await moved;
 });
 
 test('the answers of all listeners are merged; failures and promises are none', () => {

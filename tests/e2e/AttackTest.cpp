@@ -109,7 +109,7 @@ TEST_F(AttackTest, AFileBesideTheChromeSaysWhoElseMayCall) {
   EXPECT_TRUE(program.waitForError("does not go to " + foreign() + "owner")) << program.errors();
   // A malformed file grants no permissions.
   write("capabilities.json", "{\"" + origin + "\": [\"webview.prnt\"]}");
-  Program other(environment("app.html"));
+  Program other(environment("app.html"), {"--new"});
   EXPECT_TRUE(other.waitForError("capabilities.json:1:")) << other.errors();
   EXPECT_TRUE(other.waitForError("does not go to " + panel)) << other.errors();
 }
@@ -136,6 +136,34 @@ TEST_F(AttackTest, ALinkThatIsDroppedOnTheTabStripLeadsNowhere) {
   }
   EXPECT_EQ(server_.requestsFor("owner"), 1);
   EXPECT_EQ(program.errors().find("does not go to"), std::string::npos);
+}
+
+// Whatever gets into the bundled chrome runs nothing and reaches nothing outside its folder.
+TEST_F(AttackTest, TheBundledChromeRunsItsOwnFilesAndReachesNothingElse) {
+  namespace fs = std::filesystem;
+  const auto chrome = fs::path(PAGEHOST_TEST_PROGRAM).parent_path() / "share/chrome";
+  fs::copy(chrome, folder_ / "root/bundled", fs::copy_options::recursive);
+  std::ofstream(folder_ / "root/bundled/index.html", std::ios::app)
+      << "<script src=try.js></script>";
+  write("bundled/try.js", "const url = '" + server_.address() + R"js(page/owner';
+      window.ran = [];
+      const add = (name, fields) => new Promise(resolve => {
+        const element = document.createElement(name);
+        Object.assign(element, fields, { onload: resolve, onerror: resolve });
+        document.body.append(element);
+      });
+      add('script', { textContent: "ran.push('text')" });
+      add('b', { innerHTML: `<img src=data: onerror="ran.push('handler')">` });
+      try { eval("ran.push('eval')") } catch {}
+      (async () => {
+        add('iframe', { src: url });
+        await Promise.all([add('script', { src: url }), add('img', { src: url }),
+          fetch(url).catch(() => {})]);
+        orv.callNative('webview.printToStdout', 1, `ran: ${ran}\n`);
+      })();)js");
+  Program program(environment("bundled/index.html"));
+  EXPECT_EQ(program.nextLine(), "ran: ") << program.errors();
+  EXPECT_EQ(server_.requestsFor("owner"), 0);
 }
 
 TEST_F(AttackTest, NoPageSilencesTheChromeOrItsProcessByWhatIsTooLarge) {

@@ -57,6 +57,22 @@ TEST_F(PlatformTest, TheChromeHearsWhatHappensToItsWindow) {
   EXPECT_TRUE(program.waitForLine(R"(application.onWindowState ["normal"])"));
 }
 
+TEST_F(PlatformTest, TheScreenIsBlankedAndWokenAndItsUserIsIdle) {
+  Program program(environment(R"([{"call":["application.watchScreen",1]},)"
+                              R"({"call":["application.blankScreen"]},)"
+                              R"({"after":"onScreenBlank","call":["application.wakeScreen"]},)"
+                              R"({"after":"onUserIdle","call":["application.idleTime"]}])"));
+  ASSERT_TRUE(program.waitForLine(R"(application.blankScreen returns "1")")) << program.errors();
+  EXPECT_TRUE(program.waitForLine("application.onScreenBlank []")) << program.errors();
+  EXPECT_TRUE(program.waitForLine("application.onScreenWake []")) << program.errors();
+  ASSERT_TRUE(program.waitForLine("application.onUserIdle []")) << program.errors();
+  const auto idle = program.nextLine();
+  ASSERT_TRUE(idle && idle->starts_with(R"(application.idleTime returns "1)")) << idle.value_or("");
+  test_support::movePointer(10, 10);
+  test_support::movePointer(11, 11);
+  EXPECT_TRUE(program.waitForLine("application.onUserActive []")) << program.errors();
+}
+
 TEST_F(PlatformTest, TheControlRaisesEveryNotification) {
   Program program(environment());
   ASSERT_TRUE(program.waitForLine("ready")) << program.errors();

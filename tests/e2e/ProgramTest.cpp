@@ -194,30 +194,6 @@ TEST_F(ProgramTest, DeletingTheLastWebViewEndsTheProgramWithStatusZero) {
   EXPECT_NE(program.errors().find("Exit pagehost: 0"), std::string::npos) << program.errors();
 }
 
-TEST_F(ProgramTest, TheBundledChromeShowsAPageOfAnotherProcessAndBringsItBack) {
-  Program program(environment(""));
-  // A point on the first page where the panel appears, and later the notice.
-  const auto shows = [](const Pixel& color) { return waitForPixel(704, 296, color); };
-  const Pixel page{240, 179, 71};
-  const Pixel chrome{247, 249, 250};
-  ASSERT_TRUE(shows(page)) << program.errors();
-  clickAt(296, 28);
-  ASSERT_TRUE(shows(chrome)) << "the panel\n" << program.errors();
-  ASSERT_TRUE(waitForPixel(600, 278, {207, 214, 219})) << "the line above its third row";
-  clickAt(572, 298);
-  ASSERT_TRUE(shows(page)) << "a tab in its own process\n" << program.errors();
-  const auto processes = descendantsNamed(program.pid(), "pagehost-webview");
-  ASSERT_EQ(processes.size(), 1u);
-  ASSERT_EQ(::kill(processes[0], SIGKILL), 0);
-  ASSERT_TRUE(shows(chrome)) << "the notice\n" << program.errors();
-  ASSERT_TRUE(waitForPixel(285, 397, {10, 108, 112})) << "its button";
-  clickAt(400, 397);
-  EXPECT_TRUE(shows(page)) << "the page in a new process\n" << program.errors();
-  const auto later = descendantsNamed(program.pid(), "pagehost-webview");
-  ASSERT_EQ(later.size(), 1u);
-  EXPECT_NE(later, processes);
-}
-
 TEST_F(ProgramTest, TheBundledChromesKeysWorkWhileAPageHasTheKeyboard) {
   using test_support::giveKeyboardTo;
   using test_support::perform;
@@ -311,6 +287,9 @@ TEST_F(ProgramTest, UnderAnotherNameItStartsApplicationsOfOtherUsersAsItIsAskedT
   ASSERT_EQ(::stat(("/proc/" + *pid).c_str(), &process), 0);
   EXPECT_EQ(process.st_uid, 1234u);
   EXPECT_EQ(nameOf(application), "an-app");
+  // Root controls the programs of every user, wherever their run-time folders are.
+  Program list({}, {"list"}, "pagehost-ctl", PAGEHOST_TEST_CONTROL);
+  EXPECT_TRUE(list.waitForLine(*pid + "\t1234\t-\tlocal:///idle.html")) << list.errors();
   ASSERT_EQ(::kill(application, SIGTERM), 0);
   EXPECT_EQ(client->status(), 0) << client->errors();
   EXPECT_NE(client->errors().find("process " + *pid + " has ended"), std::string::npos);

@@ -57,6 +57,7 @@ std::string nextRecord(fuzz::Input& input) {
       FrameRecord frame{};
       frame.width = 30;
       frame.height = 40;
+      frame.scale = 1;
       frame.newFile = input.ConsumeBool();
       frame.rectCount = 1;
       frame.rects[0] = {1, 2, 3, 4};

@@ -67,6 +67,54 @@ TEST_F(ProgramOptionsTest, OptionsGoBeforeTheEnvironmentAndThatBeforeFiles) {
   });
 }
 
+TEST_F(ProgramOptionsTest, AChromeIsAnAddressOrAFolder) {
+  folder_.write("board/index.html", "");
+  const std::string board = (folder_.path() / "board").string();
+  inOwnProcess([&] {
+    taken({"--dev", board});
+    EXPECT_EQ(variable("CHROME_URL"), "local://app/index.html");
+    EXPECT_EQ(variable(chromeFolderVariable), std::filesystem::canonical(board));
+    EXPECT_TRUE(isSwitchedOn(devVariable));
+    taken({"--chrome", "https://example.org/"});
+    EXPECT_EQ(variable("CHROME_URL") + variable(chromeFolderVariable), "https://example.org/none");
+    taken({"new", "x", "--template=tabs"});
+    EXPECT_EQ(wantedChrome().folder + wantedChrome().templateName, "xtabs");
+  });
+  refuses({"--dev", folder_.path().string()}, "--dev: .* is not a folder with an index.html");
+  refuses({"--chrome", "/nowhere"}, "--chrome");
+  refuses({"--template=tabs"}, "--template is for");
+  refuses({"new", "a", "b"}, "one folder");
+}
+
+TEST_F(ProgramOptionsTest, OnlyTheOptionLetsWebDriverIn) {
+  configure("[pagehost]\nzoom=2\n");
+  inOwnProcess([&] {
+    const auto taking = [&](const char* address, const std::vector<std::string>& arguments) {
+      ::setenv(automationAddressVariable, address, 1);
+      ::setenv("PAGEHOST_AUTOMATION", "chrome", 1);
+      taken(arguments);
+      EXPECT_EQ(variable(automationAddressVariable), "none") << "children would inherit it";
+      return automationOrder();
+    };
+    ::unsetenv("PAGEHOST_ZOOM");
+    EXPECT_EQ(taking("127.0.0.1:8", {"--automation"}).mode, AutomationMode::Pages);
+    EXPECT_EQ(variable("PAGEHOST_ZOOM"), "none") << "nothing of the user's";
+    EXPECT_EQ(automationOrder().address, "127.0.0.1:8");
+    EXPECT_EQ(taking("127.0.0.1:8", {"--automation=chrome"}).mode, AutomationMode::Chrome);
+    EXPECT_EQ(taking("127.0.0.1:8", {}).mode, AutomationMode::Off);
+  });
+  ::setenv(automationAddressVariable, "0.0.0.0:8", 1);
+  refuses({"--automation"}, "0.0.0.0:8");
+  ::setenv(automationAddressVariable, "127.0.0.1", 1);
+  refuses({"--automation"}, "with a port");
+  ::setenv(automationAddressVariable, "127.0.0.1:8", 1);
+  refuses({"--automation=pages"}, "\"pages\" is not chrome");
+  ::unsetenv(automationAddressVariable);
+  refuses({"--automation"}, "WebKitWebDriver sets it");
+  configure("[pagehost]\nautomation=chrome\n");
+  refuses({}, "no key \"automation\"");
+}
+
 TEST_F(ProgramOptionsTest, MistakesEndTheStartAndSayWhere) {
   refuses({"--kiosc"}, "kiosc");
   refuses({"--zoom"}, "zoom");

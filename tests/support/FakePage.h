@@ -30,6 +30,7 @@ class FakePage final : public Page {
   std::vector<FunctionCall> called;
   // Answers called functions; undefined without it.
   std::function<JavaScriptVariant(const FunctionCall&)> answer;
+  std::vector<ScriptDone> scripts;  // those that wait for their value
   std::vector<OrvWebHeader> headers;
   std::vector<std::pair<unsigned int, PromptAnswer>> answers;
   bool closed = false;
@@ -59,6 +60,10 @@ class FakePage final : public Page {
     answers.emplace_back(number, answer);
   }
   void postFunction(const FunctionCall& call, const String&) override { posted.push_back(call); }
+  void runScript(const String& script, const ScriptOptions&, ScriptDone done) override {
+    trace.push_back(concat("runScript(", script, ")").toStdString());
+    scripts.push_back(std::move(done));
+  }
   JavaScriptVariant callFunction(const FunctionCall& call) override {
     called.push_back(call);
     return answer ? answer(call) : JavaScriptVariant();
@@ -71,6 +76,8 @@ class FakePage final : public Page {
   void answerOpenWindow(unsigned int, std::shared_ptr<Page>) override {}
   void reload() override {}
   void stop() override {}
+  void setAutoReload(bool) override {}
+  void endProcess(const OrvWebMemoryExcess*) override {}
   void goBack() override {}
   void goForward() override {}
   std::vector<OrvWebHistoryItem> history() override { return {}; }
@@ -99,7 +106,6 @@ class FakePage final : public Page {
   void inspectorMessage(const String&, bool) override {}
   void setDrivesApplication(const String&) override {}
   bool askWhetherAlive() override { return false; }
-  void runScript(const String&, bool, const String&) override {}
   void findString(const String&, const FindOptions&) override {}
   void answerOrigin(PagePermission, const String&, bool) override {}
   void download(const String&, const String&) override {}

@@ -41,7 +41,7 @@ RealEngine* RealEngine::instance(std::string& problem) {
     auto sandbox = Tessel::Platform::PageSandbox::None;
     if (!choosePageSandbox({Tessel::Platform::runtimeFolder()}, sandbox, whyNot)) return false;
     self->engine_ = WebKitEngine::create({.moduleFolder = PAGEHOST_TEST_MODULES,
-                                          .localRoot = PAGEHOST_TEST_ROOT,
+                                          .local = {.shared = PAGEHOST_TEST_ROOT},
                                           .dataName = "tests",
                                           .sandbox = sandbox},
                                          whyNot);

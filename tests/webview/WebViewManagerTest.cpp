@@ -58,6 +58,16 @@ TEST_F(WebViewManagerTest, SentEventsAreAnsweredByTheChromeOnAnyThreadAndNotFilt
   EXPECT_NE(answeredOn, std::this_thread::get_id());
 }
 
+TEST_F(WebViewManagerTest, AWindowOfItsOwnGoesWhenItIsClosed) {
+  WebView* const own = manager.createOwnWebView(manager.rootWebView()->windowGroup());
+  ASSERT_TRUE(own);
+  const unsigned int handle = own->handle();
+  EXPECT_TRUE(own->isOwnWindow());
+  own->destroy();
+  turnLoop();
+  EXPECT_EQ(manager.webViewForHandle(handle), nullptr) << "the chrome does not know it";
+}
+
 TEST_F(WebViewManagerTest, WebViewMayBeDeletedInsideItsOwnEvent) {
   const unsigned int handle = createWebView();
   const auto itsPage = pageOf(handle);

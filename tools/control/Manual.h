@@ -3,5 +3,14 @@
 
 #include "platform/options/CommandLine.h"
 
-// With the notifications, from the program's table.
+#include <string>
+
+namespace Tessel::Platform {
+struct ControlCommand;
+}
+
+// With the commands and the notifications, from the program's tables.
 const Tessel::Platform::ProgramText& controlText();
+
+// The words that a command takes on the command line, such as "ADDRESS".
+std::string wordsOf(const Tessel::Platform::ControlCommand& command);

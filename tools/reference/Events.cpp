@@ -59,10 +59,11 @@ class Collector {
   }
 
   template <int type>
-  void add(const char* name) {
+  void add(const char* name, const char* unheard) {
     using Class = typename fields::EventClass<type>::type;
     Event& event = result_.events.emplace_back();
     event.name = name;
+    event.unheard = unheard;
     if constexpr (std::is_same_v<Class, OrvWebEvent>) {
       // Some of these have no body; classes with fields always have one.
       if (!jsonFromObject(OrvWebEvent(static_cast<OrvWebEvent::Type>(type))).isEmpty()) {
@@ -80,6 +81,13 @@ class Collector {
     if (property == OrvWebPropertyChangedEvent::PropertyMax) return;
     check(name, type, propertyValueText(view_, property).toStdString());
     result_.properties.push_back({std::string("Property") + name + "Event", name, std::move(type)});
+  }
+
+  template <typename Record>
+  void addOfProgram(const char* name) {
+    Event& event = result_.ofProgram.emplace_back();
+    event.name = name;
+    if constexpr (!std::is_void_v<Record>) event.body = declaredRecord<Record>(records_);
   }
 
   Events take() { return std::move(result_); }
@@ -165,8 +173,10 @@ TypeByName typesOfCommands(Records& records) {
 
 Events eventsOfWebViews(Records& records) {
   Collector collector(records);
-#define EVENT_TYPE(name) collector.add<OrvWebEvent::name>(#name);
+#define EVENT_TYPE(name, unheard) collector.add<OrvWebEvent::name>(#name, unheard);
 #include "engine/EventTypes.def"
+#define PROGRAM_EVENT(name, record, text) collector.addOfProgram<record>(#name);
+#include "webview/events/ProgramEvents.def"
   const TypeByName ofTables = typesOfTables(records);
   const TypeByName ofCommands = typesOfCommands(records);
   const auto typeOf = [&](const std::string& name) -> std::string {

@@ -19,6 +19,7 @@ struct Event {
   std::string name;
   std::string body;    // the name of its interface; "" for an event without a body
   std::string answer;  // that of the answer's; "" for an event that nobody answers
+  std::string unheard;  // what happens where it is not enabled
 };
 
 struct PropertyEvent {
@@ -29,6 +30,7 @@ struct PropertyEvent {
 
 struct Events {
   std::vector<Event> events;
+  std::vector<Event> ofProgram;  // always raised
   std::vector<PropertyEvent> properties;
   std::vector<Interface> bodies;
   std::vector<Interface> answers;

@@ -5,7 +5,6 @@
 #include "tools/reference/Effect.h"
 #include "tools/reference/TypeTexts.h"
 
-#include <utility>
 
 namespace reference {
 
@@ -30,9 +29,14 @@ struct Function {
 // registry do not have the same functions.
 std::vector<Function> nativeFunctions(Records& records);
 
-// Names and meanings of registry/FunctionGroups.def.
-inline constexpr std::pair<const char*, const char*> functionGroups[] = {
-#define GROUP(name, meaning) {#name, meaning},
+// The rows of registry/FunctionGroups.def.
+struct FunctionGroup {
+  const char* name;
+  const char* meaning;
+  const char* example;
+};
+inline constexpr FunctionGroup functionGroups[] = {
+#define GROUP(name, meaning, example) {#name, meaning, example},
 #include "registry/FunctionGroups.def"
 #undef GROUP
 };

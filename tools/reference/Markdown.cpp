@@ -13,7 +13,7 @@ constexpr const char* introduction = R"(# Native functions
 
 A page that has native functions, as the chrome does, calls them with
 `orv.callNative(name, ...arguments)`. The call returns when the function has run, with a text.
-[chrome/pagehost.d.ts](../chrome/pagehost.d.ts) says the same in TypeScript, the events included;
+[chrome/native.d.ts](../chrome/native.d.ts) says the same in TypeScript, the events included;
 [events.md](events.md) is about those.
 
 **Arguments are texts.** JavaScript's numbers and truth values become texts on their way, null and
@@ -46,14 +46,16 @@ std::string grouped(const std::vector<Function>& functions) {
   std::string text =
       "\nWhich origins may call what is said by [groups](security.md#native-functions):\n\n"
       "| group | what it gives | functions |\n|---|---|---|\n";
-  for (const auto& [name, meaning] : functionGroups) {
+  std::string examples = "\nAn example of each:\n\n```js\n";
+  for (const auto& [name, meaning, example] : functionGroups) {
     const auto count =
         std::count_if(functions.begin(), functions.end(),
                       [name = name](const auto& each) { return each.group == name; });
     text.append("| ").append(name).append(" | ").append(meaning);
     text.append(" | ").append(std::to_string(count)).append(" |\n");
+    examples.append("// ").append(name).append("\n").append(example).append("\n");
   }
-  return text;
+  return text + examples + "```\n";
 }
 
 std::string counted(const std::vector<Function>& functions) {
@@ -100,13 +102,30 @@ std::string described(const Function& function) {
   return text.append("- result: ").append(function.result.words).append("\n\n");
 }
 
+std::string eventTable(const Reference& reference) {
+  std::string text =
+      "## Events\n\n[events.md](events.md) says when they are raised. A chrome enables those that it "
+      "wants; without that, the last column holds. Those with an answer wait for it.\n\n"
+      "| event | brings | answer | where it is not enabled |\n|---|---|---|---|\n";
+  const auto code = [](const std::string& name) { return name.empty() ? "" : "`" + name + "`"; };
+  for (const Event& event : reference.events.events) {
+    text.append("| ").append(event.name).append(" | ").append(code(event.body));
+    text.append(" | ").append(code(event.answer)).append(" | ").append(event.unheard);
+    text.append(" |\n");
+  }
+  return text.append(
+      "| ProcessCrash | | | It is always told: the child process of the web view has ended, and the "
+      "web view is gone. |\n| Property*NAME*Event | the text of the property | | " +
+      std::string("It is told while PropertyChanged and this property are enabled. |\n\n"));
+}
+
 }  // namespace
 
 std::string markdown(const Reference& reference) {
   std::string text = introduction + counted(reference.functions) + grouped(reference.functions) +
                      "\n## Functions\n\n";
   for (const Function& function : reference.functions) text.append(described(function));
-  text.append("## Records\n\nThe members of the records above, in TypeScript's words.\n\n");
+  text.append(eventTable(reference)).append("## Records\n\nThe members of the records above, in TypeScript's words.\n\n");
   for (const auto& [name, members] : reference.records) {
     text.append("- `").append(name).append("`:");
     for (const Member& member : members) {

@@ -12,7 +12,7 @@ constexpr const char* introduction =
     R"(// What a chrome calls, and what it is called with. Written by tools/generate-reference.sh from the
 // program's tables: change those.
 //
-//   import type { ChromeEvents, JsonText, OrvWebRect } from './pagehost.d.ts';
+//   import type { ChromeEvents, JsonText, OrvWebRect } from './native.d.ts';
 //   const view = orv.callNative('webview.create', group);
 
 declare const json: unique symbol;
@@ -201,10 +201,17 @@ std::string typeScript(const Reference& reference) {
 
   text.append("\n/** Every event with what it brings; '' where it brings nothing. */\n");
   text.append("export interface ChromeEvents {\n");
-  for (const Event& event : reference.events.events) {
-    text.append("  ").append(event.name).append(": ");
-    text.append(event.body.empty() ? "''" : event.body).append(";\n");
+  for (const auto* list : {&reference.events.events, &reference.events.ofProgram}) {
+    for (const Event& event : *list) {
+      text.append("  ").append(event.name).append(": ");
+      text.append(event.body.empty() ? "''" : event.body).append(";\n");
+    }
   }
+  // No engine raises it: it is about the process that the engine was in.
+  text.append(
+      "  /** The child process of the web view has ended, and the web view is gone. Of a page's own\n"
+      "   * process that ends NetworkError tells: status -1 crashed, -2 took too much memory, -3 was\n"
+      "   * ended by somebody. */\n  ProcessCrash: '';\n");
   text.append(
       "}\n\n/** The events that wait for an answer. */\nexport interface ChromeAnswers {\n");
   for (const Event& event : reference.events.events) {

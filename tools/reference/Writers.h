@@ -16,7 +16,7 @@ struct Reference {
 
 // docs/native-functions.md
 std::string markdown(const Reference& reference);
-// chrome/pagehost.d.ts
+// chrome/native.d.ts
 std::string typeScript(const Reference& reference);
 
 }  // namespace reference

@@ -51,7 +51,7 @@ int main(int argc, char** argv) {
   reference.events = reference::eventsOfWebViews(reference.records);
   const auto use = checks ? checkFile : writeFile;
   const bool functions = use(root + "/docs/native-functions.md", reference::markdown(reference));
-  const bool types = use(root + "/chrome/pagehost.d.ts", reference::typeScript(reference));
+  const bool types = use(root + "/chrome/native.d.ts", reference::typeScript(reference));
   const bool objects = use(root + "/docs/device-objects.md", Device::objectsReference());
   return functions && types && objects ? 0 : 1;
 }

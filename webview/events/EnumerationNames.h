@@ -40,7 +40,7 @@ END_NAMES
 
 // For event types in events' JSON; see EventType for all event names.
 NAMES_OF(OrvWebEvent::Type)
-#define EVENT_TYPE(name) NUMBERED(name)
+#define EVENT_TYPE(name, ...) NUMBERED(name)
 #include "engine/EventTypes.def"
 END_NAMES
 #undef END_NAMES

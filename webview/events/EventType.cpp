@@ -13,11 +13,13 @@ namespace {
 
 #define NAMED(name) NumberedName{#name, static_cast<int>(EventType::name)},
 constexpr NameTable table{std::array{
-#define EVENT_TYPE(name) NAMED(name)
+#define EVENT_TYPE(name, ...) NAMED(name)
 #include "engine/EventTypes.def"
 #define PROPERTY(name) NAMED(Property##name##Event)
 #include "engine/Properties.def"
-    NAMED(ProcessCrash)}};
+#define PROGRAM_EVENT(name, record, text) NAMED(name)
+#include "webview/events/ProgramEvents.def"
+    NAMED(WebProcess)}};
 #undef NAMED
 
 }  // namespace

@@ -11,11 +11,13 @@
 // The engine's events by their own numbers, the event that reports a change for each property, and
 // what the program itself has to tell.
 enum class EventType : int {
-#define EVENT_TYPE(name) name,
+#define EVENT_TYPE(name, ...) name,
 #include "engine/EventTypes.def"
 #define PROPERTY(name) Property##name##Event,
 #include "engine/Properties.def"
-  ProcessCrash,  // the process of the web view has ended
+#define PROGRAM_EVENT(name, record, text) name,
+#include "webview/events/ProgramEvents.def"
+  WebProcess,  // tells the main process which process has the page now; not the chrome
 };
 
 static_assert(static_cast<int>(EventType::TypeMax) == OrvWebEvent::TypeMax);

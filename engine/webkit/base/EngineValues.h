@@ -9,6 +9,10 @@
 
 #include <vector>
 
+// The modifiers of the keyboard in the toolkit's state of an event: shift 1, lock 2, control 4, alt
+// 8 and four others. The rest of it is buttons.
+inline constexpr unsigned int keyboardModifiers = 0xFF;
+
 OrvWebJavaScriptResultType resultTypeOf(JSCValue* value);
 
 // A PNG in base64; empty for no surface.

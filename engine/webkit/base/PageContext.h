@@ -28,6 +28,8 @@ class LoadControl {
   // Whether the page may navigate to that document, given whether it is trusted; a refusal is
   // reported to the client.
   virtual bool mayGo(const String& url, bool isKnown) = 0;
+  // Of the page that drives the application: whether its document has loaded.
+  virtual bool isApplicationLoaded() const = 0;
   // The address of the committed document; the engine's own may already be the next one's.
   virtual const String& shownAddress() const = 0;
 };
@@ -73,6 +75,10 @@ class PageContext : public std::enable_shared_from_this<PageContext> {
   virtual WebKitWebView* view() = 0;
   // Becomes the window that another page opens; false when it is something already.
   virtual bool becomeWindowOf(WebKitWebView* opener) = 0;
+  // A page for a window that WebDriver asks for, of the page that drives the application: that is
+  // asked as if it opened a window itself, and if it does not answer, the program makes one. Null
+  // if it refuses.
+  virtual std::shared_ptr<PageContext> windowForAutomation() = 0;
   virtual LoadControl& loadControl() = 0;
   // See Page::setDrivesApplication.
   virtual bool drivesApplication() const = 0;

@@ -5,6 +5,8 @@
 
 #include <webkit2/webkit2.h>
 
+#include <deque>
+
 class PageContext;
 
 class PageFind {
@@ -18,18 +20,32 @@ class PageFind {
 
   // The same text again goes on to the next match.
   void find(const String& text, const FindOptions& options);
+  // Another document has come: what was asked about the one before is not answered any more.
+  void committed() { asked_.clear(); }
 
  private:
+  struct Search {
+    String text;
+    guint32 options = 0;
+    int step = 0;  // to the next match of the search before; 0 for a search that begins
+  };
+
   static void onFound(WebKitFindController*, guint count, PageFind* self);
   static void onNotFound(WebKitFindController*, PageFind* self);
-  void report(bool matched);
+  Search takeAnswered();
+  void report(const Search& search, bool matched);
+  void end();
 
   PageContext& page_;
+  WebKitWebView* view_;
   WebKitFindController* controller_;  // the view's
+  WebKitUserStyleSheet* style_;
+  bool isStyled_ = false;
   String text_;
   guint32 options_ = 0;
+  // Those that the engine has not answered yet. It answers in order, each once.
+  std::deque<Search> asked_;
   // The engine does not tell which match it shows, so they are counted here.
   int current_ = 0;
   int count_ = 0;
-  int step_ = 0;  // of the search that is under way
 };

@@ -5,6 +5,8 @@
 #include "engine/webkit/base/PageContext.h"
 #include "platform/graphics/Window.h"
 
+using Tessel::Platform::Graphics::FullScreen;
+
 namespace {
 
 // The engine enters and leaves full screen in steps without reporting the last one, and destroying
@@ -29,6 +31,7 @@ PageFullScreen::PageFullScreen(PageContext& page, WebKitWebView* view) : page_(p
 }
 
 PageFullScreen::~PageFullScreen() {
+  if (inFullScreen_) page_.window().setFullScreen(FullScreen::No);
   g_signal_handlers_disconnect_by_data(view_, this);
 }
 
@@ -59,6 +62,9 @@ gboolean PageFullScreen::onEnter(WebKitWebView*, PageFullScreen* self) {
   OrvWebFullScreenEnteringEvent event;
   page->raise(event);
   if (event.isPreventDefault()) return TRUE;
+  if (!page->client()) return FALSE;
+  // Where the view is off screen, or nobody manages windows, the engine does nothing of it.
+  page->window().setFullScreen(FullScreen::Filling);
   page->raise(OrvWebEvent::FullScreenEnter);
   return FALSE;
 }
@@ -67,6 +73,7 @@ gboolean PageFullScreen::onLeave(WebKitWebView*, PageFullScreen* self) {
   const auto page = self->page_.shared_from_this();
   self->moment_ = g_get_monotonic_time();
   self->inFullScreen_ = false;
+  page->window().setFullScreen(FullScreen::No);
   page->raise(OrvWebEvent::FullScreenExit);
   return FALSE;
 }

@@ -1,6 +1,7 @@
 // The keyboard, the pointer and fingers in a page, and the text that is typed there. Main thread.
 #include "engine/webkit/features/PageInput.h"
 
+#include "engine/webkit/base/EngineValues.h"
 #include "engine/webkit/base/PageContext.h"
 
 #include <algorithm>
@@ -11,9 +12,6 @@ namespace {
 // A key that the page does not handle is delivered to the view a second time, as a copy. It is
 // marked with this bit of its state, which no keyboard sets and the toolkit ignores.
 constexpr guint seenBefore = GDK_MODIFIER_RESERVED_29_MASK;
-
-// Those of the keyboard: shift, lock, control and the five others.
-constexpr guint modifiers = 0xFF;
 
 unsigned int characterOf(guint keyValue) {
   return gdk_keyval_to_unicode(keyValue);
@@ -39,7 +37,7 @@ OrvWebUnhandledKeyInputEvent unhandledInput(const GdkEventKey& event) {
   told.alternateCharacter = characterOf(plainValueOf(event));
   told.keyDown = event.type == GDK_KEY_PRESS;
   told.keycode = event.keyval;
-  told.modifierMask = event.state & modifiers;
+  told.modifierMask = event.state & keyboardModifiers;
   return told;
 }
 
@@ -126,7 +124,7 @@ bool PageInput::notifyOfKey(const GdkEventKey& event, bool isRepeated) {
   told.eventType = event.type == GDK_KEY_RELEASE ? OrvWebInputKeyEvent::KeyUp
                    : isRepeated                  ? OrvWebInputKeyEvent::KeyRepeat
                                                  : OrvWebInputKeyEvent::KeyDown;
-  told.modifierMask = event.state & modifiers;
+  told.modifierMask = event.state & keyboardModifiers;
   page_.raise(told);
   return told.isPreventDefault();
 }

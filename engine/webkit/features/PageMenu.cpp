@@ -48,7 +48,7 @@ void PageMenu::updateContext(WebKitHitTestResult* hit) {
       contextOf(hit, page_.client()->pageState().currentContext));
 }
 
-gboolean PageMenu::onMenu(WebKitWebView*, WebKitContextMenu* menu, GdkEvent*,
+gboolean PageMenu::onMenu(WebKitWebView*, WebKitContextMenu* menu, GdkEvent* input,
                           WebKitHitTestResult* hit, PageMenu* self) {
   const auto page = self->page_.shared_from_this();
   self->hit_.reset(WEBKIT_HIT_TEST_RESULT(g_object_ref(hit)));
@@ -56,6 +56,12 @@ gboolean PageMenu::onMenu(WebKitWebView*, WebKitContextMenu* menu, GdkEvent*,
   if (!page->wants(OrvWebEvent::ContextMenuRequestEvent)) return FALSE;
   OrvWebContextMenuRequestEvent event;
   event.menuItems = menuItemsOf(menu);
+  gdouble x = 0;
+  gdouble y = 0;
+  if (input && gdk_event_get_coords(input, &x, &y) != FALSE) {
+    event.x = static_cast<int>(x);
+    event.y = static_cast<int>(y);
+  }
   const unsigned int runsBefore = self->runs_;
   page->raise(event);
   // If prevented, the chrome shows its own menu. Its commands may overtake its answer to the event.
@@ -148,6 +154,8 @@ void PageMenu::run(Item item) {
       return copy(image);
     case Item::InspectElement:
       webkit_web_inspector_show(webkit_web_view_get_inspector(view_));
+      // Inside the page it would lie below other web views.
+      webkit_web_inspector_detach(webkit_web_view_get_inspector(view_));
       return;
     default:
       return;

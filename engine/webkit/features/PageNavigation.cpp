@@ -3,6 +3,7 @@
 
 #include "engine/OrvWebEvents.h"
 #include "engine/TrustedLoads.h"
+#include "engine/webkit/base/EngineValues.h"
 #include "engine/webkit/base/PageContext.h"
 
 #include <algorithm>
@@ -74,6 +75,8 @@ bool PageNavigation::decideNavigation(WebKitNavigationAction* action,
   OrvWebLocationChangingEvent event;
   event.navigationType = type;
   event.url = String(uri);
+  event.button = static_cast<int>(webkit_navigation_action_get_mouse_button(action));
+  event.modifierMask = webkit_navigation_action_get_modifiers(action) & keyboardModifiers;
   page_.raise(event);
   if (event.isPreventDefault() || !page_.client()) {
     webkit_policy_decision_ignore(decision);

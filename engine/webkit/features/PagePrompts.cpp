@@ -6,6 +6,7 @@
 #include "engine/webkit/base/ObjectPointer.h"
 #include "engine/webkit/base/PageContext.h"
 #include "engine/webkit/features/HangMonitor.h"
+#include "platform/base/ErrorReport.h"
 #include "platform/base/Log.h"
 
 #include <algorithm>
@@ -14,6 +15,7 @@
 using Tessel::Platform::concat;
 using Tessel::Platform::logAlways;
 using Tessel::Platform::LogError;
+using Tessel::Platform::reportError;
 using Tessel::Platform::String;
 
 namespace {
@@ -147,6 +149,66 @@ class OpenFileChooser final
   }
 };
 
+// What a page prints: in the toolkit's dialog, or without one into a file. By an operation of our
+// own, of the whole page: that of the signal is over for the engine when the signal returns, and
+// leaves the page unpainted when it prints later.
+class OpenPrint final : public OpenPrompt {
+ public:
+  explicit OpenPrint(WebKitWebView* view)
+      : operation_(webkit_print_operation_new(view)),
+        view_(static_cast<WebKitWebView*>(g_object_ref(view))) {}
+
+  void answer(const PromptAnswer& answer) override {
+    if (!answer.accepted) return;
+    if (!answer.text.isEmpty()) return printInto(answer.text);
+    GtkWidget* topLevel = gtk_widget_get_toplevel(GTK_WIDGET(view_.get()));
+    GtkWindow* parent = GTK_IS_WINDOW(topLevel) ? GTK_WINDOW(topLevel) : nullptr;
+    holdUntilFinished();
+    if (webkit_print_operation_run_dialog(operation_.get(), parent) ==
+        WEBKIT_PRINT_OPERATION_RESPONSE_CANCEL) {
+      g_object_unref(operation_.get());
+    }
+  }
+
+ private:
+  void printInto(const String& path) {
+    GError* error = nullptr;
+    gchar* uri = g_filename_to_uri(path.utf8(), nullptr, &error);
+    if (!uri) {
+      reportError(
+          concat("A page cannot be printed into "
+                 ", path, "
+                 ": ",
+                 error->message));
+      g_error_free(error);
+      return;
+    }
+    GtkPrintSettings* settings = gtk_print_settings_new();
+    gtk_print_settings_set_printer(settings, g_dgettext("gtk30", "Print to File"));
+    gtk_print_settings_set(settings, GTK_PRINT_SETTINGS_OUTPUT_FILE_FORMAT, "pdf");
+    gtk_print_settings_set(settings, GTK_PRINT_SETTINGS_OUTPUT_URI, uri);
+    webkit_print_operation_set_print_settings(operation_.get(), settings);
+    g_signal_connect(operation_.get(), "failed", G_CALLBACK(onFailed), nullptr);
+    holdUntilFinished();
+    webkit_print_operation_print(operation_.get());
+    g_object_unref(settings);
+    g_free(uri);
+  }
+
+  // It would end with the last who holds it, and the page would stay laid out for paper.
+  void holdUntilFinished() {
+    g_signal_connect(g_object_ref(operation_.get()), "finished", G_CALLBACK(g_object_unref),
+                     nullptr);
+  }
+
+  static void onFailed(WebKitPrintOperation*, GError* error, gpointer) {
+    reportError(concat("A page could not be printed: ", error->message));
+  }
+
+  ObjectPointer<WebKitPrintOperation> operation_;
+  ObjectPointer<WebKitWebView> view_;
+};
+
 class OpenPermissionState final : public OpenPrompt {
  public:
   explicit OpenPermissionState(WebKitPermissionStateQuery* query)
@@ -195,6 +257,7 @@ PagePrompts::PagePrompts(PageContext& page, HangMonitor& hangMonitor, WebKitWebV
   connect("permission-request", onPermission);
   connect("query-permission-state", onPermissionState);
   connect("run-file-chooser", onChooseFile);
+  connect("print", onPrint);
 }
 
 PagePrompts::~PagePrompts() {
@@ -252,8 +315,12 @@ void PagePrompts::answerOrigin(PagePermission permission, const String& origin, 
 gboolean PagePrompts::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog,
                                      PagePrompts* self) {
   const auto page = self->page_.shared_from_this();
+  // WebDriver clients answer the engine's own dialogs.
+  const bool isDriven =
+      page->services().automation == AutomationMode::Pages || page->drivesApplication();
   // If the event is disabled, the engine shows its own dialog.
-  if (!page->wants(OrvWebEvent::DialogRequested) ||
+  if ((isDriven && webkit_web_view_is_controlled_by_automation(self->view_)) ||
+      !page->wants(OrvWebEvent::DialogRequested) ||
       !page->client()->settings().isEnableDialogRequestedEvents) {
     self->hangMonitor_.pause();
     return FALSE;
@@ -483,6 +550,27 @@ gboolean PagePrompts::onPermissionState(WebKitWebView*, WebKitPermissionStateQue
   self->askOrHold(*page, event, std::move(prompt), [&] {
     return PromptAnswer{true, event.result(), {}, {}};
   });
+  return TRUE;
+}
+
+gboolean PagePrompts::onPrint(WebKitWebView* view, WebKitPrintOperation*, PagePrompts* self) {
+  const auto page = self->page_.shared_from_this();
+  // If the event is disabled, the engine shows its own dialog.
+  if (!page->wants(OrvWebEvent::DialogRequested) ||
+      !page->client()->settings().isEnableDialogRequestedEvents) {
+    return FALSE;
+  }
+  auto prompt = std::make_unique<OpenPrint>(view);
+  // One at a time: a page must not accumulate them.
+  self->held_.erase(self->openPrint_);
+  OrvWebDialogRequestedEvent event;
+  event.dialogType = OrvWebDialogType::Print;
+  event.url = page->loadControl().shownAddress();
+  const auto life = page->viewLife();
+  self->askOrHold(*page, event, std::move(prompt), [&] {
+    return PromptAnswer{!event.isPreventDefault(), event.result(), {}, {}};
+  });
+  if (!life.expired()) self->openPrint_ = event.waitHandle();
   return TRUE;
 }
 

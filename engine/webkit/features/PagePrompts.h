@@ -55,6 +55,7 @@ class PagePrompts {
   static gboolean onPermission(WebKitWebView*, WebKitPermissionRequest* request, PagePrompts* self);
   static gboolean onPermissionState(WebKitWebView*, WebKitPermissionStateQuery* query,
                                     PagePrompts* self);
+  static gboolean onPrint(WebKitWebView*, WebKitPrintOperation* operation, PagePrompts* self);
   static gboolean onChooseFile(WebKitWebView*, WebKitFileChooserRequest* request,
                                PagePrompts* self);
 
@@ -106,4 +107,5 @@ class PagePrompts {
   // Requests since the end of the last load that the engine has not reported as authenticated.
   std::vector<ObjectPointer<WebKitAuthenticationRequest>> logins_;
   unsigned int openSaving_ = 0;  // the number of the prompt to save a log-in
+  unsigned int openPrint_ = 0;   // that of the prompt to print
 };

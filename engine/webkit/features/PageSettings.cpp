@@ -2,6 +2,7 @@
 #include "engine/webkit/features/PageSettings.h"
 
 #include "engine/webkit/base/PageContext.h"
+#include "engine/webkit/network/LocalScheme.h"
 #include "platform/base/Log.h"
 
 #include <algorithm>
@@ -222,10 +223,9 @@ bool PageSettings::readStyleSheet(const String& location, std::string& text) con
     return true;
   }
   GFile* file = nullptr;
-  constexpr std::string_view local = "local:///";
-  if (address.starts_with(local)) {
-    file = g_file_new_build_filename(page_.services().localRoot.c_str(),
-                                     location.utf8() + local.size(), nullptr);
+  if (address.starts_with("local://")) {
+    file = g_file_new_build_filename(page_.services().localRoots.of(address).c_str(),
+                                     std::string(pathOf(address)).c_str(), nullptr);
   } else if (address.starts_with("/")) {
     file = g_file_new_for_path(location.utf8());
   } else if (address.starts_with("file:")) {

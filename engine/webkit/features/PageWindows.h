@@ -4,8 +4,10 @@
 #include <webkit2/webkit2.h>
 
 #include <memory>
+#include <optional>
 
 class HangMonitor;
+class OrvWebOpenWindowEvent;
 class PageContext;
 
 class PageWindows {
@@ -15,6 +17,9 @@ class PageWindows {
   PageWindows(const PageWindows&) = delete;
   PageWindows& operator=(const PageWindows&) = delete;
 
+  // Asks the chrome for a page that shows a window. Nothing without an answer, after a while; null
+  // if it refuses. The page whose part this is may be closed afterwards.
+  std::optional<std::shared_ptr<PageContext>> ask(OrvWebOpenWindowEvent& event);
   // Ends the wait of that number: the window opens in that page, or not at all.
   void answer(unsigned int number, std::shared_ptr<PageContext> page);
   // Page::tryClose has asked the page's document whether it may go, and this is its answer: no. An
@@ -27,14 +32,13 @@ class PageWindows {
   // engine holds the opener meanwhile.
   struct Waiting {
     unsigned int number;
-    GMainLoop* loop;
     std::shared_ptr<PageContext> page;
     bool answered;
   };
 
   static GtkWidget* onCreate(WebKitWebView*, WebKitNavigationAction* action, PageWindows* self);
   static void onClose(WebKitWebView*, PageWindows* self);
-  std::shared_ptr<PageContext> waitForAnswer(unsigned int number);
+  std::optional<std::shared_ptr<PageContext>> waitForAnswer(unsigned int number);
 
   PageContext& page_;
   HangMonitor& hangMonitor_;

@@ -206,6 +206,27 @@ bool EngineInspector::announce() {
   return ::setenv(variable, place().text().c_str(), 1) == 0;
 }
 
+void EngineInspector::renounce() {
+  ::unsetenv(variable);
+}
+
+bool EngineInspector::listensAt(const std::string& address) {
+  bool listens = false;
+  forEachDescriptor([&](int fd) {
+    if (!isListening(fd)) return;
+    GSocket* const socket = g_socket_new_from_fd(::dup(fd), nullptr);
+    if (!socket) return;
+    GSocketAddress* place = g_socket_get_local_address(socket, nullptr);
+    gchar* const text =
+        place ? g_socket_connectable_to_string(G_SOCKET_CONNECTABLE(place)) : nullptr;
+    listens = listens || address == (text ? text : "");
+    g_free(text);
+    g_clear_object(&place);
+    g_object_unref(socket);
+  });
+  return listens;
+}
+
 EngineInspector::~EngineInspector() {
   if (expecting_ != 0) g_source_remove(expecting_);
 }

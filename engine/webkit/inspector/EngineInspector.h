@@ -49,6 +49,12 @@ class EngineInspector {
   // there will be no inspector, without random numbers.
   static bool announce();
 
+  // No inspector in this process: not even one that the environment asks for. Before the toolkit
+  // starts.
+  static void renounce();
+  // Whether this process listens at that address, HOST:PORT.
+  static bool listensAt(const std::string& address);
+
   EngineInspector() = default;
   ~EngineInspector();
   EngineInspector(const EngineInspector&) = delete;

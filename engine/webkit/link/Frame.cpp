@@ -222,9 +222,9 @@ auto fieldsOf(Record& record) {
   } else if constexpr (std::is_same_v<Plain, ResourceDecision>) {
     return std::tie(record.verdict, record.address, record.referrer);
   } else if constexpr (std::is_same_v<Plain, PageSetup>) {
-    return std::tie(record.callbackObject, record.drivesApplication, record.requestHeaders,
-                    record.downloadableFonts, record.standalone, record.watched, record.deferred,
-                    record.bound);
+    return std::tie(record.callbackObject, record.drivesApplication, record.engineDialogs,
+                    record.requestHeaders, record.downloadableFonts, record.standalone,
+                    record.watched, record.deferred, record.bound);
   } else if constexpr (std::is_same_v<Plain, DialogQuestion>) {
     return std::tie(record.kind, record.message, record.initialText);
   } else if constexpr (std::is_same_v<Plain, DialogAnswer>) {

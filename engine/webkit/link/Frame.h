@@ -82,7 +82,8 @@ enum class Watched : std::uint32_t {
 // What the module must know about a page before its first document.
 struct PageSetup {
   bool callbackObject = false;     // its documents may call native functions
-  bool drivesApplication = false;  // its dialogs come over the link
+  bool drivesApplication = false;  // its dialogs come over the link, unless
+  bool engineDialogs = false;      // they are the engine's, as those of other pages
   std::vector<OrvWebHeader> requestHeaders = {};
   bool downloadableFonts = true;  // its documents may load fonts
   bool standalone = false;        // navigator.standalone is there and true

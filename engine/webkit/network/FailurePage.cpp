@@ -27,16 +27,16 @@ String retryText(const String& url, unsigned int seconds) {
 
 }  // namespace
 
-String failurePage(const String& url, const String& reason, const String& hint,
+String failurePage(const String& title, const String& url, const String& reason, const String& hint,
                    unsigned int retrySeconds) {
   const String retry = retrySeconds == 0 ? String() : retryText(url, retrySeconds);
   const String begin = take(g_markup_printf_escaped(
       "<!doctype html><html><head><meta charset='utf-8'><title>Not loaded</title>"
       "<meta name='color-scheme' content='light dark'></head>"
       "<body style='font:16px/1.5 sans-serif;margin:4em auto;max-width:36em;padding:0 1em'>"
-      "<h1 style='font-size:1.5em'>This page could not be loaded</h1>"
+      "<h1 style='font-size:1.5em'>%s</h1>"
       "<p><code style='overflow-wrap:anywhere'>%s</code></p><p>%s</p>",
-      url.utf8(), reason.utf8()));
+      title.utf8(), url.utf8(), reason.utf8()));
   const String end = take(g_markup_printf_escaped("<p>%s</p></body></html>", hint.utf8()));
   return Tessel::Platform::concat(begin, retry, end);
 }

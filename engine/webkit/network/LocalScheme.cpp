@@ -49,18 +49,21 @@ constexpr std::array<std::pair<std::string_view, const char*>, 22> webTypes{{
     {"woff2", "font/woff2"},
 }};
 
-std::string_view pathOf(std::string_view uri) {
-  const auto scheme = uri.find("://");
-  const auto begin = uri.find('/', scheme == std::string_view::npos ? 0 : scheme + 3);
-  if (begin == std::string_view::npos) return "/";
-  return uri.substr(begin, uri.find_first_of("?#", begin) - begin);
-}
+// The files of pagehost:. Static, and of no use to a page that has no native functions.
+constexpr std::array<std::string_view, 1> libraryFiles{"pagehost.js"};
+
+enum class Readers { OwnOrigin, Everybody };
 
 void respond(WebKitURISchemeRequest* request, GInputStream* body, gint64 length, guint status,
-             const char* type) {
+             const char* type, Readers readers = Readers::OwnOrigin) {
   WebKitURISchemeResponse* response = webkit_uri_scheme_response_new(body, length);
   webkit_uri_scheme_response_set_status(response, status, nullptr);
   webkit_uri_scheme_response_set_content_type(response, type);
+  if (readers == Readers::Everybody) {
+    SoupMessageHeaders* headers = soup_message_headers_new(SOUP_MESSAGE_HEADERS_RESPONSE);
+    soup_message_headers_append(headers, "Access-Control-Allow-Origin", "*");
+    webkit_uri_scheme_response_set_http_headers(response, headers);
+  }
   webkit_uri_scheme_request_finish_with_response(request, response);
   g_object_unref(response);
 }
@@ -90,10 +93,9 @@ bool isForeign(WebKitURISchemeRequest* request) {
   return origin && !g_str_has_prefix(origin, "local:");
 }
 
-void onRequest(WebKitURISchemeRequest* request, gpointer root) {
-  if (isForeign(request)) return respondMissing(request, "It is not for pages of other origins.");
-  const std::string_view path = pathOf(webkit_uri_scheme_request_get_uri(request));
-  UniqueFd file = openBelow(*static_cast<const std::string*>(root), path);
+void respondFile(WebKitURISchemeRequest* request, const std::string& root, std::string_view path,
+                 Readers readers) {
+  UniqueFd file = openBelow(root, path);
   struct stat status {};
   if (file.get() < 0 || ::fstat(file.get(), &status) != 0) {
     respondMissing(request, std::strerror(errno));
@@ -103,11 +105,45 @@ void onRequest(WebKitURISchemeRequest* request, gpointer root) {
   const std::string type = mimeTypeOf(path.ends_with('/') ? "index.html" : name);
   g_free(name);
   GInputStream* body = g_unix_input_stream_new(file.release(), TRUE);
-  respond(request, body, status.st_size, 200, type.c_str());
+  respond(request, body, status.st_size, 200, type.c_str(), readers);
   g_object_unref(body);
 }
 
+void onRequest(WebKitURISchemeRequest* request, gpointer roots) {
+  if (isForeign(request)) return respondMissing(request, "It is not for pages of other origins.");
+  const std::string_view uri = webkit_uri_scheme_request_get_uri(request);
+  respondFile(request, static_cast<const LocalRoots*>(roots)->of(uri), pathOf(uri),
+              Readers::OwnOrigin);
+}
+
+void onLibraryRequest(WebKitURISchemeRequest* request, gpointer roots) {
+  std::string_view name = webkit_uri_scheme_request_get_uri(request);
+  name.remove_prefix(std::min(name.find(':') + 1, name.size()));
+  name.remove_prefix(std::min(name.find_first_not_of('/'), name.size()));
+  name = name.substr(0, name.find_first_of("?#"));
+  const std::string& folder = static_cast<const LocalRoots*>(roots)->library;
+  const bool isThere =
+      std::find(libraryFiles.begin(), libraryFiles.end(), name) != libraryFiles.end();
+  if (folder.empty() || !isThere) return respondMissing(request, "The library has no such file.");
+  respondFile(request, folder, name, Readers::Everybody);
+}
+
 }  // namespace
+
+std::string_view pathOf(std::string_view uri) {
+  const auto scheme = uri.find("://");
+  const auto begin = uri.find('/', scheme == std::string_view::npos ? 0 : scheme + 3);
+  if (begin == std::string_view::npos) return "/";
+  return uri.substr(begin, uri.find_first_of("?#", begin) - begin);
+}
+
+const std::string& LocalRoots::of(std::string_view uri) const {
+  const auto scheme = uri.find("://");
+  if (scheme == std::string_view::npos) return shared;
+  const std::string_view rest = uri.substr(scheme + 3);
+  const std::string_view host = rest.substr(0, rest.find_first_of("/?#"));
+  return host == appHost && !app.empty() ? app : shared;
+}
 
 std::string mimeTypeOf(std::string_view name) {
   const auto dot = name.rfind('.');
@@ -172,13 +208,16 @@ UniqueFd openBelow(const std::string& root, std::string_view encodedPath) {
   return UniqueFd(::open(held.c_str(), O_RDONLY | O_CLOEXEC));
 }
 
-void serveLocalScheme(WebKitWebContext* context, const std::string& root) {
+void serveLocalScheme(WebKitWebContext* context, const LocalRoots& roots) {
+  auto* const data = const_cast<LocalRoots*>(&roots);
   // Not as a local scheme in the engine's sense: as a plain one, modules, fetch, workers, storage
   // and relative addresses work between local files; registered as local, the first three do not.
-  webkit_web_context_register_uri_scheme(
-      context, "local", onRequest, new std::string(root),
-      [](gpointer text) { delete static_cast<std::string*>(text); });
+  webkit_web_context_register_uri_scheme(context, "local", onRequest, data, nullptr);
+  WebKitSecurityManager* const security = webkit_web_context_get_security_manager(context);
   // Not reachable by frames, scripts or links of other pages.
-  webkit_security_manager_register_uri_scheme_as_display_isolated(
-      webkit_web_context_get_security_manager(context), "local");
+  webkit_security_manager_register_uri_scheme_as_display_isolated(security, "local");
+  // Secure: also for chromes of encrypted sites.
+  webkit_web_context_register_uri_scheme(context, "pagehost", onLibraryRequest, data, nullptr);
+  webkit_security_manager_register_uri_scheme_as_cors_enabled(security, "pagehost");
+  webkit_security_manager_register_uri_scheme_as_secure(security, "pagehost");
 }

@@ -2,7 +2,10 @@
 //
 // local:///chrome/index.html is the file chrome/index.html below the root. Nothing outside the
 // root can be read: every step of the path is opened by itself, relative to the one before, and
-// symbolic links are not followed.
+// symbolic links are not followed. local://app/ is another root, the folder of the chrome that the
+// program was started with.
+//
+// pagehost:pagehost.js is the library of chromes, a script that is the same for everybody.
 #pragma once
 
 #include "platform/base/UniqueFd.h"
@@ -12,8 +15,25 @@
 
 typedef struct _WebKitWebContext WebKitWebContext;
 
-// Serves the files below the root, an absolute path, to all pages of the context.
-void serveLocalScheme(WebKitWebContext* context, const std::string& root);
+// What local: addresses are files of: absolute paths.
+struct LocalRoots {
+  std::string shared;        // local:///
+  std::string app = {};      // local://app/; empty for none
+  std::string library = {};  // the folder of the files of pagehost:; empty for none
+
+  // The root of an address of the scheme.
+  const std::string& of(std::string_view uri) const;
+};
+
+// The host of the app's addresses.
+inline constexpr std::string_view appHost = "app";
+
+// The path in an address with an authority, with its leading slash.
+std::string_view pathOf(std::string_view uri);
+
+// Serves the files below the roots, which must outlive the context, to local: pages of the context,
+// and the library to all of its pages: modules of any origin import it.
+void serveLocalScheme(WebKitWebContext* context, const LocalRoots& roots);
 
 // A regular file below the root by the path of its address: percent-encoded, with a leading
 // slash; one that ends with a slash means the folder's index.html. On failure the descriptor is

@@ -27,6 +27,14 @@ bool isPost(const Frame& frame) {
   return frame.kind == FrameKind::PostFunction || frame.kind == FrameKind::PostAction;
 }
 
+// Whether it calls chrome.native.error.
+bool isErrorReport(const Frame& frame) {
+  link_protocol::PostedCall post;
+  if (frame.kind != FrameKind::PostFunction || !decode(frame.payload, post)) return false;
+  const auto& path = post.call.path;
+  return path.size() == 3 && path[1] == "native" && path[2] == "error";
+}
+
 }  // namespace
 
 std::unique_ptr<HostLink> HostLink::connect(const std::string& address, const std::string& token,
@@ -169,6 +177,7 @@ std::optional<std::string> HostLink::ask(FrameKind kind, std::uint64_t page,
         break;
       case FrameKind::PostFunction:
       case FrameKind::PostAction:
+        errorPosted_ = errorPosted_ || isErrorReport(frame);
         posts_.push_back(std::move(frame));
         break;
       default:

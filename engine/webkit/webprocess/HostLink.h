@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 // Executes the program's requests.
 class HostLinkDelegate {
@@ -44,6 +45,9 @@ class HostLink {
   // Serves the program, and does nothing else, for as long as the delegate is deferred and the
   // program is there.
   void suspend();
+  // Whether the program has reported an error to the chrome since the last call, while a request
+  // was open: the request has failed.
+  bool takeErrorPosted() { return std::exchange(errorPosted_, false); }
 
  private:
   HostLink(link_protocol::LinkSocket socket, HostLinkDelegate& delegate);
@@ -64,6 +68,7 @@ class HostLink {
   bool later_ = false;  // there is something to serve that the socket does not signal
   bool broken_ = false;
   bool suspended_ = false;
+  bool errorPosted_ = false;
   std::uint32_t lastId_ = 0;
   unsigned int openRequests_ = 0;
   std::deque<link_protocol::Frame> arrived_;  // in order, not yet looked at

@@ -7,6 +7,7 @@
 #include "engine/webkit/webprocess/Lockdown.h"
 #include "engine/webkit/webprocess/PageApi.h"
 #include "engine/webkit/webprocess/PageScripts.h"
+#include "platform/base/Log.h"
 
 #include <jsc/jsc.h>
 #include <libsoup/soup.h>
@@ -78,6 +79,7 @@ class Module final : public HostLinkDelegate {
   void report(WebKitWebPage* page, ReportKind what, std::vector<JavaScriptVariant> details);
   bool askForResource(WebKitWebPage* page, WebKitURIRequest* request, SoupMessageHeaders* headers);
   bool mayCall(JSCContext* context, std::uint64_t number);
+  void tellCaller(JSCContext* context, std::uint64_t page, const NativeArguments& texts);
   void prepareDocument(JSCContext* context, std::uint64_t number, const PageRecord& record);
 
   std::unique_ptr<HostLink> link_;
@@ -228,7 +230,9 @@ void Module::onWindowObjectCleared(WebKitScriptWorld* world, WebKitWebPage* page
       (!record.setup.bound || self->mayCall(context.get(), number))) {
     exposeNativeFunctions(context.get(), record.functions, number);
   }
-  if (record.setup.drivesApplication) replaceDialogs(context.get(), record.functions, number);
+  if (record.setup.drivesApplication && !record.setup.engineDialogs) {
+    replaceDialogs(context.get(), record.functions, number);
+  }
   // Requests of the page that drives the program would have to be answered by itself.
   if (!record.setup.drivesApplication) {
     definePageApi(context.get(), record.functions,
@@ -314,7 +318,20 @@ JSCValue* Module::callNative(std::uint64_t page, GPtrArray* arguments) {
     jsc_context_throw(context, "The application does not answer any more.");
     return jsc_value_new_undefined(context);
   }
+  if (link_->takeErrorPosted()) tellCaller(context, page, texts);
   return toScript(context, String(std::string_view(*result)));
+}
+
+// Says where a native call came from that has failed. Of the page that drives the application only:
+// an error in others may be anybody's.
+void Module::tellCaller(JSCContext* context, std::uint64_t page, const NativeArguments& texts) {
+  const auto found = pages_.find(page);
+  if (found == pages_.end() || !found->second.setup.drivesApplication) return;
+  const ScriptPlace place = callerOf(context);
+  const std::string name = !texts.empty() && texts[0] ? *texts[0] : "";
+  report(page, PageReport{ReportKind::problem,
+                          {String("The native call " + name + " has failed here"),
+                           String(place.file), static_cast<double>(place.line)}});
 }
 
 JSCValue* Module::runDialog(std::uint64_t page, DialogKind kind, GPtrArray* arguments) {
@@ -369,17 +386,23 @@ void Module::onDocumentLoaded(WebKitWebPage* page, gpointer self) {
   static_cast<Module*>(self)->report(page, ReportKind::documentLoaded, {});
 }
 
-void Module::onConsoleMessage(WebKitWebPage* page, WebKitConsoleMessage* message, gpointer self) {
+void Module::onConsoleMessage(WebKitWebPage* page, WebKitConsoleMessage* message, gpointer data) {
+  if (webkit_console_message_get_level(message) != WEBKIT_CONSOLE_MESSAGE_LEVEL_ERROR) return;
+  auto* self = static_cast<Module*>(data);
+  const auto tell = [&](ReportKind kind) {
+    self->report(page, kind,
+                 {String(webkit_console_message_get_text(message)),
+                  String(webkit_console_message_get_source_id(message)),
+                  static_cast<double>(webkit_console_message_get_line(message))});
+  };
   // Uncaught exceptions are among the console messages.
-  if (webkit_console_message_get_source(message) != WEBKIT_CONSOLE_MESSAGE_SOURCE_JAVASCRIPT ||
-      webkit_console_message_get_level(message) != WEBKIT_CONSOLE_MESSAGE_LEVEL_ERROR) {
-    return;
+  if (webkit_console_message_get_source(message) == WEBKIT_CONSOLE_MESSAGE_SOURCE_JAVASCRIPT) {
+    tell(ReportKind::exception);
   }
-  static_cast<Module*>(self)->report(
-      page, ReportKind::exception,
-      {String(webkit_console_message_get_text(message)),
-       String(webkit_console_message_get_source_id(message)),
-       static_cast<double>(webkit_console_message_get_line(message))});
+  const auto found = self->pages_.find(webkit_web_page_get_id(page));
+  if (found != self->pages_.end() && found->second.setup.drivesApplication) {
+    tell(ReportKind::problem);
+  }
 }
 
 gboolean Module::onSendRequest(WebKitWebPage* page, WebKitURIRequest* request, WebKitURIResponse*,
@@ -459,6 +482,9 @@ extern "C" G_MODULE_EXPORT void webkit_web_extension_initialize_with_user_data(
   const char* sandbox = nullptr;
   const char* folder = nullptr;
   g_variant_get(data, "(&s&s&s&s)", &address, &token, &sandbox, &folder);
+  Tessel::Platform::setupApplicationLogging("page module");
+  Tessel::Platform::traceStart("page module loaded");
   module().start(extension, address, token);
   module().lockDown(sandbox, folder);
+  Tessel::Platform::traceStart("page module connected and confined");
 }

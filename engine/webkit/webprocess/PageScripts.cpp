@@ -1,8 +1,10 @@
 // JavaScript values across the link, and calls of page functions. Web process, main thread only.
 #include "engine/webkit/webprocess/PageScripts.h"
 
+#include <cstdlib>
 #include <iterator>
 #include <span>
+#include <sstream>
 
 using Tessel::Platform::String;
 
@@ -39,6 +41,23 @@ std::string takeException(JSCContext* context) {
     text.append(std::to_string(jsc_exception_get_line_number(held.get()))).append(")");
   }
   return text;
+}
+
+ScriptPlace callerOf(JSCContext* context) {
+  const ObjectPointer<JSCValue> stack(jsc_context_evaluate(context, "new Error().stack", -1));
+  if (!takeException(context).empty() || !jsc_value_is_string(stack.get())) return {};
+  ScriptPlace place;
+  std::istringstream lines(bytesOf(stack.get()));
+  // Each is NAME@FILE:LINE:COLUMN.
+  for (std::string line; std::getline(lines, line);) {
+    const auto column = line.rfind(':');
+    const auto row = column == std::string::npos || column == 0 ? column : line.rfind(':', column - 1);
+    const auto file = line.find('@') + 1;
+    if (row == std::string::npos || row <= file || line.find(':', file) == row) continue;
+    place = {line.substr(file, row - file), std::atoi(line.c_str() + row + 1)};
+    if (!place.file.ends_with("pagehost.js")) break;
+  }
+  return place;
 }
 
 PageFunctions makePageFunctions(JSCContext* context) {

@@ -15,6 +15,14 @@
 // is none.
 std::string takeException(JSCContext* context);
 
+// Where a script calls the native function that is running: the innermost place in a file, past the
+// library of chromes, which only passes calls on. Empty, and 0, where no script has a file.
+struct ScriptPlace {
+  std::string file;
+  int line = 0;
+};
+ScriptPlace callerOf(JSCContext* context);
+
 // What is made in a page's world before any script of the page can have changed its functions. Each
 // keeps the page's document alive, so what a document owns, such as the data of a native function,
 // must not hold them: the engine could not free either.

@@ -2,6 +2,7 @@
 #include "platform/graphics/gtk/GtkWindowSystem.h"
 
 #include "platform/graphics/Window.h"
+#include "platform/graphics/gtk/Picture.h"
 #include "platform/graphics/gtk/ScreenFit.h"
 #include "platform/graphics/gtk/ScreenInput.h"
 #include "platform/graphics/gtk/StackContainer.h"
@@ -10,7 +11,8 @@
 
 #include <gtk/gtk.h>
 
-#include <optional>
+#include <memory>
+#include <utility>
 
 namespace Tessel::Platform::Graphics {
 
@@ -61,7 +63,7 @@ class TopLevelSurface final : public WindowSurface {
     g_signal_connect(window_, "notify::is-active", G_CALLBACK(onActive), this);
     gtk_container_add(GTK_CONTAINER(window_), stack_);
     gtk_widget_show(stack_);
-    fit_.emplace(GTK_WINDOW(window_), [this] { tellShownAs(); });
+    fit_ = std::make_shared<ScreenFit>(GTK_WINDOW(window_), [this] { tellShownAs(); });
     input_->watch(window_);
     // An application has one window; of several, the first counts.
     if (!clock_->followed()) clock_->follow(window_);
@@ -77,6 +79,7 @@ class TopLevelSurface final : public WindowSurface {
 
   GtkWidget* widget() const { return window_; }
   GtkWidget* stack() const { return stack_; }
+  const std::shared_ptr<ScreenFit>& fit() const { return fit_; }
 
   void update(const WindowState& state) override {
     const IntSize size{state.rect.width, state.rect.height};
@@ -102,6 +105,7 @@ class TopLevelSurface final : public WindowSurface {
   void requestKeyboardFocus() override { gtk_window_present(GTK_WINDOW(window_)); }
   void showAs(ShownAs wanted) override { fit_->showAs(wanted); }
   void fillScreen(ScreenFilling filling) override { fit_->fillScreen(filling); }
+  void takePicture(PictureTaken taken) override { takePictureOf(window_, std::move(taken)); }
 
  private:
   static gboolean onDraw(GtkWidget*, cairo_t* cairo, gpointer self) {
@@ -171,7 +175,7 @@ class TopLevelSurface final : public WindowSurface {
   std::shared_ptr<ScreenInput> input_;
   GtkWidget* window_;
   GtkWidget* stack_;
-  std::optional<ScreenFit> fit_;  // as long as the window
+  std::shared_ptr<ScreenFit> fit_;  // as long as the window
   IntSize requested_;
   IntSize allocated_;
   int state_ = GDK_WINDOW_STATE_WITHDRAWN;
@@ -184,7 +188,7 @@ class TopLevelSurface final : public WindowSurface {
 class ChildSurface final : public WindowSurface, public WidgetHost {
  public:
   ChildSurface(Window& owner, TopLevelSurface& parent)
-      : owner_(owner), stack_(GTK_WIDGET(g_object_ref(parent.stack()))) {
+      : owner_(owner), stack_(GTK_WIDGET(g_object_ref(parent.stack()))), fit_(parent.fit()) {
     GtkWidget* painter = gtk_event_box_new();
     // No input window: clicks pass through to what is below.
     gtk_widget_set_has_window(painter, FALSE);
@@ -194,6 +198,7 @@ class ChildSurface final : public WindowSurface, public WidgetHost {
   }
 
   ~ChildSurface() override {
+    setFullScreen(false);
     drop();
     g_object_unref(stack_);
   }
@@ -204,11 +209,15 @@ class ChildSurface final : public WindowSurface, public WidgetHost {
     stackContainerPut(stack_, widget_, owner_.state());
   }
 
-  void update(const WindowState& state) override { stackContainerUpdate(stack_, widget_, state); }
+  void update(const WindowState& state) override {
+    stackContainerUpdate(stack_, widget_, state);
+    setFullScreen(state.fullScreen != FullScreen::No);
+  }
 
   IntSize size() const override {
     const WindowState& state = owner_.state();
-    if (!state.fillsParent) return {state.rect.width, state.rect.height};
+    if (!state.fillsParent && state.fullScreen != FullScreen::Filling)
+      return {state.rect.width, state.rect.height};
     return {gtk_widget_get_allocated_width(stack_), gtk_widget_get_allocated_height(stack_)};
   }
 
@@ -220,6 +229,11 @@ class ChildSurface final : public WindowSurface, public WidgetHost {
   void requestKeyboardFocus() override { gtk_widget_grab_focus(widget_); }
 
  private:
+  void setFullScreen(bool fullScreen) {
+    if (std::exchange(fullScreen_, fullScreen) == fullScreen) return;
+    if (const auto fit = fit_.lock()) fit->showContent(fullScreen);
+  }
+
   static gboolean onDraw(GtkWidget*, cairo_t* cairo, gpointer self) {
     drawColor(cairo, static_cast<ChildSurface*>(self)->fill_.shown);
     return FALSE;
@@ -235,6 +249,8 @@ class ChildSurface final : public WindowSurface, public WidgetHost {
 
   Window& owner_;
   GtkWidget* stack_;
+  const std::weak_ptr<ScreenFit> fit_;  // of the parent, while that is there
+  bool fullScreen_ = false;
   GtkWidget* widget_ = nullptr;
   Fill fill_;
 };
@@ -281,6 +297,11 @@ bool GtkWindowSystem::embed(Window& window, GtkWidget* widget) {
 GtkWidget* GtkWindowSystem::topLevelWidget(const Window& window) {
   auto* surface = dynamic_cast<TopLevelSurface*>(window.surface());
   return surface ? surface->widget() : nullptr;
+}
+
+bool GtkWindowSystem::hasManager(const Window& window) {
+  GtkWidget* const widget = topLevelWidget(window);
+  return widget && ScreenFit::hasManager(GTK_WINDOW(widget));
 }
 
 WidgetHost* WidgetHost::of(const Window& window) {

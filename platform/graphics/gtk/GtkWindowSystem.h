@@ -29,6 +29,8 @@ class GtkWindowSystem final : public WindowSystem {
 
   // The GTK window behind a top-level window of this system; null for any other.
   static GtkWidget* topLevelWidget(const Window& window);
+  // Whether a window manager looks after a top-level window of this system.
+  static bool hasManager(const Window& window);
 
  private:
   GtkWindowSystem();

@@ -14,12 +14,12 @@ GdkScreen* screenOf(GtkWindow* window) {
   return gtk_window_get_screen(window);
 }
 
-bool hasManager(GtkWindow* window) {
+}  // namespace
+
+bool ScreenFit::hasManager(GtkWindow* window) {
   return gdk_x11_screen_supports_net_wm_hint(
              screenOf(window), gdk_atom_intern_static_string("_NET_WM_STATE_FULLSCREEN")) != FALSE;
 }
-
-}  // namespace
 
 ScreenFit::ScreenFit(GtkWindow* window, std::function<void()> changed)
     : window_(window), changed_(std::move(changed)) {
@@ -29,10 +29,16 @@ ScreenFit::ScreenFit(GtkWindow* window, std::function<void()> changed)
 }
 
 ScreenFit::~ScreenFit() {
+  if (ending_) g_source_remove(ending_);
   g_signal_handlers_disconnect_by_data(screenOf(window_), this);
 }
 
 void ScreenFit::showAs(ShownAs wanted) {
+  if (wanted != ShownAs::Minimized) beforeContent_.reset();
+  apply(wanted);
+}
+
+void ScreenFit::apply(ShownAs wanted) {
   if (wanted == ShownAs::Minimized) return gtk_window_iconify(window_);
   if (wanted == ShownAs::Covered || fills_) return;
   asked_ = wanted != ShownAs::Normal;
@@ -42,6 +48,42 @@ void ScreenFit::showAs(ShownAs wanted) {
   gtk_window_deiconify(window_);
   if (wanted == ShownAs::Fullscreen) gtk_window_fullscreen(window_);
   if (wanted == ShownAs::Maximized) gtk_window_maximize(window_);
+}
+
+bool ScreenFit::isFullScreen() const {
+  GdkWindow* const shown = gtk_widget_get_window(GTK_WIDGET(window_));
+  if (coversScreen()) return covering_ == ShownAs::Fullscreen;
+  return shown && (gdk_window_get_state(shown) & GDK_WINDOW_STATE_FULLSCREEN) != 0;
+}
+
+void ScreenFit::showContent(bool fullScreen) {
+  contents_ += fullScreen ? 1 : -1;
+  if (ending_) g_source_remove(std::exchange(ending_, 0));
+  if (!fullScreen) {
+    if (contents_ > 0) return;
+    // The engine takes the window out of full screen by itself, right after it has told of this.
+    const auto end = [](gpointer self) -> gboolean {
+      static_cast<ScreenFit*>(self)->endContent();
+      return G_SOURCE_REMOVE;
+    };
+    ending_ = g_idle_add(end, this);
+  } else if (contents_ == 1 && !beforeContent_) {
+    beforeContent_ = coversScreen()                              ? covering_
+                     : isFullScreen()                            ? ShownAs::Fullscreen
+                     : gtk_window_is_maximized(window_) != FALSE ? ShownAs::Maximized
+                                                                 : ShownAs::Normal;
+    apply(ShownAs::Fullscreen);
+  }
+}
+
+void ScreenFit::endContent() {
+  ending_ = 0;
+  const auto before = std::exchange(beforeContent_, std::nullopt);
+  if (fills_) {
+    if (hasManager(window_)) gtk_window_fullscreen(window_);
+  } else if (before) {
+    apply(*before);
+  }
 }
 
 void ScreenFit::fillScreen(ScreenFilling filling) {

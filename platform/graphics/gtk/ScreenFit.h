@@ -5,6 +5,7 @@
 #include "platform/graphics/WindowSystem.h"
 
 #include <functional>
+#include <optional>
 
 typedef struct _GtkWindow GtkWindow;
 
@@ -19,8 +20,13 @@ class ScreenFit {
   ScreenFit(const ScreenFit&) = delete;
   ScreenFit& operator=(const ScreenFit&) = delete;
 
+  static bool hasManager(GtkWindow* window);
+
   void showAs(ShownAs wanted);
   void fillScreen(ScreenFilling filling);
+  // Some content of the window is in full screen from now on, or is no more: so is the window
+  // meanwhile, and afterwards it is shown as before, unless showAs() has been called in between.
+  void showContent(bool fullScreen);
   // Gives the window another size, which it then has in place of the screen's. False, and nothing
   // changes, for one that fills the screen in any case.
   bool resize(IntSize size);
@@ -32,6 +38,9 @@ class ScreenFit {
 
  private:
   static void onScreenChanged(ScreenFit* self);
+  bool isFullScreen() const;
+  void apply(ShownAs wanted);
+  void endContent();
   void cover(ShownAs as);
   void uncover();
   void fit();
@@ -41,6 +50,9 @@ class ScreenFit {
   bool fills_ = false;  // never reset
   bool asked_ = false;  // somebody wants it to cover the screen, with a window manager as well
   ShownAs covering_ = ShownAs::Normal;
+  int contents_ = 0;                      // in full screen
+  std::optional<ShownAs> beforeContent_;  // how the window was shown, to be restored
+  unsigned ending_ = 0;
   int width_ = 0;  // before the window covered the screen
   int height_ = 0;
 };

@@ -1,6 +1,7 @@
-// Touch and mouse events in the application's top-level windows. UI thread.
+// Touch, mouse and key events in the application's top-level windows. UI thread.
 #include "platform/graphics/gtk/ScreenInput.h"
 
+#include "platform/graphics/ReservedKeys.h"
 #include "platform/graphics/Screen.h"
 
 #include <gtk/gtk.h>
@@ -23,6 +24,22 @@ bool isTouch(GdkEventType type) {
          type == GDK_TOUCH_CANCEL;
 }
 
+// On a keyboard of other letters the one that stands at that place of the first, Latin layout.
+guint latinKeyOf(const GdkEventKey& event) {
+  if (event.keyval < 0x80 || event.keyval >= 0xFE00) return event.keyval;
+  guint key = event.keyval;
+  gdk_keymap_translate_keyboard_state(
+      gdk_keymap_get_for_display(gdk_window_get_display(event.window)), event.hardware_keycode,
+      GdkModifierType{}, 0, &key, nullptr, nullptr, nullptr);
+  return key < 0x80 ? key : event.keyval;
+}
+
+KeyCombination combinationOf(const GdkEventKey& event) {
+  const auto holds = [&](guint modifier) { return (event.state & modifier) != 0; };
+  return {latinKeyOf(event), holds(GDK_CONTROL_MASK), holds(GDK_MOD1_MASK), holds(GDK_SHIFT_MASK),
+          holds(GDK_MOD4_MASK | GDK_META_MASK | GDK_SUPER_MASK)};
+}
+
 }  // namespace
 
 ScreenInput* ScreenInput::current = nullptr;
@@ -30,8 +47,7 @@ ScreenInput* ScreenInput::current = nullptr;
 ScreenInput::ScreenInput() {
   current = this;
   const auto handler = [](GdkEvent* event, gpointer data) {
-    static_cast<ScreenInput*>(data)->handle(event);
-    gtk_main_do_event(event);
+    if (static_cast<ScreenInput*>(data)->handle(event)) gtk_main_do_event(event);
   };
   gdk_event_handler_set(handler, this, nullptr);
 }
@@ -54,18 +70,32 @@ void ScreenInput::unwatch(GtkWidget* topLevel) {
   std::erase(topLevels_, topLevel);
 }
 
-void ScreenInput::handle(const GdkEvent* event) {
+bool ScreenInput::handle(const GdkEvent* event) {
   GdkWindow* const window = event->any.window;
-  if (!window || gdk_window_is_destroyed(window)) return;
+  if (!window || gdk_window_is_destroyed(window)) return true;
   gpointer owner = nullptr;
   gdk_window_get_user_data(gdk_window_get_toplevel(window), &owner);
   const auto watched = std::find(topLevels_.begin(), topLevels_.end(), owner);
-  if (watched == topLevels_.end()) return;
-  if (isTouch(gdk_event_get_event_type(event))) {
+  if (watched == topLevels_.end()) return true;
+  const GdkEventType type = gdk_event_get_event_type(event);
+  if (type == GDK_KEY_PRESS || type == GDK_KEY_RELEASE) return handleKey(event);
+  if (isTouch(type)) {
     handleTouch(event, *watched);
   } else {
     handleMouse(event, *watched);
   }
+  return true;
+}
+
+bool ScreenInput::handleKey(const GdkEvent* event) {
+  auto taken = takenKeys_[event->key.hardware_keycode % takenKeys_.size()];
+  if (event->type == GDK_KEY_RELEASE) {
+    const bool isTaken = taken;
+    taken = false;
+    return !isTaken;
+  }
+  taken = ReservedKeys::instance().press(combinationOf(event->key));
+  return !taken;
 }
 
 // Queried once per drag, as it is a round trip to the display. Positions are taken on the screen,

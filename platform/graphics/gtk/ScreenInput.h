@@ -1,9 +1,10 @@
-// Sees every touch and mouse event of the application's top-level windows before their widgets do,
-// and notifies the screen's listeners. UI thread.
+// Sees every touch, mouse and key event of the application's top-level windows before their widgets
+// do, notifies the screen's listeners, and takes the keys that are reserved. UI thread.
 #pragma once
 
 #include "platform/graphics/ScreenEvents.h"
 
+#include <bitset>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -33,7 +34,9 @@ class ScreenInput {
     TouchPoint point;
   };
 
-  void handle(const GdkEvent* event);
+  // False: nobody else gets the event.
+  bool handle(const GdkEvent* event);
+  bool handleKey(const GdkEvent* event);
   void handleTouch(const GdkEvent* event, GtkWidget* topLevel);
   void handleMouse(const GdkEvent* event, GtkWidget* topLevel);
   void learnOrigin(GtkWidget* topLevel);
@@ -46,6 +49,8 @@ class ScreenInput {
   std::vector<Finger> fingers_;
   IntPoint origin_;  // of the window on the screen, at the start of the drag
   bool buttonDown_ = false;
+  // Whose press was taken, by the keyboard's numbers: their release is nobody's either.
+  std::bitset<256> takenKeys_;
 };
 
 }  // namespace Tessel::Platform::Graphics

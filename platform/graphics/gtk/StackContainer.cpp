@@ -40,6 +40,13 @@ Slots::iterator findSlot(StackContainer* stack, GtkWidget* widget) {
                       [&](const Slot& slot) { return slot.widget == widget; });
 }
 
+// Painting order.
+bool isBelow(const WindowState& a, const WindowState& b) {
+  const bool first = a.fullScreen == FullScreen::Filling;
+  const bool second = b.fullScreen == FullScreen::Filling;
+  return first != second ? second : a.zOrder < b.zOrder;
+}
+
 // What is invisible must not take clicks either, and a window may be set to take no input.
 bool takesInput(const WindowState& state) {
   return state.globalAlpha > 0 && state.sensitivity != Sensitivity::Never;
@@ -98,7 +105,8 @@ void onChildRealized(GtkWidget*, gpointer stack) {
 void applySlot(StackContainer* stack, GtkWidget* child, const WindowState& state) {
   const auto slot = findSlot(stack, child);
   if (slot == stack->slots->end()) return;
-  const bool restack = slot->state.zOrder != state.zOrder;
+  const bool restack =
+      slot->state.zOrder != state.zOrder || slot->state.fullScreen != state.fullScreen;
   const bool reshape = slot->state.discardRects != state.discardRects;
   slot->state = state;
   gtk_widget_set_opacity(child, state.globalAlpha / 255.0);
@@ -111,7 +119,7 @@ void applySlot(StackContainer* stack, GtkWidget* child, const WindowState& state
   }
   if (restack) {
     std::stable_sort(stack->slots->begin(), stack->slots->end(),
-                     [](const Slot& a, const Slot& b) { return a.state.zOrder < b.state.zOrder; });
+                     [](const Slot& a, const Slot& b) { return isBelow(a.state, b.state); });
     raiseInOrder(stack);
     gtk_widget_queue_draw(GTK_WIDGET(stack));
   }
@@ -153,7 +161,7 @@ void sizeAllocate(GtkWidget* widget, GtkAllocation* allocation) {
   for (const Slot& slot : *asStack(widget)->slots) {
     const IntRect& rect = slot.state.rect;
     GtkAllocation place = *allocation;
-    if (!slot.state.fillsParent) {
+    if (!slot.state.fillsParent && slot.state.fullScreen != FullScreen::Filling) {
       place = {allocation->x + rect.x, allocation->y + rect.y, std::max(rect.width, 1),
                std::max(rect.height, 1)};
     }
@@ -215,9 +223,8 @@ GtkWidget* stackContainerNew() {
 
 void stackContainerPut(GtkWidget* container, GtkWidget* child, const WindowState& state) {
   StackContainer* stack = asStack(container);
-  const auto place =
-      std::find_if(stack->slots->begin(), stack->slots->end(),
-                   [&](const Slot& slot) { return slot.state.zOrder > state.zOrder; });
+  const auto place = std::find_if(stack->slots->begin(), stack->slots->end(),
+                                  [&](const Slot& slot) { return isBelow(state, slot.state); });
   applyInputShape(*stack->slots->insert(place, Slot{child, state}));
   g_signal_connect(child, "realize", G_CALLBACK(onChildRealized), stack);
   gtk_widget_set_parent(child, container);

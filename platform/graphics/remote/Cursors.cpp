@@ -43,11 +43,20 @@ bool describePixels(GdkCursor* cursor, CursorRecord& record) {
   const bool isImage = cairo_surface_get_type(surface) == CAIRO_SURFACE_TYPE_IMAGE;
   record.width = isImage ? std::min(cairo_image_surface_get_width(surface), side) : 0;
   record.height = isImage ? std::min(cairo_image_surface_get_height(surface), side) : 0;
-  record.hotX = std::clamp(static_cast<int>(std::lround(hotX)), 0, std::max(record.width - 1, 0));
-  record.hotY = std::clamp(static_cast<int>(std::lround(hotY)), 0, std::max(record.height - 1, 0));
+  double across = 1;
+  double down = 1;
+  cairo_surface_get_device_scale(surface, &across, &down);
+  record.scale = std::clamp(static_cast<int>(std::lround(across)), 1, maximumScale);
+  const auto place = [&](double hot, int length) {
+    return std::clamp(static_cast<int>(std::lround(hot * record.scale)), 0,
+                      std::max(length - 1, 0));
+  };
+  record.hotX = place(hotX, record.width);
+  record.hotY = place(hotY, record.height);
   cairo_surface_t* target =
       cairo_image_surface_create_for_data(reinterpret_cast<unsigned char*>(record.pixels.data()),
                                           CAIRO_FORMAT_ARGB32, side, side, side * 4);
+  cairo_surface_set_device_scale(target, across, down);
   cairo_t* cairo = cairo_create(target);
   cairo_set_source_surface(cairo, surface, 0, 0);
   cairo_paint(cairo);
@@ -91,7 +100,8 @@ const char* faultOf(const CursorRecord& record) {
     case CursorRecord::Image:
       return within(record.width - 1, CursorRecord::imageSide) &&
                      within(record.height - 1, CursorRecord::imageSide) &&
-                     within(record.hotX, record.width) && within(record.hotY, record.height)
+                     within(record.hotX, record.width) && within(record.hotY, record.height) &&
+                     isScale(record.scale)
                  ? nullptr
                  : "a cursor has no such size";
     default:
@@ -117,7 +127,10 @@ GdkCursor* cursorFor(const CursorRecord& record, GdkDisplay* display) {
                 static_cast<std::size_t>(record.width) * 4);
   }
   cairo_surface_mark_dirty(image);
-  GdkCursor* cursor = gdk_cursor_new_from_surface(display, image, record.hotX, record.hotY);
+  cairo_surface_set_device_scale(image, record.scale, record.scale);
+  const double scale = record.scale;
+  GdkCursor* cursor =
+      gdk_cursor_new_from_surface(display, image, record.hotX / scale, record.hotY / scale);
   cairo_surface_destroy(image);
   return cursor;
 }

@@ -77,10 +77,11 @@ void MirrorView::onAfterPaint(GdkFrameClock*, gpointer data) {
   static_cast<MirrorView*>(data)->frameShown();
 }
 
-void MirrorView::showFrame(std::uint32_t number, int buffer, std::span<const IntRect> rects,
-                           bool isWhole) {
+void MirrorView::showFrame(std::uint32_t number, int buffer, int scale,
+                           std::span<const IntRect> rects, bool isWhole) {
   frame_ = number;
   buffer_ = buffer;
+  scale_ = scale;
   frameWaits_ = true;
   if (!isSeen() || !clock_) {
     gtk_widget_queue_draw(widget_);
@@ -100,6 +101,8 @@ gboolean MirrorView::onDraw(GtkWidget*, cairo_t* cairo, gpointer data) {
   const IntSize size = file.size();
   cairo_surface_t* image = cairo_image_surface_create_for_data(
       file.buffer(self->buffer_), CAIRO_FORMAT_ARGB32, size.width, size.height, file.stride());
+  // Where the display's scale is the same, device pixels are copied as they are.
+  cairo_surface_set_device_scale(image, self->scale_, self->scale_);
   cairo_set_source_surface(cairo, image, 0, 0);
   cairo_paint(cairo);
   // Do not keep the surface: the pixels may change with the next frame.

@@ -38,8 +38,10 @@ class MirrorView {
   // Replaces the frame file.
   void useFile(FrameFile file) { file_ = std::move(file); }
   const FrameFile& file() const { return file_; }
-  // Shows a frame of the file; only its rectangles have changed unless all of it has.
-  void showFrame(std::uint32_t number, int buffer, std::span<const IntRect> rects, bool isWhole);
+  // Shows a frame of the file, with so many device pixels in the side of a pixel; only its
+  // rectangles have changed unless all of it has.
+  void showFrame(std::uint32_t number, int buffer, int scale, std::span<const IntRect> rects,
+                 bool isWhole);
   void setCursor(const CursorRecord& record);
 
  private:
@@ -58,6 +60,7 @@ class MirrorView {
   GtkWidget* widget_;
   FrameFile file_;
   int buffer_ = -1;
+  int scale_ = 1;
   std::uint32_t frame_ = 0;
   bool frameWaits_ = false;
   bool grabbed_ = false;

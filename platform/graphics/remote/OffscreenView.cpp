@@ -9,6 +9,8 @@
 #include "platform/graphics/remote/InputEvents.h"
 #include "platform/graphics/remote/WindowConnection.h"
 
+#include <algorithm>
+#include <cmath>
 #include <vector>
 
 namespace Tessel::Platform::Graphics::Remote {
@@ -155,8 +157,11 @@ gboolean OffscreenView::onDraw(GtkWidget*, cairo_t* cairo, gpointer data) {
   cairo_rectangle_list_t* clip = cairo_copy_clip_rectangle_list(cairo);
   for (int i = 0; clip->status == CAIRO_STATUS_SUCCESS && i < clip->num_rectangles; ++i) {
     const cairo_rectangle_t& part = clip->rectangles[i];
-    const cairo_rectangle_int_t rect{static_cast<int>(part.x), static_cast<int>(part.y),
-                                     static_cast<int>(part.width), static_cast<int>(part.height)};
+    const int left = static_cast<int>(std::floor(part.x));
+    const int top = static_cast<int>(std::floor(part.y));
+    const cairo_rectangle_int_t rect{left, top,
+                                     static_cast<int>(std::ceil(part.x + part.width)) - left,
+                                     static_cast<int>(std::ceil(part.y + part.height)) - top};
     cairo_region_union_rectangle(self->damage_, &rect);
   }
   cairo_rectangle_list_destroy(clip);
@@ -173,7 +178,20 @@ void OffscreenView::frameShown(std::uint32_t frame) {
   paint();
 }
 
-// Allocates a frame file of that size; false on failure, or if it exceeds the application's limits.
+// The device pixels in the side of a pixel: fewer than the display's where a frame would be too
+// large for the application.
+int OffscreenView::scaleFor(IntSize size) const {
+  int scale = std::clamp(gtk_widget_get_scale_factor(window_), 1, maximumScale);
+  const auto fits = [&] {
+    const IntSize scaled{size.width * scale, size.height * scale};
+    return isSize(scaled.width, scaled.height) && FrameFile::bytesFor(scaled) <= maximumFrameBytes;
+  };
+  while (scale > 1 && !fits()) --scale;
+  return scale;
+}
+
+// Allocates a frame file of that size in device pixels; false on failure, or if it exceeds the
+// application's limits.
 bool OffscreenView::prepareFile(IntSize size) {
   if (file_ && file_.size() == size) return true;
   const std::size_t bytes = FrameFile::bytesFor(size);
@@ -185,6 +203,7 @@ bool OffscreenView::prepareFile(IntSize size) {
   }
   file_ = FrameFile::create(size);
   views_.frameBytes += file_.bytes();
+  // All of it, in pixels of any scale.
   const cairo_rectangle_int_t all{0, 0, size.width, size.height};
   cairo_region_union_rectangle(damage_, &all);
   cairo_region_union_rectangle(stale_, &all);
@@ -201,15 +220,18 @@ void OffscreenView::paint() {
   gtk_container_check_resize(GTK_CONTAINER(window_));
   const IntSize size{gtk_widget_get_allocated_width(window_),
                      gtk_widget_get_allocated_height(window_)};
-  const bool newFile = !file_ || file_.size() != size;
-  if (!prepareFile(size)) return;
+  const int scale = scaleFor(size);
+  const IntSize frame{size.width * scale, size.height * scale};
+  const bool newFile = !file_ || file_.size() != frame;
+  if (!prepareFile(frame)) return;
   const cairo_rectangle_int_t all{0, 0, size.width, size.height};
   cairo_region_intersect_rectangle(damage_, &all);
   cairo_region_union(stale_, damage_);
 
   buffer_ = 1 - buffer_;
   cairo_surface_t* target = cairo_image_surface_create_for_data(
-      file_.buffer(buffer_), CAIRO_FORMAT_ARGB32, size.width, size.height, file_.stride());
+      file_.buffer(buffer_), CAIRO_FORMAT_ARGB32, frame.width, frame.height, file_.stride());
+  cairo_surface_set_device_scale(target, scale, scale);
   cairo_t* cairo = cairo_create(target);
   gdk_cairo_region(cairo, stale_);
   cairo_clip(cairo);
@@ -223,13 +245,13 @@ void OffscreenView::paint() {
   cairo_surface_finish(target);
   cairo_surface_destroy(target);
 
-  sendFrame(newFile);
+  sendFrame(newFile, scale);
   std::swap(stale_, damage_);
   cairo_region_destroy(damage_);
   damage_ = cairo_region_create();
 }
 
-void OffscreenView::sendFrame(bool newFile) {
+void OffscreenView::sendFrame(bool newFile, int scale) {
   FrameRecord record{};
   record.header = {FrameRecord::recordType, handle_};
   inFlight_ = ++views_.lastFrame;
@@ -237,6 +259,7 @@ void OffscreenView::sendFrame(bool newFile) {
   record.number = inFlight_;
   record.width = file_.size().width;
   record.height = file_.size().height;
+  record.scale = scale;
   record.buffer = buffer_;
   record.newFile = newFile;
   const auto count = static_cast<std::size_t>(cairo_region_num_rectangles(damage_));

@@ -60,8 +60,9 @@ class OffscreenView {
   static void onCursor(GdkWindow* window, GParamSpec* property, gpointer self);
   void start();
   void paint();
+  int scaleFor(IntSize size) const;
   bool prepareFile(IntSize size);
-  void sendFrame(bool newFile);
+  void sendFrame(bool newFile, int scale);
   void applyFocus();
   GdkWindow* windowAt(double x, double y) const;
   GdkWindow* pointerTarget(const InputRecord& record);

@@ -17,6 +17,7 @@ namespace Tessel::Platform::Graphics::Remote {
 // Limits per child process.
 constexpr int maximumSide = 16384;                       // pixels
 constexpr int maximumPlace = 1 << 20;                    // pixels to either side
+constexpr int maximumScale = 8;                          // device pixels in a pixel's side
 constexpr std::size_t maximumWindows = 256;              //
 constexpr std::size_t maximumFrameBytes = 256u << 20;    // of one window
 constexpr std::size_t maximumFramesBytes = 1024u << 20;  // of all windows
@@ -49,6 +50,7 @@ struct WindowRecord {
   std::uint32_t placement;  // counts the rectangles that the child has given the window
   IntRect rect;
   std::int32_t fillsParent;
+  std::int32_t fullScreen;
   std::int32_t zOrder;
   std::int32_t visible;
   std::int32_t globalAlpha;
@@ -70,15 +72,16 @@ struct FillRecord {
   Color color;
 };
 
-// One buffer of the window's frame file is complete, with new content in these rectangles. A new
-// file is attached to its first frame.
+// One buffer of the window's frame file is complete, with new content in these rectangles, which
+// are in pixels of the window. A new file is attached to its first frame.
 struct FrameRecord {
   static constexpr RecordType recordType = RecordType::Frame;
   static constexpr std::size_t maximumRects = 16;
   RecordHeader header;
   std::uint32_t number;
-  std::int32_t width;
-  std::int32_t height;
+  std::int32_t width;    // of the file, in device pixels
+  std::int32_t height;   //
+  std::int32_t scale;    // device pixels in the side of a pixel of the window
   std::int32_t buffer;   // 0 or 1
   std::int32_t newFile;  // 1: a file comes along
   std::uint32_t rectCount;
@@ -92,8 +95,9 @@ struct CursorRecord {
   RecordHeader header;
   std::int32_t kind;
   std::int32_t value;  // a shape's number of the toolkit, or the place in its list of names
-  std::int32_t width;  // of an image
+  std::int32_t width;  // of an image, in device pixels, as all of it
   std::int32_t height;
+  std::int32_t scale;
   std::int32_t hotX;
   std::int32_t hotY;
   std::array<std::uint32_t, std::size_t{imageSide} * imageSide> pixels;  // rows of imageSide
@@ -119,8 +123,9 @@ struct PlacementRecord {
   std::uint32_t placement;  // the last that the application knows of
   IntRect rect;
   std::int32_t fillsParent;
-  std::int32_t mapped;  // on the screen, as far as its own visibility and its parents' go
-  std::int32_t seen;    // mapped, and not faded out
+  std::int32_t fillsScreen;  // whatever its rectangle is
+  std::int32_t mapped;       // on the screen, as far as its own visibility and its parents' go
+  std::int32_t seen;         // mapped, and not faded out
 };
 
 struct FrameShownRecord {
@@ -160,6 +165,10 @@ bool readRecord(std::span<const char> bytes, Record& record) {
 
 constexpr bool isSize(int width, int height) {
   return width >= 0 && height >= 0 && width <= maximumSide && height <= maximumSide;
+}
+
+constexpr bool isScale(int scale) {
+  return scale >= 1 && scale <= maximumScale;
 }
 
 constexpr bool isRect(const IntRect& rect) {

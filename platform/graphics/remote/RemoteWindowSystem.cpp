@@ -116,7 +116,7 @@ class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost 
   }
 
   IntSize size() const override {
-    if (!state_.fillsParent) return {state_.rect.width, state_.rect.height};
+    if (!coversParent()) return {state_.rect.width, state_.rect.height};
     return connected_->standIn ? connected_->standIn->size() : IntSize();
   }
 
@@ -139,6 +139,7 @@ class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost 
       owner_.windowPlaced(record.rect, record.fillsParent != 0);
       state_ = owner_.state();
     }
+    fillsScreen_ = record.fillsScreen != 0;
     mapped_ = record.mapped != 0;
     seen_ = record.seen != 0;
     arrange();
@@ -159,6 +160,8 @@ class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost 
   }
 
  private:
+  bool coversParent() const { return state_.fillsParent || fillsScreen_; }
+
   void tell() {
     const auto within = [](int value, int limit) { return std::clamp(value, -limit, limit); };
     WindowRecord record{};
@@ -169,6 +172,7 @@ class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost 
                    std::clamp(state_.rect.width, 0, maximumSide),
                    std::clamp(state_.rect.height, 0, maximumSide)};
     record.fillsParent = state_.fillsParent;
+    record.fullScreen = static_cast<std::int32_t>(state_.fullScreen);
     record.zOrder = state_.zOrder;
     record.visible = state_.visible;
     record.globalAlpha = state_.globalAlpha;
@@ -185,7 +189,8 @@ class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost 
     if (!view_) return;
     view_->setCanFocus(state_.sensitivity != Sensitivity::NoFocus);
     view_->resize(size());
-    view_->setPlace(connected_->applicationWindow, {state_.rect.x, state_.rect.y});
+    const IntPoint place = coversParent() ? IntPoint() : IntPoint{state_.rect.x, state_.rect.y};
+    view_->setPlace(connected_->applicationWindow, place);
     view_->setShown(mapped_, seen_);
   }
 
@@ -195,6 +200,7 @@ class RemoteWindowSystem::Child final : public WindowSurface, public WidgetHost 
   WindowState state_;
   WindowRecord told_{};
   std::uint32_t placement_ = 0;
+  bool fillsScreen_ = false;  // in the application
   bool mapped_ = false;
   bool seen_ = false;
   bool focused_ = false;

@@ -26,6 +26,7 @@ WindowState stateOf(const WindowRecord& record) {
   WindowState state;
   state.rect = record.rect;
   state.fillsParent = record.fillsParent != 0;
+  state.fullScreen = static_cast<FullScreen>(record.fullScreen);
   state.zOrder = record.zOrder;
   state.visible = record.visible != 0;
   state.globalAlpha = record.globalAlpha;
@@ -37,7 +38,8 @@ WindowState stateOf(const WindowRecord& record) {
 
 bool isSound(const WindowRecord& record) {
   const auto truth = [](int value) { return value == 0 || value == 1; };
-  return isRect(record.rect) && truth(record.fillsParent) && truth(record.visible) &&
+  return isRect(record.rect) && truth(record.fillsParent) && record.fullScreen >= 0 &&
+         record.fullScreen <= static_cast<int>(FullScreen::Filling) && truth(record.visible) &&
          truth(record.hasContent) && record.globalAlpha >= 0 && record.globalAlpha <= 255 &&
          record.sensitivity >= static_cast<int>(Sensitivity::Test) &&
          record.sensitivity <= static_cast<int>(Sensitivity::Fullscreen);
@@ -45,9 +47,9 @@ bool isSound(const WindowRecord& record) {
 
 bool isSound(const FrameRecord& record) {
   const IntSize size{record.width, record.height};
-  if (!isSize(size.width, size.height) || FrameFile::bytesFor(size) > maximumFrameBytes ||
-      (record.buffer & ~1) != 0 || (record.newFile & ~1) != 0 ||
-      record.rectCount > FrameRecord::maximumRects) {
+  if (!isSize(size.width, size.height) || !isScale(record.scale) ||
+      FrameFile::bytesFor(size) > maximumFrameBytes || (record.buffer & ~1) != 0 ||
+      (record.newFile & ~1) != 0 || record.rectCount > FrameRecord::maximumRects) {
     return false;
   }
   return std::all_of(record.rects.begin(), record.rects.begin() + record.rectCount, isRect);
@@ -171,6 +173,7 @@ void RemoteWindows::Connected::mirrorPlaced(int handle) {
   record.rect = {0, 0, size.width, size.height};
   if (!state.fillsParent) record.rect = state.rect;
   record.fillsParent = state.fillsParent;
+  record.fillsScreen = state.fullScreen == FullScreen::Filling;
   record.mapped = mirror->view->isMapped();
   record.seen = mirror->view->isSeen();
   if (std::memcmp(&record, &mirror->placed, sizeof record) == 0) return;
@@ -279,6 +282,7 @@ void RemoteWindows::Connected::apply(Mirror& mirror, const WindowState& state, b
   Window* window = mirror.window.get();
   if (!window) return;
   if (isPlaced && !state.fillsParent) window->setWindowRectangle(state.rect);
+  if (state.fullScreen != told.fullScreen) window->setFullScreen(state.fullScreen);
   if (state.zOrder != told.zOrder) window->setZOrder(state.zOrder);
   if (state.visible != told.visible) window->setVisible(state.visible);
   if (state.globalAlpha != told.globalAlpha) window->setGlobalAlpha(state.globalAlpha);
@@ -305,8 +309,8 @@ const char* RemoteWindows::Connected::receiveFrame(const FrameRecord& record, Un
   if (!mirror->view) return nullptr;
   if (opened) mirror->view->useFile(std::move(opened));
   if (!mirror->view->file() || mirror->view->file().size() != size) return malformed;
-  mirror->view->showFrame(record.number, record.buffer, {record.rects.data(), record.rectCount},
-                          record.newFile != 0);
+  mirror->view->showFrame(record.number, record.buffer, record.scale,
+                          {record.rects.data(), record.rectCount}, record.newFile != 0);
   return nullptr;
 }
 

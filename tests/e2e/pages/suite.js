@@ -45,12 +45,16 @@ globalThis.chrome = {
   native: { error: message => { errors.push(message); } },
 };
 
-// Bounded: a condition, which may be a promise, that never comes true fails its test.
+// Bounded: a condition, which may be a promise, that never comes true fails its test and says what was
+// raised last.
 export async function until(condition, what = condition.toString()) {
   for (const end = performance.now() + 15000; ;) {
     const value = await condition();
     if (value) return value;
-    if (performance.now() > end) throw new Error(`waited in vain: ${what}`);
+    if (performance.now() > end) {
+      const last = events.slice(-12).map(e => `${e.handle} ${e.name}`).join(', ');
+      throw new Error(`waited in vain: ${what}; last events: ${last || 'none'}`);
+    }
     await new Promise(resolve => setTimeout(resolve, 5));
   }
 }

@@ -52,7 +52,7 @@ TEST(CommandLayoutTest, NumbersFieldsAndRepliesAreWhatTheyWere) {
       sum = (sum ^ static_cast<unsigned char>(byte)) * 0x100000001b3;
     }
   }
-  EXPECT_EQ(sum, 3190975617029814741u);
+  EXPECT_EQ(sum, 16306674824758979066u);
 }
 
 TEST(CommandLayoutTest, EveryLayoutIsReadAndWrittenByteForByte) {

@@ -140,8 +140,9 @@ TEST_F(OpenWindowBodyTest, WebViewsGoByTheirHandles) {
   open.windowName = "_blank";
   open.view = root;
   EXPECT_EQ(bodyOf(open),
-            R"({"action":"RECYCLE","isModal":false,"isPopup":false,"isPost":false,)"
-            R"("isPreventDefault":false,"isSend":true,"page":"Unsupported type: OrvWebPage*",)"
+            R"({"action":"RECYCLE","button":0,"isModal":false,"isPopup":false,"isPost":false,)"
+            R"("isPreventDefault":false,"isSend":true,"modifierMask":0,)"
+            R"("page":"Unsupported type: OrvWebPage*",)"
             R"("rect":{"height":4,"width":3,"x":1,"y":2},"type":"OpenWindow","url":"",)"
             R"("view":"1","wait":false,"waitHandle":0,"windowName":"_blank"})");
   const unsigned int handle = createWebView();

@@ -56,8 +56,8 @@ inline std::vector<link_protocol::ResourceDecision> sampleDecisions() {
 }
 inline std::vector<link_protocol::PageSetup> sampleSetups() {
   return {{},
-          {true, false, {header("X-One", "1")}, true, true, 5, true, true},
-          {false, true, {header("", ""), header(awkwardText(), awkwardText())}, false}};
+          {true, false, true, {header("X-One", "1")}, true, true, 5, true, true},
+          {false, true, false, {header("", ""), header(awkwardText(), awkwardText())}, false}};
 }
 inline std::vector<link_protocol::DialogQuestion> sampleDialogs() {
   using link_protocol::DialogKind;

@@ -76,6 +76,17 @@ class HostLinkTest : public testing::Test, protected HostLinkDelegate {
   std::function<void(const std::string&)> onCall_;
 };
 
+TEST_F(HostLinkTest, AListenerOfAnotherUserIsToldNothing) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can become another user";
+  const std::string path = folder_.path() / "other";
+  const UniqueFd listener = socketAt(path, ::bind);
+  // The kernel records who listens.
+  ASSERT_EQ(::seteuid(65534), 0);
+  EXPECT_EQ(::listen(listener.get(), 1), 0);
+  ASSERT_EQ(::seteuid(0), 0);
+  EXPECT_FALSE(HostLink::connect(path, "the token", *this));
+}
+
 TEST_F(HostLinkTest, TheMainLoopServesWhateverComesInOrder) {
   post("a");
   call(1, "b");

@@ -47,6 +47,7 @@ FrameRecord frameRecord(IntSize size, bool newFile = true) {
   record.number = 1;
   record.width = size.width;
   record.height = size.height;
+  record.scale = 1;
   record.newFile = newFile;
   return record;
 }
@@ -152,6 +153,9 @@ TEST_F(RemoteWindowsTest, AnythingThatIsWrongTakesTheWindowsAway) {
   FrameRecord frame = frameRecord(size);
   frame.buffer = 2;
   add("no buffer", frame, memoryFile(length, sealed));
+  frame = frameRecord(size);
+  frame.scale = 0;
+  add("no scale", frame, memoryFile(length, sealed));
   frame = frameRecord(size);
   frame.rectCount = FrameRecord::maximumRects + 1;
   add("too many rectangles", frame, memoryFile(length, sealed));

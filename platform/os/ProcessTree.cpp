@@ -1,0 +1,80 @@
+// The processes of a program and the memory that they take.
+#include "platform/os/ProcessTree.h"
+
+#include "platform/os/Process.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string_view>
+
+namespace Tessel::Platform {
+
+namespace {
+
+std::string fileOf(pid_t pid, const char* name) {
+  std::ifstream file("/proc/" + std::to_string(pid) + "/" + name);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+std::string nameOf(pid_t pid) {
+  const std::string arguments = fileOf(pid, "cmdline");
+  const std::string first = arguments.substr(0, arguments.find('\0'));
+  if (!first.empty()) return first.substr(first.rfind('/') + 1);
+  const std::string kernels = fileOf(pid, "comm");
+  return kernels.substr(0, kernels.find('\n'));
+}
+
+std::uint64_t residentBytes(pid_t pid) {
+  // "SIZE RESIDENT SHARED ..." in pages.
+  const std::string text = fileOf(pid, "statm");
+  const std::size_t second = text.find(' ');
+  if (second == std::string::npos) return 0;
+  static const auto page = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+  return std::strtoull(text.c_str() + second, nullptr, 10) * page;
+}
+
+std::optional<std::uint64_t> proportionalBytes(pid_t pid) {
+  const std::string text = fileOf(pid, "smaps_rollup");
+  constexpr std::string_view key = "\nPss:";
+  const std::size_t place = text.find(key);
+  if (place == std::string::npos) return std::nullopt;
+  return std::strtoull(text.c_str() + place + key.size(), nullptr, 10) * 1024;
+}
+
+}  // namespace
+
+std::vector<pid_t> processesBelow(pid_t root) {
+  std::multimap<pid_t, pid_t> children;
+  std::error_code unreadable;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc", unreadable)) {
+    const pid_t pid = std::atoi(entry.path().filename().c_str());
+    if (pid > 0) children.emplace(parentOf(pid), pid);
+  }
+  std::vector<pid_t> found{root};
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    const auto [first, last] = children.equal_range(found[i]);
+    for (auto each = first; each != last; ++each) found.push_back(each->second);
+  }
+  return found;
+}
+
+std::vector<ProcessUse> processTree(pid_t root) {
+  std::vector<ProcessUse> found;
+  for (const pid_t pid : processesBelow(root)) {
+    found.push_back({pid, parentOf(pid), {}, 0, std::nullopt});
+  }
+  for (ProcessUse& each : found) {
+    each.name = nameOf(each.pid);
+    each.rss = residentBytes(each.pid);
+    each.pss = proportionalBytes(each.pid);
+  }
+  // Those that have ended meanwhile have no memory, and neither have zombies.
+  std::erase_if(found, [](const ProcessUse& each) { return each.rss == 0; });
+  return found;
+}
+
+}  // namespace Tessel::Platform

@@ -1,0 +1,95 @@
+// Tells when files below a folder change: a monitor of GLib (inotify) for each folder. Main thread.
+#include "src/FolderWatch.h"
+
+#include "platform/base/Log.h"
+
+#include <gio/gio.h>
+
+#include <filesystem>
+#include <utility>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Milliseconds: an editor writes a file in several steps, a tool several files.
+constexpr unsigned int settleTime = 150;
+
+bool isWatched(const fs::path& folder) {
+  const std::string name = folder.filename();
+  return !name.starts_with(".") && name != "node_modules";
+}
+
+}  // namespace
+
+struct FolderWatch::Callbacks {
+  static void onChanged(GFileMonitor*, GFile* file, GFile* other, GFileMonitorEvent event,
+                        FolderWatch* self) {
+    // What an editor keeps beside a file is hidden, or ends with a tilde.
+    gchar* const path = g_file_get_path(other ? other : file);
+    const std::string name = path ? path : "";
+    g_free(path);
+    const std::string base = fs::path(name).filename();
+    if (base.starts_with(".") || base.ends_with("~")) return;
+    std::error_code ignored;
+    if (event == G_FILE_MONITOR_EVENT_CREATED || event == G_FILE_MONITOR_EVENT_RENAMED ||
+        event == G_FILE_MONITOR_EVENT_MOVED_IN) {
+      if (fs::is_directory(fs::symlink_status(name, ignored))) self->add(name);
+    }
+    self->noteChange();
+  }
+};
+
+FolderWatch::FolderWatch(const std::string& folder, std::function<void()> changed)
+    : changed_(std::move(changed)) {
+  add(folder);
+}
+
+FolderWatch::~FolderWatch() {
+  if (timer_ != 0) g_source_remove(timer_);
+  for (const auto& [folder, monitor] : monitors_) {
+    g_signal_handlers_disconnect_by_data(monitor, this);
+    g_object_unref(monitor);
+  }
+}
+
+void FolderWatch::add(const std::string& folder) {
+  if (monitors_.contains(folder)) return;
+  if (monitors_.size() >= mostFolders) {
+    Tessel::Platform::logAlways(Tessel::Platform::LogNotice,
+                                "Changes in %s are not seen: there are too many folders.",
+                                folder.c_str());
+    return;
+  }
+  GFile* const file = g_file_new_for_path(folder.c_str());
+  GError* error = nullptr;
+  GFileMonitor* const monitor =
+      g_file_monitor_directory(file, G_FILE_MONITOR_WATCH_MOVES, nullptr, &error);
+  g_object_unref(file);
+  if (!monitor) {
+    Tessel::Platform::logAlways(Tessel::Platform::LogError, "Changes in %s are not seen: %s",
+                                folder.c_str(), error->message);
+    g_error_free(error);
+    return;
+  }
+  monitors_.emplace(folder, monitor);
+  g_signal_connect(monitor, "changed", G_CALLBACK(Callbacks::onChanged), this);
+  std::error_code ignored;
+  for (const fs::directory_entry& each : fs::directory_iterator(folder, ignored)) {
+    if (each.symlink_status(ignored).type() != fs::file_type::directory) continue;
+    if (isWatched(each.path())) add(each.path());
+  }
+}
+
+void FolderWatch::noteChange() {
+  if (timer_ != 0) g_source_remove(timer_);
+  timer_ = g_timeout_add(
+      settleTime,
+      [](gpointer data) -> gboolean {
+        auto* self = static_cast<FolderWatch*>(data);
+        self->timer_ = 0;
+        self->changed_();
+        return G_SOURCE_REMOVE;
+      },
+      this);
+}

@@ -1,0 +1,84 @@
+// Bounds the memory of the program with all of its processes. UI thread.
+#include "src/MemoryWatch.h"
+
+#include "platform/base/Log.h"
+#include "platform/desktop/NavigatorHandler.h"
+#include "platform/os/MemoryStats.h"
+#include "platform/os/ProcessTree.h"
+#include "webview/WebView.h"
+#include "webview/WebViewManager.h"
+
+#include <glib.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <utility>
+
+using Tessel::Platform::logAlways;
+using Tessel::Platform::LogError;
+using Tessel::Platform::LogNotice;
+
+namespace {
+
+constexpr guint interval = 10;  // seconds
+
+unsigned long long mebibytes(std::uint64_t bytes) {
+  return bytes >> 20;
+}
+
+}  // namespace
+
+MemoryWatch::MemoryWatch(std::uint64_t limit) : limit_(limit) {
+  timer_ = g_timeout_add_seconds(
+      interval,
+      [](gpointer self) -> gboolean {
+        static_cast<MemoryWatch*>(self)->look();
+        return G_SOURCE_CONTINUE;
+      },
+      this);
+}
+
+MemoryWatch::~MemoryWatch() {
+  g_source_remove(timer_);
+}
+
+void MemoryWatch::look() {
+  std::uint64_t taken = 0;
+  std::map<int, std::uint64_t> ofProcess;
+  for (const int process : Tessel::Platform::processesBelow(::getpid())) {
+    taken += ofProcess[process] = Tessel::Platform::privateMemoryOf(process);
+  }
+  if (taken <= limit_) {
+    wasAbove_ = false;
+    return;
+  }
+  if (!std::exchange(wasAbove_, true)) {
+    logAlways(LogNotice, "All processes together take %llu MiB of the %llu that they may.",
+              mebibytes(taken), mebibytes(limit_));
+    if (WebView* root = WebViewManager::instance().rootWebView()) root->notifySystemLowMemory();
+    return Tessel::Platform::NavigatorHandler::instance().onLowMemory();
+  }
+  endLargest(ofProcess);
+}
+
+void MemoryWatch::endLargest(const std::map<int, std::uint64_t>& ofProcess) const {
+  WebViewManager& manager = WebViewManager::instance();
+  const auto& pages = manager.webProcesses();
+  const auto root = pages.find(WebViewManager::rootHandle);
+  const int chrome = root == pages.end() ? 0 : root->second;
+  // Only processes below this one: a child process may say what it likes.
+  const auto taken = [&](const auto& page) {
+    const auto found = ofProcess.find(page.second);
+    const bool counts = page.second != chrome || pages.size() == 1;
+    return found == ofProcess.end() || !counts ? 0 : found->second;
+  };
+  const auto largest =
+      std::max_element(pages.begin(), pages.end(),
+                       [&](const auto& a, const auto& b) { return taken(a) < taken(b); });
+  if (largest == pages.end() || taken(*largest) == 0) return;
+  const auto [handle, process] = *largest;
+  const std::uint64_t bytes = taken(*largest);
+  logAlways(LogError, "Process %d, of web view %u, is ended: it takes %llu MiB of the %llu of all.",
+            process, handle, mebibytes(bytes), mebibytes(limit_));
+  manager.endProcess(handle, limit_, bytes);
+}

@@ -1,0 +1,80 @@
+import { Tab } from './tab.js';
+import { WebView } from 'pagehost:pagehost.js';
+
+const START = new URL('pages/start.html', document.baseURI).href;
+/** @returns {any} */
+const $ = (id) => document.getElementById(id);
+/** @type {Tab[]} */
+const tabs = [];
+let active;
+
+const owner = {
+  changed: draw,
+  opened: (view) => add(view),
+  closed: close,
+};
+
+function add(view, url) {
+  const tab = new Tab(owner, view);
+  tabs.push(tab);
+  if (url) tab.go(url);
+  show(tab);
+}
+
+function close(tab) {
+  if (!tabs.includes(tab)) return;
+  tabs.splice(tabs.indexOf(tab), 1);
+  tab.view.delete();
+  if (!tabs.length) add(WebView.create(), START);
+  else if (tab === active) show(tabs.at(-1));
+  else draw();
+}
+
+function show(tab) {
+  active = tab;
+  draw();
+  place();
+}
+
+function place() {
+  const { left, top, width, height } = $('page').getBoundingClientRect();
+  for (const { view } of tabs) view.setGeometry(Math.round(left), Math.round(top), Math.max(1, Math.round(width)), Math.max(1, Math.round(height)));
+}
+
+function draw() {
+  if (!active) return;
+  for (const tab of tabs) tab.view.setVisible(tab === active && !tab.problem);
+  $('strip').replaceChildren(...tabs.flatMap((tab) => {
+    const name = button(tab.title || tab.url || 'New tab', () => show(tab));
+    name.role = 'tab';
+    name.ariaSelected = String(tab === active);
+    const end = button('×', () => close(tab));
+    end.ariaLabel = `Close ${name.textContent}`;
+    return [name, end];
+  }));
+  $('back').disabled = !active.canGoBack;
+  $('forward').disabled = !active.canGoForward;
+  if (document.activeElement !== $('address')) $('address').value = active.url === START ? '' : active.url;
+  $('notice').textContent = active.problem;
+  $('again').hidden = !active.problem;
+  document.documentElement.dataset.state = active.problem ? 'waiting' : 'shown';
+}
+
+function button(text, action) {
+  const made = Object.assign(document.createElement('button'), { type: 'button', textContent: text });
+  made.addEventListener('click', action);
+  return made;
+}
+
+$('new').addEventListener('click', () => add(WebView.create(), START));
+$('back').addEventListener('click', () => active.view.goBack());
+$('forward').addEventListener('click', () => active.view.goForward());
+for (const id of ['reload', 'again']) $(id).addEventListener('click', () => active.reload());
+$('bar').addEventListener('submit', (event) => {
+  event.preventDefault();
+  $('address').blur();
+  active.go($('address').value);
+});
+new ResizeObserver(place).observe($('page'));
+for (const view of WebView.list()) add(view);
+if (!tabs.length) add(WebView.create(), START);
