@@ -1089,7 +1089,7 @@ export interface NativeFunctions {
   'application.updateCover'(cover: string): '';
   /** Kept, desktop. Offers the application for later use. Whoever watches the control sees it, and answers with onPooled. */
   'application.setPooled'(): '';
-  /** Kept, desktop. Asks for more time before the end. Nobody ends a desktop's program by the clock; whoever watches the control sees it. */
+  /** Real, desktop. Asks for more time before the end: the system (logind) waits, within its own limit, for the program before it ends. */
   'application.extendTerminate'(): '';
   /** Real, desktop. The size of what a covered window shows, as {"width":800,"height":600} in pixels: that of the window. */
   'application.coverSize'(): string;

@@ -1,5 +1,6 @@
 /** A panel that shows what surrounds the program, and tries the functions for it. */
 
+import { Device, factsOf } from './device.js';
 import { make, makeFacts } from './dom.js';
 import { call, on } from './pagehost.js';
 import { Panel } from './panel.js';
@@ -10,6 +11,9 @@ const ERROR_BELONGS_FOR = 500;
 let requests = 0;
 const nextId = () => `panel-${++requests}`;
 const request = (where) => JSON.stringify(/^\//.test(where) ? { file: where } : { uri: where });
+
+const device = new Device();
+const setOn = (name, attributes) => (device.set(name, attributes) ? 'Written; the object says what the device does with it.' : 'It could not be written.');
 
 /** What can be tried: what it is called, its fields with what stands in them, and what it does. */
 const TRIES = [
@@ -24,6 +28,14 @@ const TRIES = [
     { label: 'Lock rotation', run: () => call('application.lockRotation') },
     { label: 'Unlock rotation', run: () => call('application.unlockRotation') },
     { label: 'Turn', fields: ['left_up'], run: (way) => call('application.rotate', way) },
+  ]],
+  ['Set on the device, where its configuration allows it', [
+    { label: 'Volume', fields: ['40'], run: (level) => setOn('audio', { volume: Number(level) }) },
+    { label: 'Mute', run: () => setOn('audio', { muted: true }) },
+    { label: 'Unmute', run: () => setOn('audio', { muted: false }) },
+    { label: 'Brightness', fields: ['60'], run: (level) => setOn('display', { brightness: Number(level) }) },
+    { label: 'Wi-Fi on', run: () => setOn('network', { wifi: true }) },
+    { label: 'Wi-Fi off', run: () => setOn('network', { wifi: false }) },
   ]],
   ['Names', [
     { label: 'Variable', fields: ['HOME'], run: (name) => call('application.getenv', name) },
@@ -45,6 +57,7 @@ const LOCKED = { true: 'locked', false: 'unlocked', unknown: 'nobody can tell' }
 export class PlatformPanel extends Panel {
   #platform;
   #state = make('div');
+  #device = make('div', { 'aria-label': 'The device' });
   #last = make('ol', { className: 'notifications', 'aria-label': 'Notifications' });
   #result = make('output', { className: 'result', 'aria-live': 'polite' });
   #calledAt = 0;
@@ -52,10 +65,11 @@ export class PlatformPanel extends Panel {
   constructor(platform) {
     super('platform-panel', 'Platform');
     this.#platform = platform;
-    this.body.append(this.#state, ...TRIES.map(([title, tries]) => this.#makeGroup(title, tries)), this.#result,
+    this.body.append(this.#state, make('h3', { textContent: 'The device' }), this.#device, ...TRIES.map(([title, tries]) => this.#makeGroup(title, tries)), this.#result,
       make('h3', { textContent: 'Last notifications' }), this.#last,
       make('p', { className: 'note', textContent: 'pagehost-ctl raises any of them, and shows with --watch what is asked for.' }));
     platform.addEventListener('change', () => this.#show());
+    device.addEventListener('change', () => this.#showDevice());
     on('errors', ({ text }) => {
       if (this.isOpen && performance.now() - this.#calledAt < ERROR_BELONGS_FOR) this.#result.textContent = text;
     });
@@ -63,7 +77,9 @@ export class PlatformPanel extends Panel {
 
   draw() {
     this.#platform.ask();
+    device.open();
     this.#show();
+    this.#showDevice();
   }
 
   #makeGroup(title, tries) {
@@ -83,6 +99,13 @@ export class PlatformPanel extends Panel {
       this.#result.textContent ||= text || 'Done; an answer comes as a notification, if there is one.';
     });
     return form;
+  }
+
+  #showDevice() {
+    if (!this.isOpen) return;
+    const facts = factsOf(device.state);
+    this.#device.replaceChildren(facts.some(([, text]) => text) ? makeFacts(facts)
+      : make('p', { className: 'note', textContent: 'Nothing is known: pagehost-device is not running.' }));
   }
 
   #show() {

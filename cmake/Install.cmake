@@ -6,7 +6,8 @@ set(PAGEHOST_INSTALLED_FILES ${CMAKE_INSTALL_FULL_DATADIR}/pagehost/installed-fi
 # What is installed must have been built. This comes before every other rule of installation.
 install(CODE "
   foreach(file IN ITEMS
-      \"$<TARGET_FILE:pagehost>\" \"$<TARGET_FILE:pagehost-ctl>\" \"$<TARGET_FILE:pagehost-launch>\"
+      \"$<TARGET_FILE:pagehost>\" \"$<TARGET_FILE:pagehost-ctl>\" \"$<TARGET_FILE:pagehost-device>\"
+      \"$<TARGET_FILE:pagehost-launch>\"
       \"$<TARGET_FILE:page_module>\")
     if(NOT EXISTS \"\${file}\")
       message(FATAL_ERROR \"\${file} is not built, so nothing is installed. Build it first:\\n\"

@@ -4,6 +4,7 @@
 #include "platform/desktop/DeviceBus.h"
 #include "platform/desktop/MemoryPressure.h"
 #include "platform/desktop/RotationService.h"
+#include "platform/desktop/SessionService.h"
 #include "platform/desktop/WindowService.h"
 #include "platform/desktop/gtk/ScreenPower.h"
 #include "platform/invocation/InvocationService.h"
@@ -23,7 +24,9 @@ class NavigatorServices {
   ApplicationWindow& window_;
   Tessel::Platform::WindowService windowService_;
   Tessel::Platform::RotationService rotation_{handler_};
-  Tessel::Platform::DeviceBus device_{handler_, rotation_};
+  Tessel::Platform::DeviceBus device_{rotation_};
+  Tessel::Platform::SessionService session_{
+      handler_, [this](bool active) { windowService_.seatChanged(active); }};
   Tessel::Platform::InvocationService invocation_{handler_};
   Tessel::Platform::ScreenPower screen_{handler_};
   Tessel::Platform::MemoryPressure memory_{[this] { handler_.onLowMemory(); }};

@@ -5,9 +5,9 @@
 #include "platform/graphics/DisplayLimits.h"
 #include "platform/invocation/Viewers.h"
 #include "platform/options/CommandLine.h"
+#include "platform/options/KeyFile.h"
 #include "platform/os/PageSandbox.h"
 #include "platform/os/Process.h"
-#include "src/Configuration.h"
 
 #include <gio/gio.h>
 
@@ -22,12 +22,12 @@
 #include <string>
 #include <string_view>
 
+using Tessel::Platform::Configuration;
 using Tessel::Platform::endMisused;
 using Tessel::Platform::Option;
 
 namespace {
 
-constexpr const char* systemFile = "/etc/pagehost/pagehost.conf";
 constexpr std::size_t longestProfileName = 64;
 constexpr int longestPause = 86400;  // seconds: one day
 // Mebibytes. An empty page takes half of the smallest.
@@ -74,12 +74,8 @@ bool isOneOf(std::string_view text) {
 }
 constexpr std::string_view rotationWords[] = {"top_up", "left_up", "right_up"};
 constexpr std::string_view sandboxWords[] = {"on", "off", "auto"};
-constexpr std::string_view onWords[] = {"1", "true", "yes", "on"};
-constexpr std::string_view offWords[] = {"0", "false", "no", "off"};
 
-bool isSwitch(std::string_view text) {
-  return isOneOf<onWords>(text) || isOneOf<offWords>(text);
-}
+constexpr auto isSwitch = Tessel::Platform::isSwitchText;
 
 // The profile's name is used as a folder name.
 bool isProfileName(std::string_view text) {
@@ -323,16 +319,15 @@ AutomationOrder automationFrom(const std::optional<std::string>& option, std::st
   return {option->empty() ? AutomationMode::Pages : AutomationMode::Chrome, std::move(address)};
 }
 
-Configuration readConfigurations() {
+Configuration readConfigured() {
   Configuration configuration;
   const char* file = std::getenv(configVariable);
   std::string problem;
-  const std::string users = std::string(g_get_user_config_dir()) + "/pagehost/pagehost.conf";
-  const bool isGood = file ? readConfiguration(file, true, configuration, problem)
-                           : readConfiguration(systemFile, false, configuration, problem) &&
-                                 (automation.mode != AutomationMode::Off ||
-                                  readConfiguration(users, false, configuration, problem));
-  if (!isGood) endMisused("pagehost", problem);
+  if (!Tessel::Platform::readConfigurations(file ? file : "", "pagehost.conf", "pagehost",
+                                            automation.mode == AutomationMode::Off, configuration,
+                                            problem)) {
+    endMisused("pagehost", problem);
+  }
   for (const auto& [key, value] : configuration) {
     const Row* row = rowNamed(key);
     if (!row) endMisused("pagehost", value.place + ": there is no key \"" + key + "\"");
@@ -351,7 +346,7 @@ void takeDevelopment(const std::string& folder) {
   if (chromeFolder(folder).empty()) {
     endMisused("pagehost", "--dev: \"" + folder + "\" is not a folder with an index.html");
   }
-  ::setenv(devVariable, onWords[0].data(), 1);
+  ::setenv(devVariable, "1", 1);
 }
 
 void takeTemplate(const std::string& name) {
@@ -401,14 +396,14 @@ std::vector<char*> takeOptions(int argc, char** argv) {
       given[static_cast<std::size_t>(row - rows)] = value;
       continue;
     }
-    const std::string& text = option->value ? value : std::string(onWords[0]);
+    const std::string& text = option->value ? value : std::string("1");
     check(*row, text, std::string("--") + option->name);
     given[static_cast<std::size_t>(row - rows)] = text;
   }
   const char* const address = std::getenv(automationAddressVariable);
   automation = automationFrom(wantedAutomation, address ? address : "");
   ::unsetenv(automationAddressVariable);
-  const Configuration configuration = readConfigurations();
+  const Configuration configuration = readConfigured();
   for (const Row& row : rows) {
     const auto& option = given[static_cast<std::size_t>(&row - rows)];
     const auto configured = configuration.find(row.option.name);
@@ -448,5 +443,5 @@ bool isLaunchedApplication() {
 
 bool isSwitchedOn(const char* variable) {
   const char* value = std::getenv(variable);
-  return value && isOneOf<onWords>(value);
+  return value && Tessel::Platform::isSwitchedOnText(value);
 }

@@ -6,12 +6,12 @@
 # What each occasion needs.
 packages_build=(g++ cmake ninja-build pkg-config libwebkit2gtk-4.1-dev libgtk-3-dev libxext-dev libxfixes-dev
   libxi-dev libxss-dev rapidjson-dev libsoup-3.0-dev libfontconfig-dev libcap-dev libseccomp-dev libgnutls28-dev libpsl-dev
-  libicu-dev)
+  libicu-dev libpulse-dev)
 packages_run=(libegl-mesa0 libgl1-mesa-dri fonts-dejavu-core ca-certificates x11-utils bubblewrap
   xdg-dbus-proxy)
 packages_headless=(xvfb imagemagick)
 packages_test=(libgtest-dev libgmock-dev libxtst-dev nodejs dbus-daemon openssl python3-minimal python3-selenium
-  webkit2gtk-driver)
+  webkit2gtk-driver python3-dbusmock pulseaudio)
 # The library of the benchmarks, and what figures are compared with.
 packages_bench=(libbenchmark-dev libsystemd-dev libxtst-dev procps surf)
 # For tools/fuzz.

@@ -1,4 +1,4 @@
-// Services of the session and system bus. Main thread.
+// Services of the system bus. Main thread.
 #include "platform/desktop/DeviceBus.h"
 
 #include "platform/desktop/LocaleHandler.h"
@@ -16,8 +16,6 @@ struct Service {
   const char* path;
   const char* interface;
 };
-constexpr Service screenSaver{"org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver",
-                              "org.freedesktop.ScreenSaver"};
 constexpr Service localeService{"org.freedesktop.locale1", "/org/freedesktop/locale1",
                                 "org.freedesktop.locale1"};
 constexpr Service sensors{"net.hadess.SensorProxy", "/net/hadess/SensorProxy",
@@ -51,16 +49,7 @@ bool finishBus(GAsyncResult* result, GDBusConnection*& bus) {
 
 }  // namespace
 
-DeviceBus::DeviceBus(NavigatorHandler& handler, RotationService& rotation)
-    : DeviceBus(handler, rotation, nullptr, nullptr) {
-  g_bus_get(
-      G_BUS_TYPE_SESSION, cancellable_,
-      [](GObject*, GAsyncResult* result, gpointer self) {
-        GDBusConnection* bus = nullptr;
-        if (finishBus(result, bus) && bus) static_cast<DeviceBus*>(self)->useSession(bus);
-        if (bus) g_object_unref(bus);
-      },
-      this);
+DeviceBus::DeviceBus(RotationService& rotation) : DeviceBus(rotation, nullptr) {
   g_bus_get(
       G_BUS_TYPE_SYSTEM, cancellable_,
       [](GObject*, GAsyncResult* result, gpointer self) {
@@ -71,38 +60,16 @@ DeviceBus::DeviceBus(NavigatorHandler& handler, RotationService& rotation)
       this);
 }
 
-DeviceBus::DeviceBus(NavigatorHandler& handler, RotationService& rotation, GDBusConnection* session,
-                     GDBusConnection* system)
-    : handler_(handler), rotation_(rotation), cancellable_(g_cancellable_new()) {
-  handler_.addService(this);
-  if (session) useSession(session);
+DeviceBus::DeviceBus(RotationService& rotation, GDBusConnection* system)
+    : rotation_(rotation), cancellable_(g_cancellable_new()) {
   if (system) useSystem(system);
 }
 
 DeviceBus::~DeviceBus() {
-  handler_.removeService(this);
   g_cancellable_cancel(cancellable_);
   g_object_unref(cancellable_);
   for (const auto& [bus, id] : subscriptions_) g_dbus_connection_signal_unsubscribe(bus, id);
-  if (unknown_) g_source_remove(unknown_);
-  if (session_) g_object_unref(session_);
   if (system_) g_object_unref(system_);
-}
-
-void DeviceBus::useSession(GDBusConnection* bus) {
-  session_ = G_DBUS_CONNECTION(g_object_ref(bus));
-  const guint id = g_dbus_connection_signal_subscribe(
-      bus, nullptr, screenSaver.interface, "ActiveChanged", screenSaver.path, nullptr,
-      G_DBUS_SIGNAL_FLAGS_NONE,
-      [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* values,
-         gpointer self) {
-        if (!g_variant_is_of_type(values, G_VARIANT_TYPE("(b)"))) return;
-        gboolean locked = FALSE;
-        g_variant_get(values, "(b)", &locked);
-        static_cast<DeviceBus*>(self)->lockChanged(locked);
-      },
-      this, nullptr);
-  subscriptions_.push_back({session_, id});
 }
 
 void DeviceBus::useSystem(GDBusConnection* bus) {
@@ -125,12 +92,6 @@ void DeviceBus::useSystem(GDBusConnection* bus) {
   callAndForget(bus, sensors, "ClaimAccelerometer");
 }
 
-void DeviceBus::lockChanged(bool locked) {
-  if (locked == locked_) return;
-  locked_ = locked;
-  locked ? handler_.onWindowLock() : handler_.onWindowUnlock();
-}
-
 void DeviceBus::propertiesChanged(GVariant* changed) {
   const char* orientation = nullptr;
   if (g_variant_lookup(changed, "AccelerometerOrientation", "&s", &orientation)) {
@@ -143,41 +104,6 @@ void DeviceBus::propertiesChanged(GVariant* changed) {
     LocaleHandler::instance().takeSettings(texts);
     g_free(static_cast<gpointer>(settings));
   }
-}
-
-void DeviceBus::answerLocked(const char* answer) {
-  handler_.onIsDeviceLocked(answer);
-}
-
-void DeviceBus::isDeviceLocked() {
-  if (!session_) {
-    // Asynchronous, like every other answer.
-    if (unknown_) return;
-    unknown_ = g_idle_add(
-        [](gpointer self) -> gboolean {
-          static_cast<DeviceBus*>(self)->unknown_ = 0;
-          static_cast<DeviceBus*>(self)->answerLocked("unknown");
-          return G_SOURCE_REMOVE;
-        },
-        this);
-    return;
-  }
-  g_dbus_connection_call(
-      session_, screenSaver.name, screenSaver.path, screenSaver.interface, "GetActive", nullptr,
-      G_VARIANT_TYPE("(b)"), G_DBUS_CALL_FLAGS_NONE, patienceMilliseconds, cancellable_,
-      [](GObject* bus, GAsyncResult* result, gpointer self) {
-        GError* error = nullptr;
-        GVariant* answer = g_dbus_connection_call_finish(G_DBUS_CONNECTION(bus), result, &error);
-        const bool gone = g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED);
-        g_clear_error(&error);
-        if (gone) return;
-        gboolean locked = FALSE;
-        if (answer) g_variant_get(answer, "(b)", &locked);
-        const char* const known = locked ? "true" : "false";
-        static_cast<DeviceBus*>(self)->answerLocked(answer ? known : "unknown");
-        if (answer) g_variant_unref(answer);
-      },
-      this);
 }
 
 }  // namespace Tessel::Platform

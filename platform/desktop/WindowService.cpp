@@ -3,6 +3,8 @@
 
 #include <glib.h>
 
+#include <utility>
+
 namespace Tessel::Platform {
 
 using Graphics::ShownAs;
@@ -33,11 +35,20 @@ void WindowService::activeChanged(bool active) {
 
 void WindowService::shownAsChanged(ShownAs shownAs) {
   if (shownAs == shownAs_) return;
-  const bool wasHidden = hides(shownAs_);
   shownAs_ = shownAs;
   handler_.onWindowState(Graphics::shownAsNames.at(static_cast<std::size_t>(shownAs)));
-  if (wasHidden == hides(shownAs)) return;
-  wasHidden ? handler_.onWindowCoverExit() : handler_.onWindowCoverEnter();
+  updateHidden();
+}
+
+void WindowService::seatChanged(bool active) {
+  isSeatActive_ = active;
+  updateHidden();
+}
+
+void WindowService::updateHidden() {
+  const bool hidden = hides(shownAs_) || !isSeatActive_;
+  if (std::exchange(isHidden_, hidden) == hidden) return;
+  hidden ? handler_.onWindowCoverEnter() : handler_.onWindowCoverExit();
 }
 
 bool WindowService::closeRequested() {
@@ -67,7 +78,7 @@ void WindowService::closeWindow() {
 }
 
 bool WindowService::isForeground() {
-  return active_ && !hides(shownAs_);
+  return active_ && !isHidden_;
 }
 
 String WindowService::coverSize() {

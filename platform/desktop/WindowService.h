@@ -16,6 +16,8 @@ class WindowService final : public NavigatorService {
   // Called by the window's listener.
   void activeChanged(bool active);
   void shownAsChanged(Graphics::ShownAs shownAs);
+  // Whether the seat shows the session; where it does not, the window cannot be seen.
+  void seatChanged(bool active);
   // False if nobody listens for the end of the application.
   bool closeRequested();
 
@@ -29,10 +31,14 @@ class WindowService final : public NavigatorService {
   String coverSize() override;
 
  private:
+  void updateHidden();
+
   NavigatorHandler& handler_;
   Graphics::Window& window_;
   Graphics::ShownAs shownAs_ = Graphics::ShownAs::Normal;
   bool active_ = false;
+  bool isSeatActive_ = true;
+  bool isHidden_ = false;
   unsigned closing_ = 0;
 };
 

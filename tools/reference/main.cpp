@@ -1,5 +1,6 @@
-// Writes the reference of native functions and events, or checks that it is up to date. Main
-// thread.
+// Writes the reference of native functions, events and objects of the device, or checks that it is
+// up to date. Main thread.
+#include "device/Members.h"
 #include "tools/reference/Writers.h"
 
 #include <cstdio>
@@ -51,5 +52,6 @@ int main(int argc, char** argv) {
   const auto use = checks ? checkFile : writeFile;
   const bool functions = use(root + "/docs/native-functions.md", reference::markdown(reference));
   const bool types = use(root + "/chrome/native.d.ts", reference::typeScript(reference));
-  return functions && types ? 0 : 1;
+  const bool objects = use(root + "/docs/device-objects.md", Device::objectsReference());
+  return functions && types && objects ? 0 : 1;
 }

@@ -3,11 +3,13 @@
 #include "platform/desktop/LocaleHandler.h"
 #include "platform/desktop/MemoryPressure.h"
 #include "platform/desktop/RotationService.h"
+#include "platform/desktop/SessionService.h"
 #include "platform/desktop/WindowService.h"
 #include "platform/graphics/Screen.h"
 #include "platform/graphics/Window.h"
 #include "platform/invocation/Invocation.h"
 #include "platform/invocation/Viewers.h"
+#include "tests/support/MockBus.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Waiting.h"
 
@@ -15,7 +17,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <optional>
 
 namespace {
 
@@ -82,10 +86,13 @@ TEST_F(NavigatorTest, StatesAreToldOnceAndForegroundIsWhatIsSeenAndHasTheKeyboar
   EXPECT_FALSE(handler.isForeground());
   service.shownAsChanged(ShownAs::Maximized);
   EXPECT_TRUE(handler.isForeground());
+  service.seatChanged(false);
+  EXPECT_FALSE(handler.isForeground());
+  service.seatChanged(true);
   service.activeChanged(false);
   EXPECT_FALSE(handler.isForeground());
   EXPECT_THAT(heard, ElementsAre("active", "fullscreen", "minimized", "enter", "covered",
-                                 "maximized", "leave", "inactive"));
+                                 "maximized", "leave", "enter", "leave", "inactive"));
 }
 
 TEST_F(NavigatorTest, TheApplicationTurnsWithTheDeviceUnlessItIsLocked) {
@@ -139,120 +146,191 @@ TEST_F(NavigatorTest, MemoryIsShortOnceUntilThePressureIsOver) {
   EXPECT_TRUE(iterateUntil([&] { return low == 2; }));
 }
 
-// A private bus with a fake screen saver and fake sensors.
+// The services of the buses, mocked.
 class DeviceBusTest : public NavigatorTest {
  protected:
   void SetUp() override {
-    if (!std::filesystem::exists("/usr/bin/dbus-daemon")) GTEST_SKIP() << "there is no bus";
-    bus_ = g_test_dbus_new(G_TEST_DBUS_NONE);
-    g_test_dbus_up(bus_);
-    application_ = connect();
-    desktop_ = connect();
+    if (!test_support::MockBus::isPossible()) GTEST_SKIP() << "python3-dbusmock is not installed";
+    bus_.emplace();
+    application_ = bus_->connect();
   }
   void TearDown() override {
-    if (!bus_) return;
-    g_object_unref(desktop_);
-    g_object_unref(application_);
-    g_test_dbus_stop(bus_);
-    g_object_unref(bus_);
+    if (application_) g_object_unref(application_);
   }
 
-  GDBusConnection* connect() {
-    const auto flags =
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-    return g_dbus_connection_new_for_address_sync(g_test_dbus_get_bus_address(bus_), flags, nullptr,
-                                                  nullptr, nullptr);
+  void serveScreenSaver(const std::string& name, const std::string& path, bool locked) {
+    bus_->start(name, {name, path, name});
+    bus_->call(
+        name, path, mock + "AddMethod",
+        "('', 'GetActive', '', 'b', 'ret = " + std::string(locked ? "True" : "False") + "')");
   }
-  static void askBus(GDBusConnection* connection, const char* method, GVariant* arguments) {
-    GVariant* answer = g_dbus_connection_call_sync(
-        connection, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
-        arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
-    ASSERT_TRUE(answer);
-    g_variant_unref(answer);
+  void serveLogin(bool locked) {
+    bus_->start(login, {"--system", "--template", "logind"});
+    bus_->call(login, loginPath, mock + "AddSession", "('auto', 'seat0', uint32 0, 'root', true)");
+    if (locked) setSession("{'LockedHint': <true>}");
   }
-  // Round trip: afterwards the bus has processed all subscriptions of the application.
-  void settle() { askBus(application_, "GetId", nullptr); }
-  void own(const char* name) { askBus(desktop_, "RequestName", g_variant_new("(su)", name, 0u)); }
-  void serveScreenSaver() {
-    own("org.freedesktop.ScreenSaver");
-    GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(
-        "<node><interface name='org.freedesktop.ScreenSaver'><method name='GetActive'>"
-        "<arg type='b' direction='out'/></method></interface></node>",
-        nullptr);
-    static const GDBusInterfaceVTable calls{
-        [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
-           GDBusMethodInvocation* call,
-           gpointer) { g_dbus_method_invocation_return_value(call, g_variant_new("(b)", TRUE)); },
-        nullptr,
-        nullptr,
-        {}};
-    g_dbus_connection_register_object(desktop_, "/org/freedesktop/ScreenSaver", node->interfaces[0],
-                                      &calls, this, nullptr, nullptr);
-    g_dbus_node_info_unref(node);
+  void setSession(const std::string& properties) {
+    bus_->update(login, session, login + ".Session", properties);
   }
-  void emit(const char* path, const char* interface, const char* signal, GVariant* values) {
-    g_dbus_connection_emit_signal(desktop_, nullptr, path, interface, signal, values, nullptr);
+  void emit(const std::string& name, const std::string& path, const std::string& interface,
+            const std::string& signal, const std::string& value) {
+    bus_->call(name, path, mock + "EmitSignal",
+               "('" + interface + "', '" + signal + "', " + value + ")");
   }
-  void emitChange(const char* path, const char* interface, const char* name, GVariant* value) {
-    GVariantBuilder changed;
-    g_variant_builder_init(&changed, G_VARIANT_TYPE("a{sv}"));
-    g_variant_builder_add(&changed, "{sv}", name, value);
-    emit(path, "org.freedesktop.DBus.Properties", "PropertiesChanged",
-         g_variant_new("(sa{sv}as)", interface, &changed, nullptr));
+  // The answer to the question whether it is locked.
+  std::string locked() {
+    heard.clear();
+    handler.isDeviceLocked();
+    EXPECT_THAT(heard, IsEmpty()) << "not from within the request";
+    std::string answer;
+    iterateUntil([&] {
+      const auto found = std::find_if(heard.begin(), heard.end(), [](const std::string& each) {
+        return each.starts_with("locked");
+      });
+      if (found != heard.end()) answer = *found;
+      return !answer.empty();
+    });
+    return answer;
   }
   bool hears(std::size_t count) {
     return iterateUntil([&] { return heard.size() >= count; });
   }
 
+  const std::string mock = "org.freedesktop.DBus.Mock.";
+  const std::string login = "org.freedesktop.login1";
+  const std::string loginPath = "/org/freedesktop/login1";
+  const std::string session = loginPath + "/session/auto";
   RotationService rotation{handler};
-  GTestDBus* bus_ = nullptr;
+  std::optional<test_support::MockBus> bus_;
   GDBusConnection* application_ = nullptr;
-  GDBusConnection* desktop_ = nullptr;
 };
 
-TEST_F(DeviceBusTest, TheLockIsToldAndAskedFor) {
+TEST_F(DeviceBusTest, TheLockScreenOfTheDesktopIsAskedAndHeard) {
+  const std::string gnome = "org.gnome.ScreenSaver";
+  const std::string path = "/org/gnome/ScreenSaver";
   {
-    DeviceBus device(handler, rotation, application_, nullptr);
-    settle();
-    handler.isDeviceLocked();
-    ASSERT_TRUE(hears(1));
-    EXPECT_THAT(heard, ElementsAre("locked unknown")) << "nobody is there yet";
+    const SessionService service(handler, {}, application_, nullptr);
+    EXPECT_EQ(locked(), "locked unknown") << "nobody is there yet";
     heard.clear();
-    serveScreenSaver();
-    handler.isDeviceLocked();
+    // This desktop has the common name as well, and does not say there whether it is locked.
+    bus_->start("org.freedesktop.ScreenSaver",
+                {"org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver",
+                 "org.freedesktop.ScreenSaver"});
+    serveScreenSaver(gnome, path, true);
+    emit(gnome, path, gnome, "ActiveChanged", "'s', [<'no truth value'>]");
+    emit(gnome, path, gnome, "ActiveChanged", "'b', [<true>]");
+    emit(gnome, path, gnome, "ActiveChanged", "'b', [<true>]");
     ASSERT_TRUE(hears(1));
-    const char* saver = "org.freedesktop.ScreenSaver";
-    const char* path = "/org/freedesktop/ScreenSaver";
-    emit(path, saver, "ActiveChanged", g_variant_new("(s)", "not a truth value"));
-    emit(path, saver, "ActiveChanged", g_variant_new("(b)", TRUE));
-    emit(path, saver, "ActiveChanged", g_variant_new("(b)", TRUE));
-    emit(path, saver, "ActiveChanged", g_variant_new("(b)", FALSE));
-    ASSERT_TRUE(hears(3));
-    EXPECT_THAT(heard, ElementsAre("locked true", "lock", "unlock"));
+    EXPECT_THAT(heard, ElementsAre("lock"));
+    EXPECT_EQ(locked(), "locked true");
     heard.clear();
+    bus_->stop(gnome);
+    ASSERT_TRUE(hears(1));
+    EXPECT_THAT(heard, ElementsAre("unlock"));
+    EXPECT_EQ(locked(), "locked unknown");
   }
-  DeviceBus without(handler, rotation, nullptr, nullptr);
-  handler.isDeviceLocked();
-  EXPECT_THAT(heard, IsEmpty()) << "not from within the request";
+  heard.clear();
+  serveScreenSaver(gnome, path, true);
+  const SessionService later(handler, {}, application_, nullptr);
+  ASSERT_TRUE(hears(1)) << "the state at the start";
+  EXPECT_THAT(heard, ElementsAre("lock"));
+  heard.clear();
+  const SessionService without(handler, {}, nullptr, nullptr);
+  handler.removeService(const_cast<SessionService*>(&later));
+  EXPECT_EQ(locked(), "locked unknown");
+}
+
+TEST_F(DeviceBusTest, WithoutALockScreenTheSessionSaysWhetherItIsLocked) {
+  serveLogin(true);
+  std::vector<bool> shown;
+  const SessionService service(
+      handler, [&](bool active) { shown.push_back(active); }, nullptr, application_);
+  EXPECT_EQ(locked(), "locked true");
+  setSession("{'LockedHint': <'perhaps'>}");
+  EXPECT_TRUE(iterateUntil([&] { return locked() == "locked unknown"; }));
+  setSession("{'LockedHint': <false>, 'Active': <false>}");
+  EXPECT_TRUE(iterateUntil([&] { return shown.size() == 1; }));
+  setSession("{'Active': <true>}");
+  EXPECT_TRUE(iterateUntil([&] { return shown.size() == 2; }));
+  EXPECT_THAT(shown, ElementsAre(false, true));
+
+  // Nobody else does what the signals ask for, so the program also keeps it.
+  EXPECT_EQ(locked(), "locked false");
+  heard.clear();
+  bus_->call(login, session, login + ".Session.Lock", "()");
   ASSERT_TRUE(hears(1));
-  EXPECT_THAT(heard, ElementsAre("locked unknown"));
+  EXPECT_TRUE(iterateUntil([&] {
+    return bus_->property(login, session, login + ".Session", "LockedHint").find("true") !=
+           std::string::npos;
+  }));
+  bus_->call(login, session, login + ".Session.Unlock", "()");
+  ASSERT_TRUE(hears(2));
+  EXPECT_THAT(heard, ElementsAre("lock", "unlock"));
+  EXPECT_EQ(locked(), "locked false");
+
+  bus_->stop(login);
+  EXPECT_TRUE(iterateUntil([&] { return locked() == "locked unknown"; }));
+  serveLogin(true);
+  EXPECT_TRUE(iterateUntil([&] { return locked() == "locked true"; }));
+}
+
+TEST_F(DeviceBusTest, TheSystemsEndWaitsForAProgramThatAsksAndEndsIt) {
+  struct Closing final : NavigatorService {
+    void closeWindow() override { ++closed; }
+    int closed = 0;
+  } closing;
+  serveLogin(false);
+  handler.addService(&closing);
+  {
+    SessionService service(handler, {}, nullptr, application_);
+    EXPECT_EQ(locked(), "locked false");
+    const auto inhibitors = [&] {
+      return bus_->call(login, loginPath, login + ".Manager.ListInhibitors", "()");
+    };
+    EXPECT_THAT(inhibitors(), Not(HasSubstr("pagehost")));
+    handler.extendTerminate();
+    handler.extendTerminate();
+    EXPECT_TRUE(iterateUntil(
+        [&] { return inhibitors().find("('shutdown', 'pagehost'") != std::string::npos; }));
+    EXPECT_THAT(inhibitors(), HasSubstr("'delay'"));
+    emit(login, loginPath, login + ".Manager", "PrepareForShutdown", "'b', [<false>]");
+    emit(login, loginPath, login + ".Manager", "PrepareForShutdown", "'s', [<'now'>]");
+    emit(login, loginPath, login + ".Manager", "PrepareForShutdown", "'b', [<true>]");
+    EXPECT_TRUE(iterateUntil([&] { return closing.closed > 0; }));
+    EXPECT_EQ(closing.closed, 1);
+  }
+  EXPECT_TRUE(iterateUntil([&] {
+    return bus_->call(login, loginPath, login + ".Manager.ListInhibitors", "()").find("pagehost") ==
+           std::string::npos;
+  })) << "it does not wait for a program that has ended";
+  handler.removeService(&closing);
 }
 
 TEST_F(DeviceBusTest, SensorsAndTheLocaleServiceAreHeard) {
   LocaleHandler::instance().takeSettings({"LANG=fr_FR"});
   heard.clear();
-  own("net.hadess.SensorProxy");
-  own("org.freedesktop.locale1");
-  DeviceBus device(handler, rotation, nullptr, application_);
-  settle();
-  emitChange("/net/hadess/SensorProxy", "net.hadess.SensorProxy", "AccelerometerOrientation",
-             g_variant_new_string("bottom-up"));
-  const char* settings[] = {"LANG=de_AT.UTF-8"};
-  emitChange("/org/freedesktop/locale1", "org.freedesktop.locale1", "Locale",
-             g_variant_new_strv(settings, 1));
-  emitChange("/net/hadess/SensorProxy", "net.hadess.SensorProxy", "AccelerometerOrientation",
-             g_variant_new_string("normal"));
+  const std::string sensor = "net.hadess.SensorProxy";
+  const std::string locale = "org.freedesktop.locale1";
+  bus_->start(sensor, {sensor, "/net/hadess/SensorProxy", sensor});
+  bus_->call(sensor, "/net/hadess/SensorProxy", mock + "AddProperties",
+             "('" + sensor + "', {'AccelerometerOrientation': <'undefined'>})");
+  bus_->start(locale, {locale, "/org/freedesktop/locale1", locale});
+  bus_->call(locale, "/org/freedesktop/locale1", mock + "AddProperties",
+             "('" + locale + "', {'Locale': <['LANG=C']>})");
+  const DeviceBus device(rotation, application_);
+  // After a round trip the bus knows what the program listens to.
+  GVariant* const answer = g_dbus_connection_call_sync(
+      application_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+      "GetId", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+  ASSERT_TRUE(answer);
+  g_variant_unref(answer);
+  bus_->update(sensor, "/net/hadess/SensorProxy", sensor,
+               "{'AccelerometerOrientation': <'bottom-up'>}");
+  ASSERT_TRUE(hears(1));
+  bus_->update(locale, "/org/freedesktop/locale1", locale, "{'Locale': <['LANG=de_AT.UTF-8']>}");
+  ASSERT_TRUE(hears(3));
+  bus_->update(sensor, "/net/hadess/SensorProxy", sensor,
+               "{'AccelerometerOrientation': <'normal'>}");
   ASSERT_TRUE(hears(4));
   EXPECT_THAT(heard, ElementsAre("rotate bottom_up 180", "language de_AT", "region de_AT",
                                  "rotate top_up 0"));

@@ -1,16 +1,21 @@
 // Parses the configuration files with GLib. GLib does not report line numbers, so they are searched
 // for afterwards.
-#include "src/Configuration.h"
+#include "platform/options/KeyFile.h"
 
 #include <glib.h>
 
+#include <algorithm>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <string_view>
 
+namespace Tessel::Platform {
+
 namespace {
 
-constexpr const char* groupName = "pagehost";
+constexpr std::string_view onWords[] = {"1", "true", "yes", "on"};
+constexpr std::string_view offWords[] = {"0", "false", "no", "off"};
 
 using Text = std::unique_ptr<gchar, decltype(&g_free)>;
 
@@ -43,8 +48,8 @@ std::string placeIn(const std::string& path, int line) {
 }
 
 // Adds what the file says. What is wrong with a value, with its place, else nothing.
-std::string add(GKeyFile* file, const std::string& path, std::string_view content,
-                Configuration& configuration) {
+std::string add(GKeyFile* file, const char* groupName, const std::string& path,
+                std::string_view content, Configuration& configuration) {
   std::string problem;
   gchar** const keys = g_key_file_get_keys(file, groupName, nullptr, nullptr);
   for (gchar** key = keys; key && *key; ++key) {
@@ -64,8 +69,8 @@ std::string add(GKeyFile* file, const std::string& path, std::string_view conten
 
 }  // namespace
 
-bool readConfiguration(const std::string& path, bool mustExist, Configuration& configuration,
-                       std::string& problem) {
+bool readConfiguration(const std::string& path, const char* groupName, bool mustExist,
+                       Configuration& configuration, std::string& problem) {
   // Also where its folder is none, or is closed to this user. Reading a pipe might never end.
   if (!g_file_test(path.c_str(), G_FILE_TEST_IS_REGULAR)) {
     if (mustExist) problem = path + ": there is no such file";
@@ -97,6 +102,26 @@ bool readConfiguration(const std::string& path, bool mustExist, Configuration& c
   }
   g_strfreev(groups);
   if (!problem.empty()) return false;
-  problem = add(file.get(), path, content, configuration);
+  problem = add(file.get(), groupName, path, content, configuration);
   return problem.empty();
 }
+
+bool readConfigurations(const std::string& file, const char* name, const char* groupName,
+                        bool readsUsers, Configuration& configuration, std::string& problem) {
+  if (!file.empty()) return readConfiguration(file, groupName, true, configuration, problem);
+  const std::string system = std::string("/etc/pagehost/") + name;
+  const std::string users = std::string(g_get_user_config_dir()) + "/pagehost/" + name;
+  return readConfiguration(system, groupName, false, configuration, problem) &&
+         (!readsUsers || readConfiguration(users, groupName, false, configuration, problem));
+}
+
+bool isSwitchedOnText(std::string_view text) {
+  return std::find(std::begin(onWords), std::end(onWords), text) != std::end(onWords);
+}
+
+bool isSwitchText(std::string_view text) {
+  return isSwitchedOnText(text) ||
+         std::find(std::begin(offWords), std::end(offWords), text) != std::end(offWords);
+}
+
+}  // namespace Tessel::Platform
