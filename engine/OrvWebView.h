@@ -378,7 +378,7 @@ class OrvWebView : private PageClient {
   void drivingProcessEnded() override {}
   void drivingDocumentLoaded() override {}
   void gaveUp() override {}
-  void problem(const String& text) override { static_cast<void>(text); }
+  void problem(const String&) override {}
   void alive() override {}
   void retryScheduled(const OrvWebRetry&) override {}
   void memoryExceeded(const OrvWebMemoryExcess&) override {}

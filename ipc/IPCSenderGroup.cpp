@@ -328,9 +328,9 @@ void IPCSenderGroup::shutDown() {
 
 void IPCSenderGroup::setError(const String& error) {
   if (!error.isEmpty()) {
-    WebViewManager::instance().informChromeOfError(
-        concat("IPCSenderGroup for process ", String::fromSignedInteger(childPid()),
-               " encountered error: ", error));
+    WebViewManager::instance().informChromeOfError(concat("IPCSenderGroup for process ",
+                                                          String::fromSignedInteger(childPid()),
+                                                          " encountered error: ", error));
   }
   connected_ = false;
   const std::lock_guard lock(mutex_);
@@ -344,10 +344,10 @@ void IPCSenderGroup::post(EventBacklog::Event event) {
 }
 
 void IPCSenderGroup::tellOfDropped(std::size_t count) const {
-  WebViewManager::instance().informChromeOfError(
-      concat("WebView group ", String::fromUnsignedInteger(groupId_), " (child process ",
-             String::fromSignedInteger(childPid()), ") posts more events than are told: ",
-             String(std::to_string(count)), " were dropped."));
+  WebViewManager::instance().informChromeOfError(concat(
+      "WebView group ", String::fromUnsignedInteger(groupId_), " (child process ",
+      String::fromSignedInteger(childPid()),
+      ") posts more events than are told: ", String(std::to_string(count)), " were dropped."));
 }
 
 void IPCSenderGroup::connectionDied() {

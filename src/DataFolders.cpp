@@ -11,8 +11,8 @@
 
 namespace {
 
-// The folder named by the environment variable, if any; else the one next to the executable (the layout of
-// a build tree); else the installed one.
+// The folder named by the environment variable, if any; else the one next to the executable (the
+// layout of a build tree); else the installed one.
 std::string folderFor(const char* variable, const char* besideExecutable, const char* installed) {
   const char* named = variable ? std::getenv(variable) : nullptr;
   if (named && *named) {

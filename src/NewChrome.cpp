@@ -137,8 +137,9 @@ void makeNewChrome(const WantedChrome& wanted) {
     std::fprintf(stderr, "pagehost: %s could not be written: %s\n", target.c_str(), problem.what());
     std::exit(EXIT_FAILURE);
   }
-  std::printf("%s is a chrome now, from the template %s. See it, and change it:\n"
-              "  pagehost --dev %s\nIts README.md says what comes next.\n",
-              target.c_str(), wanted.templateName.c_str(), wanted.folder.c_str());
+  std::printf(
+      "%s is a chrome now, from the template %s. See it, and change it:\n"
+      "  pagehost --dev %s\nIts README.md says what comes next.\n",
+      target.c_str(), wanted.templateName.c_str(), wanted.folder.c_str());
   std::exit(std::fflush(stdout) == 0 ? EXIT_SUCCESS : EXIT_FAILURE);
 }

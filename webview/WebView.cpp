@@ -212,9 +212,9 @@ void WebView::setCapabilities(Capabilities capabilities) {
 
 void WebView::callNativeFunction(OrvWebJavaScriptCallbackEvent& call) {
   if (capabilities_.allow(call)) return BindingManager::instance().dispatch(&call);
-  WebViewManager::instance().informChromeOfError(
-      concat("Native function: \"", call.args()[0], "\" may not be called by \"",
-             call.callerOrigin(), "\"."));
+  WebViewManager::instance().informChromeOfError(concat("Native function: \"", call.args()[0],
+                                                        "\" may not be called by \"",
+                                                        call.callerOrigin(), "\"."));
 }
 
 void WebView::navigationRefused(const String& url) {

@@ -107,8 +107,7 @@ String onProblem(WebKitPage& page, const Details& details) {
   const double line = details.values()[2].numberValue();
   String place = details.text(1);
   if (!place.isEmpty() && line > 0) place = concat(place, ":", String::fromNumber(line));
-  page.client()->problem(place.isEmpty() ? details.text(0)
-                                         : concat(place, ": ", details.text(0)));
+  page.client()->problem(place.isEmpty() ? details.text(0) : concat(place, ": ", details.text(0)));
   return {};
 }
 

@@ -18,7 +18,8 @@ namespace {
 // A handle is the group of the process that allocated it, followed by a sequence number.
 constexpr int groupShift = 20;
 constexpr int lastNumber = (1 << groupShift) - 1;
-// Far from the handles of web views, which begin at 1: one that is taken for the other names nothing.
+// Far from the handles of web views, which begin at 1: one that is taken for the other names
+// nothing.
 constexpr int firstNumber = 100'000;
 static_assert(Window::lastHandleGroup == std::numeric_limits<int>::max() >> groupShift);
 

@@ -20,7 +20,8 @@ class DevelopmentTest : public test_support::SuiteTest {
     const std::filesystem::path made = folder_ / name;
     Program maker(environment(""), {"new", made, "--template", name});
     EXPECT_EQ(maker.status(), 0) << maker.errors();
-    std::ofstream(made / "index.html", std::ios::app) << "<script type=module src=probe.js></script>";
+    std::ofstream(made / "index.html", std::ios::app)
+        << "<script type=module src=probe.js></script>";
     std::ofstream(made / "probe.js") << R"(
       import { WebView } from 'pagehost:pagehost.js';
       const timer = setInterval(() => {
@@ -69,10 +70,10 @@ null.member;
                                           {"file://" + (folder_ / "own.html").string(), "file:"}}) {
     Program program(environment("", {{"PAGEHOST_LOG_LEVEL", "error"}}), {"--chrome", address});
     EXPECT_TRUE(program.waitForLine(std::string("library ") + protocol)) << program.errors();
-    for (const char* text : {"\"webview.nothing\" does not exist",
-                             ":4: The native call webview.nothing", "There is no window 2",
-                             ":5: The native call windowAnimations.animateGlobalAlpha",
-                             ":6: TypeError"}) {
+    for (const char* text :
+         {"\"webview.nothing\" does not exist", ":4: The native call webview.nothing",
+          "There is no window 2", ":5: The native call windowAnimations.animateGlobalAlpha",
+          ":6: TypeError"}) {
       EXPECT_TRUE(program.waitForError(text)) << text << "\n" << program.errors();
     }
   }

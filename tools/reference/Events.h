@@ -17,8 +17,8 @@ struct Interface {
 
 struct Event {
   std::string name;
-  std::string body;    // the name of its interface; "" for an event without a body
-  std::string answer;  // that of the answer's; "" for an event that nobody answers
+  std::string body;     // the name of its interface; "" for an event without a body
+  std::string answer;   // that of the answer's; "" for an event that nobody answers
   std::string unheard;  // what happens where it is not enabled
 };
 

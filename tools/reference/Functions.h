@@ -5,7 +5,6 @@
 #include "tools/reference/Effect.h"
 #include "tools/reference/TypeTexts.h"
 
-
 namespace reference {
 
 struct Argument {

@@ -104,7 +104,8 @@ std::string described(const Function& function) {
 
 std::string eventTable(const Reference& reference) {
   std::string text =
-      "## Events\n\n[events.md](events.md) says when they are raised. A chrome enables those that it "
+      "## Events\n\n[events.md](events.md) says when they are raised. A chrome enables those that "
+      "it "
       "wants; without that, the last column holds. Those with an answer wait for it.\n\n"
       "| event | brings | answer | where it is not enabled |\n|---|---|---|---|\n";
   const auto code = [](const std::string& name) { return name.empty() ? "" : "`" + name + "`"; };
@@ -114,7 +115,8 @@ std::string eventTable(const Reference& reference) {
     text.append(" |\n");
   }
   return text.append(
-      "| ProcessCrash | | | It is always told: the child process of the web view has ended, and the "
+      "| ProcessCrash | | | It is always told: the child process of the web view has ended, and "
+      "the "
       "web view is gone. |\n| Property*NAME*Event | the text of the property | | " +
       std::string("It is told while PropertyChanged and this property are enabled. |\n\n"));
 }
@@ -125,7 +127,8 @@ std::string markdown(const Reference& reference) {
   std::string text = introduction + counted(reference.functions) + grouped(reference.functions) +
                      "\n## Functions\n\n";
   for (const Function& function : reference.functions) text.append(described(function));
-  text.append(eventTable(reference)).append("## Records\n\nThe members of the records above, in TypeScript's words.\n\n");
+  text.append(eventTable(reference))
+      .append("## Records\n\nThe members of the records above, in TypeScript's words.\n\n");
   for (const auto& [name, members] : reference.records) {
     text.append("- `").append(name).append("`:");
     for (const Member& member : members) {

@@ -209,8 +209,10 @@ std::string typeScript(const Reference& reference) {
   }
   // No engine raises it: it is about the process that the engine was in.
   text.append(
-      "  /** The child process of the web view has ended, and the web view is gone. Of a page's own\n"
-      "   * process that ends NetworkError tells: status -1 crashed, -2 took too much memory, -3 was\n"
+      "  /** The child process of the web view has ended, and the web view is gone. Of a page's "
+      "own\n"
+      "   * process that ends NetworkError tells: status -1 crashed, -2 took too much memory, -3 "
+      "was\n"
       "   * ended by somebody. */\n  ProcessCrash: '';\n");
   text.append(
       "}\n\n/** The events that wait for an answer. */\nexport interface ChromeAnswers {\n");

@@ -51,7 +51,8 @@ ScriptPlace callerOf(JSCContext* context) {
   // Each is NAME@FILE:LINE:COLUMN.
   for (std::string line; std::getline(lines, line);) {
     const auto column = line.rfind(':');
-    const auto row = column == std::string::npos || column == 0 ? column : line.rfind(':', column - 1);
+    const auto row =
+        column == std::string::npos || column == 0 ? column : line.rfind(':', column - 1);
     const auto file = line.find('@') + 1;
     if (row == std::string::npos || row <= file || line.find(':', file) == row) continue;
     place = {line.substr(file, row - file), std::atoi(line.c_str() + row + 1)};

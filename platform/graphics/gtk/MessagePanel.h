@@ -1,5 +1,5 @@
-// Lines of text over the lower part of a top-level window, for what a developer must see whatever is
-// shown there. UI thread.
+// Lines of text over the lower part of a top-level window, for what a developer must see whatever
+// is shown there. UI thread.
 #pragma once
 
 #include "platform/graphics/Window.h"
@@ -34,8 +34,8 @@ class MessagePanel {
   void place();
 
   Window& parent_;
-  Window* window_ = nullptr;      // owned
-  GtkWidget* list_ = nullptr;     // of the window
+  Window* window_ = nullptr;   // owned
+  GtkWidget* list_ = nullptr;  // of the window
   GtkWidget* scroller_ = nullptr;
   std::size_t lines_ = 0;
 };
