@@ -27,6 +27,8 @@ export function focusPage(tab) {
  */
 export function followFocus(tabs, { isTyping }) {
   tabs.addEventListener('chosen', ({ detail: tab }) => !isTyping() && focusPage(tab));
+  // The view that was closed may have had the keyboard until after the next one came to the front.
+  tabs.addEventListener('closed', () => setTimeout(() => !document.hasFocus() && tabs.active?.ready && focusPage(tabs.active)));
   tabs.addEventListener('created', ({ detail: tab }) => tab === awaited && tab === tabs.active && focusPage(tab));
 }
 
