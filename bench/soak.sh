@@ -50,6 +50,8 @@ measure() {
     memory=$((memory + ${part:-0}))
     count=$((count + 1))
   done
+  # For soak-signage.
+  # shellcheck disable=SC2034
   kilobytes=$memory
   memory=$((memory / 1024))
   descriptors=$(find "/proc/$program_pid/fd" -mindepth 1 2>/dev/null | wc -l)

@@ -58,7 +58,7 @@ export type OrvWebDialogType =
   | 'GeolocationPermission' | 'DatabaseQuotaExceeded' | 'AuthenticationChallenge'
   | 'SaveCredential' | 'ContextMenu' | 'NotificationPermission'
   | 'InsecureSubresourceLoadPolicyConfirm' | 'BeforeUnloadConfirm' | 'MediaError'
-  | 'WebFileSystemQuotaExceeded';
+  | 'WebFileSystemQuotaExceeded' | 'Print';
 export type OrvWebContextMenuItem =
   | 'Invalid' | 'Select' | 'Cancel' | 'Cut' | 'Copy' | 'Paste' | 'ClearField'
   | 'OpenLinkInNewTab' | 'AddLinkToBookmarks' | 'SendLink' | 'CopyLink' | 'OpenLink'
@@ -170,6 +170,12 @@ export interface OrvWebHistoryItem {
   title: string;
   url: string;
 }
+export interface OrvWebMemoryExcess {
+  bytes: number;
+  limit: number;
+  process: number;
+  reason: string;
+}
 export interface OrvWebPageSecurityBasicInfo {
   location: string;
   secured: boolean;
@@ -189,6 +195,12 @@ export interface OrvWebRect {
   width: number;
   x: number;
   y: number;
+}
+export interface OrvWebRetry {
+  delay: number;
+  reason: string;
+  url: string;
+  whenShown: boolean;
 }
 export interface OrvWebSize {
   height: number;
@@ -259,6 +271,8 @@ export interface OrvWebLocationChangeEvent extends OrvWebEvent {
   url: string;
 }
 export interface OrvWebLocationChangingEvent extends OrvWebSendEvent {
+  button: number;
+  modifierMask: number;
   navigationType: OrvWebNavigationType;
   url: string;
 }
@@ -294,7 +308,9 @@ export interface OrvWebJavaScriptWindowObjectClearedEvent extends OrvWebSendEven
 }
 export interface OrvWebOpenWindowEvent extends OrvWebSendEvent {
   action: OrvWebOpenWindowAction;
+  button: number;
   isPopup: boolean;
+  modifierMask: number;
   page: string;
   rect: OrvWebRect;
   url: string;
@@ -362,9 +378,11 @@ export interface OrvWebPropertyChangedEvent extends OrvWebEvent {
 }
 export interface OrvWebFullScreenEnteringEvent extends OrvWebSendEvent {}
 export interface OrvWebFindStringEvent extends OrvWebEvent {
+  caseSensitive: boolean;
   currentIndex: number;
   isMatched: boolean;
   numMatches: number;
+  text: string;
 }
 export interface OrvWebUnsupportedMimeTypeEvent extends OrvWebEvent {
   url: string;
@@ -460,6 +478,8 @@ export interface OrvWebInspectorMessageEvent extends OrvWebEvent {
 }
 export interface OrvWebContextMenuRequestEvent extends OrvWebSendEvent {
   menuItems: OrvWebContextMenuItem[];
+  x: number;
+  y: number;
 }
 export interface OrvWebCaptureContentsEvent extends OrvWebEvent {
   base64PNGImage: string;
@@ -751,6 +771,9 @@ export interface ChromeEvents {
   NotificationCancel: OrvWebNotificationCancelEvent;
   UnhandledKeyInput: OrvWebUnhandledKeyInputEvent;
   TypeMax: '';
+  ProcessCrash: '';
+  ReloadScheduled: OrvWebRetry;
+  MemoryExceeded: OrvWebMemoryExcess;
   /** The child process of the web view has ended, and the web view is gone. Of a page's own
    * process that ends NetworkError tells: status -1 crashed, -2 took too much memory, -3 was
    * ended by somebody. */
@@ -923,6 +946,18 @@ export interface ApplicationListener {
   onWindowLock?(): void;
   /** The screen was unlocked. */
   onWindowUnlock?(): void;
+  /** The screen has gone dark. Raised after application.watchScreen, as the next three. */
+  onScreenBlank?(): void;
+  /** The screen shows pictures again. */
+  onScreenWake?(): void;
+  /** Nobody has used keyboard, pointer or touch screen for the time that was asked for. */
+  onUserIdle?(): void;
+  /** Somebody uses them again. */
+  onUserActive?(): void;
+  /** The window's close button was clicked, and the chrome has asked to decide by applicationWindow.setAsksBeforeClosing: application.requestExit ends the application. */
+  onCloseRequest?(): void;
+  /** A key was pressed that the chrome has reserved by applicationWindow.setReservedKeys; by the name that it has there. */
+  onReservedKey?(key: string): void;
   /** The language of the user has changed, such as en_US. */
   onLanguageChange?(language: string): void;
   /** The region of the user has changed, such as en_US. */
@@ -993,6 +1028,10 @@ export interface NativeFunctions {
   'bindingManager.listBindings'(): string;
   /** Real, desktop. Shows at once what was drawn in the application window. */
   'applicationWindow.flushContext'(): '';
+  /** Real, desktop. With true, a click on the window's close button only calls chrome.internal.application.onCloseRequest, and the chrome decides; application.requestExit ends the application then. The third click within ten seconds ends it nevertheless, as do signals. It is off again when the chrome's process ends. */
+  'applicationWindow.setAsksBeforeClosing'(asks: Flag): '';
+  /** Real, desktop. Reserves keys for the chrome in place of those before: pages never get them, and chrome.internal.application.onReservedKey tells of each press, wherever the keyboard is and also while a page hangs. A key is named as documents name it, with modifiers before it, such as Ctrl+T, Ctrl+Shift+Tab, Alt+ArrowLeft or F6; for signs such as Ctrl++ shift does not count. The result is 0, and nothing changes, when one is no such name or they are more than 256. They are free again when the chrome's process ends. */
+  'applicationWindow.setReservedKeys'(...keys: Numeric[]): BooleanText;
   /** Real, desktop. Resizes the application window, in pixels, and says how it is turned, in degrees. */
   'applicationWindow.setSize'(width: Numeric, height: Numeric, rotation: Numeric): '';
   /** Real, desktop. Shows the application window as normal, maximized, fullscreen or minimized; application.onWindowState tells when it is. Without a window manager maximized and fullscreen are the size of the screen, and minimized does nothing; a program that was started with --kiosk stays in full screen. The result is 0 for another word. */
@@ -1101,6 +1140,14 @@ export interface NativeFunctions {
   'application.setKeyboardFocus'(value: Numeric): '';
   /** Real, desktop. The part of a host name that somebody has registered: example.co.uk for www.example.co.uk. Empty where there is none, as of an address in numbers. */
   'application.getRegisteredDomain'(host: string): string;
+  /** Real, desktop. Switches the screen off by the display's power management, or else blanks it by the display's screen saver; input lights it again. The result is 0, with an error, where the display can do neither. */
+  'application.blankScreen'(): BooleanText;
+  /** Real, desktop. Lights the screen again, and starts the idle time anew. The result is 0, with an error, where the display cannot. */
+  'application.wakeScreen'(): BooleanText;
+  /** Real, desktop. Milliseconds since somebody has used keyboard, pointer or touch screen; -1, with an error, where the display does not tell. */
+  'application.idleTime'(): NumberText;
+  /** Real, desktop. Raises onScreenBlank and onScreenWake from now on, and onUserIdle when nobody has used the display for so many seconds, and onUserActive afterwards. 0 leaves the last two out, a negative number ends all four. The result is 0, with an error, where the display does not tell. */
+  'application.watchScreen'(idleSeconds: Numeric): BooleanText;
   /** Real, desktop. What confines the processes of web pages: "bubblewrap", the engine's sandbox; "landlock", weaker, where the system has no namespaces for it; "none", when it was switched off or nothing works. */
   'application.sandbox'(): string;
   /** Real, programs. Ends a viewer as closing its window does; onViewerStopped follows. */
@@ -1271,6 +1318,8 @@ export interface NativeFunctions {
   'webview.enableOrvJavaScriptObject'(view: Numeric, enabled: Flag): '';
   /** Real, views. Who vouches for the page's server, in words; empty for a page without encryption. The engine does not tell the cipher. */
   'webview.encryptionInfo'(view: Numeric): string;
+  /** Real, views. Ends the process of the page, and of the pages that share it, as if it had crashed; see setAutoReload. With a limit above 0, in bytes, it counts as having taken too much memory, with the bytes that it has taken, and MemoryExceeded tells so. */
+  'webview.endProcess'(view: Numeric, limit?: Numeric, taken?: Numeric): '';
   /** Real, views. A JSON object with a member, true, for the name of every event and property event. */
   'webview.eventNames'(view: Numeric): string;
   /** Real, views. Runs a script in the page, or beside it in a world of its own (IsolatedWorld). The result is a number; JavaScriptResult brings the value under it. NoWorld runs nothing. */
@@ -1515,6 +1564,8 @@ export interface NativeFunctions {
   'webview.setApplicationOrientation'(view: Numeric, degrees: Numeric): '';
   /** Kept, views. The value is kept; the engine slows hidden pages down by itself. */
   'webview.setAutoDeferNetworkingAndJavaScript'(view: Numeric, enabled: Flag): '';
+  /** Real, views. Whether a page is loaded again by itself when its load fails, a server's error status included, or its process ends: after a second, then after pauses that double up to a minute, a hidden page when it is shown. ReloadScheduled tells of each time. Every other load, webview.stop and the value 0 end it. Until this is called, only a page whose process has taken too much memory is loaded again. */
+  'webview.setAutoReload'(view: Numeric, enabled: Flag): '';
   /** Real, views. The colour behind the page, 0xAARRGGBB as a decimal number. */
   'webview.setBackgroundColor'(view: Numeric, color: Numeric): '';
   /** Kept, views. The value is kept; the engine always lays zoomed pages out anew. */

@@ -62,7 +62,6 @@ TEST_F(WebViewManagerTest, AWindowOfItsOwnGoesWhenItIsClosed) {
   WebView* const own = manager.createOwnWebView(manager.rootWebView()->windowGroup());
   ASSERT_TRUE(own);
   const unsigned int handle = own->handle();
-  EXPECT_TRUE(own->isOwnWindow());
   own->destroy();
   turnLoop();
   EXPECT_EQ(manager.webViewForHandle(handle), nullptr) << "the chrome does not know it";
