@@ -266,7 +266,7 @@ TEST_F(DeviceBusTest, WithoutALockScreenTheSessionSaysWhetherItIsLocked) {
   bus_->call(login, session, login + ".Session.Unlock", "()");
   ASSERT_TRUE(hears(2));
   EXPECT_THAT(heard, ElementsAre("lock", "unlock"));
-  EXPECT_EQ(locked(), "locked false");
+  EXPECT_TRUE(iterateUntil([&] { return locked() == "locked false"; })) << locked();
 
   bus_->stop(login);
   EXPECT_TRUE(iterateUntil([&] { return locked() == "locked unknown"; }));
