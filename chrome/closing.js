@@ -113,6 +113,8 @@ export class Closing {
 
   #end(tab) {
     if (!tab.ready || this.#isStart(tab)) return this.#tabs.close(tab);
+    // What comes next has the keyboard at once. A page that asks comes to the front again.
+    if (!this.#isEnding) this.#tabs.stepAside(tab);
     tab.askToEnd();
     setTimeout(() => {
       // A question to the person, of whatever kind, is an answer.

@@ -108,6 +108,7 @@ export class Dialogs {
       }
       const look = DIALOGS[data.dialogType]?.(data);
       if (!look) return undefined;
+      if (data.dialogType === 'BeforeUnloadConfirm' && tab.closing) setTimeout(() => this.#tabs.list.includes(tab) && this.#tabs.activate(tab));
       const isInLoop = IN_LOOPS.has(data.dialogType);
       if (isInLoop && tab.isSilenced) return { setPreventDefault: true };
       if (isInLoop) tab.dialogs = (tab.dialogs ?? 0) + 1;

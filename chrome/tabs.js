@@ -135,12 +135,21 @@ export class Tabs extends EventTarget {
     this.#elements.delete(tab);
     // Show the next page before hiding this one, to avoid flicker.
     if (tab === this.active && this.list.length) {
-      const back = this.list.includes(tab.opener) ? tab.opener : this.list[Math.min(index, this.list.length - 1)];
-      this.activate(back);
+      this.activate(this.#neighbourAt(index, tab));
     }
     this.#emit('closed', tab);
     tab.end();
     if (!this.list.length) this.#emit('empty', tab);
+  }
+
+  /** Brings the tab to the front that comes there when this one closes; the only one stays. */
+  stepAside(tab) {
+    const others = this.list.filter((each) => each !== tab);
+    if (tab === this.active && others.length) this.activate(this.#neighbourAt(this.list.indexOf(tab), tab, others));
+  }
+
+  #neighbourAt(index, { opener }, list = this.list) {
+    return list.includes(opener) ? opener : list[Math.min(index, list.length - 1)];
   }
 
   /** To another place in the strip; pinned ones stay before the others. */

@@ -584,7 +584,9 @@ void PageLoad::shown() {
 }
 
 void PageLoad::retryNow() {
-  logAlways(LogNotice, "%s is tried again.", retry_->url.utf8());
+  // What drives the application is not what a server or its page has led to.
+  const String url = setup_.drivesApplication ? loads_.home() : retry_->url;
+  logAlways(LogNotice, "%s is tried again.", url.utf8());
   // Copied, because the call may replace it.
   const auto load = retry_->load;
   if (load) load();

@@ -91,7 +91,7 @@ bool ReservedKeys::reserve(const std::vector<std::string_view>& names) {
   return true;
 }
 
-bool ReservedKeys::press(KeyCombination pressed) {
+bool ReservedKeys::press(KeyCombination pressed, bool isRepeated) {
   if (pressed.key >= 'A' && pressed.key <= 'Z') pressed.key += 'a' - 'A';
   if (pressed.key == shiftedTab) pressed.key = 0xFF09;
   const auto found = std::find_if(reserved_.begin(), reserved_.end(), [&](const Reserved& each) {
@@ -102,7 +102,7 @@ bool ReservedKeys::press(KeyCombination pressed) {
   if (found == reserved_.end()) return false;
   // The listener may reserve others.
   const std::string name = found->name;
-  if (listener_) listener_(name);
+  if (listener_ && !isRepeated) listener_(name);
   return true;
 }
 

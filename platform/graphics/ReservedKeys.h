@@ -33,8 +33,9 @@ class ReservedKeys {
   // Called with the name, as it was reserved, of each reserved key that is pressed.
   void setListener(Listener listener) { listener_ = std::move(listener); }
 
-  // Whether the key is reserved; the window system calls it for each press, repeated ones too.
-  bool press(KeyCombination pressed);
+  // Whether the key is reserved; the window system calls it for each press. A repeated one is taken
+  // but not told: a tab more that closes because a key was held is nobody's wish.
+  bool press(KeyCombination pressed, bool isRepeated = false);
 
  private:
   struct Reserved {

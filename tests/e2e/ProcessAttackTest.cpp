@@ -39,7 +39,8 @@ class ProcessAttackTest : public test_support::SuiteTest {
     return std::make_unique<Program>(
         environment("crowd.html", {{"HOME", (folder_ / "home").string()},
                                    {"XDG_RUNTIME_DIR", (folder_ / "run").string()},
-                                   {"PAGEHOST_SANDBOX", ""}}),
+                                   {"PAGEHOST_SANDBOX", ""},
+                                   {"PAGEHOST_NEW", "1"}}),
         arguments);
   }
   void startWithoutNamespaces() const {

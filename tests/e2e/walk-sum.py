@@ -32,7 +32,7 @@ def sum_up(what, table, row, seen, least, never=""):
 enough = [
     sum_up("commands", "registry/Commands.def", r"^COMMAND(?:_AS)?\(\d+, (\w+).*\nDOC\(Real,",
            {name.removeprefix("webview.") for name in seen["called"]}, 190),
-    sum_up("events", "engine/EventTypes.def", r"^EVENT_TYPE\((\w+)\)", seen["raised"], 68,
+    sum_up("events", "engine/EventTypes.def", r"^EVENT_TYPE\((\w+),", seen["raised"], 68,
            "UpdateWebGLFilter RequestUpdateViewport JavaScriptFunctionResultEvent TypeMax"),
     sum_up("properties", "engine/Properties.def", r"^PROPERTY\((\w+)\)",
            {name.removeprefix("Property").removesuffix("Event") for name in seen["raised"]}, 74,

@@ -79,6 +79,8 @@ bool ScreenInput::handle(const GdkEvent* event) {
   if (watched == topLevels_.end()) return true;
   const GdkEventType type = gdk_event_get_event_type(event);
   if (type == GDK_KEY_PRESS || type == GDK_KEY_RELEASE) return handleKey(event);
+  // Whoever has the keyboard now gets the releases.
+  if (type == GDK_FOCUS_CHANGE) takenKeys_.reset();
   if (isTouch(type)) {
     handleTouch(event, *watched);
   } else {
@@ -94,7 +96,8 @@ bool ScreenInput::handleKey(const GdkEvent* event) {
     taken = false;
     return !isTaken;
   }
-  taken = ReservedKeys::instance().press(combinationOf(event->key));
+  const bool isRepeated = taken;
+  taken = ReservedKeys::instance().press(combinationOf(event->key), isRepeated);
   return !taken;
 }
 

@@ -25,6 +25,7 @@ TEST(ReservedKeysTest, AKeyIsTakenWithExactlyItsModifiers) {
   EXPECT_TRUE(keys.press({shiftedTab, true, false, true}));
   EXPECT_TRUE(keys.press({f6}));
   EXPECT_TRUE(keys.press({'+', true, false, true})) << "where a sign stands is the keyboard's";
+  EXPECT_TRUE(keys.press({f6}, true)) << "held down, it is no second wish";
   EXPECT_THAT(told, ElementsAre("Ctrl+t", "Ctrl+Shift+Tab", "F6", "Ctrl++"));
 }
 
