@@ -27,6 +27,10 @@ class Refused(Exception):
         self.code = value.get("error")
 
 
+# The driver's network library asks the desktop for a proxy, and would start a bus for that.
+NO_BUS = {"DBUS_SESSION_BUS_ADDRESS": "disabled:"}
+
+
 class Driver:
     """A WebKitWebDriver at a free port, with its own environment."""
 
@@ -37,7 +41,7 @@ class Driver:
         self.log = tempfile.TemporaryFile("w+")
         self.process = subprocess.Popen(
             ["WebKitWebDriver", f"--port={self.port}", *arguments], stdin=subprocess.DEVNULL, stdout=self.log,
-            stderr=self.log, env={**os.environ, **environment})
+            stderr=self.log, env={**os.environ, **NO_BUS, **environment})
         until(lambda: self.ask("GET", "/status"), refused=(OSError,))
 
     def ask(self, method, path, body=None):
