@@ -203,7 +203,11 @@ export class Tab {
     view.on('CloseWindow', () => void this.report(this, 'ended'));
     view.on('Focus', ({ data }) => void (data.isFocused && this.report(this, 'focused')));
     view.on('ProcessCrash', () => this.#lose('crashed'));
-    view.on('Destroyed', () => this.#detach('ended'));
+    view.on('Destroyed', () => {
+      this.#detach('ended');
+      // It has no page any more, but still its handle.
+      view.delete();
+    });
     view.whenCreated(() => {
       this.ready = true;
       // Before the first load; a window opened by a page inherits its settings.

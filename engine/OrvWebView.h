@@ -40,6 +40,7 @@ class OrvWebView : private PageClient {
   bool initialize(const String& windowGroup, int rotation);
   // Ends the page; Destroyed follows from the main loop. The object stays until it is deleted.
   void destroy();
+  bool isDestroyed() const { return destroyed_; }
 
   // Which events are raised. All are when the web view is made; a disabled one costs nothing.
   void setWebEventEnabled(Type type, bool enabled);

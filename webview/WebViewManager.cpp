@@ -276,6 +276,11 @@ void WebViewManager::shutdown() {
   const auto webViews = webViews_;
   for (const auto& [handle, webView] : webViews) {
     if (webViewForHandle(handle) != webView) continue;
+    // Told already, to a chrome that has not deleted it.
+    if (webView->isDestroyed()) {
+      destroyWebView(handle);
+      continue;
+    }
     closing_.insert(handle);
     // Otherwise the end of the web view would not be reported.
     webView->setWebEventEnabled(OrvWebEvent::Destroyed, true);

@@ -80,8 +80,8 @@ Pixel pixelAt(int x, int y) {
           static_cast<int>(value & 255)};
 }
 
-bool waitForPixel(int x, int y, const Pixel& color) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(15);
+bool waitForPixel(int x, int y, const Pixel& color, std::chrono::milliseconds limit) {
+  const auto end = std::chrono::steady_clock::now() + limit;
   do {
     const Pixel pixel = pixelAt(x, y);
     int difference = 0;

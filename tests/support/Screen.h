@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <string>
 
 namespace test_support {
@@ -11,7 +12,8 @@ using Pixel = std::array<int, 3>;
 // The colour on the screen at a point; {-1, -1, -1} if it cannot be read.
 Pixel pixelAt(int x, int y);
 // Polls until the point has approximately that colour; false at the deadline.
-bool waitForPixel(int x, int y, const Pixel& color);
+bool waitForPixel(int x, int y, const Pixel& color,
+                  std::chrono::milliseconds limit = std::chrono::seconds(15));
 // Presses and releases the first button at that point.
 void clickAt(int x, int y);
 // The pointer and the keyboard, one step at a time; buttons by their number, keys by their name.

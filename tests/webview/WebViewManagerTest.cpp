@@ -107,13 +107,17 @@ TEST_F(WebViewManagerTest, ShutdownEndsEveryWebViewAndThenTheLoop) {
     const unsigned int second = createWebView();
     // Even one that would not report its end.
     webView(second).setAllWebEventsEnabled(false);
+    // Its end was reported, but it was not deleted.
+    const unsigned int ended = createWebView();
+    webView(ended).destroy();
+    turnLoop();
     // Its creation is still pending at the shutdown.
     const unsigned int unmade = manager.createWebView(group, WebViewManager::inThisProcess);
     manager.shutdown();
     EXPECT_EQ(manager.createWebView(group, WebViewManager::inThisProcess), 0u);
     EXPECT_NE(manager.webViewForHandle(first), nullptr) << "its end has yet to be reported";
     EXPECT_EQ(exitStatusOf(client), 0);
-    for (const unsigned int handle : {1u, first, second, unmade}) {
+    for (const unsigned int handle : {1u, first, second, ended, unmade}) {
       EXPECT_EQ(manager.webViewForHandle(handle), nullptr) << handle;
     }
   });
