@@ -201,7 +201,9 @@ export class Tab {
       return this.report(this, { opens: data }) ? { setWait: true } : { setAction: 'DISCARD' };
     });
     view.on('CloseWindow', () => void this.report(this, 'ended'));
-    view.on('Focus', ({ data }) => void (data.isFocused && this.report(this, 'focused')));
+    // Who drives the program has turned to it. A report that comes late, of a tab that the chrome has left
+    // since, finds the keyboard in the chrome.
+    view.on('Focus', ({ data }) => void (data.isFocused && !document.hasFocus() && this.report(this, 'focused')));
     view.on('ProcessCrash', () => this.#lose('crashed'));
     view.on('Destroyed', () => {
       this.#detach('ended');

@@ -61,7 +61,8 @@ Permissions readPermissions(const std::string& file) {
     if (found == configuration.end()) continue;
     const auto& [text, place] = found->second;
     if (!Tessel::Platform::isSwitchText(text)) {
-      endMisused(program, place + ": \"" + text + "\" is not true or false");
+      endMisused(program,
+                 std::string(place).append(": \"").append(text).append("\" is not true or false"));
     }
     if (Tessel::Platform::isSwitchedOnText(text)) allowed.insert(row.permission);
     configuration.erase(found);

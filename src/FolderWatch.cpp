@@ -53,6 +53,7 @@ FolderWatch::~FolderWatch() {
   }
 }
 
+// NOLINTNEXTLINE(misc-no-recursion): mostFolders bounds the depth
 void FolderWatch::add(const std::string& folder) {
   if (monitors_.contains(folder)) return;
   if (monitors_.size() >= mostFolders) {

@@ -386,9 +386,10 @@ std::vector<char*> takeOptions(int argc, char** argv) {
   for (const auto& [option, value] : line.options) {
     const Row* row = rowNamed(option->name);
     if (!row) {
-      const auto* special = std::find_if(
-          std::begin(specials), std::end(specials),
-          [&](const Special& each) { return std::strcmp(each.option.name, option->name) == 0; });
+      const std::string_view name = option->name;
+      const auto* special =
+          std::find_if(std::begin(specials), std::end(specials),
+                       [&](const Special& each) { return each.option.name == name; });
       special->take(value);
       // The folder is the chrome as well.
       if (special->take != takeDevelopment) continue;

@@ -46,17 +46,18 @@ UniqueFd& heldLock() {
 
 // Named after the folder of the profile's data, which is what two programs must not share.
 std::string lockPath() {
-  const std::string folder = Tessel::Platform::runtimeFolder();
+  std::string folder = Tessel::Platform::runtimeFolder();
   if (folder.empty()) return folder;
   const std::string data = std::string(g_get_user_data_dir()) + "/pagehost/" + applicationFolder();
   gchar* const sum = g_compute_checksum_for_string(G_CHECKSUM_SHA256, data.c_str(), -1);
-  const std::string path = folder + "/profile-" + std::string(sum, 16);
+  std::string path = folder + "/profile-" + std::string(sum, 16);
   g_free(sum);
   return path;
 }
 
 // The process that holds the lock; 0 if this one does now, -1 with errno set if there can be no
 // lock.
+// NOLINTNEXTLINE(misc-no-recursion): once more for each program that ends just then
 pid_t holderOf(const std::string& path) {
   UniqueFd file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
   if (!file) return -1;

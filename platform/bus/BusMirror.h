@@ -30,6 +30,7 @@ class BusMirror {
     std::string interface;
     Reading reading = Reading::ByChanges;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): about the zero in what the compiler makes of it
     friend auto operator<=>(const Followed&, const Followed&) = default;
   };
   using Changed = std::function<void()>;

@@ -44,6 +44,7 @@ std::optional<bool> truthIn(GVariant* values) {
 
 SessionService::SessionService(NavigatorHandler& handler, ActiveChanged activeChanged)
     : SessionService(handler, std::move(activeChanged), nullptr, nullptr) {
+  // After the other constructor.  NOLINTNEXTLINE(cppcoreguidelines-prefer-member-initializer)
   busesAwaited_ = 2;
   g_bus_get(
       G_BUS_TYPE_SESSION, cancellable_,

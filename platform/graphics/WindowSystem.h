@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Tessel::Platform::Graphics {
@@ -84,7 +85,7 @@ class WindowSurface {
   // For top-level windows: a picture of the window with its children, a PNG in the display's
   // pixels, whether or not it can be seen. Told on a later turn of the main loop; empty if there is
   // none.
-  virtual void takePicture(PictureTaken taken) { taken({}); }
+  virtual void takePicture(PictureTaken taken) { std::exchange(taken, nullptr)({}); }
 };
 
 class WindowSystem {

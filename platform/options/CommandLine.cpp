@@ -23,7 +23,7 @@ constexpr Option commonOptions[] = {
 using Texts = std::vector<std::pair<std::string, std::string>>;
 
 std::string termOf(const Option& option) {
-  const std::string name = std::string("--") + option.name;
+  std::string name = std::string("--") + option.name;
   if (!option.value) return name;
   return option.valueIsOptional ? name + "[=" + option.value + "]" : name + " " + option.value;
 }

@@ -220,19 +220,24 @@ TEST_F(ProgramTest, TheBundledChromesKeysWorkWhileAPageHasTheKeyboard) {
                   {page("red.html", "rgb(200,0,0)"), page("green.html", "rgb(0,200,0)")});
   ASSERT_TRUE(shows(red)) << program.errors();
   giveKeyboardTo(topLevelWindow("pagehost"));
-  clickAt(400, 400);
+  const auto type = [](const Pixel& color) {
+    // The engine loses a key that follows the focus within a few milliseconds, as no person's does.
+    for (int i = 0; i < 2; ++i) {
+      perform("key n");
+      if (waitForPixel(400, 400, color, std::chrono::seconds(2))) return true;
+    }
+    return false;
+  };
+  ASSERT_TRUE(type(blue)) << "the page has its keys without a click\n" << program.errors();
+  press("Alt_L", "Left");
+  ASSERT_TRUE(shows(red)) << "back\n" << program.errors();
   press("Control_L", "Tab");
   ASSERT_TRUE(shows(green)) << "the next tab\n" << program.errors();
   press("Control_L", "Tab");
   ASSERT_TRUE(shows(red)) << "the tab that was gone to has the keyboard\n" << program.errors();
   press("Control_L", "w");
   ASSERT_TRUE(shows(green)) << "the tab is closed\n" << program.errors();
-  // The engine loses a key that follows the focus within a few milliseconds, as no person's does.
-  const auto typed = [&] {
-    perform("key n");
-    return waitForPixel(400, 400, blue, std::chrono::seconds(2));
-  };
-  ASSERT_TRUE(typed() || typed()) << "the page has its keys\n" << program.errors();
+  ASSERT_TRUE(type(blue)) << "the page has its keys\n" << program.errors();
   press("Alt_L", "Left");
   ASSERT_TRUE(shows(green)) << "back\n" << program.errors();
 }

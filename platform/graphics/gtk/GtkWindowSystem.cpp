@@ -204,9 +204,11 @@ class ChildSurface final : public WindowSurface, public WidgetHost {
   }
 
   void show(GtkWidget* widget) override {
+    const bool hadFocus = widget_ && gtk_widget_is_focus(widget_);
     drop();
     widget_ = GTK_WIDGET(g_object_ref_sink(widget));
     stackContainerPut(stack_, widget_, owner_.state());
+    if (hadFocus) gtk_widget_grab_focus(widget_);
   }
 
   void update(const WindowState& state) override {
@@ -226,7 +228,11 @@ class ChildSurface final : public WindowSurface, public WidgetHost {
     fill_.post();
     gtk_widget_queue_draw(widget_);
   }
-  void requestKeyboardFocus() override { gtk_widget_grab_focus(widget_); }
+  void requestKeyboardFocus() override {
+    // Also before there is a page: its widget inherits the focus.
+    gtk_widget_set_can_focus(widget_, TRUE);
+    gtk_widget_grab_focus(widget_);
+  }
 
  private:
   void setFullScreen(bool fullScreen) {
