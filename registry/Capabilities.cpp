@@ -14,8 +14,9 @@ using Tessel::Platform::String;
 
 namespace {
 
-// Every native function, and its group.
-constexpr std::pair<std::string_view, std::string_view> functions[] = {
+// Every native function, and its group, by their names.
+constexpr auto functions = [] {
+  auto rows = std::to_array<std::pair<std::string_view, std::string_view>>({
 #define DOC(...)
 #define FUNCTION(module, name, operation, group, ...) {name, function_groups::group},
 #include "registry/NativeFunctions.def"
@@ -26,12 +27,15 @@ constexpr std::pair<std::string_view, std::string_view> functions[] = {
 #undef COMMAND_AS
 #undef COMMAND
 #undef DOC
-};
+  });
+  std::ranges::sort(rows);
+  return rows;
+}();
 
 std::string_view groupOf(std::string_view function) {
-  const auto* const found = std::find_if(std::begin(functions), std::end(functions),
-                                         [&](const auto& each) { return each.first == function; });
-  return found == std::end(functions) ? std::string_view() : found->second;
+  const auto* const found = std::ranges::lower_bound(
+      functions, function, {}, &std::pair<std::string_view, std::string_view>::first);
+  return found != functions.end() && found->first == function ? found->second : std::string_view();
 }
 
 // The names that a pattern stands for, if it is of that kind: "pps." of "pps.*".
@@ -107,13 +111,10 @@ std::optional<Capabilities> Capabilities::read(const std::string& json, std::str
 bool Capabilities::allow(const OrvWebJavaScriptCallbackEvent& call) const {
   if (call.numArgs() == 0 || !call.args()[0]) return true;
   const std::string_view name = call.args()[0];
+  const std::string_view group = groupOf(name);
   const auto allows = [&](const Patterns& patterns) {
-    const auto anyCovers = [&](std::string_view group) {
-      return std::any_of(patterns.begin(), patterns.end(),
-                         [&](const std::string& each) { return covers(each, name, group); });
-    };
-    // Most calls are allowed by a pattern other than a group, and to find the group is slow.
-    return anyCovers({}) || anyCovers(groupOf(name));
+    return std::any_of(patterns.begin(), patterns.end(),
+                       [&](const std::string& each) { return covers(each, name, group); });
   };
   if (call.isOwnCaller()) return allows(own_);
   return std::any_of(others_.begin(), others_.end(), [&](const Entry& entry) {

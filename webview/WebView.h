@@ -84,6 +84,7 @@ class WebView : public OrvWebView,
   // Whether the page's process has answered within that time; true also while there is none, which
   // starts again by itself. Asks it again. Call it once before its answer counts.
   bool isAliveSince(std::chrono::steady_clock::duration time);
+  bool isOwnWindow() const override { return isOwn_; }
   // With which the program ends when the chrome's process ends again and again: for a supervisor.
   static constexpr int chromeFailedStatus = 3;
 
@@ -93,7 +94,6 @@ class WebView : public OrvWebView,
  private:
   void callNativeFunction(OrvWebJavaScriptCallbackEvent& call);
   OrvWebView* makeOwnWindow() override;
-  bool isOwnWindow() const override { return isOwn_; }
   void navigationRefused(const String& url) override;
   void drivingProcessEnded() override;
   void drivingDocumentLoaded() override;

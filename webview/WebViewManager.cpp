@@ -238,7 +238,13 @@ std::vector<WebViewManager::WebViewHandle> WebViewManager::webViews() const {
 
 std::vector<WebViewManager::WebViewHandle> WebViewManager::takeWebViews() {
   left_.clear();
-  return webViews();
+  auto handles = webViews();
+  // The chrome has not made those that are windows of their own.
+  std::erase_if(handles, [this](WebViewHandle handle) {
+    const WebView* const webView = webViewForHandle(handle);
+    return webView && webView->isOwnWindow();
+  });
+  return handles;
 }
 
 void WebViewManager::chromeLost() {
@@ -418,7 +424,10 @@ void WebViewManager::postEvent(WebViewHandle handle, EventType event, const Stri
       if (ofChrome) return;
       break;
     case EventType::WebProcess:
-      webProcesses_[handle] = static_cast<int>(std::strtol(data.utf8(), nullptr, 10));
+      // A late or false report must not outlive the web view.
+      if (webViewForHandle(handle) || remoteWebViewForHandle(handle)) {
+        webProcesses_[handle] = static_cast<int>(std::strtol(data.utf8(), nullptr, 10));
+      }
       return;
     case EventType::InspectorMessage:
       return inspector_->sendToFrontEnd(handle, data);

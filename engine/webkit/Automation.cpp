@@ -3,6 +3,7 @@
 
 #include "engine/OrvWebEvents.h"
 #include "engine/webkit/base/BoundedWait.h"
+#include "engine/webkit/base/ObjectPointer.h"
 #include "engine/webkit/base/PageContext.h"
 #include "platform/base/Log.h"
 
@@ -16,6 +17,14 @@ namespace {
 
 // How long the chrome may take to load before a client finds it.
 constexpr std::chrono::seconds loadLimit{10};
+
+// What a client has opened goes with its session.
+void closeWindow(PageContext& page) {
+  if (!page.client()) return;
+  if (page.client()->isOwnWindow()) return page.client()->closeAllowed();
+  OrvWebCloseWindowEvent event;
+  page.raise(event);
+}
 
 // The engine tells that a load has finished when everything is there; scripts may run later.
 constexpr const char* untilScriptsHaveRun =
@@ -82,26 +91,32 @@ void Automation::onStarted(WebKitWebContext*, WebKitAutomationSession* session, 
   g_signal_connect(session, "will-close", G_CALLBACK(onWillClose), self);
 }
 
-WebKitWebView* Automation::onCreateView(WebKitAutomationSession*, Automation* self) {
+WebKitWebView* Automation::onCreateView(WebKitAutomationSession* session, Automation* self) {
   const auto application = self->application_.lock();
   if (!application) return nullptr;
+  // The client may leave in either wait.
+  const ObjectPointer<WebKitAutomationSession> held(
+      WEBKIT_AUTOMATION_SESSION(g_object_ref(session)));
   // Only a chrome that has loaded can be asked, or driven.
   if (!waitForLoad(*application)) {
     logAlways(LogNotice, "Automation: the chrome has not loaded in time.");
   }
-  if (!application->client()) return nullptr;
+  if (!application->client() || self->session_ != session) return nullptr;
   if (self->mode_ == AutomationMode::Chrome && !std::exchange(self->applicationIsGiven_, true)) {
     return application->view();
   }
   const auto page = application->windowForAutomation();
   if (!page) return nullptr;
+  if (self->session_ != session) {
+    closeWindow(*page);
+    return nullptr;
+  }
   WebKitWebView* const view = page->view();
   if (!view || !webkit_web_view_is_controlled_by_automation(view)) return nullptr;
   self->pages_.emplace_back(page);
   return view;
 }
 
-// What a client has opened goes with its session.
 void Automation::onWillClose(WebKitAutomationSession* session, Automation* self) {
   logAlways(LogNotice, "The WebDriver session ends.");
   g_signal_handlers_disconnect_by_data(session, self);
@@ -113,14 +128,7 @@ void Automation::onWillClose(WebKitAutomationSession* session, Automation* self)
         const std::unique_ptr<std::vector<std::weak_ptr<PageContext>>> left(
             static_cast<std::vector<std::weak_ptr<PageContext>>*>(data));
         for (const auto& each : *left) {
-          const auto page = each.lock();
-          if (!page || !page->client()) continue;
-          if (page->client()->isOwnWindow()) {
-            page->client()->closeAllowed();
-            continue;
-          }
-          OrvWebCloseWindowEvent event;
-          page->raise(event);
+          if (const auto page = each.lock()) closeWindow(*page);
         }
         return G_SOURCE_REMOVE;
       },

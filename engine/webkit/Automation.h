@@ -27,9 +27,8 @@ class Automation {
 
  private:
   static void onStarted(WebKitWebContext*, WebKitAutomationSession* session, Automation* self);
-  static WebKitWebView* onCreateView(WebKitAutomationSession*, Automation* self);
+  static WebKitWebView* onCreateView(WebKitAutomationSession* session, Automation* self);
   static void onWillClose(WebKitAutomationSession*, Automation* self);
-  WebKitWebView* applicationView();
 
   const AutomationMode mode_;
   WebKitWebContext* context_;

@@ -3,6 +3,7 @@
 
 #include "engine/OrvWebEvents.h"
 #include "engine/webkit/PageParts.h"
+#include "engine/webkit/base/BoundedWait.h"
 #include "engine/webkit/base/EngineValues.h"
 #include "engine/webkit/base/ObjectPointer.h"
 #include "engine/webkit/link/Frame.h"
@@ -34,7 +35,7 @@ constexpr std::array<guint, 4> redrawTimes{50, 200, 600, 1200};
 constexpr unsigned int mostRepeats = 5;
 
 // From a server's response to the committed document; only the engine's own work lies between.
-constexpr gint64 longestCommit = G_TIME_SPAN_SECOND;
+constexpr std::chrono::seconds longestCommit{1};
 
 std::string_view withoutFragment(const String& url) {
   return url.view().substr(0, url.view().find('#'));
@@ -276,17 +277,17 @@ void PageLoad::loadFinished() {
   // For a chrome that is "not found", the server's own page would not tell the user what to do: the
   // failure page with its hint does.
   const guint status = statusOf(view_);
-  if (setup_.drivesApplication && isFailedStatus(status)) {
-    showFailurePage(webkit_web_view_get_uri(view_),
-                    concat("The answer was ", String::fromUnsignedInteger(status), "."));
-  }
-  if (!setup_.drivesApplication && isFailedStatus(status)) explainIfEmpty(status);
-  const bool isChrome = setup_.drivesApplication && !failureFollows_;
-  if (!setup_.drivesApplication && isCommitted_ && isFailedStatus(status)) {
+  if (isFailedStatus(status)) {
     const String url(webkit_web_view_get_uri(view_));
-    scheduleRetry(url, concat("The answer was ", String::fromUnsignedInteger(status), "."),
-                  [this, url, isOwn = loads_.isOwn()] { loadUrl(url, isOwn); });
+    const String reason = concat("The answer was ", String::fromUnsignedInteger(status), ".");
+    if (setup_.drivesApplication) {
+      showFailurePage(url, reason);
+    } else if (isCommitted_) {
+      scheduleRetry(url, reason, [this, url, isOwn = loads_.isOwn()] { loadUrl(url, isOwn); });
+      explainIfEmpty(status);
+    }
   }
+  const bool isChrome = setup_.drivesApplication && !failureFollows_;
   page_.raise(OrvWebEvent::DocumentLoadFinished);
   if (isChrome && page_.client()) {
     isApplicationLoaded_ = true;
@@ -307,13 +308,18 @@ void PageLoad::explainIfEmpty(guint status) {
   const auto answered = [](GObject* source, GAsyncResult* result, gpointer data) {
     const std::unique_ptr<Asked> asked(static_cast<Asked*>(data));
     gsize length = 0;
+    GError* error = nullptr;
     g_free(
-        webkit_web_resource_get_data_finish(WEBKIT_WEB_RESOURCE(source), result, &length, nullptr));
+        webkit_web_resource_get_data_finish(WEBKIT_WEB_RESOURCE(source), result, &length, &error));
+    const bool isRead = error == nullptr;
+    g_clear_error(&error);
     // Of an answer without a document the engine has one byte.
-    if (asked->life.expired() || length > 1) return;
+    if (asked->life.expired() || !isRead || length > 1) return;
     PageLoad* const self = asked->self;
-    if (asked->url != String(webkit_web_view_get_uri(self->view_)) ||
-        webkit_web_view_is_loading(self->view_)) {
+    // Something else has come meanwhile, or will.
+    if (self->unstartedLoad_ || self->failureFollows_ || self->showingFailure_ ||
+        webkit_web_view_is_loading(self->view_) || statusOf(self->view_) != asked->status ||
+        asked->url != String(webkit_web_view_get_uri(self->view_))) {
       return;
     }
     self->showInstead("This page is empty", asked->url,
@@ -363,13 +369,9 @@ bool PageLoad::mayGo(const String& url, bool isKnown) {
 // of its commit has arrived; that report is waited for.
 bool PageLoad::isTrusted() {
   if (loads_.changesCaller() && loads_.isTrustedNext().value_or(false) && !hasWaited_) {
-    const gint64 end = g_get_monotonic_time() + longestCommit;
-    const auto tick = [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; };
-    const guint timer = g_timeout_add(20, tick, nullptr);
-    while (page_.client() && loads_.isTrustedNext() && g_get_monotonic_time() < end) {
-      g_main_context_iteration(nullptr, TRUE);
-    }
-    g_source_remove(timer);
+    // Holds this object as well.
+    const auto page = page_.shared_from_this();
+    waitInMainLoop(longestCommit, [&] { return !page->client() || !loads_.isTrustedNext(); });
     hasWaited_ = loads_.isTrustedNext().has_value();
   }
   return loads_.isTrusted() && !loads_.changesCaller();
@@ -424,7 +426,10 @@ gboolean PageLoad::onLoadFailed(WebKitWebView*, WebKitLoadEvent when, const gcha
   if (self->view_ && !self->unstartedLoad_ && retryBefore == self->retryNumber_) {
     std::function<void()> again = self->programLoad_;
     if (!isOfProgram) again = [self, url = String(uri)] { self->loadUrl(url, false); };
-    self->scheduleRetry(uri, error->message, std::move(again));
+    // Of what drives the application the failure page does, with the pause that it shows.
+    if (!self->setup_.drivesApplication) {
+      self->scheduleRetry(uri, error->message, std::move(again));
+    }
     // If prevented, the chrome shows its own page.
     if (!event.isPreventDefault()) self->showFailurePage(uri, error->message);
   }
@@ -434,13 +439,15 @@ gboolean PageLoad::onLoadFailed(WebKitWebView*, WebKitLoadEvent when, const gcha
 
 namespace {
 
+constexpr int exceededMemory = -2;
+
 // What NetworkError tells of a process that has ended; the engine's own numbers are positive.
 int statusOf(WebKitWebProcessTerminationReason reason) {
   switch (reason) {
     case WEBKIT_WEB_PROCESS_CRASHED:
       return -1;
     case WEBKIT_WEB_PROCESS_EXCEEDED_MEMORY_LIMIT:
-      return -2;
+      return exceededMemory;
     default:
       return -3;
   }
@@ -475,7 +482,7 @@ void PageLoad::processEnded(WebKitWebProcessTerminationReason reason) {
   if (const auto load = std::exchange(unstartedLoad_, nullptr)) return load();
   OrvWebNetworkErrorEvent event;
   event.message = message;
-  event.status = statusOf(reason);
+  event.status = endedForMemory_ ? exceededMemory : statusOf(reason);
   event.url = url;
   const unsigned int retryBefore = retryNumber_;
   page_.raise(event);

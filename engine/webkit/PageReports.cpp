@@ -103,7 +103,7 @@ String onFunctionResult(WebKitPage& page, const Details& details) {
 
 // A text, a file and a line; what was no script's has no line, or no file either.
 String onProblem(WebKitPage& page, const Details& details) {
-  if (!page.client() || details.values().size() != 3) return {};
+  if (!page.client() || !page.drivesApplication() || details.values().size() != 3) return {};
   const double line = details.values()[2].numberValue();
   String place = details.text(1);
   if (!place.isEmpty() && line > 0) place = concat(place, ":", String::fromNumber(line));

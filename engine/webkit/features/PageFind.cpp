@@ -58,6 +58,13 @@ void PageFind::find(const String& text, const FindOptions& options) {
                                 options.highlightAll ? mostMatches : 1);
 }
 
+void PageFind::committed() {
+  asked_.clear();
+  count_ = 0;
+  current_ = -1;
+  if (!text_.isEmpty()) end();
+}
+
 void PageFind::end() {
   text_ = String();
   webkit_find_controller_search_finish(controller_);

@@ -20,8 +20,9 @@ class PageFind {
 
   // The same text again goes on to the next match.
   void find(const String& text, const FindOptions& options);
-  // Another document has come: what was asked about the one before is not answered any more.
-  void committed() { asked_.clear(); }
+  // Another document has come: what was asked about the one before is not answered any more, and
+  // the same text is searched for anew.
+  void committed();
 
  private:
   struct Search {

@@ -175,11 +175,7 @@ class OpenPrint final : public OpenPrompt {
     GError* error = nullptr;
     gchar* uri = g_filename_to_uri(path.utf8(), nullptr, &error);
     if (!uri) {
-      reportError(
-          concat("A page cannot be printed into "
-                 ", path, "
-                 ": ",
-                 error->message));
+      reportError(concat("A page cannot be printed into ", path, ": ", error->message));
       g_error_free(error);
       return;
     }
@@ -558,8 +554,10 @@ gboolean PagePrompts::onPrint(WebKitWebView* view, WebKitPrintOperation*, PagePr
   // If the event is disabled, the engine shows its own dialog.
   if (!page->wants(OrvWebEvent::DialogRequested) ||
       !page->client()->settings().isEnableDialogRequestedEvents) {
+    self->hangMonitor_.pause();
     return FALSE;
   }
+  auto pause = self->hangMonitor_.pauseFor();
   auto prompt = std::make_unique<OpenPrint>(view);
   // One at a time: a page must not accumulate them.
   self->held_.erase(self->openPrint_);

@@ -213,16 +213,16 @@ void EngineInspector::renounce() {
 bool EngineInspector::listensAt(const std::string& address) {
   bool listens = false;
   forEachDescriptor([&](int fd) {
-    if (!isListening(fd)) return;
-    GSocket* const socket = g_socket_new_from_fd(::dup(fd), nullptr);
-    if (!socket) return;
-    GSocketAddress* place = g_socket_get_local_address(socket, nullptr);
+    sockaddr_storage own{};
+    socklen_t size = sizeof own;
+    if (!isListening(fd) || ::getsockname(fd, reinterpret_cast<sockaddr*>(&own), &size) != 0)
+      return;
+    GSocketAddress* place = g_socket_address_new_from_native(&own, size);
     gchar* const text =
         place ? g_socket_connectable_to_string(G_SOCKET_CONNECTABLE(place)) : nullptr;
     listens = listens || address == (text ? text : "");
     g_free(text);
     g_clear_object(&place);
-    g_object_unref(socket);
   });
   return listens;
 }

@@ -177,7 +177,8 @@ std::optional<std::string> HostLink::ask(FrameKind kind, std::uint64_t page,
         break;
       case FrameKind::PostFunction:
       case FrameKind::PostAction:
-        errorPosted_ = errorPosted_ || isErrorReport(frame);
+        // Reports that come while something else is asked are not of a native call.
+        errorPosted_ = errorPosted_ || (kind == FrameKind::NativeCall && isErrorReport(frame));
         posts_.push_back(std::move(frame));
         break;
       default:

@@ -313,6 +313,8 @@ JSCValue* Module::callNative(std::uint64_t page, GPtrArray* arguments) {
                                 "The arguments of a native call are too large together.");
     return jsc_value_new_undefined(context);
   }
+  // An earlier call's.
+  link_->takeErrorPosted();
   const auto result = link_->ask(FrameKind::NativeCall, page, payload);
   if (!result) {
     jsc_context_throw(context, "The application does not answer any more.");
