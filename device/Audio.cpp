@@ -2,26 +2,21 @@
 #include "device/Audio.h"
 
 #include "device/DeviceObjects.h"
-#include "platform/loop/MessageClient.h"
-#include "platform/pps/PPSWatcher.h"
+#include "device/FileWatch.h"
 
-#include <fcntl.h>
 #include <glib.h>
 #include <pulse/glib-mainloop.h>
 #include <pulse/pulseaudio.h>
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <string>
 #include <utility>
 
 namespace Device {
 
-using Tessel::Platform::PPSChange;
-using Tessel::Platform::PPSPlace;
-using Tessel::Platform::PPSWatcher;
 using Tessel::Platform::String;
-using Tessel::Platform::UniqueFd;
 
 namespace {
 
@@ -41,7 +36,7 @@ struct Audio::State {
   void ask();
   void takeOutput(const pa_sink_info& output);
   void watchFolders();
-  void watch(const std::string& folder, const char* name);
+  void placeChanged();
   static void ignore(pa_operation* operation) {
     if (operation) pa_operation_unref(operation);
   }
@@ -53,8 +48,8 @@ struct Audio::State {
   int tries = mostTries;  // none before the server was there
   std::string output;     // the server's name of it
   pa_cvolume volume{};
-  std::shared_ptr<PPSWatcher> watcher;
-  std::vector<int> watches;
+  std::optional<FileWatch> folderWatch;
+  std::optional<FileWatch> socketWatch;
 };
 
 void Audio::State::connect() {
@@ -133,25 +128,18 @@ void Audio::State::takeOutput(const pa_sink_info& info) {
 
 // The socket, and the folder that it is in.
 void Audio::State::watchFolders() {
-  auto* const client = Tessel::Platform::MainMessageClient::instance();
-  if (client) watcher = PPSWatcher::of(*client);
-  if (!watcher) return;
   const std::string runtime = g_get_user_runtime_dir();
-  watch(runtime, "pulse");
-  watch(runtime + "/pulse", "native");
+  const auto changed = [this] { placeChanged(); };
+  folderWatch.emplace(runtime, "pulse", changed);
+  socketWatch.emplace(runtime + "/pulse", "native", changed);
 }
 
-void Audio::State::watch(const std::string& folder, const char* name) {
-  PPSPlace place{UniqueFd(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)), name};
-  if (!place.folder) return;
-  watches.push_back(watcher->add(place, [this](PPSChange) {
-    for (const int each : std::exchange(watches, {})) watcher->remove(each);
-    watchFolders();
-    const bool isGood = context && PA_CONTEXT_IS_GOOD(pa_context_get_state(context));
-    // A new socket may not be listened on yet.
-    tries = 0;
-    if (!isGood) connect();
-  }));
+void Audio::State::placeChanged() {
+  watchFolders();
+  const bool isGood = context && PA_CONTEXT_IS_GOOD(pa_context_get_state(context));
+  // A new socket may not be listened on yet.
+  tries = 0;
+  if (!isGood) connect();
 }
 
 Audio::Audio(Changed changed) : state_(std::make_unique<State>(std::move(changed))) {
@@ -160,7 +148,6 @@ Audio::Audio(Changed changed) : state_(std::make_unique<State>(std::move(changed
 }
 
 Audio::~Audio() {
-  for (const int each : state_->watches) state_->watcher->remove(each);
   state_->disconnect();
   pa_glib_mainloop_free(state_->loop);
 }

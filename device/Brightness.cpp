@@ -2,7 +2,6 @@
 #include "device/Brightness.h"
 
 #include "device/DeviceObjects.h"
-#include "platform/loop/MessageClient.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -15,10 +14,6 @@
 #include <fstream>
 
 namespace Device {
-
-using Tessel::Platform::PPSPlace;
-using Tessel::Platform::PPSWatcher;
-using Tessel::Platform::UniqueFd;
 
 namespace {
 
@@ -54,18 +49,8 @@ Brightness::Brightness(const std::string& root, Changed changed) : changed_(std:
   // the second.
   actual_.reset(::open((folder_ + "/actual_brightness").c_str(), O_RDONLY | O_CLOEXEC));
   if (actual_) source_.watch(actual_.get(), POLLPRI, [this](short) { read(); });
-  if (auto* const client = Tessel::Platform::MainMessageClient::instance()) {
-    watcher_ = PPSWatcher::of(*client);
-  }
-  PPSPlace place{UniqueFd(::open(folder_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)), "brightness"};
-  if (watcher_ && place.folder) {
-    watch_ = watcher_->add(place, [this](Tessel::Platform::PPSChange) { read(); });
-  }
+  watch_.emplace(folder_, "brightness", [this] { read(); });
   read();
-}
-
-Brightness::~Brightness() {
-  if (watcher_) watcher_->remove(watch_);
 }
 
 double Brightness::number(const char* file) const {

@@ -1,13 +1,13 @@
 // The brightness of the screen: the first backlight that the kernel has. Main thread.
 #pragma once
 
+#include "device/FileWatch.h"
 #include "device/Members.h"
 #include "platform/base/FdSource.h"
 #include "platform/base/UniqueFd.h"
-#include "platform/pps/PPSWatcher.h"
 
 #include <functional>
-#include <memory>
+#include <optional>
 #include <string>
 
 namespace Device {
@@ -18,7 +18,6 @@ class Brightness {
 
   // Below that root. Those that appear later are not seen.
   Brightness(const std::string& root, Changed changed);
-  ~Brightness();
   Brightness(const Brightness&) = delete;
   Brightness& operator=(const Brightness&) = delete;
 
@@ -26,9 +25,9 @@ class Brightness {
   const std::string& name() const { return name_; }
   // The kernel's number for a percentage; 1 at least, as 0 may be dark.
   unsigned stepsFor(double percentage) const;
-  void read();
 
  private:
+  void read();
   double number(const char* file) const;
 
   const Changed changed_;
@@ -37,8 +36,7 @@ class Brightness {
   double most_ = 0;
   Tessel::Platform::UniqueFd actual_;
   Tessel::Platform::FdSource source_;
-  std::shared_ptr<Tessel::Platform::PPSWatcher> watcher_;
-  int watch_ = -1;
+  std::optional<FileWatch> watch_;
 };
 
 }  // namespace Device

@@ -314,4 +314,9 @@ std::span<const BusSource> busSources() {
   return sources;
 }
 
+void setBacklight(BusMirror& login, const std::string& name, unsigned steps) {
+  login.call(session, sessionInterface, "SetBrightness",
+             g_variant_new("(ssu)", "backlight", name.c_str(), steps));
+}
+
 }  // namespace Device

@@ -27,4 +27,7 @@ struct BusSource {
 
 std::span<const BusSource> busSources();
 
+// Has logind set a backlight of the session that is on show, in the kernel's steps.
+void setBacklight(Tessel::Platform::BusMirror& login, const std::string& name, unsigned steps);
+
 }  // namespace Device

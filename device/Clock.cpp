@@ -2,7 +2,6 @@
 #include "device/Clock.h"
 
 #include "device/DeviceObjects.h"
-#include "platform/loop/MessageClient.h"
 
 #include <fcntl.h>
 #include <glib.h>
@@ -17,10 +16,7 @@
 
 namespace Device {
 
-using Tessel::Platform::PPSPlace;
-using Tessel::Platform::PPSWatcher;
 using Tessel::Platform::String;
-using Tessel::Platform::UniqueFd;
 
 namespace {
 
@@ -59,19 +55,8 @@ Clock::Clock(std::string root, Changed changed)
       read();
     });
   }
-  if (auto* const client = Tessel::Platform::MainMessageClient::instance()) {
-    watcher_ = PPSWatcher::of(*client);
-  }
-  PPSPlace place{UniqueFd(::open((root_ + "/etc").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)),
-                 "localtime"};
-  if (watcher_ && place.folder) {
-    watch_ = watcher_->add(place, [this](Tessel::Platform::PPSChange) { read(); });
-  }
+  watch_.emplace(root_ + "/etc", "localtime", [this] { read(); });
   read();
-}
-
-Clock::~Clock() {
-  if (watcher_) watcher_->remove(watch_);
 }
 
 // What the link is to, below the folder of zones; empty if it is something else.
@@ -94,18 +79,17 @@ void Clock::read() {
     const int seconds = g_time_zone_get_offset(zone.get(), intervalAt(zone, now));
     if (!name.empty()) values[Member::TimeZone] = plainText(name);
     values[Member::TimeOffset] = String::fromSignedInteger(seconds / 60);
-    turn_ = nextTurn(zone, now);
+    arm(nextTurn(zone, now));
   } else {
-    turn_ = now + halfAYear;
+    arm(now + halfAYear);
   }
   if (setAt_ != 0) values[Member::TimeSetAt] = String::fromSignedInteger(setAt_);
-  arm();
   changed_(std::move(values));
 }
 
-void Clock::arm() {
+void Clock::arm(long long turn) {
   itimerspec at{};
-  at.it_value.tv_sec = static_cast<time_t>(turn_);
+  at.it_value.tv_sec = static_cast<time_t>(turn);
   ::timerfd_settime(timer_.get(), TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &at, nullptr);
 }
 

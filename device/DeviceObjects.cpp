@@ -89,8 +89,8 @@ std::string DeviceObjects::lock() {
   if (g_mkdir_with_parents(root.c_str(), 0700) != 0 || ::stat(root.c_str(), &status) != 0) {
     return root + ": " + std::strerror(errno);
   }
-  const std::string path = Tessel::Platform::runtimeFolder() + "/device-" +
-                           std::to_string(status.st_dev) + "-" + std::to_string(status.st_ino);
+  const std::string path = Tessel::Platform::runtimeFolder() + "/device." +
+                           std::to_string(status.st_dev) + "." + std::to_string(status.st_ino);
   lock_.reset(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
   if (!lock_) return path + ": " + std::strerror(errno);
   if (::flock(lock_.get(), LOCK_EX | LOCK_NB) == 0) return {};

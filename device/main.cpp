@@ -108,10 +108,8 @@ void Service::set(Member member, const String& value) {
     case Object::Display: {
       const auto session = mirrors_.find(Object::Session);
       if (session == mirrors_.end()) return;
-      return session->second->call(
-          "/org/freedesktop/login1/session/auto", "org.freedesktop.login1.Session", "SetBrightness",
-          g_variant_new("(ssu)", "backlight", brightness_->name().c_str(),
-                        brightness_->stepsFor(percentageOf(value).value_or(0))));
+      return setBacklight(*session->second, brightness_->name(),
+                          brightness_->stepsFor(percentageOf(value).value_or(0)));
     }
     default:
       for (const BusSource& source : busSources()) {

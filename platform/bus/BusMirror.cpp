@@ -82,9 +82,12 @@ struct BusMirror::State {
     State* state;
     std::string name;
   };
+  // Null for an error.
+  using Then = void (*)(State& self, const Key& key, GVariant* answer);
   struct Reply {
     std::weak_ptr<Owner> owner;
     Key key;
+    Then then;
   };
   struct Listener {
     State* state;
@@ -116,7 +119,7 @@ struct BusMirror::State {
   void readAnew(const char* interface);
   void readManager();
   void ask(const Key& key, const char* interface, const char* method, GVariant* arguments,
-           const char* answer, GAsyncReadyCallback finished);
+           const char* answer, Then then);
   void takeProperties(const Key& key, GVariant* dictionary);
   void takeObject(const char* path, GVariant* interfaces);
   const Followed* followed(const Key& key) const;
@@ -250,32 +253,36 @@ void BusMirror::State::leave() {
 }
 
 void BusMirror::State::ask(const Key& key, const char* interface, const char* method,
-                           GVariant* arguments, const char* answer, GAsyncReadyCallback finished) {
+                           GVariant* arguments, const char* answer, Then then) {
   asked.insert(key);
-  g_dbus_connection_call(bus, owner->name.c_str(), key.first.c_str(), interface, method, arguments,
-                         G_VARIANT_TYPE(answer), G_DBUS_CALL_FLAGS_NO_AUTO_START,
-                         patienceMilliseconds, nullptr, finished, new Reply{owner, key});
+  g_dbus_connection_call(
+      bus, owner->name.c_str(), key.first.c_str(), interface, method, arguments,
+      G_VARIANT_TYPE(answer), G_DBUS_CALL_FLAGS_NO_AUTO_START, patienceMilliseconds, nullptr,
+      [](GObject* source, GAsyncResult* result, gpointer data) {
+        const std::unique_ptr<Reply> reply(static_cast<Reply*>(data));
+        const auto there = reply->owner.lock();
+        const Variant values = finish(source, result, there);
+        if (!there) return;
+        State& self = *there->state;
+        self.asked.erase(reply->key);
+        reply->then(self, reply->key, values.get());
+        self.tell();
+      },
+      new Reply{owner, key, then});
 }
 
 void BusMirror::State::read(const Followed& followed) {
   const Key key(followed.path, followed.interface);
   if (!g_variant_is_object_path(followed.path.c_str())) return;
   ask(key, propertiesInterface, "GetAll", g_variant_new("(s)", followed.interface.c_str()),
-      "(a{sv})", [](GObject* source, GAsyncResult* result, gpointer data) {
-        const std::unique_ptr<Reply> reply(static_cast<Reply*>(data));
-        const auto there = reply->owner.lock();
-        const Variant answer = finish(source, result, there);
-        if (!there) return;
-        State& self = *there->state;
-        self.asked.erase(reply->key);
+      "(a{sv})", [](State& self, const Key& which, GVariant* answer) {
         if (answer) {
-          const Variant dictionary(g_variant_get_child_value(answer.get(), 0));
-          self.known[reply->key].clear();
-          self.takeProperties(reply->key, dictionary.get());
+          const Variant dictionary(g_variant_get_child_value(answer, 0));
+          self.known[which].clear();
+          self.takeProperties(which, dictionary.get());
         } else {
-          self.known.erase(reply->key);
+          self.known.erase(which);
         }
-        self.tell();
       });
 }
 
@@ -327,16 +334,9 @@ void BusMirror::State::readManager() {
               static_cast<State*>(data)->tell();
             });
   ask({manager, managerInterface}, managerInterface, "GetManagedObjects", nullptr,
-      "(a{oa{sa{sv}}})", [](GObject* source, GAsyncResult* result, gpointer data) {
-        const std::unique_ptr<Reply> reply(static_cast<Reply*>(data));
-        const auto there = reply->owner.lock();
-        const Variant answer = finish(source, result, there);
-        if (!there) return;
-        State& self = *there->state;
-        self.asked.erase(reply->key);
-        self.tell();
+      "(a{oa{sa{sv}}})", [](State& self, const Key&, GVariant* answer) {
         if (!answer) return;
-        const Variant objects(g_variant_get_child_value(answer.get(), 0));
+        const Variant objects(g_variant_get_child_value(answer, 0));
         GVariantIter each;
         const char* path = nullptr;
         GVariant* interfaces = nullptr;
@@ -403,7 +403,7 @@ bool BusMirror::isThere() const {
 }
 
 bool BusMirror::isComplete() const {
-  return state_->decided && state_->asked.empty();
+  return state_->decided && state_->asked.empty() && state_->pending == 0;
 }
 
 std::optional<double> BusMirror::number(const std::string& path, const char* interface,

@@ -32,10 +32,10 @@ void appendArgument(std::string& xml, const std::string& name, const char* type,
   xml.append("\" direction=\"").append(direction).append("\"/>\n");
 }
 
-// The arguments of a command as texts, those of a list one by one.
-std::vector<String> textsOf(GVariant* parameters) {
+// The first arguments of a call as texts, those of a list one by one.
+std::vector<String> textsOf(GVariant* parameters, gsize count) {
   std::vector<String> texts;
-  for (gsize i = 0; i < g_variant_n_children(parameters); ++i) {
+  for (gsize i = 0; i < count; ++i) {
     GVariant* const value = g_variant_get_child_value(parameters, i);
     if (g_variant_is_of_type(value, G_VARIANT_TYPE_UINT32)) {
       texts.push_back(String::fromUnsignedInteger(g_variant_get_uint32(value)));
@@ -161,37 +161,31 @@ void ControlBus::use(GDBusConnection* bus) {
 // GDBus has checked the method and the types of its parameters against the description.
 void ControlBus::call(const char* interfaceName, const char* method, GVariant* parameters,
                       GDBusMethodInvocation* invocation) {
-  if (std::string_view(interfaceName) == applicationInterface) {
-    return callApplication(method, parameters, invocation);
+  if (std::string_view(interfaceName) != applicationInterface) {
+    return start(*commandOf(method), textsOf(parameters, g_variant_n_children(parameters)),
+                 invocation);
   }
+  // There are no actions in the desktop entry.
+  if (std::string_view(method) == "ActivateAction") {
+    return g_dbus_method_invocation_return_value(invocation, nullptr);
+  }
+  // Without what the desktop says besides.
+  const gsize count = g_variant_n_children(parameters) - 1;
+  start(*controlCommandNamed("open"), textsOf(parameters, count), invocation);
+}
+
+void ControlBus::start(const ControlCommand& command, const std::vector<String>& texts,
+                       GDBusMethodInvocation* invocation) {
   if (*calls_ >= mostCalls) {
     return g_dbus_method_invocation_return_error_literal(
         invocation, G_DBUS_ERROR, G_DBUS_ERROR_LIMITS_EXCEEDED, "Too many calls are waiting");
   }
-  const ControlCommand* const command = commandOf(method);
   ++*calls_;
-  carryOut(handler_, command->name, textsOf(parameters),
-           [invocation, calls = calls_, result = command->result](ControlAnswer answer) {
+  carryOut(handler_, command.name, texts,
+           [invocation, calls = calls_, result = command.result](ControlAnswer answer) {
              --*calls;
              giveBack(invocation, result, answer);
            });
-}
-
-void ControlBus::callApplication(const std::string& method, GVariant* parameters,
-                                 GDBusMethodInvocation* invocation) {
-  std::vector<String> uris;
-  if (method == "Open") {
-    GVariant* const list = g_variant_get_child_value(parameters, 0);
-    GVariant* const alone = g_variant_new_tuple(&list, 1);
-    uris = textsOf(g_variant_ref_sink(alone));
-    g_variant_unref(alone);
-    g_variant_unref(list);
-  }
-  // There are no actions in the desktop entry.
-  if (method == "ActivateAction") return g_dbus_method_invocation_return_value(invocation, nullptr);
-  carryOut(handler_, "open", uris, [invocation](ControlAnswer answer) {
-    giveBack(invocation, ControlResult::Nothing, answer);
-  });
 }
 
 }  // namespace Tessel::Platform

@@ -43,8 +43,8 @@ class ControlBus {
   void use(GDBusConnection* bus);
   void call(const char* interfaceName, const char* method, GVariant* parameters,
             GDBusMethodInvocation* invocation);
-  void callApplication(const std::string& method, GVariant* parameters,
-                       GDBusMethodInvocation* invocation);
+  void start(const ControlCommand& command, const std::vector<String>& texts,
+             GDBusMethodInvocation* invocation);
 
   ControlHandler& handler_;
   const std::vector<std::string> names_;

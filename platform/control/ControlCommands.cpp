@@ -98,6 +98,12 @@ struct Signature<void (ControlHandler::*)(ControlReply, Parameters...)> {
   }
 };
 
+template <auto operation>
+void callOperation(ControlHandler& handler, std::span<const String> arguments,
+                   const ControlReply& reply) {
+  Signature<decltype(operation)>::call(handler, operation, arguments, reply);
+}
+
 // A reply that is given once, in time.
 class OneReply : public std::enable_shared_from_this<OneReply> {
  public:
@@ -137,9 +143,10 @@ class OneReply : public std::enable_shared_from_this<OneReply> {
 
 const std::vector<ControlCommand>& table() {
   static const auto* const rows = new std::vector<ControlCommand>{
-#define CONTROL_COMMAND(name, result, parameters_, arguments, text) \
-  {#name, ControlResult::result,                                    \
-   Signature<decltype(&ControlHandler::name)>::parameters(#arguments), text},
+#define CONTROL_COMMAND(name, result, parameters_, arguments, text)          \
+  {#name, ControlResult::result,                                             \
+   Signature<decltype(&ControlHandler::name)>::parameters(#arguments), text, \
+   &callOperation<&ControlHandler::name>},
 #include "platform/control/Commands.def"
   };
   return *rows;
@@ -163,13 +170,9 @@ void carryOut(ControlHandler& handler, const String& name, std::span<const Strin
   const auto one = std::make_shared<OneReply>(std::move(reply));
   one->limit();
   const ControlReply once = [one](ControlAnswer answer) { one->give(std::move(answer)); };
-  const std::string_view wanted = name.view();
-#define CONTROL_COMMAND(name, result, parameters, its, text)                                \
-  if (wanted == #name) {                                                                    \
-    return Signature<decltype(&ControlHandler::name)>::call(handler, &ControlHandler::name, \
-                                                            arguments, once);               \
+  if (const ControlCommand* const command = controlCommandNamed(name.view())) {
+    return command->call(handler, arguments, once);
   }
-#include "platform/control/Commands.def"
   once({.error = concat("There is no command \"", name, "\"")});
 }
 

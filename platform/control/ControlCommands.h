@@ -45,6 +45,9 @@ struct ControlCommand {
   ControlResult result;
   std::vector<ControlParameter> parameters;
   const char* text;
+  // Has the handler carry it out.
+  void (*call)(ControlHandler& handler, std::span<const String> arguments,
+               const ControlReply& reply);
 
   // Whether its last parameter takes any number of texts.
   bool takesRest() const {

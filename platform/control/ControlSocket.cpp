@@ -68,18 +68,18 @@ bool isOurs(int socket) {
   return false;
 }
 
-}  // namespace
-
-// Whether a process that descends from this one is at the other end. Those hold pages, which a
-// sandbox may not keep from this socket, and a page must not load the chrome.
-bool isOfThisProgram(int socket) {
+// Whether a process that descends from this one may be at the other end. Those hold pages, which a
+// sandbox may not keep from this socket, and a page must not load the chrome. Of one that has ended
+// meanwhile it cannot be told any more; this process itself is none of them.
+bool mayBeOfThisProgram(int socket) {
   const auto peer = peerOf(socket);
   const pid_t own = ::getpid();
-  for (pid_t pid = peer ? peer->pid : 0; pid > 1 && pid != own;) {
-    pid = parentOf(pid);
-    if (pid == own) return true;
+  if (peer && peer->pid == own) return false;
+  for (pid_t pid = peer ? peer->pid : -1; pid != own; pid = parentOf(pid)) {
+    if (pid < 0) return true;
+    if (pid <= 1) return false;
   }
-  return false;
+  return true;
 }
 
 // A line on its way out, with the file that goes with its first byte.
@@ -90,12 +90,18 @@ struct OutgoingLine {
   std::size_t size() const { return text.size(); }
 };
 
+// What is told to a client that is being answered waits for the end of the answer, up to so many
+// lines.
+constexpr std::size_t mostUntold = 256;
+
+}  // namespace
+
 class ControlSocket::Client : public std::enable_shared_from_this<Client> {
  public:
   Client(ControlSocket& owner, UniqueFd socket)
       : owner_(owner),
         socket_(std::move(socket)),
-        handler_(isOfThisProgram(socket_.get()) ? nullptr : owner.handler_) {
+        handler_(mayBeOfThisProgram(socket_.get()) ? nullptr : owner.handler_) {
     source_.watch(
         socket_.get(), [this] { return interest(); },
         [this](short) {
@@ -108,11 +114,11 @@ class ControlSocket::Client : public std::enable_shared_from_this<Client> {
 
   bool watches() const { return watches_; }
 
-  // What does not go out at once never will: a client that does not read is not waited for, and is
-  // found gone at its next event.
+  // A client that does not read is not waited for, and is found gone at its next event.
   void tell(const std::string& line) {
+    const bool answerWaits = !queue_.isEmpty();
     send({line, UniqueFd()});
-    if (!queue_.isEmpty()) cutOff();
+    if (!queue_.isEmpty() && (!answerWaits || queue_.count() > mostUntold)) cutOff();
   }
 
  private:

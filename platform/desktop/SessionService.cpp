@@ -153,6 +153,7 @@ void SessionService::loginChanged() {
     isAskingForSession_ = false;
     signal_.reset();
   }
+  delayEnd();
   const auto hint = login_->truth(sessionPath, sessionInterface, "LockedHint");
   if (std::exchange(hint_, hint) != hint) signal_.reset();
   const auto id = login_->text(sessionPath, sessionInterface, "Id");
@@ -229,7 +230,14 @@ void SessionService::answerLater() {
 }
 
 void SessionService::extendTerminate() {
-  if (!login_ || !login_->isThere() || std::exchange(isExtended_, true)) return;
+  isExtended_ = true;
+  delayEnd();
+}
+
+// As soon as there is somebody to be asked.
+void SessionService::delayEnd() {
+  if (!isExtended_ || delay_ || isAskingForDelay_ || !login_ || !login_->isThere()) return;
+  isAskingForDelay_ = true;
   g_dbus_connection_call_with_unix_fd_list(
       system_, loginName, managerPath, managerInterface, "Inhibit",
       g_variant_new("(ssss)", "shutdown", "pagehost", "It finishes what it is doing", "delay"),
@@ -246,7 +254,9 @@ void SessionService::extendTerminate() {
           if (files && g_unix_fd_list_get_length(files) > 0) {
             self->delay_.reset(g_unix_fd_list_get(files, 0, nullptr));
           }
-          self->isExtended_ = static_cast<bool>(self->delay_);
+          self->isAskingForDelay_ = false;
+          // Refused: not asked again by itself.
+          if (!self->delay_) self->isExtended_ = false;
           if (error) logAlways(LogNotice, "The system's end is not delayed: %s", error->message);
         }
         g_clear_error(&error);

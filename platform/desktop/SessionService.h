@@ -54,6 +54,7 @@ class SessionService final : public NavigatorService {
   void endSignal(bool ends);
   void update();
   void answerLater();
+  void delayEnd();
   bool isKnown() const;
 
   NavigatorHandler& handler_;
@@ -71,7 +72,8 @@ class SessionService final : public NavigatorService {
   bool active_ = true;
   bool isAnswerOwed_ = false;
   unsigned answering_ = 0;
-  bool isExtended_ = false;
+  bool isExtended_ = false;  // as the chrome has asked for
+  bool isAskingForDelay_ = false;
   UniqueFd delay_;  // while it is open, the system waits
 };
 

@@ -83,8 +83,8 @@ class WindowSurface {
   // For top-level windows, irrevocable: from now on the program cannot set the size.
   virtual void fillScreen(ScreenFilling filling) { static_cast<void>(filling); }
   // For top-level windows: a picture of the window with its children, a PNG in the display's
-  // pixels, whether or not it can be seen. Told on a later turn of the main loop; empty if there is
-  // none.
+  // pixels, also while others cover it. Told at once or on a later turn of the main loop; empty if
+  // there is none, as of a hidden window.
   virtual void takePicture(PictureTaken taken) { std::exchange(taken, nullptr)({}); }
 };
 

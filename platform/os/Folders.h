@@ -20,7 +20,8 @@ std::string runtimeFolder();
 void removeStaleFiles(const std::string& folder, const char* prefix);
 
 // A process that has ended has left its entries in the run-time folder behind: those whose names
-// are a word, "-", its number, and perhaps "-" and more. Removes them.
+// are a word, "-", its number, and perhaps "-" and more. Removes them. Names of anything else have
+// no "-" before a number.
 void removeFilesOf(pid_t process);
 
 // Removes a file, such as a socket, or an empty folder when this process ends by exit(3), or is

@@ -1,14 +1,13 @@
-// What memory a process takes, for the log. UI thread.
+// The memory that processes do not share.
 #include "platform/os/MemoryStats.h"
 
 #include "platform/base/Log.h"
+#include "platform/os/ProcessTree.h"
 
 #include <glib.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
-#include <string>
 
 namespace Tessel::Platform {
 
@@ -30,16 +29,8 @@ gboolean logMemory(gpointer) {
 }  // namespace
 
 std::uint64_t privateMemoryOf(int pid) {
-  std::FILE* const file = std::fopen(("/proc/" + std::to_string(pid) + "/statm").c_str(), "re");
-  if (!file) return 0;
-  long size = 0;
-  long resident = 0;
-  long shared = 0;
-  const bool isRead = std::fscanf(file, "%ld %ld %ld", &size, &resident, &shared) == 3;
-  std::fclose(file);
-  return isRead ? static_cast<std::uint64_t>(resident - shared) *
-                      static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE))
-                : 0;
+  const auto [resident, shared] = residenceOf(pid);
+  return resident - shared;
 }
 
 void enableMemoryStatsLogging() {

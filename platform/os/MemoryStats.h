@@ -1,4 +1,5 @@
-// What memory a process takes, for the log. UI thread.
+// The memory that processes do not share, and its line in the log. Any thread, but for the log: UI
+// thread.
 #pragma once
 
 #include <cstdint>

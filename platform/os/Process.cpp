@@ -97,7 +97,7 @@ pid_t parentOf(pid_t pid) {
   std::getline(file, text, '\0');
   // "PID (NAME) STATE PARENT ...", and the name may hold anything.
   const std::size_t name = text.rfind(')');
-  if (name == std::string::npos || name + 4 >= text.size()) return 0;
+  if (name == std::string::npos || name + 4 >= text.size()) return -1;
   return std::atoi(text.c_str() + name + 4);
 }
 

@@ -20,7 +20,8 @@ const char* processName();
 // Whether a process is stopped or traced by a debugger. False if it does not exist.
 bool isStoppedOrTraced(int pid);
 
-// The process that forked it, or that it was given to later; 0 when there is no such process.
+// The process that forked it, or that it was given to later; 0 for a process that has none here, -1
+// when there is no such process.
 pid_t parentOf(pid_t pid);
 
 // The thread's name is cut to 15 characters. False when there can be no thread; errno tells why.

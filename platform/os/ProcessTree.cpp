@@ -28,15 +28,6 @@ std::string nameOf(pid_t pid) {
   return kernels.substr(0, kernels.find('\n'));
 }
 
-std::uint64_t residentBytes(pid_t pid) {
-  // "SIZE RESIDENT SHARED ..." in pages.
-  const std::string text = fileOf(pid, "statm");
-  const std::size_t second = text.find(' ');
-  if (second == std::string::npos) return 0;
-  static const auto page = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
-  return std::strtoull(text.c_str() + second, nullptr, 10) * page;
-}
-
 std::optional<std::uint64_t> proportionalBytes(pid_t pid) {
   const std::string text = fileOf(pid, "smaps_rollup");
   constexpr std::string_view key = "\nPss:";
@@ -45,31 +36,54 @@ std::optional<std::uint64_t> proportionalBytes(pid_t pid) {
   return std::strtoull(text.c_str() + place + key.size(), nullptr, 10) * 1024;
 }
 
-}  // namespace
+struct Relation {
+  pid_t pid;
+  pid_t parent;
+};
 
-std::vector<pid_t> processesBelow(pid_t root) {
+std::vector<Relation> relationsBelow(pid_t root) {
   std::multimap<pid_t, pid_t> children;
   std::error_code unreadable;
   for (const auto& entry : std::filesystem::directory_iterator("/proc", unreadable)) {
     const pid_t pid = std::atoi(entry.path().filename().c_str());
     if (pid > 0) children.emplace(parentOf(pid), pid);
   }
-  std::vector<pid_t> found{root};
+  std::vector<Relation> found{{root, parentOf(root)}};
   for (std::size_t i = 0; i < found.size(); ++i) {
-    const auto [first, last] = children.equal_range(found[i]);
-    for (auto each = first; each != last; ++each) found.push_back(each->second);
+    const auto [first, last] = children.equal_range(found[i].pid);
+    for (auto each = first; each != last; ++each) found.push_back({each->second, each->first});
   }
+  return found;
+}
+
+}  // namespace
+
+Residence residenceOf(pid_t pid) {
+  // "SIZE RESIDENT SHARED ..." in pages.
+  static const auto page = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+  Residence residence;
+  std::uint64_t size = 0;
+  std::ifstream file("/proc/" + std::to_string(pid) + "/statm");
+  if (!(file >> size >> residence.resident >> residence.shared)) return {};
+  residence.resident *= page;
+  residence.shared *= page;
+  return residence;
+}
+
+std::vector<pid_t> processesBelow(pid_t root) {
+  std::vector<pid_t> found;
+  for (const Relation& each : relationsBelow(root)) found.push_back(each.pid);
   return found;
 }
 
 std::vector<ProcessUse> processTree(pid_t root) {
   std::vector<ProcessUse> found;
-  for (const pid_t pid : processesBelow(root)) {
-    found.push_back({pid, parentOf(pid), {}, 0, std::nullopt});
+  for (const auto& [pid, parent] : relationsBelow(root)) {
+    found.push_back({pid, parent, {}, 0, std::nullopt});
   }
   for (ProcessUse& each : found) {
     each.name = nameOf(each.pid);
-    each.rss = residentBytes(each.pid);
+    each.rss = residenceOf(each.pid).resident;
     each.pss = proportionalBytes(each.pid);
   }
   // Those that have ended meanwhile have no memory, and neither have zombies.

@@ -20,6 +20,14 @@ struct ProcessUse {
   std::optional<std::uint64_t> pss;
 };
 
+// Bytes in memory, and how many of them are of files or shared with others; 0 for a process that is
+// not there.
+struct Residence {
+  std::uint64_t resident = 0;
+  std::uint64_t shared = 0;
+};
+Residence residenceOf(pid_t pid);
+
 // The process and all that descend from it, parents first.
 std::vector<pid_t> processesBelow(pid_t root);
 

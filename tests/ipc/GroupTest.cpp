@@ -254,6 +254,8 @@ TEST(GroupTest, AGroupWhoseProcessDiesWhileItCreatesMakesRoomForANewOne) {
     const pid_t process = chrome.processOf(first);
     const InNextWait death([&] {
       ::kill(process, SIGKILL);
+      // Else it might still take the next web view.
+      while (isRunning(process)) std::this_thread::yield();
       chrome.manager.destroyWebView(first);
     });
     chrome.create(1);

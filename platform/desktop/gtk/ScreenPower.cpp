@@ -31,9 +31,13 @@ bool isNested() {
   return XQueryExtension(xDisplay(), "XWAYLAND", &ignored, &ignored, &ignored) != False;
 }
 
+// Does not change while the program runs.
 bool hasPowerManagement() {
-  int ignored = 0;
-  return DPMSQueryExtension(xDisplay(), &ignored, &ignored) && DPMSCapable(xDisplay());
+  static const bool has = [] {
+    int ignored = 0;
+    return DPMSQueryExtension(xDisplay(), &ignored, &ignored) && DPMSCapable(xDisplay());
+  }();
+  return has;
 }
 
 // The number of the extension's first event; -1 where there is no such extension.
@@ -49,12 +53,12 @@ XScreenSaverInfo saverInfo() {
   return info;
 }
 
-bool isBlank() {
+// One round trip to the display.
+bool isPoweredOff() {
   CARD16 level = DPMSModeOn;
   BOOL enabled = False;
-  const bool isOff = hasPowerManagement() && DPMSInfo(xDisplay(), &level, &enabled) && enabled &&
-                     level != DPMSModeOn;
-  return isOff || saverInfo().state == ScreenSaverOn;
+  return hasPowerManagement() && DPMSInfo(xDisplay(), &level, &enabled) && enabled &&
+         level != DPMSModeOn;
 }
 
 bool report(const char* what) {
@@ -79,7 +83,10 @@ XSyncValue syncValue(int milliseconds) {
 class ScreenPower::Watch {
  public:
   Watch(NavigatorHandler& handler, int idleSeconds)
-      : handler_(handler), saverEvents_(saverEvents()), isBlank_(isBlank()) {
+      : handler_(handler),
+        saverEvents_(saverEvents()),
+        isSaverOn_(saverInfo().state == ScreenSaverOn),
+        isBlank_(isSaverOn_ || isPoweredOff()) {
     gdk_window_add_filter(nullptr, onEvent, this);
     XScreenSaverSelectInput(xDisplay(), gdk_x11_get_default_root_xwindow(), ScreenSaverNotifyMask);
     if (hasPowerManagement()) {
@@ -147,7 +154,11 @@ class ScreenPower::Watch {
   static GdkFilterReturn onEvent(GdkXEvent* received, GdkEvent*, gpointer data) {
     auto* const self = static_cast<Watch*>(data);
     const auto* const event = static_cast<const XEvent*>(received);
-    if (event->type == self->saverEvents_ + ScreenSaverNotify) self->look();
+    if (event->type == self->saverEvents_ + ScreenSaverNotify) {
+      self->isSaverOn_ =
+          reinterpret_cast<const XScreenSaverNotifyEvent*>(event)->state == ScreenSaverOn;
+      self->look();
+    }
     if (self->alarm_ && event->type == self->syncEvents_ + XSyncAlarmNotify) {
       const auto* const notice = reinterpret_cast<const XSyncAlarmNotifyEvent*>(event);
       if (notice->alarm == self->alarm_ && notice->state != XSyncAlarmDestroyed) {
@@ -158,7 +169,7 @@ class ScreenPower::Watch {
   }
 
   void look() {
-    const bool blank = isBlank();
+    const bool blank = isSaverOn_ || isPoweredOff();
     if (blank == isBlank_) return;
     isBlank_ = blank;
     blank ? handler_.onScreenBlank() : handler_.onScreenWake();
@@ -172,6 +183,7 @@ class ScreenPower::Watch {
 
   NavigatorHandler& handler_;
   const int saverEvents_;
+  bool isSaverOn_;
   bool isBlank_;
   guint timer_ = 0;
   int syncEvents_ = 0;

@@ -34,10 +34,12 @@ void useStyle(GtkWidget* widget, gpointer provider) {
 }
 
 void styleAll(GtkWidget* widget) {
-  GtkCssProvider* const provider = gtk_css_provider_new();
-  gtk_css_provider_load_from_data(provider, style, -1, nullptr);
+  static GtkCssProvider* const provider = [] {
+    GtkCssProvider* const made = gtk_css_provider_new();
+    gtk_css_provider_load_from_data(made, style, -1, nullptr);
+    return made;
+  }();
   useStyle(widget, provider);
-  g_object_unref(provider);
 }
 
 GtkWidget* labelOf(const std::string& text) {

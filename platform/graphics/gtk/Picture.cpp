@@ -41,6 +41,7 @@ cairo_status_t append(void* png, const unsigned char* bytes, unsigned int length
 // On a thread of the pool.
 void compress(GTask* task, gpointer, gpointer data, GCancellable*) {
   auto* const work = static_cast<Work*>(data);
+  if (!work->surface) return g_task_return_boolean(task, TRUE);
   const auto status = cairo_surface_write_to_png_stream(work->surface.get(), append, &work->png);
   if (status != CAIRO_STATUS_SUCCESS) work->png.clear();
   g_task_return_boolean(task, TRUE);
@@ -56,8 +57,10 @@ void takePictureOf(GtkWidget* window, PictureTaken taken) {
         work->taken(work->png);
       },
       nullptr);
-  g_task_set_task_data(task, new Work{paint(window), std::move(taken), {}},
-                       [](gpointer work) { delete static_cast<Work*>(work); });
+  g_task_set_task_data(
+      task,
+      new Work{gtk_widget_is_drawable(window) ? paint(window) : nullptr, std::move(taken), {}},
+      [](gpointer work) { delete static_cast<Work*>(work); });
   g_task_run_in_thread(task, compress);
   g_object_unref(task);
 }

@@ -104,7 +104,7 @@ void ScreenFit::onScreenChanged(ScreenFit* self) {
     if (self->fills_) return gtk_window_fullscreen(self->window_);
     if (was == ShownAs::Normal) return;
     gtk_window_resize(self->window_, self->width_, self->height_);
-    if (self->asked_) self->showAs(was);
+    if (self->asked_) self->apply(was);
     self->changed_();
   } else if (self->fills_) {
     self->cover(ShownAs::Fullscreen);
