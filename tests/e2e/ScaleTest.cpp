@@ -37,7 +37,7 @@ TEST_F(ScaleTest, PagesOfEitherProcessAreTheSameToThePixelAndAreClickedWhereThey
     EXPECT_TRUE(waitForPixel(view + 101, top + 10, white)) << "lines are not as wide as a pixel";
   }
   // Its first line of text.
-  constexpr int width = 280;
+  constexpr unsigned int width = 280;
   const auto here = pixelsIn(left, top, width, 130);
   const auto there = pixelsIn(right, top, width, 130);
   for (std::size_t i = 0; i < here.size(); ++i) {
