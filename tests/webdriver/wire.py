@@ -73,7 +73,8 @@ class Driver:
             ["WebKitWebDriver", f"--port={self.port}", *arguments], stdin=subprocess.DEVNULL, stdout=self.log,
             stderr=self.log, env={**os.environ, **NO_BUS, **environment})
         try:
-            until(lambda: self.process.poll() is not None or self.ask("GET", "/status"), refused=(OSError,))
+            until(lambda: self.process.poll() is not None or self.ask("GET", "/status"),
+                  refused=(OSError, ValueError, Refused))
         except AssertionError:
             self.process.kill()
             raise
