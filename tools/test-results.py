@@ -18,9 +18,9 @@ def skipped_itself(case):
 
 
 def reason(case):
-    """What the test itself says."""
+    """What the test itself says: GoogleTest's on the line after, scripts' on the same."""
     output = case.findtext("system-out") or ""
-    told = re.search(r"^\S+:\d+: Skipped\n(.+)$", output, re.MULTILINE)
+    told = re.search(r"^(?:\S+:\d+: Skipped\n|SKIPPED: )(.+)$", output, re.MULTILINE)
     return told.group(1) if told else "no reason is given"
 
 

@@ -7,8 +7,10 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <string_view>
 
 namespace {
 
@@ -67,7 +69,11 @@ TEST_F(PlatformTest, TheScreenIsBlankedAndWokenAndItsUserIsIdle) {
   EXPECT_TRUE(program.waitForLine("application.onScreenWake []")) << program.errors();
   ASSERT_TRUE(program.waitForLine("application.onUserIdle []")) << program.errors();
   const auto idle = program.nextLine();
-  ASSERT_TRUE(idle && idle->starts_with(R"(application.idleTime returns "1)")) << idle.value_or("");
+  constexpr std::string_view answer = R"(application.idleTime returns ")";
+  ASSERT_TRUE(idle && idle->starts_with(answer)) << idle.value_or("");
+  const long milliseconds = std::atol(idle->c_str() + answer.size());
+  EXPECT_GE(milliseconds, 1000) << *idle;
+  EXPECT_LT(milliseconds, 30000) << *idle;
   test_support::movePointer(10, 10);
   test_support::movePointer(11, 11);
   EXPECT_TRUE(program.waitForLine("application.onUserActive []")) << program.errors();

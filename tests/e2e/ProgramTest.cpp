@@ -3,18 +3,22 @@
 #include "tests/support/Processes.h"
 #include "tests/support/SuiteTest.h"
 #include "tests/support/TlsServer.h"
+#include "tests/support/Waiting.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <tuple>
 
 namespace {
 
+using Tessel::Platform::Testing::iterateUntil;
 using test_support::clickAt;
 using test_support::descendantsNamed;
 using test_support::nameOf;
@@ -209,26 +213,24 @@ TEST_F(ProgramTest, TheBundledChromesKeysWorkWhileAPageHasTheKeyboard) {
   };
   const auto page = [&](const char* name, const char* color) {
     const std::string path = (folder_ / name).string();
-    std::ofstream(path) << "<title>page</title><script>"
-                        << "document.documentElement.style.background = location.search ? "
-                        << "'rgb(0, 0, 200)' : '" << color << "';"
-                        << "onkeydown = event => { if (event.key === 'n') location.search = '?2'; }"
-                        << "</script>";
+    // Yellow at the left while it has the keyboard.
+    std::ofstream(path)
+        << "<title>page</title><script>const style = document.documentElement.style;"
+        << "const paint = () => { style.background = `linear-gradient(to right, "
+        << "${document.hasFocus() ? 'rgb(200, 200, 0)' : 'rgb(0, 0, 0)'} 25%, "
+        << "${location.search ? 'rgb(0, 0, 200)' : '" << color << "'} 25%)`; };"
+        << "style.height = '100%'; paint(); setInterval(paint, 20);"
+        << "onkeydown = event => { if (event.key === 'n') location.search = '?2'; }</script>";
     return path;
   };
   Program program(environment(""),
                   {page("red.html", "rgb(200,0,0)"), page("green.html", "rgb(0,200,0)")});
   ASSERT_TRUE(shows(red)) << program.errors();
   giveKeyboardTo(topLevelWindow("pagehost"));
-  const auto type = [](const Pixel& color) {
-    // The engine loses a key that follows the focus within a few milliseconds, as no person's does.
-    for (int i = 0; i < 2; ++i) {
-      perform("key n");
-      if (waitForPixel(400, 400, color, std::chrono::seconds(2))) return true;
-    }
-    return false;
-  };
-  ASSERT_TRUE(type(blue)) << "the page has its keys without a click\n" << program.errors();
+  const auto isFocused = [] { return waitForPixel(100, 400, {200, 200, 0}); };
+  ASSERT_TRUE(isFocused()) << "the page has the keyboard without a click\n" << program.errors();
+  perform("key n");
+  ASSERT_TRUE(shows(blue)) << "the page has its keys\n" << program.errors();
   press("Alt_L", "Left");
   ASSERT_TRUE(shows(red)) << "back\n" << program.errors();
   press("Control_L", "Tab");
@@ -237,7 +239,15 @@ TEST_F(ProgramTest, TheBundledChromesKeysWorkWhileAPageHasTheKeyboard) {
   ASSERT_TRUE(shows(red)) << "the tab that was gone to has the keyboard\n" << program.errors();
   press("Control_L", "w");
   ASSERT_TRUE(shows(green)) << "the tab is closed\n" << program.errors();
-  ASSERT_TRUE(type(blue)) << "the page has its keys\n" << program.errors();
+  ASSERT_TRUE(isFocused()) << "the page behind it has the keyboard\n" << program.errors();
+  perform("key n");
+  if (!waitForPixel(400, 400, blue, std::chrono::seconds(2))) {
+    // The engine was seen to lose the press of a key, not its release, within milliseconds of the
+    // page's own focus event.
+    std::cerr << "The first key after the focus was lost and is pressed again.\n";
+    perform("key n");
+  }
+  ASSERT_TRUE(shows(blue)) << "the page has its keys\n" << program.errors();
   press("Alt_L", "Left");
   ASSERT_TRUE(shows(green)) << "back\n" << program.errors();
 }
@@ -341,13 +351,21 @@ TEST_F(ProgramTest, AChromeWhoseProcessDiesIsStartedAgain) {
 }
 
 TEST_F(ProgramTest, AChromeWhoseServerComesLateIsWaitedFor) {
+  using std::chrono::steady_clock;
   test_support::FileServer server;
   server.addAnswer("late",
                    "HTTP/1.1 503 Not yet\r\nConnection: close\r\nContent-Length: 0\r\n\r\n");
   Environment all = environment("idle.html");
   all["CHROME_URL"] = server.address() + "page/late";
   Program program(all, {"--kiosk"});
-  ASSERT_TRUE(program.waitForError("is tried again")) << program.errors();
+  steady_clock::time_point asked[4];
+  const auto isAsked = [&](int times) {
+    const bool good = iterateUntil([&] { return server.requestsFor("late") >= times; });
+    asked[times] = steady_clock::now();
+    return good;
+  };
+  ASSERT_TRUE(isAsked(1)) << program.errors();
+  ASSERT_TRUE(isAsked(2)) << program.errors();
   server.addAnswer("away",
                    "HTTP/1.1 302 Found\r\nLocation: http://localhost:9/\r\nConnection: close\r\n"
                    "Content-Length: 0\r\n\r\n");
@@ -355,6 +373,12 @@ TEST_F(ProgramTest, AChromeWhoseServerComesLateIsWaitedFor) {
              "<body style='margin:0;background:#0000ff'><script>orv.callNative("
              "'webview.printToStdout', 1, 'came\\n');"
              "onclick = () => location = '/page/away'</script>");
+  // After one second, then two; a failure that counts twice, after two, then eight.
+  ASSERT_TRUE(isAsked(3)) << program.errors();
+  using std::chrono::milliseconds;
+  EXPECT_GE(asked[2] - asked[1], milliseconds(900));
+  EXPECT_GE(asked[3] - asked[2], milliseconds(1900));
+  EXPECT_LT(asked[3] - asked[2], milliseconds(6000));
   EXPECT_TRUE(program.waitForLine("came")) << program.errors();
   EXPECT_TRUE(waitForPixel(0, 0, {0, 0, 255})) << "the window begins at the screen's corner";
   // Where its page went is not what the program loads: that would have native functions.

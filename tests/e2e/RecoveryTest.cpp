@@ -77,8 +77,10 @@ class MemoryLimitTest : public RecoveryTest {};
 TEST_P(MemoryLimitTest, APageThatTakesTooMuchMemoryIsToldOfAndStartedAnew) {
   std::atomic<int> requests = 0;
   FileServer server([&](const std::string& request) {
+    // Three times the limit at most, should nobody stop it.
     const char* const eats =
-        "const kept = []; setInterval(() => kept.push(new Uint8Array(32 << 20).fill(7)), 50)";
+        "const kept = []; const timer = setInterval(() => {"
+        " if (kept.push(new Uint8Array(32 << 20).fill(7)) === 40) clearInterval(timer) }, 50)";
     const bool isPage = request.find("/page/greedy ") != std::string::npos;
     return httpAnswer("text/html",
                       isPage && ++requests == 1 ? document("eats", eats) : document("fine"));

@@ -4,12 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace {
 
 using test_support::clickAt;
 using test_support::perform;
 using test_support::Pixel;
-using test_support::pixelAt;
+using test_support::pixelsIn;
 using test_support::Program;
 using test_support::waitForPixel;
 
@@ -35,15 +37,16 @@ TEST_F(ScaleTest, PagesOfEitherProcessAreTheSameToThePixelAndAreClickedWhereThey
     EXPECT_TRUE(waitForPixel(view + 101, top + 10, white)) << "lines are not as wide as a pixel";
   }
   // Its first line of text.
-  int inked = 0;
-  for (int y = top; y < top + 130; ++y) {
-    for (int x = 0; x < 280; ++x) {
-      const Pixel here = pixelAt(left + x, y);
-      ASSERT_EQ(here, pixelAt(right + x, y)) << x << "," << y;
-      inked += y >= top + 80 && here != white;
-    }
+  constexpr unsigned int width = 280;
+  const auto here = pixelsIn(left, top, width, 130);
+  const auto there = pixelsIn(right, top, width, 130);
+  for (std::size_t i = 0; i < here.size(); ++i) {
+    ASSERT_EQ(here[i], there[i]) << i % width << "," << i / width;
   }
-  EXPECT_GT(inked, 500) << "there is no text";
+  EXPECT_GT(std::count_if(here.begin() + width * 80, here.end(),
+                          [&](const Pixel& pixel) { return pixel != white; }),
+            500)
+      << "there is no text";
   clickAt(left + 60, top + 40);
   EXPECT_TRUE(program.waitForLine("clicked 0 2 140 30 20")) << program.errors();
   clickAt(right + 60, top + 40);

@@ -16,9 +16,12 @@ constexpr int patienceMilliseconds = 10000;
 
 }  // namespace
 
-bool MockBus::isPossible() {
-  return std::filesystem::exists("/usr/bin/dbus-daemon") &&
-         std::filesystem::exists("/usr/lib/python3/dist-packages/dbusmock");
+bool MockBus::hasBus() {
+  return std::filesystem::exists("/usr/bin/dbus-daemon");
+}
+
+bool MockBus::hasServices() {
+  return hasBus() && std::filesystem::exists("/usr/lib/python3/dist-packages/dbusmock");
 }
 
 MockBus::MockBus() : bus_(g_test_dbus_new(G_TEST_DBUS_NONE)) {

@@ -14,8 +14,9 @@ namespace test_support {
 
 class MockBus {
  public:
-  // Whether dbus-daemon and python3-dbusmock are installed.
-  static bool isPossible();
+  // Whether dbus-daemon is installed, which every use needs, and python3-dbusmock for services.
+  static bool hasBus();
+  static bool hasServices();
 
   MockBus();
   ~MockBus();

@@ -70,14 +70,23 @@ KeyCode codeOf(KeySym key) {
 
 }  // namespace
 
-Pixel pixelAt(int x, int y) {
+std::vector<Pixel> pixelsIn(int x, int y, unsigned int width, unsigned int height) {
+  std::vector<Pixel> pixels(std::size_t{width} * height, Pixel{-1, -1, -1});
   XImage* image =
-      XGetImage(display(), DefaultRootWindow(display()), x, y, 1, 1, AllPlanes, ZPixmap);
-  if (!image) return {-1, -1, -1};
-  const unsigned long value = XGetPixel(image, 0, 0);
+      XGetImage(display(), DefaultRootWindow(display()), x, y, width, height, AllPlanes, ZPixmap);
+  if (!image) return pixels;
+  for (std::size_t i = 0; i < pixels.size(); ++i) {
+    const unsigned long value =
+        XGetPixel(image, static_cast<int>(i % width), static_cast<int>(i / width));
+    pixels[i] = {static_cast<int>(value >> 16 & 255), static_cast<int>(value >> 8 & 255),
+                 static_cast<int>(value & 255)};
+  }
   XDestroyImage(image);
-  return {static_cast<int>(value >> 16 & 255), static_cast<int>(value >> 8 & 255),
-          static_cast<int>(value & 255)};
+  return pixels;
+}
+
+Pixel pixelAt(int x, int y) {
+  return pixelsIn(x, y, 1, 1).front();
 }
 
 bool waitForPixel(int x, int y, const Pixel& color, std::chrono::milliseconds limit) {

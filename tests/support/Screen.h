@@ -4,12 +4,14 @@
 #include <array>
 #include <chrono>
 #include <string>
+#include <vector>
 
 namespace test_support {
 
 using Pixel = std::array<int, 3>;
 
-// The colour on the screen at a point; {-1, -1, -1} if it cannot be read.
+// The colours on the screen in a rectangle, row by row; {-1, -1, -1} if they cannot be read.
+std::vector<Pixel> pixelsIn(int x, int y, unsigned int width, unsigned int height);
 Pixel pixelAt(int x, int y);
 // Polls until the point has approximately that colour; false at the deadline.
 bool waitForPixel(int x, int y, const Pixel& color,

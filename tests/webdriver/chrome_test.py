@@ -1,7 +1,6 @@
 #!/usr/bin/env python3
 """What the bundled chrome promises, in its own window, by a WebDriver client that drives it and its pages."""
 
-import http.server
 import os
 import pathlib
 import signal
@@ -9,41 +8,24 @@ import ssl
 import subprocess
 import sys
 import tempfile
-import threading
 import unittest
 
-from selenium import webdriver
-from selenium.common.exceptions import WebDriverException
-from selenium.webdriver.common.action_chains import ActionChains
-from selenium.webdriver.common.by import By
-from selenium.webdriver.common.keys import Keys
+from wire import PAGES, descendants, program, served, skip, until
 
-from wire import program, served, until
-
-PAGES = {
-    "/one": "<title>One</title><p>word and word and word<p><a id=beside target=_blank href=/two>two</a> <a id=on href=/two>on</a>"
-            "<a id=file href=/file.bin>file</a><input id=field>",
-    "/two": "<title>Two</title><p>the second",
-    "/three": "<title>Three</title><p>the third",
-    "/asks": "<title>Asks</title><script>setTimeout(() => document.title = `said ${prompt('name?', 'x')}`)</script>",
-    "/where": "<title>Where</title><script>navigator.geolocation.getCurrentPosition(() => 0, (e) => document.title = `code ${e.code}`)</script>",
-    "/file.bin": b"x" * 1000,
-}
+try:
+    from selenium import webdriver
+    from selenium.common.exceptions import WebDriverException
+    from selenium.webdriver.common.action_chains import ActionChains
+    from selenium.webdriver.common.by import By
+    from selenium.webdriver.common.keys import Keys
+except ModuleNotFoundError:
+    skip("python3-selenium is not installed")
 
 
-def descendants(pid, name):
-    found = []
-    for path in pathlib.Path("/proc").glob("[0-9]*/stat"):
-        try:
-            text = path.read_text()
-        except OSError:
-            continue
-        own, rest = text[text.index("(") + 1:text.rindex(")")], text[text.rindex(")") + 2:].split()
-        if int(rest[1]) == pid:
-            child = int(path.parent.name)
-            found += [child] if own == name[:15] else []
-            found += descendants(child, name)
-    return found
+def children():
+    """The program's processes of web views."""
+    # The kernel keeps 15 characters of a name.
+    return [pid for pid, name in descendants(os.getpid()).items() if name == "pagehost-webview"[:15]]
 
 
 class ChromeTest(unittest.TestCase):
@@ -92,8 +74,8 @@ class ChromeTest(unittest.TestCase):
     def click(self, selector):
         self.get(selector).click()
 
-    def click_text(self, selector, text):
-        next(each for each in self.driver.find_elements(By.CSS_SELECTOR, selector) if text in each.get_attribute("textContent")).click()
+    def click_button(self, panel, text):
+        self.driver.find_element(By.XPATH, f"//*[@id='{panel}']//button[contains(., '{text}')]").click()
 
     def keys(self, *keys):
         """The last of them while the others are held, for whatever has the keyboard."""
@@ -112,10 +94,10 @@ class ChromeTest(unittest.TestCase):
         return self.driver.switch_to.active_element.get_attribute("id")
 
     def tabs(self):
-        return [each.get_attribute("aria-label") for each in self.driver.find_elements(By.CSS_SELECTOR, "[role=tab]")]
+        return self.driver.execute_script("return [...document.querySelectorAll('[role=tab]')].map((tab) => tab.getAttribute('aria-label'))")
 
     def selected(self):
-        return self.get("[role=tab][aria-selected=true]").get_attribute("aria-label")
+        return self.get("[role=tab][aria-selected=true]").get_dom_attribute("aria-label")
 
     def until(self, holds, wanted=True):
         """Elements may be drawn anew meanwhile."""
@@ -131,7 +113,7 @@ class ChromeTest(unittest.TestCase):
         field.send_keys(path if ":" in path else self.address + path, Keys.ENTER)
         if title:
             self.until(self.selected, title)
-            self.until(lambda: self.get("#reload").get_attribute("aria-label"), "Reload")
+            self.until(lambda: self.get("#reload").get_dom_attribute("aria-label"), "Reload")
 
     # What it promises.
 
@@ -209,9 +191,9 @@ class ChromeTest(unittest.TestCase):
         self.go("/one", "One")
         self.go("/where", "code 1")
         self.click("#menu")
-        self.click_text("#menu-panel button", "Site permissions")
+        self.click_button("menu-panel", "Site permissions")
         self.assertIn("127.0.0.1", self.get("#permissions-panel li").text)
-        self.click_text("#permissions-panel button", "Forget all")
+        self.click_button("permissions-panel", "Forget all")
         self.until(lambda: len(self.driver.find_elements(By.CSS_SELECTOR, "#permissions-panel li")), 0)
 
     def test_a_server_that_does_not_prove_who_it_is_waits_for_a_decision(self):
@@ -221,22 +203,7 @@ class ChromeTest(unittest.TestCase):
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         context.load_cert_chain(pair + ".crt", pair)
 
-        class Handler(http.server.BaseHTTPRequestHandler):
-            def do_GET(self):
-                self.send_response(200)
-                self.send_header("Content-Type", "text/html")
-                self.end_headers()
-                self.wfile.write(b"<title>Unproved</title>")
-
-            def log_message(self, *_):
-                pass
-
-        server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
-        server.socket = context.wrap_socket(server.socket, server_side=True)
-        threading.Thread(target=server.serve_forever, daemon=True).start()
-        self.addCleanup(server.server_close)
-        self.addCleanup(server.shutdown)
-        address = f"https://127.0.0.1:{server.server_port}/"
+        address = self.enterContext(served({"/": "<title>Unproved</title>"}, context)) + "/"
         self.go(address)
         self.until(lambda: self.shown("#certificate"))
         self.assertTrue(self.get("#certificate-problems").text)
@@ -252,9 +219,9 @@ class ChromeTest(unittest.TestCase):
         for name in ("Bookmarks", "History", "Downloads", "Page information", "Saved log-ins", "Site permissions",
                      "Blocked resources", "Clear data", "Settings", "Web inspector"):
             self.click("#menu")
-            self.click_text("#menu-panel button", name)
+            self.click_button("menu-panel", name)
             (panel,) = [each for each in self.driver.find_elements(By.CSS_SELECTOR, ".panel") if each.is_displayed()]
-            self.assertTrue(panel.get_attribute("aria-label"), name)
+            self.assertTrue(panel.get_dom_attribute("aria-label"), name)
         self.keys(Keys.ESCAPE)
         self.assertFalse(panel.is_displayed())
 
@@ -286,9 +253,9 @@ class ChromeTest(unittest.TestCase):
 
     def test_a_tab_whose_process_ends_says_so_and_comes_back(self):
         self.click("#new-tab-in")
-        self.click_text("#new-tab-panel button", "its own process")
+        self.click_button("new-tab-panel", "its own process")
         self.until(lambda: len(self.tabs()), 2)
-        processes = descendants(os.getpid(), "pagehost-webview")
+        processes = children()
         self.assertEqual(len(processes), 1)
         self.until(self.selected, "Welcome – in process 1")
         os.kill(processes[0], signal.SIGKILL)
@@ -297,7 +264,7 @@ class ChromeTest(unittest.TestCase):
         self.click("#ended button")
         self.until(lambda: self.selected().startswith("Welcome – in process"))
         self.assertFalse(self.shown("#ended"))
-        self.assertNotEqual(descendants(os.getpid(), "pagehost-webview"), processes)
+        self.assertNotEqual(children(), processes)
 
 
 if __name__ == "__main__":

@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Runs the tests of docs/testing-your-chrome.md as they stand there: examples.py python|selenium|wdio.
 
-Those in JavaScript need their client below $PAGEHOST_NODE_CLIENTS; without it the status is 77, skipped."""
+Those in JavaScript need their client below $PAGEHOST_NODE_CLIENTS; without its client an example is skipped."""
 
+import importlib.util
 import os
 import pathlib
 import re
@@ -10,10 +11,9 @@ import subprocess
 import sys
 import tempfile
 
-from wire import Driver, program
+from wire import Driver, program, skip
 
 TEXT = (pathlib.Path(__file__).parents[2] / "docs/testing-your-chrome.md").read_text()
-SKIPPED = 77
 PACKAGES = {"selenium": "selenium-webdriver", "wdio": "webdriverio"}
 
 
@@ -29,8 +29,9 @@ def examples(kind):
 def main(kind):
     clients = pathlib.Path(os.environ.get("PAGEHOST_NODE_CLIENTS", "/nonexistent")) / "node_modules"
     if kind in PACKAGES and not (clients / PACKAGES[kind]).is_dir():
-        print(f"SKIPPED: PAGEHOST_NODE_CLIENTS names no folder into which npm has installed {PACKAGES[kind]}")
-        return SKIPPED
+        skip(f"PAGEHOST_NODE_CLIENTS names no folder into which npm has installed {PACKAGES[kind]}")
+    if kind == "python" and not importlib.util.find_spec("selenium"):
+        skip("python3-selenium is not installed")
     environment = {**os.environ, "PATH": f"{pathlib.Path(program()).parent}:{os.environ['PATH']}"}
     driver = None
     with tempfile.TemporaryDirectory() as folder:

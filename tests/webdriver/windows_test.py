@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Where the windows of WebDriver clients come from, whatever the chrome is like, and who may listen."""
 
+import concurrent.futures
 import os
 import pathlib
 import socket
@@ -9,7 +10,7 @@ import tempfile
 import time
 import unittest
 
-from wire import Driver, Refused, program, until
+from wire import Driver, Refused, Session, content, free_port, program, until
 
 # A chrome that answers OpenWindow with what stands in its address.
 CHROME = """<!doctype html><title>chrome</title><script>
@@ -33,10 +34,25 @@ PLACED, SILENT, REFUSED = '{"setWait":true}', '{"setWait":true }', '{"setAction"
 
 
 class WindowsTest(unittest.TestCase):
-    def setUp(self):
-        folder = self.enterContext(tempfile.TemporaryDirectory())
-        self.file = pathlib.Path(folder) / "chrome.html"
-        self.file.write_text(CHROME)
+    @classmethod
+    def setUpClass(cls):
+        folder = cls.enterClassContext(tempfile.TemporaryDirectory())
+        cls.file = pathlib.Path(folder) / "chrome.html"
+        cls.file.write_text(CHROME)
+        # Ten seconds pass until the program goes on without an answer: while the other tests run.
+        driver = Driver()
+        cls.addClassCleanup(driver.end)
+        cls.unanswered = cls.enterClassContext(concurrent.futures.ThreadPoolExecutor(1)).submit(cls.begin_unanswered, driver)
+
+    @classmethod
+    def options(cls, answer):
+        return "--automation", f"--chrome=file://{cls.file}#{answer.replace(' ', '%20')}"
+
+    @classmethod
+    def begin_unanswered(cls, driver):
+        """A session, and how long it took to begin."""
+        start = time.monotonic()
+        return Session(driver, program(), cls.options(SILENT)), time.monotonic() - start
 
     def driver(self, *arguments):
         driver = Driver(*arguments)
@@ -44,7 +60,7 @@ class WindowsTest(unittest.TestCase):
         return driver
 
     def session(self, driver, answer):
-        return driver.session(program(), "--automation", f"--chrome=file://{self.file}#{answer.replace(' ', '%20')}")
+        return driver.session(program(), *self.options(answer))
 
     def clicks(self, session):
         session.post("url", url="data:text/html,<body style='margin:90px 0 0 180px'><button onclick='this.textContent++'>0</button>")
@@ -56,17 +72,17 @@ class WindowsTest(unittest.TestCase):
             self.assertEqual(self.clicks(session), ("1", 300))
 
     def test_without_an_answer_the_view_fills_the_window(self):
-        for answer, least in (("", 0), (SILENT, 9)):
-            start = time.monotonic()
-            with self.session(self.driver(), answer) as session:
-                self.assertGreater(time.monotonic() - start, least)
-                self.assertEqual(self.clicks(session), ("1", session.get("window/rect")["width"]))
-                new = session.post("window/new")["handle"] if not answer else None
-                if new:
-                    first = session.get("window")
-                    session.post("window", handle=new)
-                    self.assertEqual(self.clicks(session)[0], "1")
-                    self.assertEqual(session.delete("window"), [first])
+        with self.session(self.driver(), "") as session:
+            self.assertEqual(self.clicks(session), ("1", session.get("window/rect")["width"]))
+            new = session.post("window/new")["handle"]
+            first = session.get("window")
+            session.post("window", handle=new)
+            self.assertEqual(self.clicks(session)[0], "1")
+            self.assertEqual(session.delete("window"), [first])
+        session, seconds = self.unanswered.result()
+        self.addCleanup(session.end)
+        self.assertGreater(seconds, 9)
+        self.assertEqual(self.clicks(session), ("1", session.get("window/rect")["width"]))
 
     def test_a_chrome_may_refuse(self):
         driver = self.driver()
@@ -75,18 +91,17 @@ class WindowsTest(unittest.TestCase):
         self.assertIn("The chrome refuses the window", driver.said())
 
     def running(self, *arguments, **environment):
-        process = subprocess.Popen([program(), *arguments], env={**os.environ, **environment}, stderr=subprocess.PIPE, text=True)
-        self.addCleanup(process.stderr.close)
+        """Starts the program; the file of what it says."""
+        said = self.enterContext(tempfile.TemporaryFile())
+        process = subprocess.Popen([program(), *arguments], env={**os.environ, **environment}, stderr=said)
         self.addCleanup(process.wait)
         self.addCleanup(process.kill)
-        return process
+        return said
 
     def test_without_the_option_nobody_listens(self):
-        with socket.socket() as probe:
-            probe.bind(("127.0.0.1", 0))
-            port = probe.getsockname()[1]
-        process = self.running(f"--chrome=file://{self.file}", WEBKIT_INSPECTOR_SERVER=f"127.0.0.1:{port}")
-        until(lambda: "the chrome is here" in process.stderr.readline())
+        port = free_port()
+        said = self.running(f"--chrome=file://{self.file}", WEBKIT_INSPECTOR_SERVER=f"127.0.0.1:{port}")
+        until(lambda: "the chrome is here" in content(said))
         with self.assertRaises(ConnectionRefusedError):
             socket.create_connection(("127.0.0.1", port))
 

@@ -1,12 +1,18 @@
-"""WebDriver on the wire: WebKitWebDriver as a process, its sessions, and a server with pages for them."""
+"""WebDriver on the wire: WebKitWebDriver as a process, its sessions, and a server with pages for them.
+
+A script that imports this ends as skipped if there is no WebKitWebDriver."""
 
 import contextlib
 import http.server
 import json
 import os
+import pathlib
+import re
 import shutil
 import socket
+import ssl
 import subprocess
+import sys
 import tempfile
 import threading
 import time
@@ -17,6 +23,26 @@ ELEMENT = "element-6066-11e4-a52e-4f735466cecf"
 SHADOW = "shadow-6066-11e4-a52e-4f735466cecf"
 # Longer than any wait in the program or the driver.
 PATIENCE = 60
+
+PAGES = {
+    "/one": "<title>One</title><p>word and word and word<p><a id=beside target=_blank href=/two>two</a> <a id=on href=/two>on</a>"
+            "<a id=file href=/file.bin>file</a><input id=field>",
+    "/two": "<title>Two</title><p>the second",
+    "/three": "<title>Three</title><p>the third",
+    "/asks": "<title>Asks</title><script>setTimeout(() => document.title = `said ${prompt('name?', 'x')}`)</script>",
+    "/where": "<title>Where</title><script>navigator.geolocation.getCurrentPosition(() => 0, (e) => document.title = `code ${e.code}`)</script>",
+    "/file.bin": b"x" * 1000,
+}
+
+
+def skip(why):
+    """Ends the script, as a test that is skipped."""
+    print(f"SKIPPED: {why}")
+    sys.exit(77)
+
+
+if not shutil.which("WebKitWebDriver"):
+    skip("WebKitWebDriver is not installed (webkit2gtk-driver)")
 
 
 class Refused(Exception):
@@ -35,14 +61,24 @@ class Driver:
     """A WebKitWebDriver at a free port, with its own environment."""
 
     def __init__(self, *arguments, **environment):
-        with socket.socket() as probe:
-            probe.bind(("127.0.0.1", 0))
-            self.port = probe.getsockname()[1]
-        self.log = tempfile.TemporaryFile("w+")
+        self.log = tempfile.TemporaryFile()
+        # Another program may take the port before the driver does.
+        if not self.start(arguments, environment) and not self.start(arguments, environment):
+            raise RuntimeError(f"WebKitWebDriver ends with status {self.process.returncode}: {self.said()}")
+
+    def start(self, arguments, environment):
+        """False if it has ended at once."""
+        self.port = free_port()
         self.process = subprocess.Popen(
             ["WebKitWebDriver", f"--port={self.port}", *arguments], stdin=subprocess.DEVNULL, stdout=self.log,
             stderr=self.log, env={**os.environ, **NO_BUS, **environment})
-        until(lambda: self.ask("GET", "/status"), refused=(OSError,))
+        try:
+            until(lambda: self.process.poll() is not None or self.ask("GET", "/status"),
+                  refused=(OSError, ValueError, Refused))
+        except AssertionError:
+            self.process.kill()
+            raise
+        return self.process.poll() is None
 
     def ask(self, method, path, body=None):
         data = None if method in ("GET", "DELETE") else json.dumps(body or {}).encode()
@@ -55,8 +91,7 @@ class Driver:
             raise Refused(json.load(error)["value"]) from None
 
     def said(self):
-        self.log.seek(0)
-        return self.log.read()
+        return content(self.log)
 
     def end(self):
         self.process.terminate()
@@ -134,11 +169,41 @@ def equal(seen, wanted):
     assert seen == wanted, f"{seen!r} is not {wanted!r}"
 
 
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+def content(file):
+    """What is in a file that a process still writes, whose place in it is left alone."""
+    return os.pread(file.fileno(), os.fstat(file.fileno()).st_size, 0).decode(errors="replace")
+
+
+def descendants(pid):
+    """The processes below that one: the kernel's names by the ids. Those that have ended are not among them."""
+    found = {}
+    for children in pathlib.Path(f"/proc/{pid}/task").glob("*/children"):
+        with contextlib.suppress(OSError):
+            for child in map(int, children.read_text().split()):
+                with contextlib.suppress(OSError):
+                    name, state = re.fullmatch(r"\d+ \((.*)\) (\w) .*", pathlib.Path(f"/proc/{child}/stat").read_text(), re.S).groups()
+                    if state not in "ZX":
+                        found[child] = name
+                found.update(descendants(child))
+    return found
+
+
 @contextlib.contextmanager
-def served(pages):
-    """Serves texts by their paths at an address, which it gives; bytes are downloads."""
+def served(pages, tls=None):
+    """Serves texts by their paths at an address, which it gives; bytes are downloads. TLS by a server's context."""
 
     class Handler(http.server.BaseHTTPRequestHandler):
+        def handle(self):
+            # A client that does not trust the server ends the handshake.
+            with contextlib.suppress(ssl.SSLError, ConnectionError):
+                super().handle()
+
         def do_GET(self):
             page = pages.get(self.path.split("?")[0])
             self.send_response(404 if page is None else 200)
@@ -153,10 +218,13 @@ def served(pages):
             pass
 
     server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
+    if tls:
+        # The handshake is made in the thread of the connection, by its first read.
+        server.socket = tls.wrap_socket(server.socket, server_side=True, do_handshake_on_connect=False)
     thread = threading.Thread(target=server.serve_forever)
     thread.start()
     try:
-        yield f"http://127.0.0.1:{server.server_port}"
+        yield f"{'https' if tls else 'http'}://127.0.0.1:{server.server_port}"
     finally:
         server.shutdown()
         thread.join()
