@@ -8,6 +8,7 @@
 #include "platform/os/ProcessTree.h"
 #include "platform/sockets/MemoryFile.h"
 #include "src/ApplicationWindow.h"
+#include "src/DataFolders.h"
 #include "src/ProgramOptions.h"
 #include "src/SingleInstance.h"
 #include "webview/ViewQuestions.h"
@@ -110,13 +111,11 @@ void write(Writer& writer, const std::vector<ProcessUse>& processes) {
 // The members that say which program it is.
 void writeAbout(Writer& writer) {
   const char* const profile = std::getenv(profileVariable);
-  const char* const chrome = std::getenv("CHROME_URL");
   writer.Key("pid");
   writer.Int(static_cast<int>(::getpid()));
   NavigatorJson::writeMember(writer, "version", String(PAGEHOST_VERSION));
   NavigatorJson::writeMember(writer, "profile", String(profile ? profile : ""));
-  NavigatorJson::writeMember(writer, "chrome",
-                             String(chrome ? chrome : "local:///chrome/index.html"));
+  NavigatorJson::writeMember(writer, "chrome", String(chromeIdentity()));
 }
 
 // What a web view has told of itself. Its process may be anybody's by now: only what has the right
