@@ -5,6 +5,7 @@
 #include "platform/desktop/NavigatorHandler.h"
 #include "platform/desktop/NavigatorJson.h"
 #include "platform/os/Folders.h"
+#include "platform/os/MemoryStats.h"
 #include "platform/os/ProcessTree.h"
 #include "platform/sockets/MemoryFile.h"
 #include "src/ApplicationWindow.h"
@@ -82,6 +83,7 @@ const char* roleOf(const ProcessUse& process, bool isRoot) {
 
 void write(Writer& writer, const std::vector<ProcessUse>& processes) {
   std::uint64_t rss = 0;
+  std::uint64_t unshared = 0;
   std::optional<std::uint64_t> pss = 0;
   writer.Key("processes");
   writer.StartArray();
@@ -97,14 +99,18 @@ void write(Writer& writer, const std::vector<ProcessUse>& processes) {
     gchar* const name = g_utf8_make_valid(each.name.c_str(), -1);
     NavigatorJson::writeMember(writer, "name", String(name));
     g_free(name);
+    const std::uint64_t own = Tessel::Platform::privateMemoryOf(each.pid);
     writeNumber(writer, "rss", each.rss);
+    writeNumber(writer, "private", own);
     writeNumber(writer, "pss", each.pss);
     writer.EndObject();
     rss += each.rss;
+    unshared += own;
     pss = pss && each.pss ? std::optional(*pss + *each.pss) : std::nullopt;
   }
   writer.EndArray();
   writeNumber(writer, "rss", rss);
+  writeNumber(writer, "private", unshared);
   writeNumber(writer, "pss", pss);
 }
 
