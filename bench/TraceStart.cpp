@@ -15,11 +15,14 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -58,10 +61,31 @@ double now() {
   return std::chrono::duration<double>(Clock::now().time_since_epoch()).count();
 }
 
+// Thrown, so that programs are ended and the folder is removed on the way out.
 [[noreturn]] void fail(const std::string& problem, const std::string& log) {
-  std::fprintf(stderr, "%s\n%s\n", problem.c_str(), log.c_str());
-  std::exit(EXIT_FAILURE);
+  throw std::runtime_error(problem + "\n" + log);
 }
+
+// Removed with all that is in it.
+class ScratchFolder {
+ public:
+  ScratchFolder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "trace-start-XXXXXX").string();
+    if (!::mkdtemp(pattern.data())) fail("no folder", pattern);
+    path_ = pattern;
+  }
+  ~ScratchFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  ScratchFolder(const ScratchFolder&) = delete;
+  ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
 
 struct Mark {
   double seconds;
@@ -184,12 +208,9 @@ void traceLaunch(Program& server, const std::filesystem::path& home, Table& tabl
   launch.status();
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  const int rounds = argc > 1 ? std::atoi(argv[1]) : defaultRounds;
-  std::string pattern = (std::filesystem::temp_directory_path() / "trace-start-XXXXXX").string();
-  const std::filesystem::path folder = ::mkdtemp(pattern.data());
+void traceAll(int rounds) {
+  const ScratchFolder scratch;
+  const std::filesystem::path& folder = scratch.path();
   const bool isRoot = ::geteuid() == 0;
   ::setenv("TESSEL_RESMGR_ROOT", folder.c_str(), 1);
   Table table;
@@ -217,5 +238,15 @@ int main(int argc, char** argv) {
   table.print(coldStart.name);
   table.print(launched.name);
   for (const Scenario& view : views) table.print(view.name);
-  std::filesystem::remove_all(folder);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    traceAll(argc > 1 ? std::atoi(argv[1]) : defaultRounds);
+  } catch (const std::exception& problem) {
+    std::fprintf(stderr, "%s\n", problem.what());
+    return EXIT_FAILURE;
+  }
 }

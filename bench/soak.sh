@@ -57,6 +57,9 @@ measure() {
   descriptors=$(find "/proc/$program_pid/fd" -mindepth 1 2>/dev/null | wc -l)
 }
 
+# Whether the page has printed something within the last minute; each of them does every few seconds.
+goes_on() { [[ $(stat -c %Y "$scratch/output") -ge $(($(date +%s) - 60)) ]]; }
+
 sample() {
   measure
   printf '%5d s  %4d MB  %3d processes  %4d descriptors  %d sockets\n' "$SECONDS" "$memory" "$count" \

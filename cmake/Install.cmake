@@ -22,6 +22,20 @@ function(pagehost_install_link target path)
     list(APPEND CMAKE_INSTALL_MANIFEST_FILES \"${path}\")")
 endfunction()
 
+# pagehost_shared_files(<target> <folder>)
+# The files of this folder of the source as that folder of the program's data, beside the program and
+# installed. They are copied, since links in it are not followed.
+function(pagehost_shared_files target folder)
+  set(copy ${CMAKE_BINARY_DIR}/bin/share/${folder})
+  add_custom_target(${target} ALL
+    COMMAND ${CMAKE_COMMAND} -E rm -rf ${copy}
+    COMMAND ${CMAKE_COMMAND} -E copy_directory ${CMAKE_CURRENT_SOURCE_DIR} ${copy}
+    COMMAND ${CMAKE_COMMAND} -E rm -f ${copy}/CMakeLists.txt
+    COMMENT "Copying ${folder}/")
+  install(DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/ DESTINATION ${CMAKE_INSTALL_DATADIR}/pagehost/${folder}
+    PATTERN CMakeLists.txt EXCLUDE)
+endfunction()
+
 # Removes what an earlier installation in this place has left and this one does not have.
 function(pagehost_finish_install)
   install(CODE "

@@ -1,8 +1,9 @@
-// Where the files are that come with the program. Main thread.
+// Where the files are that come with the program, and where the chrome is. Main thread.
 #include "src/DataFolders.h"
 
 #include "src/ProgramOptions.h"
 
+#include <glib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -44,4 +45,19 @@ LocalRoots localRoots() {
   const char* app = std::getenv(chromeFolderVariable);
   return {folderFor("TESSEL_LOCAL_ROOT", "share", PAGEHOST_DATA_FOLDER), app ? app : "",
           bundledFolder() + "/chrome"};
+}
+
+std::string chromeAddress() {
+  const char* named = std::getenv("CHROME_URL");
+  return named && *named ? named : bundledChrome;
+}
+
+std::string chromeIdentity() {
+  std::string address = chromeAddress();
+  const char* folder = std::getenv(chromeFolderVariable);
+  if (!folder || !address.starts_with("local://app/")) return address;
+  gchar* const uri = g_filename_to_uri(folder, nullptr, nullptr);
+  if (uri) address = uri;
+  g_free(uri);
+  return address;
 }

@@ -1,4 +1,5 @@
-// Where the files are that come with the program, in a build tree and installed. Main thread.
+// Where the files are that come with the program, in a build tree and installed, and where the
+// chrome is. Main thread.
 #pragma once
 
 #include "engine/webkit/network/LocalScheme.h"
@@ -14,3 +15,12 @@ std::string bundledFolder();
 // What local: addresses are files of: TESSEL_LOCAL_ROOT or the above, and the folder of the chrome
 // that --chrome or --dev have named.
 LocalRoots localRoots();
+
+inline constexpr const char* bundledChrome = "local:///chrome/index.html";
+
+// The address that the chrome is loaded from: CHROME_URL, or the bundled one.
+std::string chromeAddress();
+
+// The same, or, since all folders that --chrome or --dev name are loaded from one address, the
+// folder's as a file: what tells chromes apart.
+std::string chromeIdentity();

@@ -14,8 +14,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <utility>
 
 using Tessel::Platform::logAlways;
@@ -70,12 +70,9 @@ void useEphemeralFolders() {
 std::string applicationFolder() {
   const char* profile = std::getenv(profileVariable);
   if (profile && *profile) return std::string("profiles/") + profile + "/";
-  const char* chrome = std::getenv("CHROME_URL");
-  if (!chrome || !*chrome) return "";
-  std::string address(chrome, std::strcspn(chrome, "?#"));
-  // Every folder has the same address.
-  const std::string app = localRoots().app;
-  if (!app.empty() && address.starts_with("local://app/")) address = "file://" + app;
+  std::string address = chromeIdentity();
+  address.erase(std::min(address.find_first_of("?#"), address.size()));
+  if (address == bundledChrome) return "";
   const auto scheme = address.find("://");
   std::string name = scheme == std::string::npos ? address : address.substr(scheme + 3);
   std::erase_if(name, [](unsigned char c) { return !g_ascii_isalnum(c) && c != '.' && c != '-'; });

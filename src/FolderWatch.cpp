@@ -15,24 +15,36 @@ namespace {
 // Milliseconds: an editor writes a file in several steps, a tool several files.
 constexpr unsigned int settleTime = 150;
 
-bool isWatched(const fs::path& folder) {
-  const std::string name = folder.filename();
+bool isWatched(const fs::path& path) {
+  const std::string name = path.filename();
   return !name.starts_with(".") && name != "node_modules";
+}
+
+std::string pathOf(GFile* file) {
+  gchar* const path = file ? g_file_get_path(file) : nullptr;
+  std::string text = path ? path : "";
+  g_free(path);
+  return text;
 }
 
 }  // namespace
 
 struct FolderWatch::Callbacks {
-  static void onChanged(GFileMonitor*, GFile* file, GFile* other, GFileMonitorEvent event,
+  static void onChanged(GFileMonitor* monitor, GFile* file, GFile* other, GFileMonitorEvent event,
                         FolderWatch* self) {
+    const bool isRenamed = event == G_FILE_MONITOR_EVENT_RENAMED;
+    if (isRenamed || event == G_FILE_MONITOR_EVENT_DELETED ||
+        event == G_FILE_MONITOR_EVENT_MOVED_OUT) {
+      // Perhaps the monitor's own folder.
+      g_object_ref(monitor);
+      self->forget(pathOf(file));
+      g_object_unref(monitor);
+    }
     // What an editor keeps beside a file is hidden, or ends with a tilde.
-    gchar* const path = g_file_get_path(other ? other : file);
-    const std::string name = path ? path : "";
-    g_free(path);
-    const std::string base = fs::path(name).filename();
-    if (base.starts_with(".") || base.ends_with("~")) return;
+    const std::string name = pathOf(isRenamed && other ? other : file);
+    if (name != self->root_ && (!isWatched(name) || name.ends_with("~"))) return;
     std::error_code ignored;
-    if (event == G_FILE_MONITOR_EVENT_CREATED || event == G_FILE_MONITOR_EVENT_RENAMED ||
+    if (isRenamed || event == G_FILE_MONITOR_EVENT_CREATED ||
         event == G_FILE_MONITOR_EVENT_MOVED_IN) {
       if (fs::is_directory(fs::symlink_status(name, ignored))) self->add(name);
     }
@@ -41,8 +53,8 @@ struct FolderWatch::Callbacks {
 };
 
 FolderWatch::FolderWatch(const std::string& folder, std::function<void()> changed)
-    : changed_(std::move(changed)) {
-  add(folder);
+    : root_(folder), changed_(std::move(changed)) {
+  add(root_);
 }
 
 FolderWatch::~FolderWatch() {
@@ -55,12 +67,20 @@ FolderWatch::~FolderWatch() {
 
 // NOLINTNEXTLINE(misc-no-recursion): mostFolders bounds the depth
 void FolderWatch::add(const std::string& folder) {
-  if (monitors_.contains(folder)) return;
+  if (!monitors_.contains(folder) && !watch(folder)) return;
+  std::error_code ignored;
+  for (const fs::directory_entry& each : fs::directory_iterator(folder, ignored)) {
+    if (each.symlink_status(ignored).type() != fs::file_type::directory) continue;
+    if (isWatched(each.path())) add(each.path());
+  }
+}
+
+bool FolderWatch::watch(const std::string& folder) {
   if (monitors_.size() >= mostFolders) {
     Tessel::Platform::logAlways(Tessel::Platform::LogNotice,
                                 "Changes in %s are not seen: there are too many folders.",
                                 folder.c_str());
-    return;
+    return false;
   }
   GFile* const file = g_file_new_for_path(folder.c_str());
   GError* error = nullptr;
@@ -71,15 +91,23 @@ void FolderWatch::add(const std::string& folder) {
     Tessel::Platform::logAlways(Tessel::Platform::LogError, "Changes in %s are not seen: %s",
                                 folder.c_str(), error->message);
     g_error_free(error);
-    return;
+    return false;
   }
   monitors_.emplace(folder, monitor);
   g_signal_connect(monitor, "changed", G_CALLBACK(Callbacks::onChanged), this);
-  std::error_code ignored;
-  for (const fs::directory_entry& each : fs::directory_iterator(folder, ignored)) {
-    if (each.symlink_status(ignored).type() != fs::file_type::directory) continue;
-    if (isWatched(each.path())) add(each.path());
-  }
+  return true;
+}
+
+void FolderWatch::forget(const std::string& folder) {
+  std::erase_if(monitors_, [&](const auto& entry) {
+    const auto& [each, monitor] = entry;
+    // The first folder's monitor sees when it is there again: tools empty theirs by deleting it.
+    const bool goes = each.starts_with(folder + "/") || (each == folder && each != root_);
+    if (!goes) return false;
+    g_signal_handlers_disconnect_by_data(monitor, this);
+    g_object_unref(monitor);
+    return true;
+  });
 }
 
 void FolderWatch::noteChange() {

@@ -23,8 +23,12 @@ class FolderWatch {
   struct Callbacks;
 
   void add(const std::string& folder);
+  bool watch(const std::string& folder);
+  // The folder has gone, and all below it.
+  void forget(const std::string& folder);
   void noteChange();
 
+  const std::string root_;
   std::function<void()> changed_;
   std::map<std::string, GFileMonitor*> monitors_;
   unsigned int timer_ = 0;

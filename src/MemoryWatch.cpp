@@ -44,7 +44,7 @@ MemoryWatch::~MemoryWatch() {
 
 void MemoryWatch::look() {
   std::uint64_t taken = 0;
-  std::map<int, std::uint64_t> ofProcess;
+  Memory ofProcess;
   for (const int process : Tessel::Platform::processesBelow(::getpid())) {
     taken += ofProcess[process] = Tessel::Platform::privateMemoryOf(process);
   }
@@ -61,7 +61,20 @@ void MemoryWatch::look() {
   endLargest(ofProcess);
 }
 
-void MemoryWatch::endLargest(const std::map<int, std::uint64_t>& ofProcess) const {
+void MemoryWatch::checkEnded(const Memory& ofProcess) {
+  const auto& pages = WebViewManager::instance().webProcesses();
+  std::erase_if(ended_, [&](const auto& each) {
+    return !ofProcess.contains(each.second.process) || !pages.contains(each.first);
+  });
+  for (auto& [handle, ended] : ended_) {
+    if (std::exchange(ended.isTold, true)) continue;
+    logAlways(LogError, "Process %d, of web view %u, has not ended: others are, in its place.",
+              ended.process, handle);
+  }
+}
+
+void MemoryWatch::endLargest(const Memory& ofProcess) {
+  checkEnded(ofProcess);
   WebViewManager& manager = WebViewManager::instance();
   const auto& pages = manager.webProcesses();
   const auto root = pages.find(WebViewManager::rootHandle);
@@ -69,7 +82,8 @@ void MemoryWatch::endLargest(const std::map<int, std::uint64_t>& ofProcess) cons
   // Only processes below this one: a child process may say what it likes.
   const auto taken = [&](const auto& page) {
     const auto found = ofProcess.find(page.second);
-    const bool counts = page.second != chrome || pages.size() == 1;
+    const bool counts =
+        !ended_.contains(page.first) && (page.second != chrome || pages.size() == 1);
     return found == ofProcess.end() || !counts ? 0 : found->second;
   };
   const auto largest =
@@ -80,5 +94,6 @@ void MemoryWatch::endLargest(const std::map<int, std::uint64_t>& ofProcess) cons
   const std::uint64_t bytes = taken(*largest);
   logAlways(LogError, "Process %d, of web view %u, is ended: it takes %llu MiB of the %llu of all.",
             process, handle, mebibytes(bytes), mebibytes(limit_));
+  ended_.insert_or_assign(handle, Ended{process});
   manager.endProcess(handle, limit_, bytes);
 }

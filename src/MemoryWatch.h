@@ -17,10 +17,22 @@ class MemoryWatch {
   MemoryWatch& operator=(const MemoryWatch&) = delete;
 
  private:
+  // Bytes of each process below this one.
+  using Memory = std::map<int, std::uint64_t>;
+  struct Ended {
+    int process;
+    bool isTold = false;
+  };
+
   void look();
-  void endLargest(const std::map<int, std::uint64_t>& ofProcess) const;
+  void endLargest(const Memory& ofProcess);
+  // Leaves those in ended_ that are still there.
+  void checkEnded(const Memory& ofProcess);
 
   const std::uint64_t limit_;
+  // By web view: which process was ended as its own. A child process that hangs does not end it,
+  // and one that may be anybody's by now can have named another: such a web view is passed over.
+  std::map<unsigned int, Ended> ended_;
   unsigned int timer_;
   bool wasAbove_ = false;
 };

@@ -3,6 +3,7 @@
 
 #include "bindings/ApplicationBinding.h"
 #include "bindings/CapabilitiesBinding.h"
+#include "bindings/CclBinding.h"
 #include "bindings/InvocationBinding.h"
 #include "bindings/PPSBinding.h"
 #include "bindings/RememberedBinding.h"
@@ -22,10 +23,12 @@
 #include "platform/loop/MessageClient.h"
 #include "platform/os/PageSandbox.h"
 #include "platform/os/Settings.h"
+#include "registry/BindingManager.h"
 #include "src/ApplicationWindow.h"
 #include "src/ChildWebViewMain.h"
 #include "src/ChildWindows.h"
 #include "src/ChromeCapabilities.h"
+#include "src/DataFolders.h"
 #include "src/Development.h"
 #include "src/EngineStart.h"
 #include "src/MemoryWatch.h"
@@ -37,13 +40,16 @@
 #include "src/Watchdog.h"
 #include "webview/WebView.h"
 #include "webview/WebViewManager.h"
+#include "webview/commands/CommandTable.h"
 
+#include <fontconfig/fontconfig.h>
 #include <glib-unix.h>
 
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -62,7 +68,6 @@ using Tessel::Platform::Graphics::WindowSystem;
 namespace {
 
 constexpr const char* pluginDirectory = "/usr/lib/vireo/plugins/";
-constexpr const char* defaultChromeUrl = "local:///chrome/index.html";
 
 // Interval for dismissing dialogs during shutdown, in milliseconds.
 constexpr unsigned int dismissInterval = 100;
@@ -88,15 +93,23 @@ void setKeyboardFocus(int value) {
 
 }  // namespace
 
+void prepareApplications() {
+  registerCommands(BindingManager::instance());
+  CclBinding::instance();
+  FcInit();
+  traceStart("fonts found");
+}
+
 void pagehost_main(int argc, char** argv) {
   std::vector<char*> arguments = takeOptions(argc, argv);
   if (!wantedChrome().folder.empty()) makeNewChrome(wantedChrome());
   const AutomationOrder& automation = automationOrder();
-  if (automation.mode == AutomationMode::Off) {
-    claimProfile(arguments);
-  } else {
-    useEphemeralFolders();
-  }
+  const bool isAutomated = automation.mode != AutomationMode::Off;
+  if (!isAutomated) claimProfile(arguments);
+  // Launched applications have it all from the server. The caches of the fonts are found in the
+  // user's folders.
+  if (!isLaunchedApplication()) prepareApplications();
+  if (isAutomated) useEphemeralFolders();
   ServiceManager serviceManager = ServiceManager::take();
   if (!spawnChildLauncher(childWebViewMain)) {
     logAlways(LogError, "Could not spawn child launcher");
@@ -140,15 +153,16 @@ void pagehost_main(int argc, char** argv) {
       manager.createWebView(window.windowGroup().toStdString(), WebViewManager::inThisProcess));
   if (!root) platformCrash("src/main", 51, "pagehost_main");
 
-  const char* chromeUrl = std::getenv("CHROME_URL");
+  const std::string chrome = chromeAddress();
   const char* chromeFolder = std::getenv(chromeFolderVariable);
   root->setArguments(static_cast<int>(arguments.size()) - 1, arguments.data());
   root->setDrivesApplication(
       chromeFolder ? "This is the folder that --chrome or --dev has named."
-      : chromeUrl  ? "This address comes from the environment variable CHROME_URL: correct it, or "
-                     "unset it to get the bundled chrome."
-                   : "The bundled chrome is missing: install it, or point TESSEL_LOCAL_ROOT at the "
-                     "folder that holds chrome/index.html.");
+      : chrome != bundledChrome
+          ? "This address comes from the environment variable CHROME_URL: correct it, or "
+            "unset it to get the bundled chrome."
+          : "The bundled chrome is missing: install it, or point TESSEL_LOCAL_ROOT at the "
+            "folder that holds chrome/index.html.");
   root->enableNativeBindings(true);
   root->setEnablePlugins(true);
   root->setExtraPluginDirectory(pluginDirectory);
@@ -156,7 +170,7 @@ void pagehost_main(int argc, char** argv) {
   if (const char* factor = std::getenv(zoomVariable)) {
     root->animateToScaleAndDocumentScrollPosition(g_ascii_strtod(factor, nullptr), {});
   }
-  root->loadURL(chromeUrl ? chromeUrl : defaultChromeUrl);
+  root->loadURL(chrome);
 
   Tessel::Platform::NavigatorHandler::instance();
   const ApplicationBinding application(root, setKeyboardFocus);
@@ -172,7 +186,7 @@ void pagehost_main(int argc, char** argv) {
   if (chromeFolder && isSwitchedOn(devVariable)) development.emplace(*root, window, chromeFolder);
 
   // In time: no page runs before the loop does.
-  root->setCapabilities(chromeCapabilities(chromeUrl ? chromeUrl : defaultChromeUrl));
+  root->setCapabilities(chromeCapabilities(chrome.c_str()));
 
   for (const int signal : {SIGTERM, SIGINT}) g_unix_signal_add(signal, onEndSignal, nullptr);
   std::optional<Watchdog> watchdog(std::in_place, std::move(serviceManager), *root);

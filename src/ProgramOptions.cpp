@@ -401,6 +401,13 @@ std::vector<char*> takeOptions(int argc, char** argv) {
     check(*row, text, std::string("--") + option->name);
     given[static_cast<std::size_t>(row - rows)] = text;
   }
+  const auto isGiven = [&](std::string_view name) {
+    return std::any_of(line.options.begin(), line.options.end(),
+                       [&](const auto& each) { return each.option->name == name; });
+  };
+  if (isGiven("dev") && isGiven("chrome")) {
+    endMisused("pagehost", "--dev and --chrome name the chrome both: one of them can stay");
+  }
   const char* const address = std::getenv(automationAddressVariable);
   automation = automationFrom(wantedAutomation, address ? address : "");
   ::unsetenv(automationAddressVariable);

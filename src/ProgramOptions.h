@@ -36,6 +36,7 @@ bool isSwitchedOn(const char* variable);
 
 // The number of mebibytes in a variable, after takeOptions; 0 for none.
 unsigned int memoryLimit(const char* variable);
+
 // What WebDriver clients may drive, and at which loopback address, HOST:PORT, the engine listens
 // for them: by the option alone, since no process that is started from here shall be driven as
 // well.

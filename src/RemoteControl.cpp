@@ -5,9 +5,11 @@
 #include "platform/desktop/NavigatorHandler.h"
 #include "platform/desktop/NavigatorJson.h"
 #include "platform/os/Folders.h"
+#include "platform/os/MemoryStats.h"
 #include "platform/os/ProcessTree.h"
 #include "platform/sockets/MemoryFile.h"
 #include "src/ApplicationWindow.h"
+#include "src/DataFolders.h"
 #include "src/ProgramOptions.h"
 #include "src/SingleInstance.h"
 #include "webview/ViewQuestions.h"
@@ -81,6 +83,7 @@ const char* roleOf(const ProcessUse& process, bool isRoot) {
 
 void write(Writer& writer, const std::vector<ProcessUse>& processes) {
   std::uint64_t rss = 0;
+  std::uint64_t unshared = 0;
   std::optional<std::uint64_t> pss = 0;
   writer.Key("processes");
   writer.StartArray();
@@ -96,27 +99,29 @@ void write(Writer& writer, const std::vector<ProcessUse>& processes) {
     gchar* const name = g_utf8_make_valid(each.name.c_str(), -1);
     NavigatorJson::writeMember(writer, "name", String(name));
     g_free(name);
+    const std::uint64_t own = Tessel::Platform::privateMemoryOf(each.pid);
     writeNumber(writer, "rss", each.rss);
+    writeNumber(writer, "private", own);
     writeNumber(writer, "pss", each.pss);
     writer.EndObject();
     rss += each.rss;
+    unshared += own;
     pss = pss && each.pss ? std::optional(*pss + *each.pss) : std::nullopt;
   }
   writer.EndArray();
   writeNumber(writer, "rss", rss);
+  writeNumber(writer, "private", unshared);
   writeNumber(writer, "pss", pss);
 }
 
 // The members that say which program it is.
 void writeAbout(Writer& writer) {
   const char* const profile = std::getenv(profileVariable);
-  const char* const chrome = std::getenv("CHROME_URL");
   writer.Key("pid");
   writer.Int(static_cast<int>(::getpid()));
   NavigatorJson::writeMember(writer, "version", String(PAGEHOST_VERSION));
   NavigatorJson::writeMember(writer, "profile", String(profile ? profile : ""));
-  NavigatorJson::writeMember(writer, "chrome",
-                             String(chrome ? chrome : "local:///chrome/index.html"));
+  NavigatorJson::writeMember(writer, "chrome", String(chromeIdentity()));
 }
 
 // What a web view has told of itself. Its process may be anybody's by now: only what has the right

@@ -19,6 +19,10 @@ class RemoteControl final : public Tessel::Platform::ControlHandler {
   RemoteControl(const RemoteControl&) = delete;
   RemoteControl& operator=(const RemoteControl&) = delete;
 
+  // Requests of other applications that wait for a chrome that hears them; with more, the newest
+  // are refused.
+  static constexpr std::size_t mostInvocations = 64;
+
  private:
   using String = Tessel::Platform::String;
   using ControlReply = Tessel::Platform::ControlReply;
@@ -26,9 +30,6 @@ class RemoteControl final : public Tessel::Platform::ControlHandler {
 
 #define CONTROL_COMMAND(name, result, parameters, arguments, text) void name parameters override;
 #include "platform/control/Commands.def"
-
-  // Requests of other applications that the chrome has not been there for.
-  static constexpr std::size_t mostInvocations = 64;
 
   void openSocket();
   void invoke(const String& request);

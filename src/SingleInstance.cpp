@@ -8,6 +8,7 @@
 #include "platform/os/Folders.h"
 #include "src/EngineStart.h"
 #include "src/ProgramOptions.h"
+#include "src/RemoteControl.h"
 
 #include <fcntl.h>
 #include <glib.h>
@@ -149,6 +150,10 @@ void claimProfile(const std::vector<char*>& arguments) {
     }
     hasProfile = holder == 0;
     if (hasProfile) return;
+    if (addresses.size() > RemoteControl::mostInvocations) {
+      fail(holder, "it takes " + std::to_string(RemoteControl::mostInvocations) +
+                       " at most, and there are " + std::to_string(addresses.size()));
+    }
     switch (handTo(holder, addresses, deadline - Clock::now(), problem)) {
       case HandOver::Done:
         logAlways(LogNotice, "Process %d has the same profile: it has taken over.",

@@ -9,8 +9,7 @@
 
 // Becomes the program of its profile; or, where there is one, hands the addresses among the
 // arguments to it and exits with 0, or with 1 and a line on standard error if it does not take
-// them. Does nothing with
-// --new, in viewers and in launched applications. After takeOptions.
+// them. Does nothing with --new, in viewers and in launched applications. After takeOptions.
 void claimProfile(const std::vector<char*>& arguments);
 
 // Whether this is the program that the desktop means by the application: of the bundled chrome,

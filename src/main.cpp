@@ -1,16 +1,11 @@
 // The program's entry: set-up common to all roles, and the choice of the role by the program's
 // name. Main thread.
-#include "bindings/CclBinding.h"
 #include "platform/base/Log.h"
 #include "platform/os/Process.h"
-#include "registry/BindingManager.h"
 #include "src/LauncherServer.h"
 #include "src/PagehostMain.h"
 #include "src/ProgramOptions.h"
 #include "src/ServerOptions.h"
-#include "webview/commands/CommandTable.h"
-
-#include <fontconfig/fontconfig.h>
 
 #include <csignal>
 #include <cstring>
@@ -24,12 +19,9 @@ int main(int argc, char** argv) {
   const bool isApplication = std::strcmp(__progname, "pagehost") == 0;
   Tessel::Platform::setupApplicationLogging(__progname);
   Tessel::Platform::traceStart("libraries linked");
-  registerCommands(BindingManager::instance());
-  CclBinding::instance();
-  FcInit();
-  Tessel::Platform::traceStart("fonts found");
   if (isApplication) pagehost_main(argc, argv);
   const LauncherConfiguration configuration = takeServerOptions(argc, argv);
   leaveUnknownOptions();
+  prepareApplications();
   launcherServerMain(pagehost_main, configuration);
 }

@@ -13,7 +13,7 @@ inherit externalsrc cmake pkgconfig features_check systemd useradd
 REQUIRED_DISTRO_FEATURES = "x11 opengl"
 
 # webkitgtk must be built for GTK 3 and libsoup 3 (webkit2gtk-4.1).
-DEPENDS = "webkitgtk gtk+3 libsoup glib-2.0 libx11 libxfixes libxi rapidjson fontconfig icu libcap libseccomp gnutls libpsl"
+DEPENDS = "webkitgtk gtk+3 libsoup glib-2.0 libx11 libxext libxfixes libxi libxscrnsaver pulseaudio rapidjson fontconfig icu libcap libseccomp gnutls libpsl"
 
 EXTRA_OECMAKE = " \
     -DCMAKE_BUILD_TYPE=RelWithDebInfo \
@@ -30,7 +30,7 @@ SYSTEMD_SERVICE:${PN} = "pagehost-kiosk@.service pagehost-server.service"
 SYSTEMD_AUTO_ENABLE = "disable"
 
 FILES:${PN} += " \
-    ${systemd_system_unitdir} ${nonarch_libdir}/sysusers.d ${libexecdir}/pagehost \
+    ${systemd_system_unitdir} ${systemd_user_unitdir} ${nonarch_libdir}/sysusers.d ${libexecdir}/pagehost \
     ${datadir}/applications ${datadir}/dbus-1 ${datadir}/icons ${datadir}/metainfo \
 "
 

@@ -53,7 +53,8 @@ const ManualSection& statusMembers() {
       "Members of status",
       "",
       {{"pid, version, profile, chrome",
-        "The program, as of about. Without a profile of its own that is empty."},
+        "The program, as of about. Without a profile of its own that is empty. A folder that "
+        "--chrome or --dev has named is a file: address."},
        {"uptime", "Seconds since the window was opened."},
        {"eval", "Whether eval is allowed."},
        {"views",
@@ -66,10 +67,13 @@ const ManualSection& statusMembers() {
         "to 4 KiB."},
        {"processes",
         "A list of the processes, objects with process, parent, role (program, launcher, web "
-        "views, pages, network, graphics, sandbox or other), name, and in bytes rss and pss. pss, "
-        "with its share of shared memory, is null where the kernel does not tell: processes of "
-        "pages are closed to other processes of their user. Root is told."},
-       {"rss, pss", "Their sums."}}};
+        "views, pages, network, graphics, sandbox or other), name, and in bytes rss; private, "
+        "which is not shared with any other; and pss, with its share of shared memory. pss is null "
+        "where the kernel does not tell the program: processes of pages are closed to it unless it "
+        "runs as root."},
+       {"rss, private, pss",
+        "Their sums. pss is null if that of any process is. private is what --memory-limit "
+        "bounds."}}};
   return section;
 }
 
