@@ -133,7 +133,12 @@ TEST_F(DeviceTest, WithoutServicesItSleepsAndSaysNothingAndItEndsCleanly) {
   EXPECT_EQ(object("time"), "@time\n");
   setZone("Europe/Vienna");
   ASSERT_NO_FATAL_FAILURE(start());
-  std::filesystem::remove_all(folder_.path() / "pps");
+  // The program may be writing meanwhile.
+  EXPECT_TRUE(iterateUntil([&] {
+    std::error_code notEmpty;
+    std::filesystem::remove_all(folder_.path() / "pps", notEmpty);
+    return !std::filesystem::exists(folder_.path() / "pps");
+  }));
   EXPECT_EQ(program_->status(), 1);
 }
 
