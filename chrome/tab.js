@@ -87,7 +87,7 @@ export class Tab {
 
   /** The page of a view that is there already. */
   takeOver(handle) {
-    const view = WebView.adopt(handle);
+    const view = new WebView(handle);
     this.url = view.location() || 'about:blank';
     this.#attach(() => this.update({
       title: view.title(), canGoBack: view.canGoBack() === '1', canGoForward: view.canGoForward() === '1',
