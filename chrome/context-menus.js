@@ -3,7 +3,7 @@
 import { keyText } from './commands.js';
 import { focus, focusPage } from './keyboard.js';
 import { WebView } from './pagehost.js';
-import { runInPage } from './page-tools.js';
+import { textOf } from './page-tools.js';
 import { openMenu } from './popups.js';
 import { t } from './words.js';
 
@@ -98,7 +98,7 @@ export class ContextMenus {
   }
 
   async #openForPage(tab, context, { x, y }) {
-    const marked = context.isSelectable ? await runInPage(tab.view, 'String(getSelection())') : '';
+    const marked = context.isSelectable ? await textOf(tab.view, 'String(getSelection())') : '';
     const room = tab.rect;
     if (!room || tab !== this.#tabs.active) return;
     openMenu(this.#pageEntries(tab, context, marked.trim()), { x: room.x + x, y: room.y + y }, { label: t('Page'), goBack: () => focusPage(tab) });

@@ -2,7 +2,7 @@
 
 import { placeOf } from './address.js';
 import { call, isHosted } from './pagehost.js';
-import { t } from './words.js';
+import { language, t } from './words.js';
 import { focus } from './keyboard.js';
 
 const MARKUP = `
@@ -23,23 +23,33 @@ const FAILURES = {
   ResultNoEnoughMemError: t('There was not enough memory'),
 };
 
-/** A name that none of the others has: the host would write over the earlier file. */
-export function freeName(name, taken) {
-  const [, stem, ending] = /^(.+?)((?:\.tar)?\.[^.]+)?$/.exec(name) ?? [null, name || 'download', ''];
-  let free = stem + (ending ?? '');
-  for (let number = 2; taken.has(free); number++) free = `${stem} (${number})${ending ?? ''}`;
+/**
+ * A name that no other file has, and that leads to no other folder: the host would write over the earlier file.
+ * @param {string} name  as a page has it
+ * @param {(name: string) => boolean} isTaken
+ */
+export function freeName(name, isTaken) {
+  const last = name.split('/').pop().replace(/\p{Cc}/gu, '');
+  const plain = ['', '.', '..'].includes(last) ? 'download' : last;
+  const [, stem = plain, ending = ''] = /^(.+?)((?:\.tar)?\.[^.]+)?$/.exec(plain) ?? [];
+  let free = stem + ending;
+  for (let number = 2; isTaken(free); number++) free = `${stem} (${number})${ending}`;
   return free;
 }
 
+/** A file name out of a title. */
+export const fileNameFor = (title) => (title.replace(/[\s\p{C}/\\:*?"<>|]+/gu, ' ').replace(/^[. ]+/, '').slice(0, 120).trim() || 'page');
+
 export function sizeText(bytes) {
-  if (bytes < 1000) return `${bytes} bytes`;
+  if (bytes < 1000) return t('{count} bytes', { count: bytes });
   const units = ['kB', 'MB', 'GB', 'TB'];
   let value = bytes / 1000;
   while (value >= 999.95 && units.length > 1) {
     value /= 1000;
     units.shift();
   }
-  return `${value.toFixed(value < 99.95 ? 1 : 0)} ${units[0]}`;
+  const digits = value < 99.95 ? 1 : 0;
+  return `${value.toLocaleString(language, { minimumFractionDigits: digits, maximumFractionDigits: digits })} ${units[0]}`;
 }
 
 /** @param {number} seconds */
@@ -176,15 +186,22 @@ export class DownloadList extends EventTarget {
     return Math.min(1, sum((item) => item.done) / sum((item) => item.total));
   }
 
-  /** What a new file shall be called instead, so that it takes no other's place. */
-  nameFor(name) {
-    return freeName(name, new Set(this.items.map((item) => item.name)));
+  /**
+   * What a new file shall be called instead, so that it takes no other's place: neither that of a file of
+   * this run, nor one in the folder. Where none is named, the host looks into its own.
+   */
+  nameFor(name, folder = '') {
+    const names = new Set(this.items.map((item) => item.name));
+    return freeName(name, (free) => names.has(free) || (folder !== '' && isHosted() && call('application.realpath', `${folder}/${free}`) !== ''));
+  }
+
+  get #chosenFolder() {
+    return (this.#preferences?.get('downloadFolder') ?? '').replace(/\/+$/, '');
   }
 
   /** Where files go that have no folder of their own; empty if there is none. */
   get folder() {
-    const chosen = this.#preferences?.get('downloadFolder');
-    if (chosen) return chosen.replace(/\/+$/, '');
+    if (this.#chosenFolder) return this.#chosenFolder;
     const [last] = this.items.filter(({ path }) => path);
     if (last) return last.path.slice(0, last.path.lastIndexOf('/'));
     const home = isHosted() && call('application.getenv', 'HOME');
@@ -249,10 +266,10 @@ export class DownloadList extends EventTarget {
     view.on('DownloadRequest', ({ data }) => {
       const { downloadId: id, url } = data;
       const save = () => {
-        const name = this.nameFor(data.filename);
+        const folder = this.#chosenFolder;
+        const name = this.nameFor(data.filename, folder);
         this.#add({ id, name, url, tab, view, process });
-        const folder = this.#preferences?.get('downloadFolder');
-        return folder ? `${folder.replace(/\/+$/, '')}/${name}` : name;
+        return folder ? `${folder}/${name}` : name;
       };
       const isWanted = tab.requested === url;
       // The navigation became a download: the tab stays where it is.

@@ -1,27 +1,15 @@
 /** What is done with a whole page: printed, saved, shown as the text that it is made of. */
 
 import { labelFor, placeOf } from './address.js';
+import { escaped } from './dom.js';
+import { fileNameFor } from './downloads.js';
 import { showToast } from './toast.js';
 import { t } from './words.js';
 
 const MOST_SOURCE = 4 << 20;
-const escaped = (text) => text.replace(/[&<>"]/g, (sign) => `&#${sign.charCodeAt(0)};`);
-
-/** A file name out of a title. */
-export const fileNameFor = (title) => (title.replace(/[\s\p{C}/\\:*?"<>|]+/gu, ' ').replace(/^[. ]+/, '').slice(0, 120).trim() || 'page');
 
 /** A script of ours in the page, beside its own: what the page has done to its functions does not matter. */
-export function runInPage(view, script) {
-  return new Promise((resolve) => {
-    let id;
-    const off = view.on('JavaScriptResult', ({ data }) => {
-      if (data.resultId !== id) return;
-      off();
-      resolve(data.resultType === 'JSString' ? data.resultString : '');
-    });
-    id = view.executeJavaScript(script, 'IsolatedWorld');
-  });
-}
+export const textOf = (view, script) => view.run(script, 'IsolatedWorld').catch(() => '');
 
 /** Answers pages that print, as a person has set it, and prints when a person wants it. */
 export class Printing {
@@ -68,7 +56,7 @@ export class Printing {
       showToast(t('For PDFs the settings need a folder for downloads.'));
       return answer(false);
     }
-    const path = `${folder}/${this.#downloads.nameFor(`${fileNameFor(tab.title || labelFor(tab.url))}.pdf`)}`;
+    const path = `${folder}/${this.#downloads.nameFor(`${fileNameFor(tab.title || labelFor(tab.url))}.pdf`, folder)}`;
     this.#downloads.addFile(tab, path);
     return answer(true, path);
   }
@@ -93,7 +81,7 @@ const SOURCE = `(() => {
 export async function showSource(tabs, tab) {
   if (!tab.ready) return;
   const { label, url } = tab;
-  const source = await runInPage(tab.view, SOURCE);
+  const source = await textOf(tab.view, SOURCE);
   const lines = source.split('\n').map((line) => `<li>${escaped(line) || ' '}`);
   tabs.openText(`<!doctype html><meta charset="utf-8"><meta name="color-scheme" content="light dark">
     <meta http-equiv="Content-Security-Policy" content="default-src 'none'; style-src 'unsafe-inline'">

@@ -201,6 +201,8 @@ export const de = {
   'process {number}': 'Prozess {number}',
   'Secure connection': 'Sichere Verbindung',
   'Not secure': 'Nicht sicher',
+  '{width} × {height} pixels, {size}': '{width} × {height} Pixel, {size}',
+  '{count} bytes': '{count} Bytes',
   '1 script error': '1 Skriptfehler',
   '{count} script errors': '{count} Skriptfehler',
   '“{page}” could not be loaded.': '„{page}“ konnte nicht geladen werden.',
