@@ -1,5 +1,6 @@
 /** The menus of the right button and the menu key: of tabs, of texts, of the rest of the chrome, and of pages. */
 
+import { mayLead } from './address.js';
 import { keyText } from './commands.js';
 import { focus, focusPage } from './keyboard.js';
 import { WebView } from './pagehost.js';
@@ -87,7 +88,7 @@ export class ContextMenus {
     return [
       entryOf(this.#commands.newTab),
       { label: t('Reload'), run: () => tab.reload() },
-      { label: t('Duplicate'), run: () => this.#links.open(tab, tab.url, 'tab') },
+      { label: t('Duplicate'), run: () => this.#tabs.open(tab.url, tab.process, { isPrivate: tab.isPrivate, beside: tab }) },
       { label: tab.isPinned ? t('Unpin') : t('Pin'), run: () => this.#tabs.pin(tab, !tab.isPinned) },
       null,
       { label: t('Close'), key: keyText(this.#commands.closeTab), run: () => this.#closing.close(tab) },
@@ -111,13 +112,13 @@ export class ContextMenus {
     const query = marked && this.#search(marked);
     const inTab = (where) => () => this.#links.open(tab, link, where);
     return [
-      { label: t('Open the link in a new tab'), isThere: Boolean(link), run: inTab('behind') },
+      { label: t('Open the link in a new tab'), isThere: mayLead(tab.url, link), run: inTab('behind') },
       { label: t('Open the link in a new window'), isThere: /^https?:/.test(link ?? '') && !tab.isPrivate, run: inTab('window') },
       { label: t('Open the link in a private tab'), isThere: /^https?:/.test(link ?? ''), run: () => this.#tabs.open(link, undefined, { isPrivate: true, beside: tab }) },
       { label: t('Save what the link leads to'), isThere: Boolean(link), run: run('SaveLinkAs') },
       { label: t('Copy the link'), isThere: Boolean(link), run: run('CopyLink') },
       null,
-      { label: t('Open the picture in a new tab'), isThere: Boolean(isImage && src), run: () => this.#links.open(tab, src, 'behind') },
+      { label: t('Open the picture in a new tab'), isThere: Boolean(isImage) && mayLead(tab.url, src), run: () => this.#links.open(tab, src, 'behind') },
       { label: t('Save the picture'), isThere: Boolean(isImage && src), run: run('SaveImage') },
       { label: t('Copy the address of the picture'), isThere: Boolean(isImage && src), run: run('CopyImageLink') },
       null,

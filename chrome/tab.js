@@ -3,8 +3,9 @@
 import { labelFor } from './address.js';
 import { WebView } from './pagehost.js';
 
-/** A page that fails in a loop must not fill the memory of the chrome. */
+/** A page that fails in a loop must not fill the memory of the chrome, and neither must its title. */
 const MOST_EXCEPTIONS = 99;
+const LONGEST_TITLE = 500;
 
 /** One page. Everything the toolbar shows of it is a field here, kept current by events. */
 export class Tab {
@@ -14,7 +15,7 @@ export class Tab {
   ended = '';
   /** Whether the view takes commands; before, what it shall show is only noted. */
   ready = false;
-  title = '';
+  #title = '';
   status = '';
   /** What was asked for and has not arrived. */
   requested = '';
@@ -55,6 +56,14 @@ export class Tab {
     this.processes = processes;
     this.opener = opener;
     this.isPrivate = opener?.isPrivate ?? Boolean(isPrivate);
+  }
+
+  get title() {
+    return this.#title;
+  }
+
+  set title(title) {
+    this.#title = title.slice(0, LONGEST_TITLE);
   }
 
   get label() {

@@ -203,6 +203,8 @@ export const de = {
   'Not secure': 'Nicht sicher',
   '{width} × {height} pixels, {size}': '{width} × {height} Pixel, {size}',
   '{count} bytes': '{count} Bytes',
+  'There are {count} bookmarks, and there is no room for more.': 'Es gibt {count} Lesezeichen, und für mehr ist kein Platz.',
+  'The bookmarks could not be written: what has changed is gone after the end of the program.': 'Die Lesezeichen konnten nicht gespeichert werden: Was sich geändert hat, ist nach dem Ende des Programms fort.',
   '1 script error': '1 Skriptfehler',
   '{count} script errors': '{count} Skriptfehler',
   '“{page}” could not be loaded.': '„{page}“ konnte nicht geladen werden.',
