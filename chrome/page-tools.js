@@ -18,12 +18,18 @@ export class Printing {
   #downloads;
   /** Tabs that print because a person has said so. */
   #wanted = new WeakSet();
+  /** Tabs whose document has printed by itself. */
+  #printed = new WeakSet();
+  /** What is asked about, and who learns the answer, by tab. @type {WeakMap<object, {answer: (accepted: boolean, path?: string) => void}>} */
+  #asked = new WeakMap();
 
   constructor(tabs, { dialogs, preferences, downloads }) {
     this.#dialogs = dialogs;
     this.#preferences = preferences;
     this.#downloads = downloads;
-    dialogs.onPrint = (tab, question) => this.#answer(tab, question);
+    dialogs.onPrint = (tab, answer, canBeSilenced) => this.#answer(tab, answer, canBeSilenced);
+    dialogs.isPrintWanted = (tab) => this.#wanted.has(tab);
+    tabs.addEventListener('committed', ({ detail: tab }) => this.#printed.delete(tab));
   }
 
   print(tab) {
@@ -33,20 +39,38 @@ export class Printing {
   }
 
   /** @param {(accepted: boolean, path?: string) => void} answer */
-  #answer(tab, answer) {
-    const isWanted = this.#wanted.delete(tab);
-    const how = isWanted ? 'dialog' : this.#preferences.get('print');
-    const toPdf = () => this.#toPdf(tab, answer);
+  #answer(tab, answer, canBeSilenced) {
+    if (this.#wanted.delete(tab)) return answer(true);
+    const how = this.#preferences.get('print');
     if (how === 'never') return answer(false);
-    if (how === 'pdf') return toPdf();
-    if (how === 'dialog') return answer(true);
+    // A document that prints in a loop does so once without a question.
+    const isFirst = !this.#printed.has(tab);
+    this.#printed.add(tab);
+    if (how === 'pdf' && isFirst) return this.#toPdf(tab, answer);
+    if (how === 'dialog' && isFirst) return answer(true);
+    return this.#ask(tab, answer, canBeSilenced);
+  }
+
+  #ask(tab, answer, canBeSilenced) {
+    const before = this.#asked.get(tab);
+    // The page has not waited, and the host has forgotten what it asked before.
+    if (before) return void (before.answer = answer);
+    const asked = { answer };
+    this.#asked.set(tab, asked);
+    const settle = (accepted, isOther) => {
+      this.#asked.delete(tab);
+      if (isOther) this.#toPdf(tab, asked.answer);
+      else asked.answer(accepted);
+    };
     return this.#dialogs.ask(tab, {
       title: t('{place} would like to print', { place: placeOf(tab.url) }),
       accept: t('Print…'),
       other: t('Save as PDF'),
       cancel: t('Don’t print'),
-      answer: (accepted, fields, isOther) => (isOther ? toPdf() : answer(accepted)),
-      drop: () => answer(false),
+      canBeSilenced,
+      isInLoop: true,
+      answer: (accepted, fields, isOther) => settle(accepted, isOther),
+      drop: () => settle(false),
     });
   }
 
