@@ -1,18 +1,10 @@
 /** What pages brought onto the disk: a panel with a list, and what the button in the toolbar shows of it. */
 
 import { placeOf } from './address.js';
+import { make } from './dom.js';
 import { call, isHosted } from './pagehost.js';
+import { Panel } from './panel.js';
 import { language, t } from './words.js';
-import { focus } from './keyboard.js';
-
-const MARKUP = `
-  <div class="panel-head">
-    <h2>${t('Downloads')}</h2>
-    <button type="button" class="text" id="dl-clear" hidden>${t('Clear finished')}</button>
-    <button type="button" class="icon" id="dl-close" aria-label="${t('Close')}"><svg><use href="#i-close"/></svg></button>
-  </div>
-  <p class="panel-empty" id="dl-none">${t('Nothing has been downloaded yet.')}</p>
-  <ul id="dl-list"></ul>`;
 
 const FAILURES = {
   ResultCancelled: t('Cancelled'),
@@ -314,31 +306,33 @@ export class DownloadList extends EventTarget {
   }
 }
 
-export class DownloadsPanel {
-  onToggle = () => {};
-  element;
-  #element;
+export class DownloadsPanel extends Panel {
   #button;
   #list;
+  #clear = make('button', { type: 'button', className: 'text', textContent: t('Clear finished'), hidden: true });
+  #none = make('p', { className: 'panel-empty', textContent: t('Nothing has been downloaded yet.') });
+  #items = make('ul', { id: 'dl-list' });
   #rows = new Map();
   #drawing = 0;
 
   /**
-   * @param {HTMLElement} element
    * @param {HTMLButtonElement} button  opens it, and shows that something is going on
-   * @param {{list: DownloadList}} options
+   * @param {DownloadList} list
    */
-  constructor(element, button, { list }) {
-    this.element = this.#element = element;
+  constructor(button, list) {
+    super('downloads-panel', t('Downloads'));
     this.#button = button;
     this.#list = list;
-    element.innerHTML = MARKUP;
-    this.#part('close').addEventListener('click', () => this.toggle());
-    this.#part('clear').addEventListener('click', () => list.clearFinished());
-    element.addEventListener('keydown', (event) => event.key === 'Escape' && this.toggle());
+    this.close.before(this.#clear);
+    this.body.replaceWith(this.#none, this.#items);
+    this.#clear.addEventListener('click', () => list.clearFinished());
     // Progress events are far more frequent than frames.
     list.addEventListener('change', () => {
-      this.#drawing ||= requestAnimationFrame(() => this.#draw());
+      this.#drawing ||= requestAnimationFrame(() => {
+        this.#drawing = 0;
+        this.#drawButton();
+        this.refresh();
+      });
     });
     list.addEventListener('added', () => {
       button.classList.remove('news');
@@ -348,36 +342,10 @@ export class DownloadsPanel {
     });
   }
 
-  get isOpen() {
-    return !this.#element.hidden;
-  }
-
-  open() {
-    if (!this.isOpen) this.toggle();
-  }
-
-  toggle() {
-    this.#element.hidden = this.isOpen;
-    if (this.isOpen) {
-      this.#draw();
-      focus(this.#part('close'));
-    }
-    this.onToggle(this.isOpen);
-  }
-
-  #part(name) {
-    return this.#element.querySelector(`#dl-${name}`);
-  }
-
-  #draw() {
-    cancelAnimationFrame(this.#drawing);
-    this.#drawing = 0;
-    this.#drawButton();
-    if (!this.isOpen) return;
-
+  draw() {
     const { items } = this.#list;
-    this.#part('none').hidden = items.length > 0;
-    this.#part('clear').hidden = items.every(({ state }) => state === 'running' || state === 'paused');
+    this.#none.hidden = items.length > 0;
+    this.#clear.hidden = items.every(({ state }) => state === 'running' || state === 'paused');
     for (const [item, row] of this.#rows) {
       if (items.includes(item)) continue;
       row.root.remove();
@@ -385,8 +353,8 @@ export class DownloadsPanel {
     }
     items.forEach((item, index) => {
       const row = this.#rows.get(item) ?? this.#addRow(item);
-      const there = this.#part('list').children[index];
-      if (there !== row.root) this.#part('list').insertBefore(row.root, there ?? null);
+      const there = this.#items.children[index];
+      if (there !== row.root) this.#items.insertBefore(row.root, there ?? null);
       this.#drawRow(item, row);
     });
   }
