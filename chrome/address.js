@@ -82,6 +82,18 @@ export function labelFor(url) {
   }
 }
 
+/** Whether the address is that of a page, which can be opened again. */
+export const isPage = (url) => /^(https?|file|data|local):/i.test(url ?? '');
+
+/**
+ * Whether the chrome opens for a page what that page names: no more than the page may do itself. Those of
+ * this machine lead to all pages, others, and what they wrote themselves, to sites.
+ * @param {string} from  the address of the page
+ */
+export function mayLead(from, to) {
+  return /^(file|local):/i.test(from) ? isPage(to) : /^https?:/i.test(to ?? '');
+}
+
 /** Who speaks, for a sentence. The host of an address cannot be made up by the page. */
 export function placeOf(url) {
   try {

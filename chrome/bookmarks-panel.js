@@ -1,6 +1,6 @@
 /** The bookmarks: opened, renamed in their place, taken away. */
 
-import { make } from './dom.js';
+import { make, makePageRow } from './dom.js';
 import { Panel } from './panel.js';
 import { openMenu } from './popups.js';
 import { t } from './words.js';
@@ -35,12 +35,8 @@ export class BookmarksPanel extends Panel {
 
   #makeRow({ url, title }) {
     const name = title || url;
-    const button = make('button', { type: 'button', className: 'entry', title: url }, make('b', { textContent: name }), make('small', { textContent: url }));
-    button.addEventListener('click', ({ ctrlKey }) => this.#open(url, ctrlKey));
-    button.addEventListener('auxclick', (event) => event.button === 1 && this.#open(url, true));
-    const more = make('button', { type: 'button', className: 'icon', 'aria-label': t('What to do with {page}', { page: name }), 'aria-haspopup': 'menu' });
-    more.innerHTML = '<svg><use href="#i-menu"/></svg>';
-    const row = make('li', {}, button, more);
+    const { row, other: more } = makePageRow({ url, name }, this.#open, { icon: 'menu', label: t('What to do with {page}', { page: name }) });
+    more.setAttribute('aria-haspopup', 'menu');
     const openRowMenu = (at) => openMenu([
       { label: t('Open in a new tab'), run: () => this.#open(url, true) },
       { label: t('Rename'), run: () => this.#rename(row, url, name) },

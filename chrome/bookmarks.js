@@ -1,5 +1,8 @@
 /** Pages that a person wants to find again, in the order in which they were added. */
 
+import { showToast } from './toast.js';
+import { t } from './words.js';
+
 const MOST = 2000;
 
 /** Reports "change". */
@@ -28,7 +31,12 @@ export class Bookmarks extends EventTarget {
       this.remove(url);
       return false;
     }
-    this.#keep([...this.list, { url, title }].slice(-MOST));
+    const { list } = this;
+    if (list.length >= MOST) {
+      showToast(t('There are {count} bookmarks, and there is no room for more.', { count: list.length }));
+      return false;
+    }
+    this.#keep([...list, { url, title }]);
     return true;
   }
 
@@ -41,7 +49,7 @@ export class Bookmarks extends EventTarget {
   }
 
   #keep(list) {
-    this.#store.set('bookmarks', list);
+    if (!this.#store.set('bookmarks', list)) showToast(t('The bookmarks could not be written: what has changed is gone after the end of the program.'));
     this.dispatchEvent(new Event('change'));
   }
 }

@@ -3,6 +3,7 @@
  * What was closed is remembered for a while, and can be brought back.
  */
 
+import { isPage } from './address.js';
 import { call, isHosted, listBindings } from './pagehost.js';
 import { t } from './words.js';
 
@@ -21,6 +22,8 @@ export class Closing {
   #asks;
   /** Whether the window closes, one tab after the other. */
   #isEnding = false;
+  /** Of those that were asked whether they may be closed. */
+  #timers = new WeakMap();
 
   /**
    * @param {object} parts
@@ -37,7 +40,8 @@ export class Closing {
     this.#asks = asks;
     tabs.addEventListener('unwanted', ({ detail: tab }) => this.close(tab));
     tabs.addEventListener('closed', ({ detail: tab }) => this.#remember(tab));
-    tabs.addEventListener('stays', () => {
+    tabs.addEventListener('stays', ({ detail: tab }) => {
+      clearTimeout(this.#timers.get(tab));
       this.#isEnding = false;
       session.thaw();
     });
@@ -116,10 +120,10 @@ export class Closing {
     // What comes next has the keyboard at once. A page that asks comes to the front again.
     if (!this.#isEnding) this.#tabs.stepAside(tab);
     tab.askToEnd();
-    setTimeout(() => {
+    this.#timers.set(tab, setTimeout(() => {
       // A question to the person, of whatever kind, is an answer.
       if (tab.closing && !tab.asking) this.#tabs.close(tab);
-    }, ANSWERS_WITHIN);
+    }, ANSWERS_WITHIN));
   }
 
   #closeAllOfWindow() {
@@ -138,7 +142,7 @@ export class Closing {
   }
 
   #remember(tab) {
-    if (tab.isPrivate || this.#isStart(tab) || !/^(https?|file|data|local):/.test(tab.url ?? '')) return;
+    if (tab.isPrivate || this.#isStart(tab) || !isPage(tab.url)) return;
     const { url, title, process, isPinned, lastPlace: index } = tab;
     this.closed.push({ url, title, process, isPinned, index, state: this.#session.stateOf(tab) });
     this.closed.splice(0, this.closed.length - MOST_REMEMBERED);

@@ -3,6 +3,7 @@
  * keys are made from.
  */
 
+import { isPage } from './address.js';
 import { t } from './words.js';
 import { zoomBy, zoomTo } from './zoom.js';
 
@@ -19,7 +20,7 @@ import { zoomBy, zoomTo } from './zoom.js';
 export function makeCommands({ tabs, panels, findBar, closing, address, bookmarks, openNewTab, openWindow, restore, canRestore, printPage, savePage, showSource, showFullScreen, moveFocus }) {
   const active = () => tabs.active;
   const at = (index) => () => tabs.list[index] && tabs.activate(tabs.list[index]);
-  const isPage = () => /^(https?|file|local|data):/.test(active().url);
+  const isOfPage = () => isPage(active().url);
   return {
     newTab: { label: t('New tab'), keys: ['Ctrl+t'], isReserved: true, run: () => openNewTab() },
     newPrivateTab: { label: t('New private tab'), keys: ['Ctrl+Shift+n'], isReserved: true, run: () => openNewTab(undefined, true) },
@@ -42,15 +43,15 @@ export function makeCommands({ tabs, panels, findBar, closing, address, bookmark
     reload: { label: t('Reload'), keys: ['Ctrl+r', 'F5'], run: () => active().reload() },
     stop: { label: t('Stop'), keys: ['Escape'], run: () => active().loading && active().stop() },
     find: { label: t('Find in page'), keys: ['Ctrl+f', 'F3'], run: () => findBar.open() },
-    bookmark: { label: t('Bookmark this page'), keys: ['Ctrl+d'], run: () => bookmarks.toggle(active()), isThere: isPage },
+    bookmark: { label: t('Bookmark this page'), keys: ['Ctrl+d'], run: () => bookmarks.toggle(active()), isThere: isOfPage },
     bookmarks: { label: t('Bookmarks'), keys: ['Ctrl+Shift+o'], run: () => panels.bookmarks.toggle() },
     history: { label: t('History'), keys: ['Ctrl+h'], run: () => panels.visited.toggle() },
     tabHistory: { label: t('History of this tab'), run: () => panels.history.open() },
     downloads: { label: t('Downloads'), keys: ['Ctrl+j'], run: () => panels.downloads.open() },
     restore: { label: t('Restore the last session'), run: restore, isThere: canRestore },
-    print: { label: t('Print…'), keys: ['Ctrl+p'], run: () => printPage(active()), isThere: isPage },
-    save: { label: t('Save page'), keys: ['Ctrl+s'], run: () => savePage(active()), isThere: isPage },
-    source: { label: t('Source of the page'), keys: ['Ctrl+u'], run: () => showSource(active()), isThere: isPage },
+    print: { label: t('Print…'), keys: ['Ctrl+p'], run: () => printPage(active()), isThere: isOfPage },
+    save: { label: t('Save page'), keys: ['Ctrl+s'], run: () => savePage(active()), isThere: isOfPage },
+    source: { label: t('Source of the page'), keys: ['Ctrl+u'], run: () => showSource(active()), isThere: isOfPage },
     screenshot: { label: t('Picture of the page'), run: () => panels.screenshot.open() },
     pageInfo: { label: t('Page information'), run: () => panels.pageInfo.open() },
     larger: { label: t('Larger'), keys: ['Ctrl++', 'Ctrl+='], run: () => zoomBy(tabs, 1) },
@@ -88,3 +89,6 @@ export function keyText({ keys: [name] = [] }) {
   const parts = name.endsWith('++') ? [...name.slice(0, -2).split('+'), '+'] : name.split('+');
   return parts.map((part) => SHOWN[part] ?? (part.length === 1 ? part.toUpperCase() : part)).join('+');
 }
+
+/** A command as menus have it. */
+export const entryOf = (command) => ({ label: command.label, key: keyText(command), run: command.run, isThere: command.isThere?.() });

@@ -1,13 +1,12 @@
 /** The menus of the right button and the menu key: of tabs, of texts, of the rest of the chrome, and of pages. */
 
-import { keyText } from './commands.js';
+import { mayLead } from './address.js';
+import { entryOf, keyText } from './commands.js';
 import { focus, focusPage } from './keyboard.js';
 import { WebView } from './pagehost.js';
-import { runInPage } from './page-tools.js';
+import { textOf } from './page-tools.js';
 import { openMenu } from './popups.js';
 import { t } from './words.js';
-
-const entryOf = (command) => ({ label: command.label, key: keyText(command), run: command.run, isThere: command.isThere?.() });
 
 /** @param {HTMLInputElement} field */
 export function textEntries(field, { run }) {
@@ -87,7 +86,7 @@ export class ContextMenus {
     return [
       entryOf(this.#commands.newTab),
       { label: t('Reload'), run: () => tab.reload() },
-      { label: t('Duplicate'), run: () => this.#links.open(tab, tab.url, 'tab') },
+      { label: t('Duplicate'), run: () => this.#tabs.open(tab.url, tab.process, { isPrivate: tab.isPrivate, beside: tab }) },
       { label: tab.isPinned ? t('Unpin') : t('Pin'), run: () => this.#tabs.pin(tab, !tab.isPinned) },
       null,
       { label: t('Close'), key: keyText(this.#commands.closeTab), run: () => this.#closing.close(tab) },
@@ -98,7 +97,7 @@ export class ContextMenus {
   }
 
   async #openForPage(tab, context, { x, y }) {
-    const marked = context.isSelectable ? await runInPage(tab.view, 'String(getSelection())') : '';
+    const marked = context.isSelectable ? await textOf(tab.view, 'String(getSelection())') : '';
     const room = tab.rect;
     if (!room || tab !== this.#tabs.active) return;
     openMenu(this.#pageEntries(tab, context, marked.trim()), { x: room.x + x, y: room.y + y }, { label: t('Page'), goBack: () => focusPage(tab) });
@@ -111,13 +110,13 @@ export class ContextMenus {
     const query = marked && this.#search(marked);
     const inTab = (where) => () => this.#links.open(tab, link, where);
     return [
-      { label: t('Open the link in a new tab'), isThere: Boolean(link), run: inTab('behind') },
+      { label: t('Open the link in a new tab'), isThere: mayLead(tab.url, link), run: inTab('behind') },
       { label: t('Open the link in a new window'), isThere: /^https?:/.test(link ?? '') && !tab.isPrivate, run: inTab('window') },
       { label: t('Open the link in a private tab'), isThere: /^https?:/.test(link ?? ''), run: () => this.#tabs.open(link, undefined, { isPrivate: true, beside: tab }) },
       { label: t('Save what the link leads to'), isThere: Boolean(link), run: run('SaveLinkAs') },
       { label: t('Copy the link'), isThere: Boolean(link), run: run('CopyLink') },
       null,
-      { label: t('Open the picture in a new tab'), isThere: Boolean(isImage && src), run: () => this.#links.open(tab, src, 'behind') },
+      { label: t('Open the picture in a new tab'), isThere: Boolean(isImage) && mayLead(tab.url, src), run: () => this.#links.open(tab, src, 'behind') },
       { label: t('Save the picture'), isThere: Boolean(isImage && src), run: run('SaveImage') },
       { label: t('Copy the address of the picture'), isThere: Boolean(isImage && src), run: run('CopyImageLink') },
       null,

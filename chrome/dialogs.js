@@ -54,11 +54,15 @@ const MARKUP = `
   </div>`;
 
 /** Those that a page can make in a loop, so that nothing else can be done with it. */
-const IN_LOOPS = new Set(['JavaScriptAlert', 'JavaScriptConfirm', 'JavaScriptPrompt']);
+const IN_LOOPS = new Set(['JavaScriptAlert', 'JavaScriptConfirm', 'JavaScriptPrompt', 'AuthenticationChallenge', 'Print']);
+/** A page waits for its own dialogs, but not for the log-ins of what it loads. */
+const MOST_WAITING = 20;
 
 export class Dialogs {
-  /** Answers a page that wants to print. @type {(tab: object, answer: (accepted: boolean, path?: string) => void) => void} */
+  /** Answers a page that wants to print. @type {(tab: object, answer: (accepted: boolean, path?: string) => void, canBeSilenced: boolean) => void} */
   onPrint = (tab, answer) => answer(true);
+  /** Whether it prints because a person has said so. @type {(tab: object) => boolean} */
+  isPrintWanted = () => false;
   #form;
   #questions;
   #tabs;
@@ -101,30 +105,39 @@ export class Dialogs {
   #listen(tab) {
     const { view } = tab;
     view.on('DialogRequested', ({ data }) => {
+      const isInLoop = IN_LOOPS.has(data.dialogType);
+      if (isInLoop && this.#isTooMuch(tab, data.dialogType)) return { setPreventDefault: true };
+      const canBeSilenced = isInLoop && tab.dialogs > 1;
       if (data.dialogType === 'Print') {
         // The page waits for the event, not for the answer.
-        setTimeout(() => this.onPrint(tab, (accepted, path = '') => tab.view === view && view.dialogResponse(data.waitHandle, accepted, path, '', '')));
+        setTimeout(() => this.onPrint(tab, (accepted, path = '') => tab.view === view && view.dialogResponse(data.waitHandle, accepted, path, '', ''), canBeSilenced));
         return { setWait: true };
       }
       const look = DIALOGS[data.dialogType]?.(data);
       if (!look) return undefined;
       if (data.dialogType === 'BeforeUnloadConfirm' && tab.closing) setTimeout(() => this.#tabs.list.includes(tab) && this.#tabs.activate(tab));
-      const isInLoop = IN_LOOPS.has(data.dialogType);
-      if (isInLoop && tab.isSilenced) return { setPreventDefault: true };
-      if (isInLoop) tab.dialogs = (tab.dialogs ?? 0) + 1;
       const answer = (accepted, { text = '', username = '', password = '' } = {}) => {
         view.dialogResponse(data.waitHandle, accepted, text, username, password);
         if (data.dialogType === 'BeforeUnloadConfirm' && !accepted) tab.stay();
       };
       this.#questions.ask(tab, {
         ...look,
-        canBeSilenced: isInLoop && tab.dialogs > 1,
+        canBeSilenced,
+        isInLoop,
         answer,
         // If the view is gone as well, the host has discarded the question already.
         drop: () => tab.view === view && view.dialogResponse(data.waitHandle, false, '', '', ''),
       });
       return { setWait: true };
     });
+  }
+
+  /** Counts it. What a person has begun is none of the page's. */
+  #isTooMuch(tab, type) {
+    if (type === 'Print' ? this.isPrintWanted(tab) : type === 'AuthenticationChallenge' && tab.requested) return false;
+    if (tab.isSilenced || this.#questions.countOf(tab) >= MOST_WAITING) return true;
+    tab.dialogs = (tab.dialogs ?? 0) + 1;
+    return false;
   }
 
   #part(name) {
@@ -156,8 +169,10 @@ export class Dialogs {
 
   /** The page gets the answer of who cancels, now and until another document has come. */
   #silence() {
-    this.#tabs.active.isSilenced = true;
+    const tab = this.#tabs.active;
+    tab.isSilenced = true;
     this.#answer(false);
+    this.#questions.drop(tab, (question) => question.isInLoop);
   }
 
   #answer(accepted, isOther = false) {

@@ -1,18 +1,10 @@
 /** What pages brought onto the disk: a panel with a list, and what the button in the toolbar shows of it. */
 
 import { placeOf } from './address.js';
+import { make } from './dom.js';
 import { call, isHosted } from './pagehost.js';
-import { t } from './words.js';
-import { focus } from './keyboard.js';
-
-const MARKUP = `
-  <div class="panel-head">
-    <h2>${t('Downloads')}</h2>
-    <button type="button" class="text" id="dl-clear" hidden>${t('Clear finished')}</button>
-    <button type="button" class="icon" id="dl-close" aria-label="${t('Close')}"><svg><use href="#i-close"/></svg></button>
-  </div>
-  <p class="panel-empty" id="dl-none">${t('Nothing has been downloaded yet.')}</p>
-  <ul id="dl-list"></ul>`;
+import { Panel } from './panel.js';
+import { language, t } from './words.js';
 
 const FAILURES = {
   ResultCancelled: t('Cancelled'),
@@ -23,23 +15,33 @@ const FAILURES = {
   ResultNoEnoughMemError: t('There was not enough memory'),
 };
 
-/** A name that none of the others has: the host would write over the earlier file. */
-export function freeName(name, taken) {
-  const [, stem, ending] = /^(.+?)((?:\.tar)?\.[^.]+)?$/.exec(name) ?? [null, name || 'download', ''];
-  let free = stem + (ending ?? '');
-  for (let number = 2; taken.has(free); number++) free = `${stem} (${number})${ending ?? ''}`;
+/**
+ * A name that no other file has, and that leads to no other folder: the host would write over the earlier file.
+ * @param {string} name  as a page has it
+ * @param {(name: string) => boolean} isTaken
+ */
+export function freeName(name, isTaken) {
+  const last = name.split('/').pop().replace(/\p{Cc}/gu, '');
+  const plain = ['', '.', '..'].includes(last) ? 'download' : last;
+  const [, stem = plain, ending = ''] = /^(.+?)((?:\.tar)?\.[^.]+)?$/.exec(plain) ?? [];
+  let free = stem + ending;
+  for (let number = 2; isTaken(free); number++) free = `${stem} (${number})${ending}`;
   return free;
 }
 
+/** A file name out of a title. */
+export const fileNameFor = (title) => (title.replace(/[\s\p{C}/\\:*?"<>|]+/gu, ' ').replace(/^[. ]+/, '').slice(0, 120).trim() || 'page');
+
 export function sizeText(bytes) {
-  if (bytes < 1000) return `${bytes} bytes`;
+  if (bytes < 1000) return t('{count} bytes', { count: bytes });
   const units = ['kB', 'MB', 'GB', 'TB'];
   let value = bytes / 1000;
   while (value >= 999.95 && units.length > 1) {
     value /= 1000;
     units.shift();
   }
-  return `${value.toFixed(value < 99.95 ? 1 : 0)} ${units[0]}`;
+  const digits = value < 99.95 ? 1 : 0;
+  return `${value.toLocaleString(language, { minimumFractionDigits: digits, maximumFractionDigits: digits })} ${units[0]}`;
 }
 
 /** @param {number} seconds */
@@ -176,15 +178,22 @@ export class DownloadList extends EventTarget {
     return Math.min(1, sum((item) => item.done) / sum((item) => item.total));
   }
 
-  /** What a new file shall be called instead, so that it takes no other's place. */
-  nameFor(name) {
-    return freeName(name, new Set(this.items.map((item) => item.name)));
+  /**
+   * What a new file shall be called instead, so that it takes no other's place: neither that of a file of
+   * this run, nor one in the folder. Where none is named, the host looks into its own.
+   */
+  nameFor(name, folder = '') {
+    const names = new Set(this.items.map((item) => item.name));
+    return freeName(name, (free) => names.has(free) || (folder !== '' && isHosted() && call('application.realpath', `${folder}/${free}`) !== ''));
+  }
+
+  get #chosenFolder() {
+    return (this.#preferences?.get('downloadFolder') ?? '').replace(/\/+$/, '');
   }
 
   /** Where files go that have no folder of their own; empty if there is none. */
   get folder() {
-    const chosen = this.#preferences?.get('downloadFolder');
-    if (chosen) return chosen.replace(/\/+$/, '');
+    if (this.#chosenFolder) return this.#chosenFolder;
     const [last] = this.items.filter(({ path }) => path);
     if (last) return last.path.slice(0, last.path.lastIndexOf('/'));
     const home = isHosted() && call('application.getenv', 'HOME');
@@ -249,10 +258,10 @@ export class DownloadList extends EventTarget {
     view.on('DownloadRequest', ({ data }) => {
       const { downloadId: id, url } = data;
       const save = () => {
-        const name = this.nameFor(data.filename);
+        const folder = this.#chosenFolder;
+        const name = this.nameFor(data.filename, folder);
         this.#add({ id, name, url, tab, view, process });
-        const folder = this.#preferences?.get('downloadFolder');
-        return folder ? `${folder.replace(/\/+$/, '')}/${name}` : name;
+        return folder ? `${folder}/${name}` : name;
       };
       const isWanted = tab.requested === url;
       // The navigation became a download: the tab stays where it is.
@@ -297,31 +306,33 @@ export class DownloadList extends EventTarget {
   }
 }
 
-export class DownloadsPanel {
-  onToggle = () => {};
-  element;
-  #element;
+export class DownloadsPanel extends Panel {
   #button;
   #list;
+  #clear = make('button', { type: 'button', className: 'text', textContent: t('Clear finished'), hidden: true });
+  #none = make('p', { className: 'panel-empty', textContent: t('Nothing has been downloaded yet.') });
+  #items = make('ul', { id: 'dl-list' });
   #rows = new Map();
   #drawing = 0;
 
   /**
-   * @param {HTMLElement} element
    * @param {HTMLButtonElement} button  opens it, and shows that something is going on
-   * @param {{list: DownloadList}} options
+   * @param {DownloadList} list
    */
-  constructor(element, button, { list }) {
-    this.element = this.#element = element;
+  constructor(button, list) {
+    super('downloads-panel', t('Downloads'));
     this.#button = button;
     this.#list = list;
-    element.innerHTML = MARKUP;
-    this.#part('close').addEventListener('click', () => this.toggle());
-    this.#part('clear').addEventListener('click', () => list.clearFinished());
-    element.addEventListener('keydown', (event) => event.key === 'Escape' && this.toggle());
+    this.close.before(this.#clear);
+    this.body.replaceWith(this.#none, this.#items);
+    this.#clear.addEventListener('click', () => list.clearFinished());
     // Progress events are far more frequent than frames.
     list.addEventListener('change', () => {
-      this.#drawing ||= requestAnimationFrame(() => this.#draw());
+      this.#drawing ||= requestAnimationFrame(() => {
+        this.#drawing = 0;
+        this.#drawButton();
+        this.refresh();
+      });
     });
     list.addEventListener('added', () => {
       button.classList.remove('news');
@@ -331,36 +342,10 @@ export class DownloadsPanel {
     });
   }
 
-  get isOpen() {
-    return !this.#element.hidden;
-  }
-
-  open() {
-    if (!this.isOpen) this.toggle();
-  }
-
-  toggle() {
-    this.#element.hidden = this.isOpen;
-    if (this.isOpen) {
-      this.#draw();
-      focus(this.#part('close'));
-    }
-    this.onToggle(this.isOpen);
-  }
-
-  #part(name) {
-    return this.#element.querySelector(`#dl-${name}`);
-  }
-
-  #draw() {
-    cancelAnimationFrame(this.#drawing);
-    this.#drawing = 0;
-    this.#drawButton();
-    if (!this.isOpen) return;
-
+  draw() {
     const { items } = this.#list;
-    this.#part('none').hidden = items.length > 0;
-    this.#part('clear').hidden = items.every(({ state }) => state === 'running' || state === 'paused');
+    this.#none.hidden = items.length > 0;
+    this.#clear.hidden = items.every(({ state }) => state === 'running' || state === 'paused');
     for (const [item, row] of this.#rows) {
       if (items.includes(item)) continue;
       row.root.remove();
@@ -368,8 +353,8 @@ export class DownloadsPanel {
     }
     items.forEach((item, index) => {
       const row = this.#rows.get(item) ?? this.#addRow(item);
-      const there = this.#part('list').children[index];
-      if (there !== row.root) this.#part('list').insertBefore(row.root, there ?? null);
+      const there = this.#items.children[index];
+      if (there !== row.root) this.#items.insertBefore(row.root, there ?? null);
       this.#drawRow(item, row);
     });
   }

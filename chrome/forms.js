@@ -3,13 +3,12 @@
  * that lies over the page. And a log-in that a proxy took, for the other processes.
  */
 
+import { escaped } from './dom.js';
 import { call, listBindings, WebView } from './pagehost.js';
 
 const ABOVE_PAGES = 900;
 const ROW = 30;
 const LEAST_WIDTH = 160;
-
-const escaped = (text) => text.replace(/[&<>"]/g, (sign) => `&#${sign.charCodeAt(0)};`);
 
 /** The texts are a person's own, but came through pages: nothing of them may run. */
 export function listOf(items) {

@@ -1,17 +1,14 @@
 /** A panel that lists every native function of this host and calls them. */
 
+import { make } from './dom.js';
 import { call, listBindings, on } from './pagehost.js';
-import { focus } from './keyboard.js';
+import { Panel } from './panel.js';
 
 /** Error texts come by a call of their own, shortly after the call they belong to. */
 const ERROR_BELONGS_FOR = 500;
 const KEPT_RESULTS = 20;
 
 const MARKUP = `
-  <div class="panel-head">
-    <h2>Native functions <span id="fn-count"></span></h2>
-    <button class="icon" id="fn-close" aria-label="Close"><svg><use href="#i-close"/></svg></button>
-  </div>
   <input id="fn-filter" type="search" aria-label="Filter functions" placeholder="Filter, for example webview title" spellcheck="false">
   <div id="fn-list"></div>
   <p id="fn-none" hidden>No function matches.</p>
@@ -26,47 +23,30 @@ const MARKUP = `
     <ol id="fn-results" aria-label="Results" aria-live="polite"></ol>
   </form>`;
 
-export class FunctionsPanel {
-  onToggle = () => {};
-  element;
-  #element;
-  #get;
+export class FunctionsPanel extends Panel {
   #currentHandle;
   #lastCall = null;
 
-  /**
-   * @param {HTMLElement} element
-   * @param {{currentHandle: () => number}} options
-   */
-  constructor(element, { currentHandle }) {
-    this.element = this.#element = element;
+  /** @param {() => number} currentHandle */
+  constructor(currentHandle) {
+    super('panel', 'Native functions');
     this.#currentHandle = currentHandle;
-    this.#get = (id) => element.querySelector(`#fn-${id}`);
+    this.element.querySelector('h2').append(' ', make('span', { id: 'fn-count' }));
+    this.body.innerHTML = MARKUP;
+    this.body.replaceWith(...this.body.children);
+    this.#connect();
     on('errors', ({ text }) => this.#onError(text));
   }
 
-  get isOpen() {
-    return !this.#element.hidden;
+  get first() {
+    return this.#get('filter');
   }
 
-  open() {
-    if (!this.isOpen) this.toggle();
+  #get(id) {
+    return this.element.querySelector(`#fn-${id}`);
   }
 
-  toggle() {
-    if (!this.#element.firstElementChild) this.#build();
-    this.#element.hidden = this.isOpen;
-    if (this.isOpen) {
-      // Functions may be registered at any time: query again at every opening.
-      this.#list();
-      focus(this.#get('filter'));
-    }
-    this.onToggle(this.isOpen);
-  }
-
-  #build() {
-    this.#element.innerHTML = MARKUP;
-    this.#get('close').addEventListener('click', () => this.toggle());
+  #connect() {
     this.#get('filter').addEventListener('input', () => this.#filter());
     this.#get('add').addEventListener('click', () => this.#addArgument().focus());
     this.#get('remove').addEventListener('click', () => this.#get('args').lastElementChild?.remove());
@@ -78,10 +58,10 @@ export class FunctionsPanel {
       event.preventDefault();
       this.#call();
     });
-    this.#element.addEventListener('keydown', (event) => event.key === 'Escape' && this.toggle());
   }
 
-  #list() {
+  /** Functions may be registered at any time: they are asked for at every opening. */
+  draw() {
     const groups = new Map();
     const names = listBindings();
     for (const name of names) {

@@ -1,6 +1,6 @@
 /** What a click on a link means, by its button and the keys that are held. */
 
-import { isBlockedPort } from './address.js';
+import { isBlockedPort, mayLead } from './address.js';
 import { showToast } from './toast.js';
 import { t } from './words.js';
 
@@ -38,7 +38,8 @@ export class Links {
       return { setPreventDefault: true };
     }
     const meaning = navigationType === 'LinkClicked' && meaningOf(click);
-    if (!meaning || url.startsWith('javascript:')) return undefined;
+    // What it must not lead to, and what other programs open, is the engine's to refuse or to ask about.
+    if (!meaning || !mayLead(tab.url, url)) return undefined;
     // The page waits for this answer; a new web view takes longer.
     setTimeout(() => this.open(tab, url, meaning));
     return { setPreventDefault: true };
@@ -46,9 +47,10 @@ export class Links {
 
   /** @param {'behind'|'tab'|'window'} where */
   open(tab, url, where) {
+    if (!mayLead(tab.url, url)) return;
     // A page of a private tab must not leave traces by way of another window.
-    if (where === 'window' && !tab.isPrivate && /^https?:/.test(url)) return this.#openWindow(url);
-    this.#tabs.open(url, tab.process, { isPrivate: tab.isPrivate, beside: tab, isBehind: where === 'behind' });
+    if (where === 'window' && !tab.isPrivate && /^https?:/.test(url)) this.#openWindow(url);
+    else this.#tabs.open(url, tab.process, { isPrivate: tab.isPrivate, beside: tab, isBehind: where === 'behind' });
   }
 }
 

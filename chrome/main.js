@@ -59,7 +59,9 @@ function start() {
   const settings = new Settings(tabs, store);
   const startPage = () => startAddress(preferences);
   const isStart = ({ url }) => url === START_PAGE || url === startPage() || url === 'about:blank';
-  const session = new Session(tabs, store, { isStart: (url) => isStart({ url }) });
+  // A window that another one has opened shares its store, and ends with it.
+  const viewer = call('application.getenv', 'PAGEHOST_VIEWER_NAME');
+  const session = new Session(tabs, store, { isStart: (url) => isStart({ url }), isKept: !viewer });
   const known = new KnownCertificates(tabs);
   const dialogs = new Dialogs($('dialog'), tabs);
   const certificates = new CertificateSheet($('certificate'), tabs, { known, home: START_PAGE });
@@ -116,11 +118,12 @@ function start() {
   connectKeys(tabs, platform, commands);
   connectReports(tabs, certificates, panels.functions, downloads, outer);
   $('find').addEventListener('click', () => findBar.open());
-  platform.addEventListener('onExit', () => visited.write());
+  platform.addEventListener('onExit', () => [visited, session].forEach((each) => each.write()));
   answerWindows(tabs);
   if (listBindings().includes('applicationWindow.setVisible')) call('applicationWindow.setVisible', true);
-  const takeOver = new TakeOver(tabs, store);
-  if (!takeOver.run()) openFirstTabs(tabs, layOutNow, session, { preferences, address });
+  const takeOver = new TakeOver(tabs, store, viewer);
+  if (takeOver.run()) session.takeOver();
+  else openFirstTabs(tabs, layOutNow, session, { preferences, address });
   takeOver.watch();
 }
 
@@ -338,4 +341,7 @@ function runDemo(tabs, layOutNow) {
 }
 
 if (isHosted()) start();
-else console.error(MISSING);
+else {
+  translateDocument();
+  console.error(MISSING);
+}

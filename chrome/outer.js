@@ -16,7 +16,7 @@ export class OuterPrograms {
         // A page that asks in a loop is asked about once.
         if (!tab.outerAsked) setTimeout(() => this.#ask(tab, infobar, scheme, url));
         // What was asked for in the address field stays no address of the tab.
-        if (tab.requested) tab.stay();
+        if (tab.requested === url) tab.stay();
         return { setPreventDefault: true };
       });
     });

@@ -1,27 +1,15 @@
 /** What is done with a whole page: printed, saved, shown as the text that it is made of. */
 
 import { labelFor, placeOf } from './address.js';
+import { escaped } from './dom.js';
+import { fileNameFor } from './downloads.js';
 import { showToast } from './toast.js';
 import { t } from './words.js';
 
 const MOST_SOURCE = 4 << 20;
-const escaped = (text) => text.replace(/[&<>"]/g, (sign) => `&#${sign.charCodeAt(0)};`);
-
-/** A file name out of a title. */
-export const fileNameFor = (title) => (title.replace(/[\s\p{C}/\\:*?"<>|]+/gu, ' ').replace(/^[. ]+/, '').slice(0, 120).trim() || 'page');
 
 /** A script of ours in the page, beside its own: what the page has done to its functions does not matter. */
-export function runInPage(view, script) {
-  return new Promise((resolve) => {
-    let id;
-    const off = view.on('JavaScriptResult', ({ data }) => {
-      if (data.resultId !== id) return;
-      off();
-      resolve(data.resultType === 'JSString' ? data.resultString : '');
-    });
-    id = view.executeJavaScript(script, 'IsolatedWorld');
-  });
-}
+export const textOf = (view, script) => view.run(script, 'IsolatedWorld').catch(() => '');
 
 /** Answers pages that print, as a person has set it, and prints when a person wants it. */
 export class Printing {
@@ -30,12 +18,18 @@ export class Printing {
   #downloads;
   /** Tabs that print because a person has said so. */
   #wanted = new WeakSet();
+  /** Tabs whose document has printed by itself. */
+  #printed = new WeakSet();
+  /** What is asked about, and who learns the answer, by tab. @type {WeakMap<object, {answer: (accepted: boolean, path?: string) => void}>} */
+  #asked = new WeakMap();
 
   constructor(tabs, { dialogs, preferences, downloads }) {
     this.#dialogs = dialogs;
     this.#preferences = preferences;
     this.#downloads = downloads;
-    dialogs.onPrint = (tab, question) => this.#answer(tab, question);
+    dialogs.onPrint = (tab, answer, canBeSilenced) => this.#answer(tab, answer, canBeSilenced);
+    dialogs.isPrintWanted = (tab) => this.#wanted.has(tab);
+    tabs.addEventListener('committed', ({ detail: tab }) => this.#printed.delete(tab));
   }
 
   print(tab) {
@@ -45,20 +39,38 @@ export class Printing {
   }
 
   /** @param {(accepted: boolean, path?: string) => void} answer */
-  #answer(tab, answer) {
-    const isWanted = this.#wanted.delete(tab);
-    const how = isWanted ? 'dialog' : this.#preferences.get('print');
-    const toPdf = () => this.#toPdf(tab, answer);
+  #answer(tab, answer, canBeSilenced) {
+    if (this.#wanted.delete(tab)) return answer(true);
+    const how = this.#preferences.get('print');
     if (how === 'never') return answer(false);
-    if (how === 'pdf') return toPdf();
-    if (how === 'dialog') return answer(true);
+    // A document that prints in a loop does so once without a question.
+    const isFirst = !this.#printed.has(tab);
+    this.#printed.add(tab);
+    if (how === 'pdf' && isFirst) return this.#toPdf(tab, answer);
+    if (how === 'dialog' && isFirst) return answer(true);
+    return this.#ask(tab, answer, canBeSilenced);
+  }
+
+  #ask(tab, answer, canBeSilenced) {
+    const before = this.#asked.get(tab);
+    // The page has not waited, and the host has forgotten what it asked before.
+    if (before) return void (before.answer = answer);
+    const asked = { answer };
+    this.#asked.set(tab, asked);
+    const settle = (accepted, isOther) => {
+      this.#asked.delete(tab);
+      if (isOther) this.#toPdf(tab, asked.answer);
+      else asked.answer(accepted);
+    };
     return this.#dialogs.ask(tab, {
       title: t('{place} would like to print', { place: placeOf(tab.url) }),
       accept: t('Print…'),
       other: t('Save as PDF'),
       cancel: t('Don’t print'),
-      answer: (accepted, fields, isOther) => (isOther ? toPdf() : answer(accepted)),
-      drop: () => answer(false),
+      canBeSilenced,
+      isInLoop: true,
+      answer: (accepted, fields, isOther) => settle(accepted, isOther),
+      drop: () => settle(false),
     });
   }
 
@@ -68,7 +80,7 @@ export class Printing {
       showToast(t('For PDFs the settings need a folder for downloads.'));
       return answer(false);
     }
-    const path = `${folder}/${this.#downloads.nameFor(`${fileNameFor(tab.title || labelFor(tab.url))}.pdf`)}`;
+    const path = `${folder}/${this.#downloads.nameFor(`${fileNameFor(tab.title || labelFor(tab.url))}.pdf`, folder)}`;
     this.#downloads.addFile(tab, path);
     return answer(true, path);
   }
@@ -93,7 +105,7 @@ const SOURCE = `(() => {
 export async function showSource(tabs, tab) {
   if (!tab.ready) return;
   const { label, url } = tab;
-  const source = await runInPage(tab.view, SOURCE);
+  const source = await textOf(tab.view, SOURCE);
   const lines = source.split('\n').map((line) => `<li>${escaped(line) || ' '}`);
   tabs.openText(`<!doctype html><meta charset="utf-8"><meta name="color-scheme" content="light dark">
     <meta http-equiv="Content-Security-Policy" content="default-src 'none'; style-src 'unsafe-inline'">

@@ -67,7 +67,7 @@ interface ViewMethods {
   run(script: string, world?: OrvWebJavaScriptWorld): Promise<string>;
   /** Finds a text, or its next match. */
   find(text: string, forward?: boolean, caseSensitive?: boolean, wrap?: boolean, highlightAll?: boolean): Promise<OrvWebFindStringEvent>;
-  /** A picture of the page as a data: address, of all of it if no part of it is named. */
+  /** A picture of the page as a data: address, of all of it if no part of it is named; empty if there is nothing to see. */
   capture(wish?: { scale?: number; part?: OrvWebRect; size?: OrvWebSize }): Promise<string>;
   cookies(url: string): Promise<string[]>;
   /** Frees the web view. */
@@ -88,7 +88,7 @@ export interface WebView extends ViewMethods, ViewCommands {}
 export const WebView: {
   new (handle: Numeric): WebView;
   /** Asks for a new web view, in the chrome's window group and the host's own process by default. */
-  create(group?: string, process?: string): WebView;
+  create(group?: string, process?: Numeric): WebView;
   /** All but the chrome's; a chrome that was loaded again keeps those of its former document by asking. */
   list(): WebView[];
   /** The web view that shows the chrome. */

@@ -48,11 +48,18 @@ const PROPERTY_VALUE = {
 /** How NetworkError says, in its status, that the process of the page has ended. */
 const CAUSES = new Map([[-1, 'crashed'], [-2, 'memory'], [-3, 'ended']]);
 
-/** @type {{listeners: Map<number, Map<string, Set<Listener>>>, pending: Set<number>, animations: Map<number, () => void>}} */
+/**
+ * @type {{listeners: Map<number, Map<string, Set<Listener>>>, pending: Set<number>, reported: Map<number, Set<string>>,
+ *   pictures: Map<number, Promise<unknown>>, animations: Map<number, () => void>}}
+ */
 const hub = globalThis[Symbol.for('pagehost.hub')] ??= {
   listeners: new Map(),
   /** Web views that were asked for and have not said Created. */
   pending: new Set(),
+  /** Which properties the host reports, per web view. */
+  reported: new Map(),
+  /** The end of the row of those who wait for a picture, per web view. */
+  pictures: new Map(),
   /** Who waits for the end of an animation. */
   animations: new Map(),
 };
@@ -132,8 +139,7 @@ function dispatch(handle, name, text = '', integer = 0) {
 }
 
 function forget(handle) {
-  hub.listeners.delete(handle);
-  hub.pending.delete(handle);
+  for (const record of [hub.listeners, hub.pending, hub.reported, hub.pictures]) record.delete(handle);
 }
 
 /**
@@ -165,12 +171,6 @@ export class WebView {
     return new WebView(handle);
   }
 
-  /** One that is there already, of a chrome before this one (webview.list): it takes commands at once. */
-  static adopt(handle) {
-    hub.created.add(Number(handle));
-    return new WebView(handle);
-  }
-
   /**
    * All web views but the chrome's. A chrome that was loaded again, or has crashed, finds those of
    * its former document here, and keeps them by asking.
@@ -186,9 +186,13 @@ export class WebView {
 
   /** @returns {Promise<WebView>} rejected if the web view ends before it began */
   get created() {
+    if (!hub.pending.has(this.handle)) return Promise.resolve(this);
     return new Promise((resolve, reject) => {
-      this.whenCreated(() => resolve(this));
-      this.#onGone(() => reject(new Error(`Web view ${this.handle} was never created.`)));
+      const off = this.#onGone(() => reject(new Error(`Web view ${this.handle} was never created.`)));
+      this.whenCreated(() => {
+        off();
+        resolve(this);
+      });
     });
   }
 
@@ -225,10 +229,15 @@ export class WebView {
    * @returns {() => void} ends the listening
    */
   onProperty(property, listener) {
-    this.whenCreated(() => {
-      call('webview.setWebEventEnabled', this.handle, 'PropertyChanged', true);
-      call('webview.setPropertyChangedEventEnabled', this.handle, property, true);
-    });
+    const reported = hub.reported.get(this.handle) ?? new Set();
+    if (!reported.has(property)) {
+      const isFirst = !reported.size;
+      hub.reported.set(this.handle, reported.add(property));
+      this.whenCreated(() => {
+        if (isFirst) call('webview.setWebEventEnabled', this.handle, 'PropertyChanged', true);
+        call('webview.setPropertyChangedEventEnabled', this.handle, property, true);
+      });
+    }
     const value = PROPERTY_VALUE[property] ?? String;
     return subscribe(this.handle, `Property${property}Event`, ({ text }) => void listener(value(text)));
   }
@@ -278,20 +287,27 @@ export class WebView {
   /** @returns {Promise<{isMatched: boolean, numMatches: number, currentIndex: number}>} */
   find(text, ...options) {
     return this.#wait((settle, listen) => {
-      listen('FindString', ({ data }) => settle(null, data));
+      listen('FindString', ({ data }) => data.text === String(text) && settle(null, data));
       call('webview.findString', this.handle, text, ...options);
     });
   }
 
   /**
-   * A picture of the page, all of it if no part of it is named.
-   * @returns {Promise<string>} a data: address
+   * A picture of the page, all of it if no part of it is named. One at a time: an answer does not say
+   * what it answers.
+   * @returns {Promise<string>} a data: address; empty if there is nothing to see
    */
   capture({ scale = 1, part = { x: 0, y: 0, width: 0, height: 0 }, size = { width: 0, height: 0 } } = {}) {
-    return this.#wait((settle, listen) => {
-      listen('CaptureContents', ({ data }) => settle(null, `data:image/png;base64,${data.base64PNGImage}`));
+    const take = () => this.#wait((settle, listen) => {
+      listen('CaptureContents', ({ data: { base64PNGImage: image } }) => settle(null, image && `data:image/png;base64,${image}`));
       call('webview.captureContents', this.handle, scale, JSON.stringify(part), JSON.stringify(size));
     });
+    const picture = (hub.pictures.get(this.handle) ?? Promise.resolve()).then(() => {
+      if (!hub.pictures.has(this.handle)) throw new Error(`Web view ${this.handle} has ended.`);
+      return take();
+    });
+    hub.pictures.set(this.handle, picture.catch(() => {}));
+    return picture;
   }
 
   /** @returns {Promise<string[]>} */
@@ -342,12 +358,15 @@ export class WebView {
 /** No event of the host's. */
 const GONE = Symbol('gone');
 
+/** Functions "webview.NAME" that take no handle. */
+const OF_NO_VIEW = new Set(['create', 'list']);
+
 /** The host knows best what a web view can do; a command it lacks is no method here. */
 function defineCommands() {
   if (defineCommands.done) return;
   for (const name of listBindings()) {
     const [, command] = /^webview\.(\w+)$/.exec(name) ?? [];
-    if (!command || command === 'create' || command in WebView.prototype) continue;
+    if (!command || OF_NO_VIEW.has(command) || command in WebView.prototype) continue;
     WebView.prototype[command] = function (...args) {
       if (!hub.pending.has(this.handle)) return call(name, this.handle, ...args);
       this.whenCreated(() => call(name, this.handle, ...args));

@@ -29,8 +29,8 @@ const $ = (id) => document.getElementById(id);
 /** @returns {{panels: object, addMenu: (commands: object) => void}} the panels; the menu, whose commands need them, comes last */
 export function makePanels({ tabs, store, platform, settings, preferences, known, permissions, downloads, visited, bookmarks, openPage, openNewTab }) {
   const panels = {
-    functions: new FunctionsPanel($('panel'), { currentHandle: () => tabs.active?.view?.handle ?? WebView.root.handle }),
-    downloads: new DownloadsPanel($('downloads-panel'), $('downloads'), { list: downloads }),
+    functions: new FunctionsPanel(() => tabs.active?.view?.handle ?? WebView.root.handle),
+    downloads: new DownloadsPanel($('downloads'), downloads),
     pageInfo: new PageInfoPanel(tabs, known),
     settings: new SettingsPanel(tabs, settings, preferences),
     history: new HistoryPanel(tabs),

@@ -1,6 +1,6 @@
 /** Windows that pages open without a click: they are asked about, site by site. */
 
-import { placeOf } from './address.js';
+import { mayLead, placeOf } from './address.js';
 import { t } from './words.js';
 
 function originOf(url) {
@@ -19,18 +19,19 @@ export class PopupBlocker {
   constructor(tabs, infobar, permissions) {
     const asked = new WeakSet();
     tabs.letsOpen = (opener, { isPopup, url }) => {
-      const origin = originOf(opener.url);
+      const { url: from } = opener;
+      const origin = originOf(from);
       if (!isPopup || permissions.decided(opener.isPrivate, origin, 'popups')) return true;
       if (permissions.decided(opener.isPrivate, origin, 'popups') === false || asked.has(opener)) return false;
       asked.add(opener);
       infobar.ask(opener, {
-        text: t('{place} wanted to open a window.', { place: placeOf(opener.url) }),
+        text: t('{place} wanted to open a window.', { place: placeOf(from) }),
         allow: t('Allow'),
         deny: t('Don’t allow'),
         answer: (allowed) => {
           asked.delete(opener);
           permissions.decide(opener.isPrivate, origin, 'popups', allowed);
-          if (allowed && /^(https?|file|local):/.test(url)) tabs.open(url, opener.process, { isPrivate: opener.isPrivate, beside: opener });
+          if (allowed && mayLead(from, url)) tabs.open(url, opener.process, { isPrivate: opener.isPrivate, beside: opener });
         },
         drop: () => asked.delete(opener),
       });

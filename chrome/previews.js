@@ -1,6 +1,5 @@
 /** A small picture of a tab's page while the pointer rests on it: over the page, below the toolbar. */
 
-import { capture } from './capture.js';
 import { make } from './dom.js';
 import { isPopupOpen } from './popups.js';
 import { HERE } from './processes.js';
@@ -49,7 +48,7 @@ export class Previews {
     const { width, height } = tab.room ?? room;
     const pictureHeight = Math.min(PICTURE.height, Math.round(PICTURE.width * height / width));
     // The top of the document, as much as the window shows.
-    const picture = await capture(tab.view, { part: { x: 0, y: 0, width, height }, within: PICTURE });
+    const picture = await tab.view.capture({ part: { x: 0, y: 0, width, height }, size: PICTURE }).catch(() => '');
     if (tab !== this.#wanted || isPopupOpen()) return;
     const place = tab.process === HERE ? '' : this.#tabs.processes.describe(tab);
     const image = make('img', { alt: '', src: picture });

@@ -46,6 +46,11 @@ export class Questions {
     return this.#rows.has(tab);
   }
 
+  /** How many of its questions wait. */
+  countOf(tab) {
+    return this.#rows.get(tab)?.length ?? 0;
+  }
+
   /** These shall not be asked any more. */
   drop(tab, which = () => true) {
     const dropped = (this.#rows.get(tab) ?? []).filter(which);

@@ -1,18 +1,11 @@
 /** A picture of the whole page, to look at, keep and copy. */
 
 import { labelFor } from './address.js';
-import { capture } from './capture.js';
 import { make } from './dom.js';
-import { sizeText } from './downloads.js';
+import { fileNameFor, sizeText } from './downloads.js';
 import { Panel } from './panel.js';
 import { showToast } from './toast.js';
 import { t } from './words.js';
-
-/** A name that every file system takes. */
-export function fileName(title) {
-  const words = title.replace(/[^\p{L}\p{N}.-]+/gu, ' ').trim().replace(/^\.+/, '').slice(0, 60).trim();
-  return `${words || 'page'}.png`;
-}
 
 export class ScreenshotPanel extends Panel {
   #tabs;
@@ -37,7 +30,7 @@ export class ScreenshotPanel extends Panel {
     this.#save.addEventListener('click', () => {
       const { view, source, title } = this.#taken;
       // Downloaded by its tab, so that it is listed like other downloads.
-      view.downloadUrl(source, downloads.nameFor(fileName(title)), 0);
+      view.downloadUrl(source, downloads.nameFor(`${fileNameFor(title)}.png`), 0);
     });
     for (const end of ['crashed', 'closed']) tabs.addEventListener(end, ({ detail: tab }) => tab === this.#taken?.tab && this.#show(null));
     this.#show(null);
@@ -52,7 +45,7 @@ export class ScreenshotPanel extends Panel {
     if (!tab.ready) return this.#show(null, t('There is no page.'));
     this.#show(null, t('Drawing…'));
     const { view } = tab;
-    const source = await capture(view);
+    const source = await view.capture().catch(() => '');
     if (!this.isOpen) return undefined;
     if (!source || tab.view !== view) return this.#show(null, t('The page could not be drawn.'));
     this.#image.src = source;
@@ -60,7 +53,7 @@ export class ScreenshotPanel extends Panel {
     const { naturalWidth: width, naturalHeight: height } = this.#image;
     // Created ahead: the clipboard needs it synchronously in the click handler.
     const blob = await (await fetch(source)).blob();
-    return this.#show({ tab, view, source, blob, title: tab.title || labelFor(tab.url) }, `${width} × ${height} pixels, ${sizeText(blob.size)}`);
+    return this.#show({ tab, view, source, blob, title: tab.title || labelFor(tab.url) }, t('{width} × {height} pixels, {size}', { width, height, size: sizeText(blob.size) }));
   }
 
   #show(taken, state = '') {

@@ -1,8 +1,12 @@
 /** The open tabs, remembered: after the next start they can be opened again. Private ones are not. */
 
+import { isPage } from './address.js';
 import { HERE } from './processes.js';
 
-const isPage = (url) => /^(https?|file|data|local):/.test(url);
+/** A data: address may be as long as its page. */
+const LONGEST_ADDRESS = 4000;
+/** Much changes at once, while a tab is dragged for example, and the session is written as a whole. */
+const WRITES_AFTER = 1000;
 
 export class Session {
   /** What was open at the last end; those with the same number of a process lived together. @type {{url: string, title: string, state: string, process: number}[]} */
@@ -14,14 +18,21 @@ export class Session {
   /** Whether this run has had a page that is worth it: until then the last one's are kept. */
   #hasOwn = false;
   #isFrozen = false;
+  #isKept;
+  #writing;
 
-  /** @param {{isStart: (url: string) => boolean}} options  pages that nobody wants back */
-  constructor(tabs, store, { isStart }) {
+  /**
+   * @param {object} options
+   * @param {(url: string) => boolean} options.isStart  pages that nobody wants back
+   * @param {boolean} [options.isKept]  whether it outlives the program
+   */
+  constructor(tabs, store, { isStart, isKept = true }) {
     this.#tabs = tabs;
     this.#store = store;
-    this.#isWorthIt = (tab) => isPage(tab.url) && !isStart(tab.url) && !tab.isPrivate;
-    const saved = store.get('session');
-    this.lastTime = Array.isArray(saved) ? saved.filter(({ url }) => isPage(url ?? '')) : [];
+    this.#isKept = isKept;
+    this.#isWorthIt = (tab) => isPage(tab.url) && tab.url.length <= LONGEST_ADDRESS && !isStart(tab.url) && !tab.isPrivate;
+    const saved = isKept ? store.get('session') : null;
+    this.lastTime = Array.isArray(saved) ? saved.filter(({ url }) => isPage(url)) : [];
 
     tabs.addEventListener('attached', ({ detail: tab }) => {
       tab.view.on('SessionInfo', ({ data }) => this.#keep(tab, data.data));
@@ -32,17 +43,24 @@ export class Session {
       this.#keep(tab, '');
       tab.historyForgotten = true;
     });
-    for (const type of ['closed', 'moved']) tabs.addEventListener(type, () => this.#save());
+    for (const type of ['closed', 'moved']) tabs.addEventListener(type, () => this.#changed());
   }
 
   /** As it is now: what closes from here on closes with the window. */
   freeze() {
+    this.write();
     this.#isFrozen = true;
   }
 
   thaw() {
     this.#isFrozen = false;
-    this.#save();
+    this.#changed();
+  }
+
+  /** The pages of before are open: a chrome before this one had them, and what is known of them is asked for. */
+  takeOver() {
+    this.lastTime = [];
+    for (const tab of this.#tabs.list) this.#ask(tab);
   }
 
   /** What is known of the way that a tab came, for `reopen`. */
@@ -69,11 +87,21 @@ export class Session {
 
   #keep(tab, state) {
     this.#states.set(tab, state);
-    this.#save();
+    this.#changed();
   }
 
-  #save() {
-    if (this.#isFrozen) return;
+  #changed() {
+    if (this.#isFrozen || !this.#isKept) return;
+    this.#writing ??= setTimeout(() => this.write(), WRITES_AFTER);
+    // In node a timer keeps the program alive.
+    this.#writing.unref?.();
+  }
+
+  /** Now, and not after a while. */
+  write() {
+    clearTimeout(this.#writing);
+    this.#writing = undefined;
+    if (this.#isFrozen || !this.#isKept) return;
     // An ended process may have had the number of a live one: each gets a number of its own here.
     const processes = [...new Set([HERE, ...this.#tabs.list.map(({ process }) => process)])];
     const pages = this.#tabs.list.filter(this.#isWorthIt).map((tab) => ({

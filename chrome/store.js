@@ -1,6 +1,6 @@
 /**
  * What the chrome remembers from one start to the next. Its storage is among what a person clears
- * as the data of pages: the values are kept in memory too, and written again after that.
+ * as the data of pages: all of it is read before, and written again after that.
  */
 
 const PREFIX = 'pagehost.';
@@ -15,6 +15,8 @@ export class Store {
   /** @param {Storage} storage */
   constructor(storage) {
     this.#storage = storage;
+    // Another window of the program has written.
+    globalThis.addEventListener?.('storage', ({ key }) => this.#values.delete(key?.slice(PREFIX.length)));
   }
 
   get(name) {
@@ -29,14 +31,14 @@ export class Store {
       this.#storage.setItem(PREFIX + name, JSON.stringify(value));
       return true;
     } catch {
-      // Storage is full. A partial value would be worse than none.
-      this.#storage.removeItem(PREFIX + name);
+      // Storage is full, and has what was there before.
       return false;
     }
   }
 
   /** Runs what clears the storage. The end of that is not reported; the marker shows it. */
   async outlive(clear) {
+    const kept = this.#texts();
     this.#storage.setItem(MARKER, '1');
     clear();
     const end = Date.now() + CLEARED_WITHIN;
@@ -44,7 +46,17 @@ export class Store {
       await new Promise((resolve) => { setTimeout(resolve, LOOK_EVERY); });
     }
     this.#storage.removeItem(MARKER);
+    for (const [name, text] of kept) {
+      // What was set meanwhile is newer.
+      if (!this.#values.has(name)) this.#storage.setItem(PREFIX + name, text);
+    }
     for (const [name, value] of this.#values) if (value !== null) this.set(name, value);
+  }
+
+  /** All that is kept, also what this run has not asked for. @returns {[string, string][]} */
+  #texts() {
+    const keys = Array.from({ length: this.#storage.length }, (_, index) => this.#storage.key(index));
+    return keys.filter((key) => key.startsWith(PREFIX)).map((key) => [key.slice(PREFIX.length), this.#storage.getItem(key)]);
   }
 }
 

@@ -3,8 +3,9 @@
 import { labelFor } from './address.js';
 import { WebView } from './pagehost.js';
 
-/** A page that fails in a loop must not fill the memory of the chrome. */
+/** A page that fails in a loop must not fill the memory of the chrome, and neither must its title. */
 const MOST_EXCEPTIONS = 99;
+const LONGEST_TITLE = 500;
 
 /** One page. Everything the toolbar shows of it is a field here, kept current by events. */
 export class Tab {
@@ -14,7 +15,7 @@ export class Tab {
   ended = '';
   /** Whether the view takes commands; before, what it shall show is only noted. */
   ready = false;
-  title = '';
+  #title = '';
   status = '';
   /** What was asked for and has not arrived. */
   requested = '';
@@ -57,6 +58,14 @@ export class Tab {
     this.isPrivate = opener?.isPrivate ?? Boolean(isPrivate);
   }
 
+  get title() {
+    return this.#title;
+  }
+
+  set title(title) {
+    this.#title = title.slice(0, LONGEST_TITLE);
+  }
+
   get label() {
     return this.title || labelFor(this.url);
   }
@@ -87,7 +96,7 @@ export class Tab {
 
   /** The page of a view that is there already. */
   takeOver(handle) {
-    const view = WebView.adopt(handle);
+    const view = new WebView(handle);
     this.url = view.location() || 'about:blank';
     this.#attach(() => this.update({
       title: view.title(), canGoBack: view.canGoBack() === '1', canGoForward: view.canGoForward() === '1',

@@ -154,23 +154,28 @@ export class Tabs extends EventTarget {
 
   /** To another place in the strip; pinned ones stay before the others. */
   move(tab, index) {
+    if (this.#move(tab, index)) this.#emit('moved', tab);
+  }
+
+  /** @returns {boolean} whether it was elsewhere */
+  #move(tab, index) {
     const pinned = this.list.filter(({ isPinned }) => isPinned).length;
     const [least, most] = tab.isPinned ? [0, pinned - 1] : [pinned, this.list.length - 1];
     const to = Math.max(least, Math.min(index, most));
     const from = this.list.indexOf(tab);
-    if (from < 0 || from === to) return;
+    if (from < 0 || from === to) return false;
     this.list.splice(from, 1);
     this.list.splice(to, 0, tab);
     const { root } = this.#elements.get(tab);
     this.#strip.insertBefore(root, this.#strip.children[to + (from < to ? 1 : 0)] ?? null);
-    this.#emit('moved', tab);
+    return true;
   }
 
   pin(tab, isPinned) {
     if (tab.isPinned === isPinned) return;
     const others = this.list.filter((each) => each !== tab && each.isPinned).length;
     tab.isPinned = true;
-    this.move(tab, others);
+    this.#move(tab, others);
     tab.update({ isPinned });
     this.#emit('moved', tab);
   }

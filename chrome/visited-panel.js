@@ -1,14 +1,14 @@
 /** Where one has been, over all tabs: a list by days, with a field that searches it. */
 
 import { labelFor } from './address.js';
-import { make } from './dom.js';
+import { make, makePageRow } from './dom.js';
 import { Panel } from './panel.js';
 import { scoreOf } from './suggestions.js';
 import { language, t } from './words.js';
 
 const MOST_SHOWN = 300;
-const dayOf = (at) => new Date(at).toLocaleDateString(language, { weekday: 'long', day: 'numeric', month: 'long', year: 'numeric' });
-const timeOf = (at) => new Date(at).toLocaleTimeString(language, { hour: '2-digit', minute: '2-digit' });
+const DAY = new Intl.DateTimeFormat(language, { weekday: 'long', day: 'numeric', month: 'long', year: 'numeric' });
+const TIME = new Intl.DateTimeFormat(language, { hour: '2-digit', minute: '2-digit' });
 
 export class VisitedPanel extends Panel {
   #visited;
@@ -17,6 +17,7 @@ export class VisitedPanel extends Panel {
   #list = make('div');
   #clear = make('button', { type: 'button', className: 'text', textContent: t('Clear history') });
   #drawing = 0;
+  #shown = '';
 
   /**
    * @param {import('./visited.js').Visited} visited
@@ -42,7 +43,11 @@ export class VisitedPanel extends Panel {
     this.#drawing = 0;
     const words = this.#search.value.trim().toLowerCase().split(/\s+/).filter(Boolean);
     const pages = this.#visited.list.filter((page) => scoreOf(words, page, page.at)).slice(0, MOST_SHOWN);
-    const days = groupBy(pages, ({ at }) => dayOf(at));
+    // Redrawing an unchanged list would lose the keyboard focus.
+    const shown = JSON.stringify([words.length > 0, this.#visited.list.length > 0, pages.map(({ url, title, at }) => [url, title, at])]);
+    if (shown === this.#shown) return;
+    this.#shown = shown;
+    const days = groupBy(pages, ({ at }) => DAY.format(at));
     this.#list.replaceChildren(...[...days].flatMap(([day, some]) => [
       make('h3', { textContent: day }), make('ul', { className: 'rows' }, ...some.map((page) => this.#makeRow(page))),
     ]));
@@ -52,13 +57,9 @@ export class VisitedPanel extends Panel {
 
   #makeRow({ url, title, at }) {
     const name = title || labelFor(url);
-    const button = make('button', { type: 'button', className: 'entry', title: url }, make('b', { textContent: name }), make('small', { textContent: `${timeOf(at)} · ${url}` }));
-    button.addEventListener('click', ({ ctrlKey }) => this.#open(url, ctrlKey));
-    button.addEventListener('auxclick', (event) => event.button === 1 && this.#open(url, true));
-    const remove = make('button', { type: 'button', className: 'icon', 'aria-label': t('Remove {page}', { page: name }) });
-    remove.innerHTML = '<svg><use href="#i-close"/></svg>';
-    remove.addEventListener('click', () => this.#visited.remove(url));
-    return make('li', {}, button, remove);
+    const { row, other } = makePageRow({ url, name, note: `${TIME.format(at)} · ${url}` }, this.#open, { icon: 'close', label: t('Remove {page}', { page: name }) });
+    other.addEventListener('click', () => this.#visited.remove(url));
+    return row;
   }
 }
 

@@ -65,7 +65,8 @@ export class Visited extends EventTarget {
     const page = this.#pages.get(url);
     if (!page || isPrivate || loading || !title || page.title === title) return;
     page.title = title;
-    this.#changed();
+    // Written with the next visit, or at the end: some pages give themselves another title every second.
+    this.dispatchEvent(new Event('change'));
   }
 
   #changed() {

@@ -1,6 +1,6 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
-import { labelFor, placeOf, readableAddress, resolveAddress, securityOf } from '../../chrome/address.js';
+import { labelFor, mayLead, placeOf, readableAddress, resolveAddress, securityOf } from '../../chrome/address.js';
 
 test('addresses that open', () => {
   for (const [typed, url] of [
@@ -78,4 +78,11 @@ test('what is no address is looked for, where there is something to look with', 
     assert.equal(resolveAddress(text, SEARCH).url, url);
   }
   assert.equal(resolveAddress('mailto:a@example.org', SEARCH).outer, 'mailto:a@example.org');
+});
+
+test('a page names nothing that it could not open itself', () => {
+  const [site, data, own] = ['https://a.example/', 'data:text/html,x', 'file:///home/me/a.html'];
+  const leads = (from) => ['http://b.example/', 'file:///etc/passwd', 'local:///start', 'data:,x', 'javascript:1', undefined].map((to) => mayLead(from, to));
+  for (const from of [site, data, 'about:blank']) assert.deepEqual(leads(from), [true, false, false, false, false, false], from);
+  assert.deepEqual(leads(own), [true, true, true, true, false, false]);
 });

@@ -24,9 +24,18 @@ test('a later file of the same name does not take the place of an earlier one', 
   assert.deepEqual(request(tab, 1, 'a.tar.gz'), { setAction: 'ActionSave', setFilename: 'a.tar.gz' });
   assert.equal(request(openTab(), 2, 'a.tar.gz').setFilename, 'a (2).tar.gz');
   assert.equal(request(openTab(), 3, 'a.tar.gz').setFilename, 'a (3).tar.gz');
-  assert.equal(freeName('.profile', new Set(['.profile'])), '.profile (2)');
-  assert.equal(freeName('noending', new Set(['noending'])), 'noending (2)');
-  assert.equal(freeName('', new Set()), 'download');
+  assert.equal(freeName('.profile', (name) => name === '.profile'), '.profile (2)');
+  assert.equal(freeName('noending', (name) => name === 'noending'), 'noending (2)');
+  assert.deepEqual(['', '.', 'a/..', '/home/me/.profile', '../x\n.txt'].map((name) => freeName(name, () => false)), ['download', 'download', 'download', '.profile', 'x.txt']);
+});
+
+test('a file that is in the folder already, of whatever time, is not written over', (context) => {
+  globalThis.orv = { callNative: (name, path) => (name === 'application.realpath' && path === '/d/a.txt' ? path : '') };
+  context.after(() => delete globalThis.orv);
+  list = new DownloadList(tabs = fakeTabs(), {}, { preferences: { get: () => '/d//' } });
+  assert.equal(request(openTab(), 1, 'a.txt').setFilename, '/d/a (2).txt');
+  assert.equal(request(openTab(), 2, '/d/../d/b.txt').setFilename, '/d/b.txt');
+  assert.equal(list.nameFor('a.txt', list.folder), 'a (3).txt');
 });
 
 test('a site saves one file unasked, and more when a person says so', async () => {

@@ -1,6 +1,10 @@
 import assert from 'node:assert/strict';
 import test, { beforeEach, mock } from 'node:test';
 
+const COMMANDS = [
+  'create', 'delete', 'list', 'loadURL', 'title', 'captureContents', 'location', 'canGoBack', 'canGoForward', 'favicon', 'secureType', 'encryptionInfo', 'scale',
+  'loadProgress', 'isPrivateBrowsing', 'setVisible',
+];
 let calls;
 let pagehost;
 let copies = 0;
@@ -15,7 +19,7 @@ beforeEach(async () => {
   globalThis.orv = {
     callNative(name, ...args) {
       calls.push([name, ...args]);
-      if (name === 'bindingManager.listBindings') return 'webview.create\nwebview.delete\nwebview.loadURL\nwebview.title\n';
+      if (name === 'bindingManager.listBindings') return COMMANDS.map((command) => `webview.${command}\n`).join('');
       return { 'webview.create': '7', 'webview.title': 'A title', 'webview.jsScreenWindowHandle': '100000', 'windowAnimations.animateGlobalAlphaMultiple': '0' }[name];
     },
   };
@@ -47,6 +51,31 @@ test('nothing is enabled before Created, everything inside it', async () => {
   assert.deepEqual(seen, ['{"looks":"like JSON"}', false, 40]);
   assert.equal(view.title(), 'A title');
   assert.equal(view.goBack, undefined);
+});
+
+test('a view that is there already takes commands at once, and its properties are asked for once', async () => {
+  const { Tab } = await import('../../chrome/tab.js');
+  globalThis.document = { hasFocus: () => true };
+  const tab = new Tab(() => {}, { process: { number: 0 }, processes: {} });
+  tab.takeOver(9);
+  assert.deepEqual([tab.ready, tab.title], [true, 'A title']);
+  calls.length = 0;
+  tab.view.onProperty('Title', () => {});
+  assert.deepEqual(calls, []);
+  assert.equal(await tab.view.created, tab.view);
+});
+
+test('pictures are taken one after the other, and the row ends with the view', async () => {
+  const view = new pagehost.WebView(7);
+  const [first, second] = [view.capture(), view.capture()];
+  const turn = () => new Promise((resolve) => { setImmediate(resolve); });
+  await turn();
+  raise(7, 'CaptureContents', '{"base64PNGImage":"AA"}', 0);
+  assert.equal(await first, 'data:image/png;base64,AA');
+  await turn();
+  const ended = Promise.all([second, view.capture()].map((each) => assert.rejects(each, /has ended/)));
+  view.delete();
+  await ended;
 });
 
 test('commands before Created are kept in their order, and what an event takes is switched on', () => {

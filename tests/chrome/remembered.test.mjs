@@ -4,6 +4,7 @@ import { HERE, Processes } from '../../chrome/processes.js';
 import { Session } from '../../chrome/session.js';
 import { Settings, SETTINGS, valueOf } from '../../chrome/settings.js';
 import { Store } from '../../chrome/store.js';
+import { TakeOver } from '../../chrome/take-over.js';
 import { fakeTab, fakeTabs } from './fakes.mjs';
 
 const START = 'local:///start';
@@ -11,8 +12,11 @@ let tabs;
 let kept;
 let room;
 let store;
+let current;
 
 const storage = () => ({
+  get length() { return kept.size; },
+  key: (index) => [...kept.keys()][index],
   getItem: (name) => kept.get(name) ?? null,
   removeItem: (name) => kept.delete(name),
   setItem(name, text) {
@@ -28,8 +32,8 @@ function openTab(url, { isPrivate = false, process = HERE, ...fields } = {}) {
   tabs.report('loaded', tab);
   return tab;
 }
-const newSession = () => new Session(tabs, store, { isStart: (url) => url === START });
 const nextStart = () => {
+  current?.write();
   tabs = fakeTabs({ reopened: [] });
   tabs.processes = new Processes(tabs);
   tabs.reopen = (url, title, state, process) => {
@@ -37,10 +41,11 @@ const nextStart = () => {
     openTab(url, { process });
   };
   store = new Store(storage());
-  return newSession();
+  return (current = new Session(tabs, store, { isStart: (url) => url === START }));
 };
 
 beforeEach(() => {
+  current = undefined;
   kept = new Map();
   room = Infinity;
   nextStart();
@@ -96,12 +101,42 @@ test('a history that was cleared is not remembered, and neither is too long a on
   tabs.report('loaded', tab);
   assert.deepEqual(nextStart().lastTime, [{ url: 'http://a/', title: 'http://a/', state: '', process: 0 }]);
 
-  room = 87;
+  room = 160;
   openTab('http://a-long-address/');
   openTab('http://b/');
-  assert.deepEqual(nextStart().lastTime, []);
-  openTab('http://b/');
-  assert.deepEqual(nextStart().lastTime, [{ url: 'http://b/', title: 'http://b/', state: 'way to http://b/', process: 0 }]);
+  openTab(`data:,${'x'.repeat(4000)}`);
+  assert.deepEqual(nextStart().lastTime.map(({ url, state }) => [url, state]), [['http://a-long-address/', ''], ['http://b/', '']]);
+  // What cannot be written at all leaves what was there.
+  room = 1;
+  openTab('http://c/');
+  assert.equal(nextStart().lastTime.length, 2);
+});
+
+test('what a former document of this run had open is not offered, and its way is asked for', () => {
+  kept.set('pagehost.session', JSON.stringify([{ url: 'http://a/', title: 'a', state: 'an old way', process: 0 }]));
+  const session = nextStart();
+  const commands = { requestSession: () => tab.raise('SessionInfo', { data: 'the way' }) };
+  const tab = tabs.open(fakeTab({ url: 'http://a/', title: 'a', process: HERE, commands }));
+  session.takeOver();
+  assert.deepEqual([session.lastTime, session.stateOf(tab)], [[], 'the way']);
+});
+
+test('views of a former chrome come back as they were; of unknown ones all do', (context) => {
+  context.after(() => { delete globalThis.orv; delete globalThis.leftWebViews; });
+  const deleted = [];
+  globalThis.orv = { callNative: (name, handle) => void deleted.push(handle) };
+  globalThis.leftWebViews = '[3, 4]';
+  const takenBy = (views, viewer) => {
+    kept.set('pagehost.views', JSON.stringify(views));
+    nextStart();
+    const taken = [];
+    Object.assign(tabs, { activate: () => {}, takeOver: (handle, { process }) => { taken.push([handle, process.number]); tabs.list.push({}); return {}; } });
+    new TakeOver(tabs, store, viewer).run();
+    return taken;
+  };
+  assert.deepEqual([takenBy([{ handle: 4, process: 2 }, { handle: 9, process: 0 }]), deleted.splice(0)], [[[4, 2]], [3]]);
+  assert.deepEqual([takenBy([{ handle: 9, process: 0 }]), deleted], [[[3, 0], [4, 0]], []]);
+  assert.deepEqual(takenBy([{ handle: 4, process: 2 }], 'outer-1'), [[3, 0], [4, 0]], 'those of another window');
 });
 
 test('texts of another time or hand restore nothing', () => {
@@ -112,9 +147,10 @@ test('texts of another time or hand restore nothing', () => {
 });
 
 test('what is remembered outlives the clearing of the storage', async () => {
+  kept.set('pagehost.language', '{"language":"de"}');
   store.set('settings', { LoadImages: false });
   await store.outlive(() => setTimeout(() => kept.clear(), 30));
-  assert.deepEqual([...kept.keys()], ['pagehost.settings']);
+  assert.deepEqual([...kept.keys()], ['pagehost.language', 'pagehost.settings']);
   nextStart();
   assert.deepEqual(store.get('settings'), { LoadImages: false });
 });
