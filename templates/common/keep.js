@@ -15,7 +15,10 @@ const STATUS = 'performance.getEntriesByType("navigation")[0]?.responseStatus ??
 
 export class KeptPage {
   #timer;
+  /** Which attempt this is: what was begun in an earlier one has nothing to say. */
+  #turn = 0;
   #pause = FIRST_PAUSE;
+  #isOver = false;
 
   /**
    * @param {string} url
@@ -37,15 +40,18 @@ export class KeptPage {
       return { setPreventDefault: true };
     });
     view.created.then(() => {
+      if (this.#isOver) return;
       // A chrome that was loaded again finds its pages as they were.
       if (view.location() === url) this.#finished();
       else this.open();
-    });
+    }, ({ message }) => !this.#isOver && this.changed(this.problem = message, this));
   }
 
   /** Goes to an address, and comes back to it from now on. */
   open(url = this.url) {
+    if (this.#isOver) return;
     this.url = url;
+    this.#turn += 1;
     this.#later(PATIENCE, () => this.#failed('The server does not answer.'));
     this.view.loadURL(url);
   }
@@ -60,19 +66,23 @@ export class KeptPage {
   /** Nothing more is heard of it. */
   delete() {
     clearTimeout(this.#timer);
-    this.changed = () => {};
+    this.#isOver = true;
     this.view.delete();
   }
 
   async #finished() {
+    const turn = this.#turn;
     const status = Number(await this.view.run(STATUS).catch(() => 0));
+    if (turn !== this.#turn || this.#isOver) return undefined;
     if (status >= 500) return this.#failed(`The server answers ${status}.`);
     clearTimeout(this.#timer);
     this.#pause = FIRST_PAUSE;
-    this.#tell('');
+    return this.#tell('');
   }
 
   #failed(problem) {
+    if (this.#isOver) return;
+    this.#turn += 1;
     this.#tell(problem);
     this.#later(this.#pause, () => this.open());
     this.#pause = Math.min(2 * this.#pause, LONGEST_PAUSE);

@@ -6,6 +6,7 @@ const grid = document.getElementById('tiles');
 const template = /** @type {HTMLTemplateElement} */ (document.getElementById('tile'));
 /** Each with its place. */
 const pages = new Map();
+const resized = new ResizeObserver(placeAll);
 
 function addTile({ title, url }, view) {
   const tile = /** @type {HTMLElement} */ (document.importNode(template.content, true).firstElementChild);
@@ -22,7 +23,7 @@ function addTile({ title, url }, view) {
     },
   });
   pages.set(page, place);
-  new ResizeObserver(placeAll).observe(place);
+  resized.observe(place);
 }
 
 function placeAll() {

@@ -24,12 +24,17 @@ async function prepare(url) {
   }
 }
 
-/** Fades one slide in over the other, which goes then. */
+/** Fades one slide in over the other, which goes then; if that cannot be, the other stays. */
 async function change(from, to, height) {
-  to.setZOrder(height);
-  const faded = animate({ curve: 'EaseOutCurve', duration: FADE }, [{ view: to, from: [0], to: [255] }]);
-  to.setVisible(true);
-  await faded;
+  try {
+    to.setZOrder(height);
+    const faded = animate({ curve: 'EaseOutCurve', duration: FADE }, [{ view: to, from: [0], to: [255] }]);
+    to.setVisible(true);
+    await faded;
+  } catch (error) {
+    to.delete();
+    throw error;
+  }
   from?.delete();
 }
 

@@ -7,6 +7,10 @@ const $ = (id) => document.getElementById(id);
 /** @type {Tab[]} */
 const tabs = [];
 let active;
+/** Whose page is seen: none while there is a problem. */
+let seen = null;
+/** What each has in the strip. */
+const buttons = new Map();
 
 const owner = {
   changed: draw,
@@ -17,6 +21,8 @@ const owner = {
 function add(view, url) {
   const tab = new Tab(owner, view);
   tabs.push(tab);
+  view.setVisible(false);
+  addButtons(tab);
   if (url) tab.go(url);
   show(tab);
 }
@@ -24,6 +30,9 @@ function add(view, url) {
 function close(tab) {
   if (!tabs.includes(tab)) return;
   tabs.splice(tabs.indexOf(tab), 1);
+  for (const each of Object.values(buttons.get(tab))) each.remove();
+  buttons.delete(tab);
+  if (seen === tab) seen = null;
   tab.view.delete();
   if (!tabs.length) add(WebView.create(), START);
   else if (tab === active) show(tabs.at(-1));
@@ -43,21 +52,31 @@ function place() {
 
 function draw() {
   if (!active) return;
-  for (const tab of tabs) tab.view.setVisible(tab === active && !tab.problem);
-  $('strip').replaceChildren(...tabs.flatMap((tab) => {
-    const name = button(tab.title || tab.url || 'New tab', () => show(tab));
-    name.role = 'tab';
+  const wanted = active.problem ? null : active;
+  if (wanted !== seen) {
+    wanted?.view.setVisible(true);
+    seen?.view.setVisible(false);
+    seen = wanted;
+  }
+  for (const [tab, { name, end }] of buttons) {
+    name.textContent = tab.title || tab.url || 'New tab';
     name.ariaSelected = String(tab === active);
-    const end = button('×', () => close(tab));
     end.ariaLabel = `Close ${name.textContent}`;
-    return [name, end];
-  }));
+  }
   $('back').disabled = !active.canGoBack;
   $('forward').disabled = !active.canGoForward;
   if (document.activeElement !== $('address')) $('address').value = active.url === START ? '' : active.url;
   $('notice').textContent = active.problem;
   $('again').hidden = !active.problem;
   document.documentElement.dataset.state = active.problem ? 'waiting' : 'shown';
+}
+
+function addButtons(tab) {
+  const name = button('', () => show(tab));
+  name.role = 'tab';
+  const end = button('×', () => close(tab));
+  buttons.set(tab, { name, end });
+  $('strip').append(name, end);
 }
 
 function button(text, action) {

@@ -52,5 +52,13 @@ after(async () => {
 
 test('it shows its page', () => becomesTrue('document.documentElement.dataset.state === "shown"'));
 
-test('its web view is where it belongs', () => becomesTrue(
-  'JSON.parse(orv.callNative("webview.list")).some((view) => JSON.parse(orv.callNative("webview.viewport", view)).width > 1)'));
+/** As large as the element that has room for it, but for what rounding makes of it. */
+const IS_PLACED = `(() => {
+  const { left, top, width, height } = (document.querySelector('.page') ?? document.querySelector('main')).getBoundingClientRect();
+  return JSON.parse(orv.callNative('webview.list')).some((view) => {
+    const there = JSON.parse(orv.callNative('webview.viewport', view));
+    return [[there.x, left], [there.y, top], [there.width, width], [there.height, height]].every(([is, wanted]) => Math.abs(is - wanted) <= 1);
+  });
+})()`;
+
+test('its web view is where it belongs', () => becomesTrue(IS_PLACED));
