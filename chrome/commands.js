@@ -89,3 +89,6 @@ export function keyText({ keys: [name] = [] }) {
   const parts = name.endsWith('++') ? [...name.slice(0, -2).split('+'), '+'] : name.split('+');
   return parts.map((part) => SHOWN[part] ?? (part.length === 1 ? part.toUpperCase() : part)).join('+');
 }
+
+/** A command as menus have it. */
+export const entryOf = (command) => ({ label: command.label, key: keyText(command), run: command.run, isThere: command.isThere?.() });

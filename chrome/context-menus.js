@@ -1,14 +1,12 @@
 /** The menus of the right button and the menu key: of tabs, of texts, of the rest of the chrome, and of pages. */
 
 import { mayLead } from './address.js';
-import { keyText } from './commands.js';
+import { entryOf, keyText } from './commands.js';
 import { focus, focusPage } from './keyboard.js';
 import { WebView } from './pagehost.js';
 import { textOf } from './page-tools.js';
 import { openMenu } from './popups.js';
 import { t } from './words.js';
-
-const entryOf = (command) => ({ label: command.label, key: keyText(command), run: command.run, isThere: command.isThere?.() });
 
 /** @param {HTMLInputElement} field */
 export function textEntries(field, { run }) {

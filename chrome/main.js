@@ -341,4 +341,7 @@ function runDemo(tabs, layOutNow) {
 }
 
 if (isHosted()) start();
-else console.error(MISSING);
+else {
+  translateDocument();
+  console.error(MISSING);
+}

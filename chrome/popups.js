@@ -71,20 +71,24 @@ export function closePopup() {
  * entry runs.
  * @param {(MenuEntry|null)[]} entries  null: a line between groups
  * @param {{x: number, y: number} | HTMLElement} at
- * @param {{label: string, goBack?: () => void}} options  what the menu is of; what gets the keyboard afterwards
+ * @param {object} options
+ * @param {string} options.label            what the menu is of
+ * @param {() => void} [options.goBack]     gives the keyboard to who gets it afterwards
+ * @param {{head: HTMLElement, fields: object, onClose: () => void}} [options.main]  what the program's own menu has besides;
+ *   its first entry has the keyboard at once
  */
-export function openMenu(entries, at, { label, goBack }) {
+export function openMenu(entries, at, { label, goBack, main }) {
   const there = withoutSpareLines(entries.filter((entry) => entry?.isThere !== false));
   if (!there.length) return;
   const before = document.activeElement;
   const hadIt = document.hasFocus();
   const back = goBack ?? (() => hadIt && before?.isConnected && before !== document.body && focus(before));
-  const menu = make('div', { className: 'menu-popup', role: 'menu', tabIndex: -1, 'aria-label': label });
+  const menu = make('div', { className: 'menu-popup', role: 'menu', tabIndex: -1, 'aria-label': label, ...main?.fields }, ...(main ? [main.head] : []));
   for (const entry of there) menu.append(entry ? makeEntry(entry, () => (closePopup(), back())) : make('div', { role: 'separator' }));
   menu.addEventListener('keydown', (event) => onMenuKey(event, menu, back));
   menu.addEventListener('pointermove', ({ target }) => target.closest('button:enabled')?.focus());
-  openPopup(menu, at);
-  focus(menu);
+  openPopup(menu, at, { onClose: main?.onClose });
+  focus((main && menu.querySelector('[role="menuitem"]:enabled')) ?? menu);
 }
 
 function withoutSpareLines(entries) {
