@@ -69,7 +69,7 @@ function ask(view, { dialogType, message, result, waitHandle }) {
   if (view !== page.view) return;
   const answer = (accepted) => {
     $('question').hidden = true;
-    view.setVisible(true);
+    view.setVisible(!page.problem);
     view.dialogResponse(waitHandle, accepted, $('text').value, '', '');
   };
   view.setVisible(false);
