@@ -52,8 +52,8 @@ struct FolderWatch::Callbacks {
   }
 };
 
-FolderWatch::FolderWatch(const std::string& folder, std::function<void()> changed)
-    : root_(folder), changed_(std::move(changed)) {
+FolderWatch::FolderWatch(std::string folder, std::function<void()> changed)
+    : root_(std::move(folder)), changed_(std::move(changed)) {
   add(root_);
 }
 

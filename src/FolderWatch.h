@@ -12,7 +12,7 @@ class FolderWatch {
   // Calls `changed` once for changes that come together, a moment after the last of them. Hidden
   // folders and node_modules are left out, as is what lies beyond so many folders; symbolic links
   // are not followed.
-  FolderWatch(const std::string& folder, std::function<void()> changed);
+  FolderWatch(std::string folder, std::function<void()> changed);
   ~FolderWatch();
   FolderWatch(const FolderWatch&) = delete;
   FolderWatch& operator=(const FolderWatch&) = delete;
